@@ -1,0 +1,12 @@
+# The library: hand-written rooms, compiled once as objects for the shared library and for the tests.
+file(GLOB VELNOR_RUNTIME CONFIGURE_DEPENDS
+     rtxsrc/*.cpp rtsrc/*.cpp rt3gppsrc/*.cpp rt3gppsrc/engine/*.cpp src2/*.cpp)
+
+add_library(velnor3gpp_objects OBJECT ${VELNOR_RUNTIME})
+target_include_directories(velnor3gpp_objects PUBLIC ${PROJECT_SOURCE_DIR}/include PRIVATE ${PROJECT_SOURCE_DIR})
+target_compile_options(velnor3gpp_objects PRIVATE ${VELNOR_WARNINGS} -fno-exceptions -fno-rtti)
+
+add_library(velnor3gpp SHARED $<TARGET_OBJECTS:velnor3gpp_objects>)
+target_include_directories(velnor3gpp PUBLIC ${PROJECT_SOURCE_DIR}/include)
+target_link_options(velnor3gpp PRIVATE -Wl,-Bsymbolic -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map)
+set_target_properties(velnor3gpp PROPERTIES LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/exports.map)

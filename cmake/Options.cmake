@@ -1,0 +1,17 @@
+# Switches of the build and the flags that go with them.
+option(VELNOR_WERROR "Warnings are errors in hand-written code" OFF)
+option(VELNOR_COVERAGE "Count executed lines and branches (gcov)" OFF)
+set(VELNOR_SANITIZE "" CACHE STRING "Sanitizers, e.g. address,undefined or thread")
+
+set(VELNOR_WARNINGS -Wall -Wextra -Wconversion)
+if(VELNOR_WERROR)
+  list(APPEND VELNOR_WARNINGS -Werror)
+endif()
+if(VELNOR_SANITIZE)
+  add_compile_options(-fsanitize=${VELNOR_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${VELNOR_SANITIZE})
+endif()
+if(VELNOR_COVERAGE)
+  add_compile_options(--coverage)
+  add_link_options(--coverage)
+endif()
