@@ -1,0 +1,276 @@
+// The descriptors: what the engine knows of a protocol type. They are constant tables, written by l3gen from the
+// definition files; the engine walks them to decode, encode, print, initialise and build samples, and never names a
+// type. Offsets are those of the public records. Nothing here owns memory.
+#ifndef VELNOR3GPP_L3_TYPES_H
+#define VELNOR3GPP_L3_TYPES_H
+
+#include "velnor3gpp/rtxEnum.h"
+#include "velnor3gpp/rtxTypes.h"
+
+struct L3Type;
+struct L3Call;
+
+inline constexpr uint16_t kL3NoBit = 0xFFFF;
+inline constexpr uint32_t kL3NoOffset = 0xFFFFFFFFU;
+inline constexpr uint32_t kL3NoLimit = 0xFFFFFFFFU;
+
+// Names that error records give for the rows of a module.
+struct L3Module {
+  const char* decoder; // "TS24501IESDec"
+  const char* encoder; // "TS24501IESEnc"
+};
+
+// An enumeration or, with open set, an integer whose values have names.
+struct L3Enum {
+  const RtxEnumItem* table; // sorted by name
+  uint16_t rows;
+  uint16_t bits;        // width on the wire
+  uint8_t openDecode;   // no membership test on decoding
+  uint8_t openEncode;   // none on encoding
+  uint8_t printOpen;    // a value without name prints as an integer, and the field is an unsigned integer of `store` octets
+  uint8_t gapless;      // values run without a gap from the lowest
+  uint32_t members[8];  // bit v set: value v (0 to 255) is a member
+};
+
+// An earlier member of the same record (offset from the record's start).
+struct L3Field {
+  uint32_t offset;
+  uint8_t store; // octets: 1, 2, 4, 8
+  uint8_t bits;  // width on the wire, for joining selectors
+};
+
+// One term of a condition: the field lies in lo..hi (or, negated, outside). Terms with the same `any` number are
+// alternatives of each other; all numbers must hold.
+struct L3Term {
+  L3Field field;
+  uint32_t lo, hi;
+  uint8_t negate;
+  uint8_t any;
+};
+
+struct L3Cond {
+  const L3Term* terms;
+  uint16_t count;
+};
+
+enum L3Op : uint8_t {
+  kL3UInt,       // integer of row.bits, stored in row.store octets
+  kL3Bool,       // boolean, one bit, one octet
+  kL3Enumerated, // info: L3Enum; stored as int32 (or as an integer of row.store octets with printOpen)
+  kL3Octets,     // info: L3Octets
+  kL3BitString,  // info: L3BitString
+  kL3Text,       // info: L3Text
+  kL3Record,     // row.type
+  kL3TextType,   // row.type, a hand-coded string type that gets the octets left in the region
+  kL3List,       // info: L3List
+  kL3Choice,     // info: L3Choice
+  kL3Body,       // info: L3Body
+  kL3Length,     // info: L3Length; opens a region to the end of the record
+  kL3Release,    // info: L3Release; opens a release group
+  kL3Nothing,    // no member, nothing on the wire
+};
+
+enum L3When : uint8_t {
+  kL3Always,
+  kL3Room,        // while the region has bits
+  kL3OptBit,      // behind a leading bit
+  kL3RoomOptBit,  // the same, passed over when the region is at its end
+  kL3If,          // row.cond on decoding, presence bit otherwise
+  kL3WhenCond,    // row.cond always, no presence bit
+  kL3Ext,         // led by an extension bit
+  kL3RoomExt,     // the same while the region has bits
+  kL3More,        // if the extension bit before was 0
+  kL3Iei,         // in L3Message.options only
+  kL3ByHand,      // never coded by the engine; printed if its presence bit is set
+};
+
+enum L3RowFlags : uint8_t {
+  kL3ExtLast = 0x01,   // last row of an extension-bit group: further octets of the group are dropped
+  kL3ExtList = 0x02,   // the element reads and writes its own extension bits (a while-ext list)
+  kL3InRelease = 0x04, // belongs to the release group opened before it
+  kL3Ranged = 0x08,    // lo..hi holds an explicit range
+};
+
+struct L3Row {
+  const char* name;    // pushed and printed; null in a bare type: nothing is pushed and the printer's name is used
+  const L3Type* type;  // kL3Record, kL3TextType: the element's type; other ops: the named type that stands here, or null
+  const void* info;    // by op
+  const L3Cond* cond;  // kL3If, kL3WhenCond
+  uint32_t offset;     // of the member from the record's start
+  uint32_t lo, hi;     // kL3Ranged: integers
+  uint16_t line;       // in the definition file
+  uint16_t mBit;       // presence bit, or kL3NoBit
+  uint16_t groupBit;   // bit of the extension or release group, or kL3NoBit
+  L3Op op;
+  L3When when;
+  uint8_t bits;        // width on the wire of integers, booleans, enumerations
+  uint8_t store;       // octets of the member of integers
+  uint8_t flags;
+  uint8_t runRows;     // at the first row of a run (2 or more plain fixed-width rows in a row): their number, else 0
+  uint8_t runBits;     // their bits in all, at most 56
+};
+
+enum L3CountFrom : uint8_t { kL3Fixed, kL3Rest, kL3ByField, kL3OwnLength };
+
+struct L3Octets {
+  L3CountFrom from;
+  uint8_t lengthBits; // kL3OwnLength
+  uint8_t ranged;     // lo..hi is tested
+  uint32_t cap;       // octets inline; 0: heap (numocts u32, data pointer)
+  uint32_t fixed;     // kL3Fixed: octets, an array without count
+  uint32_t dataOffset; // from the member's start to the inline octets (their count, numocts, is one octet up to there: u8)
+  L3Field field;      // kL3ByField
+  uint32_t lo, hi;
+};
+
+struct L3BitString {
+  uint32_t capBits;    // 0: heap (numbits u32, data pointer); else inline: numbits u8, octets at dataOffset
+  uint32_t dataOffset;
+};
+
+struct L3Text {
+  L3CountFrom from;
+  uint8_t lengthBits;
+  uint8_t labels; // length-prefixed labels, joined with dots in the record
+  uint8_t ranged;
+  L3Field field;
+  uint32_t lo, hi; // octets on the wire
+};
+
+enum L3ListEnd : uint8_t { kL3WhileRoom, kL3Times, kL3MoreBit, kL3WhileExt, kL3UntilZero };
+
+struct L3List {
+  L3ListEnd end;
+  uint8_t zeroBits;  // kL3UntilZero
+  int8_t bias;       // kL3Times: added to the field
+  uint8_t ranged;    // count tested against lo..hi
+  uint32_t cap;      // entries inline (n u8); 0: dynamic (n u64, elem pointer)
+  uint32_t elemOffset; // from the list's start to `elem`
+  uint32_t elemSize;
+  L3Field field;     // kL3Times
+  uint32_t lo, hi;
+  L3Row elem;        // the entry; its offset is 0 from the entry's start and its name is "elem"
+};
+
+enum L3SelectFrom : uint8_t { kL3SelectFields, kL3SelectBits, kL3SelectPeek };
+
+// One alternative. Its row's offset counts from the start of the record that holds the choice.
+struct L3Alternative {
+  uint32_t lo, hi; // selector values; `other` takes all the rest
+  uint32_t tag;    // t, from 1 in definition order
+  uint8_t other;
+  L3Row row;
+};
+
+struct L3Choice {
+  L3SelectFrom from;
+  uint8_t bits;     // kL3SelectBits, kL3SelectPeek
+  uint8_t tagged;   // the record has t at row.offset
+  uint8_t fieldCount;
+  uint16_t count;
+  uint32_t mask;    // kL3SelectPeek
+  uint32_t unionOffset, unionSize; // from the record's start
+  const L3Field* fields;
+  const L3Alternative* alternatives; // several entries may share a tag when a value list has gaps
+};
+
+// One message of a top-level form.
+struct L3BodyRow {
+  uint16_t discriminator, msgType;
+  uint16_t tag;        // t
+  uint16_t line;
+  const char* name;    // "RegRequest5G"
+  const char* objName; // "obj_RegRequest5G", as printed
+  const char* elemName; // "u.obj_RegRequest5G", as pushed
+  const L3Type* type;  // null: no body
+};
+
+struct L3Body {
+  L3Field discriminator, msgType; // discriminator.store 0: none
+  uint32_t onlyDiscriminator;     // the one legal value where there is no column for it, or kL3NoLimit
+  uint32_t pointerOffset;         // of u from the record's start; t stands at row.offset
+  uint16_t count;
+  const L3BodyRow* rows;
+};
+
+struct L3Length {
+  uint8_t bits;
+  uint8_t unitBits;  // 8: counts octets; 1: counts bits
+  uint8_t ranged;
+  uint8_t keepWhole; // a 16-bit length is not cut to its low 8 bits on encoding
+  uint8_t member;    // the record keeps it at row.offset, in row.store octets
+  uint32_t lo, hi;
+};
+
+struct L3Release {
+  uint16_t release;
+  uint16_t fitBits; // 0: no such test
+  uint16_t rows;    // rows of the group behind this one
+};
+
+enum L3Skip : uint8_t { kL3SkipNothing, kL3SkipLength, kL3SkipFixed };
+
+// How an optional element of a message is found and, out of its turn, skipped. Parallel to L3Message.options.
+struct L3Iei {
+  uint8_t value; // 8-bit value, or 0 to 15 for a half octet
+  uint8_t half;
+  L3Skip skip;
+  uint8_t skipOctets; // kL3SkipFixed
+  uint8_t nextSame;   // position (from 1) of the next element with this IEI, or 0
+};
+
+struct L3Message {
+  const L3Row* options;  // optional elements in definition order
+  const L3Iei* ieis;
+  const uint8_t* byValue; // 256 entries: position from 1 of the first element with that IEI, 0: unknown
+  uint16_t count;
+  uint16_t halves;        // bit v: the message has the half-octet IEI v
+  uint8_t shifts;         // follows locking shifts
+  uint8_t tail;           // without options: skips any tail by rtx3GPPDecL3NonImperative
+};
+
+// Hand-written coders of a type.
+struct L3Hand {
+  int (*decode)(L3Call& call, const L3Type& type, void* record);
+  int (*encode)(L3Call& call, const L3Type& type, void* record);
+};
+
+enum L3TypeFlags : uint8_t {
+  kL3Bare = 0x01,        // one thing without braces; a row named null
+  kL3EarlyReturn = 0x02, // returns at once where a release group ends at the region's end
+  kL3IsMessage = 0x04,
+  kL3IsPdu = 0x08,
+  kL3IsChoice = 0x10,    // a bare choice type: braces of the choice itself
+  kL3Pointer = 0x20,     // the value is a char* (string types)
+};
+
+struct L3Type {
+  const char* name;     // pushed by the decoder: "SNSSAI"
+  const char* encName;  // pushed by the encoder
+  const char* fullName; // "TS24501IE_SNSSAI"
+  const L3Module* module;
+  const L3Row* rows;
+  const L3Message* message; // messages only
+  const L3Hand* hand;       // or null
+  uint32_t size;            // sizeof the value
+  uint16_t rowCount;
+  uint16_t line;            // of the block
+  uint8_t mOctets;          // octets of m, which stands at offset 0
+  uint8_t flags;
+  uint16_t mBits;           // bits given out, groups included
+};
+
+// Every type of the library, sorted by full name, for tools and for tests that hold for all types.
+struct L3TypeEntry {
+  const L3Type* type;
+  int (*decode)(RtxContext* pctxt, void* value);       // the exported decoder, null if there is none
+  int (*encode)(RtxContext* pctxt, void* value);       // calls the exported encoder, by value where it takes values
+  int (*print)(RtxContext* pctxt, const char* name, const void* value);
+  int (*init)(void* value);
+  void* (*sample)(RtxContext* pctxt);
+};
+
+extern const L3TypeEntry l3TypeTable[];
+extern const size_t l3TypeCount;
+
+#endif
