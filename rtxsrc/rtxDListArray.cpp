@@ -1,0 +1,142 @@
+// Lists turned into arrays and strings, and the collector of repeated elements.
+#include <limits.h>
+#include <string.h>
+
+#include "rtxsrc/rtxCalls.h"
+#include "velnor3gpp/rtxDList.h"
+#include "velnor3gpp/rtxMemHeap.h"
+#include "velnor3gpp/rtxStatus.h"
+
+static const char kModule[] = "rtxDListArray";
+
+// An array of `count` elements, or null.
+static void* newArray(RtxContext* pctxt, size_t count, size_t elemSize)
+{
+  if (elemSize != 0 && count > SIZE_MAX / elemSize) return nullptr;
+  return rtxMemHeapAlloc(&pctxt->pMemHeap, count * elemSize);
+}
+
+// Makes sure that `*ppArray` holds the list's count. Returns the count or a status.
+static int arrayFor(RtxContext* pctxt, const RtxDList* pList, void** ppArray, uint32_t* pElemCount, size_t elemSize)
+{
+  if (pList->count > INT_MAX) return rtxErrSetNewData(pctxt, RTX_E_NO_MEMORY, kModule, __LINE__);
+  const int count = static_cast<int>(pList->count);
+  if (pElemCount == nullptr || *pElemCount < pList->count) {
+    void* fresh = newArray(pctxt, pList->count, elemSize);
+    if (fresh == nullptr) return rtxErrSetNewData(pctxt, RTX_E_NO_MEMORY, kModule, __LINE__);
+    *ppArray = fresh;
+  }
+  if (pElemCount != nullptr) *pElemCount = static_cast<uint32_t>(count);
+  return count;
+}
+
+int rtxDListToArray(RtxContext* pctxt, const RtxDList* pList, void** ppArray, uint32_t* pElemCount, size_t elemSize)
+{
+  const int count = arrayFor(pctxt, pList, ppArray, pElemCount, elemSize);
+  if (count < 0) return count;
+  uint8_t* to = static_cast<uint8_t*>(*ppArray);
+  for (const RtxDListNode* node = pList->head; node != nullptr; node = node->next, to += elemSize) {
+    memcpy(to, node->data, elemSize);
+  }
+  return count;
+}
+
+int rtxDListToPointerArray(RtxContext* pctxt, const RtxDList* pList, void*** ppArray, uint32_t* pElemCount)
+{
+  void* array = *ppArray;
+  const int count = arrayFor(pctxt, pList, &array, pElemCount, sizeof(void*));
+  if (count < 0) return count;
+  void** to = *ppArray = static_cast<void**>(array);
+  for (const RtxDListNode* node = pList->head; node != nullptr; node = node->next) *to++ = node->data;
+  return count;
+}
+
+// Octets of all strings with a separator between each two.
+static size_t joinedLength(const RtxDList* pList)
+{
+  size_t length = pList->count > 1 ? pList->count - 1 : 0;
+  for (const RtxDListNode* node = pList->head; node != nullptr; node = node->next) {
+    if (node->data != nullptr) length += strlen(static_cast<const char*>(node->data));
+  }
+  return length;
+}
+
+// Reports nothing itself: the error records call it for their element path.
+int rtxDListToUTF8Str(RtxContext* pctxt, const RtxDList* pList, char** ppStr, char sep)
+{
+  *ppStr = nullptr;
+  const size_t length = joinedLength(pList);
+  if (length == 0) return 0;
+  char* to = static_cast<char*>(rtxMemHeapAlloc(&pctxt->pMemHeap, length + 1));
+  if (to == nullptr) return RTX_E_NO_MEMORY;
+  *ppStr = to;
+  for (const RtxDListNode* node = pList->head; node != nullptr; node = node->next) {
+    const char* text = static_cast<const char*>(node->data);
+    const size_t n = text != nullptr ? strlen(text) : 0;
+    if (node != pList->head) *to++ = sep;
+    if (n != 0) memcpy(to, text, n);
+    to += n;
+  }
+  *to = '\0';
+  return 0;
+}
+
+void rtxDListBufInit(RtxDListBuf* pBuf, size_t firstSegSize, void** ppArray, size_t elemSize)
+{
+  *pBuf = {};
+  pBuf->firstSegSize = firstSegSize != 0 ? firstSegSize : 1;
+  pBuf->elemSize = elemSize;
+  pBuf->ppArray = ppArray;
+  *ppArray = nullptr;
+}
+
+int rtxDListBufExpand(RtxContext* pctxt, RtxDListBuf* pBuf)
+{
+  if (pBuf->nMax > SIZE_MAX / 2) return RTX_E_NO_MEMORY;
+  const size_t nMax = pBuf->nMax != 0 ? pBuf->nMax * 2 : pBuf->firstSegSize;
+  void* segment = newArray(pctxt, nMax, pBuf->elemSize);
+  if (segment == nullptr) return RTX_E_NO_MEMORY;
+  if (pBuf->nMax != 0) {
+    if (rtxDListAppend(pctxt, &pBuf->segments, *pBuf->ppArray) == nullptr) {
+      rtxMemHeapFreePtr(&pctxt->pMemHeap, segment);
+      return RTX_E_NO_MEMORY;
+    }
+    pBuf->nAll += pBuf->n;
+  }
+  pBuf->n = 0;
+  pBuf->nMax = nMax;
+  *pBuf->ppArray = segment;
+  return 0;
+}
+
+// One segment is all there is: it becomes the array. A refused shrinking leaves it as it is.
+static int trimSegment(RtxContext* pctxt, RtxDListBuf* pBuf)
+{
+  void* segment = *pBuf->ppArray;
+  void* trimmed = rtxMemHeapRealloc(&pctxt->pMemHeap, segment, pBuf->n * pBuf->elemSize);
+  if (trimmed != nullptr || pBuf->n == 0) *pBuf->ppArray = trimmed;
+  pBuf->nAll = pBuf->n;
+  return 0;
+}
+
+int rtxDListBufToArray(RtxContext* pctxt, RtxDListBuf* pBuf)
+{
+  if (*pBuf->ppArray == nullptr) return 0;
+  if (pBuf->segments.count == 0) return trimSegment(pctxt, pBuf);
+  const size_t count = pBuf->nAll + pBuf->n;
+  void* array = newArray(pctxt, count, pBuf->elemSize);
+  if (array == nullptr) return RTX_E_NO_MEMORY;
+  uint8_t* to = static_cast<uint8_t*>(array);
+  size_t nSegment = pBuf->firstSegSize;
+  for (const RtxDListNode* node = pBuf->segments.head; node != nullptr; node = node->next, nSegment *= 2) {
+    memcpy(to, node->data, nSegment * pBuf->elemSize);
+    to += nSegment * pBuf->elemSize;
+  }
+  memcpy(to, *pBuf->ppArray, pBuf->n * pBuf->elemSize);
+  rtxMemHeapFreePtr(&pctxt->pMemHeap, *pBuf->ppArray);
+  rtxDListFreeAll(pctxt, &pBuf->segments);
+  *pBuf->ppArray = array;
+  pBuf->nAll = count;
+  pBuf->n = pBuf->nMax = 0;
+  return 0;
+}

@@ -1,0 +1,123 @@
+/**
+ * @file rtxMemHeapInline.h
+ * The layout of the heap's storage and the one fast path of allocation, for the heap's own sources and for coders that
+ * allocate in a loop. A block is a row of elements, each an 8-octet header and its data, counted in units of 8 octets
+ * from unit 0 of the block. A free element keeps its list links in its own last unit, so that the `prevOff` of the
+ * following header is at once the free element's size, and cutting an element off its front leaves the links alone.
+ */
+#ifndef VELNOR3GPP_RTXSRC_RTX_MEM_HEAP_INLINE_H
+#define VELNOR3GPP_RTXSRC_RTX_MEM_HEAP_INLINE_H
+
+#include <string.h>
+
+#include "velnor3gpp/rtxMemHeap.h"
+
+constexpr size_t kMemUnit = 8;
+constexpr unsigned kMemFirstElem = 2; // Unit of a block's first element, behind list head and start border.
+constexpr unsigned kMemMinElem = 2;   // A free element needs a header and a link.
+constexpr uint16_t kMemMaxFreeUnknown = 65535;
+constexpr size_t kMemMaxBlockElem = 65532 * kMemUnit; // Largest data of a block element in octets.
+constexpr size_t kMemMaxBlockSize = 524312;
+constexpr size_t kMemBlockOverhead = 32; // Octets of a block beside its units: fixed fields and end border.
+
+constexpr uint8_t kMemElemFree = 0x01;
+constexpr uint8_t kMemElemSaved = 0x02;
+constexpr uint8_t kMemElemRaw = 0x04;
+
+// Header directly before the data. Of a raw element the first four octets are the guard value.
+struct RtxMemElem {
+  uint16_t nunits;   // Size in units with this header.
+  uint16_t prevOff;  // Units back to the previous header.
+  uint16_t beginOff; // Units from unit 0; free elements need none.
+  uint8_t flags;
+  uint8_t refcnt;
+};
+
+// Unit 0 of a block (with the guard value) and the last unit of each free element: a ring of unit offsets.
+struct RtxMemFreeLink {
+  uint32_t code;
+  uint16_t nextFree;
+  uint16_t prevFree;
+};
+
+struct RtxMemBlock {
+  RtxMemBlock* next;
+  RtxMemBlock* prev;
+  uint16_t freeElemOff; // The rover: unit of the link at which searching starts, 0 for the list head.
+  uint16_t maxFreeElem; // No free element is larger, in units.
+  uint16_t nunits;
+  uint16_t nsaved;
+  RtxMemFreeLink head;
+};
+
+struct RtxMemRawBlk {
+  void* next; // The heap record is the sentinel of this ring, its first two members are the same links.
+  void* prev;
+  size_t size; // Octets that are surely there, for copying.
+  RtxMemElem elem;
+};
+
+static_assert(sizeof(RtxMemElem) == kMemUnit && sizeof(RtxMemFreeLink) == kMemUnit);
+static_assert(sizeof(void*) != 8 || (offsetof(RtxMemBlock, head) == 24 && sizeof(RtxMemRawBlk) == 32));
+
+inline RtxMemElem* rtxMemElemAt(RtxMemBlock* block, size_t unit)
+{
+  return reinterpret_cast<RtxMemElem*>(reinterpret_cast<uint8_t*>(&block->head) + unit * kMemUnit);
+}
+
+inline RtxMemFreeLink* rtxMemLinkAt(RtxMemBlock* block, size_t unit)
+{
+  return reinterpret_cast<RtxMemFreeLink*>(reinterpret_cast<uint8_t*>(&block->head) + unit * kMemUnit);
+}
+
+// Size in units of the free element whose link stands at `unit`; 0 for the list head, by the start border.
+inline unsigned rtxMemFreeSizeAt(RtxMemBlock* block, size_t unit)
+{
+  return rtxMemElemAt(block, unit + 1)->prevOff;
+}
+
+// Units that an element for `size` octets takes, header included.
+inline unsigned rtxMemUnitsFor(size_t size)
+{
+  return size == 0 ? kMemMinElem : static_cast<unsigned>((size + kMemUnit - 1) / kMemUnit) + 1;
+}
+
+inline void rtxMemSetElem(RtxMemElem* elem, unsigned nunits, unsigned prevOff, unsigned beginOff, uint8_t flags,
+                          uint8_t refcnt)
+{
+  *elem = {static_cast<uint16_t>(nunits), static_cast<uint16_t>(prevOff), static_cast<uint16_t>(beginOff), flags,
+           refcnt};
+}
+
+// Cuts `need` units off the front of the free element whose link stands at `linkOff`; at least two must remain.
+inline void* rtxMemCutFront(RtxMemBlock* block, unsigned linkOff, unsigned size, unsigned need)
+{
+  const unsigned off = linkOff + 1 - size;
+  RtxMemElem* elem = rtxMemElemAt(block, off);
+  elem->nunits = static_cast<uint16_t>(need);
+  elem->beginOff = static_cast<uint16_t>(off);
+  elem->flags = 0;
+  elem->refcnt = 1;
+  rtxMemSetElem(elem + need, size - need, need, off + need, kMemElemFree, 0);
+  rtxMemElemAt(block, linkOff + 1)->prevOff = static_cast<uint16_t>(size - need);
+  return elem + 1;
+}
+
+// Serves a request from the free element at the current block's rover, as nearly every one is. Null means only that
+// rtxMemHeapAlloc has to look further; a result and its heap are those of rtxMemHeapAlloc.
+inline void* rtxMemHeapAllocFast(RtxMemHeap* heap, size_t size)
+{
+  RtxMemBlock* block = heap->curBlock;
+  if ((heap->flags & (RT_MH_STATIC | RT_MH_CHECK_HEAP | RT_MH_USE_SYSMEM)) != 0 || block == nullptr) return nullptr;
+  if (size > kMemMaxBlockElem) return nullptr;
+  const unsigned need = rtxMemUnitsFor(size);
+  const unsigned linkOff = block->freeElemOff;
+  const unsigned freeSize = rtxMemFreeSizeAt(block, linkOff);
+  if (need > block->maxFreeElem || freeSize < need + kMemMinElem || freeSize >= linkOff) return nullptr;
+  const unsigned nextSize = rtxMemFreeSizeAt(block, rtxMemLinkAt(block, linkOff)->nextFree);
+  if (nextSize >= need && nextSize < freeSize) return nullptr; // The smaller neighbour fits better.
+  block->maxFreeElem = kMemMaxFreeUnknown;
+  return rtxMemCutFront(block, linkOff, freeSize, need);
+}
+
+#endif

@@ -1,0 +1,36 @@
+// The stack: a list whose head is the top.
+#include "velnor3gpp/rtxDList.h"
+#include "velnor3gpp/rtxMemHeap.h"
+#include "velnor3gpp/rtxStatus.h"
+
+RtxStack* rtxStackCreate(RtxContext* pctxt)
+{
+  RtxStack* stack = static_cast<RtxStack*>(rtxMemHeapAlloc(&pctxt->pMemHeap, sizeof(RtxStack)));
+  if (stack != nullptr) rtxStackInit(pctxt, stack);
+  return stack;
+}
+
+void rtxStackInit(RtxContext* pctxt, RtxStack* pStack)
+{
+  pStack->pctxt = pctxt;
+  rtxDListInit(&pStack->dlist);
+}
+
+int rtxStackPush(RtxStack* pStack, void* pData)
+{
+  if (pStack == nullptr) return RTX_E_NULL_POINTER;
+  return rtxDListInsert(pStack->pctxt, &pStack->dlist, 0, pData) != nullptr ? 0 : RTX_E_NO_MEMORY;
+}
+
+void* rtxStackPop(RtxStack* pStack)
+{
+  if (pStack == nullptr || pStack->dlist.head == nullptr) return nullptr;
+  void* data = pStack->dlist.head->data;
+  rtxDListFreeNode(pStack->pctxt, &pStack->dlist, pStack->dlist.head);
+  return data;
+}
+
+void* rtxStackPeek(const RtxStack* pStack)
+{
+  return pStack != nullptr && pStack->dlist.head != nullptr ? pStack->dlist.head->data : nullptr;
+}
