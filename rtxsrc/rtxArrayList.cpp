@@ -1,0 +1,155 @@
+// The paged array list. Insertion and removal shift the slots behind; a segment that becomes empty goes.
+#include "velnor3gpp/rtxArrayList.h"
+
+#include <limits.h>
+
+#include "velnor3gpp/rtxDList.h"
+#include "velnor3gpp/rtxMemHeap.h"
+#include "velnor3gpp/rtxStatus.h"
+
+// A place in the list: stepping from slot to slot costs no search.
+struct Cursor {
+  RtxDListNode* segment;
+  size_t slot;
+};
+
+static void** slotAt(const Cursor& at)
+{
+  return static_cast<void**>(at.segment->data) + at.slot;
+}
+
+static Cursor cursorAt(const RtxArrayList* pList, size_t index)
+{
+  return {rtxDListFindByIndex(&pList->segments, index / pList->segmentSize), index % pList->segmentSize};
+}
+
+static Cursor nextOf(const RtxArrayList* pList, Cursor at)
+{
+  if (++at.slot < pList->segmentSize) return at;
+  return {at.segment->next, 0};
+}
+
+static bool addSegment(RtxContext* pctxt, RtxArrayList* pList)
+{
+  if (pList->segmentSize > (SIZE_MAX - sizeof(RtxDListNode)) / sizeof(void*)) return false;
+  const size_t octets = sizeof(RtxDListNode) + pList->segmentSize * sizeof(void*);
+  RtxDListNode* node = static_cast<RtxDListNode*>(rtxMemHeapAlloc(&pctxt->pMemHeap, octets));
+  if (node == nullptr) return false;
+  node->data = node + 1;
+  rtxDListAppendNode(&pList->segments, node);
+  return true;
+}
+
+static bool isEqual(const RtxArrayList* pList, const void* a, const void* b)
+{
+  return pList->equalsFunc != nullptr ? pList->equalsFunc(a, b) != 0 : a == b;
+}
+
+void rtxArrayListInit(RtxArrayList* pList, size_t segmentSize)
+{
+  *pList = {};
+  pList->segmentSize = segmentSize != 0 ? segmentSize : RTX_ARRAY_LIST_SEGMENT_SIZE;
+}
+
+RtxArrayList* rtxNewArrayList(RtxContext* pctxt, size_t segmentSize)
+{
+  RtxArrayList* list = static_cast<RtxArrayList*>(rtxMemHeapAlloc(&pctxt->pMemHeap, sizeof(RtxArrayList)));
+  if (list != nullptr) rtxArrayListInit(list, segmentSize);
+  return list;
+}
+
+void rtxFreeArrayList(RtxContext* pctxt, RtxArrayList* pList)
+{
+  rtxDListFreeNodes(pctxt, &pList->segments);
+  pList->count = 0;
+  rtxArrayListInitIter(pList, 0);
+}
+
+int rtxArrayListAdd(RtxContext* pctxt, RtxArrayList* pList, void* pItem)
+{
+  if (pList->count >= INT_MAX) return RTX_E_NO_MEMORY;
+  if (pList->count == pList->segments.count * pList->segmentSize && !addSegment(pctxt, pList)) return RTX_E_NO_MEMORY;
+  static_cast<void**>(pList->segments.tail->data)[pList->count % pList->segmentSize] = pItem;
+  return static_cast<int>(pList->count++);
+}
+
+void* rtxArrayListRemove(RtxContext* pctxt, RtxArrayList* pList, const void* pItem)
+{
+  const int index = rtxArrayListIndexOf(pList, pItem);
+  return index < 0 ? nullptr : rtxArrayListRemoveIndexed(pctxt, pList, static_cast<size_t>(index));
+}
+
+void* rtxArrayListRemoveIndexed(RtxContext* pctxt, RtxArrayList* pList, size_t index)
+{
+  if (index >= pList->count) return nullptr;
+  Cursor at = cursorAt(pList, index);
+  void* removed = *slotAt(at);
+  for (size_t left = pList->count - index - 1; left != 0; left--) {
+    const Cursor next = nextOf(pList, at);
+    *slotAt(at) = *slotAt(next);
+    at = next;
+  }
+  pList->count--;
+  if (pList->count % pList->segmentSize == 0) rtxDListFreeNode(pctxt, &pList->segments, pList->segments.tail);
+  pList->iterSegment = nullptr;
+  return removed;
+}
+
+int rtxArrayListInsert(RtxContext* pctxt, RtxArrayList* pList, void* pItem, size_t index)
+{
+  if (index > pList->count) return RTX_E_INDEX_RANGE;
+  const int status = rtxArrayListAdd(pctxt, pList, pItem);
+  if (status < 0) return status;
+  Cursor at = cursorAt(pList, index);
+  for (size_t left = pList->count - index; left != 0; left--, at = nextOf(pList, at)) {
+    void* shifted = *slotAt(at);
+    *slotAt(at) = pItem;
+    pItem = shifted;
+  }
+  return 0;
+}
+
+void* rtxArrayListReplace(RtxArrayList* pList, void* pItem, size_t index)
+{
+  if (index >= pList->count) return nullptr;
+  void** slot = slotAt(cursorAt(pList, index));
+  void* old = *slot;
+  *slot = pItem;
+  return old;
+}
+
+void* rtxArrayListGetIndexed(const RtxArrayList* pList, size_t index)
+{
+  return index < pList->count ? *slotAt(cursorAt(pList, index)) : nullptr;
+}
+
+int rtxArrayListIndexOf(const RtxArrayList* pList, const void* pItem)
+{
+  Cursor at = {pList->segments.head, 0};
+  for (size_t i = 0; i < pList->count; i++, at = nextOf(pList, at)) {
+    if (isEqual(pList, *slotAt(at), pItem)) return static_cast<int>(i);
+  }
+  return -1;
+}
+
+void rtxArrayListInitIter(RtxArrayList* pList, size_t index)
+{
+  pList->iterIndex = index;
+  pList->iterSegment = nullptr;
+}
+
+int rtxArrayListHasNextItem(const RtxArrayList* pList)
+{
+  return pList->iterIndex < pList->count;
+}
+
+void* rtxArrayListNextItem(RtxArrayList* pList)
+{
+  if (!rtxArrayListHasNextItem(pList)) return nullptr;
+  Cursor at = {pList->iterSegment, pList->iterIndex % pList->segmentSize};
+  if (at.segment == nullptr) at = cursorAt(pList, pList->iterIndex);
+  void* item = *slotAt(at);
+  pList->iterSegment = nextOf(pList, at).segment;
+  pList->iterIndex++;
+  return item;
+}
