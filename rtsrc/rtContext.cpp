@@ -1,0 +1,69 @@
+// Contexts of the ASN.1 layer: the wrappers of the common ones and the information record.
+#include "velnor3gpp/rtContext.h"
+
+#include <stdlib.h>
+
+#include "rtxsrc/rtxErrorInternal.h"
+#include "velnor3gpp/rtxContext.h"
+#include "velnor3gpp/rtxDList.h"
+
+namespace {
+
+// The record lies in the extension slot while its operations run; rtxFreeContext frees it afterwards.
+int dropEventHandlers(RtxContext* pctxt)
+{
+  RtASN1Info* info = static_cast<RtASN1Info*>(pctxt->extInfo[RT_CTXT_ASN1_SLOT]);
+  if (info == nullptr) return RTX_E_NO_CONTEXT;
+  rtxDListFreeNodes(pctxt, &info->eventHandlers);
+  return 0;
+}
+
+} // namespace
+
+int rtCtxtInitASN1Info(RtxContext* pctxt)
+{
+  RtASN1Info* info = static_cast<RtASN1Info*>(rtxMemHeapSysAllocZ(&pctxt->pMemHeap, sizeof(RtASN1Info)));
+  if (info == nullptr) return RTX_E_NO_MEMORY;
+  info->release = dropEventHandlers;
+  info->reset = dropEventHandlers;
+  pctxt->extInfo[RT_CTXT_ASN1_SLOT] = info;
+  return 0;
+}
+
+int rtInitContext(RtxContext* pctxt)
+{
+  int status = rtxInitContext(pctxt);
+  if (status < 0) return status;
+  rtxErrAddErrorTableEntry(kRtMessages, kRtMessageFirst, kRtMessageBound);
+  return rtCtxtInitASN1Info(pctxt);
+}
+
+RtxContext* rtNewContext()
+{
+  RtxContext* pctxt = static_cast<RtxContext*>(malloc(sizeof(RtxContext)));
+  if (pctxt == nullptr) return nullptr;
+  if (rtInitContext(pctxt) < 0) {
+    rtxFreeContext(pctxt);
+    free(pctxt);
+    return nullptr;
+  }
+  pctxt->flags |= RTX_FLAG_CTXT_MALLOCED;
+  return pctxt;
+}
+
+void rtFreeContext(RtxContext* pctxt)
+{
+  if (rtxCheckContext(pctxt) != 0) return;
+  const bool malloced = (pctxt->flags & RTX_FLAG_CTXT_MALLOCED) != 0;
+  rtxFreeContext(pctxt);
+  if (malloced) free(pctxt);
+}
+
+int rtInitSubContext(RtxContext* psub, const RtxContext* pparent)
+{
+  rtxPreInitContext(psub);
+  rtxCtxtSetMemHeap(psub, pparent);
+  psub->buffer.aligned = pparent->buffer.aligned;
+  psub->buffer.dynamic = 1;
+  return rtCtxtInitASN1Info(psub);
+}

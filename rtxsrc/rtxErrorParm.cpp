@@ -1,0 +1,120 @@
+// Parameters of error messages. They gather in the context's own record until the next report takes them over.
+#include <inttypes.h>
+#include <stdio.h>
+#include <string.h>
+
+#include "velnor3gpp/rtxDList.h"
+#include "velnor3gpp/rtxError.h"
+#include "velnor3gpp/rtxMemHeap.h"
+#include "velnor3gpp/rtxStrings.h"
+
+namespace {
+
+bool parmFits(const RtxContext* pctxt)
+{
+  return pctxt->reservedErr.parmcount < RTX_ERR_MAX_PARMS;
+}
+
+// Stores a heap string, null when memory was out.
+int storeParm(RtxContext* pctxt, char* owned)
+{
+  if (owned == nullptr) return 0;
+  pctxt->reservedErr.parms[pctxt->reservedErr.parmcount++] = owned;
+  return 1;
+}
+
+} // namespace
+
+int rtxErrAddStrParm(RtxContext* pctxt, const char* s)
+{
+  if (!parmFits(pctxt)) return 0;
+  return storeParm(pctxt, rtxUTF8Strdup(pctxt, s != nullptr ? s : "(null)"));
+}
+
+int rtxErrAddStrnParm(RtxContext* pctxt, const char* s, size_t n)
+{
+  if (s == nullptr) return rtxErrAddStrParm(pctxt, nullptr);
+  if (!parmFits(pctxt)) return 0;
+  const void* end = n != 0 ? memchr(s, '\0', n) : nullptr;
+  const size_t length = end != nullptr ? static_cast<size_t>(static_cast<const char*>(end) - s) : n;
+  if (length == SIZE_MAX) return 0;
+  char* copy = static_cast<char*>(rtxMemHeapAlloc(&pctxt->pMemHeap, length + 1));
+  if (copy == nullptr) return 0;
+  memcpy(copy, s, length);
+  copy[length] = '\0';
+  return storeParm(pctxt, copy);
+}
+
+int rtxErrAddIntParm(RtxContext* pctxt, int32_t value)
+{
+  char text[16];
+  snprintf(text, sizeof text, "%" PRId32, value);
+  return rtxErrAddStrParm(pctxt, text);
+}
+
+int rtxErrAddUIntParm(RtxContext* pctxt, uint32_t value)
+{
+  return rtxErrAddUInt64Parm(pctxt, value);
+}
+
+int rtxErrAddInt64Parm(RtxContext* pctxt, int64_t value)
+{
+  char text[32];
+  snprintf(text, sizeof text, "%" PRId64, value);
+  return rtxErrAddStrParm(pctxt, text);
+}
+
+int rtxErrAddUInt64Parm(RtxContext* pctxt, uint64_t value)
+{
+  char text[32];
+  snprintf(text, sizeof text, "%" PRIu64, value);
+  return rtxErrAddStrParm(pctxt, text);
+}
+
+int rtxErrAddSizeParm(RtxContext* pctxt, size_t value)
+{
+  return rtxErrAddUInt64Parm(pctxt, value);
+}
+
+int rtxErrAddDoubleParm(RtxContext* pctxt, double value)
+{
+  char text[200];
+  snprintf(text, sizeof text, "%E", value);
+  return rtxErrAddStrParm(pctxt, text);
+}
+
+int rtxErrAddUniStrParm(RtxContext* pctxt, const uint16_t* s)
+{
+  if (s == nullptr) return rtxErrAddStrParm(pctxt, "");
+  if (!parmFits(pctxt)) return 0;
+  size_t units = 0;
+  while (s[units] != 0) units++;
+  const size_t size = 3 * units + 1; // A character of one unit takes three octets at most, one of two takes four.
+  char* text = static_cast<char*>(rtxMemHeapAlloc(&pctxt->pMemHeap, size));
+  return storeParm(pctxt, text != nullptr ? rtxUCSToCStr(s, text, size) : nullptr);
+}
+
+int rtxErrAddElemNameParm(RtxContext* pctxt)
+{
+  if (pctxt->elemNameStack.count == 0) return rtxErrAddStrParm(pctxt, "?");
+  if (!parmFits(pctxt)) return 0;
+  char* path = nullptr;
+  if (rtxDListToUTF8Str(pctxt, &pctxt->elemNameStack, &path, '.') < 0) return 0;
+  return path != nullptr ? storeParm(pctxt, path) : rtxErrAddStrParm(pctxt, "?");
+}
+
+// A count of the whole size, measured from the cursor, would run past the buffer: the buffer's end bounds it.
+int rtxErrAddCtxtBufParm(RtxContext* pctxt)
+{
+  const RtxBuffer* buffer = &pctxt->buffer;
+  if (buffer->data == nullptr) return rtxErrAddStrParm(pctxt, nullptr);
+  if (buffer->byteIndex >= buffer->size) return rtxErrAddStrParm(pctxt, "");
+  const char* cursor = reinterpret_cast<const char*>(buffer->data) + buffer->byteIndex;
+  return rtxErrAddStrnParm(pctxt, cursor, buffer->size - buffer->byteIndex);
+}
+
+int rtxErrInvUIntOpt(RtxContext* pctxt, uint32_t value)
+{
+  rtxErrAddUIntParm(pctxt, value);
+  return RTX_E_INVALID_CHOICE;
+}

@@ -1,0 +1,159 @@
+// Helpers for terminated strings.
+#include "velnor3gpp/rtxStrings.h"
+
+#include <string.h>
+
+#include "velnor3gpp/rtxMemHeap.h"
+#include "velnor3gpp/rtxStatus.h"
+
+namespace {
+
+constexpr int kJoinMax = 5;
+constexpr uint32_t kHighSurrogate = 0xD800;
+constexpr uint32_t kLowSurrogate = 0xDC00;
+
+// Writes `length` characters and the terminator, or an empty string if they do not fit.
+char* copyChars(char* dst, size_t size, const char* src, size_t length)
+{
+  if (dst == nullptr || size == 0) return nullptr;
+  dst[0] = '\0';
+  if (src == nullptr || length >= size) return nullptr;
+  memmove(dst, src, length);
+  dst[length] = '\0';
+  return dst;
+}
+
+// Code point at `*psrc`, which moves on; a surrogate without its other half gives "?".
+uint32_t nextCodePoint(const uint16_t** psrc)
+{
+  const uint32_t unit = *(*psrc)++;
+  if (unit < kHighSurrogate || unit > 0xDFFF) return unit;
+  const uint32_t low = **psrc;
+  if (unit >= kLowSurrogate || low < kLowSurrogate || low > 0xDFFF) return '?';
+  ++*psrc;
+  return 0x10000 + ((unit - kHighSurrogate) << 10) + (low - kLowSurrogate);
+}
+
+// Writes a code point as UTF-8 and returns the octets, 1 to 4.
+size_t toUTF8(uint32_t code, char* out)
+{
+  const size_t count = code < 0x80 ? 1U : code < 0x800 ? 2U : code < 0x10000 ? 3U : 4U;
+  static const uint8_t kLead[] = {0x00, 0xC0, 0xE0, 0xF0};
+  for (size_t i = count; i-- > 1; code >>= 6) out[i] = static_cast<char>(0x80 | (code & 0x3F));
+  out[0] = static_cast<char>(kLead[count - 1] | code);
+  return count;
+}
+
+} // namespace
+
+char* rtxStrcpy(char* dst, size_t size, const char* src)
+{
+  return copyChars(dst, size, src, rtxUTF8LenBytes(src));
+}
+
+char* rtxStrncpy(char* dst, size_t size, const char* src, size_t n)
+{
+  const void* end = src != nullptr && n != 0 ? memchr(src, '\0', n) : nullptr;
+  return copyChars(dst, size, src, end != nullptr ? static_cast<size_t>(static_cast<const char*>(end) - src) : n);
+}
+
+char* rtxStrcat(char* dst, size_t size, const char* src)
+{
+  if (dst == nullptr || src == nullptr) return nullptr;
+  const size_t used = strlen(dst);
+  const size_t length = strlen(src);
+  if (used >= size || length >= size - used) return nullptr;
+  memcpy(dst + used, src, length + 1);
+  return dst;
+}
+
+char* rtxStrdup(RtxContext* pctxt, const char* s)
+{
+  if (s == nullptr) return nullptr;
+  const size_t size = strlen(s) + 1;
+  void* copy = rtxMemHeapAlloc(&pctxt->pMemHeap, size);
+  return copy != nullptr ? static_cast<char*>(memcpy(copy, s, size)) : nullptr;
+}
+
+char* rtxUTF8Strdup(RtxContext* pctxt, const char* s)
+{
+  return rtxStrdup(pctxt, s);
+}
+
+char* rtxStrJoin(char* dst, size_t size, const char* s1, const char* s2, const char* s3, const char* s4, const char* s5)
+{
+  if (dst == nullptr || size == 0) return nullptr;
+  const char* const parts[kJoinMax] = {s1, s2, s3, s4, s5};
+  size_t used = 0;
+  for (const char* part : parts) {
+    const size_t length = rtxUTF8LenBytes(part);
+    if (part == nullptr || length >= size - used) break;
+    memcpy(dst + used, part, length);
+    used += length;
+  }
+  dst[used] = '\0';
+  return dst;
+}
+
+char* rtxStrDynJoin(RtxContext* pctxt, const char* s1, const char* s2, const char* s3, const char* s4, const char* s5)
+{
+  if (s1 == nullptr) return nullptr;
+  const char* const parts[kJoinMax] = {s1, s2, s3, s4, s5};
+  size_t size = 1;
+  for (int i = 0; i < kJoinMax && parts[i] != nullptr; i++) size += strlen(parts[i]);
+  char* text = static_cast<char*>(rtxMemHeapAlloc(&pctxt->pMemHeap, size));
+  return text != nullptr ? rtxStrJoin(text, size, s1, s2, s3, s4, s5) : nullptr;
+}
+
+int rtxUIntToCharStr(uint32_t value, char* dst, size_t size, char padChar)
+{
+  return rtxUInt64ToCharStr(value, dst, size, padChar);
+}
+
+int rtxUInt64ToCharStr(uint64_t value, char* dst, size_t size, char padChar)
+{
+  if (dst == nullptr || size < 2) return RTX_E_BAD_PARAMETER;
+  char digits[20];
+  size_t first = sizeof digits;
+  do {
+    digits[--first] = static_cast<char>('0' + value % 10);
+    value /= 10;
+  } while (value != 0);
+  const size_t count = sizeof digits - first;
+  if (count > size - 1) return RTX_E_ENCODE_OVERFLOW;
+  const size_t padding = padChar != '\0' ? size - 1 - count : 0;
+  memset(dst, padChar, padding);
+  memcpy(dst + padding, digits + first, count);
+  dst[padding + count] = '\0';
+  return static_cast<int>(padding + count);
+}
+
+int rtxSizeToCharStr(size_t value, char* dst, size_t size, char padChar)
+{
+  return rtxUInt64ToCharStr(value, dst, size, padChar);
+}
+
+size_t rtxUTF8LenBytes(const char* s)
+{
+  return s != nullptr ? strlen(s) : 0;
+}
+
+int rtxUTF8Strncmp(const char* s1, const char* s2, size_t n)
+{
+  return strncmp(s1 != nullptr ? s1 : "", s2 != nullptr ? s2 : "", n);
+}
+
+char* rtxUCSToCStr(const uint16_t* src, char* dst, size_t size)
+{
+  if (dst == nullptr || size == 0) return nullptr;
+  size_t used = 0;
+  while (src != nullptr && *src != 0) {
+    char octets[4];
+    const size_t count = toUTF8(nextCodePoint(&src), octets);
+    if (count >= size - used) break;
+    memcpy(dst + used, octets, count);
+    used += count;
+  }
+  dst[used] = '\0';
+  return dst;
+}
