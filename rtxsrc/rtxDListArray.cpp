@@ -2,8 +2,8 @@
 #include <limits.h>
 #include <string.h>
 
-#include "rtxsrc/rtxCalls.h"
 #include "velnor3gpp/rtxDList.h"
+#include "velnor3gpp/rtxError.h"
 #include "velnor3gpp/rtxMemHeap.h"
 #include "velnor3gpp/rtxStatus.h"
 

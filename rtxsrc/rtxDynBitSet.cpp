@@ -3,8 +3,8 @@
 
 #include <string.h>
 
-#include "rtxsrc/rtxCalls.h"
 #include "velnor3gpp/rtxMemHeap.h"
+#include "velnor3gpp/rtxPrintStream.h"
 #include "velnor3gpp/rtxStatus.h"
 
 static constexpr uint32_t kMaxBit = 65535;

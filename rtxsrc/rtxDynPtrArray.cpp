@@ -1,7 +1,7 @@
 // The growing pointer array.
 #include "velnor3gpp/rtxDynPtrArray.h"
 
-#include "rtxsrc/rtxCalls.h"
+#include "velnor3gpp/rtxError.h"
 #include "velnor3gpp/rtxMemHeap.h"
 #include "velnor3gpp/rtxStatus.h"
 

@@ -3,7 +3,7 @@
 
 #include <string.h>
 
-#include "rtxsrc/rtxCalls.h"
+#include "velnor3gpp/rtxError.h"
 #include "velnor3gpp/rtxMemHeap.h"
 #include "velnor3gpp/rtxStatus.h"
 

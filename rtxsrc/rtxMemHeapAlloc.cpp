@@ -1,6 +1,6 @@
 // Allocation: the search for a free element, new blocks, raw blocks and the static mode.
-#include "rtxsrc/rtxCalls.h"
 #include "rtxsrc/rtxMemHeapInternal.h"
+#include "velnor3gpp/rtxError.h"
 #include "velnor3gpp/rtxStatus.h"
 
 namespace {

@@ -1,6 +1,7 @@
 // The check of a whole heap, and the test of a single pointer by walking it.
-#include "rtxsrc/rtxCalls.h"
 #include "rtxsrc/rtxMemHeapInternal.h"
+#include "velnor3gpp/rtxError.h"
+#include "velnor3gpp/rtxPrintStream.h"
 
 namespace {
 

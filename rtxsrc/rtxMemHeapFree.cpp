@@ -1,6 +1,7 @@
 // References and release: single elements with their coalescing, raw blocks, whole blocks and the reset.
-#include "rtxsrc/rtxCalls.h"
 #include "rtxsrc/rtxMemHeapInternal.h"
+#include "velnor3gpp/rtxDiag.h"
+#include "velnor3gpp/rtxError.h"
 #include "velnor3gpp/rtxStatus.h"
 
 namespace {

@@ -1,6 +1,6 @@
 // Prints what a heap holds, to the process's print stream.
-#include "rtxsrc/rtxCalls.h"
 #include "rtxsrc/rtxMemHeapInternal.h"
+#include "velnor3gpp/rtxPrintStream.h"
 
 static void printFreeLink(RtxMemBlock* block, unsigned off)
 {

@@ -10,6 +10,7 @@
 #include "velnor3gpp/rtxArrayList.h"
 #include "velnor3gpp/rtxDynBitSet.h"
 #include "velnor3gpp/rtxDynPtrArray.h"
+#include "velnor3gpp/rtxError.h"
 #include "velnor3gpp/rtxHashMap.h"
 #include "velnor3gpp/rtxHashMapStr2Int.h"
 #include "velnor3gpp/rtxHashMapStr2UInt.h"
@@ -338,7 +339,9 @@ TEST_F(Containers, MemBufGrowsCutsAndTrims)
     EXPECT_EQ(rtxMemBufCut(&buf, 0, 3), 0); // the space and the first letter
     EXPECT_EQ(textOf(buf), "bfghijklm");
     EXPECT_EQ(rtxMemBufCut(&buf, 5, 5), RTX_E_BAD_PARAMETER);
+    rtxErrReset(&ctxt);
     EXPECT_EQ(rtxMemBufCut(&buf, 10, SIZE_MAX), RTX_E_BAD_PARAMETER);
+    rtxErrReset(&ctxt);
     EXPECT_EQ(rtxMemBufSet(&buf, '-', 3), 0);
     int32_t length = 0;
     EXPECT_EQ(*rtxMemBufGetData(&buf, &length), 'b');
@@ -348,11 +351,11 @@ TEST_F(Containers, MemBufGrowsCutsAndTrims)
     EXPECT_EQ(textOf(buf), "bfghijklm---");
     EXPECT_EQ(rtxMemBufSetExpandable(&buf, 0), 1);
     EXPECT_EQ(rtxMemBufPreAllocate(&buf, 32), RTX_E_NO_MEMORY);
+    rtxErrReset(&ctxt);
     rtxMemBufReset(&buf);
     EXPECT_EQ(rtxMemBufPreAllocate(&buf, 32), 0);
     rtxMemBufFree(&buf);
   }
-  rtxMemHeapReset(&ctxt.pMemHeap); // drops the records of the refused growths
 }
 
 TEST_F(Containers, MemBufOverACallersBufferAndAStaticHeap)
