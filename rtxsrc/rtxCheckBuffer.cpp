@@ -71,6 +71,14 @@ static uint8_t* reallocBuffer(RtxContext* pctxt, size_t size)
   return static_cast<uint8_t*>(data);
 }
 
+// What a growing buffer gets for `nbytes` at the cursor, at least. A cursor set past the end needs the gap as well.
+static size_t growthFor(const RtxBuffer& buffer, size_t nbytes)
+{
+  size_t gap = buffer.byteIndex > buffer.size ? buffer.byteIndex - buffer.size : 0;
+  size_t need = nbytes > SIZE_MAX - gap ? SIZE_MAX : nbytes + gap;
+  return buffer.size > need ? buffer.size : need;
+}
+
 int rtxExpandOutputBuffer(RtxContext* pctxt, size_t nbytes)
 {
   RtxBuffer& buffer = pctxt->buffer;
@@ -82,7 +90,7 @@ int rtxExpandOutputBuffer(RtxContext* pctxt, size_t nbytes)
     if (bufferHolds(pctxt, nbytes)) return 0;
   }
   if (!buffer.dynamic) return rtxErrSetNewData(pctxt, RTX_E_ENCODE_OVERFLOW, kModule, __LINE__);
-  size_t more = buffer.size > nbytes ? buffer.size : nbytes;
+  size_t more = growthFor(buffer, nbytes);
   if (more > SIZE_MAX - buffer.size) return rtxReport(pctxt, RTX_E_NO_MEMORY, kModule, __LINE__);
   buffer.size += more;
   uint8_t* data = reallocBuffer(pctxt, buffer.size);
@@ -103,7 +111,7 @@ int rtxCheckBuffer(RtxContext* pctxt, size_t nbytes)
     if (bufferHolds(pctxt, nbytes)) return 0;
   }
   if (!buffer.dynamic) return rtxErrSetNewData(pctxt, RTX_E_ENCODE_OVERFLOW, kModule, __LINE__);
-  size_t more = buffer.size > nbytes ? buffer.size : nbytes;
+  size_t more = growthFor(buffer, nbytes);
   bool fits = buffer.size <= SIZE_MAX / 4 && more <= SIZE_MAX / 2;
   // System memory, which a stream's buffer is, would break the heap's own realloc.
   buffer.data = fits ? reallocBuffer(pctxt, more + 2 * buffer.size) : nullptr;

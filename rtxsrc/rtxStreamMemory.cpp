@@ -221,14 +221,13 @@ int rtxStreamMemoryAttach(RtxContext* pctxt, uint8_t* data, size_t size, uint16_
   return 0;
 }
 
-int rtxStreamMemoryCreate(RtxContext* pctxt, uint16_t flags)
+static int createMemory(RtxContext* pctxt, size_t size, uint16_t flags)
 {
-  if (!hasDirection(flags)) return rtxReport(pctxt, RTX_E_BAD_PARAMETER, kModule, __LINE__);
-  size_t size = pctxt->buffer.size != 0 ? pctxt->buffer.size : kGrowth;
   int status = bindMemory(pctxt, flags, false);
   if (status < 0) return status;
   rtxStreamReplaceBuffer(pctxt);
   if ((flags & RTX_STREAM_WRITE) == 0) return 0;
+  if (size == 0) size = kGrowth;
   pctxt->buffer.data = static_cast<uint8_t*>(rtxMemHeapSysAlloc(&pctxt->pMemHeap, size));
   if (pctxt->buffer.data == nullptr) {
     rtxStreamClose(pctxt);
@@ -240,6 +239,12 @@ int rtxStreamMemoryCreate(RtxContext* pctxt, uint16_t flags)
   return 0;
 }
 
+int rtxStreamMemoryCreate(RtxContext* pctxt, uint16_t flags)
+{
+  if (!hasDirection(flags)) return rtxReport(pctxt, RTX_E_BAD_PARAMETER, kModule, __LINE__);
+  return createMemory(pctxt, pctxt->buffer.size, flags);
+}
+
 int rtxStreamMemoryCreateReader(RtxContext* pctxt, uint8_t* data, size_t size)
 {
   return rtxStreamMemoryAttach(pctxt, data, size, RTX_STREAM_READ);
@@ -248,10 +253,7 @@ int rtxStreamMemoryCreateReader(RtxContext* pctxt, uint8_t* data, size_t size)
 int rtxStreamMemoryCreateWriter(RtxContext* pctxt, uint8_t* data, size_t size)
 {
   if (data != nullptr) return rtxStreamMemoryAttach(pctxt, data, size, RTX_STREAM_WRITE);
-  // A buffer of the caller's is only forgotten: its size must not stand for the new one.
-  rtxStreamReplaceBuffer(pctxt);
-  pctxt->buffer.size = size;
-  return rtxStreamMemoryCreate(pctxt, RTX_STREAM_WRITE);
+  return createMemory(pctxt, size, RTX_STREAM_WRITE);
 }
 
 uint8_t* rtxStreamMemoryGetBuffer(RtxContext* pctxt, size_t* pSize)
