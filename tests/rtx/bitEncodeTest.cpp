@@ -1,0 +1,192 @@
+// Promise: every writer appends exactly its bits, at any alignment, to fixed and growing buffers, or nothing at all.
+#include "velnor3gpp/rtxBitEncode.h"
+
+#include <gtest/gtest.h>
+
+#include "codecBench.h"
+#include "velnor3gpp/rtxCheckBuffer.h"
+#include "velnor3gpp/rtxContainer.h"
+#include "velnor3gpp/rtxStatus.h"
+
+namespace {
+
+// Writes one random field to the context and appends its bits to the model. On failure the model stays.
+int writeRandom(std::mt19937& random, RtxContext* pctxt, Bits* model)
+{
+  uint64_t value = static_cast<uint64_t>(random()) << 32 | random();
+  Octets octets = randomOctets(random, 24);
+  Bits source(octets), field;
+  size_t nbits = pick(random, 0, 100), from = pick(random, 0, 90);
+  int status = 0;
+  switch (pick(random, 0, 6)) {
+    case 0:
+      status = rtxEncBit(pctxt, static_cast<int>(value & 2));
+      field.add((value & 2) != 0, 1);
+      break;
+    case 1:
+      status = rtxEncBits(pctxt, static_cast<uint32_t>(value), nbits % 33);
+      field.add(value, nbits % 33);
+      break;
+    case 2:
+      status = rtxEncBitsFromSize(pctxt, value, nbits % 65);
+      field.add(value, nbits % 65);
+      break;
+    case 3:
+      status = rtxEncBitsFromByteArray(pctxt, octets.data(), nbits);
+      field.assign(source.begin(), source.begin() + static_cast<long>(nbits));
+      break;
+    case 4:
+      status = rtxCopyBits(pctxt, octets.data(), nbits, from);
+      field.assign(source.begin() + static_cast<long>(from), source.begin() + static_cast<long>(from + nbits));
+      break;
+    case 5:
+      status = rtxEncBitsPattern(pctxt, octets[0], nbits);
+      for (size_t i = 0; i < nbits; ++i) field.push_back(source[(model->size() + i) % 8]);
+      break;
+    default: {
+      size_t n = size_t{1} << nbits % 3;
+      status = rtxEncUInt32(pctxt, static_cast<uint32_t>(value), n);
+      field.add(value & 0xFFFFFFFF, n * 8);
+    }
+  }
+  if (status == 0) model->insert(model->end(), field.begin(), field.end());
+  return status;
+}
+
+} // namespace
+
+TEST(BitEncode, RandomFieldsIntoAFixedBufferUntilItIsFull)
+{
+  std::mt19937 random(11);
+  for (int round = 0; round < 4000; ++round) {
+    Octets target(pick(random, 1, 60), 0xEE);
+    Bench bench;
+    bench.bind(target);
+    Bits model;
+    int status = 0;
+    while (status == 0 && model.size() < target.size() * 8) {
+      Octets before = target;
+      status = writeRandom(random, &bench, &model);
+      Octets written = model.octets();
+      ASSERT_EQ(bench.at(), model.size());
+      if (status < 0) ASSERT_EQ(target, before);
+      ASSERT_TRUE(std::equal(written.begin(), written.end(), target.begin()));
+      for (size_t i = written.size(); i < target.size(); ++i) ASSERT_EQ(target[i], 0xEE) << "octet behind the field";
+    }
+    ASSERT_TRUE(status == 0 || status == RTX_E_ENCODE_OVERFLOW);
+  }
+}
+
+TEST(BitEncode, FixedBufferOfOneOctet)
+{
+  Octets target(1);
+  for (size_t filled = 0; filled <= 8; ++filled) {
+    Bench bench;
+    bench.bind(target);
+    ASSERT_EQ(rtxEncBits(&bench, 0xFFFF, filled), 0);
+    EXPECT_EQ(rtxEncBits(&bench, 0, 9 - filled), RTX_E_ENCODE_OVERFLOW);
+    EXPECT_EQ(bench.takeLevels(), 3);
+    EXPECT_EQ(rtxCheckOutputBuffer(&bench, 1), filled == 0 ? 0 : RTX_E_ENCODE_OVERFLOW);
+    EXPECT_EQ(bench.at(), filled);
+    EXPECT_EQ(target[0], static_cast<uint8_t>(0xFF00 >> filled));
+  }
+}
+
+TEST(BitEncode, GrowingBufferKeepsWhatWasWritten)
+{
+  std::mt19937 random(12);
+  Bench bench;
+  ASSERT_EQ(rtxCtxtSetBufPtr(&bench, nullptr, 16), 0);
+  Bits model;
+  while (model.size() < 40000) ASSERT_EQ(writeRandom(random, &bench, &model), 0);
+  Octets octets = model.octets();
+  EXPECT_TRUE(std::equal(octets.begin(), octets.end(), bench.buffer.data));
+}
+
+TEST(BitEncode, GrowthDoublesOrTriples)
+{
+  Bench bench;
+  ASSERT_EQ(rtxCtxtSetBufPtr(&bench, nullptr, 0), 0);
+  bench.moveTo(1024 * 8);
+  EXPECT_EQ(bench.buffer.size, 1024U);
+  EXPECT_EQ(rtxEncBits(&bench, 1, 1), 0);
+  EXPECT_EQ(bench.buffer.size, 2048U);
+  bench.moveTo(2048 * 8);
+  EXPECT_EQ(rtxCheckOutputBuffer(&bench, 5000), 0);
+  EXPECT_EQ(bench.buffer.size, 7048U);
+  bench.moveTo(7048 * 8);
+  EXPECT_EQ(rtxCheckBuffer(&bench, 1), 0);
+  EXPECT_EQ(bench.buffer.size, 3 * 7048U);
+  bench.moveTo(500000);
+  EXPECT_EQ(rtxEncBits(&bench, 1, 3), 0) << "a cursor far past the end still finds room";
+}
+
+TEST(BitEncode, RefusedGrowthWritesNothing)
+{
+  Octets big(20000, 0x11);
+  for (size_t phase : {0, 3}) {
+    Bench bench;
+    ASSERT_EQ(rtxCtxtSetBufPtr(&bench, nullptr, 64), 0);
+    ASSERT_EQ(rtxEncBitsPattern(&bench, 0x2B, phase), 0);
+    uint8_t* data = bench.buffer.data;
+    gAllocsLeft = 0;
+    EXPECT_EQ(rtxEncBitsFromByteArray(&bench, big.data(), big.size() * 8), RTX_E_NO_MEMORY);
+    EXPECT_EQ(bench.at(), phase);
+    EXPECT_EQ(bench.buffer.data, data);
+    EXPECT_GT(bench.buffer.size, big.size());
+    bench.buffer.size = 64;
+    EXPECT_EQ(rtxEncBitsPattern(&bench, 0x2B, big.size() * 8), RTX_E_NO_MEMORY);
+    EXPECT_EQ(bench.at(), phase);
+    bench.buffer.size = 64;
+    EXPECT_EQ(rtxCheckBuffer(&bench, 20000), RTX_E_NO_MEMORY);
+    EXPECT_EQ(bench.buffer.data, nullptr);
+  }
+}
+
+TEST(BitEncode, SizesThatCannotBeAreRefused)
+{
+  Octets target(8);
+  Bench bench;
+  bench.bind(target);
+  EXPECT_EQ(rtxEncBits(&bench, 0, 33), RTX_E_BAD_PARAMETER);
+  EXPECT_EQ(rtxMergeBits(&bench, 0, 33), RTX_E_BAD_PARAMETER);
+  EXPECT_EQ(rtxEncBitsFromSize(&bench, 0, 65), RTX_E_BAD_PARAMETER);
+  EXPECT_EQ(rtxEncUInt32(&bench, 0, 3), RTX_E_BAD_PARAMETER);
+  EXPECT_EQ(bench.at(), 0U);
+  rtxErrReset(&bench);
+  ASSERT_EQ(rtxCtxtSetBufPtr(&bench, nullptr, 8), 0);
+  EXPECT_EQ(rtxCheckOutputBuffer(&bench, SIZE_MAX), RTX_E_NO_MEMORY);
+}
+
+TEST(BitEncode, MergeReplacesTheFieldAlone)
+{
+  std::mt19937 random(13);
+  for (int round = 0; round < 5000; ++round) {
+    Octets octets = randomOctets(random, 8);
+    Bits model(octets);
+    size_t at = pick(random, 0, 31), nbits = pick(random, 1, 32);
+    uint32_t value = static_cast<uint32_t>(random());
+    for (size_t i = 0; i < nbits; ++i) model[at + i] = (value >> (nbits - 1 - i) & 1) != 0;
+    Bench bench;
+    bench.bind(octets);
+    bench.moveTo(at);
+    ASSERT_EQ(rtxMergeBits(&bench, value, nbits), 0);
+    ASSERT_EQ(octets, model.octets()) << "at " << at << " nbits " << nbits;
+    ASSERT_EQ(bench.at(), at + nbits);
+  }
+}
+
+TEST(BitEncode, OctetsIgnoreTheBitOffset)
+{
+  Octets target(4, 0);
+  const uint8_t octets[] = {7, 8, 9};
+  Bench bench;
+  bench.bind(target);
+  ASSERT_EQ(rtxEncBits(&bench, 1, 1), 0);
+  ASSERT_EQ(rtxWriteBytes(&bench, octets, 3), 0);
+  EXPECT_EQ(target, (Octets{7, 8, 9, 0}));
+  EXPECT_EQ(bench.at(), 25U);
+  EXPECT_EQ(bench.lastChar, 9);
+  EXPECT_EQ(rtxWriteBytes(&bench, octets, 2), RTX_E_ENCODE_OVERFLOW);
+  EXPECT_EQ(bench.at(), 25U);
+}
