@@ -232,7 +232,11 @@ static int moveStreamForward(RtxContext* pctxt, uint64_t nbits)
 {
   RtxBuffer* buffer = &pctxt->buffer;
   unsigned phase = rtxCursorPhase(buffer);
+  if (nbits == 0) return 0;
   if (phase != 0) {
+    // A read of whole octets can have left the begun octet unloaded.
+    int status = rtxBufferLeft(pctxt) == 0 ? refill(pctxt, 1, __LINE__) : 0;
+    if (status < 0) return status;
     uint64_t step = std::min<uint64_t>(nbits, 8 - phase);
     rtxCursorAdvance(buffer, phase + step);
     nbits -= step;

@@ -181,13 +181,17 @@ TEST(BitDecode, IntegersOfWholeOctets)
     bench.moveTo(at);
     int32_t i32 = 0;
     ASSERT_EQ(rtxDecInt32(&bench, &i32, n), n > 4 ? RTX_E_TOO_BIG : 0);
-    if (n <= 4) ASSERT_EQ(i32, extended);
+    if (n <= 4) {
+      ASSERT_EQ(i32, extended);
+    }
     rtxErrReset(&bench);
     bench.moveTo(at);
     uint16_t u16 = 0;
     bool leading = n == 3 && raw >> 16 != 0;
     ASSERT_EQ(rtxDecUInt16(&bench, &u16, n), n > 3 || leading ? RTX_E_TOO_BIG : 0);
-    if (n <= 3 && !leading) ASSERT_EQ(u16, raw);
+    if (n <= 3 && !leading) {
+      ASSERT_EQ(u16, raw);
+    }
     rtxErrReset(&bench);
     bench.moveTo(at);
     int8_t i8 = 0;
@@ -219,7 +223,7 @@ TEST(BitDecode, MovesOfTheCursor)
 {
   std::mt19937 random(4);
   for (int round = 0; round < 5000; ++round) {
-    Octets octets(pick(random, 0, 9));
+    Octets octets(pick(random, 1, 9));
     Bench bench;
     bench.bind(octets);
     size_t end = octets.size() * 8, at = pick(random, 0, end);
@@ -264,13 +268,19 @@ TEST(BitDecode, LooksAheadLeaveTheCursor)
     uint8_t bit = 9, octet = 0;
     uint32_t value = 0;
     EXPECT_EQ(rtxPeekBit(&bench, &bit), at < 40 ? 0 : RTX_E_END_OF_BUFFER);
-    if (at < 40) EXPECT_EQ(bit, bits.number(at, 1));
+    if (at < 40) {
+      EXPECT_EQ(bit, bits.number(at, 1));
+    }
     rtxErrReset(&bench);
     EXPECT_EQ(rtxPeekBits(&bench, &value, 19), at <= 21 ? 0 : RTX_E_END_OF_BUFFER);
-    if (at <= 21) EXPECT_EQ(value, bits.number(at, 19));
+    if (at <= 21) {
+      EXPECT_EQ(value, bits.number(at, 19));
+    }
     rtxErrReset(&bench);
     EXPECT_EQ(rtxPeekByte(&bench, &octet), at < 40 ? 1 : 0);
-    if (at < 40) EXPECT_EQ(octet, octets[at / 8]);
+    if (at < 40) {
+      EXPECT_EQ(octet, octets[at / 8]);
+    }
     uint8_t copy[3];
     size_t count = 9;
     EXPECT_EQ(rtxPeekBytes(&bench, copy, sizeof copy, 4, &count), 0);

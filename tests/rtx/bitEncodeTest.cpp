@@ -69,7 +69,9 @@ TEST(BitEncode, RandomFieldsIntoAFixedBufferUntilItIsFull)
       status = writeRandom(random, &bench, &model);
       Octets written = model.octets();
       ASSERT_EQ(bench.at(), model.size());
-      if (status < 0) ASSERT_EQ(target, before);
+      if (status < 0) {
+        ASSERT_EQ(target, before);
+      }
       ASSERT_TRUE(std::equal(written.begin(), written.end(), target.begin()));
       for (size_t i = written.size(); i < target.size(); ++i) ASSERT_EQ(target[i], 0xEE) << "octet behind the field";
     }
@@ -138,6 +140,7 @@ TEST(BitEncode, RefusedGrowthWritesNothing)
     EXPECT_EQ(rtxEncBitsPattern(&bench, 0x2B, big.size() * 8), RTX_E_NO_MEMORY);
     EXPECT_EQ(bench.at(), phase);
     bench.buffer.size = 64;
+    rtxErrReset(&bench);
     EXPECT_EQ(rtxCheckBuffer(&bench, 20000), RTX_E_NO_MEMORY);
     EXPECT_EQ(bench.buffer.data, nullptr);
   }
