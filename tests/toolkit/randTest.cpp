@@ -1,0 +1,104 @@
+// Guards: random values keep their bounds, odd bounds do no harm, and a seed repeats the sequence.
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstring>
+#include <set>
+
+#include "testContext.h"
+#include "velnor3gpp/rtxRand.h"
+
+namespace {
+
+constexpr int kDraws = 2000;
+
+TEST(Random, NumbersKeepTheirBoundsAndReachThem)
+{
+  rtxRandInit(1);
+  std::set<int64_t> seen[4];
+  for (int i = 0; i < kDraws; i++) {
+    seen[0].insert(rtxRandInt32(nullptr, -3, 2));
+    seen[1].insert(rtxRandUInt32(nullptr, 7, 12));
+    seen[2].insert(rtxRandInt64(nullptr, -3, 2));
+    seen[3].insert(int64_t(rtxRandSize(nullptr, 7, 12)));
+    double real = rtxRandFloat(nullptr, -2.0, 3.0);
+    ASSERT_TRUE(real >= -2.0 && real < 3.0);
+  }
+  for (const auto& values : seen) EXPECT_EQ(values.size(), 6U);
+  EXPECT_TRUE(*seen[0].begin() == -3 && *seen[1].rbegin() == 12);
+}
+
+TEST(Random, OddBoundsDoNoHarm)
+{
+  rtxRandInit(2);
+  EXPECT_EQ(rtxRandInt32(nullptr, 5, 5), 5);
+  EXPECT_EQ(rtxRandInt32(nullptr, 5, 4), 5);
+  EXPECT_EQ(rtxRandUInt32(nullptr, 5, 4), 5U);
+  EXPECT_EQ(rtxRandInt64(nullptr, INT64_MIN, INT64_MIN), INT64_MIN);
+  for (int i = 0; i < kDraws; i++) {
+    EXPECT_NE(rtxRandUInt32(nullptr, 0, UINT_MAX), UINT_MAX);
+    EXPECT_EQ(rtxRandInt32(nullptr, INT_MIN, INT_MIN + 1), INT_MIN);
+    rtxRandInt64(nullptr, INT64_MIN, INT64_MAX);
+    rtxRandUInt64(nullptr, 0, UINT64_MAX);
+  }
+}
+
+TEST(Random, SeedRepeatsTheSequence)
+{
+  uint64_t first[2];
+  for (uint64_t& value : first) {
+    rtxRandInit(42);
+    value = rtxRandUInt64(nullptr, 0, UINT64_MAX);
+  }
+  EXPECT_EQ(first[0], first[1]);
+}
+
+TEST(Random, StringsKeepLengthAndAlphabet)
+{
+  TestContext ctxt(size_t{1});
+  rtxRandInit(3);
+  for (int i = 0; i < 200; i++) {
+    const char* text = rtxRandString(ctxt, 2, 5, "xy");
+    ASSERT_TRUE(text && strlen(text) >= 2 && strlen(text) <= 5);
+    EXPECT_EQ(strspn(text, "xy"), strlen(text));
+    for (const char* c = rtxRandString(ctxt, 5, 5, ""); *c; c++) EXPECT_TRUE(isalnum(*c));
+    for (const char* c = rtxRandUnicodeString(ctxt, 5, 5, nullptr); *c; c++) {
+      uint8_t octet = uint8_t(*c);
+      EXPECT_TRUE((octet >= 32 && octet <= 126) || octet >= 161) << int(octet);
+    }
+  }
+  EXPECT_EQ(rtxRandString(ctxt, 0, 0, nullptr), nullptr);
+  EXPECT_EQ(rtxRandString(ctxt, 3, 2, nullptr), nullptr);
+}
+
+TEST(Random, OctetStringsAreWholeOrEmpty)
+{
+  TestContext ctxt(size_t{1});
+  RtxDynOctStr value;
+  ASSERT_EQ(rtxRandOctetString(ctxt, &value, 3, 9), 0);
+  EXPECT_TRUE(value.data && value.numocts >= 3 && value.numocts <= 9);
+  ASSERT_EQ(rtxRandOctetString(ctxt, &value, 9, 3), 0);
+  EXPECT_TRUE(!value.data && value.numocts == 0);
+  EXPECT_EQ(rtxRandOctetString(ctxt, &value, 0, size_t{UINT32_MAX} + 1), -1);
+  EXPECT_EQ(rtxRandOctetString(ctxt, nullptr, 0, 1), 0);
+}
+
+TEST(Random, DatesHaveTheirOddFebruary)
+{
+  rtxRandInit(4);
+  bool leapDay = false;
+  for (int i = 0; i < 20 * kDraws; i++) {
+    RtxDateTime date;
+    rtxRandDateTime(nullptr, &date, 2020, 2023);
+    ASSERT_TRUE(date.year >= 2020 && date.year <= 2023 && date.month >= 1 && date.month <= 12);
+    ASSERT_TRUE(date.day >= 1 && date.day <= 31 && date.hour < 24 && date.minute < 60 && date.second < 60);
+    ASSERT_TRUE(date.zoneMinutes >= -840 && date.zoneMinutes <= 840 && date.fraction < 1000);
+    if (date.month != 2) continue;
+    ASSERT_LE(date.day, date.year == 2020 ? 28 : 29);
+    leapDay |= date.day == 29;
+  }
+  EXPECT_TRUE(leapDay);
+  rtxRandDateTime(nullptr, nullptr, 1, 2);
+}
+
+} // namespace
