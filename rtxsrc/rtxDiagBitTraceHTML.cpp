@@ -6,6 +6,8 @@
 
 static const size_t kHeadSize = 401;
 
+// Blanks among the characters count, so the cells keep white space as it stands: the line feeds break the lines in
+// place of the "br", and the margin takes back the line feed behind "code".
 static const char kPageStart[] =
     R"(<!DOCTYPE html PUBLIC "-//W3C//DTD HTML 4.01 Transitional//EN">
 <html>
@@ -27,6 +29,8 @@ div.exampleWrapper { margin: 4px }
 div.exampleHeader { font-weight: bold; margin: 4px }
 tr.silver td { background: silver }
 tr.bold td { font-weight: bold }
+td code { display: block; white-space: pre-wrap; margin-top: -1.5em }
+td code br { display: none }
 td.xml { background: gray; color: white; font-weight: bold; font-size: 100%; overflow-wrap: anywhere }
 @media print { body { margin: 0; max-width: none } td { break-inside: avoid } }
 </style>
@@ -119,15 +123,16 @@ static void putBitsRow(FILE* file, RtxBitLine& line, const RtxTraceData& data, c
   (void)fputs("</tr>\n\n", file);
 }
 
-static void putPage(FILE* file, RtxBitFieldList* pList, const char* varname, const RtxTraceData& data)
+static void putPage(FILE* file, const RtxBitFieldList* pList, const char* varname, const RtxTraceData& data)
 {
   RtxTraceWalk walk;
-  rtxBitLineInit(pList->lineBuf);
+  RtxBitLine line; // of its own: a text print that goes on later keeps its line
+  rtxBitLineInit(line);
   (void)fputs(kPageStart, file);
   for (rtxTraceStart(walk, pList->fieldList.head); walk.node != nullptr; walk.node = walk.node->next) {
     RtxTraceEntry entry = rtxTraceEntryAt(walk);
     putHeadRow(file, entry, varname);
-    putBitsRow(file, pList->lineBuf, data, entry);
+    putBitsRow(file, line, data, entry);
   }
   (void)fputs(kPageEnd, file);
 }

@@ -5,6 +5,12 @@
 
 static const size_t kHeadSize = 800;
 
+// Positions print as signed numbers, as on the page.
+static const char* signedText(RtxNumText& number, size_t value)
+{
+  return rtxDecimal(number, static_cast<int64_t>(value));
+}
+
 static void putLine(void* arg, const RtxBitLine& line)
 {
   rtxSinkPut(*static_cast<RtxPrintSink*>(arg), {line.bits, "    ", line.hex, "    ", line.chars, "\n"});
@@ -28,9 +34,9 @@ static void printEntry(RtxPrintSink& sink, RtxBitLine& line, const RtxTraceEntry
   RtxNumText offset, count, next;
   rtxTraceHead(head, sizeof head, entry.field, varname);
   rtxSinkPut(sink, {head, "\n"});
-  rtxSinkPut(sink, {"bit offset: ", rtxDecimalU(offset, entry.field.bitOffset),
-                    "\tbit count: ", rtxDecimalU(count, entry.field.bitCount),
-                    "\tnext bit offset: ", rtxDecimalU(next, entry.nextOffset), "\n"});
+  rtxSinkPut(sink, {"bit offset: ", signedText(offset, entry.field.bitOffset),
+                    "\tbit count: ", signedText(count, entry.field.bitCount),
+                    "\tnext bit offset: ", signedText(next, entry.nextOffset), "\n"});
   rtxBitLineField(line, data, entry.field, entry.nextOffset, {putLine, &sink});
   rtxSinkPut(sink, {"\n"});
   if (entry.field.openTypeFields != nullptr) printOpenType(sink, entry.field, varname, data);
@@ -42,7 +48,7 @@ static void printFields(RtxPrintSink& sink, RtxBitFieldList* pList, const char* 
   RtxSListNode* first = pList->pLastPrinted != nullptr ? pList->pLastPrinted->next : pList->fieldList.head;
   if (rtxTraceStart(walk, first)) {
     RtxNumText bits;
-    rtxSinkPut(sink, {"bit adjustment set to ", rtxDecimalU(bits, walk.adjustment), "\n"});
+    rtxSinkPut(sink, {"bit adjustment set to ", signedText(bits, walk.adjustment), "\n"});
     pList->pLastPrinted = first;
   }
   for (; walk.node != nullptr; walk.node = walk.node->next) {
