@@ -1,0 +1,82 @@
+// The initialising walk: presence, selectors, counts and pointers become 0, everything else stays as it was.
+#include "rt3gppsrc/engine/l3Engine.h"
+#include "rt3gppsrc/engine/l3Record.h"
+
+static void initType(const L3Type& type, uint8_t* value);
+
+static void initOctets(const L3Row& row, uint8_t* member)
+{
+  const L3Octets& info = *static_cast<const L3Octets*>(row.info);
+  if (info.from == kL3Fixed) return;
+  if (info.cap)
+    member[0] = 0;
+  else
+    l3StoreOctets(member, {0, nullptr});
+}
+
+static void initBits(const L3Row& row, uint8_t* member)
+{
+  if (static_cast<const L3BitString*>(row.info)->capBits)
+    member[0] = 0;
+  else
+    l3StoreOctets(member, {0, nullptr}); // numbits and data lie alike
+}
+
+static void initList(const L3Row& row, uint8_t* member)
+{
+  if (static_cast<const L3List*>(row.info)->cap)
+    member[0] = 0;
+  else
+    l3StoreList(member, 0, nullptr);
+}
+
+static void initChoice(const L3Row& row, uint8_t* record)
+{
+  const L3Choice& choice = *static_cast<const L3Choice*>(row.info);
+  if (choice.tagged) l3Store(record + row.offset, 4, 0);
+  if (choice.unionSize) memset(record + choice.unionOffset, 0, choice.unionSize);
+}
+
+static void initElement(const L3Row& row, uint8_t* record)
+{
+  uint8_t* member = record + row.offset;
+  switch (row.op) {
+    case kL3Octets:
+      return initOctets(row, member);
+    case kL3BitString:
+      return initBits(row, member);
+    case kL3Text:
+      return l3StorePointer(member, nullptr);
+    case kL3Record:
+    case kL3TextType:
+      return initType(*row.type, member);
+    case kL3List:
+      return initList(row, member);
+    case kL3Choice:
+      return initChoice(row, record);
+    case kL3Body:
+      l3Store(member, 4, 0);
+      return l3StorePointer(record + static_cast<const L3Body*>(row.info)->pointerOffset, nullptr);
+    default:
+      return;
+  }
+}
+
+static void initType(const L3Type& type, uint8_t* value)
+{
+  L3TextForm text = l3TextForm(type);
+  if (text == L3TextForm::pointer) l3StorePointer(value, nullptr);
+  if (text != L3TextForm::none) return;
+  if (type.mOctets) memset(value, 0, type.mOctets);
+  for (const L3Row* row = type.rows; row < type.rows + type.rowCount; ++row) initElement(*row, value);
+  if (!type.message) return;
+  const L3Row* options = type.message->options;
+  for (const L3Row* row = options; row < options + type.message->count; ++row) initElement(*row, value);
+}
+
+int l3Init(const L3Type& type, void* value)
+{
+  if (!value) return RTX_E_NULL_POINTER;
+  initType(type, static_cast<uint8_t*>(value));
+  return 0;
+}

@@ -1,0 +1,256 @@
+// The printing walk: the text of a record in definition order, under the names that the coders push. A printer trusts
+// no count beyond an inline array's end and follows no null pointer.
+#include "rt3gppsrc/engine/l3Engine.h"
+#include "rt3gppsrc/engine/l3Record.h"
+#include "rtxsrc/rtxPrintForms.h"
+#include "velnor3gpp/rtPrintToStream.h"
+
+// Types within types; the deepest message stays far below.
+static constexpr unsigned kMaxDepth = 64;
+// Entry names are cut to this, terminator included.
+static constexpr size_t kEntryNameSize = 512;
+static constexpr size_t kTextArraySize = 256;
+
+struct PrintWalk {
+  RtxContext* pctxt;
+  RtxPrintSink sink;
+  unsigned depth;
+};
+
+static void printType(PrintWalk& walk, const L3Type& type, const char* name, const uint8_t* value);
+static void printElement(PrintWalk& walk, const L3Row& row, const char* name, const uint8_t* record);
+
+static void printNull(PrintWalk& walk, const char* name)
+{
+  rtxSinkIndent(walk.sink);
+  rtxFormAssign(walk.sink, name, "<null>");
+}
+
+static void printUnsigned(PrintWalk& walk, const char* name, uint64_t value)
+{
+  rtxSinkIndent(walk.sink);
+  rtxFormUnsigned(walk.sink, name, value);
+}
+
+// The value's name by binary search over the rows in rising value order, or null.
+static const char* valueName(const L3Enum& set, int64_t value)
+{
+  size_t low = 0, high = set.rows;
+  while (low < high) {
+    size_t middle = low + (high - low) / 2;
+    const RtxEnumItem& item = set.table[set.table[middle].transformedIdx];
+    if (item.value == value) return item.name;
+    if (item.value < value)
+      low = middle + 1;
+    else
+      high = middle;
+  }
+  return nullptr;
+}
+
+static void printEnumerated(PrintWalk& walk, const L3Row& row, const char* name, const uint8_t* member)
+{
+  const L3Enum& set = *static_cast<const L3Enum*>(row.info);
+  uint64_t raw = l3Load(member, row.store);
+  int64_t value = set.printOpen ? static_cast<int64_t>(raw) : static_cast<int32_t>(raw);
+  const char* text = valueName(set, value);
+  if (!text && set.printOpen) return printUnsigned(walk, name, raw);
+  rtxSinkIndent(walk.sink);
+  rtxFormAssign(walk.sink, name, text ? text : "???");
+}
+
+static void printOctets(PrintWalk& walk, const L3Row& row, const char* name, const uint8_t* member)
+{
+  const L3Octets& info = *static_cast<const L3Octets*>(row.info);
+  size_t count = info.fixed;
+  const uint8_t* data = member;
+  if (info.from != kL3Fixed && info.cap) {
+    count = member[0] < info.cap ? member[0] : info.cap;
+    data = member + info.dataOffset;
+  } else if (info.from != kL3Fixed) {
+    L3HeapOctets octets = l3LoadShape<L3HeapOctets>(member);
+    count = octets.data ? octets.numocts : 0;
+    data = octets.data;
+  }
+  rtxSinkIndent(walk.sink);
+  rtxFormHex(walk.sink, name, count, data, true);
+}
+
+static void printBits(PrintWalk& walk, const L3Row& row, const char* name, const uint8_t* member)
+{
+  const L3BitString& info = *static_cast<const L3BitString*>(row.info);
+  size_t count;
+  const uint8_t* data;
+  if (info.capBits) {
+    count = member[0] < info.capBits ? member[0] : info.capBits;
+    data = member + info.dataOffset;
+  } else {
+    L3HeapBits bits = l3LoadShape<L3HeapBits>(member);
+    count = bits.data ? bits.numbits : 0;
+    data = bits.data;
+  }
+  rtxSinkIndent(walk.sink);
+  rtPrintToStreamBitStrBraceText(walk.pctxt, name, count, data, nullptr);
+}
+
+static void printText(PrintWalk& walk, const char* name, const char* text)
+{
+  rtxSinkIndent(walk.sink);
+  rtxFormQuoted(walk.sink, name, text);
+}
+
+// An array of characters need not hold its end.
+static void printTextArray(PrintWalk& walk, const char* name, const uint8_t* array, size_t size)
+{
+  char text[kTextArraySize];
+  size_t room = size < sizeof text ? size : sizeof text - 1;
+  size_t length = strnlen(reinterpret_cast<const char*>(array), room);
+  memcpy(text, array, length);
+  text[length] = 0;
+  printText(walk, name, text);
+}
+
+// The name of an entry, written over and over behind the same prefix.
+struct EntryName {
+  char chars[kEntryNameSize];
+  size_t prefix; // characters that stay
+};
+
+static size_t appendText(EntryName& name, size_t at, const char* text)
+{
+  size_t length = strnlen(text, kEntryNameSize - 1 - at);
+  memcpy(name.chars + at, text, length);
+  name.chars[at + length] = 0;
+  return at + length;
+}
+
+static void setIndex(EntryName& name, uint64_t index)
+{
+  RtxNumText digits;
+  appendText(name, appendText(name, name.prefix, rtxDecimalU(digits, index)), "]");
+}
+
+static void printList(PrintWalk& walk, const L3Row& row, const char* name, const uint8_t* member)
+{
+  const L3List& info = *static_cast<const L3List*>(row.info);
+  uint64_t count;
+  const uint8_t* entries;
+  if (info.cap) {
+    count = member[0] < info.cap ? member[0] : info.cap;
+    entries = member + info.elemOffset;
+  } else {
+    L3HeapList list = l3LoadShape<L3HeapList>(member);
+    count = list.elem ? list.n : 0;
+    entries = list.elem;
+  }
+  if (!count) return;
+  EntryName entryName;
+  entryName.prefix = appendText(entryName, appendText(entryName, 0, name), "[");
+  for (uint64_t i = 0; i < count; ++i, entries += info.elemSize) {
+    setIndex(entryName, i);
+    printElement(walk, info.elem, entryName.chars, entries);
+  }
+}
+
+static void printChoice(PrintWalk& walk, const L3Row& row, const char* name, const uint8_t* record)
+{
+  const L3Choice& choice = *static_cast<const L3Choice*>(row.info);
+  rtxFormOpenBrace(walk.sink, name);
+  const L3Alternative* chosen = l3ChosenAlternative(choice, row, record);
+  if (chosen) printElement(walk, chosen->row, chosen->row.name ? chosen->row.name : name, record);
+  rtxFormCloseBrace(walk.sink);
+}
+
+static void printBody(PrintWalk& walk, const L3Row& row, const char* name, const uint8_t* record)
+{
+  const L3Body& body = *static_cast<const L3Body*>(row.info);
+  uint32_t tag = static_cast<uint32_t>(l3Load(record + row.offset, 4));
+  rtxFormOpenBrace(walk.sink, name);
+  for (unsigned i = 0; i < body.count; ++i) {
+    const L3BodyRow& message = body.rows[i];
+    if (message.tag != tag) continue;
+    const uint8_t* value = message.type ? l3LoadShape<const uint8_t*>(record + body.pointerOffset) : nullptr;
+    if (value)
+      printType(walk, *message.type, message.objName, value);
+    else
+      printNull(walk, message.objName);
+    break;
+  }
+  rtxFormCloseBrace(walk.sink);
+}
+
+static void printElement(PrintWalk& walk, const L3Row& row, const char* name, const uint8_t* record)
+{
+  const uint8_t* member = record + row.offset;
+  switch (row.op) {
+    case kL3UInt:
+      return printUnsigned(walk, name, l3Load(member, row.store));
+    case kL3Bool:
+      rtxSinkIndent(walk.sink);
+      return rtxFormAssign(walk.sink, name, *member ? "true" : "false");
+    case kL3Enumerated:
+      return printEnumerated(walk, row, name, member);
+    case kL3Octets:
+      return printOctets(walk, row, name, member);
+    case kL3BitString:
+      return printBits(walk, row, name, member);
+    case kL3Text:
+      return printText(walk, name, l3LoadShape<const char*>(member));
+    case kL3Record:
+    case kL3TextType:
+      return printType(walk, *row.type, name, member);
+    case kL3List:
+      return printList(walk, row, name, member);
+    case kL3Choice:
+      return printChoice(walk, row, name, record);
+    case kL3Body:
+      return printBody(walk, row, name, record);
+    case kL3Length:
+      if (static_cast<const L3Length*>(row.info)->member) printUnsigned(walk, name, l3Load(member, row.store));
+      return;
+    case kL3Nothing:
+      return printNull(walk, name);
+    case kL3Release:
+      return;
+  }
+}
+
+// A row without a name takes that of the whole.
+static void printRows(PrintWalk& walk, const L3Row* rows, size_t count, const char* name, const uint8_t* record)
+{
+  for (const L3Row* row = rows; row < rows + count; ++row)
+    if (row->op != kL3Release && l3IsPresent(*row, record))
+      printElement(walk, *row, row->name ? row->name : name, record);
+}
+
+static void printRecord(PrintWalk& walk, const L3Type& type, const char* name, const uint8_t* record)
+{
+  bool braces = !(type.flags & (kL3Bare | kL3IsChoice));
+  if (braces) rtxFormOpenBrace(walk.sink, name);
+  printRows(walk, type.rows, type.rowCount, name, record);
+  if (type.message) printRows(walk, type.message->options, type.message->count, name, record);
+  if (braces) rtxFormCloseBrace(walk.sink);
+}
+
+static void printType(PrintWalk& walk, const L3Type& type, const char* name, const uint8_t* value)
+{
+  L3TextForm text = l3TextForm(type);
+  if (text == L3TextForm::pointer) return printText(walk, name, l3LoadShape<const char*>(value));
+  if (text == L3TextForm::array) return printTextArray(walk, name, value, type.size);
+  if (l3IsEmpty(type)) return printNull(walk, name);
+  if (walk.depth == kMaxDepth) return;
+  ++walk.depth;
+  printRecord(walk, type, name, value);
+  --walk.depth;
+}
+
+int l3Print(RtxContext* pctxt, const L3Type& type, const char* name, const void* value)
+{
+  PrintWalk walk{pctxt, rtxSinkOfStream(pctxt), 0};
+  if (value)
+    printType(walk, type, name, static_cast<const uint8_t*>(value));
+  else
+    printNull(walk, name);
+  rtxSinkDone(walk.sink);
+  return 0;
+}

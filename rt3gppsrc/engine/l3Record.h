@@ -1,0 +1,86 @@
+// How values lie in records: the shapes that the descriptors imply and that decoder, printer, initialiser and sample
+// builder share. Nothing here allocates or reads the wire.
+#ifndef VELNOR3GPP_L3_RECORD_H
+#define VELNOR3GPP_L3_RECORD_H
+
+#include <cstddef>
+#include <cstring>
+
+#include "rt3gppsrc/engine/l3Call.h"
+
+// Octets, bits and entries on the heap, as they stand in a record.
+struct L3HeapOctets {
+  uint32_t numocts;
+  uint8_t* data;
+};
+
+struct L3HeapBits {
+  uint32_t numbits;
+  uint8_t* data;
+};
+
+struct L3HeapList {
+  uint64_t n;
+  uint8_t* elem;
+};
+
+enum class L3TextForm : uint8_t { none, pointer, array };
+
+// A type that is one text: a char*, or for some digit strings an array of as many characters as the type is long.
+inline L3TextForm l3TextForm(const L3Type& type)
+{
+  if (type.flags & kL3Pointer) return L3TextForm::pointer;
+  bool text = type.flags & kL3Bare && type.rowCount && type.rows[type.rowCount - 1].op == kL3Text;
+  if (!text) return L3TextForm::none;
+  return type.size == sizeof(char*) ? L3TextForm::pointer : L3TextForm::array;
+}
+
+// Has the type anything to show or code?
+inline bool l3IsEmpty(const L3Type& type)
+{
+  return !type.rowCount && !(type.message && type.message->count);
+}
+
+// Members may lie at any address in a record that a caller packs: they are copied, never cast.
+template <typename Shape> inline Shape l3LoadShape(const uint8_t* member)
+{
+  Shape shape;
+  memcpy(&shape, member, sizeof shape);
+  return shape;
+}
+
+// Padding stays as it is.
+inline void l3StoreOctets(uint8_t* member, L3HeapOctets value)
+{
+  memcpy(member, &value.numocts, sizeof value.numocts);
+  memcpy(member + offsetof(L3HeapOctets, data), &value.data, sizeof value.data);
+}
+
+inline void l3StoreList(uint8_t* member, uint64_t n, void* elem)
+{
+  memcpy(member, &n, sizeof n);
+  memcpy(member + sizeof n, &elem, sizeof elem);
+}
+
+inline void l3StorePointer(uint8_t* member, const void* pointer)
+{
+  memcpy(member, &pointer, sizeof pointer);
+}
+
+// Is the element there for an encoder or a printer? A group's bit comes before its members' bits.
+inline bool l3IsPresent(const L3Row& row, const uint8_t* record)
+{
+  if (row.when == kL3WhenCond && !l3Holds(*row.cond, record)) return false;
+  if (row.groupBit != kL3NoBit && !l3HasBit(record, row.groupBit)) return false;
+  return row.mBit == kL3NoBit || l3HasBit(record, row.mBit);
+}
+
+// The alternative that a record's tag, or without one its selecting fields, tell; null if there is none.
+inline const L3Alternative* l3ChosenAlternative(const L3Choice& choice, const L3Row& row, const uint8_t* record)
+{
+  if (choice.tagged) return l3FindByTag(choice, static_cast<uint32_t>(l3Load(record + row.offset, 4)));
+  if (choice.from != kL3SelectFields) return nullptr;
+  return l3FindBySelector(choice, l3JoinFields(choice.fields, choice.fieldCount, record));
+}
+
+#endif

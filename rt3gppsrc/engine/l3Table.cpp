@@ -1,0 +1,47 @@
+// The table of all types, and the setters of message bodies.
+#include <cstring>
+
+#include "rt3gppsrc/engine/l3Engine.h"
+#include "rt3gppsrc/engine/l3Record.h"
+
+const L3TypeEntry* l3FindType(const char* fullName)
+{
+  if (!fullName) return nullptr;
+  size_t low = 0, high = l3TypeCount;
+  while (low < high) {
+    size_t middle = low + (high - low) / 2;
+    int order = strcmp(l3TypeTable[middle].type->fullName, fullName);
+    if (order == 0) return &l3TypeTable[middle];
+    if (order < 0)
+      low = middle + 1;
+    else
+      high = middle;
+  }
+  return nullptr;
+}
+
+// A form can have two bodies of the same message, each with rows of its own.
+static const L3Row* findBodyRow(const L3Type& pdu, const L3BodyRow& message)
+{
+  for (const L3Row* row = pdu.rows; row < pdu.rows + pdu.rowCount; ++row) {
+    if (row->op != kL3Body) continue;
+    const L3Body& body = *static_cast<const L3Body*>(row->info);
+    if (&message >= body.rows && &message < body.rows + body.count) return row;
+  }
+  return nullptr;
+}
+
+void l3SetBody(const L3Type& pdu, void* record, const L3BodyRow& row, void* message)
+{
+  const L3Row* bodyRow = findBodyRow(pdu, row);
+  if (!bodyRow) return;
+  const L3Body& body = *static_cast<const L3Body*>(bodyRow->info);
+  uint8_t* octets = static_cast<uint8_t*>(record);
+  bool column = body.onlyDiscriminator == kL3NoLimit;
+  const L3Field& discriminator = body.discriminator;
+  if (discriminator.store)
+    l3Store(octets + discriminator.offset, discriminator.store, column ? row.discriminator : body.onlyDiscriminator);
+  l3Store(octets + body.msgType.offset, body.msgType.store, row.msgType);
+  l3Store(octets + bodyRow->offset, 4, row.tag);
+  if (row.type) l3StorePointer(octets + body.pointerOffset, message);
+}
