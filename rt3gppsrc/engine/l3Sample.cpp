@@ -1,0 +1,497 @@
+// The sample walk: a value of a type with every element present that can be, such that it encodes and decodes to
+// itself. The walk keeps count of the bits that the value will take on the wire, for lengths bound it: what no longer
+// fits stays absent, and a string or list is drawn out where an element must have a least length.
+#include "rt3gppsrc/engine/l3Engine.h"
+#include "rt3gppsrc/engine/l3SampleFields.h"
+#include "velnor3gpp/rtxMemHeap.h"
+
+static constexpr unsigned kMaxDepth = 64;
+static constexpr unsigned kMaxRegions = 4;
+static constexpr uint8_t kOctets[] = {0x21, 0x43, 0x65, 0x87, 0xA9, 0x10, 0x32, 0x54};
+
+struct SampleWalk {
+  RtxContext* pctxt;
+  size_t bits;  // on the wire so far
+  size_t limit; // where the innermost region must end at the latest
+  size_t grow;  // octets by which the next open string or list of the region is drawn out
+  unsigned depth;
+  bool failed; // out of memory, or types within types without end
+};
+
+static bool sampleType(SampleWalk& walk, const L3Type& type, uint8_t* value);
+static void sampleElement(SampleWalk& walk, L3SampleRecord& sample, const L3Row& row);
+
+static void* allocate(SampleWalk& walk, size_t octets)
+{
+  void* memory = rtxMemHeapAllocZ(&walk.pctxt->pMemHeap, octets ? octets : 1);
+  if (!memory) walk.failed = true;
+  return memory;
+}
+
+static void fill(uint8_t* dst, size_t octets)
+{
+  for (size_t i = 0; i < octets; ++i) dst[i] = kOctets[i % sizeof kOctets];
+}
+
+// Octets to draw an open element out by, at most `room`.
+static size_t takeGrowth(SampleWalk& walk, size_t room)
+{
+  size_t growth = walk.grow < room ? walk.grow : room;
+  walk.grow -= growth;
+  return growth;
+}
+
+static size_t clamp(size_t value, size_t lo, size_t hi)
+{
+  if (value < lo) value = lo;
+  return value > hi ? hi : value;
+}
+
+static size_t maxOfBits(unsigned bits)
+{
+  return bits >= 32 ? UINT32_MAX : (1ULL << bits) - 1;
+}
+
+// Octets of a string on the wire: as near to `wish` as its range and its count field allow.
+struct StringSize {
+  L3CountFrom from;
+  uint8_t lengthBits;
+  const L3Field& field;
+  size_t lo, hi;
+};
+
+static size_t sizeString(SampleWalk& walk, L3SampleRecord& sample, const StringSize& size, size_t wish)
+{
+  size_t hi = size.hi;
+  if (size.from == kL3OwnLength && hi > maxOfBits(size.lengthBits)) hi = maxOfBits(size.lengthBits);
+  size_t count = clamp(wish, size.lo, hi);
+  if (size.from == kL3ByField)
+    count = clamp(l3SettleCount(sample, size.field, count, hi), 0, hi);
+  else
+    count += takeGrowth(walk, hi - count);
+  if (size.from == kL3Rest) sample.closed = true;
+  walk.bits += count * 8 + (size.from == kL3OwnLength ? size.lengthBits : 0);
+  return count;
+}
+
+static void sampleOctets(SampleWalk& walk, L3SampleRecord& sample, const L3Row& row)
+{
+  const L3Octets& info = *static_cast<const L3Octets*>(row.info);
+  uint8_t* member = sample.record + row.offset;
+  if (info.from == kL3Fixed) {
+    fill(member, info.fixed);
+    walk.bits += info.fixed * 8;
+    return;
+  }
+  size_t most = info.cap ? info.cap : 0xFFFF;
+  size_t hi = info.ranged && info.hi < most ? info.hi : most;
+  size_t count = sizeString(walk, sample, {info.from, info.lengthBits, info.field, info.ranged ? info.lo : 0, hi}, 1);
+  uint8_t* data = info.cap ? member + info.dataOffset : static_cast<uint8_t*>(allocate(walk, count));
+  if (!data) return;
+  fill(data, count);
+  if (info.cap)
+    member[0] = static_cast<uint8_t>(count);
+  else
+    l3StoreOctets(member, {static_cast<uint32_t>(count), data});
+}
+
+// Bits up to the end of an octet, so that nothing is padded behind them.
+static void sampleBits(SampleWalk& walk, L3SampleRecord& sample, const L3Row& row)
+{
+  const L3BitString& info = *static_cast<const L3BitString*>(row.info);
+  uint8_t* member = sample.record + row.offset;
+  size_t count = 8 - walk.bits % 8;
+  count += takeGrowth(walk, info.capBits ? (info.capBits - clamp(count, 0, info.capBits)) / 8 : 0xFF) * 8;
+  if (info.capBits) count = clamp(count, 0, info.capBits);
+  sample.closed = true;
+  walk.bits += count;
+  uint8_t* data = info.capBits ? member + info.dataOffset : static_cast<uint8_t*>(allocate(walk, count / 8 + 1));
+  if (!data) return;
+  fill(data, count / 8);
+  if (count % 8) data[count / 8] = static_cast<uint8_t>(0xA5 << (8 - count % 8));
+  if (info.capBits)
+    member[0] = static_cast<uint8_t>(count);
+  else
+    l3StoreOctets(member, {static_cast<uint32_t>(count), data});
+}
+
+static void writeText(char* text, size_t length, bool labels)
+{
+  static const char kText[] = "internet";
+  for (size_t i = 0; i < length; ++i) text[i] = labels && i % 60 == 59 ? '.' : kText[i % (sizeof kText - 1)];
+}
+
+static void sampleText(SampleWalk& walk, L3SampleRecord& sample, const L3Row& row)
+{
+  const L3Text& info = *static_cast<const L3Text*>(row.info);
+  size_t lo = info.ranged ? info.lo : 0, hi = info.ranged ? info.hi : 0xFF;
+  size_t count = sizeString(walk, sample, {info.from, info.lengthBits, info.field, lo, hi}, 8);
+  size_t length = info.labels && count ? count - 1 : count;
+  char* text = static_cast<char*>(allocate(walk, length + 1));
+  if (!text) return;
+  writeText(text, length, info.labels);
+  l3StorePointer(sample.record + row.offset, text);
+}
+
+// Digits: a network's codes by name, else as many digits of an identity as the type holds.
+static const char* digitsFor(const char* name, size_t room)
+{
+  if (name && strcmp(name, "mcc") == 0) return "428";
+  if (name && strcmp(name, "mnc") == 0) return "99";
+  return room > 16 ? "0010101234567890" : "001010123456789";
+}
+
+static void sampleTextType(SampleWalk& walk, const L3Type& type, const char* name, uint8_t* value)
+{
+  bool array = l3TextForm(type) == L3TextForm::array;
+  size_t room = array ? type.size : 9; // eight digits end with an octet in any packing
+  char* text = array ? reinterpret_cast<char*>(value) : static_cast<char*>(allocate(walk, room));
+  if (!text) return;
+  const char* digits = digitsFor(name, room);
+  size_t length = strnlen(digits, room - 1);
+  memcpy(text, digits, length);
+  text[length] = 0;
+  walk.bits += length * 8;
+  if (!array) l3StorePointer(value, text);
+}
+
+// Text that rows do not tell how to code.
+static bool isHandText(const L3Type& type)
+{
+  return l3TextForm(type) != L3TextForm::none && (type.hand || !type.rowCount);
+}
+
+// How many entries a list begins with; `most` bounds it.
+static size_t leastEntries(L3SampleRecord& sample, const L3List& info, size_t most)
+{
+  size_t least = clamp(info.ranged ? info.lo : 1, 1, most);
+  if (info.end != kL3Times) return least;
+  int64_t value = static_cast<int64_t>(least) - info.bias;
+  uint64_t field = l3SettleCount(sample, info.field, value < 0 ? 0 : static_cast<uint64_t>(value), most);
+  int64_t count = static_cast<int64_t>(field) + info.bias;
+  return clamp(count < 0 ? 0 : static_cast<size_t>(count), 0, most);
+}
+
+static void sampleEntry(SampleWalk& walk, const L3Type& type, const L3List& info, uint8_t* entry)
+{
+  const L3Type& entryType = info.elem.type ? *info.elem.type : type;
+  L3SampleRecord sample{entryType, entry, {}, 0, false, false};
+  if (info.end == kL3MoreBit || info.end == kL3WhileExt) ++walk.bits;
+  sampleElement(walk, sample, info.elem);
+}
+
+// Entries that end inside an octet would be followed by padding, which reads like more of them.
+static size_t sampleEntries(SampleWalk& walk, const L3Type& type, const L3List& info, uint8_t* entries, size_t least,
+                            size_t most)
+{
+  size_t target = walk.bits + takeGrowth(walk, most) * 8;
+  size_t count = 0;
+  while (count < least || (info.end == kL3WhileRoom && count < most && (walk.bits % 8 || walk.bits < target))) {
+    sampleEntry(walk, type, info, entries + count * info.elemSize);
+    ++count;
+    if (walk.failed) break;
+  }
+  if (info.end == kL3MoreBit) ++walk.bits;
+  return count;
+}
+
+static void sampleList(SampleWalk& walk, L3SampleRecord& sample, const L3Row& row)
+{
+  const L3List& info = *static_cast<const L3List*>(row.info);
+  uint8_t* member = sample.record + row.offset;
+  size_t most = info.cap ? info.cap : 255;
+  if (info.ranged && info.hi < most) most = info.hi;
+  size_t least = leastEntries(sample, info, most);
+  if (info.end == kL3WhileRoom)
+    most = clamp(least + 8 + walk.grow, 0, most);
+  else
+    most = least;
+  size_t store = most * info.elemSize;
+  uint8_t* entries = info.cap ? member + info.elemOffset : static_cast<uint8_t*>(allocate(walk, store));
+  if (!entries) return;
+  size_t count = sampleEntries(walk, sample.type, info, entries, least, most);
+  if (info.end == kL3WhileRoom) sample.closed = true;
+  if (info.cap)
+    member[0] = static_cast<uint8_t>(count);
+  else
+    l3StoreList(member, count, count ? entries : nullptr);
+}
+
+// The leading bits of an element, through the records it begins with, take the value on which it is chosen.
+static void forceBits(const L3Row& row, uint8_t* record, uint32_t value, uint32_t mask, unsigned& left);
+
+static void forceRows(const L3Type& type, uint8_t* record, uint32_t value, uint32_t mask, unsigned& left)
+{
+  for (const L3Row* row = type.rows; row < type.rows + type.rowCount && left; ++row)
+    forceBits(*row, record, value, mask, left);
+}
+
+static void forceBits(const L3Row& row, uint8_t* record, uint32_t value, uint32_t mask, unsigned& left)
+{
+  if (row.op == kL3Record) return forceRows(*row.type, record + row.offset, value, mask, left);
+  if (row.op > kL3Enumerated) {
+    left = 0;
+    return;
+  }
+  unsigned taken = row.bits < left ? row.bits : left;
+  unsigned below = row.bits - taken;
+  left -= taken;
+  uint64_t ones = (1ULL << taken) - 1;
+  uint64_t part = (value >> left & ones) << below, partMask = (mask >> left & ones) << below;
+  uint64_t before = l3Load(record + row.offset, row.store);
+  l3Store(record + row.offset, row.store, (before & ~partMask) | part);
+}
+
+static void sampleChoice(SampleWalk& walk, L3SampleRecord& sample, const L3Row& row)
+{
+  const L3Choice& choice = *static_cast<const L3Choice*>(row.info);
+  const L3Alternative* chosen = l3SettleChoice(sample, choice);
+  if (!chosen) return;
+  if (choice.from == kL3SelectBits) walk.bits += choice.bits;
+  if (choice.tagged) l3Store(sample.record + row.offset, 4, chosen->tag);
+  sampleElement(walk, sample, chosen->row);
+  unsigned left = choice.bits;
+  if (choice.from == kL3SelectPeek && !chosen->other)
+    forceBits(chosen->row, sample.record, chosen->lo, choice.mask, left);
+}
+
+static void sampleBody(SampleWalk& walk, L3SampleRecord& sample, const L3Row& row)
+{
+  const L3Body& body = *static_cast<const L3Body*>(row.info);
+  const L3BodyRow* message = l3SettleBody(sample, body);
+  if (!message) return;
+  uint8_t* value = message->type ? static_cast<uint8_t*>(allocate(walk, message->type->size)) : nullptr;
+  if (value) sample.closed |= sampleType(walk, *message->type, value);
+  l3SetBody(sample.type, sample.record, *message, value);
+}
+
+static void sampleScalar(SampleWalk& walk, const L3SampleRecord& sample, const L3Row& row)
+{
+  walk.bits += row.bits;
+  if (l3IsSettled(sample, row.offset)) return;
+  l3Store(sample.record + row.offset, row.store, l3SampleValue(row));
+}
+
+static void sampleElement(SampleWalk& walk, L3SampleRecord& sample, const L3Row& row)
+{
+  if (walk.failed) return;
+  uint8_t* member = sample.record + row.offset;
+  switch (row.op) {
+    case kL3UInt:
+    case kL3Bool:
+    case kL3Enumerated:
+      return sampleScalar(walk, sample, row);
+    case kL3Octets:
+      return sampleOctets(walk, sample, row);
+    case kL3BitString:
+      return sampleBits(walk, sample, row);
+    case kL3Text:
+      return sampleText(walk, sample, row);
+    case kL3Record:
+    case kL3TextType:
+      if (isHandText(*row.type))
+        sampleTextType(walk, *row.type, row.name, member);
+      else
+        sample.closed |= sampleType(walk, *row.type, member);
+      sample.closed |= row.op == kL3TextType;
+      return;
+    case kL3List:
+      return sampleList(walk, sample, row);
+    case kL3Choice:
+      return sampleChoice(walk, sample, row);
+    case kL3Body:
+      return sampleBody(walk, sample, row);
+    case kL3Release:
+      if (row.mBit != kL3NoBit) l3SetBit(sample.record, row.mBit);
+      return;
+    default:
+      return;
+  }
+}
+
+static bool isRoom(L3When when)
+{
+  return when == kL3Room || when == kL3RoomOptBit || when == kL3RoomExt;
+}
+static bool isExt(L3When when)
+{
+  return when == kL3Ext || when == kL3RoomExt || when == kL3More;
+}
+
+// Can the element be there, by what has been decided before it?
+static bool mayBePresent(L3SampleRecord& sample, const L3Row& row)
+{
+  if (isRoom(row.when) && sample.closed) return false;
+  switch (row.when) {
+    case kL3If:
+    case kL3WhenCond:
+      return l3SettleCondition(sample, *row.cond);
+    case kL3More:
+      return !sample.extClosed;
+    case kL3ByHand:
+      return sample.type.flags & kL3IsPdu; // the security header
+    default:
+      return true;
+  }
+}
+
+static size_t leadBits(const L3Row& row)
+{
+  bool bit = row.when == kL3OptBit || row.when == kL3RoomOptBit || (isExt(row.when) && !(row.flags & kL3ExtList));
+  return bit ? 1 : 0;
+}
+
+// Leaves an element out: what would follow it in the region or group cannot be there either.
+static void leaveOut(SampleWalk& walk, L3SampleRecord& sample, const L3Row& row, size_t before)
+{
+  walk.bits = before + (row.when == kL3OptBit || row.when == kL3RoomOptBit ? 1 : 0);
+  if (row.mBit != kL3NoBit) {
+    uint8_t& octet = sample.record[row.mBit >> 3];
+    octet = static_cast<uint8_t>(octet & ~(1U << (row.mBit & 7)));
+  }
+  if (isRoom(row.when)) sample.closed = true;
+  if (isExt(row.when)) sample.extClosed = true;
+}
+
+// A message's security header repeats the discriminator of the plain header behind it.
+static void repeatDiscriminator(const L3SampleRecord& sample, const L3Row& header)
+{
+  const L3Row* plain = nullptr;
+  for (const L3Row* row = sample.type.rows; row < sample.type.rows + sample.type.rowCount; ++row)
+    if (row->op == kL3Enumerated && !plain) plain = row;
+  if (!plain || header.op != kL3Record) return;
+  for (const L3Row* row = header.type->rows; row < header.type->rows + header.type->rowCount; ++row)
+    if (row->op == kL3Enumerated && row->info == plain->info)
+      l3Store(sample.record + header.offset + row->offset, row->store,
+              l3Load(sample.record + plain->offset, plain->store));
+}
+
+static void sampleRow(SampleWalk& walk, L3SampleRecord& sample, const L3Row& row, size_t before)
+{
+  if (!mayBePresent(sample, row)) {
+    if (row.when != kL3ByHand) leaveOut(walk, sample, row, before);
+    return;
+  }
+  if (isExt(row.when)) sample.extClosed = false;
+  walk.bits += leadBits(row);
+  bool closed = sample.closed;
+  sampleElement(walk, sample, row);
+  if (row.when == kL3ByHand) repeatDiscriminator(sample, row);
+  if (row.mBit == kL3NoBit || row.op == kL3Release) return;
+  if (walk.bits > walk.limit) {
+    sample.closed = closed;
+    return leaveOut(walk, sample, row, before);
+  }
+  l3SetBit(sample.record, row.mBit);
+  if (row.groupBit != kL3NoBit) l3SetBit(sample.record, row.groupBit);
+}
+
+// The region of a length: where it began and how long it may be.
+struct SampleRegion {
+  const L3Length* info;
+  size_t start;
+};
+
+static size_t mostOf(const L3Length& info)
+{
+  size_t most = maxOfBits(info.bits);
+  if (info.bits == 16 && !info.keepWhole) most = 0xFF; // an encoder keeps the low octet only
+  return info.ranged && info.hi < most ? info.hi : most;
+}
+
+static SampleRegion openRegion(SampleWalk& walk, const L3Length& info)
+{
+  walk.bits += info.bits;
+  size_t end = walk.bits + mostOf(info) * info.unitBits;
+  if (end < walk.limit) walk.limit = end;
+  return {&info, walk.bits};
+}
+
+// Octets that the record's regions lack to their least lengths.
+static size_t closeRegions(SampleWalk& walk, const SampleRegion* regions, unsigned count)
+{
+  size_t lack = 0;
+  while (count-- > 0) {
+    const L3Length& info = *regions[count].info;
+    if (info.unitBits == 8) walk.bits = (walk.bits + 7) / 8 * 8;
+    size_t least = info.ranged ? info.lo * size_t{info.unitBits} : 0;
+    size_t length = walk.bits - regions[count].start;
+    if (length < least && (least - length + 7) / 8 > lack) lack = (least - length + 7) / 8;
+  }
+  return lack;
+}
+
+static void sampleOptions(SampleWalk& walk, L3SampleRecord& sample, const L3Message& message)
+{
+  for (unsigned i = 0; i < message.count && !sample.closed; ++i) {
+    size_t before = walk.bits;
+    walk.bits += message.ieis[i].half ? 4 : 8;
+    sampleRow(walk, sample, message.options[i], before);
+    bool present = message.options[i].mBit == kL3NoBit || l3HasBit(sample.record, message.options[i].mBit);
+    if (!present) walk.bits = before;
+  }
+}
+
+// One pass over the record; tells the octets that it is too short by.
+static size_t samplePass(SampleWalk& walk, L3SampleRecord& sample, bool& closed)
+{
+  const L3Type& type = sample.type;
+  SampleRegion regions[kMaxRegions];
+  unsigned opened = 0;
+  for (const L3Row* row = type.rows; row < type.rows + type.rowCount && !walk.failed; ++row) {
+    if (row->op == kL3Length && opened < kMaxRegions) {
+      regions[opened++] = openRegion(walk, *static_cast<const L3Length*>(row->info));
+      sample.closed = false;
+    } else {
+      sampleRow(walk, sample, *row, walk.bits);
+    }
+  }
+  if (type.message) sampleOptions(walk, sample, *type.message);
+  closed = sample.closed && !opened;
+  return closeRegions(walk, regions, opened);
+}
+
+// A form's message decides its header, so it is settled before the header's rows.
+static void settleBodies(L3SampleRecord& sample)
+{
+  for (const L3Row* row = sample.type.rows; row < sample.type.rows + sample.type.rowCount; ++row)
+    if (row->op == kL3Body) l3SettleBody(sample, *static_cast<const L3Body*>(row->info));
+}
+
+// Returns whether the record takes all that is left of the region around it.
+static bool sampleType(SampleWalk& walk, const L3Type& type, uint8_t* value)
+{
+  if (isHandText(type)) {
+    sampleTextType(walk, type, nullptr, value);
+    return false;
+  }
+  if (walk.depth == kMaxDepth) walk.failed = true;
+  if (walk.failed) return false;
+  bool hasLength = false;
+  for (const L3Row* row = type.rows; row < type.rows + type.rowCount; ++row) hasLength |= row->op == kL3Length;
+  size_t limit = walk.limit, start = walk.bits, grow = walk.grow;
+  size_t lack = 0;
+  bool closed = false;
+  ++walk.depth;
+  for (int pass = 0; pass < 2 && !walk.failed && (pass == 0 || lack); ++pass) {
+    L3SampleRecord sample{type, value, {}, 0, false, false};
+    memset(value, 0, type.size);
+    walk.bits = start;
+    walk.limit = limit;
+    if (hasLength) walk.grow = lack;
+    settleBodies(sample);
+    lack = samplePass(walk, sample, closed);
+  }
+  --walk.depth;
+  walk.limit = limit;
+  if (hasLength) walk.grow = grow;
+  return closed;
+}
+
+void* l3Sample(RtxContext* pctxt, const L3Type& type)
+{
+  SampleWalk walk{pctxt, 0, SIZE_MAX / 16, 0, 0, false};
+  uint8_t* value = static_cast<uint8_t*>(allocate(walk, type.size));
+  if (value) sampleType(walk, type, value);
+  return walk.failed ? nullptr : value;
+}

@@ -1,0 +1,229 @@
+#include "rt3gppsrc/engine/l3SampleFields.h"
+
+// The most values that a search tries.
+static constexpr uint64_t kMaxTries = 0x10000;
+
+static constexpr unsigned kMaxSettled = sizeof L3SampleRecord::settled / sizeof L3SampleRecord::settled[0];
+
+bool l3IsSettled(const L3SampleRecord& sample, uint32_t offset)
+{
+  for (unsigned i = 0; i < sample.settledCount; ++i)
+    if (sample.settled[i] == offset) return true;
+  return false;
+}
+
+static bool isFixed(const L3SampleRecord& sample, const L3Field& field)
+{
+  return sample.settledCount == kMaxSettled || l3IsSettled(sample, field.offset);
+}
+
+static void settle(L3SampleRecord& sample, const L3Field& field)
+{
+  if (!isFixed(sample, field)) sample.settled[sample.settledCount++] = field.offset;
+}
+
+static bool isMember(const L3Enum& set, uint64_t value)
+{
+  return value < 256 && (set.members[value >> 5] >> (value & 31) & 1);
+}
+
+// The row of a field, which may lie in a record within the record; null if it is none of the type's rows.
+static const L3Row* findIn(const L3Row* rows, size_t count, uint32_t offset)
+{
+  for (const L3Row* row = rows; row < rows + count; ++row) {
+    bool scalar = row->op == kL3UInt || row->op == kL3Bool || row->op == kL3Enumerated || row->op == kL3Length;
+    if (scalar && row->offset == offset) return row;
+    bool inside = row->op == kL3Record && offset >= row->offset && offset - row->offset < row->type->size;
+    if (!inside) continue;
+    if (const L3Row* found = findIn(row->type->rows, row->type->rowCount, offset - row->offset)) return found;
+  }
+  return nullptr;
+}
+
+static const L3Row* findRow(const L3Type& type, const L3Field& field)
+{
+  const L3Row* found = findIn(type.rows, type.rowCount, field.offset);
+  if (found || !type.message) return found;
+  return findIn(type.message->options, type.message->count, field.offset);
+}
+
+// Can the field hold the value and be encoded? A length cannot be chosen: it follows from the content.
+static bool canHold(const L3SampleRecord& sample, const L3Field& field, uint64_t value)
+{
+  if (field.bits < 64 && value >> field.bits) return false;
+  const L3Row* row = findRow(sample.type, field);
+  if (!row) return true;
+  if (row->op == kL3Length) return false;
+  if (row->flags & kL3Ranged && (value < row->lo || value > row->hi)) return false;
+  return row->op != kL3Enumerated || isMember(*static_cast<const L3Enum*>(row->info), value);
+}
+
+static bool startsWithSpare(const char* name)
+{
+  return name && strncmp(name, "spare", 5) == 0;
+}
+
+uint64_t l3SampleValue(const L3Row& row)
+{
+  if (row.op == kL3Enumerated) {
+    const L3Enum& set = *static_cast<const L3Enum*>(row.info);
+    if (isMember(set, 1) || !set.rows) return 1;
+    return static_cast<uint32_t>(set.table[set.table[0].transformedIdx].value);
+  }
+  if (row.flags & kL3Ranged) return row.lo;
+  return startsWithSpare(row.name) ? 0 : 1;
+}
+
+static uint64_t fieldValue(const L3SampleRecord& sample, const L3Field& field)
+{
+  return l3Load(sample.record + field.offset, field.store);
+}
+
+uint64_t l3SettleCount(L3SampleRecord& sample, const L3Field& field, uint64_t lo, uint64_t hi)
+{
+  if (!isFixed(sample, field))
+    for (uint64_t value = lo; value <= hi && value - lo < kMaxTries; ++value)
+      if (canHold(sample, field, value)) {
+        l3Store(sample.record + field.offset, field.store, value);
+        break;
+      }
+  settle(sample, field);
+  return fieldValue(sample, field);
+}
+
+// The terms from `first` that are alternatives of each other.
+static L3Cond groupAt(const L3Cond& cond, unsigned first)
+{
+  unsigned end = first;
+  while (end < cond.count && cond.terms[end].any == cond.terms[first].any) ++end;
+  return {cond.terms + first, static_cast<uint16_t>(end - first)};
+}
+
+// Do all groups hold that name the field?
+static bool holdsFor(const L3SampleRecord& sample, const L3Cond& cond, const L3Field& field)
+{
+  for (unsigned i = 0; i < cond.count;) {
+    L3Cond group = groupAt(cond, i);
+    bool named = false;
+    for (unsigned k = 0; k < group.count; ++k) named = named || group.terms[k].field.offset == field.offset;
+    if (named && !l3Holds(group, sample.record)) return false;
+    i += group.count;
+  }
+  return true;
+}
+
+static void searchField(L3SampleRecord& sample, const L3Cond& cond, const L3Field& field)
+{
+  if (isFixed(sample, field) || holdsFor(sample, cond, field)) return;
+  uint64_t before = fieldValue(sample, field);
+  for (uint64_t value = 0; value < kMaxTries; ++value) {
+    if (!canHold(sample, field, value)) continue;
+    l3Store(sample.record + field.offset, field.store, value);
+    if (holdsFor(sample, cond, field)) return;
+  }
+  l3Store(sample.record + field.offset, field.store, before);
+}
+
+bool l3SettleCondition(L3SampleRecord& sample, const L3Cond& cond)
+{
+  for (unsigned i = 0; i < cond.count && !l3Holds(cond, sample.record); ++i)
+    searchField(sample, cond, cond.terms[i].field);
+  for (unsigned i = 0; i < cond.count; ++i) settle(sample, cond.terms[i].field);
+  return l3Holds(cond, sample.record);
+}
+
+// The part of a joined selector value that belongs to one field.
+static uint64_t partOf(const L3Choice& choice, unsigned index, uint64_t value)
+{
+  for (unsigned i = choice.fieldCount; i-- > index + 1U;) value >>= choice.fields[i].bits;
+  if (index == 0) return value;
+  return value & ((1ULL << choice.fields[index].bits) - 1);
+}
+
+static bool canSelect(const L3SampleRecord& sample, const L3Choice& choice, uint64_t value)
+{
+  for (unsigned i = 0; i < choice.fieldCount; ++i) {
+    const L3Field& field = choice.fields[i];
+    uint64_t part = partOf(choice, i, value);
+    bool fits = isFixed(sample, field) ? fieldValue(sample, field) == part : canHold(sample, field, part);
+    if (!fits) return false;
+  }
+  return true;
+}
+
+// The first value that selects the alternative and can be had.
+static bool findSelector(const L3SampleRecord& sample, const L3Choice& choice, const L3Alternative& alternative,
+                         uint64_t& value)
+{
+  uint64_t lo = alternative.other ? 0 : alternative.lo;
+  uint64_t hi = alternative.other ? kMaxTries : alternative.hi;
+  for (value = lo; value <= hi && value - lo < kMaxTries; ++value)
+    if (l3FindBySelector(choice, static_cast<uint32_t>(value)) == &alternative && canSelect(sample, choice, value))
+      return true;
+  return false;
+}
+
+static const L3Alternative* selectByFields(L3SampleRecord& sample, const L3Choice& choice, bool withContent)
+{
+  for (unsigned i = 0; i < choice.count; ++i) {
+    const L3Alternative& alternative = choice.alternatives[i];
+    uint64_t value = 0;
+    if (withContent && alternative.row.op == kL3Nothing) continue;
+    if (!findSelector(sample, choice, alternative, value)) continue;
+    for (unsigned k = 0; k < choice.fieldCount; ++k) {
+      const L3Field& field = choice.fields[k];
+      l3Store(sample.record + field.offset, field.store, partOf(choice, k, value));
+      settle(sample, field);
+    }
+    return &alternative;
+  }
+  return nullptr;
+}
+
+const L3Alternative* l3SettleChoice(L3SampleRecord& sample, const L3Choice& choice)
+{
+  if (choice.from == kL3SelectFields) {
+    const L3Alternative* found = selectByFields(sample, choice, true);
+    return found ? found : selectByFields(sample, choice, false);
+  }
+  for (unsigned i = 0; i < choice.count; ++i)
+    if (choice.alternatives[i].row.op != kL3Nothing) return &choice.alternatives[i];
+  return choice.count ? &choice.alternatives[0] : nullptr;
+}
+
+static bool agrees(const L3SampleRecord& sample, const L3Field& field, uint64_t value)
+{
+  return !field.store || !isFixed(sample, field) || fieldValue(sample, field) == value;
+}
+
+static uint64_t discriminatorOf(const L3Body& body, const L3BodyRow& row)
+{
+  return body.onlyDiscriminator == kL3NoLimit ? row.discriminator : body.onlyDiscriminator;
+}
+
+static const L3BodyRow* findBody(const L3SampleRecord& sample, const L3Body& body, bool withRecord)
+{
+  for (const L3BodyRow* row = body.rows; row < body.rows + body.count; ++row) {
+    if (withRecord && !row->type) continue;
+    bool same = agrees(sample, body.discriminator, discriminatorOf(body, *row));
+    if (same && agrees(sample, body.msgType, row->msgType)) return row;
+  }
+  return nullptr;
+}
+
+static void settleAs(L3SampleRecord& sample, const L3Field& field, uint64_t value)
+{
+  if (!field.store) return;
+  l3Store(sample.record + field.offset, field.store, value);
+  settle(sample, field);
+}
+
+const L3BodyRow* l3SettleBody(L3SampleRecord& sample, const L3Body& body)
+{
+  const L3BodyRow* row = findBody(sample, body, true);
+  if (!row) row = findBody(sample, body, false);
+  if (!row) return nullptr;
+  settleAs(sample, body.discriminator, discriminatorOf(body, *row));
+  settleAs(sample, body.msgType, row->msgType);
+  return row;
+}
