@@ -1,0 +1,185 @@
+#include "rt3gppsrc/engine/l3Call.h"
+
+#include <cstring>
+
+#include "rt3gppsrc/engine/l3Engine.h"
+#include "velnor3gpp/rtxDList.h"
+#include "velnor3gpp/rtxMemHeap.h"
+
+static bool gSlowMode = false;
+
+void l3SetSlowMode(bool on) { gSlowMode = on; }
+
+bool l3SlowMode() { return gSlowMode; }
+
+void l3Begin(L3Call& call, RtxContext* pctxt, L3Name& frame, const char* typeName)
+{
+  bool stream = pctxt->pStream && !(pctxt->flags & RTX_FLAG_BUFFER_MODE);
+  bool plain = !gSlowMode && !stream && !pctxt->pBitFldList;
+  frame = {typeName, nullptr, 0, 0};
+  call = {pctxt, &frame, nullptr, false, plain, false};
+  if (!plain) l3ToLists(call);
+}
+
+void l3End(L3Call& call)
+{
+  if (call.lists && !call.keepTypeName) rtxCtxtPopTypeName(call.pctxt);
+}
+
+static void pushFrames(RtxContext* pctxt, const L3Name* frame)
+{
+  if (!frame) return;
+  pushFrames(pctxt, frame->outer);
+  if (frame->kind == 0) rtxCtxtPushTypeName(pctxt, frame->name);
+  else if (frame->kind == 1) rtxCtxtPushElemName(pctxt, frame->name);
+  else rtxCtxtPushArrayElemName(pctxt, frame->name, frame->index);
+}
+
+static void pushRegions(RtxContext* pctxt, const L3Region* frame)
+{
+  if (!frame) return;
+  pushRegions(pctxt, frame->outer);
+  RtxBuffer& buffer = pctxt->buffer;
+  size_t byteIndex = buffer.byteIndex;
+  int16_t bitOffset = buffer.bitOffset;
+  buffer.byteIndex = frame->byteIndex;
+  buffer.bitOffset = static_cast<int16_t>(frame->bitOffset);
+  rtxCtxtPushContainerBytes(pctxt, 0); // a region that ends here: the frame's end
+  buffer.byteIndex = byteIndex;
+  buffer.bitOffset = bitOffset;
+}
+
+void l3ToLists(L3Call& call)
+{
+  if (call.lists) return;
+  call.lists = true;
+  pushFrames(call.pctxt, call.names);
+  pushRegions(call.pctxt, call.regions);
+}
+
+int l3Fail(L3Call& call, const char* module, int status, uint16_t line)
+{
+  l3ToLists(call);
+  return rtxErrSetData(call.pctxt, status, module, line);
+}
+
+int l3FailNew(L3Call& call, const char* module, int status, uint16_t line)
+{
+  l3ToLists(call);
+  return rtxErrSetNewData(call.pctxt, status, module, line);
+}
+
+static void addRangeParms(L3Call& call, uint64_t value)
+{
+  l3ToLists(call);
+  rtxErrAddElemNameParm(call.pctxt);
+  if (value <= INT32_MAX) rtxErrAddIntParm(call.pctxt, static_cast<int32_t>(value));
+  else rtxErrAddUInt64Parm(call.pctxt, value);
+}
+
+void l3NoteRange(L3Call& call, const char* module, uint16_t line, uint64_t value)
+{
+  addRangeParms(call, value);
+  rtxErrSetNewData(call.pctxt, RTX_E_CONSTRAINT, module, line);
+  rtxErrSetNonFatal(call.pctxt);
+}
+
+int l3FailRange(L3Call& call, const char* module, uint16_t line, uint64_t value)
+{
+  addRangeParms(call, value);
+  return rtxErrSetData(call.pctxt, RTX_E_CONSTRAINT, module, line);
+}
+
+int l3PushRegionSlow(L3Call& call, size_t count, bool bits)
+{
+  return bits ? rtxCtxtPushContainerBits(call.pctxt, count) : rtxCtxtPushContainerBytes(call.pctxt, count);
+}
+
+bool l3HasRoomSlow(const RtxContext* pctxt) { return rtxCtxtContainerHasRemBits(const_cast<RtxContext*>(pctxt)); }
+
+size_t l3RoomBits(const L3Call& call)
+{
+  RtxContext* pctxt = call.pctxt;
+  const RtxBuffer& buffer = pctxt->buffer;
+  if (!l3HasRoom(call)) return 0;
+  if (call.lists || !call.regions) return rtxCtxtGetContainerRemBits(pctxt);
+  const L3Region& region = *call.regions;
+  return (region.byteIndex - buffer.byteIndex) * 8 - region.bitOffset + static_cast<size_t>(buffer.bitOffset);
+}
+
+uint64_t l3Load(const uint8_t* member, uint8_t store)
+{
+  if (store == 1) return *member;
+  uint64_t value = 0;
+  if (store == 2) {
+    uint16_t half;
+    memcpy(&half, member, sizeof half);
+    value = half;
+  } else if (store == 4) {
+    uint32_t word;
+    memcpy(&word, member, sizeof word);
+    value = word;
+  } else {
+    memcpy(&value, member, sizeof value);
+  }
+  return value;
+}
+
+void l3Store(uint8_t* member, uint8_t store, uint64_t value)
+{
+  if (store == 1) {
+    *member = static_cast<uint8_t>(value);
+  } else if (store == 2) {
+    uint16_t half = static_cast<uint16_t>(value);
+    memcpy(member, &half, sizeof half);
+  } else if (store == 4) {
+    uint32_t word = static_cast<uint32_t>(value);
+    memcpy(member, &word, sizeof word);
+  } else {
+    memcpy(member, &value, sizeof value);
+  }
+}
+
+uint32_t l3JoinFields(const L3Field* fields, unsigned count, const uint8_t* record)
+{
+  uint32_t value = 0;
+  for (unsigned i = 0; i < count; ++i)
+    value = (i ? value << fields[i].bits : 0) | static_cast<uint32_t>(l3Load(record + fields[i].offset, fields[i].store));
+  return value;
+}
+
+static bool termHolds(const L3Term& term, const uint8_t* record)
+{
+  uint32_t value = static_cast<uint32_t>(l3Load(record + term.field.offset, term.field.store));
+  return (value >= term.lo && value <= term.hi) != (term.negate != 0);
+}
+
+// Terms of one number stand together: one of them must hold.
+bool l3Holds(const L3Cond& cond, const uint8_t* record)
+{
+  for (unsigned i = 0; i < cond.count;) {
+    uint8_t any = cond.terms[i].any;
+    bool holds = false;
+    for (; i < cond.count && cond.terms[i].any == any; ++i) holds = holds || termHolds(cond.terms[i], record);
+    if (!holds) return false;
+  }
+  return true;
+}
+
+const L3Alternative* l3FindBySelector(const L3Choice& choice, uint32_t value)
+{
+  const L3Alternative* other = nullptr;
+  for (unsigned i = 0; i < choice.count; ++i) {
+    const L3Alternative& alternative = choice.alternatives[i];
+    if (alternative.other) other = &alternative;
+    else if (value >= alternative.lo && value <= alternative.hi) return &alternative;
+  }
+  return other;
+}
+
+const L3Alternative* l3FindByTag(const L3Choice& choice, uint32_t tag)
+{
+  for (unsigned i = 0; i < choice.count; ++i)
+    if (choice.alternatives[i].tag == tag) return &choice.alternatives[i];
+  return nullptr;
+}

@@ -1,0 +1,136 @@
+// What the engine keeps during one top-level call: element names and length regions as linked frames on the C++ stack.
+// They go to the context's real stacks (list mode) only when somebody can see them: at the first failure or finding,
+// with the bit trace or a stream, and where a rule leaves entries behind. On success nothing touches the heap.
+#ifndef VELNOR3GPP_L3_CALL_H
+#define VELNOR3GPP_L3_CALL_H
+
+#include "rt3gppsrc/engine/l3Types.h"
+#include "velnor3gpp/rtxContainer.h"
+#include "velnor3gpp/rtxContext.h"
+#include "velnor3gpp/rtxError.h"
+#include "velnor3gpp/rtxStatus.h"
+
+struct L3Name {
+  const char* name;
+  L3Name* outer;
+  uint32_t index; // of an array entry
+  uint8_t kind;   // 0 type, 1 element, 2 array entry
+};
+
+struct L3Region {
+  size_t byteIndex; // end of the region, as a cursor
+  uint16_t bitOffset;
+  L3Region* outer;
+};
+
+struct L3Call {
+  RtxContext* pctxt;
+  L3Name* names;
+  L3Region* regions;
+  bool lists;        // names and regions stand on the real stacks
+  bool plain;        // no trace, no stream, not slow: inline reading and writing, and runs
+  bool keepTypeName; // an early return leaves the type name behind
+};
+
+// Opens a call for a type of this name; the frame is the caller's.
+void l3Begin(L3Call& call, RtxContext* pctxt, L3Name& frame, const char* typeName);
+// Ends a call that succeeded: takes the type name away.
+void l3End(L3Call& call);
+// Puts all frames on the real stacks; from here on the real stacks are worked on.
+void l3ToLists(L3Call& call);
+// Reports a failure of the type's coder at a row and gives the status to return.
+int l3Fail(L3Call& call, const char* module, int status, uint16_t line);
+// The same with a new error record.
+int l3FailNew(L3Call& call, const char* module, int status, uint16_t line);
+// A value outside its range: -16 with element path and value, non-fatal on decoding.
+void l3NoteRange(L3Call& call, const char* module, uint16_t line, uint64_t value);
+int l3FailRange(L3Call& call, const char* module, uint16_t line, uint64_t value);
+int l3PushRegionSlow(L3Call& call, size_t count, bool bits);
+bool l3HasRoomSlow(const RtxContext* pctxt);
+
+inline int l3PushName(L3Call& call, L3Name& frame, const char* name)
+{
+  if (call.lists) return rtxCtxtPushElemName(call.pctxt, name);
+  frame = {name, call.names, 0, 1};
+  call.names = &frame;
+  return 0;
+}
+
+inline int l3PushEntry(L3Call& call, L3Name& frame, const char* name, uint32_t index)
+{
+  if (call.lists) return rtxCtxtPushArrayElemName(call.pctxt, name, index);
+  frame = {name, call.names, index, 2};
+  call.names = &frame;
+  return 0;
+}
+
+inline void l3PopName(L3Call& call)
+{
+  if (call.lists) rtxCtxtPopElemName(call.pctxt);
+  else call.names = call.names->outer;
+}
+
+inline void l3PopEntry(L3Call& call)
+{
+  if (call.lists) rtxCtxtPopArrayElemName(call.pctxt);
+  else call.names = call.names->outer;
+}
+
+inline size_t l3BitPos(const RtxContext* pctxt)
+{
+  return pctxt->buffer.byteIndex * 8 + 8 - static_cast<size_t>(pctxt->buffer.bitOffset);
+}
+
+// Opens a region of so many octets or bits from the cursor.
+inline int l3PushRegion(L3Call& call, L3Region& frame, size_t count, bool bits)
+{
+  if (call.lists) return l3PushRegionSlow(call, count, bits);
+  size_t end = l3BitPos(call.pctxt) + (bits ? count : count * 8);
+  frame = {end / 8, static_cast<uint16_t>(8 - end % 8), call.regions};
+  call.regions = &frame;
+  return 0;
+}
+
+inline void l3PopRegion(L3Call& call)
+{
+  if (call.lists) rtxCtxtPopContainer(call.pctxt);
+  else call.regions = call.regions->outer;
+}
+
+// Do bits remain in the innermost region, or in the buffer where none is open?
+inline bool l3HasRoom(const L3Call& call)
+{
+  const RtxBuffer& buffer = call.pctxt->buffer;
+  if (call.lists || !call.regions) {
+    if (!call.pctxt->containerStack.dlist.head) return buffer.byteIndex < buffer.size;
+    return l3HasRoomSlow(call.pctxt);
+  }
+  const L3Region& region = *call.regions;
+  return region.byteIndex > buffer.byteIndex ||
+         (region.byteIndex == buffer.byteIndex && buffer.bitOffset > static_cast<int>(region.bitOffset));
+}
+
+// Bits left in the innermost region; 0 when the cursor is past its end.
+size_t l3RoomBits(const L3Call& call);
+
+inline bool l3HasBit(const void* record, uint16_t bit)
+{
+  return (static_cast<const uint8_t*>(record)[bit >> 3] >> (bit & 7)) & 1;
+}
+
+inline void l3SetBit(void* record, uint16_t bit)
+{
+  static_cast<uint8_t*>(record)[bit >> 3] = static_cast<uint8_t>(static_cast<uint8_t*>(record)[bit >> 3] | (1U << (bit & 7)));
+}
+
+// An integer member of 1, 2, 4 or 8 octets.
+uint64_t l3Load(const uint8_t* member, uint8_t store);
+void l3Store(uint8_t* member, uint8_t store, uint64_t value);
+// Earlier members: the joined value of selecting fields, and whether a condition holds.
+uint32_t l3JoinFields(const L3Field* fields, unsigned count, const uint8_t* record);
+bool l3Holds(const L3Cond& cond, const uint8_t* record);
+// The alternative for a selector value or a tag; null if there is none.
+const L3Alternative* l3FindBySelector(const L3Choice& choice, uint32_t value);
+const L3Alternative* l3FindByTag(const L3Choice& choice, uint32_t tag);
+
+#endif

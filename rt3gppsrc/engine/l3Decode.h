@@ -1,0 +1,60 @@
+// The decoding half of the engine: primitives for hand-written coders and the walk over rows. Every function returns
+// 0 or a negative status; on failure names and regions stay, for they are the message.
+#ifndef VELNOR3GPP_L3_DECODE_H
+#define VELNOR3GPP_L3_DECODE_H
+
+#include "rt3gppsrc/engine/l3Call.h"
+
+// Decodes a value of the type inside a call.
+int l3DecType(L3Call& call, const L3Type& type, void* value);
+// The rows of a type, without its hand-written coder: what such a coder calls to do the plain part.
+int l3DecRows(L3Call& call, const L3Type& type, void* record);
+
+// Reads 1 to 64 bits into a member of `store` octets, under the trace label.
+int l3DecBits(L3Call& call, uint8_t* member, unsigned bits, uint8_t store, const char* label);
+// The same under an element name, reporting a failure at the line: what most rows of a hand-written coder are.
+int l3DecNamed(L3Call& call, const char* module, uint16_t line, const char* name, uint8_t* member, unsigned bits,
+               uint8_t store);
+// Reads whole octets from a cursor at any bit. A shortage is not reported at this level: the status is the caller's to
+// keep (see l3DecodeStrings.cpp).
+int l3DecOctets(L3Call& call, uint8_t* dst, size_t octets);
+// Octets left to read: those of the region, or of the buffer; never more than the buffer holds are worth storing.
+size_t l3RoomOctets(const L3Call& call);
+
+// Parts of the walk, in files of their own.
+int l3DecMember(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running);
+int l3DecString(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running);
+int l3DecList(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running);
+int l3DecChoice(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running);
+int l3DecBody(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record);
+int l3DecOptions(L3Call& call, const L3Type& type, uint8_t* record);
+
+// Octets still unread in the buffer, from the cursor's octet on.
+inline size_t l3Unread(const RtxContext* pctxt)
+{
+  const RtxBuffer& buffer = pctxt->buffer;
+  return buffer.byteIndex < buffer.size ? buffer.size - buffer.byteIndex : 0;
+}
+
+// Takes up to 56 bits at the cursor if they are all there; one big-endian load.
+inline bool l3TakeBits(RtxBuffer& buffer, unsigned bits, uint64_t& value)
+{
+  unsigned used = 8U - static_cast<unsigned>(buffer.bitOffset);
+  size_t left = buffer.byteIndex < buffer.size ? buffer.size - buffer.byteIndex : 0;
+  if (used + bits > left * 8) return false;
+  const uint8_t* at = buffer.data + buffer.byteIndex;
+  uint64_t word = 0;
+  if (left >= 8) {
+    __builtin_memcpy(&word, at, 8);
+    word = __builtin_bswap64(word);
+  } else {
+    for (size_t i = 0; i < left; ++i) word |= static_cast<uint64_t>(at[i]) << (56 - 8 * i);
+  }
+  value = (word << used) >> (64 - bits);
+  used += bits;
+  buffer.byteIndex += used / 8;
+  buffer.bitOffset = static_cast<int16_t>(8 - used % 8);
+  return true;
+}
+
+#endif

@@ -1,0 +1,254 @@
+// Lists, choices and message bodies: the parts of a record whose content is decided while decoding.
+#include <cstring>
+
+#include "rt3gppsrc/engine/l3Decode.h"
+#include "rt3gppsrc/engine/l3Engine.h"
+#include "velnor3gpp/rtxBitDecode.h"
+#include "velnor3gpp/rtxDiagBitTrace.h"
+#include "velnor3gpp/rtxMemHeap.h"
+
+// A list under decoding: inline entries go to the record, others to one array that grows by doubling.
+struct ListWalk {
+  const L3Type& type;
+  const L3Row& row;
+  const L3List& info;
+  uint8_t* record;
+  uint8_t* entries;
+  size_t count;
+  size_t capacity;
+};
+
+static const char* moduleOf(const ListWalk& walk) { return walk.type.module->decoder; }
+
+// Room for one more entry. Entries behind an inline array's end are decoded into spare storage and not kept.
+static uint8_t* nextEntry(L3Call& call, ListWalk& walk)
+{
+  const L3List& info = walk.info;
+  if (walk.count < walk.capacity) return walk.entries + walk.count * info.elemSize;
+  RtxMemHeap** heap = &call.pctxt->pMemHeap;
+  if (info.cap) return static_cast<uint8_t*>(rtxMemHeapAlloc(heap, info.elemSize));
+  size_t capacity = walk.capacity ? walk.capacity * 2 : 2;
+  void* grown = walk.entries ? rtxMemHeapRealloc(heap, walk.entries, capacity * info.elemSize)
+                             : rtxMemHeapAlloc(heap, capacity * info.elemSize);
+  if (!grown) return nullptr;
+  walk.entries = static_cast<uint8_t*>(grown);
+  walk.capacity = capacity;
+  return walk.entries + walk.count * info.elemSize;
+}
+
+static int decEntry(L3Call& call, ListWalk& walk)
+{
+  uint8_t* entry = nextEntry(call, walk);
+  if (!entry) return l3Fail(call, moduleOf(walk), RTX_E_NO_MEMORY, walk.row.line);
+  const L3Row& elem = walk.info.elem;
+  if (elem.type && elem.op == kL3Record) l3Init(*elem.type, entry);
+  L3Name frame;
+  int status = l3PushEntry(call, frame, elem.name, static_cast<uint32_t>(walk.count));
+  if (status < 0) return l3Fail(call, moduleOf(walk), status, walk.row.line);
+  size_t before = l3BitPos(call.pctxt);
+  int running = 0;
+  status = l3DecMember(call, walk.type, elem, entry, running);
+  if (status >= 0) status = running;
+  if (status < 0) return status;
+  if (l3BitPos(call.pctxt) == before && walk.info.end == kL3WhileRoom)
+    return l3Fail(call, moduleOf(walk), RTX_E_BAD_LENGTH, walk.row.line); // an entry of nothing would never end
+  l3PopEntry(call);
+  ++walk.count;
+  return 0;
+}
+
+static int readListBit(L3Call& call, ListWalk& walk, const char* label, uint8_t& bit)
+{
+  uint64_t value = 0;
+  if (call.plain && l3TakeBits(call.pctxt->buffer, 1, value)) {
+    bit = static_cast<uint8_t>(value);
+    return 0;
+  }
+  l3ToLists(call);
+  rtxDiagNewBitField(call.pctxt->pBitFldList, label);
+  int status = rtxDecBit(call.pctxt, &bit);
+  if (status >= 0) rtxDiagSetBitFldCount(call.pctxt->pBitFldList);
+  (void)walk;
+  return status;
+}
+
+// The end of the input ends a list of leading bits as a 0 would. The reader's own error record is taken back.
+static int decMoreBit(L3Call& call, ListWalk& walk)
+{
+  for (;;) {
+    uint8_t bit = 0;
+    if (!l3Unread(call.pctxt)) return 0;
+    int status = readListBit(call, walk, "ext bit", bit);
+    if (status < 0) return l3Fail(call, moduleOf(walk), status, walk.row.line);
+    if (!bit) return 0;
+    if (status = decEntry(call, walk); status < 0) return status;
+  }
+}
+
+static int decWhileExt(L3Call& call, ListWalk& walk)
+{
+  for (uint8_t bit = 0; !bit;) {
+    int status = readListBit(call, walk, "ext bit", bit);
+    if (status < 0) return l3Fail(call, moduleOf(walk), status, walk.row.line);
+    if (status = decEntry(call, walk); status < 0) return status;
+  }
+  return 0;
+}
+
+static int decUntilZero(L3Call& call, ListWalk& walk)
+{
+  while (l3HasRoom(call)) {
+    uint32_t ahead = 0;
+    l3ToLists(call);
+    int status = rtxDecBits(call.pctxt, &ahead, walk.info.zeroBits);
+    if (status < 0) return l3Fail(call, moduleOf(walk), status, walk.row.line);
+    if (!ahead) return 0;
+    rtxMoveBitCursor(call.pctxt, -static_cast<int>(walk.info.zeroBits));
+    if (status = decEntry(call, walk); status < 0) return status;
+  }
+  return 0;
+}
+
+static int decEntries(L3Call& call, ListWalk& walk)
+{
+  const L3List& info = walk.info;
+  if (info.end == kL3MoreBit) return decMoreBit(call, walk);
+  if (info.end == kL3WhileExt) return decWhileExt(call, walk);
+  if (info.end == kL3UntilZero) return decUntilZero(call, walk);
+  if (info.end == kL3WhileRoom) {
+    while (l3HasRoom(call))
+      if (int status = decEntry(call, walk); status < 0) return status;
+    return 0;
+  }
+  int64_t want = static_cast<int64_t>(l3Load(walk.record + info.field.offset, info.field.store)) + info.bias;
+  for (int64_t i = 0; i < want; ++i)
+    if (int status = decEntry(call, walk); status < 0) return status;
+  return 0;
+}
+
+static void storeList(L3Call& call, ListWalk& walk, uint8_t* member)
+{
+  if (walk.info.cap) {
+    member[0] = static_cast<uint8_t>(walk.count);
+    return;
+  }
+  if (walk.count && walk.count < walk.capacity) {
+    void* cut = rtxMemHeapRealloc(&call.pctxt->pMemHeap, walk.entries, walk.count * walk.info.elemSize);
+    if (cut) walk.entries = static_cast<uint8_t*>(cut);
+  }
+  struct { uint64_t n; uint8_t* elem; } value = {walk.count, walk.count ? walk.entries : nullptr};
+  memcpy(member, &value, sizeof value);
+}
+
+int l3DecList(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int&)
+{
+  const L3List& info = *static_cast<const L3List*>(row.info);
+  uint8_t* member = record + row.offset;
+  ListWalk walk{type, row, info, record, nullptr, 0, 0};
+  if (info.cap) {
+    walk.entries = member + info.elemOffset;
+    walk.capacity = info.cap;
+  }
+  int status = decEntries(call, walk);
+  if (status < 0) {
+    walk.count = walk.count < walk.capacity ? walk.count : walk.capacity;
+    storeList(call, walk, member);
+    return status;
+  }
+  storeList(call, walk, member);
+  if (info.ranged && (walk.count < info.lo || walk.count > info.hi))
+    l3NoteRange(call, type.module->decoder, row.line, walk.count);
+  return 0;
+}
+
+static int readSelector(L3Call& call, const L3Type& type, const L3Row& row, const L3Choice& choice,
+                        const uint8_t* record, uint32_t& value)
+{
+  if (choice.from == kL3SelectFields) {
+    value = l3JoinFields(choice.fields, choice.fieldCount, record);
+    return 0;
+  }
+  uint32_t word = 0;
+  int status;
+  if (choice.from == kL3SelectBits) {
+    status = l3DecBits(call, reinterpret_cast<uint8_t*>(&word), choice.bits, 4, "choice selector");
+    value = word;
+  } else {
+    RtxBuffer& buffer = call.pctxt->buffer;
+    size_t byteIndex = buffer.byteIndex;
+    int16_t bitOffset = buffer.bitOffset;
+    uint64_t ahead = 0;
+    status = 0;
+    if (call.plain && l3TakeBits(buffer, choice.bits, ahead)) word = static_cast<uint32_t>(ahead);
+    else {
+      l3ToLists(call);
+      status = rtxPeekBits(call.pctxt, &word, choice.bits);
+    }
+    if (call.plain && status >= 0) {
+      buffer.byteIndex = byteIndex;
+      buffer.bitOffset = bitOffset;
+    }
+    value = word & choice.mask;
+  }
+  return status < 0 ? l3Fail(call, type.module->decoder, status, row.line) : 0;
+}
+
+int l3DecChoice(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running)
+{
+  const L3Choice& choice = *static_cast<const L3Choice*>(row.info);
+  uint32_t value = 0;
+  if (int status = readSelector(call, type, row, choice, record, value); status < 0) return status;
+  const L3Alternative* alternative = l3FindBySelector(choice, value);
+  if (!alternative) return l3Fail(call, type.module->decoder, RTX_E_INVALID_CHOICE, row.line);
+  if (choice.tagged) l3Store(record + row.offset, 4, alternative->tag);
+  L3Name frame;
+  int status = l3PushName(call, frame, alternative->row.name);
+  if (status < 0) return l3Fail(call, type.module->decoder, status, row.line);
+  if (alternative->row.op == kL3Record) l3Init(*alternative->row.type, record + alternative->row.offset);
+  status = l3DecMember(call, type, alternative->row, record, running);
+  if (status < 0) return status;
+  l3PopName(call);
+  return 0;
+}
+
+// The row of the message table, or null with the status that tells why.
+static const L3BodyRow* findBody(L3Call& call, const L3Type& type, const L3Row& row, const uint8_t* record, int& status)
+{
+  const L3Body& body = *static_cast<const L3Body*>(row.info);
+  uint64_t discriminator = body.discriminator.store ? l3Load(record + body.discriminator.offset, body.discriminator.store) : 0;
+  uint64_t msgType = l3Load(record + body.msgType.offset, body.msgType.store);
+  bool known = body.onlyDiscriminator == kL3NoLimit ? !body.discriminator.store : discriminator == body.onlyDiscriminator;
+  bool column = body.discriminator.store && body.onlyDiscriminator == kL3NoLimit;
+  for (unsigned i = 0; i < body.count; ++i) {
+    bool same = column ? body.rows[i].discriminator == discriminator : known;
+    known = known || same;
+    if (same && body.rows[i].msgType == msgType) return &body.rows[i];
+  }
+  l3ToLists(call);
+  status = RTX_E_INVALID_CHOICE;
+  if (known) status = rtxErrInvUIntOpt(call.pctxt, static_cast<uint32_t>(msgType));
+  status = rtxErrSetNewData(call.pctxt, status, type.module->decoder, row.line);
+  return nullptr;
+}
+
+int l3DecBody(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record)
+{
+  const L3Body& body = *static_cast<const L3Body*>(row.info);
+  int status = 0;
+  const L3BodyRow* found = findBody(call, type, row, record, status);
+  if (!found) return status;
+  l3Store(record + row.offset, 4, found->tag);
+  if (!found->type) return 0;
+  void* message = rtxMemHeapAlloc(&call.pctxt->pMemHeap, found->type->size);
+  if (!message) return l3Fail(call, type.module->decoder, RTX_E_NO_MEMORY, row.line);
+  if (found->type->flags & kL3Bare) memset(message, 0, found->type->size);
+  else l3Init(*found->type, message);
+  memcpy(record + body.pointerOffset, &message, sizeof message);
+  L3Name frame;
+  status = l3PushName(call, frame, found->elemName);
+  if (status < 0) return l3Fail(call, type.module->decoder, status, row.line);
+  status = l3DecType(call, *found->type, message);
+  if (status < 0) return l3Fail(call, type.module->decoder, status, row.line);
+  l3PopName(call);
+  return 0;
+}

@@ -1,0 +1,80 @@
+// Reading of single fields: inline where nothing can be observed, through the public bit functions otherwise.
+#include <cstring>
+
+#include "rt3gppsrc/engine/l3Decode.h"
+#include "velnor3gpp/rtxBitDecode.h"
+#include "velnor3gpp/rtxDiagBitTrace.h"
+
+static int readWide(RtxContext* pctxt, uint8_t* member, unsigned bits, uint8_t store)
+{
+  if (bits == 24 || bits == 32) {
+    uint32_t word = 0;
+    int status = rtxDecUInt32(pctxt, &word, bits / 8);
+    if (status >= 0) l3Store(member, store, word);
+    return status;
+  }
+  uint64_t value = 0;
+  uint32_t word = 0;
+  int status = bits <= 32 ? rtxDecBits(pctxt, &word, bits) : rtxDecBitsToUInt64(pctxt, &value, bits);
+  if (status >= 0) l3Store(member, store, bits <= 32 ? word : value);
+  return status;
+}
+
+// The functions by width that a field of its kind is read with: they differ in cursor and records on failure.
+static int readPublic(RtxContext* pctxt, uint8_t* member, unsigned bits, uint8_t store, bool boolean)
+{
+  uint8_t octet = 0;
+  uint16_t half = 0;
+  int status = 0;
+  if (boolean) status = rtxDecBit(pctxt, &octet);
+  else if (bits <= 8) status = rtxDecBitsToByte(pctxt, &octet, bits);
+  else if (bits == 16) status = rtxDecUInt16(pctxt, &half, 2);
+  else if (bits < 16) status = rtxDecBitsToUInt16(pctxt, &half, bits);
+  else return readWide(pctxt, member, bits, store);
+  if (status >= 0) l3Store(member, store, bits <= 8 ? octet : half);
+  return status;
+}
+
+int l3DecBits(L3Call& call, uint8_t* member, unsigned bits, uint8_t store, const char* label)
+{
+  uint64_t value = 0;
+  RtxContext* pctxt = call.pctxt;
+  if (call.plain && bits <= 56 && l3TakeBits(pctxt->buffer, bits, value)) {
+    l3Store(member, store, value);
+    return 0;
+  }
+  l3ToLists(call);
+  rtxDiagNewBitField(pctxt->pBitFldList, label);
+  int status = readPublic(pctxt, member, bits, store, label[0] == 'B');
+  if (status >= 0) rtxDiagSetBitFldCount(pctxt->pBitFldList);
+  return status;
+}
+
+int l3DecNamed(L3Call& call, const char* module, uint16_t line, const char* name, uint8_t* member, unsigned bits,
+               uint8_t store)
+{
+  L3Name frame;
+  l3PushName(call, frame, name);
+  int status = l3DecBits(call, member, bits, store, "INTEGER");
+  if (status < 0) return l3Fail(call, module, status, line);
+  l3PopName(call);
+  return status;
+}
+
+int l3DecOctets(L3Call& call, uint8_t* dst, size_t octets)
+{
+  RtxContext* pctxt = call.pctxt;
+  RtxBuffer& buffer = pctxt->buffer;
+  if (call.plain && buffer.bitOffset == 8 && octets <= l3Unread(pctxt)) {
+    if (octets) memcpy(dst, buffer.data + buffer.byteIndex, octets);
+    buffer.byteIndex += octets;
+    return 0;
+  }
+  l3ToLists(call);
+  rtxDiagNewBitField(pctxt->pBitFldList, "OCTET STRING");
+  int status = rtxDecBitsToByteArray(pctxt, dst, octets, octets * 8);
+  if (status >= 0) rtxDiagSetBitFldCount(pctxt->pBitFldList);
+  return status;
+}
+
+size_t l3RoomOctets(const L3Call& call) { return l3RoomBits(call) / 8; }

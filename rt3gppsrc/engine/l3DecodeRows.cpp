@@ -1,0 +1,308 @@
+// The walk over the rows of a record: when an element is there, what bounds it, and what a breach of the bounds means.
+#include <cstring>
+
+#include "rt3gppsrc/engine/l3Decode.h"
+#include "rt3gppsrc/engine/l3Engine.h"
+#include "velnor3gpp/rtx3GPP.h"
+#include "velnor3gpp/rtxBitDecode.h"
+#include "velnor3gpp/rtxDiagBitTrace.h"
+
+// Lengths inside lengths within one record; the deepest known has two.
+static constexpr unsigned kMaxRegions = 4;
+
+// What the walk over one record remembers between its rows.
+struct RowWalk {
+  const L3Type& type;
+  uint8_t* record;
+  L3Region frames[kMaxRegions];
+  size_t ends[kMaxRegions]; // bit positions
+  unsigned regions;
+  int running;     // status of the last element: what the record's decoder returns
+  uint8_t extBit;  // last extension bit: 0, the group goes on
+  bool barred;     // a release group did not fit: all later ones are left
+  bool done;       // early return
+};
+
+static bool overrun(const L3Call& call, const RowWalk& walk)
+{
+  return walk.regions && l3BitPos(call.pctxt) > walk.ends[walk.regions - 1];
+}
+
+static const char* moduleOf(const L3Type& type) { return type.module->decoder; }
+
+static int reportOverrun(L3Call& call, const RowWalk& walk, uint16_t line)
+{
+  return l3Fail(call, moduleOf(walk.type), RTX_E_BAD_LENGTH, line);
+}
+
+static int decEnumerated(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* member, bool& reported)
+{
+  const L3Enum& set = *static_cast<const L3Enum*>(row.info);
+  int status = l3DecBits(call, member, row.bits, row.store, set.printOpen ? "INTEGER" : "ENUMERATED");
+  if (status < 0 || set.openDecode) return status;
+  uint32_t value = static_cast<uint32_t>(l3Load(member, row.store));
+  if (value < 256 && (set.members[value >> 5] >> (value & 31) & 1)) return status;
+  reported = true;
+  l3ToLists(call);
+  rtxErrAddUIntParm(call.pctxt, value);
+  const L3Type& leaf = row.type ? *row.type : type;
+  return rtxErrSetData(call.pctxt, RTX_E_ENUM_VALUE, moduleOf(leaf), leaf.line);
+}
+
+static int decScalar(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* member)
+{
+  bool reported = false;
+  int status = row.op == kL3Enumerated
+                   ? decEnumerated(call, type, row, member, reported)
+                   : l3DecBits(call, member, row.bits, row.store, row.op == kL3Bool ? "BOOLEAN" : "INTEGER");
+  if (status < 0) {
+    if (row.type && !reported) status = l3Fail(call, moduleOf(*row.type), status, row.type->line);
+    return status;
+  }
+  if (row.flags & kL3Ranged) {
+    uint64_t value = l3Load(member, row.store);
+    if (value < row.lo || value > row.hi) l3NoteRange(call, moduleOf(type), row.line, value);
+  }
+  return status;
+}
+
+// A member's content, without its name and without what leads it.
+int l3DecMember(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running)
+{
+  running = 0;
+  int status = 0;
+  switch (row.op) {
+    case kL3UInt:
+    case kL3Bool:
+    case kL3Enumerated: status = decScalar(call, type, row, record + row.offset); break;
+    case kL3Octets:
+    case kL3BitString:
+    case kL3Text: return l3DecString(call, type, row, record, running);
+    case kL3Record:
+    case kL3TextType: status = l3DecType(call, *row.type, record + row.offset); break;
+    case kL3List: return l3DecList(call, type, row, record, running);
+    case kL3Choice: return l3DecChoice(call, type, row, record, running);
+    case kL3Body: return l3DecBody(call, type, row, record);
+    default: return 0;
+  }
+  return status < 0 ? l3Fail(call, moduleOf(type), status, row.line) : status;
+}
+
+static int pushNamed(L3Call& call, const L3Type& type, const L3Row& row, L3Name& frame)
+{
+  if (!row.name) return 0;
+  int status = l3PushName(call, frame, row.name);
+  return status < 0 ? l3Fail(call, moduleOf(type), status, row.line) : 0;
+}
+
+static int readBit(L3Call& call, const L3Type& type, const L3Row& row, const char* label, uint8_t& bit)
+{
+  uint64_t value = 0;
+  if (call.plain && l3TakeBits(call.pctxt->buffer, 1, value)) {
+    bit = static_cast<uint8_t>(value);
+    return 0;
+  }
+  l3ToLists(call);
+  rtxDiagNewBitField(call.pctxt->pBitFldList, label);
+  int status = rtxDecBit(call.pctxt, &bit);
+  if (status < 0) return l3Fail(call, moduleOf(type), status, row.line);
+  rtxDiagSetBitFldCount(call.pctxt->pBitFldList);
+  return status;
+}
+
+// Behind the last octet that is known of a group, octets are read and dropped until one ends it.
+static int dropExtension(L3Call& call, RowWalk& walk, const L3Row& row)
+{
+  while (walk.extBit == 0) {
+    uint8_t octet = 0;
+    int status = l3DecBits(call, &octet, 8, 1, "INTEGER");
+    if (status < 0) return l3Fail(call, moduleOf(walk.type), status, row.line);
+    walk.extBit = octet >> 7;
+  }
+  return 0;
+}
+
+static int decLength(L3Call& call, RowWalk& walk, const L3Row& row)
+{
+  const L3Length& info = *static_cast<const L3Length*>(row.info);
+  L3Name frame;
+  if (int status = pushNamed(call, walk.type, row, frame); status < 0) return status;
+  uint16_t value = 0;
+  uint8_t* member = reinterpret_cast<uint8_t*>(&value);
+  int status = l3DecBits(call, member, info.bits, 2, "INTEGER");
+  if (status < 0) return l3Fail(call, moduleOf(walk.type), status, row.line);
+  if (info.member) l3Store(walk.record + row.offset, row.store, value);
+  walk.ends[walk.regions] = l3BitPos(call.pctxt) + static_cast<size_t>(value) * info.unitBits;
+  if (info.ranged && (value < info.lo || value > info.hi)) l3NoteRange(call, moduleOf(walk.type), row.line, value);
+  status = l3PushRegion(call, walk.frames[walk.regions], value, info.unitBits == 1);
+  if (status < 0) return l3Fail(call, moduleOf(walk.type), status, row.line);
+  ++walk.regions;
+  if (row.name) l3PopName(call);
+  return 0;
+}
+
+// Is the element there? Reads the bit that leads it; negative on failure. The name stands already.
+static int isThere(L3Call& call, RowWalk& walk, const L3Row& row)
+{
+  uint8_t bit = 1;
+  int status = 0;
+  switch (row.when) {
+    case kL3OptBit:
+    case kL3RoomOptBit: status = readBit(call, walk.type, row, "optional bit", bit); break;
+    case kL3Ext:
+    case kL3RoomExt:
+    case kL3More:
+      if (row.flags & kL3ExtList) return 1;
+      status = readBit(call, walk.type, row, "ext bit", walk.extBit);
+      break;
+    default: break;
+  }
+  return status < 0 ? status : bit;
+}
+
+static bool passedOver(const L3Call& call, const RowWalk& walk, const L3Row& row)
+{
+  switch (row.when) {
+    case kL3Room:
+    case kL3RoomOptBit:
+    case kL3RoomExt: return !l3HasRoom(call);
+    case kL3If:
+    case kL3WhenCond: return !l3Holds(*row.cond, walk.record);
+    case kL3More: return walk.extBit != 0;
+    case kL3ByHand: return true;
+    default: return false;
+  }
+}
+
+static int decElement(L3Call& call, RowWalk& walk, const L3Row& row)
+{
+  if (row.op == kL3Length) return decLength(call, walk, row);
+  if (row.when != kL3Always && passedOver(call, walk, row)) return 0;
+  L3Name frame;
+  if (int status = pushNamed(call, walk.type, row, frame); status < 0) return status;
+  int there = row.when == kL3Always ? 1 : isThere(call, walk, row);
+  if (there < 0) return there;
+  if (there) {
+    int status = l3DecMember(call, walk.type, row, walk.record, walk.running);
+    if (status < 0) return status;
+    if (row.flags & kL3ExtList) walk.extBit = 1;
+    if (row.mBit != kL3NoBit) l3SetBit(walk.record, row.mBit);
+  }
+  if (row.flags & kL3ExtLast)
+    if (int status = dropExtension(call, walk, row); status < 0) return status;
+  if (row.name) l3PopName(call);
+  return 0;
+}
+
+// A run of plain fields from one load. Anything unusual leaves it to the field-by-field path, which reports exactly.
+static bool decRun(L3Call& call, const RowWalk& walk, const L3Row& first)
+{
+  RtxBuffer& buffer = call.pctxt->buffer;
+  size_t byteIndex = buffer.byteIndex;
+  int16_t bitOffset = buffer.bitOffset;
+  if (walk.regions && l3BitPos(call.pctxt) + first.runBits > walk.ends[walk.regions - 1]) return false;
+  uint64_t word = 0;
+  if (!l3TakeBits(buffer, first.runBits, word)) return false;
+  unsigned left = first.runBits;
+  for (const L3Row* row = &first; row < &first + first.runRows; ++row) {
+    left -= row->bits;
+    uint64_t value = word >> left & ((1ULL << row->bits) - 1);
+    l3Store(walk.record + row->offset, row->store, value);
+    if (row->op != kL3Enumerated) continue;
+    const L3Enum& set = *static_cast<const L3Enum*>(row->info);
+    if (!set.openDecode && !(set.members[value >> 5] >> (value & 31) & 1)) {
+      buffer.byteIndex = byteIndex;
+      buffer.bitOffset = bitOffset;
+      return false;
+    }
+  }
+  return true;
+}
+
+// Enters a release group or passes over it: the number of its rows to skip.
+static unsigned enterRelease(const L3Call& call, RowWalk& walk, const L3Row& row)
+{
+  const L3Release& info = *static_cast<const L3Release*>(row.info);
+  uint16_t limit = call.pctxt->specRelease;
+  if (walk.barred || !l3HasRoom(call) || (limit && limit < info.release)) return info.rows;
+  if (info.fitBits && l3BitPos(call.pctxt) + info.fitBits > walk.ends[walk.regions - 1]) {
+    walk.barred = true;
+    return info.rows;
+  }
+  return 0;
+}
+
+// Behind the last row of a release group: its presence bit, and the early return that leaves region and name behind.
+static void leaveRelease(L3Call& call, RowWalk& walk, const L3Row& row)
+{
+  l3SetBit(walk.record, row.groupBit);
+  if (!(walk.type.flags & kL3EarlyReturn) || !walk.regions) return;
+  if (l3BitPos(call.pctxt) != walk.ends[walk.regions - 1]) return;
+  l3ToLists(call);
+  call.keepTypeName = true;
+  walk.done = true;
+}
+
+static int closeRegions(L3Call& call, RowWalk& walk)
+{
+  for (unsigned i = walk.regions; i-- > 0;) {
+    RtxContext* pctxt = call.pctxt;
+    if (l3BitPos(pctxt) > walk.ends[i]) return reportOverrun(call, walk, walk.type.line);
+    if (call.plain) {
+      pctxt->buffer.byteIndex = walk.ends[i] / 8;
+      pctxt->buffer.bitOffset = static_cast<int16_t>(8 - walk.ends[i] % 8);
+    } else if (int status = rtxCtxtSetBitOffset(pctxt, walk.ends[i]); status < 0) {
+      return l3Fail(call, moduleOf(walk.type), status, walk.type.line);
+    }
+    l3PopRegion(call);
+  }
+  return walk.running;
+}
+
+static bool lastOfRelease(const L3Type& type, const L3Row* row)
+{
+  const L3Row* next = row + 1;
+  return (row->flags & kL3InRelease) && (next == type.rows + type.rowCount || !(next->flags & kL3InRelease));
+}
+
+int l3DecRows(L3Call& call, const L3Type& type, void* record)
+{
+  RowWalk walk{type, static_cast<uint8_t*>(record), {}, {}, 0, 0, 1, false, false};
+  if (type.mOctets) memset(record, 0, type.mOctets);
+  const L3Row* end = type.rows + type.rowCount;
+  for (const L3Row* row = type.rows; row < end; ++row) {
+    if (row->op == kL3Release) {
+      row += enterRelease(call, walk, *row);
+      continue;
+    }
+    if (row->runRows && call.plain && decRun(call, walk, *row)) {
+      row += row->runRows - 1;
+      walk.running = 0;
+    } else if (int status = decElement(call, walk, *row); status < 0) {
+      return status;
+    }
+    if (overrun(call, walk)) return reportOverrun(call, walk, row->line);
+    if (row->flags & kL3InRelease && lastOfRelease(type, row)) leaveRelease(call, walk, *row);
+    if (walk.done) return 0;
+  }
+  int status = closeRegions(call, walk);
+  if (status < 0 || !type.message) return status;
+  return l3DecOptions(call, type, walk.record);
+}
+
+int l3DecType(L3Call& call, const L3Type& type, void* value)
+{
+  if (type.hand && type.hand->decode) return type.hand->decode(call, type, value);
+  return l3DecRows(call, type, value);
+}
+
+int l3Decode(RtxContext* pctxt, const L3Type& type, void* value)
+{
+  L3Call call;
+  L3Name frame;
+  l3Begin(call, pctxt, frame, type.name);
+  int status = l3DecType(call, type, value);
+  if (status >= 0) l3End(call);
+  else l3ToLists(call);
+  return status;
+}

@@ -1,0 +1,144 @@
+// Octet, bit and character strings. A failed read of octets or bits does not end the decoding of the record: its
+// status is kept as the running status, which the next element overwrites, while the error record stands.
+#include <cstring>
+
+#include "rt3gppsrc/engine/l3Decode.h"
+#include "velnor3gpp/rtxBitDecode.h"
+#include "velnor3gpp/rtxDiagBitTrace.h"
+#include "velnor3gpp/rtxMemHeap.h"
+
+static void* allocate(L3Call& call, size_t octets) { return rtxMemHeapAlloc(&call.pctxt->pMemHeap, octets); }
+
+// How many octets the string has. A region that is overrun already holds none: -66, so that no huge count arises.
+static int countOctets(L3Call& call, const L3Row& row, const uint8_t* record, L3CountFrom from, const L3Field& field,
+                       uint8_t lengthBits, size_t& count)
+{
+  uint16_t length = 0;
+  switch (from) {
+    case kL3ByField: count = l3Load(record + field.offset, field.store); return 0;
+    case kL3OwnLength: {
+      int status = l3DecBits(call, reinterpret_cast<uint8_t*>(&length), lengthBits, 2, "INTEGER");
+      count = length;
+      return status;
+    }
+    default: count = l3RoomOctets(call); return 0;
+  }
+  (void)row;
+}
+
+// Heap octets: never more storage than the input can fill.
+static int decHeapOctets(L3Call& call, uint8_t* member, size_t count, int& running)
+{
+  size_t fill = count < l3Unread(call.pctxt) ? count : l3Unread(call.pctxt);
+  uint32_t numocts = static_cast<uint32_t>(fill);
+  uint8_t* data = nullptr;
+  if (fill && !(data = static_cast<uint8_t*>(allocate(call, fill)))) return RTX_E_NO_MEMORY;
+  struct { uint32_t numocts; uint8_t* data; } value = {numocts, data};
+  memcpy(member, &value, sizeof value);
+  if (count) running = l3DecOctets(call, data, count);
+  return 0;
+}
+
+static void decInlineOctets(L3Call& call, const L3Octets& info, uint8_t* member, size_t count, int& running)
+{
+  size_t store = count < info.cap ? count : info.cap;
+  member[0] = static_cast<uint8_t>(count);
+  running = l3DecOctets(call, member + info.dataOffset, store);
+  if (running < 0 || count == store) return;
+  l3ToLists(call);
+  running = rtxSkipBytes(call.pctxt, count - store);
+}
+
+static int decOctetString(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running)
+{
+  const L3Octets& info = *static_cast<const L3Octets*>(row.info);
+  uint8_t* member = record + row.offset;
+  if (info.from == kL3Fixed) {
+    running = l3DecOctets(call, member, info.fixed);
+    return 0;
+  }
+  size_t count = 0;
+  int status = countOctets(call, row, record, info.from, info.field, info.lengthBits, count);
+  if (status < 0) return l3Fail(call, type.module->decoder, status, row.line);
+  if (info.cap) decInlineOctets(call, info, member, count, running);
+  else status = decHeapOctets(call, member, count, running);
+  if (status < 0) return l3Fail(call, type.module->decoder, status, row.line);
+  if (info.ranged && (count < info.lo || count > info.hi)) l3NoteRange(call, type.module->decoder, row.line, count);
+  return 0;
+}
+
+static int readBitArray(L3Call& call, uint8_t* dst, size_t octets, size_t bits)
+{
+  if (!bits) return 0;
+  l3ToLists(call);
+  rtxDiagNewBitField(call.pctxt->pBitFldList, "BIT STRING");
+  int status = rtxDecBitsToByteArray(call.pctxt, dst, octets, bits);
+  if (status >= 0) rtxDiagSetBitFldCount(call.pctxt->pBitFldList);
+  return status;
+}
+
+static int decBitString(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running)
+{
+  const L3BitString& info = *static_cast<const L3BitString*>(row.info);
+  uint8_t* member = record + row.offset;
+  size_t bits = l3RoomBits(call);
+  if (info.capBits) {
+    size_t store = bits < info.capBits ? bits : info.capBits;
+    member[0] = static_cast<uint8_t>(store);
+    running = readBitArray(call, member + info.dataOffset, (info.capBits + 7) / 8, store);
+    return 0;
+  }
+  size_t have = l3Unread(call.pctxt) * 8;
+  size_t fill = bits < have ? bits : have;
+  uint8_t* data = nullptr;
+  if (bits && !(data = static_cast<uint8_t*>(allocate(call, fill / 8 + 1))))
+    return l3Fail(call, type.module->decoder, RTX_E_NO_MEMORY, row.line);
+  struct { uint32_t numbits; uint8_t* data; } value = {static_cast<uint32_t>(fill), data};
+  memcpy(member, &value, sizeof value);
+  if (bits) running = readBitArray(call, data, bits / 8 + 1, bits);
+  return 0;
+}
+
+// Length-prefixed labels become one text with dots. A label that runs past the string ends it there.
+static void joinLabels(char* text, size_t count)
+{
+  size_t at = 0, out = 0;
+  while (at < count) {
+    size_t label = static_cast<uint8_t>(text[at++]);
+    if (label > count - at) label = count - at;
+    if (out) text[out++] = '.';
+    memmove(text + out, text + at, label);
+    out += label;
+    at += label;
+  }
+  text[out] = 0;
+}
+
+static int decText(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record)
+{
+  const L3Text& info = *static_cast<const L3Text*>(row.info);
+  size_t count = 0;
+  int status = countOctets(call, row, record, info.from, info.field, info.lengthBits, count);
+  if (status < 0) return l3Fail(call, type.module->decoder, status, row.line);
+  size_t fill = count < l3Unread(call.pctxt) ? count : l3Unread(call.pctxt);
+  char* text = static_cast<char*>(allocate(call, fill + 1));
+  if (!text) return l3Fail(call, type.module->decoder, RTX_E_NO_MEMORY, row.line);
+  text[0] = 0;
+  memcpy(record + row.offset, &text, sizeof text);
+  status = l3DecOctets(call, reinterpret_cast<uint8_t*>(text), count);
+  if (status < 0) {
+    text[0] = 0;
+    return l3Fail(call, type.module->decoder, status, row.line);
+  }
+  text[fill] = 0;
+  if (info.labels) joinLabels(text, fill);
+  if (info.ranged && (count < info.lo || count > info.hi)) l3NoteRange(call, type.module->decoder, row.line, count);
+  return 0;
+}
+
+int l3DecString(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running)
+{
+  if (row.op == kL3Octets) return decOctetString(call, type, row, record, running);
+  if (row.op == kL3BitString) return decBitString(call, type, row, record, running);
+  return decText(call, type, row, record);
+}

@@ -1,0 +1,48 @@
+// The encoding half of the engine: primitives for hand-written coders and the walk over rows. Lengths are written as 0,
+// patched when the content is known, and stored in the record.
+#ifndef VELNOR3GPP_L3_ENCODE_H
+#define VELNOR3GPP_L3_ENCODE_H
+
+#include "rt3gppsrc/engine/l3Call.h"
+
+// Encodes a value of the type inside a call; `value` points to it, also for scalars.
+int l3EncType(L3Call& call, const L3Type& type, void* value);
+// The rows of a type, without its hand-written coder.
+int l3EncRows(L3Call& call, const L3Type& type, void* record);
+
+// Writes the low 1 to 64 bits of a value under the trace label.
+int l3EncBits(L3Call& call, uint64_t value, unsigned bits, const char* label);
+// The same under an element name, with the range test of a field narrower than its member.
+int l3EncNamed(L3Call& call, const char* module, uint16_t line, const char* name, uint64_t value, unsigned bits,
+               uint8_t store);
+int l3EncOctets(L3Call& call, const uint8_t* src, size_t octets);
+// Sets the open tail flag: the octets just written run to the end of their container.
+void l3OpenTail(L3Call& call);
+// Closes a value of a length of `bits` bits that began at the bit position `start`: alignment, length, patch.
+int l3EncClose(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, size_t start);
+
+// Parts of the walk, in files of their own.
+int l3EncMember(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running);
+int l3EncString(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running);
+int l3EncList(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record);
+int l3EncChoice(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running);
+int l3EncBody(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record);
+int l3EncOptions(L3Call& call, const L3Type& type, uint8_t* record);
+
+// Puts up to 56 bits at the cursor if the buffer has the octets; clears the bits right of them in their last octet.
+inline bool l3PutBits(RtxBuffer& buffer, unsigned bits, uint64_t value)
+{
+  unsigned used = 8U - static_cast<unsigned>(buffer.bitOffset);
+  unsigned octets = (used + bits + 7) / 8;
+  if (buffer.byteIndex > buffer.size || octets > buffer.size - buffer.byteIndex) return false;
+  uint8_t* at = buffer.data + buffer.byteIndex;
+  uint64_t word = value << (64 - bits) >> used;
+  if (used) word |= static_cast<uint64_t>(*at & (0xFF00U >> used & 0xFF)) << 56;
+  for (unsigned i = 0; i < octets; ++i) at[i] = static_cast<uint8_t>(word >> (56 - 8 * i));
+  used += bits;
+  buffer.byteIndex += used / 8;
+  buffer.bitOffset = static_cast<int16_t>(8 - used % 8);
+  return true;
+}
+
+#endif

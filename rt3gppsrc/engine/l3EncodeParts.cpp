@@ -1,0 +1,186 @@
+// Strings, lists, choices and message bodies, encoding.
+#include <cstring>
+
+#include "rt3gppsrc/engine/l3Encode.h"
+#include "velnor3gpp/rtxBitEncode.h"
+#include "velnor3gpp/rtxDiagBitTrace.h"
+
+static int failNull(L3Call& call, const L3Type& type, const L3Row& row)
+{
+  l3ToLists(call);
+  rtxErrAddElemNameParm(call.pctxt);
+  return rtxErrSetNewData(call.pctxt, RTX_E_NULL_POINTER, type.module->encoder, row.line);
+}
+
+static int encOwnLength(L3Call& call, const L3Type& type, const L3Row& row, L3CountFrom from, uint8_t bits, size_t count)
+{
+  if (from != kL3OwnLength) return 0;
+  if (count >> bits) return l3FailRange(call, type.module->encoder, row.line, count);
+  int status = l3EncBits(call, count, bits, "INTEGER");
+  return status < 0 ? l3Fail(call, type.module->encoder, status, row.line) : 0;
+}
+
+// Writes octets; the status of the write itself is the running status, as on decoding.
+static int encOctetString(L3Call& call, const L3Type& type, const L3Row& row, const uint8_t* member, int& running)
+{
+  const L3Octets& info = *static_cast<const L3Octets*>(row.info);
+  if (info.from == kL3Fixed) {
+    running = l3EncOctets(call, member, info.fixed);
+    return 0;
+  }
+  struct { uint32_t numocts; const uint8_t* data; } heap = {0, nullptr};
+  if (!info.cap) memcpy(&heap, member, sizeof heap);
+  size_t count = info.cap ? member[0] : heap.numocts;
+  const uint8_t* data = info.cap ? member + info.dataOffset : heap.data;
+  bool tooLong = info.cap && count > info.cap;
+  if (tooLong || (info.ranged && (count < info.lo || count > info.hi)))
+    return l3FailRange(call, type.module->encoder, row.line, count);
+  if (count && !data) return failNull(call, type, row);
+  if (int status = encOwnLength(call, type, row, info.from, info.lengthBits, count); status < 0) return status;
+  running = l3EncOctets(call, data, count);
+  if (info.from == kL3Rest) l3OpenTail(call);
+  return 0;
+}
+
+static int encBitString(L3Call& call, const L3Type& type, const L3Row& row, const uint8_t* member, int& running)
+{
+  const L3BitString& info = *static_cast<const L3BitString*>(row.info);
+  struct { uint32_t numbits; const uint8_t* data; } heap = {0, nullptr};
+  if (!info.capBits) memcpy(&heap, member, sizeof heap);
+  size_t bits = info.capBits ? member[0] : heap.numbits;
+  const uint8_t* data = info.capBits ? member + info.dataOffset : heap.data;
+  if (info.capBits && bits > info.capBits) return l3FailRange(call, type.module->encoder, row.line, bits);
+  if (!bits) return 0;
+  if (!data) return failNull(call, type, row);
+  l3ToLists(call);
+  rtxDiagNewBitField(call.pctxt->pBitFldList, "BIT STRING");
+  running = rtxEncBitsFromByteArray(call.pctxt, data, bits);
+  if (running >= 0) rtxDiagSetBitFldCount(call.pctxt->pBitFldList);
+  return 0;
+}
+
+// Octets of a text on the wire: labels have a length in front of each, in the place of the dots and of the start.
+static int encLabels(L3Call& call, const char* text)
+{
+  while (*text) {
+    size_t label = strcspn(text, ".");
+    size_t kept = label > 255 ? 255 : label;
+    int status = l3EncBits(call, kept, 8, "INTEGER");
+    if (status >= 0) status = l3EncOctets(call, reinterpret_cast<const uint8_t*>(text), kept);
+    if (status < 0) return status;
+    text += label;
+    if (*text == '.') ++text;
+  }
+  return 0;
+}
+
+static int encText(L3Call& call, const L3Type& type, const L3Row& row, const uint8_t* member)
+{
+  const L3Text& info = *static_cast<const L3Text*>(row.info);
+  const char* text;
+  memcpy(&text, member, sizeof text);
+  if (!text) text = "";
+  size_t length = strlen(text);
+  size_t count = info.labels ? (length ? length + 1 : 0) : length;
+  if (info.ranged && (count < info.lo || count > info.hi)) return l3FailRange(call, type.module->encoder, row.line, count);
+  if (int status = encOwnLength(call, type, row, info.from, info.lengthBits, count); status < 0) return status;
+  int status = info.labels ? encLabels(call, text) : l3EncOctets(call, reinterpret_cast<const uint8_t*>(text), length);
+  return status < 0 ? l3Fail(call, type.module->encoder, status, row.line) : 0;
+}
+
+int l3EncString(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running)
+{
+  const uint8_t* member = record + row.offset;
+  if (row.op == kL3Octets) return encOctetString(call, type, row, member, running);
+  if (row.op == kL3BitString) return encBitString(call, type, row, member, running);
+  return encText(call, type, row, member);
+}
+
+static int encEntry(L3Call& call, const L3Type& type, const L3Row& row, const L3List& info, uint8_t* entry, uint32_t i)
+{
+  L3Name frame;
+  int running = 0;
+  int status = l3PushEntry(call, frame, info.elem.name, i);
+  if (status < 0) return l3Fail(call, type.module->encoder, status, row.line);
+  status = l3EncMember(call, type, info.elem, entry, running);
+  if (status >= 0) status = running;
+  if (status >= 0) l3PopEntry(call);
+  return status;
+}
+
+// The bit that leads an entry, or ends the list (index = count).
+static int encListBit(L3Call& call, const L3Type& type, const L3Row& row, const L3List& info, size_t i, size_t count)
+{
+  int status = 0;
+  if (info.end == kL3MoreBit) status = l3EncBits(call, i < count, 1, i < count ? "ext bit" : "eol bit");
+  else if (info.end == kL3WhileExt && i < count) status = l3EncBits(call, i + 1 == count, 1, "ext bit");
+  else if (info.end == kL3UntilZero && i == count && l3BitPos(call.pctxt) % 8)
+    status = l3EncBits(call, 0, info.zeroBits, "INTEGER");
+  return status < 0 ? l3Fail(call, type.module->encoder, status, row.line) : 0;
+}
+
+int l3EncList(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record)
+{
+  const L3List& info = *static_cast<const L3List*>(row.info);
+  uint8_t* member = record + row.offset;
+  struct { uint64_t n; uint8_t* elem; } heap = {member[0], member + info.elemOffset};
+  if (!info.cap) memcpy(&heap, member, sizeof heap);
+  bool tooMany = info.cap && heap.n > info.cap;
+  if (tooMany || (info.ranged && (heap.n < info.lo || heap.n > info.hi)))
+    return l3FailRange(call, type.module->encoder, row.line, heap.n);
+  // An index of 8 bits never reaches a count above 255: the loop would not end.
+  if (heap.n > 255) return l3FailNew(call, type.module->encoder, RTX_E_BAD_VALUE, row.line);
+  if (heap.n && !heap.elem) return failNull(call, type, row);
+  for (size_t i = 0; i <= heap.n; ++i) {
+    if (int status = encListBit(call, type, row, info, i, heap.n); status < 0) return status;
+    if (i == heap.n) break;
+    int status = encEntry(call, type, row, info, heap.elem + i * info.elemSize, static_cast<uint32_t>(i));
+    if (status < 0) return status;
+  }
+  return 0;
+}
+
+int l3EncChoice(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running)
+{
+  const L3Choice& choice = *static_cast<const L3Choice*>(row.info);
+  const L3Alternative* alternative;
+  if (choice.from == kL3SelectFields) {
+    alternative = l3FindBySelector(choice, l3JoinFields(choice.fields, choice.fieldCount, record));
+  } else {
+    uint32_t tag = static_cast<uint32_t>(l3Load(record + row.offset, 4));
+    if (choice.from == kL3SelectBits) {
+      int status = l3EncBits(call, tag - 1, choice.bits, "choice selector");
+      if (status < 0) return l3Fail(call, type.module->encoder, status, row.line);
+    }
+    alternative = l3FindByTag(choice, tag);
+  }
+  if (!alternative) return l3Fail(call, type.module->encoder, RTX_E_INVALID_CHOICE, row.line);
+  L3Name frame;
+  int status = l3PushName(call, frame, alternative->row.name);
+  if (status < 0) return l3Fail(call, type.module->encoder, status, row.line);
+  status = l3EncMember(call, type, alternative->row, record, running);
+  if (status < 0) return status;
+  l3PopName(call);
+  return 0;
+}
+
+int l3EncBody(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record)
+{
+  const L3Body& body = *static_cast<const L3Body*>(row.info);
+  uint32_t tag = static_cast<uint32_t>(l3Load(record + row.offset, 4));
+  const L3BodyRow* found = nullptr;
+  for (unsigned i = 0; i < body.count && !found; ++i)
+    if (body.rows[i].tag == tag) found = &body.rows[i];
+  if (!found) return l3Fail(call, type.module->encoder, RTX_E_INVALID_CHOICE, row.line);
+  if (!found->type) return 0;
+  void* message;
+  memcpy(&message, record + body.pointerOffset, sizeof message);
+  if (!message) return failNull(call, type, row);
+  L3Name frame;
+  int status = l3PushName(call, frame, found->elemName);
+  if (status < 0) return l3Fail(call, type.module->encoder, status, row.line);
+  status = l3EncType(call, *found->type, message);
+  if (status < 0) return l3Fail(call, type.module->encoder, status, row.line);
+  l3PopName(call);
+  return 0;
+}

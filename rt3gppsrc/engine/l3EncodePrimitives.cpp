@@ -1,0 +1,110 @@
+// Writing of single fields and of patched lengths: inline where nothing can be observed, through the public bit
+// functions otherwise (trace, streams, a buffer that must grow or is full).
+#include <cstring>
+
+#include "rt3gppsrc/engine/l3Encode.h"
+#include "velnor3gpp/rtxBitEncode.h"
+#include "velnor3gpp/rtxDiagBitTrace.h"
+
+static int writePublic(RtxContext* pctxt, uint64_t value, unsigned bits, bool boolean)
+{
+  uint32_t word = static_cast<uint32_t>(value);
+  if (boolean) return rtxEncBit(pctxt, word != 0);
+  if (bits == 24) return rtxEncBits(pctxt, word, bits);
+  if (bits == 8 || bits == 16 || bits == 32) return rtxEncUInt32(pctxt, word, bits / 8);
+  return bits <= 32 ? rtxEncBits(pctxt, word, bits) : rtxEncBitsFromSize(pctxt, value, bits);
+}
+
+int l3EncBits(L3Call& call, uint64_t value, unsigned bits, const char* label)
+{
+  RtxContext* pctxt = call.pctxt;
+  bool boolean = label[0] == 'B';
+  if (boolean) value = value != 0;
+  if (call.plain && bits <= 56 && l3PutBits(pctxt->buffer, bits, value)) return 0;
+  l3ToLists(call);
+  rtxDiagNewBitField(pctxt->pBitFldList, label);
+  int status = writePublic(pctxt, value, bits, boolean);
+  if (status >= 0) rtxDiagSetBitFldCount(pctxt->pBitFldList);
+  return status;
+}
+
+int l3EncNamed(L3Call& call, const char* module, uint16_t line, const char* name, uint64_t value, unsigned bits,
+               uint8_t store)
+{
+  L3Name frame;
+  l3PushName(call, frame, name);
+  if (bits < store * 8U && value >> bits) return l3FailRange(call, module, line, value);
+  int status = l3EncBits(call, value, bits, "INTEGER");
+  if (status < 0) return l3Fail(call, module, status, line);
+  l3PopName(call);
+  return status;
+}
+
+int l3EncOctets(L3Call& call, const uint8_t* src, size_t octets)
+{
+  RtxContext* pctxt = call.pctxt;
+  RtxBuffer& buffer = pctxt->buffer;
+  if (call.plain && buffer.bitOffset == 8 && buffer.byteIndex <= buffer.size && octets <= buffer.size - buffer.byteIndex) {
+    if (octets) memcpy(buffer.data + buffer.byteIndex, src, octets);
+    buffer.byteIndex += octets;
+    return 0;
+  }
+  l3ToLists(call);
+  rtxDiagNewBitField(pctxt->pBitFldList, "OCTET STRING");
+  int status = rtxEncBitsFromByteArray(pctxt, src, octets * 8);
+  if (status >= 0) rtxDiagSetBitFldCount(pctxt->pBitFldList);
+  return status;
+}
+
+void l3OpenTail(L3Call& call) { call.pctxt->flags |= RTX_OPENTAIL_FLAG; }
+
+// The closing step under the open tail flag, or the padding to the next octet without it.
+static int align(L3Call& call, const L3Type& type, const L3Row& row)
+{
+  RtxContext* pctxt = call.pctxt;
+  int16_t bitOffset = pctxt->buffer.bitOffset;
+  bool aligned = bitOffset == 8 || bitOffset == 0;
+  if (pctxt->flags & RTX_OPENTAIL_FLAG) {
+    if (!aligned) return l3FailNew(call, type.module->encoder, RTX_E_BAD_ALIGNMENT, row.line);
+    pctxt->flags &= ~RTX_OPENTAIL_FLAG;
+  } else if (!aligned) {
+    ++pctxt->buffer.byteIndex;
+    pctxt->buffer.bitOffset = 8;
+  }
+  return 0;
+}
+
+// Writes the length over its place without touching its neighbours.
+static int patch(L3Call& call, size_t start, unsigned bits, uint32_t length)
+{
+  RtxContext* pctxt = call.pctxt;
+  size_t stop = l3BitPos(pctxt);
+  if (call.plain && start % 8 == 0 && bits % 8 == 0) {
+    uint8_t* at = pctxt->buffer.data + (start - bits) / 8;
+    if (bits == 16) *at++ = static_cast<uint8_t>(length >> 8);
+    *at = static_cast<uint8_t>(length);
+    return 0;
+  }
+  int status = rtxCtxtSetBitOffset(pctxt, start - bits);
+  if (status >= 0) status = rtxMergeBits(pctxt, length, bits);
+  if (status >= 0) status = rtxCtxtSetBitOffset(pctxt, stop);
+  return status;
+}
+
+int l3EncClose(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, size_t start)
+{
+  const L3Length& info = *static_cast<const L3Length*>(row.info);
+  if (info.unitBits == 8)
+    if (int status = align(call, type, row); status < 0) return status;
+  size_t count = (l3BitPos(call.pctxt) - start) / info.unitBits;
+  // A 16-bit length keeps its low 8 bits alone: a fixed trait of the encoders.
+  if (info.bits == 16 && !info.keepWhole) count &= 0xFF;
+  if (info.member) l3Store(record + row.offset, row.store, count);
+  uint32_t written = static_cast<uint32_t>(count & ((1ULL << info.bits) - 1));
+  int status = patch(call, start, info.bits, written);
+  if (status < 0) return l3Fail(call, type.module->encoder, status, row.line);
+  bool cut = info.unitBits == 1 && count != written;
+  if (cut || (info.ranged && (count < info.lo || count > info.hi)))
+    return l3FailRange(call, type.module->encoder, row.line, count);
+  return 0;
+}

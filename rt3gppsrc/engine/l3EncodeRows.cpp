@@ -1,0 +1,198 @@
+// The walk over the rows of a record, encoding.
+#include <cstring>
+
+#include "rt3gppsrc/engine/l3Encode.h"
+#include "rt3gppsrc/engine/l3Engine.h"
+
+static constexpr unsigned kMaxRegions = 4;
+
+struct OpenLength {
+  const L3Row* row;
+  size_t start; // bit position behind the length
+};
+
+static const char* moduleOf(const L3Type& type) { return type.module->encoder; }
+
+static int pushNamed(L3Call& call, const L3Type& type, const L3Row& row, L3Name& frame)
+{
+  if (!row.name) return 0;
+  int status = l3PushName(call, frame, row.name);
+  return status < 0 ? l3Fail(call, moduleOf(type), status, row.line) : 0;
+}
+
+static int encEnumerated(L3Call& call, const L3Type& leaf, const L3Row& row, uint64_t value)
+{
+  const L3Enum& set = *static_cast<const L3Enum*>(row.info);
+  bool member = value < 256 && (set.members[value >> 5] >> (value & 31) & 1);
+  if (!set.openEncode && !member) {
+    l3ToLists(call);
+    rtxErrAddUIntParm(call.pctxt, static_cast<uint32_t>(value));
+    return rtxErrSetData(call.pctxt, RTX_E_ENUM_VALUE, moduleOf(leaf), leaf.line);
+  }
+  int status = l3EncBits(call, value, row.bits, set.printOpen ? "INTEGER" : "ENUMERATED");
+  return status < 0 ? l3Fail(call, moduleOf(leaf), status, leaf.line) : 0;
+}
+
+static int encScalar(L3Call& call, const L3Type& type, const L3Row& row, const uint8_t* member)
+{
+  const L3Type& leaf = row.type ? *row.type : type;
+  uint64_t value = l3Load(member, row.store);
+  if (row.op == kL3Enumerated) return encEnumerated(call, leaf, row, value);
+  bool ranged = row.flags & kL3Ranged && (value < row.lo || value > row.hi);
+  bool narrow = row.op == kL3UInt && row.bits < row.store * 8U && value >> row.bits;
+  if (ranged || narrow) return l3FailRange(call, moduleOf(leaf), leaf.line, value);
+  int status = l3EncBits(call, value, row.bits, row.op == kL3Bool ? "BOOLEAN" : "INTEGER");
+  if (status < 0 && row.type) status = l3Fail(call, moduleOf(leaf), status, leaf.line);
+  return status;
+}
+
+int l3EncMember(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running)
+{
+  running = 0;
+  int status = 0;
+  switch (row.op) {
+    case kL3UInt:
+    case kL3Bool:
+    case kL3Enumerated: status = encScalar(call, type, row, record + row.offset); break;
+    case kL3Octets:
+    case kL3BitString:
+    case kL3Text: return l3EncString(call, type, row, record, running);
+    case kL3Record:
+    case kL3TextType: status = l3EncType(call, *row.type, record + row.offset); break;
+    case kL3List: return l3EncList(call, type, row, record);
+    case kL3Choice: return l3EncChoice(call, type, row, record, running);
+    case kL3Body: return l3EncBody(call, type, row, record);
+    default: return 0;
+  }
+  return status < 0 ? l3Fail(call, moduleOf(type), status, row.line) : status;
+}
+
+static bool isPresent(const L3Row& row, const uint8_t* record)
+{
+  if (row.when == kL3ByHand) return false;
+  if (row.when == kL3WhenCond) return l3Holds(*row.cond, record);
+  if (row.mBit == kL3NoBit) return true;
+  if (row.groupBit != kL3NoBit && !l3HasBit(record, row.groupBit)) return false;
+  return l3HasBit(record, row.mBit);
+}
+
+// The extension bit of a row: 0 if the next row of its group is there.
+static unsigned extBit(const L3Row& row, const uint8_t* record)
+{
+  if (row.flags & kL3ExtLast) return 1;
+  const L3Row& next = (&row)[1];
+  return !(next.when == kL3More && isPresent(next, record));
+}
+
+// What leads the element: an optional bit or an extension bit.
+static int encLead(L3Call& call, const L3Row& row, const uint8_t* record, bool present)
+{
+  if (row.when == kL3OptBit || row.when == kL3RoomOptBit) return l3EncBits(call, present, 1, "optional bit");
+  bool ext = row.when == kL3Ext || row.when == kL3RoomExt || row.when == kL3More;
+  if (!ext || !present || (row.flags & kL3ExtList)) return 0;
+  return l3EncBits(call, extBit(row, record), 1, "ext bit");
+}
+
+static int encElement(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running)
+{
+  bool present = isPresent(row, record);
+  L3Name frame;
+  if (int status = pushNamed(call, type, row, frame); status < 0) return status;
+  int status = encLead(call, row, record, present);
+  if (status < 0) return l3Fail(call, moduleOf(type), status, row.line);
+  if (present)
+    if (status = l3EncMember(call, type, row, record, running); status < 0) return status;
+  if (row.name) l3PopName(call);
+  return 0;
+}
+
+static int encLength(L3Call& call, const L3Type& type, const L3Row& row)
+{
+  const L3Length& info = *static_cast<const L3Length*>(row.info);
+  L3Name frame;
+  if (int status = pushNamed(call, type, row, frame); status < 0) return status;
+  int status = l3EncBits(call, 0, info.bits, "INTEGER");
+  if (status < 0) return l3Fail(call, moduleOf(type), status, row.line);
+  if (row.name) l3PopName(call);
+  return 0;
+}
+
+// A run of plain fields in one store. A value out of its range or a full buffer leaves it to the single fields.
+static bool encRun(L3Call& call, const L3Row& first, const uint8_t* record)
+{
+  uint64_t word = 0;
+  for (const L3Row* row = &first; row < &first + first.runRows; ++row) {
+    uint64_t value = l3Load(record + row->offset, row->store);
+    if (row->op == kL3Bool) value = value != 0;
+    if (value >> row->bits) return false;
+    if (row->op == kL3Enumerated) {
+      const L3Enum& set = *static_cast<const L3Enum*>(row->info);
+      if (!set.openEncode && !(set.members[value >> 5] >> (value & 31) & 1)) return false;
+    }
+    word = word << row->bits | value;
+  }
+  return l3PutBits(call.pctxt->buffer, first.runBits, word);
+}
+
+int l3EncRows(L3Call& call, const L3Type& type, void* value)
+{
+  uint8_t* record = static_cast<uint8_t*>(value);
+  OpenLength open[kMaxRegions];
+  unsigned opened = 0;
+  int running = 0;
+  const L3Row* end = type.rows + type.rowCount;
+  for (const L3Row* row = type.rows; row < end; ++row) {
+    if (row->op == kL3Release) {
+      if (!l3HasBit(record, row->mBit)) row += static_cast<const L3Release*>(row->info)->rows;
+      continue;
+    }
+    if (row->runRows && call.plain && encRun(call, *row, record)) {
+      row += row->runRows - 1;
+      running = 0;
+      continue;
+    }
+    int status = row->op == kL3Length ? encLength(call, type, *row) : encElement(call, type, *row, record, running);
+    if (status < 0) return status;
+    if (row->op == kL3Length) open[opened++] = {row, l3BitPos(call.pctxt)};
+  }
+  while (opened-- > 0)
+    if (running = l3EncClose(call, type, *open[opened].row, record, open[opened].start); running < 0) return running;
+  return type.message ? l3EncOptions(call, type, record) : running;
+}
+
+int l3EncType(L3Call& call, const L3Type& type, void* value)
+{
+  if (type.hand && type.hand->encode) return type.hand->encode(call, type, value);
+  return l3EncRows(call, type, value);
+}
+
+int l3EncOptions(L3Call& call, const L3Type& type, uint8_t* record)
+{
+  const L3Message& message = *type.message;
+  int running = 0;
+  for (unsigned i = 0; i < message.count; ++i) {
+    const L3Row& row = message.options[i];
+    if (call.pctxt->flags & RTX_OPENTAIL_FLAG) return running; // nothing can be found behind an open tail
+    if (!isPresent(row, record)) continue;
+    L3Name frame;
+    if (int status = pushNamed(call, type, row, frame); status < 0) return status;
+    int16_t bitOffset = call.pctxt->buffer.bitOffset;
+    if (bitOffset != 8 && bitOffset != 0) return l3Fail(call, moduleOf(type), RTX_E_NOT_OCTET_ALIGNED, row.line);
+    int status = l3EncBits(call, message.ieis[i].value, message.ieis[i].half ? 4 : 8, "iei");
+    if (status < 0) return l3Fail(call, moduleOf(type), status, row.line);
+    if (status = l3EncMember(call, type, row, record, running); status < 0) return status;
+    l3PopName(call);
+  }
+  return running;
+}
+
+int l3Encode(RtxContext* pctxt, const L3Type& type, void* value)
+{
+  L3Call call;
+  L3Name frame;
+  l3Begin(call, pctxt, frame, type.encName);
+  int status = l3EncType(call, type, value);
+  if (status >= 0) l3End(call);
+  else l3ToLists(call);
+  return status;
+}
