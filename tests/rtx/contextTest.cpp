@@ -264,6 +264,23 @@ TEST(Context, SharesTheHeapWithSubContexts)
   EXPECT_STREQ("text of the sub-context", text) << "the last context keeps the heap";
 }
 
+TEST(Context, NewContextIsAllOrNothing)
+{
+  rtxMemSetAllocFuncs(failing::mallocFunc, failing::reallocFunc, failing::freeFunc);
+  for (long at = 1; at <= 2; at++) { // The heap, then the information record.
+    failing::setUp(at, false);
+    EXPECT_EQ(nullptr, rtNewContext());
+    EXPECT_EQ(0, failing::inUse);
+  }
+  failing::setUp(3, true);
+  RtxContext* ctxt = rtNewContext();
+  ASSERT_NE(nullptr, ctxt);
+  EXPECT_EQ(RTX_FLAG_CTXT_MALLOCED, ctxt->flags);
+  rtFreeContext(ctxt);
+  EXPECT_EQ(0, failing::inUse);
+  rtxMemSetAllocFuncs(nullptr, nullptr, nullptr);
+}
+
 TEST(Context, HoldsAnInformationRecord)
 {
   Context ctxt;
