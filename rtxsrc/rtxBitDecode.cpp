@@ -39,32 +39,53 @@ static int refill(RtxContext* pctxt, size_t nbytes, int line)
   return status < 0 ? rtxReport(pctxt, status, kModule, line) : 0;
 }
 
-// The one reader of integers: all widths differ in the limit alone. `*pvalue` is set only on success.
-static inline int readField(RtxContext* pctxt, uint64_t* pvalue, size_t nbits, size_t width, int line)
+// Takes a field of 1 to `width` bits that is all at hand; false for any other, with nothing done. The readers stay
+// small leaf functions with this, since nearly every field passes here.
+static inline bool takeField(RtxContext* pctxt, uint64_t* pvalue, size_t nbits, size_t width)
 {
   RtxBuffer* buffer = &pctxt->buffer;
-  if (nbits > width) [[unlikely]]
-    return rtxReport(pctxt, RTX_E_TOO_BIG, kModule, line);
-  *pvalue = 0;
-  if (nbits == 0) return 0;
   unsigned phase = rtxCursorPhase(buffer);
-  size_t octets = (phase + nbits + 7) / 8;
-  if (octets > rtxBufferLeft(pctxt)) [[unlikely]] {
-    int status = refill(pctxt, octets, line);
-    if (status < 0) return status;
-  }
-  *pvalue = extractBits(buffer->data + buffer->byteIndex, rtxBufferLeft(pctxt), phase, nbits);
+  size_t left = rtxBufferLeft(pctxt);
+  // nbits - 1 wraps for 0, so that one comparison sorts out 0 and all above the width.
+  if (nbits - 1 >= width || (phase + nbits + 7) / 8 > left) return false;
+  *pvalue = extractBits(buffer->data + buffer->byteIndex, left, phase, nbits);
   rtxCursorAdvance(buffer, phase + nbits);
+  return true;
+}
+
+static void storeValue(void* pvalue, size_t width, uint64_t value)
+{
+  if (pvalue == nullptr) return;
+  if (width == 16) *static_cast<uint16_t*>(pvalue) = static_cast<uint16_t>(value);
+  if (width == 32) *static_cast<uint32_t*>(pvalue) = static_cast<uint32_t>(value);
+  if (width == 64) *static_cast<uint64_t*>(pvalue) = value;
+}
+
+// Everything else: no bits, too many, and fields for which the input must be refilled. All widths are one routine.
+[[gnu::noinline]] static int readSlowly(RtxContext* pctxt, void* pvalue, size_t nbits, size_t width, int line)
+{
+  uint64_t value = 0;
+  if (nbits > width) return rtxReport(pctxt, RTX_E_TOO_BIG, kModule, line);
+  if (nbits > 0) {
+    int status = refill(pctxt, rtxOctetsTouched(rtxCursorPhase(&pctxt->buffer), nbits), line);
+    if (status < 0) return status;
+    takeField(pctxt, &value, nbits, width);
+  }
+  storeValue(pvalue, width, value);
   return 0;
+}
+
+[[gnu::noinline]] static int readBitSlowly(RtxContext* pctxt, uint8_t* pvalue)
+{
+  int status = refill(pctxt, 1, __LINE__);
+  return status < 0 ? status : rtxDecBit(pctxt, pvalue);
 }
 
 int rtxDecBit(RtxContext* pctxt, uint8_t* pvalue)
 {
   RtxBuffer* buffer = &pctxt->buffer;
-  if (buffer->byteIndex >= buffer->size) [[unlikely]] {
-    int status = refill(pctxt, 1, __LINE__);
-    if (status < 0) return status;
-  }
+  if (buffer->byteIndex >= buffer->size) [[unlikely]]
+    return readBitSlowly(pctxt, pvalue);
   unsigned below = 7 - rtxCursorPhase(buffer);
   if (pvalue != nullptr) *pvalue = static_cast<uint8_t>(buffer->data[buffer->byteIndex] >> below & 1);
   buffer->byteIndex += below == 0;
@@ -72,40 +93,46 @@ int rtxDecBit(RtxContext* pctxt, uint8_t* pvalue)
   return 0;
 }
 
+static_assert(sizeof(size_t) == sizeof(uint64_t), "a size is stored as 64 bits");
+
 int rtxDecBits(RtxContext* pctxt, uint32_t* pvalue, size_t nbits)
 {
   uint64_t value = 0;
-  int status = readField(pctxt, &value, nbits, 32, __LINE__);
-  if (status == 0 && pvalue != nullptr) *pvalue = static_cast<uint32_t>(value);
-  return status;
+  if (!takeField(pctxt, &value, nbits, 32)) [[unlikely]]
+    return readSlowly(pctxt, pvalue, nbits, 32, __LINE__);
+  if (pvalue != nullptr) *pvalue = static_cast<uint32_t>(value);
+  return 0;
 }
 
 int rtxDecBitsToUInt16(RtxContext* pctxt, uint16_t* pvalue, size_t nbits)
 {
   uint64_t value = 0;
-  int status = readField(pctxt, &value, nbits, 16, __LINE__);
-  if (status == 0 && pvalue != nullptr) *pvalue = static_cast<uint16_t>(value);
-  return status;
+  if (!takeField(pctxt, &value, nbits, 16)) [[unlikely]]
+    return readSlowly(pctxt, pvalue, nbits, 16, __LINE__);
+  if (pvalue != nullptr) *pvalue = static_cast<uint16_t>(value);
+  return 0;
 }
 
 int rtxDecBitsToUInt64(RtxContext* pctxt, uint64_t* pvalue, size_t nbits)
 {
   uint64_t value = 0;
-  int status = readField(pctxt, &value, nbits, 64, __LINE__);
-  if (status == 0 && pvalue != nullptr) *pvalue = value;
-  return status;
+  if (!takeField(pctxt, &value, nbits, 64)) [[unlikely]]
+    return readSlowly(pctxt, pvalue, nbits, 64, __LINE__);
+  if (pvalue != nullptr) *pvalue = value;
+  return 0;
 }
 
 int rtxDecBitsToSize(RtxContext* pctxt, size_t* pvalue, size_t nbits)
 {
   uint64_t value = 0;
-  int status = readField(pctxt, &value, nbits, 64, __LINE__);
-  if (status == 0 && pvalue != nullptr) *pvalue = static_cast<size_t>(value);
-  return status;
+  if (!takeField(pctxt, &value, nbits, 64)) [[unlikely]]
+    return readSlowly(pctxt, pvalue, nbits, 64, __LINE__);
+  if (pvalue != nullptr) *pvalue = static_cast<size_t>(value);
+  return 0;
 }
 
 // What is not all at hand takes the road of the octet strings, whose cursor differs at the end of the input.
-static int readByteSlowly(RtxContext* pctxt, uint8_t* pvalue, size_t nbits)
+[[gnu::noinline]] static int readByteSlowly(RtxContext* pctxt, uint8_t* pvalue, size_t nbits)
 {
   if (nbits > 8) return rtxReport(pctxt, RTX_E_TOO_BIG, kModule, __LINE__);
   if (nbits == 0) {
@@ -120,14 +147,10 @@ static int readByteSlowly(RtxContext* pctxt, uint8_t* pvalue, size_t nbits)
 
 int rtxDecBitsToByte(RtxContext* pctxt, uint8_t* pvalue, size_t nbits)
 {
-  RtxBuffer* buffer = &pctxt->buffer;
-  unsigned phase = rtxCursorPhase(buffer);
-  // nbits - 1 wraps for 0, so that one comparison sorts out 0 and all above 8.
-  if (nbits - 1 > 7 || (phase + nbits + 7) / 8 > rtxBufferLeft(pctxt)) [[unlikely]]
+  uint64_t value = 0;
+  if (!takeField(pctxt, &value, nbits, 8)) [[unlikely]]
     return readByteSlowly(pctxt, pvalue, nbits);
-  const uint8_t* p = buffer->data + buffer->byteIndex;
-  if (pvalue != nullptr) *pvalue = static_cast<uint8_t>(extractBits(p, 0, phase, nbits));
-  rtxCursorAdvance(buffer, phase + nbits);
+  if (pvalue != nullptr) *pvalue = static_cast<uint8_t>(value);
   return 0;
 }
 

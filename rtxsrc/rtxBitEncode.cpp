@@ -30,13 +30,17 @@ static int makeRoomForBits(RtxContext* pctxt, size_t nbits, int line)
   return makeRoom(pctxt, octets, line);
 }
 
+[[gnu::noinline]] static int writeBitSlowly(RtxContext* pctxt, int value)
+{
+  int status = makeRoom(pctxt, 1, __LINE__);
+  return status < 0 ? status : rtxEncBit(pctxt, value);
+}
+
 int rtxEncBit(RtxContext* pctxt, int value)
 {
   RtxBuffer* buffer = &pctxt->buffer;
-  if (buffer->byteIndex >= buffer->size) [[unlikely]] {
-    int status = makeRoom(pctxt, 1, __LINE__);
-    if (status < 0) return status;
-  }
+  if (buffer->byteIndex >= buffer->size) [[unlikely]]
+    return writeBitSlowly(pctxt, value);
   unsigned below = 7 - rtxCursorPhase(buffer);
   uint8_t* p = buffer->data + buffer->byteIndex;
   unsigned before = below == 7 ? 0 : *p;
@@ -46,19 +50,17 @@ int rtxEncBit(RtxContext* pctxt, int value)
   return 0;
 }
 
-// Stores the low 1 to 32 bits of `value` behind the first `phase` bits of `p`, which has room for them.
+// Stores the low 1 to 32 bits of `value` behind the first `phase` bits of `p`, which has room for them. The field is
+// brought to its place in a word, whose top octets then go out.
 static inline void storeBits(uint8_t* p, unsigned phase, uint64_t value, size_t nbits, TailRule tail)
 {
   size_t end = phase + nbits;
   size_t octets = (end + 7) / 8;
-  uint64_t word = (value << (64 - nbits)) >> phase;
-  if (phase != 0) word |= static_cast<uint64_t>(p[0] & ~kLowBits[8 - phase] & 0xFF) << 56;
-  if (tail == kKeepTail && end % 8 != 0) p[octets - 1] &= kLowBits[8 - end % 8];
-  for (size_t i = 0; i < octets; ++i) {
-    uint8_t bits = static_cast<uint8_t>(word >> (56 - 8 * i));
-    bool merge = tail == kKeepTail && i == octets - 1 && end % 8 != 0;
-    p[i] = merge ? static_cast<uint8_t>(p[i] | bits) : bits;
-  }
+  uint64_t before = p[0] & (0xFF00U >> phase);
+  uint64_t word = before << 56 | (value << (64 - nbits)) >> phase;
+  if (tail == kKeepTail) word |= static_cast<uint64_t>(p[octets - 1] & kLowBits[octets * 8 - end]) << (64 - octets * 8);
+  p[0] = static_cast<uint8_t>(word >> 56);
+  for (size_t i = 1; i < octets; ++i) p[i] = static_cast<uint8_t>(word >> (56 - 8 * i));
 }
 
 static inline void storeAndAdvance(RtxBuffer* buffer, uint64_t value, size_t nbits, TailRule tail)
@@ -68,38 +70,51 @@ static inline void storeAndAdvance(RtxBuffer* buffer, uint64_t value, size_t nbi
   rtxCursorAdvance(buffer, phase + nbits);
 }
 
-// The one writer of integers, 1 to 64 bits.
-static inline int writeField(RtxContext* pctxt, uint64_t value, size_t nbits, TailRule tail, int line)
+// Writes 1 to 32 bits for which there is room.
+static inline void putField(RtxContext* pctxt, uint64_t value, size_t nbits, TailRule tail)
 {
   RtxBuffer* buffer = &pctxt->buffer;
-  size_t octets = (rtxCursorPhase(buffer) + nbits + 7) / 8;
-  if (octets > rtxBufferLeft(pctxt)) [[unlikely]] {
-    int status = makeRoom(pctxt, octets, line);
+  size_t start = buffer->byteIndex;
+  storeAndAdvance(buffer, value, nbits, tail);
+  if (rtxHasMemoryStream(pctxt)) pctxt->pStream->bytesProcessed += buffer->byteIndex - start;
+}
+
+static inline bool fieldFits(const RtxContext* pctxt, size_t nbits)
+{
+  return (rtxCursorPhase(&pctxt->buffer) + nbits + 7) / 8 <= rtxBufferLeft(pctxt);
+}
+
+// Any field: makes room, and writes what is longer than 32 bits in two steps.
+[[gnu::noinline]] static int writeSlowly(RtxContext* pctxt, uint64_t value, size_t nbits, size_t width, TailRule tail)
+{
+  if (nbits > width) return rtxReport(pctxt, RTX_E_BAD_PARAMETER, kModule, __LINE__);
+  if (nbits == 0) return 0;
+  if (!fieldFits(pctxt, nbits)) {
+    int status = makeRoom(pctxt, rtxOctetsTouched(rtxCursorPhase(&pctxt->buffer), nbits), __LINE__);
     if (status < 0) return status;
   }
-  size_t start = buffer->byteIndex;
-  if (nbits > 32) storeAndAdvance(buffer, value >> 32, nbits - 32, tail);
-  storeAndAdvance(buffer, value, nbits > 32 ? 32 : nbits, tail);
-  if (rtxHasMemoryStream(pctxt)) pctxt->pStream->bytesProcessed += buffer->byteIndex - start;
+  if (nbits > 32) putField(pctxt, value >> 32, nbits - 32, tail);
+  putField(pctxt, value, nbits > 32 ? 32 : nbits, tail);
   return 0;
 }
 
 int rtxEncBits(RtxContext* pctxt, uint32_t value, size_t nbits)
 {
-  if (nbits > 32) return rtxReport(pctxt, RTX_E_BAD_PARAMETER, kModule, __LINE__);
-  return nbits == 0 ? 0 : writeField(pctxt, value, nbits, kClearTail, __LINE__);
+  // nbits - 1 wraps for 0, so that one comparison sorts out 0 and all above 32.
+  if (nbits - 1 >= 32 || !fieldFits(pctxt, nbits)) [[unlikely]]
+    return writeSlowly(pctxt, value, nbits, 32, kClearTail);
+  putField(pctxt, value, nbits, kClearTail);
+  return 0;
 }
 
 int rtxEncBitsFromSize(RtxContext* pctxt, size_t value, size_t nbits)
 {
-  if (nbits > 64) return rtxReport(pctxt, RTX_E_BAD_PARAMETER, kModule, __LINE__);
-  return nbits == 0 ? 0 : writeField(pctxt, value, nbits, kClearTail, __LINE__);
+  return writeSlowly(pctxt, value, nbits, 64, kClearTail);
 }
 
 int rtxMergeBits(RtxContext* pctxt, uint32_t value, size_t nbits)
 {
-  if (nbits > 32) return rtxReport(pctxt, RTX_E_BAD_PARAMETER, kModule, __LINE__);
-  return nbits == 0 ? 0 : writeField(pctxt, value, nbits, kKeepTail, __LINE__);
+  return writeSlowly(pctxt, value, nbits, 32, kKeepTail);
 }
 
 // Hands octets to the stream past the buffer, which is empty, and counts them as passed.

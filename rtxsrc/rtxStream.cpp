@@ -29,11 +29,13 @@ int rtxStreamInit(RtxContext* pctxt)
   return 0;
 }
 
-// Writes what a writer still holds. A growing buffer that the stream has not taken over yet is drained as well.
+// Writes what a writer still holds. A growing buffer that the stream has not taken over yet is drained as well; in
+// buffer mode the octets there are none of the stream's.
 static int writePending(RtxContext* pctxt)
 {
   RtxBuffer* buffer = &pctxt->buffer;
-  const RtxStream* pStream = pctxt->pStream;
+  RtxStream* pStream = pctxt->pStream;
+  if ((pctxt->flags & RTX_FLAG_BUFFER_MODE) != 0) return pStream->flush != nullptr ? pStream->flush(pStream) : 0;
   if (buffer->data != nullptr && buffer->bitOffset != 8 && buffer->bitOffset != 0) {
     ++buffer->byteIndex;
     buffer->bitOffset = 8;

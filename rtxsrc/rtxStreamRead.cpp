@@ -130,6 +130,17 @@ static int skipSource(RtxContext* pctxt, size_t count)
   return 0;
 }
 
+// Under a mark within the buffer all octets from it on must stay there.
+static int skipKeeping(RtxContext* pctxt, size_t count)
+{
+  RtxBuffer* buffer = &pctxt->buffer;
+  int status = rtxStreamLoadInputBuffer(pctxt, count);
+  if (status < 0) return status;
+  if (buffer->size - buffer->byteIndex < count) return rtxReport(pctxt, RTX_E_END_OF_BUFFER, kModule, __LINE__);
+  buffer->byteIndex += count;
+  return 0;
+}
+
 static int skipBuffered(RtxContext* pctxt, size_t count)
 {
   RtxStream* pStream = pctxt->pStream;
@@ -140,6 +151,7 @@ static int skipBuffered(RtxContext* pctxt, size_t count)
     pStream->ioBytes += count;
     return 0;
   }
+  if ((pStream->flags & RTX_STREAM_MARKED) != 0) return skipKeeping(pctxt, count);
   pStream->bytesProcessed += buffer->size;
   rtxStreamEmptyBuffer(pctxt);
   int status = skipSource(pctxt, count - left);

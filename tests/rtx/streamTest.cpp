@@ -270,6 +270,7 @@ TEST(Stream, MarksBringTheSameOctetsBack)
         ASSERT_EQ(rtxReadBytes(&bench, nullptr, at), 0);
         ASSERT_EQ(rtxMarkPos(&bench, &pos), 0);
         ASSERT_EQ(rtxReadBytes(&bench, target.data(), ahead), 0);
+        ASSERT_EQ(rtxSkipBytes(&bench, ahead), 0);
         ASSERT_EQ(rtxDecBits(&bench, nullptr, 16), 0);
         ASSERT_EQ(rtxResetToPos(&bench, pos), 0);
         ASSERT_EQ(rtxReadBytes(&bench, again.data(), ahead), 0);
@@ -387,6 +388,12 @@ TEST(Stream, CloseWritesThePartialOctet)
   ASSERT_EQ(rtxStreamClose(&bench), 0);
   EXPECT_EQ(file.contents(), (Octets{0x91, 0xA4}));
   EXPECT_EQ(bench.buffer.data, nullptr);
+  ASSERT_EQ(rtxStreamFileAttach(&bench, file.file, RTX_STREAM_WRITE), 0);
+  Octets message{7, 7, 7};
+  bench.bind(message);
+  ASSERT_EQ(rtxDecBits(&bench, nullptr, 20), 0);
+  ASSERT_EQ(rtxStreamClose(&bench), 0);
+  EXPECT_EQ(file.contents(), (Octets{0x91, 0xA4})) << "a message decoded in buffer mode is not the stream's";
 }
 
 TEST(Stream, MemoryStreams)
