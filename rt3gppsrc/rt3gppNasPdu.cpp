@@ -1,0 +1,88 @@
+#include "rt3gppsrc/rt3gppNasPdu.h"
+
+#include "rt3gppsrc/engine/l3Encode.h"
+#include "velnor3gpp/rt3gppNasSec.h"
+#include "velnor3gpp/rtxBitEncode.h"
+
+NasPosition nasPosition(const RtxContext* pctxt)
+{
+  return {pctxt->buffer.byteIndex, pctxt->buffer.bitOffset, pctxt->flags};
+}
+
+void nasReturn(RtxContext* pctxt, const NasPosition& position)
+{
+  pctxt->buffer.byteIndex = position.byteIndex;
+  pctxt->buffer.bitOffset = position.bitOffset;
+  pctxt->flags = position.flags;
+}
+
+void nasVerify(L3Call& call, const L3Type& type, size_t from, uint32_t received)
+{
+  RtxContext* pctxt = call.pctxt;
+  const RtxBuffer& buffer = pctxt->buffer;
+  size_t length = from < buffer.size ? buffer.size - from : 0;
+  uint32_t computed = 0;
+  if (!pctxt->pSecurity) l3ToLists(call); // the operation is about to record a failure
+  int status = rtx3gppComputeMAC(pctxt, buffer.data + from, length, &computed);
+  if (status < 0) {
+    l3Fail(call, type.module->decoder, status, type.line);
+  } else if (computed != received) {
+    l3ToLists(call);
+    rtxErrAddUIntParm(pctxt, received);
+    rtxErrAddUIntParm(pctxt, computed);
+    rtxErrSetNewData(pctxt, RTX_E_BAD_MAC, type.module->decoder, type.line);
+  }
+}
+
+int nasDecipher(L3Call& call, const L3Type& type, size_t from)
+{
+  const RtxBuffer& buffer = call.pctxt->buffer;
+  size_t length = from < buffer.size ? buffer.size - from : 0;
+  if (!call.pctxt->pSecurity) l3ToLists(call);
+  int status = rtx3gppCipher(call.pctxt, buffer.data + from, length);
+  return status < 0 ? l3Fail(call, type.module->decoder, status, type.line) : 0;
+}
+
+int nasCipher(L3Call& call, const L3Type& type, size_t from)
+{
+  const RtxBuffer& buffer = call.pctxt->buffer;
+  size_t length = from < buffer.byteIndex ? buffer.byteIndex - from : 0;
+  if (!call.pctxt->pSecurity) l3ToLists(call);
+  int status = rtx3gppCipher(call.pctxt, buffer.data + from, length);
+  return status < 0 ? l3Fail(call, type.module->encoder, status, type.line) : 0;
+}
+
+int nasSign(L3Call& call, const L3Type& type, size_t start, const NasSpans& spans, uint32_t& code)
+{
+  RtxContext* pctxt = call.pctxt;
+  size_t from = start + spans.signedFrom;
+  size_t length = from < pctxt->buffer.byteIndex ? pctxt->buffer.byteIndex - from : 0;
+  if (!pctxt->pSecurity) l3ToLists(call);
+  int status = rtx3gppComputeMAC(pctxt, pctxt->buffer.data + from, length, &code);
+  if (status < 0) return l3Fail(call, type.module->encoder, status, type.line);
+  NasPosition end = nasPosition(pctxt);
+  pctxt->buffer.byteIndex = start + spans.codeAt;
+  status = rtxEncBits(pctxt, code, 32);
+  if (status < 0) return l3Fail(call, type.module->encoder, status, type.line);
+  nasReturn(pctxt, end);
+  return 0;
+}
+
+static const L3Row& bodyRow(const L3Type& pdu) { return pdu.rows[pdu.rowCount - 1]; }
+
+bool nasKnowsBody(const L3Type& pdu, const void* record)
+{
+  const L3Row& row = bodyRow(pdu);
+  const L3Body& body = *static_cast<const L3Body*>(row.info);
+  uint64_t tag = l3Load(static_cast<const uint8_t*>(record) + row.offset, 4);
+  for (unsigned i = 0; i < body.count; ++i)
+    if (body.rows[i].tag == tag) return true;
+  return false;
+}
+
+int nasEncodeHeaderRows(L3Call& call, const L3Type& pdu, void* record)
+{
+  L3Type header = pdu;
+  --header.rowCount;
+  return l3EncRows(call, header, record);
+}

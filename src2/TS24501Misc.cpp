@@ -1,0 +1,233 @@
+// The 5GS mobile identity (TS 24.501, 9.11.3.4). By hand because one octet holds type, SUPI format, odd flag and first
+// digit in a way that depends on the type, and because the encoder works its length out beforehand.
+#include <cstring>
+
+#include "L3Descriptors.h"
+#include "src2/MobileIdentityDigits.h"
+#include "velnor3gpp/TS24501IES.h"
+
+static constexpr char kDecoder[] = "TS24501IESDec";
+static constexpr char kEncoder[] = "TS24501IESEnc";
+static constexpr char kBadLeadingBits[] = "MobileIdentity leading bits for GUTI";
+
+enum IdentityTag : uint32_t { kNone = 1, kSuci, kGuti, kImei, kStmsi, kImeisv, kMac, kEui64 };
+
+using Identity = TS24501IE_MobileIdentity;
+
+static int decPart(L3Call& call, const char* name, const L3Type& type, void* part)
+{
+  L3Name frame;
+  l3PushName(call, frame, name);
+  int status = l3DecType(call, type, part);
+  if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
+  l3PopName(call);
+  return status;
+}
+
+static int encPart(L3Call& call, const char* name, const L3Type& type, void* part)
+{
+  L3Name frame;
+  l3PushName(call, frame, name);
+  int status = l3EncType(call, type, part);
+  if (status < 0) return l3Fail(call, kEncoder, status, __LINE__);
+  l3PopName(call);
+  return status;
+}
+
+static int decSuci(L3Call& call, Identity& identity, uint8_t leading)
+{
+  auto& suci = identity.u.suci;
+  unsigned format = leading >> 1 & 7;
+  L3Name frame;
+  l3PushName(call, frame, "suci");
+  suci.t = format + 1;
+  int status;
+  if (format == 0) status = decPart(call, "supiImsi", l3_TS24501IE_MobileIdentity_SUCI_IMSI, &suci.u.supiImsi);
+  else if (format == 1)
+    status = decPart(call, "supiNetSpecificId", l3_TS24501IE_MobileIdentity_SUCI_NetId, &suci.u.supiNetSpecificId);
+  else status = l3Fail(call, kDecoder, RTX_E_INVALID_CHOICE, __LINE__);
+  if (status >= 0) l3PopName(call);
+  return status;
+}
+
+// The bits in front of a GUTI or S-TMSI are 1111 and a spare bit; anything below is refused.
+static int decTemporary(L3Call& call, const char* name, const L3Type& type, void* part, uint8_t leading)
+{
+  if (leading < 30) {
+    l3ToLists(call);
+    rtxErrAddStrParm(call.pctxt, kBadLeadingBits);
+    rtxErrAddIntParm(call.pctxt, leading);
+    return rtxErrSetNewData(call.pctxt, RTX_E_CONSTRAINT, kDecoder, __LINE__);
+  }
+  return decPart(call, name, type, part);
+}
+
+static int decDigits(L3Call& call, const char* name, uint16_t length, uint8_t leading, char* digits, size_t size)
+{
+  if (length > 255) {
+    l3ToLists(call);
+    rtxErrAddElemNameParm(call.pctxt);
+    rtxErrAddStrParm(call.pctxt, "length");
+    rtxErrAddUIntParm(call.pctxt, length);
+    return rtxErrSetNewData(call.pctxt, RTX_E_CONSTRAINT, kDecoder, __LINE__);
+  }
+  return decIdentityDigits(call, kDecoder, name, static_cast<uint8_t>(length), leading & 1,
+                           static_cast<uint8_t>(leading >> 1), digits, size);
+}
+
+static int decFixed(L3Call& call, const char* name, uint8_t* octets, size_t count)
+{
+  L3Name frame;
+  l3PushName(call, frame, name);
+  int status = l3DecOctets(call, octets, count);
+  if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
+  l3PopName(call);
+  return 0;
+}
+
+static int decMac(L3Call& call, Identity& identity, uint8_t leading)
+{
+  L3Name frame;
+  l3PushName(call, frame, "mac");
+  identity.u.mac.mauri = leading & 1; // the lowest of the leading bits
+  int status = decFixed(call, "macaddr", identity.u.mac.macaddr, sizeof identity.u.mac.macaddr);
+  if (status >= 0) l3PopName(call);
+  return status;
+}
+
+static int decByType(L3Call& call, Identity& identity, uint8_t leading)
+{
+  switch (identity.t) {
+    case kSuci: return decSuci(call, identity, leading);
+    case kGuti: return decTemporary(call, "guti", l3_TS24501IE_MobileIdentity_GUTI, &identity.u.guti, leading);
+    case kStmsi: return decTemporary(call, "stmsi", l3_TS24501IE_MobileIdentity_STMSI, &identity.u.stmsi, leading);
+    case kImei: return decDigits(call, "imei", identity.length, leading, identity.u.imei, sizeof identity.u.imei);
+    case kImeisv: return decDigits(call, "imeisv", identity.length, leading, identity.u.imeisv, sizeof identity.u.imeisv);
+    case kMac: return decMac(call, identity, leading);
+    case kEui64: return decFixed(call, "eui-64", identity.u.eui_64, sizeof identity.u.eui_64);
+    default: return 0;
+  }
+}
+
+static int decInside(L3Call& call, Identity& identity)
+{
+  uint8_t leading = 0, typeOfIdent = 0;
+  int status = l3DecNamed(call, kDecoder, __LINE__, "leading bits", &leading, 5, 1);
+  if (status < 0) return status;
+  status = l3DecNamed(call, kDecoder, __LINE__, "typeOfIdent", &typeOfIdent, 3, 1);
+  if (status < 0) return status;
+  identity.t = typeOfIdent + 1U;
+  return decByType(call, identity, leading);
+}
+
+int l3Dec_TS24501IE_MobileIdentity(L3Call& call, const L3Type&, void* value)
+{
+  Identity& identity = *static_cast<Identity*>(value);
+  L3Region region;
+  identity.t = 0;
+  int status =
+      l3DecNamed(call, kDecoder, __LINE__, "length", reinterpret_cast<uint8_t*>(&identity.length), 16, 2);
+  if (status < 0) return status;
+  size_t end = l3BitPos(call.pctxt) + identity.length * 8U;
+  if (identity.length == 0) l3NoteRange(call, kDecoder, __LINE__, identity.length);
+  status = l3PushRegion(call, region, identity.length, false);
+  if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
+  if (status = decInside(call, identity); status < 0) return status;
+  if (l3BitPos(call.pctxt) > end) return l3Fail(call, kDecoder, RTX_E_BAD_LENGTH, __LINE__);
+  call.pctxt->buffer.byteIndex = end / 8;
+  call.pctxt->buffer.bitOffset = static_cast<int16_t>(8 - end % 8);
+  l3PopRegion(call);
+  return 0;
+}
+
+// Octets behind the length, known from the record alone.
+static size_t identityLength(const Identity& identity)
+{
+  const auto& suci = identity.u.suci;
+  switch (identity.t) {
+    case kSuci:
+      return suci.t == 1 ? 8 + static_cast<size_t>(suci.u.supiImsi.schemeOutput.numocts)
+                         : 1 + static_cast<size_t>(suci.u.supiNetSpecificId.nai.numocts);
+    case kGuti: return 11;
+    case kStmsi:
+    case kMac: return 7;
+    case kEui64: return 9;
+    default: return 1;
+  }
+}
+
+static uint8_t leadingBits(const Identity& identity)
+{
+  switch (identity.t) {
+    case kSuci: return static_cast<uint8_t>((identity.u.suci.t - 1) << 1 & 0x0E);
+    case kGuti:
+    case kStmsi: return 30;
+    case kMac: return identity.u.mac.mauri ? 1 : 0;
+    default: return 0;
+  }
+}
+
+static int encFixed(L3Call& call, const char* name, const uint8_t* octets, size_t count)
+{
+  L3Name frame;
+  l3PushName(call, frame, name);
+  int status = l3EncOctets(call, octets, count);
+  if (status < 0) return l3Fail(call, kEncoder, status, __LINE__);
+  l3PopName(call);
+  return 0;
+}
+
+static int encSuci(L3Call& call, Identity& identity)
+{
+  auto& suci = identity.u.suci;
+  L3Name frame;
+  l3PushName(call, frame, "suci");
+  int status;
+  if (suci.t == 1) status = encPart(call, "supiImsi", l3_TS24501IE_MobileIdentity_SUCI_IMSI, &suci.u.supiImsi);
+  else if (suci.t == 2)
+    status = encPart(call, "supiNetSpecificId", l3_TS24501IE_MobileIdentity_SUCI_NetId, &suci.u.supiNetSpecificId);
+  else status = l3Fail(call, kEncoder, RTX_E_INVALID_CHOICE, __LINE__);
+  if (status < 0) return status;
+  call.pctxt->flags &= ~RTX_OPENTAIL_FLAG; // the length in front bounds the tail
+  l3PopName(call);
+  return 0;
+}
+
+static int encByType(L3Call& call, Identity& identity)
+{
+  switch (identity.t) {
+    case kSuci: return encSuci(call, identity);
+    case kGuti: return encPart(call, "guti", l3_TS24501IE_MobileIdentity_GUTI, &identity.u.guti);
+    case kStmsi: return encPart(call, "stmsi", l3_TS24501IE_MobileIdentity_STMSI, &identity.u.stmsi);
+    case kMac: return encFixed(call, "mac", identity.u.mac.macaddr, sizeof identity.u.mac.macaddr);
+    case kEui64: return encFixed(call, "eui-64", identity.u.eui_64, sizeof identity.u.eui_64);
+    default: return 0;
+  }
+}
+
+// The digit forms write length and first octet themselves: an 8-bit length behind a high octet of 0.
+static int encDigits(L3Call& call, Identity& identity)
+{
+  bool imei = identity.t == kImei;
+  const char* digits = imei ? identity.u.imei : identity.u.imeisv;
+  int status = l3EncBits(call, 0, 8, "INTEGER");
+  if (status < 0) return l3Fail(call, kEncoder, status, __LINE__);
+  identity.length = static_cast<uint16_t>(strnlen(digits, 16) / 2 + 1);
+  return encIdentityDigits(call, kEncoder, imei ? "imei" : "imeisv", static_cast<uint8_t>(identity.t - 1), digits);
+}
+
+int l3Enc_TS24501IE_MobileIdentity(L3Call& call, const L3Type&, void* value)
+{
+  Identity& identity = *static_cast<Identity*>(value);
+  if (identity.t < kNone || identity.t > kEui64) return l3Fail(call, kEncoder, RTX_E_INVALID_CHOICE, __LINE__);
+  if (identity.t == kImei || identity.t == kImeisv) return encDigits(call, identity);
+  size_t length = identityLength(identity);
+  if (length > UINT16_MAX) return l3FailRange(call, kEncoder, __LINE__, length);
+  identity.length = static_cast<uint16_t>(length);
+  int status = l3EncNamed(call, kEncoder, __LINE__, "length", length, 16, 2);
+  if (status < 0) return status;
+  status = l3EncNamed(call, kEncoder, __LINE__, "leading bits", leadingBits(identity), 5, 1);
+  if (status < 0) return status;
+  status = l3EncNamed(call, kEncoder, __LINE__, "typeOfIdent", identity.t - 1, 3, 1);
+  return status < 0 ? status : encByType(call, identity);
+}

@@ -1,0 +1,93 @@
+// The top-level form of TS 24.501. By hand because it looks ahead, verifies and deciphers before the plain part is
+// read, and ciphers, signs and back-patches behind it (TS 24.501, 4.4); the plain part itself is the engine's.
+#include "L3Descriptors.h"
+#include "rt3gppsrc/engine/l3Decode.h"
+#include "rt3gppsrc/engine/l3Encode.h"
+#include "rt3gppsrc/rt3gppNasPdu.h"
+#include "velnor3gpp/TS24501Msgs.h"
+#include "velnor3gpp/rtxBitDecode.h"
+#include "velnor3gpp/rtxDiagBitTrace.h"
+
+static constexpr char kDecoder[] = "TS24501MsgsDec";
+static constexpr char kEncoder[] = "TS24501MsgsEnc";
+static constexpr int kMobility = 126;
+// Octets from the start of the message: the code, then what it covers, then what is ciphered.
+static constexpr NasSpans kSpans = {2, 6, 7};
+
+static bool isCiphered(int secHdrType) { return secHdrType == 2 || secHdrType == 4; }
+
+// Reads discriminator and security header type into the record, silently, and steps back.
+static int lookAhead(L3Call& call, TS24501Msg_NAS5GSecProtMsgHdr& header)
+{
+  RtxContext* pctxt = call.pctxt;
+  rtxDiagSetBitFldDisabled(pctxt->pBitFldList, 1);
+  NasPosition position = nasPosition(pctxt);
+  int status = l3DecType(call, l3_TS24501Msg_NAS5GProtoDiscr, &header.protoDiscr);
+  if (status >= 0 && header.protoDiscr == kMobility) {
+    uint8_t spare = 0;
+    status = l3DecBits(call, &spare, 4, 1, "INTEGER");
+    if (status >= 0) status = l3DecType(call, l3_TS24501Msg_NAS5GSecHdrType, &header.secHdrType);
+  }
+  if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
+  nasReturn(pctxt, position);
+  rtxDiagSetBitFldDisabled(pctxt->pBitFldList, 0);
+  return 0;
+}
+
+static int decSecurity(L3Call& call, const L3Type& type, TS24501Msg_PDU& pdu)
+{
+  size_t start = call.pctxt->buffer.byteIndex;
+  L3Name frame;
+  l3PushName(call, frame, "secHdr");
+  int status = l3DecType(call, l3_TS24501Msg_NAS5GSecProtMsgHdr, &pdu.secHdr);
+  if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
+  l3PopName(call);
+  pdu.m.secHdrPresent = 1;
+  nasVerify(call, type, start + kSpans.signedFrom, pdu.secHdr.msgAuthCode);
+  return isCiphered(pdu.secHdr.secHdrType) ? nasDecipher(call, type, start + kSpans.cipheredFrom) : 0;
+}
+
+int l3Dec_TS24501Msg_PDU(L3Call& call, const L3Type& type, void* value)
+{
+  TS24501Msg_PDU& pdu = *static_cast<TS24501Msg_PDU*>(value);
+  int status = lookAhead(call, pdu.secHdr);
+  if (status < 0) return status;
+  bool isProtected = pdu.secHdr.protoDiscr == kMobility && pdu.secHdr.secHdrType != 0;
+  pdu.m.secHdrPresent = 0;
+  if (isProtected)
+    if (status = decSecurity(call, type, pdu); status < 0) return status;
+  status = l3DecRows(call, type, value);
+  pdu.m.secHdrPresent = isProtected; // the walk over the rows cleared it
+  if (status < 0) return status;
+  return call.pctxt->errInfo.count ? rtxErrGetStatus(call.pctxt) : 0;
+}
+
+// Ciphers first, signs the ciphered octets, and writes the code over its place.
+static int encSecurity(L3Call& call, const L3Type& type, TS24501Msg_PDU& pdu, size_t start)
+{
+  if (isCiphered(pdu.secHdr.secHdrType))
+    if (int status = nasCipher(call, type, start + kSpans.cipheredFrom); status < 0) return status;
+  return nasSign(call, type, start, kSpans, pdu.secHdr.msgAuthCode);
+}
+
+int l3Enc_TS24501Msg_PDU(L3Call& call, const L3Type& type, void* value)
+{
+  TS24501Msg_PDU& pdu = *static_cast<TS24501Msg_PDU*>(value);
+  size_t start = call.pctxt->buffer.byteIndex;
+  bool header = pdu.m.secHdrPresent && pdu.secHdr.protoDiscr == kMobility && pdu.secHdr.secHdrType != 0;
+  if (header) {
+    L3Name frame;
+    l3PushName(call, frame, "secHdr");
+    int status = l3EncType(call, l3_TS24501Msg_NAS5GSecProtMsgHdr, &pdu.secHdr);
+    if (status < 0) return l3Fail(call, kEncoder, status, __LINE__);
+    l3PopName(call);
+  }
+  // A bad alternative number is no error here: the body stays out and a signed message still ends as a success.
+  bool known = nasKnowsBody(type, &pdu);
+  int status = known ? l3EncRows(call, type, value) : nasEncodeHeaderRows(call, type, value);
+  if (status < 0) return status;
+  if (!known) status = RTX_E_INVALID_CHOICE;
+  // The presence bit alone decides: it looks at neither discriminator nor header type.
+  if (pdu.m.secHdrPresent) status = encSecurity(call, type, pdu, start);
+  return status;
+}
