@@ -133,6 +133,7 @@ struct L3Text {
   uint8_t lengthBits;
   uint8_t labels; // length-prefixed labels, joined with dots in the record
   uint8_t ranged;
+  uint32_t cap;   // characters of an inline array, or 0: a heap string
   L3Field field;
   uint32_t lo, hi; // octets on the wire
 };

@@ -1,0 +1,165 @@
+// What l3gen knows: the blocks and rows as read, and the types they become. Everything is owned by the Model.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace l3gen {
+
+struct Place {
+  std::string file;
+  int line = 0;
+};
+
+// A refusal: one line for the person who wrote the definition.
+struct Refusal {
+  Place place;
+  std::string words;
+};
+
+[[noreturn]] void refuse(const Place& place, const std::string& words);
+
+struct Range {
+  uint32_t lo = 0, hi = 0;
+};
+
+enum class WhatKind { Bits, Flag, Octets, BitString, Text, Chars, Type, Choice, Body, Nothing };
+enum class From { Fixed, Rest, Field, Own };
+enum class Select { Fields, Bits, Peek };
+enum class When { Always, Room, OptBit, RoomOptBit, If, WhenCond, Ext, RoomExt, More, Length, Iei, ByHand, Group, Release, EndRelease };
+enum class End { None, WhileRoom, Times, MoreBit, WhileExt, UntilZero };
+
+struct Type;
+struct Row;
+
+struct What {
+  WhatKind kind = WhatKind::Nothing;
+  unsigned bits = 0;     // Bits, Choice (own selector, peek), Octets and Text (own length)
+  From from = From::Fixed;
+  uint32_t octets = 0;   // Octets: fixed size; Chars: size of the array
+  uint32_t max = 0;      // inline bound (octets, or bits of a bit string)
+  bool labels = false;   // Text
+  std::string field;     // From::Field
+  std::string typeName;  // Type
+  Type* type = nullptr;
+  bool rest = false;     // Type: a string type that gets what is left
+  Select select = Select::Fields;
+  uint32_t mask = 0;
+  std::vector<std::string> fields; // Choice, Body
+  bool untagged = false;
+  bool underOnly = false; // Body: one legal discriminator
+  uint32_t under = 0;
+  std::vector<Row> alternatives; // Choice, Body
+};
+
+struct Often {
+  End end = End::None;
+  std::string field;
+  int bias = 0;
+  unsigned zeroBits = 0;
+  std::optional<Range> range;
+  bool heap = false;
+  bool bounded() const { return range && !heap; }
+};
+
+struct Term {
+  std::string field;
+  bool negate = false;
+  std::vector<Range> values;
+};
+
+struct Row {
+  Place place;
+  When when = When::Always;
+  std::vector<Term> cond;
+  std::string name;   // as pushed and printed; empty: nameless
+  std::string member; // C name
+  What what;
+  Often often;
+  std::optional<Range> range;
+  std::map<std::string, std::string> words;
+  unsigned number = 0; // Length: bits; Iei: value; Release: release
+  bool half = false;   // Iei
+  bool countsBits = false; // Length
+  unsigned fit = 0;    // Release
+  std::vector<Range> values; // an alternative's
+  bool other = false;
+  uint32_t discriminator = 0, msgType = 0, tag = 0; // a body row's
+  // laid out
+  int mBit = -1, groupBit = -1;
+  unsigned runRows = 0, runBits = 0;
+  bool inRelease = false, extLast = false;
+};
+
+enum class Kind { Enum, Names, Bare, Record, Message, Pdu, Text };
+
+struct Module {
+  std::string name, stem, spec;
+};
+
+struct Type {
+  Place place;
+  Kind kind = Kind::Record;
+  Module* module = nullptr;
+  std::string name, full, clause;
+  bool part = false;
+  bool choiceType = false; // a Bare made by a `choice` block
+  unsigned bits = 0;                             // Enum, Names
+  std::vector<std::pair<std::string, int>> values; // Enum, Names
+  std::vector<Row> rows;
+  int msgType = -1;
+  std::string decodeFile, encodeFile, form;
+  std::map<std::string, std::string> words;
+  // laid out
+  int mBits = 0;
+  std::vector<std::string> mNames;
+  bool has(const char* word) const { return words.count(word) != 0; }
+};
+
+// A scalar after following aliases: what a row of it can be flattened to.
+struct Scalar {
+  WhatKind kind;    // Bits or Flag
+  unsigned bits;
+  Type* named;      // Enum or Names, else null
+  std::optional<Range> range;
+};
+
+struct Model {
+  std::vector<std::unique_ptr<Module>> modules;
+  std::vector<std::unique_ptr<Type>> types; // in order of definition
+  std::map<std::string, Type*> byName;
+  Module* module(const std::string& name);
+};
+
+// read.cpp
+void readFile(Model& model, const std::string& path);
+// resolve.cpp
+void resolve(Model& model);
+std::optional<Scalar> scalarOf(const Type& type);
+std::optional<Scalar> scalarOf(const What& what);
+std::optional<uint32_t> fixedBits(const Type& type);
+// How an element is skipped out of its turn: "length", "fixed" with octets, or "nothing".
+std::string skipForm(const Row& row, uint32_t& octets);
+bool needsInit(const Type& type);
+std::vector<Type*> inDependencyOrder(Model& model, const Module& module);
+const Row* findField(const Type& type, const std::string& name);
+// names.cpp
+std::string cName(const std::string& name);
+unsigned storeOf(const What& what);
+unsigned storeForBits(unsigned bits);
+std::string declare(const What& what, const std::string& name, int indent);
+std::string declareRow(const Row& row, int indent);
+// write*.cpp
+std::string writeHeader(Model& model, const Module& module);
+std::string writeTables(Model& model, const Module& module);
+std::string writeCoders(Model& model, const Module& module, bool encoder);
+std::string writeTypeTable(Model& model);
+std::string writeDescriptors(Model& model);
+bool exports(const Type& type, const char* kind);
+std::string format(const char* text, ...) __attribute__((format(printf, 1, 2)));
+
+} // namespace l3gen
