@@ -1,6 +1,10 @@
 # The library: hand-written rooms, compiled once as objects for the shared library and for the tests.
 file(GLOB VELNOR_RUNTIME CONFIGURE_DEPENDS
      rtxsrc/*.cpp rtsrc/*.cpp rt3gppsrc/*.cpp rt3gppsrc/engine/*.cpp src2/*.cpp)
+# Hand-made coders need the generated records.
+if(NOT EXISTS ${PROJECT_SOURCE_DIR}/tools/l3gen)
+  list(FILTER VELNOR_RUNTIME EXCLUDE REGEX "/src2/")
+endif()
 
 add_library(velnor3gpp_objects OBJECT ${VELNOR_RUNTIME})
 target_include_directories(velnor3gpp_objects PUBLIC ${PROJECT_SOURCE_DIR}/include PRIVATE ${PROJECT_SOURCE_DIR})
