@@ -2,7 +2,7 @@
 file(GLOB VELNOR_RUNTIME CONFIGURE_DEPENDS
      rtxsrc/*.cpp rtsrc/*.cpp rt3gppsrc/*.cpp rt3gppsrc/engine/*.cpp src2/*.cpp)
 # Hand-made coders need the generated records.
-if(NOT EXISTS ${PROJECT_SOURCE_DIR}/tools/l3gen)
+if(NOT TARGET l3gen)
   list(FILTER VELNOR_RUNTIME EXCLUDE REGEX "/src2/")
 endif()
 

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <filesystem>
 #include <set>
 
 #include "tests/descriptors.h"
@@ -42,9 +41,9 @@ TEST(FamilyLaws, InitialisedRecordsPrint)
 // The table holds the types of the definitions, in an order in which each is found.
 TEST(FamilyLaws, TypesAreFound)
 {
-  std::filesystem::path top = std::filesystem::path(VELNOR_TEST_DATA).parent_path().parent_path();
-  bool defined = std::filesystem::exists(top / "src") && std::filesystem::exists(top / "tools" / "l3gen");
-  EXPECT_EQ(l3TypeCount > 0, defined);
+#ifdef VELNOR_HAS_TYPES
+  EXPECT_GT(l3TypeCount, 0U);
+#endif
   for (size_t i = 0; i < l3TypeCount; ++i) EXPECT_EQ(l3FindType(l3TypeTable[i].type->fullName), &l3TypeTable[i]);
   EXPECT_EQ(l3FindType("TS24501IE_"), nullptr);
   EXPECT_EQ(l3FindType("~"), nullptr);
