@@ -246,7 +246,7 @@ int rtxEncUInt32(RtxContext* pctxt, uint32_t value, size_t nbytes)
   if (nbytes != 1 && nbytes != 2 && nbytes != 4) {
     return rtxReport(pctxt, RTX_E_BAD_PARAMETER, kModule, __LINE__);
   }
-  uint8_t octets[4];
+  uint8_t octets[4] = {};
   for (size_t i = 0; i < nbytes; ++i) octets[i] = static_cast<uint8_t>(value >> 8 * (nbytes - 1 - i));
   int status = rtxCursorPhase(&pctxt->buffer) == 0 ? rtxWriteBytes(pctxt, octets, nbytes)
                                                    : rtxEncBitsFromByteArray(pctxt, octets, nbytes * 8);

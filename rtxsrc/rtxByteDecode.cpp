@@ -101,7 +101,7 @@ static int readOctets(RtxContext* pctxt, uint8_t* pbuf, size_t nbytes)
 // look at the octets.
 static int readUnsigned(RtxContext* pctxt, uint64_t* pvalue, size_t nbytes, size_t width, bool wanted)
 {
-  uint8_t octets[kMaxIntOctets];
+  uint8_t octets[kMaxIntOctets] = {};
   if (nbytes > width + 1) return rtxReport(pctxt, RTX_E_TOO_BIG, kModule, __LINE__);
   int status = readOctets(pctxt, octets, nbytes);
   if (status < 0) return rtxReport(pctxt, status, kModule, __LINE__);
@@ -114,7 +114,7 @@ static int readUnsigned(RtxContext* pctxt, uint64_t* pvalue, size_t nbytes, size
 // The same for two's complement, whose sign is that of the first octet.
 static int readSigned(RtxContext* pctxt, int64_t* pvalue, size_t nbytes, size_t width)
 {
-  uint8_t octets[kMaxIntOctets];
+  uint8_t octets[kMaxIntOctets] = {};
   if (nbytes > width) return rtxReport(pctxt, RTX_E_TOO_BIG, kModule, __LINE__);
   int status = readOctets(pctxt, octets, nbytes);
   if (status < 0) return rtxReport(pctxt, status, kModule, __LINE__);

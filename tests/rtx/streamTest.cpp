@@ -248,6 +248,24 @@ TEST(Stream, LongOctetStringsDrainTheBuffer)
   }
 }
 
+TEST(Stream, LongOctetStringsPassTheBufferBy)
+{
+  Octets octets(1000, 4), target(1000);
+  Bench reader, writer;
+  File out;
+  Trickle trickle{octets, 0, 30};
+  trickle.open(&reader);
+  ASSERT_EQ(rtxDecBits(&reader, nullptr, 16), 0);
+  ASSERT_EQ(rtxDecBitsToByteArray(&reader, target.data(), 500, 4000), 0);
+  ASSERT_EQ(rtxReadBytes(&reader, target.data(), 400), 0);
+  EXPECT_EQ(reader.pStream->bufSize, RTX_STREAM_CTXTBUF_SIZE);
+  ASSERT_EQ(rtxStreamFileAttach(&writer, out.file, RTX_STREAM_WRITE), 0);
+  ASSERT_EQ(rtxEncBits(&writer, 1, 16), 0);
+  ASSERT_EQ(rtxEncBitsFromByteArray(&writer, octets.data(), 4000), 0);
+  ASSERT_EQ(rtxWriteBytes(&writer, octets.data(), 400), 0);
+  EXPECT_EQ(writer.buffer.size, RTX_STREAM_CTXTBUF_SIZE);
+}
+
 TEST(Stream, MarksBringTheSameOctetsBack)
 {
   std::mt19937 random(6);
