@@ -46,7 +46,8 @@ static void initElement(const L3Row& row, uint8_t* record)
     case kL3BitString:
       return initBits(row, member);
     case kL3Text:
-      return l3StorePointer(member, nullptr);
+      if (!static_cast<const L3Text*>(row.info)->cap) l3StorePointer(member, nullptr);
+      return;
     case kL3Record:
     case kL3TextType:
       return initType(*row.type, member);

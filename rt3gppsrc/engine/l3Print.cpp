@@ -110,6 +110,15 @@ static void printTextArray(PrintWalk& walk, const char* name, const uint8_t* arr
   printText(walk, name, text);
 }
 
+static void printTextMember(PrintWalk& walk, const L3Row& row, const char* name, const uint8_t* member)
+{
+  size_t cap = static_cast<const L3Text*>(row.info)->cap;
+  if (cap)
+    printTextArray(walk, name, member, cap);
+  else
+    printText(walk, name, l3LoadShape<const char*>(member));
+}
+
 // The name of an entry, written over and over behind the same prefix.
 struct EntryName {
   char chars[kEntryNameSize];
@@ -155,10 +164,10 @@ static void printList(PrintWalk& walk, const L3Row& row, const char* name, const
 static void printChoice(PrintWalk& walk, const L3Row& row, const char* name, const uint8_t* record)
 {
   const L3Choice& choice = *static_cast<const L3Choice*>(row.info);
-  rtxFormOpenBrace(walk.sink, name);
+  if (name) rtxFormOpenBrace(walk.sink, name);
   const L3Alternative* chosen = l3ChosenAlternative(choice, row, record);
-  if (chosen) printElement(walk, chosen->row, chosen->row.name ? chosen->row.name : name, record);
-  rtxFormCloseBrace(walk.sink);
+  if (chosen) printElement(walk, chosen->row, chosen->row.name, record);
+  if (name) rtxFormCloseBrace(walk.sink);
 }
 
 static void printBody(PrintWalk& walk, const L3Row& row, const char* name, const uint8_t* record)
@@ -179,9 +188,11 @@ static void printBody(PrintWalk& walk, const L3Row& row, const char* name, const
   rtxFormCloseBrace(walk.sink);
 }
 
+// Without a name there is no line and no brace, but what lies inside is printed.
 static void printElement(PrintWalk& walk, const L3Row& row, const char* name, const uint8_t* record)
 {
   const uint8_t* member = record + row.offset;
+  if (!name && row.op != kL3Record && row.op != kL3Choice) return;
   switch (row.op) {
     case kL3UInt:
       return printUnsigned(walk, name, l3Load(member, row.store));
@@ -195,7 +206,7 @@ static void printElement(PrintWalk& walk, const L3Row& row, const char* name, co
     case kL3BitString:
       return printBits(walk, row, name, member);
     case kL3Text:
-      return printText(walk, name, l3LoadShape<const char*>(member));
+      return printTextMember(walk, row, name, member);
     case kL3Record:
     case kL3TextType:
       return printType(walk, *row.type, name, member);
@@ -215,7 +226,7 @@ static void printElement(PrintWalk& walk, const L3Row& row, const char* name, co
   }
 }
 
-// A row without a name takes that of the whole.
+// A row without a name takes the given one.
 static void printRows(PrintWalk& walk, const L3Row* rows, size_t count, const char* name, const uint8_t* record)
 {
   for (const L3Row* row = rows; row < rows + count; ++row)
@@ -225,16 +236,18 @@ static void printRows(PrintWalk& walk, const L3Row* rows, size_t count, const ch
 
 static void printRecord(PrintWalk& walk, const L3Type& type, const char* name, const uint8_t* record)
 {
-  bool braces = !(type.flags & (kL3Bare | kL3IsChoice));
+  bool bare = type.flags & (kL3Bare | kL3IsChoice);
+  bool braces = name && !bare;
   if (braces) rtxFormOpenBrace(walk.sink, name);
-  printRows(walk, type.rows, type.rowCount, name, record);
-  if (type.message) printRows(walk, type.message->options, type.message->count, name, record);
+  printRows(walk, type.rows, type.rowCount, bare ? name : nullptr, record);
+  if (type.message) printRows(walk, type.message->options, type.message->count, nullptr, record);
   if (braces) rtxFormCloseBrace(walk.sink);
 }
 
 static void printType(PrintWalk& walk, const L3Type& type, const char* name, const uint8_t* value)
 {
   L3TextForm text = l3TextForm(type);
+  if (!name && (text != L3TextForm::none || l3IsEmpty(type))) return;
   if (text == L3TextForm::pointer) return printText(walk, name, l3LoadShape<const char*>(value));
   if (text == L3TextForm::array) return printTextArray(walk, name, value, type.size);
   if (l3IsEmpty(type)) return printNull(walk, name);

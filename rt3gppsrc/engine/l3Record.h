@@ -30,9 +30,11 @@ enum class L3TextForm : uint8_t { none, pointer, array };
 inline L3TextForm l3TextForm(const L3Type& type)
 {
   if (type.flags & kL3Pointer) return L3TextForm::pointer;
-  bool text = type.flags & kL3Bare && type.rowCount && type.rows[type.rowCount - 1].op == kL3Text;
-  if (!text) return L3TextForm::none;
-  return type.size == sizeof(char*) ? L3TextForm::pointer : L3TextForm::array;
+  if (!(type.flags & kL3Bare)) return L3TextForm::none;
+  if (!type.rowCount) return type.size ? L3TextForm::array : L3TextForm::none;
+  const L3Row& row = type.rows[type.rowCount - 1];
+  if (row.op != kL3Text) return L3TextForm::none;
+  return static_cast<const L3Text*>(row.info)->cap ? L3TextForm::array : L3TextForm::pointer;
 }
 
 // Has the type anything to show or code?

@@ -121,19 +121,7 @@ static void writeText(char* text, size_t length, bool labels)
   for (size_t i = 0; i < length; ++i) text[i] = labels && i % 60 == 59 ? '.' : kText[i % (sizeof kText - 1)];
 }
 
-static void sampleText(SampleWalk& walk, L3SampleRecord& sample, const L3Row& row)
-{
-  const L3Text& info = *static_cast<const L3Text*>(row.info);
-  size_t lo = info.ranged ? info.lo : 0, hi = info.ranged ? info.hi : 0xFF;
-  size_t count = sizeString(walk, sample, {info.from, info.lengthBits, info.field, lo, hi}, 8);
-  size_t length = info.labels && count ? count - 1 : count;
-  char* text = static_cast<char*>(allocate(walk, length + 1));
-  if (!text) return;
-  writeText(text, length, info.labels);
-  l3StorePointer(sample.record + row.offset, text);
-}
-
-// Digits: a network's codes by name, else as many digits of an identity as the type holds.
+// Digits: a network's codes by name, else as many digits of an identity as there is room for with the ending zero.
 static const char* digitsFor(const char* name, size_t room)
 {
   if (name && strcmp(name, "mcc") == 0) return "428";
@@ -141,18 +129,37 @@ static const char* digitsFor(const char* name, size_t room)
   return room > 16 ? "0010101234567890" : "001010123456789";
 }
 
-static void sampleTextType(SampleWalk& walk, const L3Type& type, const char* name, uint8_t* value)
+static void writeDigits(SampleWalk& walk, const char* name, char* text, size_t room)
 {
-  bool array = l3TextForm(type) == L3TextForm::array;
-  size_t room = array ? type.size : 9; // eight digits end with an octet in any packing
-  char* text = array ? reinterpret_cast<char*>(value) : static_cast<char*>(allocate(walk, room));
-  if (!text) return;
   const char* digits = digitsFor(name, room);
   size_t length = strnlen(digits, room - 1);
   memcpy(text, digits, length);
   text[length] = 0;
   walk.bits += length * 8;
-  if (!array) l3StorePointer(value, text);
+}
+
+static void sampleTextType(SampleWalk& walk, const L3Type& type, const char* name, uint8_t* value)
+{
+  if (l3TextForm(type) == L3TextForm::array) return writeDigits(walk, name, reinterpret_cast<char*>(value), type.size);
+  static constexpr size_t kRoom = 9; // eight digits end with an octet in any packing
+  char* text = static_cast<char*>(allocate(walk, kRoom));
+  if (!text) return;
+  writeDigits(walk, name, text, kRoom);
+  l3StorePointer(value, text);
+}
+
+static void sampleText(SampleWalk& walk, L3SampleRecord& sample, const L3Row& row)
+{
+  const L3Text& info = *static_cast<const L3Text*>(row.info);
+  char* array = reinterpret_cast<char*>(sample.record + row.offset);
+  if (info.cap) return writeDigits(walk, row.name, array, info.cap);
+  size_t lo = info.ranged ? info.lo : 0, hi = info.ranged ? info.hi : 0xFF;
+  size_t count = sizeString(walk, sample, {info.from, info.lengthBits, info.field, lo, hi}, 8);
+  size_t length = info.labels && count ? count - 1 : count;
+  char* text = static_cast<char*>(allocate(walk, length + 1));
+  if (!text) return;
+  writeText(text, length, info.labels);
+  l3StorePointer(sample.record + row.offset, text);
 }
 
 // Text that rows do not tell how to code.

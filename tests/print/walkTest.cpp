@@ -51,8 +51,9 @@ const L3Octets kFixed = {kL3Fixed, 0, 0, 0, 3, 0, {}, 0, 0};
 const L3Octets kBounded = {kL3Rest, 0, 0, 4, 0, 1, {}, 0, 0};
 const L3Octets kHeap = {kL3Rest, 0, 0, 0, 0, 0, {}, 0, 0};
 const L3BitString kBits = {12, 1};
-const L3Text kText = {kL3Rest, 0, 0, 0, {}, 0, 0};
-const L3Row kDigitRows[] = {TestRow(nullptr, kL3Text, 0, &kText)};
+const L3Text kText = {kL3Rest, 0, 0, 0, 0, {}, 0, 0};
+const L3Text kArray = {kL3Rest, 0, 0, 0, 4, {}, 0, 0};
+const L3Row kDigitRows[] = {TestRow(nullptr, kL3Text, 0, &kArray)};
 const L3Type kDigits = typeOf("Digits", kDigitRows, 4, kL3Bare);
 const L3Term kRed = {{offsetof(Leaves, colour), 4, 4}, 1, 1, 0, 0};
 const L3Cond kIfRed = {&kRed, 1};
@@ -198,6 +199,33 @@ TEST(WalkText, ListsAndChoices)
                                               "      }\n   }\n"
                                               "   untagged {\n      number = 6\n   }\n"
                                               "}\n");
+}
+
+struct Nameless {
+  uint8_t length;
+  uint32_t t;
+  union {
+    Inner inner;
+    char digits[4];
+  } u;
+};
+
+// A nameless choice or record stands in the braces around it; a nameless field has no line.
+TEST(WalkText, NamelessElements)
+{
+  const L3Alternative alternatives[] = {
+      alternative(0, 0, 1, recordRow(nullptr, offsetof(Nameless, u), kInner)),
+      alternative(1, 1, 2, TestRow("digits", kL3Text, offsetof(Nameless, u), &kArray))};
+  const L3Choice choice = {kL3SelectBits, 8, 1, 0, 2, 0, offsetof(Nameless, u), 4, nullptr, alternatives};
+  const L3Row choiceRow = TestRow(nullptr, kL3Choice, offsetof(Nameless, t), &choice);
+  const L3Row rows[] = {uintRow(nullptr, 0), choiceRow};
+  const L3Row bareRows[] = {choiceRow};
+  Nameless value = {9, 1, {{2, 3}}};
+  EXPECT_EQ(printed(typeOf("Record", rows, sizeof value), "x", &value), "x {\n   spare = 2\n   value = 3\n}\n");
+  value.t = 2;
+  strcpy(value.u.digits, "428");
+  EXPECT_EQ(printed(typeOf("Record", rows, sizeof value), "x", &value), "x {\n   digits = '428'\n}\n");
+  EXPECT_EQ(printed(typeOf("Bare", bareRows, sizeof value, kL3IsChoice), "x", &value), "x {\n   digits = '428'\n}\n");
 }
 
 // A tag or selector outside the list prints an empty brace, a list of null prints nothing, an inline list its room.
