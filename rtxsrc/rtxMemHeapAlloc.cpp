@@ -152,7 +152,8 @@ void* staticAlloc(RtxMemHeap* heap, size_t size)
   return static_cast<uint8_t*>(heap->phead) + used;
 }
 
-void* allocGeneral(RtxMemHeap** ppHeap, size_t size)
+// Kept out of rtxMemHeapAlloc, whose fast path then saves no registers.
+[[gnu::noinline]] void* allocGeneral(RtxMemHeap** ppHeap, size_t size)
 {
   if (*ppHeap == nullptr && rtxMemHeapCreate(ppHeap) != 0) return nullptr;
   RtxMemHeap* heap = *ppHeap;

@@ -11,16 +11,16 @@ const char kModule[] = "rtxMemHeapFree";
 // The link at `oldOff` gives its place in the ring to the one at `newOff`.
 void replaceLink(RtxMemBlock* block, unsigned oldOff, unsigned newOff)
 {
-  const RtxMemFreeLink old = *rtxMemLinkAt(block, oldOff);
-  RtxMemFreeLink* link = rtxMemLinkAt(block, newOff);
-  link->nextFree = old.nextFree;
-  link->prevFree = old.prevFree;
-  rtxMemLinkAt(block, old.prevFree)->nextFree = static_cast<uint16_t>(newOff);
-  rtxMemLinkAt(block, old.nextFree)->prevFree = static_cast<uint16_t>(newOff);
+  const uint16_t next = rtxMemLinkAt(block, oldOff)->nextFree;
+  const uint16_t prev = rtxMemLinkAt(block, oldOff)->prevFree;
+  rtxMemLinkAt(block, newOff)->nextFree = next;
+  rtxMemLinkAt(block, newOff)->prevFree = prev;
+  rtxMemLinkAt(block, prev)->nextFree = static_cast<uint16_t>(newOff);
+  rtxMemLinkAt(block, next)->prevFree = static_cast<uint16_t>(newOff);
   if (block->freeElemOff == oldOff) block->freeElemOff = static_cast<uint16_t>(newOff);
 }
 
-void zeroElem(RtxMemElem* elem)
+[[gnu::noinline]] void zeroElem(RtxMemElem* elem)
 {
   rtxMemWipe(elem + 1, (elem->nunits - 1U) * kMemUnit);
   rtxDiagStream(nullptr, "~I rtxMemHeapZeroElem: zeroed out memory element %p (%p)\n", static_cast<void*>(elem),
@@ -69,25 +69,32 @@ int checkArguments(RtxMemHeap** ppHeap, const void* ptr)
   return rtxMemAccepts(*ppHeap, ptr) ? 0 : RTX_E_NO_MEMORY;
 }
 
-} // namespace
-
-void rtxMemLinkAfterRover(RtxMemBlock* block, unsigned linkOff)
+int unref(RtxMemHeap** ppHeap, void* ptr)
 {
-  RtxMemFreeLink* rover = rtxMemLinkAt(block, block->freeElemOff);
-  RtxMemFreeLink* link = rtxMemLinkAt(block, linkOff);
-  link->nextFree = rover->nextFree;
-  link->prevFree = block->freeElemOff;
-  rtxMemLinkAt(block, rover->nextFree)->prevFree = static_cast<uint16_t>(linkOff);
-  rover->nextFree = static_cast<uint16_t>(linkOff);
+  if (ppHeap == nullptr || *ppHeap == nullptr || ptr == nullptr) return RTX_E_NULL_POINTER;
+  RtxMemHeap* heap = *ppHeap;
+  if ((heap->flags & (RT_MH_CHECK_HEAP | RT_MH_VALIDATE_PTR)) != 0) rtxMemCheckBefore(ppHeap, ptr, kModule, __LINE__);
+  if (!rtxMemAccepts(heap, ptr)) return RTX_E_NO_MEMORY;
+  RtxMemElem* elem = rtxMemElemOf(ptr);
+  if (elem->refcnt == 0 || (elem->flags & kMemElemFree) != 0) return 0;
+  if (--elem->refcnt != 0) return elem->refcnt;
+  if ((elem->flags & kMemElemRaw) != 0)
+    rtxMemRawRelease(heap, rtxMemRawOf(elem));
+  else
+    freeBlockElem(heap, elem);
+  return 0;
 }
+
+} // namespace
 
 void rtxMemUnlinkFree(RtxMemBlock* block, unsigned linkOff)
 {
   if (linkOff == 0) rtxErrAssertionFailed("pFreeLink != 0", __LINE__, kModule);
-  const RtxMemFreeLink link = *rtxMemLinkAt(block, linkOff);
-  rtxMemLinkAt(block, link.prevFree)->nextFree = link.nextFree;
-  rtxMemLinkAt(block, link.nextFree)->prevFree = link.prevFree;
-  if (block->freeElemOff == linkOff) block->freeElemOff = link.nextFree;
+  const uint16_t next = rtxMemLinkAt(block, linkOff)->nextFree;
+  const uint16_t prev = rtxMemLinkAt(block, linkOff)->prevFree;
+  rtxMemLinkAt(block, prev)->nextFree = next;
+  rtxMemLinkAt(block, next)->prevFree = prev;
+  if (block->freeElemOff == linkOff) block->freeElemOff = next;
 }
 
 void rtxMemRawUnlink(RtxMemRawBlk* raw)
@@ -115,22 +122,6 @@ void rtxMemBlockRelease(RtxMemHeap* heap, RtxMemBlock* block)
   rtxMemSysFree(heap, block);
 }
 
-// The guard of either kind of storage stands 24 octets behind its start at the least.
-bool rtxMemAccepts(const RtxMemHeap* heap, const void* ptr)
-{
-  const uintptr_t low = reinterpret_cast<uintptr_t>(heap->minAddr);
-  const uintptr_t at = reinterpret_cast<uintptr_t>(ptr);
-  if (low == 0 || at < low || at > reinterpret_cast<uintptr_t>(heap->maxAddr)) return false;
-  if (at - low < sizeof(RtxMemRawBlk)) return false;
-  const uint8_t* header = static_cast<const uint8_t*>(ptr) - sizeof(RtxMemElem);
-  uint16_t beginOff;
-  memcpy(&beginOff, header + offsetof(RtxMemElem, beginOff), sizeof beginOff);
-  if (at - low - sizeof(RtxMemRawBlk) < beginOff * kMemUnit) return false;
-  uint32_t code;
-  memcpy(&code, header - beginOff * kMemUnit, sizeof code);
-  return code == heap->code;
-}
-
 void rtxMemCheckBefore(RtxMemHeap** ppHeap, const void* ptr, const char* module, int line)
 {
   if (((*ppHeap)->flags & RT_MH_CHECK_HEAP) != 0) rtxMemHeapCheck(ppHeap, module, line);
@@ -142,7 +133,7 @@ void rtxMemCheckBefore(RtxMemHeap** ppHeap, const void* ptr, const char* module,
 int rtxMemHeapFreePtr(RtxMemHeap** ppHeap, void* ptr)
 {
   if (ppHeap == nullptr || *ppHeap == nullptr || rtxMemIsStatic(*ppHeap)) return 0;
-  return rtxMemHeapAutoPtrUnref(ppHeap, ptr);
+  return unref(ppHeap, ptr);
 }
 
 void* rtxMemHeapAutoPtrRef(RtxMemHeap** ppHeap, void* ptr)
@@ -156,18 +147,7 @@ void* rtxMemHeapAutoPtrRef(RtxMemHeap** ppHeap, void* ptr)
 
 int rtxMemHeapAutoPtrUnref(RtxMemHeap** ppHeap, void* ptr)
 {
-  if (ppHeap == nullptr || *ppHeap == nullptr || ptr == nullptr) return RTX_E_NULL_POINTER;
-  RtxMemHeap* heap = *ppHeap;
-  rtxMemCheckBefore(ppHeap, ptr, kModule, __LINE__);
-  if (!rtxMemAccepts(heap, ptr)) return RTX_E_NO_MEMORY;
-  RtxMemElem* elem = rtxMemElemOf(ptr);
-  if (elem->refcnt == 0 || (elem->flags & kMemElemFree) != 0) return 0;
-  if (--elem->refcnt != 0) return elem->refcnt;
-  if ((elem->flags & kMemElemRaw) != 0)
-    rtxMemRawRelease(heap, rtxMemRawOf(elem));
-  else
-    freeBlockElem(heap, elem);
-  return 0;
+  return unref(ppHeap, ptr);
 }
 
 int rtxMemHeapAutoPtrGetRefCount(RtxMemHeap** ppHeap, void* ptr)

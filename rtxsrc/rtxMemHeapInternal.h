@@ -68,8 +68,23 @@ void rtxMemSysFree(const RtxMemHeap* heap, void* ptr);
 // Zeroes octets that are about to be given away, so that the compiler cannot drop it.
 void rtxMemWipe(void* ptr, size_t size);
 
-// True if `ptr` lies within the heap's storage and its guard is the heap's. Reads no octet below the lowest block.
-bool rtxMemAccepts(const RtxMemHeap* heap, const void* ptr);
+// True if `ptr` lies within the heap's storage and its guard is the heap's. Reads no octet below the lowest block: the
+// guard of either kind of storage stands 24 octets behind its start at the least.
+inline bool rtxMemAccepts(const RtxMemHeap* heap, const void* ptr)
+{
+  const uintptr_t low = reinterpret_cast<uintptr_t>(heap->minAddr);
+  const uintptr_t at = reinterpret_cast<uintptr_t>(ptr);
+  if (low == 0 || at < low || at > reinterpret_cast<uintptr_t>(heap->maxAddr)) return false;
+  if (at - low < sizeof(RtxMemRawBlk)) return false;
+  const uint8_t* header = static_cast<const uint8_t*>(ptr) - sizeof(RtxMemElem);
+  uint16_t beginOff;
+  memcpy(&beginOff, header + offsetof(RtxMemElem, beginOff), sizeof beginOff);
+  if (at - low - sizeof(RtxMemRawBlk) < beginOff * kMemUnit) return false;
+  uint32_t code;
+  memcpy(&code, header - beginOff * kMemUnit, sizeof code);
+  return code == heap->code;
+}
+
 void rtxMemWidenRange(RtxMemHeap* heap, void* start, size_t size);
 
 // What free and realloc do first under RT_MH_CHECK_HEAP and RT_MH_VALIDATE_PTR.
@@ -84,7 +99,16 @@ void rtxMemPrintBlock(const RtxMemBlock* block);
 void rtxMemPrintElem(const RtxMemBlock* block, const RtxMemElem* elem);
 
 // Free-list steps on unit offsets of links.
-void rtxMemLinkAfterRover(RtxMemBlock* block, unsigned linkOff);
+inline void rtxMemLinkAfterRover(RtxMemBlock* block, unsigned linkOff)
+{
+  RtxMemFreeLink* rover = rtxMemLinkAt(block, block->freeElemOff);
+  RtxMemFreeLink* link = rtxMemLinkAt(block, linkOff);
+  link->nextFree = rover->nextFree;
+  link->prevFree = block->freeElemOff;
+  rtxMemLinkAt(block, rover->nextFree)->prevFree = static_cast<uint16_t>(linkOff);
+  rover->nextFree = static_cast<uint16_t>(linkOff);
+}
+
 void rtxMemUnlinkFree(RtxMemBlock* block, unsigned linkOff);
 inline void rtxMemRaiseMaxFree(RtxMemBlock* block, unsigned nunits)
 {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "tests/rtx/memHeapScene.h"
+#include "velnor3gpp/rtxDiag.h"
 #include "velnor3gpp/rtxError.h"
 #include "velnor3gpp/rtxStatus.h"
 
@@ -287,7 +288,12 @@ TEST(MemHeapFlags, ZeroOnFreeLeavesNoData)
   uint8_t* b = heap.alloc(64);
   memset(a, 0xEE, 64);
   memset(b, 0xEE, 64);
+  rtxSetGlobalDiag(1);
+  testing::internal::CaptureStdout();
   heap.free(a);
+  rtxSetGlobalDiag(0);
+  const std::string said = testing::internal::GetCapturedStdout();
+  EXPECT_NE(said.find("rtxMemHeapZeroElem: zeroed out memory element 0x"), std::string::npos) << said;
   for (int i = 0; i < 56; i++) ASSERT_EQ(a[i], 0); // the last unit is the free link
   rtxMemHeapReset(heap.pp);
   for (int i = 0; i < 64; i++) ASSERT_EQ(b[i], 0);
