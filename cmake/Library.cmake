@@ -6,11 +6,15 @@ if(NOT TARGET l3gen)
   list(FILTER VELNOR_RUNTIME EXCLUDE REGEX "/src2/")
 endif()
 
-add_library(velnor3gpp_objects OBJECT ${VELNOR_RUNTIME})
-target_include_directories(velnor3gpp_objects PUBLIC ${PROJECT_SOURCE_DIR}/include PRIVATE ${PROJECT_SOURCE_DIR})
+include(cmake/Generated.cmake)
+
+add_library(velnor3gpp_objects OBJECT ${VELNOR_RUNTIME} ${VELNOR_GENERATED})
+add_dependencies(velnor3gpp_objects velnor3gpp_generate)
+target_include_directories(velnor3gpp_objects PUBLIC ${PROJECT_SOURCE_DIR}/include ${VELNOR_GENERATED_DIR}/include
+                           PRIVATE ${PROJECT_SOURCE_DIR} ${VELNOR_GENERATED_DIR}/src)
 target_compile_options(velnor3gpp_objects PRIVATE ${VELNOR_WARNINGS} -fno-exceptions -fno-rtti)
 
 add_library(velnor3gpp SHARED $<TARGET_OBJECTS:velnor3gpp_objects>)
-target_include_directories(velnor3gpp PUBLIC ${PROJECT_SOURCE_DIR}/include)
+target_include_directories(velnor3gpp PUBLIC ${PROJECT_SOURCE_DIR}/include ${VELNOR_GENERATED_DIR}/include)
 target_link_options(velnor3gpp PRIVATE -Wl,-Bsymbolic -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map)
 set_target_properties(velnor3gpp PROPERTIES LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/exports.map)

@@ -1,0 +1,35 @@
+# The generator, and what it makes of the definition files.
+file(GLOB VELNOR_DEFINITIONS CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/*.l3)
+file(GLOB VELNOR_L3GEN_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tools/l3gen/*.cpp)
+add_executable(l3gen ${VELNOR_L3GEN_SOURCES})
+target_compile_options(l3gen PRIVATE -Wall -Wextra -O1)
+
+set(VELNOR_GENERATED_DIR ${PROJECT_BINARY_DIR}/generated)
+set(VELNOR_GENERATED ${VELNOR_GENERATED_DIR}/src/L3TypeTable.cpp)
+set(VELNOR_GENERATED_HEADERS "")
+set(stems "")
+foreach(definition IN LISTS VELNOR_DEFINITIONS)
+  file(STRINGS ${definition} lines REGEX "^module ")
+  foreach(line IN LISTS lines)
+    if(line MATCHES "file +([A-Za-z0-9]+)")
+      list(APPEND stems ${CMAKE_MATCH_1})
+    endif()
+  endforeach()
+endforeach()
+list(REMOVE_DUPLICATES stems)
+foreach(stem IN LISTS stems)
+  list(APPEND VELNOR_GENERATED ${VELNOR_GENERATED_DIR}/src/${stem}.cpp ${VELNOR_GENERATED_DIR}/src/${stem}Dec.cpp
+       ${VELNOR_GENERATED_DIR}/src/${stem}Enc.cpp)
+  list(APPEND VELNOR_GENERATED_HEADERS ${VELNOR_GENERATED_DIR}/include/velnor3gpp/${stem}.h)
+endforeach()
+
+# The stamp tells that l3gen ran; the files themselves change only when their content does.
+add_custom_command(
+  OUTPUT ${VELNOR_GENERATED_DIR}/stamp
+  BYPRODUCTS ${VELNOR_GENERATED} ${VELNOR_GENERATED_HEADERS} ${VELNOR_GENERATED_DIR}/src/L3Descriptors.h
+  COMMAND l3gen ${VELNOR_GENERATED_DIR} ${VELNOR_DEFINITIONS}
+  COMMAND ${CMAKE_COMMAND} -E touch ${VELNOR_GENERATED_DIR}/stamp
+  DEPENDS l3gen ${VELNOR_DEFINITIONS}
+  COMMENT "Generating the protocol types")
+add_custom_target(velnor3gpp_generate DEPENDS ${VELNOR_GENERATED_DIR}/stamp)
+set_source_files_properties(${VELNOR_GENERATED} PROPERTIES COMPILE_OPTIONS "-Wno-conversion;-Wno-invalid-offsetof")

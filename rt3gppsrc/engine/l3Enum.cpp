@@ -1,0 +1,32 @@
+#include "rt3gppsrc/engine/l3Enum.h"
+
+#include "rt3gppsrc/engine/l3Engine.h"
+#include "velnor3gpp/rtxError.h"
+#include "velnor3gpp/rtxStatus.h"
+
+const char* l3EnumName(const L3Enum& set, int32_t value)
+{
+  if (set.gapless) {
+    int64_t i = static_cast<int64_t>(value) - set.table[set.table[0].transformedIdx].value;
+    if (i >= 0 && i < set.rows) return set.table[set.table[i].transformedIdx].name;
+    return "_UNKNOWN_";
+  }
+  int row = rtxLookupEnumByValue(value, set.table, set.rows);
+  return row >= 0 && row < set.rows ? set.table[row].name : "_UNKNOWN_";
+}
+
+int l3EnumValue(RtxContext* pctxt, const L3Type& type, const L3Enum& set, const char* name, size_t namelen, int& value)
+{
+  int row = name ? rtxLookupEnum(name, namelen, set.table, set.rows) : RTX_E_ENUM_VALUE;
+  if (row >= 0) {
+    value = set.table[row].value;
+    return 0;
+  }
+  rtxErrAddStrParm(pctxt, name);
+  return rtxErrSetData(pctxt, RTX_E_ENUM_VALUE, type.module->decoder, type.line);
+}
+
+int l3EncodeText(RtxContext* pctxt, const L3Type& type, const char* value)
+{
+  return l3Encode(pctxt, type, const_cast<char*>(value)); // text coders read only
+}

@@ -1,0 +1,65 @@
+// l3gen OUTDIR FILE.l3...: reads the definitions and writes headers, tables and functions. Files whose content is
+// unchanged are left alone, so that nothing is compiled without need.
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+
+#include "model.h"
+
+namespace fs = std::filesystem;
+
+static bool writeIfChanged(const fs::path& path, const std::string& text)
+{
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream old;
+  if (in) old << in.rdbuf();
+  if (in && old.str() == text) return true;
+  std::ofstream out(path, std::ios::binary);
+  out << text;
+  return static_cast<bool>(out.flush());
+}
+
+static bool writeAll(l3gen::Model& model, const fs::path& dir)
+{
+  fs::path headers = dir / "include" / "velnor3gpp", sources = dir / "src";
+  fs::create_directories(headers);
+  fs::create_directories(sources);
+  bool ok = true;
+  for (auto& module : model.modules) {
+    ok &= writeIfChanged(headers / (module->stem + ".h"), l3gen::writeHeader(model, *module));
+    ok &= writeIfChanged(sources / (module->stem + ".cpp"), l3gen::writeTables(model, *module));
+    ok &= writeIfChanged(sources / (module->stem + "Dec.cpp"), l3gen::writeCoders(model, *module, false));
+    ok &= writeIfChanged(sources / (module->stem + "Enc.cpp"), l3gen::writeCoders(model, *module, true));
+  }
+  ok &= writeIfChanged(sources / "L3TypeTable.cpp", l3gen::writeTypeTable(model));
+  ok &= writeIfChanged(sources / "L3Descriptors.h", l3gen::writeDescriptors(model));
+  return ok;
+}
+
+int main(int argc, char** argv)
+{
+  if (argc < 2) {
+    std::cerr << "usage: l3gen OUTDIR FILE.l3...\n";
+    return 2;
+  }
+  l3gen::Model model;
+  bool refused = false;
+  for (int i = 2; i < argc; ++i) try {
+      l3gen::readFile(model, argv[i]);
+    } catch (const l3gen::Refusal& r) {
+      std::cerr << r.place.file << ":" << r.place.line << ": " << r.words << "\n";
+      refused = true;
+    }
+  if (refused) return 1;
+  try {
+    l3gen::resolve(model);
+    if (writeAll(model, argv[1])) return 0;
+    std::cerr << argv[1] << ": cannot be written\n";
+  } catch (const l3gen::Refusal& r) {
+    std::cerr << r.place.file << ":" << r.place.line << ": " << r.words << "\n";
+  } catch (const fs::filesystem_error& e) {
+    std::cerr << argv[1] << ": cannot be written\n";
+  }
+  return 1;
+}

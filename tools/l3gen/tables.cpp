@@ -1,0 +1,415 @@
+// Writing of the descriptor tables of a module: rows, what they point at, and the types themselves.
+#include <algorithm>
+#include <numeric>
+
+#include "model.h"
+
+namespace l3gen {
+
+// Collects the text of one type's tables; objects that rows point at are written before them.
+struct TableWriter {
+  const Type& type;
+  std::string out;
+  int objects = 0;
+  explicit TableWriter(const Type& t) : type(t) {}
+  std::string object(const char* kind, const std::string& init)
+  {
+    std::string name = format("%c%d_%s", tolower(kind[2]), objects++, type.full.c_str());
+    out += format("static const %s %s = {%s};\n", kind, name.c_str(), init.c_str());
+    return "&" + name;
+  }
+  std::string array(const char* kind, const std::vector<std::string>& items)
+  {
+    std::string name = format("%c%d_%s", tolower(kind[2]), objects++, type.full.c_str());
+    out += format("static const %s %s[] = {", kind, name.c_str());
+    for (auto& item : items) out += "\n  {" + item + "},";
+    out += "};\n";
+    return name;
+  }
+  std::string off(const std::string& path) const
+  {
+    return path.empty() ? "0" : "offsetof(" + type.full + ", " + path + ")";
+  }
+  std::string field(const std::string& name) const
+  {
+    if (name.empty()) return "{0, 0, 0}";
+    const Row* row = findField(type, name);
+    bool length = row->when == When::Length;
+    unsigned store = length ? storeForBits(row->number) : storeOf(row->what);
+    unsigned bits = length ? row->number : scalarOf(row->what)->bits;
+    return format("{%s, %u, %u}", off(row->member).c_str(), store, bits);
+  }
+};
+
+static std::string join(const std::string& path, const std::string& member)
+{
+  return path.empty() || member.empty() ? path + member : path + "." + member;
+}
+
+static const char* fromName(From from)
+{
+  static const char* names[] = {"kL3Fixed", "kL3Rest", "kL3ByField", "kL3OwnLength"};
+  return names[static_cast<int>(from)];
+}
+
+static std::string limits(const std::optional<Range>& range)
+{
+  return range ? format("%uU, %uU", range->lo, range->hi) : "0, 0";
+}
+
+static std::string rowInit(TableWriter& w, const Row& row, const std::string& path);
+
+static std::string octetsInfo(TableWriter& w, const Row& row)
+{
+  const What& what = row.what;
+  return w.object("L3Octets", format("%s, %u, %d, %u, %u, 1, %s, %s", fromName(what.from), what.bits, row.range ? 1 : 0,
+                                     what.max, what.octets, w.field(what.field).c_str(), limits(row.range).c_str()));
+}
+
+static std::string textInfo(TableWriter& w, const Row& row)
+{
+  const What& what = row.what;
+  bool chars = what.kind == WhatKind::Chars;
+  return w.object("L3Text", format("%s, %u, %d, %d, %u, %s, %s", chars ? "kL3Rest" : fromName(what.from), what.bits,
+                                   what.labels, row.range ? 1 : 0, chars ? what.octets : 0, w.field(what.field).c_str(),
+                                   limits(row.range).c_str()));
+}
+
+static std::string listInfo(TableWriter& w, const Row& row, const std::string& path)
+{
+  static const char* ends[] = {"", "kL3WhileRoom", "kL3Times", "kL3MoreBit", "kL3WhileExt", "kL3UntilZero"};
+  const Often& often = row.often;
+  Row elem;
+  elem.place = row.place;
+  elem.name = "elem";
+  elem.what = row.what;
+  std::string entry = rowInit(w, elem, "");
+  std::string at = join(path, "elem");
+  std::string offset = "static_cast<uint32_t>(" + w.off(at) + " - " + w.off(path) + ")";
+  std::string size = "sizeof(static_cast<" + w.type.full + "*>(nullptr)->" + at + "[0])";
+  return w.object("L3List", format("%s, %u, %d, %d, %u, %s, %s, %s, %s, {%s}", ends[static_cast<int>(often.end)],
+                                   often.zeroBits, often.bias, often.range ? 1 : 0, often.bounded() ? often.range->hi : 0,
+                                   offset.c_str(), size.c_str(), w.field(often.field).c_str(),
+                                   limits(often.range).c_str(), entry.c_str()));
+}
+
+static std::string choiceInfo(TableWriter& w, const Row& row, const std::string& path)
+{
+  static const char* selects[] = {"kL3SelectFields", "kL3SelectBits", "kL3SelectPeek"};
+  const What& what = row.what;
+  std::vector<std::string> items, fields;
+  std::string unionPath = what.untagged ? path : join(path, "u");
+  unsigned tag = 0, count = 0;
+  for (auto& alternative : what.alternatives) {
+    ++tag;
+    std::string init = rowInit(w, alternative, join(unionPath, alternative.member));
+    auto values = alternative.values.empty() ? std::vector<Range>{{0, 0}} : alternative.values;
+    for (auto& value : values) {
+      items.push_back(format("%uU, %uU, %u, %d, {%s}", value.lo, value.hi, tag, alternative.other, init.c_str()));
+      ++count;
+    }
+  }
+  std::string table = w.array("L3Alternative", items);
+  std::string selectors = "nullptr";
+  for (auto& field : what.fields) {
+    std::string f = w.field(field);
+    fields.push_back(f.substr(1, f.size() - 2));
+  }
+  if (!fields.empty()) selectors = w.array("L3Field", fields);
+  std::string size = "sizeof(static_cast<" + w.type.full + "*>(nullptr)->" + unionPath + ")";
+  if (unionPath.empty()) size = "sizeof(" + w.type.full + ")";
+  return w.object("L3Choice", format("%s, %u, %d, %zu, %u, %uU, %s, %s, %s, %s", selects[static_cast<int>(what.select)],
+                                     what.bits, !what.untagged, what.fields.size(), count, what.mask,
+                                     w.off(unionPath).c_str(), size.c_str(), selectors.c_str(), table.c_str()));
+}
+
+static std::string bodyInfo(TableWriter& w, const Row& row, const std::string& path)
+{
+  const What& what = row.what;
+  std::vector<std::string> items;
+  for (auto& m : what.alternatives) {
+    std::string type = m.what.type ? "&l3_" + m.what.type->full : "nullptr";
+    items.push_back(format("%u, 0x%02X, %u, %d, \"%s\", \"obj_%s\", \"u.obj_%s\", %s", m.discriminator, m.msgType, m.tag,
+                           m.place.line, m.name.c_str(), m.name.c_str(), m.name.c_str(), type.c_str()));
+  }
+  std::string name = "bodies_" + w.type.full;
+  w.out += "static const L3BodyRow " + name + "[] = {";
+  for (auto& item : items) w.out += "\n  {" + item + "},";
+  w.out += "};\n";
+  bool two = what.fields.size() == 2;
+  std::string only = what.underOnly ? format("%uU", what.under) : "kL3NoLimit";
+  return w.object("L3Body", format("%s, %s, %s, %s, %zu, %s", two ? w.field(what.fields[0]).c_str() : "{0, 0, 0}",
+                                   w.field(what.fields.back()).c_str(), only.c_str(), w.off(join(path, "u")).c_str(),
+                                   items.size(), name.c_str()));
+}
+
+static std::string lengthInfo(TableWriter& w, const Row& row)
+{
+  return w.object("L3Length", format("%u, %d, %d, %d, %d, %s", row.number, row.countsBits ? 1 : 8, row.range ? 1 : 0,
+                                     row.words.count("full-length") != 0, !row.member.empty(), limits(row.range).c_str()));
+}
+
+static std::string condInfo(TableWriter& w, const Row& row)
+{
+  if (row.cond.empty()) return "nullptr";
+  std::vector<std::string> terms;
+  int any = 0;
+  for (auto& term : row.cond) {
+    for (auto& value : term.values)
+      terms.push_back(format("%s, %uU, %uU, %d, %d", w.field(term.field).c_str(), value.lo, value.hi, term.negate, any));
+    ++any;
+  }
+  std::string table = w.array("L3Term", terms);
+  return w.object("L3Cond", format("%s, %zu", table.c_str(), terms.size()));
+}
+
+struct Coded {
+  const char* op = "kL3Nothing";
+  std::string info = "nullptr", type = "nullptr", offset = "0";
+  unsigned bits = 0, store = 0;
+  std::optional<Range> range;
+};
+
+static void codeScalar(TableWriter& w, const Row& row, Coded& c)
+{
+  Scalar scalar = *scalarOf(row.what);
+  c.bits = scalar.bits;
+  c.store = storeOf(row.what);
+  c.op = scalar.kind == WhatKind::Flag ? "kL3Bool" : "kL3UInt";
+  if (row.what.type && row.what.type != &w.type) c.type = "&l3_" + row.what.type->full;
+  c.range = row.range ? row.range : scalar.range;
+  if (!scalar.named) return;
+  c.op = "kL3Enumerated";
+  c.info = "&l3enum_" + scalar.named->full;
+}
+
+static Coded code(TableWriter& w, const Row& row, const std::string& path)
+{
+  Coded c;
+  c.offset = w.off(path);
+  if (row.often.end != End::None) {
+    c.op = "kL3List";
+    c.info = listInfo(w, row, path);
+    return c;
+  }
+  if (scalarOf(row.what)) {
+    codeScalar(w, row, c);
+    return c;
+  }
+  switch (row.what.kind) {
+    case WhatKind::Octets: c.op = "kL3Octets"; c.info = octetsInfo(w, row); break;
+    case WhatKind::BitString:
+      c.op = "kL3BitString";
+      c.info = w.object("L3BitString", format("%u, 1", row.what.max));
+      break;
+    case WhatKind::Text:
+    case WhatKind::Chars: c.op = "kL3Text"; c.info = textInfo(w, row); break;
+    case WhatKind::Type:
+      c.op = row.what.rest ? "kL3TextType" : "kL3Record";
+      c.type = "&l3_" + row.what.type->full;
+      break;
+    case WhatKind::Choice:
+      c.op = "kL3Choice";
+      c.info = choiceInfo(w, row, path);
+      if (!row.what.untagged) c.offset = w.off(join(path, "t"));
+      break;
+    case WhatKind::Body:
+      c.op = "kL3Body";
+      c.info = bodyInfo(w, row, path);
+      c.offset = w.off(join(path, "t"));
+      break;
+    default: c.offset = "0"; break;
+  }
+  return c;
+}
+
+static std::string rowFlags(const Row& row, const Coded& c)
+{
+  std::string flags = "0";
+  bool extList = row.when == When::More && row.what.type && !row.what.type->rows.empty() &&
+                 row.what.type->rows.back().often.end == End::WhileExt;
+  if (row.extLast) flags += " | kL3ExtLast";
+  if (extList || row.often.end == End::WhileExt) flags += row.when == When::More ? " | kL3ExtList" : "";
+  if (row.inRelease) flags += " | kL3InRelease";
+  if (c.range) flags += " | kL3Ranged";
+  return flags;
+}
+
+static std::string bit(int number) { return number < 0 ? "kL3NoBit" : std::to_string(number); }
+
+static std::string rowInit(TableWriter& w, const Row& row, const std::string& path)
+{
+  static const char* whens[] = {"kL3Always", "kL3Room",    "kL3OptBit", "kL3RoomOptBit", "kL3If",  "kL3WhenCond",
+                                "kL3Ext",    "kL3RoomExt", "kL3More",   "kL3Always",     "kL3Iei", "kL3ByHand",
+                                "kL3Always", "kL3Always",  "kL3Always"};
+  Coded c;
+  if (row.when == When::Length) {
+    c.op = "kL3Length";
+    c.info = lengthInfo(w, row);
+    c.offset = w.off(row.member);
+    c.bits = row.number;
+    c.store = row.member.empty() ? 0 : storeForBits(row.number);
+  } else if (row.when == When::Release) {
+    const auto& rows = w.type.rows;
+    size_t at = static_cast<size_t>(&row - rows.data()), count = 0;
+    while (at + 1 + count < rows.size() && rows[at + 1 + count].inRelease) ++count;
+    c.op = "kL3Release";
+    c.info = w.object("L3Release", format("%u, %u, %zu", row.number, row.fit, count));
+  } else {
+    c = code(w, row, path);
+  }
+  std::string cond = condInfo(w, row);
+  std::string name = row.name.empty() || row.when == When::Release ? "nullptr" : "\"" + row.name + "\"";
+  return format("%s, %s, %s, %s, %s, %s, %d, %s, %s, %s, %s, %u, %u, %s, %u, %u", name.c_str(), c.type.c_str(),
+                c.info.c_str(), cond.c_str(), c.offset.c_str(), limits(c.range).c_str(), row.place.line,
+                bit(row.mBit).c_str(), bit(row.groupBit).c_str(), c.op, whens[static_cast<int>(row.when)], c.bits, c.store,
+                rowFlags(row, c).c_str(), row.runRows, row.runBits);
+}
+
+static std::string writeMessage(TableWriter& w, const std::vector<const Row*>& options)
+{
+  if (w.type.kind != Kind::Message) return "nullptr";
+  std::vector<std::string> ieis;
+  std::vector<unsigned> byValue(256, 0), next(options.size() + 1, 0);
+  unsigned halves = 0;
+  for (size_t i = options.size(); i-- > 0;) {
+    unsigned value = options[i]->number;
+    next[i] = byValue[value];
+    byValue[value] = static_cast<unsigned>(i + 1);
+    if (options[i]->half) halves |= 1U << value;
+  }
+  for (size_t i = 0; i < options.size(); ++i) {
+    uint32_t octets = 0;
+    std::string skip = skipForm(*options[i], octets);
+    const char* how = skip == "length" ? "kL3SkipLength" : skip == "fixed" ? "kL3SkipFixed" : "kL3SkipNothing";
+    ieis.push_back(format("0x%02X, %d, %s, %u, %u", options[i]->number, options[i]->half, how, octets, next[i]));
+  }
+  std::string table = "nullptr", values = "nullptr", rows = "nullptr";
+  if (!options.empty()) {
+    table = w.array("L3Iei", ieis);
+    values = "v_" + w.type.full;
+    w.out += "static const uint8_t " + values + "[256] = {";
+    for (unsigned v = 0; v < 256; ++v) w.out += std::to_string(byValue[v]) + ",";
+    w.out += "};\n";
+    rows = "options_" + w.type.full;
+  }
+  bool tail = options.empty() && !w.type.has("no-tail");
+  return w.object("L3Message", format("%s, %s, %s, %zu, 0x%04X, %d, %d", rows.c_str(), table.c_str(), values.c_str(),
+                                      options.size(), halves, w.type.has("shifts"), tail));
+}
+
+static std::string writeRows(TableWriter& w, const char* name, const std::vector<const Row*>& rows)
+{
+  if (rows.empty()) return "nullptr";
+  std::vector<std::string> inits;
+  for (auto* row : rows) inits.push_back(rowInit(w, *row, row->member));
+  std::string table = std::string(name) + "_" + w.type.full;
+  w.out += "static const L3Row " + table + "[] = {\n";
+  for (auto& init : inits) w.out += "  {" + init + "},\n";
+  w.out += "};\n";
+  return table;
+}
+
+static Row scalarRow(const Type& type)
+{
+  Row row;
+  row.place = type.place;
+  row.what.kind = WhatKind::Type;
+  row.what.type = const_cast<Type*>(&type);
+  return row;
+}
+
+static std::string typeFlags(const Type& type)
+{
+  std::string flags = "0";
+  bool bare = type.kind == Kind::Bare || type.kind == Kind::Enum || type.kind == Kind::Names || type.kind == Kind::Text ||
+              type.has("bare");
+  bool text = !type.rows.empty() && type.rows.back().what.kind == WhatKind::Text && type.rows.back().often.end == End::None;
+  if (bare) flags += " | kL3Bare";
+  if (bare && text) flags += " | kL3Pointer";
+  if (type.choiceType) flags += " | kL3IsChoice";
+  if (type.kind == Kind::Message) flags += " | kL3IsMessage";
+  if (type.kind == Kind::Pdu) flags += " | kL3IsPdu";
+  if (type.has("early-return")) flags += " | kL3EarlyReturn";
+  return flags;
+}
+
+static std::string writeHand(TableWriter& w)
+{
+  const Type& type = w.type;
+  if (type.decodeFile.empty() && type.encodeFile.empty()) return "nullptr";
+  std::string dec = "nullptr", enc = "nullptr", args = "(L3Call& call, const L3Type& type, void* value);\n";
+  if (!type.decodeFile.empty()) w.out += "int " + (dec = "l3Dec_" + type.full) + args;
+  if (!type.encodeFile.empty()) w.out += "int " + (enc = "l3Enc_" + type.full) + args;
+  return w.object("L3Hand", dec + ", " + enc);
+}
+
+static std::string hyphens(std::string name)
+{
+  std::replace(name.begin(), name.end(), '_', '-');
+  return name;
+}
+
+static std::string writeType(const Type& type)
+{
+  TableWriter w(type);
+  std::vector<const Row*> rows, options;
+  Row scalar = scalarRow(type);
+  for (auto& row : type.rows) {
+    bool mark = row.when == When::Group || row.when == When::EndRelease;
+    if (!mark) (row.when == When::Iei ? options : rows).push_back(&row);
+  }
+  bool number = type.kind == Kind::Enum || type.kind == Kind::Names;
+  if (number) rows = {&scalar};
+  std::string table = writeRows(w, "rows", rows);
+  writeRows(w, "options", options);
+  std::string message = writeMessage(w, options);
+  std::string hand = writeHand(w);
+  std::string encName = type.has("hyphen-encode") ? hyphens(type.name) : type.name;
+  w.out += format("extern const L3Type l3_%s = {\"%s\", \"%s\", \"%s\", &module_%s, %s, %s, %s,\n  sizeof(%s), %zu, %d, %d, "
+                  "%s, %d};\n\n",
+                  type.full.c_str(), type.name.c_str(), encName.c_str(), type.full.c_str(), type.module->name.c_str(),
+                  table.c_str(), message.c_str(), hand.c_str(), type.full.c_str(), rows.size(), type.place.line,
+                  (type.mBits + 7) / 8, typeFlags(type).c_str(), type.mBits);
+  return w.out;
+}
+
+static std::string writeEnum(const Type& type)
+{
+  auto byName = type.values;
+  std::sort(byName.begin(), byName.end());
+  std::vector<int> rising;
+  for (auto& [name, value] : type.values) rising.push_back(value);
+  std::sort(rising.begin(), rising.end());
+  bool gapless = rising.back() - rising.front() + 1 == static_cast<int>(rising.size());
+  bool open = type.kind == Kind::Names;
+  std::string table = type.full + (open ? "_names" : "_ENUMTAB"), out;
+  out += open ? "static const RtxEnumItem " : "extern \"C\" const RtxEnumItem ";
+  out += table + format("[%zu] = {\n", byName.size());
+  for (size_t i = 0; i < byName.size(); ++i) {
+    auto at = std::find_if(byName.begin(), byName.end(), [&](auto& row) { return row.second == rising[i]; });
+    out += format("  {\"%s\", %d, %zu, %d},\n", byName[i].first.c_str(), byName[i].second, byName[i].first.size(),
+                  static_cast<int>(at - byName.begin()));
+  }
+  uint32_t members[8] = {};
+  for (int value : rising) members[value >> 5] |= 1U << (value & 31);
+  out += format("};\nextern const L3Enum l3enum_%s = {%s, %zu, %u, %d, %d, %d, %d, {", type.full.c_str(), table.c_str(),
+                byName.size(), type.bits, open || type.has("open-decode"), open || type.has("open-encode"), open, gapless);
+  for (uint32_t word : members) out += format("0x%08XU, ", word);
+  return out + "}};\n";
+}
+
+std::string writeTables(Model& model, const Module& module)
+{
+  std::string out = "// Descriptor tables of module " + module.name + ". Generated; change the definitions instead.\n";
+  out += "#include <cstddef>\n\n#include \"L3Descriptors.h\"\n#include \"velnor3gpp/" + module.stem + ".h\"\n\n";
+  out += "static constexpr L3Module module_" + module.name + " = {\"" + module.stem + "Dec\", \"" + module.stem + "Enc\"};\n\n";
+  for (auto& type : model.types)
+    if (type->module == &module && !type->values.empty()) out += writeEnum(*type);
+  out += "\n";
+  for (auto& type : model.types)
+    if (type->module == &module) out += writeType(*type);
+  return out;
+}
+
+} // namespace l3gen

@@ -1,0 +1,300 @@
+// Writing of headers, of the exported one-line functions and of the table of all types.
+#include <algorithm>
+#include <functional>
+#include <set>
+
+#include "model.h"
+
+namespace l3gen {
+
+static bool isNumber(const Type& type) { return scalarOf(type).has_value(); }
+
+static bool isComponent(const std::string& name)
+{
+  for (const char* part : {"_component", "_choice", "_element", "_octet", "_struct"})
+    if (name.find(part) != std::string::npos) return true;
+  return false;
+}
+
+// Is an operation of this kind ("decode", "encode", "print", "init", "sample") exported?
+bool exports(const Type& type, const char* kind)
+{
+  std::string k = kind;
+  if (type.part) return false;
+  if (k == "decode") return !type.has("no-decoder");
+  if (k == "encode") return !type.has("no-encoder");
+  if (k == "print") return !type.has("no-printer");
+  if (k == "init") return needsInit(type) && !type.has("no-init");
+  return type.has("sample") || (!isComponent(type.name) && !type.has("no-sample"));
+}
+
+static bool isArray(const Type& type)
+{
+  if (type.kind == Kind::Text) return type.rows[0].what.kind == WhatKind::Chars;
+  if (type.kind != Kind::Bare || type.rows.back().often.end != End::None) return false;
+  const What& what = type.rows.back().what;
+  if (what.kind == WhatKind::Type) return isArray(*what.type);
+  return what.kind == WhatKind::Octets && what.from == From::Fixed;
+}
+
+static bool byHandArguments(const Type& type) { return type.has("octets-argument") || type.has("spare-argument"); }
+
+static std::string decoderLine(const Type& type)
+{
+  const char* f = type.full.c_str();
+  if (type.has("spare-argument"))
+    return format("int NASDec_%s(RtxContext* pctxt, %s* pvalue, size_t octets, uint8_t spareBits)", f, f);
+  if (isArray(type) && byHandArguments(type)) return format("int NASDec_%s(RtxContext* pctxt, char* dest, size_t octets)", f);
+  if (byHandArguments(type)) return format("int NASDec_%s(RtxContext* pctxt, %s* pvalue, size_t octets)", f, f);
+  return format("int NASDec_%s(RtxContext* pctxt, %s* pvalue)", f, f);
+}
+
+static std::string encoderLine(const Type& type)
+{
+  const char* f = type.full.c_str();
+  if (type.kind == Kind::Text) return format("int NASEnc_%s(RtxContext* pctxt, const char* value)", f);
+  bool byValue = isNumber(type) || isArray(type);
+  return byValue ? format("int NASEnc_%s(RtxContext* pctxt, %s value)", f, f)
+                 : format("int NASEnc_%s(RtxContext* pctxt, %s* pvalue)", f, f);
+}
+
+static std::string printerLine(const Type& type)
+{
+  return format("int asn1PrtToStrm_%s%s(RtxContext* pctxt, const char* name, const %s* pvalue)", type.full.c_str(),
+                type.has("null-suffix") ? "_" : "", type.full.c_str());
+}
+
+static std::string initLine(const Type& type)
+{
+  return format("int asn1Init_%s(%s* pvalue)", type.full.c_str(), type.full.c_str());
+}
+
+static std::string sampleLine(const Type& type)
+{
+  return format("%s* asn1Test_%s(RtxContext* pctxt)", type.full.c_str(), type.full.c_str());
+}
+
+static std::string setterLine(const Type& type, const Row& row)
+{
+  std::string message = row.what.type ? ", " + row.what.type->full + "* msg" : "";
+  return format("void asn1SetTC_%s_obj_%s(RtxContext* pctxt, %s* pdu%s)", type.full.c_str(), row.name.c_str(),
+                type.full.c_str(), message.c_str());
+}
+
+static std::string typeComment(const Type& type)
+{
+  std::string words = type.module->spec + ", " + type.clause + ".";
+  if (type.msgType >= 0) words = format("Message type 0x%02X; ", type.msgType) + words;
+  if (type.kind == Kind::Enum || type.kind == Kind::Names) words = format("%u bits; ", type.bits) + words;
+  return "/** " + type.name + ": " + words + " */\n";
+}
+
+static std::string writeEnumType(const Type& type)
+{
+  std::string out = "typedef enum {\n";
+  for (auto& [name, value] : type.values) out += format("  %s_%s = %d,\n", type.full.c_str(), cName(name).c_str(), value);
+  return out + "} " + type.full + ";\n";
+}
+
+static std::string writePresence(const Type& type)
+{
+  if (!type.mBits) return "";
+  std::string out = "  struct {\n";
+  for (auto& name : type.mNames) out += "    unsigned char " + name + " : 1;\n";
+  return out + "  } m; /**< What is present. */\n";
+}
+
+static std::string bareDeclaration(const Type& type)
+{
+  Row row = type.rows.back();
+  row.member = type.full;
+  std::string text = row.often.end != End::None ? declareRow(row, 0) : declare(row.what, type.full, 0) + ";\n";
+  if (row.often.end != End::None) text = text.substr(0, text.rfind("} ")) + "} " + type.full + ";\n";
+  return "typedef " + text;
+}
+
+static std::string writeRecord(const Type& type)
+{
+  std::string out = "typedef struct " + type.full + " {\n" + writePresence(type), members;
+  for (auto& row : type.rows) {
+    std::string text = declareRow(row, 2);
+    bool nameless = row.member.empty() && row.what.kind == WhatKind::Choice;
+    members += nameless ? declare(row.what, "", 2) + ";\n" : text;
+  }
+  if (members.empty() && !type.mBits) members = "  uint8_t none; /**< Nothing: a body without elements. */\n";
+  return out + members + "} " + type.full + ";\n";
+}
+
+static std::string writeDefinition(const Type& type)
+{
+  if (type.kind == Kind::Enum) return writeEnumType(type);
+  if (type.kind == Kind::Names)
+    return format("typedef uint%u_t ", storeForBits(type.bits) * 8) + type.full + ";\n";
+  if (type.kind == Kind::Bare || type.kind == Kind::Text || type.has("bare")) return bareDeclaration(type);
+  return writeRecord(type);
+}
+
+static std::string writePrototypes(const Type& type)
+{
+  std::string out;
+  auto add = [&](const std::string& line, const char* comment) {
+    out += std::string("/** ") + comment + " */\nVELNOR_API " + line + ";\n";
+  };
+  if (exports(type, "decode")) add(decoderLine(type), "Decodes at the cursor. 0 or a negative status.");
+  if (exports(type, "encode")) add(encoderLine(type), "Encodes at the cursor; lengths are stored back. 0 or a negative status.");
+  if (exports(type, "print")) add(printerLine(type), "Prints the value under the name to the context's print stream. Always 0.");
+  if (exports(type, "init")) add(initLine(type), "Clears presence, selectors, counts and pointers. 0 or RTX_E_NULL_POINTER.");
+  if (exports(type, "sample")) add(sampleLine(type), "A sample value on the context's heap, or null.");
+  if (type.kind == Kind::Pdu)
+    for (auto& row : type.rows.back().what.alternatives)
+      add(setterLine(type, row), "Makes the record hold this message; the message is not copied.");
+  if (type.kind != Kind::Enum) return out;
+  const char* f = type.full.c_str();
+  out += format("/** Names and values, sorted by name. */\nVELNOR_API extern const RtxEnumItem %s_ENUMTAB[%zu];\n", f,
+                type.values.size());
+  add(format("const char* %s_ToString(int32_t value)", f), "The value's name, or \"_UNKNOWN_\".");
+  add(format("int %s_ToEnum(RtxContext* pctxt, const char* name, %s* pvalue)", f, f), "The value of a name, or RTX_E_ENUM_VALUE.");
+  add(format("int %s_ToEnum2(RtxContext* pctxt, const char* name, size_t namelen, %s* pvalue)", f, f),
+      "The same for a name of so many octets.");
+  return out;
+}
+
+static void usedModules(Model& model, const Module& module, std::set<std::string>& stems)
+{
+  std::function<void(const What&)> look = [&](const What& what) {
+    if (what.type && what.type->module != &module) stems.insert(what.type->module->stem);
+    for (auto& alternative : what.alternatives) look(alternative.what);
+  };
+  for (auto& type : model.types)
+    if (type->module == &module)
+      for (auto& row : type->rows) look(row.what);
+}
+
+std::string writeHeader(Model& model, const Module& module)
+{
+  std::string guard = "VELNOR3GPP_GEN_" + module.stem + "_H";
+  std::string out = "/**\n * @file " + module.stem + ".h\n * Records and operations of module " + module.name + " (" +
+                    module.spec + "). Records are filled by decoders from the\n * context's heap and live until it is freed or reset; " +
+                    "nothing in them is freed singly. Generated; change the definitions instead.\n */\n";
+  out += "#ifndef " + guard + "\n#define " + guard + "\n\n#include \"velnor3gpp/rtxEnum.h\"\n#include \"velnor3gpp/rtxTypes.h\"\n";
+  std::set<std::string> stems;
+  usedModules(model, module, stems);
+  for (auto& stem : stems) out += "#include \"velnor3gpp/" + stem + ".h\"\n";
+  out += "\nVELNOR_BEGIN_DECLS\n\n";
+  for (auto* type : inDependencyOrder(model, module))
+    if (type->kind == Kind::Record || type->kind == Kind::Pdu || (type->kind == Kind::Message && !type->has("bare"))) {
+      out += "struct " + type->full + ";\n";
+    }
+  out += "\n";
+  for (auto* type : inDependencyOrder(model, module)) out += typeComment(*type) + writeDefinition(*type) + "\n";
+  for (auto* type : inDependencyOrder(model, module)) out += writePrototypes(*type);
+  return out + "\nVELNOR_END_DECLS\n\n#endif\n";
+}
+
+static std::string body(const std::string& line, const std::string& code)
+{
+  return "extern \"C\" " + line + " { " + code + " }\n";
+}
+
+static std::string operand(const Type& type)
+{
+  if (isArray(type)) return "value";
+  return isNumber(type) ? "&value" : "pvalue";
+}
+
+static std::string writeEnumFunctions(const Type& type)
+{
+  const char* f = type.full.c_str();
+  std::string out = body(format("const char* %s_ToString(int32_t value)", f), format("return l3EnumName(l3enum_%s, value);", f));
+  out += body(format("int %s_ToEnum(RtxContext* pctxt, const char* name, %s* pvalue)", f, f),
+              format("return %s_ToEnum2(pctxt, name, rtxUTF8LenBytes(name), pvalue);", f));
+  out += body(format("int %s_ToEnum2(RtxContext* pctxt, const char* name, size_t namelen, %s* pvalue)", f, f),
+              format("int value; int status = l3EnumValue(pctxt, l3_%s, l3enum_%s, name, namelen, value); if (status >= 0) "
+                     "*pvalue = static_cast<%s>(value); return status;", f, f, f));
+  return out;
+}
+
+static std::string writeOthers(const Type& type)
+{
+  const char* f = type.full.c_str();
+  std::string out;
+  if (exports(type, "print")) out += body(printerLine(type), format("return l3Print(pctxt, l3_%s, name, pvalue);", f));
+  if (exports(type, "init")) out += body(initLine(type), format("return l3Init(l3_%s, pvalue);", f));
+  if (exports(type, "sample"))
+    out += body(sampleLine(type), format("return static_cast<%s*>(l3Sample(pctxt, l3_%s));", f, f));
+  if (type.kind == Kind::Pdu) {
+    size_t i = 0, last = type.rows.size() - 1;
+    for (auto& row : type.rows.back().what.alternatives)
+      out += body(setterLine(type, row),
+                  format("(void)pctxt; l3SetBody(l3_%s, pdu, static_cast<const L3Body*>(l3_%s.rows[%zu].info)->rows[%zu], %s);", f,
+                         f, last, i++, row.what.type ? "msg" : "nullptr"));
+  }
+  if (type.kind == Kind::Enum) out += writeEnumFunctions(type);
+  return out;
+}
+
+std::string writeCoders(Model& model, const Module& module, bool encoder)
+{
+  std::string out = std::string("// Exported ") + (encoder ? "encoders" : "decoders, printers, initialisers, samples and setters") +
+                    " of module " + module.name + ". Generated; change the definitions instead.\n";
+  out += "#include \"L3Descriptors.h\"\n#include \"rt3gppsrc/engine/l3Engine.h\"\n#include \"rt3gppsrc/engine/l3Enum.h\"\n#include \"velnor3gpp/" +
+         module.stem + ".h\"\n#include \"velnor3gpp/rtxStrings.h\"\n\n";
+  for (auto& type : model.types) {
+    if (type->module != &module) continue;
+    const char* f = type->full.c_str();
+    bool hand = byHandArguments(*type);
+    if (encoder && exports(*type, "encode") && type->kind == Kind::Text)
+      out += isArray(*type)
+                 ? body(encoderLine(*type), format("return l3EncodeText(pctxt, l3_%s, value);", f))
+                 : body(encoderLine(*type), format("return l3Encode(pctxt, l3_%s, &value);", f));
+    else if (encoder && exports(*type, "encode"))
+      out += body(encoderLine(*type), format("return l3Encode(pctxt, l3_%s, %s);", f, operand(*type).c_str()));
+    if (!encoder && !hand && exports(*type, "decode"))
+      out += body(decoderLine(*type), format("return l3Decode(pctxt, l3_%s, pvalue);", f));
+    if (!encoder) out += writeOthers(*type);
+  }
+  return out;
+}
+
+static std::string tableEntry(const Type& type)
+{
+  const char* f = type.full.c_str();
+  bool code = !byHandArguments(type);
+  std::string dec = code && exports(type, "decode")
+                        ? format("[](RtxContext* c, void* v) { return l3Decode(c, l3_%s, v); }", f) : "nullptr";
+  std::string enc = code && exports(type, "encode")
+                        ? format("[](RtxContext* c, void* v) { return l3Encode(c, l3_%s, v); }", f) : "nullptr";
+  std::string print = exports(type, "print")
+                          ? format("[](RtxContext* c, const char* n, const void* v) { return l3Print(c, l3_%s, n, v); }", f)
+                          : "nullptr";
+  std::string init = exports(type, "init") ? format("[](void* v) { return l3Init(l3_%s, v); }", f) : "nullptr";
+  std::string sample = exports(type, "sample") ? format("[](RtxContext* c) { return l3Sample(c, l3_%s); }", f) : "nullptr";
+  return format("  {&l3_%s,\n   %s,\n   %s,\n   %s,\n   %s,\n   %s},\n", f, dec.c_str(), enc.c_str(), print.c_str(),
+                init.c_str(), sample.c_str());
+}
+
+std::string writeTypeTable(Model& model)
+{
+  std::vector<const Type*> types;
+  for (auto& type : model.types)
+    if (!type->part) types.push_back(type.get());
+  std::sort(types.begin(), types.end(), [](auto* a, auto* b) { return a->full < b->full; });
+  std::string out = "// All types of the library, sorted by name. Generated; change the definitions instead.\n";
+  out += "#include \"L3Descriptors.h\"\n#include \"rt3gppsrc/engine/l3Engine.h\"\n\nextern const L3TypeEntry l3TypeTable[] = {\n";
+  for (auto* type : types) out += tableEntry(*type);
+  if (types.empty()) out += "  {nullptr, nullptr, nullptr, nullptr, nullptr, nullptr},\n";
+  return out + format("};\nextern const size_t l3TypeCount = %zu;\n", types.size());
+}
+
+std::string writeDescriptors(Model& model)
+{
+  std::string out = "// Descriptors of all types. Generated; change the definitions instead.\n#pragma once\n";
+  out += "#include \"rt3gppsrc/engine/l3Types.h\"\n\n";
+  for (auto& type : model.types) {
+    out += "extern const L3Type l3_" + type->full + ";\n";
+    if (!type->values.empty()) out += "extern const L3Enum l3enum_" + type->full + ";\n";
+  }
+  return out;
+}
+
+} // namespace l3gen
