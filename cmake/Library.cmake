@@ -8,6 +8,7 @@ endif()
 
 include(cmake/Generated.cmake)
 
+list(FILTER VELNOR_RUNTIME EXCLUDE REGEX "${VELNOR_PENDING}")
 add_library(velnor3gpp_objects OBJECT ${VELNOR_RUNTIME} ${VELNOR_GENERATED})
 add_dependencies(velnor3gpp_objects velnor3gpp_generate)
 target_include_directories(velnor3gpp_objects PUBLIC ${PROJECT_SOURCE_DIR}/include ${VELNOR_GENERATED_DIR}/include
