@@ -1,13 +1,8 @@
 # The library: hand-written rooms, compiled once as objects for the shared library and for the tests.
 file(GLOB VELNOR_RUNTIME CONFIGURE_DEPENDS
      rtxsrc/*.cpp rtsrc/*.cpp rt3gppsrc/*.cpp rt3gppsrc/engine/*.cpp src2/*.cpp)
-# Hand-made coders need the generated records.
-if(NOT TARGET l3gen)
-  list(FILTER VELNOR_RUNTIME EXCLUDE REGEX "/src2/")
-endif()
 
 include(cmake/Generated.cmake)
-
 list(FILTER VELNOR_RUNTIME EXCLUDE REGEX "${VELNOR_PENDING}")
 add_library(velnor3gpp_objects OBJECT ${VELNOR_RUNTIME} ${VELNOR_GENERATED})
 add_dependencies(velnor3gpp_objects velnor3gpp_generate)

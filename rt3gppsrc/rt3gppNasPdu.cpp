@@ -68,7 +68,10 @@ int nasSign(L3Call& call, const L3Type& type, size_t start, const NasSpans& span
   return 0;
 }
 
-static const L3Row& bodyRow(const L3Type& pdu) { return pdu.rows[pdu.rowCount - 1]; }
+static const L3Row& bodyRow(const L3Type& pdu)
+{
+  return pdu.rows[pdu.rowCount - 1];
+}
 
 bool nasKnowsBody(const L3Type& pdu, const void* record)
 {

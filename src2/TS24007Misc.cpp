@@ -43,10 +43,15 @@ int l3Enc_TS24007L3_L3HdrOptions(L3Call& call, const L3Type& type, void* value)
 {
   auto& options = *static_cast<TS24007L3_L3HdrOptions*>(value);
   switch (options.t) {
-    case 1: return l3EncNamed(call, kEncoder, __LINE__, "skipInd", options.u.skipInd, 4, 1);
-    case 2: return encTransId(call, options.u.transId.flag, options.u.transId.value);
-    case 3: return encBearer(call, type, options.u.epsBearerIdent);
-    case 4: return l3EncNamed(call, kEncoder, __LINE__, "secHdr", options.u.secHdr, 4, 1);
-    default: return l3Fail(call, kEncoder, RTX_E_INVALID_CHOICE, __LINE__);
+    case 1:
+      return l3EncNamed(call, kEncoder, __LINE__, "skipInd", options.u.skipInd, 4, 1);
+    case 2:
+      return encTransId(call, options.u.transId.flag, options.u.transId.value);
+    case 3:
+      return encBearer(call, type, options.u.epsBearerIdent);
+    case 4:
+      return l3EncNamed(call, kEncoder, __LINE__, "secHdr", options.u.secHdr, 4, 1);
+    default:
+      return l3Fail(call, kEncoder, RTX_E_INVALID_CHOICE, __LINE__);
   }
 }

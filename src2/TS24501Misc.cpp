@@ -42,10 +42,12 @@ static int decSuci(L3Call& call, Identity& identity, uint8_t leading)
   l3PushName(call, frame, "suci");
   suci.t = format + 1;
   int status;
-  if (format == 0) status = decPart(call, "supiImsi", l3_TS24501IE_MobileIdentity_SUCI_IMSI, &suci.u.supiImsi);
+  if (format == 0)
+    status = decPart(call, "supiImsi", l3_TS24501IE_MobileIdentity_SUCI_IMSI, &suci.u.supiImsi);
   else if (format == 1)
     status = decPart(call, "supiNetSpecificId", l3_TS24501IE_MobileIdentity_SUCI_NetId, &suci.u.supiNetSpecificId);
-  else status = l3Fail(call, kDecoder, RTX_E_INVALID_CHOICE, __LINE__);
+  else
+    status = l3Fail(call, kDecoder, RTX_E_INVALID_CHOICE, __LINE__);
   if (status >= 0) l3PopName(call);
   return status;
 }
@@ -98,14 +100,22 @@ static int decMac(L3Call& call, Identity& identity, uint8_t leading)
 static int decByType(L3Call& call, Identity& identity, uint8_t leading)
 {
   switch (identity.t) {
-    case kSuci: return decSuci(call, identity, leading);
-    case kGuti: return decTemporary(call, "guti", l3_TS24501IE_MobileIdentity_GUTI, &identity.u.guti, leading);
-    case kStmsi: return decTemporary(call, "stmsi", l3_TS24501IE_MobileIdentity_STMSI, &identity.u.stmsi, leading);
-    case kImei: return decDigits(call, "imei", identity.length, leading, identity.u.imei, sizeof identity.u.imei);
-    case kImeisv: return decDigits(call, "imeisv", identity.length, leading, identity.u.imeisv, sizeof identity.u.imeisv);
-    case kMac: return decMac(call, identity, leading);
-    case kEui64: return decFixed(call, "eui-64", identity.u.eui_64, sizeof identity.u.eui_64);
-    default: return 0;
+    case kSuci:
+      return decSuci(call, identity, leading);
+    case kGuti:
+      return decTemporary(call, "guti", l3_TS24501IE_MobileIdentity_GUTI, &identity.u.guti, leading);
+    case kStmsi:
+      return decTemporary(call, "stmsi", l3_TS24501IE_MobileIdentity_STMSI, &identity.u.stmsi, leading);
+    case kImei:
+      return decDigits(call, "imei", identity.length, leading, identity.u.imei, sizeof identity.u.imei);
+    case kImeisv:
+      return decDigits(call, "imeisv", identity.length, leading, identity.u.imeisv, sizeof identity.u.imeisv);
+    case kMac:
+      return decMac(call, identity, leading);
+    case kEui64:
+      return decFixed(call, "eui-64", identity.u.eui_64, sizeof identity.u.eui_64);
+    default:
+      return 0;
   }
 }
 
@@ -125,8 +135,7 @@ int l3Dec_TS24501IE_MobileIdentity(L3Call& call, const L3Type&, void* value)
   Identity& identity = *static_cast<Identity*>(value);
   L3Region region;
   identity.t = 0;
-  int status =
-      l3DecNamed(call, kDecoder, __LINE__, "length", reinterpret_cast<uint8_t*>(&identity.length), 16, 2);
+  int status = l3DecNamed(call, kDecoder, __LINE__, "length", reinterpret_cast<uint8_t*>(&identity.length), 16, 2);
   if (status < 0) return status;
   size_t end = l3BitPos(call.pctxt) + identity.length * 8U;
   if (identity.length == 0) l3NoteRange(call, kDecoder, __LINE__, identity.length);
@@ -148,22 +157,30 @@ static size_t identityLength(const Identity& identity)
     case kSuci:
       return suci.t == 1 ? 8 + static_cast<size_t>(suci.u.supiImsi.schemeOutput.numocts)
                          : 1 + static_cast<size_t>(suci.u.supiNetSpecificId.nai.numocts);
-    case kGuti: return 11;
+    case kGuti:
+      return 11;
     case kStmsi:
-    case kMac: return 7;
-    case kEui64: return 9;
-    default: return 1;
+    case kMac:
+      return 7;
+    case kEui64:
+      return 9;
+    default:
+      return 1;
   }
 }
 
 static uint8_t leadingBits(const Identity& identity)
 {
   switch (identity.t) {
-    case kSuci: return static_cast<uint8_t>((identity.u.suci.t - 1) << 1 & 0x0E);
+    case kSuci:
+      return static_cast<uint8_t>((identity.u.suci.t - 1) << 1 & 0x0E);
     case kGuti:
-    case kStmsi: return 30;
-    case kMac: return identity.u.mac.mauri ? 1 : 0;
-    default: return 0;
+    case kStmsi:
+      return 30;
+    case kMac:
+      return identity.u.mac.mauri ? 1 : 0;
+    default:
+      return 0;
   }
 }
 
@@ -183,10 +200,12 @@ static int encSuci(L3Call& call, Identity& identity)
   L3Name frame;
   l3PushName(call, frame, "suci");
   int status;
-  if (suci.t == 1) status = encPart(call, "supiImsi", l3_TS24501IE_MobileIdentity_SUCI_IMSI, &suci.u.supiImsi);
+  if (suci.t == 1)
+    status = encPart(call, "supiImsi", l3_TS24501IE_MobileIdentity_SUCI_IMSI, &suci.u.supiImsi);
   else if (suci.t == 2)
     status = encPart(call, "supiNetSpecificId", l3_TS24501IE_MobileIdentity_SUCI_NetId, &suci.u.supiNetSpecificId);
-  else status = l3Fail(call, kEncoder, RTX_E_INVALID_CHOICE, __LINE__);
+  else
+    status = l3Fail(call, kEncoder, RTX_E_INVALID_CHOICE, __LINE__);
   if (status < 0) return status;
   call.pctxt->flags &= ~RTX_OPENTAIL_FLAG; // the length in front bounds the tail
   l3PopName(call);
@@ -196,12 +215,18 @@ static int encSuci(L3Call& call, Identity& identity)
 static int encByType(L3Call& call, Identity& identity)
 {
   switch (identity.t) {
-    case kSuci: return encSuci(call, identity);
-    case kGuti: return encPart(call, "guti", l3_TS24501IE_MobileIdentity_GUTI, &identity.u.guti);
-    case kStmsi: return encPart(call, "stmsi", l3_TS24501IE_MobileIdentity_STMSI, &identity.u.stmsi);
-    case kMac: return encFixed(call, "mac", identity.u.mac.macaddr, sizeof identity.u.mac.macaddr);
-    case kEui64: return encFixed(call, "eui-64", identity.u.eui_64, sizeof identity.u.eui_64);
-    default: return 0;
+    case kSuci:
+      return encSuci(call, identity);
+    case kGuti:
+      return encPart(call, "guti", l3_TS24501IE_MobileIdentity_GUTI, &identity.u.guti);
+    case kStmsi:
+      return encPart(call, "stmsi", l3_TS24501IE_MobileIdentity_STMSI, &identity.u.stmsi);
+    case kMac:
+      return encFixed(call, "mac", identity.u.mac.macaddr, sizeof identity.u.mac.macaddr);
+    case kEui64:
+      return encFixed(call, "eui-64", identity.u.eui_64, sizeof identity.u.eui_64);
+    default:
+      return 0;
   }
 }
 

@@ -8,9 +8,15 @@
 
 static bool gSlowMode = false;
 
-void l3SetSlowMode(bool on) { gSlowMode = on; }
+void l3SetSlowMode(bool on)
+{
+  gSlowMode = on;
+}
 
-bool l3SlowMode() { return gSlowMode; }
+bool l3SlowMode()
+{
+  return gSlowMode;
+}
 
 void l3Begin(L3Call& call, RtxContext* pctxt, L3Name& frame, const char* typeName)
 {
@@ -30,9 +36,12 @@ static void pushFrames(RtxContext* pctxt, const L3Name* frame)
 {
   if (!frame) return;
   pushFrames(pctxt, frame->outer);
-  if (frame->kind == 0) rtxCtxtPushTypeName(pctxt, frame->name);
-  else if (frame->kind == 1) rtxCtxtPushElemName(pctxt, frame->name);
-  else rtxCtxtPushArrayElemName(pctxt, frame->name, frame->index);
+  if (frame->kind == 0)
+    rtxCtxtPushTypeName(pctxt, frame->name);
+  else if (frame->kind == 1)
+    rtxCtxtPushElemName(pctxt, frame->name);
+  else
+    rtxCtxtPushArrayElemName(pctxt, frame->name, frame->index);
 }
 
 static void pushRegions(RtxContext* pctxt, const L3Region* frame)
@@ -73,8 +82,10 @@ static void addRangeParms(L3Call& call, uint64_t value)
 {
   l3ToLists(call);
   rtxErrAddElemNameParm(call.pctxt);
-  if (value <= INT32_MAX) rtxErrAddIntParm(call.pctxt, static_cast<int32_t>(value));
-  else rtxErrAddUInt64Parm(call.pctxt, value);
+  if (value <= INT32_MAX)
+    rtxErrAddIntParm(call.pctxt, static_cast<int32_t>(value));
+  else
+    rtxErrAddUInt64Parm(call.pctxt, value);
 }
 
 void l3NoteRange(L3Call& call, const char* module, uint16_t line, uint64_t value)
@@ -95,7 +106,10 @@ int l3PushRegionSlow(L3Call& call, size_t count, bool bits)
   return bits ? rtxCtxtPushContainerBits(call.pctxt, count) : rtxCtxtPushContainerBytes(call.pctxt, count);
 }
 
-bool l3HasRoomSlow(const RtxContext* pctxt) { return rtxCtxtContainerHasRemBits(const_cast<RtxContext*>(pctxt)); }
+bool l3HasRoomSlow(const RtxContext* pctxt)
+{
+  return rtxCtxtContainerHasRemBits(const_cast<RtxContext*>(pctxt));
+}
 
 size_t l3RoomBits(const L3Call& call)
 {
@@ -144,7 +158,8 @@ uint32_t l3JoinFields(const L3Field* fields, unsigned count, const uint8_t* reco
 {
   uint32_t value = 0;
   for (unsigned i = 0; i < count; ++i)
-    value = (i ? value << fields[i].bits : 0) | static_cast<uint32_t>(l3Load(record + fields[i].offset, fields[i].store));
+    value =
+        (i ? value << fields[i].bits : 0) | static_cast<uint32_t>(l3Load(record + fields[i].offset, fields[i].store));
   return value;
 }
 
@@ -171,8 +186,10 @@ const L3Alternative* l3FindBySelector(const L3Choice& choice, uint32_t value)
   const L3Alternative* other = nullptr;
   for (unsigned i = 0; i < choice.count; ++i) {
     const L3Alternative& alternative = choice.alternatives[i];
-    if (alternative.other) other = &alternative;
-    else if (value >= alternative.lo && value <= alternative.hi) return &alternative;
+    if (alternative.other)
+      other = &alternative;
+    else if (value >= alternative.lo && value <= alternative.hi)
+      return &alternative;
   }
   return other;
 }

@@ -66,14 +66,18 @@ inline int l3PushEntry(L3Call& call, L3Name& frame, const char* name, uint32_t i
 
 inline void l3PopName(L3Call& call)
 {
-  if (call.lists) rtxCtxtPopElemName(call.pctxt);
-  else call.names = call.names->outer;
+  if (call.lists)
+    rtxCtxtPopElemName(call.pctxt);
+  else
+    call.names = call.names->outer;
 }
 
 inline void l3PopEntry(L3Call& call)
 {
-  if (call.lists) rtxCtxtPopArrayElemName(call.pctxt);
-  else call.names = call.names->outer;
+  if (call.lists)
+    rtxCtxtPopArrayElemName(call.pctxt);
+  else
+    call.names = call.names->outer;
 }
 
 inline size_t l3BitPos(const RtxContext* pctxt)
@@ -93,8 +97,10 @@ inline int l3PushRegion(L3Call& call, L3Region& frame, size_t count, bool bits)
 
 inline void l3PopRegion(L3Call& call)
 {
-  if (call.lists) rtxCtxtPopContainer(call.pctxt);
-  else call.regions = call.regions->outer;
+  if (call.lists)
+    rtxCtxtPopContainer(call.pctxt);
+  else
+    call.regions = call.regions->outer;
 }
 
 // Do bits remain in the innermost region, or in the buffer where none is open?
@@ -120,7 +126,8 @@ inline bool l3HasBit(const void* record, uint16_t bit)
 
 inline void l3SetBit(void* record, uint16_t bit)
 {
-  static_cast<uint8_t*>(record)[bit >> 3] = static_cast<uint8_t>(static_cast<uint8_t*>(record)[bit >> 3] | (1U << (bit & 7)));
+  static_cast<uint8_t*>(record)[bit >> 3] =
+      static_cast<uint8_t>(static_cast<uint8_t*>(record)[bit >> 3] | (1U << (bit & 7)));
 }
 
 // An integer member of 1, 2, 4 or 8 octets.

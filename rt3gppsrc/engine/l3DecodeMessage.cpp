@@ -9,9 +9,9 @@ struct TailWalk {
   const L3Type& type;
   const L3Message& message;
   uint8_t* record;
-  unsigned order;    // position of the last element taken
-  uint8_t previous;  // IEI of the turn before
-  uint8_t locked;    // codeset by locking shift
+  unsigned order;   // position of the last element taken
+  uint8_t previous; // IEI of the turn before
+  uint8_t locked;   // codeset by locking shift
 };
 
 static int readIei(L3Call& call, const TailWalk& walk, uint8_t& iei, bool& half)
@@ -104,9 +104,12 @@ static int decTurn(L3Call& call, TailWalk& walk, uint8_t iei, bool half)
   }
   unsigned position = active ? 0 : findPosition(walk, iei);
   int status;
-  if (!position) status = decUnknown(call, walk, iei, half, active);
-  else if (position > walk.order) status = decOption(call, walk, position);
-  else status = skipKnown(call, walk, walk.message.ieis[position - 1]);
+  if (!position)
+    status = decUnknown(call, walk, iei, half, active);
+  else if (position > walk.order)
+    status = decOption(call, walk, position);
+  else
+    status = skipKnown(call, walk, walk.message.ieis[position - 1]);
   walk.previous = iei;
   return status;
 }

@@ -18,7 +18,10 @@ struct ListWalk {
   size_t capacity;
 };
 
-static const char* moduleOf(const ListWalk& walk) { return walk.type.module->decoder; }
+static const char* moduleOf(const ListWalk& walk)
+{
+  return walk.type.module->decoder;
+}
 
 // Room for one more entry. Entries behind an inline array's end are decoded into spare storage and not kept.
 static uint8_t* nextEntry(L3Call& call, ListWalk& walk)
@@ -136,7 +139,10 @@ static void storeList(L3Call& call, ListWalk& walk, uint8_t* member)
     void* cut = rtxMemHeapRealloc(&call.pctxt->pMemHeap, walk.entries, walk.count * walk.info.elemSize);
     if (cut) walk.entries = static_cast<uint8_t*>(cut);
   }
-  struct { uint64_t n; uint8_t* elem; } value = {walk.count, walk.count ? walk.entries : nullptr};
+  struct {
+    uint64_t n;
+    uint8_t* elem;
+  } value = {walk.count, walk.count ? walk.entries : nullptr};
   memcpy(member, &value, sizeof value);
 }
 
@@ -179,7 +185,8 @@ static int readSelector(L3Call& call, const L3Type& type, const L3Row& row, cons
     int16_t bitOffset = buffer.bitOffset;
     uint64_t ahead = 0;
     status = 0;
-    if (call.plain && l3TakeBits(buffer, choice.bits, ahead)) word = static_cast<uint32_t>(ahead);
+    if (call.plain && l3TakeBits(buffer, choice.bits, ahead))
+      word = static_cast<uint32_t>(ahead);
     else {
       l3ToLists(call);
       status = rtxPeekBits(call.pctxt, &word, choice.bits);
@@ -215,9 +222,11 @@ int l3DecChoice(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* rec
 static const L3BodyRow* findBody(L3Call& call, const L3Type& type, const L3Row& row, const uint8_t* record, int& status)
 {
   const L3Body& body = *static_cast<const L3Body*>(row.info);
-  uint64_t discriminator = body.discriminator.store ? l3Load(record + body.discriminator.offset, body.discriminator.store) : 0;
+  uint64_t discriminator =
+      body.discriminator.store ? l3Load(record + body.discriminator.offset, body.discriminator.store) : 0;
   uint64_t msgType = l3Load(record + body.msgType.offset, body.msgType.store);
-  bool known = body.onlyDiscriminator == kL3NoLimit ? !body.discriminator.store : discriminator == body.onlyDiscriminator;
+  bool known =
+      body.onlyDiscriminator == kL3NoLimit ? !body.discriminator.store : discriminator == body.onlyDiscriminator;
   bool column = body.discriminator.store && body.onlyDiscriminator == kL3NoLimit;
   for (unsigned i = 0; i < body.count; ++i) {
     bool same = column ? body.rows[i].discriminator == discriminator : known;
@@ -241,8 +250,10 @@ int l3DecBody(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* recor
   if (!found->type) return 0;
   void* message = rtxMemHeapAlloc(&call.pctxt->pMemHeap, found->type->size);
   if (!message) return l3Fail(call, type.module->decoder, RTX_E_NO_MEMORY, row.line);
-  if (found->type->flags & kL3Bare) memset(message, 0, found->type->size);
-  else l3Init(*found->type, message);
+  if (found->type->flags & kL3Bare)
+    memset(message, 0, found->type->size);
+  else
+    l3Init(*found->type, message);
   memcpy(record + body.pointerOffset, &message, sizeof message);
   L3Name frame;
   status = l3PushName(call, frame, found->elemName);

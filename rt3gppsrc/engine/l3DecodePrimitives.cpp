@@ -26,11 +26,16 @@ static int readPublic(RtxContext* pctxt, uint8_t* member, unsigned bits, uint8_t
   uint8_t octet = 0;
   uint16_t half = 0;
   int status = 0;
-  if (boolean) status = rtxDecBit(pctxt, &octet);
-  else if (bits <= 8) status = rtxDecBitsToByte(pctxt, &octet, bits);
-  else if (bits == 16) status = rtxDecUInt16(pctxt, &half, 2);
-  else if (bits < 16) status = rtxDecBitsToUInt16(pctxt, &half, bits);
-  else return readWide(pctxt, member, bits, store);
+  if (boolean)
+    status = rtxDecBit(pctxt, &octet);
+  else if (bits <= 8)
+    status = rtxDecBitsToByte(pctxt, &octet, bits);
+  else if (bits == 16)
+    status = rtxDecUInt16(pctxt, &half, 2);
+  else if (bits < 16)
+    status = rtxDecBitsToUInt16(pctxt, &half, bits);
+  else
+    return readWide(pctxt, member, bits, store);
   if (status >= 0) l3Store(member, store, bits <= 8 ? octet : half);
   return status;
 }
@@ -77,4 +82,7 @@ int l3DecOctets(L3Call& call, uint8_t* dst, size_t octets)
   return status;
 }
 
-size_t l3RoomOctets(const L3Call& call) { return l3RoomBits(call) / 8; }
+size_t l3RoomOctets(const L3Call& call)
+{
+  return l3RoomBits(call) / 8;
+}

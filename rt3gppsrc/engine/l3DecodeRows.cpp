@@ -17,10 +17,10 @@ struct RowWalk {
   L3Region frames[kMaxRegions];
   size_t ends[kMaxRegions]; // bit positions
   unsigned regions;
-  int running;     // status of the last element: what the record's decoder returns
-  uint8_t extBit;  // last extension bit: 0, the group goes on
-  bool barred;     // a release group did not fit: all later ones are left
-  bool done;       // early return
+  int running;    // status of the last element: what the record's decoder returns
+  uint8_t extBit; // last extension bit: 0, the group goes on
+  bool barred;    // a release group did not fit: all later ones are left
+  bool done;      // early return
 };
 
 static bool overrun(const L3Call& call, const RowWalk& walk)
@@ -28,7 +28,10 @@ static bool overrun(const L3Call& call, const RowWalk& walk)
   return walk.regions && l3BitPos(call.pctxt) > walk.ends[walk.regions - 1];
 }
 
-static const char* moduleOf(const L3Type& type) { return type.module->decoder; }
+static const char* moduleOf(const L3Type& type)
+{
+  return type.module->decoder;
+}
 
 static int reportOverrun(L3Call& call, const RowWalk& walk, uint16_t line)
 {
@@ -74,16 +77,25 @@ int l3DecMember(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* rec
   switch (row.op) {
     case kL3UInt:
     case kL3Bool:
-    case kL3Enumerated: status = decScalar(call, type, row, record + row.offset); break;
+    case kL3Enumerated:
+      status = decScalar(call, type, row, record + row.offset);
+      break;
     case kL3Octets:
     case kL3BitString:
-    case kL3Text: return l3DecString(call, type, row, record, running);
+    case kL3Text:
+      return l3DecString(call, type, row, record, running);
     case kL3Record:
-    case kL3TextType: status = l3DecType(call, *row.type, record + row.offset); break;
-    case kL3List: return l3DecList(call, type, row, record, running);
-    case kL3Choice: return l3DecChoice(call, type, row, record, running);
-    case kL3Body: return l3DecBody(call, type, row, record);
-    default: return 0;
+    case kL3TextType:
+      status = l3DecType(call, *row.type, record + row.offset);
+      break;
+    case kL3List:
+      return l3DecList(call, type, row, record, running);
+    case kL3Choice:
+      return l3DecChoice(call, type, row, record, running);
+    case kL3Body:
+      return l3DecBody(call, type, row, record);
+    default:
+      return 0;
   }
   return status < 0 ? l3Fail(call, moduleOf(type), status, row.line) : status;
 }
@@ -152,14 +164,17 @@ static int isThere(L3Call& call, RowWalk& walk, const L3Row& row)
   int status = 0;
   switch (row.when) {
     case kL3OptBit:
-    case kL3RoomOptBit: status = readBit(call, walk.type, row, "optional bit", bit); break;
+    case kL3RoomOptBit:
+      status = readBit(call, walk.type, row, "optional bit", bit);
+      break;
     case kL3Ext:
     case kL3RoomExt:
     case kL3More:
       if (row.flags & kL3ExtList) return 1;
       status = readBit(call, walk.type, row, "ext bit", walk.extBit);
       break;
-    default: break;
+    default:
+      break;
   }
   return status < 0 ? status : bit;
 }
@@ -169,12 +184,17 @@ static bool passedOver(const L3Call& call, const RowWalk& walk, const L3Row& row
   switch (row.when) {
     case kL3Room:
     case kL3RoomOptBit:
-    case kL3RoomExt: return !l3HasRoom(call);
+    case kL3RoomExt:
+      return !l3HasRoom(call);
     case kL3If:
-    case kL3WhenCond: return !l3Holds(*row.cond, walk.record);
-    case kL3More: return walk.extBit != 0;
-    case kL3ByHand: return true;
-    default: return false;
+    case kL3WhenCond:
+      return !l3Holds(*row.cond, walk.record);
+    case kL3More:
+      return walk.extBit != 0;
+    case kL3ByHand:
+      return true;
+    default:
+      return false;
   }
 }
 
@@ -306,7 +326,9 @@ int l3Decode(RtxContext* pctxt, const L3Type& type, void* value)
   L3Name frame;
   l3Begin(call, pctxt, frame, type.name);
   int status = l3DecType(call, type, value);
-  if (status >= 0) l3End(call);
-  else l3ToLists(call);
+  if (status >= 0)
+    l3End(call);
+  else
+    l3ToLists(call);
   return status;
 }

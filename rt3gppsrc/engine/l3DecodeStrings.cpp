@@ -7,7 +7,10 @@
 #include "velnor3gpp/rtxDiagBitTrace.h"
 #include "velnor3gpp/rtxMemHeap.h"
 
-static void* allocate(L3Call& call, size_t octets) { return rtxMemHeapAlloc(&call.pctxt->pMemHeap, octets); }
+static void* allocate(L3Call& call, size_t octets)
+{
+  return rtxMemHeapAlloc(&call.pctxt->pMemHeap, octets);
+}
 
 // How many octets the string has. A region that is overrun already holds none: -66, so that no huge count arises.
 static int countOctets(L3Call& call, const L3Row& row, const uint8_t* record, L3CountFrom from, const L3Field& field,
@@ -15,13 +18,17 @@ static int countOctets(L3Call& call, const L3Row& row, const uint8_t* record, L3
 {
   uint16_t length = 0;
   switch (from) {
-    case kL3ByField: count = l3Load(record + field.offset, field.store); return 0;
+    case kL3ByField:
+      count = l3Load(record + field.offset, field.store);
+      return 0;
     case kL3OwnLength: {
       int status = l3DecBits(call, reinterpret_cast<uint8_t*>(&length), lengthBits, 2, "INTEGER");
       count = length;
       return status;
     }
-    default: count = l3RoomOctets(call); return 0;
+    default:
+      count = l3RoomOctets(call);
+      return 0;
   }
   (void)row;
 }
@@ -33,7 +40,10 @@ static int decHeapOctets(L3Call& call, uint8_t* member, size_t count, int& runni
   uint32_t numocts = static_cast<uint32_t>(fill);
   uint8_t* data = nullptr;
   if (fill && !(data = static_cast<uint8_t*>(allocate(call, fill)))) return RTX_E_NO_MEMORY;
-  struct { uint32_t numocts; uint8_t* data; } value = {numocts, data};
+  struct {
+    uint32_t numocts;
+    uint8_t* data;
+  } value = {numocts, data};
   memcpy(member, &value, sizeof value);
   if (count) running = l3DecOctets(call, data, count);
   return 0;
@@ -60,8 +70,10 @@ static int decOctetString(L3Call& call, const L3Type& type, const L3Row& row, ui
   size_t count = 0;
   int status = countOctets(call, row, record, info.from, info.field, info.lengthBits, count);
   if (status < 0) return l3Fail(call, type.module->decoder, status, row.line);
-  if (info.cap) decInlineOctets(call, info, member, count, running);
-  else status = decHeapOctets(call, member, count, running);
+  if (info.cap)
+    decInlineOctets(call, info, member, count, running);
+  else
+    status = decHeapOctets(call, member, count, running);
   if (status < 0) return l3Fail(call, type.module->decoder, status, row.line);
   if (info.ranged && (count < info.lo || count > info.hi)) l3NoteRange(call, type.module->decoder, row.line, count);
   return 0;
@@ -93,7 +105,10 @@ static int decBitString(L3Call& call, const L3Type& type, const L3Row& row, uint
   uint8_t* data = nullptr;
   if (bits && !(data = static_cast<uint8_t*>(allocate(call, fill / 8 + 1))))
     return l3Fail(call, type.module->decoder, RTX_E_NO_MEMORY, row.line);
-  struct { uint32_t numbits; uint8_t* data; } value = {static_cast<uint32_t>(fill), data};
+  struct {
+    uint32_t numbits;
+    uint8_t* data;
+  } value = {static_cast<uint32_t>(fill), data};
   memcpy(member, &value, sizeof value);
   if (bits) running = readBitArray(call, data, bits / 8 + 1, bits);
   return 0;

@@ -12,7 +12,8 @@ static int failNull(L3Call& call, const L3Type& type, const L3Row& row)
   return rtxErrSetNewData(call.pctxt, RTX_E_NULL_POINTER, type.module->encoder, row.line);
 }
 
-static int encOwnLength(L3Call& call, const L3Type& type, const L3Row& row, L3CountFrom from, uint8_t bits, size_t count)
+static int encOwnLength(L3Call& call, const L3Type& type, const L3Row& row, L3CountFrom from, uint8_t bits,
+                        size_t count)
 {
   if (from != kL3OwnLength) return 0;
   if (count >> bits) return l3FailRange(call, type.module->encoder, row.line, count);
@@ -28,7 +29,10 @@ static int encOctetString(L3Call& call, const L3Type& type, const L3Row& row, co
     running = l3EncOctets(call, member, info.fixed);
     return 0;
   }
-  struct { uint32_t numocts; const uint8_t* data; } heap = {0, nullptr};
+  struct {
+    uint32_t numocts;
+    const uint8_t* data;
+  } heap = {0, nullptr};
   if (!info.cap) memcpy(&heap, member, sizeof heap);
   size_t count = info.cap ? member[0] : heap.numocts;
   const uint8_t* data = info.cap ? member + info.dataOffset : heap.data;
@@ -45,7 +49,10 @@ static int encOctetString(L3Call& call, const L3Type& type, const L3Row& row, co
 static int encBitString(L3Call& call, const L3Type& type, const L3Row& row, const uint8_t* member, int& running)
 {
   const L3BitString& info = *static_cast<const L3BitString*>(row.info);
-  struct { uint32_t numbits; const uint8_t* data; } heap = {0, nullptr};
+  struct {
+    uint32_t numbits;
+    const uint8_t* data;
+  } heap = {0, nullptr};
   if (!info.capBits) memcpy(&heap, member, sizeof heap);
   size_t bits = info.capBits ? member[0] : heap.numbits;
   const uint8_t* data = info.capBits ? member + info.dataOffset : heap.data;
@@ -82,7 +89,8 @@ static int encText(L3Call& call, const L3Type& type, const L3Row& row, const uin
   if (!text) text = "";
   size_t length = strlen(text);
   size_t count = info.labels ? (length ? length + 1 : 0) : length;
-  if (info.ranged && (count < info.lo || count > info.hi)) return l3FailRange(call, type.module->encoder, row.line, count);
+  if (info.ranged && (count < info.lo || count > info.hi))
+    return l3FailRange(call, type.module->encoder, row.line, count);
   if (int status = encOwnLength(call, type, row, info.from, info.lengthBits, count); status < 0) return status;
   int status = info.labels ? encLabels(call, text) : l3EncOctets(call, reinterpret_cast<const uint8_t*>(text), length);
   return status < 0 ? l3Fail(call, type.module->encoder, status, row.line) : 0;
@@ -112,8 +120,10 @@ static int encEntry(L3Call& call, const L3Type& type, const L3Row& row, const L3
 static int encListBit(L3Call& call, const L3Type& type, const L3Row& row, const L3List& info, size_t i, size_t count)
 {
   int status = 0;
-  if (info.end == kL3MoreBit) status = l3EncBits(call, i < count, 1, i < count ? "ext bit" : "eol bit");
-  else if (info.end == kL3WhileExt && i < count) status = l3EncBits(call, i + 1 == count, 1, "ext bit");
+  if (info.end == kL3MoreBit)
+    status = l3EncBits(call, i < count, 1, i < count ? "ext bit" : "eol bit");
+  else if (info.end == kL3WhileExt && i < count)
+    status = l3EncBits(call, i + 1 == count, 1, "ext bit");
   else if (info.end == kL3UntilZero && i == count && l3BitPos(call.pctxt) % 8)
     status = l3EncBits(call, 0, info.zeroBits, "INTEGER");
   return status < 0 ? l3Fail(call, type.module->encoder, status, row.line) : 0;
@@ -123,7 +133,10 @@ int l3EncList(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* recor
 {
   const L3List& info = *static_cast<const L3List*>(row.info);
   uint8_t* member = record + row.offset;
-  struct { uint64_t n; uint8_t* elem; } heap = {member[0], member + info.elemOffset};
+  struct {
+    uint64_t n;
+    uint8_t* elem;
+  } heap = {member[0], member + info.elemOffset};
   if (!info.cap) memcpy(&heap, member, sizeof heap);
   bool tooMany = info.cap && heap.n > info.cap;
   if (tooMany || (info.ranged && (heap.n < info.lo || heap.n > info.hi)))

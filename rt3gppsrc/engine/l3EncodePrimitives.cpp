@@ -44,7 +44,8 @@ int l3EncOctets(L3Call& call, const uint8_t* src, size_t octets)
 {
   RtxContext* pctxt = call.pctxt;
   RtxBuffer& buffer = pctxt->buffer;
-  if (call.plain && buffer.bitOffset == 8 && buffer.byteIndex <= buffer.size && octets <= buffer.size - buffer.byteIndex) {
+  if (call.plain && buffer.bitOffset == 8 && buffer.byteIndex <= buffer.size &&
+      octets <= buffer.size - buffer.byteIndex) {
     if (octets) memcpy(buffer.data + buffer.byteIndex, src, octets);
     buffer.byteIndex += octets;
     return 0;
@@ -56,7 +57,10 @@ int l3EncOctets(L3Call& call, const uint8_t* src, size_t octets)
   return status;
 }
 
-void l3OpenTail(L3Call& call) { call.pctxt->flags |= RTX_OPENTAIL_FLAG; }
+void l3OpenTail(L3Call& call)
+{
+  call.pctxt->flags |= RTX_OPENTAIL_FLAG;
+}
 
 // The closing step under the open tail flag, or the padding to the next octet without it.
 static int align(L3Call& call, const L3Type& type, const L3Row& row)

@@ -11,7 +11,10 @@ struct OpenLength {
   size_t start; // bit position behind the length
 };
 
-static const char* moduleOf(const L3Type& type) { return type.module->encoder; }
+static const char* moduleOf(const L3Type& type)
+{
+  return type.module->encoder;
+}
 
 static int pushNamed(L3Call& call, const L3Type& type, const L3Row& row, L3Name& frame)
 {
@@ -53,16 +56,25 @@ int l3EncMember(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* rec
   switch (row.op) {
     case kL3UInt:
     case kL3Bool:
-    case kL3Enumerated: status = encScalar(call, type, row, record + row.offset); break;
+    case kL3Enumerated:
+      status = encScalar(call, type, row, record + row.offset);
+      break;
     case kL3Octets:
     case kL3BitString:
-    case kL3Text: return l3EncString(call, type, row, record, running);
+    case kL3Text:
+      return l3EncString(call, type, row, record, running);
     case kL3Record:
-    case kL3TextType: status = l3EncType(call, *row.type, record + row.offset); break;
-    case kL3List: return l3EncList(call, type, row, record);
-    case kL3Choice: return l3EncChoice(call, type, row, record, running);
-    case kL3Body: return l3EncBody(call, type, row, record);
-    default: return 0;
+    case kL3TextType:
+      status = l3EncType(call, *row.type, record + row.offset);
+      break;
+    case kL3List:
+      return l3EncList(call, type, row, record);
+    case kL3Choice:
+      return l3EncChoice(call, type, row, record, running);
+    case kL3Body:
+      return l3EncBody(call, type, row, record);
+    default:
+      return 0;
   }
   return status < 0 ? l3Fail(call, moduleOf(type), status, row.line) : status;
 }
@@ -192,7 +204,9 @@ int l3Encode(RtxContext* pctxt, const L3Type& type, void* value)
   L3Name frame;
   l3Begin(call, pctxt, frame, type.encName);
   int status = l3EncType(call, type, value);
-  if (status >= 0) l3End(call);
-  else l3ToLists(call);
+  if (status >= 0)
+    l3End(call);
+  else
+    l3ToLists(call);
   return status;
 }

@@ -24,12 +24,13 @@ struct L3Module {
 struct L3Enum {
   const RtxEnumItem* table; // sorted by name
   uint16_t rows;
-  uint16_t bits;        // width on the wire
-  uint8_t openDecode;   // no membership test on decoding
-  uint8_t openEncode;   // none on encoding
-  uint8_t printOpen;    // a value without name prints as an integer, and the field is an unsigned integer of `store` octets
-  uint8_t gapless;      // values run without a gap from the lowest
-  uint32_t members[8];  // bit v set: value v (0 to 255) is a member
+  uint16_t bits;      // width on the wire
+  uint8_t openDecode; // no membership test on decoding
+  uint8_t openEncode; // none on encoding
+  uint8_t
+      printOpen;   // a value without name prints as an integer, and the field is an unsigned integer of `store` octets
+  uint8_t gapless; // values run without a gap from the lowest
+  uint32_t members[8]; // bit v set: value v (0 to 255) is a member
 };
 
 // An earlier member of the same record (offset from the record's start).
@@ -72,16 +73,16 @@ enum L3Op : uint8_t {
 
 enum L3When : uint8_t {
   kL3Always,
-  kL3Room,        // while the region has bits
-  kL3OptBit,      // behind a leading bit
-  kL3RoomOptBit,  // the same, passed over when the region is at its end
-  kL3If,          // row.cond on decoding, presence bit otherwise
-  kL3WhenCond,    // row.cond always, no presence bit
-  kL3Ext,         // led by an extension bit
-  kL3RoomExt,     // the same while the region has bits
-  kL3More,        // if the extension bit before was 0
-  kL3Iei,         // in L3Message.options only
-  kL3ByHand,      // never coded by the engine; printed if its presence bit is set
+  kL3Room,       // while the region has bits
+  kL3OptBit,     // behind a leading bit
+  kL3RoomOptBit, // the same, passed over when the region is at its end
+  kL3If,         // row.cond on decoding, presence bit otherwise
+  kL3WhenCond,   // row.cond always, no presence bit
+  kL3Ext,        // led by an extension bit
+  kL3RoomExt,    // the same while the region has bits
+  kL3More,       // if the extension bit before was 0
+  kL3Iei,        // in L3Message.options only
+  kL3ByHand,     // never coded by the engine; printed if its presence bit is set
 };
 
 enum L3RowFlags : uint8_t {
@@ -92,22 +93,22 @@ enum L3RowFlags : uint8_t {
 };
 
 struct L3Row {
-  const char* name;    // pushed and printed; null in a bare type: nothing is pushed and the printer's name is used
-  const L3Type* type;  // kL3Record, kL3TextType: the element's type; other ops: the named type that stands here, or null
-  const void* info;    // by op
-  const L3Cond* cond;  // kL3If, kL3WhenCond
-  uint32_t offset;     // of the member from the record's start
-  uint32_t lo, hi;     // kL3Ranged: integers
-  uint16_t line;       // in the definition file
-  uint16_t mBit;       // presence bit, or kL3NoBit
-  uint16_t groupBit;   // bit of the extension or release group, or kL3NoBit
+  const char* name;   // pushed and printed; null in a bare type: nothing is pushed and the printer's name is used
+  const L3Type* type; // kL3Record, kL3TextType: the element's type; other ops: the named type that stands here, or null
+  const void* info;   // by op
+  const L3Cond* cond; // kL3If, kL3WhenCond
+  uint32_t offset;    // of the member from the record's start
+  uint32_t lo, hi;    // kL3Ranged: integers
+  uint16_t line;      // in the definition file
+  uint16_t mBit;      // presence bit, or kL3NoBit
+  uint16_t groupBit;  // bit of the extension or release group, or kL3NoBit
   L3Op op;
   L3When when;
-  uint8_t bits;        // width on the wire of integers, booleans, enumerations
-  uint8_t store;       // octets of the member of integers
+  uint8_t bits;  // width on the wire of integers, booleans, enumerations
+  uint8_t store; // octets of the member of integers
   uint8_t flags;
-  uint8_t runRows;     // at the first row of a run (2 or more plain fixed-width rows in a row): their number, else 0
-  uint8_t runBits;     // their bits in all, at most 56
+  uint8_t runRows; // at the first row of a run (2 or more plain fixed-width rows in a row): their number, else 0
+  uint8_t runBits; // their bits in all, at most 56
 };
 
 enum L3CountFrom : uint8_t { kL3Fixed, kL3Rest, kL3ByField, kL3OwnLength };
@@ -118,13 +119,14 @@ struct L3Octets {
   uint8_t ranged;     // lo..hi is tested
   uint32_t cap;       // octets inline; 0: heap (numocts u32, data pointer)
   uint32_t fixed;     // kL3Fixed: octets, an array without count
-  uint32_t dataOffset; // from the member's start to the inline octets (their count, numocts, is one octet up to there: u8)
-  L3Field field;      // kL3ByField
+  uint32_t
+      dataOffset; // from the member's start to the inline octets (their count, numocts, is one octet up to there: u8)
+  L3Field field;  // kL3ByField
   uint32_t lo, hi;
 };
 
 struct L3BitString {
-  uint32_t capBits;    // 0: heap (numbits u32, data pointer); else inline: numbits u8, octets at dataOffset
+  uint32_t capBits; // 0: heap (numbits u32, data pointer); else inline: numbits u8, octets at dataOffset
   uint32_t dataOffset;
 };
 
@@ -133,7 +135,7 @@ struct L3Text {
   uint8_t lengthBits;
   uint8_t labels; // length-prefixed labels, joined with dots in the record
   uint8_t ranged;
-  uint32_t cap;   // characters of an inline array, or 0: a heap string
+  uint32_t cap; // characters of an inline array, or 0: a heap string
   L3Field field;
   uint32_t lo, hi; // octets on the wire
 };
@@ -142,15 +144,15 @@ enum L3ListEnd : uint8_t { kL3WhileRoom, kL3Times, kL3MoreBit, kL3WhileExt, kL3U
 
 struct L3List {
   L3ListEnd end;
-  uint8_t zeroBits;  // kL3UntilZero
-  int8_t bias;       // kL3Times: added to the field
-  uint8_t ranged;    // count tested against lo..hi
-  uint32_t cap;      // entries inline (n u8); 0: dynamic (n u64, elem pointer)
+  uint8_t zeroBits;    // kL3UntilZero
+  int8_t bias;         // kL3Times: added to the field
+  uint8_t ranged;      // count tested against lo..hi
+  uint32_t cap;        // entries inline (n u8); 0: dynamic (n u64, elem pointer)
   uint32_t elemOffset; // from the list's start to `elem`
   uint32_t elemSize;
-  L3Field field;     // kL3Times
+  L3Field field; // kL3Times
   uint32_t lo, hi;
-  L3Row elem;        // the entry; its offset is 0 from the entry's start and its name is "elem"
+  L3Row elem; // the entry; its offset is 0 from the entry's start and its name is "elem"
 };
 
 enum L3SelectFrom : uint8_t { kL3SelectFields, kL3SelectBits, kL3SelectPeek };
@@ -165,11 +167,11 @@ struct L3Alternative {
 
 struct L3Choice {
   L3SelectFrom from;
-  uint8_t bits;     // kL3SelectBits, kL3SelectPeek
-  uint8_t tagged;   // the record has t at row.offset
+  uint8_t bits;   // kL3SelectBits, kL3SelectPeek
+  uint8_t tagged; // the record has t at row.offset
   uint8_t fieldCount;
   uint16_t count;
-  uint32_t mask;    // kL3SelectPeek
+  uint32_t mask;                   // kL3SelectPeek
   uint32_t unionOffset, unionSize; // from the record's start
   const L3Field* fields;
   const L3Alternative* alternatives; // several entries may share a tag when a value list has gaps
@@ -178,12 +180,12 @@ struct L3Choice {
 // One message of a top-level form.
 struct L3BodyRow {
   uint16_t discriminator, msgType;
-  uint16_t tag;        // t
+  uint16_t tag; // t
   uint16_t line;
-  const char* name;    // "RegRequest5G"
-  const char* objName; // "obj_RegRequest5G", as printed
+  const char* name;     // "RegRequest5G"
+  const char* objName;  // "obj_RegRequest5G", as printed
   const char* elemName; // "u.obj_RegRequest5G", as pushed
-  const L3Type* type;  // null: no body
+  const L3Type* type;   // null: no body
 };
 
 struct L3Body {
@@ -196,7 +198,7 @@ struct L3Body {
 
 struct L3Length {
   uint8_t bits;
-  uint8_t unitBits;  // 8: counts octets; 1: counts bits
+  uint8_t unitBits; // 8: counts octets; 1: counts bits
   uint8_t ranged;
   uint8_t keepWhole; // a 16-bit length is not cut to its low 8 bits on encoding
   uint8_t member;    // the record keeps it at row.offset, in row.store octets
@@ -221,13 +223,13 @@ struct L3Iei {
 };
 
 struct L3Message {
-  const L3Row* options;  // optional elements in definition order
+  const L3Row* options; // optional elements in definition order
   const L3Iei* ieis;
   const uint8_t* byValue; // 256 entries: position from 1 of the first element with that IEI, 0: unknown
   uint16_t count;
-  uint16_t halves;        // bit v: the message has the half-octet IEI v
-  uint8_t shifts;         // follows locking shifts
-  uint8_t tail;           // without options: skips any tail by rtx3GPPDecL3NonImperative
+  uint16_t halves; // bit v: the message has the half-octet IEI v
+  uint8_t shifts;  // follows locking shifts
+  uint8_t tail;    // without options: skips any tail by rtx3GPPDecL3NonImperative
 };
 
 // Hand-written coders of a type.
@@ -241,8 +243,8 @@ enum L3TypeFlags : uint8_t {
   kL3EarlyReturn = 0x02, // returns at once where a release group ends at the region's end
   kL3IsMessage = 0x04,
   kL3IsPdu = 0x08,
-  kL3IsChoice = 0x10,    // a bare choice type: braces of the choice itself
-  kL3Pointer = 0x20,     // the value is a char* (string types)
+  kL3IsChoice = 0x10, // a bare choice type: braces of the choice itself
+  kL3Pointer = 0x20,  // the value is a char* (string types)
 };
 
 struct L3Type {
@@ -255,17 +257,17 @@ struct L3Type {
   const L3Hand* hand;       // or null
   uint32_t size;            // sizeof the value
   uint16_t rowCount;
-  uint16_t line;            // of the block
-  uint8_t mOctets;          // octets of m, which stands at offset 0
+  uint16_t line;   // of the block
+  uint8_t mOctets; // octets of m, which stands at offset 0
   uint8_t flags;
-  uint16_t mBits;           // bits given out, groups included
+  uint16_t mBits; // bits given out, groups included
 };
 
 // Every type of the library, sorted by full name, for tools and for tests that hold for all types.
 struct L3TypeEntry {
   const L3Type* type;
-  int (*decode)(RtxContext* pctxt, void* value);       // the exported decoder, null if there is none
-  int (*encode)(RtxContext* pctxt, void* value);       // calls the exported encoder, by value where it takes values
+  int (*decode)(RtxContext* pctxt, void* value); // the exported decoder, null if there is none
+  int (*encode)(RtxContext* pctxt, void* value); // calls the exported encoder, by value where it takes values
   int (*print)(RtxContext* pctxt, const char* name, const void* value);
   int (*init)(void* value);
   void* (*sample)(RtxContext* pctxt);

@@ -30,7 +30,23 @@ struct Range {
 enum class WhatKind { Bits, Flag, Octets, BitString, Text, Chars, Type, Choice, Body, Nothing };
 enum class From { Fixed, Rest, Field, Own };
 enum class Select { Fields, Bits, Peek };
-enum class When { Always, Room, OptBit, RoomOptBit, If, WhenCond, Ext, RoomExt, More, Length, Iei, ByHand, Group, Release, EndRelease };
+enum class When {
+  Always,
+  Room,
+  OptBit,
+  RoomOptBit,
+  If,
+  WhenCond,
+  Ext,
+  RoomExt,
+  More,
+  Length,
+  Iei,
+  ByHand,
+  Group,
+  Release,
+  EndRelease
+};
 enum class End { None, WhileRoom, Times, MoreBit, WhileExt, UntilZero };
 
 struct Type;
@@ -38,15 +54,15 @@ struct Row;
 
 struct What {
   WhatKind kind = WhatKind::Nothing;
-  unsigned bits = 0;     // Bits, Choice (own selector, peek), Octets and Text (own length)
+  unsigned bits = 0; // Bits, Choice (own selector, peek), Octets and Text (own length)
   From from = From::Fixed;
-  uint32_t octets = 0;   // Octets: fixed size; Chars: size of the array
-  uint32_t max = 0;      // inline bound (octets, or bits of a bit string)
-  bool labels = false;   // Text
-  std::string field;     // From::Field
-  std::string typeName;  // Type
+  uint32_t octets = 0;  // Octets: fixed size; Chars: size of the array
+  uint32_t max = 0;     // inline bound (octets, or bits of a bit string)
+  bool labels = false;  // Text
+  std::string field;    // From::Field
+  std::string typeName; // Type
   Type* type = nullptr;
-  bool rest = false;     // Type: a string type that gets what is left
+  bool rest = false; // Type: a string type that gets what is left
   Select select = Select::Fields;
   uint32_t mask = 0;
   std::vector<std::string> fields; // Choice, Body
@@ -82,10 +98,10 @@ struct Row {
   Often often;
   std::optional<Range> range;
   std::map<std::string, std::string> words;
-  unsigned number = 0; // Length: bits; Iei: value; Release: release
-  bool half = false;   // Iei
-  bool countsBits = false; // Length
-  unsigned fit = 0;    // Release
+  unsigned number = 0;       // Length: bits; Iei: value; Release: release
+  bool half = false;         // Iei
+  bool countsBits = false;   // Length
+  unsigned fit = 0;          // Release
   std::vector<Range> values; // an alternative's
   bool other = false;
   uint32_t discriminator = 0, msgType = 0, tag = 0; // a body row's
@@ -107,8 +123,8 @@ struct Type {
   Module* module = nullptr;
   std::string name, full, clause;
   bool part = false;
-  bool choiceType = false; // a Bare made by a `choice` block
-  unsigned bits = 0;                             // Enum, Names
+  bool choiceType = false;                         // a Bare made by a `choice` block
+  unsigned bits = 0;                               // Enum, Names
   std::vector<std::pair<std::string, int>> values; // Enum, Names
   std::vector<Row> rows;
   int msgType = -1;
@@ -122,9 +138,9 @@ struct Type {
 
 // A scalar after following aliases: what a row of it can be flattened to.
 struct Scalar {
-  WhatKind kind;    // Bits or Flag
+  WhatKind kind; // Bits or Flag
   unsigned bits;
-  Type* named;      // Enum or Names, else null
+  Type* named; // Enum or Names, else null
   std::optional<Range> range;
 };
 

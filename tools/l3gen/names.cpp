@@ -7,12 +7,14 @@
 namespace l3gen {
 
 static const std::set<std::string> kKeywords = {
-    "auto",   "bool",     "break",  "case",    "catch",   "char",      "class",  "const",  "continue", "default", "delete",
-    "do",     "double",   "else",   "enum",    "explicit", "export",   "extern", "false",  "float",    "for",     "friend",
-    "goto",   "if",       "inline", "int",     "long",    "mutable",   "namespace", "new", "operator", "private", "protected",
-    "public", "register", "restrict", "return", "short",  "signed",    "sizeof", "static", "struct",   "switch",  "template",
-    "this",   "throw",    "true",   "try",     "typedef", "typename",  "union",  "unsigned", "using",  "virtual", "void",
-    "volatile", "while",  "and",    "or",      "not",     "xor",       "requires", "concept", "signed", "static"};
+    "auto",    "bool",      "break",  "case",     "catch",    "char",      "class",    "const",    "continue",
+    "default", "delete",    "do",     "double",   "else",     "enum",      "explicit", "export",   "extern",
+    "false",   "float",     "for",    "friend",   "goto",     "if",        "inline",   "int",      "long",
+    "mutable", "namespace", "new",    "operator", "private",  "protected", "public",   "register", "restrict",
+    "return",  "short",     "signed", "sizeof",   "static",   "struct",    "switch",   "template", "this",
+    "throw",   "true",      "try",    "typedef",  "typename", "union",     "unsigned", "using",    "virtual",
+    "void",    "volatile",  "while",  "and",      "or",       "not",       "xor",      "requires", "concept",
+    "signed",  "static"};
 
 std::string cName(const std::string& name)
 {
@@ -23,7 +25,10 @@ std::string cName(const std::string& name)
   return out;
 }
 
-unsigned storeForBits(unsigned bits) { return bits <= 8 ? 1 : bits <= 16 ? 2 : bits <= 32 ? 4 : 8; }
+unsigned storeForBits(unsigned bits)
+{
+  return bits <= 8 ? 1 : bits <= 16 ? 2 : bits <= 32 ? 4 : 8;
+}
 
 unsigned storeOf(const What& what)
 {
@@ -33,7 +38,10 @@ unsigned storeOf(const What& what)
   return storeForBits(scalar->bits);
 }
 
-static std::string pad(int indent) { return std::string(static_cast<size_t>(indent), ' '); }
+static std::string pad(int indent)
+{
+  return std::string(static_cast<size_t>(indent), ' ');
+}
 
 static std::string declareUnion(const What& what, int indent)
 {
@@ -73,24 +81,33 @@ std::string declare(const What& what, const std::string& name, int indent)
 {
   std::string p = pad(indent);
   switch (what.kind) {
-    case WhatKind::Bits: return p + format("uint%u_t ", storeForBits(what.bits) * 8) + name;
-    case WhatKind::Flag: return p + "uint8_t " + name;
+    case WhatKind::Bits:
+      return p + format("uint%u_t ", storeForBits(what.bits) * 8) + name;
+    case WhatKind::Flag:
+      return p + "uint8_t " + name;
     case WhatKind::Octets:
       if (what.from == From::Fixed) return p + "uint8_t " + name + format("[%u]", what.octets);
       if (what.max)
-        return p + "struct {\n" + p + "  uint8_t numocts;\n" + p + format("  uint8_t data[%u];\n", what.max) + p + "} " + name;
+        return p + "struct {\n" + p + "  uint8_t numocts;\n" + p + format("  uint8_t data[%u];\n", what.max) + p +
+               "} " + name;
       return p + "struct {\n" + p + "  uint32_t numocts;\n" + p + "  uint8_t* data;\n" + p + "} " + name;
     case WhatKind::BitString:
       if (what.max)
-        return p + "struct {\n" + p + "  uint8_t numbits;\n" + p + format("  uint8_t data[%u];\n", (what.max + 7) / 8) + p +
-               "} " + name;
+        return p + "struct {\n" + p + "  uint8_t numbits;\n" + p + format("  uint8_t data[%u];\n", (what.max + 7) / 8) +
+               p + "} " + name;
       return p + "struct {\n" + p + "  uint32_t numbits;\n" + p + "  uint8_t* data;\n" + p + "} " + name;
-    case WhatKind::Text: return p + "char* " + name;
-    case WhatKind::Chars: return p + "char " + name + format("[%u]", what.octets);
-    case WhatKind::Type: return p + what.type->full + " " + name;
-    case WhatKind::Choice: return declareChoice(what, name, indent);
-    case WhatKind::Body: return declareBody(what, name, indent);
-    default: return "";
+    case WhatKind::Text:
+      return p + "char* " + name;
+    case WhatKind::Chars:
+      return p + "char " + name + format("[%u]", what.octets);
+    case WhatKind::Type:
+      return p + what.type->full + " " + name;
+    case WhatKind::Choice:
+      return declareChoice(what, name, indent);
+    case WhatKind::Body:
+      return declareBody(what, name, indent);
+    default:
+      return "";
   }
 }
 
@@ -115,12 +132,18 @@ static std::string widthWords(const What& what)
     case WhatKind::Octets:
       if (what.from == From::Fixed) return format("%u octets", what.octets);
       return what.max ? format("at most %u octets", what.max) : "octets on the context's heap";
-    case WhatKind::BitString: return "bits";
-    case WhatKind::Text: return "text on the context's heap";
-    case WhatKind::Chars: return format("at most %u characters", what.octets - 1);
-    case WhatKind::Choice: return "one alternative";
-    case WhatKind::Body: return "the message";
-    default: return "";
+    case WhatKind::BitString:
+      return "bits";
+    case WhatKind::Text:
+      return "text on the context's heap";
+    case WhatKind::Chars:
+      return format("at most %u characters", what.octets - 1);
+    case WhatKind::Choice:
+      return "one alternative";
+    case WhatKind::Body:
+      return "the message";
+    default:
+      return "";
   }
 }
 
@@ -128,16 +151,24 @@ static std::string whenWords(const Row& row)
 {
   switch (row.when) {
     case When::Room:
-    case When::RoomExt: return "present while the element has room";
+    case When::RoomExt:
+      return "present while the element has room";
     case When::OptBit:
-    case When::RoomOptBit: return "present if its leading bit is 1";
+    case When::RoomOptBit:
+      return "present if its leading bit is 1";
     case When::If:
-    case When::WhenCond: return "depends on " + row.cond[0].field;
-    case When::More: return "present if the octet before is extended";
-    case When::Iei: return format(row.half ? "IEI 0x%X-" : "IEI 0x%02X", row.number);
-    case When::ByHand: return "optional";
-    case When::Length: return row.countsBits ? "counts bits" : "counts octets";
-    default: return "";
+    case When::WhenCond:
+      return "depends on " + row.cond[0].field;
+    case When::More:
+      return "present if the octet before is extended";
+    case When::Iei:
+      return format(row.half ? "IEI 0x%X-" : "IEI 0x%02X", row.number);
+    case When::ByHand:
+      return "optional";
+    case When::Length:
+      return row.countsBits ? "counts bits" : "counts octets";
+    default:
+      return "";
   }
 }
 
@@ -159,7 +190,9 @@ std::string declareRow(const Row& row, int indent)
 {
   if (row.when == When::Group || row.when == When::Release || row.when == When::EndRelease) return "";
   if (row.when == When::Length)
-    return row.member.empty() ? "" : pad(indent) + format("uint%u_t ", storeForBits(row.number) * 8) + row.member + comment(row);
+    return row.member.empty()
+               ? ""
+               : pad(indent) + format("uint%u_t ", storeForBits(row.number) * 8) + row.member + comment(row);
   if (row.what.kind == WhatKind::Nothing && row.often.end == End::None) return "";
   if (row.often.end != End::None) return declareList(row, indent) + comment(row);
   return declare(row.what, row.member, indent) + comment(row);

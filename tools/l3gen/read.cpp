@@ -10,7 +10,10 @@
 
 namespace l3gen {
 
-void refuse(const Place& place, const std::string& words) { throw Refusal{place, words}; }
+void refuse(const Place& place, const std::string& words)
+{
+  throw Refusal{place, words};
+}
 
 std::string format(const char* text, ...)
 {
@@ -32,9 +35,9 @@ Module* Model::module(const std::string& name)
 }
 
 static const std::set<std::string> kWords = {
-    "open-decode", "open-encode", "no-tail",    "shifts",     "untagged",  "early-return",    "hyphen-encode", "full-length",
-    "null-suffix", "no-decoder",  "no-encoder", "no-printer", "no-sample", "no-init",         "sample",        "name-as",
-    "octets-argument", "spare-argument"};
+    "open-decode",   "open-encode", "no-tail",     "shifts",     "untagged",        "early-return",
+    "hyphen-encode", "full-length", "null-suffix", "no-decoder", "no-encoder",      "no-printer",
+    "no-sample",     "no-init",     "sample",      "name-as",    "octets-argument", "spare-argument"};
 
 // The words of a line, consumed from the left.
 struct Words {
@@ -127,7 +130,8 @@ static unsigned bitCount(const Place& place, const std::string& text, unsigned m
 
 static void readSource(Words& w, What& what)
 {
-  if (w.accept("rest")) what.from = From::Rest;
+  if (w.accept("rest"))
+    what.from = From::Rest;
   else if (w.accept("by")) {
     what.from = From::Field;
     what.field = w.take("a field");
@@ -220,20 +224,25 @@ static What readWhat(Words& w)
 static Often readOften(Words& w)
 {
   Often often;
-  if (w.accept("while-room")) often.end = End::WhileRoom;
+  if (w.accept("while-room"))
+    often.end = End::WhileRoom;
   else if (w.accept("times")) {
     often.end = End::Times;
     often.field = w.take("a count");
     if (w.peek().starts_with("+")) often.bias = static_cast<int>(bitCount(w.place, w.take("").substr(1), 100));
-  } else if (w.accept("more-bit")) often.end = End::MoreBit;
-  else if (w.accept("while-ext")) often.end = End::WhileExt;
+  } else if (w.accept("more-bit"))
+    often.end = End::MoreBit;
+  else if (w.accept("while-ext"))
+    often.end = End::WhileExt;
   else if (w.accept("until-zero")) {
     often.end = End::UntilZero;
     often.zeroBits = bitCount(w.place, w.take("a width"), 8);
-  } else return often;
+  } else
+    return often;
   if (isRange(w.peek())) often.range = range(w.place, w.take(""));
   often.heap = w.accept("heap");
-  if (often.range && !often.heap && often.range->hi > 255) refuse(w.place, "an inline list holds at most 255 entries; add heap");
+  if (often.range && !often.heap && often.range->hi > 255)
+    refuse(w.place, "an inline list holds at most 255 entries; add heap");
   if (often.bounded() && often.range->hi == 0) refuse(w.place, "an inline list without room");
   return often;
 }
@@ -242,30 +251,39 @@ static void readTail(Words& w, std::optional<Range>* r, std::map<std::string, st
 {
   while (w.more()) {
     std::string word = w.take("");
-    if (word == "in" && r && !*r) *r = range(w.place, w.take("a range"));
+    if (word == "in" && r && !*r)
+      *r = range(w.place, w.take("a range"));
     else if (word.size() > 1 && word[0] == '!') {
       std::string key = word.substr(1);
       if (!kWords.count(key)) refuse(w.place, "an unknown quirk word '" + word + "'");
       words[key] = key == "name-as" ? w.take("a name") : "";
-    } else refuse(w.place, "not understood: '" + word + "'");
+    } else
+      refuse(w.place, "not understood: '" + word + "'");
   }
 }
 
 static bool isIei(const std::string& word)
 {
-  if (word.size() != 4 || word[0] != '0' || word[1] != 'x' || !isxdigit(static_cast<unsigned char>(word[2]))) return false;
+  if (word.size() != 4 || word[0] != '0' || word[1] != 'x' || !isxdigit(static_cast<unsigned char>(word[2])))
+    return false;
   return word[3] == '-' || isxdigit(static_cast<unsigned char>(word[3]));
 }
 
 static void readWhen(Words& w, Row& row)
 {
   std::string word = w.take("when the element is there");
-  if (word == "M") row.when = When::Always;
-  else if (word == "room") row.when = w.accept("0/1") ? When::RoomOptBit : w.accept("ext") ? When::RoomExt : When::Room;
-  else if (word == "0/1") row.when = When::OptBit;
-  else if (word == "ext") row.when = When::Ext;
-  else if (word == "more") row.when = When::More;
-  else if (word == "optional") row.when = When::ByHand;
+  if (word == "M")
+    row.when = When::Always;
+  else if (word == "room")
+    row.when = w.accept("0/1") ? When::RoomOptBit : w.accept("ext") ? When::RoomExt : When::Room;
+  else if (word == "0/1")
+    row.when = When::OptBit;
+  else if (word == "ext")
+    row.when = When::Ext;
+  else if (word == "more")
+    row.when = When::More;
+  else if (word == "optional")
+    row.when = When::ByHand;
   else if (word == "if" || word == "when") {
     row.when = word == "if" ? When::If : When::WhenCond;
     row.cond = condition(w.place, w.take("a condition"));
@@ -277,7 +295,8 @@ static void readWhen(Words& w, Row& row)
     row.when = When::Iei;
     row.half = word[3] == '-';
     row.number = number(w.place, row.half ? word.substr(0, 3) : word);
-  } else refuse(w.place, "an unknown first column '" + word + "'");
+  } else
+    refuse(w.place, "an unknown first column '" + word + "'");
 }
 
 static Row readMark(Words& w)
@@ -285,7 +304,8 @@ static Row readMark(Words& w)
   Row row;
   row.place = w.place;
   std::string word = w.take("");
-  if (word == "end-release") row.when = When::EndRelease;
+  if (word == "end-release")
+    row.when = When::EndRelease;
   else if (word == "group") {
     row.when = When::Group;
     row.name = w.take("a group's name");
@@ -330,8 +350,10 @@ static Row readAlternative(Words& w, const What& parent)
     row.what = readWhat(w);
     row.tag = number(w.place, w.take("a number"));
   } else {
-    if (w.accept("else")) row.other = true;
-    else row.values = ranges(w.place, w.take("values"));
+    if (w.accept("else"))
+      row.other = true;
+    else
+      row.values = ranges(w.place, w.take("values"));
     row.name = w.take("a name");
     row.what = readWhat(w);
     row.often = readOften(w);
@@ -368,7 +390,8 @@ static void takeHand(Words& w, Type& type)
     } else if (word(0) == "form") {
       type.form = word(1) == "TV" ? "TV " + word(2) : word(1);
       i += word(1) == "TV" ? 2 : 1;
-    } else kept.push_back(word(0));
+    } else
+      kept.push_back(word(0));
   }
   w.list = kept;
 }
@@ -443,7 +466,7 @@ static void readKind(Words& w, Type& type, const std::string& block)
 
 static Type* readBlock(Model& model, Module* module, Words& w)
 {
-  static const std::set<std::string> blocks = {"enum", "names", "type",    "text", "element",
+  static const std::set<std::string> blocks = {"enum", "names",  "type",    "text", "element",
                                                "part", "choice", "message", "pdu"};
   std::string block = w.list[0];
   if (!blocks.count(block)) refuse(w.place, "an unknown block '" + block + "'");
@@ -500,11 +523,13 @@ static void addRow(Type& type, Words& w)
   if (w.list[0] == "|") {
     if (type.rows.empty()) refuse(w.place, "an alternative without a choice");
     What& what = type.rows.back().what;
-    if (what.kind != WhatKind::Choice && what.kind != WhatKind::Body) refuse(w.place, "an alternative without a choice");
+    if (what.kind != WhatKind::Choice && what.kind != WhatKind::Body)
+      refuse(w.place, "an alternative without a choice");
     what.alternatives.push_back(readAlternative(w, what));
     return;
   }
-  if (type.kind == Kind::Bare || type.kind == Kind::Text || type.has("bare")) refuse(w.place, "this block takes no rows");
+  if (type.kind == Kind::Bare || type.kind == Kind::Text || type.has("bare"))
+    refuse(w.place, "this block takes no rows");
   type.rows.push_back(readRow(w));
 }
 
@@ -524,11 +549,13 @@ void readFile(Model& model, const std::string& path)
     if (w.list.empty() || w.list[0][0] == '#') continue;
     bool indented = line[0] == ' ' || line[0] == '\t';
     if (indented && !type) refuse(w.place, "a row without a block");
-    if (indented) addRow(*type, w);
+    if (indented)
+      addRow(*type, w);
     else if (w.list[0] == "module") {
       module = readModule(model, w);
       type = nullptr;
-    } else type = readBlock(model, module, w);
+    } else
+      type = readBlock(model, module, w);
   }
 }
 

@@ -53,13 +53,18 @@ static std::optional<Scalar> scalarAt(const Type& type, int depth)
   if (!bare) return {};
   const What& what = type.rows[0].what;
   std::optional<Scalar> scalar;
-  if (what.kind == WhatKind::Type && !what.rest) scalar = scalarAt(*what.type, depth + 1);
-  else if (what.kind != WhatKind::Type) scalar = scalarOf(what);
+  if (what.kind == WhatKind::Type && !what.rest)
+    scalar = scalarAt(*what.type, depth + 1);
+  else if (what.kind != WhatKind::Type)
+    scalar = scalarOf(what);
   if (scalar && type.rows[0].range) scalar->range = type.rows[0].range;
   return scalar;
 }
 
-std::optional<Scalar> scalarOf(const Type& type) { return scalarAt(type, 0); }
+std::optional<Scalar> scalarOf(const Type& type)
+{
+  return scalarAt(type, 0);
+}
 
 static std::optional<uint32_t> fixedBits(const Row& row)
 {
@@ -67,13 +72,17 @@ static std::optional<uint32_t> fixedBits(const Row& row)
   if (!always || row.often.end != End::None) return {};
   switch (row.what.kind) {
     case WhatKind::Bits:
-    case WhatKind::Flag: return row.what.bits;
+    case WhatKind::Flag:
+      return row.what.bits;
     case WhatKind::Octets:
       if (row.what.from == From::Fixed) return row.what.octets * 8;
       return {};
-    case WhatKind::Type: return fixedBits(*row.what.type);
-    case WhatKind::Nothing: return 0U;
-    default: return {};
+    case WhatKind::Type:
+      return fixedBits(*row.what.type);
+    case WhatKind::Nothing:
+      return 0U;
+    default:
+      return {};
   }
 }
 
@@ -129,13 +138,17 @@ static bool needsInit(const What& what, const Often& often)
 {
   if (often.end != End::None) return true;
   switch (what.kind) {
-    case WhatKind::Octets: return what.from != From::Fixed;
+    case WhatKind::Octets:
+      return what.from != From::Fixed;
     case WhatKind::BitString:
     case WhatKind::Text:
     case WhatKind::Choice:
-    case WhatKind::Body: return true;
-    case WhatKind::Type: return needsInit(*what.type);
-    default: return false;
+    case WhatKind::Body:
+      return true;
+    case WhatKind::Type:
+      return needsInit(*what.type);
+    default:
+      return false;
   }
 }
 
@@ -182,8 +195,10 @@ static bool hasBit(When when)
     case When::RoomExt:
     case When::More:
     case When::Iei:
-    case When::ByHand: return true;
-    default: return false;
+    case When::ByHand:
+      return true;
+    default:
+      return false;
   }
 }
 
@@ -240,7 +255,10 @@ static void layOutRuns(Type& type)
   }
 }
 
-static bool isExt(const Row& row) { return row.when == When::Ext || row.when == When::RoomExt || row.when == When::More; }
+static bool isExt(const Row& row)
+{
+  return row.when == When::Ext || row.when == When::RoomExt || row.when == When::More;
+}
 
 static void layOutExt(Type& type)
 {
@@ -295,7 +313,8 @@ static void checkRow(const Type& type, const Row& row)
   if (row.what.kind == WhatKind::Choice || row.what.kind == WhatKind::Body) checkChoice(type, row);
   if (row.when == When::Iei && type.kind != Kind::Message) refuse(row.place, "an IEI outside a message");
   if (row.half) {
-    auto bits = row.what.kind == WhatKind::Type && !row.what.type->decodeFile.empty() ? std::optional<uint32_t>(4) : fixedBits(row);
+    auto bits = row.what.kind == WhatKind::Type && !row.what.type->decodeFile.empty() ? std::optional<uint32_t>(4)
+                                                                                      : fixedBits(row);
     if (!bits || *bits != 4) refuse(row.place, "a half-octet IEI needs an element of 4 bits");
   }
 }
@@ -308,7 +327,8 @@ static void checkType(const Type& type)
   for (auto& row : type.rows) {
     bool mark = row.when == When::Group || row.when == When::Release || row.when == When::EndRelease;
     if (mark) continue;
-    if (!row.member.empty() && !members.insert(row.member).second) refuse(row.place, "'" + row.name + "' twice in one record");
+    if (!row.member.empty() && !members.insert(row.member).second)
+      refuse(row.place, "'" + row.name + "' twice in one record");
     lengths += row.when == When::Length;
     if (lengths > 4) refuse(row.place, "more than four lengths in one record");
     options = options || row.when == When::Iei;

@@ -87,10 +87,10 @@ static std::string listInfo(TableWriter& w, const Row& row, const std::string& p
   std::string at = join(path, "elem");
   std::string offset = "static_cast<uint32_t>(" + w.off(at) + " - " + w.off(path) + ")";
   std::string size = "sizeof(static_cast<" + w.type.full + "*>(nullptr)->" + at + "[0])";
-  return w.object("L3List", format("%s, %u, %d, %d, %u, %s, %s, %s, %s, {%s}", ends[static_cast<int>(often.end)],
-                                   often.zeroBits, often.bias, often.range ? 1 : 0, often.bounded() ? often.range->hi : 0,
-                                   offset.c_str(), size.c_str(), w.field(often.field).c_str(),
-                                   limits(often.range).c_str(), entry.c_str()));
+  return w.object("L3List",
+                  format("%s, %u, %d, %d, %u, %s, %s, %s, %s, {%s}", ends[static_cast<int>(often.end)], often.zeroBits,
+                         often.bias, often.range ? 1 : 0, often.bounded() ? often.range->hi : 0, offset.c_str(),
+                         size.c_str(), w.field(often.field).c_str(), limits(often.range).c_str(), entry.c_str()));
 }
 
 static std::string choiceInfo(TableWriter& w, const Row& row, const std::string& path)
@@ -129,8 +129,8 @@ static std::string bodyInfo(TableWriter& w, const Row& row, const std::string& p
   std::vector<std::string> items;
   for (auto& m : what.alternatives) {
     std::string type = m.what.type ? "&l3_" + m.what.type->full : "nullptr";
-    items.push_back(format("%u, 0x%02X, %u, %d, \"%s\", \"obj_%s\", \"u.obj_%s\", %s", m.discriminator, m.msgType, m.tag,
-                           m.place.line, m.name.c_str(), m.name.c_str(), m.name.c_str(), type.c_str()));
+    items.push_back(format("%u, 0x%02X, %u, %d, \"%s\", \"obj_%s\", \"u.obj_%s\", %s", m.discriminator, m.msgType,
+                           m.tag, m.place.line, m.name.c_str(), m.name.c_str(), m.name.c_str(), type.c_str()));
   }
   std::string name = "bodies_" + w.type.full;
   w.out += "static const L3BodyRow " + name + "[] = {";
@@ -145,8 +145,9 @@ static std::string bodyInfo(TableWriter& w, const Row& row, const std::string& p
 
 static std::string lengthInfo(TableWriter& w, const Row& row)
 {
-  return w.object("L3Length", format("%u, %d, %d, %d, %d, %s", row.number, row.countsBits ? 1 : 8, row.range ? 1 : 0,
-                                     row.words.count("full-length") != 0, !row.member.empty(), limits(row.range).c_str()));
+  return w.object("L3Length",
+                  format("%u, %d, %d, %d, %d, %s", row.number, row.countsBits ? 1 : 8, row.range ? 1 : 0,
+                         row.words.count("full-length") != 0, !row.member.empty(), limits(row.range).c_str()));
 }
 
 static std::string condInfo(TableWriter& w, const Row& row)
@@ -156,7 +157,8 @@ static std::string condInfo(TableWriter& w, const Row& row)
   int any = 0;
   for (auto& term : row.cond) {
     for (auto& value : term.values)
-      terms.push_back(format("%s, %uU, %uU, %d, %d", w.field(term.field).c_str(), value.lo, value.hi, term.negate, any));
+      terms.push_back(
+          format("%s, %uU, %uU, %d, %d", w.field(term.field).c_str(), value.lo, value.hi, term.negate, any));
     ++any;
   }
   std::string table = w.array("L3Term", terms);
@@ -197,13 +199,19 @@ static Coded code(TableWriter& w, const Row& row, const std::string& path)
     return c;
   }
   switch (row.what.kind) {
-    case WhatKind::Octets: c.op = "kL3Octets"; c.info = octetsInfo(w, row); break;
+    case WhatKind::Octets:
+      c.op = "kL3Octets";
+      c.info = octetsInfo(w, row);
+      break;
     case WhatKind::BitString:
       c.op = "kL3BitString";
       c.info = w.object("L3BitString", format("%u, 1", row.what.max));
       break;
     case WhatKind::Text:
-    case WhatKind::Chars: c.op = "kL3Text"; c.info = textInfo(w, row); break;
+    case WhatKind::Chars:
+      c.op = "kL3Text";
+      c.info = textInfo(w, row);
+      break;
     case WhatKind::Type:
       c.op = row.what.rest ? "kL3TextType" : "kL3Record";
       c.type = "&l3_" + row.what.type->full;
@@ -218,7 +226,9 @@ static Coded code(TableWriter& w, const Row& row, const std::string& path)
       c.info = bodyInfo(w, row, path);
       c.offset = w.off(join(path, "t"));
       break;
-    default: c.offset = "0"; break;
+    default:
+      c.offset = "0";
+      break;
   }
   return c;
 }
@@ -235,13 +245,16 @@ static std::string rowFlags(const Row& row, const Coded& c)
   return flags;
 }
 
-static std::string bit(int number) { return number < 0 ? "kL3NoBit" : std::to_string(number); }
+static std::string bit(int number)
+{
+  return number < 0 ? "kL3NoBit" : std::to_string(number);
+}
 
 static std::string rowInit(TableWriter& w, const Row& row, const std::string& path)
 {
-  static const char* whens[] = {"kL3Always", "kL3Room",    "kL3OptBit", "kL3RoomOptBit", "kL3If",  "kL3WhenCond",
-                                "kL3Ext",    "kL3RoomExt", "kL3More",   "kL3Always",     "kL3Iei", "kL3ByHand",
-                                "kL3Always", "kL3Always",  "kL3Always"};
+  static const char* whens[] = {"kL3Always",   "kL3Room",   "kL3OptBit",  "kL3RoomOptBit", "kL3If",
+                                "kL3WhenCond", "kL3Ext",    "kL3RoomExt", "kL3More",       "kL3Always",
+                                "kL3Iei",      "kL3ByHand", "kL3Always",  "kL3Always",     "kL3Always"};
   Coded c;
   if (row.when == When::Length) {
     c.op = "kL3Length";
@@ -262,8 +275,8 @@ static std::string rowInit(TableWriter& w, const Row& row, const std::string& pa
   std::string name = row.name.empty() || row.when == When::Release ? "nullptr" : "\"" + row.name + "\"";
   return format("%s, %s, %s, %s, %s, %s, %d, %s, %s, %s, %s, %u, %u, %s, %u, %u", name.c_str(), c.type.c_str(),
                 c.info.c_str(), cond.c_str(), c.offset.c_str(), limits(c.range).c_str(), row.place.line,
-                bit(row.mBit).c_str(), bit(row.groupBit).c_str(), c.op, whens[static_cast<int>(row.when)], c.bits, c.store,
-                rowFlags(row, c).c_str(), row.runRows, row.runBits);
+                bit(row.mBit).c_str(), bit(row.groupBit).c_str(), c.op, whens[static_cast<int>(row.when)], c.bits,
+                c.store, rowFlags(row, c).c_str(), row.runRows, row.runBits);
 }
 
 static std::string writeMessage(TableWriter& w, const std::vector<const Row*>& options)
@@ -322,9 +335,10 @@ static Row scalarRow(const Type& type)
 static std::string typeFlags(const Type& type)
 {
   std::string flags = "0";
-  bool bare = type.kind == Kind::Bare || type.kind == Kind::Enum || type.kind == Kind::Names || type.kind == Kind::Text ||
-              type.has("bare");
-  bool text = !type.rows.empty() && type.rows.back().what.kind == WhatKind::Text && type.rows.back().often.end == End::None;
+  bool bare = type.kind == Kind::Bare || type.kind == Kind::Enum || type.kind == Kind::Names ||
+              type.kind == Kind::Text || type.has("bare");
+  bool text =
+      !type.rows.empty() && type.rows.back().what.kind == WhatKind::Text && type.rows.back().often.end == End::None;
   if (bare) flags += " | kL3Bare";
   if (bare && text) flags += " | kL3Pointer";
   if (type.choiceType) flags += " | kL3IsChoice";
@@ -366,11 +380,12 @@ static std::string writeType(const Type& type)
   std::string message = writeMessage(w, options);
   std::string hand = writeHand(w);
   std::string encName = type.has("hyphen-encode") ? hyphens(type.name) : type.name;
-  w.out += format("extern const L3Type l3_%s = {\"%s\", \"%s\", \"%s\", &module_%s, %s, %s, %s,\n  sizeof(%s), %zu, %d, %d, "
-                  "%s, %d};\n\n",
-                  type.full.c_str(), type.name.c_str(), encName.c_str(), type.full.c_str(), type.module->name.c_str(),
-                  table.c_str(), message.c_str(), hand.c_str(), type.full.c_str(), rows.size(), type.place.line,
-                  (type.mBits + 7) / 8, typeFlags(type).c_str(), type.mBits);
+  w.out +=
+      format("extern const L3Type l3_%s = {\"%s\", \"%s\", \"%s\", &module_%s, %s, %s, %s,\n  sizeof(%s), %zu, %d, %d, "
+             "%s, %d};\n\n",
+             type.full.c_str(), type.name.c_str(), encName.c_str(), type.full.c_str(), type.module->name.c_str(),
+             table.c_str(), message.c_str(), hand.c_str(), type.full.c_str(), rows.size(), type.place.line,
+             (type.mBits + 7) / 8, typeFlags(type).c_str(), type.mBits);
   return w.out;
 }
 
@@ -393,8 +408,9 @@ static std::string writeEnum(const Type& type)
   }
   uint32_t members[8] = {};
   for (int value : rising) members[value >> 5] |= 1U << (value & 31);
-  out += format("};\nextern const L3Enum l3enum_%s = {%s, %zu, %u, %d, %d, %d, %d, {", type.full.c_str(), table.c_str(),
-                byName.size(), type.bits, open || type.has("open-decode"), open || type.has("open-encode"), open, gapless);
+  out +=
+      format("};\nextern const L3Enum l3enum_%s = {%s, %zu, %u, %d, %d, %d, %d, {", type.full.c_str(), table.c_str(),
+             byName.size(), type.bits, open || type.has("open-decode"), open || type.has("open-encode"), open, gapless);
   for (uint32_t word : members) out += format("0x%08XU, ", word);
   return out + "}};\n";
 }
@@ -403,7 +419,8 @@ std::string writeTables(Model& model, const Module& module)
 {
   std::string out = "// Descriptor tables of module " + module.name + ". Generated; change the definitions instead.\n";
   out += "#include <cstddef>\n\n#include \"L3Descriptors.h\"\n#include \"velnor3gpp/" + module.stem + ".h\"\n\n";
-  out += "static constexpr L3Module module_" + module.name + " = {\"" + module.stem + "Dec\", \"" + module.stem + "Enc\"};\n\n";
+  out += "static constexpr L3Module module_" + module.name + " = {\"" + module.stem + "Dec\", \"" + module.stem +
+         "Enc\"};\n\n";
   for (auto& type : model.types)
     if (type->module == &module && !type->values.empty()) out += writeEnum(*type);
   out += "\n";

@@ -7,7 +7,10 @@
 
 namespace l3gen {
 
-static bool isNumber(const Type& type) { return scalarOf(type).has_value(); }
+static bool isNumber(const Type& type)
+{
+  return scalarOf(type).has_value();
+}
 
 static bool isComponent(const std::string& name)
 {
@@ -37,14 +40,18 @@ static bool isArray(const Type& type)
   return what.kind == WhatKind::Octets && what.from == From::Fixed;
 }
 
-static bool byHandArguments(const Type& type) { return type.has("octets-argument") || type.has("spare-argument"); }
+static bool byHandArguments(const Type& type)
+{
+  return type.has("octets-argument") || type.has("spare-argument");
+}
 
 static std::string decoderLine(const Type& type)
 {
   const char* f = type.full.c_str();
   if (type.has("spare-argument"))
     return format("int NASDec_%s(RtxContext* pctxt, %s* pvalue, size_t octets, uint8_t spareBits)", f, f);
-  if (isArray(type) && byHandArguments(type)) return format("int NASDec_%s(RtxContext* pctxt, char* dest, size_t octets)", f);
+  if (isArray(type) && byHandArguments(type))
+    return format("int NASDec_%s(RtxContext* pctxt, char* dest, size_t octets)", f);
   if (byHandArguments(type)) return format("int NASDec_%s(RtxContext* pctxt, %s* pvalue, size_t octets)", f, f);
   return format("int NASDec_%s(RtxContext* pctxt, %s* pvalue)", f, f);
 }
@@ -92,7 +99,8 @@ static std::string typeComment(const Type& type)
 static std::string writeEnumType(const Type& type)
 {
   std::string out = "typedef enum {\n";
-  for (auto& [name, value] : type.values) out += format("  %s_%s = %d,\n", type.full.c_str(), cName(name).c_str(), value);
+  for (auto& [name, value] : type.values)
+    out += format("  %s_%s = %d,\n", type.full.c_str(), cName(name).c_str(), value);
   return out + "} " + type.full + ";\n";
 }
 
@@ -128,8 +136,7 @@ static std::string writeRecord(const Type& type)
 static std::string writeDefinition(const Type& type)
 {
   if (type.kind == Kind::Enum) return writeEnumType(type);
-  if (type.kind == Kind::Names)
-    return format("typedef uint%u_t ", storeForBits(type.bits) * 8) + type.full + ";\n";
+  if (type.kind == Kind::Names) return format("typedef uint%u_t ", storeForBits(type.bits) * 8) + type.full + ";\n";
   if (type.kind == Kind::Bare || type.kind == Kind::Text || type.has("bare")) return bareDeclaration(type);
   return writeRecord(type);
 }
@@ -141,9 +148,12 @@ static std::string writePrototypes(const Type& type)
     out += std::string("/** ") + comment + " */\nVELNOR_API " + line + ";\n";
   };
   if (exports(type, "decode")) add(decoderLine(type), "Decodes at the cursor. 0 or a negative status.");
-  if (exports(type, "encode")) add(encoderLine(type), "Encodes at the cursor; lengths are stored back. 0 or a negative status.");
-  if (exports(type, "print")) add(printerLine(type), "Prints the value under the name to the context's print stream. Always 0.");
-  if (exports(type, "init")) add(initLine(type), "Clears presence, selectors, counts and pointers. 0 or RTX_E_NULL_POINTER.");
+  if (exports(type, "encode"))
+    add(encoderLine(type), "Encodes at the cursor; lengths are stored back. 0 or a negative status.");
+  if (exports(type, "print"))
+    add(printerLine(type), "Prints the value under the name to the context's print stream. Always 0.");
+  if (exports(type, "init"))
+    add(initLine(type), "Clears presence, selectors, counts and pointers. 0 or RTX_E_NULL_POINTER.");
   if (exports(type, "sample")) add(sampleLine(type), "A sample value on the context's heap, or null.");
   if (type.kind == Kind::Pdu)
     for (auto& row : type.rows.back().what.alternatives)
@@ -153,7 +163,8 @@ static std::string writePrototypes(const Type& type)
   out += format("/** Names and values, sorted by name. */\nVELNOR_API extern const RtxEnumItem %s_ENUMTAB[%zu];\n", f,
                 type.values.size());
   add(format("const char* %s_ToString(int32_t value)", f), "The value's name, or \"_UNKNOWN_\".");
-  add(format("int %s_ToEnum(RtxContext* pctxt, const char* name, %s* pvalue)", f, f), "The value of a name, or RTX_E_ENUM_VALUE.");
+  add(format("int %s_ToEnum(RtxContext* pctxt, const char* name, %s* pvalue)", f, f),
+      "The value of a name, or RTX_E_ENUM_VALUE.");
   add(format("int %s_ToEnum2(RtxContext* pctxt, const char* name, size_t namelen, %s* pvalue)", f, f),
       "The same for a name of so many octets.");
   return out;
@@ -173,10 +184,12 @@ static void usedModules(Model& model, const Module& module, std::set<std::string
 std::string writeHeader(Model& model, const Module& module)
 {
   std::string guard = "VELNOR3GPP_GEN_" + module.stem + "_H";
-  std::string out = "/**\n * @file " + module.stem + ".h\n * Records and operations of module " + module.name + " (" +
-                    module.spec + "). Records are filled by decoders from the\n * context's heap and live until it is freed or reset; " +
-                    "nothing in them is freed singly. Generated; change the definitions instead.\n */\n";
-  out += "#ifndef " + guard + "\n#define " + guard + "\n\n#include \"velnor3gpp/rtxEnum.h\"\n#include \"velnor3gpp/rtxTypes.h\"\n";
+  std::string out =
+      "/**\n * @file " + module.stem + ".h\n * Records and operations of module " + module.name + " (" + module.spec +
+      "). Records are filled by decoders from the\n * context's heap and live until it is freed or reset; " +
+      "nothing in them is freed singly. Generated; change the definitions instead.\n */\n";
+  out += "#ifndef " + guard + "\n#define " + guard +
+         "\n\n#include \"velnor3gpp/rtxEnum.h\"\n#include \"velnor3gpp/rtxTypes.h\"\n";
   std::set<std::string> stems;
   usedModules(model, module, stems);
   for (auto& stem : stems) out += "#include \"velnor3gpp/" + stem + ".h\"\n";
@@ -205,12 +218,15 @@ static std::string operand(const Type& type)
 static std::string writeEnumFunctions(const Type& type)
 {
   const char* f = type.full.c_str();
-  std::string out = body(format("const char* %s_ToString(int32_t value)", f), format("return l3EnumName(l3enum_%s, value);", f));
+  std::string out =
+      body(format("const char* %s_ToString(int32_t value)", f), format("return l3EnumName(l3enum_%s, value);", f));
   out += body(format("int %s_ToEnum(RtxContext* pctxt, const char* name, %s* pvalue)", f, f),
               format("return %s_ToEnum2(pctxt, name, rtxUTF8LenBytes(name), pvalue);", f));
-  out += body(format("int %s_ToEnum2(RtxContext* pctxt, const char* name, size_t namelen, %s* pvalue)", f, f),
-              format("int value; int status = l3EnumValue(pctxt, l3_%s, l3enum_%s, name, namelen, value); if (status >= 0) "
-                     "*pvalue = static_cast<%s>(value); return status;", f, f, f));
+  out += body(
+      format("int %s_ToEnum2(RtxContext* pctxt, const char* name, size_t namelen, %s* pvalue)", f, f),
+      format("int value; int status = l3EnumValue(pctxt, l3_%s, l3enum_%s, name, namelen, value); if (status >= 0) "
+             "*pvalue = static_cast<%s>(value); return status;",
+             f, f, f));
   return out;
 }
 
@@ -225,9 +241,10 @@ static std::string writeOthers(const Type& type)
   if (type.kind == Kind::Pdu) {
     size_t i = 0, last = type.rows.size() - 1;
     for (auto& row : type.rows.back().what.alternatives)
-      out += body(setterLine(type, row),
-                  format("(void)pctxt; l3SetBody(l3_%s, pdu, static_cast<const L3Body*>(l3_%s.rows[%zu].info)->rows[%zu], %s);", f,
-                         f, last, i++, row.what.type ? "msg" : "nullptr"));
+      out += body(
+          setterLine(type, row),
+          format("(void)pctxt; l3SetBody(l3_%s, pdu, static_cast<const L3Body*>(l3_%s.rows[%zu].info)->rows[%zu], %s);",
+                 f, f, last, i++, row.what.type ? "msg" : "nullptr"));
   }
   if (type.kind == Kind::Enum) out += writeEnumFunctions(type);
   return out;
@@ -235,18 +252,19 @@ static std::string writeOthers(const Type& type)
 
 std::string writeCoders(Model& model, const Module& module, bool encoder)
 {
-  std::string out = std::string("// Exported ") + (encoder ? "encoders" : "decoders, printers, initialisers, samples and setters") +
-                    " of module " + module.name + ". Generated; change the definitions instead.\n";
-  out += "#include \"L3Descriptors.h\"\n#include \"rt3gppsrc/engine/l3Engine.h\"\n#include \"rt3gppsrc/engine/l3Enum.h\"\n#include \"velnor3gpp/" +
+  std::string out = std::string("// Exported ") +
+                    (encoder ? "encoders" : "decoders, printers, initialisers, samples and setters") + " of module " +
+                    module.name + ". Generated; change the definitions instead.\n";
+  out += "#include \"L3Descriptors.h\"\n#include \"rt3gppsrc/engine/l3Engine.h\"\n#include "
+         "\"rt3gppsrc/engine/l3Enum.h\"\n#include \"velnor3gpp/" +
          module.stem + ".h\"\n#include \"velnor3gpp/rtxStrings.h\"\n\n";
   for (auto& type : model.types) {
     if (type->module != &module) continue;
     const char* f = type->full.c_str();
     bool hand = byHandArguments(*type);
     if (encoder && exports(*type, "encode") && type->kind == Kind::Text)
-      out += isArray(*type)
-                 ? body(encoderLine(*type), format("return l3EncodeText(pctxt, l3_%s, value);", f))
-                 : body(encoderLine(*type), format("return l3Encode(pctxt, l3_%s, &value);", f));
+      out += isArray(*type) ? body(encoderLine(*type), format("return l3EncodeText(pctxt, l3_%s, value);", f))
+                            : body(encoderLine(*type), format("return l3Encode(pctxt, l3_%s, &value);", f));
     else if (encoder && exports(*type, "encode"))
       out += body(encoderLine(*type), format("return l3Encode(pctxt, l3_%s, %s);", f, operand(*type).c_str()));
     if (!encoder && !hand && exports(*type, "decode"))
@@ -261,14 +279,18 @@ static std::string tableEntry(const Type& type)
   const char* f = type.full.c_str();
   bool code = !byHandArguments(type);
   std::string dec = code && exports(type, "decode")
-                        ? format("[](RtxContext* c, void* v) { return l3Decode(c, l3_%s, v); }", f) : "nullptr";
+                        ? format("[](RtxContext* c, void* v) { return l3Decode(c, l3_%s, v); }", f)
+                        : "nullptr";
   std::string enc = code && exports(type, "encode")
-                        ? format("[](RtxContext* c, void* v) { return l3Encode(c, l3_%s, v); }", f) : "nullptr";
-  std::string print = exports(type, "print")
-                          ? format("[](RtxContext* c, const char* n, const void* v) { return l3Print(c, l3_%s, n, v); }", f)
-                          : "nullptr";
+                        ? format("[](RtxContext* c, void* v) { return l3Encode(c, l3_%s, v); }", f)
+                        : "nullptr";
+  std::string print =
+      exports(type, "print")
+          ? format("[](RtxContext* c, const char* n, const void* v) { return l3Print(c, l3_%s, n, v); }", f)
+          : "nullptr";
   std::string init = exports(type, "init") ? format("[](void* v) { return l3Init(l3_%s, v); }", f) : "nullptr";
-  std::string sample = exports(type, "sample") ? format("[](RtxContext* c) { return l3Sample(c, l3_%s); }", f) : "nullptr";
+  std::string sample =
+      exports(type, "sample") ? format("[](RtxContext* c) { return l3Sample(c, l3_%s); }", f) : "nullptr";
   return format("  {&l3_%s,\n   %s,\n   %s,\n   %s,\n   %s,\n   %s},\n", f, dec.c_str(), enc.c_str(), print.c_str(),
                 init.c_str(), sample.c_str());
 }
@@ -280,7 +302,8 @@ std::string writeTypeTable(Model& model)
     if (!type->part) types.push_back(type.get());
   std::sort(types.begin(), types.end(), [](auto* a, auto* b) { return a->full < b->full; });
   std::string out = "// All types of the library, sorted by name. Generated; change the definitions instead.\n";
-  out += "#include \"L3Descriptors.h\"\n#include \"rt3gppsrc/engine/l3Engine.h\"\n\nextern const L3TypeEntry l3TypeTable[] = {\n";
+  out += "#include \"L3Descriptors.h\"\n#include \"rt3gppsrc/engine/l3Engine.h\"\n\nextern const L3TypeEntry "
+         "l3TypeTable[] = {\n";
   for (auto* type : types) out += tableEntry(*type);
   if (types.empty()) out += "  {nullptr, nullptr, nullptr, nullptr, nullptr, nullptr},\n";
   return out + format("};\nextern const size_t l3TypeCount = %zu;\n", types.size());
