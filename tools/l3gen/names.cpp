@@ -119,7 +119,8 @@ static std::string declareList(const Row& row, int indent)
     out += declare(row.what, format("elem[%u]", row.often.range->hi), indent + 2) + ";\n";
   } else {
     out += p + "  uint64_t n; /**< Entries. */\n";
-    out += declare(row.what, "(*elem)", indent + 2) + "; /**< On the context's heap. */\n";
+    bool array = row.what.kind == WhatKind::Octets && row.what.from == From::Fixed;
+    out += declare(row.what, array ? "(*elem)" : "*elem", indent + 2) + "; /**< On the context's heap. */\n";
   }
   return out + p + "} " + row.member;
 }

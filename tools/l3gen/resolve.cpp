@@ -159,11 +159,11 @@ bool needsInit(const Type& type)
   return std::any_of(type.rows.begin(), type.rows.end(), [](const Row& row) { return needsInit(row.what, row.often); });
 }
 
-static void collectUses(const What& what, const std::function<void(Type*)>& use)
+// `use` gets the type and whether it stands behind a pointer only, as messages do.
+static void collectUses(const What& what, bool pointed, const std::function<void(Type*, bool)>& use)
 {
-  if (what.type) use(what.type);
-  if (what.kind == WhatKind::Body) return; // bodies stand behind pointers
-  for (auto& alternative : what.alternatives) collectUses(alternative.what, use);
+  if (what.type) use(what.type, pointed);
+  for (auto& alternative : what.alternatives) collectUses(alternative.what, what.kind == WhatKind::Body, use);
 }
 
 // Types of a module so that each stands behind those that it holds by value.
@@ -171,17 +171,17 @@ std::vector<Type*> inDependencyOrder(Model& model, const Module& module)
 {
   std::vector<Type*> order;
   std::map<Type*, int> state;
-  std::function<void(Type*)> visit = [&](Type* type) {
+  std::function<void(Type*, bool)> visit = [&](Type* type, bool pointed) {
     int& mark = state[type];
-    if (mark == 2) return;
+    if (mark == 2 || (mark == 1 && pointed)) return;
     if (mark == 1) refuse(type->place, "'" + type->name + "' holds itself");
     mark = 1;
-    for (auto& row : type->rows) collectUses(row.what, visit);
+    for (auto& row : type->rows) collectUses(row.what, false, visit);
     state[type] = 2;
     if (type->module == &module) order.push_back(type);
   };
   for (auto& type : model.types)
-    if (type->module == &module) visit(type.get());
+    if (type->module == &module) visit(type.get(), false);
   return order;
 }
 
