@@ -14,13 +14,13 @@ struct TableWriter {
   explicit TableWriter(const Type& t) : type(t) {}
   std::string object(const char* kind, const std::string& init)
   {
-    std::string name = format("%c%d_%s", tolower(kind[2]), objects++, type.full.c_str());
+    std::string name = format("info%d_%s", objects++, type.full.c_str());
     out += format("static const %s %s = {%s};\n", kind, name.c_str(), init.c_str());
     return "&" + name;
   }
   std::string array(const char* kind, const std::vector<std::string>& items)
   {
-    std::string name = format("%c%d_%s", tolower(kind[2]), objects++, type.full.c_str());
+    std::string name = format("info%d_%s", objects++, type.full.c_str());
     out += format("static const %s %s[] = {", kind, name.c_str());
     for (auto& item : items) out += "\n  {" + item + "},";
     out += "};\n";
@@ -315,7 +315,8 @@ static std::string writeRows(TableWriter& w, const char* name, const std::vector
 {
   if (rows.empty()) return "nullptr";
   std::vector<std::string> inits;
-  for (auto* row : rows) inits.push_back(rowInit(w, *row, row->member));
+  bool bare = w.type.kind == Kind::Bare || w.type.has("bare");
+  for (auto* row : rows) inits.push_back(rowInit(w, *row, bare ? "" : row->member));
   std::string table = std::string(name) + "_" + w.type.full;
   w.out += "static const L3Row " + table + "[] = {\n";
   for (auto& init : inits) w.out += "  {" + init + "},\n";
