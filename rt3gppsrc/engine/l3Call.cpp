@@ -66,16 +66,19 @@ void l3ToLists(L3Call& call)
   pushRegions(call.pctxt, call.regions);
 }
 
+// A failure that joins a record marked non-fatal reads as 0: it stays a failure here.
+static int negative(int reported, int status) { return reported < 0 ? reported : status; }
+
 int l3Fail(L3Call& call, const char* module, int status, uint16_t line)
 {
   l3ToLists(call);
-  return rtxErrSetData(call.pctxt, status, module, line);
+  return negative(rtxErrSetData(call.pctxt, status, module, line), status);
 }
 
 int l3FailNew(L3Call& call, const char* module, int status, uint16_t line)
 {
   l3ToLists(call);
-  return rtxErrSetNewData(call.pctxt, status, module, line);
+  return negative(rtxErrSetNewData(call.pctxt, status, module, line), status);
 }
 
 static void addRangeParms(L3Call& call, uint64_t value)
@@ -98,7 +101,7 @@ void l3NoteRange(L3Call& call, const char* module, uint16_t line, uint64_t value
 int l3FailRange(L3Call& call, const char* module, uint16_t line, uint64_t value)
 {
   addRangeParms(call, value);
-  return rtxErrSetData(call.pctxt, RTX_E_CONSTRAINT, module, line);
+  return negative(rtxErrSetData(call.pctxt, RTX_E_CONSTRAINT, module, line), RTX_E_CONSTRAINT);
 }
 
 int l3PushRegionSlow(L3Call& call, size_t count, bool bits)
