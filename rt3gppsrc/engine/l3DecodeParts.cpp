@@ -249,10 +249,7 @@ int l3DecBody(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* recor
   if (!found->type) return 0;
   void* message = rtxMemHeapAlloc(&call.pctxt->pMemHeap, found->type->size);
   if (!message) return l3Fail(call, type.module->decoder, RTX_E_NO_MEMORY, row.line);
-  if (found->type->flags & kL3Bare)
-    memset(message, 0, found->type->size);
-  else
-    l3Init(*found->type, message);
+  memset(message, 0, found->type->size);
   memcpy(record + body.pointerOffset, &message, sizeof message);
   L3Name frame;
   status = l3PushName(call, frame, found->elemName);

@@ -5,6 +5,7 @@
 #include "rt3gppsrc/engine/l3Engine.h"
 #include "velnor3gpp/rtx3GPP.h"
 #include "velnor3gpp/rtxBitDecode.h"
+#include "rtxsrc/rtxReport.h"
 #include "velnor3gpp/rtxDiagBitTrace.h"
 
 // Lengths inside lengths within one record; the deepest known has two.
@@ -49,7 +50,7 @@ static int decEnumerated(L3Call& call, const L3Type& type, const L3Row& row, uin
   l3ToLists(call);
   rtxErrAddUIntParm(call.pctxt, value);
   const L3Type& leaf = row.type ? *row.type : type;
-  return rtxErrSetData(call.pctxt, RTX_E_ENUM_VALUE, moduleOf(leaf), leaf.line);
+  return rtxReport(call.pctxt, RTX_E_ENUM_VALUE, moduleOf(leaf), leaf.line);
 }
 
 static int decScalar(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* member)

@@ -3,6 +3,7 @@
 
 #include "rt3gppsrc/engine/l3Encode.h"
 #include "rt3gppsrc/engine/l3Engine.h"
+#include "rtxsrc/rtxReport.h"
 
 static constexpr unsigned kMaxRegions = 4;
 
@@ -30,7 +31,7 @@ static int encEnumerated(L3Call& call, const L3Type& leaf, const L3Row& row, uin
   if (!set.openEncode && !member) {
     l3ToLists(call);
     rtxErrAddUIntParm(call.pctxt, static_cast<uint32_t>(value));
-    return rtxErrSetData(call.pctxt, RTX_E_ENUM_VALUE, moduleOf(leaf), leaf.line);
+    return rtxReport(call.pctxt, RTX_E_ENUM_VALUE, moduleOf(leaf), leaf.line);
   }
   int status = l3EncBits(call, value, row.bits, set.printOpen ? "INTEGER" : "ENUMERATED");
   return status < 0 ? l3Fail(call, moduleOf(leaf), status, leaf.line) : 0;
