@@ -168,7 +168,8 @@ void checkTruncations(const Subject& subject)
     ctxt.bind(Octets(octets.begin(), octets.begin() + long(cut)));
     int status = subject.decode(ctxt, record.get());
     std::string text = status < 0 ? "failed" : textOf(*subject.type, record.get());
-    EXPECT_FALSE(text.empty()) << "cut at " << cut;
+    bool list = subject.type->flags & kL3Bare; // one without entries prints nothing
+    EXPECT_TRUE(list || !text.empty()) << "cut at " << cut;
   }
 }
 

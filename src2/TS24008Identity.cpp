@@ -1,0 +1,215 @@
+// The mobile identity (TS 24.008, 10.5.1.4). By hand because the octet that tells its type also holds the first digit,
+// the odd flag or the presence bits of a TMGI, and because the digit forms write their own length.
+#include <cstring>
+
+#include "L3Descriptors.h"
+#include "src2/MobileIdentityDigits.h"
+#include "velnor3gpp/TS24008IES.h"
+
+static constexpr char kDecoder[] = "TS24008IESDec";
+static constexpr char kEncoder[] = "TS24008IESEnc";
+
+using Identity = TS24008IE_MobileIdentity;
+using Tmgi = TS24008IE_MobileIdentity_TMGI;
+
+// The wire's types, except that no identity, 0 on the wire, is 6.
+enum IdentityTag : uint32_t { kImsi = 1, kImei, kImeisv, kTmsi, kTmgi, kNone };
+static constexpr uint8_t kTmsiLeading = 15;
+static constexpr uint8_t kSessionBit = 2, kPlmnBit = 1; // of a TMGI's first half-octet
+static constexpr uint8_t kMaxLength = 9;
+
+static int decFixed(L3Call& call, const char* name, uint8_t* octets, size_t count)
+{
+  L3Name frame;
+  l3PushName(call, frame, name);
+  int status = l3DecOctets(call, octets, count);
+  if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
+  l3PopName(call);
+  return 0;
+}
+
+static int decPlmn(L3Call& call, TS24008IE_MCCMNCPair& pair)
+{
+  L3Name frame;
+  l3PushName(call, frame, "mcc-mnc");
+  int status = l3DecType(call, l3_TS24008IE_MCCMNCPair, &pair);
+  if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
+  l3PopName(call);
+  return 0;
+}
+
+static int decTmgi(L3Call& call, Tmgi& tmgi, uint8_t leading)
+{
+  L3Name frame;
+  l3PushName(call, frame, "tmgi");
+  tmgi.m.mcc_mncPresent = (leading & kPlmnBit) != 0;
+  tmgi.m.mbmsSessionIDPresent = (leading & kSessionBit) != 0;
+  int status = decFixed(call, "mbmsServiceID", tmgi.mbmsServiceID, sizeof tmgi.mbmsServiceID);
+  if (status >= 0 && tmgi.m.mcc_mncPresent) status = decPlmn(call, tmgi.mcc_mnc);
+  if (status >= 0 && tmgi.m.mbmsSessionIDPresent)
+    status = l3DecNamed(call, kDecoder, __LINE__, "mbmsSessionID", &tmgi.mbmsSessionID, 8, 1);
+  if (status >= 0) l3PopName(call);
+  return status;
+}
+
+static int decDigits(L3Call& call, const Identity& identity, const char* name, uint8_t odd, uint8_t digit1,
+                     char* digits, size_t size)
+{
+  return decIdentityDigits(call, kDecoder, name, identity.length, odd, digit1, digits, size);
+}
+
+static int decInside(L3Call& call, Identity& identity)
+{
+  uint8_t digit1 = 0, odd = 0, wireType = 0;
+  int status = l3DecNamed(call, kDecoder, __LINE__, "digit1", &digit1, 4, 1);
+  if (status >= 0) status = l3DecNamed(call, kDecoder, __LINE__, "odd", &odd, 1, 1);
+  if (status >= 0) status = l3DecNamed(call, kDecoder, __LINE__, "type", &wireType, 3, 1);
+  if (status < 0) return status;
+  auto& u = identity.u;
+  identity.t = wireType ? wireType : static_cast<uint32_t>(kNone);
+  switch (identity.t) {
+    case kImsi:
+      return decDigits(call, identity, "imsi", odd, digit1, u.imsi, sizeof u.imsi);
+    case kImei:
+      return decDigits(call, identity, "imei", odd, digit1, u.imei, sizeof u.imei);
+    case kImeisv:
+      return decDigits(call, identity, "imeisv", odd, digit1, u.imeisv, sizeof u.imeisv);
+    case kTmsi:
+      return decFixed(call, "tmsi", u.tmsi, sizeof u.tmsi);
+    case kTmgi:
+      return decTmgi(call, u.tmgi, digit1);
+    case kNone:
+      return 0;
+    default:
+      return l3FailNew(call, kDecoder, RTX_E_INVALID_CHOICE, __LINE__);
+  }
+}
+
+// Reads the length and opens its region; `end` is a bit position.
+static int openLength(L3Call& call, Identity& identity, L3Region& region, size_t& end)
+{
+  L3Name frame;
+  l3PushName(call, frame, "length");
+  int status = l3DecBits(call, &identity.length, 8, 1, "INTEGER");
+  if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
+  end = l3BitPos(call.pctxt) + identity.length * 8U;
+  if (identity.length == 0 || identity.length > kMaxLength) l3NoteRange(call, kDecoder, __LINE__, identity.length);
+  status = l3PushRegion(call, region, identity.length, false);
+  if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
+  l3PopName(call);
+  return 0;
+}
+
+int l3Dec_TS24008IE_MobileIdentity(L3Call& call, const L3Type&, void* value)
+{
+  Identity& identity = *static_cast<Identity*>(value);
+  L3Region region;
+  size_t end = 0;
+  identity.t = 0;
+  int status = openLength(call, identity, region, end);
+  if (status >= 0) status = decInside(call, identity);
+  if (status < 0) return status;
+  if (l3BitPos(call.pctxt) > end) return l3Fail(call, kDecoder, RTX_E_BAD_LENGTH, __LINE__);
+  status = rtxCtxtSetBitOffset(call.pctxt, end);
+  if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
+  l3PopRegion(call);
+  return 0;
+}
+
+static int encFixed(L3Call& call, const char* name, const uint8_t* octets, size_t count)
+{
+  L3Name frame;
+  l3PushName(call, frame, name);
+  int status = l3EncOctets(call, octets, count);
+  if (status < 0) return l3Fail(call, kEncoder, status, __LINE__);
+  l3PopName(call);
+  return 0;
+}
+
+static int encPlmn(L3Call& call, TS24008IE_MCCMNCPair& pair)
+{
+  L3Name frame;
+  l3PushName(call, frame, "mcc-mnc");
+  int status = l3EncType(call, l3_TS24008IE_MCCMNCPair, &pair);
+  if (status < 0) return l3Fail(call, kEncoder, status, __LINE__);
+  l3PopName(call);
+  return 0;
+}
+
+static int encTmgi(L3Call& call, Tmgi& tmgi)
+{
+  L3Name frame;
+  l3PushName(call, frame, "tmgi");
+  int status = encFixed(call, "mbmsServiceID", tmgi.mbmsServiceID, sizeof tmgi.mbmsServiceID);
+  if (status >= 0 && tmgi.m.mcc_mncPresent) status = encPlmn(call, tmgi.mcc_mnc);
+  if (status >= 0 && tmgi.m.mbmsSessionIDPresent)
+    status = l3EncNamed(call, kEncoder, __LINE__, "mbmsSessionID", tmgi.mbmsSessionID, 8, 1);
+  if (status >= 0) l3PopName(call);
+  return status;
+}
+
+// Length and first octet of the forms without digits.
+static int encLeading(L3Call& call, Identity& identity, size_t length, uint8_t leading, uint8_t wireType)
+{
+  identity.length = static_cast<uint8_t>(length);
+  int status = l3EncNamed(call, kEncoder, __LINE__, "length", length, 8, 1);
+  if (status >= 0) status = l3EncNamed(call, kEncoder, __LINE__, "digit1", leading, 4, 1);
+  if (status >= 0) status = l3EncNamed(call, kEncoder, __LINE__, "odd", 0, 1, 1);
+  return status < 0 ? status : l3EncNamed(call, kEncoder, __LINE__, "type", wireType, 3, 1);
+}
+
+static int encTmgiForm(L3Call& call, Identity& identity)
+{
+  Tmgi& tmgi = identity.u.tmgi;
+  size_t length = 4U + (tmgi.m.mcc_mncPresent ? 3 : 0) + (tmgi.m.mbmsSessionIDPresent ? 1 : 0);
+  unsigned leading = (tmgi.m.mcc_mncPresent ? kPlmnBit : 0U) | (tmgi.m.mbmsSessionIDPresent ? kSessionBit : 0U);
+  int status = encLeading(call, identity, length, static_cast<uint8_t>(leading), kTmgi);
+  return status < 0 ? status : encTmgi(call, tmgi);
+}
+
+static int encTmsiForm(L3Call& call, Identity& identity)
+{
+  int status = encLeading(call, identity, 1 + sizeof identity.u.tmsi, kTmsiLeading, kTmsi);
+  return status < 0 ? status : encFixed(call, "tmsi", identity.u.tmsi, sizeof identity.u.tmsi);
+}
+
+// GMM answers with three octets of zero, paging has one that begins with filler: the record's length tells which.
+static int encNoIdentity(L3Call& call, Identity& identity)
+{
+  static const uint8_t zeros[2] = {0, 0};
+  bool gmm = identity.length == 1 + sizeof zeros;
+  int status = encLeading(call, identity, gmm ? 1 + sizeof zeros : 1, gmm ? 0 : 15, 0);
+  if (status < 0 || !gmm) return status;
+  status = l3EncOctets(call, zeros, sizeof zeros);
+  return status < 0 ? l3Fail(call, kEncoder, status, __LINE__) : 0;
+}
+
+static int encDigits(L3Call& call, Identity& identity, const char* name, const char* digits, size_t size)
+{
+  size_t count = strnlen(digits, size);
+  if (count == size) return l3FailNew(call, kEncoder, RTX_E_BAD_PARAMETER, __LINE__);
+  identity.length = static_cast<uint8_t>(count / 2 + 1);
+  return encIdentityDigits(call, kEncoder, name, static_cast<uint8_t>(identity.t), digits);
+}
+
+int l3Enc_TS24008IE_MobileIdentity(L3Call& call, const L3Type&, void* value)
+{
+  Identity& identity = *static_cast<Identity*>(value);
+  auto& u = identity.u;
+  switch (identity.t) {
+    case kImsi:
+      return encDigits(call, identity, "imsi", u.imsi, sizeof u.imsi);
+    case kImei:
+      return encDigits(call, identity, "imei", u.imei, sizeof u.imei);
+    case kImeisv:
+      return encDigits(call, identity, "imeisv", u.imeisv, sizeof u.imeisv);
+    case kTmsi:
+      return encTmsiForm(call, identity);
+    case kTmgi:
+      return encTmgiForm(call, identity);
+    case kNone:
+      return encNoIdentity(call, identity);
+    default:
+      return l3FailNew(call, kEncoder, RTX_E_INVALID_CHOICE, __LINE__);
+  }
+}
