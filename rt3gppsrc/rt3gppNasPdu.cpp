@@ -43,7 +43,8 @@ int nasDecipher(L3Call& call, const L3Type& type, size_t from)
   return status < 0 ? l3Fail(call, type.module->decoder, status, type.line) : 0;
 }
 
-int nasCipher(L3Call& call, const L3Type& type, size_t from)
+// Ciphers in place from an octet to the cursor.
+static int nasCipher(L3Call& call, const L3Type& type, size_t from)
 {
   const RtxBuffer& buffer = call.pctxt->buffer;
   size_t length = from < buffer.byteIndex ? buffer.byteIndex - from : 0;
@@ -52,7 +53,8 @@ int nasCipher(L3Call& call, const L3Type& type, size_t from)
   return status < 0 ? l3Fail(call, type.module->encoder, status, type.line) : 0;
 }
 
-int nasSign(L3Call& call, const L3Type& type, size_t start, const NasSpans& spans, uint32_t& code)
+// Computes the code over the octets up to the cursor, stores it and writes it at its place.
+static int nasSign(L3Call& call, const L3Type& type, size_t start, const NasSpans& spans, uint32_t& code)
 {
   RtxContext* pctxt = call.pctxt;
   size_t from = start + spans.signedFrom;
@@ -68,14 +70,22 @@ int nasSign(L3Call& call, const L3Type& type, size_t start, const NasSpans& span
   return 0;
 }
 
-static const L3Row& bodyRow(const L3Type& pdu)
+bool nasIsCiphered(int secHdrType)
 {
-  return pdu.rows[pdu.rowCount - 1];
+  return secHdrType == 2 || secHdrType == 4;
 }
 
-bool nasKnowsBody(const L3Type& pdu, const void* record)
+int nasProtect(L3Call& call, const L3Type& type, size_t start, const NasSpans& spans, int secHdrType, uint32_t& code)
 {
-  const L3Row& row = bodyRow(pdu);
+  if (nasIsCiphered(secHdrType))
+    if (int status = nasCipher(call, type, start + spans.cipheredFrom); status < 0) return status;
+  return nasSign(call, type, start, spans, code);
+}
+
+// Is the record's message alternative one of the table?
+static bool knowsBody(const L3Type& pdu, const void* record)
+{
+  const L3Row& row = pdu.rows[pdu.rowCount - 1];
   const L3Body& body = *static_cast<const L3Body*>(row.info);
   uint64_t tag = l3Load(static_cast<const uint8_t*>(record) + row.offset, 4);
   for (unsigned i = 0; i < body.count; ++i)
@@ -83,8 +93,10 @@ bool nasKnowsBody(const L3Type& pdu, const void* record)
   return false;
 }
 
-int nasEncodeHeaderRows(L3Call& call, const L3Type& pdu, void* record)
+int nasEncodePlain(L3Call& call, const L3Type& pdu, void* record, bool& known)
 {
+  known = knowsBody(pdu, record);
+  if (known) return l3EncRows(call, pdu, record);
   L3Type header = pdu;
   --header.rowCount;
   return l3EncRows(call, header, record);

@@ -27,13 +27,11 @@ void nasReturn(RtxContext* pctxt, const NasPosition& position);
 void nasVerify(L3Call& call, const L3Type& type, size_t from, uint32_t received);
 // Deciphers in place from an octet to the end of the buffer. A failure ends the decoding.
 int nasDecipher(L3Call& call, const L3Type& type, size_t from);
-// Ciphers in place from an octet to the cursor.
-int nasCipher(L3Call& call, const L3Type& type, size_t from);
-// Computes the code over the octets up to the cursor, stores it and writes it at its place.
-int nasSign(L3Call& call, const L3Type& type, size_t start, const NasSpans& spans, uint32_t& code);
-// Is the record's message alternative one of the table?
-bool nasKnowsBody(const L3Type& pdu, const void* record);
-// Encodes all rows but the message itself.
-int nasEncodeHeaderRows(L3Call& call, const L3Type& pdu, void* record);
+// Encodes the plain message. A bad alternative number (`known` false) is no error here: its header rows alone go out.
+int nasEncodePlain(L3Call& call, const L3Type& pdu, void* record, bool& known);
+// Are messages of this header type ciphered? The numbers are the same in both systems.
+bool nasIsCiphered(int secHdrType);
+// Ciphers if the header type says so, signs the ciphered octets, and writes the code over its place.
+int nasProtect(L3Call& call, const L3Type& type, size_t start, const NasSpans& spans, int secHdrType, uint32_t& code);
 
 #endif

@@ -47,7 +47,7 @@ static int decSecurity(L3Call& call, const L3Type& type, TS24501Msg_PDU& pdu)
   l3PopName(call);
   pdu.m.secHdrPresent = 1;
   nasVerify(call, type, start + kSpans.signedFrom, pdu.secHdr.msgAuthCode);
-  return isCiphered(pdu.secHdr.secHdrType) ? nasDecipher(call, type, start + kSpans.cipheredFrom) : 0;
+  return nasIsCiphered(pdu.secHdr.secHdrType) ? nasDecipher(call, type, start + kSpans.cipheredFrom) : 0;
 }
 
 int l3Dec_TS24501Msg_PDU(L3Call& call, const L3Type& type, void* value)
@@ -65,14 +65,6 @@ int l3Dec_TS24501Msg_PDU(L3Call& call, const L3Type& type, void* value)
   return call.pctxt->errInfo.count ? rtxErrGetStatus(call.pctxt) : 0;
 }
 
-// Ciphers first, signs the ciphered octets, and writes the code over its place.
-static int encSecurity(L3Call& call, const L3Type& type, TS24501Msg_PDU& pdu, size_t start)
-{
-  if (isCiphered(pdu.secHdr.secHdrType))
-    if (int status = nasCipher(call, type, start + kSpans.cipheredFrom); status < 0) return status;
-  return nasSign(call, type, start, kSpans, pdu.secHdr.msgAuthCode);
-}
-
 int l3Enc_TS24501Msg_PDU(L3Call& call, const L3Type& type, void* value)
 {
   TS24501Msg_PDU& pdu = *static_cast<TS24501Msg_PDU*>(value);
@@ -85,12 +77,11 @@ int l3Enc_TS24501Msg_PDU(L3Call& call, const L3Type& type, void* value)
     if (status < 0) return l3Fail(call, kEncoder, status, __LINE__);
     l3PopName(call);
   }
-  // A bad alternative number is no error here: the body stays out and a signed message still ends as a success.
-  bool known = nasKnowsBody(type, &pdu);
-  int status = known ? l3EncRows(call, type, value) : nasEncodeHeaderRows(call, type, value);
+  bool known;
+  int status = nasEncodePlain(call, type, value, known);
   if (status < 0) return status;
-  if (!known) status = RTX_E_INVALID_CHOICE;
-  // The presence bit alone decides: it looks at neither discriminator nor header type.
-  if (pdu.m.secHdrPresent) status = encSecurity(call, type, pdu, start);
-  return status;
+  // The presence bit alone decides: it looks at neither discriminator nor header type, and a body left out is
+  // forgotten.
+  if (pdu.m.secHdrPresent) return nasProtect(call, type, start, kSpans, pdu.secHdr.secHdrType, pdu.secHdr.msgAuthCode);
+  return known ? status : RTX_E_INVALID_CHOICE;
 }

@@ -1,0 +1,178 @@
+// Elements and a message of TS 24.301 that rows cannot say. The mobile identity (9.9.3.12), because the digits of an
+// IMSI or IMEI begin inside its first octet. The entries of a list of tracking areas (9.9.3.33), because their counts
+// stand outside them. The detach request (8.2.11), because the context and not the octets tells its direction.
+#include <cstring>
+
+#include "L3Descriptors.h"
+#include "src2/MobileIdentityDigits.h"
+#include "src2/TrackingAreaItem.h"
+#include "velnor3gpp/TS24301IES.h"
+#include "velnor3gpp/TS24301Msgs.h"
+
+static constexpr char kElementDecoder[] = "TS24301IESDec";
+static constexpr char kElementEncoder[] = "TS24301IESEnc";
+static constexpr char kDecoder[] = "TS24301MsgsDec";
+static constexpr char kEncoder[] = "TS24301MsgsEnc";
+
+using Identity = TS24301IE_EPSMobileIdentity;
+
+enum IdentityTag : uint32_t { kImsi = 1, kImei, kGuti };
+enum IdentityType { kTypeImsi = 1, kTypeImei = 3, kTypeGuti = 6 };
+static constexpr uint8_t kGutiOctets = 11;
+
+static int decPart(L3Call& call, const char* module, const char* name, const L3Type& type, void* part)
+{
+  L3Name frame;
+  l3PushName(call, frame, name);
+  int status = l3DecType(call, type, part);
+  if (status < 0) return l3Fail(call, module, status, __LINE__);
+  l3PopName(call);
+  return status;
+}
+
+static int encPart(L3Call& call, const char* module, const char* name, const L3Type& type, void* part)
+{
+  L3Name frame;
+  l3PushName(call, frame, name);
+  int status = l3EncType(call, type, part);
+  if (status < 0) return l3Fail(call, module, status, __LINE__);
+  l3PopName(call);
+  return status;
+}
+
+static int decOddEven(L3Call& call, uint8_t& odd)
+{
+  L3Name frame;
+  l3PushName(call, frame, "oddEvenInd");
+  int status = l3DecBits(call, &odd, 1, 1, "BOOLEAN");
+  if (status < 0) return l3Fail(call, kElementDecoder, status, __LINE__);
+  l3PopName(call);
+  return 0;
+}
+
+static int decIdentity(L3Call& call, Identity& identity)
+{
+  const L3Type& guti = l3_TS24301IE_EPSMobileIdentity_GUTI;
+  uint8_t length = identity.length, odd = identity.oddEvenInd, digit1 = identity.filler;
+  auto& u = identity.u;
+  switch (identity.typeOfIdent) {
+    case kTypeImsi:
+      identity.t = kImsi;
+      return decIdentityDigits(call, kElementDecoder, "imsi", length, odd, digit1, u.imsi, sizeof u.imsi);
+    case kTypeImei:
+      identity.t = kImei;
+      return decIdentityDigits(call, kElementDecoder, "imei", length, odd, digit1, u.imei, sizeof u.imei);
+    default:
+      identity.t = kGuti;
+      return decPart(call, kElementDecoder, "guti", guti, &u.guti);
+  }
+}
+
+// The first octet and what follows. An empty identity ends in the middle of its first octet.
+static int decInside(L3Call& call, Identity& identity, size_t end)
+{
+  int status = l3DecNamed(call, kElementDecoder, __LINE__, "filler", &identity.filler, 4, 1);
+  if (status < 0) return status;
+  if (l3BitPos(call.pctxt) > end) return l3Fail(call, kElementDecoder, RTX_E_BAD_LENGTH, __LINE__);
+  if (status = decOddEven(call, identity.oddEvenInd); status < 0) return status;
+  const L3Type& type = l3_TS24301IE_EPSMobileIdentity_typeOfIdent;
+  status = decPart(call, kElementDecoder, "typeOfIdent", type, &identity.typeOfIdent);
+  if (status >= 0) status = decIdentity(call, identity);
+  if (status < 0) return status;
+  return l3BitPos(call.pctxt) > end ? l3Fail(call, kElementDecoder, RTX_E_BAD_LENGTH, __LINE__) : 0;
+}
+
+int l3Dec_TS24301IE_EPSMobileIdentity(L3Call& call, const L3Type&, void* value)
+{
+  Identity& identity = *static_cast<Identity*>(value);
+  RtxContext* pctxt = call.pctxt;
+  L3Region region;
+  identity.t = 0;
+  int status = l3DecNamed(call, kElementDecoder, __LINE__, "length", &identity.length, 8, 1);
+  if (status < 0) return status;
+  size_t end = l3BitPos(pctxt) + identity.length * 8U;
+  if (identity.length < 1 || identity.length > kGutiOctets)
+    l3NoteRange(call, kElementDecoder, __LINE__, identity.length);
+  status = l3PushRegion(call, region, identity.length, false);
+  if (status < 0) return l3Fail(call, kElementDecoder, status, __LINE__);
+  if (status = decInside(call, identity, end); status < 0) return status;
+  pctxt->buffer.byteIndex = end / 8;
+  pctxt->buffer.bitOffset = static_cast<int16_t>(8 - end % 8);
+  l3PopRegion(call);
+  return 0;
+}
+
+// The digit forms write length and first octet themselves; the record tells afterwards what was written.
+static int encDigits(L3Call& call, Identity& identity, const char* name, const char* digits)
+{
+  size_t count = strnlen(digits, sizeof identity.u.imsi);
+  if (count == sizeof identity.u.imsi) return l3FailRange(call, kElementEncoder, __LINE__, count);
+  identity.length = static_cast<uint8_t>(count / 2 + 1);
+  identity.oddEvenInd = count & 1;
+  identity.filler = digits[0] >= '0' && digits[0] <= '9' ? static_cast<uint8_t>(digits[0] - '0') : identity.filler;
+  return encIdentityDigits(call, kElementEncoder, name, static_cast<uint8_t>(identity.typeOfIdent), digits);
+}
+
+static int encGuti(L3Call& call, Identity& identity)
+{
+  identity.length = kGutiOctets;
+  int status = l3EncNamed(call, kElementEncoder, __LINE__, "length", kGutiOctets, 8, 1);
+  if (status < 0) return status;
+  status = l3EncNamed(call, kElementEncoder, __LINE__, "filler", identity.filler, 4, 1);
+  if (status < 0) return status;
+  L3Name frame;
+  l3PushName(call, frame, "oddEvenInd");
+  status = l3EncBits(call, identity.oddEvenInd != 0, 1, "BOOLEAN");
+  if (status < 0) return l3Fail(call, kElementEncoder, status, __LINE__);
+  l3PopName(call);
+  const L3Type& type = l3_TS24301IE_EPSMobileIdentity_typeOfIdent;
+  status = encPart(call, kElementEncoder, "typeOfIdent", type, &identity.typeOfIdent);
+  if (status < 0) return status;
+  return encPart(call, kElementEncoder, "guti", l3_TS24301IE_EPSMobileIdentity_GUTI, &identity.u.guti);
+}
+
+int l3Enc_TS24301IE_EPSMobileIdentity(L3Call& call, const L3Type&, void* value)
+{
+  Identity& identity = *static_cast<Identity*>(value);
+  switch (identity.typeOfIdent) {
+    case kTypeImsi:
+      return encDigits(call, identity, "imsi", identity.u.imsi);
+    case kTypeImei:
+      return encDigits(call, identity, "imei", identity.u.imei);
+    case kTypeGuti:
+      return encGuti(call, identity);
+    default:
+      return l3Fail(call, kElementEncoder, RTX_E_INVALID_CHOICE, __LINE__);
+  }
+}
+
+int l3Dec_TS24301IE_TrackingAreaIdentListItem(L3Call& call, const L3Type& type, void* value)
+{
+  static constexpr TrackingAreaTypes types = {kElementDecoder, l3_TS24301IE_TrackingAreaCode,
+                                              l3_TS24301IE_TrackingAreaIdent};
+  return decTrackingItem(call, types, type, *static_cast<TS24301IE_TrackingAreaIdentListItem*>(value));
+}
+
+int l3Dec_TS24301Msg_DetachRequest(L3Call& call, const L3Type&, void* value)
+{
+  auto& request = *static_cast<TS24301Msg_DetachRequest*>(value);
+  if (call.pctxt->flags & RTX_FLAG_MOBILE_ORIGINATED) {
+    request.t = 1;
+    return decPart(call, kDecoder, "ueOrig", l3_TS24301Msg_DetachRequestUEOrig, &request.u.ueOrig);
+  }
+  request.t = 2;
+  return decPart(call, kDecoder, "ueTerm", l3_TS24301Msg_DetachRequestUETerm, &request.u.ueTerm);
+}
+
+int l3Enc_TS24301Msg_DetachRequest(L3Call& call, const L3Type&, void* value)
+{
+  auto& request = *static_cast<TS24301Msg_DetachRequest*>(value);
+  switch (request.t) {
+    case 1:
+      return encPart(call, kEncoder, "ueOrig", l3_TS24301Msg_DetachRequestUEOrig, &request.u.ueOrig);
+    case 2:
+      return encPart(call, kEncoder, "ueTerm", l3_TS24301Msg_DetachRequestUETerm, &request.u.ueTerm);
+    default:
+      return l3Fail(call, kEncoder, RTX_E_INVALID_CHOICE, __LINE__);
+  }
+}

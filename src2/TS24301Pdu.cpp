@@ -1,0 +1,230 @@
+// The top-level forms of TS 24.301. By hand because the first half-octet means something else for each discriminator
+// behind it, because a service request has no message type and a code of 16 bits, and because the decoder looks ahead,
+// verifies and deciphers before the plain part, and the encoder ciphers, signs and back-patches behind it
+// (TS 24.301, 4.4 and 9.1); the plain part itself is the engine's.
+#include "L3Descriptors.h"
+#include "rt3gppsrc/engine/l3Decode.h"
+#include "rt3gppsrc/engine/l3Encode.h"
+#include "rt3gppsrc/rt3gppNasPdu.h"
+#include "velnor3gpp/TS24301Msgs.h"
+#include "velnor3gpp/rt3gppNasSec.h"
+#include "velnor3gpp/rtxBitEncode.h"
+#include "velnor3gpp/rtxDiagBitTrace.h"
+#include "velnor3gpp/rtxMemHeap.h"
+
+static constexpr char kDecoder[] = "TS24301MsgsDec";
+static constexpr char kEncoder[] = "TS24301MsgsEnc";
+static constexpr uint8_t kSession = 2, kMobility = 7, kShortMessage = 9;
+// Octets from the start of the message: the code, then what it covers, then what is ciphered.
+static constexpr NasSpans kSpans = {1, 5, 6};
+static constexpr uint8_t kServiceRequestHeader = 12;
+static constexpr uint32_t kServiceRequest = 23;
+static constexpr size_t kServiceRequestSigned = 2; // octets that the short code covers
+
+// The first octet of a message.
+struct FirstOctet {
+  uint8_t high;          // security header type, bearer identity or transaction identifier
+  uint8_t discriminator; // not read for a service request
+};
+
+// Decodes some of a form's rows.
+static int decSlice(L3Call& call, const L3Type& pdu, unsigned from, unsigned count, void* record)
+{
+  L3Type slice = pdu;
+  slice.rows += from;
+  slice.rowCount = static_cast<uint16_t>(count);
+  slice.mOctets = 0; // the presence bits are the caller's
+  return l3DecRows(call, slice, record);
+}
+
+// Gives the first half-octet the meaning that it has under the discriminator.
+static void relabel(TS24007L3_L3HdrOptions& options, int discriminator)
+{
+  uint8_t bits = options.u.skipInd;
+  switch (discriminator) {
+    case kSession:
+      options.t = 3;
+      options.u.epsBearerIdent = static_cast<TS24007L3_EPSBearerIdentity>(bits);
+      break;
+    case kMobility:
+      options.t = 4;
+      options.u.secHdr = bits;
+      break;
+    case kShortMessage:
+      options.t = 2;
+      options.u.transId.flag = bits >> 3;
+      options.u.transId.value = bits & 7;
+      break;
+    default:
+      break;
+  }
+}
+
+// The plain part: header, its new label, and the three rows behind it (transaction identity, type, body).
+template <class Pdu> static int decPlain(L3Call& call, const L3Type& type, Pdu& pdu)
+{
+  unsigned header = type.rowCount - 3U;
+  int status = decSlice(call, type, 0, header, &pdu);
+  if (status < 0) return status;
+  relabel(pdu.l3HdrOpts, pdu.protoDiscr);
+  return decSlice(call, type, header, 3, &pdu);
+}
+
+int l3Dec_TS24301Msg_PDU_SM(L3Call& call, const L3Type& type, void* value)
+{
+  return decPlain(call, type, *static_cast<TS24301Msg_PDU_SM*>(value));
+}
+
+// What the short code of a service request is, or false with the failure recorded.
+static bool shortCode(L3Call& call, size_t start, uint32_t& code)
+{
+  const RtxBuffer& buffer = call.pctxt->buffer;
+  size_t left = start < buffer.size ? buffer.size - start : 0;
+  if (!call.pctxt->pSecurity) l3ToLists(call); // the operation is about to record a failure
+  int status = rtx3gppComputeMAC(call.pctxt, buffer.data + start,
+                                 left < kServiceRequestSigned ? left : kServiceRequestSigned, &code);
+  if (status < 0) l3Fail(call, kDecoder, status, __LINE__);
+  code &= 0xFFFF;
+  return status >= 0;
+}
+
+static void compareShortCode(L3Call& call, const TS24301Msg_ServiceRequest& request, uint32_t computed)
+{
+  uint32_t received = static_cast<uint32_t>(request.shortMAC[0] << 8 | request.shortMAC[1]);
+  if (received == computed) return;
+  l3ToLists(call);
+  rtxErrAddUIntParm(call.pctxt, computed); // the long form has the received code first
+  rtxErrAddUIntParm(call.pctxt, received);
+  rtxErrSetNewData(call.pctxt, RTX_E_BAD_MAC, kDecoder, __LINE__);
+}
+
+// A header that no octet carries: the form has neither code nor sequence number nor message type in these places.
+static void fillServiceRequest(TS24301Msg_PDU& pdu)
+{
+  pdu.m.secHdrPresent = 1;
+  pdu.l3HdrOpts.t = 1;
+  pdu.l3HdrOpts.u.skipInd = 0;
+  pdu.secHdr.secHdrType = TS24007L3_SecHdrType_secHdrForSvcReq;
+  pdu.secHdr.protoDiscr = kMobility;
+  pdu.secHdr.msgAuthCode = 0;
+  pdu.secHdr.seqNumber = 0;
+  pdu.protoDiscr = TS24007L3_ProtoDiscr_epsMobMgmt;
+  pdu.msgType = 0;
+  pdu.data.t = kServiceRequest;
+}
+
+// The type name stays pushed behind a service request, on success as well.
+static int endServiceRequest(L3Call& call, int status)
+{
+  l3ToLists(call);
+  call.keepTypeName = true;
+  return status;
+}
+
+static int decServiceRequest(L3Call& call, TS24301Msg_PDU& pdu, const NasPosition& start)
+{
+  uint32_t code = 0;
+  bool computed = shortCode(call, start.byteIndex, code);
+  fillServiceRequest(pdu);
+  nasReturn(call.pctxt, start);
+  auto* request = static_cast<TS24301Msg_ServiceRequest*>(
+      rtxMemHeapAllocZ(&call.pctxt->pMemHeap, sizeof(TS24301Msg_ServiceRequest)));
+  if (!request) return l3Fail(call, kDecoder, RTX_E_NO_MEMORY, __LINE__);
+  pdu.data.u.obj_ServiceRequest = request;
+  int status = l3DecType(call, l3_TS24301Msg_ServiceRequest, request);
+  if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
+  if (computed) compareShortCode(call, *request, code);
+  return endServiceRequest(call, call.pctxt->errInfo.count ? rtxErrGetStatus(call.pctxt) : 0);
+}
+
+// Reads the first octet without a trace and steps back. With a service request the trace stays off.
+static int lookAhead(L3Call& call, const NasPosition& start, FirstOctet& octet)
+{
+  RtxContext* pctxt = call.pctxt;
+  rtxDiagSetBitFldDisabled(pctxt->pBitFldList, 1);
+  int status = l3DecBits(call, &octet.high, 4, 1, "INTEGER");
+  if (status >= 0 && octet.high >= kServiceRequestHeader) return 0;
+  if (status >= 0) status = l3DecBits(call, &octet.discriminator, 4, 1, "INTEGER");
+  if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
+  nasReturn(pctxt, start);
+  rtxDiagSetBitFldDisabled(pctxt->pBitFldList, 0);
+  return 0;
+}
+
+// Types 1 to 4 are verified; the partly ciphered 5 is not, though the encoder signs it.
+static int decSecurity(L3Call& call, const L3Type& type, TS24301Msg_PDU& pdu, size_t start)
+{
+  L3Name frame;
+  l3PushName(call, frame, "secHdr");
+  int status = l3DecType(call, l3_TS24007L3_SecProtMsgHeader, &pdu.secHdr);
+  if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
+  l3PopName(call);
+  pdu.m.secHdrPresent = 1;
+  int header = pdu.secHdr.secHdrType;
+  if (header >= 1 && header <= 4) nasVerify(call, type, start + kSpans.signedFrom, pdu.secHdr.msgAuthCode);
+  return nasIsCiphered(header) ? nasDecipher(call, type, start + kSpans.cipheredFrom) : 0;
+}
+
+int l3Dec_TS24301Msg_PDU(L3Call& call, const L3Type& type, void* value)
+{
+  TS24301Msg_PDU& pdu = *static_cast<TS24301Msg_PDU*>(value);
+  NasPosition start = nasPosition(call.pctxt);
+  FirstOctet octet = {0, 0};
+  pdu.m.secHdrPresent = 0;
+  int status = lookAhead(call, start, octet);
+  if (status < 0) return status;
+  // The value alone decides, whatever the discriminator: bearer identities 12 to 15 go the same way.
+  if (octet.high >= kServiceRequestHeader) return decServiceRequest(call, pdu, start);
+  if (octet.high != 0 && octet.discriminator == kMobility)
+    if (status = decSecurity(call, type, pdu, start.byteIndex); status < 0) return status;
+  status = decPlain(call, type, pdu);
+  if (status < 0) return status;
+  return call.pctxt->errInfo.count ? rtxErrGetStatus(call.pctxt) : 0;
+}
+
+// The short code goes into the record and over the two octets just written for it.
+static int encServiceRequest(L3Call& call, TS24301Msg_PDU& pdu, size_t start)
+{
+  RtxContext* pctxt = call.pctxt;
+  if (pdu.data.t != kServiceRequest) return l3Fail(call, kEncoder, RTX_E_INVALID_CHOICE, __LINE__);
+  TS24301Msg_ServiceRequest* request = pdu.data.u.obj_ServiceRequest;
+  if (!request) return l3Fail(call, kEncoder, RTX_E_NULL_POINTER, __LINE__);
+  int status = l3EncType(call, l3_TS24301Msg_ServiceRequest, request);
+  if (status < 0) return l3Fail(call, kEncoder, status, __LINE__);
+  uint32_t code = 0;
+  if (!pctxt->pSecurity) l3ToLists(call);
+  status = rtx3gppComputeMAC(pctxt, pctxt->buffer.data + start, kServiceRequestSigned, &code);
+  if (status < 0) return l3Fail(call, kEncoder, status, __LINE__);
+  request->shortMAC[0] = static_cast<uint8_t>(code >> 8);
+  request->shortMAC[1] = static_cast<uint8_t>(code);
+  pctxt->buffer.byteIndex -= sizeof request->shortMAC;
+  status = rtxEncBits(pctxt, code & 0xFFFF, 16);
+  if (status < 0) return l3Fail(call, kEncoder, status, __LINE__);
+  return endServiceRequest(call, status);
+}
+
+static int encHeader(L3Call& call, TS24301Msg_PDU& pdu)
+{
+  L3Name frame;
+  l3PushName(call, frame, "secHdr");
+  int status = l3EncType(call, l3_TS24007L3_SecProtMsgHeader, &pdu.secHdr);
+  if (status < 0) return l3Fail(call, kEncoder, status, __LINE__);
+  l3PopName(call);
+  return 0;
+}
+
+int l3Enc_TS24301Msg_PDU(L3Call& call, const L3Type& type, void* value)
+{
+  TS24301Msg_PDU& pdu = *static_cast<TS24301Msg_PDU*>(value);
+  size_t start = call.pctxt->buffer.byteIndex;
+  int header = pdu.m.secHdrPresent && pdu.secHdr.protoDiscr == kMobility ? pdu.secHdr.secHdrType : 0;
+  if (header == kServiceRequestHeader) return encServiceRequest(call, pdu, start);
+  if (header != 0)
+    if (int status = encHeader(call, pdu); status < 0) return status;
+  bool known;
+  int status = nasEncodePlain(call, type, value, known);
+  if (status < 0) return status;
+  // A body left out is forgotten once the message is signed.
+  if (header != 0) return nasProtect(call, type, start, kSpans, header, pdu.secHdr.msgAuthCode);
+  return known ? status : RTX_E_INVALID_CHOICE;
+}

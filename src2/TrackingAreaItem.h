@@ -1,0 +1,103 @@
+// Decoding of one entry of a list of tracking areas (TS 24.301, 9.9.3.33; TS 24.501, 9.11.3.9). By hand because the
+// count of an entry's elements stands in its first octet, outside the records that hold the elements. Shared by both
+// systems, whose records differ in the width of the code and in the meaning of the first bit.
+#ifndef VELNOR3GPP_TRACKING_AREA_ITEM_H
+#define VELNOR3GPP_TRACKING_AREA_ITEM_H
+
+#include "L3Descriptors.h"
+#include "rt3gppsrc/engine/l3Decode.h"
+#include "velnor3gpp/rtxMemHeap.h"
+
+struct TrackingAreaTypes {
+  const char* module; // of error records
+  const L3Type& code; // tracking area code
+  const L3Type& identity;
+};
+
+// Reads a value of the type under an element name.
+inline int decTrackingElement(L3Call& call, const char* module, const char* name, const L3Type& type, void* value)
+{
+  L3Name frame;
+  l3PushName(call, frame, name);
+  int status = l3DecType(call, type, value);
+  if (status < 0) return l3Fail(call, module, status, __LINE__);
+  l3PopName(call);
+  return status;
+}
+
+inline int decTrackingEntry(L3Call& call, const char* module, uint32_t index, const L3Type& type, void* value)
+{
+  L3Name frame;
+  l3PushEntry(call, frame, "elem", index);
+  int status = l3DecType(call, type, value);
+  if (status < 0) return l3Fail(call, module, status, __LINE__);
+  l3PopEntry(call);
+  return status;
+}
+
+// One PLMN, and codes that need not follow each other.
+template <class List> int decTrackingCodes(L3Call& call, const TrackingAreaTypes& types, List& list, unsigned count)
+{
+  list.tacs.n = 0;
+  int status = decTrackingElement(call, types.module, "mcc-mnc", l3_TS24008IE_MCCMNCPair, &list.mcc_mnc);
+  if (status < 0) return status;
+  L3Name frame;
+  l3PushName(call, frame, "tacs");
+  for (unsigned i = 0; i < count; ++i, ++list.tacs.n)
+    if (status = decTrackingEntry(call, types.module, i, types.code, &list.tacs.elem[i]); status < 0) return status;
+  l3PopName(call);
+  return 0;
+}
+
+// One PLMN, and the first of a row of codes.
+template <class List> int decTrackingRow(L3Call& call, const TrackingAreaTypes& types, List& list)
+{
+  int status = decTrackingElement(call, types.module, "mcc-mnc", l3_TS24008IE_MCCMNCPair, &list.mcc_mnc);
+  return status < 0 ? status : decTrackingElement(call, types.module, "tac", types.code, &list.tac);
+}
+
+// Identities of several PLMNs.
+template <class List>
+int decTrackingIdentities(L3Call& call, const TrackingAreaTypes& types, List& list, unsigned count)
+{
+  list.n = 0;
+  void* entries = rtxMemHeapAlloc(&call.pctxt->pMemHeap, count * sizeof *list.elem);
+  list.elem = static_cast<decltype(list.elem)>(entries);
+  if (!entries) return l3Fail(call, types.module, RTX_E_NO_MEMORY, __LINE__);
+  for (unsigned i = 0; i < count; ++i, ++list.n)
+    if (int status = decTrackingEntry(call, types.module, i, types.identity, &list.elem[i]); status < 0) return status;
+  return 0;
+}
+
+// The alternative of the item, under its name.
+template <class Item> int decTrackingAlternative(L3Call& call, const TrackingAreaTypes& types, Item& item)
+{
+  static constexpr const char* kNames[] = {"partTrkIdentList0", "partTrkIdentList1", "partTrkIdentList2"};
+  unsigned count = item.numElements + 1U; // on the wire it is one less
+  if (item.typeOfList > 2) return l3Fail(call, types.module, RTX_E_INVALID_CHOICE, __LINE__);
+  item.elements.t = item.typeOfList + 1U;
+  L3Name frame;
+  l3PushName(call, frame, kNames[item.typeOfList]);
+  auto& u = item.elements.u;
+  int status = item.typeOfList == 0   ? decTrackingCodes(call, types, u.partTrkIdentList0, count)
+               : item.typeOfList == 1 ? decTrackingRow(call, types, u.partTrkIdentList1)
+                                      : decTrackingIdentities(call, types, u.partTrkIdentList2, count);
+  if (status >= 0) l3PopName(call);
+  return status;
+}
+
+// A whole item; the rows of its type are the fields of the first octet and then the choice.
+template <class Item> int decTrackingItem(L3Call& call, const TrackingAreaTypes& types, const L3Type& type, Item& item)
+{
+  L3Type octet = type;
+  octet.rowCount = 3;
+  int status = l3DecRows(call, octet, &item);
+  if (status < 0) return status;
+  L3Name frame;
+  l3PushName(call, frame, "elements");
+  status = decTrackingAlternative(call, types, item);
+  if (status >= 0) l3PopName(call);
+  return status;
+}
+
+#endif
