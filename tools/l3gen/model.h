@@ -162,7 +162,8 @@ std::optional<uint32_t> fixedBits(const Type& type);
 std::string skipForm(const Row& row, uint32_t& octets);
 bool needsInit(const Type& type);
 std::vector<Type*> inDependencyOrder(Model& model, const Module& module);
-const Row* findField(const Type& type, const std::string& name);
+// The row of a field, in a record within the record if the name has dots; `path` collects the C path.
+const Row* findField(const Type& type, const std::string& name, std::string* path = nullptr);
 // names.cpp
 std::string cName(const std::string& name);
 unsigned storeOf(const What& what);

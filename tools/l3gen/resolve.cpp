@@ -15,11 +15,23 @@ static Type* find(Model& model, const Type& from, const std::string& name)
   return it == model.byName.end() ? nullptr : it->second;
 }
 
-const Row* findField(const Type& type, const std::string& name)
+static const Row* rowNamed(const Type& type, const std::string& name)
 {
   for (auto& row : type.rows)
     if (row.name == name || row.member == name) return &row;
   return nullptr;
+}
+
+// `octet1.eBit` is a field of the record `octet1`.
+const Row* findField(const Type& type, const std::string& name, std::string* path)
+{
+  size_t dot = name.find('.');
+  const Row* row = rowNamed(type, name.substr(0, dot));
+  if (!row) return nullptr;
+  if (path) *path += (path->empty() ? "" : ".") + row->member;
+  if (dot == std::string::npos) return row;
+  bool record = row->what.type && row->when == When::Always && row->often.end == End::None;
+  return record ? findField(*row->what.type, name.substr(dot + 1), path) : nullptr;
 }
 
 static void resolveWhat(Model& model, Type& owner, Row& row)
@@ -272,16 +284,11 @@ static void layOutExt(Type& type)
 
 static void checkField(const Type& type, const Row& row, const std::string& name)
 {
-  for (auto& earlier : type.rows) {
-    if (&earlier == &row) break;
-    if (earlier.name != name && earlier.member != name) continue;
-    bool length = earlier.when == When::Length;
-    if (!length && (!scalarOf(earlier.what) || earlier.often.end != End::None))
-      refuse(row.place, "'" + name + "' is no number");
-    return;
-  }
-  bool later = findField(type, name) != nullptr;
-  refuse(row.place, "'" + name + "' " + (later ? "comes later" : "is no element of this record"));
+  const Row* field = findField(type, name);
+  if (!field) refuse(row.place, "'" + name + "' is no element of this record");
+  if (rowNamed(type, name.substr(0, name.find('.'))) >= &row) refuse(row.place, "'" + name + "' comes later");
+  bool number = field->when == When::Length || (scalarOf(field->what) && field->often.end == End::None);
+  if (!number) refuse(row.place, "'" + name + "' is no number");
 }
 
 static void checkChoice(const Type& type, const Row& row)

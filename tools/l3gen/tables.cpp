@@ -33,11 +33,12 @@ struct TableWriter {
   std::string field(const std::string& name) const
   {
     if (name.empty()) return "{0, 0, 0}";
-    const Row* row = findField(type, name);
+    std::string path;
+    const Row* row = findField(type, name, &path);
     bool length = row->when == When::Length;
     unsigned store = length ? storeForBits(row->number) : storeOf(row->what);
     unsigned bits = length ? row->number : scalarOf(row->what)->bits;
-    return format("{%s, %u, %u}", off(row->member).c_str(), store, bits);
+    return format("{%s, %u, %u}", off(path).c_str(), store, bits);
   }
 };
 
