@@ -1,0 +1,24 @@
+// The cause of the relay protocol (TS 24.011, 8.2.5.4). By hand because an element of length 0 is taken as it stands,
+// without a cause, where the rows would read on into what follows.
+#include "L3Descriptors.h"
+#include "rt3gppsrc/engine/l3Decode.h"
+#include "velnor3gpp/TS24011IES.h"
+#include "velnor3gpp/rtxBitDecode.h"
+
+static constexpr char kDecoder[] = "TS24011IESDec";
+
+int l3Dec_TS24011IE_RPCauseElem(L3Call& call, const L3Type& type, void* value)
+{
+  uint8_t ahead = 0;
+  if (rtxPeekByte(call.pctxt, &ahead) != 1 || ahead != 0) return l3DecRows(call, type, value);
+  auto& cause = *static_cast<TS24011IE_RPCauseElem*>(value);
+  cause.diagField.n = 0;
+  cause.diagField.elem = nullptr;
+  L3Name frame;
+  l3PushName(call, frame, "length");
+  int status = l3DecBits(call, &cause.length, 8, 1, "INTEGER");
+  if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
+  l3NoteRange(call, kDecoder, __LINE__, cause.length);
+  l3PopName(call);
+  return 0;
+}
