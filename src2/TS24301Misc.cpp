@@ -153,6 +153,11 @@ int l3Dec_TS24301IE_TrackingAreaIdentListItem(L3Call& call, const L3Type& type, 
   return decTrackingItem(call, types, type, *static_cast<TS24301IE_TrackingAreaIdentListItem*>(value));
 }
 
+int l3Enc_TS24301IE_TrackingAreaIdentListItem(L3Call& call, const L3Type& type, void* value)
+{
+  return encTrackingItem(call, type, *static_cast<TS24301IE_TrackingAreaIdentListItem*>(value));
+}
+
 int l3Dec_TS24301Msg_DetachRequest(L3Call& call, const L3Type&, void* value)
 {
   auto& request = *static_cast<TS24301Msg_DetachRequest*>(value);

@@ -1,11 +1,12 @@
-// Decoding of one entry of a list of tracking areas (TS 24.301, 9.9.3.33; TS 24.501, 9.11.3.9). By hand because the
-// count of an entry's elements stands in its first octet, outside the records that hold the elements. Shared by both
+// One entry of a list of tracking areas (TS 24.301, 9.9.3.33; TS 24.501, 9.11.3.9). By hand because the count of an
+// entry's elements stands in its first octet, outside the records that hold the elements. Shared by both
 // systems, whose records differ in the width of the code and in the meaning of the first bit.
 #ifndef VELNOR3GPP_TRACKING_AREA_ITEM_H
 #define VELNOR3GPP_TRACKING_AREA_ITEM_H
 
 #include "L3Descriptors.h"
 #include "rt3gppsrc/engine/l3Decode.h"
+#include "rt3gppsrc/engine/l3Encode.h"
 #include "velnor3gpp/rtxMemHeap.h"
 
 struct TrackingAreaTypes {
@@ -98,6 +99,17 @@ template <class Item> int decTrackingItem(L3Call& call, const TrackingAreaTypes&
   status = decTrackingAlternative(call, types, item);
   if (status >= 0) l3PopName(call);
   return status;
+}
+
+// Writes an item. The count on the wire follows from the entries and goes back into the record, as a length does.
+template <class Item> int encTrackingItem(L3Call& call, const L3Type& type, Item& item)
+{
+  auto& u = item.elements.u;
+  uint64_t count = 0;
+  if (item.typeOfList == 0) count = u.partTrkIdentList0.tacs.n;
+  if (item.typeOfList == 2) count = u.partTrkIdentList2.n;
+  if (count >= 1 && count <= 32) item.numElements = static_cast<uint8_t>(count - 1);
+  return l3EncRows(call, type, &item);
 }
 
 #endif
