@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "L3Descriptors.h"
+#include "rt3gppsrc/engine/l3Engine.h"
 #include "src2/MobileIdentityDigits.h"
 #include "src2/TrackingAreaItem.h"
 #include "velnor3gpp/TS24301IES.h"
@@ -156,6 +157,17 @@ int l3Dec_TS24301IE_TrackingAreaIdentListItem(L3Call& call, const L3Type& type, 
 int l3Enc_TS24301IE_TrackingAreaIdentListItem(L3Call& call, const L3Type& type, void* value)
 {
   return encTrackingItem(call, type, *static_cast<TS24301IE_TrackingAreaIdentListItem*>(value));
+}
+
+// A context without the flag decodes the second direction.
+bool l3Settle_TS24301Msg_DetachRequest(RtxContext* pctxt, void* value)
+{
+  auto& request = *static_cast<TS24301Msg_DetachRequest*>(value);
+  void* sample = l3Sample(pctxt, l3_TS24301Msg_DetachRequestUETerm);
+  if (!sample) return false;
+  request.t = 2;
+  memcpy(&request.u.ueTerm, sample, sizeof request.u.ueTerm);
+  return true;
 }
 
 int l3Dec_TS24301Msg_DetachRequest(L3Call& call, const L3Type&, void* value)

@@ -75,6 +75,25 @@ int l3Dec_TS24301Msg_PDU_SM(L3Call& call, const L3Type& type, void* value)
   return decPlain(call, type, *static_cast<TS24301Msg_PDU_SM*>(value));
 }
 
+// The half-octet of a sample, as the decoder will label it.
+bool l3Settle_TS24301Msg_PDU_SM(RtxContext*, void* value)
+{
+  auto& options = static_cast<TS24301Msg_PDU_SM*>(value)->l3HdrOpts;
+  options.t = 3;
+  options.u.epsBearerIdent = TS24007L3_EPSBearerIdentity_id5;
+  return true;
+}
+
+bool l3Settle_TS24301Msg_PDU(RtxContext*, void* value)
+{
+  auto& pdu = *static_cast<TS24301Msg_PDU*>(value);
+  pdu.secHdr.secHdrType = TS24007L3_SecHdrType_integProt;
+  pdu.secHdr.protoDiscr = kMobility;
+  pdu.l3HdrOpts.t = 4;
+  pdu.l3HdrOpts.u.secHdr = 0;
+  return true;
+}
+
 // What the short code of a service request is, or false with the failure recorded.
 static bool shortCode(L3Call& call, size_t start, uint32_t& code)
 {

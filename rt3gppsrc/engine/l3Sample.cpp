@@ -492,6 +492,7 @@ static bool sampleType(SampleWalk& walk, const L3Type& type, uint8_t* value)
   --walk.depth;
   walk.limit = limit;
   if (hasLength) walk.grow = grow;
+  if (type.hand && type.hand->settle && !walk.failed) walk.failed = !type.hand->settle(walk.pctxt, value);
   return closed;
 }
 

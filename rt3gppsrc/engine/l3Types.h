@@ -236,6 +236,7 @@ struct L3Message {
 struct L3Hand {
   int (*decode)(L3Call& call, const L3Type& type, void* record);
   int (*encode)(L3Call& call, const L3Type& type, void* record);
+  bool (*settle)(RtxContext* pctxt, void* record); // makes a sample one that decodes to itself; false: no memory
 };
 
 enum L3TypeFlags : uint8_t {

@@ -128,7 +128,7 @@ struct Type {
   std::vector<std::pair<std::string, int>> values; // Enum, Names
   std::vector<Row> rows;
   int msgType = -1;
-  std::string decodeFile, encodeFile, form;
+  std::string decodeFile, encodeFile, sampleFile, form;
   std::map<std::string, std::string> words;
   // laid out
   int mBits = 0;

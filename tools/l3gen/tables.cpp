@@ -353,11 +353,13 @@ static std::string typeFlags(const Type& type)
 static std::string writeHand(TableWriter& w)
 {
   const Type& type = w.type;
-  if (type.decodeFile.empty() && type.encodeFile.empty()) return "nullptr";
+  if (type.decodeFile.empty() && type.encodeFile.empty() && type.sampleFile.empty()) return "nullptr";
   std::string dec = "nullptr", enc = "nullptr", args = "(L3Call& call, const L3Type& type, void* value);\n";
   if (!type.decodeFile.empty()) w.out += "int " + (dec = "l3Dec_" + type.full) + args;
   if (!type.encodeFile.empty()) w.out += "int " + (enc = "l3Enc_" + type.full) + args;
-  return w.object("L3Hand", dec + ", " + enc);
+  std::string settle = "nullptr";
+  if (!type.sampleFile.empty()) w.out += "bool " + (settle = "l3Settle_" + type.full) + "(RtxContext*, void* value);\n";
+  return w.object("L3Hand", dec + ", " + enc + ", " + settle);
 }
 
 static std::string hyphens(std::string name)
