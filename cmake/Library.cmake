@@ -11,6 +11,7 @@ target_include_directories(velnor3gpp_objects PUBLIC ${PROJECT_SOURCE_DIR}/inclu
 target_compile_options(velnor3gpp_objects PRIVATE ${VELNOR_WARNINGS} -fno-exceptions -fno-rtti)
 
 add_library(velnor3gpp SHARED $<TARGET_OBJECTS:velnor3gpp_objects>)
-target_include_directories(velnor3gpp PUBLIC ${PROJECT_SOURCE_DIR}/include ${VELNOR_GENERATED_DIR}/include)
+target_include_directories(velnor3gpp PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+                           $<BUILD_INTERFACE:${VELNOR_GENERATED_DIR}/include>)
 target_link_options(velnor3gpp PRIVATE -Wl,-Bsymbolic -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map)
 set_target_properties(velnor3gpp PROPERTIES LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/exports.map)

@@ -1,9 +1,32 @@
 # Whatever needs more than a compiler: each part says in one line why it is left out.
+include(GNUInstallDirs)
+
+find_path(VELNOR_CLI11 CLI/CLI.hpp)
+if(VELNOR_CLI11)
+  add_subdirectory(tools/velnor3gpp)
+else()
+  message(STATUS "Left out: the program (install libcli11-dev)")
+endif()
+
 find_package(GTest QUIET)
 find_package(Threads QUIET)
 if(GTest_FOUND AND Threads_FOUND)
   enable_testing()
+  if(NOT VELNOR_PENDING)
+    add_subdirectory(examples)
+  endif()
   add_subdirectory(tests)
 else()
   message(STATUS "Left out: the tests (install libgtest-dev)")
+endif()
+
+find_package(benchmark QUIET)
+if(benchmark_FOUND)
+  add_subdirectory(bench)
+else()
+  message(STATUS "Left out: the benchmarks (install libbenchmark-dev)")
+endif()
+
+if(VELNOR_FUZZ AND EXISTS ${PROJECT_SOURCE_DIR}/fuzz/CMakeLists.txt)
+  add_subdirectory(fuzz)
 endif()

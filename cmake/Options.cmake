@@ -1,6 +1,7 @@
 # Switches of the build and the flags that go with them.
 option(VELNOR_WERROR "Warnings are errors in hand-written code" OFF)
 option(VELNOR_COVERAGE "Count executed lines and branches (gcov)" OFF)
+option(VELNOR_FUZZ "Build the fuzz targets (clang)" OFF)
 set(VELNOR_SANITIZE "" CACHE STRING "Sanitizers, e.g. address,undefined or thread")
 
 set(VELNOR_WARNINGS -Wall -Wextra -Wconversion)
@@ -14,4 +15,10 @@ endif()
 if(VELNOR_COVERAGE)
   add_compile_options(--coverage)
   add_link_options(--coverage)
+endif()
+if(VELNOR_FUZZ)
+  if(NOT CMAKE_CXX_COMPILER_ID MATCHES Clang)
+    message(FATAL_ERROR "VELNOR_FUZZ needs clang: configure with the preset fuzz, after apt-get install clang")
+  endif()
+  add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
