@@ -1,0 +1,1 @@
+set(tested velnor3gpp_program)

@@ -1,0 +1,285 @@
+#include "commands.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <optional>
+
+#include "job.h"
+#include "source.h"
+#include "velnor3gpp/rtxDiagBitTrace.h"
+#include "velnor3gpp/rtxPrintStream.h"
+
+namespace {
+
+// What all messages of a run share.
+struct Run {
+  const Options& options;
+  std::optional<Keys> keys;
+  size_t messages = 0;
+  size_t failed = 0;
+  size_t different = 0;
+};
+
+} // namespace
+
+static void openKeys(Run& run)
+{
+  const std::string& name = run.options.keyFile;
+  if (name.empty()) return;
+  std::ifstream in(name);
+  if (!in) throw UsageError(name + ": cannot be opened: " + strerror(errno));
+  readKeys(in, name, run.keys.emplace());
+}
+
+static JobOrder orderFor(Run& run, const Message& message)
+{
+  JobOrder order;
+  order.direction = message.direction != Direction::kUnknown ? message.direction : readDirection(run.options.direction);
+  std::string type = message.type.empty() ? run.options.as : message.type;
+  order.entry = type.empty() ? &formOf(message.octets, order.direction) : &typeNamed(type);
+  order.release = static_cast<uint16_t>(run.options.release);
+  order.trace = run.options.trace || !run.options.htmlFile.empty();
+  order.keys = run.keys ? &*run.keys : nullptr;
+  return order;
+}
+
+static void complain(const std::string& place, const std::string& text)
+{
+  fflush(stdout);
+  fprintf(stderr, "velnor3gpp: %s: %s\n", place.c_str(), text.c_str());
+}
+
+static std::string findingText(const Finding& finding)
+{
+  std::string text = "status " + std::to_string(finding.status) + " (" + finding.text + ")";
+  return finding.path.empty() ? text : text + ", element " + finding.path;
+}
+
+static std::string joinFindings(const std::vector<Finding>& findings)
+{
+  std::string text;
+  for (size_t i = 0; i < findings.size() && i < 4; ++i) text += (i ? "; " : "") + findingText(findings[i]);
+  if (findings.size() > 4) text += "; and " + std::to_string(findings.size() - 4) + " more";
+  for (char& c : text)
+    if (static_cast<unsigned char>(c) < 0x20) c = ' ';
+  return text;
+}
+
+static void complainDecoding(const Message& message, const Job& job)
+{
+  for (const Finding& remark : job.remarks) complain(message.place, "remark: " + findingText(remark));
+  if (job.failures.empty()) return;
+  complain(message.place, joinFindings(job.failures) + ", octet " + std::to_string(job.usedOctets));
+}
+
+static void writeText(void*, const char* format, va_list args)
+{
+  vprintf(format, args);
+}
+
+static const char* checkText(const Job& job)
+{
+  switch (job.check) {
+    case Check::kVerified:
+      return "verified";
+    case Check::kFailed:
+      return "FAILED: the authentication code does not fit these keys and counts";
+    case Check::kNoKeys:
+      return "not checked: no keys given (--keys)";
+    case Check::kNullAlg:
+      return "not checked: the key file says that integrity protection is null";
+    case Check::kNotCovered:
+      return "not checked: this header type is not verified by the receiver";
+    case Check::kNotReached:
+      return "not checked: decoding ended before";
+    case Check::kPlain:
+      break;
+  }
+  return "";
+}
+
+static void printRecord(Job& job)
+{
+  rtxSetPrintStream(&job.ctxt, writeText, nullptr);
+  if (job.entry->print) job.entry->print(&job.ctxt, job.entry->type->name, job.record.data());
+  if (job.protection.present) {
+    const char* way = job.check == Check::kVerified ? directionName(job.direction) : "";
+    printf("protection: %s%s%s\n", checkText(job), *way ? ", " : "", way);
+  }
+  if (!job.failures.empty()) return;
+  size_t left = job.octets.size() - job.usedOctets;
+  if (left) printf("left over: %zu octets behind the last one that was read\n", left);
+}
+
+static void printTrace(Job& job)
+{
+  printf("\nbit trace\n");
+  rtxDiagBitTracePrint(job.ctxt.pBitFldList, nullptr);
+}
+
+// The first message has the name as given, "trace.html"; later ones "trace-2.html" and so on.
+static std::string htmlName(const std::string& name, size_t number)
+{
+  if (number == 1) return name;
+  size_t dot = name.rfind('.');
+  size_t slash = name.rfind('/');
+  if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) dot = name.size();
+  return name.substr(0, dot) + "-" + std::to_string(number) + name.substr(dot);
+}
+
+static void writeHtml(const Run& run, Job& job)
+{
+  std::string name = htmlName(run.options.htmlFile, run.messages);
+  if (!std::ofstream(name)) throw UsageError(name + ": cannot be written: " + strerror(errno));
+  rtxDiagBitTracePrintHTML(name.c_str(), job.ctxt.pBitFldList, nullptr);
+}
+
+// Where two strings of octets part, or the length of both.
+static size_t firstDifference(const std::vector<uint8_t>& a, const std::vector<uint8_t>& b)
+{
+  size_t i = 0;
+  while (i < a.size() && i < b.size() && a[i] == b[i]) ++i;
+  return i;
+}
+
+// Without keys the code cannot be made again: the comparison passes over it.
+static std::vector<uint8_t> withoutCode(const Job& job, const std::vector<uint8_t>& octets)
+{
+  std::vector<uint8_t> rest = octets;
+  size_t end = job.protection.codeAt + job.protection.codeOctets;
+  if (job.check != Check::kNoKeys || rest.size() < end) return rest;
+  std::fill_n(rest.begin() + static_cast<std::ptrdiff_t>(job.protection.codeAt), job.protection.codeOctets, uint8_t{0});
+  return rest;
+}
+
+static std::string comparison(const Job& job, const std::vector<uint8_t>& in, const std::vector<uint8_t>& out,
+                              bool& equal)
+{
+  std::vector<uint8_t> a = withoutCode(job, in), b = withoutCode(job, out);
+  equal = a == b;
+  bool exact = in == out;
+  std::string size = std::to_string(in.size()) + " octets";
+  if (equal) return exact ? "equal: " + size : "equal: " + size + ", but for the code, which needs keys (--keys)";
+  size_t at = firstDifference(a, b);
+  return "NOT EQUAL: from octet " + std::to_string(at) + " on, " + size + " in, " + std::to_string(out.size()) + " out";
+}
+
+static void printOctets(const char* title, const std::vector<uint8_t>& octets)
+{
+  for (size_t at = 0; at < octets.size(); at += 24)
+    printf("%-8s %s\n", at ? "" : title,
+           octetText(octets.data() + at, std::min<size_t>(24, octets.size() - at)).c_str());
+}
+
+// Encodes the record again and says whether the octets are the same.
+static bool reencode(const Message& message, Job& job)
+{
+  Encoded encoded = encodeAgain(job);
+  if (!encoded.failures.empty()) {
+    complain(message.place, "encoding: " + joinFindings(encoded.failures));
+    return false;
+  }
+  bool equal = false;
+  std::string text = comparison(job, message.octets, encoded.octets, equal);
+  printf("\n");
+  printOctets("octets", message.octets);
+  printOctets("again", encoded.octets);
+  printf("%s\n", text.c_str());
+  return equal;
+}
+
+static void decodeOne(Run& run, const Message& message)
+{
+  JobOrder order = orderFor(run, message);
+  std::unique_ptr<Job> job = decodeMessage(message.octets, order);
+  printf("%s%s  %s  %zu octets\n", run.messages++ ? "\n" : "", message.place.c_str(), order.entry->type->fullName,
+         message.octets.size());
+  printRecord(*job);
+  if (run.options.trace) printTrace(*job);
+  if (!run.options.htmlFile.empty()) writeHtml(run, *job);
+  complainDecoding(message, *job);
+  if (!job->failures.empty())
+    ++run.failed;
+  else if (run.options.reencode && !reencode(message, *job))
+    ++run.different;
+}
+
+static void roundtripOne(Run& run, const Message& message)
+{
+  std::unique_ptr<Job> job = decodeMessage(message.octets, orderFor(run, message));
+  ++run.messages;
+  complainDecoding(message, *job);
+  if (!job->failures.empty()) {
+    ++run.failed;
+    printf("%s  not decoded\n", message.place.c_str());
+    return;
+  }
+  Encoded encoded = encodeAgain(*job);
+  bool equal = false;
+  std::string text = "not encoded";
+  if (encoded.failures.empty())
+    text = comparison(*job, message.octets, encoded.octets, equal);
+  else
+    complain(message.place, "encoding: " + joinFindings(encoded.failures));
+  printf("%s  %s\n", message.place.c_str(), text.c_str());
+  if (equal) return;
+  ++run.different;
+  printOctets("octets", message.octets);
+  printOctets("again", encoded.octets);
+}
+
+// A message whose type cannot be told is a fault of that message, not of the call, when it stands among others.
+template <typename One> static size_t runAll(Run& run, One one)
+{
+  openKeys(run);
+  if (!run.options.as.empty()) typeNamed(run.options.as);
+  return readMessages(run.options.inputs, [&](const Message& message) {
+    try {
+      one(run, message);
+    } catch (const UsageError& error) {
+      if (message.place == "arguments") throw;
+      complain(message.place, error.what());
+      ++run.failed;
+    }
+  });
+}
+
+int decodeCommand(const Options& options)
+{
+  Run run{options, {}};
+  size_t bad = runAll(run, decodeOne);
+  return bad || run.failed || run.different ? 1 : 0;
+}
+
+int roundtripCommand(const Options& options)
+{
+  Run run{options, {}};
+  size_t bad = runAll(run, roundtripOne);
+  printf("%zu messages: %zu equal, %zu different, %zu not decoded\n", run.messages,
+         run.messages - run.different - run.failed, run.different, run.failed + bad);
+  return bad || run.failed || run.different ? 1 : 0;
+}
+
+static std::string lower(std::string text)
+{
+  for (char& c : text) c = static_cast<char>(tolower(static_cast<unsigned char>(c)));
+  return text;
+}
+
+int typesCommand(const Options& options)
+{
+  size_t shown = 0;
+  for (size_t i = 0; i < l3TypeCount; ++i) {
+    const L3TypeEntry& entry = l3TypeTable[i];
+    if (!entry.decode || (options.formsOnly && !(entry.type->flags & kL3IsPdu))) continue;
+    if (lower(entry.type->fullName).find(lower(options.part)) == std::string::npos) continue;
+    printf("%s\n", entry.type->fullName);
+    ++shown;
+  }
+  if (!shown) throw UsageError("no such type has '" + options.part + "' in its name; 'velnor3gpp types' lists all");
+  return 0;
+}

@@ -1,0 +1,36 @@
+// What the first octets of a message tell: which top-level form it has, and whether NAS security protects it.
+#ifndef VELNOR3GPP_PROGRAM_FORM_H
+#define VELNOR3GPP_PROGRAM_FORM_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "rt3gppsrc/engine/l3Engine.h"
+#include "usage.h"
+
+// The type of that full name; throws UsageError with the nearest names.
+const L3TypeEntry& typeNamed(const std::string& fullName);
+// The top-level form that the octets belong to, by protocol discriminator and message type; throws UsageError if they
+// do not tell.
+const L3TypeEntry& formOf(const std::vector<uint8_t>& octets, Direction direction);
+
+// The NAS security header of a message of the form.
+struct Protection {
+  bool present = false;
+  bool ciphered = false;
+  bool checkable = false;       // the library looks at the code
+  const char* header = nullptr; // the full name of the header's type, null for a short code without header
+  uint8_t bearer = 0;           // where no key file tells it
+  uint32_t sequence = 0;
+  unsigned sequenceBits = 8;
+  size_t codeAt = 0; // the authentication code
+  size_t codeOctets = 0;
+  size_t inner = 0; // the message inside, or the end where there is none
+};
+
+Protection protectionOf(const L3Type& form, const std::vector<uint8_t>& octets);
+// Does the inside read as a plain message of the form, so that a header that says "ciphered" means the null cipher?
+bool looksPlain(const L3Type& form, const std::vector<uint8_t>& octets, const Protection& protection);
+
+#endif

@@ -1,0 +1,86 @@
+#include "hex.h"
+
+#include <cstdio>
+
+#include "usage.h"
+
+int hexDigit(char c)
+{
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  return -1;
+}
+
+std::string showChar(char c)
+{
+  if (c >= 0x20 && c < 0x7F) return std::string("'") + c + "'";
+  char text[24];
+  snprintf(text, sizeof text, "the octet 0x%02x", static_cast<unsigned char>(c));
+  return text;
+}
+
+static bool isGap(char c)
+{
+  return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == ':' || c == ',';
+}
+
+static HexText fault(size_t column, std::string problem)
+{
+  return {{}, column, std::move(problem)};
+}
+
+// Reads one word from `at` and moves it behind. Gives the fault, or a result without one.
+static HexText readWord(std::string_view text, size_t& at, std::vector<uint8_t>& octets)
+{
+  size_t start = at;
+  if (text.size() - at >= 2 && text[at] == '0' && (text[at + 1] == 'x' || text[at + 1] == 'X')) at += 2;
+  size_t digits = 0;
+  int high = 0;
+  for (; at < text.size() && !isGap(text[at]); ++at, ++digits) {
+    int value = hexDigit(text[at]);
+    if (value < 0) return fault(at + 1, showChar(text[at]) + " is no hexadecimal digit");
+    if (digits % 2) octets.push_back(static_cast<uint8_t>(high << 4 | value));
+    high = value;
+  }
+  if (digits == 0) return fault(start + 1, "0x without digits behind it");
+  if (digits % 2) return fault(at, "half an octet: write two digits for each octet");
+  return {};
+}
+
+HexText readHex(std::string_view text)
+{
+  HexText result;
+  for (size_t at = 0; at < text.size();) {
+    if (isGap(text[at])) {
+      ++at;
+      continue;
+    }
+    HexText word = readWord(text, at, result.octets);
+    if (word.column) return word;
+  }
+  return result;
+}
+
+std::string octetText(const unsigned char* octets, size_t count)
+{
+  static const char kDigits[] = "0123456789abcdef";
+  std::string text;
+  for (size_t i = 0; i < count; ++i) {
+    if (i) text += ' ';
+    text += kDigits[octets[i] >> 4];
+    text += kDigits[octets[i] & 15];
+  }
+  return text;
+}
+
+Direction readDirection(const std::string& word)
+{
+  if (word == "up") return Direction::kUp;
+  return word == "down" ? Direction::kDown : Direction::kUnknown;
+}
+
+const char* directionName(Direction direction)
+{
+  return direction == Direction::kUp ? "uplink" : direction == Direction::kDown ? "downlink" : "unknown direction";
+}

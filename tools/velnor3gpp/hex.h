@@ -1,0 +1,24 @@
+// Octets written in hexadecimal, as people paste them: in words of any even length, with or without 0x, between them
+// blanks, colons or commas.
+#ifndef VELNOR3GPP_PROGRAM_HEX_H
+#define VELNOR3GPP_PROGRAM_HEX_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+struct HexText {
+  std::vector<uint8_t> octets;
+  size_t column = 0;   // of the first fault, from 1; 0: none
+  std::string problem; // what is wrong there
+};
+
+HexText readHex(std::string_view text);
+
+// The value of a hexadecimal digit, or -1.
+int hexDigit(char c);
+// A character as a person can read it: quoted, or by number if it does not print.
+std::string showChar(char c);
+
+#endif

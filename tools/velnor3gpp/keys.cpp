@@ -1,0 +1,170 @@
+#include "keys.h"
+
+#include <cstring>
+#include <set>
+
+#include "hex.h"
+
+namespace {
+
+struct Line {
+  std::string name;
+  std::string value;
+};
+
+struct Reader {
+  const std::string& fileName;
+  Keys& keys;
+  size_t lineNumber = 0;
+  std::set<std::string> seen;
+};
+
+} // namespace
+
+Keys::~Keys()
+{
+  explicit_bzero(integrityKey.data(), integrityKey.size());
+  explicit_bzero(cipherKey.data(), cipherKey.size());
+}
+
+static void wipe(std::string& text)
+{
+  explicit_bzero(text.data(), text.size());
+}
+
+[[noreturn]] static void refuse(const Reader& reader, const std::string& reason)
+{
+  throw UsageError(reader.fileName + ":" + std::to_string(reader.lineNumber) + ": " + reason);
+}
+
+static uint32_t readNumber(const Reader& reader, const Line& line, uint64_t highest)
+{
+  uint64_t value = 0;
+  for (char c : line.value) {
+    if (c < '0' || c > '9') refuse(reader, line.name + " takes a decimal number");
+    value = value * 10 + static_cast<uint64_t>(c - '0');
+    if (value > highest) refuse(reader, line.name + " goes up to " + std::to_string(highest));
+  }
+  return static_cast<uint32_t>(value);
+}
+
+static uint32_t readAlgorithm(const Reader& reader, const Line& line)
+{
+  if (line.value == "0" || line.value == "null") return 0;
+  if (line.value == "2" || line.value == "aes") return 2;
+  refuse(reader, line.name + " is 0 (null) or 2 (AES); others are not supported");
+}
+
+// Says nothing about the digits themselves: they are secret.
+static void readKey(const Reader& reader, const Line& line, std::array<uint8_t, 16>& key)
+{
+  if (line.value.size() != 2 * key.size())
+    refuse(reader,
+           line.name + " has " + std::to_string(line.value.size()) + " characters; it takes 32 hexadecimal digits");
+  for (size_t i = 0; i < line.value.size(); ++i) {
+    int digit = hexDigit(line.value[i]);
+    if (digit < 0) refuse(reader, line.name + ": character " + std::to_string(i + 1) + " is no hexadecimal digit");
+    key[i / 2] = static_cast<uint8_t>(key[i / 2] << 4 | digit);
+  }
+}
+
+static void readCount(Reader& reader, const Line& line)
+{
+  if (line.name == "uplink-count")
+    reader.keys.nextCount[0] = readNumber(reader, line, UINT32_MAX);
+  else if (line.name == "downlink-count")
+    reader.keys.nextCount[1] = readNumber(reader, line, UINT32_MAX);
+  else
+    reader.keys.count = readNumber(reader, line, UINT32_MAX);
+  if (reader.seen.count("count") && (reader.seen.count("uplink-count") || reader.seen.count("downlink-count")))
+    refuse(reader, "either count or uplink-count and downlink-count: they contradict each other");
+}
+
+// A name that does not look like one may be a key that strayed.
+static std::string quoted(const std::string& name)
+{
+  bool likeName = name.find_first_not_of("abcdefghijklmnopqrstuvwxyz-") == std::string::npos;
+  return likeName ? " '" + name + "'" : "";
+}
+
+static void takeLine(Reader& reader, const Line& line)
+{
+  static const std::set<std::string> kCounts = {"count", "uplink-count", "downlink-count"};
+  Keys& keys = reader.keys;
+  if (!reader.seen.insert(line.name).second) refuse(reader, line.name + " stands twice");
+  if (line.name == "integrity-algorithm")
+    keys.integrityAlg = readAlgorithm(reader, line);
+  else if (line.name == "ciphering-algorithm")
+    keys.cipherAlg = readAlgorithm(reader, line);
+  else if (line.name == "integrity-key")
+    readKey(reader, line, keys.integrityKey);
+  else if (line.name == "ciphering-key")
+    readKey(reader, line, keys.cipherKey);
+  else if (line.name == "bearer")
+    keys.bearer = static_cast<uint8_t>(readNumber(reader, line, 31));
+  else if (kCounts.count(line.name))
+    readCount(reader, line);
+  else
+    refuse(reader, "unknown name" + quoted(line.name) +
+                       "; known are integrity-algorithm, ciphering-algorithm, "
+                       "integrity-key, ciphering-key, bearer, count, uplink-count, downlink-count");
+}
+
+// Splits "name value" or "name = value"; a name is empty for a blank line or a comment.
+static Line splitLine(const Reader& reader, const std::string& text)
+{
+  static const char kBlanks[] = " \t\r";
+  size_t start = text.find_first_not_of(kBlanks);
+  if (start == std::string::npos || text[start] == '#') return {};
+  size_t nameEnd = text.find_first_of(" \t\r=", start);
+  size_t value = nameEnd == std::string::npos ? nameEnd : text.find_first_not_of(" \t\r=", nameEnd);
+  std::string name = text.substr(start, nameEnd == std::string::npos ? nameEnd : nameEnd - start);
+  if (name.size() > 40) refuse(reader, "no name at the start of the line: write name and value");
+  if (value == std::string::npos) refuse(reader, "name" + quoted(name) + " without a value");
+  size_t valueEnd = text.find_first_of(kBlanks, value);
+  size_t more = valueEnd == std::string::npos ? valueEnd : text.find_first_not_of(kBlanks, valueEnd);
+  if (more != std::string::npos && text[more] != '#') refuse(reader, "more than one value behind the name" + quoted(name));
+  return {name, text.substr(value, valueEnd == std::string::npos ? valueEnd : valueEnd - value)};
+}
+
+static void checkComplete(const Reader& reader)
+{
+  auto has = [&](const char* name) { return reader.seen.count(name) != 0; };
+  auto refuseWhole = [&](const std::string& reason) { throw UsageError(reader.fileName + ": " + reason); };
+  for (const char* name : {"integrity-algorithm", "ciphering-algorithm"})
+    if (!has(name)) refuseWhole(std::string("no line ") + name + "; write 0 (null) or 2 (AES) behind it");
+  if (reader.keys.integrityAlg && !has("integrity-key"))
+    refuseWhole("integrity-algorithm 2 needs a line integrity-key");
+  if (reader.keys.cipherAlg && !has("ciphering-key")) refuseWhole("ciphering-algorithm 2 needs a line ciphering-key");
+}
+
+void readKeys(std::istream& in, const std::string& fileName, Keys& keys)
+{
+  Reader reader{fileName, keys, 0, {}};
+  for (std::string text; std::getline(in, text); wipe(text)) {
+    ++reader.lineNumber;
+    Line line = splitLine(reader, text);
+    if (!line.name.empty()) takeLine(reader, line);
+    wipe(line.value);
+  }
+  checkComplete(reader);
+}
+
+static size_t slot(Direction direction)
+{
+  return direction == Direction::kDown ? 1 : 0;
+}
+
+uint32_t countFor(const Keys& keys, Direction direction, uint32_t sequence, unsigned sequenceBits)
+{
+  if (keys.count) return *keys.count;
+  uint32_t next = keys.nextCount[slot(direction)];
+  uint32_t mask = (1U << sequenceBits) - 1;
+  uint32_t count = (next & ~mask) | (sequence & mask);
+  return count < next ? count + mask + 1 : count;
+}
+
+void noteCount(Keys& keys, Direction direction, uint32_t count)
+{
+  keys.nextCount[slot(direction)] = count;
+}
