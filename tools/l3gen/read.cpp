@@ -191,9 +191,8 @@ static What readWhat(Words& w)
   } else if (word == "flag") {
     what.kind = WhatKind::Flag;
     what.bits = 1;
-  } else if (word == "octets" || word == "ucs2") {
+  } else if (word == "octets") {
     what.kind = WhatKind::Octets;
-    what.wide = word == "ucs2";
     readSource(w, what);
   } else if (word == "bitstring") {
     what.kind = WhatKind::BitString;
