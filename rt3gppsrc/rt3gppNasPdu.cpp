@@ -27,10 +27,9 @@ void nasVerify(L3Call& call, const L3Type& type, size_t from, uint32_t received)
   if (status < 0) {
     l3Fail(call, type.module->decoder, status, type.line);
   } else if (computed != received) {
-    l3ToLists(call);
     rtxErrAddUIntParm(pctxt, received);
     rtxErrAddUIntParm(pctxt, computed);
-    rtxErrSetNewData(pctxt, RTX_E_BAD_MAC, type.module->decoder, type.line);
+    l3Note(call, type.module->decoder, RTX_E_BAD_MAC, type.line);
   }
 }
 

@@ -99,10 +99,10 @@ static int writeDigits(L3Call& call, const char* digits)
 static int decTelephony(L3Call& call, char** text, size_t octets)
 {
   octets = boundOctets(call, octets);
-  char* digits = static_cast<char*>(rtxMemHeapAlloc(&call.pctxt->pMemHeap, 2 * octets + 1));
+  // Zeroed, so that what a failed read leaves ends somewhere.
+  char* digits = static_cast<char*>(rtxMemHeapAllocZ(&call.pctxt->pMemHeap, 2 * octets + 1));
   if (!digits) return l3Fail(call, kDecoder, RTX_E_NO_MEMORY, __LINE__);
   *text = digits;
-  *digits = 0;
   return octets ? readDigits(call, octets, digits, 2 * octets + 1) : 0;
 }
 
@@ -205,12 +205,7 @@ template <typename Decode> static int decodeText(RtxContext* pctxt, const L3Type
   L3Call call;
   L3Name frame;
   l3Begin(call, pctxt, frame, type.name);
-  int status = decode(call);
-  if (status >= 0)
-    l3End(call);
-  else
-    l3ToLists(call);
-  return status;
+  return l3End(call, decode(call), kDecoder, type.line);
 }
 
 static int decodeIdentity(RtxContext* pctxt, const L3Type& type, char* dest, size_t octets)

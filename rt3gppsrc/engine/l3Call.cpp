@@ -23,37 +23,51 @@ void l3Begin(L3Call& call, RtxContext* pctxt, L3Name& frame, const char* typeNam
   bool stream = pctxt->pStream && !(pctxt->flags & RTX_FLAG_BUFFER_MODE);
   bool plain = !gSlowMode && !stream && !pctxt->pBitFldList;
   frame = {typeName, nullptr, 0, 0};
-  call = {pctxt, &frame, nullptr, false, plain, false};
+  call = {pctxt, &frame, nullptr, false, plain, false, false};
   if (!plain) l3ToLists(call);
 }
 
-void l3End(L3Call& call)
+int l3End(L3Call& call, int status, const char* module, uint16_t line)
 {
-  if (call.lists && !call.keepTypeName) rtxCtxtPopTypeName(call.pctxt);
+  if (status >= 0 && call.failed) return l3Fail(call, module, RTX_E_NO_MEMORY, line);
+  if (status < 0) {
+    l3ToLists(call);
+    return status;
+  }
+  // A single name left by the caller goes like a type name: it stands in its place.
+  bool single = call.pctxt->elemNameStack.count == 1;
+  if (single && !call.keepTypeName) rtxCtxtPopTypeName(call.pctxt);
+  return status;
 }
 
-static void pushFrames(RtxContext* pctxt, const L3Name* frame)
+// Each push of a frame counts on the one before it: after a refusal none is tried.
+static void pushFrames(L3Call& call, const L3Name* frame)
 {
   if (!frame) return;
-  pushFrames(pctxt, frame->outer);
+  pushFrames(call, frame->outer);
+  int status = 0;
+  if (call.failed) return;
   if (frame->kind == 0)
-    rtxCtxtPushTypeName(pctxt, frame->name);
+    status = rtxCtxtPushTypeName(call.pctxt, frame->name);
   else if (frame->kind == 1)
-    rtxCtxtPushElemName(pctxt, frame->name);
+    status = rtxCtxtPushElemName(call.pctxt, frame->name);
   else
-    rtxCtxtPushArrayElemName(pctxt, frame->name, frame->index);
+    status = rtxCtxtPushArrayElemName(call.pctxt, frame->name, frame->index);
+  call.failed = status < 0;
 }
 
-static void pushRegions(RtxContext* pctxt, const L3Region* frame)
+static void pushRegions(L3Call& call, const L3Region* frame)
 {
   if (!frame) return;
-  pushRegions(pctxt, frame->outer);
+  pushRegions(call, frame->outer);
+  if (call.failed) return;
+  RtxContext* pctxt = call.pctxt;
   RtxBuffer& buffer = pctxt->buffer;
   size_t byteIndex = buffer.byteIndex;
   int16_t bitOffset = buffer.bitOffset;
   buffer.byteIndex = frame->byteIndex;
   buffer.bitOffset = static_cast<int16_t>(frame->bitOffset);
-  rtxCtxtPushContainerBytes(pctxt, 0); // a region that ends here: the frame's end
+  call.failed = rtxCtxtPushContainerBytes(pctxt, 0) < 0; // a region that ends here: the frame's end
   buffer.byteIndex = byteIndex;
   buffer.bitOffset = bitOffset;
 }
@@ -62,12 +76,15 @@ void l3ToLists(L3Call& call)
 {
   if (call.lists) return;
   call.lists = true;
-  pushFrames(call.pctxt, call.names);
-  pushRegions(call.pctxt, call.regions);
+  pushFrames(call, call.names);
+  pushRegions(call, call.regions);
 }
 
 // A failure that joins a record marked non-fatal reads as 0: it stays a failure here.
-static int negative(int reported, int status) { return reported < 0 ? reported : status; }
+static int negative(int reported, int status)
+{
+  return reported < 0 ? reported : status;
+}
 
 int l3Fail(L3Call& call, const char* module, int status, uint16_t line)
 {
@@ -91,11 +108,21 @@ static void addRangeParms(L3Call& call, uint64_t value)
     rtxErrAddUInt64Parm(call.pctxt, value);
 }
 
+void l3Note(L3Call& call, const char* module, int status, uint16_t line)
+{
+  size_t before = call.pctxt->errInfo.count;
+  l3ToLists(call);
+  rtxErrSetNewData(call.pctxt, status, module, line);
+  if (call.pctxt->errInfo.count == before) call.failed = true;
+}
+
 void l3NoteRange(L3Call& call, const char* module, uint16_t line, uint64_t value)
 {
+  if (!l3MayNote(call)) return;
+  size_t before = call.pctxt->errInfo.count;
   addRangeParms(call, value);
-  rtxErrSetNewData(call.pctxt, RTX_E_CONSTRAINT, module, line);
-  rtxErrSetNonFatal(call.pctxt);
+  l3Note(call, module, RTX_E_CONSTRAINT, line);
+  if (call.pctxt->errInfo.count > before) rtxErrSetNonFatal(call.pctxt);
 }
 
 int l3FailRange(L3Call& call, const char* module, uint16_t line, uint64_t value)
@@ -104,9 +131,43 @@ int l3FailRange(L3Call& call, const char* module, uint16_t line, uint64_t value)
   return negative(rtxErrSetData(call.pctxt, RTX_E_CONSTRAINT, module, line), RTX_E_CONSTRAINT);
 }
 
+// On the real stacks a refused entry is missing from there on, so nothing is taken off any more.
+static int pushed(L3Call& call, int status)
+{
+  if (status < 0) call.failed = true;
+  return status;
+}
+
+int l3PushNameSlow(L3Call& call, const char* name)
+{
+  return call.failed ? RTX_E_NO_MEMORY : pushed(call, rtxCtxtPushElemName(call.pctxt, name));
+}
+
+int l3PushEntrySlow(L3Call& call, const char* name, uint32_t index)
+{
+  return call.failed ? RTX_E_NO_MEMORY : pushed(call, rtxCtxtPushArrayElemName(call.pctxt, name, index));
+}
+
 int l3PushRegionSlow(L3Call& call, size_t count, bool bits)
 {
-  return bits ? rtxCtxtPushContainerBits(call.pctxt, count) : rtxCtxtPushContainerBytes(call.pctxt, count);
+  if (call.failed) return RTX_E_NO_MEMORY;
+  return pushed(call,
+                bits ? rtxCtxtPushContainerBits(call.pctxt, count) : rtxCtxtPushContainerBytes(call.pctxt, count));
+}
+
+void l3PopNameSlow(L3Call& call)
+{
+  if (!call.failed) rtxCtxtPopElemName(call.pctxt);
+}
+
+void l3PopEntrySlow(L3Call& call)
+{
+  if (!call.failed) rtxCtxtPopArrayElemName(call.pctxt);
+}
+
+void l3PopRegionSlow(L3Call& call)
+{
+  if (!call.failed) rtxCtxtPopContainer(call.pctxt);
 }
 
 bool l3HasRoomSlow(const RtxContext* pctxt)

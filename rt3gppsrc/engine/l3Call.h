@@ -1,6 +1,7 @@
 // What the engine keeps during one top-level call: element names and length regions as linked frames on the C++ stack.
 // They go to the context's real stacks (list mode) only when somebody can see them: at the first failure or finding,
 // with the bit trace or a stream, and where a rule leaves entries behind. On success nothing touches the heap.
+// A stack entry that memory lacks for marks the call as failed: the stacks are then left alone, and the call ends -10.
 #ifndef VELNOR3GPP_L3_CALL_H
 #define VELNOR3GPP_L3_CALL_H
 
@@ -30,12 +31,17 @@ struct L3Call {
   bool lists;        // names and regions stand on the real stacks
   bool plain;        // no trace, no stream, not slow: inline reading and writing, and runs
   bool keepTypeName; // an early return leaves the type name behind
+  bool failed;       // memory was out where nobody could return it
 };
+
+// Findings that a call records beside a decoded value; further ones are passed over, so that no message of many small
+// faults outgrows the memory bound.
+inline constexpr size_t kL3MaxFindings = 32;
 
 // Opens a call for a type of this name; the frame is the caller's.
 void l3Begin(L3Call& call, RtxContext* pctxt, L3Name& frame, const char* typeName);
-// Ends a call that succeeded: takes the type name away.
-void l3End(L3Call& call);
+// Ends a call: takes the type name away after a success. Gives the status to return.
+int l3End(L3Call& call, int status, const char* module, uint16_t line);
 // Puts all frames on the real stacks; from here on the real stacks are worked on.
 void l3ToLists(L3Call& call);
 // Reports a failure of the type's coder at a row and gives the status to return.
@@ -45,12 +51,25 @@ int l3FailNew(L3Call& call, const char* module, int status, uint16_t line);
 // A value outside its range: -16 with element path and value, non-fatal on decoding.
 void l3NoteRange(L3Call& call, const char* module, uint16_t line, uint64_t value);
 int l3FailRange(L3Call& call, const char* module, uint16_t line, uint64_t value);
+// Records a fatal finding that does not stop the decoding; its parameters stand already.
+void l3Note(L3Call& call, const char* module, int status, uint16_t line);
+// May a finding be recorded, or are there too many?
+inline bool l3MayNote(const L3Call& call)
+{
+  return call.pctxt->errInfo.count < kL3MaxFindings;
+}
+// The forms on the real stacks.
+int l3PushNameSlow(L3Call& call, const char* name);
+int l3PushEntrySlow(L3Call& call, const char* name, uint32_t index);
 int l3PushRegionSlow(L3Call& call, size_t count, bool bits);
+void l3PopNameSlow(L3Call& call);
+void l3PopEntrySlow(L3Call& call);
+void l3PopRegionSlow(L3Call& call);
 bool l3HasRoomSlow(const RtxContext* pctxt);
 
 inline int l3PushName(L3Call& call, L3Name& frame, const char* name)
 {
-  if (call.lists) return rtxCtxtPushElemName(call.pctxt, name);
+  if (call.lists) return l3PushNameSlow(call, name);
   frame = {name, call.names, 0, 1};
   call.names = &frame;
   return 0;
@@ -58,7 +77,7 @@ inline int l3PushName(L3Call& call, L3Name& frame, const char* name)
 
 inline int l3PushEntry(L3Call& call, L3Name& frame, const char* name, uint32_t index)
 {
-  if (call.lists) return rtxCtxtPushArrayElemName(call.pctxt, name, index);
+  if (call.lists) return l3PushEntrySlow(call, name, index);
   frame = {name, call.names, index, 2};
   call.names = &frame;
   return 0;
@@ -67,7 +86,7 @@ inline int l3PushEntry(L3Call& call, L3Name& frame, const char* name, uint32_t i
 inline void l3PopName(L3Call& call)
 {
   if (call.lists)
-    rtxCtxtPopElemName(call.pctxt);
+    l3PopNameSlow(call);
   else
     call.names = call.names->outer;
 }
@@ -75,13 +94,15 @@ inline void l3PopName(L3Call& call)
 inline void l3PopEntry(L3Call& call)
 {
   if (call.lists)
-    rtxCtxtPopArrayElemName(call.pctxt);
+    l3PopEntrySlow(call);
   else
     call.names = call.names->outer;
 }
 
-inline size_t l3BitPos(const RtxContext* pctxt)
+// Bits from the start of the input, of which a stream's buffer holds only a part.
+inline size_t l3BitPos(RtxContext* pctxt)
 {
+  if (pctxt->pStream) return rtxCtxtGetBitOffset(pctxt);
   return pctxt->buffer.byteIndex * 8 + 8 - static_cast<size_t>(pctxt->buffer.bitOffset);
 }
 
@@ -98,7 +119,7 @@ inline int l3PushRegion(L3Call& call, L3Region& frame, size_t count, bool bits)
 inline void l3PopRegion(L3Call& call)
 {
   if (call.lists)
-    rtxCtxtPopContainer(call.pctxt);
+    l3PopRegionSlow(call);
   else
     call.regions = call.regions->outer;
 }
@@ -108,7 +129,7 @@ inline bool l3HasRoom(const L3Call& call)
 {
   const RtxBuffer& buffer = call.pctxt->buffer;
   if (call.lists || !call.regions) {
-    if (!call.pctxt->containerStack.dlist.head) return buffer.byteIndex < buffer.size;
+    if (call.plain && !call.pctxt->containerStack.dlist.head) return buffer.byteIndex < buffer.size;
     return l3HasRoomSlow(call.pctxt);
   }
   const L3Region& region = *call.regions;

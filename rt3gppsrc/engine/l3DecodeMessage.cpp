@@ -80,9 +80,9 @@ static int decUnknown(L3Call& call, TailWalk& walk, uint8_t iei, bool half, uint
   if (int status = skipByLength(call, walk); status < 0) return status;
   bool required = !(iei & 0x0F) && !active;
   if (!required || iei == walk.previous) return 0;
-  l3ToLists(call);
+  if (!l3MayNote(call)) return 0;
   rtxErrAddIntParm(call.pctxt, iei);
-  rtxErrSetNewData(call.pctxt, RTX_E_UNKNOWN_IE, walk.type.module->decoder, walk.type.line);
+  l3Note(call, walk.type.module->decoder, RTX_E_UNKNOWN_IE, walk.type.line);
   return 0;
 }
 

@@ -15,6 +15,7 @@ struct ListWalk {
   uint8_t* entries;
   size_t count;
   size_t capacity;
+  uint8_t* spare; // one entry's storage, for those behind an inline array's end
 };
 
 static const char* moduleOf(const ListWalk& walk)
@@ -28,7 +29,10 @@ static uint8_t* nextEntry(L3Call& call, ListWalk& walk)
   const L3List& info = walk.info;
   if (walk.count < walk.capacity) return walk.entries + walk.count * info.elemSize;
   RtxMemHeap** heap = &call.pctxt->pMemHeap;
-  if (info.cap) return static_cast<uint8_t*>(rtxMemHeapAlloc(heap, info.elemSize));
+  if (info.cap) {
+    if (!walk.spare) walk.spare = static_cast<uint8_t*>(rtxMemHeapAlloc(heap, info.elemSize));
+    return walk.spare;
+  }
   size_t capacity = walk.capacity ? walk.capacity * 2 : 2;
   void* grown = walk.entries ? rtxMemHeapRealloc(heap, walk.entries, capacity * info.elemSize)
                              : rtxMemHeapAlloc(heap, capacity * info.elemSize);
@@ -74,12 +78,12 @@ static int readListBit(L3Call& call, ListWalk& walk, const char* label, uint8_t&
   return status;
 }
 
-// The end of the input ends a list of leading bits as a 0 would. The reader's own error record is taken back.
+// The end of the input ends a list of leading bits as a 0 would.
 static int decMoreBit(L3Call& call, ListWalk& walk)
 {
   for (;;) {
     uint8_t bit = 0;
-    if (!l3Unread(call.pctxt)) return 0;
+    if (call.plain ? !l3Unread(call.pctxt) : rtxPeekByte(call.pctxt, nullptr) <= 0) return 0;
     int status = readListBit(call, walk, "ext bit", bit);
     if (status < 0) return l3Fail(call, moduleOf(walk), status, walk.row.line);
     if (!bit) return 0;
@@ -149,7 +153,7 @@ int l3DecList(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* recor
 {
   const L3List& info = *static_cast<const L3List*>(row.info);
   uint8_t* member = record + row.offset;
-  ListWalk walk{type, row, info, record, nullptr, 0, 0};
+  ListWalk walk{type, row, info, record, nullptr, 0, 0, nullptr};
   if (info.cap) {
     walk.entries = member + info.elemOffset;
     walk.capacity = info.cap;

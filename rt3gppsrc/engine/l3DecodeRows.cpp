@@ -3,9 +3,9 @@
 
 #include "rt3gppsrc/engine/l3Decode.h"
 #include "rt3gppsrc/engine/l3Engine.h"
+#include "rtxsrc/rtxReport.h"
 #include "velnor3gpp/rtx3GPP.h"
 #include "velnor3gpp/rtxBitDecode.h"
-#include "rtxsrc/rtxReport.h"
 #include "velnor3gpp/rtxDiagBitTrace.h"
 
 // Lengths inside lengths within one record; the deepest known has two.
@@ -250,7 +250,7 @@ static unsigned enterRelease(const L3Call& call, RowWalk& walk, const L3Row& row
   const L3Release& info = *static_cast<const L3Release*>(row.info);
   uint16_t limit = call.pctxt->specRelease;
   if (walk.barred || !l3HasRoom(call) || (limit && limit < info.release)) return info.rows;
-  if (info.fitBits && l3BitPos(call.pctxt) + info.fitBits > walk.ends[walk.regions - 1]) {
+  if (info.fitBits && walk.regions && l3BitPos(call.pctxt) + info.fitBits > walk.ends[walk.regions - 1]) {
     walk.barred = true;
     return info.rows;
   }
@@ -264,7 +264,8 @@ static void leaveRelease(L3Call& call, RowWalk& walk, const L3Row& row)
   if (!(walk.type.flags & kL3EarlyReturn) || !walk.regions) return;
   if (l3BitPos(call.pctxt) != walk.ends[walk.regions - 1]) return;
   l3ToLists(call);
-  call.keepTypeName = true;
+  // Within another record there is no type name of its own to leave.
+  if (call.pctxt->elemNameStack.count == 1) call.keepTypeName = true;
   walk.done = true;
 }
 
@@ -327,9 +328,5 @@ int l3Decode(RtxContext* pctxt, const L3Type& type, void* value)
   L3Name frame;
   l3Begin(call, pctxt, frame, type.name);
   int status = l3DecType(call, type, value);
-  if (status >= 0)
-    l3End(call);
-  else
-    l3ToLists(call);
-  return status;
+  return l3End(call, status, moduleOf(type), type.line);
 }

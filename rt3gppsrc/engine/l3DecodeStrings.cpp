@@ -33,10 +33,17 @@ static int countOctets(L3Call& call, const L3Row& row, const uint8_t* record, L3
   (void)row;
 }
 
-// Heap octets: never more storage than the input can fill.
+// The octets of a string that the input can fill: storage for more would be had for a length alone. What a stream
+// still brings is unknown.
+static size_t fillable(const L3Call& call, size_t count)
+{
+  if (call.pctxt->pStream && !(call.pctxt->flags & RTX_FLAG_BUFFER_MODE)) return count;
+  return count < l3Unread(call.pctxt) ? count : l3Unread(call.pctxt);
+}
+
 static int decHeapOctets(L3Call& call, uint8_t* member, size_t count, int& running)
 {
-  size_t fill = count < l3Unread(call.pctxt) ? count : l3Unread(call.pctxt);
+  size_t fill = fillable(call, count);
   uint32_t numocts = static_cast<uint32_t>(fill);
   uint8_t* data = nullptr;
   if (fill && !(data = static_cast<uint8_t*>(allocate(call, fill)))) return RTX_E_NO_MEMORY;
@@ -45,7 +52,8 @@ static int decHeapOctets(L3Call& call, uint8_t* member, size_t count, int& runni
     uint8_t* data;
   } value = {numocts, data};
   memcpy(member, &value, sizeof value);
-  if (count) running = l3DecOctets(call, data, count);
+  uint8_t none = 0; // a null target would move the cursor
+  if (count) running = l3DecOctets(call, fill ? data : &none, count);
   return 0;
 }
 
@@ -57,6 +65,7 @@ static void decInlineOctets(L3Call& call, const L3Octets& info, uint8_t* member,
   if (running < 0 || count == store) return;
   l3ToLists(call);
   running = rtxSkipBytes(call.pctxt, count - store);
+  if (running >= 0) rtxDiagSetBitFldCount(call.pctxt->pBitFldList);
 }
 
 static int decOctetString(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running)
@@ -100,8 +109,8 @@ static int decBitString(L3Call& call, const L3Type& type, const L3Row& row, uint
     running = readBitArray(call, member + info.dataOffset, (info.capBits + 7) / 8, store);
     return 0;
   }
-  size_t have = l3Unread(call.pctxt) * 8;
-  size_t fill = bits < have ? bits : have;
+  size_t fill = fillable(call, bits / 8 + 1) * 8;
+  if (fill > bits) fill = bits;
   uint8_t* data = nullptr;
   if (bits && !(data = static_cast<uint8_t*>(allocate(call, fill / 8 + 1))))
     return l3Fail(call, type.module->decoder, RTX_E_NO_MEMORY, row.line);
@@ -135,7 +144,7 @@ static int decText(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* 
   size_t count = 0;
   int status = countOctets(call, row, record, info.from, info.field, info.lengthBits, count);
   if (status < 0) return l3Fail(call, type.module->decoder, status, row.line);
-  size_t fill = count < l3Unread(call.pctxt) ? count : l3Unread(call.pctxt);
+  size_t fill = fillable(call, count);
   char* text = static_cast<char*>(allocate(call, fill + 1));
   if (!text) return l3Fail(call, type.module->decoder, RTX_E_NO_MEMORY, row.line);
   text[0] = 0;

@@ -27,7 +27,7 @@ int l3EncString(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* rec
 int l3EncList(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record);
 int l3EncChoice(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running);
 int l3EncBody(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record);
-int l3EncOptions(L3Call& call, const L3Type& type, uint8_t* record);
+int l3EncOptions(L3Call& call, const L3Type& type, uint8_t* record, int running);
 
 // Puts up to 56 bits at the cursor if the buffer has the octets; clears the bits right of them in their last octet.
 inline bool l3PutBits(RtxBuffer& buffer, unsigned bits, uint64_t value)

@@ -66,17 +66,18 @@ static int encBitString(L3Call& call, const L3Type& type, const L3Row& row, cons
   return 0;
 }
 
-// Octets of a text on the wire: labels have a length in front of each, in the place of the dots and of the start.
-static int encLabels(L3Call& call, const char* text)
+// Octets of a text on the wire: labels have a length in front of each, in the place of the dots and of the start. A dot
+// at the end leads an empty label.
+static int encLabels(L3Call& call, const L3Type& type, const L3Row& row, const char* text)
 {
-  while (*text) {
+  for (bool more = *text; more; ++text) {
     size_t label = strcspn(text, ".");
-    size_t kept = label > 255 ? 255 : label;
-    int status = l3EncBits(call, kept, 8, "INTEGER");
-    if (status >= 0) status = l3EncOctets(call, reinterpret_cast<const uint8_t*>(text), kept);
-    if (status < 0) return status;
+    if (label > 255) return l3FailRange(call, type.module->encoder, row.line, label);
+    int status = l3EncBits(call, label, 8, "INTEGER");
+    if (status >= 0) status = l3EncOctets(call, reinterpret_cast<const uint8_t*>(text), label);
+    if (status < 0) return l3Fail(call, type.module->encoder, status, row.line);
     text += label;
-    if (*text == '.') ++text;
+    more = *text == '.';
   }
   return 0;
 }
@@ -92,7 +93,8 @@ static int encText(L3Call& call, const L3Type& type, const L3Row& row, const uin
   if (info.ranged && (count < info.lo || count > info.hi))
     return l3FailRange(call, type.module->encoder, row.line, count);
   if (int status = encOwnLength(call, type, row, info.from, info.lengthBits, count); status < 0) return status;
-  int status = info.labels ? encLabels(call, text) : l3EncOctets(call, reinterpret_cast<const uint8_t*>(text), length);
+  if (info.labels) return encLabels(call, type, row, text);
+  int status = l3EncOctets(call, reinterpret_cast<const uint8_t*>(text), length);
   return status < 0 ? l3Fail(call, type.module->encoder, status, row.line) : 0;
 }
 

@@ -170,7 +170,7 @@ int l3EncRows(L3Call& call, const L3Type& type, void* value)
   }
   while (opened-- > 0)
     if (running = l3EncClose(call, type, *open[opened].row, record, open[opened].start); running < 0) return running;
-  return type.message ? l3EncOptions(call, type, record) : running;
+  return type.message ? l3EncOptions(call, type, record, running) : running;
 }
 
 int l3EncType(L3Call& call, const L3Type& type, void* value)
@@ -179,10 +179,9 @@ int l3EncType(L3Call& call, const L3Type& type, void* value)
   return l3EncRows(call, type, value);
 }
 
-int l3EncOptions(L3Call& call, const L3Type& type, uint8_t* record)
+int l3EncOptions(L3Call& call, const L3Type& type, uint8_t* record, int running)
 {
   const L3Message& message = *type.message;
-  int running = 0;
   for (unsigned i = 0; i < message.count; ++i) {
     const L3Row& row = message.options[i];
     if (call.pctxt->flags & RTX_OPENTAIL_FLAG) return running; // nothing can be found behind an open tail
@@ -205,9 +204,5 @@ int l3Encode(RtxContext* pctxt, const L3Type& type, void* value)
   L3Name frame;
   l3Begin(call, pctxt, frame, type.encName);
   int status = l3EncType(call, type, value);
-  if (status >= 0)
-    l3End(call);
-  else
-    l3ToLists(call);
-  return status;
+  return l3End(call, status, moduleOf(type), type.line);
 }
