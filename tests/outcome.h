@@ -1,0 +1,151 @@
+// Everything that a caller can observe of one decoding or encoding, as one text: two runs are equal if their texts are.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "rt3gppsrc/engine/l3Engine.h"
+#include "tests/printed.h"
+#include "velnor3gpp/rt3gppNasSec.h"
+#include "velnor3gpp/rtxContainer.h"
+#include "velnor3gpp/rtxDiagBitTrace.h"
+#include "velnor3gpp/rtxError.h"
+
+using Octets = std::vector<uint8_t>;
+
+// What a caller brings along.
+struct Setting {
+  bool slow = false;
+  bool trace = false;
+  bool security = true;
+  uint16_t specRelease = 0;
+  uint32_t flags = 0;
+  unsigned names = 0;   // element names that stand open
+  unsigned regions = 0; // regions that stand open, each a little wider than the next
+  unsigned skipBits = 0;
+};
+
+// A context under a setting. Slow mode lasts as long as it.
+class OutcomeContext {
+public:
+  explicit OutcomeContext(const Setting& setting) : setting(setting)
+  {
+    rtxInitContext(&ctxt);
+    if (setting.security) rtx3gppSecInitialize(&ctxt);
+    ctxt.specRelease = setting.specRelease;
+    l3SetSlowMode(setting.slow);
+  }
+  ~OutcomeContext()
+  {
+    l3SetSlowMode(false);
+    rtxFreeContext(&ctxt);
+  }
+  OutcomeContext(const OutcomeContext&) = delete;
+  operator RtxContext*() { return &ctxt; }
+  RtxContext* operator->() { return &ctxt; }
+  void bind(uint8_t* data, size_t size)
+  {
+    rtxCtxtSetBufPtr(&ctxt, data, size);
+    ctxt.flags |= setting.flags;
+    for (unsigned i = 0; i < setting.names; ++i) rtxCtxtPushElemName(&ctxt, "left");
+    for (unsigned i = setting.regions; i-- > 0;) rtxCtxtPushContainerBytes(&ctxt, 3 + 4 * i);
+    if (setting.skipBits) ctxt.buffer.bitOffset = int16_t(8 - setting.skipBits);
+    if (setting.trace) rtxDiagCtxtBitFieldListInit(&ctxt);
+  }
+
+private:
+  RtxContext ctxt;
+  const Setting& setting;
+};
+
+inline std::string errorsOf(const RtxContext* ctxt)
+{
+  std::string text;
+  for (const RtxDListNode* node = ctxt->errInfo.head; node; node = node->next) {
+    const RtxErrInfo& rec = *static_cast<const RtxErrInfo*>(node->data);
+    text += "error " + std::to_string(rec.status) + (rec.fatal ? " at " : " (not fatal) at ");
+    text += rec.elemName ? rec.elemName : "-";
+    for (unsigned i = 0; i < rec.parmcount; ++i) text += std::string(" '") + (rec.parms[i] ? rec.parms[i] : "") + "'";
+    for (unsigned i = 0; i < rec.stkx; ++i)
+      text += std::string(" ") + rec.stack[i].module + ":" + std::to_string(rec.stack[i].line);
+    text += "\n";
+  }
+  return text + "collected " + std::to_string(ctxt->reservedErr.parmcount) + "\n";
+}
+
+inline std::string stacksOf(const RtxContext* ctxt)
+{
+  std::string text = "names";
+  for (const RtxDListNode* node = ctxt->elemNameStack.head; node; node = node->next)
+    text += std::string(" ") + static_cast<const char*>(node->data);
+  text += " level " + std::to_string(ctxt->level) + "\nregions";
+  for (const RtxDListNode* node = ctxt->containerStack.dlist.head; node; node = node->next) {
+    const RtxContainer& region = *static_cast<const RtxContainer*>(node->data);
+    text += " " + std::to_string(region.byteIndex) + "/" + std::to_string(region.bitOffset);
+  }
+  return text + "\n";
+}
+
+inline std::string traceOf(const RtxContext* ctxt)
+{
+  std::string text;
+  if (!ctxt->pBitFldList) return text;
+  for (const RtxSListNode* node = ctxt->pBitFldList->fieldList.head; node; node = node->next) {
+    const RtxBitField& field = *static_cast<const RtxBitField*>(node->data);
+    text += std::string("field ") + (field.elemName ? field.elemName : "") + " <" + field.nameSuffix + "> " +
+            std::to_string(field.bitOffset) + "+" + std::to_string(field.bitCount) + "\n";
+  }
+  return text;
+}
+
+// Status, cursor, flags, errors, stacks and trace.
+inline std::string stateOf(RtxContext* ctxt, int status)
+{
+  const RtxBuffer& buffer = ctxt->buffer;
+  return "status " + std::to_string(status) + " cursor " + std::to_string(buffer.byteIndex) + "/" +
+         std::to_string(buffer.bitOffset) + " flags " + std::to_string(ctxt->flags) + "\n" + errorsOf(ctxt) +
+         stacksOf(ctxt) + traceOf(ctxt);
+}
+
+// Storage for a value of the type, of its exact size up to the alignment.
+inline std::unique_ptr<uint64_t[]> recordStorage(const L3Type& type, int fill)
+{
+  size_t words = (type.size + sizeof(uint64_t) - 1) / sizeof(uint64_t);
+  std::unique_ptr<uint64_t[]> record(new uint64_t[words]);
+  memset(record.get(), fill, words * sizeof(uint64_t));
+  return record;
+}
+
+// The octets are copied to where a sanitizer sees any access beyond them; deciphering changes the copy.
+inline std::string decodeOutcome(const L3TypeEntry& entry, const Octets& octets, const Setting& setting)
+{
+  OutcomeContext ctxt(setting);
+  std::unique_ptr<uint8_t[]> data(new uint8_t[octets.size()]);
+  std::copy(octets.begin(), octets.end(), data.get());
+  ctxt.bind(data.get(), octets.size());
+  auto record = recordStorage(*entry.type, 0);
+  int status = entry.decode(ctxt, record.get());
+  std::string text = stateOf(ctxt, status);
+  return text + printed(*entry.type, "x", record.get());
+}
+
+// Encodes the value that `make` gives into `capacity` octets.
+inline std::string encodeOutcome(const L3TypeEntry& entry, const std::function<void*(RtxContext*)>& make,
+                                 size_t capacity, const Setting& setting, Octets* encoded = nullptr)
+{
+  OutcomeContext ctxt(setting);
+  void* value = make(ctxt);
+  if (!value) return "";
+  std::unique_ptr<uint8_t[]> data(new uint8_t[capacity]());
+  ctxt.bind(data.get(), capacity);
+  int status = entry.encode(ctxt, value);
+  std::string text = stateOf(ctxt, status);
+  size_t size = std::min(capacity, ctxt->buffer.byteIndex + (ctxt->buffer.bitOffset != 8));
+  Octets octets(data.get(), data.get() + size);
+  if (encoded) *encoded = status < 0 ? Octets() : octets;
+  for (size_t i = 0; i < capacity; ++i) text += " " + std::to_string(data[i]);
+  return text + "\n" + printed(*entry.type, "x", value);
+}
