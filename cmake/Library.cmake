@@ -3,7 +3,6 @@ file(GLOB VELNOR_RUNTIME CONFIGURE_DEPENDS
      rtxsrc/*.cpp rtsrc/*.cpp rt3gppsrc/*.cpp rt3gppsrc/engine/*.cpp src2/*.cpp)
 
 include(cmake/Generated.cmake)
-list(FILTER VELNOR_RUNTIME EXCLUDE REGEX "${VELNOR_PENDING}")
 add_library(velnor3gpp_objects OBJECT ${VELNOR_RUNTIME} ${VELNOR_GENERATED})
 add_dependencies(velnor3gpp_objects velnor3gpp_generate)
 target_include_directories(velnor3gpp_objects PUBLIC ${PROJECT_SOURCE_DIR}/include ${VELNOR_GENERATED_DIR}/include

@@ -4,6 +4,7 @@
 
 #include "L3Descriptors.h"
 #include "src2/MobileIdentityDigits.h"
+#include "src2/TrackingAreaItem.h"
 #include "velnor3gpp/TS24501IES.h"
 
 static constexpr char kDecoder[] = "TS24501IESDec";
@@ -256,3 +257,10 @@ int l3Enc_TS24501IE_MobileIdentity(L3Call& call, const L3Type&, void* value)
   status = l3EncNamed(call, kEncoder, __LINE__, "typeOfIdent", identity.t - 1, 3, 1);
   return status < 0 ? status : encByType(call, identity);
 }
+
+int l3Dec_TS24501IE_TrackingAreaIdentListItem(L3Call& call, const L3Type& type, void* value)
+{
+  static constexpr TrackingAreaTypes types = {kDecoder, l3_TS24501IE_TrackingAreaCode, l3_TS24501IE_TrackingAreaIdent};
+  return decTrackingItem(call, types, type, *static_cast<TS24501IE_TrackingAreaIdentListItem*>(value));
+}
+

@@ -14,7 +14,6 @@ static constexpr int kMobility = 126;
 // Octets from the start of the message: the code, then what it covers, then what is ciphered.
 static constexpr NasSpans kSpans = {2, 6, 7};
 
-static bool isCiphered(int secHdrType)
 {
   return secHdrType == 2 || secHdrType == 4;
 }

@@ -75,6 +75,13 @@ template <class Item> int decTrackingAlternative(L3Call& call, const TrackingAre
 {
   static constexpr const char* kNames[] = {"partTrkIdentList0", "partTrkIdentList1", "partTrkIdentList2"};
   unsigned count = item.numElements + 1U; // on the wire it is one less
+  if constexpr (requires { item.elements.u.partTrkIdentList3; }) {
+    if (item.typeOfList == 3) {
+      item.elements.t = 4;
+      return decTrackingElement(call, types.module, "partTrkIdentList3", l3_TS24008IE_MCCMNCPair,
+                                &item.elements.u.partTrkIdentList3);
+    }
+  }
   if (item.typeOfList > 2) return l3Fail(call, types.module, RTX_E_INVALID_CHOICE, __LINE__);
   item.elements.t = item.typeOfList + 1U;
   L3Name frame;
