@@ -1,4 +1,4 @@
-// The initialising walk: presence, selectors, counts and pointers become 0, everything else stays as it was.
+// The initialising walk: presence, selectors, counts, pointers and spare bits become 0, everything else stays as it was.
 #include "rt3gppsrc/engine/l3Engine.h"
 #include "rt3gppsrc/engine/l3Record.h"
 
@@ -37,10 +37,20 @@ static void initChoice(const L3Row& row, uint8_t* record)
   if (choice.unionSize) memset(record + choice.unionOffset, 0, choice.unionSize);
 }
 
+// Spare bits and extension bits have a value to begin with; other numbers are left as they were.
+static void initNumber(const L3Row& row, uint8_t* member)
+{
+  bool spare = row.name && (strncmp(row.name, "spare", 5) == 0 || strcmp(row.name, "ext") == 0);
+  if (spare) l3Store(member, row.store, 0);
+}
+
 static void initElement(const L3Row& row, uint8_t* record)
 {
   uint8_t* member = record + row.offset;
   switch (row.op) {
+    case kL3UInt:
+    case kL3Bool:
+      return initNumber(row, member);
     case kL3Octets:
       return initOctets(row, member);
     case kL3BitString:

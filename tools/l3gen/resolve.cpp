@@ -168,7 +168,11 @@ bool needsInit(const Type& type)
 {
   if (type.kind == Kind::Enum || type.kind == Kind::Names) return false;
   if (type.mBits) return true;
-  return std::any_of(type.rows.begin(), type.rows.end(), [](const Row& row) { return needsInit(row.what, row.often); });
+  // Spare bits start as 0, and so do extension bits.
+  return std::any_of(type.rows.begin(), type.rows.end(), [](const Row& row) {
+    bool zero = row.name.starts_with("spare") || row.name == "ext";
+    return zero || needsInit(row.what, row.often);
+  });
 }
 
 // `use` gets the type and whether it stands behind a pointer only, as messages do.
@@ -359,8 +363,19 @@ static void nameMembers(Type& type)
   }
 }
 
+// A type named after another type and one of its elements is a part of it: its sample stands in the sample of the whole.
+static void markParts(Model& model)
+{
+  for (auto& type : model.types) {
+    if (type->kind == Kind::Pdu) continue;
+    for (size_t at = type->name.find('_'); at != std::string::npos; at = type->name.find('_', at + 1))
+      if (model.byName.count(type->module->name + "_" + type->name.substr(0, at))) type->words["no-sample"] = "";
+  }
+}
+
 void resolve(Model& model)
 {
+  markParts(model);
   for (auto& type : model.types) {
     nameMembers(*type);
     for (auto& row : type->rows) resolveWhat(model, *type, row);

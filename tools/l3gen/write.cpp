@@ -12,13 +12,6 @@ static bool isNumber(const Type& type)
   return scalarOf(type).has_value();
 }
 
-static bool isComponent(const std::string& name)
-{
-  for (const char* part : {"_component", "_choice", "_element", "_octet", "_struct"})
-    if (name.find(part) != std::string::npos) return true;
-  return false;
-}
-
 // Is an operation of this kind ("decode", "encode", "print", "init", "sample") exported?
 bool exports(const Type& type, const char* kind)
 {
@@ -28,7 +21,7 @@ bool exports(const Type& type, const char* kind)
   if (k == "encode") return !type.has("no-encoder");
   if (k == "print") return !type.has("no-printer");
   if (k == "init") return needsInit(type) && !type.has("no-init");
-  return type.has("sample") || (!isComponent(type.name) && !type.has("no-sample"));
+  return type.has("sample") || !type.has("no-sample");
 }
 
 static bool isArray(const Type& type)
