@@ -145,9 +145,9 @@ static int decLength(L3Call& call, RowWalk& walk, const L3Row& row)
   int status = l3DecBits(call, member, info.bits, 2, "INTEGER");
   if (status < 0) return l3Fail(call, moduleOf(walk.type), status, row.line);
   if (info.member) l3Store(walk.record + row.offset, row.store, value);
-  // A length of half an octet counts from the next octet on (TS 24.501, 9.11.3.46).
+  // A length may share its octet with an element that it does not count (TS 24.501, 9.11.3.46).
   size_t start = l3BitPos(call.pctxt);
-  size_t lead = info.unitBits == 8 ? (8 - start % 8) % 8 : 0;
+  size_t lead = info.fromOctet ? (8 - start % 8) % 8 : 0;
   walk.ends[walk.regions] = start + lead + static_cast<size_t>(value) * info.unitBits;
   if (info.ranged && (value < info.lo || value > info.hi)) l3NoteRange(call, moduleOf(walk.type), row.line, value);
   bool bits = info.unitBits == 1 || lead;

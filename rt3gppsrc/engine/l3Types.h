@@ -202,6 +202,7 @@ struct L3Length {
   uint8_t ranged;
   uint8_t keepWhole; // a 16-bit length is not cut to its low 8 bits on encoding
   uint8_t member;    // the record keeps it at row.offset, in row.store octets
+  uint8_t fromOctet; // counts from the next octet on: the rest of its own octet lies outside
   uint32_t lo, hi;
 };
 

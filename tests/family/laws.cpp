@@ -138,9 +138,18 @@ void checkSampleRepeats(const Subject& subject)
   EXPECT_EQ(text, textOf(*subject.type, second));
 }
 
+// A record that begins with a length of a few bits stands in the middle of an octet, behind the element that shares it:
+// by itself it cannot end where its open tail must.
+static bool standsInsideOctet(const L3Type& type)
+{
+  if (!type.rowCount || type.rows[0].op != kL3Length) return false;
+  const L3Length& length = *static_cast<const L3Length*>(type.rows[0].info);
+  return length.unitBits == 8 && length.bits % 8 && !length.fromOctet;
+}
+
 void checkRoundTrip(const Subject& subject)
 {
-  if (!subject.encode) return;
+  if (!subject.encode || standsInsideOctet(*subject.type)) return;
   Context encoding, decoding;
   void* value = subject.sample(encoding);
   ASSERT_NE(value, nullptr);

@@ -50,7 +50,7 @@ TestRow lengthRow(const L3Length& info)
 // A length of 4 bits holds two of the three strings.
 TEST(SampleValues, WhatALengthCannotHoldStaysAbsent)
 {
-  const L3Length length = {4, 8, 0, 0, 1, 0, 0};
+  const L3Length length = {4, 8, 0, 0, 1, 1, 0, 0};
   const L3Row rows[] = {uintRow("spare", offsetof(Strings, rest), 4), lengthRow(length),
                         TestRow("first", kL3Octets, offsetof(Strings, first), &kSix).there(kL3Room, 0),
                         TestRow("second", kL3Octets, offsetof(Strings, second), &kSix).there(kL3Room, 1),
@@ -63,7 +63,7 @@ TEST(SampleValues, WhatALengthCannotHoldStaysAbsent)
 // An element of at least 5 octets draws out its open string, here inside another record.
 TEST(SampleValues, LeastLengthDrawsOut)
 {
-  const L3Length length = {8, 8, 1, 0, 1, 5, 7};
+  const L3Length length = {8, 8, 1, 0, 1, 0, 5, 7};
   const L3Row tailRows[] = {uintRow("number", 0), TestRow("rest", kL3Octets, 1, &kRest)};
   const L3Type tail = typeOf("Tail", tailRows, 11);
   const L3Row rows[] = {lengthRow(length), recordRow("tail", offsetof(Strings, first), tail)};
@@ -86,7 +86,7 @@ struct Lists {
 // Entries of 4 bits behind 4 bits fill the octet; a count that is one less than the entries obeys both its ranges.
 TEST(SampleValues, ListsEndWhereTheyDo)
 {
-  const L3Length length = {8, 8, 0, 0, 1, 0, 0};
+  const L3Length length = {8, 8, 0, 0, 1, 0, 0, 0};
   const L3List halves = {kL3WhileRoom, 0, 0, 1, 8, 1, 1, {}, 2, 8, uintRow("elem", 0, 4)};
   const L3List pairs = {kL3Times, 0, 1, 1, 0, 8, 2, {offsetof(Lists, count), 1, 4}, 3, 9, uintRow("elem", 0, 16, 2)};
   const L3Row rows[] = {TestRow("length", kL3Length, 0, &length).sized(8, 1),
@@ -207,7 +207,7 @@ TEST(SampleValues, FormInsideALength)
                             TestRow("hdrData", kL3Choice, 0, &header), uintRow("msgType", offsetof(Form, msgType)),
                             TestRow("data", kL3Body, offsetof(Form, t), &data)};
   const L3Type form = typeOf("Form", formRows, sizeof(Form), kL3IsPdu);
-  const L3Length length = {16, 8, 0, 0, 0, 0, 0};
+  const L3Length length = {16, 8, 0, 0, 0, 0, 0, 0};
   const L3Row rows[] = {TestRow("length", kL3Length, 0, &length), recordRow("form", 0, form)};
   checkAll(typeOf("Container", rows, sizeof(Form)));
   std::string text = sampleText(typeOf("Container", rows, sizeof(Form)));

@@ -46,7 +46,7 @@ struct Leaves {
   uint8_t grouped;
   uint8_t onRed;
 };
-const L3Length kLength = {8, 8, 0, 0, 1, 0, 0};
+const L3Length kLength = {8, 8, 0, 0, 1, 0, 0, 0};
 const L3Octets kFixed = {kL3Fixed, 0, 0, 0, 3, 0, {}, 0, 0};
 const L3Octets kBounded = {kL3Rest, 0, 0, 4, 0, 1, {}, 0, 0};
 const L3Octets kHeap = {kL3Rest, 0, 0, 0, 0, 0, {}, 0, 0};

@@ -101,6 +101,7 @@ struct Row {
   unsigned number = 0;       // Length: bits; Iei: value; Release: release
   bool half = false;         // Iei
   bool countsBits = false;   // Length
+  bool fromOctet = false;  // Length: counts from the next octet
   unsigned fit = 0;          // Release
   std::vector<Range> values; // an alternative's
   bool other = false;

@@ -291,6 +291,7 @@ static void readWhen(Words& w, Row& row)
     row.when = When::Length;
     row.number = bitCount(w.place, w.take("a width"), 16);
     row.countsBits = w.accept("bits");
+    row.fromOctet = w.accept("from-octet");
   } else if (isIei(word)) {
     row.when = When::Iei;
     row.half = word[3] == '-';
@@ -409,6 +410,7 @@ static void takeLength(Words& w, Type& type, bool member)
   row.name = member ? "length" : "";
   row.number = bitCount(w.place, w.take("a width"), 16);
   row.countsBits = w.accept("bits");
+  row.fromOctet = w.accept("from-octet");
   if (w.accept("in")) row.range = range(w.place, w.take("a range"));
   if (type.words.count("full-length")) row.words["full-length"] = "";
   type.rows.push_back(row);
