@@ -32,6 +32,8 @@ struct L3Call {
   bool plain;        // no trace, no stream, not slow: inline reading and writing, and runs
   bool keepTypeName; // an early return leaves the type name behind
   bool failed;       // memory was out where nobody could return it
+  bool inBody;       // inside a message of a top-level form
+  size_t earlier;    // error records older than the innermost message inside a message
 };
 
 // Findings that a call records beside a decoded value; further ones are passed over, so that no message of many small

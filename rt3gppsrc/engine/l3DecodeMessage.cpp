@@ -122,6 +122,18 @@ static int skipTail(L3Call& call, const L3Type& type)
   return status < 0 ? l3Fail(call, type.module->decoder, status, type.line) : 0;
 }
 
+// The status of the records that this message has added. A finding from before it, such as a wrong code of the message
+// around it, is not its own: returning it would keep the outer message from its remaining elements.
+static int ownStatus(const L3Call& call)
+{
+  const RtxDList& records = call.pctxt->errInfo;
+  const RtxDListNode* node = records.head;
+  for (size_t i = 0; i < call.earlier && node; ++i) node = node->next;
+  for (; node; node = node->next)
+    if (static_cast<const RtxErrInfo*>(node->data)->fatal) return rtxErrGetStatus(call.pctxt);
+  return 0;
+}
+
 int l3DecOptions(L3Call& call, const L3Type& type, uint8_t* record)
 {
   if (!type.message->count) return type.message->tail ? skipTail(call, type) : 0;
@@ -134,5 +146,5 @@ int l3DecOptions(L3Call& call, const L3Type& type, uint8_t* record)
     if (status < 0) return l3Fail(call, type.module->decoder, status, type.line);
     if (status = decTurn(call, walk, iei, half); status < 0) return status;
   }
-  return call.pctxt->errInfo.count ? rtxErrGetStatus(call.pctxt) : 0;
+  return call.pctxt->errInfo.count > call.earlier ? ownStatus(call) : 0;
 }

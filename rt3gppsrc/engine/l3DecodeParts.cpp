@@ -243,6 +243,19 @@ static const L3BodyRow* findBody(L3Call& call, const L3Type& type, const L3Row& 
   return nullptr;
 }
 
+// The outermost message answers for all that has been found so far, one inside another for its own findings.
+static int decMessage(L3Call& call, const L3Type& type, void* message)
+{
+  bool inBody = call.inBody;
+  size_t earlier = call.earlier;
+  if (inBody) call.earlier = call.pctxt->errInfo.count;
+  call.inBody = true;
+  int status = l3DecType(call, type, message);
+  call.inBody = inBody;
+  call.earlier = earlier;
+  return status;
+}
+
 int l3DecBody(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record)
 {
   const L3Body& body = *static_cast<const L3Body*>(row.info);
@@ -258,7 +271,7 @@ int l3DecBody(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* recor
   L3Name frame;
   status = l3PushName(call, frame, found->elemName);
   if (status < 0) return l3Fail(call, type.module->decoder, status, row.line);
-  status = l3DecType(call, *found->type, message);
+  status = decMessage(call, *found->type, message);
   if (status < 0) return l3Fail(call, type.module->decoder, status, row.line);
   l3PopName(call);
   return 0;
