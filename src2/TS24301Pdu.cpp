@@ -111,10 +111,9 @@ static void compareShortCode(L3Call& call, const TS24301Msg_ServiceRequest& requ
 {
   uint32_t received = static_cast<uint32_t>(request.shortMAC[0] << 8 | request.shortMAC[1]);
   if (received == computed) return;
-  l3ToLists(call);
   rtxErrAddUIntParm(call.pctxt, computed); // the long form has the received code first
   rtxErrAddUIntParm(call.pctxt, received);
-  rtxErrSetNewData(call.pctxt, RTX_E_BAD_MAC, kDecoder, __LINE__);
+  l3Note(call, kDecoder, RTX_E_BAD_MAC, __LINE__);
 }
 
 // A header that no octet carries: the form has neither code nor sequence number nor message type in these places.
