@@ -59,6 +59,15 @@ static void printEnumerated(PrintWalk& walk, const L3Row& row, const char* name,
   rtxFormAssign(walk.sink, name, text ? text : "???");
 }
 
+// 16-bit characters; an odd last octet is none.
+static void printWide(PrintWalk& walk, const char* name, size_t octets, const uint8_t* data)
+{
+  rtxSinkPut(walk.sink, {name, " = '"});
+  for (size_t i = 0; i + 1 < octets; i += 2)
+    rtxFormWideChar(walk.sink, static_cast<uint32_t>(data[i] << 8 | data[i + 1]), 4);
+  rtxSinkWrite(walk.sink, "'\n", 2);
+}
+
 static void printOctets(PrintWalk& walk, const L3Row& row, const char* name, const uint8_t* member)
 {
   const L3Octets& info = *static_cast<const L3Octets*>(row.info);
@@ -73,6 +82,7 @@ static void printOctets(PrintWalk& walk, const L3Row& row, const char* name, con
     data = octets.data;
   }
   rtxSinkIndent(walk.sink);
+  if (row.flags & kL3Wide) return printWide(walk, name, count, data);
   rtxFormHex(walk.sink, name, count, data, true);
 }
 

@@ -90,6 +90,7 @@ enum L3RowFlags : uint8_t {
   kL3ExtList = 0x02,   // the element reads and writes its own extension bits (a while-ext list)
   kL3InRelease = 0x04, // belongs to the release group opened before it
   kL3Ranged = 0x08,    // lo..hi holds an explicit range
+  kL3Wide = 0x10,      // octets are 16-bit characters, which print as such
 };
 
 struct L3Row {

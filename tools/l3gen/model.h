@@ -58,6 +58,7 @@ struct What {
   From from = From::Fixed;
   uint32_t octets = 0;  // Octets: fixed size; Chars: size of the array
   uint32_t max = 0;     // inline bound (octets, or bits of a bit string)
+  bool wide = false;     // Octets: 16-bit characters
   bool labels = false;  // Text
   std::string field;    // From::Field
   std::string typeName; // Type

@@ -191,8 +191,9 @@ static What readWhat(Words& w)
   } else if (word == "flag") {
     what.kind = WhatKind::Flag;
     what.bits = 1;
-  } else if (word == "octets") {
+  } else if (word == "octets" || word == "ucs2") {
     what.kind = WhatKind::Octets;
+    what.wide = word == "ucs2";
     readSource(w, what);
   } else if (word == "bitstring") {
     what.kind = WhatKind::BitString;

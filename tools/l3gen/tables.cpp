@@ -242,6 +242,7 @@ static std::string rowFlags(const Row& row, const Coded& c)
   if (row.extLast) flags += " | kL3ExtLast";
   if (extList || row.often.end == End::WhileExt) flags += row.when == When::More ? " | kL3ExtList" : "";
   if (row.inRelease) flags += " | kL3InRelease";
+  if (row.what.wide) flags += " | kL3Wide";
   if (c.range) flags += " | kL3Ranged";
   return flags;
 }
