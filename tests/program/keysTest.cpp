@@ -44,7 +44,7 @@ TEST(Keys, DecipherAndFindTheDirection)
     EXPECT_TRUE(holds(o.out, "obj_MMAuthRequest5G"));
   }
   EXPECT_EQ(runProgram({"roundtrip", "--keys", keys, kCiphered}).out,
-            "arguments  equal: 49 octets\n1 messages: 1 equal, 0 different, 0 not decoded\n");
+            "arguments  equal: 49 octets\n1 message: 1 equal, 0 different, 0 not decoded\n");
 }
 
 TEST(Keys, CountsComeFromTheStartAndTheSequenceNumber)

@@ -47,6 +47,11 @@ static JobOrder orderFor(Run& run, const Message& message)
   return order;
 }
 
+static std::string counted(size_t count, const char* what)
+{
+  return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
+
 static void complain(const std::string& place, const std::string& text)
 {
   fflush(stdout);
@@ -112,7 +117,7 @@ static void printRecord(Job& job)
   }
   if (!job.failures.empty()) return;
   size_t left = job.octets.size() - job.usedOctets;
-  if (left) printf("left over: %zu octets behind the last one that was read\n", left);
+  if (left) printf("left over: %s behind the last one that was read\n", counted(left, "octet").c_str());
 }
 
 static void printTrace(Job& job)
@@ -162,7 +167,7 @@ static std::string comparison(const Job& job, const std::vector<uint8_t>& in, co
   std::vector<uint8_t> a = withoutCode(job, in), b = withoutCode(job, out);
   equal = a == b;
   bool exact = in == out;
-  std::string size = std::to_string(in.size()) + " octets";
+  std::string size = counted(in.size(), "octet");
   if (equal) return exact ? "equal: " + size : "equal: " + size + ", but for the code, which needs keys (--keys)";
   size_t at = firstDifference(a, b);
   return "NOT EQUAL: from octet " + std::to_string(at) + " on, " + size + " in, " + std::to_string(out.size()) + " out";
@@ -192,12 +197,11 @@ static bool reencode(const Message& message, Job& job)
   return equal;
 }
 
-static void decodeOne(Run& run, const Message& message)
+static void decodeOne(Run& run, const Message& message, const JobOrder& order)
 {
-  JobOrder order = orderFor(run, message);
   std::unique_ptr<Job> job = decodeMessage(message.octets, order);
-  printf("%s%s  %s  %zu octets\n", run.messages++ ? "\n" : "", message.place.c_str(), order.entry->type->fullName,
-         message.octets.size());
+  printf("%s%s  %s  %s\n", run.messages > 1 ? "\n" : "", message.place.c_str(), order.entry->type->fullName,
+         counted(message.octets.size(), "octet").c_str());
   printRecord(*job);
   if (run.options.trace) printTrace(*job);
   if (!run.options.htmlFile.empty()) writeHtml(run, *job);
@@ -208,10 +212,9 @@ static void decodeOne(Run& run, const Message& message)
     ++run.different;
 }
 
-static void roundtripOne(Run& run, const Message& message)
+static void roundtripOne(Run& run, const Message& message, const JobOrder& order)
 {
-  std::unique_ptr<Job> job = decodeMessage(message.octets, orderFor(run, message));
-  ++run.messages;
+  std::unique_ptr<Job> job = decodeMessage(message.octets, order);
   complainDecoding(message, *job);
   if (!job->failures.empty()) {
     ++run.failed;
@@ -238,13 +241,17 @@ template <typename One> static size_t runAll(Run& run, One one)
   openKeys(run);
   if (!run.options.as.empty()) typeNamed(run.options.as);
   return readMessages(run.options.inputs, [&](const Message& message) {
+    ++run.messages;
+    JobOrder order;
     try {
-      one(run, message);
+      order = orderFor(run, message);
     } catch (const UsageError& error) {
       if (message.place == "arguments") throw;
       complain(message.place, error.what());
       ++run.failed;
+      return;
     }
+    one(run, message, order);
   });
 }
 
@@ -259,7 +266,7 @@ int roundtripCommand(const Options& options)
 {
   Run run{options, {}};
   size_t bad = runAll(run, roundtripOne);
-  printf("%zu messages: %zu equal, %zu different, %zu not decoded\n", run.messages,
+  printf("%s: %zu equal, %zu different, %zu not decoded\n", counted(run.messages + bad, "message").c_str(),
          run.messages - run.different - run.failed, run.different, run.failed + bad);
   return bad || run.failed || run.different ? 1 : 0;
 }

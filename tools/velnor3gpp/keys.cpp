@@ -123,7 +123,8 @@ static Line splitLine(const Reader& reader, const std::string& text)
   if (value == std::string::npos) refuse(reader, "name" + quoted(name) + " without a value");
   size_t valueEnd = text.find_first_of(kBlanks, value);
   size_t more = valueEnd == std::string::npos ? valueEnd : text.find_first_not_of(kBlanks, valueEnd);
-  if (more != std::string::npos && text[more] != '#') refuse(reader, "more than one value behind the name" + quoted(name));
+  if (more != std::string::npos && text[more] != '#')
+    refuse(reader, "more than one value behind the name" + quoted(name));
   return {name, text.substr(value, valueEnd == std::string::npos ? valueEnd : valueEnd - value)};
 }
 
