@@ -113,7 +113,6 @@ TEST(Exports, EveryHeaderStandsAlone)
   }
 }
 
-#ifdef VELNOR_EXAMPLE
 // The README shows the example as it is built here.
 TEST(Exports, TheExampleOfTheReadmeWorks)
 {
@@ -122,4 +121,3 @@ TEST(Exports, TheExampleOfTheReadmeWorks)
   std::string text = outputOf(VELNOR_EXAMPLE);
   EXPECT_NE(text.find("obj_IdentityRequest5G"), std::string::npos) << text;
 }
-#endif

@@ -4,7 +4,5 @@ target_compile_definitions(test-${name} PRIVATE
   VELNOR_LIBRARY="$<TARGET_FILE:velnor3gpp>" VELNOR_CC="${CMAKE_C_COMPILER}" VELNOR_CXX="${CMAKE_CXX_COMPILER}"
   VELNOR_NM="${CMAKE_NM}" VELNOR_INCLUDE="${PROJECT_SOURCE_DIR}/include" VELNOR_ROOT="${PROJECT_SOURCE_DIR}"
   VELNOR_GENERATED_INCLUDE="${VELNOR_GENERATED_DIR}/include" VELNOR_EXPORTS="${PROJECT_SOURCE_DIR}/cmake/exports.map")
-if(TARGET example-decode)
-  add_dependencies(test-${name} example-decode)
-  target_compile_definitions(test-${name} PRIVATE VELNOR_EXAMPLE="$<TARGET_FILE:example-decode>")
-endif()
+add_dependencies(test-${name} example-decode)
+target_compile_definitions(test-${name} PRIVATE VELNOR_EXAMPLE="$<TARGET_FILE:example-decode>")

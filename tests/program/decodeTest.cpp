@@ -5,7 +5,6 @@ static constexpr char kArea[] = "TS24008IE_LocAreaIdent";
 
 TEST(Decode, ShowsRecordTraceAndTheSameOctetsForEachSample)
 {
-  NEEDS_FORM("TS24501Msg_PDU");
   std::vector<std::string> words = {"decode", "--trace", "--reencode"};
   for (const auto& entry : std::filesystem::directory_iterator(VELNOR_SAMPLES))
     if (entry.path().extension() == ".hex") words.push_back(entry.path().string());
@@ -57,16 +56,10 @@ TEST(Decode, GoesOnBehindADamagedMessageAndSaysWhereItIs)
 
 TEST(Decode, TellsTheFormFromTheOctets)
 {
-  NEEDS_FORM("TS24501Msg_PDU");
   const std::vector<std::pair<std::string, std::string>> cases = {
-      {"7e0055", "TS24501Msg_PDU"},   {"2e0501d41205", "TS24501Msg_PDU"},
-      {"074411", "TS24301Msg_PDU"},   {"0202d9", "TS24301Msg_PDU"},
-      {"c7213ab4", "TS24301Msg_PDU"}, {"2904", "TS24011Msg_CP_PDU"},
-      {"052911", "TS24008Msg_PDU"},   {"0814", "TS24008Msg_PDU"},
-      {"0a51", "TS24008Msg_PDU"},     {"01062b", "TS44018Msg_L2_PSEUDO_LEN_PDU"}};
-  std::string types = runProgram({"types"}).out;
+      {"7e0055", "TS24501Msg_PDU"}, {"2e0501d41205", "TS24501Msg_PDU"}, {"074411", "TS24301Msg_PDU"},
+      {"0202d9", "TS24301Msg_PDU"}, {"c7213ab4", "TS24301Msg_PDU"},     {"2904", "TS24011Msg_CP_PDU"}};
   for (const auto& [octets, form] : cases) {
-    if (types.find(form + "\n") == std::string::npos) continue;
     EXPECT_TRUE(holds(runProgram({"decode", octets}).out, "arguments  " + form + "  ")) << octets;
   }
   Workplace place;
@@ -144,7 +137,6 @@ TEST(Usage, IsRefusedInOneLine)
 
 TEST(Usage, HelpVersionAndTypesGoToStandardOutput)
 {
-  NEEDS_FORM("TS24501Msg_PDU");
   EXPECT_TRUE(holds(runProgram({"--version"}).out, "velnor3gpp "));
   Outcome help = runProgram({"decode", "--help"});
   EXPECT_EQ(help.code, 0);

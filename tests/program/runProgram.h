@@ -73,8 +73,4 @@ inline ::testing::AssertionResult holds(const std::string& text, const std::stri
   return ::testing::AssertionFailure() << "no '" << part << "' in:\n" << text;
 }
 
-// Tests of a form whose definitions are not complete yet.
-#define NEEDS_FORM(form) \
-  if (runProgram({"types", "--forms"}).out.find(form "\n") == std::string::npos) GTEST_SKIP() << "no " form
-
 #endif

@@ -116,8 +116,11 @@ static const char* formName(const std::vector<uint8_t>& octets, Direction direct
 const L3TypeEntry& formOf(const std::vector<uint8_t>& octets, Direction direction)
 {
   const char* name = formName(octets, direction);
-  if (name) return typeNamed(name);
   std::string first = octetText(octets.data(), 1);
+  if (name && !l3FindType(name))
+    throw UsageError("the first octet " + first + " belongs to the form " + name +
+                     ", which this library does not code; name another type with --as TYPE");
+  if (name) return typeNamed(name);
   bool radio = (octets[0] & 15) == 6;
   throw UsageError("the first octet " + first + " does not tell what the message is; name its type with --as TYPE" +
                    (radio ? " or its direction with --dir up|down" : ""));
