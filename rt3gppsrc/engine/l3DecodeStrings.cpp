@@ -54,6 +54,7 @@ static int decHeapOctets(L3Call& call, uint8_t* member, size_t count, int& runni
   memcpy(member, &value, sizeof value);
   uint8_t none = 0; // a null target would move the cursor
   if (count) running = l3DecOctets(call, fill ? data : &none, count);
+  if (running < 0 && fill) memset(data, 0, fill); // a short input is not read at all
   return 0;
 }
 
