@@ -184,6 +184,7 @@ static bool passedOver(const L3Call& call, const RowWalk& walk, const L3Row& row
 {
   switch (row.when) {
     case kL3Room:
+      return !l3HasRoom(call) || (row.cond && !l3Holds(*row.cond, walk.record));
     case kL3RoomOptBit:
     case kL3RoomExt:
       return !l3HasRoom(call);

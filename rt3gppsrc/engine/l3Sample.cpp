@@ -330,9 +330,10 @@ static bool mayBePresent(L3SampleRecord& sample, const L3Row& row)
 {
   if (isRoom(row.when) && sample.closed) return false;
   switch (row.when) {
+    case kL3Room:
     case kL3If:
     case kL3WhenCond:
-      return l3SettleCondition(sample, *row.cond);
+      return !row.cond || l3SettleCondition(sample, *row.cond);
     case kL3More:
       return !sample.extClosed;
     case kL3ByHand:

@@ -73,7 +73,7 @@ enum L3Op : uint8_t {
 
 enum L3When : uint8_t {
   kL3Always,
-  kL3Room,       // while the region has bits
+  kL3Room,       // while the region has bits, and row.cond if there is one
   kL3OptBit,     // behind a leading bit
   kL3RoomOptBit, // the same, passed over when the region is at its end
   kL3If,         // row.cond on decoding, presence bit otherwise
@@ -97,7 +97,7 @@ struct L3Row {
   const char* name;   // pushed and printed; null in a bare type: nothing is pushed and the printer's name is used
   const L3Type* type; // kL3Record, kL3TextType: the element's type; other ops: the named type that stands here, or null
   const void* info;   // by op
-  const L3Cond* cond; // kL3If, kL3WhenCond
+  const L3Cond* cond; // kL3If, kL3WhenCond; kL3Room: null where room is enough
   uint32_t offset;    // of the member from the record's start
   uint32_t lo, hi;    // kL3Ranged: integers
   uint16_t line;      // in the definition file

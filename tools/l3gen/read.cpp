@@ -275,9 +275,10 @@ static void readWhen(Words& w, Row& row)
   std::string word = w.take("when the element is there");
   if (word == "M")
     row.when = When::Always;
-  else if (word == "room")
+  else if (word == "room") {
     row.when = w.accept("0/1") ? When::RoomOptBit : w.accept("ext") ? When::RoomExt : When::Room;
-  else if (word == "0/1")
+    if (row.when == When::Room && w.accept("if")) row.cond = condition(w.place, w.take("a condition"));
+  } else if (word == "0/1")
     row.when = When::OptBit;
   else if (word == "ext")
     row.when = When::Ext;

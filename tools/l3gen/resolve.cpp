@@ -34,6 +34,13 @@ const Row* findField(const Type& type, const std::string& name, std::string* pat
   return record ? findField(*row->what.type, name.substr(dot + 1), path) : nullptr;
 }
 
+// The name that is pushed and printed where it is not the member's.
+static void takePrintedName(Row& row)
+{
+  auto as = row.words.find("name-as");
+  if (as != row.words.end()) row.name = as->second;
+}
+
 static void resolveWhat(Model& model, Type& owner, Row& row)
 {
   What& what = row.what;
@@ -44,6 +51,7 @@ static void resolveWhat(Model& model, Type& owner, Row& row)
   }
   for (auto& alternative : what.alternatives) {
     alternative.member = cName(alternative.name);
+    takePrintedName(alternative);
     resolveWhat(model, owner, alternative);
   }
 }
@@ -303,7 +311,7 @@ static void checkChoice(const Type& type, const Row& row)
   std::set<std::string> names;
   std::vector<Range> taken;
   for (auto& alternative : what.alternatives) {
-    if (!names.insert(alternative.name).second && what.kind == WhatKind::Choice)
+    if (!names.insert(alternative.member).second && what.kind == WhatKind::Choice)
       refuse(alternative.place, "'" + alternative.name + "' twice in one choice");
     if (alternative.often.end == End::Times) checkField(type, row, alternative.often.field);
     if (alternative.what.from == From::Field && !alternative.what.field.empty())
@@ -357,13 +365,13 @@ static void nameMembers(Type& type)
 {
   for (auto& row : type.rows) {
     row.member = row.name.empty() ? "" : cName(row.name);
-    auto as = row.words.find("name-as");
-    if (as != row.words.end()) row.name = as->second;
+    takePrintedName(row);
     if (row.what.kind == WhatKind::Choice && row.words.count("untagged")) row.what.untagged = true;
   }
 }
 
-// A type named after another type and one of its elements is a part of it: its sample stands in the sample of the whole.
+// A type named after another type and one of its elements is a part of it: its sample stands in the sample of the
+// whole.
 static void markParts(Model& model)
 {
   for (auto& type : model.types) {
