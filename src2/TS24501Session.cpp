@@ -1,0 +1,106 @@
+// Session elements whose first octets decide their form: the service-level-AA parameter (TS 24.501, 9.11.2.10), whose
+// pending indication shares the octet of the type, and the QoS rule (9.11.4.13), which ends behind a length of 0.
+#include "L3Descriptors.h"
+#include "rt3gppsrc/engine/l3Decode.h"
+#include "rt3gppsrc/engine/l3Encode.h"
+#include "velnor3gpp/TS24501IES.h"
+#include "velnor3gpp/rtxBitDecode.h"
+
+static constexpr char kDecoder[] = "TS24501IESDec";
+static constexpr char kEncoder[] = "TS24501IESEnc";
+
+// Looks at the next bits without taking them.
+static int peek(L3Call& call, unsigned bits, uint32_t& ahead)
+{
+  RtxBuffer& buffer = call.pctxt->buffer;
+  size_t byteIndex = buffer.byteIndex;
+  int16_t bitOffset = buffer.bitOffset;
+  uint64_t word = 0;
+  if (call.plain && l3TakeBits(buffer, bits, word)) {
+    buffer.byteIndex = byteIndex;
+    buffer.bitOffset = bitOffset;
+    ahead = static_cast<uint32_t>(word);
+    return 0;
+  }
+  l3ToLists(call);
+  int status = rtxPeekBits(call.pctxt, &ahead, bits);
+  return status < 0 ? l3Fail(call, kDecoder, status, __LINE__) : 0;
+}
+
+// The first rows of a type alone.
+static L3Type headOf(const L3Type& type, uint16_t rows)
+{
+  L3Type head = type;
+  head.rowCount = rows;
+  return head;
+}
+
+// The type 1 form of the pending indication: 0xA in the upper half of the type's octet, the value in the lower.
+static constexpr uint8_t kSharedForm = 0xA;
+
+using Parameter = TS24501IE_SLAAParameter;
+
+static int decShared(L3Call& call, Parameter& parameter)
+{
+  L3Name frame, inner;
+  parameter.type = TS24501IE_SLAAParamTypes_ptPendingInd;
+  parameter.value.t = 1;
+  l3PushName(call, frame, "value");
+  l3PushName(call, inner, "pendingInd");
+  int status = l3DecType(call, l3_TS24501IE_SLAAPendingIndication, &parameter.value.u.pendingInd);
+  if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
+  l3PopName(call);
+  l3PopName(call);
+  return status;
+}
+
+static int encShared(L3Call& call, Parameter& parameter)
+{
+  L3Name frame, inner;
+  l3PushName(call, frame, "value");
+  l3PushName(call, inner, "pendingInd");
+  int status = l3EncType(call, l3_TS24501IE_SLAAPendingIndication, &parameter.value.u.pendingInd);
+  if (status < 0) return l3Fail(call, kEncoder, status, __LINE__);
+  l3PopName(call);
+  l3PopName(call);
+  return status;
+}
+
+int l3Dec_TS24501IE_SLAAParameter(L3Call& call, const L3Type& type, void* value)
+{
+  uint32_t octet = 0;
+  if (int status = peek(call, 8, octet); status < 0) return status;
+  if (octet >> 4 == kSharedForm) return decShared(call, *static_cast<Parameter*>(value));
+  return l3DecRows(call, type, value);
+}
+
+int l3Enc_TS24501IE_SLAAParameter(L3Call& call, const L3Type& type, void* value)
+{
+  Parameter& parameter = *static_cast<Parameter*>(value);
+  bool pending = parameter.type == TS24501IE_SLAAParamTypes_ptPendingInd;
+  if (pending && parameter.value.u.pendingInd.spare1 == kSharedForm) return encShared(call, parameter);
+  return l3EncRows(call, type, value);
+}
+
+using Rule = TS24501IE_QoSRule;
+
+static constexpr uint16_t kEmptyRuleRows = 2; // identifier and length
+static constexpr unsigned kEmptyRuleBits = 24;
+
+int l3Dec_TS24501IE_QoSRule(L3Call& call, const L3Type& type, void* value)
+{
+  Rule& rule = *static_cast<Rule*>(value);
+  uint32_t ahead = 0;
+  if (int status = peek(call, kEmptyRuleBits, ahead); status < 0) return status;
+  if (ahead & 0xFFFF) return l3DecRows(call, type, value);
+  rule.ruleOpCode = static_cast<TS24501IE_RuleOpCodes>(0);
+  rule.packetFilterList.t = 0;
+  return l3DecRows(call, headOf(type, kEmptyRuleRows), value);
+}
+
+int l3Enc_TS24501IE_QoSRule(L3Call& call, const L3Type& type, void* value)
+{
+  const Rule& rule = *static_cast<const Rule*>(value);
+  bool empty = rule.ruleLen == 0 && rule.ruleOpCode == 0;
+  return l3EncRows(call, empty ? headOf(type, kEmptyRuleRows) : type, value);
+}
