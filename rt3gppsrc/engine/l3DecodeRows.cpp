@@ -251,7 +251,7 @@ static unsigned enterRelease(const L3Call& call, RowWalk& walk, const L3Row& row
   const L3Release& info = *static_cast<const L3Release*>(row.info);
   uint16_t limit = call.pctxt->specRelease;
   if (walk.barred || !l3HasRoom(call) || (limit && limit < info.release)) return info.rows;
-  if (info.fitBits && walk.regions && l3BitPos(call.pctxt) + info.fitBits > walk.ends[walk.regions - 1]) {
+  if (info.fitBits > l3RoomBits(call)) {
     walk.barred = true;
     return info.rows;
   }
@@ -295,7 +295,10 @@ static bool lastOfRelease(const L3Type& type, const L3Row* row)
 int l3DecRows(L3Call& call, const L3Type& type, void* record)
 {
   RowWalk walk{type, static_cast<uint8_t*>(record), {}, {}, 0, 0, 1, false, false};
-  if (type.mOctets) memset(record, 0, type.mOctets);
+  if (type.flags & kL3EarlyReturn)
+    l3Init(type, record); // strings behind the return are never reached
+  else if (type.mOctets)
+    memset(record, 0, type.mOctets);
   const L3Row* end = type.rows + type.rowCount;
   for (const L3Row* row = type.rows; row < end; ++row) {
     if (row->op == kL3Release) {

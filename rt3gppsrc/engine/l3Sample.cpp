@@ -100,7 +100,7 @@ static void sampleBits(SampleWalk& walk, L3SampleRecord& sample, const L3Row& ro
 {
   const L3BitString& info = *static_cast<const L3BitString*>(row.info);
   uint8_t* member = sample.record + row.offset;
-  size_t count = 8 - walk.bits % 8;
+  size_t count = sample.closed ? 0 : 8 - walk.bits % 8;
   count += takeGrowth(walk, info.capBits ? (info.capBits - clamp(count, 0, info.capBits)) / 8 : 0xFF) * 8;
   if (info.capBits) count = clamp(count, 0, info.capBits);
   sample.closed = true;
@@ -308,9 +308,6 @@ static void sampleElement(SampleWalk& walk, L3SampleRecord& sample, const L3Row&
       return sampleChoice(walk, sample, row);
     case kL3Body:
       return sampleBody(walk, sample, row);
-    case kL3Release:
-      if (row.mBit != kL3NoBit) l3SetBit(sample.record, row.mBit);
-      return;
     default:
       return;
   }
@@ -349,14 +346,16 @@ static size_t leadBits(const L3Row& row)
   return bit ? 1 : 0;
 }
 
+static void clearBit(uint8_t* record, uint16_t bit)
+{
+  if (bit != kL3NoBit) record[bit >> 3] = static_cast<uint8_t>(record[bit >> 3] & ~(1U << (bit & 7)));
+}
+
 // Leaves an element out: what would follow it in the region or group cannot be there either.
 static void leaveOut(SampleWalk& walk, L3SampleRecord& sample, const L3Row& row, size_t before)
 {
   walk.bits = before + (row.when == kL3OptBit || row.when == kL3RoomOptBit ? 1 : 0);
-  if (row.mBit != kL3NoBit) {
-    uint8_t& octet = sample.record[row.mBit >> 3];
-    octet = static_cast<uint8_t>(octet & ~(1U << (row.mBit & 7)));
-  }
+  clearBit(sample.record, row.mBit);
   if (isRoom(row.when)) sample.closed = true;
   if (isExt(row.when)) sample.extClosed = true;
 }
@@ -385,13 +384,27 @@ static void sampleRow(SampleWalk& walk, L3SampleRecord& sample, const L3Row& row
   bool closed = sample.closed;
   sampleElement(walk, sample, row);
   if (row.when == kL3ByHand) repeatDiscriminator(sample, row);
-  if (row.mBit == kL3NoBit || row.op == kL3Release) return;
+  if (row.mBit == kL3NoBit) return;
   if (walk.bits > walk.limit) {
     sample.closed = closed;
     return leaveOut(walk, sample, row, before);
   }
   l3SetBit(sample.record, row.mBit);
   if (row.groupBit != kL3NoBit) l3SetBit(sample.record, row.groupBit);
+}
+
+// A release group is there whole or not at all, and so are the groups behind it; its row stands before its members'.
+static void sampleRelease(SampleWalk& walk, L3SampleRecord& sample, const L3Row& group)
+{
+  size_t before = walk.bits;
+  const L3Row* end = &group + 1 + static_cast<const L3Release*>(group.info)->rows;
+  if (sample.closed) return;
+  l3SetBit(sample.record, group.mBit);
+  for (const L3Row* row = &group + 1; row < end; ++row) sampleRow(walk, sample, *row, walk.bits);
+  if (walk.bits <= walk.limit) return;
+  walk.bits = before;
+  sample.closed = true;
+  for (const L3Row* row = &group; row < end; ++row) clearBit(sample.record, row->mBit);
 }
 
 // The region of a length: where it began and how long it may be.
@@ -450,6 +463,9 @@ static size_t samplePass(SampleWalk& walk, L3SampleRecord& sample, bool& closed)
     if (row->op == kL3Length && opened < kMaxRegions) {
       regions[opened++] = openRegion(walk, *static_cast<const L3Length*>(row->info));
       sample.closed = false;
+    } else if (row->op == kL3Release) {
+      sampleRelease(walk, sample, *row);
+      row += static_cast<const L3Release*>(row->info)->rows;
     } else {
       sampleRow(walk, sample, *row, walk.bits);
     }

@@ -345,6 +345,7 @@ static void checkType(const Type& type)
   unsigned lengths = 0;
   for (auto& row : type.rows) {
     bool mark = row.when == When::Group || row.when == When::Release || row.when == When::EndRelease;
+    if (row.when == When::Release && !lengths) refuse(row.place, "a release group outside a length");
     if (mark) continue;
     if (!row.member.empty() && !members.insert(row.member).second)
       refuse(row.place, "'" + row.name + "' twice in one record");
