@@ -47,6 +47,7 @@ static int decHeapOctets(L3Call& call, uint8_t* member, size_t count, int& runni
   uint32_t numocts = static_cast<uint32_t>(fill);
   uint8_t* data = nullptr;
   if (fill && !(data = static_cast<uint8_t*>(allocate(call, fill)))) return RTX_E_NO_MEMORY;
+  if (fill && call.pctxt->buffer.bitOffset != 8) memset(data, 0, fill); // a failing read leaves some of them
   struct {
     uint32_t numocts;
     uint8_t* data;
@@ -115,6 +116,7 @@ static int decBitString(L3Call& call, const L3Type& type, const L3Row& row, uint
   uint8_t* data = nullptr;
   if (bits && !(data = static_cast<uint8_t*>(allocate(call, fill / 8 + 1))))
     return l3Fail(call, type.module->decoder, RTX_E_NO_MEMORY, row.line);
+  if (data) memset(data, 0, fill / 8 + 1); // a failing read leaves some of them
   struct {
     uint32_t numbits;
     uint8_t* data;
