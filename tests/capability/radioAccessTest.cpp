@@ -1,9 +1,6 @@
 // Promises of the MS radio access capability around its records: which kind a record is, where the list ends, what is
-// dropped (TS 24.008, 10.5.5.12a); and that capabilities of real mobiles come out as they went in.
+// dropped (TS 24.008, 10.5.5.12a).
 #include <gtest/gtest.h>
-
-#include <fstream>
-#include <sstream>
 
 #include "tests/capability/capability.h"
 #include "velnor3gpp/rtxStatus.h"
@@ -142,40 +139,6 @@ TEST(RadioAccessCapability, TechnologyTellsTheKindOfRecord)
 )");
   EXPECT_EQ(outcome.again, octets);
   EXPECT_EQ(decode("MSRACapValuePartStruct", octetsOf(record(15, "1 0001 101 10") + "0")).status, RTX_E_BAD_LENGTH);
-}
-
-bool sameValue(std::string printed, const std::string& fact)
-{
-  if (printed == "true") printed = "1";
-  if (printed == "false") printed = "0";
-  return printed == fact;
-}
-
-// Rows of a table of octets and facts. What stands behind the last record is not kept, so zeros there may get lost.
-TEST(RadioAccessCapability, RealCapabilitiesComeOutAsTheyWentIn)
-{
-  std::ifstream in(VELNOR_TEST_DATA "/elements.tsv");
-  unsigned rows = 0;
-  for (std::string line; std::getline(in, line);) {
-    if (line[0] == '#') continue;
-    SCOPED_TRACE(line.substr(0, 80));
-    std::istringstream columns(line);
-    std::string type, hex, facts, fact;
-    columns >> type >> hex >> facts;
-    Octets octets;
-    for (size_t i = 0; i < hex.size(); i += 2) octets.push_back(uint8_t(std::stoul(hex.substr(i, 2), nullptr, 16)));
-    Outcome outcome = decode(type.c_str(), octets);
-    EXPECT_EQ(outcome.status, 0);
-    std::istringstream list(facts);
-    while (std::getline(list, fact, ';')) {
-      size_t equals = fact.find('=');
-      std::string path = fact.substr(0, equals), found = valueOf(outcome.text, path);
-      EXPECT_TRUE(sameValue(found, fact.substr(equals + 1))) << fact << ", found " << found;
-    }
-    EXPECT_EQ(outcome.again, octets);
-    ++rows;
-  }
-  EXPECT_EQ(rows, 7U);
 }
 
 } // namespace
