@@ -12,11 +12,51 @@ inline int decIdentityDigits(L3Call& call, const char* module, const char* name,
 // Writes length, first octet and digits.
 inline int encIdentityDigits(L3Call& call, const char* module, const char* name, uint8_t identType, const char* digits);
 
+#include <cstring>
+
 #include "velnor3gpp/rtx3GPP.h"
+#include "velnor3gpp/rtxTBCD.h"
+
+// The digits at once where nothing can be observed and nothing can fail; false leaves all to the shared function.
+inline bool takeIdentityDigits(L3Call& call, uint8_t length, uint8_t odd, uint8_t digit1, char* digits, size_t size)
+{
+  RtxBuffer& buffer = call.pctxt->buffer;
+  size_t octets = length > 1 ? length - 1U : 1U;
+  bool fits = length && digit1 <= 9 && 2 * octets + (odd ? 1 : 0) < size && octets <= l3Unread(call.pctxt);
+  if (!call.plain || buffer.bitOffset != 8 || !fits) return false;
+  *digits++ = static_cast<char>('0' + digit1);
+  for (size_t i = 1; i <= octets; ++i) {
+    uint8_t octet = buffer.data[buffer.byteIndex++];
+    rtxTBCDBinToChar(octet & 15, digits++);
+    if (i < octets || odd) rtxTBCDBinToChar(octet >> 4, digits++);
+  }
+  *digits = 0;
+  return true;
+}
+
+inline bool putIdentityDigits(L3Call& call, uint8_t identType, const char* digits)
+{
+  static constexpr size_t kMaxDigits = 16;
+  RtxBuffer& buffer = call.pctxt->buffer;
+  size_t count = strnlen(digits, kMaxDigits + 1), octets = count / 2 + 1;
+  bool room = buffer.byteIndex < buffer.size && octets < buffer.size - buffer.byteIndex;
+  if (!call.plain || buffer.bitOffset != 8 || count > kMaxDigits || !room) return false;
+  uint8_t nibbles[kMaxDigits + 2];
+  memset(nibbles, RTX_TBCD_FILLER, sizeof nibbles);
+  for (size_t i = 0; i < count; ++i)
+    if (rtxTBCDCharToBin(digits[i], &nibbles[i]) < 0) return false;
+  uint8_t* at = buffer.data + buffer.byteIndex;
+  *at++ = static_cast<uint8_t>(octets);
+  *at++ = static_cast<uint8_t>(nibbles[0] << 4 | (count & 1) << 3 | identType);
+  for (size_t i = 1; i < count; i += 2) *at++ = static_cast<uint8_t>(nibbles[i + 1] << 4 | nibbles[i]);
+  buffer.byteIndex += octets + 1;
+  return true;
+}
 
 inline int decIdentityDigits(L3Call& call, const char* module, const char* name, uint8_t length, uint8_t odd,
                              uint8_t digit1, char* digits, size_t size)
 {
+  if (takeIdentityDigits(call, length, odd, digit1, digits, size)) return 0;
   L3Name frame;
   l3PushName(call, frame, name);
   l3ToLists(call); // the operation reads through the public functions
@@ -28,6 +68,7 @@ inline int decIdentityDigits(L3Call& call, const char* module, const char* name,
 
 inline int encIdentityDigits(L3Call& call, const char* module, const char* name, uint8_t identType, const char* digits)
 {
+  if (digits && identType < 8 && putIdentityDigits(call, identType, digits)) return 0;
   L3Name frame;
   l3PushName(call, frame, name);
   l3ToLists(call);

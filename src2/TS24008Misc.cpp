@@ -75,8 +75,24 @@ static size_t boundOctets(const L3Call& call, size_t octets)
   return octets > readable && !call.pctxt->pStream ? readable : octets;
 }
 
+// Digits of whole octets that are at hand, as the shared function reads them; a filler stores a zero and goes on.
+static bool takeDigits(L3Call& call, size_t octets, char* text, size_t size)
+{
+  RtxBuffer& buffer = call.pctxt->buffer;
+  if (!call.plain || !octets || octets > l3Unread(call.pctxt) || size < 2 * octets + 1) return false;
+  for (size_t i = 0; i < octets; ++i) {
+    uint8_t octet = buffer.data[buffer.byteIndex++];
+    *text++ = kNibbles[octet & 15];
+    *text++ = kNibbles[octet >> 4];
+    call.pctxt->lastChar = octet;
+  }
+  *text = 0;
+  return true;
+}
+
 static int readDigits(L3Call& call, size_t octets, char* text, size_t size)
 {
+  if (takeDigits(call, octets, text, size)) return 0;
   l3ToLists(call);
   rtxDiagNewBitField(call.pctxt->pBitFldList, "OCTET STRING");
   int status = rtxDecQ825TBCDString(call.pctxt, octets, text, size);
@@ -255,6 +271,6 @@ int l3Dec_TS24008IE_LinkedTI(L3Call& call, const L3Type& type, void* value)
 {
   const auto& linked = *static_cast<const TS24008IE_LinkedTI*>(value);
   int status = l3DecRows(call, type, value);
-  bool missing = linked.value == 7 && !linked.m.extPresent;
-  return status >= 0 && missing ? l3FailNew(call, kDecoder, RTX_E_BAD_VALUE, __LINE__) : status;
+  if (status < 0 || linked.value != 7 || linked.m.extPresent) return status;
+  return l3FailNew(call, kDecoder, RTX_E_BAD_VALUE, __LINE__);
 }
