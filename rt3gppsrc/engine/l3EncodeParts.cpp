@@ -63,6 +63,7 @@ static int encBitString(L3Call& call, const L3Type& type, const L3Row& row, cons
   rtxDiagNewBitField(call.pctxt->pBitFldList, "BIT STRING");
   running = rtxEncBitsFromByteArray(call.pctxt, data, bits);
   if (running >= 0) rtxDiagSetBitFldCount(call.pctxt->pBitFldList);
+  if (running == RTX_E_NO_MEMORY) call.failed = true;
   return 0;
 }
 
