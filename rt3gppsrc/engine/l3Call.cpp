@@ -112,6 +112,7 @@ void l3Note(L3Call& call, const char* module, int status, uint16_t line)
 {
   size_t before = call.pctxt->errInfo.count;
   l3ToLists(call);
+  if (call.failed) return; // the call ends with that
   rtxErrSetNewData(call.pctxt, status, module, line);
   if (call.pctxt->errInfo.count == before) call.failed = true;
 }

@@ -21,13 +21,19 @@ static int encOwnLength(L3Call& call, const L3Type& type, const L3Row& row, L3Co
   return status < 0 ? l3Fail(call, type.module->encoder, status, row.line) : 0;
 }
 
+// A growing buffer whose growth was refused names the refused size: nothing may be written any more.
+static int endWithoutMemory(L3Call& call, const L3Type& type, const L3Row& row, int running)
+{
+  return running == RTX_E_NO_MEMORY ? l3Fail(call, type.module->encoder, running, row.line) : 0;
+}
+
 // Writes octets; the status of the write itself is the running status, as on decoding.
 static int encOctetString(L3Call& call, const L3Type& type, const L3Row& row, const uint8_t* member, int& running)
 {
   const L3Octets& info = *static_cast<const L3Octets*>(row.info);
   if (info.from == kL3Fixed) {
     running = l3EncOctets(call, member, info.fixed);
-    return 0;
+    return endWithoutMemory(call, type, row, running);
   }
   struct {
     uint32_t numocts;
@@ -43,7 +49,7 @@ static int encOctetString(L3Call& call, const L3Type& type, const L3Row& row, co
   if (int status = encOwnLength(call, type, row, info.from, info.lengthBits, count); status < 0) return status;
   running = l3EncOctets(call, data, count);
   if (info.from == kL3Rest) l3OpenTail(call);
-  return 0;
+  return endWithoutMemory(call, type, row, running);
 }
 
 static int encBitString(L3Call& call, const L3Type& type, const L3Row& row, const uint8_t* member, int& running)
@@ -63,8 +69,7 @@ static int encBitString(L3Call& call, const L3Type& type, const L3Row& row, cons
   rtxDiagNewBitField(call.pctxt->pBitFldList, "BIT STRING");
   running = rtxEncBitsFromByteArray(call.pctxt, data, bits);
   if (running >= 0) rtxDiagSetBitFldCount(call.pctxt->pBitFldList);
-  if (running == RTX_E_NO_MEMORY) call.failed = true;
-  return 0;
+  return endWithoutMemory(call, type, row, running);
 }
 
 // Octets of a text on the wire: labels have a length in front of each, in the place of the dots and of the start. A dot

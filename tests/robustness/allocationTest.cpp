@@ -54,6 +54,7 @@ public:
   void nextJob()
   {
     rtxMemFree(&ctxt);
+    rtxCtxtClearFlag(&ctxt, RTX_OPENTAIL_FLAG); // an encoder leaves it as it stands
     rtx3gppSecInitialize(&ctxt);
   }
 
@@ -84,8 +85,6 @@ bool endedWell(const Ending& ending, const Ending& expected)
 {
   if (ending.status == RTX_E_NO_MEMORY) return true;
   if (expected.status < 0) return ending.status < 0;
-  // A string that could not be written makes the length wrong as well.
-  if (ending.status == RTX_E_MULTIPLE) return ending.text.rfind("-10\n", 0) == 0;
   return ending.status == expected.status && ending.text == expected.text;
 }
 
@@ -125,9 +124,10 @@ Job decoding(const TestMessage& message)
 {
   return [&message](Context& ctxt) -> Ending {
     Octets octets = message.octets;
+    octets.push_back(0); // a null pointer would ask for a buffer
     size_t fail = gFailFrom;
     gFailFrom = SIZE_MAX;
-    rtxCtxtSetBufPtr(ctxt, octets.data(), octets.size());
+    rtxCtxtSetBufPtr(ctxt, octets.data(), message.octets.size());
     auto record = recordStorage(*message.entry->type, 0);
     gFailFrom = fail;
     int status = message.entry->decode(ctxt, record.get());
