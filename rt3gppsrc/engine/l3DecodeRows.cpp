@@ -200,6 +200,13 @@ static bool passedOver(const L3Call& call, const RowWalk& walk, const L3Row& row
   }
 }
 
+// With its group's bit, but for a release group, which counts as there once it has been left.
+static void markPresent(RowWalk& walk, const L3Row& row)
+{
+  l3SetBit(walk.record, row.mBit);
+  if (row.groupBit != kL3NoBit && !(row.flags & kL3InRelease)) l3SetBit(walk.record, row.groupBit);
+}
+
 static int decElement(L3Call& call, RowWalk& walk, const L3Row& row)
 {
   if (row.op == kL3Length) return decLength(call, walk, row);
@@ -212,7 +219,7 @@ static int decElement(L3Call& call, RowWalk& walk, const L3Row& row)
     int status = l3DecMember(call, walk.type, row, walk.record, walk.running);
     if (status < 0) return status;
     if (row.flags & kL3ExtList) walk.extBit = 1;
-    if (row.mBit != kL3NoBit) l3SetBit(walk.record, row.mBit);
+    if (row.mBit != kL3NoBit) markPresent(walk, row);
   }
   if (row.flags & kL3ExtLast)
     if (int status = dropExtension(call, walk, row); status < 0) return status;
