@@ -1,0 +1,107 @@
+// A definition that contradicts itself is refused with its file and line, never half generated and never a crash.
+#include <gtest/gtest.h>
+
+#include <random>
+#include <regex>
+
+#include "generator.h"
+
+struct Refused {
+  const char* definition; // behind the module line, so its first line is 2
+  const char* words;
+};
+
+static const Refused kRefused[] = {
+    // names and values
+    {"type A bits 8 [1]\ntype A bits 8 [1]\n", "3: 'A' is defined twice"},
+    {"element A [1]\n  M x bits 8\n  M x bits 8\n", "4: 'x' twice in one record"},
+    {"element A [1]\n  M a-b bits 8\n  M a_b bits 8\n", "4: 'a_b' twice in one record"},
+    {"enum A bits 2 [1]\n  x = 1\n  y = 1\n", "4: a name or value twice: 'y'"},
+    {"enum A bits 2 [1]\n  x = 4\n", "3: value 4 does not fit in 2 bits"},
+    {"element A [1]\n  M x B\n", "3: an unknown type 'B'"},
+    {"choice A bits 2 [1]\n  | 0 x bits 6\n  | 1 x bits 6\n", "4: 'x' twice in one choice"},
+    {"choice A bits 2 [1]\n  | 0..2 x bits 6\n  | 2 y bits 6\n", "4: a selector value twice"},
+    // lines that cannot be read
+    {"element A\n  M x bits 8\n", "2: a block needs its clause in brackets at the end"},
+    {"  M x bits 8\n", "2: a row without a block"},
+    {"table A [1]\n", "2: an unknown block 'table'"},
+    {"element A [1]\n  maybe x bits 8\n", "3: an unknown first column 'maybe'"},
+    {"element A [1]\n  M x bits 65\n", "3: a width of 65 bits is outside 1 to 64"},
+    {"element A [1]\n  M x bits 010x\n", "3: not a number: '010x'"},
+    {"element A [1]\n  M x bits 8 often\n", "3: not understood: 'often'"},
+    {"element A [1]\n  M x bits 8 !odd\n", "3: an unknown quirk word '!odd'"},
+    {"element A [1]\n  M x bits 8 in 9..1\n", "3: a range that begins above its end: '9..1'"},
+    // fields
+    {"element A [1]\n  if y x bits 8\n  M y bits 8\n", "3: 'y' comes later"},
+    {"element A [1]\n  M x octets by y\n", "3: 'y' is no element of this record"},
+    {"element A [1]\n  M y octets 2\n  M x octets by y\n", "4: 'y' is no number"},
+    {"element A [1]\n  M x choice by y\n  | 0 z bits 8\n  M y bits 8\n", "3: 'y' comes later"},
+    // what does not fit
+    {"element A [1]\n  M x octets 4\n  M y octets 4 while-room 0..300\n",
+     "4: an inline list holds at most 255 entries; add heap"},
+    {"element A form TLV [1]\n  M x bits 8\n", "2: a form is for hand-coded elements"},
+    {"message A [1]\n  0x1- x bits 8\n", "3: a half-octet IEI needs an element of 4 bits"},
+    // places
+    {"element A [1]\n  0x11 x bits 8\n", "3: an IEI outside a message"},
+    {"message A [1]\n  0x11 x bits 8\n  M y bits 8\n", "4: a row behind the optional elements"},
+    {"element A [1]\n  M x bits 7\n  more y bits 7\n", "4: a 'more' row needs an 'ext' row before it"},
+    {"element A [1]\n  M x bits 8\n  | 1 y bits 8\n", "4: an alternative without a choice"},
+    {"element A [1]\n  M x choice bits 2\n", "3: a choice without alternatives"},
+    {"element A [1]\n  M x B\nelement B [1]\n  M x A\n", "2: 'A' holds itself"},
+};
+
+static const std::string kModule = "module T file T spec \"TS 00.001\"\n";
+
+TEST(Refusal, TellsFileLineAndReason)
+{
+  for (const Refused& refused : kRefused) {
+    Folder folder;
+    Outcome outcome = generateText(folder, kModule + refused.definition);
+    EXPECT_EQ(outcome.exit, 1) << refused.definition;
+    EXPECT_NE(outcome.words.find(std::string("case.l3:") + refused.words + "\n"), std::string::npos)
+        << refused.definition << outcome.words;
+    EXPECT_FALSE(fs::exists(folder.path / "out")) << "half generated: " << refused.definition;
+  }
+}
+
+// Swaps, drops and doubles words and octets of a sound file.
+static std::string damage(std::string text, std::mt19937& random)
+{
+  auto below = [&](size_t n) { return std::uniform_int_distribution<size_t>(0, n - 1)(random); };
+  static const std::string odd = std::string("[]|!=.,&-0x\"'\n\t #", 16) + std::string(1, '\0') + "\xFF";
+  for (size_t i = 1 + below(3); i > 0; --i) {
+    size_t at = below(text.size()), length = below(12);
+    switch (below(4)) {
+      case 0:
+        text.erase(at, length);
+        break;
+      case 1:
+        text.insert(below(text.size()), text.substr(at, 2 * length));
+        break;
+      case 2:
+        text[at] = odd[below(odd.size())];
+        break;
+      default:
+        text.insert(at, std::to_string(random()));
+        break;
+    }
+  }
+  return text;
+}
+
+TEST(Refusal, SurvivesDamage)
+{
+  const std::string sound = readAll(VELNOR_TEST_DATA "/forms.l3");
+  ASSERT_FALSE(sound.empty());
+  const std::regex lines("(case\\.l3:[0-9]+: [^\\n]+\\n)+");
+  std::mt19937 random(20);
+  int refusals = 0;
+  for (int i = 0; i < 150; ++i) {
+    Folder folder;
+    Outcome outcome = generateText(folder, damage(sound, random));
+    ASSERT_TRUE(outcome.exit == 0 || outcome.exit == 1) << i << readAll(folder.path / "case.l3");
+    refusals += outcome.exit;
+    if (outcome.exit == 1) ASSERT_TRUE(std::regex_match(outcome.words, lines)) << outcome.words;
+  }
+  EXPECT_GT(refusals, 30);
+}
