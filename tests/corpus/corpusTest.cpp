@@ -72,8 +72,7 @@ std::string trimmed(std::string text)
 }
 
 // Values that print by name and stand as numbers in the facts.
-const std::map<std::string, std::string> kNumbers = {
-    {"mobOrigCSFallback", "0"}, {"mobTermCSFallback", "1"}, {"mobOrigCSFallbackEmer", "2"}, {"pktSvcsViaS1", "8"}};
+const std::map<std::string, std::string> kNumbers = {{"pktSvcsViaS1", "8"}};
 
 // A fact that reads the bit rates of an APN-AMBR parameter as the class of a quality of service.
 constexpr char kWrongFact[] = "epsBearerCtxts.epsBearerCtxts.paramsList.epsQoS.qci=254";
