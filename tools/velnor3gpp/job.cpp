@@ -49,7 +49,7 @@ static void collectFindings(Job& job, int status)
       job.remarks.push_back(findingOf(info));
     else if (isAboutKeys(job, info.status))
       excused = true;
-    else
+    else if (info.status != RTX_E_MULTIPLE) // says no more than that there are others
       job.failures.push_back(findingOf(info));
   }
   if (status < 0 && job.failures.empty() && !excused) job.failures.push_back(bareFinding(status));
