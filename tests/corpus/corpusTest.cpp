@@ -48,7 +48,8 @@ std::vector<Row> readRows(const std::string& file)
 Octets fromHex(const std::string& hex)
 {
   Octets out;
-  for (size_t i = 0; i + 1 < hex.size(); i += 2) out.push_back(static_cast<uint8_t>(std::stoul(hex.substr(i, 2), nullptr, 16)));
+  for (size_t i = 0; i + 1 < hex.size(); i += 2)
+    out.push_back(static_cast<uint8_t>(std::stoul(hex.substr(i, 2), nullptr, 16)));
   return out;
 }
 
@@ -124,12 +125,12 @@ bool holds(const std::vector<Line>& lines, const std::string& fact)
   auto path = split(fact.substr(0, equals), '.');
   std::string value = plain(fact.substr(equals + 1));
   for (auto& line : lines)
-    if (named(line.name, path.back()) && plain(line.value) == value && within(path, path.size() - 1, line.around)) return true;
+    if (named(line.name, path.back()) && plain(line.value) == value && within(path, path.size() - 1, line.around))
+      return true;
   return false;
 }
 
-class Corpus : public testing::TestWithParam<const char*>
-{
+class Corpus : public testing::TestWithParam<const char*> {
 protected:
   RtxContext* pctxt = rtNewContext();
   ~Corpus() override { rtFreeContext(pctxt); }
@@ -138,8 +139,7 @@ protected:
   {
     rtxMemFree(pctxt);
     rtxCtxtClearFlag(pctxt, RTX_FLAG_MOBILE_ORIGINATED);
-    if (row.facts.find("ueOrig.") != std::string::npos)
-      rtxCtxtSetFlag(pctxt, RTX_FLAG_MOBILE_ORIGINATED);
+    if (row.facts.find("ueOrig.") != std::string::npos) rtxCtxtSetFlag(pctxt, RTX_FLAG_MOBILE_ORIGINATED);
     rtx3gppSecInitialize(pctxt);
     rtx3gppAssignAlgorithmKeys(pctxt, nullptr, nullptr, 0, 0);
   }
@@ -169,7 +169,8 @@ void Corpus::check(const Row& row)
     return;
   }
   if (row.object == "obj_?" || row.wellformed == "header") return;
-  ASSERT_TRUE(status == 0 || status == RTX_E_BAD_MAC) << row.id << " status " << status << " " << row.hex << " " << row.note;
+  ASSERT_TRUE(status == 0 || status == RTX_E_BAD_MAC)
+      << row.id << " status " << status << " " << row.hex << " " << row.note;
   ++decoded;
   std::string print;
   rtxSetPrintStream(pctxt, collect, &print);
@@ -177,7 +178,9 @@ void Corpus::check(const Row& row)
   auto lines = readPrint(print);
   for (auto& fact : split(row.facts, ';')) {
     if (fact == kWrongFact) continue;
-    EXPECT_TRUE(holds(lines, fact)) << row.id << " " << fact << " note: " << row.note << "\n" << row.hex << "\n" << print;
+    EXPECT_TRUE(holds(lines, fact)) << row.id << " " << fact << " note: " << row.note << "\n"
+                                    << row.hex << "\n"
+                                    << print;
     ++facts;
   }
   if (status != 0 || !type->encode) return;
@@ -203,6 +206,8 @@ TEST_P(Corpus, DecodesHoldsItsFactsAndEncodesBack)
 }
 
 INSTANTIATE_TEST_SUITE_P(Files, Corpus, testing::Values("ts24501.tsv", "ts24301.tsv", "ts24011.tsv", "elements.tsv"),
-                         [](auto& info) { return std::string(info.param).substr(0, std::string(info.param).find('.')); });
+                         [](auto& info) {
+                           return std::string(info.param).substr(0, std::string(info.param).find('.'));
+                         });
 
 } // namespace
