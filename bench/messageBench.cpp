@@ -3,6 +3,7 @@
 // message; `ratio` compares with the floor of the same run, `allocs` counts calls of the system allocator.
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
