@@ -14,13 +14,13 @@
 
 #include "rt3gppsrc/engine/l3Engine.h"
 #include "velnor3gpp/rt3gppNasSec.h"
+#include "velnor3gpp/rtContext.h"
 #include "velnor3gpp/rtxBitDecode.h"
 #include "velnor3gpp/rtxContext.h"
 #include "velnor3gpp/rtxDiagBitTrace.h"
 #include "velnor3gpp/rtxError.h"
 #include "velnor3gpp/rtxMemHeap.h"
 #include "velnor3gpp/rtxPrintStream.h"
-#include "velnor3gpp/rtContext.h"
 
 namespace {
 
@@ -52,7 +52,8 @@ void* countedRealloc(void* ptr, size_t size)
 std::vector<uint8_t> fromHex(const std::string& hex)
 {
   std::vector<uint8_t> out;
-  for (size_t i = 0; i + 1 < hex.size(); i += 2) out.push_back(static_cast<uint8_t>(std::stoul(hex.substr(i, 2), nullptr, 16)));
+  for (size_t i = 0; i + 1 < hex.size(); i += 2)
+    out.push_back(static_cast<uint8_t>(std::stoul(hex.substr(i, 2), nullptr, 16)));
   return out;
 }
 
@@ -101,8 +102,8 @@ void report(benchmark::State& state, size_t messages, size_t allocations)
 {
   state.SetItemsProcessed(static_cast<int64_t>(messages));
   state.counters["allocs"] = static_cast<double>(allocations) / static_cast<double>(messages);
-  state.counters["ns/msg"] =
-      benchmark::Counter(static_cast<double>(messages) * 1e-9, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+  state.counters["ns/msg"] = benchmark::Counter(static_cast<double>(messages) * 1e-9,
+                                                benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
 void floorOf(benchmark::State& state, const Mix& mix)
@@ -165,7 +166,10 @@ void encode(benchmark::State& state, const Mix& mix, bool slow)
   for (auto* job : jobs) delete job;
 }
 
-void discard(void*, const char* text, va_list) { benchmark::DoNotOptimize(text); }
+void discard(void*, const char* text, va_list)
+{
+  benchmark::DoNotOptimize(text);
+}
 
 void print(benchmark::State& state, const Mix& mix)
 {

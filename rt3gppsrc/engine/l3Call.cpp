@@ -186,39 +186,6 @@ size_t l3RoomBits(const L3Call& call)
   return (region.byteIndex - buffer.byteIndex) * 8 - region.bitOffset + static_cast<size_t>(buffer.bitOffset);
 }
 
-uint64_t l3Load(const uint8_t* member, uint8_t store)
-{
-  if (store == 1) return *member;
-  uint64_t value = 0;
-  if (store == 2) {
-    uint16_t half;
-    memcpy(&half, member, sizeof half);
-    value = half;
-  } else if (store == 4) {
-    uint32_t word;
-    memcpy(&word, member, sizeof word);
-    value = word;
-  } else {
-    memcpy(&value, member, sizeof value);
-  }
-  return value;
-}
-
-void l3Store(uint8_t* member, uint8_t store, uint64_t value)
-{
-  if (store == 1) {
-    *member = static_cast<uint8_t>(value);
-  } else if (store == 2) {
-    uint16_t half = static_cast<uint16_t>(value);
-    memcpy(member, &half, sizeof half);
-  } else if (store == 4) {
-    uint32_t word = static_cast<uint32_t>(value);
-    memcpy(member, &word, sizeof word);
-  } else {
-    memcpy(member, &value, sizeof value);
-  }
-}
-
 uint32_t l3JoinFields(const L3Field* fields, unsigned count, const uint8_t* record)
 {
   uint32_t value = 0;

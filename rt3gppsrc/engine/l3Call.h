@@ -154,8 +154,39 @@ inline void l3SetBit(void* record, uint16_t bit)
 }
 
 // An integer member of 1, 2, 4 or 8 octets.
-uint64_t l3Load(const uint8_t* member, uint8_t store);
-void l3Store(uint8_t* member, uint8_t store, uint64_t value);
+inline uint64_t l3Load(const uint8_t* member, uint8_t store)
+{
+  if (store == 1) return *member;
+  uint64_t value = 0;
+  if (store == 2) {
+    uint16_t half;
+    __builtin_memcpy(&half, member, sizeof half);
+    value = half;
+  } else if (store == 4) {
+    uint32_t word;
+    __builtin_memcpy(&word, member, sizeof word);
+    value = word;
+  } else {
+    __builtin_memcpy(&value, member, sizeof value);
+  }
+  return value;
+}
+
+inline void l3Store(uint8_t* member, uint8_t store, uint64_t value)
+{
+  if (store == 1) {
+    *member = static_cast<uint8_t>(value);
+  } else if (store == 2) {
+    uint16_t half = static_cast<uint16_t>(value);
+    __builtin_memcpy(member, &half, sizeof half);
+  } else if (store == 4) {
+    uint32_t word = static_cast<uint32_t>(value);
+    __builtin_memcpy(member, &word, sizeof word);
+  } else {
+    __builtin_memcpy(member, &value, sizeof value);
+  }
+}
+
 // Earlier members: the joined value of selecting fields, and whether a condition holds.
 uint32_t l3JoinFields(const L3Field* fields, unsigned count, const uint8_t* record);
 bool l3Holds(const L3Cond& cond, const uint8_t* record);

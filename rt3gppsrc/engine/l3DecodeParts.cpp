@@ -231,6 +231,9 @@ static const L3BodyRow* findBody(L3Call& call, const L3Type& type, const L3Row& 
   bool known =
       body.onlyDiscriminator == kL3NoLimit ? !body.discriminator.store : discriminator == body.onlyDiscriminator;
   bool column = body.discriminator.store && body.onlyDiscriminator == kL3NoLimit;
+  unsigned position = body.byType && msgType < 256 ? body.byType[msgType] : 0;
+  if (position && (column ? body.rows[position - 1].discriminator == discriminator : known))
+    return &body.rows[position - 1];
   for (unsigned i = 0; i < body.count; ++i) {
     bool same = column ? body.rows[i].discriminator == discriminator : known;
     known = known || same;

@@ -22,6 +22,11 @@ struct RowWalk {
   uint8_t extBit; // last extension bit: 0, the group goes on
   bool barred;    // a release group did not fit: all later ones are left
   bool done;      // early return
+  // Frames and ends are written when a region opens: clearing them first would cost more than most records.
+  RowWalk(const L3Type& t, uint8_t* r)
+      : type(t), record(r), regions(0), running(0), extBit(1), barred(false), done(false)
+  {
+  }
 };
 
 static bool overrun(const L3Call& call, const RowWalk& walk)
@@ -301,7 +306,7 @@ static bool lastOfRelease(const L3Type& type, const L3Row* row)
 
 int l3DecRows(L3Call& call, const L3Type& type, void* record)
 {
-  RowWalk walk{type, static_cast<uint8_t*>(record), {}, {}, 0, 0, 1, false, false};
+  RowWalk walk(type, static_cast<uint8_t*>(record));
   if (type.flags & kL3EarlyReturn)
     l3Init(type, record); // strings behind the return are never reached
   else if (type.mOctets)

@@ -1,4 +1,5 @@
-// The initialising walk: presence, selectors, counts, pointers and spare bits become 0, everything else stays as it was.
+// The initialising walk: presence, selectors, counts, pointers and spare bits become 0, everything else stays as it
+// was.
 #include "rt3gppsrc/engine/l3Engine.h"
 #include "rt3gppsrc/engine/l3Record.h"
 

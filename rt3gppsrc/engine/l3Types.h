@@ -195,6 +195,8 @@ struct L3Body {
   uint32_t pointerOffset;         // of u from the record's start; t stands at row.offset
   uint16_t count;
   const L3BodyRow* rows;
+  const uint8_t* byType; // 256 entries: position from 1 of the row with that message type, or null
+  const uint8_t* byTag;  // 256 entries: position from 1 of the row with that t, or null
 };
 
 struct L3Length {

@@ -266,7 +266,9 @@ const L3Body kBody = {{offsetof(Form, discriminator), 1, 8},
                       kL3NoLimit,
                       offsetof(Form, u),
                       2,
-                      kMessages};
+                      kMessages,
+                      nullptr,
+                      nullptr};
 const L3Row kFormRows[] = {uintRow("discriminator", offsetof(Form, discriminator)).there(kL3ByHand, 0),
                            uintRow("msgType", offsetof(Form, msgType)),
                            TestRow("data", kL3Body, offsetof(Form, t), &kBody)};

@@ -124,6 +124,16 @@ static std::string choiceInfo(TableWriter& w, const Row& row, const std::string&
                                      w.off(unionPath).c_str(), size.c_str(), selectors.c_str(), table.c_str()));
 }
 
+// A table of 256 octets, by value.
+static std::string byteTable(TableWriter& w, const char* name, const std::vector<unsigned>& values)
+{
+  std::string table = std::string(name) + "_" + w.type.full;
+  w.out += "static const uint8_t " + table + "[256] = {";
+  for (unsigned value : values) w.out += std::to_string(value) + ",";
+  w.out += "};\n";
+  return table;
+}
+
 static std::string bodyInfo(TableWriter& w, const Row& row, const std::string& path)
 {
   const What& what = row.what;
@@ -137,18 +147,27 @@ static std::string bodyInfo(TableWriter& w, const Row& row, const std::string& p
   w.out += "static const L3BodyRow " + name + "[] = {";
   for (auto& item : items) w.out += "\n  {" + item + "},";
   w.out += "};\n";
+  unsigned position = 0;
+  std::vector<unsigned> byType(256, 0), byTag(256, 0);
+  for (auto& m : what.alternatives) {
+    ++position;
+    if (m.msgType < 256 && !byType[m.msgType]) byType[m.msgType] = position;
+    if (m.tag < 256) byTag[m.tag] = position;
+  }
+  std::string types = byteTable(w, "types", byType), tags = byteTable(w, "tags", byTag);
   bool two = what.fields.size() == 2;
   std::string only = what.underOnly ? format("%uU", what.under) : "kL3NoLimit";
-  return w.object("L3Body", format("%s, %s, %s, %s, %zu, %s", two ? w.field(what.fields[0]).c_str() : "{0, 0, 0}",
-                                   w.field(what.fields.back()).c_str(), only.c_str(), w.off(join(path, "u")).c_str(),
-                                   items.size(), name.c_str()));
+  return w.object("L3Body",
+                  format("%s, %s, %s, %s, %zu, %s, %s, %s", two ? w.field(what.fields[0]).c_str() : "{0, 0, 0}",
+                         w.field(what.fields.back()).c_str(), only.c_str(), w.off(join(path, "u")).c_str(),
+                         items.size(), name.c_str(), types.c_str(), tags.c_str()));
 }
 
 static std::string lengthInfo(TableWriter& w, const Row& row)
 {
-  return w.object("L3Length",
-                  format("%u, %d, %d, %d, %d, %d, %s", row.number, row.countsBits ? 1 : 8, row.range ? 1 : 0,
-                         row.words.count("full-length") != 0, !row.member.empty(), row.fromOctet, limits(row.range).c_str()));
+  return w.object("L3Length", format("%u, %d, %d, %d, %d, %d, %s", row.number, row.countsBits ? 1 : 8,
+                                     row.range ? 1 : 0, row.words.count("full-length") != 0, !row.member.empty(),
+                                     row.fromOctet, limits(row.range).c_str()));
 }
 
 static std::string condInfo(TableWriter& w, const Row& row)
@@ -302,10 +321,7 @@ static std::string writeMessage(TableWriter& w, const std::vector<const Row*>& o
   std::string table = "nullptr", values = "nullptr", rows = "nullptr";
   if (!options.empty()) {
     table = w.array("L3Iei", ieis);
-    values = "v_" + w.type.full;
-    w.out += "static const uint8_t " + values + "[256] = {";
-    for (unsigned v = 0; v < 256; ++v) w.out += std::to_string(byValue[v]) + ",";
-    w.out += "};\n";
+    values = byteTable(w, "ieis", byValue);
     rows = "options_" + w.type.full;
   }
   bool tail = options.empty() && !w.type.has("no-tail");
