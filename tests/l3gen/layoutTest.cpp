@@ -112,6 +112,7 @@ TEST(Layout, NamesFitC)
   EXPECT_STREQ(rowOf(l3_Forms_Runs, "for").name, "for");
   EXPECT_STREQ(rowOf(l3_Forms_Runs, "2nd").name, "2nd");
   EXPECT_EQ(Forms_Colour_green_ish, 2);
+  EXPECT_EQ(Forms_Colour_delete_, 9);
   EXPECT_EQ(sizeof(Forms_Colour), 4U);
   EXPECT_EQ(sizeof(Forms_Count), 1U);
   EXPECT_EQ(sizeof(Forms_Triple), 3U);
@@ -173,6 +174,7 @@ TEST(Layout, ChoicesFindTheirFieldsInRecordsWithin)
   EXPECT_EQ(choice.fields[1].offset, offsetof(Forms_Selected, kind));
   EXPECT_EQ(choice.tagged, 0);
   EXPECT_EQ(choice.unionOffset, offsetof(Forms_Selected, what));
+  EXPECT_STREQ(choice.alternatives[2].row.name, "near");
   const L3Cond& cond = *rowOf(l3_Forms_Selected, "extra").cond;
   ASSERT_EQ(cond.count, 3);
   EXPECT_EQ(cond.terms[0].any, cond.terms[1].any);

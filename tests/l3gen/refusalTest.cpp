@@ -18,9 +18,12 @@ static const Refused kRefused[] = {
     {"element A [1]\n  M a-b bits 8\n  M a_b bits 8\n", "4: 'a_b' twice in one record"},
     {"enum A bits 2 [1]\n  x = 1\n  y = 1\n", "4: a name or value twice: 'y'"},
     {"enum A bits 2 [1]\n  x = 4\n", "3: value 4 does not fit in 2 bits"},
+    {"type A-B bits 8 [1]\n", "2: a hyphen in a type's name: 'A-B'"},
+    {"element A [1]\n  M x\"y bits 8\n", "3: not a name: 'x\"y'"},
     {"element A [1]\n  M x B\n", "3: an unknown type 'B'"},
     {"choice A bits 2 [1]\n  | 0 x bits 6\n  | 1 x bits 6\n", "4: 'x' twice in one choice"},
     {"choice A bits 2 [1]\n  | 0..2 x bits 6\n  | 2 y bits 6\n", "4: a selector value twice"},
+    {"choice A bits 2 [1]\n  | else x bits 6\n  | else y bits 6\n", "4: 'else' twice in one choice"},
     // lines that cannot be read
     {"element A\n  M x bits 8\n", "2: a block needs its clause in brackets at the end"},
     {"  M x bits 8\n", "2: a row without a block"},
@@ -31,23 +34,35 @@ static const Refused kRefused[] = {
     {"element A [1]\n  M x bits 8 often\n", "3: not understood: 'often'"},
     {"element A [1]\n  M x bits 8 !odd\n", "3: an unknown quirk word '!odd'"},
     {"element A [1]\n  M x bits 8 in 9..1\n", "3: a range that begins above its end: '9..1'"},
+    {"element A [1]\n  if =1 x bits 8\n", "3: a condition without a field: '=1'"},
+    {"type A octets 1 by hand X form TV y [1]\n", "2: not a number: 'y'"},
     // fields
     {"element A [1]\n  if y x bits 8\n  M y bits 8\n", "3: 'y' comes later"},
     {"element A [1]\n  M x octets by y\n", "3: 'y' is no element of this record"},
     {"element A [1]\n  M y octets 2\n  M x octets by y\n", "4: 'y' is no number"},
     {"element A [1]\n  M x choice by y\n  | 0 z bits 8\n  M y bits 8\n", "3: 'y' comes later"},
     // what does not fit
+    {"element A [1]\n  M x bits 4 in 0..16\n", "3: 0 to 16 does not fit in 4 bits"},
     {"element A [1]\n  M x octets 4\n  M y octets 4 while-room 0..300\n",
      "4: an inline list holds at most 255 entries; add heap"},
+    {"element A length 8 by hand X form TLV-E [1]\n  M x bits 8\n", "2: form TLV-E contradicts a length of 8 bits"},
     {"element A form TLV [1]\n  M x bits 8\n", "2: a form is for hand-coded elements"},
     {"message A [1]\n  0x1- x bits 8\n", "3: a half-octet IEI needs an element of 4 bits"},
+    {"message A [1]\n  0x11 x bits 4\n", "3: an IEI of 8 bits needs whole octets, not 4 bits"},
     // places
     {"element A [1]\n  0x11 x bits 8\n", "3: an IEI outside a message"},
     {"message A [1]\n  0x11 x bits 8\n  M y bits 8\n", "4: a row behind the optional elements"},
     {"element A [1]\n  M x bits 7\n  more y bits 7\n", "4: a 'more' row needs an 'ext' row before it"},
     {"element A [1]\n  M x bits 8\n  | 1 y bits 8\n", "4: an alternative without a choice"},
     {"element A [1]\n  M x choice bits 2\n", "3: a choice without alternatives"},
+    {"element A [1]\n  M x chars 4\n", "3: 'chars' is for hand-coded elements"},
+    {"element A [1]\n  M x bits 8\n  release 5\n  M y bits 8\n", "4: a release group outside a length"},
+    {"pdu A [1]\n  M x bits 8\n", "2: a pdu ends with its body"},
+    {"part A [1]\n  M x bits 8\n", "2: nothing uses the part 'A'"},
     {"element A [1]\n  M x B\nelement B [1]\n  M x A\n", "2: 'A' holds itself"},
+    {"type A B [1]\ntype B A [1]\n", "2: 'A' is defined by itself"},
+    {"type A U_B [1]\ntype C bits 8 [1]\nmodule U file U spec \"TS 1\"\ntype B T_C [1]\n",
+     "5: modules 'U' and 'T' need each other"},
 };
 
 static const std::string kModule = "module T file T spec \"TS 00.001\"\n";
@@ -62,6 +77,18 @@ TEST(Refusal, TellsFileLineAndReason)
         << refused.definition << outcome.words;
     EXPECT_FALSE(fs::exists(folder.path / "out")) << "half generated: " << refused.definition;
   }
+}
+
+// A person who repairs a file sees all its faults at once, in the order of the lines.
+TEST(Refusal, TellsAllAtOnce)
+{
+  Folder folder;
+  Outcome outcome = generateText(folder, kModule + "element A [1]\n  M x bits 0\n  M y bits 8 !odd\n  M z bits 8\n"
+                                                   "element B\n  M x bits 8\nelement C [1]\n  M x\n");
+  EXPECT_EQ(outcome.words, "case.l3:3: a width of 0 bits is outside 1 to 64\n"
+                           "case.l3:4: an unknown quirk word '!odd'\n"
+                           "case.l3:6: a block needs its clause in brackets at the end\n"
+                           "case.l3:9: expected what the element is at the end of the line\n");
 }
 
 // Swaps, drops and doubles words and octets of a sound file.

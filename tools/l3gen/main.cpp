@@ -3,7 +3,9 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <set>
 #include <sstream>
+#include <tuple>
 
 #include "model.h"
 
@@ -37,6 +39,14 @@ static bool writeAll(l3gen::Model& model, const fs::path& dir)
   return ok;
 }
 
+static int tellRefusals(const l3gen::Model& model)
+{
+  std::set<std::tuple<std::string, int, std::string>> lines;
+  for (auto& r : model.refusals) lines.emplace(r.place.file, r.place.line, r.words);
+  for (auto& [file, line, words] : lines) std::cerr << file << ":" << line << ": " << words << "\n";
+  return 1;
+}
+
 int main(int argc, char** argv)
 {
   if (argc < 2) {
@@ -44,22 +54,14 @@ int main(int argc, char** argv)
     return 2;
   }
   l3gen::Model model;
-  bool refused = false;
-  for (int i = 2; i < argc; ++i) try {
-      l3gen::readFile(model, argv[i]);
-    } catch (const l3gen::Refusal& r) {
-      std::cerr << r.place.file << ":" << r.place.line << ": " << r.words << "\n";
-      refused = true;
-    }
-  if (refused) return 1;
+  for (int i = 2; i < argc; ++i) l3gen::readFile(model, argv[i]);
+  if (model.refusals.empty()) l3gen::resolve(model);
+  if (model.refusals.empty()) l3gen::check(model);
+  if (!model.refusals.empty()) return tellRefusals(model);
   try {
-    l3gen::resolve(model);
     if (writeAll(model, argv[1])) return 0;
-    std::cerr << argv[1] << ": cannot be written\n";
-  } catch (const l3gen::Refusal& r) {
-    std::cerr << r.place.file << ":" << r.place.line << ": " << r.words << "\n";
-  } catch (const fs::filesystem_error& e) {
-    std::cerr << argv[1] << ": cannot be written\n";
+  } catch (const fs::filesystem_error&) {
   }
+  std::cerr << argv[1] << ": cannot be written\n";
   return 1;
 }

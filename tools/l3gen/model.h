@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -58,7 +59,7 @@ struct What {
   From from = From::Fixed;
   uint32_t octets = 0;  // Octets: fixed size; Chars: size of the array
   uint32_t max = 0;     // inline bound (octets, or bits of a bit string)
-  bool wide = false;     // Octets: 16-bit characters
+  bool wide = false;    // Octets: 16-bit characters
   bool labels = false;  // Text
   std::string field;    // From::Field
   std::string typeName; // Type
@@ -102,7 +103,7 @@ struct Row {
   unsigned number = 0;       // Length: bits; Iei: value; Release: release
   bool half = false;         // Iei
   bool countsBits = false;   // Length
-  bool fromOctet = false;  // Length: counts from the next octet
+  bool fromOctet = false;    // Length: counts from the next octet
   unsigned fit = 0;          // Release
   std::vector<Range> values; // an alternative's
   bool other = false;
@@ -150,24 +151,43 @@ struct Model {
   std::vector<std::unique_ptr<Module>> modules;
   std::vector<std::unique_ptr<Type>> types; // in order of definition
   std::map<std::string, Type*> byName;
+  std::vector<Refusal> refusals; // sorted by place when printed; with any of them nothing is written
   Module* module(const std::string& name);
 };
 
 // read.cpp
 void readFile(Model& model, const std::string& path);
-// resolve.cpp
+// resolve.cpp, check.cpp
 void resolve(Model& model);
+void check(Model& model);
 std::optional<Scalar> scalarOf(const Type& type);
 std::optional<Scalar> scalarOf(const What& what);
 std::optional<uint32_t> fixedBits(const Type& type);
+std::optional<uint32_t> fixedBits(const Row& row);
+// The length that an element begins with: its width in bits, or 0.
+unsigned leadingLength(const Type& type);
 // How an element is skipped out of its turn: "length", "fixed" with octets, or "nothing".
 std::string skipForm(const Row& row, uint32_t& octets);
 bool needsInit(const Type& type);
+// Calls `use` for every type that the element names, with whether it stands behind a pointer only, as messages do.
+void collectUses(const What& what, bool pointed, const std::function<void(Type*, bool)>& use);
 std::vector<Type*> inDependencyOrder(Model& model, const Module& module);
+// Runs a step over all types and collects what it refuses: false if there is anything refused.
+template <typename Step> bool forTypes(Model& model, Step step)
+{
+  for (auto& type : model.types) try {
+      step(*type);
+    } catch (const Refusal& r) {
+      model.refusals.push_back(r);
+    }
+  return model.refusals.empty();
+}
 // The row of a field, in a record within the record if the name has dots; `path` collects the C path.
+const Row* rowNamed(const Type& type, const std::string& name);
 const Row* findField(const Type& type, const std::string& name, std::string* path = nullptr);
 // names.cpp
 std::string cName(const std::string& name);
+bool isWord(const std::string& name);
 unsigned storeOf(const What& what);
 unsigned storeForBits(unsigned bits);
 std::string declare(const What& what, const std::string& name, int indent);

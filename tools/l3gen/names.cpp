@@ -1,10 +1,30 @@
-// C names and declarations of record members.
+// C names and declarations of record members, and the formatting of all that is written.
+#include <algorithm>
 #include <cctype>
+#include <cstdarg>
+#include <cstdio>
 #include <set>
 
 #include "model.h"
 
 namespace l3gen {
+
+void refuse(const Place& place, const std::string& words)
+{
+  throw Refusal{place, words};
+}
+
+std::string format(const char* text, ...)
+{
+  va_list args, again;
+  va_start(args, text);
+  va_copy(again, args);
+  std::string out(static_cast<size_t>(vsnprintf(nullptr, 0, text, args)), 0);
+  vsnprintf(out.data(), out.size() + 1, text, again);
+  va_end(args);
+  va_end(again);
+  return out;
+}
 
 static const std::set<std::string> kKeywords = {
     "auto",    "bool",      "break",  "case",     "catch",    "char",      "class",    "const",    "continue",
@@ -23,6 +43,13 @@ std::string cName(const std::string& name)
   if (!out.empty() && isdigit(static_cast<unsigned char>(out[0]))) out = "x" + out;
   if (kKeywords.count(out)) out += "_";
   return out;
+}
+
+// Names are letters, digits, hyphens and underscores.
+bool isWord(const std::string& name)
+{
+  return !name.empty() && std::all_of(name.begin(), name.end(),
+                                      [](unsigned char c) { return (c < 128 && isalnum(c)) || c == '-' || c == '_'; });
 }
 
 unsigned storeForBits(unsigned bits)

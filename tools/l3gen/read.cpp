@@ -1,7 +1,6 @@
 // Reading: lines to blocks and rows. Every word is accounted for; what is not understood is refused with its place.
 #include <algorithm>
-#include <cstdarg>
-#include <cstdio>
+#include <charconv>
 #include <fstream>
 #include <set>
 #include <sstream>
@@ -9,23 +8,6 @@
 #include "model.h"
 
 namespace l3gen {
-
-void refuse(const Place& place, const std::string& words)
-{
-  throw Refusal{place, words};
-}
-
-std::string format(const char* text, ...)
-{
-  va_list args, again;
-  va_start(args, text);
-  va_copy(again, args);
-  std::string out(static_cast<size_t>(vsnprintf(nullptr, 0, text, args)), 0);
-  vsnprintf(out.data(), out.size() + 1, text, again);
-  va_end(args);
-  va_end(again);
-  return out;
-}
 
 Module* Model::module(const std::string& name)
 {
@@ -59,18 +41,21 @@ struct Words {
   }
 };
 
+static const std::string& checkedName(const Place& place, const std::string& name)
+{
+  if (!isWord(name)) refuse(place, "not a name: '" + name + "'");
+  return name;
+}
+
 static uint32_t number(const Place& place, const std::string& text)
 {
-  size_t used = 0;
-  unsigned long value = 0;
-  try {
-    value = std::stoul(text, &used, 0);
-  } catch (...) {
-    used = 0;
-  }
-  if (!used || used != text.size() || value > UINT32_MAX || text[0] == '-' || text[0] == '+')
-    refuse(place, "not a number: '" + text + "'");
-  return static_cast<uint32_t>(value);
+  bool hex = text.starts_with("0x");
+  const char* begin = text.data() + (hex ? 2 : 0);
+  const char* end = text.data() + text.size();
+  uint32_t value = 0;
+  auto [at, error] = std::from_chars(begin, end, value, hex ? 16 : 10);
+  if (error != std::errc() || at != end) refuse(place, "not a number: '" + text + "'");
+  return value;
 }
 
 static bool isRange(const std::string& text)
@@ -111,8 +96,10 @@ static std::vector<Term> condition(const Place& place, const std::string& text)
   for (auto& part : split(text, '&')) {
     Term term;
     size_t eq = part.find('=');
-    term.negate = eq == std::string::npos || (eq > 0 && part[eq - 1] == '!');
-    term.field = part.substr(0, eq == std::string::npos ? eq : eq - (part[eq - 1] == '!'));
+    bool unequal = eq != std::string::npos && eq > 0 && part[eq - 1] == '!';
+    term.negate = eq == std::string::npos || unequal;
+    term.field = part.substr(0, eq == std::string::npos ? eq : eq - unequal);
+    if (term.field.empty()) refuse(place, "a condition without a field: '" + part + "'");
     term.values = eq == std::string::npos ? std::vector<Range>{{0, 0}} : ranges(place, part.substr(eq + 1));
     if (term.negate && term.values.size() > 1) refuse(place, "'!=' takes one value: '" + part + "'");
     terms.push_back(term);
@@ -251,15 +238,15 @@ static Often readOften(Words& w)
 static void readTail(Words& w, std::optional<Range>* r, std::map<std::string, std::string>& words)
 {
   while (w.more()) {
-    std::string word = w.take("");
-    if (word == "in" && r && !*r)
+    std::string next = w.take("");
+    if (next == "in" && r && !*r)
       *r = range(w.place, w.take("a range"));
-    else if (word.size() > 1 && word[0] == '!') {
-      std::string key = word.substr(1);
-      if (!kWords.count(key)) refuse(w.place, "an unknown quirk word '" + word + "'");
-      words[key] = key == "name-as" ? w.take("a name") : "";
+    else if (next.size() > 1 && next[0] == '!') {
+      std::string key = next.substr(1);
+      if (!kWords.count(key)) refuse(w.place, "an unknown quirk word '" + next + "'");
+      words[key] = key == "name-as" ? checkedName(w.place, w.take("a name")) : "";
     } else
-      refuse(w.place, "not understood: '" + word + "'");
+      refuse(w.place, "not understood: '" + next + "'");
   }
 }
 
@@ -311,7 +298,7 @@ static Row readMark(Words& w)
     row.when = When::EndRelease;
   else if (word == "group") {
     row.when = When::Group;
-    row.name = w.take("a group's name");
+    row.name = checkedName(w.place, w.take("a group's name"));
   } else {
     row.when = When::Release;
     row.number = number(w.place, w.take("a release"));
@@ -328,7 +315,7 @@ static Row readRow(Words& w)
   Row row;
   row.place = w.place;
   readWhen(w, row);
-  row.name = w.take("a name");
+  row.name = checkedName(w.place, w.take("a name"));
   if (row.name == "-") row.name.clear();
   if (row.when == When::Length) {
     readTail(w, &row.range, row.words);
@@ -349,7 +336,7 @@ static Row readAlternative(Words& w, const What& parent)
   if (parent.kind == WhatKind::Body) {
     if (parent.fields.size() == 2 && !parent.underOnly) row.discriminator = number(w.place, w.take("a discriminator"));
     row.msgType = number(w.place, w.take("a message type"));
-    row.name = w.take("a name");
+    row.name = checkedName(w.place, w.take("a name"));
     row.what = readWhat(w);
     row.tag = number(w.place, w.take("a number"));
   } else {
@@ -357,7 +344,7 @@ static Row readAlternative(Words& w, const What& parent)
       row.other = true;
     else
       row.values = ranges(w.place, w.take("values"));
-    row.name = w.take("a name");
+    row.name = checkedName(w.place, w.take("a name"));
     row.what = readWhat(w);
     row.often = readOften(w);
   }
@@ -394,8 +381,11 @@ static void takeHand(Words& w, Type& type)
       type.sampleFile = word(3);
       i += 3;
     } else if (word(0) == "form") {
-      type.form = word(1) == "TV" ? "TV " + word(2) : word(1);
-      i += word(1) == "TV" ? 2 : 1;
+      bool fixed = word(1) == "TV";
+      type.form = fixed ? format("TV %u", bitCount(w.place, word(2), 255)) : word(1);
+      if (!fixed && type.form != "TLV" && type.form != "TLV-E" && type.form != "T")
+        refuse(w.place, "an unknown form '" + type.form + "'");
+      i += fixed ? 2 : 1;
     } else
       kept.push_back(word(0));
   }
@@ -459,7 +449,7 @@ static void readKind(Words& w, Type& type, const std::string& block)
     type.kind = Kind::Message;
     if (w.peek().starts_with("0x")) type.msgType = static_cast<int>(number(w.place, w.take("")));
     if (w.accept("is")) {
-      std::string name = w.take("a name");
+      std::string name = checkedName(w.place, w.take("a name"));
       bareRow(w, type, name == "-" ? "" : name);
       type.words["bare"] = "";
     }
@@ -484,7 +474,8 @@ static Type* readBlock(Model& model, Module* module, Words& w)
   takeClause(w, *type);
   takeHand(w, *type);
   w.take("");
-  type->name = w.take("a name");
+  type->name = checkedName(w.place, w.take("a name"));
+  if (type->name.find('-') != std::string::npos) refuse(w.place, "a hyphen in a type's name: '" + type->name + "'");
   type->full = module->name + "_" + type->name;
   for (auto& word : w.list)
     if (word == "!full-length") type->words["full-length"] = "";
@@ -498,9 +489,9 @@ static Type* readBlock(Model& model, Module* module, Words& w)
 static Module* readModule(Model& model, Words& w)
 {
   w.take("");
-  std::string name = w.take("a module name");
+  std::string name = checkedName(w.place, w.take("a module name"));
   if (!w.accept("file")) refuse(w.place, "expected 'file STEM' in the module line");
-  std::string stem = w.take("a file stem");
+  std::string stem = checkedName(w.place, w.take("a file stem"));
   std::string spec = w.accept("spec") ? w.take("a standard") : "";
   while (w.more()) spec += " " + w.take("");
   std::erase(spec, '"');
@@ -508,13 +499,16 @@ static Module* readModule(Model& model, Words& w)
     if (known->stem != stem) refuse(w.place, "module '" + name + "' has another file stem elsewhere");
     return known;
   }
+  for (auto& other : model.modules)
+    if (other->stem == stem) refuse(w.place, "file stem '" + stem + "' belongs to module '" + other->name + "'");
+  if (spec.empty()) refuse(w.place, "expected spec and a standard in the module line");
   model.modules.push_back(std::make_unique<Module>(Module{name, stem, spec}));
   return model.modules.back().get();
 }
 
 static void readValue(Type& type, Words& w)
 {
-  std::string name = w.take("a name");
+  std::string name = checkedName(w.place, w.take("a name"));
   if (!w.accept("=")) refuse(w.place, "expected 'name = value'");
   uint32_t value = number(w.place, w.take("a value"));
   if (w.more()) refuse(w.place, "not understood: '" + w.peek() + "'");
@@ -540,13 +534,37 @@ static void addRow(Type& type, Words& w)
   type.rows.push_back(readRow(w));
 }
 
+// A file under the reader.
+struct Source {
+  Model& model;
+  Module* module = nullptr;
+  Type* type = nullptr;
+  bool known = true; // false: rows of a block that was refused
+};
+
+static void readLine(Source& source, Words& w, bool indented)
+{
+  if (indented) {
+    if (source.type) return addRow(*source.type, w);
+    if (source.known) refuse(w.place, "a row without a block");
+    return;
+  }
+  source.type = nullptr;
+  source.known = false;
+  if (w.list[0] == "module") {
+    source.module = readModule(source.model, w);
+    source.known = true;
+  } else {
+    source.type = readBlock(source.model, source.module, w);
+  }
+}
+
 void readFile(Model& model, const std::string& path)
 {
   std::ifstream in(path);
   std::string shown = path.substr(path.find_last_of('/') + 1);
-  if (!in) refuse({path, 0}, "cannot be read");
-  Module* module = nullptr;
-  Type* type = nullptr;
+  if (!in) model.refusals.push_back({{shown, 0}, "cannot be read"});
+  Source source{model};
   std::string line;
   for (int n = 1; std::getline(in, line); ++n) {
     Words w;
@@ -554,15 +572,11 @@ void readFile(Model& model, const std::string& path)
     std::istringstream words(line);
     for (std::string word; words >> word;) w.list.push_back(word);
     if (w.list.empty() || w.list[0][0] == '#') continue;
-    bool indented = line[0] == ' ' || line[0] == '\t';
-    if (indented && !type) refuse(w.place, "a row without a block");
-    if (indented)
-      addRow(*type, w);
-    else if (w.list[0] == "module") {
-      module = readModule(model, w);
-      type = nullptr;
-    } else
-      type = readBlock(model, module, w);
+    try {
+      readLine(source, w, line[0] == ' ' || line[0] == '\t');
+    } catch (const Refusal& r) {
+      model.refusals.push_back(r);
+    }
   }
 }
 

@@ -15,7 +15,7 @@ static Type* find(Model& model, const Type& from, const std::string& name)
   return it == model.byName.end() ? nullptr : it->second;
 }
 
-static const Row* rowNamed(const Type& type, const std::string& name)
+const Row* rowNamed(const Type& type, const std::string& name)
 {
   for (auto& row : type.rows)
     if (row.name == name || row.member == name) return &row;
@@ -34,26 +34,16 @@ const Row* findField(const Type& type, const std::string& name, std::string* pat
   return record ? findField(*row->what.type, name.substr(dot + 1), path) : nullptr;
 }
 
-// The name that is pushed and printed where it is not the member's.
-static void takePrintedName(Row& row)
-{
-  auto as = row.words.find("name-as");
-  if (as != row.words.end()) row.name = as->second;
-}
-
 static void resolveWhat(Model& model, Type& owner, Row& row)
 {
   What& what = row.what;
   if (what.kind == WhatKind::Type) {
     what.type = find(model, owner, what.typeName);
-    if (!what.type) refuse(row.place, "an unknown type '" + what.typeName + "'");
-    if (what.rest && what.type->kind != Kind::Text) refuse(row.place, "'rest' is for string types");
+    if (!what.type) model.refusals.push_back({row.place, "an unknown type '" + what.typeName + "'"});
+    if (what.rest && what.type && what.type->kind != Kind::Text)
+      model.refusals.push_back({row.place, "'rest' is for string types"});
   }
-  for (auto& alternative : what.alternatives) {
-    alternative.member = cName(alternative.name);
-    takePrintedName(alternative);
-    resolveWhat(model, owner, alternative);
-  }
+  for (auto& alternative : what.alternatives) resolveWhat(model, owner, alternative);
 }
 
 std::optional<Scalar> scalarOf(const What& what)
@@ -86,7 +76,7 @@ std::optional<Scalar> scalarOf(const Type& type)
   return scalarAt(type, 0);
 }
 
-static std::optional<uint32_t> fixedBits(const Row& row)
+std::optional<uint32_t> fixedBits(const Row& row)
 {
   bool always = row.when == When::Always || row.when == When::Iei;
   if (!always || row.often.end != End::None) return {};
@@ -120,7 +110,6 @@ std::optional<uint32_t> fixedBits(const Type& type)
   return sum;
 }
 
-// The length that an element begins with: its width in bits, or 0.
 static unsigned leadingLength(const What& what)
 {
   if (what.kind == WhatKind::Octets || what.kind == WhatKind::Text) return what.from == From::Own ? what.bits : 0;
@@ -134,6 +123,11 @@ static unsigned leadingLength(const What& what)
   const Type& type = *what.type;
   if (type.form == "TLV") return 8;
   if (type.form == "TLV-E") return 16;
+  return leadingLength(type);
+}
+
+unsigned leadingLength(const Type& type)
+{
   if (type.rows.empty()) return 0;
   return type.rows[0].when == When::Length ? type.rows[0].number : leadingLength(type.rows[0].what);
 }
@@ -183,11 +177,28 @@ bool needsInit(const Type& type)
   });
 }
 
-// `use` gets the type and whether it stands behind a pointer only, as messages do.
-static void collectUses(const What& what, bool pointed, const std::function<void(Type*, bool)>& use)
+void collectUses(const What& what, bool pointed, const std::function<void(Type*, bool)>& use)
 {
   if (what.type) use(what.type, pointed);
   for (auto& alternative : what.alternatives) collectUses(alternative.what, what.kind == WhatKind::Body, use);
+}
+
+static void visitHeld(Type& type, std::set<Type*>& open, std::set<Type*>& sound)
+{
+  if (sound.count(&type)) return;
+  if (!open.insert(&type).second) refuse(type.place, "'" + type.name + "' holds itself");
+  auto use = [&](Type* held, bool pointed) {
+    if (!pointed) visitHeld(*held, open, sound);
+  };
+  for (auto& row : type.rows) collectUses(row.what, false, use);
+  sound.insert(&type);
+}
+
+// No type may lie inside itself, not even through a list.
+static void checkHolding(Type& type, std::set<Type*>& sound)
+{
+  std::set<Type*> open;
+  visitHeld(type, open, sound);
 }
 
 // Types of a module so that each stands behind those that it holds by value.
@@ -198,7 +209,6 @@ std::vector<Type*> inDependencyOrder(Model& model, const Module& module)
   std::function<void(Type*, bool)> visit = [&](Type* type, bool pointed) {
     int& mark = state[type];
     if (mark == 2 || (mark == 1 && pointed)) return;
-    if (mark == 1) refuse(type->place, "'" + type->name + "' holds itself");
     mark = 1;
     for (auto& row : type->rows) collectUses(row.what, false, visit);
     state[type] = 2;
@@ -294,79 +304,18 @@ static void layOutExt(Type& type)
   }
 }
 
-static void checkField(const Type& type, const Row& row, const std::string& name)
+static void nameMember(Row& row)
 {
-  const Row* field = findField(type, name);
-  if (!field) refuse(row.place, "'" + name + "' is no element of this record");
-  if (rowNamed(type, name.substr(0, name.find('.'))) >= &row) refuse(row.place, "'" + name + "' comes later");
-  bool number = field->when == When::Length || (scalarOf(field->what) && field->often.end == End::None);
-  if (!number) refuse(row.place, "'" + name + "' is no number");
-}
-
-static void checkChoice(const Type& type, const Row& row)
-{
-  const What& what = row.what;
-  for (auto& field : what.fields) checkField(type, row, field);
-  if (what.alternatives.empty()) refuse(row.place, "a choice without alternatives");
-  std::set<std::string> names;
-  std::vector<Range> taken;
-  for (auto& alternative : what.alternatives) {
-    if (!names.insert(alternative.member).second && what.kind == WhatKind::Choice)
-      refuse(alternative.place, "'" + alternative.name + "' twice in one choice");
-    if (alternative.often.end == End::Times) checkField(type, row, alternative.often.field);
-    if (alternative.what.from == From::Field && !alternative.what.field.empty())
-      checkField(type, row, alternative.what.field);
-    for (auto& value : alternative.values) {
-      for (auto& other : taken)
-        if (value.lo <= other.hi && other.lo <= value.hi) refuse(alternative.place, "a selector value twice");
-      taken.push_back(value);
-    }
-  }
-}
-
-static void checkRow(const Type& type, const Row& row)
-{
-  for (auto& term : row.cond) checkField(type, row, term.field);
-  if (row.often.end == End::Times) checkField(type, row, row.often.field);
-  if (!row.what.field.empty()) checkField(type, row, row.what.field);
-  if (row.what.kind == WhatKind::Choice || row.what.kind == WhatKind::Body) checkChoice(type, row);
-  if (row.when == When::Iei && type.kind != Kind::Message) refuse(row.place, "an IEI outside a message");
-  if (row.half) {
-    auto bits = row.what.kind == WhatKind::Type && !row.what.type->decodeFile.empty() ? std::optional<uint32_t>(4)
-                                                                                      : fixedBits(row);
-    if (!bits || *bits != 4) refuse(row.place, "a half-octet IEI needs an element of 4 bits");
-  }
-}
-
-static void checkType(const Type& type)
-{
-  std::set<std::string> members;
-  bool options = false;
-  unsigned lengths = 0;
-  for (auto& row : type.rows) {
-    bool mark = row.when == When::Group || row.when == When::Release || row.when == When::EndRelease;
-    if (row.when == When::Release && !lengths) refuse(row.place, "a release group outside a length");
-    if (mark) continue;
-    if (!row.member.empty() && !members.insert(row.member).second)
-      refuse(row.place, "'" + row.name + "' twice in one record");
-    lengths += row.when == When::Length;
-    if (lengths > 4) refuse(row.place, "more than four lengths in one record");
-    options = options || row.when == When::Iei;
-    if (options && row.when != When::Iei) refuse(row.place, "a row behind the optional elements");
-    checkRow(type, row);
-  }
-  bool empty = type.rows.empty() && type.values.empty();
-  if (empty && type.kind != Kind::Message) refuse(type.place, "'" + type.name + "' has no rows");
-  if (type.mBits > 512) refuse(type.place, "more than 512 presence bits");
-  if (!type.decodeFile.empty() || type.form.empty()) return;
-  refuse(type.place, "a form is for hand-coded elements");
+  row.member = row.name.empty() ? "" : cName(row.name);
+  auto as = row.words.find("name-as");
+  if (as != row.words.end()) row.name = as->second;
 }
 
 static void nameMembers(Type& type)
 {
   for (auto& row : type.rows) {
-    row.member = row.name.empty() ? "" : cName(row.name);
-    takePrintedName(row);
+    nameMember(row);
+    for (auto& alternative : row.what.alternatives) nameMember(alternative);
     if (row.what.kind == WhatKind::Choice && row.words.count("untagged")) row.what.untagged = true;
   }
 }
@@ -382,6 +331,13 @@ static void markParts(Model& model)
   }
 }
 
+static void layOut(Type& type)
+{
+  layOutBits(type);
+  layOutRuns(type);
+  layOutExt(type);
+}
+
 void resolve(Model& model)
 {
   markParts(model);
@@ -389,14 +345,10 @@ void resolve(Model& model)
     nameMembers(*type);
     for (auto& row : type->rows) resolveWhat(model, *type, row);
   }
-  for (auto& type : model.types) scalarOf(*type);
-  for (auto& module : model.modules) inDependencyOrder(model, *module);
-  for (auto& type : model.types) {
-    layOutBits(*type);
-    layOutRuns(*type);
-    layOutExt(*type);
-  }
-  for (auto& type : model.types) checkType(*type);
+  if (!model.refusals.empty() || !forTypes(model, [](Type& type) { scalarOf(type); })) return;
+  std::set<Type*> sound;
+  if (!forTypes(model, [&](Type& type) { checkHolding(type, sound); })) return;
+  forTypes(model, layOut);
 }
 
 } // namespace l3gen

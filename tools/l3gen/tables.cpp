@@ -84,6 +84,7 @@ static std::string listInfo(TableWriter& w, const Row& row, const std::string& p
   elem.place = row.place;
   elem.name = "elem";
   elem.what = row.what;
+  elem.range = row.range;
   std::string entry = rowInit(w, elem, "");
   std::string at = join(path, "elem");
   std::string offset = "static_cast<uint32_t>(" + w.off(at) + " - " + w.off(path) + ")";

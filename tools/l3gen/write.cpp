@@ -94,6 +94,8 @@ static std::string writeEnumType(const Type& type)
   std::string out = "typedef enum {\n";
   for (auto& [name, value] : type.values)
     out += format("  %s_%s = %d,\n", type.full.c_str(), cName(name).c_str(), value);
+  // Whatever the wire holds is a value of the C type, and the type has 32 bits.
+  out += "  " + type.full + "_any32 = 0x7FFFFFFF\n";
   return out + "} " + type.full + ";\n";
 }
 

@@ -1,0 +1,195 @@
+// Refusals of definitions that read well and still contradict themselves: names and values twice, fields that come
+// later, ranges and forms that do not fit, rows in places where they cannot stand, parts that nobody uses.
+#include <algorithm>
+#include <set>
+
+#include "model.h"
+
+namespace l3gen {
+
+static bool isMark(const Row& row)
+{
+  return row.when == When::Group || row.when == When::Release || row.when == When::EndRelease;
+}
+
+static void checkField(const Type& type, const Row& row, const std::string& name)
+{
+  if (name.empty()) return;
+  const Row* field = findField(type, name);
+  if (!field) refuse(row.place, "'" + name + "' is no element of this record");
+  if (rowNamed(type, name.substr(0, name.find('.'))) >= &row) refuse(row.place, "'" + name + "' comes later");
+  bool number = field->when == When::Length || (scalarOf(field->what) && field->often.end == End::None);
+  if (!number) refuse(row.place, "'" + name + "' is no number");
+}
+
+static void checkValues(const What& what)
+{
+  std::vector<Range> taken;
+  bool other = false;
+  for (auto& alternative : what.alternatives) {
+    if (alternative.other && other) refuse(alternative.place, "'else' twice in one choice");
+    other = other || alternative.other;
+    for (auto& value : alternative.values) {
+      for (auto& before : taken)
+        if (value.lo <= before.hi && before.lo <= value.hi) refuse(alternative.place, "a selector value twice");
+      taken.push_back(value);
+    }
+  }
+}
+
+static void checkRange(const Row& row)
+{
+  if (!row.range) return;
+  bool string = row.what.kind == WhatKind::Octets || row.what.kind == WhatKind::Text;
+  auto scalar = scalarOf(row.what);
+  if (!string && !scalar && row.when != When::Length) refuse(row.place, "'in' has nothing to test here");
+  unsigned bits = row.when == When::Length ? row.number : scalar ? scalar->bits : 32;
+  if (bits < 32 && row.range->hi >> bits)
+    refuse(row.place, format("%u to %u does not fit in %u bits", row.range->lo, row.range->hi, bits));
+}
+
+// What holds for a row and for an alternative; fields are looked up as for `row`, the row of the record.
+static void checkElement(const Type& type, const Row& row, const Row& element)
+{
+  const What& what = element.what;
+  bool choice = what.kind == WhatKind::Choice || what.kind == WhatKind::Body;
+  if (element.often.end != End::None && (choice || what.kind == WhatKind::Nothing))
+    refuse(element.place, "no list can be made of this; give it a block of its own");
+  if (what.kind == WhatKind::Chars && type.kind != Kind::Text && type.decodeFile.empty())
+    refuse(element.place, "'chars' is for hand-coded elements");
+  checkRange(element);
+  checkField(type, row, element.often.field);
+  checkField(type, row, what.field);
+}
+
+static void checkChoice(const Type& type, const Row& row)
+{
+  const What& what = row.what;
+  bool body = what.kind == WhatKind::Body;
+  if (body && type.kind != Kind::Pdu) refuse(row.place, "a body outside a pdu");
+  if (body && &row != &type.rows.back()) refuse(row.place, "a row behind the body");
+  if (what.untagged && what.select != Select::Fields) refuse(row.place, "!untagged needs a selecting field");
+  for (auto& field : what.fields) checkField(type, row, field);
+  if (what.alternatives.empty()) refuse(row.place, "a choice without alternatives");
+  std::set<std::string> names;
+  for (auto& alternative : what.alternatives) {
+    if (!names.insert(alternative.member).second)
+      refuse(alternative.place, "'" + alternative.name + "' twice in one choice");
+    bool inner = alternative.what.kind == WhatKind::Choice || alternative.what.kind == WhatKind::Body;
+    if (inner) refuse(alternative.place, "a choice in a choice needs a block of its own");
+    checkElement(type, row, alternative);
+  }
+  if (!body) checkValues(what);
+}
+
+static void checkIei(const Type& type, const Row& row)
+{
+  if (type.kind != Kind::Message) refuse(row.place, "an IEI outside a message");
+  bool hand = row.what.kind == WhatKind::Type && !row.what.type->decodeFile.empty();
+  auto bits = row.half && hand ? std::optional<uint32_t>(4) : fixedBits(row);
+  if (row.half && (!bits || *bits != 4)) refuse(row.place, "a half-octet IEI needs an element of 4 bits");
+  if (!row.half && bits && *bits % 8)
+    refuse(row.place, format("an IEI of 8 bits needs whole octets, not %u bits", *bits));
+}
+
+static void checkRow(const Type& type, const Row& row)
+{
+  for (auto& term : row.cond) checkField(type, row, term.field);
+  checkElement(type, row, row);
+  if (row.what.kind == WhatKind::Choice || row.what.kind == WhatKind::Body) checkChoice(type, row);
+  if (row.when == When::Iei) checkIei(type, row);
+}
+
+static void checkForm(const Type& type)
+{
+  if (type.form.empty()) return;
+  if (type.decodeFile.empty()) refuse(type.place, "a form is for hand-coded elements");
+  unsigned length = type.rows.empty() || type.rows[0].when != When::Length ? 0 : type.rows[0].number;
+  unsigned wanted = type.form == "TLV" ? 8 : type.form == "TLV-E" ? 16 : 0;
+  if (length && length != wanted)
+    refuse(type.place, format("form %s contradicts a length of %u bits", type.form.c_str(), length));
+}
+
+static void checkType(const Type& type)
+{
+  bool empty = type.rows.empty() && type.values.empty();
+  if (empty && type.kind != Kind::Message) refuse(type.place, "'" + type.name + "' has no rows");
+  if (type.kind == Kind::Pdu && type.rows.back().what.kind != WhatKind::Body)
+    refuse(type.place, "a pdu ends with its body");
+  if (type.kind == Kind::Text && type.decodeFile.empty()) refuse(type.place, "a text is coded by hand");
+  bool argument = type.has("octets-argument") || type.has("spare-argument");
+  if (argument && type.kind != Kind::Text) refuse(type.place, "!octets-argument and !spare-argument are for texts");
+  if (type.mBits > 512) refuse(type.place, "more than 512 presence bits");
+  checkForm(type);
+}
+
+static void checkRows(Model& model, const Type& type)
+{
+  std::set<std::string> members;
+  bool options = false;
+  unsigned lengths = 0;
+  for (auto& row : type.rows) try {
+      if (row.when == When::Release && !lengths) refuse(row.place, "a release group outside a length");
+      if (isMark(row)) continue;
+      if (!row.member.empty() && !members.insert(row.member).second)
+        refuse(row.place, "'" + row.name + "' twice in one record");
+      lengths += row.when == When::Length;
+      if (lengths > 4) refuse(row.place, "more than four lengths in one record");
+      options = options || row.when == When::Iei;
+      if (options && row.when != When::Iei) refuse(row.place, "a row behind the optional elements");
+      checkRow(type, row);
+    } catch (const Refusal& r) {
+      model.refusals.push_back(r);
+    }
+}
+
+static void checkUse(Model& model)
+{
+  std::set<const Type*> used;
+  for (auto& type : model.types)
+    for (auto& row : type->rows) collectUses(row.what, false, [&](Type* held, bool) { used.insert(held); });
+  for (auto& type : model.types)
+    if (type->part && !used.count(type.get()))
+      model.refusals.push_back({type->place, "nothing uses the part '" + type->name + "'"});
+}
+
+// Headers include each other one way only.
+struct HeaderWalk {
+  std::map<Module*, std::map<Module*, Place>> uses;
+  std::set<Module*> open, done;
+};
+
+static void visitModule(Model& model, HeaderWalk& walk, Module* module)
+{
+  walk.open.insert(module);
+  for (auto& [used, place] : walk.uses[module]) {
+    if (walk.open.count(used))
+      model.refusals.push_back({place, "modules '" + module->name + "' and '" + used->name + "' need each other"});
+    else if (!walk.done.count(used))
+      visitModule(model, walk, used);
+  }
+  walk.open.erase(module);
+  walk.done.insert(module);
+}
+
+static void checkModules(Model& model)
+{
+  HeaderWalk walk;
+  for (auto& type : model.types)
+    for (auto& row : type->rows)
+      collectUses(row.what, false, [&](Type* used, bool) {
+        if (used->module != type->module) walk.uses[type->module].emplace(used->module, row.place);
+      });
+  for (auto& module : model.modules)
+    if (!walk.done.count(module.get())) visitModule(model, walk, module.get());
+}
+
+void check(Model& model)
+{
+  checkUse(model);
+  checkModules(model);
+  forTypes(model, checkType);
+  for (auto& type : model.types) checkRows(model, *type);
+}
+
+} // namespace l3gen
