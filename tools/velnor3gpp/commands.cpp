@@ -116,8 +116,10 @@ static void printRecord(Job& job)
     printf("protection: %s%s%s\n", checkText(job), *way ? ", " : "", way);
   }
   if (!job.failures.empty()) return;
-  size_t left = job.octets.size() - job.usedOctets;
-  if (left) printf("left over: %s behind the last one that was read\n", counted(left, "octet").c_str());
+  size_t all = job.octets.size(), used = job.usedOctets;
+  if (used > all) printf("short by: %s of the declared lengths\n", counted(used - all, "octet").c_str());
+  if (size_t left = used < all ? all - used : 0; left)
+    printf("left over: %s behind the last one that was read\n", counted(left, "octet").c_str());
 }
 
 static void printTrace(Job& job)
