@@ -125,6 +125,21 @@ TEST(CoreElements, TimersAndTransactions)
   });
 }
 
+TEST(CoreElements, ClassmarksOfTwoOctets)
+{
+  std::string four = "cm1 {\nspare = 0\nrevLevel = 2\nesInd = true\na5-1-alg = false\nrfPowerCap = class1\n}\n"
+                     "octet4 {\nspare = 0\npsCapability = true\nssScreeningInd = 1\nsmCapability = true\n"
+                     "vbsNotifRecept = false\nvgcsNotifRecept = false\nfcFreqCap = false\n}\n";
+  std::string two = "x {\nlength = 2\n" + four + "}\n";
+  std::string three = "x {\nlength = 3\n" + four +
+                      "octet5 {\ncm3 = true\nspare = 0\nlcsvaCap = false\nucs2Treatment = false\nsoLSA = false\n"
+                      "cmsp = false\na5-3-alg = true\na5-2-alg = false\n}\n}\n";
+  check({
+      {"without the last", "TS24008IE_MobileStationClassmark2", "02 50 58", 0, 0, two.c_str()},
+      {"with it", "TS24008IE_MobileStationClassmark2", "03 50 58 82", 0, 0, three.c_str()},
+  });
+}
+
 TEST(CoreElements, Lists)
 {
   check({
