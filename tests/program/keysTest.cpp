@@ -45,6 +45,24 @@ TEST(Keys, DecipherAndFindTheDirection)
             "arguments  equal: 49 octets\n1 message: 1 equal, 0 different, 0 not decoded\n");
 }
 
+// Ciphered without integrity protection: the direction is the one in which the message decodes.
+TEST(Keys, DecipherWithoutIntegrity)
+{
+  const std::string message =
+      "7e0200000000ff8bf6d0fd6f9404229fc1d42e0d2e5a367b666503813deec72309624a1c5424ebecd8e80c9e9d82b99d"
+      "7c06c88400914c331d3eb5d3f13c1b5ffe37a4a21c25cb881adb33b7d8b2f2bd2fb2c5846464fb2c378008cf6ebcb2d9"
+      "e19f6a33758a93e3753178f1ca7425fb71ac1aad8e4bc985e9378b034d28a15bf92bbeb3b1";
+  Workplace place;
+  std::string lines = "integrity-algorithm null\nciphering-algorithm aes\nciphering-key " + kCipherKey + "\n";
+  std::string keys = place.file("keys", lines + "downlink-count 16777215\nuplink-count 16777215\n");
+  Outcome o = runProgram({"decode", "--keys", keys, message});
+  EXPECT_EQ(o.code, 0) << o.err;
+  EXPECT_TRUE(holds(o.out, "protection: not checked: the key file says that integrity protection is null"));
+  Outcome wrong = runProgram({"decode", "--keys", keys, kCiphered});
+  EXPECT_EQ(wrong.code, 1);
+  EXPECT_TRUE(holds(wrong.out, "protection: FAILED")) << "null protection has code 0";
+}
+
 TEST(Keys, CountsComeFromTheStartAndTheSequenceNumber)
 {
   Workplace place;

@@ -67,8 +67,8 @@ static Check checkOf(const Job& job, const Keys* keys)
   if (!job.protection.present) return Check::kPlain;
   if (!job.protection.checkable) return Check::kNotCovered;
   if (!keys) return Check::kNoKeys;
-  if (!keys->integrityAlg) return Check::kNullAlg;
   if (hasError(job.ctxt, RTX_E_BAD_MAC)) return Check::kFailed;
+  if (!keys->integrityAlg) return Check::kNullAlg;
   for (int status : {RTX_E_NO_MEMORY, RTX_E_NOT_SUPPORTED, RTX_E_NULL_POINTER, RTX_E_NO_SECURITY})
     if (hasError(job.ctxt, status)) return Check::kNotReached; // perhaps the code could not be computed
   return job.usedOctets >= job.protection.inner ? Check::kVerified : Check::kNotReached;
@@ -113,6 +113,12 @@ static bool isSealed(const Job& job, const JobOrder& order)
   return job.protection.ciphered && !order.keys && !looksPlain(*job.entry->type, job.octets, job.protection);
 }
 
+// Without integrity protection only the deciphered message itself tells which direction was right.
+static bool isRight(const Job& job)
+{
+  return job.check == Check::kVerified || (job.check == Check::kNullAlg && job.failures.empty());
+}
+
 static std::unique_ptr<Job> decodeOnce(const std::vector<uint8_t>& octets, const JobOrder& order, Direction direction)
 {
   auto job = std::make_unique<Job>();
@@ -125,23 +131,24 @@ static std::unique_ptr<Job> decodeOnce(const std::vector<uint8_t>& octets, const
   const Protection& p = job->protection;
   uint32_t count = order.keys && p.present ? countFor(*order.keys, direction, p.sequence, p.sequenceBits) : 0;
   int status = runDecoder(*job, order, count);
-  job->usedOctets = job->ctxt.buffer.byteIndex;
+  job->usedOctets = std::min(job->ctxt.buffer.byteIndex, octets.size()); // a skip can lead behind the end
   job->check = checkOf(*job, order.keys);
   collectFindings(*job, status);
   if (job->headerOnly) job->failures.push_back({RTX_E_NO_SECURITY, "ciphered, and no keys are given", ""});
-  if (job->check == Check::kVerified || job->check == Check::kNullAlg) noteCount(*order.keys, direction, count);
+  if (isRight(*job)) noteCount(*order.keys, direction, count);
   return job;
 }
 
 std::unique_ptr<Job> decodeMessage(const std::vector<uint8_t>& octets, const JobOrder& order)
 {
-  bool tryBoth = order.direction == Direction::kUnknown && order.keys && order.keys->integrityAlg &&
+  bool tryBoth = order.direction == Direction::kUnknown && order.keys &&
+                 (order.keys->integrityAlg || order.keys->cipherAlg) &&
                  protectionOf(*order.entry->type, octets).checkable;
   if (!tryBoth) return decodeOnce(octets, order, order.direction);
   std::unique_ptr<Job> up = decodeOnce(octets, order, Direction::kUp);
-  if (up->check == Check::kVerified) return up;
+  if (isRight(*up)) return up;
   std::unique_ptr<Job> down = decodeOnce(octets, order, Direction::kDown);
-  return down->check == Check::kVerified ? std::move(down) : std::move(up);
+  return isRight(*down) ? std::move(down) : std::move(up);
 }
 
 Encoded encodeAgain(Job& job)
