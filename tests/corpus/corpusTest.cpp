@@ -175,7 +175,7 @@ protected:
   // access capability whose length cuts a release group.
   static bool isRefused(const Row& row)
   {
-    return row.note.find("spec-rejects") != std::string::npos || row.id == "n5-s-1324a74e" ||
+    return row.note.find("refused") != std::string::npos || row.id == "n5-s-1324a74e" ||
            row.id == "n5-s-d9e22cba" || row.id == "el-s-f401725a";
   }
   void check(const Row& row);
