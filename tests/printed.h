@@ -1,21 +1,39 @@
 // What the printing walk writes, as a string.
 #pragma once
 
+#include <cstdarg>
+#include <cstdio>
 #include <string>
 
 #include "rt3gppsrc/engine/l3Engine.h"
 #include "velnor3gpp/rtxContext.h"
 #include "velnor3gpp/rtxPrintStream.h"
 
+inline void appendPrinted(void* text, const char* format, va_list args)
+{
+  char piece[512];
+  va_list again;
+  va_copy(again, args);
+  int length = vsnprintf(piece, sizeof piece, format, args);
+  auto& whole = *static_cast<std::string*>(text);
+  size_t start = whole.size();
+  if (length < int(sizeof piece)) {
+    whole.append(piece, length > 0 ? size_t(length) : 0);
+  } else {
+    whole.resize(start + size_t(length) + 1);
+    vsnprintf(&whole[start], size_t(length) + 1, format, again);
+    whole.pop_back();
+  }
+  va_end(again);
+}
+
 inline std::string printed(const L3Type& type, const char* name, const void* value)
 {
-  std::string text(1 << 16, 0);
-  RtxPrintToStringBuffer sink = {text.data(), text.size(), 0};
+  std::string text;
   RtxContext ctxt;
   rtxInitContext(&ctxt);
-  rtxSetPrintStream(&ctxt, rtxPrintStreamToStringCB, &sink);
+  rtxSetPrintStream(&ctxt, appendPrinted, &text);
   l3Print(&ctxt, type, name, value);
   rtxFreeContext(&ctxt);
-  text.resize(sink.curPos);
   return text;
 }

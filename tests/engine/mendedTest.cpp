@@ -33,7 +33,7 @@ struct Text {
   uint8_t length;
   char* text;
 };
-const L3Length kLength = {8, 8, 0, 0, 1, 0, 0};
+const L3Length kLength = {8, 8, 0, 0, 1, 0, 0, 0};
 const L3Row kLengthRow = TestRow("length", kL3Length, 0, &kLength).sized(8, 1);
 
 std::string encodedLabels(const char* text)

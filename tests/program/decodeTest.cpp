@@ -54,6 +54,15 @@ TEST(Decode, GoesOnBehindADamagedMessageAndSaysWhereItIs)
                        ":4: no octets behind the first word; write the message on the same line\n");
 }
 
+// Found by fuzzing: a line of nothing but marks was taken for a message and ended the program.
+TEST(Decode, RefusesALineOfMarksAlone)
+{
+  Outcome o = runProgram({"decode", "-"}, "::\n7e0055\n");
+  EXPECT_EQ(o.code, 1);
+  EXPECT_EQ(o.err, "velnor3gpp: standard input:1: no octets, but marks between octets\n");
+  EXPECT_TRUE(holds(o.out, "obj_CfgUpdateDone5G"));
+}
+
 TEST(Decode, TellsTheFormFromTheOctets)
 {
   const std::vector<std::pair<std::string, std::string>> cases = {

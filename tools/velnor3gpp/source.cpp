@@ -71,6 +71,7 @@ static void takeLine(Lines& lines, const std::string& line, size_t number)
     badLine(lines, message.place, faultText(hex));
     return;
   }
+  if (hex.octets.empty()) return badLine(lines, message.place, "no octets, but marks between octets");
   message.octets = std::move(hex.octets);
   ++lines.messages;
   lines.take(message);

@@ -1,0 +1,143 @@
+// Reading from a stream that gives a few octets at a time is reading from a buffer: the bit codec gives the same values
+// up to the end of the input. A type decoded from such a stream does so without fault.
+#include "fuzz/harness.h"
+
+#include <algorithm>
+
+#include "velnor3gpp/rtxBitDecode.h"
+#include "velnor3gpp/rtxStream.h"
+
+namespace {
+
+struct Trickle {
+  const uint8_t* data;
+  size_t left, step;
+
+  static int64_t read(RtxStream* stream, uint8_t* target, size_t size)
+  {
+    auto& self = *static_cast<Trickle*>(stream->extra);
+    size_t count = std::min({size, self.step, self.left});
+    if (count) memcpy(target, self.data, count);
+    self.data += count;
+    self.left -= count;
+    return int64_t(count);
+  }
+  static int skip(RtxStream* stream, size_t count)
+  {
+    auto& self = *static_cast<Trickle*>(stream->extra);
+    if (count > self.left) return RTX_E_END_OF_BUFFER;
+    self.data += count;
+    self.left -= count;
+    return 0;
+  }
+  void open(RtxContext* ctxt)
+  {
+    rtxStreamInit(ctxt);
+    ctxt->pStream->read = read;
+    ctxt->pStream->skip = skip;
+    ctxt->pStream->extra = this;
+    ctxt->pStream->id = RTX_STREAM_ID_SOCKET;
+    ctxt->pStream->flags = RTX_STREAM_READ;
+    rtxStreamInitCtxtBuf(ctxt);
+  }
+};
+
+// One read; its value goes to `text` if it succeeds.
+int readOne(RtxContext* ctxt, uint8_t kind, uint8_t count, std::string& text)
+{
+  uint8_t octets[256] = {};
+  uint64_t value = 0;
+  uint32_t word = 0;
+  int status;
+  switch (kind % 7) {
+    case 0:
+      status = rtxDecBit(ctxt, octets);
+      break;
+    case 1:
+      status = rtxDecBits(ctxt, &word, count % 33);
+      break;
+    case 2:
+      status = rtxDecBitsToUInt64(ctxt, &value, count % 65);
+      break;
+    case 3:
+      status = rtxDecBitsToByteArray(ctxt, octets, sizeof octets, count * 5U);
+      break;
+    case 4:
+      status = rtxReadBytes(ctxt, octets, count);
+      break;
+    case 5:
+      status = rtxSkipBits(ctxt, count);
+      break;
+    default:
+      status = rtxPeekByte(ctxt, octets);
+  }
+  if (status >= 0)
+    text += std::to_string(status) + " " + std::to_string(word) + " " + std::to_string(value) + " " +
+            std::string(octets, octets + sizeof octets) + " at " + std::to_string(rtxCtxtGetBitOffset(ctxt)) + "\n";
+  return status;
+}
+
+void compareReads(const uint8_t* data, size_t size, uint8_t step)
+{
+  size_t pairs = size / 6; // the rest are the octets to read
+  const uint8_t* input = data + pairs * 2;
+  size_t inputSize = size - pairs * 2;
+  Octets octets(input, input + inputSize);
+  octets.push_back(0);
+  RtxContext plain, streamed;
+  rtxInitContext(&plain);
+  rtxInitContext(&streamed);
+  rtxCtxtSetBufPtr(&plain, octets.data(), inputSize);
+  Trickle trickle = {input, inputSize, 1U + step % 9};
+  trickle.open(&streamed);
+  for (size_t i = 0; i < pairs; ++i) {
+    std::string one, other;
+    int status = readOne(&plain, data[2 * i], data[2 * i + 1], one);
+    int same = readOne(&streamed, data[2 * i], data[2 * i + 1], other);
+    promise((status < 0) == (same < 0),
+            "a read is " + std::to_string(status) + " in a buffer and " + std::to_string(same) + " on a stream");
+    if (status < 0) break;
+    promise(one == other, "a read gives\n" + one + "in a buffer and\n" + other + "on a stream");
+  }
+  rtxFreeContext(&plain);
+  rtxFreeContext(&streamed);
+}
+
+void decodeFromStream(const uint8_t* data, size_t size, uint8_t step)
+{
+  const L3TypeEntry* entry = takeType(data, size);
+  if (!entry) return;
+  RtxContext ctxt;
+  rtxInitContext(&ctxt);
+  Trickle trickle = {data, size, 1U + step % 9};
+  trickle.open(&ctxt);
+  auto record = recordStorage(*entry->type, 0);
+  entry->decode(&ctxt, record.get());
+  printed(*entry->type, "x", record.get());
+  rtxFreeContext(&ctxt);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+  if (size < 2 || size > 4000) return 0;
+  if (data[0] & 0x80)
+    decodeFromStream(data + 1, size - 1, data[0]);
+  else
+    compareReads(data + 1, size - 1, data[0]);
+  return 0;
+}
+
+std::vector<Octets> fuzzSeeds()
+{
+  std::vector<Octets> seeds = seedsOfAllTypes();
+  for (Octets& seed : seeds) seed.insert(seed.begin(), 0x82);
+  Draw draw(7);
+  for (uint8_t step = 0; step < 9; ++step) {
+    Octets seed = {step};
+    for (unsigned i = 0; i < 300; ++i) seed.push_back(uint8_t(draw.octet()));
+    seeds.push_back(std::move(seed));
+  }
+  return seeds;
+}
