@@ -61,7 +61,7 @@ build()
   fi
   if ! { (cd "$top" && cmake --preset "$1") &&
          cmake --build "$dir" -j "$(nproc)" ${2:+--target "$2"}; } >"$dir/build.log" 2>&1; then
-    grep -E 'error|Error|FAILED' "$dir/build.log" | head -20 >&2 || true
+    grep -E 'error:|FAILED:|CMake Error|undefined reference' "$dir/build.log" | head -20 >&2 || true
     say "The build failed; the log is build/$1/build.log"
     exit 1
   fi
