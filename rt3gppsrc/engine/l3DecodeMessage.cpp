@@ -80,7 +80,8 @@ static int decUnknown(L3Call& call, TailWalk& walk, uint8_t iei, bool half, uint
   if (int status = skipByLength(call, walk); status < 0) return status;
   bool required = !(iei & 0x0F) && !active;
   if (!required || iei == walk.previous) return 0;
-  if (!l3MayNote(call)) return 0;
+  // The first one decides the status, however many remarks stand before it.
+  if (!l3MayNote(call) && rtxErrGetStatus(call.pctxt) < 0) return 0;
   rtxErrAddIntParm(call.pctxt, iei);
   l3Note(call, walk.type.module->decoder, RTX_E_UNKNOWN_IE, walk.type.line);
   return 0;

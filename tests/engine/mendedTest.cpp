@@ -157,6 +157,39 @@ TEST(Mended, FindingsOfOneMessageAreBounded)
   EXPECT_EQ(rtxErrCheckNonFatal(ctxt), RTX_E_CONSTRAINT);
 }
 
+// An element that asks for comprehension fails the message also behind so many findings that no more are recorded.
+TEST(Mended, UnknownElementCountsBehindManyFindings)
+{
+  struct Record {
+    uint8_t m, length;
+    Entries list;
+    uint8_t option;
+  };
+  const L3List list = {
+      kL3Times, 0, 0, 0, 0, 8, 1, {offsetof(Record, length), 1, 8}, 0, 0, uintRow("elem", 0).in(1, 255)};
+  const L3Row options[] = {uintRow("option", offsetof(Record, option)).there(kL3Iei, 0)};
+  const L3Iei ieis[] = {{0x21, 0, kL3SkipFixed, 1, 0}};
+  uint8_t byValue[256] = {};
+  byValue[0x21] = 1;
+  const L3Message message = {options, ieis, byValue, 1, 0, 0, 0};
+  const L3Row rows[] = {uintRow("count", offsetof(Record, length)),
+                        TestRow("list", kL3List, offsetof(Record, list), &list)};
+  L3Type type = presenceTypeOf("Message", rows, sizeof(Record), 1);
+  type.message = &message;
+  Octets octets(1 + 40, 0);
+  octets[0] = 40;
+  octets.insert(octets.end(), {0x10, 0, 0x20, 0, 0x30, 0});
+  for (bool slow : {false, true}) {
+    Setting setting;
+    setting.slow = slow;
+    OutcomeContext ctxt(setting);
+    Record record;
+    ctxt.bind(octets.data(), octets.size());
+    EXPECT_EQ(l3Decode(ctxt, type, &record), RTX_E_UNKNOWN_IE);
+    EXPECT_EQ(ctxt->errInfo.count, kL3MaxFindings + 1);
+  }
+}
+
 // Entries behind an inline array's end share one spare entry.
 TEST(Mended, EntriesBehindTheArrayTakeNoMemoryEach)
 {
