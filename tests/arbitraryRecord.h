@@ -98,6 +98,7 @@ private:
       case kL3UInt:
       case kL3Bool:
       case kL3Enumerated:
+      case kL3Unary:
         return l3Store(member, row.store, scalar(row));
       case kL3Octets:
         return fillOctets(*static_cast<const L3Octets*>(row.info), member);

@@ -28,6 +28,8 @@ int l3DecList(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* recor
 int l3DecChoice(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running);
 int l3DecBody(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record);
 int l3DecOptions(L3Call& call, const L3Type& type, uint8_t* record);
+// Passes over unknown elements to the end of the region, reporting a failure at the line.
+int l3SkipTail(L3Call& call, const L3Type& type, bool shifts, uint16_t line);
 
 // Octets still unread in the buffer, from the cursor's octet on.
 inline size_t l3Unread(const RtxContext* pctxt)

@@ -115,12 +115,12 @@ static int decTurn(L3Call& call, TailWalk& walk, uint8_t iei, bool half)
   return status;
 }
 
-static int skipTail(L3Call& call, const L3Type& type)
+int l3SkipTail(L3Call& call, const L3Type& type, bool shifts, uint16_t line)
 {
   if (!l3HasRoom(call)) return 0;
   l3ToLists(call);
-  int status = rtx3GPPDecL3NonImperative(call.pctxt, type.message->shifts);
-  return status < 0 ? l3Fail(call, type.module->decoder, status, type.line) : 0;
+  int status = rtx3GPPDecL3NonImperative(call.pctxt, shifts);
+  return status < 0 ? l3Fail(call, type.module->decoder, status, line) : 0;
 }
 
 // The status of the records that this message has added. A finding from before it, such as a wrong code of the message
@@ -137,7 +137,7 @@ static int ownStatus(const L3Call& call)
 
 int l3DecOptions(L3Call& call, const L3Type& type, uint8_t* record)
 {
-  if (!type.message->count) return type.message->tail ? skipTail(call, type) : 0;
+  if (!type.message->count) return type.message->tail ? l3SkipTail(call, type, type.message->shifts, type.line) : 0;
   TailWalk walk{type, *type.message, record, 0, 0, 0};
   while (l3HasRoom(call)) {
     uint8_t iei = 0;

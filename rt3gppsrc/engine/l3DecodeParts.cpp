@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "rt3gppsrc/engine/l3Decode.h"
+#include "rt3gppsrc/engine/l3Padding.h"
 #include "velnor3gpp/rtxBitDecode.h"
 #include "velnor3gpp/rtxDiagBitTrace.h"
 #include "velnor3gpp/rtxMemHeap.h"
@@ -78,15 +79,22 @@ static int readListBit(L3Call& call, ListWalk& walk, const char* label, uint8_t&
   return status;
 }
 
+// The bit, as it stands ahead, that ends a list of leading bits.
+static uint32_t bitThatEnds(const L3Call& call, L3ListEnd end)
+{
+  return end == kL3MoreLH ? l3PaddingAhead(call.pctxt, 1) : end == kL3MoreZero;
+}
+
 // The end of the input ends a list of leading bits as a 0 would.
 static int decMoreBit(L3Call& call, ListWalk& walk)
 {
   for (;;) {
     uint8_t bit = 0;
     if (call.plain ? !l3Unread(call.pctxt) : rtxPeekByte(call.pctxt, nullptr) <= 0) return 0;
+    uint32_t ends = bitThatEnds(call, walk.info.end);
     int status = readListBit(call, walk, "ext bit", bit);
     if (status < 0) return l3Fail(call, moduleOf(walk), status, walk.row.line);
-    if (!bit) return 0;
+    if (bit == ends) return 0;
     if (status = decEntry(call, walk); status < 0) return status;
   }
 }
@@ -118,7 +126,7 @@ static int decUntilZero(L3Call& call, ListWalk& walk)
 static int decEntries(L3Call& call, ListWalk& walk)
 {
   const L3List& info = walk.info;
-  if (info.end == kL3MoreBit) return decMoreBit(call, walk);
+  if (l3IsLed(info.end)) return decMoreBit(call, walk);
   if (info.end == kL3WhileExt) return decWhileExt(call, walk);
   if (info.end == kL3UntilZero) return decUntilZero(call, walk);
   if (info.end == kL3WhileRoom) {
@@ -179,7 +187,9 @@ static int readSelector(L3Call& call, const L3Type& type, const L3Row& row, cons
   }
   uint32_t word = 0;
   int status;
-  if (choice.from == kL3SelectBits) {
+  if (choice.from == kL3SelectCode) {
+    status = l3DecCode(call, choice, value);
+  } else if (choice.from == kL3SelectBits) {
     status = l3DecBits(call, reinterpret_cast<uint8_t*>(&word), choice.bits, 4, "choice selector");
     value = word;
   } else {

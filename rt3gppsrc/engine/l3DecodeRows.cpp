@@ -3,6 +3,7 @@
 
 #include "rt3gppsrc/engine/l3Decode.h"
 #include "rt3gppsrc/engine/l3Engine.h"
+#include "rt3gppsrc/engine/l3Padding.h"
 #include "rtxsrc/rtxReport.h"
 #include "velnor3gpp/rtx3GPP.h"
 #include "velnor3gpp/rtxBitDecode.h"
@@ -47,7 +48,9 @@ static int reportOverrun(L3Call& call, const RowWalk& walk, uint16_t line)
 static int decEnumerated(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* member, bool& reported)
 {
   const L3Enum& set = *static_cast<const L3Enum*>(row.info);
-  int status = l3DecBits(call, member, row.bits, row.store, set.printOpen ? "INTEGER" : "ENUMERATED");
+  const char* label = set.printOpen ? "INTEGER" : "ENUMERATED";
+  int status = row.flags & kL3LH ? l3DecPadded(call, member, row.bits, row.store, label)
+                                 : l3DecBits(call, member, row.bits, row.store, label);
   if (status < 0 || set.openDecode) return status;
   uint32_t value = static_cast<uint32_t>(l3Load(member, row.store));
   if (value < 256 && (set.members[value >> 5] >> (value & 31) & 1)) return status;
@@ -58,12 +61,18 @@ static int decEnumerated(L3Call& call, const L3Type& type, const L3Row& row, uin
   return rtxReport(call.pctxt, RTX_E_ENUM_VALUE, moduleOf(leaf), leaf.line);
 }
 
+static int decNumber(L3Call& call, const L3Row& row, uint8_t* member)
+{
+  if (row.op == kL3Unary) return l3DecUnary(call, *static_cast<const L3Unary*>(row.info), member);
+  if (row.flags & kL3LH) return l3DecPadded(call, member, row.bits, row.store, "INTEGER");
+  return l3DecBits(call, member, row.bits, row.store, row.op == kL3Bool ? "BOOLEAN" : "INTEGER");
+}
+
 static int decScalar(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* member)
 {
   bool reported = false;
-  int status = row.op == kL3Enumerated
-                   ? decEnumerated(call, type, row, member, reported)
-                   : l3DecBits(call, member, row.bits, row.store, row.op == kL3Bool ? "BOOLEAN" : "INTEGER");
+  int status =
+      row.op == kL3Enumerated ? decEnumerated(call, type, row, member, reported) : decNumber(call, row, member);
   if (status < 0) {
     if (row.type && !reported) status = l3Fail(call, moduleOf(*row.type), status, row.type->line);
     return status;
@@ -84,6 +93,7 @@ int l3DecMember(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* rec
     case kL3UInt:
     case kL3Bool:
     case kL3Enumerated:
+    case kL3Unary:
       status = decScalar(call, type, row, record + row.offset);
       break;
     case kL3Octets:
@@ -100,6 +110,8 @@ int l3DecMember(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* rec
       return l3DecChoice(call, type, row, record, running);
     case kL3Body:
       return l3DecBody(call, type, row, record);
+    case kL3Tail:
+      return l3SkipTail(call, type, row.bits != 0, row.line);
     default:
       return 0;
   }
@@ -163,6 +175,15 @@ static int decLength(L3Call& call, RowWalk& walk, const L3Row& row)
   return 0;
 }
 
+// A leading bit that is relative to the padding.
+static int readLH(L3Call& call, const L3Type& type, const L3Row& row, uint8_t& bit)
+{
+  uint32_t padding = l3PaddingAhead(call.pctxt, 1);
+  int status = readBit(call, type, row, "optional bit", bit);
+  bit = static_cast<uint8_t>(bit ^ padding);
+  return status;
+}
+
 // Is the element there? Reads the bit that leads it; negative on failure. The name stands already.
 static int isThere(L3Call& call, RowWalk& walk, const L3Row& row)
 {
@@ -172,6 +193,10 @@ static int isThere(L3Call& call, RowWalk& walk, const L3Row& row)
     case kL3OptBit:
     case kL3RoomOptBit:
       status = readBit(call, walk.type, row, "optional bit", bit);
+      break;
+    case kL3OptLH:
+    case kL3RoomOptLH:
+      status = readLH(call, walk.type, row, bit);
       break;
     case kL3Ext:
     case kL3RoomExt:
@@ -191,6 +216,7 @@ static bool passedOver(const L3Call& call, const RowWalk& walk, const L3Row& row
     case kL3Room:
       return !l3HasRoom(call) || (row.cond && !l3Holds(*row.cond, walk.record));
     case kL3RoomOptBit:
+    case kL3RoomOptLH:
     case kL3RoomExt:
       return !l3HasRoom(call);
     case kL3If:
@@ -304,6 +330,16 @@ static bool lastOfRelease(const L3Type& type, const L3Row* row)
   return (row->flags & kL3InRelease) && (next == type.rows + type.rowCount || !(next->flags & kL3InRelease));
 }
 
+// Rest octets end wherever their octets do. The names of the type and of the part that would follow stay behind.
+static bool endsHere(L3Call& call, const RowWalk& walk, const L3Row& row)
+{
+  if (!(walk.type.flags & kL3RestOctets) || l3HasRoom(call)) return false;
+  l3ToLists(call);
+  call.keepTypeName = true;
+  if (row.name) l3PushNameSlow(call, row.name);
+  return true;
+}
+
 int l3DecRows(L3Call& call, const L3Type& type, void* record)
 {
   RowWalk walk(type, static_cast<uint8_t*>(record));
@@ -317,6 +353,7 @@ int l3DecRows(L3Call& call, const L3Type& type, void* record)
       row += enterRelease(call, walk, *row);
       continue;
     }
+    if (endsHere(call, walk, *row)) return 0;
     if (row->runRows && call.plain && decRun(call, walk, *row)) {
       row += row->runRows - 1;
       walk.running = 0;

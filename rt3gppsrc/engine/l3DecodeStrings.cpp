@@ -100,11 +100,17 @@ static int readBitArray(L3Call& call, uint8_t* dst, size_t octets, size_t bits)
   return status;
 }
 
+static size_t countBits(const L3Call& call, const uint8_t* record, const L3BitString& info)
+{
+  if (info.from != kL3ByField) return l3RoomBits(call);
+  return static_cast<size_t>(l3Load(record + info.field.offset, info.field.store)) + static_cast<size_t>(info.bias);
+}
+
 static int decBitString(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running)
 {
   const L3BitString& info = *static_cast<const L3BitString*>(row.info);
   uint8_t* member = record + row.offset;
-  size_t bits = l3RoomBits(call);
+  size_t bits = countBits(call, record, info);
   if (info.capBits) {
     size_t store = bits < info.capBits ? bits : info.capBits;
     member[0] = static_cast<uint8_t>(store);

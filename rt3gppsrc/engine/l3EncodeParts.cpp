@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "rt3gppsrc/engine/l3Encode.h"
+#include "rt3gppsrc/engine/l3Padding.h"
 #include "velnor3gpp/rtxBitEncode.h"
 #include "velnor3gpp/rtxDiagBitTrace.h"
 
@@ -128,8 +129,11 @@ static int encEntry(L3Call& call, const L3Type& type, const L3Row& row, const L3
 static int encListBit(L3Call& call, const L3Type& type, const L3Row& row, const L3List& info, size_t i, size_t count)
 {
   int status = 0;
-  if (info.end == kL3MoreBit)
-    status = l3EncBits(call, i < count, 1, i < count ? "ext bit" : "eol bit");
+  const char* label = i < count ? "ext bit" : "eol bit";
+  if (info.end == kL3MoreBit || info.end == kL3MoreZero)
+    status = l3EncBits(call, (i < count) == (info.end == kL3MoreBit), 1, label);
+  else if (info.end == kL3MoreLH)
+    status = l3EncPadded(call, i < count, 1, label);
   else if (info.end == kL3WhileExt && i < count)
     status = l3EncBits(call, i + 1 == count, 1, "ext bit");
   else if (info.end == kL3UntilZero && i == count && l3BitPos(call.pctxt) % 8)
@@ -174,6 +178,10 @@ int l3EncChoice(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* rec
       if (status < 0) return l3Fail(call, type.module->encoder, status, row.line);
     }
     alternative = l3FindByTag(choice, tag);
+    if (choice.from == kL3SelectCode && alternative) {
+      int status = l3EncCode(call, choice.codes[alternative - choice.alternatives]);
+      if (status < 0) return l3Fail(call, type.module->encoder, status, row.line);
+    }
   }
   if (!alternative) return l3Fail(call, type.module->encoder, RTX_E_INVALID_CHOICE, row.line);
   L3Name frame;

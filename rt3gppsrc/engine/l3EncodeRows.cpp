@@ -3,6 +3,7 @@
 
 #include "rt3gppsrc/engine/l3Encode.h"
 #include "rt3gppsrc/engine/l3Engine.h"
+#include "rt3gppsrc/engine/l3Padding.h"
 #include "rtxsrc/rtxReport.h"
 
 static constexpr unsigned kMaxRegions = 4;
@@ -33,8 +34,16 @@ static int encEnumerated(L3Call& call, const L3Type& leaf, const L3Row& row, uin
     rtxErrAddUIntParm(call.pctxt, static_cast<uint32_t>(value));
     return rtxReport(call.pctxt, RTX_E_ENUM_VALUE, moduleOf(leaf), leaf.line);
   }
-  int status = l3EncBits(call, value, row.bits, set.printOpen ? "INTEGER" : "ENUMERATED");
+  const char* label = set.printOpen ? "INTEGER" : "ENUMERATED";
+  int status = row.flags & kL3LH ? l3EncPadded(call, value, row.bits, label) : l3EncBits(call, value, row.bits, label);
   return status < 0 ? l3Fail(call, moduleOf(leaf), status, leaf.line) : 0;
+}
+
+static int encNumber(L3Call& call, const L3Row& row, uint64_t value)
+{
+  if (row.op == kL3Unary) return l3EncUnary(call, *static_cast<const L3Unary*>(row.info), static_cast<uint8_t>(value));
+  if (row.flags & kL3LH) return l3EncPadded(call, value, row.bits, "INTEGER");
+  return l3EncBits(call, value, row.bits, row.op == kL3Bool ? "BOOLEAN" : "INTEGER");
 }
 
 static int encScalar(L3Call& call, const L3Type& type, const L3Row& row, const uint8_t* member)
@@ -45,7 +54,7 @@ static int encScalar(L3Call& call, const L3Type& type, const L3Row& row, const u
   bool ranged = row.flags & kL3Ranged && (value < row.lo || value > row.hi);
   bool narrow = row.op == kL3UInt && row.bits < row.store * 8U && value >> row.bits;
   if (ranged || narrow) return l3FailRange(call, moduleOf(leaf), leaf.line, value);
-  int status = l3EncBits(call, value, row.bits, row.op == kL3Bool ? "BOOLEAN" : "INTEGER");
+  int status = encNumber(call, row, value);
   if (status < 0 && row.type) status = l3Fail(call, moduleOf(leaf), status, leaf.line);
   return status;
 }
@@ -58,6 +67,7 @@ int l3EncMember(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* rec
     case kL3UInt:
     case kL3Bool:
     case kL3Enumerated:
+    case kL3Unary:
       status = encScalar(call, type, row, record + row.offset);
       break;
     case kL3Octets:
@@ -101,6 +111,7 @@ static unsigned extBit(const L3Row& row, const uint8_t* record)
 static int encLead(L3Call& call, const L3Row& row, const uint8_t* record, bool present)
 {
   if (row.when == kL3OptBit || row.when == kL3RoomOptBit) return l3EncBits(call, present, 1, "optional bit");
+  if (l3IsLH(row.when)) return l3EncPadded(call, present, 1, "optional bit");
   bool ext = row.when == kL3Ext || row.when == kL3RoomExt || row.when == kL3More;
   if (!ext || !present || (row.flags & kL3ExtList)) return 0;
   return l3EncBits(call, extBit(row, record), 1, "ext bit");
@@ -170,6 +181,7 @@ int l3EncRows(L3Call& call, const L3Type& type, void* value)
   }
   while (opened-- > 0)
     if (running = l3EncClose(call, type, *open[opened].row, record, open[opened].start); running < 0) return running;
+  if (type.flags & kL3RestOctets) l3PadRest(call);
   return type.message ? l3EncOptions(call, type, record, running) : running;
 }
 

@@ -205,6 +205,7 @@ static void printElement(PrintWalk& walk, const L3Row& row, const char* name, co
   if (!name && row.op != kL3Record && row.op != kL3Choice) return;
   switch (row.op) {
     case kL3UInt:
+    case kL3Unary:
       return printUnsigned(walk, name, l3Load(member, row.store));
     case kL3Bool:
       rtxSinkIndent(walk.sink);
@@ -232,6 +233,7 @@ static void printElement(PrintWalk& walk, const L3Row& row, const char* name, co
     case kL3Nothing:
       return printNull(walk, name);
     case kL3Release:
+    case kL3Tail:
       return;
   }
 }

@@ -2,6 +2,7 @@
 // itself. The walk keeps count of the bits that the value will take on the wire, for lengths bound it: what no longer
 // fits stays absent, and a string or list is drawn out where an element must have a least length.
 #include "rt3gppsrc/engine/l3Engine.h"
+#include "rt3gppsrc/engine/l3Padding.h"
 #include "rt3gppsrc/engine/l3SampleFields.h"
 #include "velnor3gpp/rtxMemHeap.h"
 
@@ -95,11 +96,29 @@ static void sampleOctets(SampleWalk& walk, L3SampleRecord& sample, const L3Row& 
     l3StoreOctets(member, {static_cast<uint32_t>(count), data});
 }
 
+// Bits that a field counts: as few as the field allows, one where it may.
+static void sampleCountedBits(SampleWalk& walk, L3SampleRecord& sample, const L3Row& row, const L3BitString& info)
+{
+  uint8_t* member = sample.record + row.offset;
+  size_t bias = static_cast<size_t>(info.bias);
+  size_t count = static_cast<size_t>(l3SettleCount(sample, info.field, 1, maxOfBits(info.field.bits))) + bias;
+  if (info.capBits) count = clamp(count, 0, info.capBits);
+  walk.bits += count;
+  uint8_t* data = info.capBits ? member + info.dataOffset : static_cast<uint8_t*>(allocate(walk, count / 8 + 1));
+  if (!data) return;
+  if (count) data[(count - 1) / 8] = static_cast<uint8_t>(0xFF << (7 - (count - 1) % 8));
+  if (info.capBits)
+    member[0] = static_cast<uint8_t>(count);
+  else
+    l3StoreOctets(member, {static_cast<uint32_t>(count), data});
+}
+
 // Bits up to the end of an octet, so that nothing is padded behind them.
 static void sampleBits(SampleWalk& walk, L3SampleRecord& sample, const L3Row& row)
 {
   const L3BitString& info = *static_cast<const L3BitString*>(row.info);
   uint8_t* member = sample.record + row.offset;
+  if (info.from == kL3ByField) return sampleCountedBits(walk, sample, row, info);
   size_t count = sample.closed ? 0 : 8 - walk.bits % 8;
   count += takeGrowth(walk, info.capBits ? (info.capBits - clamp(count, 0, info.capBits)) / 8 : 0xFF) * 8;
   if (info.capBits) count = clamp(count, 0, info.capBits);
@@ -183,7 +202,7 @@ static void sampleEntry(SampleWalk& walk, const L3Type& type, const L3List& info
 {
   const L3Type& entryType = info.elem.type ? *info.elem.type : type;
   L3SampleRecord sample{entryType, entry, {}, 0, false, false};
-  if (info.end == kL3MoreBit || info.end == kL3WhileExt) ++walk.bits;
+  if (l3IsLed(info.end) || info.end == kL3WhileExt) ++walk.bits;
   sampleElement(walk, sample, info.elem);
 }
 
@@ -198,7 +217,7 @@ static size_t sampleEntries(SampleWalk& walk, const L3Type& type, const L3List& 
     ++count;
     if (walk.failed) break;
   }
-  if (info.end == kL3MoreBit) ++walk.bits;
+  if (l3IsLed(info.end)) ++walk.bits;
   return count;
 }
 
@@ -255,6 +274,7 @@ static void sampleChoice(SampleWalk& walk, L3SampleRecord& sample, const L3Row& 
   const L3Alternative* chosen = l3SettleChoice(sample, choice);
   if (!chosen) return;
   if (choice.from == kL3SelectBits) walk.bits += choice.bits;
+  if (choice.from == kL3SelectCode) walk.bits += choice.codes[chosen - choice.alternatives].bits;
   if (choice.tagged) l3Store(sample.record + row.offset, 4, chosen->tag);
   sampleElement(walk, sample, chosen->row);
   unsigned left = choice.bits;
@@ -274,9 +294,9 @@ static void sampleBody(SampleWalk& walk, L3SampleRecord& sample, const L3Row& ro
 
 static void sampleScalar(SampleWalk& walk, const L3SampleRecord& sample, const L3Row& row)
 {
-  walk.bits += row.bits;
-  if (l3IsSettled(sample, row.offset)) return;
-  l3Store(sample.record + row.offset, row.store, l3SampleValue(row));
+  uint8_t* member = sample.record + row.offset;
+  if (!l3IsSettled(sample, row.offset)) l3Store(member, row.store, l3SampleValue(row));
+  walk.bits += row.op == kL3Unary ? *member + size_t{1} : row.bits;
 }
 
 static void sampleElement(SampleWalk& walk, L3SampleRecord& sample, const L3Row& row)
@@ -287,6 +307,7 @@ static void sampleElement(SampleWalk& walk, L3SampleRecord& sample, const L3Row&
     case kL3UInt:
     case kL3Bool:
     case kL3Enumerated:
+    case kL3Unary:
       return sampleScalar(walk, sample, row);
     case kL3Octets:
       return sampleOctets(walk, sample, row);
@@ -315,8 +336,14 @@ static void sampleElement(SampleWalk& walk, L3SampleRecord& sample, const L3Row&
 
 static bool isRoom(L3When when)
 {
-  return when == kL3Room || when == kL3RoomOptBit || when == kL3RoomExt;
+  return when == kL3Room || when == kL3RoomOptBit || when == kL3RoomOptLH || when == kL3RoomExt;
 }
+
+static bool isOptBit(L3When when)
+{
+  return when == kL3OptBit || when == kL3RoomOptBit || l3IsLH(when);
+}
+
 static bool isExt(L3When when)
 {
   return when == kL3Ext || when == kL3RoomExt || when == kL3More;
@@ -342,7 +369,7 @@ static bool mayBePresent(L3SampleRecord& sample, const L3Row& row)
 
 static size_t leadBits(const L3Row& row)
 {
-  bool bit = row.when == kL3OptBit || row.when == kL3RoomOptBit || (isExt(row.when) && !(row.flags & kL3ExtList));
+  bool bit = isOptBit(row.when) || (isExt(row.when) && !(row.flags & kL3ExtList));
   return bit ? 1 : 0;
 }
 
@@ -354,7 +381,7 @@ static void clearBit(uint8_t* record, uint16_t bit)
 // Leaves an element out: what would follow it in the region or group cannot be there either.
 static void leaveOut(SampleWalk& walk, L3SampleRecord& sample, const L3Row& row, size_t before)
 {
-  walk.bits = before + (row.when == kL3OptBit || row.when == kL3RoomOptBit ? 1 : 0);
+  walk.bits = before + (isOptBit(row.when) ? 1 : 0);
   clearBit(sample.record, row.mBit);
   if (isRoom(row.when)) sample.closed = true;
   if (isExt(row.when)) sample.extClosed = true;

@@ -31,7 +31,7 @@ static bool isMember(const L3Enum& set, uint64_t value)
 static const L3Row* findIn(const L3Row* rows, size_t count, uint32_t offset)
 {
   for (const L3Row* row = rows; row < rows + count; ++row) {
-    bool scalar = row->op == kL3UInt || row->op == kL3Bool || row->op == kL3Enumerated || row->op == kL3Length;
+    bool scalar = row->op <= kL3Enumerated || row->op == kL3Unary || row->op == kL3Length;
     if (scalar && row->offset == offset) return row;
     bool inside = row->op == kL3Record && offset >= row->offset && offset - row->offset < row->type->size;
     if (!inside) continue;

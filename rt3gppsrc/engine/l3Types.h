@@ -4,6 +4,7 @@
 #ifndef VELNOR3GPP_L3_TYPES_H
 #define VELNOR3GPP_L3_TYPES_H
 
+#include "velnor3gpp/rtx3GPP.h"
 #include "velnor3gpp/rtxEnum.h"
 #include "velnor3gpp/rtxTypes.h"
 
@@ -69,6 +70,8 @@ enum L3Op : uint8_t {
   kL3Length,     // info: L3Length; opens a region to the end of the record
   kL3Release,    // info: L3Release; opens a release group
   kL3Nothing,    // no member, nothing on the wire
+  kL3Unary,      // info: L3Unary; a run of equal bits, stored as its length in one octet
+  kL3Tail,       // no member: unknown elements to the end of the region; row.bits: shifts are followed
 };
 
 enum L3When : uint8_t {
@@ -83,6 +86,8 @@ enum L3When : uint8_t {
   kL3More,       // if the extension bit before was 0
   kL3Iei,        // in L3Message.options only
   kL3ByHand,     // never coded by the engine; printed if its presence bit is set
+  kL3OptLH,      // behind a leading bit that is H
+  kL3RoomOptLH,  // the same, passed over when the region is at its end
 };
 
 enum L3RowFlags : uint8_t {
@@ -91,6 +96,7 @@ enum L3RowFlags : uint8_t {
   kL3InRelease = 0x04, // belongs to the release group opened before it
   kL3Ranged = 0x08,    // lo..hi holds an explicit range
   kL3Wide = 0x10,      // octets are 16-bit characters, which print as such
+  kL3LH = 0x20,        // the bits are relative to the padding: 0 is L, 1 is H
 };
 
 struct L3Row {
@@ -129,6 +135,15 @@ struct L3Octets {
 struct L3BitString {
   uint32_t capBits; // 0: heap (numbits u32, data pointer); else inline: numbits u8, octets at dataOffset
   uint32_t dataOffset;
+  L3CountFrom from = kL3Rest; // or kL3ByField
+  int8_t bias = 0;            // kL3ByField: added to the field
+  L3Field field = {};
+};
+
+// The bit that is repeated, as an octet: all zeros, all ones, or with byPosition the bits at their place in the octet.
+struct L3Unary {
+  uint8_t pattern;
+  uint8_t byPosition;
 };
 
 struct L3Text {
@@ -141,7 +156,15 @@ struct L3Text {
   uint32_t lo, hi; // octets on the wire
 };
 
-enum L3ListEnd : uint8_t { kL3WhileRoom, kL3Times, kL3MoreBit, kL3WhileExt, kL3UntilZero };
+enum L3ListEnd : uint8_t {
+  kL3WhileRoom,
+  kL3Times,
+  kL3MoreBit, // 1 leads an entry, 0 ends the list
+  kL3WhileExt,
+  kL3UntilZero,
+  kL3MoreZero, // 0 leads, 1 ends
+  kL3MoreLH,   // H leads, L ends
+};
 
 struct L3List {
   L3ListEnd end;
@@ -156,7 +179,7 @@ struct L3List {
   L3Row elem; // the entry; its offset is 0 from the entry's start and its name is "elem"
 };
 
-enum L3SelectFrom : uint8_t { kL3SelectFields, kL3SelectBits, kL3SelectPeek };
+enum L3SelectFrom : uint8_t { kL3SelectFields, kL3SelectBits, kL3SelectPeek, kL3SelectCode };
 
 // One alternative. Its row's offset counts from the start of the record that holds the choice.
 struct L3Alternative {
@@ -166,16 +189,26 @@ struct L3Alternative {
   L3Row row;
 };
 
+// The code on the wire of one entry of L3Choice.alternatives.
+struct L3Code {
+  uint32_t value; // L is 0, H is 1
+  uint32_t mask;  // left-justified: bits relative to the padding
+  uint8_t bits;
+};
+
 struct L3Choice {
   L3SelectFrom from;
-  uint8_t bits;   // kL3SelectBits, kL3SelectPeek
+  uint8_t bits;   // kL3SelectBits, kL3SelectPeek, kL3SelectCode (0: the codes differ, `nodes` tells them)
   uint8_t tagged; // the record has t at row.offset
   uint8_t fieldCount;
   uint16_t count;
-  uint32_t mask;                   // kL3SelectPeek
+  uint32_t mask;                   // kL3SelectPeek; kL3SelectCode: left-justified, bits relative to the padding
   uint32_t unionOffset, unionSize; // from the record's start
   const L3Field* fields;
   const L3Alternative* alternatives; // several entries may share a tag when a value list has gaps
+  const L3Code* codes = nullptr;     // kL3SelectCode: parallel to `alternatives`
+  const Rtx3gppAltDetmntNode* nodes = nullptr;
+  uint32_t nodeCount = 0;
 };
 
 // One message of a top-level form.
@@ -248,8 +281,9 @@ enum L3TypeFlags : uint8_t {
   kL3EarlyReturn = 0x02, // returns at once where a release group ends at the region's end
   kL3IsMessage = 0x04,
   kL3IsPdu = 0x08,
-  kL3IsChoice = 0x10, // a bare choice type: braces of the choice itself
-  kL3Pointer = 0x20,  // the value is a char* (string types)
+  kL3IsChoice = 0x10,   // a bare choice type: braces of the choice itself
+  kL3Pointer = 0x20,    // the value is a char* (string types)
+  kL3RestOctets = 0x40, // ends wherever the octets do; padded to the next octet on encoding
 };
 
 struct L3Type {

@@ -244,5 +244,9 @@ TEST(Layout, SamplesOfGeneratedTypesRoundTrip)
   roundTrip<Forms_Bits>(asn1Test_Forms_Bits, NASEnc_Forms_Bits, NASDec_Forms_Bits);
   roundTrip<Forms_Runs>(asn1Test_Forms_Runs, NASEnc_Forms_Runs, NASDec_Forms_Runs);
   roundTrip<Forms_Extended>(asn1Test_Forms_Extended, NASEnc_Forms_Extended, NASDec_Forms_Extended);
+  roundTrip<Forms_Relative>(asn1Test_Forms_Relative, NASEnc_Forms_Relative, NASDec_Forms_Relative);
+  roundTrip<Forms_Tree>(asn1Test_Forms_Tree, NASEnc_Forms_Tree, NASDec_Forms_Tree);
+  roundTrip<Forms_Counted>(asn1Test_Forms_Counted, NASEnc_Forms_Counted, NASDec_Forms_Counted);
+  roundTrip<Forms_Rest_Octets>(asn1Test_Forms_Rest_Octets, NASEnc_Forms_Rest_Octets, NASDec_Forms_Rest_Octets);
   roundTrip<Forms_Optional>(asn1Test_Forms_Optional, NASEnc_Forms_Optional, NASDec_Forms_Optional);
 }

@@ -36,6 +36,15 @@ static const Refused kRefused[] = {
     {"element A [1]\n  M x bits 8 in 9..1\n", "3: a range that begins above its end: '9..1'"},
     {"element A [1]\n  if =1 x bits 8\n", "3: a condition without a field: '=1'"},
     {"type A octets 1 by hand X form TV y [1]\n", "2: not a number: 'y'"},
+    // codes
+    {"choice A code [1]\n  | 0 x bits 6\n  | 01 y bits 6\n", "4: a code that begins another: '01'"},
+    {"choice A code [1]\n  | 01 x bits 6\n  | 0 y bits 6\n", "4: a code that begins another: '0'"},
+    {"choice A code [1]\n  | 0 x bits 6\n  | H y bits 6\n", "4: a bit that is both plain and L/H: 'H'"},
+    {"choice A code [1]\n  | 2 x bits 6\n", "3: a code is up to 16 of 0, 1, L and H: '2'"},
+    {"choice A code [1]\n  | else x bits 6\n", "3: an alternative without a code"},
+    {"element A [1]\n  M x unary 2\n", "3: 'unary' counts 0, 1, L or H"},
+    {"element A [1]\n  M n bits 4\n  M x bitstring by n +1 max 15\n", "4: 'n' counts up to 16 bits"},
+    {"enum A L/H [1]\n  x = 1\n", "2: an L/H enumeration names 0 and 1"},
     // fields
     {"element A [1]\n  if y x bits 8\n  M y bits 8\n", "3: 'y' comes later"},
     {"element A [1]\n  M x octets by y\n", "3: 'y' is no element of this record"},
@@ -57,6 +66,7 @@ static const Refused kRefused[] = {
     {"element A [1]\n  M x choice bits 2\n", "3: a choice without alternatives"},
     {"element A [1]\n  M x chars 4\n", "3: 'chars' is for hand-coded elements"},
     {"element A [1]\n  M x bits 8\n  release 5\n  M y bits 8\n", "4: a release group outside a length"},
+    {"element A [1]\n  tail\n  M x bits 8\n", "3: a tail ends an element"},
     {"pdu A [1]\n  M x bits 8\n", "2: a pdu ends with its body"},
     {"part A [1]\n  M x bits 8\n", "2: nothing uses the part 'A'"},
     {"element A [1]\n  M x B\nelement B [1]\n  M x A\n", "2: 'A' holds itself"},

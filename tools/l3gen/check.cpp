@@ -9,7 +9,7 @@ namespace l3gen {
 
 static bool isMark(const Row& row)
 {
-  return row.when == When::Group || row.when == When::Release || row.when == When::EndRelease;
+  return row.when >= When::Tail;
 }
 
 static void checkField(const Type& type, const Row& row, const std::string& name)
@@ -48,6 +48,17 @@ static void checkRange(const Row& row)
     refuse(row.place, format("%u to %u does not fit in %u bits", row.range->lo, row.range->hi, bits));
 }
 
+// A count of bits must fit where they are kept.
+static void checkBits(const Type& type, const Row& element)
+{
+  const What& what = element.what;
+  if (what.kind != WhatKind::BitString || what.from != From::Field || !what.max) return;
+  const Row* field = findField(type, what.field);
+  unsigned bits = field->when == When::Length ? field->number : scalarOf(field->what)->bits;
+  uint64_t most = ((1ULL << bits) - 1) + static_cast<unsigned>(what.bias);
+  if (most > what.max) refuse(element.place, format("'%s' counts up to %u bits", what.field.c_str(), unsigned(most)));
+}
+
 // What holds for a row and for an alternative; fields are looked up as for `row`, the row of the record.
 static void checkElement(const Type& type, const Row& row, const Row& element)
 {
@@ -60,6 +71,7 @@ static void checkElement(const Type& type, const Row& row, const Row& element)
   checkRange(element);
   checkField(type, row, element.often.field);
   checkField(type, row, what.field);
+  checkBits(type, element);
 }
 
 static void checkChoice(const Type& type, const Row& row)
@@ -121,6 +133,8 @@ static void checkType(const Type& type)
   if (argument && type.kind != Kind::Text) refuse(type.place, "!octets-argument and !spare-argument are for texts");
   if (type.mBits > 512) refuse(type.place, "more than 512 presence bits");
   checkForm(type);
+  if (type.padded && (type.values.size() != 2 || type.has("open-decode")))
+    refuse(type.place, "an L/H enumeration names 0 and 1");
 }
 
 static void checkRows(Model& model, const Type& type)
@@ -129,6 +143,8 @@ static void checkRows(Model& model, const Type& type)
   bool options = false;
   unsigned lengths = 0;
   for (auto& row : type.rows) try {
+      if (row.when == When::Tail && (type.kind != Kind::Record || &row != &type.rows.back()))
+        refuse(row.place, "a tail ends an element");
       if (row.when == When::Release && !lengths) refuse(row.place, "a release group outside a length");
       if (isMark(row)) continue;
       if (!row.member.empty() && !members.insert(row.member).second)

@@ -28,14 +28,16 @@ struct Range {
   uint32_t lo = 0, hi = 0;
 };
 
-enum class WhatKind { Bits, Flag, Octets, BitString, Text, Chars, Type, Choice, Body, Nothing };
+enum class WhatKind { Bits, Flag, Unary, Octets, BitString, Text, Chars, Type, Choice, Body, Nothing };
 enum class From { Fixed, Rest, Field, Own };
-enum class Select { Fields, Bits, Peek };
+enum class Select { Fields, Bits, Peek, Code };
 enum class When {
   Always,
   Room,
   OptBit,
   RoomOptBit,
+  OptLH,
+  RoomOptLH,
   If,
   WhenCond,
   Ext,
@@ -44,29 +46,41 @@ enum class When {
   Length,
   Iei,
   ByHand,
+  Tail,
   Group,
   Release,
   EndRelease
 };
-enum class End { None, WhileRoom, Times, MoreBit, WhileExt, UntilZero };
+enum class End { None, WhileRoom, Times, MoreBit, WhileExt, UntilZero, MoreZero, MoreLH };
 
 struct Type;
 struct Row;
 
+// A node of the tree of an alternative's codes: where its bits 0 and 1 lead.
+struct CodeNode {
+  bool padded = false;
+  int next[2] = {-1, -1};
+  uint32_t value[2] = {0, 0};
+};
+
 struct What {
   WhatKind kind = WhatKind::Nothing;
-  unsigned bits = 0; // Bits, Choice (own selector, peek), Octets and Text (own length)
+  unsigned bits = 0;   // Bits, Choice (own selector, peek), Octets and Text (own length)
+  bool padded = false; // Bits: relative to the padding
+  char repeated = 0;   // Unary: the bit that is counted, '0', '1', 'L' or 'H'
   From from = From::Fixed;
   uint32_t octets = 0;  // Octets: fixed size; Chars: size of the array
   uint32_t max = 0;     // inline bound (octets, or bits of a bit string)
   bool wide = false;    // Octets: 16-bit characters
   bool labels = false;  // Text
   std::string field;    // From::Field
+  int bias = 0;         // From::Field of a bit string: added to the field
   std::string typeName; // Type
   Type* type = nullptr;
   bool rest = false; // Type: a string type that gets what is left
   Select select = Select::Fields;
-  uint32_t mask = 0;
+  uint32_t mask = 0;               // Peek; Code: the bits relative to the padding, left-justified
+  std::vector<CodeNode> nodes;     // Code: of codes that differ in length or kind, else none
   std::vector<std::string> fields; // Choice, Body
   bool untagged = false;
   bool underOnly = false; // Body: one legal discriminator
@@ -100,12 +114,13 @@ struct Row {
   Often often;
   std::optional<Range> range;
   std::map<std::string, std::string> words;
-  unsigned number = 0;       // Length: bits; Iei: value; Release: release
-  bool half = false;         // Iei
-  bool countsBits = false;   // Length
-  bool fromOctet = false;    // Length: counts from the next octet
-  unsigned fit = 0;          // Release
-  std::vector<Range> values; // an alternative's
+  unsigned number = 0;            // Length: bits; Iei: value; Release: release
+  bool half = false;              // Iei
+  bool countsBits = false;        // Length
+  bool fromOctet = false;         // Length: counts from the next octet
+  unsigned fit = 0;               // Release
+  std::vector<Range> values;      // an alternative's
+  std::vector<std::string> codes; // an alternative's, of 0, 1, L and H
   bool other = false;
   uint32_t discriminator = 0, msgType = 0, tag = 0; // a body row's
   // laid out
@@ -118,6 +133,7 @@ enum class Kind { Enum, Names, Bare, Record, Message, Pdu, Text };
 
 struct Module {
   std::string name, stem, spec;
+  bool hyphens = false; // encoders push type names with hyphens
 };
 
 struct Type {
@@ -127,6 +143,8 @@ struct Type {
   std::string name, full, clause;
   bool part = false;
   bool choiceType = false;                         // a Bare made by a `choice` block
+  bool restOctets = false;                         // a Record made by a `rest` block
+  bool padded = false;                             // Enum: relative to the padding
   unsigned bits = 0;                               // Enum, Names
   std::vector<std::pair<std::string, int>> values; // Enum, Names
   std::vector<Row> rows;
@@ -141,10 +159,11 @@ struct Type {
 
 // A scalar after following aliases: what a row of it can be flattened to.
 struct Scalar {
-  WhatKind kind; // Bits or Flag
+  WhatKind kind; // Bits, Flag or Unary
   unsigned bits;
   Type* named; // Enum or Names, else null
   std::optional<Range> range;
+  bool padded = false;
 };
 
 struct Model {
@@ -166,6 +185,11 @@ std::optional<uint32_t> fixedBits(const Type& type);
 std::optional<uint32_t> fixedBits(const Row& row);
 // The length that an element begins with: its width in bits, or 0.
 unsigned leadingLength(const Type& type);
+// codes.cpp: lays out the codes of a choice; the values that its alternatives are selected by follow from them.
+void layOutCodes(What& what);
+// A code as a number, L being 0 and H 1, and the mask of its bits that are L or H.
+uint32_t codeValue(const std::string& code);
+uint32_t codeMask(const std::string& code);
 // How an element is skipped out of its turn: "length", "fixed" with octets, or "nothing".
 std::string skipForm(const Row& row, uint32_t& octets);
 bool needsInit(const Type& type);

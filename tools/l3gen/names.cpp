@@ -111,6 +111,7 @@ std::string declare(const What& what, const std::string& name, int indent)
     case WhatKind::Bits:
       return p + format("uint%u_t ", storeForBits(what.bits) * 8) + name;
     case WhatKind::Flag:
+    case WhatKind::Unary:
       return p + "uint8_t " + name;
     case WhatKind::Octets:
       if (what.from == From::Fixed) return p + "uint8_t " + name + format("[%u]", what.octets);
@@ -155,6 +156,8 @@ static std::string declareList(const Row& row, int indent)
 static std::string widthWords(const What& what)
 {
   auto scalar = scalarOf(what);
+  if (scalar && scalar->kind == WhatKind::Unary) return "a run of equal bits, counted";
+  if (scalar && scalar->padded) return "1 bit relative to the padding";
   if (scalar) return format("%u bit%s", scalar->bits, scalar->bits == 1 ? "" : "s");
   switch (what.kind) {
     case WhatKind::Octets:
@@ -184,6 +187,9 @@ static std::string whenWords(const Row& row)
     case When::OptBit:
     case When::RoomOptBit:
       return "present if its leading bit is 1";
+    case When::OptLH:
+    case When::RoomOptLH:
+      return "present if its leading bit is H";
     case When::If:
     case When::WhenCond:
       return "depends on " + row.cond[0].field;
@@ -216,7 +222,7 @@ static std::string comment(const Row& row)
 
 std::string declareRow(const Row& row, int indent)
 {
-  if (row.when == When::Group || row.when == When::Release || row.when == When::EndRelease) return "";
+  if (row.when >= When::Tail) return ""; // no element
   if (row.when == When::Length)
     return row.member.empty()
                ? ""

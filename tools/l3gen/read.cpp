@@ -1,11 +1,9 @@
 // Reading: lines to blocks and rows. Every word is accounted for; what is not understood is refused with its place.
-#include <algorithm>
-#include <charconv>
 #include <fstream>
 #include <set>
 #include <sstream>
 
-#include "model.h"
+#include "words.h"
 
 namespace l3gen {
 
@@ -14,240 +12,6 @@ Module* Model::module(const std::string& name)
   for (auto& m : modules)
     if (m->name == name) return m.get();
   return nullptr;
-}
-
-static const std::set<std::string> kWords = {
-    "open-decode",   "open-encode", "no-tail",     "shifts",     "untagged",        "early-return",
-    "hyphen-encode", "full-length", "null-suffix", "no-decoder", "no-encoder",      "no-printer",
-    "no-sample",     "no-init",     "sample",      "name-as",    "octets-argument", "spare-argument"};
-
-// The words of a line, consumed from the left.
-struct Words {
-  Place place;
-  std::vector<std::string> list;
-  size_t at = 0;
-  bool more() const { return at < list.size(); }
-  std::string peek(size_t k = 0) const { return at + k < list.size() ? list[at + k] : ""; }
-  std::string take(const char* wanted)
-  {
-    if (!more()) refuse(place, std::string("expected ") + wanted + " at the end of the line");
-    return list[at++];
-  }
-  bool accept(const char* word)
-  {
-    if (peek() != word) return false;
-    ++at;
-    return true;
-  }
-};
-
-static const std::string& checkedName(const Place& place, const std::string& name)
-{
-  if (!isWord(name)) refuse(place, "not a name: '" + name + "'");
-  return name;
-}
-
-static uint32_t number(const Place& place, const std::string& text)
-{
-  bool hex = text.starts_with("0x");
-  const char* begin = text.data() + (hex ? 2 : 0);
-  const char* end = text.data() + text.size();
-  uint32_t value = 0;
-  auto [at, error] = std::from_chars(begin, end, value, hex ? 16 : 10);
-  if (error != std::errc() || at != end) refuse(place, "not a number: '" + text + "'");
-  return value;
-}
-
-static bool isRange(const std::string& text)
-{
-  size_t dots = text.find("..");
-  return dots != std::string::npos && dots > 0 && isdigit(static_cast<unsigned char>(text[0]));
-}
-
-static Range range(const Place& place, const std::string& text)
-{
-  size_t dots = text.find("..");
-  Range r;
-  r.lo = number(place, text.substr(0, dots));
-  r.hi = dots == std::string::npos ? r.lo : number(place, text.substr(dots + 2));
-  if (r.lo > r.hi) refuse(place, "a range that begins above its end: '" + text + "'");
-  return r;
-}
-
-static std::vector<std::string> split(const std::string& text, char by)
-{
-  std::vector<std::string> parts;
-  std::stringstream in(text);
-  for (std::string part; std::getline(in, part, by);) parts.push_back(part);
-  return parts;
-}
-
-static std::vector<Range> ranges(const Place& place, const std::string& text)
-{
-  std::vector<Range> list;
-  for (auto& part : split(text, ',')) list.push_back(range(place, part));
-  if (list.empty()) refuse(place, "a list of values is empty");
-  return list;
-}
-
-static std::vector<Term> condition(const Place& place, const std::string& text)
-{
-  std::vector<Term> terms;
-  for (auto& part : split(text, '&')) {
-    Term term;
-    size_t eq = part.find('=');
-    bool unequal = eq != std::string::npos && eq > 0 && part[eq - 1] == '!';
-    term.negate = eq == std::string::npos || unequal;
-    term.field = part.substr(0, eq == std::string::npos ? eq : eq - unequal);
-    if (term.field.empty()) refuse(place, "a condition without a field: '" + part + "'");
-    term.values = eq == std::string::npos ? std::vector<Range>{{0, 0}} : ranges(place, part.substr(eq + 1));
-    if (term.negate && term.values.size() > 1) refuse(place, "'!=' takes one value: '" + part + "'");
-    terms.push_back(term);
-  }
-  if (terms.empty()) refuse(place, "a condition is empty");
-  return terms;
-}
-
-static unsigned bitCount(const Place& place, const std::string& text, unsigned most)
-{
-  uint32_t bits = number(place, text);
-  if (bits < 1 || bits > most) refuse(place, format("a width of %u bits is outside 1 to %u", bits, most));
-  return bits;
-}
-
-static void readSource(Words& w, What& what)
-{
-  if (w.accept("rest"))
-    what.from = From::Rest;
-  else if (w.accept("by")) {
-    what.from = From::Field;
-    what.field = w.take("a field");
-  } else if (w.accept("length")) {
-    what.from = From::Own;
-    what.bits = bitCount(w.place, w.take("a width"), 16);
-  } else if (what.kind == WhatKind::Octets) {
-    what.from = From::Fixed;
-    what.octets = number(w.place, w.take("a size"));
-    if (what.octets < 1 || what.octets > 65535) refuse(w.place, "a size outside 1 to 65535 octets");
-  } else {
-    refuse(w.place, "expected rest, by or length");
-  }
-  if (w.accept("max")) what.max = number(w.place, w.take("a bound"));
-  if (what.kind == WhatKind::Octets && what.max > 255) refuse(w.place, "an inline string holds at most 255 octets");
-}
-
-static void readSelector(Words& w, What& what)
-{
-  if (w.accept("by")) {
-    what.select = Select::Fields;
-    what.fields = split(w.take("a field"), ',');
-  } else if (w.accept("bits")) {
-    what.select = Select::Bits;
-    what.bits = bitCount(w.place, w.take("a width"), 16);
-  } else if (w.accept("peek")) {
-    what.select = Select::Peek;
-    what.bits = bitCount(w.place, w.take("a width"), 32);
-    if (!w.accept("&")) refuse(w.place, "expected '& MASK' after peek");
-    what.mask = number(w.place, w.take("a mask"));
-  } else {
-    refuse(w.place, "expected by, bits or peek behind choice");
-  }
-}
-
-static void readBody(Words& w, What& what)
-{
-  what.kind = WhatKind::Body;
-  if (!w.accept("by")) refuse(w.place, "expected 'by' behind body");
-  what.fields = split(w.take("a field"), ',');
-  if (w.accept("under")) {
-    auto terms = condition(w.place, w.take("a field and its value"));
-    what.underOnly = true;
-    what.under = terms[0].values[0].lo;
-    what.fields.insert(what.fields.begin(), terms[0].field);
-  }
-  if (what.fields.size() > 2) refuse(w.place, "a body has at most two selecting fields");
-}
-
-static What readWhat(Words& w)
-{
-  What what;
-  std::string word = w.take("what the element is");
-  if (word == "bits") {
-    what.kind = WhatKind::Bits;
-    what.bits = bitCount(w.place, w.take("a width"), 64);
-  } else if (word == "flag") {
-    what.kind = WhatKind::Flag;
-    what.bits = 1;
-  } else if (word == "octets" || word == "ucs2") {
-    what.kind = WhatKind::Octets;
-    what.wide = word == "ucs2";
-    readSource(w, what);
-  } else if (word == "bitstring") {
-    what.kind = WhatKind::BitString;
-    readSource(w, what);
-    if (what.from != From::Rest) refuse(w.place, "a bit string runs to the rest of its region");
-  } else if (word == "string" || word == "labels") {
-    what.kind = WhatKind::Text;
-    what.labels = word == "labels";
-    readSource(w, what);
-  } else if (word == "chars") {
-    what.kind = WhatKind::Chars;
-    what.octets = number(w.place, w.take("a size"));
-    if (what.octets < 2 || what.octets > 255) refuse(w.place, "a character array holds 2 to 255 octets");
-  } else if (word == "choice") {
-    what.kind = WhatKind::Choice;
-    readSelector(w, what);
-  } else if (word == "body") {
-    readBody(w, what);
-  } else if (word == "-") {
-    what.kind = WhatKind::Nothing;
-  } else {
-    what.kind = WhatKind::Type;
-    what.typeName = word;
-    what.rest = w.accept("rest");
-  }
-  return what;
-}
-
-static Often readOften(Words& w)
-{
-  Often often;
-  if (w.accept("while-room"))
-    often.end = End::WhileRoom;
-  else if (w.accept("times")) {
-    often.end = End::Times;
-    often.field = w.take("a count");
-    if (w.peek().starts_with("+")) often.bias = static_cast<int>(bitCount(w.place, w.take("").substr(1), 100));
-  } else if (w.accept("more-bit"))
-    often.end = End::MoreBit;
-  else if (w.accept("while-ext"))
-    often.end = End::WhileExt;
-  else if (w.accept("until-zero")) {
-    often.end = End::UntilZero;
-    often.zeroBits = bitCount(w.place, w.take("a width"), 8);
-  } else
-    return often;
-  if (isRange(w.peek())) often.range = range(w.place, w.take(""));
-  often.heap = w.accept("heap");
-  if (often.range && !often.heap && often.range->hi > 255)
-    refuse(w.place, "an inline list holds at most 255 entries; add heap");
-  if (often.bounded() && often.range->hi == 0) refuse(w.place, "an inline list without room");
-  return often;
-}
-
-static void readTail(Words& w, std::optional<Range>* r, std::map<std::string, std::string>& words)
-{
-  while (w.more()) {
-    std::string next = w.take("");
-    if (next == "in" && r && !*r)
-      *r = range(w.place, w.take("a range"));
-    else if (next.size() > 1 && next[0] == '!') {
-      std::string key = next.substr(1);
-      if (!kWords.count(key)) refuse(w.place, "an unknown quirk word '" + next + "'");
-      words[key] = key == "name-as" ? checkedName(w.place, w.take("a name")) : "";
-    } else
-      refuse(w.place, "not understood: '" + next + "'");
-  }
 }
 
 static bool isIei(const std::string& word)
@@ -263,10 +27,15 @@ static void readWhen(Words& w, Row& row)
   if (word == "M")
     row.when = When::Always;
   else if (word == "room") {
-    row.when = w.accept("0/1") ? When::RoomOptBit : w.accept("ext") ? When::RoomExt : When::Room;
+    row.when = w.accept("0/1")   ? When::RoomOptBit
+               : w.accept("L/H") ? When::RoomOptLH
+               : w.accept("ext") ? When::RoomExt
+                                 : When::Room;
     if (row.when == When::Room && w.accept("if")) row.cond = condition(w.place, w.take("a condition"));
   } else if (word == "0/1")
     row.when = When::OptBit;
+  else if (word == "L/H")
+    row.when = When::OptLH;
   else if (word == "ext")
     row.when = When::Ext;
   else if (word == "more")
@@ -296,6 +65,8 @@ static Row readMark(Words& w)
   std::string word = w.take("");
   if (word == "end-release")
     row.when = When::EndRelease;
+  else if (word == "tail")
+    row.when = When::Tail;
   else if (word == "group") {
     row.when = When::Group;
     row.name = checkedName(w.place, w.take("a group's name"));
@@ -311,7 +82,8 @@ static Row readMark(Words& w)
 
 static Row readRow(Words& w)
 {
-  if (w.peek() == "group" || w.peek() == "release" || w.peek() == "end-release") return readMark(w);
+  static const std::set<std::string> marks = {"group", "release", "end-release", "tail"};
+  if (marks.count(w.peek())) return readMark(w);
   Row row;
   row.place = w.place;
   readWhen(w, row);
@@ -342,6 +114,8 @@ static Row readAlternative(Words& w, const What& parent)
   } else {
     if (w.accept("else"))
       row.other = true;
+    else if (parent.select == Select::Code)
+      row.codes = split(w.take("codes"), ',');
     else
       row.values = ranges(w.place, w.take("values"));
     row.name = checkedName(w.place, w.take("a name"));
@@ -423,8 +197,9 @@ static void readKind(Words& w, Type& type, const std::string& block)
 {
   if (block == "enum" || block == "names") {
     type.kind = block == "enum" ? Kind::Enum : Kind::Names;
-    if (!w.accept("bits")) refuse(w.place, "expected bits and a width");
-    type.bits = bitCount(w.place, w.take("a width"), 8);
+    type.padded = type.kind == Kind::Enum && w.accept("L/H");
+    if (!type.padded && !w.accept("bits")) refuse(w.place, "expected bits and a width");
+    type.bits = type.padded ? 1 : bitCount(w.place, w.take("a width"), 8);
   } else if (block == "type") {
     type.kind = Kind::Bare;
     takeLength(w, type, false);
@@ -457,6 +232,8 @@ static void readKind(Words& w, Type& type, const std::string& block)
     type.kind = Kind::Pdu;
   } else {
     type.part = block == "part";
+    type.restOctets = block == "rest";
+    if (type.restOctets) return;
     takeLength(w, type, true);
   }
 }
@@ -464,7 +241,7 @@ static void readKind(Words& w, Type& type, const std::string& block)
 static Type* readBlock(Model& model, Module* module, Words& w)
 {
   static const std::set<std::string> blocks = {"enum", "names",  "type",    "text", "element",
-                                               "part", "choice", "message", "pdu"};
+                                               "part", "choice", "message", "pdu",  "rest"};
   std::string block = w.list[0];
   if (!blocks.count(block)) refuse(w.place, "an unknown block '" + block + "'");
   if (!module) refuse(w.place, "a block before the module line");
@@ -493,8 +270,9 @@ static Module* readModule(Model& model, Words& w)
   if (!w.accept("file")) refuse(w.place, "expected 'file STEM' in the module line");
   std::string stem = checkedName(w.place, w.take("a file stem"));
   std::string spec = w.accept("spec") ? w.take("a standard") : "";
-  while (w.more()) spec += " " + w.take("");
+  while (w.more() && w.peek() != "hyphens") spec += " " + w.take("");
   std::erase(spec, '"');
+  bool hyphens = w.accept("hyphens");
   if (Module* known = model.module(name)) {
     if (known->stem != stem) refuse(w.place, "module '" + name + "' has another file stem elsewhere");
     return known;
@@ -502,7 +280,7 @@ static Module* readModule(Model& model, Words& w)
   for (auto& other : model.modules)
     if (other->stem == stem) refuse(w.place, "file stem '" + stem + "' belongs to module '" + other->name + "'");
   if (spec.empty()) refuse(w.place, "expected spec and a standard in the module line");
-  model.modules.push_back(std::make_unique<Module>(Module{name, stem, spec}));
+  model.modules.push_back(std::make_unique<Module>(Module{name, stem, spec, hyphens}));
   return model.modules.back().get();
 }
 

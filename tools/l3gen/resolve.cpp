@@ -43,12 +43,18 @@ static void resolveWhat(Model& model, Type& owner, Row& row)
     if (what.rest && what.type && what.type->kind != Kind::Text)
       model.refusals.push_back({row.place, "'rest' is for string types"});
   }
+  if (what.select == Select::Code) try {
+      layOutCodes(what);
+    } catch (const Refusal& r) {
+      model.refusals.push_back(r);
+    }
   for (auto& alternative : what.alternatives) resolveWhat(model, owner, alternative);
 }
 
 std::optional<Scalar> scalarOf(const What& what)
 {
-  if (what.kind == WhatKind::Bits) return Scalar{WhatKind::Bits, what.bits, nullptr, {}};
+  if (what.kind == WhatKind::Bits) return Scalar{WhatKind::Bits, what.bits, nullptr, {}, what.padded};
+  if (what.kind == WhatKind::Unary) return Scalar{WhatKind::Unary, what.bits, nullptr, {}};
   if (what.kind == WhatKind::Flag) return Scalar{WhatKind::Flag, 1, nullptr, {}};
   if (what.kind == WhatKind::Type && what.type && !what.rest) return scalarOf(*what.type);
   return {};
@@ -58,7 +64,7 @@ static std::optional<Scalar> scalarAt(const Type& type, int depth)
 {
   if (depth > 16) refuse(type.place, "'" + type.name + "' is defined by itself");
   if (type.kind == Kind::Enum || type.kind == Kind::Names)
-    return Scalar{WhatKind::Bits, type.bits, const_cast<Type*>(&type), {}};
+    return Scalar{WhatKind::Bits, type.bits, const_cast<Type*>(&type), {}, type.padded};
   bool bare = type.kind == Kind::Bare && type.rows.size() == 1 && type.rows[0].often.end == End::None;
   if (!bare) return {};
   const What& what = type.rows[0].what;
@@ -101,6 +107,7 @@ std::optional<uint32_t> fixedBits(const Type& type)
   if (type.kind == Kind::Enum || type.kind == Kind::Names) return type.bits;
   if (type.form.starts_with("TV ")) return static_cast<uint32_t>(std::stoul(type.form.substr(3))) * 8;
   if (!type.decodeFile.empty() || type.kind == Kind::Text || type.kind == Kind::Pdu) return {};
+  if (type.restOctets) return {};
   uint32_t sum = 0;
   for (auto& row : type.rows) {
     auto bits = fixedBits(row);
@@ -225,6 +232,8 @@ static bool hasBit(When when)
     case When::Room:
     case When::OptBit:
     case When::RoomOptBit:
+    case When::OptLH:
+    case When::RoomOptLH:
     case When::If:
     case When::RoomExt:
     case When::More:
@@ -268,8 +277,9 @@ static void layOutBits(Type& type)
 
 static bool runnable(const Row& row)
 {
-  return row.when == When::Always && row.often.end == End::None && !row.range && scalarOf(row.what) &&
-         !scalarOf(row.what)->range && scalarOf(row.what)->bits <= 32;
+  if (row.when != When::Always || row.often.end != End::None || row.range) return false;
+  auto scalar = scalarOf(row.what);
+  return scalar && !scalar->range && !scalar->padded && scalar->kind != WhatKind::Unary && scalar->bits <= 32;
 }
 
 static void layOutRuns(Type& type)
@@ -344,6 +354,7 @@ void resolve(Model& model)
   for (auto& type : model.types) {
     nameMembers(*type);
     for (auto& row : type->rows) resolveWhat(model, *type, row);
+    if (type->module->hyphens) type->words["hyphen-encode"] = "";
   }
   if (!model.refusals.empty() || !forTypes(model, [](Type& type) { scalarOf(type); })) return;
   std::set<Type*> sound;

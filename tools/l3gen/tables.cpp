@@ -78,7 +78,8 @@ static std::string textInfo(TableWriter& w, const Row& row)
 
 static std::string listInfo(TableWriter& w, const Row& row, const std::string& path)
 {
-  static const char* ends[] = {"", "kL3WhileRoom", "kL3Times", "kL3MoreBit", "kL3WhileExt", "kL3UntilZero"};
+  static const char* ends[] = {
+      "", "kL3WhileRoom", "kL3Times", "kL3MoreBit", "kL3WhileExt", "kL3UntilZero", "kL3MoreZero", "kL3MoreLH"};
   const Often& often = row.often;
   Row elem;
   elem.place = row.place;
@@ -95,9 +96,24 @@ static std::string listInfo(TableWriter& w, const Row& row, const std::string& p
                          size.c_str(), w.field(often.field).c_str(), limits(often.range).c_str(), entry.c_str()));
 }
 
+// The codes of a choice, entry for entry of its table, and the tree that finds them.
+static std::string codesInfo(TableWriter& w, const What& what)
+{
+  std::vector<std::string> codes, nodes;
+  for (auto& alternative : what.alternatives)
+    for (auto& code : alternative.codes)
+      codes.push_back(format("%uU, 0x%08XU, %zu", codeValue(code), codeMask(code), code.size()));
+  for (auto& node : what.nodes)
+    nodes.push_back(
+        format("%d, %d, 0x%08XU, %d, 0x%08XU", node.padded, node.next[0], node.value[0], node.next[1], node.value[1]));
+  std::string codeTable = w.array("L3Code", codes);
+  return codeTable + ", " + (nodes.empty() ? "nullptr" : w.array("Rtx3gppAltDetmntNode", nodes)) +
+         format(", %zu", nodes.size());
+}
+
 static std::string choiceInfo(TableWriter& w, const Row& row, const std::string& path)
 {
-  static const char* selects[] = {"kL3SelectFields", "kL3SelectBits", "kL3SelectPeek"};
+  static const char* selects[] = {"kL3SelectFields", "kL3SelectBits", "kL3SelectPeek", "kL3SelectCode"};
   const What& what = row.what;
   std::vector<std::string> items, fields;
   std::string unionPath = what.untagged ? path : join(path, "u");
@@ -120,9 +136,11 @@ static std::string choiceInfo(TableWriter& w, const Row& row, const std::string&
   if (!fields.empty()) selectors = w.array("L3Field", fields);
   std::string size = "sizeof(static_cast<" + w.type.full + "*>(nullptr)->" + unionPath + ")";
   if (unionPath.empty()) size = "sizeof(" + w.type.full + ")";
-  return w.object("L3Choice", format("%s, %u, %d, %zu, %u, %uU, %s, %s, %s, %s", selects[static_cast<int>(what.select)],
-                                     what.bits, !what.untagged, what.fields.size(), count, what.mask,
-                                     w.off(unionPath).c_str(), size.c_str(), selectors.c_str(), table.c_str()));
+  std::string codes = what.select == Select::Code ? codesInfo(w, what) : "nullptr, nullptr, 0";
+  return w.object("L3Choice",
+                  format("%s, %u, %d, %zu, %u, %uU, %s, %s, %s, %s, %s", selects[static_cast<int>(what.select)],
+                         what.bits, !what.untagged, what.fields.size(), count, what.mask, w.off(unionPath).c_str(),
+                         size.c_str(), selectors.c_str(), table.c_str(), codes.c_str()));
 }
 
 // A table of 256 octets, by value.
@@ -193,6 +211,20 @@ struct Coded {
   std::optional<Range> range;
 };
 
+static std::string unaryInfo(TableWriter& w, const What& what)
+{
+  const What& counted = what.type ? what.type->rows[0].what : what;
+  if (counted.type) return unaryInfo(w, counted);
+  switch (counted.repeated) {
+    case 'L':
+      return w.object("L3Unary", "0x2B, 1");
+    case 'H':
+      return w.object("L3Unary", "0xD4, 1");
+    default:
+      return w.object("L3Unary", counted.repeated == '1' ? "0xFF, 0" : "0x00, 0");
+  }
+}
+
 static void codeScalar(TableWriter& w, const Row& row, Coded& c)
 {
   Scalar scalar = *scalarOf(row.what);
@@ -201,6 +233,10 @@ static void codeScalar(TableWriter& w, const Row& row, Coded& c)
   c.op = scalar.kind == WhatKind::Flag ? "kL3Bool" : "kL3UInt";
   if (row.what.type && row.what.type != &w.type) c.type = "&l3_" + row.what.type->full;
   c.range = row.range ? row.range : scalar.range;
+  if (scalar.kind == WhatKind::Unary) {
+    c.op = "kL3Unary";
+    c.info = unaryInfo(w, row.what);
+  }
   if (!scalar.named) return;
   c.op = "kL3Enumerated";
   c.info = "&l3enum_" + scalar.named->full;
@@ -226,7 +262,8 @@ static Coded code(TableWriter& w, const Row& row, const std::string& path)
       break;
     case WhatKind::BitString:
       c.op = "kL3BitString";
-      c.info = w.object("L3BitString", format("%u, 1", row.what.max));
+      c.info = w.object("L3BitString", format("%u, 1, %s, %d, %s", row.what.max, fromName(row.what.from), row.what.bias,
+                                              w.field(row.what.field).c_str()));
       break;
     case WhatKind::Text:
     case WhatKind::Chars:
@@ -263,6 +300,8 @@ static std::string rowFlags(const Row& row, const Coded& c)
   if (extList || row.often.end == End::WhileExt) flags += row.when == When::More ? " | kL3ExtList" : "";
   if (row.inRelease) flags += " | kL3InRelease";
   if (row.what.wide) flags += " | kL3Wide";
+  auto scalar = row.often.end == End::None ? scalarOf(row.what) : std::nullopt;
+  if (scalar && scalar->padded) flags += " | kL3LH";
   if (c.range) flags += " | kL3Ranged";
   return flags;
 }
@@ -274,9 +313,9 @@ static std::string bit(int number)
 
 static std::string rowInit(TableWriter& w, const Row& row, const std::string& path)
 {
-  static const char* whens[] = {"kL3Always",   "kL3Room",   "kL3OptBit",  "kL3RoomOptBit", "kL3If",
-                                "kL3WhenCond", "kL3Ext",    "kL3RoomExt", "kL3More",       "kL3Always",
-                                "kL3Iei",      "kL3ByHand", "kL3Always",  "kL3Always",     "kL3Always"};
+  static const char* whens[] = {"kL3Always", "kL3Room",     "kL3OptBit", "kL3RoomOptBit", "kL3OptLH",  "kL3RoomOptLH",
+                                "kL3If",     "kL3WhenCond", "kL3Ext",    "kL3RoomExt",    "kL3More",   "kL3Always",
+                                "kL3Iei",    "kL3ByHand",   "kL3Always", "kL3Always",     "kL3Always", "kL3Always"};
   Coded c;
   if (row.when == When::Length) {
     c.op = "kL3Length";
@@ -290,6 +329,9 @@ static std::string rowInit(TableWriter& w, const Row& row, const std::string& pa
     while (at + 1 + count < rows.size() && rows[at + 1 + count].inRelease) ++count;
     c.op = "kL3Release";
     c.info = w.object("L3Release", format("%u, %u, %zu", row.number, row.fit, count));
+  } else if (row.when == When::Tail) {
+    c.op = "kL3Tail";
+    c.bits = row.words.count("shifts") != 0;
   } else {
     c = code(w, row, path);
   }
@@ -362,6 +404,7 @@ static std::string typeFlags(const Type& type)
   if (bare) flags += " | kL3Bare";
   if (bare && text) flags += " | kL3Pointer";
   if (type.choiceType) flags += " | kL3IsChoice";
+  if (type.restOctets) flags += " | kL3RestOctets";
   if (type.kind == Kind::Message) flags += " | kL3IsMessage";
   if (type.kind == Kind::Pdu) flags += " | kL3IsPdu";
   if (type.has("early-return")) flags += " | kL3EarlyReturn";

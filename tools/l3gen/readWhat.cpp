@@ -1,0 +1,167 @@
+// Reading of what an element is and how often it stands there.
+#include <set>
+
+#include "words.h"
+
+namespace l3gen {
+
+static const std::set<std::string> kWords = {
+    "open-decode",   "open-encode", "no-tail",     "shifts",     "untagged",        "early-return",
+    "hyphen-encode", "full-length", "null-suffix", "no-decoder", "no-encoder",      "no-printer",
+    "no-sample",     "no-init",     "sample",      "name-as",    "octets-argument", "spare-argument"};
+
+static void readSource(Words& w, What& what)
+{
+  if (w.accept("rest"))
+    what.from = From::Rest;
+  else if (w.accept("by")) {
+    what.from = From::Field;
+    what.field = w.take("a field");
+  } else if (w.accept("length")) {
+    what.from = From::Own;
+    what.bits = bitCount(w.place, w.take("a width"), 16);
+  } else if (what.kind == WhatKind::Octets) {
+    what.from = From::Fixed;
+    what.octets = number(w.place, w.take("a size"));
+    if (what.octets < 1 || what.octets > 65535) refuse(w.place, "a size outside 1 to 65535 octets");
+  } else {
+    refuse(w.place, "expected rest, by or length");
+  }
+  if (what.kind == WhatKind::BitString && what.from == From::Field && w.peek().starts_with("+"))
+    what.bias = static_cast<int>(bitCount(w.place, w.take("").substr(1), 100));
+  if (w.accept("max")) what.max = number(w.place, w.take("a bound"));
+  if (what.kind == WhatKind::Octets && what.max > 255) refuse(w.place, "an inline string holds at most 255 octets");
+}
+
+void readSelector(Words& w, What& what)
+{
+  if (w.accept("by")) {
+    what.select = Select::Fields;
+    what.fields = split(w.take("a field"), ',');
+  } else if (w.accept("bits")) {
+    what.select = Select::Bits;
+    what.bits = bitCount(w.place, w.take("a width"), 16);
+  } else if (w.accept("peek")) {
+    what.select = Select::Peek;
+    what.bits = bitCount(w.place, w.take("a width"), 32);
+    if (!w.accept("&")) refuse(w.place, "expected '& MASK' after peek");
+    what.mask = number(w.place, w.take("a mask"));
+  } else if (w.accept("code")) {
+    what.select = Select::Code;
+  } else {
+    refuse(w.place, "expected by, bits, peek or code behind choice");
+  }
+}
+
+static void readUnary(Words& w, What& what)
+{
+  std::string bit = w.take("the bit to count");
+  if (bit != "0" && bit != "1" && bit != "L" && bit != "H") refuse(w.place, "'unary' counts 0, 1, L or H");
+  what.kind = WhatKind::Unary;
+  what.bits = 8;
+  what.repeated = bit[0];
+}
+
+static void readBody(Words& w, What& what)
+{
+  what.kind = WhatKind::Body;
+  if (!w.accept("by")) refuse(w.place, "expected 'by' behind body");
+  what.fields = split(w.take("a field"), ',');
+  if (w.accept("under")) {
+    auto terms = condition(w.place, w.take("a field and its value"));
+    what.underOnly = true;
+    what.under = terms[0].values[0].lo;
+    what.fields.insert(what.fields.begin(), terms[0].field);
+  }
+  if (what.fields.size() > 2) refuse(w.place, "a body has at most two selecting fields");
+}
+
+What readWhat(Words& w)
+{
+  What what;
+  std::string word = w.take("what the element is");
+  if (word == "bits") {
+    what.kind = WhatKind::Bits;
+    what.bits = bitCount(w.place, w.take("a width"), 64);
+  } else if (word == "flag") {
+    what.kind = WhatKind::Flag;
+    what.bits = 1;
+  } else if (word == "L/H") {
+    what.kind = WhatKind::Bits;
+    what.bits = 1;
+    what.padded = true;
+  } else if (word == "unary") {
+    readUnary(w, what);
+  } else if (word == "octets" || word == "ucs2") {
+    what.kind = WhatKind::Octets;
+    what.wide = word == "ucs2";
+    readSource(w, what);
+  } else if (word == "bitstring") {
+    what.kind = WhatKind::BitString;
+    readSource(w, what);
+    if (what.from == From::Own) refuse(w.place, "a bit string has no length of its own");
+  } else if (word == "string" || word == "labels") {
+    what.kind = WhatKind::Text;
+    what.labels = word == "labels";
+    readSource(w, what);
+  } else if (word == "chars") {
+    what.kind = WhatKind::Chars;
+    what.octets = number(w.place, w.take("a size"));
+    if (what.octets < 2 || what.octets > 255) refuse(w.place, "a character array holds 2 to 255 octets");
+  } else if (word == "choice") {
+    what.kind = WhatKind::Choice;
+    readSelector(w, what);
+  } else if (word == "body") {
+    readBody(w, what);
+  } else if (word == "-") {
+    what.kind = WhatKind::Nothing;
+  } else {
+    what.kind = WhatKind::Type;
+    what.typeName = word;
+    what.rest = w.accept("rest");
+  }
+  return what;
+}
+
+Often readOften(Words& w)
+{
+  Often often;
+  if (w.accept("while-room"))
+    often.end = End::WhileRoom;
+  else if (w.accept("times")) {
+    often.end = End::Times;
+    often.field = w.take("a count");
+    if (w.peek().starts_with("+")) often.bias = static_cast<int>(bitCount(w.place, w.take("").substr(1), 100));
+  } else if (w.accept("more-bit"))
+    often.end = w.accept("0") ? End::MoreZero : w.accept("L/H") ? End::MoreLH : End::MoreBit;
+  else if (w.accept("while-ext"))
+    often.end = End::WhileExt;
+  else if (w.accept("until-zero")) {
+    often.end = End::UntilZero;
+    often.zeroBits = bitCount(w.place, w.take("a width"), 8);
+  } else
+    return often;
+  if (isRange(w.peek())) often.range = range(w.place, w.take(""));
+  often.heap = w.accept("heap");
+  if (often.range && !often.heap && often.range->hi > 255)
+    refuse(w.place, "an inline list holds at most 255 entries; add heap");
+  if (often.bounded() && often.range->hi == 0) refuse(w.place, "an inline list without room");
+  return often;
+}
+
+void readTail(Words& w, std::optional<Range>* r, std::map<std::string, std::string>& words)
+{
+  while (w.more()) {
+    std::string next = w.take("");
+    if (next == "in" && r && !*r)
+      *r = range(w.place, w.take("a range"));
+    else if (next.size() > 1 && next[0] == '!') {
+      std::string key = next.substr(1);
+      if (!kWords.count(key)) refuse(w.place, "an unknown quirk word '" + next + "'");
+      words[key] = key == "name-as" ? checkedName(w.place, w.take("a name")) : "";
+    } else
+      refuse(w.place, "not understood: '" + next + "'");
+  }
+}
+
+} // namespace l3gen
