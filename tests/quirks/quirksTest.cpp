@@ -1,10 +1,12 @@
-// What a quirk word bends, beside the plain case: one test for each word that a definition uses.
+// What a quirk word bends, beside the plain case: one test for each word, on types of the library or of quirks.l3.
 #include <gtest/gtest.h>
 
 #include <cstring>
 
+#include "L3Descriptors.h"
 #include "rt3gppsrc/engine/l3Engine.h"
 #include "tests/printed.h"
+#include "velnor3gpp/Quirks.h"
 #include "velnor3gpp/TS24007L3.h"
 #include "velnor3gpp/TS24008IES.h"
 #include "velnor3gpp/TS24011Msgs.h"
@@ -190,6 +192,97 @@ TEST(Quirks, SpareArgumentDropsTheLastSeptet)
     TS24008IE_GSMString text = nullptr;
     ASSERT_EQ(NASDec_TS24008IE_GSMString(bent, &text, 7, spare), 0);
     EXPECT_STREQ(text, spare ? "ABCDEFG" : "ABCDEFG@");
+  }
+}
+
+// A length of 300 octets: whole, or cut to its low octet in octets and record.
+TEST(Quirks, FullLengthIsNotCut)
+{
+  Bench bench({});
+  uint8_t contents[300] = {}, octets[400] = {};
+  Quirks_Whole bent = {0, {sizeof contents, contents}};
+  Quirks_Cut plain = {0, {sizeof contents, contents}};
+  rtxCtxtSetBufPtr(bench, octets, sizeof octets);
+  ASSERT_EQ(NASEnc_Quirks_Whole(bench, &bent), 0);
+  EXPECT_EQ(octets[0] << 8 | octets[1], 300);
+  EXPECT_EQ(bent.length, 300);
+  rtxCtxtSetBufPtr(bench, octets, sizeof octets);
+  ASSERT_EQ(NASEnc_Quirks_Cut(bench, &plain), 0);
+  EXPECT_EQ(octets[0] << 8 | octets[1], 300 & 0xFF);
+  EXPECT_EQ(plain.length, 300 & 0xFF);
+}
+
+// Functions that the rule gives to a plain type and a word takes away, or gives against the rule: a missing one has no
+// address.
+#define QUIRKS_OPERATIONS(type)                                                                                        \
+  extern "C" {                                                                                                         \
+  [[gnu::weak]] int NASDec_Quirks_##type(RtxContext*, Quirks_##type*);                                                 \
+  [[gnu::weak]] int NASEnc_Quirks_##type(RtxContext*, Quirks_##type*);                                                 \
+  [[gnu::weak]] int asn1PrtToStrm_Quirks_##type(RtxContext*, const char*, const Quirks_##type*);                       \
+  [[gnu::weak]] int asn1Init_Quirks_##type(Quirks_##type*);                                                            \
+  [[gnu::weak]] Quirks_##type* asn1Test_Quirks_##type(RtxContext*);                                                    \
+  }                                                                                                                    \
+  std::string operations##type()                                                                                       \
+  {                                                                                                                    \
+    std::string there;                                                                                                 \
+    if (NASDec_Quirks_##type) there += "decode ";                                                                      \
+    if (NASEnc_Quirks_##type) there += "encode ";                                                                      \
+    if (asn1PrtToStrm_Quirks_##type) there += "print ";                                                                \
+    if (asn1Init_Quirks_##type) there += "init ";                                                                      \
+    if (asn1Test_Quirks_##type) there += "sample ";                                                                    \
+    return there;                                                                                                      \
+  }
+QUIRKS_OPERATIONS(Plain)
+QUIRKS_OPERATIONS(NoEncoder)
+QUIRKS_OPERATIONS(NoPrinter)
+QUIRKS_OPERATIONS(NoInit)
+QUIRKS_OPERATIONS(NoSample)
+QUIRKS_OPERATIONS(Plain_octet3)
+QUIRKS_OPERATIONS(Plain_octet4)
+
+TEST(Quirks, WordsTakeAndGiveOperations)
+{
+  EXPECT_EQ(operationsPlain(), "decode encode print init sample ");
+  EXPECT_EQ(operationsNoEncoder(), "decode print init sample ");
+  EXPECT_EQ(operationsNoPrinter(), "decode encode init sample ");
+  EXPECT_EQ(operationsNoInit(), "decode encode print sample ");
+  EXPECT_EQ(operationsNoSample(), "decode encode print init ");
+  EXPECT_EQ(operationsPlain_octet3(), "decode encode print init ");
+  EXPECT_EQ(operationsPlain_octet4(), "decode encode print init sample ");
+}
+
+// What follows a locking shift belongs to another codeset: the element is passed over, and nobody need understand what
+// is unknown. A non-locking shift covers one element of a tail and none of a loop; a shift down changes nothing.
+TEST(Quirks, ShiftsMoveToOtherCodesets)
+{
+  struct {
+    std::initializer_list<uint8_t> octets;
+    bool bentOne, plainOne;
+    int bent, plain;
+  } cases[] = {
+      {{0x21, 1, 9}, true, true, 0, 0},
+      {{0x95, 0x21, 1, 9}, false, true, 0, 0},
+      {{0x95, 0x90, 0x21, 1, 9}, false, true, 0, 0},
+      {{0x9D, 0x21, 1, 9}, true, true, 0, 0},
+      {{0x10, 1, 9}, false, false, RTX_E_UNKNOWN_IE, RTX_E_UNKNOWN_IE},
+      {{0x95, 0x10, 1, 9}, false, false, 0, RTX_E_UNKNOWN_IE},
+  };
+  for (auto& c : cases) {
+    SCOPED_TRACE(testing::PrintToString(std::vector<uint8_t>(c.octets)));
+    Bench bent(c.octets), plain(c.octets);
+    Quirks_Shifted shifted;
+    Quirks_Unshifted unshifted;
+    EXPECT_EQ(NASDec_Quirks_Shifted(bent, &shifted), c.bent);
+    EXPECT_EQ(NASDec_Quirks_Unshifted(plain, &unshifted), c.plain);
+    EXPECT_EQ(shifted.m.onePresent, c.bentOne);
+    EXPECT_EQ(unshifted.m.onePresent, c.plainOne);
+  }
+  for (std::initializer_list<uint8_t> tail : {std::initializer_list<uint8_t>{0x95, 0x07, 1, 9}, {0x9D, 0x07, 1, 9}}) {
+    Bench bent(tail), plain(tail);
+    Quirks_ShiftedTail shifted;
+    Quirks_UnshiftedTail unshifted;
+    EXPECT_EQ(NASDec_Quirks_ShiftedTail(bent, &shifted), 0);
+    EXPECT_EQ(NASDec_Quirks_UnshiftedTail(plain, &unshifted), RTX_E_NOT_SUPPORTED);
   }
 }
 
