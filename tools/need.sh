@@ -26,6 +26,7 @@ needTests()
 {
   needHeader gtest/gtest.h libgtest-dev
   needHeader openssl/evp.h libssl-dev
+  needProgram tshark tshark
 }
 
 # Installs what was missed, or says what to install.

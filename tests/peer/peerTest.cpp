@@ -1,0 +1,82 @@
+// The library and an independent dissector read the same in every message: what is encoded here is known there to the
+// last octet, under the same type, with the same values. tests/peer/*.tsv hold what differs, and why.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <set>
+#include <sstream>
+
+#include "tests/peer/messages.h"
+
+namespace {
+
+using namespace peer;
+
+std::vector<std::vector<std::string>> readTable(const char* file, size_t columns)
+{
+  std::ifstream in(std::string(VELNOR_TEST_DATA) + "/" + file);
+  std::vector<std::vector<std::string>> rows;
+  for (std::string line; std::getline(in, line);) {
+    if (line.empty() || line[0] == '#') continue;
+    std::istringstream cells(line);
+    rows.emplace_back();
+    for (std::string cell; std::getline(cells, cell, '\t');) rows.back().push_back(cell);
+    EXPECT_EQ(rows.back().size(), columns) << line;
+    rows.back().resize(columns);
+  }
+  return rows;
+}
+
+std::string hexOf(const Octets& octets)
+{
+  std::string text;
+  for (uint8_t octet : octets) text += {"0123456789abcdef"[octet >> 4], "0123456789abcdef"[octet & 15]};
+  return text;
+}
+
+std::vector<Frame> framesOf(const std::vector<Message>& messages)
+{
+  std::vector<Frame> frames;
+  for (const Message& message : messages) frames.push_back(message.frame);
+  return frames;
+}
+
+bool matches(const std::string& pattern, const std::string& name)
+{
+  return pattern == "*" || pattern == name;
+}
+
+// Every message in all its forms, and each element by itself. An element stands in the table exactly if the dissector
+// complains of it wherever it stands alone.
+TEST(Peer, ReadsEveryMessage)
+{
+  if (!hasTshark()) GTEST_SKIP() << "tshark is not on the PATH";
+  std::vector<LeftOut> leftOut;
+  for (auto& row : readTable("unread.tsv", 3)) leftOut.push_back({row[0], row[1]});
+  auto messages = allMessages(leftOut);
+  std::vector<std::string> fields = kComplaintFields;
+  for (const Message& message : messages)
+    if (std::find(fields.begin(), fields.end(), message.typeField) == fields.end()) fields.push_back(message.typeField);
+  auto found = dissect(framesOf(messages), fields);
+  ASSERT_EQ(found.size(), messages.size());
+  std::vector<unsigned> needed(leftOut.size());
+  for (size_t i = 0; i < messages.size(); ++i) {
+    const Message& message = messages[i];
+    SCOPED_TRACE(message.name + " " + message.form + " " + hexOf(message.frame.octets));
+    EXPECT_EQ(message.fault, "");
+    bool listed = false;
+    for (size_t k = 0; k < leftOut.size(); ++k) {
+      if (!matches(leftOut[k].message, message.name) || !matches(leftOut[k].element, message.form)) continue;
+      listed = true;
+      ++needed[k];
+    }
+    EXPECT_EQ(listed, !complaints(found[i]).empty()) << complaints(found[i]);
+    if (listed) continue;
+    auto& types = found[i][message.typeField];
+    EXPECT_TRUE(!types.empty() && std::stoul(types[0], nullptr, 0) == message.type) << (types.empty() ? "" : types[0]);
+  }
+  for (size_t k = 0; k < leftOut.size(); ++k)
+    EXPECT_GT(needed[k], 0U) << leftOut[k].message << " " << leftOut[k].element;
+}
+
+} // namespace
