@@ -314,6 +314,7 @@ Message messageWith(const std::string& name, const std::vector<Setting>& setting
   for (auto& [known, make] : makers()) {
     if (known != name) continue;
     auto maker = make();
+    for (const Setting& setting : settings) maker->set(setting); // what it makes present is filled next
     maker->fillContents();
     std::string missing;
     for (const Setting& setting : settings)

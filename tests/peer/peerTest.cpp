@@ -79,4 +79,50 @@ TEST(Peer, ReadsEveryMessage)
     EXPECT_GT(needed[k], 0U) << leftOut[k].message << " " << leftOut[k].element;
 }
 
+// "path=value;path=value"
+std::vector<Setting> readSettings(const std::string& text)
+{
+  std::vector<Setting> settings;
+  std::istringstream parts(text);
+  for (std::string part; std::getline(parts, part, ';');) {
+    size_t equals = part.find('=');
+    settings.push_back({part.substr(0, equals), part.substr(equals + 1)});
+  }
+  return settings;
+}
+
+// A field, and which of its values.
+std::pair<std::string, size_t> readField(const std::string& text)
+{
+  size_t mark = text.find('#');
+  return {text.substr(0, mark), mark == std::string::npos ? 0 : std::stoul(text.substr(mark + 1))};
+}
+
+// Values set in records here are the values shown there.
+TEST(Peer, ShowsTheSameValues)
+{
+  if (!hasTshark()) GTEST_SKIP() << "tshark is not on the PATH";
+  auto rows = readTable("values.tsv", 3);
+  std::vector<Message> messages;
+  std::vector<std::string> fields = kComplaintFields;
+  for (auto& row : rows) {
+    messages.push_back(messageWith(row[0], readSettings(row[1])));
+    for (auto& shown : readSettings(row[2]))
+      if (auto name = readField(shown.path).first; std::find(fields.begin(), fields.end(), name) == fields.end())
+        fields.push_back(name);
+  }
+  auto found = dissect(framesOf(messages), fields);
+  ASSERT_EQ(found.size(), messages.size());
+  for (size_t i = 0; i < rows.size(); ++i) {
+    SCOPED_TRACE(rows[i][0] + " " + rows[i][1] + " " + hexOf(messages[i].frame.octets));
+    EXPECT_EQ(messages[i].fault, "");
+    EXPECT_EQ(complaints(found[i]), "");
+    for (auto& shown : readSettings(rows[i][2])) {
+      auto [name, index] = readField(shown.path);
+      auto& values = found[i][name];
+      EXPECT_EQ(index < values.size() ? values[index] : "nothing", shown.value) << shown.path;
+    }
+  }
+}
+
 } // namespace

@@ -159,7 +159,7 @@ bool Setter::inType(const L3Type& type, uint8_t* record, size_t i)
 {
   L3TextForm form = l3TextForm(type);
   if (form != L3TextForm::none) return atEnd(i) && text(record, form == L3TextForm::array ? type.size : 0);
-  if (type.rowCount && !type.rows[type.rowCount - 1].name) return inRow(type.rows[type.rowCount - 1], record, i);
+  if (type.flags & kL3Bare && type.rowCount) return inRow(type.rows[type.rowCount - 1], record, i);
   if (atEnd(i)) return false;
   if (named(type.rows, type.rowCount, record, i)) return true;
   return type.message && named(type.message->options, type.message->count, record, i);
