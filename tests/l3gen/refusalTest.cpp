@@ -58,6 +58,10 @@ static const Refused kRefused[] = {
     {"element A form TLV [1]\n  M x bits 8\n", "2: a form is for hand-coded elements"},
     {"message A [1]\n  0x1- x bits 8\n", "3: a half-octet IEI needs an element of 4 bits"},
     {"message A [1]\n  0x11 x bits 4\n", "3: an IEI of 8 bits needs whole octets, not 4 bits"},
+    {"message A 0x07 [1]\npdu P [1]\n  M d bits 8\n  M x body by d\n  | 0x08 a A 1\n",
+     "6: 'a' has the message type 0x07"},
+    {"pdu P [1]\n  M d bits 8\n  M x body by d\n  | 7 a - 1\n  | 7 b - 2\n", "6: a message type twice in one body"},
+    {"pdu P [1]\n  M d bits 8\n  M x body by d\n  | 7 a - 1\n  | 8 b - 1\n", "6: the number 1 twice in one body"},
     // places
     {"element A [1]\n  0x11 x bits 8\n", "3: an IEI outside a message"},
     {"message A [1]\n  0x11 x bits 8\n  M y bits 8\n", "4: a row behind the optional elements"},

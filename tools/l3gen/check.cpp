@@ -74,6 +74,20 @@ static void checkElement(const Type& type, const Row& row, const Row& element)
   checkBits(type, element);
 }
 
+// The rows of a body tell the messages apart, and each what its own block says.
+static void checkBody(const What& what)
+{
+  std::set<std::pair<uint32_t, uint32_t>> types;
+  std::set<uint32_t> tags;
+  for (auto& row : what.alternatives) {
+    if (!types.insert({row.discriminator, row.msgType}).second) refuse(row.place, "a message type twice in one body");
+    if (!tags.insert(row.tag).second) refuse(row.place, format("the number %u twice in one body", row.tag));
+    int own = row.what.type ? row.what.type->msgType : -1;
+    if (own >= 0 && own != static_cast<int>(row.msgType))
+      refuse(row.place, format("'%s' has the message type 0x%02X", row.name.c_str(), static_cast<unsigned>(own)));
+  }
+}
+
 static void checkChoice(const Type& type, const Row& row)
 {
   const What& what = row.what;
@@ -91,7 +105,7 @@ static void checkChoice(const Type& type, const Row& row)
     if (inner) refuse(alternative.place, "a choice in a choice needs a block of its own");
     checkElement(type, row, alternative);
   }
-  if (!body) checkValues(what);
+  body ? checkBody(what) : checkValues(what);
 }
 
 static void checkIei(const Type& type, const Row& row)
