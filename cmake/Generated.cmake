@@ -32,4 +32,8 @@ add_custom_command(
   DEPENDS l3gen ${VELNOR_DEFINITIONS}
   COMMENT "Generating the protocol types")
 add_custom_target(velnor3gpp_generate DEPENDS ${VELNOR_GENERATED_DIR}/stamp)
-set_source_files_properties(${VELNOR_GENERATED} PROPERTIES COMPILE_OPTIONS "-Wno-conversion;-Wno-invalid-offsetof")
+set(options -Wno-conversion -Wno-invalid-offsetof)
+if(VELNOR_TESTS_SHARED)
+  list(APPEND options -O0) # compiled over and over
+endif()
+set_source_files_properties(${VELNOR_GENERATED} PROPERTIES COMPILE_OPTIONS "${options}")

@@ -1,6 +1,7 @@
 # Switches of the build and the flags that go with them.
 option(VELNOR_WERROR "Warnings are errors in hand-written code" OFF)
 option(VELNOR_COVERAGE "Count executed lines and branches (gcov)" OFF)
+option(VELNOR_TESTS_SHARED "Tests take the whole library from one shared object: a change links once" OFF)
 option(VELNOR_FUZZ "Build the fuzz targets (clang)" OFF)
 set(VELNOR_SANITIZE "" CACHE STRING "Sanitizers, e.g. address,undefined or thread")
 
