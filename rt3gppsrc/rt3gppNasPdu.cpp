@@ -18,6 +18,10 @@ void nasReturn(RtxContext* pctxt, const NasPosition& position)
 
 void nasVerify(L3Call& call, const L3Type& type, size_t from, uint32_t received)
 {
+  if (call.trial) {
+    l3Note(call, type.module->decoder, RTX_E_BAD_MAC, type.line);
+    return;
+  }
   RtxContext* pctxt = call.pctxt;
   const RtxBuffer& buffer = pctxt->buffer;
   size_t length = from < buffer.size ? buffer.size - from : 0;
@@ -35,6 +39,8 @@ void nasVerify(L3Call& call, const L3Type& type, size_t from, uint32_t received)
 
 int nasDecipher(L3Call& call, const L3Type& type, size_t from)
 {
+  // What has been deciphered can not be tried again.
+  if (call.trial) return l3Fail(call, type.module->decoder, RTX_E_NO_SECURITY, type.line);
   const RtxBuffer& buffer = call.pctxt->buffer;
   size_t length = from < buffer.size ? buffer.size - from : 0;
   if (!call.pctxt->pSecurity) l3ToLists(call);
@@ -76,6 +82,7 @@ bool nasIsCiphered(int secHdrType)
 
 int nasProtect(L3Call& call, const L3Type& type, size_t start, const NasSpans& spans, int secHdrType, uint32_t& code)
 {
+  if (call.trial) return l3Fail(call, type.module->encoder, RTX_E_NO_SECURITY, type.line);
   if (nasIsCiphered(secHdrType))
     if (int status = nasCipher(call, type, start + spans.cipheredFrom); status < 0) return status;
   return nasSign(call, type, start, spans, code);
@@ -87,16 +94,13 @@ static bool knowsBody(const L3Type& pdu, const void* record)
   const L3Row& row = pdu.rows[pdu.rowCount - 1];
   const L3Body& body = *static_cast<const L3Body*>(row.info);
   uint64_t tag = l3Load(static_cast<const uint8_t*>(record) + row.offset, 4);
-  for (unsigned i = 0; i < body.count; ++i)
-    if (body.rows[i].tag == tag) return true;
-  return false;
+  return tag < 256 && body.byTag[tag];
 }
 
 int nasEncodePlain(L3Call& call, const L3Type& pdu, void* record, bool& known)
 {
   known = knowsBody(pdu, record);
   if (known) return l3EncRows(call, pdu, record);
-  L3Type header = pdu;
-  --header.rowCount;
+  L3Type header = l3Slice(pdu, 0, pdu.rowCount - 1U);
   return l3EncRows(call, header, record);
 }

@@ -1,6 +1,8 @@
 // The first half-octet of a layer-3 header. By hand because its four readings cannot be told apart on decoding, which
 // takes the first always, and because a transaction identifier above 7 is cut on encoding instead of refused.
+#include "L3Descriptors.h"
 #include "rt3gppsrc/engine/l3Decode.h"
+#include "rt3gppsrc/engine/l3Direct.h"
 #include "rt3gppsrc/engine/l3Encode.h"
 #include "velnor3gpp/TS24007L3.h"
 
@@ -53,5 +55,34 @@ int l3Enc_TS24007L3_L3HdrOptions(L3Call& call, const L3Type& type, void* value)
       return l3EncNamed(call, kEncoder, __LINE__, "secHdr", options.u.secHdr, 4, 1);
     default:
       return l3Fail(call, kEncoder, RTX_E_INVALID_CHOICE, __LINE__);
+  }
+}
+
+bool l3DirectDec_TS24007L3_L3HdrOptions(L3DirectIn& in, void* record)
+{
+  auto& options = *static_cast<TS24007L3_L3HdrOptions*>(record);
+  uint64_t bits = 0;
+  if (!l3Take<4>(in, bits)) return false;
+  options.t = 1;
+  options.u.skipInd = static_cast<uint8_t>(bits);
+  return true;
+}
+
+bool l3DirectEnc_TS24007L3_L3HdrOptions(L3DirectOut& out, void* record)
+{
+  const auto& options = *static_cast<const TS24007L3_L3HdrOptions*>(record);
+  const auto& transId = options.u.transId;
+  switch (options.t) {
+    case 1:
+      return options.u.skipInd <= 15 && l3Put<4>(out, options.u.skipInd);
+    case 2:
+      return l3Put<4>(out, (transId.flag ? 8U : 0U) | (transId.value > 7 ? 7U : transId.value));
+    case 3:
+      return l3IsMember(l3enum_TS24007L3_EPSBearerIdentity, l3Number(options.u.epsBearerIdent)) &&
+             l3Put<4>(out, l3Number(options.u.epsBearerIdent));
+    case 4:
+      return options.u.secHdr <= 15 && l3Put<4>(out, options.u.secHdr);
+    default:
+      return false;
   }
 }

@@ -4,6 +4,7 @@
 
 #include "L3Descriptors.h"
 #include "rt3gppsrc/engine/l3Decode.h"
+#include "rt3gppsrc/engine/l3Direct.h"
 #include "rt3gppsrc/engine/l3Encode.h"
 #include "velnor3gpp/TS24008IES.h"
 #include "velnor3gpp/rtx3GPP.h"
@@ -18,25 +19,12 @@ static constexpr char kNibbles[] = "0123456789*#abc"; // its ending zero stands 
 
 // The PLMN pair (10.5.1.3). Many elements hold one, so that three octets at hand are taken and put at once; everything
 // else, every failure among it, is left to the shared functions.
-int l3Dec_TS24008IE_MCCMNCPair(L3Call& call, const L3Type&, void* value)
+static void unpackPair(uint64_t word, TS24008IE_MCCMNCPair& pair)
 {
-  auto& pair = *static_cast<TS24008IE_MCCMNCPair*>(value);
-  uint64_t word = 0;
-  if (call.plain && l3TakeBits(call.pctxt->buffer, 24, word)) {
-    char* mcc = pair.mcc;
-    char* mnc = pair.mnc;
-    mcc[1] = kNibbles[word >> 20 & 15];
-    mcc[0] = kNibbles[word >> 16 & 15];
-    mnc[2] = kNibbles[word >> 12 & 15];
-    mcc[2] = kNibbles[word >> 8 & 15];
-    mnc[1] = kNibbles[word >> 4 & 15];
-    mnc[0] = kNibbles[word & 15];
-    mcc[3] = mnc[3] = 0;
-    return 0;
-  }
-  l3ToLists(call);
-  int status = rtx3GPPDec_MCC_MNC(call.pctxt, pair.mcc, pair.mnc);
-  return status < 0 ? l3Fail(call, kDecoder, status, __LINE__) : 0;
+  const char mcc[4] = {kNibbles[word >> 16 & 15], kNibbles[word >> 20 & 15], kNibbles[word >> 8 & 15], 0};
+  const char mnc[4] = {kNibbles[word & 15], kNibbles[word >> 4 & 15], kNibbles[word >> 12 & 15], 0};
+  memcpy(pair.mcc, mcc, sizeof mcc);
+  memcpy(pair.mnc, mnc, sizeof mnc);
 }
 
 // Appends the half-octet of a digit. False leaves the pair to the shared function, which knows the other characters.
@@ -47,8 +35,9 @@ static bool packDigit(char digit, uint64_t& word)
   return number <= 9;
 }
 
-static bool packPair(const char* mcc, const char* mnc, uint64_t& word)
+static bool packPair(const TS24008IE_MCCMNCPair& pair, uint64_t& word)
 {
+  const char *mcc = pair.mcc, *mnc = pair.mnc;
   bool plain = packDigit(mcc[1], word) && packDigit(mcc[0], word);
   if (mnc[2] == 0)
     word = word << 4 | RTX_TBCD_FILLER;
@@ -57,14 +46,41 @@ static bool packPair(const char* mcc, const char* mnc, uint64_t& word)
   return plain && packDigit(mcc[2], word) && packDigit(mnc[1], word) && packDigit(mnc[0], word);
 }
 
+int l3Dec_TS24008IE_MCCMNCPair(L3Call& call, const L3Type&, void* value)
+{
+  auto& pair = *static_cast<TS24008IE_MCCMNCPair*>(value);
+  uint64_t word = 0;
+  if (call.plain && l3TakeBits(call.pctxt->buffer, 24, word)) {
+    unpackPair(word, pair);
+    return 0;
+  }
+  l3ToLists(call);
+  int status = rtx3GPPDec_MCC_MNC(call.pctxt, pair.mcc, pair.mnc);
+  return status < 0 ? l3Fail(call, kDecoder, status, __LINE__) : 0;
+}
+
 int l3Enc_TS24008IE_MCCMNCPair(L3Call& call, const L3Type&, void* value)
 {
   const auto& pair = *static_cast<const TS24008IE_MCCMNCPair*>(value);
   uint64_t word = 0;
-  if (call.plain && packPair(pair.mcc, pair.mnc, word) && l3PutBits(call.pctxt->buffer, 24, word)) return 0;
+  if (call.plain && packPair(pair, word) && l3PutBits(call.pctxt->buffer, 24, word)) return 0;
   l3ToLists(call);
   int status = rtx3GPPEnc_MCC_MNC(call.pctxt, pair.mcc, pair.mnc);
   return status < 0 ? l3Fail(call, kEncoder, status, __LINE__) : 0;
+}
+
+bool l3DirectDec_TS24008IE_MCCMNCPair(L3DirectIn& in, void* record)
+{
+  uint64_t word = 0;
+  if (!l3Take<24>(in, word)) return false;
+  unpackPair(word, *static_cast<TS24008IE_MCCMNCPair*>(record));
+  return true;
+}
+
+bool l3DirectEnc_TS24008IE_MCCMNCPair(L3DirectOut& out, void* record)
+{
+  uint64_t word = 0;
+  return packPair(*static_cast<const TS24008IE_MCCMNCPair*>(record), word) && l3Put<24>(out, word);
 }
 
 // No more octets than one beyond the input's end: reading fails there whatever was asked for, and nothing is allocated

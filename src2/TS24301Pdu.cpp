@@ -4,6 +4,7 @@
 // (TS 24.301, 4.4 and 9.1); the plain part itself is the engine's.
 #include "L3Descriptors.h"
 #include "rt3gppsrc/engine/l3Decode.h"
+#include "rt3gppsrc/engine/l3Direct.h"
 #include "rt3gppsrc/engine/l3Encode.h"
 #include "rt3gppsrc/rt3gppNasPdu.h"
 #include "velnor3gpp/TS24301Msgs.h"
@@ -30,9 +31,7 @@ struct FirstOctet {
 // Decodes some of a form's rows.
 static int decSlice(L3Call& call, const L3Type& pdu, unsigned from, unsigned count, void* record)
 {
-  L3Type slice = pdu;
-  slice.rows += from;
-  slice.rowCount = static_cast<uint16_t>(count);
+  L3Type slice = l3Slice(pdu, from, count);
   slice.mOctets = 0; // the presence bits are the caller's
   return l3DecRows(call, slice, record);
 }
@@ -63,6 +62,10 @@ static void relabel(TS24007L3_L3HdrOptions& options, int discriminator)
 // The plain part: header, its new label, and the three rows behind it (transaction identity, type, body).
 template <class Pdu> static int decPlain(L3Call& call, const L3Type& type, Pdu& pdu)
 {
+  if (l3DecDirectly(call, type, &pdu)) {
+    relabel(pdu.l3HdrOpts, pdu.protoDiscr);
+    return 0;
+  }
   unsigned header = type.rowCount - 3U;
   int status = decSlice(call, type, 0, header, &pdu);
   if (status < 0) return status;

@@ -19,6 +19,14 @@ static constexpr NasSpans kSpans = {2, 6, 7};
 static int lookAhead(L3Call& call, TS24501Msg_NAS5GSecProtMsgHdr& header)
 {
   RtxContext* pctxt = call.pctxt;
+  const RtxBuffer& buffer = pctxt->buffer;
+  const uint8_t* octets = buffer.data + buffer.byteIndex;
+  // A plain message of mobility management, by far the most of all.
+  if (call.plain && buffer.bitOffset == 8 && l3Unread(pctxt) > 1 && octets[0] == kMobility && !(octets[1] & 15)) {
+    header.protoDiscr = TS24501Msg_NAS5GProtoDiscr_mobMgmt5G;
+    header.secHdrType = TS24501Msg_NAS5GSecHdrType_noSec;
+    return 0;
+  }
   rtxDiagSetBitFldDisabled(pctxt->pBitFldList, 1);
   NasPosition position = nasPosition(pctxt);
   int status = l3DecType(call, l3_TS24501Msg_NAS5GProtoDiscr, &header.protoDiscr);

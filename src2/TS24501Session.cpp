@@ -27,14 +27,6 @@ static int peek(L3Call& call, unsigned bits, uint32_t& ahead)
   return status < 0 ? l3Fail(call, kDecoder, status, __LINE__) : 0;
 }
 
-// The first rows of a type alone.
-static L3Type headOf(const L3Type& type, uint16_t rows)
-{
-  L3Type head = type;
-  head.rowCount = rows;
-  return head;
-}
-
 // The type 1 form of the pending indication: 0xA in the upper half of the type's octet, the value in the lower.
 static constexpr uint8_t kSharedForm = 0xA;
 
@@ -95,12 +87,12 @@ int l3Dec_TS24501IE_QoSRule(L3Call& call, const L3Type& type, void* value)
   if (ahead & 0xFFFF) return l3DecRows(call, type, value);
   rule.ruleOpCode = static_cast<TS24501IE_RuleOpCodes>(0);
   rule.packetFilterList.t = 0;
-  return l3DecRows(call, headOf(type, kEmptyRuleRows), value);
+  return l3DecRows(call, l3Slice(type, 0, kEmptyRuleRows), value);
 }
 
 int l3Enc_TS24501IE_QoSRule(L3Call& call, const L3Type& type, void* value)
 {
   const Rule& rule = *static_cast<const Rule*>(value);
   bool empty = rule.ruleLen == 0 && rule.ruleOpCode == 0;
-  return l3EncRows(call, empty ? headOf(type, kEmptyRuleRows) : type, value);
+  return l3EncRows(call, empty ? l3Slice(type, 0, kEmptyRuleRows) : type, value);
 }

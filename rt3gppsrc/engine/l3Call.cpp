@@ -23,7 +23,7 @@ void l3Begin(L3Call& call, RtxContext* pctxt, L3Name& frame, const char* typeNam
   bool stream = pctxt->pStream && !(pctxt->flags & RTX_FLAG_BUFFER_MODE);
   bool plain = !gSlowMode && !stream && !pctxt->pBitFldList;
   frame = {typeName, nullptr, 0, 0};
-  call = {pctxt, &frame, nullptr, false, plain, false, false, false, 0};
+  call = {pctxt, &frame, nullptr, false, plain, false, false, false, false, false, false, 0};
   if (!plain) l3ToLists(call);
 }
 
@@ -74,7 +74,7 @@ static void pushRegions(L3Call& call, const L3Region* frame)
 
 void l3ToLists(L3Call& call)
 {
-  if (call.lists) return;
+  if (call.lists || call.trial) return;
   call.lists = true;
   pushFrames(call, call.names);
   pushRegions(call, call.regions);
@@ -86,14 +86,23 @@ static int negative(int reported, int status)
   return reported < 0 ? reported : status;
 }
 
+// In a trial nothing is reported.
+static int giveUp(L3Call& call, int status)
+{
+  call.abandoned = true;
+  return status;
+}
+
 int l3Fail(L3Call& call, const char* module, int status, uint16_t line)
 {
+  if (call.trial) return giveUp(call, status);
   l3ToLists(call);
   return negative(rtxErrSetData(call.pctxt, status, module, line), status);
 }
 
 int l3FailNew(L3Call& call, const char* module, int status, uint16_t line)
 {
+  if (call.trial) return giveUp(call, status);
   l3ToLists(call);
   return negative(rtxErrSetNewData(call.pctxt, status, module, line), status);
 }
@@ -110,6 +119,10 @@ static void addRangeParms(L3Call& call, uint64_t value)
 
 void l3Note(L3Call& call, const char* module, int status, uint16_t line)
 {
+  if (call.trial) {
+    giveUp(call, status);
+    return;
+  }
   size_t before = call.pctxt->errInfo.count;
   l3ToLists(call);
   if (call.failed) return; // the call ends with that
@@ -119,7 +132,8 @@ void l3Note(L3Call& call, const char* module, int status, uint16_t line)
 
 void l3NoteRange(L3Call& call, const char* module, uint16_t line, uint64_t value)
 {
-  if (!l3MayNote(call)) return;
+  if (call.trial) giveUp(call, RTX_E_CONSTRAINT);
+  if (call.trial || !l3MayNote(call)) return;
   size_t before = call.pctxt->errInfo.count;
   addRangeParms(call, value);
   l3Note(call, module, RTX_E_CONSTRAINT, line);
@@ -128,6 +142,7 @@ void l3NoteRange(L3Call& call, const char* module, uint16_t line, uint64_t value
 
 int l3FailRange(L3Call& call, const char* module, uint16_t line, uint64_t value)
 {
+  if (call.trial) return giveUp(call, RTX_E_CONSTRAINT);
   addRangeParms(call, value);
   return negative(rtxErrSetData(call.pctxt, RTX_E_CONSTRAINT, module, line), RTX_E_CONSTRAINT);
 }
@@ -193,6 +208,16 @@ uint32_t l3JoinFields(const L3Field* fields, unsigned count, const uint8_t* reco
     value =
         (i ? value << fields[i].bits : 0) | static_cast<uint32_t>(l3Load(record + fields[i].offset, fields[i].store));
   return value;
+}
+
+L3Type l3Slice(const L3Type& type, unsigned from, unsigned count)
+{
+  L3Type slice = type;
+  slice.rows += from;
+  slice.rowCount = static_cast<uint16_t>(count);
+  slice.decodeDirect = nullptr; // they are for all rows
+  slice.encodeDirect = nullptr;
+  return slice;
 }
 
 static bool termHolds(const L3Term& term, const uint8_t* record)

@@ -33,6 +33,9 @@ struct L3Call {
   bool keepTypeName; // an early return leaves the type name behind
   bool failed;       // memory was out where nobody could return it
   bool inBody;       // inside a message of a top-level form
+  bool trial;        // inside a direct coder: nothing is reported, whoever fails or finds anything gives up
+  bool abandoned;    // a trial that has to be given up
+  bool tried;        // one was given up: no other is begun
   size_t earlier;    // error records older than the innermost message inside a message
 };
 
@@ -190,6 +193,8 @@ inline void l3Store(uint8_t* member, uint8_t store, uint64_t value)
 // Earlier members: the joined value of selecting fields, and whether a condition holds.
 uint32_t l3JoinFields(const L3Field* fields, unsigned count, const uint8_t* record);
 bool l3Holds(const L3Cond& cond, const uint8_t* record);
+// Some of a type's rows as a type of their own, for coders by hand that do something between them.
+L3Type l3Slice(const L3Type& type, unsigned from, unsigned count);
 // The alternative for a selector value or a tag; null if there is none.
 const L3Alternative* l3FindBySelector(const L3Choice& choice, uint32_t value);
 const L3Alternative* l3FindByTag(const L3Choice& choice, uint32_t tag);

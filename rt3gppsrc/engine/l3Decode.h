@@ -18,6 +18,8 @@ int l3DecNamed(L3Call& call, const char* module, uint16_t line, const char* name
 // Reads whole octets from a cursor at any bit. A shortage is not reported at this level: the status is the caller's to
 // keep (see l3DecodeStrings.cpp).
 int l3DecOctets(L3Call& call, uint8_t* dst, size_t octets);
+// Length-prefixed labels, in place, to one text with dots; text[count] is there for the end.
+void l3JoinLabels(char* text, size_t count);
 // Octets left to read: those of the region, or of the buffer; never more than the buffer holds are worth storing.
 size_t l3RoomOctets(const L3Call& call);
 

@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "rt3gppsrc/engine/l3Decode.h"
+#include "rt3gppsrc/engine/l3Direct.h"
 #include "rt3gppsrc/engine/l3Engine.h"
 #include "rt3gppsrc/engine/l3Padding.h"
 #include "rtxsrc/rtxReport.h"
@@ -342,6 +343,8 @@ static bool endsHere(L3Call& call, const RowWalk& walk, const L3Row& row)
 
 int l3DecRows(L3Call& call, const L3Type& type, void* record)
 {
+  if (l3DecDirectly(call, type, record)) return 0;
+  if (call.abandoned) return RTX_E_GENERAL;
   RowWalk walk(type, static_cast<uint8_t*>(record));
   if (type.flags & kL3EarlyReturn)
     l3Init(type, record); // strings behind the return are never reached

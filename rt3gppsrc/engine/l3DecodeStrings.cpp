@@ -133,7 +133,7 @@ static int decBitString(L3Call& call, const L3Type& type, const L3Row& row, uint
 }
 
 // Length-prefixed labels become one text with dots. A label that runs past the string ends it there.
-static void joinLabels(char* text, size_t count)
+void l3JoinLabels(char* text, size_t count)
 {
   size_t at = 0, out = 0;
   while (at < count) {
@@ -164,7 +164,7 @@ static int decText(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* 
     return l3Fail(call, type.module->decoder, status, row.line);
   }
   text[fill] = 0;
-  if (info.labels) joinLabels(text, fill);
+  if (info.labels) l3JoinLabels(text, fill);
   if (info.ranged && (count < info.lo || count > info.hi)) l3NoteRange(call, type.module->decoder, row.line, count);
   return 0;
 }

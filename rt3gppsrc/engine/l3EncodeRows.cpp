@@ -1,6 +1,7 @@
 // The walk over the rows of a record, encoding.
 #include <cstring>
 
+#include "rt3gppsrc/engine/l3Direct.h"
 #include "rt3gppsrc/engine/l3Encode.h"
 #include "rt3gppsrc/engine/l3Engine.h"
 #include "rt3gppsrc/engine/l3Padding.h"
@@ -160,6 +161,8 @@ static bool encRun(L3Call& call, const L3Row& first, const uint8_t* record)
 
 int l3EncRows(L3Call& call, const L3Type& type, void* value)
 {
+  if (l3EncDirectly(call, type, value)) return 0;
+  if (call.abandoned) return RTX_E_GENERAL;
   uint8_t* record = static_cast<uint8_t*>(value);
   OpenLength open[kMaxRegions];
   unsigned opened = 0;

@@ -150,6 +150,7 @@ struct Type {
   std::vector<Row> rows;
   int msgType = -1;
   std::string decodeFile, encodeFile, sampleFile, form;
+  bool directByHand = false; // the file has the direct coders as well
   std::map<std::string, std::string> words;
   // laid out
   int mBits = 0;

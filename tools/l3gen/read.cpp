@@ -151,6 +151,9 @@ static void takeHand(Words& w, Type& type)
     } else if ((word(0) == "decode" || word(0) == "encode") && word(1) == "by" && word(2) == "hand") {
       (word(0) == "decode" ? type.decodeFile : type.encodeFile) = word(3);
       i += 3;
+    } else if (word(0) == "direct" && word(1) == "by" && word(2) == "hand") {
+      type.directByHand = true;
+      i += 2;
     } else if (word(0) == "sample" && word(1) == "by" && word(2) == "hand") {
       type.sampleFile = word(3);
       i += 3;

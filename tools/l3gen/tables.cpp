@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <numeric>
 
-#include "model.h"
+#include "direct.h"
 
 namespace l3gen {
 
@@ -429,6 +429,11 @@ static std::string hyphens(std::string name)
   return name;
 }
 
+static std::string direct(const Type& type, bool encoder)
+{
+  return hasDirect(type) ? (encoder ? "l3DirectEnc_" : "l3DirectDec_") + type.full : "nullptr";
+}
+
 static std::string writeType(const Type& type)
 {
   TableWriter w(type);
@@ -447,10 +452,11 @@ static std::string writeType(const Type& type)
   std::string encName = type.has("hyphen-encode") ? hyphens(type.name) : type.name;
   w.out +=
       format("extern const L3Type l3_%s = {\"%s\", \"%s\", \"%s\", &module_%s, %s, %s, %s,\n  sizeof(%s), %zu, %d, %d, "
-             "%s, %d};\n\n",
+             "%s, %d, %s, %s};\n\n",
              type.full.c_str(), type.name.c_str(), encName.c_str(), type.full.c_str(), type.module->name.c_str(),
              table.c_str(), message.c_str(), hand.c_str(), type.full.c_str(), rows.size(), type.place.line,
-             (type.mBits + 7) / 8, typeFlags(type).c_str(), type.mBits);
+             (type.mBits + 7) / 8, typeFlags(type).c_str(), type.mBits, direct(type, false).c_str(),
+             direct(type, true).c_str());
   return w.out;
 }
 

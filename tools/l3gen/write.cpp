@@ -3,7 +3,7 @@
 #include <functional>
 #include <set>
 
-#include "model.h"
+#include "direct.h"
 
 namespace l3gen {
 
@@ -250,9 +250,10 @@ std::string writeCoders(Model& model, const Module& module, bool encoder)
   std::string out = std::string("// Exported ") +
                     (encoder ? "encoders" : "decoders, printers, initialisers, samples and setters") + " of module " +
                     module.name + ". Generated; change the definitions instead.\n";
-  out += "#include \"L3Descriptors.h\"\n#include \"rt3gppsrc/engine/l3Engine.h\"\n#include "
-         "\"rt3gppsrc/engine/l3Enum.h\"\n#include \"velnor3gpp/" +
+  out += "#include \"L3Descriptors.h\"\n#include \"rt3gppsrc/engine/l3Direct.h\"\n#include "
+         "\"rt3gppsrc/engine/l3Engine.h\"\n#include \"rt3gppsrc/engine/l3Enum.h\"\n#include \"velnor3gpp/" +
          module.stem + ".h\"\n#include \"velnor3gpp/rtxStrings.h\"\n\n";
+  out += writeDirect(model, module, encoder);
   for (auto& type : model.types) {
     if (type->module != &module) continue;
     const char* f = type->full.c_str();
@@ -310,6 +311,10 @@ std::string writeDescriptors(Model& model)
   out += "#include \"rt3gppsrc/engine/l3Types.h\"\n\n";
   for (auto& type : model.types) {
     out += "extern const L3Type l3_" + type->full + ";\n";
+    const char* f = type->full.c_str();
+    bool direct = hasDirect(*type) || type->directByHand;
+    if (direct) out += format("bool l3DirectDec_%s(L3DirectIn& in, void* record);\n", f);
+    if (direct) out += format("bool l3DirectEnc_%s(L3DirectOut& out, void* record);\n", f);
     if (!type->values.empty()) out += "extern const L3Enum l3enum_" + type->full + ";\n";
   }
   return out;

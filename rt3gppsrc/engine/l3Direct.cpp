@@ -1,0 +1,246 @@
+// The parts of the direct coders that are not worth a copy at each place, and the way into a try and out of it.
+#include "rt3gppsrc/engine/l3Direct.h"
+
+#include "rt3gppsrc/engine/l3Decode.h"
+#include "rt3gppsrc/engine/l3Encode.h"
+#include "velnor3gpp/rtxError.h"
+#include "velnor3gpp/rtxMemHeap.h"
+
+// May this call begin a trial? Not while anything is observed, found or open that the direct coders do not keep up.
+static bool mayTry(const L3Call& call)
+{
+  const RtxContext& context = *call.pctxt;
+  const RtxBuffer& buffer = context.buffer;
+  bool clean = !context.errInfo.count && !context.reservedErr.parmcount && !context.reservedErr.elemName;
+  bool sound = buffer.byteIndex <= buffer.size && buffer.bitOffset >= 1 && buffer.bitOffset <= 8;
+  bool unseen = call.plain && !call.lists && !context.containerStack.dlist.head;
+  return unseen && clean && sound && !call.tried && !call.failed;
+}
+
+static size_t cursor(const RtxContext* pctxt)
+{
+  return pctxt->buffer.byteIndex * 8 + 8 - static_cast<size_t>(pctxt->buffer.bitOffset);
+}
+
+static void setCursor(RtxContext* pctxt, size_t pos)
+{
+  pctxt->buffer.byteIndex = pos >> 3;
+  pctxt->buffer.bitOffset = static_cast<int16_t>(8 - (pos & 7));
+}
+
+static void setTail(RtxContext* pctxt, bool tail)
+{
+  pctxt->flags = tail ? pctxt->flags | RTX_OPENTAIL_FLAG : pctxt->flags & ~RTX_OPENTAIL_FLAG;
+}
+
+// A failure inside a trial shows in its status, a finding in its record.
+static bool wentWell(const L3Call& call, int status)
+{
+  return status >= 0 && !call.abandoned && !call.pctxt->errInfo.count;
+}
+
+static bool goDecode(L3Call& call, const L3Type& type, void* record)
+{
+  RtxContext* pctxt = call.pctxt;
+  const RtxBuffer& buffer = pctxt->buffer;
+  size_t end = buffer.size * 8;
+  if (call.regions) end = call.regions->byteIndex * 8 + 8 - call.regions->bitOffset;
+  L3DirectIn in{buffer.data, cursor(pctxt), end, buffer.size, &call};
+  if (end > buffer.size * 8 || in.pos > end || !type.decodeDirect(in, record)) return false;
+  setCursor(pctxt, in.pos);
+  return true;
+}
+
+static bool goEncode(L3Call& call, const L3Type& type, void* record)
+{
+  RtxContext* pctxt = call.pctxt;
+  const RtxBuffer& buffer = pctxt->buffer;
+  L3DirectOut out{buffer.data, cursor(pctxt), buffer.size * 8, (pctxt->flags & RTX_OPENTAIL_FLAG) != 0, &call};
+  if (out.pos > out.end || !type.encodeDirect(out, record)) return false;
+  setCursor(pctxt, out.pos);
+  setTail(pctxt, out.tail);
+  return true;
+}
+
+using Go = bool (*)(L3Call& call, const L3Type& type, void* record);
+
+static bool runTrial(L3Call& call, const L3Type& type, void* record, Go go)
+{
+  RtxContext* pctxt = call.pctxt;
+  size_t byteIndex = pctxt->buffer.byteIndex;
+  int16_t bitOffset = pctxt->buffer.bitOffset;
+  uint32_t flags = pctxt->flags;
+  L3Name* names = call.names;
+  L3Region* regions = call.regions;
+  call.trial = true;
+  call.abandoned = false;
+  bool good = go(call, type, record) && wentWell(call, 0);
+  call.trial = false;
+  call.names = names;
+  call.regions = regions;
+  if (good) return true;
+  call.abandoned = false;
+  call.tried = true;
+  rtxErrResetErrInfo(pctxt);
+  pctxt->buffer.byteIndex = byteIndex; // its octets may have moved
+  pctxt->buffer.bitOffset = bitOffset;
+  pctxt->flags = flags;
+  return false;
+}
+
+static bool directly(L3Call& call, const L3Type& type, void* record, Go go)
+{
+  if (!call.trial) return mayTry(call) && runTrial(call, type, record, go);
+  if (go(call, type, record)) return true;
+  call.abandoned = true;
+  return false;
+}
+
+bool l3DecDirectly(L3Call& call, const L3Type& type, void* record)
+{
+  return type.decodeDirect && directly(call, type, record, goDecode);
+}
+
+bool l3EncDirectly(L3Call& call, const L3Type& type, void* record)
+{
+  return type.encodeDirect && directly(call, type, record, goEncode);
+}
+
+bool l3DirectType(L3DirectIn& in, const L3Type& type, void* value)
+{
+  L3Call& call = *in.call;
+  L3Region region{in.end >> 3, static_cast<uint16_t>(8 - (in.end & 7)), call.regions};
+  call.regions = &region;
+  setCursor(call.pctxt, in.pos);
+  int status = l3DecType(call, type, value);
+  call.regions = region.outer;
+  in.pos = cursor(call.pctxt);
+  return wentWell(call, status) && in.pos <= in.end;
+}
+
+bool l3DirectPutType(L3DirectOut& out, const L3Type& type, void* value)
+{
+  L3Call& call = *out.call;
+  RtxContext* pctxt = call.pctxt;
+  setCursor(pctxt, out.pos);
+  setTail(pctxt, out.tail);
+  int status = l3EncType(call, type, value);
+  out.data = pctxt->buffer.data; // it may have grown
+  out.end = pctxt->buffer.size * 8;
+  out.pos = cursor(pctxt);
+  out.tail = (pctxt->flags & RTX_OPENTAIL_FLAG) != 0;
+  return wentWell(call, status) && out.pos <= out.end;
+}
+
+bool l3DirectBody(L3DirectIn& in, size_t size, void*& message)
+{
+  message = rtxMemHeapAlloc(&in.call->pctxt->pMemHeap, size);
+  if (!message) return false;
+  memset(message, 0, size);
+  return true;
+}
+
+bool l3DirectHeap(L3DirectIn& in, size_t octets, uint32_t& numocts, uint8_t*& data)
+{
+  if ((in.pos & 7) || octets > (in.end - in.pos) >> 3) return false;
+  numocts = static_cast<uint32_t>(octets);
+  data = nullptr;
+  if (!octets) return true;
+  data = static_cast<uint8_t*>(rtxMemHeapAlloc(&in.call->pctxt->pMemHeap, octets));
+  return data && l3Octets(in, data, octets);
+}
+
+bool l3DirectText(L3DirectIn& in, size_t octets, bool labels, char*& text)
+{
+  if ((in.pos & 7) || octets > (in.end - in.pos) >> 3) return false;
+  text = static_cast<char*>(rtxMemHeapAlloc(&in.call->pctxt->pMemHeap, octets + 1));
+  if (!text || !l3Octets(in, reinterpret_cast<uint8_t*>(text), octets)) return false;
+  text[octets] = 0;
+  if (labels) l3JoinLabels(text, octets);
+  return true;
+}
+
+bool l3DirectGrow(L3DirectIn& in, void** entries, size_t count, size_t& capacity, size_t entrySize)
+{
+  if (count < capacity) return true;
+  RtxMemHeap** heap = &in.call->pctxt->pMemHeap;
+  capacity = capacity ? capacity * 2 : 2;
+  void* grown = count ? rtxMemHeapRealloc(heap, *entries, capacity * entrySize)
+                      : rtxMemHeapAlloc(heap, capacity * entrySize);
+  if (!grown) return false;
+  *entries = grown;
+  return true;
+}
+
+void l3DirectCut(L3DirectIn& in, void** entries, size_t count, size_t capacity, size_t entrySize)
+{
+  if (!count || count == capacity) return;
+  void* cut = rtxMemHeapRealloc(&in.call->pctxt->pMemHeap, *entries, count * entrySize);
+  if (cut) *entries = cut;
+}
+
+bool l3DirectSkip(L3DirectIn& in, size_t octets)
+{
+  if (octets > (in.end - in.pos) >> 3) return false;
+  in.pos += octets * 8;
+  return true;
+}
+
+bool l3DirectSkipLength(L3DirectIn& in)
+{
+  uint64_t length = 0;
+  return l3Take<8>(in, length) && l3DirectSkip(in, length);
+}
+
+bool l3DirectUnknown(L3DirectIn& in, unsigned iei, bool half)
+{
+  if (half || (iei & 0x80)) return true;
+  return (iei & 0x0F) && l3DirectSkipLength(in);
+}
+
+bool l3TakeEdge(L3DirectIn& in, unsigned bits, uint64_t& value)
+{
+  size_t at = in.pos >> 3;
+  uint64_t word = 0;
+  for (size_t i = 0; i < 8 && at + i < in.octets; ++i) word |= static_cast<uint64_t>(in.data[at + i]) << (56 - 8 * i);
+  value = (word << (in.pos & 7)) >> (64 - bits);
+  in.pos += bits;
+  return true;
+}
+
+void l3PutEdge(L3DirectOut& out, unsigned bits, uint64_t value)
+{
+  unsigned used = out.pos & 7;
+  uint8_t* at = out.data + (out.pos >> 3);
+  uint64_t word = value << (64 - bits) >> used;
+  if (used) word |= static_cast<uint64_t>(*at & (0xFF00U >> used & 0xFF)) << 56;
+  for (unsigned i = 0, octets = (used + bits + 7) / 8; i < octets; ++i) at[i] = static_cast<uint8_t>(word >> (56 - 8 * i));
+}
+
+bool l3DirectPutText(L3DirectOut& out, const char* text, bool labels)
+{
+  if (!labels) return l3PutOctets(out, reinterpret_cast<const uint8_t*>(text), strlen(text));
+  for (bool more = *text; more; ++text) {
+    size_t label = strcspn(text, ".");
+    if (label > 255 || !l3Put<8>(out, label) || !l3PutOctets(out, reinterpret_cast<const uint8_t*>(text), label))
+      return false;
+    text += label;
+    more = *text == '.';
+  }
+  return true;
+}
+
+void l3DirectPatch(L3DirectOut& out, size_t start, unsigned bits, uint32_t length)
+{
+  if (bits == 16 && !(start & 7)) {
+    out.data[(start >> 3) - 2] = static_cast<uint8_t>(length >> 8);
+    out.data[(start >> 3) - 1] = static_cast<uint8_t>(length);
+    return;
+  }
+  for (unsigned i = 0; i < bits; ++i) {
+    size_t at = start - 1 - i;
+    uint8_t mask = static_cast<uint8_t>(0x80U >> (at & 7));
+    uint8_t& octet = out.data[at >> 3];
+    octet = static_cast<uint8_t>((length >> i & 1) ? octet | mask : octet & ~mask);
+  }
+}

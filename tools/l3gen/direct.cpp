@@ -1,0 +1,241 @@
+// The half of the direct coders that decoding and encoding share.
+#include "direct.h"
+
+#include <algorithm>
+
+namespace l3gen {
+
+static bool whatFits(const What& what)
+{
+  switch (what.kind) {
+    case WhatKind::BitString:
+    case WhatKind::Chars:
+      return false;
+    case WhatKind::Bits:
+    case WhatKind::Type:
+      return !scalarOf(what) || scalarOf(what)->bits <= 56;
+    default:
+      return std::all_of(what.alternatives.begin(), what.alternatives.end(),
+                         [](const Row& row) { return whatFits(row.what) && row.often.end == End::None; });
+  }
+}
+
+// Every form that the writers know is named here: a new one is left to the walk until they know it.
+static bool rowFits(const Row& row)
+{
+  static const std::vector<std::string> known = {"name-as", "untagged", "full-length"};
+  for (auto& [word, value] : row.words)
+    if (std::find(known.begin(), known.end(), word) == known.end()) return false;
+  if (row.inRelease || row.often.end == End::UntilZero || !whatFits(row.what)) return false;
+  switch (row.when) {
+    case When::Always:
+    case When::Room:
+    case When::OptBit:
+    case When::RoomOptBit:
+    case When::If:
+    case When::WhenCond:
+    case When::Ext:
+    case When::RoomExt:
+    case When::More:
+    case When::Length:
+    case When::Iei:
+    case When::ByHand:
+    case When::Group:
+      return true;
+    default:
+      return false;
+  }
+}
+
+bool hasDirect(const Type& type)
+{
+  bool kind = type.kind == Kind::Record || type.kind == Kind::Message || type.kind == Kind::Pdu ||
+              (type.kind == Kind::Bare && !scalarOf(type));
+  if (!kind || type.directByHand || type.has("shifts") || type.has("early-return")) return false;
+  return std::all_of(type.rows.begin(), type.rows.end(), rowFits);
+}
+
+std::string directCall(const Type& named, const std::string& pointer, bool encoder)
+{
+  const Type& type = aliased(named);
+  bool byHand = !(encoder ? type.encodeFile : type.decodeFile).empty();
+  bool direct = type.directByHand || (hasDirect(type) && !byHand);
+  const char *side = encoder ? "Enc" : "Dec", *put = encoder ? "Put" : "", *cursor = encoder ? "out" : "in";
+  const char *f = type.full.c_str(), *p = pointer.c_str();
+  return direct ? format("!l3Direct%s_%s(%s, %s)", side, f, cursor, p)
+                : format("!l3Direct%sType(%s, l3_%s, %s)", put, cursor, f, p);
+}
+
+static bool isAlias(const Type& type)
+{
+  if (type.kind != Kind::Bare || type.rows.size() != 1 || !type.decodeFile.empty() || !type.encodeFile.empty())
+    return false;
+  const Row& row = type.rows[0];
+  return row.what.kind == WhatKind::Type && !row.what.rest && row.often.end == End::None && !row.range;
+}
+
+const Type& aliased(const Type& type)
+{
+  return isAlias(type) ? aliased(*type.rows[0].what.type) : type;
+}
+
+std::vector<const Row*> plainRows(const Type& type)
+{
+  std::vector<const Row*> rows;
+  for (auto& row : type.rows)
+    if (row.when != When::Group && row.when != When::Iei && row.when != When::ByHand) rows.push_back(&row);
+  return rows;
+}
+
+std::vector<const Row*> optionRows(const Type& type)
+{
+  std::vector<const Row*> rows;
+  for (auto& row : type.rows)
+    if (row.when == When::Iei) rows.push_back(&row);
+  return rows;
+}
+
+// A record of fixed fields alone, whatever records they stand in.
+static bool isFlat(const Type& type)
+{
+  const Type& t = aliased(type);
+  if (t.kind != Kind::Record || !t.decodeFile.empty() || !t.encodeFile.empty() || t.mBits) return false;
+  return std::all_of(t.rows.begin(), t.rows.end(), [](const Row& row) {
+    bool plain = row.when == When::Always && row.often.end == End::None;
+    bool scalar = scalarOf(row.what) && scalarOf(row.what)->bits <= 56;
+    bool record = row.what.kind == WhatKind::Type && !row.what.rest && isFlat(*row.what.type);
+    return plain && (scalar || record);
+  });
+}
+
+std::vector<Leaf> leavesOf(const What& what, const std::optional<Range>& range, const std::string& member)
+{
+  if (auto scalar = scalarOf(what)) {
+    if (scalar->bits > 56) return {};
+    return {Leaf{member, *scalar, range ? range : scalar->range, storeOf(what)}};
+  }
+  std::vector<Leaf> leaves;
+  if (what.kind != WhatKind::Type || what.rest || !isFlat(*what.type)) return leaves;
+  for (auto& row : aliased(*what.type).rows)
+    for (auto& leaf : leavesOf(row.what, row.range, member + "." + row.member)) leaves.push_back(leaf);
+  return leaves;
+}
+
+std::vector<Leaf> takeLeaves(const Type& type, const std::vector<const Row*>& rows, size_t& at)
+{
+  std::vector<Leaf> leaves;
+  for (; at < rows.size(); ++at) {
+    const Row& row = *rows[at];
+    if (row.when != When::Always || row.often.end != End::None) break;
+    auto more = leavesOf(row.what, row.range, memberOf(type, row));
+    if (more.empty()) break;
+    leaves.insert(leaves.end(), more.begin(), more.end());
+  }
+  return leaves;
+}
+
+unsigned bitsOf(const std::vector<Leaf>& leaves)
+{
+  unsigned bits = 0;
+  for (auto& leaf : leaves) bits += leaf.scalar.bits;
+  return bits;
+}
+
+std::vector<std::vector<Leaf>> pieces(const std::vector<Leaf>& leaves)
+{
+  std::vector<std::vector<Leaf>> out;
+  for (auto& leaf : leaves) {
+    if (out.empty() || bitsOf(out.back()) + leaf.scalar.bits > 56) out.emplace_back();
+    out.back().push_back(leaf);
+  }
+  return out;
+}
+
+std::string memberOf(const Type& type, const Row& row)
+{
+  bool bare = type.kind == Kind::Bare || type.has("bare");
+  return bare ? "r" : row.member.empty() ? "r" : "r." + row.member;
+}
+
+std::string fieldOf(const Type& type, const std::string& name)
+{
+  std::string path = "r";
+  findField(type, name, &path);
+  return "static_cast<uint32_t>(" + path + ")";
+}
+
+static std::string termOf(const Type& type, const Term& term)
+{
+  std::string any, field = fieldOf(type, term.field);
+  for (auto& value : term.values)
+    any += (any.empty() ? "" : " || ") + std::string(term.negate ? "" : "!") + "(" + outside(value, field) + ")";
+  return "(" + any + ")";
+}
+
+std::string conditionOf(const Type& type, const Row& row)
+{
+  std::string all;
+  for (auto& term : row.cond) all += (all.empty() ? "" : " && ") + termOf(type, term);
+  return all.empty() ? "true" : all;
+}
+
+std::string selectorOf(const Type& type, const What& what)
+{
+  std::string out;
+  for (auto& field : what.fields) {
+    const Row* row = findField(type, field);
+    unsigned bits = row->when == When::Length ? row->number : scalarOf(row->what)->bits;
+    out = out.empty() ? fieldOf(type, field) : format("(%s << %u | ", out.c_str(), bits) + fieldOf(type, field) + ")";
+  }
+  return out;
+}
+
+std::string outside(const Range& range, const std::string& value)
+{
+  const char* v = value.c_str();
+  if (range.lo == range.hi) return format("%s != %uU", v, range.lo);
+  if (!range.lo) return format("%s > %uU", v, range.hi);
+  return format("%s - %uU > %uU", v, range.lo, range.hi - range.lo);
+}
+
+std::string outside(const Scalar& scalar, const std::optional<Range>& range, const std::string& value, bool encoder)
+{
+  std::string out;
+  if (range) out = outside(*range, value);
+  bool open = !scalar.named || scalar.named->kind == Kind::Names ||
+              scalar.named->has(encoder ? "open-encode" : "open-decode");
+  if (open) return out;
+  if (!out.empty()) out += " || ";
+  return out + "!l3IsMember(l3enum_" + scalar.named->full + ", " + value + ")";
+}
+
+std::string casesOf(const Row& alternative)
+{
+  if (alternative.other) return "      default:\n";
+  std::string out;
+  for (auto& v : alternative.values)
+    out += v.lo == v.hi ? format("      case %uU:\n", v.lo) : format("      case %uU ... %uU:\n", v.lo, v.hi);
+  return out;
+}
+
+bool isRecord(const What& what)
+{
+  return what.kind == WhatKind::Type && !what.rest && !scalarOf(what);
+}
+
+bool ownBits(const Row& row)
+{
+  const What& what = row.what;
+  bool list = what.type && !what.type->rows.empty() && what.type->rows.back().often.end == End::WhileExt;
+  return row.when == When::More && (list || row.often.end == End::WhileExt);
+}
+
+std::string writeDirect(Model& model, const Module& module, bool encoder)
+{
+  std::string out;
+  for (auto& type : model.types)
+    if (type->module == &module && hasDirect(*type)) out += encoder ? encodeDirect(*type) : decodeDirect(*type);
+  return out;
+}
+
+} // namespace l3gen

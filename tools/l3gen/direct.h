@@ -1,0 +1,48 @@
+// What the writers of the direct coders share: which types can have one, how a member is named in C++, and the plain
+// fixed-width fields that one load or store serves.
+#pragma once
+
+#include "model.h"
+
+namespace l3gen {
+
+// One plain field of a run, as the C++ expression that names its member.
+struct Leaf {
+  std::string member;
+  Scalar scalar;
+  std::optional<Range> range;
+  unsigned store = 0;
+};
+
+// Can the type's rows be decoded and encoded in straight lines? Others are left to the walk.
+bool hasDirect(const Type& type);
+// The test that fails when the type's value at `pointer` can not be coded directly.
+std::string directCall(const Type& type, const std::string& pointer, bool encoder);
+// The type that an alias ends at: the same layout, the same octets.
+const Type& aliased(const Type& type);
+// The rows behind the presence and group marks, without optional elements; and those elements.
+std::vector<const Row*> plainRows(const Type& type);
+std::vector<const Row*> optionRows(const Type& type);
+// The leaves of rows from `at` on that are coded without any condition, records of nothing else flattened; moves `at`.
+std::vector<Leaf> takeLeaves(const Type& type, const std::vector<const Row*>& rows, size_t& at);
+std::vector<Leaf> leavesOf(const What& what, const std::optional<Range>& range, const std::string& member);
+// The leaves in pieces of at most 56 bits.
+std::vector<std::vector<Leaf>> pieces(const std::vector<Leaf>& leaves);
+unsigned bitsOf(const std::vector<Leaf>& leaves);
+// C++ expressions on the record `r`.
+std::string memberOf(const Type& type, const Row& row);
+std::string fieldOf(const Type& type, const std::string& name);
+std::string conditionOf(const Type& type, const Row& row);
+std::string selectorOf(const Type& type, const What& what);
+// A test that is true for a value (an expression) outside a set or a range; empty where nothing can be outside.
+std::string outside(const Scalar& scalar, const std::optional<Range>& range, const std::string& value, bool encoder);
+std::string outside(const Range& range, const std::string& value);
+std::string casesOf(const Row& alternative);
+bool isRecord(const What& what);
+// A list that reads and writes its own extension bits.
+bool ownBits(const Row& row);
+std::string writeDirect(Model& model, const Module& module, bool encoder);
+std::string decodeDirect(const Type& type);
+std::string encodeDirect(const Type& type);
+
+} // namespace l3gen

@@ -1,0 +1,333 @@
+// Writing of the direct decoders.
+#include "direct.h"
+
+namespace l3gen {
+
+// The text of one decoder; regions and temporaries are numbered as they come.
+struct DecodeWriter {
+  const Type& type;
+  std::string out;
+  unsigned regions = 0, names = 0;
+  explicit DecodeWriter(const Type& t) : type(t) {}
+  void line(const std::string& text) { out += "  " + text + "\n"; }
+  void giveUpIf(const std::string& test)
+  {
+    if (!test.empty()) line("if (" + test + ") return false;");
+  }
+  std::string fresh(const char* stem) { return stem + std::to_string(names++); }
+};
+
+static void element(DecodeWriter& w, const What& what, const Often& often, const std::optional<Range>& range,
+                    const std::string& member);
+
+static void take(DecodeWriter& w, unsigned bits)
+{
+  w.giveUpIf(format("!l3Take<%u>(in, w)", bits));
+}
+
+static void leafRun(DecodeWriter& w, const std::vector<Leaf>& leaves)
+{
+  for (auto& piece : pieces(leaves)) {
+    unsigned left = bitsOf(piece);
+    take(w, left);
+    for (auto& leaf : piece) {
+      left -= leaf.scalar.bits;
+      std::string value = left ? format("(w >> %u & %lluU)", left, (1ULL << leaf.scalar.bits) - 1)
+                               : format("(w & %lluU)", (1ULL << leaf.scalar.bits) - 1);
+      w.giveUpIf(outside(leaf.scalar, leaf.range, value, false));
+      w.line("l3Set(" + leaf.member + ", " + value + ");");
+    }
+  }
+}
+
+// The count of a string's octets, as a new variable.
+static std::string count(DecodeWriter& w, const What& what)
+{
+  std::string n = w.fresh("n");
+  if (what.from == From::Own) take(w, what.bits);
+  std::string value = what.from == From::Own     ? "w"
+                      : what.from == From::Field ? fieldOf(w.type, what.field)
+                                                 : "(in.end - in.pos) >> 3";
+  w.line("size_t " + n + " = " + value + ";");
+  return n;
+}
+
+static void octets(DecodeWriter& w, const What& what, const std::optional<Range>& range, const std::string& member)
+{
+  if (what.from == From::Fixed) return w.giveUpIf(format("!l3Octets(in, %s, %u)", member.c_str(), what.octets));
+  std::string n = count(w, what);
+  if (range) w.giveUpIf(outside(*range, n));
+  const char *m = member.c_str(), *c = n.c_str();
+  if (!what.max) return w.giveUpIf(format("!l3DirectHeap(in, %s, %s.numocts, %s.data)", c, m, m));
+  w.giveUpIf(format("%s > %u || !l3Octets(in, %s.data, %s)", c, what.max, m, c));
+  w.line("l3Set(" + member + ".numocts, " + n + ");");
+}
+
+static void text(DecodeWriter& w, const What& what, const std::optional<Range>& range, const std::string& member)
+{
+  std::string n = count(w, what);
+  if (range) w.giveUpIf(outside(*range, n));
+  w.giveUpIf(format("!l3DirectText(in, %s, %s, %s)", n.c_str(), what.labels ? "true" : "false", member.c_str()));
+}
+
+static void readSelector(DecodeWriter& w, const What& what, const std::string& value)
+{
+  if (what.select == Select::Fields) return w.line("uint32_t " + value + " = " + selectorOf(w.type, what) + ";");
+  take(w, what.bits);
+  if (what.select == Select::Peek) w.line(format("in.pos -= %u;", what.bits));
+  w.line("uint32_t " + value + " = static_cast<uint32_t>(w)" +
+         (what.select == Select::Peek ? format(" & %uU;", what.mask) : ";"));
+}
+
+static void choice(DecodeWriter& w, const What& what, const std::string& member)
+{
+  std::string value = w.fresh("choice"), place = what.untagged ? member : member + ".u";
+  readSelector(w, what, value);
+  w.line("switch (" + value + ") {");
+  unsigned tag = 0;
+  bool other = false;
+  for (auto& alternative : what.alternatives) {
+    ++tag;
+    other = other || alternative.other;
+    w.out += casesOf(alternative) + "      {\n";
+    if (!what.untagged) w.line(format("%s.t = %u;", member.c_str(), tag));
+    std::string inner = place + "." + alternative.member;
+    if (isRecord(alternative.what)) w.line(format("memset(&%s, 0, sizeof %s);", inner.c_str(), inner.c_str()));
+    element(w, alternative.what, alternative.often, alternative.range, inner);
+    w.out += "      break;\n      }\n";
+  }
+  if (!other) w.out += "      default:\n        return false;\n";
+  w.line("}");
+}
+
+static void body(DecodeWriter& w, const What& what, const std::string& member)
+{
+  std::string message = fieldOf(w.type, what.fields.back());
+  std::string value = what.fields.size() == 2 ? fieldOf(w.type, what.fields[0]) + " << 16 | " + message : message;
+  w.line("void* message = nullptr;\n  switch (" + value + ") {");
+  for (auto& row : what.alternatives) {
+    uint32_t under = what.underOnly ? what.under : row.discriminator;
+    w.out += format("      case %uU:\n", what.fields.size() == 2 ? under << 16 | row.msgType : row.msgType);
+    w.line(format("%s.t = %u;", member.c_str(), row.tag));
+    if (row.what.type) {
+      const Type& type = *row.what.type;
+      w.giveUpIf("!l3DirectBody(in, sizeof(" + type.full + "), message)");
+      w.line(member + ".u.any = message;");
+      w.giveUpIf(directCall(type, "message", false));
+    }
+    w.line("break;");
+  }
+  w.out += "      default:\n        return false;\n";
+  w.line("}");
+}
+
+// One entry of a list, counted by `n`; it never stands still where the region alone ends the list.
+static void entry(DecodeWriter& w, const What& what, const Often& often, const std::optional<Range>& range,
+                  const std::string& member, const std::string& n)
+{
+  std::string elem = member + ".elem[" + n + "]";
+  const char *m = member.c_str(), *c = n.c_str();
+  if (often.bounded())
+    w.giveUpIf(format("%s >= %u", c, often.range->hi));
+  else
+    w.giveUpIf(format("!l3DirectGrow(in, reinterpret_cast<void**>(&%s.elem), %s, room%s, sizeof *%s.elem)", m, c, c, m));
+  if (isRecord(what)) w.line(format("memset(&%s, 0, sizeof %s);", elem.c_str(), elem.c_str()));
+  bool watch = often.end == End::WhileRoom && leavesOf(what, range, elem).empty();
+  if (watch) w.line("size_t before" + n + " = in.pos;");
+  element(w, what, Often{}, range, elem);
+  if (watch) w.giveUpIf("in.pos == before" + n);
+  w.line("++" + n + ";");
+}
+
+static std::string loopHead(DecodeWriter& w, const Often& often, const std::string& n)
+{
+  switch (often.end) {
+    case End::WhileRoom:
+      return "while (in.pos < in.end) {";
+    case End::Times:
+      return format("while (static_cast<int64_t>(%s) < static_cast<int64_t>(%s) + %d) {", n.c_str(),
+                    fieldOf(w.type, often.field).c_str(), often.bias);
+    case End::MoreBit:
+      return "while (in.pos >> 3 < in.octets) {\n  if (!l3Take<1>(in, w)) return false;\n  if (!w) break;";
+    default:
+      return "for (bool last" + n + " = false; !last" + n + ";) {\n  if (!l3Take<1>(in, w)) return false;\n  last" + n +
+             " = w != 0;";
+  }
+}
+
+static void list(DecodeWriter& w, const What& what, const Often& often, const std::optional<Range>& range,
+                 const std::string& member)
+{
+  std::string n = w.fresh("n");
+  w.line("size_t " + n + " = 0;");
+  if (!often.bounded()) w.line("size_t room" + n + " = 0;");
+  w.line(loopHead(w, often, n));
+  entry(w, what, often, range, member, n);
+  w.line("}");
+  if (often.range) w.giveUpIf(outside(*often.range, n));
+  w.line("l3Set(" + member + ".n, " + n + ");");
+  if (often.bounded()) return;
+  const char *m = member.c_str(), *c = n.c_str();
+  w.line(format("if (!%s) %s.elem = nullptr;", c, m));
+  w.line(format("l3DirectCut(in, reinterpret_cast<void**>(&%s.elem), %s, room%s, sizeof *%s.elem);", m, c, c, m));
+}
+
+static void element(DecodeWriter& w, const What& what, const Often& often, const std::optional<Range>& range,
+                    const std::string& member)
+{
+  if (often.end != End::None) return list(w, what, often, range, member);
+  auto leaves = leavesOf(what, range, member);
+  if (!leaves.empty()) return leafRun(w, leaves);
+  switch (what.kind) {
+    case WhatKind::Octets:
+      return octets(w, what, range, member);
+    case WhatKind::Text:
+      return text(w, what, range, member);
+    case WhatKind::Type:
+      return w.giveUpIf(directCall(*what.type, "&" + member, false));
+    case WhatKind::Choice:
+      return choice(w, what, member);
+    case WhatKind::Body:
+      return body(w, what, member);
+    default:
+      return;
+  }
+}
+
+static void length(DecodeWriter& w, const Row& row)
+{
+  take(w, row.number);
+  if (row.range) w.giveUpIf(outside(*row.range, "w"));
+  if (!row.member.empty()) w.line("l3Set(r." + row.member + ", w);");
+  std::string bits = row.countsBits ? "w" : "w * 8";
+  if (row.fromOctet) bits += " + (8 - in.pos % 8) % 8";
+  w.line(format("size_t outer%u;\n  if (!l3Open(in, %s, outer%u)) return false;", w.regions, bits.c_str(), w.regions));
+  ++w.regions;
+}
+
+static void mark(DecodeWriter& w, const Row& row)
+{
+  if (row.mBit < 0) return;
+  w.line("r.m." + w.type.mNames[static_cast<size_t>(row.mBit)] + " = 1;");
+  if (row.groupBit >= 0) w.line("r.m." + w.type.mNames[static_cast<size_t>(row.groupBit)] + " = 1;");
+}
+
+// The test that a row is passed over by, and what leads the element.
+static std::string guard(const DecodeWriter& w, const Row& row)
+{
+  switch (row.when) {
+    case When::Room:
+      return "in.pos < in.end" + (row.cond.empty() ? "" : " && " + conditionOf(w.type, row));
+    case When::RoomOptBit:
+    case When::RoomExt:
+      return "in.pos < in.end";
+    case When::If:
+    case When::WhenCond:
+      return conditionOf(w.type, row);
+    case When::More:
+      return "!ext";
+    default:
+      return "";
+  }
+}
+
+static void conditional(DecodeWriter& w, const Row& row)
+{
+  std::string test = guard(w, row);
+  w.line(test.empty() ? "{" : "if (" + test + ") {");
+  bool bit = row.when == When::OptBit || row.when == When::RoomOptBit;
+  bool ext = row.when == When::Ext || row.when == When::RoomExt || row.when == When::More;
+  if (bit || (ext && !ownBits(row))) take(w, 1);
+  if (ext && !ownBits(row)) w.line("ext = w != 0;");
+  if (bit) w.line("if (w) {");
+  element(w, row.what, row.often, row.range, memberOf(w.type, row));
+  if (ownBits(row)) w.line("ext = true;");
+  mark(w, row);
+  if (bit) w.line("}");
+  if (row.extLast) w.line("while (!ext) {\n    if (!l3Take<8>(in, w)) return false;\n    ext = w >> 7;\n  }");
+  w.line("}");
+}
+
+static void rows(DecodeWriter& w)
+{
+  auto all = plainRows(w.type);
+  for (size_t at = 0; at < all.size();) {
+    auto leaves = takeLeaves(w.type, all, at);
+    if (!leaves.empty()) {
+      leafRun(w, leaves);
+      continue;
+    }
+    const Row& row = *all[at++];
+    if (row.when == When::Length)
+      length(w, row);
+    else
+      conditional(w, row);
+  }
+  while (w.regions) w.line(format("l3Shut(in, outer%u);", --w.regions));
+}
+
+// The elements of one IEI in their order: the first whose turn has not passed; out of its turn the last one's form
+// tells how to pass over it.
+static void option(DecodeWriter& w, const std::vector<const Row*>& options, size_t first)
+{
+  const Row& row = *options[first];
+  w.out += format("      case 0x%02X:\n", row.number);
+  std::string lead = "if";
+  const Row* last = &row;
+  for (size_t i = first; i < options.size(); ++i) {
+    const Row& same = *options[i];
+    if (same.number != row.number) continue;
+    w.line(format("%s (order < %zu) {", lead.c_str(), i + 1));
+    w.line(format("order = %zu;", i + 1));
+    element(w, same.what, same.often, same.range, memberOf(w.type, same));
+    mark(w, same);
+    lead = "} else if";
+    last = &same;
+  }
+  uint32_t octets = 0;
+  std::string skip = skipForm(*last, octets);
+  std::string how = skip == "length" ? "!l3DirectSkipLength(in)" : format("!l3DirectSkip(in, %u)", octets);
+  w.line(skip == "nothing" ? "}" : "} else if (" + how + ") {\n    return false;\n  }");
+  w.line("break;");
+}
+
+static void options(DecodeWriter& w)
+{
+  auto all = optionRows(w.type);
+  if (all.empty()) {
+    if (!w.type.has("no-tail")) w.giveUpIf("in.pos < in.end");
+    return;
+  }
+  unsigned halves = 0;
+  for (auto* row : all)
+    if (row->half) halves |= 1U << row->number;
+  w.line("unsigned order = 0;\n  while (in.pos < in.end) {");
+  w.giveUpIf("(in.pos & 7) || in.end - in.pos < 8");
+  w.line("unsigned iei = in.data[in.pos >> 3];");
+  w.line(format("bool half = 0x%04XU >> (iei >> 4) & 1;", halves));
+  w.line("in.pos += half ? 4 : 8;\n  if (half) iei >>= 4;\n  switch (iei) {");
+  for (size_t i = 0; i < all.size(); ++i) {
+    bool first = true;
+    for (size_t k = 0; k < i; ++k) first = first && all[k]->number != all[i]->number;
+    if (first) option(w, all, i);
+  }
+  w.out += "      default:\n";
+  w.giveUpIf("!l3DirectUnknown(in, iei, half)");
+  w.line("}\n  }");
+}
+
+std::string decodeDirect(const Type& type)
+{
+  DecodeWriter w(type);
+  const char* f = type.full.c_str();
+  w.out = format("bool l3DirectDec_%s(L3DirectIn& in, void* record)\n{\n", f);
+  w.line(format("%s& r = *static_cast<%s*>(record);\n  uint64_t w = 0;\n  bool ext = true;\n  (void)in, (void)r, (void)w, "
+                "(void)ext;",
+                f, f));
+  if (type.mBits) w.line(format("memset(&r, 0, %d);", (type.mBits + 7) / 8));
+  rows(w);
+  if (type.kind == Kind::Message) options(w);
+  return w.out + "  return true;\n}\n\n";
+}
+
+} // namespace l3gen

@@ -1,0 +1,237 @@
+// Writing of the direct encoders.
+#include "direct.h"
+
+namespace l3gen {
+
+// The text of one encoder; lengths still open and temporaries are numbered as they come.
+struct EncodeWriter {
+  const Type& type;
+  std::string out;
+  std::vector<const Row*> open;
+  unsigned names = 0;
+  explicit EncodeWriter(const Type& t) : type(t) {}
+  void line(const std::string& text) { out += "  " + text + "\n"; }
+  void giveUpIf(const std::string& test)
+  {
+    if (!test.empty()) line("if (" + test + ") return false;");
+  }
+  std::string fresh(const char* stem) { return stem + std::to_string(names++); }
+};
+
+static void element(EncodeWriter& w, const What& what, const Often& often, const std::optional<Range>& range,
+                    const std::string& member);
+
+static void put(EncodeWriter& w, unsigned bits, const std::string& value)
+{
+  w.giveUpIf(format("!l3Put<%u>(out, %s)", bits, value.c_str()));
+}
+
+// A member as the unsigned number that is written; what its width does not hold is gathered in `over`.
+static void leafValue(EncodeWriter& w, const Leaf& leaf)
+{
+  unsigned bits = leaf.scalar.bits;
+  std::string value = "l3Number(" + leaf.member + ")";
+  if (leaf.scalar.kind == WhatKind::Flag) value = leaf.member + " != 0";
+  w.line("v = " + value + ";");
+  if (leaf.scalar.kind != WhatKind::Flag && bits < leaf.store * 8) w.line(format("over |= v >> %u;", bits));
+  w.giveUpIf(outside(leaf.scalar, leaf.range, "v", true));
+  w.line(format("w = w << %u | v;", bits));
+}
+
+static void leafRun(EncodeWriter& w, const std::vector<Leaf>& leaves)
+{
+  for (auto& piece : pieces(leaves)) {
+    w.line("w = over = 0;");
+    for (auto& leaf : piece) leafValue(w, leaf);
+    w.giveUpIf("over");
+    put(w, bitsOf(piece), "w");
+  }
+}
+
+static void octets(EncodeWriter& w, const What& what, const std::optional<Range>& range, const std::string& member)
+{
+  if (what.from == From::Fixed) return w.giveUpIf(format("!l3PutOctets(out, %s, %u)", member.c_str(), what.octets));
+  std::string n = w.fresh("n");
+  w.line("size_t " + n + " = " + member + ".numocts;");
+  if (what.max) w.giveUpIf(format("%s > %u", n.c_str(), what.max));
+  if (range) w.giveUpIf(outside(*range, n));
+  if (what.from == From::Own) {
+    w.giveUpIf(format("%s >> %u", n.c_str(), what.bits));
+    put(w, what.bits, n);
+  }
+  w.giveUpIf("!l3PutOctets(out, " + member + ".data, " + n + ")");
+  if (what.from == From::Rest) w.line("out.tail = true;");
+}
+
+static void text(EncodeWriter& w, const What& what, const std::optional<Range>& range, const std::string& member)
+{
+  std::string n = w.fresh("n"), t = w.fresh("text");
+  w.line("const char* " + t + " = " + member + " ? " + member + " : \"\";");
+  w.line("size_t " + n + " = strlen(" + t + ");");
+  if (what.labels) w.line("if (" + n + ") ++" + n + ";");
+  if (range) w.giveUpIf(outside(*range, n));
+  if (what.from == From::Own) {
+    w.giveUpIf(format("%s >> %u", n.c_str(), what.bits));
+    put(w, what.bits, n);
+  }
+  w.giveUpIf("!l3DirectPutText(out, " + t + ", " + (what.labels ? "true" : "false") + ")");
+}
+
+static void choice(EncodeWriter& w, const What& what, const std::string& member)
+{
+  bool fields = what.select == Select::Fields;
+  std::string place = what.untagged ? member : member + ".u";
+  if (what.select == Select::Bits) put(w, what.bits, "(" + member + ".t - 1) & " + format("%uU", (1U << what.bits) - 1));
+  w.line("switch (" + (fields ? selectorOf(w.type, what) : member + ".t") + ") {");
+  unsigned tag = 0;
+  bool other = false;
+  for (auto& alternative : what.alternatives) {
+    ++tag;
+    other = other || (fields && alternative.other);
+    w.out += (fields ? casesOf(alternative) : format("      case %u:\n", tag)) + "      {\n";
+    element(w, alternative.what, alternative.often, alternative.range, place + "." + alternative.member);
+    w.out += "      break;\n      }\n";
+  }
+  if (!other) w.out += "      default:\n        return false;\n";
+  w.line("}");
+}
+
+static void body(EncodeWriter& w, const What& what, const std::string& member)
+{
+  w.line("switch (" + member + ".t) {");
+  for (auto& row : what.alternatives) {
+    w.out += format("      case %u:\n", row.tag);
+    if (row.what.type) w.giveUpIf("!" + member + ".u.any || " + directCall(*row.what.type, member + ".u.any", true));
+    w.line("break;");
+  }
+  w.out += "      default:\n        return false;\n";
+  w.line("}");
+}
+
+static void list(EncodeWriter& w, const What& what, const Often& often, const std::optional<Range>& range,
+                 const std::string& member)
+{
+  std::string n = w.fresh("n"), i = w.fresh("i");
+  const char *c = n.c_str(), *k = i.c_str();
+  w.line("size_t " + n + " = " + member + ".n;");
+  w.giveUpIf(n + " > 255");
+  if (often.bounded()) w.giveUpIf(format("%s > %u", c, often.range->hi));
+  if (often.range) w.giveUpIf(outside(*often.range, n));
+  if (!often.bounded()) w.giveUpIf(n + " && !" + member + ".elem");
+  w.line(format("for (size_t %s = 0; %s < %s; ++%s) {", k, k, c, k));
+  if (often.end == End::MoreBit) put(w, 1, "1");
+  if (often.end == End::WhileExt) put(w, 1, i + " + 1 == " + n);
+  element(w, what, Often{}, range, member + ".elem[" + i + "]");
+  w.line("}");
+  if (often.end == End::MoreBit) put(w, 1, "0");
+}
+
+static void element(EncodeWriter& w, const What& what, const Often& often, const std::optional<Range>& range,
+                    const std::string& member)
+{
+  if (often.end != End::None) return list(w, what, often, range, member);
+  auto leaves = leavesOf(what, range, member);
+  if (!leaves.empty()) return leafRun(w, leaves);
+  switch (what.kind) {
+    case WhatKind::Octets:
+      return octets(w, what, range, member);
+    case WhatKind::Text:
+      return text(w, what, range, member);
+    case WhatKind::Type:
+      return w.giveUpIf(directCall(*what.type, "&" + member, true));
+    case WhatKind::Choice:
+      return choice(w, what, member);
+    case WhatKind::Body:
+      return body(w, what, member);
+    default:
+      return;
+  }
+}
+
+static std::string present(const EncodeWriter& w, const Row& row)
+{
+  if (row.when == When::WhenCond) return conditionOf(w.type, row);
+  if (row.mBit < 0) return "true";
+  std::string bit = "r.m." + w.type.mNames[static_cast<size_t>(row.mBit)];
+  return row.groupBit < 0 ? bit : "r.m." + w.type.mNames[static_cast<size_t>(row.groupBit)] + " && " + bit;
+}
+
+// The extension bit of a row: 0 if the next row of its group is there.
+static std::string extension(const EncodeWriter& w, const Row& row)
+{
+  const Row& next = (&row)[1];
+  return row.extLast || next.when != When::More ? "1" : "!(" + present(w, next) + ")";
+}
+
+static void conditional(EncodeWriter& w, const Row& row)
+{
+  bool bit = row.when == When::OptBit || row.when == When::RoomOptBit;
+  bool ext = row.when == When::Ext || row.when == When::RoomExt || row.when == When::More;
+  if (bit) put(w, 1, "(" + present(w, row) + ") ? 1 : 0");
+  w.line("if (" + present(w, row) + ") {");
+  if (ext && !ownBits(row)) put(w, 1, extension(w, row));
+  element(w, row.what, row.often, row.range, memberOf(w.type, row));
+  w.line("}");
+}
+
+static void length(EncodeWriter& w, const Row& row)
+{
+  put(w, row.number, "0");
+  w.line(format("size_t start%zu = out.pos;", w.open.size()));
+  w.open.push_back(&row);
+}
+
+static void closeLength(EncodeWriter& w)
+{
+  const Row& row = *w.open.back();
+  w.open.pop_back();
+  bool whole = row.words.count("full-length") != 0;
+  w.giveUpIf(format("!l3Close<%u, %d, %s>(out, start%zu, count)", row.number, row.countsBits ? 1 : 8,
+                    whole ? "true" : "false", w.open.size()));
+  if (!row.member.empty()) w.line("l3Set(r." + row.member + ", count);");
+  if (row.range) w.giveUpIf(outside(*row.range, "count"));
+}
+
+static void rows(EncodeWriter& w)
+{
+  auto all = plainRows(w.type);
+  for (size_t at = 0; at < all.size();) {
+    auto leaves = takeLeaves(w.type, all, at);
+    if (!leaves.empty()) {
+      leafRun(w, leaves);
+      continue;
+    }
+    const Row& row = *all[at++];
+    if (row.when == When::Length)
+      length(w, row);
+    else
+      conditional(w, row);
+  }
+  while (!w.open.empty()) closeLength(w);
+}
+
+static void options(EncodeWriter& w)
+{
+  for (auto* row : optionRows(w.type)) {
+    w.line("if (out.tail) return true;\n  if (" + present(w, *row) + ") {");
+    w.giveUpIf("out.pos & 7");
+    put(w, row->half ? 4 : 8, format("0x%02X", row->number));
+    element(w, row->what, row->often, row->range, memberOf(w.type, *row));
+    w.line("}");
+  }
+}
+
+std::string encodeDirect(const Type& type)
+{
+  EncodeWriter w(type);
+  const char* f = type.full.c_str();
+  w.out = format("bool l3DirectEnc_%s(L3DirectOut& out, void* record)\n{\n", f);
+  w.line(format("%s& r = *static_cast<%s*>(record);\n  uint64_t w = 0, v = 0, over = 0;\n  size_t count = 0;\n  (void)out, (void)r, "
+                "(void)w, (void)v, (void)over, (void)count;",
+                f, f));
+  rows(w);
+  if (type.kind == Kind::Message) options(w);
+  return w.out + "  return true;\n}\n\n";
+}
+
+} // namespace l3gen
