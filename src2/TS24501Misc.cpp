@@ -264,7 +264,6 @@ int l3Dec_TS24501IE_TrackingAreaIdentListItem(L3Call& call, const L3Type& type, 
   return decTrackingItem(call, types, type, *static_cast<TS24501IE_TrackingAreaIdentListItem*>(value));
 }
 
-
 int l3Enc_TS24501IE_TrackingAreaIdentListItem(L3Call& call, const L3Type& type, void* value)
 {
   return encTrackingItem(call, type, *static_cast<TS24501IE_TrackingAreaIdentListItem*>(value));

@@ -14,7 +14,6 @@ static constexpr int kMobility = 126;
 // Octets from the start of the message: the code, then what it covers, then what is ciphered.
 static constexpr NasSpans kSpans = {2, 6, 7};
 
-
 // Reads discriminator and security header type into the record, silently, and steps back.
 static int lookAhead(L3Call& call, TS24501Msg_NAS5GSecProtMsgHdr& header)
 {

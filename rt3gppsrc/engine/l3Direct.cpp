@@ -165,8 +165,8 @@ bool l3DirectGrow(L3DirectIn& in, void** entries, size_t count, size_t& capacity
   if (count < capacity) return true;
   RtxMemHeap** heap = &in.call->pctxt->pMemHeap;
   capacity = capacity ? capacity * 2 : 2;
-  void* grown = count ? rtxMemHeapRealloc(heap, *entries, capacity * entrySize)
-                      : rtxMemHeapAlloc(heap, capacity * entrySize);
+  void* grown =
+      count ? rtxMemHeapRealloc(heap, *entries, capacity * entrySize) : rtxMemHeapAlloc(heap, capacity * entrySize);
   if (!grown) return false;
   *entries = grown;
   return true;
@@ -214,7 +214,8 @@ void l3PutEdge(L3DirectOut& out, unsigned bits, uint64_t value)
   uint8_t* at = out.data + (out.pos >> 3);
   uint64_t word = value << (64 - bits) >> used;
   if (used) word |= static_cast<uint64_t>(*at & (0xFF00U >> used & 0xFF)) << 56;
-  for (unsigned i = 0, octets = (used + bits + 7) / 8; i < octets; ++i) at[i] = static_cast<uint8_t>(word >> (56 - 8 * i));
+  for (unsigned i = 0, octets = (used + bits + 7) / 8; i < octets; ++i)
+    at[i] = static_cast<uint8_t>(word >> (56 - 8 * i));
 }
 
 bool l3DirectPutText(L3DirectOut& out, const char* text, bool labels)

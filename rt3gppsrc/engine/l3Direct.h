@@ -28,8 +28,8 @@ struct L3DirectOut {
   L3Call* call;
 };
 
-// Runs a type's direct coder from the cursor, if there is one and nothing speaks against it. False: the cursor, the flags
-// and the findings are as before, and the rows are to be walked; inside a trial the whole trial is then given up.
+// Runs a type's direct coder from the cursor, if there is one and nothing speaks against it. False: the cursor, the
+// flags and the findings are as before, and the rows are to be walked; inside a trial the whole trial is then given up.
 bool l3DecDirectly(L3Call& call, const L3Type& type, void* record);
 bool l3EncDirectly(L3Call& call, const L3Type& type, void* record);
 // From inside a direct coder: a type with a coder by hand, or one that has only rows.

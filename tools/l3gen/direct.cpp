@@ -5,17 +5,24 @@
 
 namespace l3gen {
 
+static bool fits(const Scalar& scalar)
+{
+  return scalar.kind != WhatKind::Unary && !scalar.padded && scalar.bits <= 56;
+}
+
 static bool whatFits(const What& what)
 {
   switch (what.kind) {
     case WhatKind::BitString:
     case WhatKind::Chars:
+    case WhatKind::Unary:
       return false;
     case WhatKind::Bits:
     case WhatKind::Type:
-      return !scalarOf(what) || scalarOf(what)->bits <= 56;
+      return !scalarOf(what) || fits(*scalarOf(what));
     default:
-      return std::all_of(what.alternatives.begin(), what.alternatives.end(),
+      return what.select != Select::Code &&
+             std::all_of(what.alternatives.begin(), what.alternatives.end(),
                          [](const Row& row) { return whatFits(row.what) && row.often.end == End::None; });
   }
 }
@@ -26,7 +33,9 @@ static bool rowFits(const Row& row)
   static const std::vector<std::string> known = {"name-as", "untagged", "full-length"};
   for (auto& [word, value] : row.words)
     if (std::find(known.begin(), known.end(), word) == known.end()) return false;
-  if (row.inRelease || row.often.end == End::UntilZero || !whatFits(row.what)) return false;
+  static const std::vector<End> ends = {End::None, End::WhileRoom, End::Times, End::MoreBit, End::WhileExt};
+  bool ended = std::find(ends.begin(), ends.end(), row.often.end) != ends.end();
+  if (row.inRelease || !ended || !whatFits(row.what)) return false;
   switch (row.when) {
     case When::Always:
     case When::Room:
@@ -51,7 +60,7 @@ bool hasDirect(const Type& type)
 {
   bool kind = type.kind == Kind::Record || type.kind == Kind::Message || type.kind == Kind::Pdu ||
               (type.kind == Kind::Bare && !scalarOf(type));
-  if (!kind || type.directByHand || type.has("shifts") || type.has("early-return")) return false;
+  if (!kind || type.directByHand || type.restOctets || type.has("shifts") || type.has("early-return")) return false;
   return std::all_of(type.rows.begin(), type.rows.end(), rowFits);
 }
 
@@ -99,10 +108,11 @@ std::vector<const Row*> optionRows(const Type& type)
 static bool isFlat(const Type& type)
 {
   const Type& t = aliased(type);
-  if (t.kind != Kind::Record || !t.decodeFile.empty() || !t.encodeFile.empty() || t.mBits) return false;
+  if (t.kind != Kind::Record || !hasDirect(t) || !t.decodeFile.empty() || !t.encodeFile.empty() || t.mBits)
+    return false;
   return std::all_of(t.rows.begin(), t.rows.end(), [](const Row& row) {
     bool plain = row.when == When::Always && row.often.end == End::None;
-    bool scalar = scalarOf(row.what) && scalarOf(row.what)->bits <= 56;
+    bool scalar = scalarOf(row.what) && fits(*scalarOf(row.what));
     bool record = row.what.kind == WhatKind::Type && !row.what.rest && isFlat(*row.what.type);
     return plain && (scalar || record);
   });
@@ -111,7 +121,7 @@ static bool isFlat(const Type& type)
 std::vector<Leaf> leavesOf(const What& what, const std::optional<Range>& range, const std::string& member)
 {
   if (auto scalar = scalarOf(what)) {
-    if (scalar->bits > 56) return {};
+    if (!fits(*scalar)) return {};
     return {Leaf{member, *scalar, range ? range : scalar->range, storeOf(what)}};
   }
   std::vector<Leaf> leaves;
@@ -202,8 +212,8 @@ std::string outside(const Scalar& scalar, const std::optional<Range>& range, con
 {
   std::string out;
   if (range) out = outside(*range, value);
-  bool open = !scalar.named || scalar.named->kind == Kind::Names ||
-              scalar.named->has(encoder ? "open-encode" : "open-decode");
+  bool open =
+      !scalar.named || scalar.named->kind == Kind::Names || scalar.named->has(encoder ? "open-encode" : "open-decode");
   if (open) return out;
   if (!out.empty()) out += " || ";
   return out + "!l3IsMember(l3enum_" + scalar.named->full + ", " + value + ")";

@@ -130,7 +130,8 @@ static void entry(DecodeWriter& w, const What& what, const Often& often, const s
   if (often.bounded())
     w.giveUpIf(format("%s >= %u", c, often.range->hi));
   else
-    w.giveUpIf(format("!l3DirectGrow(in, reinterpret_cast<void**>(&%s.elem), %s, room%s, sizeof *%s.elem)", m, c, c, m));
+    w.giveUpIf(
+        format("!l3DirectGrow(in, reinterpret_cast<void**>(&%s.elem), %s, room%s, sizeof *%s.elem)", m, c, c, m));
   if (isRecord(what)) w.line(format("memset(&%s, 0, sizeof %s);", elem.c_str(), elem.c_str()));
   bool watch = often.end == End::WhileRoom && leavesOf(what, range, elem).empty();
   if (watch) w.line("size_t before" + n + " = in.pos;");
@@ -321,9 +322,10 @@ std::string decodeDirect(const Type& type)
   DecodeWriter w(type);
   const char* f = type.full.c_str();
   w.out = format("bool l3DirectDec_%s(L3DirectIn& in, void* record)\n{\n", f);
-  w.line(format("%s& r = *static_cast<%s*>(record);\n  uint64_t w = 0;\n  bool ext = true;\n  (void)in, (void)r, (void)w, "
-                "(void)ext;",
-                f, f));
+  w.line(
+      format("%s& r = *static_cast<%s*>(record);\n  uint64_t w = 0;\n  bool ext = true;\n  (void)in, (void)r, (void)w, "
+             "(void)ext;",
+             f, f));
   if (type.mBits) w.line(format("memset(&r, 0, %d);", (type.mBits + 7) / 8));
   rows(w);
   if (type.kind == Kind::Message) options(w);

@@ -81,7 +81,8 @@ static void choice(EncodeWriter& w, const What& what, const std::string& member)
 {
   bool fields = what.select == Select::Fields;
   std::string place = what.untagged ? member : member + ".u";
-  if (what.select == Select::Bits) put(w, what.bits, "(" + member + ".t - 1) & " + format("%uU", (1U << what.bits) - 1));
+  if (what.select == Select::Bits)
+    put(w, what.bits, "(" + member + ".t - 1) & " + format("%uU", (1U << what.bits) - 1));
   w.line("switch (" + (fields ? selectorOf(w.type, what) : member + ".t") + ") {");
   unsigned tag = 0;
   bool other = false;
@@ -226,7 +227,8 @@ std::string encodeDirect(const Type& type)
   EncodeWriter w(type);
   const char* f = type.full.c_str();
   w.out = format("bool l3DirectEnc_%s(L3DirectOut& out, void* record)\n{\n", f);
-  w.line(format("%s& r = *static_cast<%s*>(record);\n  uint64_t w = 0, v = 0, over = 0;\n  size_t count = 0;\n  (void)out, (void)r, "
+  w.line(format("%s& r = *static_cast<%s*>(record);\n  uint64_t w = 0, v = 0, over = 0;\n  size_t count = 0;\n  "
+                "(void)out, (void)r, "
                 "(void)w, (void)v, (void)over, (void)count;",
                 f, f));
   rows(w);
