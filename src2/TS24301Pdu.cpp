@@ -2,6 +2,8 @@
 // behind it, because a service request has no message type and a code of 16 bits, and because the decoder looks ahead,
 // verifies and deciphers before the plain part, and the encoder ciphers, signs and back-patches behind it
 // (TS 24.301, 4.4 and 9.1); the plain part itself is the engine's.
+#include <cstring>
+
 #include "L3Descriptors.h"
 #include "rt3gppsrc/engine/l3Decode.h"
 #include "rt3gppsrc/engine/l3Direct.h"
@@ -59,13 +61,21 @@ static void relabel(TS24007L3_L3HdrOptions& options, int discriminator)
   }
 }
 
+// The plain part by the direct coder, whose relabelling can wait. It clears the presence bits, which are the caller's.
+template <class Pdu> static bool decAtOnce(L3Call& call, const L3Type& type, Pdu& pdu)
+{
+  uint8_t presence;
+  memcpy(&presence, &pdu, sizeof presence);
+  bool done = l3DecDirectly(call, type, &pdu);
+  if (type.mOctets) memcpy(&pdu, &presence, sizeof presence);
+  if (done) relabel(pdu.l3HdrOpts, pdu.protoDiscr);
+  return done;
+}
+
 // The plain part: header, its new label, and the three rows behind it (transaction identity, type, body).
 template <class Pdu> static int decPlain(L3Call& call, const L3Type& type, Pdu& pdu)
 {
-  if (l3DecDirectly(call, type, &pdu)) {
-    relabel(pdu.l3HdrOpts, pdu.protoDiscr);
-    return 0;
-  }
+  if (decAtOnce(call, type, pdu)) return 0;
   unsigned header = type.rowCount - 3U;
   int status = decSlice(call, type, 0, header, &pdu);
   if (status < 0) return status;

@@ -23,7 +23,12 @@ void l3Begin(L3Call& call, RtxContext* pctxt, L3Name& frame, const char* typeNam
   bool stream = pctxt->pStream && !(pctxt->flags & RTX_FLAG_BUFFER_MODE);
   bool plain = !gSlowMode && !stream && !pctxt->pBitFldList;
   frame = {typeName, nullptr, 0, 0};
-  call = {pctxt, &frame, nullptr, false, plain, false, false, false, false, false, false, 0};
+  call.pctxt = pctxt;
+  call.names = &frame;
+  call.regions = nullptr;
+  call.plain = plain;
+  call.lists = call.keepTypeName = call.failed = call.inBody = call.trial = call.abandoned = call.tried = false;
+  call.earlier = 0;
   if (!plain) l3ToLists(call);
 }
 

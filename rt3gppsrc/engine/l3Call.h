@@ -37,6 +37,10 @@ struct L3Call {
   bool abandoned;    // a trial that has to be given up
   bool tried;        // one was given up: no other is begun
   size_t earlier;    // error records older than the innermost message inside a message
+  // What a trial has on the heap, to be released when it is given up; what finds no place here stays there.
+  static constexpr unsigned kMaxHeld = 16;
+  unsigned held = 0;
+  void* holds[kMaxHeld];
 };
 
 // Findings that a call records beside a decoded value; further ones are passed over, so that no message of many small

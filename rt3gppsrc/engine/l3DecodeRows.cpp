@@ -304,6 +304,7 @@ static void leaveRelease(L3Call& call, RowWalk& walk, const L3Row& row)
   if (!(walk.type.flags & kL3EarlyReturn) || !walk.regions) return;
   if (l3BitPos(call.pctxt) != walk.ends[walk.regions - 1]) return;
   l3ToLists(call);
+  call.abandoned = call.trial; // a trial leaves nothing behind
   // Within another record there is no type name of its own to leave.
   if (call.pctxt->elemNameStack.count == 1) call.keepTypeName = true;
   walk.done = true;

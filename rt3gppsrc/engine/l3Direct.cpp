@@ -36,7 +36,7 @@ static void setTail(RtxContext* pctxt, bool tail)
 // A failure inside a trial shows in its status, a finding in its record.
 static bool wentWell(const L3Call& call, int status)
 {
-  return status >= 0 && !call.abandoned && !call.pctxt->errInfo.count;
+  return status >= 0 && !call.abandoned && !call.keepTypeName && !call.pctxt->errInfo.count;
 }
 
 static bool goDecode(L3Call& call, const L3Type& type, void* record)
@@ -62,28 +62,54 @@ static bool goEncode(L3Call& call, const L3Type& type, void* record)
   return true;
 }
 
+static void* hold(L3Call& call, void* storage)
+{
+  if (storage && call.held < L3Call::kMaxHeld) call.holds[call.held++] = storage;
+  return storage;
+}
+
+static void* holdNew(L3Call& call, void* before, void* storage)
+{
+  for (unsigned i = call.held; storage && i-- > 0;)
+    if (call.holds[i] == before) call.holds[i] = storage;
+  return storage;
+}
+
+static void releaseHeld(L3Call& call)
+{
+  while (call.held) rtxMemHeapFreePtr(&call.pctxt->pMemHeap, call.holds[--call.held]);
+}
+
 using Go = bool (*)(L3Call& call, const L3Type& type, void* record);
+
+// A buffer that has grown stays where it is; one whose growth was refused names a size that it does not have.
+static void restoreBuffer(RtxBuffer& buffer, const RtxBuffer& before)
+{
+  if (buffer.data == before.data) buffer.size = before.size;
+  buffer.byteIndex = before.byteIndex;
+  buffer.bitOffset = before.bitOffset;
+}
 
 static bool runTrial(L3Call& call, const L3Type& type, void* record, Go go)
 {
   RtxContext* pctxt = call.pctxt;
-  size_t byteIndex = pctxt->buffer.byteIndex;
-  int16_t bitOffset = pctxt->buffer.bitOffset;
+  RtxBuffer before = pctxt->buffer;
   uint32_t flags = pctxt->flags;
   L3Name* names = call.names;
   L3Region* regions = call.regions;
   call.trial = true;
   call.abandoned = false;
+  call.held = 0;
   bool good = go(call, type, record) && wentWell(call, 0);
   call.trial = false;
   call.names = names;
   call.regions = regions;
   if (good) return true;
-  call.abandoned = false;
+  call.abandoned = call.keepTypeName = false;
   call.tried = true;
   rtxErrResetErrInfo(pctxt);
-  pctxt->buffer.byteIndex = byteIndex; // its octets may have moved
-  pctxt->buffer.bitOffset = bitOffset;
+  releaseHeld(call);
+  restoreBuffer(pctxt->buffer, before);
   pctxt->flags = flags;
   return false;
 }
@@ -134,7 +160,7 @@ bool l3DirectPutType(L3DirectOut& out, const L3Type& type, void* value)
 
 bool l3DirectBody(L3DirectIn& in, size_t size, void*& message)
 {
-  message = rtxMemHeapAlloc(&in.call->pctxt->pMemHeap, size);
+  message = hold(*in.call, rtxMemHeapAlloc(&in.call->pctxt->pMemHeap, size));
   if (!message) return false;
   memset(message, 0, size);
   return true;
@@ -146,14 +172,14 @@ bool l3DirectHeap(L3DirectIn& in, size_t octets, uint32_t& numocts, uint8_t*& da
   numocts = static_cast<uint32_t>(octets);
   data = nullptr;
   if (!octets) return true;
-  data = static_cast<uint8_t*>(rtxMemHeapAlloc(&in.call->pctxt->pMemHeap, octets));
+  data = static_cast<uint8_t*>(hold(*in.call, rtxMemHeapAlloc(&in.call->pctxt->pMemHeap, octets)));
   return data && l3Octets(in, data, octets);
 }
 
 bool l3DirectText(L3DirectIn& in, size_t octets, bool labels, char*& text)
 {
   if ((in.pos & 7) || octets > (in.end - in.pos) >> 3) return false;
-  text = static_cast<char*>(rtxMemHeapAlloc(&in.call->pctxt->pMemHeap, octets + 1));
+  text = static_cast<char*>(hold(*in.call, rtxMemHeapAlloc(&in.call->pctxt->pMemHeap, octets + 1)));
   if (!text || !l3Octets(in, reinterpret_cast<uint8_t*>(text), octets)) return false;
   text[octets] = 0;
   if (labels) l3JoinLabels(text, octets);
@@ -163,10 +189,12 @@ bool l3DirectText(L3DirectIn& in, size_t octets, bool labels, char*& text)
 bool l3DirectGrow(L3DirectIn& in, void** entries, size_t count, size_t& capacity, size_t entrySize)
 {
   if (count < capacity) return true;
-  RtxMemHeap** heap = &in.call->pctxt->pMemHeap;
+  L3Call& call = *in.call;
+  RtxMemHeap** heap = &call.pctxt->pMemHeap;
   capacity = capacity ? capacity * 2 : 2;
-  void* grown =
-      count ? rtxMemHeapRealloc(heap, *entries, capacity * entrySize) : rtxMemHeapAlloc(heap, capacity * entrySize);
+  size_t size = capacity * entrySize;
+  void* grown = count ? holdNew(call, *entries, rtxMemHeapRealloc(heap, *entries, size))
+                      : hold(call, rtxMemHeapAlloc(heap, size));
   if (!grown) return false;
   *entries = grown;
   return true;
@@ -175,7 +203,8 @@ bool l3DirectGrow(L3DirectIn& in, void** entries, size_t count, size_t& capacity
 void l3DirectCut(L3DirectIn& in, void** entries, size_t count, size_t capacity, size_t entrySize)
 {
   if (!count || count == capacity) return;
-  void* cut = rtxMemHeapRealloc(&in.call->pctxt->pMemHeap, *entries, count * entrySize);
+  L3Call& call = *in.call;
+  void* cut = holdNew(call, *entries, rtxMemHeapRealloc(&call.pctxt->pMemHeap, *entries, count * entrySize));
   if (cut) *entries = cut;
 }
 

@@ -150,7 +150,7 @@ template <unsigned bits> inline bool l3Put(L3DirectOut& out, uint64_t value)
 
 inline bool l3PutOctets(L3DirectOut& out, const uint8_t* src, size_t octets)
 {
-  if ((out.pos & 7) || octets > (out.end - out.pos) >> 3 || (octets && !src)) return false;
+  if ((out.pos & 7) || octets > (out.end - out.pos) >> 3) return false;
   if (octets) memcpy(out.data + (out.pos >> 3), src, octets);
   out.pos += octets * 8;
   return true;

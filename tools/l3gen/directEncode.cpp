@@ -55,6 +55,7 @@ static void octets(EncodeWriter& w, const What& what, const std::optional<Range>
   w.line("size_t " + n + " = " + member + ".numocts;");
   if (what.max) w.giveUpIf(format("%s > %u", n.c_str(), what.max));
   if (range) w.giveUpIf(outside(*range, n));
+  if (!what.max) w.giveUpIf(n + " && !" + member + ".data");
   if (what.from == From::Own) {
     w.giveUpIf(format("%s >> %u", n.c_str(), what.bits));
     put(w, what.bits, n);
