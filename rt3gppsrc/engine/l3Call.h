@@ -76,6 +76,13 @@ void l3PopEntrySlow(L3Call& call);
 void l3PopRegionSlow(L3Call& call);
 bool l3HasRoomSlow(const RtxContext* pctxt);
 
+// A failing coder leaves its frames linked on purpose: they have been put on the real stacks by then, and nobody follows
+// the links any more.
+#if defined(__GNUC__) && !defined(__clang__) && __GNUC__ >= 12
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdangling-pointer"
+#endif
+
 inline int l3PushName(L3Call& call, L3Name& frame, const char* name)
 {
   if (call.lists) return l3PushNameSlow(call, name);
@@ -91,6 +98,10 @@ inline int l3PushEntry(L3Call& call, L3Name& frame, const char* name, uint32_t i
   call.names = &frame;
   return 0;
 }
+
+#if defined(__GNUC__) && !defined(__clang__) && __GNUC__ >= 12
+#pragma GCC diagnostic pop
+#endif
 
 inline void l3PopName(L3Call& call)
 {
