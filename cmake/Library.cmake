@@ -3,6 +3,7 @@ file(GLOB VELNOR_RUNTIME CONFIGURE_DEPENDS
      rtxsrc/*.cpp rtsrc/*.cpp rt3gppsrc/*.cpp rt3gppsrc/engine/*.cpp src2/*.cpp)
 
 include(cmake/Generated.cmake)
+include(cmake/Coverage.cmake)
 add_library(velnor3gpp_objects OBJECT ${VELNOR_RUNTIME} ${VELNOR_GENERATED})
 add_dependencies(velnor3gpp_objects velnor3gpp_generate)
 target_include_directories(velnor3gpp_objects PUBLIC ${PROJECT_SOURCE_DIR}/include ${VELNOR_GENERATED_DIR}/include

@@ -29,6 +29,11 @@ needTests()
   needProgram tshark tshark
 }
 
+needCoverage()
+{
+  needProgram gcovr gcovr
+}
+
 # Installs what was missed, or says what to install.
 getMissing()
 {
@@ -58,6 +63,9 @@ build()
     say "Building in build/$1: the first time takes a while"
     if [ -z "${CMAKE_GENERATOR:-}" ] && command -v ninja >/dev/null 2>&1; then
       export CMAKE_GENERATOR=Ninja
+    fi
+    if command -v ccache >/dev/null 2>&1; then
+      export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
     fi
   fi
   if ! { (cd "$top" && cmake --preset "$1") &&
