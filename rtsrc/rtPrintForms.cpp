@@ -183,6 +183,17 @@ void rtFormOID(RtxPrintSink& sink, const char* name, size_t count, const uint32_
   rtFormOIDArcs(sink, count, arcs);
 }
 
+void rtFormOIDValue(RtxPrintSink& sink, const RtObjId* value)
+{
+  rtFormOIDArcs(sink, value->count < RT_MAX_ARCS ? value->count : RT_MAX_ARCS, value->arcs);
+}
+
+void rtFormObjId(RtxPrintSink& sink, const char* name, const RtObjId* value)
+{
+  rtxSinkPut(sink, {name, " = "});
+  rtFormOIDValue(sink, value);
+}
+
 void rtFormOID64(RtxPrintSink& sink, const char* name, const RtObjId64* value)
 {
   RtxNumText number;

@@ -31,6 +31,9 @@ void rtFormUniv(RtxPrintSink& sink, const char* name, size_t count, const uint32
 void rtFormDateTime(RtxPrintSink& sink, const char* name, const RtxDateTime* value);
 void rtFormOIDArcs(RtxPrintSink& sink, size_t count, const uint32_t* arcs);
 void rtFormOID(RtxPrintSink& sink, const char* name, size_t count, const uint32_t* arcs);
+// The arcs of a record in use, never more than it holds.
+void rtFormOIDValue(RtxPrintSink& sink, const RtObjId* value);
+void rtFormObjId(RtxPrintSink& sink, const char* name, const RtObjId* value);
 void rtFormOID64(RtxPrintSink& sink, const char* name, const RtObjId64* value);
 void rtFormOIDStr(RtxPrintSink& sink, const char* name, const char* text);
 

@@ -2,171 +2,124 @@
 
 #include "rtsrc/rtPrintForms.h"
 
-// The arcs in use, never more than the record holds.
-static size_t arcCount(const RtObjId& value)
-{
-  return value.count < RT_MAX_ARCS ? value.count : RT_MAX_ARCS;
-}
-
 int rtPrintToStreamBitStr(RtxContext* pctxt, const char* name, size_t numbits, const uint8_t* data,
                           const char* separator)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtFormBitStr(sink, name, {numbits, data}, nullptr, separator, RtBitStyle::stream);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtFormBitStr, name, RtBits{numbits, data}, nullptr, separator,
+                      RtBitStyle::stream);
 }
 
 int rtPrintToStreamBitStrExt(RtxContext* pctxt, const char* name, size_t numbits, const uint8_t* data, uint32_t extdata,
                              const char* separator)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtFormBitStr(sink, name, {numbits, data}, &extdata, separator, RtBitStyle::stream);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtFormBitStr, name, RtBits{numbits, data}, &extdata, separator,
+                      RtBitStyle::stream);
 }
 
 int rtPrintToStreamBitStrBin(RtxContext* pctxt, const char* name, size_t numbits, const uint8_t* data,
                              const char* separator)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtFormBitStrBin(sink, name, {numbits, data}, separator);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtFormBitStrBin, name, RtBits{numbits, data}, separator);
 }
 
 int rtPrintToStreamBitStrNamed(RtxContext* pctxt, const char* name, size_t numbits, const uint8_t* data,
                                const RtBitName* names, const char* separator)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtFormBitStrNamed(sink, name, {numbits, data}, names, separator);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtFormBitStrNamed, name, RtBits{numbits, data}, names, separator);
 }
 
-int rtPrintToStreamBitStrNamedExt(RtxContext* pctxt, const char* name, size_t numbits, const uint8_t* data,
-                                  uint32_t extdata, const RtBitName* names, const char* separator)
+int rtPrintToStreamBitStrNamedExt(RtxContext* pctxt, const char* name, size_t numbits, const uint8_t* data, uint32_t,
+                                  const RtBitName* names, const char* separator)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  (void)extdata;
-  rtFormBitStrNamed(sink, name, {numbits, data}, names, separator);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtFormBitStrNamed, name, RtBits{numbits, data}, names, separator);
 }
 
 int rtPrintToStreamBitStrBraceText(RtxContext* pctxt, const char* name, size_t numbits, const uint8_t* data,
-                                   const char* separator)
+                                   const char*)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  (void)separator;
-  rtFormBitStrBrace(sink, name, {numbits, data}, nullptr, RtBitStyle::stream);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtFormBitStrBrace, name, RtBits{numbits, data}, nullptr,
+                      RtBitStyle::stream);
 }
 
 int rtPrintToStreamBitStrBraceTextExt(RtxContext* pctxt, const char* name, size_t numbits, const uint8_t* data,
-                                      uint32_t extdata, const char* separator)
+                                      uint32_t extdata, const char*)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  (void)separator;
-  rtFormBitStrBrace(sink, name, {numbits, data}, &extdata, RtBitStyle::stream);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtFormBitStrBrace, name, RtBits{numbits, data}, &extdata,
+                      RtBitStyle::stream);
 }
 
 int rtPrintToStreamOctStr(RtxContext* pctxt, const char* name, size_t numocts, const uint8_t* data,
                           const char* separator)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtFormCounted(sink, name, "numocts", numocts, data, 1, separator);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtFormCounted, name, "numocts", numocts, data, 1, separator);
 }
 
 int rtPrintToStreamOpenType(RtxContext* pctxt, const char* name, size_t numocts, const uint8_t* data,
                             const char* separator)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtFormCounted(sink, name, "numocts", numocts, data, 1, separator);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtFormCounted, name, "numocts", numocts, data, 1, separator);
 }
 
 int rtPrintToStream16BitCharStr(RtxContext* pctxt, const char* name, size_t nchars, const uint16_t* data,
                                 const char* separator)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtFormCounted(sink, name, "nchars", nchars, data, 2, separator);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtFormCounted, name, "nchars", nchars, data, 2, separator);
 }
 
 int rtPrintToStream32BitCharStr(RtxContext* pctxt, const char* name, size_t nchars, const uint32_t* data,
                                 const char* separator)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtFormCounted(sink, name, "nchars", nchars, data, 4, separator);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtFormCounted, name, "nchars", nchars, data, 4, separator);
 }
 
 int rtPrintToStreamUnicodeCharStr(RtxContext* pctxt, const char* name, const uint16_t* chars, int count)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtxFormUnicode(sink, name, chars, count);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtxFormUnicode, name, chars, count);
 }
 
 int rtPrintToStreamUnivCharStr(RtxContext* pctxt, const char* name, size_t nchars, const uint32_t* chars)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtFormUniv(sink, name, nchars, chars);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtFormUniv, name, nchars, chars);
 }
 
 int rtPrintToStreamDateTime(RtxContext* pctxt, const char* name, const RtxDateTime* value)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtFormDateTime(sink, name, value);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtFormDateTime, name, value);
 }
 
 int rtPrintToStreamOIDValue(RtxContext* pctxt, const RtObjId* value)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtFormOIDArcs(sink, arcCount(*value), value->arcs);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtFormOIDValue, value);
 }
 
 int rtPrintToStreamOID(RtxContext* pctxt, const char* name, const RtObjId* value)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtFormOID(sink, name, arcCount(*value), value->arcs);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtFormObjId, name, value);
 }
 
 int rtPrintToStreamOID2(RtxContext* pctxt, const char* name, size_t count, const uint32_t* arcs)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtFormOID(sink, name, count, arcs);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtFormOID, name, count, arcs);
 }
 
 int rtPrintToStreamOID64(RtxContext* pctxt, const char* name, const RtObjId64* value)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtFormOID64(sink, name, value);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtFormOID64, name, value);
 }
 
 int rtPrintToStreamOIDStr(RtxContext* pctxt, const char* name, const char* text)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtFormOIDStr(sink, name, text);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtFormOIDStr, name, text);
 }
 
 int rtPrintToStreamIpv4Addr(RtxContext* pctxt, const char* name, size_t octets, const uint8_t* data)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtxFormIpv4(sink, name, octets, data);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtxFormIpv4, name, octets, data);
 }
 
 int rtPrintToStreamIpv6Addr(RtxContext* pctxt, const char* name, size_t octets, const uint8_t* data)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtxFormIpv6(sink, name, octets, data);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtxFormIpv6, name, octets, data);
 }
 
 int rtPrintToStreamTBCDStr(RtxContext* pctxt, const char* name, size_t octets, const uint8_t* data)
@@ -179,7 +132,5 @@ int rtPrintToStreamTBCDStr(RtxContext* pctxt, const char* name, size_t octets, c
 
 int rtPrintToStreamText(RtxContext* pctxt, const char* name, size_t octets, const uint8_t* data)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtxFormText(sink, name, octets, data);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtxFormText, name, octets, data);
 }

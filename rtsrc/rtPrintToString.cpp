@@ -10,12 +10,6 @@ static RtxPrintSink sinkOf(char* buffer, size_t size)
   return rtxSinkOfString(buffer, size, &stringIndent);
 }
 
-// The arcs in use, never more than the record holds.
-static size_t arcCount(const RtObjId& value)
-{
-  return value.count < RT_MAX_ARCS ? value.count : RT_MAX_ARCS;
-}
-
 int rtPrintToString(const char* text, char* buffer, size_t size)
 {
   RtxPrintSink sink = sinkOf(buffer, size);
@@ -25,9 +19,7 @@ int rtPrintToString(const char* text, char* buffer, size_t size)
 
 int rtPrintToStringIndent(char* buffer, size_t size)
 {
-  RtxPrintSink sink = sinkOf(buffer, size);
-  rtxSinkIndent(sink);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(sinkOf(buffer, size), rtxSinkIndent);
 }
 
 void rtPrintToStringIncrIndent()
@@ -49,72 +41,52 @@ void rtPrintToStringResetIndent()
 
 int rtPrintToStringOpenBrace(const char* name, char* buffer, size_t size)
 {
-  RtxPrintSink sink = sinkOf(buffer, size);
-  rtxFormOpenBrace(sink, name);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(sinkOf(buffer, size), rtxFormOpenBrace, name);
 }
 
 int rtPrintToStringCloseBrace(char* buffer, size_t size)
 {
-  RtxPrintSink sink = sinkOf(buffer, size);
-  rtxFormCloseBrace(sink);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(sinkOf(buffer, size), rtxFormCloseBrace);
 }
 
 int rtPrintToStringBoolean(const char* name, int value, char* buffer, size_t size)
 {
-  RtxPrintSink sink = sinkOf(buffer, size);
-  rtxFormAssign(sink, name, value != 0 ? "TRUE" : "FALSE");
-  return rtxSinkDone(sink);
+  return rtxPrintForm(sinkOf(buffer, size), rtxFormAssign, name, value != 0 ? "TRUE" : "FALSE");
 }
 
 int rtPrintToStringInteger(const char* name, int32_t value, char* buffer, size_t size)
 {
-  RtxPrintSink sink = sinkOf(buffer, size);
-  rtxFormInteger(sink, name, value);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(sinkOf(buffer, size), rtxFormInteger, name, value);
 }
 
 int rtPrintToStringInt64(const char* name, int64_t value, char* buffer, size_t size)
 {
-  RtxPrintSink sink = sinkOf(buffer, size);
-  rtxFormInteger(sink, name, value);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(sinkOf(buffer, size), rtxFormInteger, name, value);
 }
 
 int rtPrintToStringUnsigned(const char* name, uint32_t value, char* buffer, size_t size)
 {
-  RtxPrintSink sink = sinkOf(buffer, size);
-  rtxFormUnsigned(sink, name, value);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(sinkOf(buffer, size), rtxFormUnsigned, name, value);
 }
 
 int rtPrintToStringUInt64(const char* name, uint64_t value, char* buffer, size_t size)
 {
-  RtxPrintSink sink = sinkOf(buffer, size);
-  rtxFormUnsigned(sink, name, value);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(sinkOf(buffer, size), rtxFormUnsigned, name, value);
 }
 
 int rtPrintToStringReal(const char* name, double value, char* buffer, size_t size)
 {
-  RtxPrintSink sink = sinkOf(buffer, size);
-  rtxFormReal(sink, name, value, 6);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(sinkOf(buffer, size), rtxFormReal, name, value, 6);
 }
 
 int rtPrintToStringNull(const char* name, char* buffer, size_t size)
 {
-  RtxPrintSink sink = sinkOf(buffer, size);
-  rtxFormAssign(sink, name, "<null>");
-  return rtxSinkDone(sink);
+  return rtxPrintForm(sinkOf(buffer, size), rtxFormAssign, name, "<null>");
 }
 
 int rtPrintToStringCharStr(const char* name, const char* value, char* buffer, size_t size)
 {
-  RtxPrintSink sink = sinkOf(buffer, size);
-  rtxFormQuoted(sink, name, value);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(sinkOf(buffer, size), rtxFormQuoted, name, value);
 }
 
 int rtPrintToStringUTF8Str(const char* name, const char* value, char* buffer, size_t size)
@@ -124,168 +96,125 @@ int rtPrintToStringUTF8Str(const char* name, const char* value, char* buffer, si
 
 int rtPrintToStringHexStr(const char* name, size_t octets, const uint8_t* data, char* buffer, size_t size)
 {
-  RtxPrintSink sink = sinkOf(buffer, size);
-  rtxFormHexPlain(sink, name, octets, data);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(sinkOf(buffer, size), rtxFormHexPlain, name, octets, data);
 }
 
 int rtPrintToStringHexBinary(const char* name, size_t octets, const uint8_t* data, char* buffer, size_t size)
 {
-  RtxPrintSink sink = sinkOf(buffer, size);
-  rtxFormHexBinary(sink, name, octets, data);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(sinkOf(buffer, size), rtxFormHexBinary, name, octets, data);
 }
 
 int rtPrintToStringNVP(const char* name, const RtxNameValuePair* pair, char* buffer, size_t size)
 {
-  RtxPrintSink sink = sinkOf(buffer, size);
-  rtxFormPair(sink, name, pair);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(sinkOf(buffer, size), rtxFormPair, name, pair);
 }
 
 int rtPrintToStringBitStr(const char* name, size_t numbits, const uint8_t* data, const char* separator, char* buffer,
                           size_t size)
 {
-  RtxPrintSink sink = sinkOf(buffer, size);
-  rtFormBitStr(sink, name, {numbits, data}, nullptr, separator, RtBitStyle::stream);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(sinkOf(buffer, size), rtFormBitStr, name, RtBits{numbits, data}, nullptr, separator,
+                      RtBitStyle::stream);
 }
 
 int rtPrintToStringBitStrExt(const char* name, size_t numbits, const uint8_t* data, uint32_t extdata,
                              const char* separator, char* buffer, size_t size)
 {
-  RtxPrintSink sink = sinkOf(buffer, size);
-  rtFormBitStr(sink, name, {numbits, data}, &extdata, separator, RtBitStyle::stream);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(sinkOf(buffer, size), rtFormBitStr, name, RtBits{numbits, data}, &extdata, separator,
+                      RtBitStyle::stream);
 }
 
 int rtPrintToStringBitStrBin(const char* name, size_t numbits, const uint8_t* data, const char* separator, char* buffer,
                              size_t size)
 {
-  RtxPrintSink sink = sinkOf(buffer, size);
-  rtFormBitStrBin(sink, name, {numbits, data}, separator);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(sinkOf(buffer, size), rtFormBitStrBin, name, RtBits{numbits, data}, separator);
 }
 
 int rtPrintToStringBitStrNamed(const char* name, size_t numbits, const uint8_t* data, const RtBitName* names,
                                const char* separator, char* buffer, size_t size)
 {
-  RtxPrintSink sink = sinkOf(buffer, size);
-  rtFormBitStrNamed(sink, name, {numbits, data}, names, separator);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(sinkOf(buffer, size), rtFormBitStrNamed, name, RtBits{numbits, data}, names, separator);
 }
 
-int rtPrintToStringBitStrNamedExt(const char* name, size_t numbits, const uint8_t* data, uint32_t extdata,
+int rtPrintToStringBitStrNamedExt(const char* name, size_t numbits, const uint8_t* data, uint32_t,
                                   const RtBitName* names, const char* separator, char* buffer, size_t size)
 {
-  RtxPrintSink sink = sinkOf(buffer, size);
-  (void)extdata;
-  rtFormBitStrNamed(sink, name, {numbits, data}, names, separator);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(sinkOf(buffer, size), rtFormBitStrNamed, name, RtBits{numbits, data}, names, separator);
 }
 
-int rtPrintToStringBitStrBraceText(const char* name, size_t numbits, const uint8_t* data, const char* separator,
-                                   char* buffer, size_t size)
+int rtPrintToStringBitStrBraceText(const char* name, size_t numbits, const uint8_t* data, const char*, char* buffer,
+                                   size_t size)
 {
-  RtxPrintSink sink = sinkOf(buffer, size);
-  (void)separator;
-  rtFormBitStrBrace(sink, name, {numbits, data}, nullptr, RtBitStyle::stream);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(sinkOf(buffer, size), rtFormBitStrBrace, name, RtBits{numbits, data}, nullptr,
+                      RtBitStyle::stream);
 }
 
 int rtPrintToStringBitStrBraceTextExt(const char* name, size_t numbits, const uint8_t* data, uint32_t extdata,
-                                      const char* separator, char* buffer, size_t size)
+                                      const char*, char* buffer, size_t size)
 {
-  RtxPrintSink sink = sinkOf(buffer, size);
-  (void)separator;
-  rtFormBitStrBrace(sink, name, {numbits, data}, &extdata, RtBitStyle::stream);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(sinkOf(buffer, size), rtFormBitStrBrace, name, RtBits{numbits, data}, &extdata,
+                      RtBitStyle::stream);
 }
 
 int rtPrintToStringOctStr(const char* name, size_t numocts, const uint8_t* data, const char* separator, char* buffer,
                           size_t size)
 {
-  RtxPrintSink sink = sinkOf(buffer, size);
-  rtFormCounted(sink, name, "numocts", numocts, data, 1, separator);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(sinkOf(buffer, size), rtFormCounted, name, "numocts", numocts, data, 1, separator);
 }
 
 int rtPrintToStringOpenType(const char* name, size_t numocts, const uint8_t* data, const char* separator, char* buffer,
                             size_t size)
 {
-  RtxPrintSink sink = sinkOf(buffer, size);
-  rtFormCounted(sink, name, "numocts", numocts, data, 1, separator);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(sinkOf(buffer, size), rtFormCounted, name, "numocts", numocts, data, 1, separator);
 }
 
 int rtPrintToString16BitCharStr(const char* name, size_t nchars, const uint16_t* data, const char* separator,
                                 char* buffer, size_t size)
 {
-  RtxPrintSink sink = sinkOf(buffer, size);
-  rtFormCounted(sink, name, "nchars", nchars, data, 2, separator);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(sinkOf(buffer, size), rtFormCounted, name, "nchars", nchars, data, 2, separator);
 }
 
 int rtPrintToString32BitCharStr(const char* name, size_t nchars, const uint32_t* data, const char* separator,
                                 char* buffer, size_t size)
 {
-  RtxPrintSink sink = sinkOf(buffer, size);
-  rtFormCounted(sink, name, "nchars", nchars, data, 4, separator);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(sinkOf(buffer, size), rtFormCounted, name, "nchars", nchars, data, 4, separator);
 }
 
 int rtPrintToStringUnicodeCharStr(const char* name, const uint16_t* chars, int count, char* buffer, size_t size)
 {
-  RtxPrintSink sink = sinkOf(buffer, size);
-  rtxFormUnicode(sink, name, chars, count);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(sinkOf(buffer, size), rtxFormUnicode, name, chars, count);
 }
 
 int rtPrintToStringUnivCharStr(const char* name, size_t nchars, const uint32_t* chars, char* buffer, size_t size)
 {
-  RtxPrintSink sink = sinkOf(buffer, size);
-  rtFormUniv(sink, name, nchars, chars);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(sinkOf(buffer, size), rtFormUniv, name, nchars, chars);
 }
 
 int rtPrintToStringDateTime(const char* name, const RtxDateTime* value, char* buffer, size_t size)
 {
-  RtxPrintSink sink = sinkOf(buffer, size);
-  rtFormDateTime(sink, name, value);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(sinkOf(buffer, size), rtFormDateTime, name, value);
 }
 
 int rtPrintToStringOIDValue(const RtObjId* value, char* buffer, size_t size)
 {
-  RtxPrintSink sink = sinkOf(buffer, size);
-  rtFormOIDArcs(sink, arcCount(*value), value->arcs);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(sinkOf(buffer, size), rtFormOIDValue, value);
 }
 
 int rtPrintToStringOID(const char* name, const RtObjId* value, char* buffer, size_t size)
 {
-  RtxPrintSink sink = sinkOf(buffer, size);
-  rtFormOID(sink, name, arcCount(*value), value->arcs);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(sinkOf(buffer, size), rtFormObjId, name, value);
 }
 
 int rtPrintToStringOID2(const char* name, size_t count, const uint32_t* arcs, char* buffer, size_t size)
 {
-  RtxPrintSink sink = sinkOf(buffer, size);
-  rtFormOID(sink, name, count, arcs);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(sinkOf(buffer, size), rtFormOID, name, count, arcs);
 }
 
 int rtPrintToStringOID64(const char* name, const RtObjId64* value, char* buffer, size_t size)
 {
-  RtxPrintSink sink = sinkOf(buffer, size);
-  rtFormOID64(sink, name, value);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(sinkOf(buffer, size), rtFormOID64, name, value);
 }
 
 int rtPrintToStringOIDStr(const char* name, const char* text, char* buffer, size_t size)
 {
-  RtxPrintSink sink = sinkOf(buffer, size);
-  rtFormOIDStr(sink, name, text);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(sinkOf(buffer, size), rtFormOIDStr, name, text);
 }

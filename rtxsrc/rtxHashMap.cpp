@@ -1,11 +1,12 @@
-// The hash map from pointers to pointers.
+// The hash maps from pointers to pointers and from strings to integers: one shape under three families of exported
+// names.
 #include "velnor3gpp/rtxHashMap.h"
 
-#include "rtxsrc/rtxHashMapDesign.h"
+#include <string.h>
 
-template <> struct RtxHashMapParts<RtxHashMap> {
-  using Entry = RtxHashMapEntry;
-};
+#include "rtxsrc/rtxHashMapDesign.h"
+#include "velnor3gpp/rtxHashMapStr2Int.h"
+#include "velnor3gpp/rtxHashMapStr2UInt.h"
 
 static uint32_t hashAddress(const void* key)
 {
@@ -18,16 +19,6 @@ static int equalAddresses(const void* a, const void* b)
   return a == b;
 }
 
-static RtxHashFunc hashOr(RtxHashFunc hashFunc)
-{
-  return hashFunc != nullptr ? hashFunc : hashAddress;
-}
-
-static RtxHashEqualsFunc equalsOr(RtxHashEqualsFunc equalsFunc)
-{
-  return equalsFunc != nullptr ? equalsFunc : equalAddresses;
-}
-
 uint32_t rtxUTF8StrHash(const void* key)
 {
   uint32_t h = 5381;
@@ -35,48 +26,51 @@ uint32_t rtxUTF8StrHash(const void* key)
   return h;
 }
 
-int rtxHashMapInit(RtxContext* pctxt, RtxHashMap* pMap, uint32_t initialSize, RtxHashFunc hashFunc,
-                   RtxHashEqualsFunc equalsFunc)
+static int equalStrings(const void* a, const void* b)
 {
-  return rtxHashInit(pctxt, pMap, initialSize, hashOr(hashFunc), equalsOr(equalsFunc));
+  return strcmp(static_cast<const char*>(a), static_cast<const char*>(b)) == 0;
 }
 
-RtxHashMap* rtxHashMapNew(RtxContext* pctxt, uint32_t initialSize, RtxHashFunc hashFunc, RtxHashEqualsFunc equalsFunc)
-{
-  return rtxHashNew<RtxHashMap>(pctxt, initialSize, hashOr(hashFunc), equalsOr(equalsFunc));
-}
+// A macro, since nothing else puts exported names together. `hash` and `equals` serve a map that is given none.
+#define EXPORT_HASH_MAP(name, Map, Key, Value, hash, equals)                                                           \
+  int name##Init(RtxContext* pctxt, Map* pMap, uint32_t size, RtxHashFunc hashFunc, RtxHashEqualsFunc equalsFunc)      \
+  {                                                                                                                    \
+    return rtxHashInit(pctxt, pMap, size, hashFunc ? hashFunc : hash, equalsFunc ? equalsFunc : equals);               \
+  }                                                                                                                    \
+  Map* name##New(RtxContext* pctxt, uint32_t size, RtxHashFunc hashFunc, RtxHashEqualsFunc equalsFunc)                 \
+  {                                                                                                                    \
+    return rtxHashNew<Map>(pctxt, size, hashFunc ? hashFunc : hash, equalsFunc ? equalsFunc : equals);                 \
+  }                                                                                                                    \
+  int name##Copy(RtxContext* pctxt, const Map* pSrc, Map* pDest)                                                       \
+  {                                                                                                                    \
+    return rtxHashCopy(pctxt, pSrc, pDest);                                                                            \
+  }                                                                                                                    \
+  void name##Free(RtxContext* pctxt, Map* pMap)                                                                        \
+  {                                                                                                                    \
+    rtxHashFree(pctxt, pMap);                                                                                          \
+  }                                                                                                                    \
+  int name##Insert(RtxContext* pctxt, Map* pMap, Key key, Value value)                                                 \
+  {                                                                                                                    \
+    return rtxHashInsert(pctxt, pMap, key, value);                                                                     \
+  }                                                                                                                    \
+  int name##Put(RtxContext* pctxt, Map* pMap, Key key, Value value)                                                    \
+  {                                                                                                                    \
+    return rtxHashPut(pctxt, pMap, key, value);                                                                        \
+  }                                                                                                                    \
+  int name##Search(const Map* pMap, Key key, Value* pValue)                                                            \
+  {                                                                                                                    \
+    return rtxHashSearch(pMap, key, pValue);                                                                           \
+  }                                                                                                                    \
+  int name##Remove(RtxContext* pctxt, Map* pMap, Key key, Value* pValue)                                               \
+  {                                                                                                                    \
+    return rtxHashRemove(pctxt, pMap, key, pValue);                                                                    \
+  }                                                                                                                    \
+  int name##Sort(RtxContext* pctxt, const Map* pMap, RtxDList* pList, RtxDListCompareFunc compare)                     \
+  {                                                                                                                    \
+    return rtxHashSort(pctxt, pMap, pList, compare);                                                                   \
+  }
 
-int rtxHashMapCopy(RtxContext* pctxt, const RtxHashMap* pSrc, RtxHashMap* pDest)
-{
-  return rtxHashCopy(pctxt, pSrc, pDest);
-}
-
-void rtxHashMapFree(RtxContext* pctxt, RtxHashMap* pMap)
-{
-  rtxHashFree(pctxt, pMap);
-}
-
-int rtxHashMapInsert(RtxContext* pctxt, RtxHashMap* pMap, void* key, void* value)
-{
-  return rtxHashInsert(pctxt, pMap, key, value);
-}
-
-int rtxHashMapPut(RtxContext* pctxt, RtxHashMap* pMap, void* key, void* value)
-{
-  return rtxHashPut(pctxt, pMap, key, value);
-}
-
-int rtxHashMapSearch(const RtxHashMap* pMap, void* key, void** pValue)
-{
-  return rtxHashSearch(pMap, key, pValue);
-}
-
-int rtxHashMapRemove(RtxContext* pctxt, RtxHashMap* pMap, void* key, void** pValue)
-{
-  return rtxHashRemove(pctxt, pMap, key, pValue);
-}
-
-int rtxHashMapSort(RtxContext* pctxt, const RtxHashMap* pMap, RtxDList* pList, RtxDListCompareFunc compare)
-{
-  return rtxHashSort(pctxt, pMap, pList, compare);
-}
+using Pointer = void*;
+EXPORT_HASH_MAP(rtxHashMap, RtxHashMap, Pointer, Pointer, hashAddress, equalAddresses)
+EXPORT_HASH_MAP(rtxHashMapStr2Int, RtxHashMapStr2Int, const char*, int32_t, rtxUTF8StrHash, equalStrings)
+EXPORT_HASH_MAP(rtxHashMapStr2UInt, RtxHashMapStr2UInt, const char*, uint32_t, rtxUTF8StrHash, equalStrings)

@@ -1,12 +1,12 @@
 /**
  * @file rtxHashMapDesign.h
- * The one design of the three hash maps, over the type of the map record. Only their sources include it. Every entry
+ * The one design of the three hash maps, over the type of the map record. Only their source includes it. Every entry
  * keeps its mixed hash, so that growth hashes nothing again and a search compares keys on equal hashes alone.
  */
 #ifndef VELNOR3GPP_RTXSRC_RTX_HASH_MAP_DESIGN_H
 #define VELNOR3GPP_RTXSRC_RTX_HASH_MAP_DESIGN_H
 
-#include <string.h>
+#include <type_traits>
 
 #include "velnor3gpp/rtxHashMap.h"
 #include "velnor3gpp/rtxMemHeap.h"
@@ -34,8 +34,7 @@ inline uint32_t rtxHashMix(uint32_t h)
 }
 
 // What a map record is made of.
-template <class Map> struct RtxHashMapParts;
-template <class Map> using RtxHashEntry = typename RtxHashMapParts<Map>::Entry;
+template <class Map> using RtxHashEntry = std::remove_pointer_t<std::remove_pointer_t<decltype(Map::table)>>;
 template <class Map> using RtxHashKey = decltype(RtxHashEntry<Map>::key);
 template <class Map> using RtxHashValue = decltype(RtxHashEntry<Map>::value);
 
@@ -205,11 +204,6 @@ template <class Map> int rtxHashSort(RtxContext* pctxt, const Map* map, RtxDList
     }
   }
   return 0;
-}
-
-inline int rtxHashStrEquals(const void* a, const void* b)
-{
-  return strcmp(static_cast<const char*>(a), static_cast<const char*>(b)) == 0;
 }
 
 #endif

@@ -22,149 +22,107 @@ void rtxPrintDecrIndent()
 
 int rtxPrintBoolean(const char* name, int value)
 {
-  RtxPrintSink sink = rtxSinkOfStdout();
-  rtxFormAssign(sink, name, value != 0 ? "true" : "false");
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStdout(), rtxFormAssign, name, value != 0 ? "true" : "false");
 }
 
 int rtxPrintInteger(const char* name, int32_t value)
 {
-  RtxPrintSink sink = rtxSinkOfStdout();
-  rtxFormInteger(sink, name, value);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStdout(), rtxFormInteger, name, value);
 }
 
 int rtxPrintInt64(const char* name, int64_t value)
 {
-  RtxPrintSink sink = rtxSinkOfStdout();
-  rtxFormInteger(sink, name, value);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStdout(), rtxFormInteger, name, value);
 }
 
 int rtxPrintUnsigned(const char* name, uint32_t value)
 {
-  RtxPrintSink sink = rtxSinkOfStdout();
-  rtxFormUnsigned(sink, name, value);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStdout(), rtxFormUnsigned, name, value);
 }
 
 int rtxPrintUInt64(const char* name, uint64_t value)
 {
-  RtxPrintSink sink = rtxSinkOfStdout();
-  rtxFormUnsigned(sink, name, value);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStdout(), rtxFormUnsigned, name, value);
 }
 
 int rtxPrintHexStr(const char* name, size_t octets, const uint8_t* data)
 {
-  RtxPrintSink sink = rtxSinkOfStdout();
-  rtxFormHex(sink, name, octets, data, true);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStdout(), rtxFormHex, name, octets, data, true);
 }
 
 int rtxPrintHexStrPlain(const char* name, size_t octets, const uint8_t* data)
 {
-  RtxPrintSink sink = rtxSinkOfStdout();
-  rtxFormHexPlain(sink, name, octets, data);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStdout(), rtxFormHexPlain, name, octets, data);
 }
 
 int rtxPrintHexStrNoAscii(const char* name, size_t octets, const uint8_t* data)
 {
-  RtxPrintSink sink = rtxSinkOfStdout();
-  rtxFormHex(sink, name, octets, data, false);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStdout(), rtxFormHex, name, octets, data, false);
 }
 
 int rtxPrintHexBinary(const char* name, size_t octets, const uint8_t* data)
 {
-  RtxPrintSink sink = rtxSinkOfStdout();
-  rtxFormHexBinary(sink, name, octets, data);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStdout(), rtxFormHexBinary, name, octets, data);
 }
 
 int rtxPrintCharStr(const char* name, const char* value)
 {
-  RtxPrintSink sink = rtxSinkOfStdout();
-  rtxFormQuoted(sink, name, value);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStdout(), rtxFormQuoted, name, value);
 }
 
 int rtxPrintUTF8CharStr(const char* name, const char* value)
 {
-  RtxPrintSink sink = rtxSinkOfStdout();
-  rtxFormQuoted(sink, name, value);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStdout(), rtxFormQuoted, name, value);
 }
 
 int rtxPrintUnicodeCharStr(const char* name, const uint16_t* chars, int count)
 {
-  RtxPrintSink sink = rtxSinkOfStdout();
-  rtxFormUnicode(sink, name, chars, count);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStdout(), rtxFormUnicode, name, chars, count);
 }
 
 int rtxPrintReal(const char* name, double value)
 {
-  RtxPrintSink sink = rtxSinkOfStdout();
-  rtxFormReal(sink, name, value, 12);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStdout(), rtxFormReal, name, value, 12);
 }
 
 int rtxPrintNull(const char* name)
 {
-  RtxPrintSink sink = rtxSinkOfStdout();
-  rtxFormAssign(sink, name, "<null>");
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStdout(), rtxFormAssign, name, "<null>");
 }
 
 int rtxPrintNVP(const char* name, const RtxNameValuePair* pair)
 {
-  RtxPrintSink sink = rtxSinkOfStdout();
-  rtxFormPair(sink, name, pair);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStdout(), rtxFormPair, name, pair);
 }
 
 int rtxPrintUnicodeCharStr64(const char* name, const uint16_t* chars, int64_t count)
 {
-  RtxPrintSink sink = rtxSinkOfStdout();
-  rtxFormUnicode(sink, name, chars, count);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStdout(), rtxFormUnicode, name, chars, count);
 }
 
 int rtxPrintArrayNVP(const char* name, size_t index, const RtxNameValuePair* pair)
 {
-  RtxPrintSink sink = rtxSinkOfStdout();
-  rtxFormArrayPair(sink, name, index, pair);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStdout(), rtxFormArrayPair, name, index, pair);
 }
 
 int rtxPrintIpv4Addr(const char* name, size_t octets, const uint8_t* data)
 {
-  RtxPrintSink sink = rtxSinkOfStdout();
-  rtxFormIpv4(sink, name, octets, data);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStdout(), rtxFormIpv4, name, octets, data);
 }
 
 int rtxPrintIpv6Addr(const char* name, size_t octets, const uint8_t* data)
 {
-  RtxPrintSink sink = rtxSinkOfStdout();
-  rtxFormIpv6(sink, name, octets, data);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStdout(), rtxFormIpv6, name, octets, data);
 }
 
 int rtxPrintTBCDStr(const char* name, size_t octets, const uint8_t* data)
 {
-  RtxPrintSink sink = rtxSinkOfStdout();
-  rtxFormTbcd(sink, name, octets, data);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStdout(), rtxFormTbcd, name, octets, data);
 }
 
 int rtxPrintText(const char* name, size_t octets, const uint8_t* data)
 {
-  RtxPrintSink sink = rtxSinkOfStdout();
-  rtxFormText(sink, name, octets, data);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStdout(), rtxFormText, name, octets, data);
 }
 
 int rtxPrintFile(const char* filename)

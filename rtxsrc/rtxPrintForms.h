@@ -6,6 +6,14 @@
 #include "rtxsrc/rtxPrintSink.h"
 #include "velnor3gpp/rtxPrint.h"
 
+// Prints one form to a target and ends the printing: all that a function of a print family does.
+template <typename... Wanted, typename... Given>
+int rtxPrintForm(RtxPrintSink sink, void (*form)(RtxPrintSink&, Wanted...), Given... given)
+{
+  form(sink, given...);
+  return rtxSinkDone(sink);
+}
+
 // name = value
 void rtxFormAssign(RtxPrintSink& sink, const char* name, const char* value);
 // name = 'value'

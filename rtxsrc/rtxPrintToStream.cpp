@@ -5,23 +5,17 @@
 
 int rtxPrintToStreamIndent(RtxContext* pctxt)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtxSinkIndent(sink);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtxSinkIndent);
 }
 
 int rtxPrintToStreamIncrIndent(RtxContext* pctxt)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtxSinkIndentMore(sink);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtxSinkIndentMore);
 }
 
 int rtxPrintToStreamDecrIndent(RtxContext* pctxt)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtxSinkIndentLess(sink);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtxSinkIndentLess);
 }
 
 int rtxPrintToStreamResetIndent(RtxContext* pctxt)
@@ -33,121 +27,87 @@ int rtxPrintToStreamResetIndent(RtxContext* pctxt)
 
 int rtxPrintToStreamOpenBrace(RtxContext* pctxt, const char* name)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtxFormOpenBrace(sink, name);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtxFormOpenBrace, name);
 }
 
 int rtxPrintToStreamCloseBrace(RtxContext* pctxt)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtxFormCloseBrace(sink);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtxFormCloseBrace);
 }
 
 int rtxPrintToStreamBoolean(RtxContext* pctxt, const char* name, int value)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtxFormAssign(sink, name, value != 0 ? "true" : "false");
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtxFormAssign, name, value != 0 ? "true" : "false");
 }
 
 int rtxPrintToStreamInteger(RtxContext* pctxt, const char* name, int32_t value)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtxFormInteger(sink, name, value);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtxFormInteger, name, value);
 }
 
 int rtxPrintToStreamInt64(RtxContext* pctxt, const char* name, int64_t value)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtxFormInteger(sink, name, value);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtxFormInteger, name, value);
 }
 
 int rtxPrintToStreamUnsigned(RtxContext* pctxt, const char* name, uint32_t value)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtxFormUnsigned(sink, name, value);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtxFormUnsigned, name, value);
 }
 
 int rtxPrintToStreamUInt64(RtxContext* pctxt, const char* name, uint64_t value)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtxFormUnsigned(sink, name, value);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtxFormUnsigned, name, value);
 }
 
 int rtxPrintToStreamHexStr(RtxContext* pctxt, const char* name, size_t octets, const uint8_t* data)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtxFormHex(sink, name, octets, data, true);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtxFormHex, name, octets, data, true);
 }
 
 int rtxPrintToStreamHexStrPlain(RtxContext* pctxt, const char* name, size_t octets, const uint8_t* data)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtxFormHexPlain(sink, name, octets, data);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtxFormHexPlain, name, octets, data);
 }
 
 int rtxPrintToStreamHexStrNoAscii(RtxContext* pctxt, const char* name, size_t octets, const uint8_t* data)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtxFormHexDump(sink, name, octets, data);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtxFormHexDump, name, octets, data);
 }
 
 int rtxPrintToStreamHexBinary(RtxContext* pctxt, const char* name, size_t octets, const uint8_t* data)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtxFormHexBinary(sink, name, octets, data);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtxFormHexBinary, name, octets, data);
 }
 
 int rtxPrintToStreamCharStr(RtxContext* pctxt, const char* name, const char* value)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtxFormQuoted(sink, name, value);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtxFormQuoted, name, value);
 }
 
 int rtxPrintToStreamUTF8CharStr(RtxContext* pctxt, const char* name, const char* value)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtxFormQuoted(sink, name, value);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtxFormQuoted, name, value);
 }
 
 int rtxPrintToStreamUnicodeCharStr(RtxContext* pctxt, const char* name, const uint16_t* chars, int count)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtxFormUnicode(sink, name, chars, count);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtxFormUnicode, name, chars, count);
 }
 
 int rtxPrintToStreamReal(RtxContext* pctxt, const char* name, double value)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtxFormReal(sink, name, value, 6);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtxFormReal, name, value, 6);
 }
 
 int rtxPrintToStreamNull(RtxContext* pctxt, const char* name)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtxFormAssign(sink, name, "<null>");
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtxFormAssign, name, "<null>");
 }
 
 int rtxPrintToStreamNVP(RtxContext* pctxt, const char* name, const RtxNameValuePair* pair)
 {
-  RtxPrintSink sink = rtxSinkOfStream(pctxt);
-  rtxFormPair(sink, name, pair);
-  return rtxSinkDone(sink);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtxFormPair, name, pair);
 }
 
 int rtxPrintToStreamFile(RtxContext* pctxt, const char* filename)
