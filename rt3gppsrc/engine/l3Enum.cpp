@@ -12,12 +12,12 @@ const char* l3EnumName(const L3Enum& set, int32_t value)
     return "_UNKNOWN_";
   }
   int row = rtxLookupEnumByValue(value, set.table, set.rows);
-  return row >= 0 && row < set.rows ? set.table[row].name : "_UNKNOWN_";
+  return row >= 0 ? set.table[row].name : "_UNKNOWN_";
 }
 
 int l3EnumValue(RtxContext* pctxt, const L3Type& type, const L3Enum& set, const char* name, size_t namelen, int& value)
 {
-  int row = name ? rtxLookupEnum(name, namelen, set.table, set.rows) : RTX_E_ENUM_VALUE;
+  int row = rtxLookupEnum(name, namelen, set.table, set.rows);
   if (row >= 0) {
     value = set.table[row].value;
     return 0;

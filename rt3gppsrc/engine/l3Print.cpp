@@ -68,39 +68,35 @@ static void printWide(PrintWalk& walk, const char* name, size_t octets, const ui
   rtxSinkWrite(walk.sink, "'\n", 2);
 }
 
+struct Held {
+  uint64_t count;
+  const uint8_t* data;
+};
+
+// Counted values of a record: inline, where the array holds no more than `cap`, or on the heap.
+template <typename Heap> static Held heldValues(const uint8_t* member, uint32_t cap, size_t dataOffset)
+{
+  if (cap) return {member[0] < cap ? member[0] : cap, member + dataOffset};
+  auto [count, data] = l3LoadShape<Heap>(member);
+  return {data ? count : 0, data};
+}
+
 static void printOctets(PrintWalk& walk, const L3Row& row, const char* name, const uint8_t* member)
 {
   const L3Octets& info = *static_cast<const L3Octets*>(row.info);
-  size_t count = info.fixed;
-  const uint8_t* data = member;
-  if (info.from != kL3Fixed && info.cap) {
-    count = member[0] < info.cap ? member[0] : info.cap;
-    data = member + info.dataOffset;
-  } else if (info.from != kL3Fixed) {
-    L3HeapOctets octets = l3LoadShape<L3HeapOctets>(member);
-    count = octets.data ? octets.numocts : 0;
-    data = octets.data;
-  }
+  Held octets = {info.fixed, member};
+  if (info.from != kL3Fixed) octets = heldValues<L3HeapOctets>(member, info.cap, info.dataOffset);
   rtxSinkIndent(walk.sink);
-  if (row.flags & kL3Wide) return printWide(walk, name, count, data);
-  rtxFormHex(walk.sink, name, count, data, true);
+  if (row.flags & kL3Wide) return printWide(walk, name, octets.count, octets.data);
+  rtxFormHex(walk.sink, name, octets.count, octets.data, true);
 }
 
 static void printBits(PrintWalk& walk, const L3Row& row, const char* name, const uint8_t* member)
 {
   const L3BitString& info = *static_cast<const L3BitString*>(row.info);
-  size_t count;
-  const uint8_t* data;
-  if (info.capBits) {
-    count = member[0] < info.capBits ? member[0] : info.capBits;
-    data = member + info.dataOffset;
-  } else {
-    L3HeapBits bits = l3LoadShape<L3HeapBits>(member);
-    count = bits.data ? bits.numbits : 0;
-    data = bits.data;
-  }
+  Held bits = heldValues<L3HeapBits>(member, info.capBits, info.dataOffset);
   rtxSinkIndent(walk.sink);
-  rtPrintToStreamBitStrBraceText(walk.pctxt, name, count, data, nullptr);
+  rtPrintToStreamBitStrBraceText(walk.pctxt, name, bits.count, bits.data, nullptr);
 }
 
 static void printText(PrintWalk& walk, const char* name, const char* text)
@@ -152,22 +148,13 @@ static void setIndex(EntryName& name, uint64_t index)
 static void printList(PrintWalk& walk, const L3Row& row, const char* name, const uint8_t* member)
 {
   const L3List& info = *static_cast<const L3List*>(row.info);
-  uint64_t count;
-  const uint8_t* entries;
-  if (info.cap) {
-    count = member[0] < info.cap ? member[0] : info.cap;
-    entries = member + info.elemOffset;
-  } else {
-    L3HeapList list = l3LoadShape<L3HeapList>(member);
-    count = list.elem ? list.n : 0;
-    entries = list.elem;
-  }
-  if (!count) return;
+  Held entries = heldValues<L3HeapList>(member, info.cap, info.elemOffset);
+  if (!entries.count) return;
   EntryName entryName;
   entryName.prefix = appendText(entryName, appendText(entryName, 0, name), "[");
-  for (uint64_t i = 0; i < count; ++i, entries += info.elemSize) {
+  for (uint64_t i = 0; i < entries.count; ++i, entries.data += info.elemSize) {
     setIndex(entryName, i);
-    printElement(walk, info.elem, entryName.chars, entries);
+    printElement(walk, info.elem, entryName.chars, entries.data);
   }
 }
 

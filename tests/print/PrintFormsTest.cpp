@@ -53,24 +53,20 @@ protected:
 #define STDOUT(call) [&] { EXPECT_EQ(call, 0); }
 #define STRING(call) [&](char* buffer, size_t size) { return call; }
 
+// One form in the stream and standard-output families, and in the string family too; `r` is rt or rtx.
+#define BOTH(r, Form, ...) STREAM(r##PrintToStream##Form(pctxt, __VA_ARGS__)), STDOUT(r##Print##Form(__VA_ARGS__))
+#define ALL(r, Form, ...) BOTH(r, Form, __VA_ARGS__), STRING(rtPrintToString##Form(__VA_ARGS__, buffer, size))
+
 TEST_F(FormsTest, NumbersAndWords)
 {
-  check({STREAM(rtxPrintToStreamBoolean(pctxt, "b", 1)), STDOUT(rtxPrintBoolean("b", 2)),
-         STRING(rtPrintToStringBoolean("b", 1, buffer, size)), "b = true\n", "=", "b = TRUE\n"});
-  check({STREAM(rtxPrintToStreamBoolean(pctxt, "b", 0)), STDOUT(rtxPrintBoolean("b", 0)),
-         STRING(rtPrintToStringBoolean("b", 0, buffer, size)), "b = false\n", "=", "b = FALSE\n"});
-  check({STREAM(rtxPrintToStreamInteger(pctxt, "i", INT32_MIN)), STDOUT(rtxPrintInteger("i", INT32_MIN)),
-         STRING(rtPrintToStringInteger("i", INT32_MIN, buffer, size)), "i = -2147483648\n"});
-  check({STREAM(rtxPrintToStreamInt64(pctxt, "i", INT64_MIN)), STDOUT(rtxPrintInt64("i", INT64_MIN)),
-         STRING(rtPrintToStringInt64("i", INT64_MIN, buffer, size)), "i = -9223372036854775808\n"});
-  check({STREAM(rtxPrintToStreamUnsigned(pctxt, "u", 0)), STDOUT(rtxPrintUnsigned("u", 0)),
-         STRING(rtPrintToStringUnsigned("u", 0, buffer, size)), "u = 0\n"});
-  check({STREAM(rtxPrintToStreamUInt64(pctxt, "u", UINT64_MAX)), STDOUT(rtxPrintUInt64("u", UINT64_MAX)),
-         STRING(rtPrintToStringUInt64("u", UINT64_MAX, buffer, size)), "u = 18446744073709551615\n"});
-  check({STREAM(rtxPrintToStreamReal(pctxt, "r", 1.23456789)), STDOUT(rtxPrintReal("r", 1.23456789)),
-         STRING(rtPrintToStringReal("r", 1.23456789, buffer, size)), "r = 1.23457\n", "r = 1.23456789\n"});
-  check({STREAM(rtxPrintToStreamNull(pctxt, "n")), STDOUT(rtxPrintNull("n")),
-         STRING(rtPrintToStringNull("n", buffer, size)), "n = <null>\n"});
+  check({ALL(rtx, Boolean, "b", 2), "b = true\n", "=", "b = TRUE\n"});
+  check({ALL(rtx, Boolean, "b", 0), "b = false\n", "=", "b = FALSE\n"});
+  check({ALL(rtx, Integer, "i", INT32_MIN), "i = -2147483648\n"});
+  check({ALL(rtx, Int64, "i", INT64_MIN), "i = -9223372036854775808\n"});
+  check({ALL(rtx, Unsigned, "u", 0), "u = 0\n"});
+  check({ALL(rtx, UInt64, "u", UINT64_MAX), "u = 18446744073709551615\n"});
+  check({ALL(rtx, Real, "r", 1.23456789), "r = 1.23457\n", "r = 1.23456789\n"});
+  check({ALL(rtx, Null, "n"), "n = <null>\n"});
 }
 
 TEST_F(FormsTest, OctetsUpTo32StandInOneLine)
@@ -83,65 +79,54 @@ TEST_F(FormsTest, OctetsUpTo32StandInOneLine)
   std::string bare = "00 2a 41 20 7e 7f ff 12 34 56 78 9a bc de 00 00 \n"
                      "00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 \n"
                      "00                                              \n";
-  check({STREAM(rtxPrintToStreamHexStr(pctxt, "x", 32, kOctets)), STDOUT(rtxPrintHexStr("x", 32, kOctets)),
-         STRING(rtPrintToStringHexStr("x", 32, kOctets, buffer, size)), line});
-  check({STREAM(rtxPrintToStreamHexStr(pctxt, "x", 33, kOctets)), STDOUT(rtxPrintHexStr("x", 33, kOctets)), nullptr,
-         "x =\n" + dump});
-  std::string longLine = "x = 0x002a41207e7fff123456789abcde" + zeros + "00\n";
-  check({STREAM(rtxPrintToStreamHexStrPlain(pctxt, "x", 33, kOctets)), STDOUT(rtxPrintHexStrPlain("x", 33, kOctets)),
-         STRING(rtPrintToStringHexStr("x", 33, kOctets, buffer, size)), longLine});
-  check({STREAM(rtxPrintToStreamHexStrNoAscii(pctxt, "x", 33, kOctets)),
-         STDOUT(rtxPrintHexStrNoAscii("x", 33, kOctets)), nullptr, "x =\n" + bare});
-  check({STREAM(rtxPrintToStreamHexStrNoAscii(pctxt, "x", 1, kOctets)), STDOUT(rtxPrintHexStrNoAscii("x", 1, kOctets)),
-         nullptr, "x =\n" + bare.substr(2 * 49), "x = 0x00\n"});
-  check({STREAM(rtxPrintToStreamHexBinary(pctxt, "x", 33, kOctets)), STDOUT(rtxPrintHexBinary("x", 33, kOctets)),
-         STRING(rtPrintToStringHexBinary("x", 33, kOctets, buffer, size)), "x.numocts = 33\nx.data = \n" + dump});
-  check({STREAM(rtxPrintToStreamHexStr(pctxt, "x", 0, nullptr)), STDOUT(rtxPrintHexStr("x", 0, nullptr)), nullptr,
-         "x = 0x\n"});
+  check({ALL(rtx, HexStr, "x", 32, kOctets), line});
+  check({BOTH(rtx, HexStr, "x", 33, kOctets), nullptr, "x =\n" + dump});
+  check({BOTH(rtx, HexStrPlain, "x", 33, kOctets), STRING(rtPrintToStringHexStr("x", 33, kOctets, buffer, size)),
+         "x = 0x002a41207e7fff123456789abcde" + zeros + "00\n"});
+  check({BOTH(rtx, HexStrNoAscii, "x", 33, kOctets), nullptr, "x =\n" + bare});
+  check({BOTH(rtx, HexStrNoAscii, "x", 1, kOctets), nullptr, "x =\n" + bare.substr(2 * 49), "x = 0x00\n"});
+  check({ALL(rtx, HexBinary, "x", 33, kOctets), "x.numocts = 33\nx.data = \n" + dump});
+  check({ALL(rtx, HexStr, "x", 0, nullptr), "x = 0x\n"});
 }
 
 TEST_F(FormsTest, Strings)
 {
   const uint16_t wide[] = {'a', ' ', 0x20ac, 0x7f, 0};
   const uint32_t wider[] = {'a', 0x1f600};
-  check({STREAM(rtxPrintToStreamCharStr(pctxt, "s", "a'b")), STDOUT(rtxPrintCharStr("s", "a'b")),
-         STRING(rtPrintToStringCharStr("s", "a'b", buffer, size)), "s = 'a'b'\n"});
-  check({STREAM(rtxPrintToStreamUTF8CharStr(pctxt, "s", nullptr)), STDOUT(rtxPrintUTF8CharStr("s", nullptr)),
-         STRING(rtPrintToStringUTF8Str("s", nullptr, buffer, size)), "s = '(null)'\n"});
-  check({STREAM(rtxPrintToStreamUnicodeCharStr(pctxt, "s", wide, -1)), STDOUT(rtxPrintUnicodeCharStr("s", wide, -1)),
-         STRING(rtPrintToStringUnicodeCharStr("s", wide, -1, buffer, size)), "s = 'a 0x20ac0x007f'\n"});
-  check({STREAM(rtPrintToStreamUnicodeCharStr(pctxt, "s", wide, 5)), STDOUT(rtxPrintUnicodeCharStr64("s", wide, 5)),
-         nullptr, "s = 'a 0x20ac0x007f0x0000'\n"});
-  check({STREAM(rtxPrintToStreamUnicodeCharStr(pctxt, "s", nullptr, 3)),
-         STDOUT(rtxPrintUnicodeCharStr("s", nullptr, 3)), nullptr, ""});
-  check({STREAM(rtPrintToStreamUnivCharStr(pctxt, "s", 2, wider)), STDOUT(rtPrintUnivCharStr("s", 2, wider)),
-         STRING(rtPrintToStringUnivCharStr("s", 2, wider, buffer, size)), "s = 'a0x0001f600'\n"});
-  check({STREAM(rtxPrintToStreamNVP(pctxt, "p", &kPair)), STDOUT(rtxPrintNVP("p", &kPair)),
-         STRING(rtPrintToStringNVP("p", &kPair, buffer, size)), "p.name  = 'n'\np.value = '(null)'\n"});
+  check({ALL(rtx, CharStr, "s", "a'b"), "s = 'a'b'\n"});
+  check({BOTH(rtx, UTF8CharStr, "s", nullptr), STRING(rtPrintToStringUTF8Str("s", nullptr, buffer, size)),
+         "s = '(null)'\n"});
+  check({ALL(rtx, UnicodeCharStr, "s", wide, -1), "s = 'a 0x20ac0x007f'\n"});
+  check({BOTH(rt, UnicodeCharStr, "s", wide, 5), nullptr, "s = 'a 0x20ac0x007f0x0000'\n"});
+  EXPECT_EQ(viaStdout(STDOUT(rtxPrintUnicodeCharStr64("s", wide, 2))), "s = 'a '\n");
+  check({BOTH(rtx, UnicodeCharStr, "s", nullptr, 3), nullptr, ""});
+  check({ALL(rt, UnivCharStr, "s", 2, wider), "s = 'a0x0001f600'\n"});
+  check({BOTH(rt, UnivCharStr, "s", 2, nullptr), nullptr, "s = ''\n"});
+  check({ALL(rtx, NVP, "p", &kPair), "p.name  = 'n'\np.value = '(null)'\n"});
   EXPECT_EQ(viaStdout(STDOUT(rtxPrintArrayNVP("p", 12, &kPair))), "p[12].name  = 'n'\np[12].value = '(null)'\n");
 }
 
 TEST_F(FormsTest, AddressesAndDigits)
 {
-  const uint8_t ip4[] = {192, 168, 0, 255};
-  const uint8_t ip6[] = {0x20, 0x01, 0x0d, 0xb8};
-  const uint8_t digits[] = {0x21, 0xdc, 0xfa};
-  const uint8_t text[] = {'a', 0, ' ', 0x7f, '~'};
-  check({STREAM(rtPrintToStreamIpv4Addr(pctxt, "a", 4, ip4)), STDOUT(rtxPrintIpv4Addr("a", 4, ip4)), nullptr,
-         "a = 192.168.0.255\n"});
-  check({STREAM(rtPrintToStreamIpv6Addr(pctxt, "a", 4, ip6)), STDOUT(rtxPrintIpv6Addr("a", 4, ip6)), nullptr,
-         "a = 201:db8:\n"});
-  check({STREAM(rtPrintToStreamTBCDStr(pctxt, "t", 3, digits)), STDOUT(rtxPrintTBCDStr("t", 3, digits)), nullptr,
-         "t = 12ab*\n", "t = 12ab*"});
-  check({STREAM(rtPrintToStreamText(pctxt, "t", 5, text)), STDOUT(rtxPrintText("t", 5, text)), nullptr, "t = a ~\n"});
+  auto form = [&](auto stream, auto direct, const std::vector<uint8_t>& octets, const char* expected, bool lineFeed) {
+    auto line = [&](const uint8_t* data, const std::string& shown) {
+      check({STREAM(stream(pctxt, "a", octets.size(), data)), STDOUT(direct("a", octets.size(), data)), nullptr,
+             "a = " + shown + "\n", "a = " + shown + (lineFeed ? "\n" : "")});
+    };
+    line(octets.data(), expected);
+    line(nullptr, ""); // octets that are missing print as none
+  };
+  form(rtPrintToStreamIpv4Addr, rtxPrintIpv4Addr, {192, 168, 0, 255}, "192.168.0.255", true);
+  form(rtPrintToStreamIpv6Addr, rtxPrintIpv6Addr, {0x20, 0x01, 0x0d, 0xb8}, "201:db8:", true);
+  form(rtPrintToStreamTBCDStr, rtxPrintTBCDStr, {0x21, 0xdc, 0xfa}, "12ab*", false);
+  form(rtPrintToStreamText, rtxPrintText, {'a', 0, ' ', 0x7f, '~'}, "a ~", true);
 }
 
 TEST_F(FormsTest, BitStrings)
 {
   const uint8_t* d = kOctets + 1;
   auto form = [&](size_t bits, const char* stream, const char* direct) {
-    check({STREAM(rtPrintToStreamBitStr(pctxt, "s", bits, d, ".")), STDOUT(rtPrintBitStr("s", bits, d, ".")),
-           STRING(rtPrintToStringBitStr("s", bits, d, ".", buffer, size)), stream, direct});
+    check({ALL(rt, BitStr, "s", bits, d, "."), stream, direct});
   };
   form(0, "s.numbits = 0\ns.data = NULL\n", "=");
   form(3, "s.numbits = 3\ns.data = 001xxxxx\n", "=");
@@ -151,30 +136,23 @@ TEST_F(FormsTest, BitStrings)
   form(129, "s.numbits = 129\ns.data =\n2a 41 20 7e 7f ff 12 34 56 78 9a bc de 00 00 00\n0xxxxxxx\n",
        "s.numbits = 129\ns.data = \n0x2A 0x41 0x20 0x7E 0x7F 0xFF 0x12 0x34 0x56 0x78 0x9A 0xBC 0xDE 0x00 0x00 0x00\n"
        "0xxxxxxx\n");
-  check({STREAM(rtPrintToStreamBitStrExt(pctxt, "s", 8, d, 0xbeef, "->")),
-         STDOUT(rtPrintBitStrExt("s", 8, d, 0xbeef, "->")),
-         STRING(rtPrintToStringBitStrExt("s", 8, d, 0xbeef, "->", buffer, size)),
-         "s->numbits = 8\ns->data = 2a\ns->extdata = 0xbeef\n",
+  check({ALL(rt, BitStrExt, "s", 8, d, 0xbeef, "->"), "s->numbits = 8\ns->data = 2a\ns->extdata = 0xbeef\n",
          "s->numbits = 8\ns->data = 0x2A\ns->extdata = 0xbeef\n"});
-  check({STREAM(rtPrintToStreamBitStrBin(pctxt, "s", 10, d, ".")), STDOUT(rtPrintBitStrBin("s", 10, d, ".")),
-         STRING(rtPrintToStringBitStrBin("s", 10, d, ".", buffer, size)), "s.numbits = 10\ns.data = 0010101001\n"});
+  check({ALL(rt, BitStrBin, "s", 10, d, "."), "s.numbits = 10\ns.data = 0010101001\n"});
   const RtBitName names[] = {{"two", 2}, {"three", 3}, {"four", 4}, {"beyond", 6}, {nullptr, 0}};
-  check({STREAM(rtPrintToStreamBitStrNamed(pctxt, "s", 6, d, names, ".")),
-         STDOUT(rtPrintBitStrNamed("s", 6, d, names, ".")),
-         STRING(rtPrintToStringBitStrNamed("s", 6, d, names, ".", buffer, size)),
-         "s.numbits = 6\ns.data = two, four\n"});
+  check({ALL(rt, BitStrNamed, "s", 6, d, names, "."), "s.numbits = 6\ns.data = two, four\n"});
+  check({ALL(rt, BitStrNamedExt, "s", 6, d, 7, names, "."), "s.numbits = 6\ns.data = two, four\n"});
+  check({BOTH(rt, BitStrNamed, "s", 6, d, nullptr, "."), nullptr, "s.numbits = 6\ns.data = \n"});
 }
 
 TEST_F(FormsTest, BitStringsInBraces)
 {
   const uint8_t* d = kOctets + 1;
-  check({STREAM(rtPrintToStreamBitStrBraceText(pctxt, "s", 0, d, ".")), STDOUT(rtPrintBitStrBraceText("s", 0, d, ".")),
-         STRING(rtPrintToStringBitStrBraceText("s", 0, d, ".", buffer, size)), "s = { 0 }\n"});
+  check({ALL(rt, BitStrBraceText, "s", 0, d, "."), "s = { 0 }\n"});
+  check({ALL(rt, BitStrBraceText, "s", 9, nullptr, "."), "s = { 0 }\n"});
   check({STREAM(rtPrintToStreamBitStrBraceText(pctxt, "s", 63, d, ".")), nullptr, nullptr,
          "s = { 63, 2a 41 20 7e 7f ff 12 0011010x }\n"});
-  check({STREAM(rtPrintToStreamBitStrBraceTextExt(pctxt, "s", 9, d, 7, ".")),
-         STDOUT(rtPrintBitStrBraceTextExt("s", 9, d, 7, ".")),
-         STRING(rtPrintToStringBitStrBraceTextExt("s", 9, d, 7, ".", buffer, size)), "s = { 9, 2a 0xxxxxxx, 0x7 }\n",
+  check({ALL(rt, BitStrBraceTextExt, "s", 9, d, 7, "."), "s = { 9, 2a 0xxxxxxx, 0x7 }\n",
          "s = { 9, 0x2A 0xxxxxxx, 0x7 }\n"});
   auto indented = [&](RtxContext* pctxt) {
     rtxPrintToStreamIncrIndent(pctxt);
@@ -185,39 +163,40 @@ TEST_F(FormsTest, BitStringsInBraces)
 
 TEST_F(FormsTest, CountedDumps)
 {
-  const uint32_t same[] = {0x41414141};
-  std::string blanks(48 - 6, ' ');
-  check({STREAM(rtPrintToStreamOctStr(pctxt, "o", 2, kOctets + 1, ".")),
-         STDOUT(rtPrintOctStr("o", 2, kOctets + 1, ".")),
-         STRING(rtPrintToStringOctStr("o", 2, kOctets + 1, ".", buffer, size)),
-         "o.numocts = 2\no.data = \n2a 41 " + blanks + " *A\n"});
-  check({STREAM(rtPrintToStreamOpenType(pctxt, "o", 0, nullptr, "")), STDOUT(rtPrintOpenType("o", 0, nullptr, "")),
-         STRING(rtPrintToStringOpenType("o", 0, nullptr, "", buffer, size)), "onumocts = 0\nodata = \n"});
-  check({STREAM(rtPrintToStream32BitCharStr(pctxt, "o", 1, same, ".")), STDOUT(rtPrint32BitCharStr("o", 1, same, ".")),
-         STRING(rtPrintToString32BitCharStr("o", 1, same, ".", buffer, size)),
+  const uint16_t two[] = {0x4141, 0x4141};
+  const uint32_t one[] = {0x41414141};
+  std::string octets = "numocts = 2\no.data = \n2a 41 " + std::string(48 - 6, ' ') + " *A\n";
+  check({ALL(rt, OctStr, "o", 2, kOctets + 1, "."), "o." + octets});
+  check({ALL(rt, OpenType, "o", 2, kOctets + 1, "."), "o." + octets});
+  check({ALL(rt, OpenType, "o", 0, nullptr, ""), "onumocts = 0\nodata = \n"});
+  check({ALL(rt, 32BitCharStr, "o", 1, one, "."),
          "o.nchars = 1\no.data = \n41414141" + std::string(40, ' ') + " AAAA\n"});
-  check({STREAM(rtPrintToStream16BitCharStr(pctxt, "o", 2, reinterpret_cast<const uint16_t*>(same), ".")), nullptr,
-         nullptr, "o.nchars = 2\no.data = \n4141 4141" + std::string(39, ' ') + " AAAA\n"});
+  check({ALL(rt, 16BitCharStr, "o", 2, two, "."),
+         "o.nchars = 2\no.data = \n4141 4141" + std::string(39, ' ') + " AAAA\n"});
 }
 
 TEST_F(FormsTest, IdentifiersAndTimes)
 {
   RtObjId oid = {3, {1, 2, 840}};
   RtObjId64 wide = {2, {1, UINT64_C(1) << 40}};
-  RtxDateTime time = {2024, 2, 29, 23, 59, 5, 3, 1, -90, 7};
-  check({STREAM(rtPrintToStreamOID(pctxt, "o", &oid)), STDOUT(rtPrintOID("o", &oid)),
-         STRING(rtPrintToStringOID("o", &oid, buffer, size)), "o = { 1 2 840 }\n"});
-  check({STREAM(rtPrintToStreamOIDValue(pctxt, &oid)), STDOUT(rtPrintOIDValue(&oid)), nullptr, "{ 1 2 840 }\n"});
-  check({STREAM(rtPrintToStreamOID2(pctxt, "o", 2, oid.arcs)), STDOUT(rtPrintOID2("o", 2, oid.arcs)), nullptr,
-         "o = { 1 2 }\n"});
-  check({STREAM(rtPrintToStreamOID64(pctxt, "o", &wide)), STDOUT(rtPrintOID64("o", &wide)), nullptr,
-         "o = { 1 1099511627776 }\n"});
-  check(
-      {STREAM(rtPrintToStreamOIDStr(pctxt, "o", "1 2")), STDOUT(rtPrintOIDStr("o", "1 2")), nullptr, "o = { 1 2 }\n"});
-  check({STREAM(rtPrintToStreamOIDStr(pctxt, "o", nullptr)), STDOUT(rtPrintOIDStr("o", nullptr)), nullptr,
-         "o = (null)\n"});
-  check({STREAM(rtPrintToStreamDateTime(pctxt, "t", &time)), STDOUT(rtPrintDateTime("t", &time)),
-         STRING(rtPrintToStringDateTime("t", &time, buffer, size)), "t = 2024-02-29T23:59:05.007-01:30\n"});
+  check({ALL(rt, OID, "o", &oid), "o = { 1 2 840 }\n"});
+  check({STREAM(rtPrintToStreamOIDValue(pctxt, &oid)), STDOUT(rtPrintOIDValue(&oid)),
+         STRING(rtPrintToStringOIDValue(&oid, buffer, size)), "{ 1 2 840 }\n"});
+  check({ALL(rt, OID2, "o", 2, oid.arcs), "o = { 1 2 }\n"});
+  check({ALL(rt, OID2, "o", 2, nullptr), "o = { }\n"});
+  check({ALL(rt, OID64, "o", &wide), "o = { 1 1099511627776 }\n"});
+  check({ALL(rt, OIDStr, "o", "1 2"), "o = { 1 2 }\n"});
+  check({ALL(rt, OIDStr, "o", nullptr), "o = (null)\n"});
+  for (auto& [time, text] : std::vector<std::pair<RtxDateTime, std::string>>{
+           {{2024, 2, 29, 23, 59, 5, 3, 1, -90, 7}, "2024-02-29T23:59:05.007-01:30"},
+           {{2024, 2, 29, 23, 59, 5, 0, 1, 0, 7}, "2024-02-29T23:59:05Z"},
+           {{2024, 2, 29, 23, 59, 5, 1, 1, 345, 7}, "2024-02-29T23:59:05.7+05:45"},
+           {{2024, 2, 29, 23, 59, 5, 0, 0, 345, 0}, "2024-02-29T23:59:05"}})
+    check({ALL(rt, DateTime, "t", &time), "t = " + text + "\n"});
+  check({BOTH(rt, DateTime, "t", nullptr), nullptr, "t = \n"});
+  oid.count = RT_MAX_ARCS + 1; // arcs beyond the record are none
+  EXPECT_EQ(viaStdout(STDOUT(rtPrintOIDValue(&oid))).size(),
+            std::string("{ 1 2 840 }\n").size() + 2 * (RT_MAX_ARCS - 3));
 }
 
 // Braces indent by three, never below zero, each family on its own count.
