@@ -359,8 +359,7 @@ int rtx3GPPEncMobileIdentityType1(RtxContext* pctxt, uint8_t identType, const ch
 // Reads an octet of two digits and stores the first, and the second if `both`.
 static int readDigitPair(RtxContext* pctxt, bool both, char* dest)
 {
-  uint32_t high;
-  uint32_t low;
+  uint32_t high = 0, low = 0;
   int status = rtxDecBits(pctxt, &high, 4);
   if (status == 0) status = rtxDecBits(pctxt, &low, 4);
   if (status < 0) return rtxErrSetData(pctxt, status, kModule, __LINE__);

@@ -43,22 +43,22 @@ int rtPrintBitStrBraceTextExt(const char* name, size_t numbits, const uint8_t* d
 
 int rtPrintOctStr(const char* name, size_t numocts, const uint8_t* data, const char* separator)
 {
-  return rtxPrintForm(rtxSinkOfStdout(), rtFormCounted, name, "numocts", numocts, data, 1, separator);
+  return rtxPrintForm(rtxSinkOfStdout(), rtFormCounted, name, "numocts", numocts, data, 1U, separator);
 }
 
 int rtPrintOpenType(const char* name, size_t numocts, const uint8_t* data, const char* separator)
 {
-  return rtxPrintForm(rtxSinkOfStdout(), rtFormCounted, name, "numocts", numocts, data, 1, separator);
+  return rtxPrintForm(rtxSinkOfStdout(), rtFormCounted, name, "numocts", numocts, data, 1U, separator);
 }
 
 int rtPrint16BitCharStr(const char* name, size_t nchars, const uint16_t* data, const char* separator)
 {
-  return rtxPrintForm(rtxSinkOfStdout(), rtFormCounted, name, "nchars", nchars, data, 2, separator);
+  return rtxPrintForm(rtxSinkOfStdout(), rtFormCounted, name, "nchars", nchars, data, 2U, separator);
 }
 
 int rtPrint32BitCharStr(const char* name, size_t nchars, const uint32_t* data, const char* separator)
 {
-  return rtxPrintForm(rtxSinkOfStdout(), rtFormCounted, name, "nchars", nchars, data, 4, separator);
+  return rtxPrintForm(rtxSinkOfStdout(), rtFormCounted, name, "nchars", nchars, data, 4U, separator);
 }
 
 int rtPrintUnicodeCharStr(const char* name, const uint16_t* chars, int count)

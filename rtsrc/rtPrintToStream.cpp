@@ -51,25 +51,25 @@ int rtPrintToStreamBitStrBraceTextExt(RtxContext* pctxt, const char* name, size_
 int rtPrintToStreamOctStr(RtxContext* pctxt, const char* name, size_t numocts, const uint8_t* data,
                           const char* separator)
 {
-  return rtxPrintForm(rtxSinkOfStream(pctxt), rtFormCounted, name, "numocts", numocts, data, 1, separator);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtFormCounted, name, "numocts", numocts, data, 1U, separator);
 }
 
 int rtPrintToStreamOpenType(RtxContext* pctxt, const char* name, size_t numocts, const uint8_t* data,
                             const char* separator)
 {
-  return rtxPrintForm(rtxSinkOfStream(pctxt), rtFormCounted, name, "numocts", numocts, data, 1, separator);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtFormCounted, name, "numocts", numocts, data, 1U, separator);
 }
 
 int rtPrintToStream16BitCharStr(RtxContext* pctxt, const char* name, size_t nchars, const uint16_t* data,
                                 const char* separator)
 {
-  return rtxPrintForm(rtxSinkOfStream(pctxt), rtFormCounted, name, "nchars", nchars, data, 2, separator);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtFormCounted, name, "nchars", nchars, data, 2U, separator);
 }
 
 int rtPrintToStream32BitCharStr(RtxContext* pctxt, const char* name, size_t nchars, const uint32_t* data,
                                 const char* separator)
 {
-  return rtxPrintForm(rtxSinkOfStream(pctxt), rtFormCounted, name, "nchars", nchars, data, 4, separator);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtFormCounted, name, "nchars", nchars, data, 4U, separator);
 }
 
 int rtPrintToStreamUnicodeCharStr(RtxContext* pctxt, const char* name, const uint16_t* chars, int count)

@@ -158,25 +158,25 @@ int rtPrintToStringBitStrBraceTextExt(const char* name, size_t numbits, const ui
 int rtPrintToStringOctStr(const char* name, size_t numocts, const uint8_t* data, const char* separator, char* buffer,
                           size_t size)
 {
-  return rtxPrintForm(sinkOf(buffer, size), rtFormCounted, name, "numocts", numocts, data, 1, separator);
+  return rtxPrintForm(sinkOf(buffer, size), rtFormCounted, name, "numocts", numocts, data, 1U, separator);
 }
 
 int rtPrintToStringOpenType(const char* name, size_t numocts, const uint8_t* data, const char* separator, char* buffer,
                             size_t size)
 {
-  return rtxPrintForm(sinkOf(buffer, size), rtFormCounted, name, "numocts", numocts, data, 1, separator);
+  return rtxPrintForm(sinkOf(buffer, size), rtFormCounted, name, "numocts", numocts, data, 1U, separator);
 }
 
 int rtPrintToString16BitCharStr(const char* name, size_t nchars, const uint16_t* data, const char* separator,
                                 char* buffer, size_t size)
 {
-  return rtxPrintForm(sinkOf(buffer, size), rtFormCounted, name, "nchars", nchars, data, 2, separator);
+  return rtxPrintForm(sinkOf(buffer, size), rtFormCounted, name, "nchars", nchars, data, 2U, separator);
 }
 
 int rtPrintToString32BitCharStr(const char* name, size_t nchars, const uint32_t* data, const char* separator,
                                 char* buffer, size_t size)
 {
-  return rtxPrintForm(sinkOf(buffer, size), rtFormCounted, name, "nchars", nchars, data, 4, separator);
+  return rtxPrintForm(sinkOf(buffer, size), rtFormCounted, name, "nchars", nchars, data, 4U, separator);
 }
 
 int rtPrintToStringUnicodeCharStr(const char* name, const uint16_t* chars, int count, char* buffer, size_t size)

@@ -43,37 +43,17 @@ int rtxFileOpen(FILE** pFile, const char* filename, const char* mode)
   return *pFile != nullptr ? 0 : RTX_E_FILE_OPEN;
 }
 
-// Reads one octet of hexadecimal text. Returns it, -1 at the end, or RTX_E_BAD_HEX (also for a single last digit).
-static int readHexOctet(FILE* file)
+static int nextOfFile(void* file)
 {
-  int high = -1;
-  for (int ch = std::fgetc(file); ch != EOF; ch = std::fgetc(file)) {
-    if (rtxIsHexSpace(ch)) continue;
-    int digit = rtxHexDigitValue(ch);
-    if (digit < 0) return RTX_E_BAD_HEX;
-    if (high >= 0) return high << 4 | digit;
-    high = digit;
-  }
-  return high < 0 ? -1 : RTX_E_BAD_HEX;
-}
-
-static int64_t readHex(FileStream* stream, uint8_t* pbuf, size_t size)
-{
-  size_t count = 0;
-  for (; count < size; ++count) {
-    int octet = readHexOctet(stream->file);
-    if (octet == -1) break;
-    if (octet < 0) return rtxReport(stream->pctxt, octet, kModule, __LINE__);
-    pbuf[count] = static_cast<uint8_t>(octet);
-  }
-  return static_cast<int64_t>(count);
+  return std::fgetc(static_cast<FILE*>(file));
 }
 
 static int64_t fileRead(RtxStream* pStream, uint8_t* pbuf, size_t size)
 {
   FileStream* stream = fileOf(pStream);
   bool hex = (pStream->flags & RTX_STREAM_HEX) != 0;
-  int64_t got = hex ? readHex(stream, pbuf, size) : static_cast<int64_t>(std::fread(pbuf, 1, size, stream->file));
+  int64_t got = hex ? rtxReadHexText(stream->pctxt, nextOfFile, stream->file, pbuf, size)
+                    : static_cast<int64_t>(std::fread(pbuf, 1, size, stream->file));
   if (got == 0 && size > 0 && std::ferror(stream->file) != 0) {
     return rtxReport(stream->pctxt, RTX_E_READ, kModule, __LINE__);
   }

@@ -41,19 +41,10 @@ void rtxStreamReplaceBuffer(RtxContext* pctxt);
 /** Appends octets that passed the stream to its capture, if it has one. */
 int rtxStreamCapture(RtxContext* pctxt, const uint8_t* data, size_t count);
 
-/** Returns the value of a hexadecimal digit, -1 for anything else. */
-static inline int rtxHexDigitValue(int ch)
-{
-  if (ch >= '0' && ch <= '9') return ch - '0';
-  if (ch >= 'A' && ch <= 'F') return ch - 'A' + 10;
-  if (ch >= 'a' && ch <= 'f') return ch - 'a' + 10;
-  return -1;
-}
-
-/** White space between hexadecimal digits: tab to carriage return, and the blank. */
-static inline bool rtxIsHexSpace(int ch)
-{
-  return (ch >= 9 && ch <= 13) || ch == ' ';
-}
+/**
+ * Reads up to `size` octets of hexadecimal text, character by character from `next`, which gives -1 at the end. Returns
+ * their number; RTX_E_BAD_HEX, reported, for another character or a single last digit.
+ */
+int64_t rtxReadHexText(RtxContext* pctxt, int (*next)(void* source), void* source, uint8_t* pbuf, size_t size);
 
 #endif

@@ -38,31 +38,10 @@ static size_t leftIn(const RtxBuffer* buffer)
   return buffer->byteIndex < buffer->size ? buffer->size - buffer->byteIndex : 0;
 }
 
-// Reads one octet of hexadecimal text. Returns it, -1 at the end, or RTX_E_BAD_HEX (also for a single last digit).
-static int readHexOctet(RtxBuffer* buffer)
+static int nextOfBuffer(void* source)
 {
-  int high = -1;
-  while (leftIn(buffer) > 0) {
-    int ch = buffer->data[buffer->byteIndex++];
-    if (rtxIsHexSpace(ch)) continue;
-    int digit = rtxHexDigitValue(ch);
-    if (digit < 0) return RTX_E_BAD_HEX;
-    if (high >= 0) return high << 4 | digit;
-    high = digit;
-  }
-  return high < 0 ? -1 : RTX_E_BAD_HEX;
-}
-
-static int64_t readHex(RtxContext* pctxt, uint8_t* pbuf, size_t size)
-{
-  size_t count = 0;
-  for (; count < size; ++count) {
-    int octet = readHexOctet(&pctxt->buffer);
-    if (octet == -1) break;
-    if (octet < 0) return rtxReport(pctxt, octet, kModule, __LINE__);
-    pbuf[count] = static_cast<uint8_t>(octet);
-  }
-  return static_cast<int64_t>(count);
+  auto* buffer = static_cast<RtxBuffer*>(source);
+  return leftIn(buffer) > 0 ? buffer->data[buffer->byteIndex++] : -1;
 }
 
 static int64_t memoryRead(RtxStream* pStream, uint8_t* pbuf, size_t size)
@@ -70,7 +49,7 @@ static int64_t memoryRead(RtxStream* pStream, uint8_t* pbuf, size_t size)
   RtxContext* pctxt = memoryOf(pStream)->pctxt;
   RtxBuffer* buffer = &pctxt->buffer;
   if ((pStream->flags & RTX_STREAM_HEX) != 0) {
-    int64_t got = readHex(pctxt, pbuf, size);
+    int64_t got = rtxReadHexText(pctxt, nextOfBuffer, buffer, pbuf, size);
     if (got > 0) countProcessed(pStream, static_cast<size_t>(got));
     return got;
   }

@@ -81,7 +81,7 @@ static void sampleOctets(SampleWalk& walk, L3SampleRecord& sample, const L3Row& 
   uint8_t* member = sample.record + row.offset;
   if (info.from == kL3Fixed) {
     fill(member, info.fixed);
-    walk.bits += info.fixed * 8;
+    walk.bits += size_t{info.fixed} * 8;
     return;
   }
   size_t most = info.cap ? info.cap : 0xFFFF;
@@ -100,7 +100,7 @@ static void sampleOctets(SampleWalk& walk, L3SampleRecord& sample, const L3Row& 
 static void sampleCountedBits(SampleWalk& walk, L3SampleRecord& sample, const L3Row& row, const L3BitString& info)
 {
   uint8_t* member = sample.record + row.offset;
-  size_t bias = static_cast<size_t>(info.bias);
+  size_t bias = static_cast<size_t>(int64_t{info.bias}); // may be negative
   size_t count = static_cast<size_t>(l3SettleCount(sample, info.field, 1, maxOfBits(info.field.bits))) + bias;
   if (info.capBits) count = clamp(count, 0, info.capBits);
   walk.bits += count;
