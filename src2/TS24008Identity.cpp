@@ -4,6 +4,7 @@
 
 #include "L3Descriptors.h"
 #include "src2/MobileIdentityDigits.h"
+#include "src2/NamedParts.h"
 #include "velnor3gpp/TS24008IES.h"
 
 static constexpr char kDecoder[] = "TS24008IESDec";
@@ -18,34 +19,15 @@ static constexpr uint8_t kTmsiLeading = 15;
 static constexpr uint8_t kSessionBit = 2, kPlmnBit = 1; // of a TMGI's first half-octet
 static constexpr uint8_t kMaxLength = 9;
 
-static int decFixed(L3Call& call, const char* name, uint8_t* octets, size_t count)
-{
-  L3Name frame;
-  l3PushName(call, frame, name);
-  int status = l3DecOctets(call, octets, count);
-  if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
-  l3PopName(call);
-  return 0;
-}
-
-static int decPlmn(L3Call& call, TS24008IE_MCCMNCPair& pair)
-{
-  L3Name frame;
-  l3PushName(call, frame, "mcc-mnc");
-  int status = l3DecType(call, l3_TS24008IE_MCCMNCPair, &pair);
-  if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
-  l3PopName(call);
-  return 0;
-}
-
 static int decTmgi(L3Call& call, Tmgi& tmgi, uint8_t leading)
 {
   L3Name frame;
   l3PushName(call, frame, "tmgi");
   tmgi.m.mcc_mncPresent = (leading & kPlmnBit) != 0;
   tmgi.m.mbmsSessionIDPresent = (leading & kSessionBit) != 0;
-  int status = decFixed(call, "mbmsServiceID", tmgi.mbmsServiceID, sizeof tmgi.mbmsServiceID);
-  if (status >= 0 && tmgi.m.mcc_mncPresent) status = decPlmn(call, tmgi.mcc_mnc);
+  int status = decFixed(call, kDecoder, "mbmsServiceID", tmgi.mbmsServiceID);
+  if (status >= 0 && tmgi.m.mcc_mncPresent)
+    status = decPart(call, kDecoder, "mcc-mnc", l3_TS24008IE_MCCMNCPair, &tmgi.mcc_mnc);
   if (status >= 0 && tmgi.m.mbmsSessionIDPresent)
     status = l3DecNamed(call, kDecoder, __LINE__, "mbmsSessionID", &tmgi.mbmsSessionID, 8, 1);
   if (status >= 0) l3PopName(call);
@@ -75,7 +57,7 @@ static int decInside(L3Call& call, Identity& identity)
     case kImeisv:
       return decDigits(call, identity, "imeisv", odd, digit1, u.imeisv, sizeof u.imeisv);
     case kTmsi:
-      return decFixed(call, "tmsi", u.tmsi, sizeof u.tmsi);
+      return decFixed(call, kDecoder, "tmsi", u.tmsi);
     case kTmgi:
       return decTmgi(call, u.tmgi, digit1);
     case kNone:
@@ -116,32 +98,13 @@ int l3Dec_TS24008IE_MobileIdentity(L3Call& call, const L3Type&, void* value)
   return 0;
 }
 
-static int encFixed(L3Call& call, const char* name, const uint8_t* octets, size_t count)
-{
-  L3Name frame;
-  l3PushName(call, frame, name);
-  int status = l3EncOctets(call, octets, count);
-  if (status < 0) return l3Fail(call, kEncoder, status, __LINE__);
-  l3PopName(call);
-  return 0;
-}
-
-static int encPlmn(L3Call& call, TS24008IE_MCCMNCPair& pair)
-{
-  L3Name frame;
-  l3PushName(call, frame, "mcc-mnc");
-  int status = l3EncType(call, l3_TS24008IE_MCCMNCPair, &pair);
-  if (status < 0) return l3Fail(call, kEncoder, status, __LINE__);
-  l3PopName(call);
-  return 0;
-}
-
 static int encTmgi(L3Call& call, Tmgi& tmgi)
 {
   L3Name frame;
   l3PushName(call, frame, "tmgi");
-  int status = encFixed(call, "mbmsServiceID", tmgi.mbmsServiceID, sizeof tmgi.mbmsServiceID);
-  if (status >= 0 && tmgi.m.mcc_mncPresent) status = encPlmn(call, tmgi.mcc_mnc);
+  int status = encFixed(call, kEncoder, "mbmsServiceID", tmgi.mbmsServiceID);
+  if (status >= 0 && tmgi.m.mcc_mncPresent)
+    status = encPart(call, kEncoder, "mcc-mnc", l3_TS24008IE_MCCMNCPair, &tmgi.mcc_mnc);
   if (status >= 0 && tmgi.m.mbmsSessionIDPresent)
     status = l3EncNamed(call, kEncoder, __LINE__, "mbmsSessionID", tmgi.mbmsSessionID, 8, 1);
   if (status >= 0) l3PopName(call);
@@ -170,7 +133,7 @@ static int encTmgiForm(L3Call& call, Identity& identity)
 static int encTmsiForm(L3Call& call, Identity& identity)
 {
   int status = encLeading(call, identity, 1 + sizeof identity.u.tmsi, kTmsiLeading, kTmsi);
-  return status < 0 ? status : encFixed(call, "tmsi", identity.u.tmsi, sizeof identity.u.tmsi);
+  return status < 0 ? status : encFixed(call, kEncoder, "tmsi", identity.u.tmsi);
 }
 
 // GMM answers with three octets of zero, paging has one that begins with filler: the record's length tells which.

@@ -6,6 +6,7 @@
 #include "L3Descriptors.h"
 #include "rt3gppsrc/engine/l3Engine.h"
 #include "src2/MobileIdentityDigits.h"
+#include "src2/NamedParts.h"
 #include "src2/TrackingAreaItem.h"
 #include "velnor3gpp/TS24301IES.h"
 #include "velnor3gpp/TS24301Msgs.h"
@@ -21,34 +22,11 @@ enum IdentityTag : uint32_t { kImsi = 1, kImei, kGuti };
 enum IdentityType { kTypeImsi = 1, kTypeImei = 3, kTypeGuti = 6 };
 static constexpr uint8_t kGutiOctets = 11;
 
-static int decPart(L3Call& call, const char* module, const char* name, const L3Type& type, void* part)
-{
-  L3Name frame;
-  l3PushName(call, frame, name);
-  int status = l3DecType(call, type, part);
-  if (status < 0) return l3Fail(call, module, status, __LINE__);
-  l3PopName(call);
-  return status;
-}
-
-static int encPart(L3Call& call, const char* module, const char* name, const L3Type& type, void* part)
-{
-  L3Name frame;
-  l3PushName(call, frame, name);
-  int status = l3EncType(call, type, part);
-  if (status < 0) return l3Fail(call, module, status, __LINE__);
-  l3PopName(call);
-  return status;
-}
-
 static int decOddEven(L3Call& call, uint8_t& odd)
 {
   L3Name frame;
   l3PushName(call, frame, "oddEvenInd");
-  int status = l3DecBits(call, &odd, 1, 1, "BOOLEAN");
-  if (status < 0) return l3Fail(call, kElementDecoder, status, __LINE__);
-  l3PopName(call);
-  return 0;
+  return endPart(call, kElementDecoder, l3DecBits(call, &odd, 1, 1, "BOOLEAN"));
 }
 
 static int decIdentity(L3Call& call, Identity& identity)
@@ -123,9 +101,8 @@ static int encGuti(L3Call& call, Identity& identity)
   if (status < 0) return status;
   L3Name frame;
   l3PushName(call, frame, "oddEvenInd");
-  status = l3EncBits(call, identity.oddEvenInd != 0, 1, "BOOLEAN");
-  if (status < 0) return l3Fail(call, kElementEncoder, status, __LINE__);
-  l3PopName(call);
+  status = endPart(call, kElementEncoder, l3EncBits(call, identity.oddEvenInd != 0, 1, "BOOLEAN"));
+  if (status < 0) return status;
   const L3Type& type = l3_TS24301IE_EPSMobileIdentity_typeOfIdent;
   status = encPart(call, kElementEncoder, "typeOfIdent", type, &identity.typeOfIdent);
   if (status < 0) return status;

@@ -4,6 +4,7 @@
 
 #include "L3Descriptors.h"
 #include "src2/MobileIdentityDigits.h"
+#include "src2/NamedParts.h"
 #include "src2/TrackingAreaItem.h"
 #include "velnor3gpp/TS24501IES.h"
 
@@ -15,26 +16,6 @@ enum IdentityTag : uint32_t { kNone = 1, kSuci, kGuti, kImei, kStmsi, kImeisv, k
 
 using Identity = TS24501IE_MobileIdentity;
 
-static int decPart(L3Call& call, const char* name, const L3Type& type, void* part)
-{
-  L3Name frame;
-  l3PushName(call, frame, name);
-  int status = l3DecType(call, type, part);
-  if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
-  l3PopName(call);
-  return status;
-}
-
-static int encPart(L3Call& call, const char* name, const L3Type& type, void* part)
-{
-  L3Name frame;
-  l3PushName(call, frame, name);
-  int status = l3EncType(call, type, part);
-  if (status < 0) return l3Fail(call, kEncoder, status, __LINE__);
-  l3PopName(call);
-  return status;
-}
-
 static int decSuci(L3Call& call, Identity& identity, uint8_t leading)
 {
   auto& suci = identity.u.suci;
@@ -44,9 +25,10 @@ static int decSuci(L3Call& call, Identity& identity, uint8_t leading)
   suci.t = format + 1;
   int status;
   if (format == 0)
-    status = decPart(call, "supiImsi", l3_TS24501IE_MobileIdentity_SUCI_IMSI, &suci.u.supiImsi);
+    status = decPart(call, kDecoder, "supiImsi", l3_TS24501IE_MobileIdentity_SUCI_IMSI, &suci.u.supiImsi);
   else if (format == 1)
-    status = decPart(call, "supiNetSpecificId", l3_TS24501IE_MobileIdentity_SUCI_NetId, &suci.u.supiNetSpecificId);
+    status =
+        decPart(call, kDecoder, "supiNetSpecificId", l3_TS24501IE_MobileIdentity_SUCI_NetId, &suci.u.supiNetSpecificId);
   else
     status = l3Fail(call, kDecoder, RTX_E_INVALID_CHOICE, __LINE__);
   if (status >= 0) l3PopName(call);
@@ -62,7 +44,7 @@ static int decTemporary(L3Call& call, const char* name, const L3Type& type, void
     rtxErrAddIntParm(call.pctxt, leading);
     return rtxErrSetNewData(call.pctxt, RTX_E_CONSTRAINT, kDecoder, __LINE__);
   }
-  return decPart(call, name, type, part);
+  return decPart(call, kDecoder, name, type, part);
 }
 
 static int decDigits(L3Call& call, const char* name, uint16_t length, uint8_t leading, char* digits, size_t size)
@@ -78,22 +60,12 @@ static int decDigits(L3Call& call, const char* name, uint16_t length, uint8_t le
                            static_cast<uint8_t>(leading >> 1), digits, size);
 }
 
-static int decFixed(L3Call& call, const char* name, uint8_t* octets, size_t count)
-{
-  L3Name frame;
-  l3PushName(call, frame, name);
-  int status = l3DecOctets(call, octets, count);
-  if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
-  l3PopName(call);
-  return 0;
-}
-
 static int decMac(L3Call& call, Identity& identity, uint8_t leading)
 {
   L3Name frame;
   l3PushName(call, frame, "mac");
   identity.u.mac.mauri = leading & 1; // the lowest of the leading bits
-  int status = decFixed(call, "macaddr", identity.u.mac.macaddr, sizeof identity.u.mac.macaddr);
+  int status = decFixed(call, kDecoder, "macaddr", identity.u.mac.macaddr);
   if (status >= 0) l3PopName(call);
   return status;
 }
@@ -114,7 +86,7 @@ static int decByType(L3Call& call, Identity& identity, uint8_t leading)
     case kMac:
       return decMac(call, identity, leading);
     case kEui64:
-      return decFixed(call, "eui-64", identity.u.eui_64, sizeof identity.u.eui_64);
+      return decFixed(call, kDecoder, "eui-64", identity.u.eui_64);
     default:
       return 0;
   }
@@ -185,16 +157,6 @@ static uint8_t leadingBits(const Identity& identity)
   }
 }
 
-static int encFixed(L3Call& call, const char* name, const uint8_t* octets, size_t count)
-{
-  L3Name frame;
-  l3PushName(call, frame, name);
-  int status = l3EncOctets(call, octets, count);
-  if (status < 0) return l3Fail(call, kEncoder, status, __LINE__);
-  l3PopName(call);
-  return 0;
-}
-
 static int encSuci(L3Call& call, Identity& identity)
 {
   auto& suci = identity.u.suci;
@@ -202,9 +164,10 @@ static int encSuci(L3Call& call, Identity& identity)
   l3PushName(call, frame, "suci");
   int status;
   if (suci.t == 1)
-    status = encPart(call, "supiImsi", l3_TS24501IE_MobileIdentity_SUCI_IMSI, &suci.u.supiImsi);
+    status = encPart(call, kEncoder, "supiImsi", l3_TS24501IE_MobileIdentity_SUCI_IMSI, &suci.u.supiImsi);
   else if (suci.t == 2)
-    status = encPart(call, "supiNetSpecificId", l3_TS24501IE_MobileIdentity_SUCI_NetId, &suci.u.supiNetSpecificId);
+    status =
+        encPart(call, kEncoder, "supiNetSpecificId", l3_TS24501IE_MobileIdentity_SUCI_NetId, &suci.u.supiNetSpecificId);
   else
     status = l3Fail(call, kEncoder, RTX_E_INVALID_CHOICE, __LINE__);
   if (status < 0) return status;
@@ -219,13 +182,13 @@ static int encByType(L3Call& call, Identity& identity)
     case kSuci:
       return encSuci(call, identity);
     case kGuti:
-      return encPart(call, "guti", l3_TS24501IE_MobileIdentity_GUTI, &identity.u.guti);
+      return encPart(call, kEncoder, "guti", l3_TS24501IE_MobileIdentity_GUTI, &identity.u.guti);
     case kStmsi:
-      return encPart(call, "stmsi", l3_TS24501IE_MobileIdentity_STMSI, &identity.u.stmsi);
+      return encPart(call, kEncoder, "stmsi", l3_TS24501IE_MobileIdentity_STMSI, &identity.u.stmsi);
     case kMac:
-      return encFixed(call, "mac", identity.u.mac.macaddr, sizeof identity.u.mac.macaddr);
+      return encFixed(call, kEncoder, "mac", identity.u.mac.macaddr);
     case kEui64:
-      return encFixed(call, "eui-64", identity.u.eui_64, sizeof identity.u.eui_64);
+      return encFixed(call, kEncoder, "eui-64", identity.u.eui_64);
     default:
       return 0;
   }

@@ -1,8 +1,7 @@
 // Session elements whose first octets decide their form: the service-level-AA parameter (TS 24.501, 9.11.2.10), whose
 // pending indication shares the octet of the type, and the QoS rule (9.11.4.13), which ends behind a length of 0.
 #include "L3Descriptors.h"
-#include "rt3gppsrc/engine/l3Decode.h"
-#include "rt3gppsrc/engine/l3Encode.h"
+#include "src2/NamedParts.h"
 #include "velnor3gpp/TS24501IES.h"
 #include "velnor3gpp/rtxBitDecode.h"
 
@@ -34,27 +33,23 @@ using Parameter = TS24501IE_SLAAParameter;
 
 static int decShared(L3Call& call, Parameter& parameter)
 {
-  L3Name frame, inner;
+  L3Name frame;
   parameter.type = TS24501IE_SLAAParamTypes_ptPendingInd;
   parameter.value.t = 1;
   l3PushName(call, frame, "value");
-  l3PushName(call, inner, "pendingInd");
-  int status = l3DecType(call, l3_TS24501IE_SLAAPendingIndication, &parameter.value.u.pendingInd);
-  if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
-  l3PopName(call);
-  l3PopName(call);
+  const L3Type& type = l3_TS24501IE_SLAAPendingIndication;
+  int status = decPart(call, kDecoder, "pendingInd", type, &parameter.value.u.pendingInd);
+  if (status >= 0) l3PopName(call);
   return status;
 }
 
 static int encShared(L3Call& call, Parameter& parameter)
 {
-  L3Name frame, inner;
+  L3Name frame;
   l3PushName(call, frame, "value");
-  l3PushName(call, inner, "pendingInd");
-  int status = l3EncType(call, l3_TS24501IE_SLAAPendingIndication, &parameter.value.u.pendingInd);
-  if (status < 0) return l3Fail(call, kEncoder, status, __LINE__);
-  l3PopName(call);
-  l3PopName(call);
+  const L3Type& type = l3_TS24501IE_SLAAPendingIndication;
+  int status = encPart(call, kEncoder, "pendingInd", type, &parameter.value.u.pendingInd);
+  if (status >= 0) l3PopName(call);
   return status;
 }
 

@@ -7,6 +7,7 @@
 #include "L3Descriptors.h"
 #include "rt3gppsrc/engine/l3Decode.h"
 #include "rt3gppsrc/engine/l3Encode.h"
+#include "src2/NamedParts.h"
 #include "velnor3gpp/rtxMemHeap.h"
 
 struct TrackingAreaTypes {
@@ -14,17 +15,6 @@ struct TrackingAreaTypes {
   const L3Type& code; // tracking area code
   const L3Type& identity;
 };
-
-// Reads a value of the type under an element name.
-inline int decTrackingElement(L3Call& call, const char* module, const char* name, const L3Type& type, void* value)
-{
-  L3Name frame;
-  l3PushName(call, frame, name);
-  int status = l3DecType(call, type, value);
-  if (status < 0) return l3Fail(call, module, status, __LINE__);
-  l3PopName(call);
-  return status;
-}
 
 inline int decTrackingEntry(L3Call& call, const char* module, uint32_t index, const L3Type& type, void* value)
 {
@@ -40,7 +30,7 @@ inline int decTrackingEntry(L3Call& call, const char* module, uint32_t index, co
 template <class List> int decTrackingCodes(L3Call& call, const TrackingAreaTypes& types, List& list, unsigned count)
 {
   list.tacs.n = 0;
-  int status = decTrackingElement(call, types.module, "mcc-mnc", l3_TS24008IE_MCCMNCPair, &list.mcc_mnc);
+  int status = decPart(call, types.module, "mcc-mnc", l3_TS24008IE_MCCMNCPair, &list.mcc_mnc);
   if (status < 0) return status;
   L3Name frame;
   l3PushName(call, frame, "tacs");
@@ -53,8 +43,8 @@ template <class List> int decTrackingCodes(L3Call& call, const TrackingAreaTypes
 // One PLMN, and the first of a row of codes.
 template <class List> int decTrackingRow(L3Call& call, const TrackingAreaTypes& types, List& list)
 {
-  int status = decTrackingElement(call, types.module, "mcc-mnc", l3_TS24008IE_MCCMNCPair, &list.mcc_mnc);
-  return status < 0 ? status : decTrackingElement(call, types.module, "tac", types.code, &list.tac);
+  int status = decPart(call, types.module, "mcc-mnc", l3_TS24008IE_MCCMNCPair, &list.mcc_mnc);
+  return status < 0 ? status : decPart(call, types.module, "tac", types.code, &list.tac);
 }
 
 // Identities of several PLMNs.
@@ -78,8 +68,8 @@ template <class Item> int decTrackingAlternative(L3Call& call, const TrackingAre
   if constexpr (requires { item.elements.u.partTrkIdentList3; }) {
     if (item.typeOfList == 3) {
       item.elements.t = 4;
-      return decTrackingElement(call, types.module, "partTrkIdentList3", l3_TS24008IE_MCCMNCPair,
-                                &item.elements.u.partTrkIdentList3);
+      return decPart(call, types.module, "partTrkIdentList3", l3_TS24008IE_MCCMNCPair,
+                     &item.elements.u.partTrkIdentList3);
     }
   }
   if (item.typeOfList > 2) return l3Fail(call, types.module, RTX_E_INVALID_CHOICE, __LINE__);

@@ -1,0 +1,44 @@
+// Parts of a hand-made coder: a type or a row of octets under its element name, which stays pushed on failure.
+#ifndef VELNOR3GPP_NAMED_PARTS_H
+#define VELNOR3GPP_NAMED_PARTS_H
+
+#include "rt3gppsrc/engine/l3Decode.h"
+#include "rt3gppsrc/engine/l3Encode.h"
+
+// Takes the name off again, or reports the failure for the module.
+inline int endPart(L3Call& call, const char* module, int status)
+{
+  if (status < 0) return l3Fail(call, module, status, __LINE__);
+  l3PopName(call);
+  return status;
+}
+
+inline int decPart(L3Call& call, const char* module, const char* name, const L3Type& type, void* part)
+{
+  L3Name frame;
+  l3PushName(call, frame, name);
+  return endPart(call, module, l3DecType(call, type, part));
+}
+
+inline int encPart(L3Call& call, const char* module, const char* name, const L3Type& type, void* part)
+{
+  L3Name frame;
+  l3PushName(call, frame, name);
+  return endPart(call, module, l3EncType(call, type, part));
+}
+
+template <size_t Count> int decFixed(L3Call& call, const char* module, const char* name, uint8_t (&octets)[Count])
+{
+  L3Name frame;
+  l3PushName(call, frame, name);
+  return endPart(call, module, l3DecOctets(call, octets, Count));
+}
+
+template <size_t Count> int encFixed(L3Call& call, const char* module, const char* name, const uint8_t (&octets)[Count])
+{
+  L3Name frame;
+  l3PushName(call, frame, name);
+  return endPart(call, module, l3EncOctets(call, octets, Count));
+}
+
+#endif
