@@ -13,7 +13,7 @@ int main(void)
   rtxCtxtSetBufPtr(&ctxt, octets, sizeof octets);
   int status = NASDec_TS24501Msg_PDU(&ctxt, &pdu);
   if (status < 0) rtxErrPrint(&ctxt);
-  else asn1PrtToStrm_TS24501Msg_PDU(&ctxt, "message", &pdu);
+  if (status >= 0) asn1PrtToStrm_TS24501Msg_PDU(&ctxt, "message", &pdu);
   rtxFreeContext(&ctxt);
   return status < 0;
 }

@@ -17,9 +17,7 @@
 #endif
 
 #ifdef __cplusplus
-#define VELNOR_BEGIN_DECLS \
-  extern "C"               \
-  {
+#define VELNOR_BEGIN_DECLS extern "C" {
 #define VELNOR_END_DECLS }
 #else
 #define VELNOR_BEGIN_DECLS
@@ -97,18 +95,18 @@ typedef struct RtxErrInfo {
  * the names and regions under work. One context serves one coding job at a time, on one thread.
  */
 typedef struct RtxContext {
-  struct RtxMemHeap* pMemHeap; /**< The heap that owns all that this context allocates. */
-  RtxBuffer buffer;            /**< The octets under work and the cursor. */
-  RtxDList errInfo;            /**< RtxErrInfo records of the current job, oldest first. */
-  RtxErrInfo reservedErr;      /**< Collects parameters before a record exists; stands in when memory is out. */
-  RtxDListNode reservedErrNode; /**< Links `reservedErr` into `errInfo` in that emergency. */
-  uint32_t initCode;            /**< RTX_CTXT_INIT_CODE while the context is initialised. */
-  uint32_t flags;               /**< RTX_FLAG_... bits. */
-  uint8_t level;                /**< Nesting count of element names. */
-  uint8_t state;                /**< Set to 0 by rtxCtxtSetBufPtr. */
-  uint8_t diagLevel;            /**< Trace level: 0 errors, 1 warnings, 2 information, 3 debug. */
-  uint8_t lastChar;             /**< Last octet read by rtxReadBytes or written by rtxWriteBytes. */
-  struct RtxStream* pStream;    /**< The stream bound to the context, or null. */
+  struct RtxMemHeap* pMemHeap;         /**< The heap that owns all that this context allocates. */
+  RtxBuffer buffer;                    /**< The octets under work and the cursor. */
+  RtxDList errInfo;                    /**< RtxErrInfo records of the current job, oldest first. */
+  RtxErrInfo reservedErr;              /**< Collects parameters before a record exists; stands in when memory is out. */
+  RtxDListNode reservedErrNode;        /**< Links `reservedErr` into `errInfo` in that emergency. */
+  uint32_t initCode;                   /**< RTX_CTXT_INIT_CODE while the context is initialised. */
+  uint32_t flags;                      /**< RTX_FLAG_... bits. */
+  uint8_t level;                       /**< Nesting count of element names. */
+  uint8_t state;                       /**< Set to 0 by rtxCtxtSetBufPtr. */
+  uint8_t diagLevel;                   /**< Trace level: 0 errors, 1 warnings, 2 information, 3 debug. */
+  uint8_t lastChar;                    /**< Last octet read by rtxReadBytes or written by rtxWriteBytes. */
+  struct RtxStream* pStream;           /**< The stream bound to the context, or null. */
   struct RtxPrintStream* pPrintStream; /**< Print callback and its argument, or null. */
   RtxDList elemNameStack;              /**< Element names from the outermost down; the type name is first. */
   RtxDList regexpCache;                /**< Compiled regular expressions. */
@@ -126,13 +124,13 @@ typedef struct RtxContext {
 #define RTX_CTXT_INIT_CODE 0x1AA2A34AU
 
 /** Bits of RtxContext.flags. */
-#define RTX_FLAG_CANONICAL_TIME 0x00000100U  /**< Time-string parsers require the strict form. */
-#define RTX_FLAG_CANONICAL_TIME2 0x00000200U /**< The same, second form. */
-#define RTX_FLAG_CTXT_MALLOCED 0x00008000U   /**< The context record came from malloc in rtNewContext. */
-#define RTX_FLAG_NO_INDENT 0x00400000U       /**< rtxWriteIndent writes nothing. */
-#define RTX_FLAG_SYSMEM_BUFFER 0x00800000U   /**< buffer.data came from the system allocator. */
-#define RTX_FLAG_CLOSING 0x01000000U         /**< The context is closing: errors record neither place nor name. */
-#define RTX_OPENTAIL_FLAG 0x02000000U        /**< An open octet tail was just encoded. */
+#define RTX_FLAG_CANONICAL_TIME 0x00000100U    /**< Time-string parsers require the strict form. */
+#define RTX_FLAG_CANONICAL_TIME2 0x00000200U   /**< The same, second form. */
+#define RTX_FLAG_CTXT_MALLOCED 0x00008000U     /**< The context record came from malloc in rtNewContext. */
+#define RTX_FLAG_NO_INDENT 0x00400000U         /**< rtxWriteIndent writes nothing. */
+#define RTX_FLAG_SYSMEM_BUFFER 0x00800000U     /**< buffer.data came from the system allocator. */
+#define RTX_FLAG_CLOSING 0x01000000U           /**< The context is closing: errors record neither place nor name. */
+#define RTX_OPENTAIL_FLAG 0x02000000U          /**< An open octet tail was just encoded. */
 #define RTX_FLAG_MOBILE_ORIGINATED 0x04000000U /**< Message direction: set for the mobile-originated form. */
 #define RTX_FLAG_BUFFER_MODE 0x20000000U       /**< Coding runs in the buffer alone, whatever stream is attached. */
 #define RTX_FLAG_DIAG 0x80000000U              /**< Diagnostics on for this context. */

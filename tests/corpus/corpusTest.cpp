@@ -175,8 +175,8 @@ protected:
   // access capability whose length cuts a release group.
   static bool isRefused(const Row& row)
   {
-    return row.note.find("refused") != std::string::npos || row.id == "n5-s-1324a74e" ||
-           row.id == "n5-s-d9e22cba" || row.id == "el-s-f401725a";
+    return row.note.find("refused") != std::string::npos || row.id == "n5-s-1324a74e" || row.id == "n5-s-d9e22cba" ||
+           row.id == "el-s-f401725a";
   }
   void check(const Row& row);
   bool decodes(const Row& row, const L3TypeEntry& type, void* record);
