@@ -131,7 +131,7 @@ TEST(BitEncode, RefusedGrowthWritesNothing)
     ASSERT_EQ(rtxCtxtSetBufPtr(&bench, nullptr, 64), 0);
     ASSERT_EQ(rtxEncBitsPattern(&bench, 0x2B, phase), 0);
     uint8_t* data = bench.buffer.data;
-    gAllocsLeft = 0;
+    failing::allow(0);
     EXPECT_EQ(rtxEncBitsFromByteArray(&bench, big.data(), big.size() * 8), RTX_E_NO_MEMORY);
     EXPECT_EQ(bench.at(), phase);
     EXPECT_EQ(bench.buffer.data, data);

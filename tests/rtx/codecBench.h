@@ -1,7 +1,7 @@
 /**
  * @file codecBench.h
- * The bench of the bit codec's tests: a context that cleans up after itself, an allocator that refuses on demand, and a
- * naive model of a bit string that knows nothing of octets.
+ * The bench of the bit codec's tests: a context that cleans up after itself, and a naive
+ * model of a bit string that knows nothing of octets.
  */
 #ifndef VELNOR3GPP_TESTS_CODEC_BENCH_H
 #define VELNOR3GPP_TESTS_CODEC_BENCH_H
@@ -11,31 +11,17 @@
 #include <random>
 #include <vector>
 
+#include "failingAllocator.h"
 #include "velnor3gpp/rtxContext.h"
 #include "velnor3gpp/rtxError.h"
 
 using Octets = std::vector<uint8_t>;
 
-inline int gAllocsLeft = -1; // -1: never refuse
-
-inline bool refuseAlloc()
-{
-  return gAllocsLeft >= 0 && gAllocsLeft-- == 0 ? (gAllocsLeft = 0, true) : false;
-}
-inline void* rationedMalloc(size_t size)
-{
-  return refuseAlloc() ? nullptr : std::malloc(size);
-}
-inline void* rationedRealloc(void* ptr, size_t size)
-{
-  return refuseAlloc() ? nullptr : std::realloc(ptr, size);
-}
-
 struct Bench : RtxContext {
-  Bench() { rtxInitContextExt(this, rationedMalloc, rationedRealloc, std::free); }
+  Bench() { rtxInitContextExt(this, failing::mallocFunc, failing::reallocFunc, failing::freeFunc); }
   ~Bench()
   {
-    gAllocsLeft = -1;
+    failing::allow(-1);
     rtxFreeContext(this);
   }
   Bench(const Bench&) = delete;
@@ -47,6 +33,12 @@ struct Bench : RtxContext {
   {
     buffer.byteIndex = bit / 8;
     buffer.bitOffset = static_cast<int16_t>(8 - bit % 8);
+  }
+  /** The status, with the error records dropped. */
+  int told(int status)
+  {
+    rtxErrReset(this);
+    return status;
   }
   /** Stack levels of the last error record, 0 without one; drops the records. */
   int takeLevels()

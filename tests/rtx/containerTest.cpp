@@ -57,9 +57,9 @@ TEST(Container, RefusedMemoryOpensNothing)
     bench.bind(octets);
     uint32_t flags = 0x20000000U; // every allocation of the heap reaches the allocator
     rtxMemHeapSetFlags(&bench.pMemHeap, flags);
-    gAllocsLeft = allowed;
+    failing::allow(allowed);
     EXPECT_EQ(rtxCtxtPushContainerBytes(&bench, 3), RTX_E_NO_MEMORY);
-    gAllocsLeft = -1;
+    failing::allow(-1);
     EXPECT_EQ(bench.containerStack.dlist.count, 0U);
     EXPECT_EQ(rtxCtxtGetContainerRemBits(&bench), 80U);
   }

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/rtx/failingAllocator.h"
 #include "velnor3gpp/rtxArrayList.h"
 #include "velnor3gpp/rtxDynBitSet.h"
 #include "velnor3gpp/rtxDynPtrArray.h"
@@ -22,23 +23,14 @@
 
 namespace {
 
-bool gRefuse = false;
-void* refusingMalloc(size_t size)
-{
-  return gRefuse ? nullptr : malloc(size);
-}
-void* refusingRealloc(void* ptr, size_t size)
-{
-  return gRefuse ? nullptr : realloc(ptr, size);
-}
-
 // An empty heap at the end means that nothing was left behind.
 struct Containers : testing::Test {
   RtxContext ctxt = {};
 
   void SetUp() override
   {
-    rtxMemHeapCreateExt(&ctxt.pMemHeap, refusingMalloc, refusingRealloc, free);
+    failing::allow(-1);
+    rtxMemHeapCreateExt(&ctxt.pMemHeap, failing::mallocFunc, failing::reallocFunc, failing::freeFunc);
     rtxMemHeapSetFlags(&ctxt.pMemHeap, RT_MH_FREE_EMPTY_BLOCKS);
   }
   void TearDown() override
@@ -50,7 +42,7 @@ struct Containers : testing::Test {
   void refuseAll(bool refuse)
   {
     rtxMemHeapSetFlags(&ctxt.pMemHeap, RT_MH_USE_SYSMEM);
-    gRefuse = refuse;
+    failing::allow(refuse ? 0 : -1);
   }
 };
 

@@ -16,6 +16,12 @@ inline void setUp(long at, bool stays)
   forGood = stays;
 }
 
+// Allows so many calls and refuses every one after them; with -1 none.
+inline void allow(long count)
+{
+  setUp(count + 1, true);
+}
+
 inline bool refuses()
 {
   calls++;

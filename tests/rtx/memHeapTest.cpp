@@ -4,38 +4,13 @@
 #include <string>
 #include <vector>
 
+#include "tests/rtx/failingAllocator.h"
 #include "tests/rtx/memHeapScene.h"
 #include "velnor3gpp/rtxDiag.h"
 #include "velnor3gpp/rtxError.h"
 #include "velnor3gpp/rtxStatus.h"
 
 namespace {
-
-// An allocator whose n-th call from now on fails, and that counts what is out.
-int gCallsLeft = -1;
-int gOutstanding = 0;
-
-bool refuse()
-{
-  return gCallsLeft >= 0 && gCallsLeft-- == 0;
-}
-void* failingMalloc(size_t size)
-{
-  if (refuse()) return nullptr;
-  gOutstanding++;
-  return malloc(size);
-}
-void* failingRealloc(void* ptr, size_t size)
-{
-  if (refuse()) return nullptr;
-  if (ptr == nullptr) gOutstanding++;
-  return realloc(ptr, size);
-}
-void countingFree(void* ptr)
-{
-  gOutstanding--;
-  free(ptr);
-}
 
 TEST(MemHeapLayout, FirstBlockAndLimits)
 {
@@ -207,7 +182,7 @@ TEST(MemHeapRealloc, RawSharedAndSavedElements)
 TEST(MemHeapRealloc, AllocatorWithoutReallocator)
 {
   RtxContext ctxt = {};
-  ASSERT_EQ(rtxMemHeapCreateExt(&ctxt.pMemHeap, failingMalloc, nullptr, countingFree), 0);
+  ASSERT_EQ(rtxMemHeapCreateExt(&ctxt.pMemHeap, failing::mallocFunc, nullptr, failing::freeFunc), 0);
   EXPECT_EQ(rtxMemHeapSysRealloc(&ctxt.pMemHeap, nullptr, 8), nullptr);
   void* p = rtxMemHeapAlloc(&ctxt.pMemHeap, 600000);
   memset(p, 7, 600000);
@@ -215,7 +190,7 @@ TEST(MemHeapRealloc, AllocatorWithoutReallocator)
   ASSERT_NE(q, nullptr);
   EXPECT_EQ(q[599999], 7);
   rtxMemHeapRelease(&ctxt.pMemHeap);
-  EXPECT_EQ(gOutstanding, 0);
+  EXPECT_EQ(failing::inUse, 0);
 }
 
 TEST(MemHeapRefs, CountsAndStatuses)
@@ -336,8 +311,8 @@ TEST(MemHeapNoMemory, ARefusalAnywhereLeavesTheHeapSound)
   for (int n = 0; n < 40; n++) {
     RtxContext ctxt = {};
     RtxMemHeap** pp = &ctxt.pMemHeap;
-    gCallsLeft = n;
-    if (rtxMemHeapCreateExt(pp, failingMalloc, failingRealloc, countingFree) < 0) {
+    failing::setUp(n + 1, false);
+    if (rtxMemHeapCreateExt(pp, failing::mallocFunc, failing::reallocFunc, failing::freeFunc) < 0) {
       EXPECT_EQ(ctxt.pMemHeap, nullptr);
       continue;
     }
@@ -356,16 +331,16 @@ TEST(MemHeapNoMemory, ARefusalAnywhereLeavesTheHeapSound)
     }
     EXPECT_LE(refused, 1U);
     rtxMemHeapRelease(pp);
-    EXPECT_EQ(gOutstanding, 0);
+    EXPECT_EQ(failing::inUse, 0);
   }
-  gCallsLeft = -1;
+  failing::setUp(0, false);
 }
 
 TEST(MemHeapSettings, GlobalsPropertiesAndLazyCreation)
 {
   EXPECT_EQ(rtxMemGetDefBlkSize(), 4096U);
   rtxMemSetDefBlkSize(512);
-  rtxMemSetAllocFuncs(failingMalloc, failingRealloc, countingFree);
+  rtxMemSetAllocFuncs(failing::mallocFunc, failing::reallocFunc, failing::freeFunc);
   RtxContext ctxt = {};
   RtxMemHeap** pp = &ctxt.pMemHeap;
   EXPECT_EQ(rtxMemHeapRealloc(pp, nullptr, 8), nullptr); // no heap, and none made
@@ -391,7 +366,33 @@ TEST(MemHeapSettings, GlobalsPropertiesAndLazyCreation)
   EXPECT_NE(ctxt.pMemHeap, nullptr);
   rtxMemHeapRelease(pp);
   EXPECT_EQ(ctxt.pMemHeap, nullptr);
-  EXPECT_EQ(gOutstanding, 0);
+  EXPECT_EQ(failing::inUse, 0);
+}
+
+TEST(MemHeapSettings, WithoutAHeap)
+{
+  RtxMemHeap* none = nullptr;
+  uint32_t value = 4;
+  for (RtxMemHeap** pp : {static_cast<RtxMemHeap**>(nullptr), &none}) {
+    rtxMemHeapAddRef(pp);
+    rtxMemHeapRelease(pp);
+    rtxMemHeapFreeAll(pp);
+    rtxMemHeapReset(pp);
+    rtxMemHeapSetProperty(pp, RTX_MEM_PROP_DEF_BLK_SIZE, &value);
+    rtxMemHeapPrint(pp);
+    rtxMemHeapPrintWithFree(pp);
+    EXPECT_EQ(rtxMemHeapIsEmpty(pp), 1);
+    EXPECT_EQ(rtxMemHeapConvertStatic(pp, &value, sizeof value), RTX_E_BAD_PARAMETER);
+    EXPECT_EQ(rtxMemHeapSetFlags(pp, 1), 0U);
+    EXPECT_EQ(rtxMemHeapClearFlags(pp, 1), 0U);
+    EXPECT_EQ(rtxMemHeapGetDefBlkSize(pp), rtxMemGetDefBlkSize());
+    void* system = rtxMemHeapSysRealloc(pp, nullptr, 8);
+    ASSERT_NE(system, nullptr) << "the process's own allocator serves";
+    rtxMemHeapSysFreePtr(pp, system);
+  }
+  EXPECT_EQ(rtxMemHeapCreate(nullptr), RTX_E_BAD_PARAMETER);
+  EXPECT_EQ(rtxMemHeapSysAlloc(nullptr, 8), nullptr);
+  EXPECT_EQ(none, nullptr);
 }
 
 TEST(MemHeapArrays, OverflowAndRefusalAreReported)

@@ -419,27 +419,23 @@ TEST(Stream, MemoryStreams)
   Octets octets{1, 2, 3, 4}, target(8);
   Bench bench;
   EXPECT_EQ(rtxStreamMemoryAttach(&bench, nullptr, 4, RTX_STREAM_READ), RTX_E_BAD_PARAMETER);
-  EXPECT_EQ(rtxStreamMemoryCreate(&bench, 0), RTX_E_BAD_PARAMETER);
-  rtxErrReset(&bench);
+  EXPECT_EQ(bench.told(rtxStreamMemoryCreate(&bench, 0)), RTX_E_BAD_PARAMETER);
   ASSERT_EQ(rtxStreamMemoryCreateReader(&bench, octets.data(), 4), 0);
-  EXPECT_EQ(rtxStreamSkip(&bench, 5), RTX_E_ENCODE_OVERFLOW);
-  rtxErrReset(&bench);
+  EXPECT_EQ(bench.told(rtxStreamSkip(&bench, 5)), RTX_E_ENCODE_OVERFLOW);
   EXPECT_EQ(rtxStreamRead(&bench, target.data(), 0), 0);
   EXPECT_EQ(rtxStreamRead2(&bench, target.data(), 2, 8), 4);
   EXPECT_EQ(rtxStreamReadDirect(&bench, target.data(), 8), 0);
-  EXPECT_EQ(rtxStreamSkip(&bench, 1), RTX_E_END_OF_BUFFER);
-  rtxErrReset(&bench);
+  EXPECT_EQ(bench.told(rtxStreamSkip(&bench, 1)), RTX_E_END_OF_BUFFER);
   size_t pos = 0;
   ASSERT_EQ(rtxStreamSetPos(&bench, 1), 0);
   EXPECT_EQ(rtxStreamGetPos(&bench, &pos), 0);
   EXPECT_EQ(pos, 1U);
   EXPECT_EQ(rtxStreamMemoryResetWriter(&bench), RTX_E_NO_CONTEXT);
-  EXPECT_EQ(rtxStreamWrite(&bench, target.data(), 1), RTX_E_MULTIPLE) << "a second failure, -22, on top of the first";
-  rtxErrReset(&bench);
+  EXPECT_EQ(bench.told(rtxStreamWrite(&bench, target.data(), 1)), RTX_E_MULTIPLE)
+      << "a second failure, -22, on top of the first";
   ASSERT_EQ(rtxStreamMemoryCreateWriter(&bench, octets.data(), 4), 0);
   ASSERT_EQ(rtxStreamWrite(&bench, target.data(), 3), 0);
-  EXPECT_EQ(rtxStreamWrite(&bench, target.data(), 2), RTX_E_ENCODE_OVERFLOW);
-  rtxErrReset(&bench);
+  EXPECT_EQ(bench.told(rtxStreamWrite(&bench, target.data(), 2)), RTX_E_ENCODE_OVERFLOW);
   ASSERT_EQ(rtxStreamMemoryCreateWriter(&bench, nullptr, 0), 0);
   EXPECT_EQ(bench.buffer.size, 512U);
   Octets big(700, 9);
@@ -456,30 +452,38 @@ TEST(Stream, WhatAStreamCannotDo)
   Bench bench;
   Trickle trickle{Octets(9), 0, 3};
   size_t count = 0;
-  EXPECT_EQ(rtxStreamMark(&bench, 1), RTX_E_BAD_PARAMETER);
-  rtxErrReset(&bench);
-  EXPECT_EQ(rtxStreamGetIOBytes(&bench, &count), RTX_E_NO_CONTEXT);
-  rtxErrReset(&bench);
+  EXPECT_EQ(bench.told(rtxStreamGetIOBytes(&bench, &count)), RTX_E_NO_CONTEXT);
   EXPECT_EQ(rtxStreamLoadInputBuffer(nullptr, 1), RTX_E_BAD_PARAMETER);
   trickle.open(&bench);
-  EXPECT_EQ(rtxStreamInitCtxtBuf(&bench), RTX_E_GENERAL);
-  rtxErrReset(&bench);
-  EXPECT_EQ(rtxStreamMark(&bench, 1), RTX_E_NOT_SUPPORTED);
-  ASSERT_STREQ(static_cast<RtxErrInfo*>(bench.errInfo.tail->data)->parms[0], "stream mark/reset");
-  rtxErrReset(&bench);
-  EXPECT_EQ(rtxStreamGetPos(&bench, &count), RTX_E_NOT_SUPPORTED);
-  rtxErrReset(&bench);
-  EXPECT_EQ(rtxResetToPos(&bench, 0), RTX_E_BAD_PARAMETER) << "no mark is held";
-  rtxErrReset(&bench);
-  EXPECT_EQ(rtxStreamRead2(&bench, nullptr, 2, 1), RTX_E_ENCODE_OVERFLOW);
-  rtxErrReset(&bench);
-  EXPECT_EQ(rtxStreamFlush(&bench), RTX_E_BAD_PARAMETER);
-  rtxErrReset(&bench);
-  EXPECT_EQ(rtxStreamFileCreateReader(&bench, "/nowhere/at/all"), RTX_E_FILE_OPEN);
-  rtxErrReset(&bench);
+  EXPECT_EQ(bench.told(rtxStreamInitCtxtBuf(&bench)), RTX_E_GENERAL);
+  EXPECT_EQ(bench.told(rtxResetToPos(&bench, 0)), RTX_E_BAD_PARAMETER) << "no mark is held";
+  EXPECT_EQ(bench.told(int(rtxStreamRead2(&bench, nullptr, 2, 1))), RTX_E_ENCODE_OVERFLOW);
+  EXPECT_EQ(bench.told(rtxStreamFlush(&bench)), RTX_E_BAD_PARAMETER) << "a reader has nothing to flush";
+  EXPECT_EQ(bench.told(rtxStreamFileCreateReader(&bench, "/nowhere/at/all")), RTX_E_FILE_OPEN);
+  EXPECT_EQ(bench.told(rtxStreamFileCreateReader(&bench, nullptr)), RTX_E_BAD_PARAMETER);
+  EXPECT_EQ(bench.told(rtxStreamFileOpen(&bench, "/dev/null", 0)), RTX_E_BAD_PARAMETER);
+  EXPECT_EQ(bench.told(rtxStreamFileAttach(&bench, nullptr, RTX_STREAM_READ)), RTX_E_BAD_PARAMETER);
   bench.pStream->endOffset = 4;
   EXPECT_EQ(rtxDecBits(&bench, nullptr, 32), 0);
   EXPECT_EQ(rtxDecBit(&bench, nullptr), RTX_E_END_OF_BUFFER) << "nothing is loaded beyond the end offset";
+}
+
+// A directory opens, but gives nothing to read; a pipe has no positions.
+TEST(Stream, FilesThatCannotBeReadOrPositioned)
+{
+  uint8_t octet = 0;
+  size_t position = 0;
+  Bench directory, pipe;
+  ASSERT_EQ(rtxStreamFileCreateReader(&directory, "/"), 0);
+  EXPECT_EQ(directory.told(rtxReadBytes(&directory, &octet, 1)), RTX_E_READ);
+  FILE* source = popen("echo octets", "r");
+  ASSERT_EQ(rtxStreamFileAttach(&pipe, source, RTX_STREAM_READ), 0);
+  EXPECT_EQ(pipe.told(rtxStreamMark(&pipe, 10)), RTX_E_READ);
+  EXPECT_EQ(pipe.told(rtxStreamGetPos(&pipe, &position)), RTX_E_READ);
+  EXPECT_EQ(rtxReadBytes(&pipe, &octet, 1), 0);
+  EXPECT_EQ(octet, 'o');
+  rtxStreamClose(&pipe);
+  pclose(source);
 }
 
 TEST(Stream, CaptureSeesEveryOctetOnce)
@@ -508,14 +512,14 @@ TEST(Stream, RefusedMemoryIsReportedAndLeaksNothing)
   for (int allowed = 0; allowed < 12; ++allowed) {
     Bench bench;
     File file(octets), out;
-    gAllocsLeft = allowed;
+    failing::allow(allowed);
     int status = rtxStreamFileAttach(&bench, file.file, RTX_STREAM_READ);
     if (status == 0) status = rtxCheckInputBuffer(&bench, 1000);
     if (status == 0) status = rtxStreamClose(&bench);
     if (status == 0) status = rtxStreamMemoryCreateWriter(&bench, nullptr, 0);
     if (status == 0) status = rtxStreamWrite(&bench, octets.data(), octets.size());
     if (status == 0) status = rtxStreamFileAttach(&bench, out.file, RTX_STREAM_WRITE);
-    gAllocsLeft = -1;
+    failing::allow(-1);
     EXPECT_TRUE(status == RTX_E_NO_MEMORY || (status == 0 && allowed >= 8)) << "status " << status << " at " << allowed;
   }
 }
