@@ -12,38 +12,27 @@
 
 namespace {
 
-enum Reader { kBit, kBits, kUInt16, kUInt64, kSize, kByte, kReaders };
-const size_t kWidths[kReaders] = {1, 32, 16, 64, 64, 8};
-
-int readWith(Reader reader, RtxContext* pctxt, uint64_t* pvalue, size_t nbits)
+template <class T, int (*read)(RtxContext*, T*, size_t)> int readAs(RtxContext* pctxt, uint64_t* pvalue, size_t nbits)
 {
-  uint8_t byte = 0;
-  uint16_t half = 0;
-  uint32_t word = 0;
-  size_t size = 0;
-  int status = 0;
-  switch (reader) {
-    case kBit:
-      status = rtxDecBit(pctxt, &byte);
-      break;
-    case kBits:
-      status = rtxDecBits(pctxt, &word, nbits);
-      break;
-    case kUInt16:
-      status = rtxDecBitsToUInt16(pctxt, &half, nbits);
-      break;
-    case kUInt64:
-      return rtxDecBitsToUInt64(pctxt, pvalue, nbits);
-    case kSize:
-      status = rtxDecBitsToSize(pctxt, &size, nbits);
-      break;
-    default:
-      status = rtxDecBitsToByte(pctxt, &byte, nbits);
-      break;
-  }
-  *pvalue = uint64_t{byte} | half | word | size;
+  T value = 0;
+  int status = read(pctxt, &value, nbits);
+  *pvalue = value;
   return status;
 }
+
+int readBit(RtxContext* pctxt, uint8_t* pvalue, size_t)
+{
+  return rtxDecBit(pctxt, pvalue);
+}
+
+const struct {
+  size_t least, most; // bits
+  int (*read)(RtxContext*, uint64_t*, size_t);
+} kReaders[] = {
+    {0, 8, readAs<uint8_t, rtxDecBitsToByte>}, {0, 16, readAs<uint16_t, rtxDecBitsToUInt16>},
+    {0, 32, readAs<uint32_t, rtxDecBits>},     {0, 64, readAs<uint64_t, rtxDecBitsToUInt64>},
+    {0, 64, readAs<size_t, rtxDecBitsToSize>}, {1, 1, readAs<uint8_t, readBit>},
+};
 
 /** What a failed read of an octet string leaves behind. */
 struct Shortfall {
@@ -71,12 +60,13 @@ TEST(BitDecode, IntegersOfAllWidthsAtAllPhasesAndEnds)
     Bits bits(octets);
     Bench bench;
     bench.bind(octets);
-    auto reader = static_cast<Reader>(pick(random, 0, kReaders - 1));
-    size_t nbits = reader == kBit ? 1 : pick(random, 0, kWidths[reader]);
+    size_t which = pick(random, 0, std::size(kReaders) - 1);
+    auto& reader = kReaders[which];
+    size_t nbits = pick(random, reader.least, reader.most);
     size_t at = pick(random, 0, bits.size());
     bench.moveTo(at);
     uint64_t value = 0;
-    int status = readWith(reader, &bench, &value, nbits);
+    int status = reader.read(&bench, &value, nbits);
     if (nbits <= bits.size() - at) {
       ASSERT_EQ(status, 0);
       ASSERT_EQ(value, bits.number(at, nbits));
@@ -85,9 +75,9 @@ TEST(BitDecode, IntegersOfAllWidthsAtAllPhasesAndEnds)
     }
     ASSERT_EQ(status, RTX_E_END_OF_BUFFER);
     ASSERT_EQ(value, 0U);
-    // Only the byte reader takes the road of the octet strings, and reports from one level more.
-    Shortfall expected = reader == kByte ? expectShortfall(at, nbits, bits.size()) : Shortfall{at, 1};
-    ASSERT_EQ(bench.at(), expected.at) << "reader " << reader << " nbits " << nbits << " at " << at;
+    // Only the first, the byte reader, takes the road of the octet strings, and reports from one level more.
+    Shortfall expected = which == 0 ? expectShortfall(at, nbits, bits.size()) : Shortfall{at, 1};
+    ASSERT_EQ(bench.at(), expected.at) << "reader " << which << " nbits " << nbits << " at " << at;
     ASSERT_EQ(bench.takeLevels(), expected.levels + 1);
   }
 }
