@@ -133,7 +133,6 @@ enum class Kind { Enum, Names, Bare, Record, Message, Pdu, Text };
 
 struct Module {
   std::string name, stem, spec;
-  bool hyphens = false; // encoders push type names with hyphens
 };
 
 struct Type {

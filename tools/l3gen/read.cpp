@@ -148,8 +148,8 @@ static void takeHand(Words& w, Type& type)
     if (word(0) == "by" && word(1) == "hand") {
       type.decodeFile = type.encodeFile = word(2);
       i += 2;
-    } else if ((word(0) == "decode" || word(0) == "encode") && word(1) == "by" && word(2) == "hand") {
-      (word(0) == "decode" ? type.decodeFile : type.encodeFile) = word(3);
+    } else if (word(0) == "decode" && word(1) == "by" && word(2) == "hand") {
+      type.decodeFile = word(3);
       i += 3;
     } else if (word(0) == "direct" && word(1) == "by" && word(2) == "hand") {
       type.directByHand = true;
@@ -273,9 +273,8 @@ static Module* readModule(Model& model, Words& w)
   if (!w.accept("file")) refuse(w.place, "expected 'file STEM' in the module line");
   std::string stem = checkedName(w.place, w.take("a file stem"));
   std::string spec = w.accept("spec") ? w.take("a standard") : "";
-  while (w.more() && w.peek() != "hyphens") spec += " " + w.take("");
+  while (w.more()) spec += " " + w.take("");
   std::erase(spec, '"');
-  bool hyphens = w.accept("hyphens");
   if (Module* known = model.module(name)) {
     if (known->stem != stem) refuse(w.place, "module '" + name + "' has another file stem elsewhere");
     return known;
@@ -283,7 +282,7 @@ static Module* readModule(Model& model, Words& w)
   for (auto& other : model.modules)
     if (other->stem == stem) refuse(w.place, "file stem '" + stem + "' belongs to module '" + other->name + "'");
   if (spec.empty()) refuse(w.place, "expected spec and a standard in the module line");
-  model.modules.push_back(std::make_unique<Module>(Module{name, stem, spec, hyphens}));
+  model.modules.push_back(std::make_unique<Module>(Module{name, stem, spec}));
   return model.modules.back().get();
 }
 

@@ -354,7 +354,6 @@ void resolve(Model& model)
   for (auto& type : model.types) {
     nameMembers(*type);
     for (auto& row : type->rows) resolveWhat(model, *type, row);
-    if (type->module->hyphens) type->words["hyphen-encode"] = "";
   }
   if (!model.refusals.empty() || !forTypes(model, [](Type& type) { scalarOf(type); })) return;
   std::set<Type*> sound;
