@@ -199,7 +199,8 @@ TEST(SampleValues, FormInsideALength)
   const L3BodyRow messages[] = {{7, 1, 1, 1, "None", "obj_None", "u.obj_None", nullptr},
                                 {9, 2, 2, 1, "Message", "obj_Message", "u.obj_Message", &body}};
   const L3Field discriminator = {offsetof(Form, discriminator), 1, 8};
-  const L3Body data = {discriminator, {offsetof(Form, msgType), 1, 8}, kL3NoLimit, offsetof(Form, body), 2, messages};
+  const L3Body data = {
+      discriminator, {offsetof(Form, msgType), 1, 8}, kL3NoLimit, offsetof(Form, body), 2, messages, nullptr, nullptr};
   const L3Alternative headers[] = {alternative(7, 7, 1, uintRow("session", offsetof(Form, u))),
                                    alternative(9, 9, 2, uintRow("spare", offsetof(Form, u)))};
   const L3Choice header = {kL3SelectFields, 0, 0, 1, 2, 0, offsetof(Form, u), 1, &discriminator, headers};
