@@ -5,11 +5,14 @@ namespace {
 
 const char kModule[] = "rtxMemHeapReset";
 
-// A block without saved elements becomes one free element.
+// A block without saved elements becomes one free element. Of many blocks most have not been used since: reading that
+// costs less than writing it again.
 void clearBlock(RtxMemBlock* block)
 {
   const unsigned nunits = block->nunits;
   const unsigned size = nunits - kMemFirstElem;
+  const RtxMemElem& first = *rtxMemElemAt(block, kMemFirstElem);
+  if ((first.flags & kMemElemFree) != 0 && rtxMemFreeSizeAt(block, nunits - 1) == size) return;
   rtxMemSetElem(rtxMemElemAt(block, kMemFirstElem), size, 1, kMemFirstElem, kMemElemFree, 0);
   rtxMemElemAt(block, nunits)->prevOff = static_cast<uint16_t>(size);
   block->maxFreeElem = static_cast<uint16_t>(size);

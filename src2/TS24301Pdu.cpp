@@ -172,6 +172,12 @@ static int decServiceRequest(L3Call& call, TS24301Msg_PDU& pdu, const NasPositio
 static int lookAhead(L3Call& call, const NasPosition& start, FirstOctet& octet)
 {
   RtxContext* pctxt = call.pctxt;
+  const RtxBuffer& buffer = pctxt->buffer;
+  if (call.plain && buffer.bitOffset == 8 && l3Unread(pctxt)) {
+    octet.high = buffer.data[buffer.byteIndex] >> 4;
+    octet.discriminator = buffer.data[buffer.byteIndex] & 15;
+    return 0;
+  }
   rtxDiagSetBitFldDisabled(pctxt->pBitFldList, 1);
   int status = l3DecBits(call, &octet.high, 4, 1, "INTEGER");
   if (status >= 0 && octet.high >= kServiceRequestHeader) return 0;

@@ -10,22 +10,32 @@
 
 static constexpr char kDecoder[] = "TS24501MsgsDec";
 static constexpr char kEncoder[] = "TS24501MsgsEnc";
-static constexpr int kMobility = 126;
+static constexpr int kSession = 46, kMobility = 126;
 // Octets from the start of the message: the code, then what it covers, then what is ciphered.
 static constexpr NasSpans kSpans = {2, 6, 7};
+
+// The same without a step of the cursor, for what stands in two octets at hand and is in order.
+static bool seesAhead(const L3Call& call, TS24501Msg_NAS5GSecProtMsgHdr& header)
+{
+  const RtxBuffer& buffer = call.pctxt->buffer;
+  if (!call.plain || buffer.bitOffset != 8 || l3Unread(call.pctxt) < 2) return false;
+  const uint8_t* octets = buffer.data + buffer.byteIndex;
+  if (octets[0] == kSession) {
+    header.protoDiscr = TS24501Msg_NAS5GProtoDiscr_sessMgmt5G;
+    return true;
+  }
+  unsigned type = octets[1] & 15;
+  if (octets[0] != kMobility || type > TS24501Msg_NAS5GSecHdrType_integProtAndCipherAnd5GSecCtxt) return false;
+  header.protoDiscr = TS24501Msg_NAS5GProtoDiscr_mobMgmt5G;
+  header.secHdrType = static_cast<TS24501Msg_NAS5GSecHdrType>(type);
+  return true;
+}
 
 // Reads discriminator and security header type into the record, silently, and steps back.
 static int lookAhead(L3Call& call, TS24501Msg_NAS5GSecProtMsgHdr& header)
 {
   RtxContext* pctxt = call.pctxt;
-  const RtxBuffer& buffer = pctxt->buffer;
-  const uint8_t* octets = buffer.data + buffer.byteIndex;
-  // A plain message of mobility management, by far the most of all.
-  if (call.plain && buffer.bitOffset == 8 && l3Unread(pctxt) > 1 && octets[0] == kMobility && !(octets[1] & 15)) {
-    header.protoDiscr = TS24501Msg_NAS5GProtoDiscr_mobMgmt5G;
-    header.secHdrType = TS24501Msg_NAS5GSecHdrType_noSec;
-    return 0;
-  }
+  if (seesAhead(call, header)) return 0;
   rtxDiagSetBitFldDisabled(pctxt->pBitFldList, 1);
   NasPosition position = nasPosition(pctxt);
   int status = l3DecType(call, l3_TS24501Msg_NAS5GProtoDiscr, &header.protoDiscr);

@@ -10,11 +10,6 @@ int l3DecType(L3Call& call, const L3Type& type, void* value);
 // The rows of a type, without its hand-written coder: what such a coder calls to do the plain part.
 int l3DecRows(L3Call& call, const L3Type& type, void* record);
 
-// Reads 1 to 64 bits into a member of `store` octets, under the trace label.
-int l3DecBits(L3Call& call, uint8_t* member, unsigned bits, uint8_t store, const char* label);
-// The same under an element name, reporting a failure at the line: what most rows of a hand-written coder are.
-int l3DecNamed(L3Call& call, const char* module, uint16_t line, const char* name, uint8_t* member, unsigned bits,
-               uint8_t store);
 // Reads whole octets from a cursor at any bit. A shortage is not reported at this level: the status is the caller's to
 // keep (see l3DecodeStrings.cpp).
 int l3DecOctets(L3Call& call, uint8_t* dst, size_t octets);
@@ -59,6 +54,30 @@ inline bool l3TakeBits(RtxBuffer& buffer, unsigned bits, uint64_t& value)
   buffer.byteIndex += used / 8;
   buffer.bitOffset = static_cast<int16_t>(8 - used % 8);
   return true;
+}
+
+// Reads 1 to 64 bits into a member of `store` octets, under the trace label: inline where nothing can be observed,
+// through the public bit functions otherwise.
+int l3DecBitsSlow(L3Call& call, uint8_t* member, unsigned bits, uint8_t store, const char* label);
+inline int l3DecBits(L3Call& call, uint8_t* member, unsigned bits, uint8_t store, const char* label)
+{
+  uint64_t value = 0;
+  if (!call.plain || bits > 56 || !l3TakeBits(call.pctxt->buffer, bits, value))
+    return l3DecBitsSlow(call, member, bits, store, label);
+  l3Store(member, store, value);
+  return 0;
+}
+
+// The same under an element name, reporting a failure at the line: what most rows of a hand-written coder are.
+inline int l3DecNamed(L3Call& call, const char* module, uint16_t line, const char* name, uint8_t* member, unsigned bits,
+                      uint8_t store)
+{
+  L3Name frame;
+  l3PushName(call, frame, name);
+  int status = l3DecBits(call, member, bits, store, "INTEGER");
+  if (status < 0) return l3Fail(call, module, status, line);
+  l3PopName(call);
+  return status;
 }
 
 #endif

@@ -40,29 +40,13 @@ static int readPublic(RtxContext* pctxt, uint8_t* member, unsigned bits, uint8_t
   return status;
 }
 
-int l3DecBits(L3Call& call, uint8_t* member, unsigned bits, uint8_t store, const char* label)
+int l3DecBitsSlow(L3Call& call, uint8_t* member, unsigned bits, uint8_t store, const char* label)
 {
-  uint64_t value = 0;
   RtxContext* pctxt = call.pctxt;
-  if (call.plain && bits <= 56 && l3TakeBits(pctxt->buffer, bits, value)) {
-    l3Store(member, store, value);
-    return 0;
-  }
   l3ToLists(call);
   rtxDiagNewBitField(pctxt->pBitFldList, label);
   int status = readPublic(pctxt, member, bits, store, label[0] == 'B');
   if (status >= 0) rtxDiagSetBitFldCount(pctxt->pBitFldList);
-  return status;
-}
-
-int l3DecNamed(L3Call& call, const char* module, uint16_t line, const char* name, uint8_t* member, unsigned bits,
-               uint8_t store)
-{
-  L3Name frame;
-  l3PushName(call, frame, name);
-  int status = l3DecBits(call, member, bits, store, "INTEGER");
-  if (status < 0) return l3Fail(call, module, status, line);
-  l3PopName(call);
   return status;
 }
 

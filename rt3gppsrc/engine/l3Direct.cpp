@@ -90,7 +90,17 @@ static void restoreBuffer(RtxBuffer& buffer, const RtxBuffer& before)
   buffer.bitOffset = before.bitOffset;
 }
 
-static bool runTrial(L3Call& call, const L3Type& type, void* record, Go go)
+[[gnu::cold]] static void giveUp(L3Call& call, const RtxBuffer& before, uint32_t flags)
+{
+  call.abandoned = call.keepTypeName = false;
+  call.tried = true;
+  rtxErrResetErrInfo(call.pctxt);
+  releaseHeld(call);
+  restoreBuffer(call.pctxt->buffer, before);
+  call.pctxt->flags = flags;
+}
+
+template <Go go> static bool runTrial(L3Call& call, const L3Type& type, void* record)
 {
   RtxContext* pctxt = call.pctxt;
   RtxBuffer before = pctxt->buffer;
@@ -105,18 +115,13 @@ static bool runTrial(L3Call& call, const L3Type& type, void* record, Go go)
   call.names = names;
   call.regions = regions;
   if (good) return true;
-  call.abandoned = call.keepTypeName = false;
-  call.tried = true;
-  rtxErrResetErrInfo(pctxt);
-  releaseHeld(call);
-  restoreBuffer(pctxt->buffer, before);
-  pctxt->flags = flags;
+  giveUp(call, before, flags);
   return false;
 }
 
-static bool directly(L3Call& call, const L3Type& type, void* record, Go go)
+template <Go go> static bool directly(L3Call& call, const L3Type& type, void* record)
 {
-  if (!call.trial) return mayTry(call) && runTrial(call, type, record, go);
+  if (!call.trial) return mayTry(call) && runTrial<go>(call, type, record);
   if (go(call, type, record)) return true;
   call.abandoned = true;
   return false;
@@ -124,12 +129,12 @@ static bool directly(L3Call& call, const L3Type& type, void* record, Go go)
 
 bool l3DecDirectly(L3Call& call, const L3Type& type, void* record)
 {
-  return type.decodeDirect && directly(call, type, record, goDecode);
+  return type.decodeDirect && directly<goDecode>(call, type, record);
 }
 
 bool l3EncDirectly(L3Call& call, const L3Type& type, void* record)
 {
-  return type.encodeDirect && directly(call, type, record, goEncode);
+  return type.encodeDirect && directly<goEncode>(call, type, record);
 }
 
 bool l3DirectType(L3DirectIn& in, const L3Type& type, void* value)
@@ -158,11 +163,18 @@ bool l3DirectPutType(L3DirectOut& out, const L3Type& type, void* value)
   return wentWell(call, status) && out.pos <= out.end;
 }
 
-bool l3DirectBody(L3DirectIn& in, size_t size, void*& message)
+bool l3DirectBody(L3DirectIn& in, const L3Gap* gaps, void*& message)
 {
-  message = hold(*in.call, rtxMemHeapAlloc(&in.call->pctxt->pMemHeap, size));
+  const L3Gap* last = gaps;
+  while (last->size) ++last;
+  message = hold(*in.call, rtxMemHeapAlloc(&in.call->pctxt->pMemHeap, last->offset));
   if (!message) return false;
-  memset(message, 0, size);
+  uint8_t* octets = static_cast<uint8_t*>(message);
+  size_t from = 0;
+  for (const L3Gap* gap = gaps; gap <= last; ++gap) {
+    memset(octets + from, 0, gap->offset - from);
+    from = gap->offset + gap->size;
+  }
   return true;
 }
 
@@ -202,7 +214,8 @@ bool l3DirectGrow(L3DirectIn& in, void** entries, size_t count, size_t& capacity
 
 void l3DirectCut(L3DirectIn& in, void** entries, size_t count, size_t capacity, size_t entrySize)
 {
-  if (!count || count == capacity) return;
+  static constexpr size_t kWorthwhile = 512; // octets; below that the shrinking costs more than the rest is worth
+  if (!count || (capacity - count) * entrySize < kWorthwhile) return;
   L3Call& call = *in.call;
   void* cut = holdNew(call, *entries, rtxMemHeapRealloc(&call.pctxt->pMemHeap, *entries, count * entrySize));
   if (cut) *entries = cut;

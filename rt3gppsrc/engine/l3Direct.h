@@ -36,8 +36,14 @@ bool l3EncDirectly(L3Call& call, const L3Type& type, void* record);
 bool l3DirectType(L3DirectIn& in, const L3Type& type, void* value);
 bool l3DirectPutType(L3DirectOut& out, const L3Type& type, void* value);
 
-// Storage of a message body, cleared.
-bool l3DirectBody(L3DirectIn& in, size_t size, void*& message);
+// Octets of a record that need no clearing; the last of a row of gaps is empty and stands at the record's end.
+struct L3Gap {
+  uint32_t offset, size;
+};
+
+// Storage of a message body, cleared but for the entries of its lists: of 15 KB some hundred octets remain to be
+// cleared.
+bool l3DirectBody(L3DirectIn& in, const L3Gap* gaps, void*& message);
 // Octets and texts on the heap.
 bool l3DirectHeap(L3DirectIn& in, size_t octets, uint32_t& numocts, uint8_t*& data);
 bool l3DirectText(L3DirectIn& in, size_t octets, bool labels, char*& text);

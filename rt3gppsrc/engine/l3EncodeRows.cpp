@@ -159,10 +159,9 @@ static bool encRun(L3Call& call, const L3Row& first, const uint8_t* record)
   return l3PutBits(call.pctxt->buffer, first.runBits, word);
 }
 
-int l3EncRows(L3Call& call, const L3Type& type, void* value)
+// Apart from l3EncRows, so that a direct coder does not pay for the walk's frame.
+[[gnu::noinline]] static int walkRows(L3Call& call, const L3Type& type, void* value)
 {
-  if (l3EncDirectly(call, type, value)) return 0;
-  if (call.abandoned) return RTX_E_GENERAL;
   uint8_t* record = static_cast<uint8_t*>(value);
   OpenLength open[kMaxRegions];
   unsigned opened = 0;
@@ -186,6 +185,12 @@ int l3EncRows(L3Call& call, const L3Type& type, void* value)
     if (running = l3EncClose(call, type, *open[opened].row, record, open[opened].start); running < 0) return running;
   if (type.flags & kL3RestOctets) l3PadRest(call);
   return type.message ? l3EncOptions(call, type, record, running) : running;
+}
+
+int l3EncRows(L3Call& call, const L3Type& type, void* value)
+{
+  if (l3EncDirectly(call, type, value)) return 0;
+  return call.abandoned ? RTX_E_GENERAL : walkRows(call, type, value);
 }
 
 int l3EncType(L3Call& call, const L3Type& type, void* value)

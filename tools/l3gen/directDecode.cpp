@@ -100,6 +100,31 @@ static void choice(DecodeWriter& w, const What& what, const std::string& member)
   w.line("}");
 }
 
+// The entries of inline lists in a record, wherever they stand outside of unions: a new message is cleared around them.
+static void listGaps(const Type& named, const std::string& path, const std::string& root, std::string& out)
+{
+  const Type& type = aliased(named);
+  for (auto& row : type.rows) {
+    bool bare = row.member.empty() || type.kind == Kind::Bare || type.has("bare");
+    std::string place = bare ? path : (path.empty() ? "" : path + ".") + row.member;
+    if (row.often.bounded() && isRecord(row.what)) {
+      std::string entries = (place.empty() ? "" : place + ".") + "elem";
+      out += format("{offsetof(%s, %s), sizeof(static_cast<%s*>(nullptr)->%s)}, ", root.c_str(), entries.c_str(),
+                    root.c_str(), entries.c_str());
+    } else if (row.often.end == End::None && isRecord(row.what)) {
+      listGaps(*row.what.type, place, root, out);
+    }
+  }
+}
+
+static void newMessage(DecodeWriter& w, const Type& type)
+{
+  std::string gaps;
+  listGaps(type, "", type.full, gaps);
+  w.line("static constexpr L3Gap gaps[] = {" + gaps + "{sizeof(" + type.full + "), 0}};");
+  w.giveUpIf("!l3DirectBody(in, gaps, message)");
+}
+
 static void body(DecodeWriter& w, const What& what, const std::string& member)
 {
   std::string message = fieldOf(w.type, what.fields.back());
@@ -111,9 +136,11 @@ static void body(DecodeWriter& w, const What& what, const std::string& member)
     w.line(format("%s.t = %u;", member.c_str(), row.tag));
     if (row.what.type) {
       const Type& type = *row.what.type;
-      w.giveUpIf("!l3DirectBody(in, sizeof(" + type.full + "), message)");
+      w.out += "      {\n";
+      newMessage(w, type);
       w.line(member + ".u.any = message;");
       w.giveUpIf(directCall(type, "message", false));
+      w.out += "      }\n";
     }
     w.line("break;");
   }
