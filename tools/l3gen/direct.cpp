@@ -64,6 +64,40 @@ bool hasDirect(const Type& type)
   return std::all_of(type.rows.begin(), type.rows.end(), rowFits);
 }
 
+static bool hasLength(const Type& type)
+{
+  if (type.rows.empty() || type.rows[0].when != When::Length) return false;
+  return !type.rows[0].countsBits && !type.rows[0].fromOctet && type.rows[0].number % 8 == 0;
+}
+
+bool startsAligned(const Type& type)
+{
+  auto bits = fixedBits(type);
+  return type.kind == Kind::Message || type.kind == Kind::Pdu || hasLength(type) || (bits && *bits && *bits % 8 == 0);
+}
+
+DirectWriter::DirectWriter(const Type& t) : type(t), used(startsAligned(t) ? 0 : -1) {}
+
+void DirectWriter::movedOver(const Type& named)
+{
+  const Type& t = aliased(named);
+  bool byHand = !t.decodeFile.empty() || !t.encodeFile.empty();
+  if (!byHand && hasDirect(t) && hasLength(t))
+    used = 0;
+  else
+    moved(fixedBits(t));
+}
+
+bool keepsPlace(const What& what)
+{
+  if (what.kind == WhatKind::Octets || what.kind == WhatKind::Text) return true;
+  if (what.kind != WhatKind::Type) return false;
+  DirectWriter trial(*what.type);
+  trial.used = 0;
+  trial.movedOver(*what.type);
+  return trial.used == 0;
+}
+
 std::string directCall(const Type& named, const std::string& pointer, bool encoder)
 {
   const Type& type = aliased(named);

@@ -14,6 +14,31 @@ struct Leaf {
   unsigned store = 0;
 };
 
+// The text of one direct coder. Where the cursor stands within its octet is followed as far as it can be told, so that
+// most fields are read and written without shifts that vary.
+struct DirectWriter {
+  const Type& type;
+  std::string out;
+  unsigned names = 0;
+  int used; // bits used of the cursor's octet, or -1
+  explicit DirectWriter(const Type& t);
+  void line(const std::string& text) { out += "  " + text + "\n"; }
+  void giveUpIf(const std::string& test)
+  {
+    if (!test.empty()) line("if (" + test + ") return false;");
+  }
+  std::string fresh(const char* stem) { return stem + std::to_string(names++); }
+  void moved(std::optional<uint32_t> bits) { used = used < 0 || !bits ? -1 : static_cast<int>((used + *bits) % 8); }
+  // Behind something that may have been passed over, from where `before` tells.
+  void maybeFrom(int before) { used = used == before ? before : -1; }
+  // Behind a value of the type.
+  void movedOver(const Type& type);
+};
+
+// Is the type read and written from the beginning of an octet only? Elsewhere the walk does it.
+bool startsAligned(const Type& type);
+// Does an entry of a list end where in its octet it began?
+bool keepsPlace(const What& what);
 // Can the type's rows be decoded and encoded in straight lines? Others are left to the walk.
 bool hasDirect(const Type& type);
 // The test that fails when the type's value at `pointer` can not be coded directly.

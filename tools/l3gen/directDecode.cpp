@@ -3,18 +3,10 @@
 
 namespace l3gen {
 
-// The text of one decoder; regions and temporaries are numbered as they come.
-struct DecodeWriter {
-  const Type& type;
-  std::string out;
-  unsigned regions = 0, names = 0;
-  explicit DecodeWriter(const Type& t) : type(t) {}
-  void line(const std::string& text) { out += "  " + text + "\n"; }
-  void giveUpIf(const std::string& test)
-  {
-    if (!test.empty()) line("if (" + test + ") return false;");
-  }
-  std::string fresh(const char* stem) { return stem + std::to_string(names++); }
+// Regions are numbered as they come; each remembers where in its octet it begins, and so ends.
+struct DecodeWriter : DirectWriter {
+  std::vector<int> regions;
+  using DirectWriter::DirectWriter;
 };
 
 static void element(DecodeWriter& w, const What& what, const Often& often, const std::optional<Range>& range,
@@ -22,7 +14,8 @@ static void element(DecodeWriter& w, const What& what, const Often& often, const
 
 static void take(DecodeWriter& w, unsigned bits)
 {
-  w.giveUpIf(format("!l3Take<%u>(in, w)", bits));
+  w.giveUpIf(w.used < 0 ? format("!l3Take<%u>(in, w)", bits) : format("!l3TakeAt<%u, %d>(in, w)", bits, w.used));
+  w.moved(bits);
 }
 
 static void leafRun(DecodeWriter& w, const std::vector<Leaf>& leaves)
@@ -54,8 +47,13 @@ static std::string count(DecodeWriter& w, const What& what)
 
 static void octets(DecodeWriter& w, const What& what, const std::optional<Range>& range, const std::string& member)
 {
-  if (what.from == From::Fixed) return w.giveUpIf(format("!l3Octets(in, %s, %u)", member.c_str(), what.octets));
+  if (what.from == From::Fixed) {
+    w.giveUpIf(format("!l3Octets(in, %s, %u)", member.c_str(), what.octets));
+    w.used = 0;
+    return;
+  }
   std::string n = count(w, what);
+  w.used = 0; // whole octets alone are read directly
   if (range) w.giveUpIf(outside(*range, n));
   const char *m = member.c_str(), *c = n.c_str();
   if (!what.max) return w.giveUpIf(format("!l3DirectHeap(in, %s, %s.numocts, %s.data)", c, m, m));
@@ -67,14 +65,19 @@ static void text(DecodeWriter& w, const What& what, const std::optional<Range>& 
 {
   std::string n = count(w, what);
   if (range) w.giveUpIf(outside(*range, n));
+  w.used = 0;
   w.giveUpIf(format("!l3DirectText(in, %s, %s, %s)", n.c_str(), what.labels ? "true" : "false", member.c_str()));
 }
 
 static void readSelector(DecodeWriter& w, const What& what, const std::string& value)
 {
   if (what.select == Select::Fields) return w.line("uint32_t " + value + " = " + selectorOf(w.type, what) + ";");
+  int before = w.used;
   take(w, what.bits);
-  if (what.select == Select::Peek) w.line(format("in.pos -= %u;", what.bits));
+  if (what.select == Select::Peek) {
+    w.line(format("in.pos -= %u;", what.bits));
+    w.used = before;
+  }
   w.line("uint32_t " + value + " = static_cast<uint32_t>(w)" +
          (what.select == Select::Peek ? format(" & %uU;", what.mask) : ";"));
 }
@@ -86,18 +89,22 @@ static void choice(DecodeWriter& w, const What& what, const std::string& member)
   w.line("switch (" + value + ") {");
   unsigned tag = 0;
   bool other = false;
+  int before = w.used, after = -2;
   for (auto& alternative : what.alternatives) {
     ++tag;
+    w.used = before;
     other = other || alternative.other;
     w.out += casesOf(alternative) + "      {\n";
     if (!what.untagged) w.line(format("%s.t = %u;", member.c_str(), tag));
     std::string inner = place + "." + alternative.member;
     if (isRecord(alternative.what)) w.line(format("memset(&%s, 0, sizeof %s);", inner.c_str(), inner.c_str()));
     element(w, alternative.what, alternative.often, alternative.range, inner);
+    after = after == -2 || after == w.used ? w.used : -1;
     w.out += "      break;\n      }\n";
   }
   if (!other) w.out += "      default:\n        return false;\n";
   w.line("}");
+  w.used = after;
 }
 
 // The entries of inline lists in a record, wherever they stand outside of unions: a new message is cleared around them.
@@ -190,7 +197,11 @@ static void list(DecodeWriter& w, const What& what, const Often& often, const st
   w.line("size_t " + n + " = 0;");
   if (!often.bounded()) w.line("size_t room" + n + " = 0;");
   w.line(loopHead(w, often, n));
+  bool led = often.end == End::MoreBit || often.end == End::WhileExt;
+  if (led || !keepsPlace(what)) w.used = -1;
+  int before = w.used;
   entry(w, what, often, range, member, n);
+  w.used = before;
   w.line("}");
   if (often.range) w.giveUpIf(outside(*often.range, n));
   w.line("l3Set(" + member + ".n, " + n + ");");
@@ -212,7 +223,8 @@ static void element(DecodeWriter& w, const What& what, const Often& often, const
     case WhatKind::Text:
       return text(w, what, range, member);
     case WhatKind::Type:
-      return w.giveUpIf(directCall(*what.type, "&" + member, false));
+      w.giveUpIf(directCall(*what.type, "&" + member, false));
+      return w.movedOver(*what.type);
     case WhatKind::Choice:
       return choice(w, what, member);
     case WhatKind::Body:
@@ -229,8 +241,9 @@ static void length(DecodeWriter& w, const Row& row)
   if (!row.member.empty()) w.line("l3Set(r." + row.member + ", w);");
   std::string bits = row.countsBits ? "w" : "w * 8";
   if (row.fromOctet) bits += " + (8 - in.pos % 8) % 8";
-  w.line(format("size_t outer%u;\n  if (!l3Open(in, %s, outer%u)) return false;", w.regions, bits.c_str(), w.regions));
-  ++w.regions;
+  size_t k = w.regions.size();
+  w.line(format("size_t outer%zu;\n  if (!l3Open(in, %s, outer%zu)) return false;", k, bits.c_str(), k));
+  w.regions.push_back(row.fromOctet ? 0 : row.countsBits ? -1 : w.used);
 }
 
 static void mark(DecodeWriter& w, const Row& row)
@@ -262,18 +275,25 @@ static std::string guard(const DecodeWriter& w, const Row& row)
 static void conditional(DecodeWriter& w, const Row& row)
 {
   std::string test = guard(w, row);
+  int before = w.used;
+  bool always = row.when == When::Always || row.when == When::Ext;
   w.line(test.empty() ? "{" : "if (" + test + ") {");
   bool bit = row.when == When::OptBit || row.when == When::RoomOptBit;
   bool ext = row.when == When::Ext || row.when == When::RoomExt || row.when == When::More;
   if (bit || (ext && !ownBits(row))) take(w, 1);
   if (ext && !ownBits(row)) w.line("ext = w != 0;");
+  int led = w.used;
   if (bit) w.line("if (w) {");
   element(w, row.what, row.often, row.range, memberOf(w.type, row));
   if (ownBits(row)) w.line("ext = true;");
   mark(w, row);
-  if (bit) w.line("}");
+  if (bit) {
+    w.line("}");
+    w.maybeFrom(led);
+  }
   if (row.extLast) w.line("while (!ext) {\n    if (!l3Take<8>(in, w)) return false;\n    ext = w >> 7;\n  }");
   w.line("}");
+  if (!always) w.maybeFrom(before);
 }
 
 static void rows(DecodeWriter& w)
@@ -291,7 +311,11 @@ static void rows(DecodeWriter& w)
     else
       conditional(w, row);
   }
-  while (w.regions) w.line(format("l3Shut(in, outer%u);", --w.regions));
+  while (!w.regions.empty()) {
+    w.used = w.regions.back();
+    w.regions.pop_back();
+    w.line(format("l3Shut(in, outer%zu);", w.regions.size()));
+  }
 }
 
 // The elements of one IEI in their order: the first whose turn has not passed; out of its turn the last one's form
@@ -300,6 +324,8 @@ static void option(DecodeWriter& w, const std::vector<const Row*>& options, size
 {
   const Row& row = *options[first];
   w.out += format("      case 0x%02X:\n", row.number);
+  // A whole octet of the value of a half one hits this case as well.
+  if (row.half || row.number < 16) w.giveUpIf(row.half ? "!half" : "half");
   std::string lead = "if";
   const Row* last = &row;
   for (size_t i = first; i < options.size(); ++i) {
@@ -307,6 +333,7 @@ static void option(DecodeWriter& w, const std::vector<const Row*>& options, size
     if (same.number != row.number) continue;
     w.line(format("%s (order < %zu) {", lead.c_str(), i + 1));
     w.line(format("order = %zu;", i + 1));
+    w.used = row.half ? 4 : 0;
     element(w, same.what, same.often, same.range, memberOf(w.type, same));
     mark(w, same);
     lead = "} else if";
@@ -353,6 +380,7 @@ std::string decodeDirect(const Type& type)
       format("%s& r = *static_cast<%s*>(record);\n  uint64_t w = 0;\n  bool ext = true;\n  (void)in, (void)r, (void)w, "
              "(void)ext;",
              f, f));
+  if (!w.used) w.giveUpIf("in.pos & 7");
   if (type.mBits) w.line(format("memset(&r, 0, %d);", (type.mBits + 7) / 8));
   rows(w);
   if (type.kind == Kind::Message) options(w);

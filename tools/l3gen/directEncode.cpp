@@ -3,19 +3,10 @@
 
 namespace l3gen {
 
-// The text of one encoder; lengths still open and temporaries are numbered as they come.
-struct EncodeWriter {
-  const Type& type;
-  std::string out;
+// With the lengths that are still open.
+struct EncodeWriter : DirectWriter {
   std::vector<const Row*> open;
-  unsigned names = 0;
-  explicit EncodeWriter(const Type& t) : type(t) {}
-  void line(const std::string& text) { out += "  " + text + "\n"; }
-  void giveUpIf(const std::string& test)
-  {
-    if (!test.empty()) line("if (" + test + ") return false;");
-  }
-  std::string fresh(const char* stem) { return stem + std::to_string(names++); }
+  using DirectWriter::DirectWriter;
 };
 
 static void element(EncodeWriter& w, const What& what, const Often& often, const std::optional<Range>& range,
@@ -23,7 +14,9 @@ static void element(EncodeWriter& w, const What& what, const Often& often, const
 
 static void put(EncodeWriter& w, unsigned bits, const std::string& value)
 {
-  w.giveUpIf(format("!l3Put<%u>(out, %s)", bits, value.c_str()));
+  std::string place = w.used < 0 ? format("l3Put<%u>", bits) : format("l3PutAt<%u, %d>", bits, w.used);
+  w.giveUpIf("!" + place + "(out, " + value + ")");
+  w.moved(bits);
 }
 
 // A member as the unsigned number that is written; what its width does not hold is gathered in `over`.
@@ -50,7 +43,11 @@ static void leafRun(EncodeWriter& w, const std::vector<Leaf>& leaves)
 
 static void octets(EncodeWriter& w, const What& what, const std::optional<Range>& range, const std::string& member)
 {
-  if (what.from == From::Fixed) return w.giveUpIf(format("!l3PutOctets(out, %s, %u)", member.c_str(), what.octets));
+  if (what.from == From::Fixed) {
+    w.giveUpIf(format("!l3PutOctets(out, %s, %u)", member.c_str(), what.octets));
+    w.used = 0;
+    return;
+  }
   std::string n = w.fresh("n");
   w.line("size_t " + n + " = " + member + ".numocts;");
   if (what.max) w.giveUpIf(format("%s > %u", n.c_str(), what.max));
@@ -60,6 +57,7 @@ static void octets(EncodeWriter& w, const What& what, const std::optional<Range>
     w.giveUpIf(format("%s >> %u", n.c_str(), what.bits));
     put(w, what.bits, n);
   }
+  w.used = 0; // whole octets alone are written directly
   w.giveUpIf("!l3PutOctets(out, " + member + ".data, " + n + ")");
   if (what.from == From::Rest) w.line("out.tail = true;");
 }
@@ -87,15 +85,19 @@ static void choice(EncodeWriter& w, const What& what, const std::string& member)
   w.line("switch (" + (fields ? selectorOf(w.type, what) : member + ".t") + ") {");
   unsigned tag = 0;
   bool other = false;
+  int before = w.used, after = -2;
   for (auto& alternative : what.alternatives) {
     ++tag;
+    w.used = before;
     other = other || (fields && alternative.other);
     w.out += (fields ? casesOf(alternative) : format("      case %u:\n", tag)) + "      {\n";
     element(w, alternative.what, alternative.often, alternative.range, place + "." + alternative.member);
+    after = after == -2 || after == w.used ? w.used : -1;
     w.out += "      break;\n      }\n";
   }
   if (!other) w.out += "      default:\n        return false;\n";
   w.line("}");
+  w.used = after;
 }
 
 static void body(EncodeWriter& w, const What& what, const std::string& member)
@@ -121,9 +123,13 @@ static void list(EncodeWriter& w, const What& what, const Often& often, const st
   if (often.range) w.giveUpIf(outside(*often.range, n));
   if (!often.bounded()) w.giveUpIf(n + " && !" + member + ".elem");
   w.line(format("for (size_t %s = 0; %s < %s; ++%s) {", k, k, c, k));
+  bool led = often.end == End::MoreBit || often.end == End::WhileExt;
+  if (led || !keepsPlace(what)) w.used = -1;
+  int before = w.used;
   if (often.end == End::MoreBit) put(w, 1, "1");
   if (often.end == End::WhileExt) put(w, 1, i + " + 1 == " + n);
   element(w, what, Often{}, range, member + ".elem[" + i + "]");
+  w.used = before;
   w.line("}");
   if (often.end == End::MoreBit) put(w, 1, "0");
 }
@@ -140,7 +146,8 @@ static void element(EncodeWriter& w, const What& what, const Often& often, const
     case WhatKind::Text:
       return text(w, what, range, member);
     case WhatKind::Type:
-      return w.giveUpIf(directCall(*what.type, "&" + member, true));
+      w.giveUpIf(directCall(*what.type, "&" + member, true));
+      return w.movedOver(*what.type);
     case WhatKind::Choice:
       return choice(w, what, member);
     case WhatKind::Body:
@@ -170,10 +177,12 @@ static void conditional(EncodeWriter& w, const Row& row)
   bool bit = row.when == When::OptBit || row.when == When::RoomOptBit;
   bool ext = row.when == When::Ext || row.when == When::RoomExt || row.when == When::More;
   if (bit) put(w, 1, "(" + present(w, row) + ") ? 1 : 0");
+  int before = w.used;
   w.line("if (" + present(w, row) + ") {");
   if (ext && !ownBits(row)) put(w, 1, extension(w, row));
   element(w, row.what, row.often, row.range, memberOf(w.type, row));
   w.line("}");
+  if (present(w, row) != "true") w.maybeFrom(before);
 }
 
 static void length(EncodeWriter& w, const Row& row)
@@ -190,6 +199,7 @@ static void closeLength(EncodeWriter& w)
   bool whole = row.words.count("full-length") != 0;
   w.giveUpIf(format("!l3Close<%u, %d, %s>(out, start%zu, count)", row.number, row.countsBits ? 1 : 8,
                     whole ? "true" : "false", w.open.size()));
+  w.used = row.countsBits ? -1 : 0;
   if (!row.member.empty()) w.line("l3Set(r." + row.member + ", count);");
   if (row.range) w.giveUpIf(outside(*row.range, "count"));
 }
@@ -217,6 +227,7 @@ static void options(EncodeWriter& w)
   for (auto* row : optionRows(w.type)) {
     w.line("if (out.tail) return true;\n  if (" + present(w, *row) + ") {");
     w.giveUpIf("out.pos & 7");
+    w.used = 0;
     put(w, row->half ? 4 : 8, format("0x%02X", row->number));
     element(w, row->what, row->often, row->range, memberOf(w.type, *row));
     w.line("}");
@@ -232,6 +243,7 @@ std::string encodeDirect(const Type& type)
                 "(void)out, (void)r, "
                 "(void)w, (void)v, (void)over, (void)count;",
                 f, f));
+  if (!w.used) w.giveUpIf("out.pos & 7");
   rows(w);
   if (type.kind == Kind::Message) options(w);
   return w.out + "  return true;\n}\n\n";
