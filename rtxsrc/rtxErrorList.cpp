@@ -73,6 +73,9 @@ void rtxErrFreeParms(RtxContext* pctxt)
 
 void rtxErrResetErrInfo(RtxContext* pctxt)
 {
+  const RtxErrInfo& reserved = pctxt->reservedErr;
+  const bool clean = reserved.elemName == nullptr && reserved.parmcount == 0 && reserved.status == 0;
+  if (clean && pctxt->errInfo.head == nullptr) return;
   rtxErrFreeParms(pctxt);
   while (pctxt->errInfo.head != nullptr) unlinkRecord(pctxt, pctxt->errInfo.head, true);
 }

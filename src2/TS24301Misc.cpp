@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "L3Descriptors.h"
+#include "rt3gppsrc/engine/l3Direct.h"
 #include "rt3gppsrc/engine/l3Engine.h"
 #include "src2/MobileIdentityDigits.h"
 #include "src2/NamedParts.h"
@@ -122,6 +123,37 @@ int l3Enc_TS24301IE_EPSMobileIdentity(L3Call& call, const L3Type&, void* value)
     default:
       return l3Fail(call, kElementEncoder, RTX_E_INVALID_CHOICE, __LINE__);
   }
+}
+
+static constexpr uint64_t kGutiLead = kGutiOctets << 8 | kTypeGuti; // length and first octet, but for its upper bits
+
+// Directly for the GUTI, which nearly every identity is.
+bool l3DirectDec_TS24301IE_EPSMobileIdentity(L3DirectIn& in, void* record)
+{
+  Identity& identity = *static_cast<Identity*>(record);
+  L3DirectIn start = in;
+  uint64_t word = 0;
+  if (!l3Take<16>(in, word)) return false;
+  if ((word & 0xFF07) != kGutiLead) {
+    in = start;
+    return l3DirectType(in, l3_TS24301IE_EPSMobileIdentity, record);
+  }
+  identity.length = kGutiOctets;
+  identity.filler = word >> 4 & 15;
+  identity.oddEvenInd = word >> 3 & 1;
+  identity.typeOfIdent = TS24301IE_EPSMobileIdentity_typeOfIdent_guti;
+  identity.t = kGuti;
+  return l3DirectDec_TS24301IE_EPSMobileIdentity_GUTI(in, &identity.u.guti);
+}
+
+bool l3DirectEnc_TS24301IE_EPSMobileIdentity(L3DirectOut& out, void* record)
+{
+  Identity& identity = *static_cast<Identity*>(record);
+  if (static_cast<int>(identity.typeOfIdent) != kTypeGuti || identity.filler > 15)
+    return l3DirectPutType(out, l3_TS24301IE_EPSMobileIdentity, record);
+  identity.length = kGutiOctets;
+  unsigned octet = identity.filler << 4 | (identity.oddEvenInd ? 8U : 0U);
+  return l3Put<16>(out, kGutiLead | octet) && l3DirectEnc_TS24301IE_EPSMobileIdentity_GUTI(out, &identity.u.guti);
 }
 
 int l3Dec_TS24301IE_TrackingAreaIdentListItem(L3Call& call, const L3Type& type, void* value)

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "L3Descriptors.h"
+#include "rt3gppsrc/engine/l3Direct.h"
 #include "src2/MobileIdentityDigits.h"
 #include "src2/NamedParts.h"
 #include "src2/TrackingAreaItem.h"
@@ -219,6 +220,48 @@ int l3Enc_TS24501IE_MobileIdentity(L3Call& call, const L3Type&, void* value)
   if (status < 0) return status;
   status = l3EncNamed(call, kEncoder, __LINE__, "typeOfIdent", identity.t - 1, 3, 1);
   return status < 0 ? status : encByType(call, identity);
+}
+
+// Directly for the three forms that real traffic has most of.
+bool l3DirectDec_TS24501IE_MobileIdentity(L3DirectIn& in, void* record)
+{
+  Identity& identity = *static_cast<Identity*>(record);
+  L3DirectIn start = in;
+  uint64_t length = 0, octet = 0;
+  size_t outer;
+  if (!l3Take<16>(in, length) || !l3Open(in, length * 8, outer) || !l3Take<8>(in, octet)) return false;
+  identity.length = static_cast<uint16_t>(length);
+  identity.t = (octet & 7) + 1U;
+  bool temporary = octet >> 3 >= 30, good;
+  if (identity.t == kGuti && temporary) {
+    good = l3DirectDec_TS24501IE_MobileIdentity_GUTI(in, &identity.u.guti);
+  } else if (identity.t == kStmsi && temporary) {
+    good = l3DirectDec_TS24501IE_MobileIdentity_STMSI(in, &identity.u.stmsi);
+  } else if (identity.t == kSuci && (octet >> 4 & 7) == 0) {
+    identity.u.suci.t = 1;
+    good = l3DirectDec_TS24501IE_MobileIdentity_SUCI_IMSI(in, &identity.u.suci.u.supiImsi);
+  } else {
+    in = start;
+    return l3DirectType(in, l3_TS24501IE_MobileIdentity, record);
+  }
+  l3Shut(in, outer);
+  return good;
+}
+
+bool l3DirectEnc_TS24501IE_MobileIdentity(L3DirectOut& out, void* record)
+{
+  Identity& identity = *static_cast<Identity*>(record);
+  bool suci = identity.t == kSuci && identity.u.suci.t == 1;
+  size_t length = identityLength(identity);
+  if (length > UINT16_MAX || !(identity.t == kGuti || identity.t == kStmsi || suci))
+    return l3DirectPutType(out, l3_TS24501IE_MobileIdentity, record);
+  identity.length = static_cast<uint16_t>(length);
+  if (!l3Put<16>(out, length) || !l3Put<8>(out, leadingBits(identity) << 3 | (identity.t - 1))) return false;
+  if (identity.t == kGuti) return l3DirectEnc_TS24501IE_MobileIdentity_GUTI(out, &identity.u.guti);
+  if (identity.t == kStmsi) return l3DirectEnc_TS24501IE_MobileIdentity_STMSI(out, &identity.u.stmsi);
+  bool good = l3DirectEnc_TS24501IE_MobileIdentity_SUCI_IMSI(out, &identity.u.suci.u.supiImsi);
+  out.tail = false; // the length in front bounds the tail
+  return good;
 }
 
 int l3Dec_TS24501IE_TrackingAreaIdentListItem(L3Call& call, const L3Type& type, void* value)

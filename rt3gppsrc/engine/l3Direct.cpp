@@ -3,6 +3,7 @@
 
 #include "rt3gppsrc/engine/l3Decode.h"
 #include "rt3gppsrc/engine/l3Encode.h"
+#include "rtxsrc/rtxMemHeapInline.h"
 #include "velnor3gpp/rtxError.h"
 #include "velnor3gpp/rtxMemHeap.h"
 
@@ -62,8 +63,11 @@ static bool goEncode(L3Call& call, const L3Type& type, void* record)
   return true;
 }
 
-static void* hold(L3Call& call, void* storage)
+static void* allocate(L3Call& call, size_t octets)
 {
+  RtxMemHeap* heap = call.pctxt->pMemHeap;
+  void* storage = heap ? rtxMemHeapAllocFast(heap, octets) : nullptr;
+  if (!storage) storage = rtxMemHeapAlloc(&call.pctxt->pMemHeap, octets);
   if (storage && call.held < L3Call::kMaxHeld) call.holds[call.held++] = storage;
   return storage;
 }
@@ -167,7 +171,7 @@ bool l3DirectBody(L3DirectIn& in, const L3Gap* gaps, void*& message)
 {
   const L3Gap* last = gaps;
   while (last->size) ++last;
-  message = hold(*in.call, rtxMemHeapAlloc(&in.call->pctxt->pMemHeap, last->offset));
+  message = allocate(*in.call, last->offset);
   if (!message) return false;
   uint8_t* octets = static_cast<uint8_t*>(message);
   size_t from = 0;
@@ -184,14 +188,14 @@ bool l3DirectHeap(L3DirectIn& in, size_t octets, uint32_t& numocts, uint8_t*& da
   numocts = static_cast<uint32_t>(octets);
   data = nullptr;
   if (!octets) return true;
-  data = static_cast<uint8_t*>(hold(*in.call, rtxMemHeapAlloc(&in.call->pctxt->pMemHeap, octets)));
+  data = static_cast<uint8_t*>(allocate(*in.call, octets));
   return data && l3Octets(in, data, octets);
 }
 
 bool l3DirectText(L3DirectIn& in, size_t octets, bool labels, char*& text)
 {
   if ((in.pos & 7) || octets > (in.end - in.pos) >> 3) return false;
-  text = static_cast<char*>(hold(*in.call, rtxMemHeapAlloc(&in.call->pctxt->pMemHeap, octets + 1)));
+  text = static_cast<char*>(allocate(*in.call, octets + 1));
   if (!text || !l3Octets(in, reinterpret_cast<uint8_t*>(text), octets)) return false;
   text[octets] = 0;
   if (labels) l3JoinLabels(text, octets);
@@ -205,8 +209,7 @@ bool l3DirectGrow(L3DirectIn& in, void** entries, size_t count, size_t& capacity
   RtxMemHeap** heap = &call.pctxt->pMemHeap;
   capacity = capacity ? capacity * 2 : 2;
   size_t size = capacity * entrySize;
-  void* grown = count ? holdNew(call, *entries, rtxMemHeapRealloc(heap, *entries, size))
-                      : hold(call, rtxMemHeapAlloc(heap, size));
+  void* grown = count ? holdNew(call, *entries, rtxMemHeapRealloc(heap, *entries, size)) : allocate(call, size);
   if (!grown) return false;
   *entries = grown;
   return true;

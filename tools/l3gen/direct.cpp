@@ -10,6 +10,12 @@ static bool fits(const Scalar& scalar)
   return scalar.kind != WhatKind::Unary && !scalar.padded && scalar.bits <= 56;
 }
 
+static bool ends(const Often& often)
+{
+  return often.end == End::None || often.end == End::WhileRoom || often.end == End::Times ||
+         often.end == End::MoreBit || often.end == End::WhileExt;
+}
+
 static bool whatFits(const What& what)
 {
   switch (what.kind) {
@@ -23,7 +29,7 @@ static bool whatFits(const What& what)
     default:
       return what.select != Select::Code &&
              std::all_of(what.alternatives.begin(), what.alternatives.end(),
-                         [](const Row& row) { return whatFits(row.what) && row.often.end == End::None; });
+                         [](const Row& row) { return whatFits(row.what) && ends(row.often); });
   }
 }
 
@@ -33,9 +39,7 @@ static bool rowFits(const Row& row)
   static const std::vector<std::string> known = {"name-as", "untagged", "full-length"};
   for (auto& [word, value] : row.words)
     if (std::find(known.begin(), known.end(), word) == known.end()) return false;
-  static const std::vector<End> ends = {End::None, End::WhileRoom, End::Times, End::MoreBit, End::WhileExt};
-  bool ended = std::find(ends.begin(), ends.end(), row.often.end) != ends.end();
-  if (row.inRelease || !ended || !whatFits(row.what)) return false;
+  if (row.inRelease || !ends(row.often) || !whatFits(row.what)) return false;
   switch (row.when) {
     case When::Always:
     case When::Room:

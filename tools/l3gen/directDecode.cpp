@@ -97,7 +97,8 @@ static void choice(DecodeWriter& w, const What& what, const std::string& member)
     w.out += casesOf(alternative) + "      {\n";
     if (!what.untagged) w.line(format("%s.t = %u;", member.c_str(), tag));
     std::string inner = place + "." + alternative.member;
-    if (isRecord(alternative.what)) w.line(format("memset(&%s, 0, sizeof %s);", inner.c_str(), inner.c_str()));
+    bool alone = isRecord(alternative.what) && alternative.often.end == End::None;
+    if (alone) w.line(format("memset(&%s, 0, sizeof %s);", inner.c_str(), inner.c_str()));
     element(w, alternative.what, alternative.often, alternative.range, inner);
     after = after == -2 || after == w.used ? w.used : -1;
     w.out += "      break;\n      }\n";
