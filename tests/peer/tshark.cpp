@@ -92,7 +92,9 @@ std::vector<Found> dissect(const std::vector<Frame>& frames, const std::vector<s
   if (file < 0) return {};
   close(file);
   writeCapture(path, frames);
-  std::string command = std::string("HOME=/nonexistent tshark -n -T fields -E 'aggregator=|' -r ") + path;
+  std::string command = std::string("HOME=/nonexistent tshark -n -o nas-5gs.null_decipher:TRUE -o "
+                                    "nas-eps.null_decipher:TRUE -T fields -E 'aggregator=|' -r ") +
+                        path;
   for (const std::string& field : fields) command += " -e " + field;
   std::vector<Found> all;
   for (const std::string& line : split(output(command + " 2>/dev/null"), '\n')) {
