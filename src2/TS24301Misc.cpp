@@ -66,15 +66,18 @@ int l3Dec_TS24301IE_EPSMobileIdentity(L3Call& call, const L3Type&, void* value)
 {
   Identity& identity = *static_cast<Identity*>(value);
   RtxContext* pctxt = call.pctxt;
+  L3Name frame;
   L3Region region;
   identity.t = 0;
-  int status = l3DecNamed(call, kElementDecoder, __LINE__, "length", &identity.length, 8, 1);
-  if (status < 0) return status;
+  l3PushName(call, frame, "length");
+  int status = l3DecBits(call, &identity.length, 8, 1, "INTEGER");
+  if (status < 0) return l3Fail(call, kElementDecoder, status, __LINE__);
   size_t end = l3BitPos(pctxt) + identity.length * 8U;
   if (identity.length < 1 || identity.length > kGutiOctets)
     l3NoteRange(call, kElementDecoder, __LINE__, identity.length);
   status = l3PushRegion(call, region, identity.length, false);
   if (status < 0) return l3Fail(call, kElementDecoder, status, __LINE__);
+  l3PopName(call);
   if (status = decInside(call, identity, end); status < 0) return status;
   pctxt->buffer.byteIndex = end / 8;
   pctxt->buffer.bitOffset = static_cast<int16_t>(8 - end % 8);

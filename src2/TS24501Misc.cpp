@@ -107,14 +107,17 @@ static int decInside(L3Call& call, Identity& identity)
 int l3Dec_TS24501IE_MobileIdentity(L3Call& call, const L3Type&, void* value)
 {
   Identity& identity = *static_cast<Identity*>(value);
+  L3Name frame;
   L3Region region;
   identity.t = 0;
-  int status = l3DecNamed(call, kDecoder, __LINE__, "length", reinterpret_cast<uint8_t*>(&identity.length), 16, 2);
-  if (status < 0) return status;
+  l3PushName(call, frame, "length");
+  int status = l3DecBits(call, reinterpret_cast<uint8_t*>(&identity.length), 16, 2, "INTEGER");
+  if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
   size_t end = l3BitPos(call.pctxt) + identity.length * 8U;
   if (identity.length == 0) l3NoteRange(call, kDecoder, __LINE__, identity.length);
   status = l3PushRegion(call, region, identity.length, false);
   if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
+  l3PopName(call);
   if (status = decInside(call, identity); status < 0) return status;
   if (l3BitPos(call.pctxt) > end) return l3Fail(call, kDecoder, RTX_E_BAD_LENGTH, __LINE__);
   call.pctxt->buffer.byteIndex = end / 8;

@@ -7,6 +7,9 @@
 #include "velnor3gpp/rtxDiagBitTrace.h"
 #include "velnor3gpp/rtxMemHeap.h"
 
+// Octets of heap for the entries of one list: a base, so many times the input, and the input of a stream.
+static constexpr size_t kListBase = 32768, kListFactor = 16, kListStream = 65536;
+
 // A list under decoding: inline entries go to the record, others to one array that grows by doubling.
 struct ListWalk {
   const L3Type& type;
@@ -24,6 +27,21 @@ static const char* moduleOf(const ListWalk& walk)
   return walk.type.module->decoder;
 }
 
+// Twice the entries, but not beyond what the standard allows, and beyond that only in proportion to the input: records
+// of two thousand octets can stand for five on the wire. The same capacity again: there is no more room.
+static size_t nextCapacity(const RtxContext* pctxt, const ListWalk& walk)
+{
+  const L3List& info = walk.info;
+  size_t capacity = walk.capacity ? walk.capacity * 2 : 2;
+  size_t most = info.ranged ? info.hi : 0;
+  if (walk.capacity < most && capacity > most) return most;
+  size_t input = pctxt->pStream ? kListStream : pctxt->buffer.size;
+  size_t fitting = (kListBase + kListFactor * input) / info.elemSize;
+  if (fitting < most) fitting = most;
+  if (capacity > fitting) return fitting > walk.capacity ? fitting : walk.capacity;
+  return capacity;
+}
+
 // Room for one more entry. Entries behind an inline array's end are decoded into spare storage and not kept.
 static uint8_t* nextEntry(L3Call& call, ListWalk& walk)
 {
@@ -34,7 +52,8 @@ static uint8_t* nextEntry(L3Call& call, ListWalk& walk)
     if (!walk.spare) walk.spare = static_cast<uint8_t*>(rtxMemHeapAlloc(heap, info.elemSize));
     return walk.spare;
   }
-  size_t capacity = walk.capacity ? walk.capacity * 2 : 2;
+  size_t capacity = nextCapacity(call.pctxt, walk);
+  if (capacity == walk.capacity) return nullptr;
   void* grown = walk.entries ? rtxMemHeapRealloc(heap, walk.entries, capacity * info.elemSize)
                              : rtxMemHeapAlloc(heap, capacity * info.elemSize);
   if (!grown) return nullptr;

@@ -202,6 +202,9 @@ bool l3DirectText(L3DirectIn& in, size_t octets, bool labels, char*& text)
   return true;
 }
 
+// Octets that the entries of one list may take here: with more, the walk decides what is out of proportion.
+static constexpr size_t kListBase = 8192, kListFactor = 8;
+
 bool l3DirectGrow(L3DirectIn& in, void** entries, size_t count, size_t& capacity, size_t entrySize)
 {
   if (count < capacity) return true;
@@ -209,6 +212,7 @@ bool l3DirectGrow(L3DirectIn& in, void** entries, size_t count, size_t& capacity
   RtxMemHeap** heap = &call.pctxt->pMemHeap;
   capacity = capacity ? capacity * 2 : 2;
   size_t size = capacity * entrySize;
+  if (size > kListBase + kListFactor * in.octets) return false;
   void* grown = count ? holdNew(call, *entries, rtxMemHeapRealloc(heap, *entries, size)) : allocate(call, size);
   if (!grown) return false;
   *entries = grown;
