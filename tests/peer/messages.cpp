@@ -118,8 +118,9 @@ public:
 
   Message make(const std::string& form)
   {
-    Message message{name, form, msgType, typeField, frame, ""};
+    Message message{name, form, msgType, typeField, frame, {}, ""};
     message.fault = code(message.frame.octets);
+    message.bits = traced(message.frame.octets);
     return message;
   }
 
@@ -198,6 +199,22 @@ private:
     if (discriminator == 2) put("l3HdrOpts.epsBearerIdent", "5");
     if (discriminator == 7) put("l3HdrOpts.secHdr", "0");
     if (!discriminator) put("l3HdrOpts.skipInd", "0");
+  }
+
+  // The bits of each value, by the bit trace.
+  std::vector<Bits> traced(Octets octets) const
+  {
+    const ::Setting trace = {.trace = true};
+    OutcomeContext again(trace);
+    again.bind(octets.data(), octets.size());
+    auto decoded = recordStorage(*entry.type, 0);
+    entry.decode(again, decoded.get());
+    std::vector<Bits> bits;
+    for (const RtxSListNode* node = again->pBitFldList->fieldList.head; node; node = node->next) {
+      const RtxBitField& field = *static_cast<const RtxBitField*>(node->data);
+      bits.push_back({field.bitOffset, field.bitOffset + field.bitCount, field.elemName ? field.elemName : ""});
+    }
+    return bits;
   }
 
   // Encodes, decodes back into a second record, and compares the prints. Says what went wrong.
@@ -323,7 +340,7 @@ Message messageWith(const std::string& name, const std::vector<Setting>& setting
     message.fault += missing;
     return message;
   }
-  return {name, "", 0, "", {}, "no such message"};
+  return {name, "", 0, "", {}, {}, "no such message"};
 }
 
 } // namespace peer

@@ -16,7 +16,8 @@ struct Message {
   unsigned type = 0;     // message type
   std::string typeField; // where the dissector shows it
   Frame frame;
-  std::string fault; // what went wrong in encoding it or decoding it back
+  std::vector<Bits> bits; // the values that the library found in it
+  std::string fault;      // what went wrong in encoding it or decoding it back
 };
 
 // A path in a record and what is set there.

@@ -83,28 +83,74 @@ std::string output(const std::string& command)
   return text;
 }
 
+// What tshark prints of the frames.
+std::string read(const std::vector<Frame>& frames, const std::string& arguments)
+{
+  char path[] = "/tmp/velnor3gpp-peer-XXXXXX";
+  int file = mkstemp(path);
+  if (file < 0) return "";
+  close(file);
+  writeCapture(path, frames);
+  std::string decipher = " -o nas-5gs.null_decipher:TRUE -o nas-eps.null_decipher:TRUE ";
+  std::string text = output("HOME=/nonexistent tshark -n" + decipher + arguments + " -r " + path + " 2>/dev/null");
+  unlink(path);
+  return text;
+}
+
+// The value of an XML attribute.
+std::string attribute(const std::string& line, const std::string& name)
+{
+  size_t begin = line.find(" " + name + "=\"");
+  if (begin == std::string::npos) return "";
+  begin += name.size() + 3;
+  return line.substr(begin, line.find('"', begin) - begin);
+}
+
+// A shown value begins with its bits among the dots of those that are not its own: "..01 1... = Name: 3".
+bool readBits(const std::string& line, Bits& bits)
+{
+  std::string shown = attribute(line, "showname"), pos = attribute(line, "pos");
+  size_t end = shown.find(" = ");
+  std::string mask = shown.substr(0, end);
+  if (end == std::string::npos || pos.empty() || mask.find_first_not_of("01. ") != std::string::npos) return false;
+  std::erase(mask, ' ');
+  size_t first = mask.find_first_not_of('.'), last = mask.find_last_not_of('.');
+  if (first == std::string::npos) return false;
+  bits = {std::stoul(pos) * 8 + first, std::stoul(pos) * 8 + last + 1, attribute(line, "name")};
+  return true;
+}
+
 } // namespace
 
 std::vector<Found> dissect(const std::vector<Frame>& frames, const std::vector<std::string>& fields)
 {
-  char path[] = "/tmp/velnor3gpp-peer-XXXXXX";
-  int file = mkstemp(path);
-  if (file < 0) return {};
-  close(file);
-  writeCapture(path, frames);
-  std::string command = std::string("HOME=/nonexistent tshark -n -o nas-5gs.null_decipher:TRUE -o "
-                                    "nas-eps.null_decipher:TRUE -T fields -E 'aggregator=|' -r ") +
-                        path;
-  for (const std::string& field : fields) command += " -e " + field;
+  std::string arguments = "-T fields -E 'aggregator=|'";
+  for (const std::string& field : fields) arguments += " -e " + field;
   std::vector<Found> all;
-  for (const std::string& line : split(output(command + " 2>/dev/null"), '\n')) {
+  for (const std::string& line : split(read(frames, arguments), '\n')) {
     auto columns = split(line, '\t');
     columns.resize(fields.size());
     all.emplace_back();
     for (size_t i = 0; i < fields.size(); ++i) all.back()[fields[i]] = split(columns[i], '|');
   }
-  unlink(path);
   return all.size() == frames.size() ? all : std::vector<Found>();
+}
+
+std::vector<std::vector<Bits>> dissectBits(const std::vector<Frame>& frames)
+{
+  std::vector<std::vector<Bits>> all;
+  size_t before = 0; // bits in front of the message
+  for (const std::string& line : split(read(frames, "-T pdml"), '\n')) {
+    Bits bits;
+    if (line.find("<packet>") != std::string::npos) {
+      if (all.size() == frames.size()) return {};
+      before = 8 * (exported(frames[all.size()]).size() - frames[all.size()].octets.size());
+      all.emplace_back();
+    } else if (!all.empty() && readBits(line, bits) && bits.from >= before) {
+      all.back().push_back({bits.from - before, bits.to - before, bits.name});
+    }
+  }
+  return all.size() == frames.size() ? all : std::vector<std::vector<Bits>>();
 }
 
 std::string complaints(const Found& found)
