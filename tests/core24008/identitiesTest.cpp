@@ -76,6 +76,9 @@ TEST_F(Coding, StringsOfAGivenSize)
   bind("\x21\x43\xF5", 3);
   EXPECT_EQ(NASDec_TS24008IE_IMSI(&ctxt, imsi, 3), 0);
   EXPECT_STREQ(imsi, "12345");
+  bind("\x21\x43\x65\x87\x09\x21\x43\xF5", 8);
+  EXPECT_EQ(NASDec_TS24008IE_IMEI(&ctxt, imsi, 8), 0);
+  EXPECT_STREQ(imsi, "123456789012345");
   bind("\x21\x43\x65\x87\x09\x21\x43\x65", 8);
   EXPECT_EQ(NASDec_TS24008IE_IMEISV(&ctxt, imeisv, 8), 0);
   EXPECT_STREQ(imeisv, "1234567890123456");

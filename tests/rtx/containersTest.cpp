@@ -66,6 +66,7 @@ TEST_F(Containers, SinglyLinkedListOnEitherMemory)
     rtxSListFree(list);
     EXPECT_EQ(list->count, 0U);
     RtxContext* owner = list->pctxt;
+    if (owner == nullptr) rtxSListInit(list); // an empty list, ready for more
     rtxSListAppend(list, owner != nullptr ? rtxMemHeapAlloc(&owner->pMemHeap, 9) : malloc(9));
     rtxSListFreeAll(list);
     EXPECT_EQ(list->head, nullptr);
