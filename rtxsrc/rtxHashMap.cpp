@@ -32,14 +32,15 @@ static int equalStrings(const void* a, const void* b)
 }
 
 // A macro, since nothing else puts exported names together. `hash` and `equals` serve a map that is given none.
+// NOLINTBEGIN(bugprone-macro-parentheses): types take no parentheses
 #define EXPORT_HASH_MAP(name, Map, Key, Value, hash, equals)                                                           \
   int name##Init(RtxContext* pctxt, Map* pMap, uint32_t size, RtxHashFunc hashFunc, RtxHashEqualsFunc equalsFunc)      \
   {                                                                                                                    \
-    return rtxHashInit(pctxt, pMap, size, hashFunc ? hashFunc : hash, equalsFunc ? equalsFunc : equals);               \
+    return rtxHashInit(pctxt, pMap, size, hashFunc ? hashFunc : (hash), equalsFunc ? equalsFunc : (equals));           \
   }                                                                                                                    \
   Map* name##New(RtxContext* pctxt, uint32_t size, RtxHashFunc hashFunc, RtxHashEqualsFunc equalsFunc)                 \
   {                                                                                                                    \
-    return rtxHashNew<Map>(pctxt, size, hashFunc ? hashFunc : hash, equalsFunc ? equalsFunc : equals);                 \
+    return rtxHashNew<Map>(pctxt, size, hashFunc ? hashFunc : (hash), equalsFunc ? equalsFunc : (equals));             \
   }                                                                                                                    \
   int name##Copy(RtxContext* pctxt, const Map* pSrc, Map* pDest)                                                       \
   {                                                                                                                    \
@@ -69,6 +70,8 @@ static int equalStrings(const void* a, const void* b)
   {                                                                                                                    \
     return rtxHashSort(pctxt, pMap, pList, compare);                                                                   \
   }
+
+// NOLINTEND(bugprone-macro-parentheses)
 
 using Pointer = void*;
 EXPORT_HASH_MAP(rtxHashMap, RtxHashMap, Pointer, Pointer, hashAddress, equalAddresses)

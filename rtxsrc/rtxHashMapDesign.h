@@ -40,8 +40,9 @@ template <class Map> using RtxHashValue = decltype(RtxHashEntry<Map>::value);
 
 template <class Map> RtxHashEntry<Map>** rtxHashNewTable(RtxContext* pctxt, uint32_t length)
 {
-  if (length > SIZE_MAX / sizeof(void*)) return nullptr;
-  return static_cast<RtxHashEntry<Map>**>(rtxMemHeapAllocZ(&pctxt->pMemHeap, length * sizeof(void*)));
+  const size_t heads = length;
+  if (heads > SIZE_MAX / sizeof(void*)) return nullptr; // where a size has 32 bits
+  return static_cast<RtxHashEntry<Map>**>(rtxMemHeapAllocZ(&pctxt->pMemHeap, heads * sizeof(void*)));
 }
 
 template <class Map>

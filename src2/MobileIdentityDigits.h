@@ -47,7 +47,7 @@ inline bool putIdentityDigits(L3Call& call, uint8_t identType, const char* digit
     if (rtxTBCDCharToBin(digits[i], &nibbles[i]) < 0) return false;
   uint8_t* at = buffer.data + buffer.byteIndex;
   *at++ = static_cast<uint8_t>(octets);
-  *at++ = static_cast<uint8_t>(nibbles[0] << 4 | (count & 1) << 3 | identType);
+  *at++ = static_cast<uint8_t>(nibbles[0] << 4 | (count & 1 ? 8 : 0) | identType);
   for (size_t i = 1; i < count; i += 2) *at++ = static_cast<uint8_t>(nibbles[i + 1] << 4 | nibbles[i]);
   buffer.byteIndex += octets + 1;
   return true;

@@ -74,7 +74,7 @@ static int openLength(L3Call& call, Identity& identity, L3Region& region, size_t
   l3PushName(call, frame, "length");
   int status = l3DecBits(call, &identity.length, 8, 1, "INTEGER");
   if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
-  end = l3BitPos(call.pctxt) + identity.length * 8U;
+  end = l3BitPos(call.pctxt) + size_t{identity.length} * 8;
   if (identity.length == 0 || identity.length > kMaxLength) l3NoteRange(call, kDecoder, __LINE__, identity.length);
   status = l3PushRegion(call, region, identity.length, false);
   if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
