@@ -55,6 +55,8 @@ static const Refused kRefused[] = {
     {"element A [1]\n  M x octets 4\n  M y octets 4 while-room 0..300\n",
      "4: an inline list holds at most 255 entries; add heap"},
     {"element A length 8 by hand X form TLV-E [1]\n  M x bits 8\n", "2: form TLV-E contradicts a length of 8 bits"},
+    {"element A decode by hand X direct by hand [1]\n  M x bits 8\n",
+     "2: direct coders by hand are for hand-coded elements"},
     {"element A form TLV [1]\n  M x bits 8\n", "2: a form is for hand-coded elements"},
     {"message A [1]\n  0x1- x bits 8\n", "3: a half-octet IEI needs an element of 4 bits"},
     {"message A [1]\n  0x11 x bits 4\n", "3: an IEI of 8 bits needs whole octets, not 4 bits"},

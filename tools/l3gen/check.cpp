@@ -128,6 +128,8 @@ static void checkRow(const Type& type, const Row& row)
 
 static void checkForm(const Type& type)
 {
+  if (type.directByHand && (type.decodeFile.empty() || type.encodeFile.empty()))
+    refuse(type.place, "direct coders by hand are for hand-coded elements");
   if (type.form.empty()) return;
   if (type.decodeFile.empty()) refuse(type.place, "a form is for hand-coded elements");
   unsigned length = type.rows.empty() || type.rows[0].when != When::Length ? 0 : type.rows[0].number;
