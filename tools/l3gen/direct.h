@@ -70,4 +70,48 @@ std::string writeDirect(Model& model, const Module& module, bool encoder);
 std::string decodeDirect(const Type& type);
 std::string encodeDirect(const Type& type);
 
+// The writers' common walks. What they call is found beside the writer: leafRun, octets, text, choice, body, list for
+// elements; length, closeLengths, conditional for rows.
+template <class Writer>
+void element(Writer& w, const What& what, const Often& often, const std::optional<Range>& range,
+             const std::string& member)
+{
+  if (often.end != End::None) return list(w, what, often, range, member);
+  auto leaves = leavesOf(what, range, member);
+  if (!leaves.empty()) return leafRun(w, leaves);
+  switch (what.kind) {
+    case WhatKind::Octets:
+      return octets(w, what, range, member);
+    case WhatKind::Text:
+      return text(w, what, range, member);
+    case WhatKind::Type:
+      w.giveUpIf(directCall(*what.type, "&" + member, Writer::kEncoder));
+      return w.movedOver(*what.type);
+    case WhatKind::Choice:
+      return choice(w, what, member);
+    case WhatKind::Body:
+      return body(w, what, member);
+    default:
+      return;
+  }
+}
+
+template <class Writer> void rows(Writer& w)
+{
+  auto all = plainRows(w.type);
+  for (size_t at = 0; at < all.size();) {
+    auto leaves = takeLeaves(w.type, all, at);
+    if (!leaves.empty()) {
+      leafRun(w, leaves);
+      continue;
+    }
+    const Row& row = *all[at++];
+    if (row.when == When::Length)
+      length(w, row);
+    else
+      conditional(w, row);
+  }
+  closeLengths(w);
+}
+
 } // namespace l3gen

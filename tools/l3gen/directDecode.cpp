@@ -5,12 +5,10 @@ namespace l3gen {
 
 // Regions are numbered as they come; each remembers where in its octet it begins, and so ends.
 struct DecodeWriter : DirectWriter {
+  static constexpr bool kEncoder = false;
   std::vector<int> regions;
   using DirectWriter::DirectWriter;
 };
-
-static void element(DecodeWriter& w, const What& what, const Often& often, const std::optional<Range>& range,
-                    const std::string& member);
 
 static void take(DecodeWriter& w, unsigned bits)
 {
@@ -212,29 +210,6 @@ static void list(DecodeWriter& w, const What& what, const Often& often, const st
   w.line(format("l3DirectCut(in, reinterpret_cast<void**>(&%s.elem), %s, room%s, sizeof *%s.elem);", m, c, c, m));
 }
 
-static void element(DecodeWriter& w, const What& what, const Often& often, const std::optional<Range>& range,
-                    const std::string& member)
-{
-  if (often.end != End::None) return list(w, what, often, range, member);
-  auto leaves = leavesOf(what, range, member);
-  if (!leaves.empty()) return leafRun(w, leaves);
-  switch (what.kind) {
-    case WhatKind::Octets:
-      return octets(w, what, range, member);
-    case WhatKind::Text:
-      return text(w, what, range, member);
-    case WhatKind::Type:
-      w.giveUpIf(directCall(*what.type, "&" + member, false));
-      return w.movedOver(*what.type);
-    case WhatKind::Choice:
-      return choice(w, what, member);
-    case WhatKind::Body:
-      return body(w, what, member);
-    default:
-      return;
-  }
-}
-
 static void length(DecodeWriter& w, const Row& row)
 {
   take(w, row.number);
@@ -297,21 +272,8 @@ static void conditional(DecodeWriter& w, const Row& row)
   if (!always) w.maybeFrom(before);
 }
 
-static void rows(DecodeWriter& w)
+static void closeLengths(DecodeWriter& w)
 {
-  auto all = plainRows(w.type);
-  for (size_t at = 0; at < all.size();) {
-    auto leaves = takeLeaves(w.type, all, at);
-    if (!leaves.empty()) {
-      leafRun(w, leaves);
-      continue;
-    }
-    const Row& row = *all[at++];
-    if (row.when == When::Length)
-      length(w, row);
-    else
-      conditional(w, row);
-  }
   while (!w.regions.empty()) {
     w.used = w.regions.back();
     w.regions.pop_back();

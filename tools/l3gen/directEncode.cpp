@@ -5,12 +5,10 @@ namespace l3gen {
 
 // With the lengths that are still open.
 struct EncodeWriter : DirectWriter {
+  static constexpr bool kEncoder = true;
   std::vector<const Row*> open;
   using DirectWriter::DirectWriter;
 };
-
-static void element(EncodeWriter& w, const What& what, const Often& often, const std::optional<Range>& range,
-                    const std::string& member);
 
 static void put(EncodeWriter& w, unsigned bits, const std::string& value)
 {
@@ -134,29 +132,6 @@ static void list(EncodeWriter& w, const What& what, const Often& often, const st
   if (often.end == End::MoreBit) put(w, 1, "0");
 }
 
-static void element(EncodeWriter& w, const What& what, const Often& often, const std::optional<Range>& range,
-                    const std::string& member)
-{
-  if (often.end != End::None) return list(w, what, often, range, member);
-  auto leaves = leavesOf(what, range, member);
-  if (!leaves.empty()) return leafRun(w, leaves);
-  switch (what.kind) {
-    case WhatKind::Octets:
-      return octets(w, what, range, member);
-    case WhatKind::Text:
-      return text(w, what, range, member);
-    case WhatKind::Type:
-      w.giveUpIf(directCall(*what.type, "&" + member, true));
-      return w.movedOver(*what.type);
-    case WhatKind::Choice:
-      return choice(w, what, member);
-    case WhatKind::Body:
-      return body(w, what, member);
-    default:
-      return;
-  }
-}
-
 static std::string present(const EncodeWriter& w, const Row& row)
 {
   if (row.when == When::WhenCond) return conditionOf(w.type, row);
@@ -204,21 +179,8 @@ static void closeLength(EncodeWriter& w)
   if (row.range) w.giveUpIf(outside(*row.range, "count"));
 }
 
-static void rows(EncodeWriter& w)
+static void closeLengths(EncodeWriter& w)
 {
-  auto all = plainRows(w.type);
-  for (size_t at = 0; at < all.size();) {
-    auto leaves = takeLeaves(w.type, all, at);
-    if (!leaves.empty()) {
-      leafRun(w, leaves);
-      continue;
-    }
-    const Row& row = *all[at++];
-    if (row.when == When::Length)
-      length(w, row);
-    else
-      conditional(w, row);
-  }
   while (!w.open.empty()) closeLength(w);
 }
 
