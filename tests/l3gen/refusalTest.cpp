@@ -54,6 +54,7 @@ static const Refused kRefused[] = {
     {"element A [1]\n  M x bits 4 in 0..16\n", "3: 0 to 16 does not fit in 4 bits"},
     {"element A [1]\n  M x octets 4\n  M y octets 4 while-room 0..300\n",
      "4: an inline list holds at most 255 entries; add heap"},
+    {"type A octets length 8 in 1..256 [1]\n", "2: 1 to 256 does not fit in 8 bits"},
     {"element A length 8 by hand X form TLV-E [1]\n  M x bits 8\n", "2: form TLV-E contradicts a length of 8 bits"},
     {"element A decode by hand X direct by hand [1]\n  M x bits 8\n",
      "2: direct coders by hand are for hand-coded elements"},

@@ -44,6 +44,7 @@ static void checkRange(const Row& row)
   auto scalar = scalarOf(row.what);
   if (!string && !scalar && row.when != When::Length) refuse(row.place, "'in' has nothing to test here");
   unsigned bits = row.when == When::Length ? row.number : scalar ? scalar->bits : 32;
+  if (string && row.what.from == From::Own) bits = row.what.bits;
   if (bits < 32 && row.range->hi >> bits)
     refuse(row.place, format("%u to %u does not fit in %u bits", row.range->lo, row.range->hi, bits));
 }

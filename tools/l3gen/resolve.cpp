@@ -330,12 +330,13 @@ static void nameMembers(Type& type)
   }
 }
 
-// A type named after another type and one of its elements is a part of it: its sample stands in the sample of the
-// whole.
+// A type named after another type and one of its elements is a part of it, and so is a list that is named after its
+// entries: its sample stands in the sample of the whole.
 static void markParts(Model& model)
 {
   for (auto& type : model.types) {
     if (type->kind == Kind::Pdu) continue;
+    if (type->name.starts_with("_SeqOf")) type->words["no-sample"] = "";
     for (size_t at = type->name.find('_'); at != std::string::npos; at = type->name.find('_', at + 1))
       if (model.byName.count(type->module->name + "_" + type->name.substr(0, at))) type->words["no-sample"] = "";
   }
