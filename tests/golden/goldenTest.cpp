@@ -10,6 +10,7 @@
 #include <set>
 
 #include "rt3gppsrc/engine/l3Call.h"
+#include "tests/golden/edges.h"
 #include "tests/outcome.h"
 
 namespace {
@@ -59,19 +60,29 @@ std::string shapeOf(const L3Type& type, const uint8_t* value)
   return text;
 }
 
-Octets encoded(const L3TypeEntry& entry, bool minimal, int& status)
+void* sampleIn(RtxContext* ctxt, const L3TypeEntry& entry)
 {
-  Setting setting;
-  OutcomeContext ctxt(setting);
-  void* value = entry.sample ? entry.sample(ctxt) : l3Sample(ctxt, *entry.type);
-  Octets octets(1 << 16, 0);
-  status = -1;
-  if (!value || !entry.encode) return {};
-  if (minimal) clearPresence(*entry.type, static_cast<uint8_t*>(value));
+  return entry.sample ? entry.sample(ctxt) : l3Sample(ctxt, *entry.type);
+}
+
+Octets encodedIn(OutcomeContext& ctxt, const L3TypeEntry& entry, void* value, int& status)
+{
+  Octets octets(1 << 12, 0);
   ctxt.bind(octets.data(), octets.size());
   status = entry.encode(ctxt, value);
   octets.resize(status < 0 ? 0 : ctxt->buffer.byteIndex + (ctxt->buffer.bitOffset != 8));
   return octets;
+}
+
+Octets encoded(const L3TypeEntry& entry, bool minimal, int& status)
+{
+  Setting setting;
+  OutcomeContext ctxt(setting);
+  void* value = sampleIn(ctxt, entry);
+  status = -1;
+  if (!value || !entry.encode) return {};
+  if (minimal) clearPresence(*entry.type, static_cast<uint8_t*>(value));
+  return encodedIn(ctxt, entry, value, status);
 }
 
 // Findings without the lines of the definitions, which move with every edit.
@@ -103,19 +114,75 @@ void decodeInto(Digest& digest, const L3TypeEntry& entry, const Octets& octets)
   digest.add(printed(*entry.type, "x", value) + shapeOf(*entry.type, value));
 }
 
-void decodeDamaged(Digest& digest, const L3TypeEntry& entry, Octets octets)
+// Elements are looked at closely, messages by what they add to their elements.
+bool isElement(const L3TypeEntry& entry)
+{
+  return !(entry.type->flags & (kL3IsMessage | kL3IsPdu));
+}
+
+void decodeCut(Digest& digest, const L3TypeEntry& entry, const Octets& octets)
 {
   for (size_t cut = 0; cut <= octets.size(); ++cut)
     decodeInto(digest, entry, Octets(octets.begin(), octets.begin() + long(cut)));
+}
+
+// Each octet otherwise; the first of an element and the header of a form in every way.
+void decodeChanged(Digest& digest, const L3TypeEntry& entry, Octets octets)
+{
   for (size_t i = 0; i < octets.size() && i < 160; ++i) {
     uint8_t whole = octets[i];
-    bool small = octets.size() <= 24 && i < 2;
-    unsigned step = small ? 1 : i < 8 ? 17 : 85;
+    bool close = entry.type->flags & kL3IsPdu ? i < 4 : i < 1 && isElement(entry);
+    unsigned step = close ? 1 : i < 8 ? 17 : 85;
     for (unsigned change = step; change < 256; change += step) {
       octets[i] = uint8_t(whole ^ change);
       decodeInto(digest, entry, octets);
     }
     octets[i] = whole;
+  }
+}
+
+// Has the record a list or string that a field of its own counts?
+bool counts(const L3Type& type)
+{
+  for (const L3Row* row = type.rows; row < type.rows + type.rowCount; ++row) {
+    if (row->op == kL3List && static_cast<const L3List*>(row->info)->end == kL3Times) return true;
+    if (row->op == kL3Octets && static_cast<const L3Octets*>(row->info)->from == kL3ByField) return true;
+  }
+  return false;
+}
+
+// Two octets at once for long lengths, and counts with enough behind them for all that they count.
+void decodeCounts(Digest& digest, const L3TypeEntry& entry, const Octets& octets)
+{
+  if (!isElement(entry)) return;
+  for (size_t i = 0; i + 1 < octets.size() && i < 2; ++i)
+    for (unsigned word : {0U, 1U, 2U, 3U, 4U, 5U, 0xFFFEU, 0xFFFFU}) {
+      Octets changed(octets);
+      changed[i] = uint8_t(word >> 8);
+      changed[i + 1] = uint8_t(word);
+      decodeInto(digest, entry, changed);
+    }
+  for (size_t i = 0; i < octets.size() && i < 4 && counts(*entry.type); ++i)
+    for (unsigned change = 1; change < 256; ++change) {
+      Octets longer(octets);
+      longer[i] = uint8_t(longer[i] ^ change);
+      longer.insert(longer.end(), 260, 1);
+      decodeInto(digest, entry, longer);
+    }
+}
+
+// Counts and numbers at the ends of their ranges and beyond: what the encoder takes is decoded again.
+void encodeEdges(Digest& digest, const L3TypeEntry& entry)
+{
+  for (unsigned index = 0; entry.encode; ++index) {
+    Setting setting;
+    OutcomeContext ctxt(setting);
+    void* value = sampleIn(ctxt, entry);
+    if (!value || !moveToEdge(ctxt, *entry.type, value, index)) return;
+    int status = 0;
+    Octets octets = encodedIn(ctxt, entry, value, status);
+    digest.add(std::to_string(status) + findings(ctxt.operator->()) + hexOf(octets));
+    if (entry.decode && status >= 0) decodeInto(digest, entry, octets);
   }
 }
 
@@ -139,9 +206,12 @@ std::string rowOf(const L3TypeEntry& entry)
   for (int i = 0; i < 2; ++i) {
     row += "\t" + (status[i] < 0 ? std::to_string(status[i]) : i && octets[0] == octets[1] ? "=" : hexOf(octets[i]));
     if (!entry.decode || (i && octets[0] == octets[1])) continue;
-    decodeDamaged(digest, entry, octets[i]);
+    decodeCut(digest, entry, octets[i]);
+    decodeChanged(digest, entry, octets[i]);
+    if (i == 1 || octets[0] == octets[1]) decodeCounts(digest, entry, octets[i]);
     if (i == 0) decodeTails(digest, entry, octets[i]);
   }
+  encodeEdges(digest, entry);
   char text[64];
   snprintf(text, sizeof text, "\t%u/%u\t%016llX", digest.taken, digest.inputs, (unsigned long long)digest.hash);
   return row + text;
