@@ -4,6 +4,10 @@ file(GLOB VELNOR_RUNTIME CONFIGURE_DEPENDS
 
 include(cmake/Generated.cmake)
 include(cmake/Coverage.cmake)
+if(VELNOR_TESTS_SHARED)
+  file(GLOB handWritten CONFIGURE_DEPENDS src2/*.cpp)
+  set_source_files_properties(${handWritten} PROPERTIES COMPILE_OPTIONS -O0)
+endif()
 add_library(velnor3gpp_objects OBJECT ${VELNOR_RUNTIME} ${VELNOR_GENERATED})
 add_dependencies(velnor3gpp_objects velnor3gpp_generate)
 target_include_directories(velnor3gpp_objects PUBLIC ${PROJECT_SOURCE_DIR}/include ${VELNOR_GENERATED_DIR}/include

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Changes single rows of the definitions at random and counts how many of the changes the tests notice.
 
-    tools/mutate.py [--seed N] [--count N] [--kinds KIND,...] [--build DIR] [--list]
+    tools/mutate.py [--seed N] [--count N] [--kinds KIND,...] [--batch N] [--minutes N] [--build DIR] [--list]
 
 Each mutant is one changed row: an IEI, a width, the order of two rows, presence, a bound, a form of length, a value of an
 enumeration, a message type, a selector of a choice. The generator may refuse it, the compiler may, or a test program fails; what none of them
@@ -10,9 +10,11 @@ they are. docs/testing.md has the last figures.
 """
 import argparse
 import collections
+import json
 import pathlib
 import random
 import re
+import shlex
 import shutil
 import subprocess
 import sys
@@ -22,7 +24,7 @@ TOP = pathlib.Path(__file__).resolve().parent.parent
 # Programs that know what definitions should say. Those that compare the library with itself or do not reach the
 # definitions are left out: they could only catch more. The second ones see generated headers, so they are compiled anew
 # for many mutants: only for what the first ones let through.
-FIRST = ['vectors', 'corpus', 'golden']
+FIRST = ['golden', 'vectors', 'corpus']
 SECOND = ['family', 'core24008', 'eps', 'capability', 'quirks']
 FILTERS = {'family': '-*AllocationFailures*'}
 PRESENCE = {'M': ['room', '0/1'], 'room': ['M'], '0/1': ['M'], 'L/H': ['M', '0/1'], 'ext': ['M']}
@@ -151,11 +153,11 @@ KINDS = {name[len('mutate_'):]: function for name, function in list(globals().it
 
 
 class Mutant:
-    def __init__(self, kind, file, lines, changed):
+    def __init__(self, kind, file, lines, header, changed):
         self.kind, self.file, self.changed = kind, file, changed
-        self.text = '\n'.join(changed.get(i, line) for i, line in enumerate(lines)) + '\n'
         shown = [(i, changed[i]) for i in sorted(changed)]
         self.module = next(line.split()[1] for line in lines if line.startswith('module '))
+        self.type = f'{self.module}_{lines[header].split()[1]}'
         self.title = f'{kind:9}{file.name}:{shown[0][0] + 1}'
         self.diff = '\n'.join(f'    - {lines[i].strip()}\n    + {new.strip()}' for i, new in shown)
 
@@ -189,8 +191,44 @@ def draw(seed, count, kinds):
         for kind in kinds:
             if queues[kind] and len(mutants) < count:
                 _, file, lines, i, header = queues[kind].pop()
-                mutants.append(Mutant(kind, file, lines, KINDS[kind](lines, i, header, rng)))
+                mutants.append(Mutant(kind, file, lines, header, KINDS[kind](lines, i, header, rng)))
     return mutants
+
+
+def uses():
+    """For each type all that it is made of."""
+    direct, names = {}, set()
+    for file in sorted((TOP / 'src').glob('*.l3')):
+        module, name = None, None
+        for line in file.read_text().splitlines():
+            words = line.split()
+            if line.startswith('module '):
+                module = words[1]
+            elif words and line[0] not in ' \t#':
+                name = f'{module}_{words[1]}'
+                names.add(name)
+            if words and name:
+                direct.setdefault(name, set()).update(words[1:], (f'{module}_{word}' for word in words[1:]))
+    closed = {}
+
+    def close(name):
+        if name not in closed:
+            closed[name] = set()
+            for used in (direct[name] & names) - {name}:
+                closed[name] |= {used} | close(used)
+        return closed[name]
+    return {name: close(name) for name in sorted(names)}
+
+
+def next_batch(mutants, size, held):
+    """Mutants of types of which none is made of another: each shows in the row of its own type."""
+    batch = []
+    for mutant in mutants:
+        apart = all(mutant.type != other.type and mutant.type not in held[other.type] and
+                    other.type not in held[mutant.type] for other in batch)
+        if apart and len(batch) < size:
+            batch.append(mutant)
+    return batch
 
 
 class Bench:
@@ -203,8 +241,14 @@ class Bench:
         self.run(['cmake', '-S', str(TOP), '-B', str(build), '-G', 'Ninja', '-DCMAKE_BUILD_TYPE=Debug',
                   '-DCMAKE_CXX_FLAGS=-O1 -g0', '-DCMAKE_CXX_FLAGS_DEBUG=', '-DVELNOR_TESTS_SHARED=ON'] +
                  ([f'-DCMAKE_{lang}_COMPILER_LAUNCHER=ccache' for lang in ('C', 'CXX')] if shutil.which('ccache') else []))
+        self.stale = set()
         self.stages = [[p for p in stage if p not in without] for stage in (FIRST, SECOND)]
         self.run(['ninja', '-C', str(build)] + [f'test-{p}' for stage in self.stages for p in stage])
+        commands = json.loads((build / 'compile_commands.json').read_text())
+        self.commands = {c['file']: c['command'] for c in commands}
+        self.link = subprocess.run(['ninja', '-C', str(build), '-t', 'commands', '-s',
+                                    'tests/libvelnor3gpp_tested.so'],
+                                   capture_output=True, text=True).stdout.strip()
         self.l3gen = next(p for p in (build / 'l3gen', build / 'tools' / 'l3gen') if p.is_file())
 
     def run(self, command):
@@ -212,20 +256,22 @@ class Bench:
         if done.returncode:
             sys.exit(f'{" ".join(command)}\n{done.stdout[-3000:]}{done.stderr[-3000:]}')
 
-    def generate(self, mutant):
+    def generate(self, mutants):
         """False if the generator refuses."""
         source = self.build / 'mutated'
         source.mkdir(exist_ok=True)
         files = []
         for file in sorted((TOP / 'src').glob('*.l3')):
-            text = mutant.text if mutant and mutant.file == file else file.read_text()
-            (source / file.name).write_text(text)
+            changed = {i: line for mutant in mutants if mutant.file == file for i, line in mutant.changed.items()}
+            lines = [changed.get(i, line) for i, line in enumerate(file.read_text().splitlines())]
+            (source / file.name).write_text('\n'.join(lines) + '\n')
             files.append(str(source / file.name))
         done = subprocess.run([str(self.l3gen), str(self.made)] + files, capture_output=True, text=True)
         return done.returncode == 0
 
     def install(self):
-        """Copies what differs, headers without their comments."""
+        """Copies what differs, headers without their comments. Gives the names of what was copied."""
+        changed = set()
         for file in self.made.rglob('*'):
             if not file.is_file():
                 continue
@@ -235,6 +281,21 @@ class Bench:
             target = self.generated / file.relative_to(self.made)
             if not target.exists() or target.read_text() != text:
                 target.write_text(text)
+                changed.add(str(target))
+        return changed
+
+    def patch(self, changed):
+        """Compiles what changed and, with a header, all tables and hand-written coders, which know the layout of records.
+        The exported functions hand pointers on: they need not be compiled for tests that go by the tables."""
+        self.stale |= {f for f in changed if f.endswith('.cpp')}
+        if any(f.endswith('.h') for f in changed):
+            self.stale |= {f for f in self.commands if f'{TOP}/src2/' in f or
+                           (f'{self.generated}/src/' in f and not f.endswith(('Dec.cpp', 'Enc.cpp', 'L3TypeTable.cpp')))}
+        for file in sorted(self.stale):
+            if subprocess.run(['nice'] + shlex.split(self.commands[file]), cwd=self.build, capture_output=True).returncode:
+                return False
+            self.stale.discard(file)
+        return subprocess.run(self.link, shell=True, cwd=self.build, capture_output=True).returncode == 0
 
     def compile(self, programs):
         command = ['nice', 'ninja', '-j1', '-C', str(self.build)] + [f'test-{p}' for p in programs]
@@ -249,20 +310,33 @@ class Bench:
             return True
 
     def first_failing(self, programs, module):
+        last = None
         for program in programs:
-            # The changed module's table is the one to look into first.
-            if program == 'golden' and module and self.fails(program, f'*/{module}'):
+            tests = FILTERS.get(program, '*')
+            if program == 'golden' and module:  # the others after all else
+                tests, last = f'*/{module}', f'-*/{module}'
+            if self.fails(program, tests):
                 return program
-            if self.fails(program, FILTERS.get(program, '*')):
-                return program
-        return None
+        return 'golden' if last and self.fails('golden', last) else None
+
+    def outcomes(self, batch):
+        """Of several mutants at once, as far as the golden tables tell them apart; of the others one by one."""
+        found = {mutant: 'refused' for mutant in batch if not self.generate([mutant])}
+        left = [mutant for mutant in batch if mutant not in found]
+        if len(left) > 1 and self.generate(left) and self.patch(self.install()):
+            modules = ':'.join(sorted({f'*/{mutant.module}' for mutant in left}))
+            command = ['nice', str(self.build / 'tests' / 'test-golden'), '--gtest_brief=1', f'--gtest_filter={modules}']
+            told = set(subprocess.run(command, capture_output=True, text=True, timeout=900).stdout.split('\n'))
+            found.update({mutant: 'golden' for mutant in left if mutant.type in told})
+        return [(mutant, found.get(mutant) or self.outcome(mutant)) for mutant in batch]
 
     def outcome(self, mutant):
-        if not self.generate(mutant):
+        if not self.generate([mutant] if mutant else []):
             return 'refused'
-        self.install()
+        if not self.patch(self.install()):
+            return 'not compiled'
         for programs in self.stages:
-            if not self.compile(programs):
+            if (not mutant or programs is self.stages[-1]) and not self.compile(programs):
                 return 'not compiled'
             if failing := self.first_failing(programs, mutant and mutant.module):
                 return failing
@@ -293,9 +367,12 @@ def main():
     parser.add_argument('--kinds', default=','.join(KINDS))
     parser.add_argument('--build', type=pathlib.Path, default=TOP / 'build' / 'mutants')
     parser.add_argument('--without', action='append', default=[], help='a test program to leave out')
+    parser.add_argument('--minutes', type=float, default=1e9, help='ends with what has been done by then')
+    parser.add_argument('--batch', type=int, default=10, help='mutants of unrelated types that are built together')
+    parser.add_argument('--skip', type=int, default=0, help='leaves the first ones out')
     parser.add_argument('--list', action='store_true', help='shows the mutants and does nothing')
     options = parser.parse_args()
-    mutants = draw(options.seed, options.count, options.kinds.split(','))
+    mutants = draw(options.seed, options.count, options.kinds.split(','))[options.skip:]
     if options.list:
         for mutant in mutants:
             print(f'{mutant.title}\n{mutant.diff}')
@@ -304,9 +381,13 @@ def main():
     if (failing := bench.outcome(None)) != 'SURVIVED':
         sys.exit(f'without a mutant: {failing}')
     results, start = [], time.time()
-    for mutant in mutants:
-        results.append((mutant, bench.outcome(mutant)))
-        print(f'{len(results):4} {mutant.title:40} {results[-1][1]}', flush=True)
+    held = uses()
+    while mutants and time.time() - start < options.minutes * 60:
+        batch = next_batch(mutants, options.batch, held)
+        mutants = [mutant for mutant in mutants if mutant not in batch]
+        for mutant, outcome in bench.outcomes(batch):
+            results.append((mutant, outcome))
+            print(f'{len(results):4} {mutant.title:40} {outcome}', flush=True)
     report(results, time.time() - start)
 
 
