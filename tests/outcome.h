@@ -59,7 +59,7 @@ public:
 
 private:
   RtxContext ctxt;
-  const Setting& setting;
+  Setting setting;
 };
 
 inline std::string errorsOf(const RtxContext* ctxt)

@@ -86,21 +86,13 @@ static void releaseHeld(L3Call& call)
 
 using Go = bool (*)(L3Call& call, const L3Type& type, void* record);
 
-// A buffer that has grown stays where it is; one whose growth was refused names a size that it does not have.
-static void restoreBuffer(RtxBuffer& buffer, const RtxBuffer& before)
-{
-  if (buffer.data == before.data) buffer.size = before.size;
-  buffer.byteIndex = before.byteIndex;
-  buffer.bitOffset = before.bitOffset;
-}
-
 [[gnu::cold]] static void giveUp(L3Call& call, const RtxBuffer& before, uint32_t flags)
 {
   call.abandoned = call.keepTypeName = false;
   call.tried = true;
   rtxErrResetErrInfo(call.pctxt);
   releaseHeld(call);
-  restoreBuffer(call.pctxt->buffer, before);
+  call.pctxt->buffer = before;
   call.pctxt->flags = flags;
 }
 
@@ -111,10 +103,12 @@ template <Go go> static bool runTrial(L3Call& call, const L3Type& type, void* re
   uint32_t flags = pctxt->flags;
   L3Name* names = call.names;
   L3Region* regions = call.regions;
+  pctxt->buffer.dynamic = 0; // a buffer that has to grow is the walk's: a refused growth leaves it with a wrong size
   call.trial = true;
   call.abandoned = false;
   call.held = 0;
   bool good = go(call, type, record) && wentWell(call, 0);
+  pctxt->buffer.dynamic = before.dynamic;
   call.trial = false;
   call.names = names;
   call.regions = regions;
@@ -160,8 +154,6 @@ bool l3DirectPutType(L3DirectOut& out, const L3Type& type, void* value)
   setCursor(pctxt, out.pos);
   setTail(pctxt, out.tail);
   int status = l3EncType(call, type, value);
-  out.data = pctxt->buffer.data; // it may have grown
-  out.end = pctxt->buffer.size * 8;
   out.pos = cursor(pctxt);
   out.tail = (pctxt->flags & RTX_OPENTAIL_FLAG) != 0;
   return wentWell(call, status) && out.pos <= out.end;
