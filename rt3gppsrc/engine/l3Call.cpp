@@ -13,11 +13,6 @@ void l3SetSlowMode(bool on)
   gSlowMode = on;
 }
 
-bool l3SlowMode()
-{
-  return gSlowMode;
-}
-
 void l3Begin(L3Call& call, RtxContext* pctxt, L3Name& frame, const char* typeName)
 {
   bool stream = pctxt->pStream && !(pctxt->flags & RTX_FLAG_BUFFER_MODE);

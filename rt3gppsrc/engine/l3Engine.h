@@ -21,6 +21,5 @@ const L3TypeEntry* l3FindType(const char* fullName);
 
 // Slow mode, the oracle of differential tests: real stacks from the start and no runs. Process-wide, set by tests only.
 void l3SetSlowMode(bool on);
-bool l3SlowMode();
 
 #endif
