@@ -21,11 +21,7 @@ else()
   message(STATUS "Left out: the tests (install libgtest-dev)")
 endif()
 
-find_package(benchmark QUIET)
-if(VELNOR_COVERAGE)
-  # Only what the tests run is counted.
-elseif(benchmark_FOUND)
+# Only what the tests run is counted.
+if(NOT VELNOR_COVERAGE)
   add_subdirectory(bench)
-else()
-  message(STATUS "Left out: the benchmarks (install libbenchmark-dev)")
 endif()

@@ -1,0 +1,95 @@
+// Holds the ratios of limits.txt: coding, printing and protecting against the floor of the same mix, both measured in
+// turns in the same run, as minima of many short bursts, so that a loaded or slower machine moves both. A ratio that
+// is over its limit is measured again, longer, before it counts.
+#include <algorithm>
+#include <cstdio>
+#include <fstream>
+#include <map>
+#include <sstream>
+
+#include "bench/common/work.h"
+
+namespace {
+
+constexpr double kBurstNs = 60000;
+constexpr unsigned kBursts = 500;
+constexpr int kTries = 5;
+
+using Make = Work (*)(const Mix&);
+
+const std::map<std::string, Make> kWorks = {{"decode", decodeWork},
+                                            {"encode", encodeWork},
+                                            {"print", printWork},
+                                            {"protect", protectWork},
+                                            {"unprotect", unprotectWork}};
+
+const Mix& mixOf(const std::string& name)
+{
+  static const std::map<std::string, Mix> mixes = {
+      {"5gs", readMix("5gs", "ts24501.tsv")},
+      {"eps", readMix("eps", "ts24301.tsv")},
+      {"sms", readMix("sms", "ts24011.tsv")},
+      {"5gsProtected", readProtected("5gsProtected", "TS24501Msg_PDU")},
+      {"epsProtected", readProtected("epsProtected", "TS24301Msg_PDU")},
+      {"units", made("units", manyUnits(65536))},
+      {"nested", made("nested", nestedUnits(65536))},
+  };
+  auto found = mixes.find(name);
+  if (found == mixes.end()) giveUp("no mix " + name);
+  return found->second;
+}
+
+// Least time per message; of printing, per line.
+struct Pair {
+  double floor = 1e18, job = 1e18;
+};
+
+Pair measure(const Work& floor, const Work& job, unsigned bursts)
+{
+  Pair least;
+  for (unsigned i = 0; i < bursts; ++i) {
+    least.floor = std::min(least.floor, leastTime(floor, 1, kBurstNs));
+    least.job = std::min(least.job, leastTime(job, 1, kBurstNs));
+  }
+  if (job.lines) least.job *= static_cast<double>(job.messages) / static_cast<double>(job.lines);
+  return least;
+}
+
+bool holds(const std::string& name, double limit)
+{
+  size_t slash = name.find('/');
+  auto make = kWorks.find(slash == std::string::npos ? name : name.substr(slash + 1));
+  if (make == kWorks.end()) giveUp("no work " + name);
+  const Mix& mix = mixOf(name.substr(0, slash));
+  Work floor = floorWork(mix), job = make->second(mix);
+  Pair pair;
+  for (int tries = 1; tries <= kTries; ++tries) {
+    Pair next = measure(floor, job, kBursts * static_cast<unsigned>(tries));
+    pair = {std::min(pair.floor, next.floor), std::min(pair.job, next.job)};
+    if (pair.job / pair.floor <= limit) break;
+  }
+  bool good = pair.job / pair.floor <= limit;
+  printf("%-24s floor %9.1f ns, job %10.1f ns, ratio %6.2f of %6.2f%s\n", name.c_str(), pair.floor, pair.job,
+         pair.job / pair.floor, limit, good ? "" : "  OVER THE LIMIT");
+  return good;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+  std::ifstream in(argc > 1 ? argv[1] : "");
+  bool good = true;
+  size_t checked = 0;
+  for (std::string line; std::getline(in, line);) {
+    std::stringstream fields(line.substr(0, line.find('#')));
+    std::string name;
+    double limit = 0;
+    if (!(fields >> name)) continue;
+    if (!(fields >> limit)) giveUp("no limit in: " + line);
+    good = holds(name, limit) && good;
+    ++checked;
+  }
+  if (!checked) giveUp("usage: speedCheck LIMITS");
+  return good ? 0 : 1;
+}
