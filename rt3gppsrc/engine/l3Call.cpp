@@ -23,7 +23,7 @@ void l3Begin(L3Call& call, RtxContext* pctxt, L3Name& frame, const char* typeNam
   call.regions = nullptr;
   call.plain = plain;
   call.lists = call.keepTypeName = call.failed = call.inBody = call.trial = call.abandoned = call.tried = false;
-  call.earlier = 0;
+  call.earlier = call.listOctets = 0;
   if (!plain) l3ToLists(call);
 }
 

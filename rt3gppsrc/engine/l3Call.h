@@ -37,6 +37,7 @@ struct L3Call {
   bool abandoned;    // a trial that has to be given up
   bool tried;        // one was given up: no other is begun
   size_t earlier;    // error records older than the innermost message inside a message
+  size_t listOctets; // allocated for entries of lists so far
   // What a trial has on the heap, to be released when it is given up; what finds no place here stays there.
   static constexpr unsigned kMaxHeld = 16;
   unsigned held = 0;
@@ -45,7 +46,12 @@ struct L3Call {
 
 // Findings that a call records beside a decoded value; further ones are passed over, so that no message of many small
 // faults outgrows the memory bound.
-inline constexpr size_t kL3MaxFindings = 32;
+inline constexpr size_t kL3MaxFindings = 16;
+
+// What the entries of all lists of one call may take, each step of their growth counted: so many octets, and so many
+// more for each octet of the input. Lists are not refused what the standard's bounds give them; no real message has
+// others that come near, but one of entries that hold next to nothing would.
+inline constexpr size_t kL3ListBase = 4096, kL3ListFactor = 40, kL3TrialFactor = 8;
 
 // Opens a call for a type of this name; the frame is the caller's.
 void l3Begin(L3Call& call, RtxContext* pctxt, L3Name& frame, const char* typeName);
@@ -76,8 +82,8 @@ void l3PopEntrySlow(L3Call& call);
 void l3PopRegionSlow(L3Call& call);
 bool l3HasRoomSlow(const RtxContext* pctxt);
 
-// A failing coder leaves its frames linked on purpose: they have been put on the real stacks by then, and nobody follows
-// the links any more.
+// A failing coder leaves its frames linked on purpose: they have been put on the real stacks by then, and nobody
+// follows the links any more.
 #if defined(__GNUC__) && !defined(__clang__) && __GNUC__ >= 12
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdangling-pointer"

@@ -7,9 +7,6 @@
 #include "velnor3gpp/rtxDiagBitTrace.h"
 #include "velnor3gpp/rtxMemHeap.h"
 
-// Octets of heap for the entries of one list: a base, so many times the input, and the input of a stream.
-static constexpr size_t kListBase = 32768, kListFactor = 16, kListStream = 65536;
-
 // A list under decoding: inline entries go to the record, others to one array that grows by doubling.
 struct ListWalk {
   const L3Type& type;
@@ -28,18 +25,19 @@ static const char* moduleOf(const ListWalk& walk)
 }
 
 // Twice the entries, but not beyond what the standard allows, and beyond that only in proportion to the input: records
-// of two thousand octets can stand for five on the wire. The same capacity again: there is no more room.
-static size_t nextCapacity(const RtxContext* pctxt, const ListWalk& walk)
+// of two thousand octets can stand for five on the wire. The same capacity again: there is no more room. On a stream
+// the octets read so far count as the input.
+static size_t nextCapacity(L3Call& call, const ListWalk& walk)
 {
   const L3List& info = walk.info;
   size_t capacity = walk.capacity ? walk.capacity * 2 : 2;
   size_t most = info.ranged ? info.hi : 0;
-  if (walk.capacity < most && capacity > most) return most;
-  size_t input = pctxt->pStream ? kListStream : pctxt->buffer.size;
-  size_t fitting = (kListBase + kListFactor * input) / info.elemSize;
-  if (fitting < most) fitting = most;
-  if (capacity > fitting) return fitting > walk.capacity ? fitting : walk.capacity;
-  return capacity;
+  if (walk.capacity < most && capacity > most) capacity = most;
+  size_t input = l3BitPos(call.pctxt) / 8;
+  if (input < call.pctxt->buffer.size) input = call.pctxt->buffer.size;
+  call.listOctets += capacity * info.elemSize;
+  bool fits = call.listOctets <= kL3ListBase + kL3ListFactor * input;
+  return fits || capacity <= most ? capacity : walk.capacity;
 }
 
 // Room for one more entry. Entries behind an inline array's end are decoded into spare storage and not kept.
@@ -52,7 +50,7 @@ static uint8_t* nextEntry(L3Call& call, ListWalk& walk)
     if (!walk.spare) walk.spare = static_cast<uint8_t*>(rtxMemHeapAlloc(heap, info.elemSize));
     return walk.spare;
   }
-  size_t capacity = nextCapacity(call.pctxt, walk);
+  size_t capacity = nextCapacity(call, walk);
   if (capacity == walk.capacity) return nullptr;
   void* grown = walk.entries ? rtxMemHeapRealloc(heap, walk.entries, capacity * info.elemSize)
                              : rtxMemHeapAlloc(heap, capacity * info.elemSize);

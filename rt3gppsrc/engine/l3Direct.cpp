@@ -113,6 +113,7 @@ template <Go go> static bool runTrial(L3Call& call, const L3Type& type, void* re
   call.names = names;
   call.regions = regions;
   if (good) return true;
+  call.listOctets = 0;
   giveUp(call, before, flags);
   return false;
 }
@@ -194,9 +195,8 @@ bool l3DirectText(L3DirectIn& in, size_t octets, bool labels, char*& text)
   return true;
 }
 
-// Octets that the entries of one list may take here: with more, the walk decides what is out of proportion.
-static constexpr size_t kListBase = 8192, kListFactor = 8;
-
+// Lists that take more than this are left to the walk, which decides what is out of proportion and may need the memory
+// a second time.
 bool l3DirectGrow(L3DirectIn& in, void** entries, size_t count, size_t& capacity, size_t entrySize)
 {
   if (count < capacity) return true;
@@ -204,7 +204,8 @@ bool l3DirectGrow(L3DirectIn& in, void** entries, size_t count, size_t& capacity
   RtxMemHeap** heap = &call.pctxt->pMemHeap;
   capacity = capacity ? capacity * 2 : 2;
   size_t size = capacity * entrySize;
-  if (size > kListBase + kListFactor * in.octets) return false;
+  call.listOctets += size;
+  if (call.listOctets > kL3ListBase + kL3TrialFactor * in.octets) return false;
   void* grown = count ? holdNew(call, *entries, rtxMemHeapRealloc(heap, *entries, size)) : allocate(call, size);
   if (!grown) return false;
   *entries = grown;

@@ -20,6 +20,8 @@ struct Context {
 
 // Lets allocation fail from one call on, so many times.
 size_t gUntilFailure = SIZE_MAX, gRefusals = 0;
+// Octets had from the system.
+size_t gTaken = 0;
 
 void* failingMalloc(size_t size)
 {
@@ -216,6 +218,31 @@ TEST(Mended, EntriesBehindTheArrayTakeNoMemoryEach)
   EXPECT_EQ(value.elem[2][0], 9);
   EXPECT_LT(taken, 16384U);
   rtxFreeContext(&ctxt);
+}
+
+// Entries that come as an octet and take half a KiB each end the decoding before they take more than their input may.
+TEST(Mended, LargeEntriesOfFewOctetsAreBounded)
+{
+  struct Large {
+    uint8_t number, rest[511];
+  };
+  const L3Row entryRows[] = {uintRow("number", 0)};
+  L3Type entry = typeOf("Entry", entryRows, sizeof(Large));
+  const L3List list = {kL3WhileRoom, 0, 0, 0, 0, 8, sizeof(Large), {}, 0, 0, recordRow("elem", 0, entry)};
+  const L3Row rows[] = {TestRow(nullptr, kL3List, 0, &list)};
+  L3Type type = typeOf("Entries", rows, sizeof(Entries), kL3Bare);
+  for (size_t size : {4, 40, 5000}) {
+    gTaken = 0;
+    RtxContext ctxt;
+    rtxInitContextExt(
+        &ctxt, [](size_t size) { return gTaken += size, malloc(size); }, nullptr, free);
+    Octets octets(size, 9);
+    Entries value;
+    rtxCtxtSetBufPtr(&ctxt, octets.data(), octets.size());
+    EXPECT_EQ(l3Decode(&ctxt, type, &value), size == 4 ? 0 : RTX_E_NO_MEMORY);
+    EXPECT_LE(gTaken, 16384 + 64 * size);
+    rtxFreeContext(&ctxt);
+  }
 }
 
 // On a stream nobody knows what still comes: the string gets the storage that its length asks for.

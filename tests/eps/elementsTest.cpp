@@ -98,7 +98,7 @@ TEST(EpsTrackingAreas, AllKindsOfEntry)
   EpsContext ctxt;
   List list;
   ASSERT_EQ(decode(ctxt, NASDec_TS24301IE_TrackingAreaIdentList, whole, list), 0);
-  ASSERT_EQ(list.idents.n, 4);
+  ASSERT_EQ(list.idents.n, 4U);
   EXPECT_EQ(list.idents.elem[0].elements.u.partTrkIdentList0.tacs.n, 3);
   EXPECT_EQ(list.idents.elem[0].elements.u.partTrkIdentList0.tacs.elem[2][1], 7);
   EXPECT_EQ(list.idents.elem[1].elements.t, 2U);
@@ -127,8 +127,10 @@ TEST(EpsTrackingAreas, FaultyEntries)
     EXPECT_EQ(decode(ctxt, NASDec_TS24301IE_TrackingAreaIdentList, c.octets, list), c.status) << int(c.octets[1]);
   }
   EpsContext ctxt;
+  TS24301IE_TrackingAreaIdentListItem nothing{};
   List list{};
   list.idents.n = 1;
+  list.idents.elem = &nothing;
   EXPECT_TRUE(encode(ctxt, NASEnc_TS24301IE_TrackingAreaIdentList, list).empty()); // an entry of nothing
   EXPECT_EQ(ctxt.lastError().substr(0, 3), "-16");
 }
