@@ -2,8 +2,11 @@
 
 #include <malloc.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <regex>
+#include <set>
 
 static size_t gLive, gPeak;
 
@@ -36,11 +39,17 @@ static void countedFree(void* memory)
   free(memory);
 }
 
-void promise(bool kept, const std::string& words)
+void endWith(const std::string& words)
 {
-  if (kept) return;
   fprintf(stderr, "broken promise: %s\n", words.c_str());
   abort();
+}
+
+bool piecewise(const uint8_t* data, size_t size)
+{
+  uint8_t sum = 0;
+  for (size_t i = 0; i < size; ++i) sum = uint8_t(sum + data[i]);
+  return sum & 1;
 }
 
 const L3TypeEntry* typeOrNull(const char* fullName)
@@ -64,11 +73,12 @@ namespace {
 class Decoding {
 public:
   Decoding(const L3TypeEntry& entry, const uint8_t* octets, size_t size)
-      : data(new uint8_t[size]), record(recordStorage(*entry.type, 0))
+      : data(new uint8_t[size]), record(recordStorage(*entry.type, 0)), piecewise(::piecewise(octets, size))
   {
     if (size) memcpy(data.get(), octets, size);
     gLive = gPeak = 0;
     rtxInitContextExt(&ctxt, countedMalloc, countedRealloc, countedFree);
+    if (piecewise) rtxMemHeapSetFlags(&ctxt.pMemHeap, RT_MH_USE_SYSMEM);
     rtx3gppSecInitialize(&ctxt);
     rtxCtxtSetBufPtr(&ctxt, data.get(), size);
     status = entry.decode(&ctxt, record.get());
@@ -79,6 +89,7 @@ public:
 
   std::unique_ptr<uint8_t[]> data;
   std::unique_ptr<uint64_t[]> record;
+  bool piecewise;
   RtxContext ctxt;
   int status;
   size_t peak;
@@ -110,62 +121,147 @@ static std::string hexOf(const Octets& octets)
   return text;
 }
 
+static std::string nameOf(const L3TypeEntry& entry)
+{
+  return entry.type->fullName;
+}
+
+static const RtxErrInfo* lastError(const RtxContext& ctxt)
+{
+  return ctxt.errInfo.tail ? static_cast<const RtxErrInfo*>(ctxt.errInfo.tail->data) : nullptr;
+}
+
+// A text of which nothing stands in front of its first zero character, or whose labels are all empty.
+static bool isEmptyText(const RtxContext& ctxt, int status)
+{
+  const RtxErrInfo* error = lastError(ctxt);
+  return status == RTX_E_CONSTRAINT && error && error->parmcount == 2 && !strcmp(error->parms[1], "0");
+}
+
+// Is there a row of this line with a length that must be larger?
+static bool isBelowLength(const L3Type& type, const RtxErrInfo& error, uint64_t value)
+{
+  if (error.stack[0].module != std::string(type.module->encoder)) return false;
+  for (const L3Row* row = type.rows; row < type.rows + type.rowCount; ++row)
+    if (row->op == kL3Length && row->line == error.stack[0].line)
+      return value < static_cast<const L3Length*>(row->info)->lo;
+  return false;
+}
+
+// A length of half an octet stands behind an element that shares its octet: by itself the type cannot end where its
+// open tail must.
+static bool standsInsideOctet(const L3Type& type)
+{
+  return type.rowCount && type.rows[0].op == kL3Length && static_cast<const L3Length*>(type.rows[0].info)->bits % 8;
+}
+
+// An element that came with more octets than its content needs, and is too short without them.
+static bool isShortened(const RtxContext& ctxt, int status)
+{
+  const RtxErrInfo* error = lastError(ctxt);
+  if (status != RTX_E_CONSTRAINT || !error || error->parmcount != 2 || !error->stkx) return false;
+  for (size_t i = 0; i < l3TypeCount; ++i)
+    if (isBelowLength(*l3TypeTable[i].type, *error, strtoull(error->parms[1], nullptr, 10))) return true;
+  return false;
+}
+
 // Three enumerations and some header fields are tested on encoding alone, so that a value without a name comes in but
-// not out: false.
+// not out: false. So do a text that the record cannot hold and an element that is too short without its filling.
 static bool encodeAgain(const L3TypeEntry& entry, Decoding& decoding, Octets& octets)
 {
   rtxCtxtSetBufPtr(&decoding.ctxt, octets.data(), octets.size());
   int status = entry.encode(&decoding.ctxt, decoding.record.get());
-  if (status == RTX_E_ENUM_VALUE) return false;
-  promise(status >= 0, "an accepted " + std::string(entry.type->fullName) +
-                           " does not encode: " + std::to_string(status) + "\n" + errorsOf(&decoding.ctxt) +
-                           printed(*entry.type, "x", decoding.record.get()));
+  if (status == RTX_E_ENUM_VALUE || isEmptyText(decoding.ctxt, status) || isShortened(decoding.ctxt, status))
+    return false;
+  if (status == RTX_E_BAD_ALIGNMENT && standsInsideOctet(*entry.type)) return false;
+  promise(status >= 0, [&] {
+    return "an accepted " + nameOf(entry) + " does not encode: " + std::to_string(status) + "\n" +
+           errorsOf(&decoding.ctxt) + printed(*entry.type, "x", decoding.record.get());
+  });
   octets.resize((rtxCtxtGetBitOffset(&decoding.ctxt) + 7) / 8);
   return true;
 }
 
-// The 7-bit alphabet has characters that its encoder writes as question marks or as a bare escape.
-static bool isLossyText(const std::string& line)
+static void addLossyText(const L3Row& row, std::set<std::string>& names)
 {
-  static const char kSafe[] = "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ*#. ";
-  size_t start = line.find('\''), end = line.rfind('\'');
-  if (start == std::string::npos) return false;
-  return line.find_first_not_of(kSafe, start + 1) < end;
+  if (row.op == kL3TextType && row.type->fullName == std::string("TS24008IE_GSMString")) names.insert(row.name);
+  if (row.op != kL3Choice) return;
+  const L3Choice& choice = *static_cast<const L3Choice*>(row.info);
+  for (unsigned i = 0; i < choice.count; ++i) addLossyText(choice.alternatives[i].row, names);
 }
 
-static bool sameText(const std::string& text, const std::string& other)
+// The names of elements in the 7-bit alphabet, which has characters that its encoder writes as question marks or as a
+// bare escape.
+static std::set<std::string> namesOfLossyText()
 {
-  std::istringstream one(text), two(other);
-  std::string line, same;
-  while (std::getline(one, line)) {
-    if (!std::getline(two, same)) return false;
-    if (line != same && !isLossyText(line)) return false;
+  std::set<std::string> names = {"x"}; // the string by itself
+  for (size_t i = 0; i < l3TypeCount; ++i) {
+    const L3Type& type = *l3TypeTable[i].type;
+    for (const L3Row* row = type.rows; row < type.rows + type.rowCount; ++row) addLossyText(*row, names);
   }
-  return !std::getline(two, same);
+  return names;
+}
+
+static bool hasLossyText(const std::string& text)
+{
+  static const std::set<std::string> kNames = namesOfLossyText();
+  static const char kSafe[] = "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ*#. ";
+  for (const std::string& name : kNames) {
+    std::string opening = name + " = '";
+    size_t start = text.find(opening);
+    if (start == std::string::npos) continue;
+    start += opening.size();
+    bool high = std::any_of(text.begin() + long(start), text.end(), [](char c) { return c < 0; });
+    if (high || text.find_first_not_of(kSafe, start) < text.find("'\n", start)) return true;
+  }
+  return false;
+}
+
+// An identity of one digit is written with the length 1, which the decoder takes for one more octet.
+static bool hasOneDigit(const std::string& text)
+{
+  static const std::regex kOneDigit("(imsi|imei|imeisv) = '.?'");
+  return std::regex_search(text, kOneDigit);
+}
+
+// A string type by itself reads as many octets as its caller asks for, also where its characters end at a filler.
+static bool isShortenedText(const L3TypeEntry& entry, int status)
+{
+  return status == RTX_E_END_OF_BUFFER && l3TextForm(*entry.type) != L3TextForm::none;
+}
+
+static void checkSecond(const L3TypeEntry& entry, Decoding& first, const Octets& octets, const Octets& input)
+{
+  std::string text = printed(*entry.type, "x", first.record.get()); // with the lengths as written
+  Decoding second(entry, octets.data(), octets.size());
+  if (second.status < 0 && (hasOneDigit(text) || isShortenedText(entry, second.status))) return;
+  promise(second.status >= 0, [&] {
+    return nameOf(entry) + " does not decode what it encoded: " + std::to_string(second.status) + "\n" +
+           errorsOf(&second.ctxt) + "from " + hexOf(input) + " to " + hexOf(octets) + "\n" + text;
+  });
+  std::string again = printed(*entry.type, "x", second.record.get());
+  promise(text == again || hasLossyText(text), [&] {
+    return nameOf(entry) + " changes in coding: from " + hexOf(input) + " to " + hexOf(octets) + "\n" + text + "to\n" +
+           again;
+  });
 }
 
 void checkMessage(const L3TypeEntry& entry, const uint8_t* data, size_t size)
 {
   Decoding first(entry, data, size);
   size_t bound = kHeapBase + kHeapFactor * size + 2 * largestBody(*entry.type);
-  promise(first.peak <= bound, std::string(entry.type->fullName) + " of " + std::to_string(size) + " octets took " +
-                                   std::to_string(first.peak) + " octets of heap");
+  promise(first.piecewise || first.peak <= bound, [&] {
+    return nameOf(entry) + " of " + std::to_string(size) + " octets took " + std::to_string(first.peak) +
+           " octets of heap";
+  });
+  promise(first.ctxt.elemNameStack.count <= kMostNames, [&] { return "too deep:\n" + stacksOf(&first.ctxt); });
   char words[2048];
   rtxErrGetTextBuf(&first.ctxt, words, sizeof words);
   // A remark is a value outside its bounds, which the encoder refuses; above 255 octets it cuts 16-bit lengths.
   if (first.status < 0 || first.ctxt.errInfo.count || size > 255 || !entry.encode) return;
-  std::string before = printed(*entry.type, "x", first.record.get());
   Octets octets(4096 + 8 * size);
   if (!encodeAgain(entry, first, octets)) return;
-  std::string text = printed(*entry.type, "x", first.record.get()); // with the lengths as written
-  Decoding second(entry, octets.data(), octets.size());
-  promise(second.status >= 0, std::string(entry.type->fullName) + " does not decode what it encoded: " +
-                                  std::to_string(second.status) + "\n" + errorsOf(&second.ctxt) + "from " +
-                                  hexOf(Octets(data, data + size)) + " to " + hexOf(octets) + "\n" + before);
-  std::string again = printed(*entry.type, "x", second.record.get());
-  promise(sameText(text, again), std::string(entry.type->fullName) + " changes in coding: from " +
-                                     hexOf(Octets(data, data + size)) + " to " + hexOf(octets) + "\n" + text + "to\n" +
-                                     again);
+  checkSecond(entry, first, octets, Octets(data, data + size));
 }
 
 static std::vector<TestMessage> corpus()

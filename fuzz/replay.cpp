@@ -2,6 +2,7 @@
 // over what was found before.
 //   fuzz-replay TARGET [ROUNDS] [FILE...]   ROUNDS changed inputs (3000), or only the files
 //   fuzz-replay --write FOLDER              the seeds as files, in a folder for each target
+//   fuzz-replay --list                      the names of the targets
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -123,6 +124,10 @@ int main(int argc, char** argv)
 {
   std::string name = argc > 1 ? argv[1] : "";
   if (name == "--write" && argc == 3) return writeSeeds(argv[2]);
+  if (name == "--list") {
+    for (const Target& target : kTargets) printf("%s\n", target.name);
+    return 0;
+  }
   for (int signal : {SIGABRT, SIGSEGV, SIGBUS, SIGFPE}) std::signal(signal, showInput);
   for (const Target& target : kTargets) {
     if (name != target.name) continue;

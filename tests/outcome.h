@@ -14,6 +14,7 @@
 #include "velnor3gpp/rtxContainer.h"
 #include "velnor3gpp/rtxDiagBitTrace.h"
 #include "velnor3gpp/rtxError.h"
+#include "velnor3gpp/rtxMemHeap.h"
 
 using Octets = std::vector<uint8_t>;
 
@@ -21,6 +22,7 @@ using Octets = std::vector<uint8_t>;
 struct Setting {
   bool slow = false;
   bool trace = false;
+  bool pieces = false; // each piece of the heap from the system, where a sanitizer sees its end
   bool security = true;
   uint16_t specRelease = 0;
   uint32_t flags = 0;
@@ -35,6 +37,7 @@ public:
   explicit OutcomeContext(const Setting& setting) : setting(setting)
   {
     rtxInitContext(&ctxt);
+    if (setting.pieces) rtxMemHeapSetFlags(&ctxt.pMemHeap, RT_MH_USE_SYSMEM);
     if (setting.security) rtx3gppSecInitialize(&ctxt);
     ctxt.specRelease = setting.specRelease;
     l3SetSlowMode(setting.slow);

@@ -27,13 +27,18 @@ inline void appendPrinted(void* text, const char* format, va_list args)
   va_end(again);
 }
 
+// Into a buffer that grows until the text fits: many thousand records are printed in a run.
 inline std::string printed(const L3Type& type, const char* name, const void* value)
 {
-  std::string text;
-  RtxContext ctxt;
-  rtxInitContext(&ctxt);
-  rtxSetPrintStream(&ctxt, appendPrinted, &text);
-  l3Print(&ctxt, type, name, value);
-  rtxFreeContext(&ctxt);
-  return text;
+  static thread_local std::string buffer(1 << 14, 0);
+  for (;;) {
+    RtxPrintToStringBuffer text = {buffer.data(), buffer.size(), 0};
+    RtxContext ctxt;
+    rtxInitContext(&ctxt);
+    rtxSetPrintStream(&ctxt, rtxPrintStreamToStringCB, &text);
+    l3Print(&ctxt, type, name, value);
+    rtxFreeContext(&ctxt);
+    if (text.curPos + 1 < buffer.size()) return buffer.substr(0, text.curPos);
+    buffer.resize(2 * buffer.size());
+  }
 }
