@@ -15,7 +15,7 @@ if(GTest_FOUND AND Threads_FOUND)
   add_subdirectory(examples)
   add_subdirectory(tests)
   if(NOT VELNOR_COVERAGE)
-    add_subdirectory(fuzz)
+    add_subdirectory(fuzz fuzz-targets) # build/fuzz is the preset of that name
   endif()
 else()
   message(STATUS "Left out: the tests (install libgtest-dev)")

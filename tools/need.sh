@@ -34,6 +34,12 @@ needCoverage()
   needProgram gcovr gcovr
 }
 
+needFuzz()
+{
+  needProgram clang++ clang
+  ls /usr/lib/llvm-*/lib/clang/*/lib/linux/libclang_rt.fuzzer-*.a >/dev/null 2>&1 || miss libclang-rt-14-dev
+}
+
 # Installs what was missed, or says what to install.
 getMissing()
 {

@@ -1,0 +1,30 @@
+#!/bin/sh
+# fuzz/soak.sh PROGRAMS TARGET: runs PROGRAMS/fuzz-TARGET for VELNOR_FUZZ_SECONDS (15) on its seeds and what it learnt
+# before. A finding ends it with 1 and names the input. Everything lies in build/fuzz-work. `ctest -L soak` and
+# fuzz/run.sh call this.
+set -eu
+top=$(cd "$(dirname "$0")/.." && pwd)
+programs=$1
+target=$2
+work="$top/build/fuzz-work"
+here="$work/$target"
+mkdir -p "$here/inputs" "$here/findings"
+# Earlier findings are inputs to begin with.
+find "$here/findings" -type f -exec mv {} "$here/inputs" \;
+kept="$top/fuzz/findings/$target"
+[ -d "$kept" ] || kept=""
+length=512
+[ "$target" != definitions ] || length=4096
+options="allocator_may_return_null=1:quarantine_size_mb=64"
+export ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}$options"
+
+if "$programs/fuzz-$target" -max_total_time="${VELNOR_FUZZ_SECONDS:-15}" -max_len=$length -timeout=10 \
+     -rss_limit_mb=2500 -entropic=0 -print_final_stats=1 -artifact_prefix="$here/findings/" \
+     "$here/inputs" "$work/seeds/$target" $kept >"$here/log" 2>&1; then
+  grep -a '^Done' "$here/log" || true
+  exit 0
+fi
+grep -a -A30 -E 'broken promise|ERROR: |runtime error' "$here/log" | cut -c1-300 | head -40 || true
+echo "The log is $here/log"
+echo "Run it again: $programs/fuzz-$target $(find "$here/findings" -type f | head -1)"
+exit 1
