@@ -138,13 +138,16 @@ static bool isEmptyText(const RtxContext& ctxt, int status)
   return status == RTX_E_CONSTRAINT && error && error->parmcount == 2 && !strcmp(error->parms[1], "0");
 }
 
-// Is there a row of this line with a length that must be larger?
-static bool isBelowLength(const L3Type& type, const RtxErrInfo& error, uint64_t value)
+// Is there a row of this line with a length that must be larger, or an array for fewer octets than came? Where the rest
+// of an element goes into an array, what finds no place there is counted and passed over.
+static bool isOutsideRow(const L3Type& type, const RtxErrInfo& error, uint64_t value)
 {
   if (error.stack[0].module != std::string(type.module->encoder)) return false;
   for (const L3Row* row = type.rows; row < type.rows + type.rowCount; ++row)
     if (row->op == kL3Length && row->line == error.stack[0].line)
       return value < static_cast<const L3Length*>(row->info)->lo;
+    else if (row->op == kL3Octets && row->line == error.stack[0].line)
+      return value > static_cast<const L3Octets*>(row->info)->cap;
   return false;
 }
 
@@ -155,24 +158,25 @@ static bool standsInsideOctet(const L3Type& type)
   return type.rowCount && type.rows[0].op == kL3Length && static_cast<const L3Length*>(type.rows[0].info)->bits % 8;
 }
 
-// An element that came with more octets than its content needs, and is too short without them.
-static bool isShortened(const RtxContext& ctxt, int status)
+// An element that came with more octets than its content needs, and is too short without them, or with more than its
+// record holds.
+static bool isCut(const RtxContext& ctxt, int status)
 {
   const RtxErrInfo* error = lastError(ctxt);
   if (status != RTX_E_CONSTRAINT || !error || error->parmcount != 2 || !error->stkx) return false;
   for (size_t i = 0; i < l3TypeCount; ++i)
-    if (isBelowLength(*l3TypeTable[i].type, *error, strtoull(error->parms[1], nullptr, 10))) return true;
+    if (isOutsideRow(*l3TypeTable[i].type, *error, strtoull(error->parms[1], nullptr, 10))) return true;
   return false;
 }
 
 // Three enumerations and some header fields are tested on encoding alone, so that a value without a name comes in but
-// not out: false. So do a text that the record cannot hold and an element that is too short without its filling.
+// not out: false. So do a text or octets that the record cannot hold and an element that is too short without its
+// filling.
 static bool encodeAgain(const L3TypeEntry& entry, Decoding& decoding, Octets& octets)
 {
   rtxCtxtSetBufPtr(&decoding.ctxt, octets.data(), octets.size());
   int status = entry.encode(&decoding.ctxt, decoding.record.get());
-  if (status == RTX_E_ENUM_VALUE || isEmptyText(decoding.ctxt, status) || isShortened(decoding.ctxt, status))
-    return false;
+  if (status == RTX_E_ENUM_VALUE || isEmptyText(decoding.ctxt, status) || isCut(decoding.ctxt, status)) return false;
   if (status == RTX_E_BAD_ALIGNMENT && standsInsideOctet(*entry.type)) return false;
   promise(status >= 0, [&] {
     return "an accepted " + nameOf(entry) + " does not encode: " + std::to_string(status) + "\n" +

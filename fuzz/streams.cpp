@@ -63,7 +63,8 @@ int readOne(RtxContext* ctxt, uint8_t kind, uint8_t count, std::string& text)
       status = rtxDecBitsToByteArray(ctxt, octets, sizeof octets, count * 5U);
       break;
     case 4:
-      status = rtxReadBytes(ctxt, octets, count);
+      // Inside an octet it would read that octet whole, and leave the cursor behind the end.
+      status = ctxt->buffer.bitOffset == 8 ? rtxReadBytes(ctxt, octets, count) : rtxDecBit(ctxt, octets);
       break;
     case 5:
       status = rtxSkipBits(ctxt, count);
@@ -95,7 +96,9 @@ void compareReads(const uint8_t* data, size_t size, uint8_t step)
     int status = readOne(&plain, data[2 * i], data[2 * i + 1], one);
     int same = readOne(&streamed, data[2 * i], data[2 * i + 1], other);
     promise((status < 0) == (same < 0), [&] {
-      return "a read is " + std::to_string(status) + " in a buffer and " + std::to_string(same) + " on a stream";
+      return "read " + std::to_string(data[2 * i] % 7) + " of " + std::to_string(data[2 * i + 1]) + " at " +
+             std::to_string(rtxCtxtGetBitOffset(&plain)) + " of " + std::to_string(8 * inputSize) + " is " +
+             std::to_string(status) + " in a buffer and " + std::to_string(same) + " on a stream";
     });
     if (status < 0) break;
     promise(one == other, [&] { return "a read gives\n" + one + "in a buffer and\n" + other + "on a stream"; });
