@@ -18,7 +18,7 @@ length=512
 options="allocator_may_return_null=1:quarantine_size_mb=64"
 export ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}$options"
 
-if "$programs/fuzz-$target" -max_total_time="${VELNOR_FUZZ_SECONDS:-15}" -max_len=$length -timeout=10 \
+if "$programs/fuzz-$target" -max_total_time="${VELNOR_FUZZ_SECONDS:-15}" -max_len=$length -timeout=60 \
      -rss_limit_mb=2500 -entropic=0 -print_final_stats=1 -artifact_prefix="$here/findings/" \
      "$here/inputs" "$work/seeds/$target" $kept >"$here/log" 2>&1; then
   grep -a '^Done' "$here/log" || true
