@@ -151,19 +151,6 @@ static bool isOutsideRow(const L3Type& type, const RtxErrInfo& error, uint64_t v
   return false;
 }
 
-// Is there a row of this line with a length that must be larger, or an array for fewer octets than came? Where the rest
-// of an element goes into an array, what finds no place there is counted and passed over.
-static bool isOutsideRow(const L3Type& type, const RtxErrInfo& error, uint64_t value)
-{
-  if (error.stack[0].module != std::string(type.module->encoder)) return false;
-  for (const L3Row* row = type.rows; row < type.rows + type.rowCount; ++row)
-    if (row->op == kL3Length && row->line == error.stack[0].line)
-      return value < static_cast<const L3Length*>(row->info)->lo;
-    else if (row->op == kL3Octets && row->line == error.stack[0].line)
-      return value > static_cast<const L3Octets*>(row->info)->cap;
-  return false;
-}
-
 // A length of half an octet stands behind an element that shares its octet: by itself the type cannot end where its
 // open tail must.
 static bool standsInsideOctet(const L3Type& type)
