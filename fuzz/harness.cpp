@@ -151,13 +151,6 @@ static bool isOutsideRow(const L3Type& type, const RtxErrInfo& error, uint64_t v
   return false;
 }
 
-// A length of half an octet stands behind an element that shares its octet: by itself the type cannot end where its
-// open tail must.
-static bool standsInsideOctet(const L3Type& type)
-{
-  return type.rowCount && type.rows[0].op == kL3Length && static_cast<const L3Length*>(type.rows[0].info)->bits % 8;
-}
-
 // An element that came with more octets than its content needs, and is too short without them, or with more than its
 // record holds.
 static bool isCut(const RtxContext& ctxt, int status)

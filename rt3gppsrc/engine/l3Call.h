@@ -51,7 +51,7 @@ inline constexpr size_t kL3MaxFindings = 16;
 // What the entries of all lists of one call may take, each step of their growth counted: so many octets, and so many
 // more for each octet of the input. Lists are not refused what the standard's bounds give them; no real message has
 // others that come near, but one of entries that hold next to nothing would.
-inline constexpr size_t kL3ListBase = 4096, kL3ListFactor = 40, kL3TrialFactor = 8;
+inline constexpr size_t kL3ListBase = 4096, kL3ListFactor = 40, kL3TrialFactor = 32;
 
 // Opens a call for a type of this name; the frame is the caller's.
 void l3Begin(L3Call& call, RtxContext* pctxt, L3Name& frame, const char* typeName);
