@@ -139,7 +139,7 @@ void l3JoinLabels(char* text, size_t count)
   while (at < count) {
     size_t label = static_cast<uint8_t>(text[at++]);
     if (label > count - at) label = count - at;
-    if (out) text[out++] = '.';
+    if (at > 1) text[out++] = '.';
     memmove(text + out, text + at, label);
     out += label;
     at += label;
