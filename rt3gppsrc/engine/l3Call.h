@@ -29,7 +29,7 @@ struct L3Call {
   L3Name* names;
   L3Region* regions;
   bool lists;        // names and regions stand on the real stacks
-  bool plain;        // no trace, no stream, not slow: inline reading and writing, and runs
+  bool plain;        // no trace, no stream, not slow: inline reading and writing
   bool keepTypeName; // an early return leaves the type name behind
   bool failed;       // memory was out where nobody could return it
   bool inBody;       // inside a message of a top-level form
@@ -95,6 +95,14 @@ inline int l3PushName(L3Call& call, L3Name& frame, const char* name)
   frame = {name, call.names, 0, 1};
   call.names = &frame;
   return 0;
+}
+
+// The name of a row, if it has one; the module is the coder's that reports.
+inline int l3PushRow(L3Call& call, const char* module, const L3Row& row, L3Name& frame)
+{
+  if (!row.name) return 0;
+  int status = l3PushName(call, frame, row.name);
+  return status < 0 ? l3Fail(call, module, status, row.line) : 0;
 }
 
 inline int l3PushEntry(L3Call& call, L3Name& frame, const char* name, uint32_t index)

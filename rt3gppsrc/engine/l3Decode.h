@@ -10,6 +10,8 @@ int l3DecType(L3Call& call, const L3Type& type, void* value);
 // The rows of a type, without its hand-written coder: what such a coder calls to do the plain part.
 int l3DecRows(L3Call& call, const L3Type& type, void* record);
 
+// Reads a bit that leads something. A shortage is left to the caller to report.
+int l3DecBit(L3Call& call, const char* label, uint8_t& bit);
 // Reads whole octets from a cursor at any bit. A shortage is not reported at this level: the status is the caller's to
 // keep (see l3DecodeStrings.cpp).
 int l3DecOctets(L3Call& call, uint8_t* dst, size_t octets);

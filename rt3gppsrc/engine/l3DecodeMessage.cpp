@@ -35,8 +35,8 @@ static int decOption(L3Call& call, TailWalk& walk, unsigned position)
   const char* module = walk.type.module->decoder;
   L3Name frame;
   int running = 0;
-  int status = l3PushName(call, frame, row.name);
-  if (status < 0) return l3Fail(call, module, status, row.line);
+  int status = l3PushRow(call, module, row, frame);
+  if (status < 0) return status;
   status = l3DecMember(call, walk.type, row, walk.record, running);
   if (status >= 0 && running < 0) status = l3Fail(call, module, running, row.line);
   if (status < 0) return status;

@@ -81,21 +81,6 @@ static int decEntry(L3Call& call, ListWalk& walk)
   return 0;
 }
 
-static int readListBit(L3Call& call, ListWalk& walk, const char* label, uint8_t& bit)
-{
-  uint64_t value = 0;
-  if (call.plain && l3TakeBits(call.pctxt->buffer, 1, value)) {
-    bit = static_cast<uint8_t>(value);
-    return 0;
-  }
-  l3ToLists(call);
-  rtxDiagNewBitField(call.pctxt->pBitFldList, label);
-  int status = rtxDecBit(call.pctxt, &bit);
-  if (status >= 0) rtxDiagSetBitFldCount(call.pctxt->pBitFldList);
-  (void)walk;
-  return status;
-}
-
 // The bit, as it stands ahead, that ends a list of leading bits.
 static uint32_t bitThatEnds(const L3Call& call, L3ListEnd end)
 {
@@ -109,7 +94,7 @@ static int decMoreBit(L3Call& call, ListWalk& walk)
     uint8_t bit = 0;
     if (call.plain ? !l3Unread(call.pctxt) : rtxPeekByte(call.pctxt, nullptr) <= 0) return 0;
     uint32_t ends = bitThatEnds(call, walk.info.end);
-    int status = readListBit(call, walk, "ext bit", bit);
+    int status = l3DecBit(call, "ext bit", bit);
     if (status < 0) return l3Fail(call, moduleOf(walk), status, walk.row.line);
     if (bit == ends) return 0;
     if (status = decEntry(call, walk); status < 0) return status;
@@ -119,7 +104,7 @@ static int decMoreBit(L3Call& call, ListWalk& walk)
 static int decWhileExt(L3Call& call, ListWalk& walk)
 {
   for (uint8_t bit = 0; !bit;) {
-    int status = readListBit(call, walk, "ext bit", bit);
+    int status = l3DecBit(call, "ext bit", bit);
     if (status < 0) return l3Fail(call, moduleOf(walk), status, walk.row.line);
     if (status = decEntry(call, walk); status < 0) return status;
   }

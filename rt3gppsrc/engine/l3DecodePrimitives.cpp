@@ -50,6 +50,20 @@ int l3DecBitsSlow(L3Call& call, uint8_t* member, unsigned bits, uint8_t store, c
   return status;
 }
 
+int l3DecBit(L3Call& call, const char* label, uint8_t& bit)
+{
+  uint64_t value = 0;
+  if (call.plain && l3TakeBits(call.pctxt->buffer, 1, value)) {
+    bit = static_cast<uint8_t>(value);
+    return 0;
+  }
+  l3ToLists(call);
+  rtxDiagNewBitField(call.pctxt->pBitFldList, label);
+  int status = rtxDecBit(call.pctxt, &bit);
+  if (status >= 0) rtxDiagSetBitFldCount(call.pctxt->pBitFldList);
+  return status;
+}
+
 int l3DecOctets(L3Call& call, uint8_t* dst, size_t octets)
 {
   RtxContext* pctxt = call.pctxt;

@@ -119,28 +119,6 @@ int l3DecMember(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* rec
   return status < 0 ? l3Fail(call, moduleOf(type), status, row.line) : status;
 }
 
-static int pushNamed(L3Call& call, const L3Type& type, const L3Row& row, L3Name& frame)
-{
-  if (!row.name) return 0;
-  int status = l3PushName(call, frame, row.name);
-  return status < 0 ? l3Fail(call, moduleOf(type), status, row.line) : 0;
-}
-
-static int readBit(L3Call& call, const L3Type& type, const L3Row& row, const char* label, uint8_t& bit)
-{
-  uint64_t value = 0;
-  if (call.plain && l3TakeBits(call.pctxt->buffer, 1, value)) {
-    bit = static_cast<uint8_t>(value);
-    return 0;
-  }
-  l3ToLists(call);
-  rtxDiagNewBitField(call.pctxt->pBitFldList, label);
-  int status = rtxDecBit(call.pctxt, &bit);
-  if (status < 0) return l3Fail(call, moduleOf(type), status, row.line);
-  rtxDiagSetBitFldCount(call.pctxt->pBitFldList);
-  return status;
-}
-
 // Behind the last octet that is known of a group, octets are read and dropped until one ends it.
 static int dropExtension(L3Call& call, RowWalk& walk, const L3Row& row)
 {
@@ -157,7 +135,7 @@ static int decLength(L3Call& call, RowWalk& walk, const L3Row& row)
 {
   const L3Length& info = *static_cast<const L3Length*>(row.info);
   L3Name frame;
-  if (int status = pushNamed(call, walk.type, row, frame); status < 0) return status;
+  if (int status = l3PushRow(call, moduleOf(walk.type), row, frame); status < 0) return status;
   uint16_t value = 0;
   uint8_t* member = reinterpret_cast<uint8_t*>(&value);
   int status = l3DecBits(call, member, info.bits, 2, "INTEGER");
@@ -176,39 +154,32 @@ static int decLength(L3Call& call, RowWalk& walk, const L3Row& row)
   return 0;
 }
 
-// A leading bit that is relative to the padding.
-static int readLH(L3Call& call, const L3Type& type, const L3Row& row, uint8_t& bit)
-{
-  uint32_t padding = l3PaddingAhead(call.pctxt, 1);
-  int status = readBit(call, type, row, "optional bit", bit);
-  bit = static_cast<uint8_t>(bit ^ padding);
-  return status;
-}
-
 // Is the element there? Reads the bit that leads it; negative on failure. The name stands already.
 static int isThere(L3Call& call, RowWalk& walk, const L3Row& row)
 {
   uint8_t bit = 1;
+  uint32_t low = 0;
   int status = 0;
   switch (row.when) {
-    case kL3OptBit:
-    case kL3RoomOptBit:
-      status = readBit(call, walk.type, row, "optional bit", bit);
-      break;
     case kL3OptLH:
     case kL3RoomOptLH:
-      status = readLH(call, walk.type, row, bit);
+      low = l3PaddingAhead(call.pctxt, 1);
+      [[fallthrough]];
+    case kL3OptBit:
+    case kL3RoomOptBit:
+      status = l3DecBit(call, "optional bit", bit);
+      bit = static_cast<uint8_t>(bit ^ low);
       break;
     case kL3Ext:
     case kL3RoomExt:
     case kL3More:
       if (row.flags & kL3ExtList) return 1;
-      status = readBit(call, walk.type, row, "ext bit", walk.extBit);
+      status = l3DecBit(call, "ext bit", walk.extBit);
       break;
     default:
       break;
   }
-  return status < 0 ? status : bit;
+  return status < 0 ? l3Fail(call, moduleOf(walk.type), status, row.line) : bit;
 }
 
 static bool passedOver(const L3Call& call, const RowWalk& walk, const L3Row& row)
@@ -244,7 +215,7 @@ static int decElement(L3Call& call, RowWalk& walk, const L3Row& row)
   if (row.op == kL3Length) return decLength(call, walk, row);
   if (row.when != kL3Always && passedOver(call, walk, row)) return 0;
   L3Name frame;
-  if (int status = pushNamed(call, walk.type, row, frame); status < 0) return status;
+  if (int status = l3PushRow(call, moduleOf(walk.type), row, frame); status < 0) return status;
   int there = row.when == kL3Always ? 1 : isThere(call, walk, row);
   if (there < 0) return there;
   if (there) {
@@ -257,31 +228,6 @@ static int decElement(L3Call& call, RowWalk& walk, const L3Row& row)
     if (int status = dropExtension(call, walk, row); status < 0) return status;
   if (row.name) l3PopName(call);
   return 0;
-}
-
-// A run of plain fields from one load. Anything unusual leaves it to the field-by-field path, which reports exactly.
-static bool decRun(L3Call& call, const RowWalk& walk, const L3Row& first)
-{
-  RtxBuffer& buffer = call.pctxt->buffer;
-  size_t byteIndex = buffer.byteIndex;
-  int16_t bitOffset = buffer.bitOffset;
-  if (walk.regions && l3BitPos(call.pctxt) + first.runBits > walk.ends[walk.regions - 1]) return false;
-  uint64_t word = 0;
-  if (!l3TakeBits(buffer, first.runBits, word)) return false;
-  unsigned left = first.runBits;
-  for (const L3Row* row = &first; row < &first + first.runRows; ++row) {
-    left -= row->bits;
-    uint64_t value = word >> left & ((1ULL << row->bits) - 1);
-    l3Store(walk.record + row->offset, row->store, value);
-    if (row->op != kL3Enumerated) continue;
-    const L3Enum& set = *static_cast<const L3Enum*>(row->info);
-    if (!set.openDecode && !(set.members[value >> 5] >> (value & 31) & 1)) {
-      buffer.byteIndex = byteIndex;
-      buffer.bitOffset = bitOffset;
-      return false;
-    }
-  }
-  return true;
 }
 
 // Enters a release group or passes over it: the number of its rows to skip.
@@ -357,12 +303,7 @@ static bool endsHere(L3Call& call, const RowWalk& walk, const L3Row& row)
       continue;
     }
     if (endsHere(call, walk, *row)) return 0;
-    if (row->runRows && call.plain && decRun(call, walk, *row)) {
-      row += row->runRows - 1;
-      walk.running = 0;
-    } else if (int status = decElement(call, walk, *row); status < 0) {
-      return status;
-    }
+    if (int status = decElement(call, walk, *row); status < 0) return status;
     if (overrun(call, walk)) return reportOverrun(call, walk, row->line);
     if (row->flags & kL3InRelease && lastOfRelease(type, row)) leaveRelease(call, walk, *row);
     if (walk.done) return 0;

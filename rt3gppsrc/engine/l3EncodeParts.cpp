@@ -28,6 +28,23 @@ static int endWithoutMemory(L3Call& call, const L3Type& type, const L3Row& row, 
   return running == RTX_E_NO_MEMORY ? l3Fail(call, type.module->encoder, running, row.line) : 0;
 }
 
+// Octets of a string, wherever they stand.
+struct Content {
+  size_t count; // octets or bits
+  const uint8_t* data;
+};
+
+static Content contentOf(const uint8_t* member, size_t cap, size_t dataOffset)
+{
+  if (cap) return {member[0], member + dataOffset};
+  struct {
+    uint32_t count;
+    const uint8_t* data;
+  } heap;
+  memcpy(&heap, member, sizeof heap);
+  return {heap.count, heap.data};
+}
+
 // Writes octets; the status of the write itself is the running status, as on decoding.
 static int encOctetString(L3Call& call, const L3Type& type, const L3Row& row, const uint8_t* member, int& running)
 {
@@ -36,13 +53,7 @@ static int encOctetString(L3Call& call, const L3Type& type, const L3Row& row, co
     running = l3EncOctets(call, member, info.fixed);
     return endWithoutMemory(call, type, row, running);
   }
-  struct {
-    uint32_t numocts;
-    const uint8_t* data;
-  } heap = {0, nullptr};
-  if (!info.cap) memcpy(&heap, member, sizeof heap);
-  size_t count = info.cap ? member[0] : heap.numocts;
-  const uint8_t* data = info.cap ? member + info.dataOffset : heap.data;
+  auto [count, data] = contentOf(member, info.cap, info.dataOffset);
   bool tooLong = info.cap && count > info.cap;
   if (tooLong || (info.ranged && (count < info.lo || count > info.hi)))
     return l3FailRange(call, type.module->encoder, row.line, count);
@@ -56,13 +67,7 @@ static int encOctetString(L3Call& call, const L3Type& type, const L3Row& row, co
 static int encBitString(L3Call& call, const L3Type& type, const L3Row& row, const uint8_t* member, int& running)
 {
   const L3BitString& info = *static_cast<const L3BitString*>(row.info);
-  struct {
-    uint32_t numbits;
-    const uint8_t* data;
-  } heap = {0, nullptr};
-  if (!info.capBits) memcpy(&heap, member, sizeof heap);
-  size_t bits = info.capBits ? member[0] : heap.numbits;
-  const uint8_t* data = info.capBits ? member + info.dataOffset : heap.data;
+  auto [bits, data] = contentOf(member, info.capBits, info.dataOffset);
   if (info.capBits && bits > info.capBits) return l3FailRange(call, type.module->encoder, row.line, bits);
   if (!bits) return 0;
   if (!data) return failNull(call, type, row);

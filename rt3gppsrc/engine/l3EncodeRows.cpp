@@ -19,13 +19,6 @@ static const char* moduleOf(const L3Type& type)
   return type.module->encoder;
 }
 
-static int pushNamed(L3Call& call, const L3Type& type, const L3Row& row, L3Name& frame)
-{
-  if (!row.name) return 0;
-  int status = l3PushName(call, frame, row.name);
-  return status < 0 ? l3Fail(call, moduleOf(type), status, row.line) : 0;
-}
-
 static int encEnumerated(L3Call& call, const L3Type& leaf, const L3Row& row, uint64_t value)
 {
   const L3Enum& set = *static_cast<const L3Enum*>(row.info);
@@ -122,7 +115,7 @@ static int encElement(L3Call& call, const L3Type& type, const L3Row& row, uint8_
 {
   bool present = isPresent(row, record);
   L3Name frame;
-  if (int status = pushNamed(call, type, row, frame); status < 0) return status;
+  if (int status = l3PushRow(call, moduleOf(type), row, frame); status < 0) return status;
   int status = encLead(call, row, record, present);
   if (status < 0) return l3Fail(call, moduleOf(type), status, row.line);
   if (present)
@@ -135,28 +128,11 @@ static int encLength(L3Call& call, const L3Type& type, const L3Row& row)
 {
   const L3Length& info = *static_cast<const L3Length*>(row.info);
   L3Name frame;
-  if (int status = pushNamed(call, type, row, frame); status < 0) return status;
+  if (int status = l3PushRow(call, moduleOf(type), row, frame); status < 0) return status;
   int status = l3EncBits(call, 0, info.bits, "INTEGER");
   if (status < 0) return l3Fail(call, moduleOf(type), status, row.line);
   if (row.name) l3PopName(call);
   return 0;
-}
-
-// A run of plain fields in one store. A value out of its range or a full buffer leaves it to the single fields.
-static bool encRun(L3Call& call, const L3Row& first, const uint8_t* record)
-{
-  uint64_t word = 0;
-  for (const L3Row* row = &first; row < &first + first.runRows; ++row) {
-    uint64_t value = l3Load(record + row->offset, row->store);
-    if (row->op == kL3Bool) value = value != 0;
-    if (value >> row->bits) return false;
-    if (row->op == kL3Enumerated) {
-      const L3Enum& set = *static_cast<const L3Enum*>(row->info);
-      if (!set.openEncode && !(set.members[value >> 5] >> (value & 31) & 1)) return false;
-    }
-    word = word << row->bits | value;
-  }
-  return l3PutBits(call.pctxt->buffer, first.runBits, word);
 }
 
 // Apart from l3EncRows, so that a direct coder does not pay for the walk's frame.
@@ -170,11 +146,6 @@ static bool encRun(L3Call& call, const L3Row& first, const uint8_t* record)
   for (const L3Row* row = type.rows; row < end; ++row) {
     if (row->op == kL3Release) {
       if (!l3HasBit(record, row->mBit)) row += static_cast<const L3Release*>(row->info)->rows;
-      continue;
-    }
-    if (row->runRows && call.plain && encRun(call, *row, record)) {
-      row += row->runRows - 1;
-      running = 0;
       continue;
     }
     int status = row->op == kL3Length ? encLength(call, type, *row) : encElement(call, type, *row, record, running);
@@ -207,7 +178,7 @@ int l3EncOptions(L3Call& call, const L3Type& type, uint8_t* record, int running)
     if (call.pctxt->flags & RTX_OPENTAIL_FLAG) return running; // nothing can be found behind an open tail
     if (!isPresent(row, record)) continue;
     L3Name frame;
-    if (int status = pushNamed(call, type, row, frame); status < 0) return status;
+    if (int status = l3PushRow(call, moduleOf(type), row, frame); status < 0) return status;
     int16_t bitOffset = call.pctxt->buffer.bitOffset;
     if (bitOffset != 8 && bitOffset != 0) return l3Fail(call, moduleOf(type), RTX_E_NOT_OCTET_ALIGNED, row.line);
     int status = l3EncBits(call, message.ieis[i].value, message.ieis[i].half ? 4 : 8, "iei");

@@ -19,7 +19,8 @@ void l3SetBody(const L3Type& pdu, void* record, const L3BodyRow& row, void* mess
 // The descriptor of a type by its full name, or null.
 const L3TypeEntry* l3FindType(const char* fullName);
 
-// Slow mode, the oracle of differential tests: real stacks from the start and no runs. Process-wide, set by tests only.
+// Slow mode, the oracle of differential tests: real stacks from the start, and no direct coders. Process-wide, set by
+// tests only.
 void l3SetSlowMode(bool on);
 
 #endif

@@ -116,8 +116,6 @@ struct L3Row {
   uint8_t bits;  // width on the wire of integers, booleans, enumerations
   uint8_t store; // octets of the member of integers
   uint8_t flags;
-  uint8_t runRows; // at the first row of a run (2 or more plain fixed-width rows in a row): their number, else 0
-  uint8_t runBits; // their bits in all, at most 56
 };
 
 enum L3CountFrom : uint8_t { kL3Fixed, kL3Rest, kL3ByField, kL3OwnLength };
@@ -301,7 +299,7 @@ struct L3Type {
   uint16_t line;   // of the block
   uint8_t mOctets; // octets of m, which stands at offset 0
   uint8_t flags;
-  uint16_t mBits; // bits given out, groups included
+  uint16_t mBits;                                       // bits given out, groups included
   bool (*decodeDirect)(L3DirectIn& in, void* record);   // see l3Direct.h; null: rows only
   bool (*encodeDirect)(L3DirectOut& out, void* record); // null: rows only
 };

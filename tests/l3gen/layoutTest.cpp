@@ -92,18 +92,6 @@ TEST(Layout, RowsKnowTheirGroup)
   EXPECT_EQ(info.rows, 2);
 }
 
-// A run ends at a range, at 56 bits and at anything but a plain number.
-TEST(Layout, RunsAreFound)
-{
-  std::string runs;
-  for (unsigned i = 0; i < l3_Forms_Runs.rowCount; ++i) {
-    const L3Row& row = l3_Forms_Runs.rows[i];
-    if (row.runRows)
-      runs += std::string(row.name) + " " + std::to_string(row.runRows) + "/" + std::to_string(row.runBits) + " ";
-  }
-  EXPECT_EQ(runs, "colour 3/12 x32 2/56 for 2/8 ");
-}
-
 TEST(Layout, NamesFitC)
 {
   Forms_Runs runs = {};

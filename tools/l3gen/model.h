@@ -125,7 +125,6 @@ struct Row {
   uint32_t discriminator = 0, msgType = 0, tag = 0; // a body row's
   // laid out
   int mBit = -1, groupBit = -1;
-  unsigned runRows = 0, runBits = 0;
   bool inRelease = false, extLast = false;
 };
 

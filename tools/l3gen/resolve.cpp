@@ -275,30 +275,6 @@ static void layOutBits(Type& type)
   }
 }
 
-static bool runnable(const Row& row)
-{
-  if (row.when != When::Always || row.often.end != End::None || row.range) return false;
-  auto scalar = scalarOf(row.what);
-  return scalar && !scalar->range && !scalar->padded && scalar->kind != WhatKind::Unary && scalar->bits <= 32;
-}
-
-static void layOutRuns(Type& type)
-{
-  auto& rows = type.rows;
-  for (size_t i = 0; i < rows.size();) {
-    size_t end = i;
-    unsigned bits = 0;
-    while (end < rows.size() && runnable(rows[end]) && rows[end].inRelease == rows[i].inRelease &&
-           bits + scalarOf(rows[end].what)->bits <= 56)
-      bits += scalarOf(rows[end++].what)->bits;
-    if (end - i >= 2) {
-      rows[i].runRows = static_cast<unsigned>(end - i);
-      rows[i].runBits = bits;
-    }
-    i = end > i ? end : i + 1;
-  }
-}
-
 static bool isExt(const Row& row)
 {
   return row.when == When::Ext || row.when == When::RoomExt || row.when == When::More;
@@ -345,7 +321,6 @@ static void markParts(Model& model)
 static void layOut(Type& type)
 {
   layOutBits(type);
-  layOutRuns(type);
   layOutExt(type);
 }
 

@@ -337,10 +337,10 @@ static std::string rowInit(TableWriter& w, const Row& row, const std::string& pa
   }
   std::string cond = condInfo(w, row);
   std::string name = row.name.empty() || row.when == When::Release ? "nullptr" : "\"" + row.name + "\"";
-  return format("%s, %s, %s, %s, %s, %s, %d, %s, %s, %s, %s, %u, %u, %s, %u, %u", name.c_str(), c.type.c_str(),
-                c.info.c_str(), cond.c_str(), c.offset.c_str(), limits(c.range).c_str(), row.place.line,
-                bit(row.mBit).c_str(), bit(row.groupBit).c_str(), c.op, whens[static_cast<int>(row.when)], c.bits,
-                c.store, rowFlags(row, c).c_str(), row.runRows, row.runBits);
+  return format("%s, %s, %s, %s, %s, %s, %d, %s, %s, %s, %s, %u, %u, %s", name.c_str(), c.type.c_str(), c.info.c_str(),
+                cond.c_str(), c.offset.c_str(), limits(c.range).c_str(), row.place.line, bit(row.mBit).c_str(),
+                bit(row.groupBit).c_str(), c.op, whens[static_cast<int>(row.when)], c.bits, c.store,
+                rowFlags(row, c).c_str());
 }
 
 static std::string writeMessage(TableWriter& w, const std::vector<const Row*>& options)
