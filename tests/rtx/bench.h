@@ -1,31 +1,67 @@
 /**
- * @file codecBench.h
- * The bench of the bit codec's tests: a context that cleans up after itself, and a naive
- * model of a bit string that knows nothing of octets.
+ * @file bench.h
+ * What the run-time's tests work with: an allocator that refuses chosen calls and counts what is not given back, a
+ * context that cleans up after itself, and a naive model of a bit string that knows nothing of octets.
  */
-#ifndef VELNOR3GPP_TESTS_CODEC_BENCH_H
-#define VELNOR3GPP_TESTS_CODEC_BENCH_H
+#ifndef VELNOR3GPP_TESTS_RTX_BENCH_H
+#define VELNOR3GPP_TESTS_RTX_BENCH_H
 
 #include <cstdint>
 #include <cstdlib>
 #include <random>
 #include <vector>
 
-#include "failingAllocator.h"
 #include "velnor3gpp/rtxContext.h"
 #include "velnor3gpp/rtxError.h"
 
 using Octets = std::vector<uint8_t>;
 
+namespace failing {
+
+inline long calls = 0;       // Allocations asked for since the last set-up.
+inline long refuseAt = 0;    // The call to refuse, counted from 1; 0 refuses none.
+inline bool forGood = false; // Refuse every call from then on.
+inline long inUse = 0;       // Pieces handed out and not yet freed.
+
+inline void setUp(long at, bool stays)
+{
+  calls = 0;
+  refuseAt = at;
+  forGood = stays;
+}
+// Allows so many calls and refuses every one after them; with -1 none.
+inline void allow(long count)
+{
+  setUp(count + 1, true);
+}
+inline void* reallocFunc(void* ptr, size_t size)
+{
+  calls++;
+  if (refuseAt != 0 && (calls == refuseAt || (forGood && calls > refuseAt))) return nullptr;
+  inUse += ptr == nullptr;
+  return std::realloc(ptr, size);
+}
+inline void* mallocFunc(size_t size)
+{
+  return reallocFunc(nullptr, size);
+}
+inline void freeFunc(void* ptr)
+{
+  inUse -= ptr != nullptr;
+  std::free(ptr);
+}
+
+} // namespace failing
+
 struct Bench : RtxContext {
   Bench() { rtxInitContextExt(this, failing::mallocFunc, failing::reallocFunc, failing::freeFunc); }
+  explicit Bench(const Octets& octets) : Bench() { bind(octets); }
   ~Bench()
   {
     failing::allow(-1);
     rtxFreeContext(this);
   }
   Bench(const Bench&) = delete;
-  Bench& operator=(const Bench&) = delete;
 
   void bind(const Octets& octets) { rtxCtxtSetBufPtr(this, const_cast<uint8_t*>(octets.data()), octets.size()); }
   size_t at() const { return buffer.byteIndex * 8 + 8 - static_cast<size_t>(buffer.bitOffset); }
@@ -34,19 +70,15 @@ struct Bench : RtxContext {
     buffer.byteIndex = bit / 8;
     buffer.bitOffset = static_cast<int16_t>(8 - bit % 8);
   }
+  RtxErrInfo* lastError() { return errInfo.tail != nullptr ? static_cast<RtxErrInfo*>(errInfo.tail->data) : nullptr; }
   /** The status, with the error records dropped. */
-  int told(int status)
+  int told(int64_t status)
   {
     rtxErrReset(this);
-    return status;
+    return static_cast<int>(status);
   }
   /** Stack levels of the last error record, 0 without one; drops the records. */
-  int takeLevels()
-  {
-    int levels = errInfo.tail != nullptr ? static_cast<RtxErrInfo*>(errInfo.tail->data)->stkx : 0;
-    rtxErrReset(this);
-    return levels;
-  }
+  int takeLevels() { return told(lastError() != nullptr ? lastError()->stkx : 0); }
 };
 
 /** Bits of octets, the first bit first. */
@@ -60,6 +92,12 @@ struct Bits : std::vector<bool> {
   {
     while (nbits-- > 0) push_back((value >> nbits & 1) != 0);
   }
+  Bits slice(size_t from, size_t nbits) const
+  {
+    Bits part;
+    for (size_t i = 0; i < nbits; ++i) part.push_back((*this)[from + i]);
+    return part;
+  }
   uint64_t number(size_t from, size_t nbits) const
   {
     uint64_t value = 0;
@@ -72,12 +110,6 @@ struct Bits : std::vector<bool> {
     Octets result((size() + 7) / 8);
     for (size_t i = 0; i < size(); ++i) result[i / 8] = static_cast<uint8_t>(result[i / 8] | (*this)[i] << (7 - i % 8));
     return result;
-  }
-  Octets slice(size_t from, size_t nbits) const
-  {
-    Bits part;
-    part.assign(begin() + static_cast<long>(from), begin() + static_cast<long>(from + nbits));
-    return part.octets();
   }
 };
 
