@@ -129,10 +129,12 @@ void* allocNewBlock(RtxMemHeap* heap, unsigned need)
 void* rawAlloc(RtxMemHeap* heap, size_t size)
 {
   if (size > SIZE_MAX - sizeof(RtxMemRawBlk)) return nullptr;
-  void* memory = rtxMemSysMalloc(heap, size + sizeof(RtxMemRawBlk));
+  // An element without octets gets one, so that its address lies within the heap's range too.
+  const size_t total = (size != 0 ? size : 1) + sizeof(RtxMemRawBlk);
+  void* memory = rtxMemSysMalloc(heap, total);
   if (memory == nullptr) return nullptr;
   RtxMemRawBlk* raw = static_cast<RtxMemRawBlk*>(memory);
-  rtxMemWidenRange(heap, memory, size + sizeof(RtxMemRawBlk));
+  rtxMemWidenRange(heap, memory, total);
   raw->size = size;
   raw->elem = {0, 0, 0, kMemElemRaw, 1};
   memcpy(&raw->elem, &heap->code, sizeof heap->code);

@@ -78,6 +78,14 @@ TEST(Heap, ReferencesAndStatuses)
   heap.check();
 }
 
+TEST(Heap, ARawElementWithoutOctetsIsTheHeapsOwn)
+{
+  Heap heap(RT_MH_USE_SYSMEM);
+  void* ptr = heap.alloc(0);
+  EXPECT_EQ(rtxMemHeapAutoPtrGetRefCount(heap.pp, ptr), 1);
+  EXPECT_EQ(heap.free(ptr), 0);
+}
+
 TEST(Heap, FlagsFreeEmptyBlocksAndLeaveNoData)
 {
   Heap emptying(RT_MH_FREE_EMPTY_BLOCKS, 256);
