@@ -144,6 +144,17 @@ bool appendRecord(Text* text, RtxErrInfo* rec)
   return appendMessage(text, rec) && appendElemName(text, "Element name: ", rec) && appendStack(text, rec);
 }
 
+// What `appendOne` makes of each record, up to the first that does not fit.
+char* fillText(const RtxContext* pctxt, char* buf, size_t bufsize, bool (*appendOne)(Text*, RtxErrInfo*))
+{
+  if (buf == nullptr || bufsize == 0) return nullptr;
+  buf[0] = '\0';
+  Text text = {buf, bufsize, 0};
+  for (const RtxDListNode* node = pctxt->errInfo.head; node != nullptr; node = node->next)
+    if (!appendOne(&text, rtxErrRecordOf(node))) break;
+  return buf;
+}
+
 // Octets that the formatted message of a record needs at most, with the terminator.
 size_t messageRoom(const RtxErrInfo* rec)
 {
@@ -218,12 +229,7 @@ char* rtxErrFmtMsg(RtxErrInfo* pErrInfo, char* buf, size_t bufsize)
 
 char* rtxErrGetTextBuf(RtxContext* pctxt, char* buf, size_t bufsize)
 {
-  if (buf == nullptr || bufsize == 0) return nullptr;
-  buf[0] = '\0';
-  Text text = {buf, bufsize, 0};
-  for (const RtxDListNode* node = pctxt->errInfo.head; node != nullptr; node = node->next)
-    if (!appendRecord(&text, rtxErrRecordOf(node))) break;
-  return buf;
+  return fillText(pctxt, buf, bufsize, appendRecord);
 }
 
 char* rtxErrGetText(RtxContext* pctxt, char* buf, size_t* pBufSize)
@@ -254,12 +260,7 @@ char* rtxErrGetMsgText(RtxContext* pctxt)
 
 char* rtxErrGetMsgTextBuf(RtxContext* pctxt, char* buf, size_t bufsize)
 {
-  if (buf == nullptr || bufsize == 0) return nullptr;
-  buf[0] = '\0';
-  Text text = {buf, bufsize, 0};
-  for (const RtxDListNode* node = pctxt->errInfo.head; node != nullptr; node = node->next)
-    if (!appendMessage(&text, rtxErrRecordOf(node))) break;
-  return buf;
+  return fillText(pctxt, buf, bufsize, appendMessage);
 }
 
 void rtxErrPrint(RtxContext* pctxt)

@@ -47,9 +47,7 @@ int rtxErrAddStrnParm(RtxContext* pctxt, const char* s, size_t n)
 
 int rtxErrAddIntParm(RtxContext* pctxt, int32_t value)
 {
-  char text[16];
-  snprintf(text, sizeof text, "%" PRId32, value);
-  return rtxErrAddStrParm(pctxt, text);
+  return rtxErrAddInt64Parm(pctxt, value);
 }
 
 int rtxErrAddUIntParm(RtxContext* pctxt, uint32_t value)

@@ -29,6 +29,16 @@ int rtxStreamInit(RtxContext* pctxt)
   return 0;
 }
 
+int rtxStreamInitKind(RtxContext* pctxt, size_t size)
+{
+  int status = rtxStreamInit(pctxt);
+  if (status < 0) return rtxReport(pctxt, status, kModule, __LINE__);
+  pctxt->pStream->extra = rtxMemHeapSysAllocZ(&pctxt->pMemHeap, size);
+  if (pctxt->pStream->extra != nullptr) return 0;
+  rtxStreamRelease(pctxt);
+  return rtxReport(pctxt, RTX_E_NO_MEMORY, kModule, __LINE__);
+}
+
 // Writes what a writer still holds. A growing buffer that the stream has not taken over yet is drained as well; in
 // buffer mode the octets there are none of the stream's.
 static int writePending(RtxContext* pctxt)

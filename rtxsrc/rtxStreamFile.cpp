@@ -164,18 +164,14 @@ static int fileClose(RtxStream* pStream)
 
 static int bindFile(RtxContext* pctxt, FILE* file, uint16_t flags)
 {
-  int status = rtxStreamInit(pctxt);
-  if (status < 0) return rtxReport(pctxt, status, kModule, __LINE__);
-  auto* stream = static_cast<FileStream*>(rtxMemHeapSysAllocZ(&pctxt->pMemHeap, sizeof(FileStream)));
-  if (stream == nullptr) {
-    rtxStreamRelease(pctxt);
-    return rtxReport(pctxt, RTX_E_NO_MEMORY, kModule, __LINE__);
-  }
+  int status = rtxStreamInitKind(pctxt, sizeof(FileStream));
+  if (status < 0) return status;
+  RtxStream* pStream = pctxt->pStream;
+  FileStream* stream = fileOf(pStream);
   stream->pctxt = pctxt;
   stream->file = file;
   stream->attached = 1;
   stream->startPos = static_cast<int64_t>(ftello(file));
-  RtxStream* pStream = pctxt->pStream;
   pStream->read = fileRead;
   pStream->write = fileWrite;
   pStream->flush = fileFlush;
@@ -184,7 +180,6 @@ static int bindFile(RtxContext* pctxt, FILE* file, uint16_t flags)
   pStream->mark = fileMark;
   pStream->reset = fileReset;
   pStream->getPos = fileGetPos;
-  pStream->extra = stream;
   pStream->id = RTX_STREAM_ID_FILE;
   pStream->flags = static_cast<uint16_t>(flags | RTX_STREAM_AT_MARK);
   return 0;

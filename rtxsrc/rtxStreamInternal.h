@@ -35,6 +35,11 @@ static inline void rtxStreamClearBuffer(RtxContext* pctxt)
   pctxt->buffer.dynamic = 0;
 }
 
+/**
+ * Gives the context a stream with `size` zeroed octets of its kind's own at `extra`. Returns 0, or a status, reported.
+ */
+int rtxStreamInitKind(RtxContext* pctxt, size_t size);
+
 /** Takes the context's buffer off to make place for a stream's own; a system allocation is freed. */
 void rtxStreamReplaceBuffer(RtxContext* pctxt);
 

@@ -158,16 +158,10 @@ static int memoryClose(RtxStream* pStream)
 
 static int bindMemory(RtxContext* pctxt, uint16_t flags, bool attached)
 {
-  int status = rtxStreamInit(pctxt);
-  if (status < 0) return rtxReport(pctxt, status, kModule, __LINE__);
-  auto* memory = static_cast<MemoryStream*>(rtxMemHeapSysAllocZ(&pctxt->pMemHeap, sizeof(MemoryStream)));
-  if (memory == nullptr) {
-    rtxStreamRelease(pctxt);
-    return rtxReport(pctxt, RTX_E_NO_MEMORY, kModule, __LINE__);
-  }
-  memory->pctxt = pctxt;
-  memory->attached = attached;
+  int status = rtxStreamInitKind(pctxt, sizeof(MemoryStream));
+  if (status < 0) return status;
   RtxStream* pStream = pctxt->pStream;
+  *memoryOf(pStream) = {.pctxt = pctxt, .attached = attached};
   pStream->read = memoryRead;
   pStream->write = memoryWrite;
   pStream->close = memoryClose;
@@ -176,7 +170,6 @@ static int bindMemory(RtxContext* pctxt, uint16_t flags, bool attached)
   pStream->reset = memoryReset;
   pStream->getPos = memoryGetPos;
   pStream->setPos = memorySetPos;
-  pStream->extra = memory;
   pStream->id = RTX_STREAM_ID_MEMORY;
   pStream->flags = static_cast<uint16_t>(flags | RTX_STREAM_AT_MARK);
   return 0;
