@@ -5,8 +5,10 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <optional>
+#include <string_view>
 
 #include "job.h"
 #include "source.h"
@@ -86,26 +88,14 @@ static void writeText(void*, const char* format, va_list args)
   vprintf(format, args);
 }
 
-static const char* checkText(const Job& job)
-{
-  switch (job.check) {
-    case Check::kVerified:
-      return "verified";
-    case Check::kFailed:
-      return "FAILED: the authentication code does not fit these keys and counts";
-    case Check::kNoKeys:
-      return "not checked: no keys given (--keys)";
-    case Check::kNullAlg:
-      return "not checked: the key file says that integrity protection is null";
-    case Check::kNotCovered:
-      return "not checked: this header type is not verified by the receiver";
-    case Check::kNotReached:
-      return "not checked: decoding ended before";
-    case Check::kPlain:
-      break;
-  }
-  return "";
-}
+// In the order of Check.
+static constexpr const char* kCheckTexts[] = {"",
+                                              "verified",
+                                              "FAILED: the authentication code does not fit these keys and counts",
+                                              "not checked: no keys given (--keys)",
+                                              "not checked: the key file says that integrity protection is null",
+                                              "not checked: this header type is not verified by the receiver",
+                                              "not checked: decoding ended before"};
 
 static void printRecord(Job& job)
 {
@@ -113,7 +103,7 @@ static void printRecord(Job& job)
   if (job.entry->print) job.entry->print(&job.ctxt, job.entry->type->name, job.record.data());
   if (job.protection.present) {
     const char* way = job.check == Check::kVerified ? directionName(job.direction) : "";
-    printf("protection: %s%s%s\n", checkText(job), *way ? ", " : "", way);
+    printf("protection: %s%s%s\n", kCheckTexts[static_cast<size_t>(job.check)], *way ? ", " : "", way);
   }
   if (!job.failures.empty()) return;
   size_t all = job.octets.size(), used = job.usedOctets;
@@ -138,11 +128,24 @@ static std::string htmlName(const std::string& name, size_t number)
   return name.substr(0, dot) + "-" + std::to_string(number) + name.substr(dot);
 }
 
+// The library does not say whether the disk took all of a page.
+static bool isCut(const std::string& name)
+{
+  static constexpr std::string_view kEnd = "</html>\n";
+  if (!std::filesystem::is_regular_file(name)) return false;
+  char end[kEnd.size()] = "";
+  std::ifstream in(name, std::ios::binary);
+  in.seekg(-static_cast<std::streamoff>(sizeof end), std::ios::end).read(end, sizeof end);
+  return std::string_view(end, sizeof end) != kEnd;
+}
+
 static void writeHtml(const Run& run, Job& job)
 {
   std::string name = htmlName(run.options.htmlFile, run.messages);
+  if (name == "stdout") name = "./stdout"; // the bare name is standard output to the library
   if (!std::ofstream(name)) throw UsageError(name + ": cannot be written: " + strerror(errno));
   rtxDiagBitTracePrintHTML(name.c_str(), job.ctxt.pBitFldList, nullptr);
+  if (isCut(name)) throw UsageError(name + ": cannot be written whole");
 }
 
 // Where two strings of octets part, or the length of both.

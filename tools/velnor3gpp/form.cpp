@@ -126,19 +126,28 @@ const L3TypeEntry& formOf(const std::vector<uint8_t>& octets, Direction directio
                    (radio ? " or its direction with --dir up|down" : ""));
 }
 
-static Protection protection5gs(const std::vector<uint8_t>& octets)
+// A header with the code at `codeAt`, and the sequence number and the message behind it.
+static Protection securityHeader(const std::vector<uint8_t>& octets, unsigned kind, const char* header, size_t codeAt)
 {
   Protection p;
-  if (octets.size() < 7 || octets[0] != 126 || !(octets[1] & 15)) return p;
-  unsigned kind = octets[1] & 15;
-  p.present = p.checkable = true;
-  p.ciphered = kind == 2 || kind == 4;
-  p.header = "TS24501Msg_NAS5GSecProtMsgHdr";
-  p.bearer = 1;
-  p.sequence = octets[6];
-  p.codeAt = 2;
+  p.codeAt = codeAt;
   p.codeOctets = 4;
-  p.inner = 7;
+  p.inner = codeAt + 5;
+  if (!kind || octets.size() < p.inner) return {};
+  p.present = true;
+  p.checkable = kind <= 4;
+  p.ciphered = kind == 2 || kind == 4;
+  p.header = header;
+  p.sequence = octets[codeAt + 4];
+  return p;
+}
+
+static Protection protection5gs(const std::vector<uint8_t>& octets)
+{
+  if (octets.size() < 2 || octets[0] != 126) return {};
+  Protection p = securityHeader(octets, octets[1] & 15, "TS24501Msg_NAS5GSecProtMsgHdr", 2);
+  p.checkable = p.present;
+  p.bearer = 1;
   return p;
 }
 
@@ -158,19 +167,9 @@ static Protection serviceRequest(const std::vector<uint8_t>& octets)
 
 static Protection protectionEps(const std::vector<uint8_t>& octets)
 {
-  Protection p;
   unsigned kind = octets[0] >> 4;
-  if (kind >= 12) return serviceRequest(octets);
-  if (octets.size() < 6 || (octets[0] & 15) != 7 || !kind) return p;
-  p.present = true;
-  p.checkable = kind <= 4;
-  p.ciphered = kind == 2 || kind == 4;
-  p.header = "TS24007L3_SecProtMsgHeader";
-  p.sequence = octets[5];
-  p.codeAt = 1;
-  p.codeOctets = 4;
-  p.inner = 6;
-  return p;
+  if (kind >= 12) return serviceRequest(octets); // whatever the discriminator, as the decoder has it
+  return (octets[0] & 15) == 7 ? securityHeader(octets, kind, "TS24007L3_SecProtMsgHeader", 1) : Protection{};
 }
 
 Protection protectionOf(const L3Type& form, const std::vector<uint8_t>& octets)

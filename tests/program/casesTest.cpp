@@ -1,0 +1,131 @@
+// Guards what a user of the program sees, by cases that a person can read. Every block of every .case file here is one:
+//
+//   file keys            makes a file for this case and those behind it, of the lines below it that begin with "| "
+//   $ velnor3gpp types   a command of the shell, run in the directory of the files; if several, each does the same
+//   code 1               its exit code; left out: 0
+//   out  TEXT            part of the standard output, of the errors (err), of the file f (in f); "not" denies any
+//   out 3 times  TEXT    so many times
+//   only err  TEXT       the whole of it, without the last line feed; TEXT may be missing
+//
+// "\n" in a text is a line feed. A call that cannot be served (code 2) says so in one line and prints nothing else, and
+// the keys of key files are never shown.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <sstream>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string readAll(const fs::path& name)
+{
+  std::ostringstream text;
+  text << std::ifstream(name, std::ios::binary).rdbuf();
+  return text.str();
+}
+
+size_t countOf(const std::string& text, const std::string& part)
+{
+  size_t count = 0;
+  for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
+  return count;
+}
+
+struct Case {
+  std::string place;
+  std::vector<std::string> commands, expectations;
+  int code = 0;
+};
+
+// Runs the cases of one file, in a directory of their own that is gone afterwards.
+class CaseFile : public testing::TestWithParam<std::string> {
+protected:
+  fs::path dir;
+
+  void SetUp() override
+  {
+    char name[] = "/tmp/velnor3gppXXXXXX";
+    dir = mkdtemp(name);
+    setenv("PATH", (fs::path(VELNOR_PROGRAM).parent_path().string() + ":" + getenv("PATH")).c_str(), 1);
+    setenv("SAMPLES", VELNOR_SAMPLES, 1);
+  }
+  void TearDown() override { fs::remove_all(dir); }
+
+  // "[not] out|err|in FILE [N times] TEXT" or "only out|err TEXT".
+  void expect(const std::string& line)
+  {
+    static const std::regex kForm("(not |only )?(out|err|in (\\S+))( (\\d+) times)? *(.*)");
+    std::smatch words;
+    ASSERT_TRUE(std::regex_match(line, words, kForm)) << line;
+    std::string text = readAll(dir / (words[3].matched ? words[3].str() : words[2].str()));
+    std::string part = std::regex_replace(words[6].str(), std::regex("\\\\n"), "\n");
+    if (words[1] == "only ")
+      EXPECT_EQ(text, part.empty() ? "" : part + "\n");
+    else if (words[5].matched || words[1] == "not ")
+      EXPECT_EQ(countOf(text, part), words[5].matched ? std::stoul(words[5]) : 0) << line << "\n" << text;
+    else
+      EXPECT_NE(text.find(part), std::string::npos) << line << "\n" << text;
+  }
+
+  void run(const Case& tested)
+  {
+    for (const std::string& command : tested.commands) {
+      SCOPED_TRACE(tested.place + ": " + command);
+      int status = system(("cd " + dir.string() + "; { " + command + "\n} >out 2>err </dev/null").c_str());
+      EXPECT_TRUE(WIFEXITED(status));
+      EXPECT_EQ(WEXITSTATUS(status), tested.code) << readAll(dir / "err");
+      for (const std::string& line : tested.expectations) expect(line);
+      for (const char* line : {"not err 2bd6459f", "not err d3c5d592"}) expect(line);
+      if (tested.code != 2) continue;
+      for (const char* line : {"only out", "err 1 times \\n", "err velnor3gpp: "}) expect(line);
+    }
+  }
+
+  // Takes a line of a block; files are made at once.
+  void take(Case& tested, const std::string& line, fs::path& file)
+  {
+    std::string rest = line.substr(std::min(line.size(), line.find(' ') + 1));
+    if (line.rfind("| ", 0) == 0)
+      std::ofstream(file, std::ios::app) << rest << "\n";
+    else if (line.rfind("file ", 0) == 0)
+      std::ofstream(file = dir / rest);
+    else if (line.rfind("$ ", 0) == 0)
+      tested.commands.push_back(rest);
+    else if (line.rfind("code ", 0) == 0)
+      tested.code = std::stoi(rest);
+    else
+      tested.expectations.push_back(line);
+  }
+};
+
+std::vector<std::string> caseFiles()
+{
+  std::vector<std::string> names;
+  for (const auto& entry : fs::directory_iterator(VELNOR_TEST_DATA))
+    if (entry.path().extension() == ".case") names.push_back(entry.path().stem());
+  return names;
+}
+
+TEST_P(CaseFile, HoldsToTheLetter)
+{
+  std::ifstream in(fs::path(VELNOR_TEST_DATA) / (GetParam() + ".case"));
+  Case tested;
+  fs::path file;
+  size_t number = 0, commands = 0;
+  for (std::string line; ++number, std::getline(in, line) || !tested.commands.empty(); line.clear()) {
+    if (line.empty()) run(std::exchange(tested, {}));
+    if (line.empty() || line[0] == '#') continue;
+    if (tested.place.empty()) tested.place = GetParam() + ".case:" + std::to_string(number);
+    take(tested, line, file);
+    commands += line[0] == '$';
+  }
+  EXPECT_GT(commands, 5U);
+}
+INSTANTIATE_TEST_SUITE_P(, CaseFile, testing::ValuesIn(caseFiles()), [](auto& name) { return name.param; });
+
+} // namespace
