@@ -28,7 +28,7 @@ int rtPrintBitStrNamed(const char* name, size_t numbits, const uint8_t* data, co
 int rtPrintBitStrNamedExt(const char* name, size_t numbits, const uint8_t* data, uint32_t, const RtBitName* names,
                           const char* separator)
 {
-  return rtxPrintForm(rtxSinkOfStdout(), rtFormBitStrNamed, name, RtBits{numbits, data}, names, separator);
+  return rtPrintBitStrNamed(name, numbits, data, names, separator);
 }
 
 int rtPrintBitStrBraceText(const char* name, size_t numbits, const uint8_t* data, const char*)
@@ -48,7 +48,7 @@ int rtPrintOctStr(const char* name, size_t numocts, const uint8_t* data, const c
 
 int rtPrintOpenType(const char* name, size_t numocts, const uint8_t* data, const char* separator)
 {
-  return rtxPrintForm(rtxSinkOfStdout(), rtFormCounted, name, "numocts", numocts, data, 1U, separator);
+  return rtPrintOctStr(name, numocts, data, separator);
 }
 
 int rtPrint16BitCharStr(const char* name, size_t nchars, const uint16_t* data, const char* separator)
@@ -63,7 +63,7 @@ int rtPrint32BitCharStr(const char* name, size_t nchars, const uint32_t* data, c
 
 int rtPrintUnicodeCharStr(const char* name, const uint16_t* chars, int count)
 {
-  return rtxPrintForm(rtxSinkOfStdout(), rtxFormUnicode, name, chars, count);
+  return rtxPrintUnicodeCharStr(name, chars, count);
 }
 
 int rtPrintUnivCharStr(const char* name, size_t nchars, const uint32_t* chars)

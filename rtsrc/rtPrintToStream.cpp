@@ -1,6 +1,7 @@
 #include "velnor3gpp/rtPrintToStream.h"
 
 #include "rtsrc/rtPrintForms.h"
+#include "velnor3gpp/rtxPrintToStream.h"
 
 int rtPrintToStreamBitStr(RtxContext* pctxt, const char* name, size_t numbits, const uint8_t* data,
                           const char* separator)
@@ -31,7 +32,7 @@ int rtPrintToStreamBitStrNamed(RtxContext* pctxt, const char* name, size_t numbi
 int rtPrintToStreamBitStrNamedExt(RtxContext* pctxt, const char* name, size_t numbits, const uint8_t* data, uint32_t,
                                   const RtBitName* names, const char* separator)
 {
-  return rtxPrintForm(rtxSinkOfStream(pctxt), rtFormBitStrNamed, name, RtBits{numbits, data}, names, separator);
+  return rtPrintToStreamBitStrNamed(pctxt, name, numbits, data, names, separator);
 }
 
 int rtPrintToStreamBitStrBraceText(RtxContext* pctxt, const char* name, size_t numbits, const uint8_t* data,
@@ -57,7 +58,7 @@ int rtPrintToStreamOctStr(RtxContext* pctxt, const char* name, size_t numocts, c
 int rtPrintToStreamOpenType(RtxContext* pctxt, const char* name, size_t numocts, const uint8_t* data,
                             const char* separator)
 {
-  return rtxPrintForm(rtxSinkOfStream(pctxt), rtFormCounted, name, "numocts", numocts, data, 1U, separator);
+  return rtPrintToStreamOctStr(pctxt, name, numocts, data, separator);
 }
 
 int rtPrintToStream16BitCharStr(RtxContext* pctxt, const char* name, size_t nchars, const uint16_t* data,
@@ -74,7 +75,7 @@ int rtPrintToStream32BitCharStr(RtxContext* pctxt, const char* name, size_t ncha
 
 int rtPrintToStreamUnicodeCharStr(RtxContext* pctxt, const char* name, const uint16_t* chars, int count)
 {
-  return rtxPrintForm(rtxSinkOfStream(pctxt), rtxFormUnicode, name, chars, count);
+  return rtxPrintToStreamUnicodeCharStr(pctxt, name, chars, count);
 }
 
 int rtPrintToStreamUnivCharStr(RtxContext* pctxt, const char* name, size_t nchars, const uint32_t* chars)

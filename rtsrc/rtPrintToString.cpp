@@ -138,7 +138,7 @@ int rtPrintToStringBitStrNamed(const char* name, size_t numbits, const uint8_t* 
 int rtPrintToStringBitStrNamedExt(const char* name, size_t numbits, const uint8_t* data, uint32_t,
                                   const RtBitName* names, const char* separator, char* buffer, size_t size)
 {
-  return rtxPrintForm(sinkOf(buffer, size), rtFormBitStrNamed, name, RtBits{numbits, data}, names, separator);
+  return rtPrintToStringBitStrNamed(name, numbits, data, names, separator, buffer, size);
 }
 
 int rtPrintToStringBitStrBraceText(const char* name, size_t numbits, const uint8_t* data, const char*, char* buffer,
@@ -164,7 +164,7 @@ int rtPrintToStringOctStr(const char* name, size_t numocts, const uint8_t* data,
 int rtPrintToStringOpenType(const char* name, size_t numocts, const uint8_t* data, const char* separator, char* buffer,
                             size_t size)
 {
-  return rtxPrintForm(sinkOf(buffer, size), rtFormCounted, name, "numocts", numocts, data, 1U, separator);
+  return rtPrintToStringOctStr(name, numocts, data, separator, buffer, size);
 }
 
 int rtPrintToString16BitCharStr(const char* name, size_t nchars, const uint16_t* data, const char* separator,

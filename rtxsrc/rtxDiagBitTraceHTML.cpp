@@ -43,24 +43,14 @@ static const char kPageEnd[] = "</table>\n</body>\n</html>\n";
 
 static void putEscaped(FILE* file, const char* text)
 {
+  static const char kSpecial[] = "&<>\"";
+  static const char* const kEntities[] = {"&amp;", "&lt;", "&gt;", "&quot;"};
   for (; *text != 0; text++) {
-    switch (*text) {
-      case '&':
-        (void)fputs("&amp;", file);
-        break;
-      case '<':
-        (void)fputs("&lt;", file);
-        break;
-      case '>':
-        (void)fputs("&gt;", file);
-        break;
-      case '"':
-        (void)fputs("&quot;", file);
-        break;
-      default:
-        (void)fputc(*text, file);
-        break;
-    }
+    const char* special = strchr(kSpecial, *text);
+    if (special != nullptr)
+      (void)fputs(kEntities[special - kSpecial], file);
+    else
+      (void)fputc(*text, file);
   }
 }
 

@@ -72,7 +72,7 @@ int rtxPrintCharStr(const char* name, const char* value)
 
 int rtxPrintUTF8CharStr(const char* name, const char* value)
 {
-  return rtxPrintForm(rtxSinkOfStdout(), rtxFormQuoted, name, value);
+  return rtxPrintCharStr(name, value);
 }
 
 int rtxPrintUnicodeCharStr(const char* name, const uint16_t* chars, int count)

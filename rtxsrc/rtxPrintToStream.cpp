@@ -87,7 +87,7 @@ int rtxPrintToStreamCharStr(RtxContext* pctxt, const char* name, const char* val
 
 int rtxPrintToStreamUTF8CharStr(RtxContext* pctxt, const char* name, const char* value)
 {
-  return rtxPrintForm(rtxSinkOfStream(pctxt), rtxFormQuoted, name, value);
+  return rtxPrintToStreamCharStr(pctxt, name, value);
 }
 
 int rtxPrintToStreamUnicodeCharStr(RtxContext* pctxt, const char* name, const uint16_t* chars, int count)
