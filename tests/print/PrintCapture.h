@@ -1,13 +1,15 @@
-// What the print tests share: a context, and ways to see what a print call wrote.
-#ifndef VELNOR_TESTS_PRINT_CAPTURE_H
-#define VELNOR_TESTS_PRINT_CAPTURE_H
+// What the print tests share: a context, ways to see what a print call wrote, and the texts that they expect. Those
+// stand in files beside the tests, each below a line "== heading".
+#pragma once
 
 #include <gtest/gtest.h>
 
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <functional>
+#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -18,75 +20,21 @@
 #include "velnor3gpp/rtxPrintToStream.h"
 #include "velnor3gpp/rtxStatus.h"
 
-// A print callback of the caller's own: keeps each piece of text that one call brings.
-struct Pieces {
-  std::vector<std::string> pieces;
+using Texts = std::map<std::string, std::string>;
 
-  std::string text() const
-  {
-    std::string all;
-    for (const auto& piece : pieces) all += piece;
-    return all;
+inline Texts textsOf(const std::string& file)
+{
+  Texts texts;
+  std::ifstream in(std::string(VELNOR_TEST_DATA "/") + file);
+  std::string heading;
+  for (std::string line; std::getline(in, line);) {
+    if (line.compare(0, 3, "== ") == 0)
+      texts[heading = line.substr(3)];
+    else if (!heading.empty())
+      texts[heading] += line + "\n";
   }
-
-  static void callback(void* self, const char* format, va_list args)
-  {
-    char piece[4096];
-    vsnprintf(piece, sizeof piece, format, args);
-    static_cast<Pieces*>(self)->pieces.push_back(piece);
-  }
-};
-
-class PrintTest : public testing::Test {
-protected:
-  RtxContext ctxt;
-
-  void SetUp() override { ASSERT_EQ(rtxInitContext(&ctxt), 0); }
-  void TearDown() override { rtxFreeContext(&ctxt); }
-
-  // The text of a call through a callback that the library does not know.
-  std::string viaCallback(const std::function<void(RtxContext*)>& print)
-  {
-    Pieces pieces;
-    rtxSetPrintStream(&ctxt, Pieces::callback, &pieces);
-    print(&ctxt);
-    rtxPrintStreamRelease(&ctxt);
-    return pieces.text();
-  }
-
-  // The text of a call through the library's own string callback.
-  std::string viaString(const std::function<void(RtxContext*)>& print)
-  {
-    std::vector<char> room(1 << 16);
-    RtxPrintToStringBuffer text = {room.data(), room.size(), 0};
-    rtxSetPrintStream(&ctxt, rtxPrintStreamToStringCB, &text);
-    print(&ctxt);
-    rtxPrintStreamRelease(&ctxt);
-    return room.data();
-  }
-
-  // The text of a call through the library's own file callback.
-  std::string viaFile(const std::function<void(RtxContext*)>& print)
-  {
-    FILE* file = tmpfile();
-    rtxSetPrintStream(&ctxt, rtxPrintStreamToFileCB, file);
-    print(&ctxt);
-    rtxPrintStreamRelease(&ctxt);
-    std::string text(static_cast<size_t>(ftell(file)), 0);
-    rewind(file);
-    text.resize(fread(text.data(), 1, text.size(), file));
-    fclose(file);
-    return text;
-  }
-
-  static std::string viaStdout(const std::function<void()>& print)
-  {
-    testing::internal::CaptureStdout();
-    print();
-    fflush(stdout);
-    return testing::internal::GetCapturedStdout();
-  }
-};
+  return texts;
+}
 
 inline std::string fileText(const std::string& name)
 {
@@ -95,4 +43,64 @@ inline std::string fileText(const std::string& name)
   return text.str();
 }
 
-#endif
+// A print callback of the caller's own: keeps each piece of text that one call brings.
+struct Pieces : std::vector<std::string> {
+  std::string text() const
+  {
+    std::string all;
+    for (const auto& piece : *this) all += piece;
+    return all;
+  }
+  static void callback(void* self, const char* format, va_list args)
+  {
+    char piece[4096];
+    vsnprintf(piece, sizeof piece, format, args);
+    static_cast<Pieces*>(self)->push_back(piece);
+  }
+};
+
+class PrintTest : public testing::Test {
+protected:
+  using Print = std::function<void(RtxContext*)>;
+  RtxContext ctxt;
+
+  void SetUp() override { ASSERT_EQ(rtxInitContext(&ctxt), 0); }
+  void TearDown() override { rtxFreeContext(&ctxt); }
+
+  void printTo(rtxPrintCallback callback, void* target, const Print& print)
+  {
+    rtxSetPrintStream(&ctxt, callback, target);
+    print(&ctxt);
+    rtxPrintStreamRelease(&ctxt);
+  }
+  // Through a callback that the library does not know.
+  std::string viaCallback(const Print& print)
+  {
+    Pieces pieces;
+    printTo(Pieces::callback, &pieces, print);
+    return pieces.text();
+  }
+  // Through the library's own callbacks.
+  std::string viaString(const Print& print)
+  {
+    char room[1 << 12] = "";
+    RtxPrintToStringBuffer text = {room, sizeof room, 0};
+    printTo(rtxPrintStreamToStringCB, &text, print);
+    return room;
+  }
+  std::string viaFile(const Print& print)
+  {
+    std::string name = testing::TempDir() + "print_via_file";
+    FILE* file = fopen(name.c_str(), "w");
+    printTo(rtxPrintStreamToFileCB, file, print);
+    fclose(file);
+    return fileText(name);
+  }
+  static std::string viaStdout(const std::function<void()>& print)
+  {
+    testing::internal::CaptureStdout();
+    print();
+    fflush(stdout);
+    return testing::internal::GetCapturedStdout();
+  }
+};

@@ -1,4 +1,4 @@
-// A context over a few octets, for the tests of the coding helpers.
+// A context over a few octets, for the tests of coding helpers and of NAS security.
 #pragma once
 
 #include <cstdint>
@@ -22,28 +22,23 @@ inline Octets fromHex(const std::string& hex)
   return octets;
 }
 
-// Owns a context and exactly the octets it works on, so that a sanitizer sees any access beyond them.
+// Owns a context and exactly the octets it reads or writes, so that a sanitizer sees any access beyond them.
 class TestContext {
 public:
-  explicit TestContext(Octets octets) : data(std::move(octets))
+  explicit TestContext(Octets octets = {}, size_t startBit = 0) : data(std::move(octets))
   {
-    rtInitContext(&ctxt);
     static uint8_t none;
+    rtInitContext(&ctxt);
     rtxCtxtSetBufPtr(&ctxt, data.empty() ? &none : data.data(), data.size());
+    rtxCtxtSetBitOffset(&ctxt, startBit);
   }
-  // A fixed output buffer.
-  explicit TestContext(size_t capacity) : TestContext(Octets(capacity)) {}
   ~TestContext() { rtFreeContext(&ctxt); }
   TestContext(const TestContext&) = delete;
 
   operator RtxContext*() { return &ctxt; }
   RtxContext* operator->() { return &ctxt; }
-
-  void seek(size_t bit) { rtxCtxtSetBitOffset(&ctxt, bit); }
   size_t position() { return rtxCtxtGetBitOffset(&ctxt); }
   Octets written() { return Octets(data.begin(), data.begin() + long((position() + 7) / 8)); }
-  size_t errors() { return rtxErrGetErrorCnt(&ctxt); }
-  const RtxErrInfo* lastError() { return static_cast<RtxErrInfo*>(ctxt.errInfo.tail->data); }
 
   Octets data;
 

@@ -1,0 +1,212 @@
+// Guards the ways that printed text takes: context stream, process-wide stream, standard output, hex dumps to every
+// target, and the switches and levels of the diagnostic print.
+#include "tests/print/PrintCapture.h"
+#include "velnor3gpp/rtxDiag.h"
+#include "velnor3gpp/rtxHexDump.h"
+
+namespace {
+
+using PrintStream = PrintTest;
+using HexDump = PrintTest;
+using Diag = PrintTest;
+
+TEST_F(PrintStream, GoesToTheContextThenToTheProcessThenToStandardOutput)
+{
+  // The process-wide stream cannot be taken back, so this test sends it to standard output at the end.
+  EXPECT_EQ(viaStdout([&] { rtxPrintToStream(&ctxt, "%d ", 1); }), "1 ");
+  EXPECT_EQ(rtxSetGlobalPrintStream(nullptr, nullptr), RTX_E_BAD_PARAMETER);
+  Pieces global, own;
+  ASSERT_EQ(rtxSetGlobalPrintStream(Pieces::callback, &global), 0);
+  ctxt.indent = 9;
+  ASSERT_EQ(rtxSetPrintStream(&ctxt, Pieces::callback, &own), 0);
+  EXPECT_EQ(ctxt.indent, 0);
+  rtxPrintToStream(&ctxt, "%d ", 2);
+  rtxPrintToStream(nullptr, "%d ", 3);
+  EXPECT_EQ(rtxPrintStreamRelease(&ctxt), 0);
+  rtxPrintToStream(&ctxt, "%d ", 4);
+  EXPECT_EQ(rtxPrintStreamRelease(&ctxt), 0);
+  EXPECT_EQ(rtxPrintStreamRelease(nullptr), RTX_E_BAD_PARAMETER);
+  EXPECT_EQ(own.text(), "2 ");
+  EXPECT_EQ(global.text(), "3 4 ");
+  rtxSetGlobalPrintStream(rtxPrintStreamToStdoutCB, nullptr);
+  EXPECT_EQ(viaStdout([&] { rtxPrintToStreamNull(nullptr, "n"); }), "n = <null>\n");
+  EXPECT_EQ(rtxSetPrintStream(&ctxt, nullptr, nullptr), RTX_E_BAD_PARAMETER);
+  EXPECT_EQ(rtxErrGetLastError(&ctxt), RTX_E_BAD_PARAMETER);
+}
+
+// A caller's callback sees one call for each piece: a line of a scalar, a single blank, a single octet. It stays when
+// the heap begins anew.
+TEST_F(PrintStream, CallsBackByPieces)
+{
+  Pieces own;
+  rtxSetPrintStream(&ctxt, Pieces::callback, &own);
+  rtxMemReset(&ctxt);
+  for (int i = 0; i < 100; i++) rtxMemHeapAllocZ(&ctxt.pMemHeap, 64);
+  rtxPrintToStreamIncrIndent(&ctxt);
+  rtxPrintToStreamIndent(&ctxt);
+  rtxPrintToStreamUnsigned(&ctxt, "a", 5);
+  const uint8_t octets[] = {1, 0xfe};
+  rtxPrintToStreamHexStr(&ctxt, "b", 2, octets);
+  EXPECT_EQ(own, (std::vector<std::string>{" ", " ", " ", "a = 5\n", "b = 0x", "01", "fe", "\n"}));
+}
+
+// The direct way into a string cuts exactly as formatting into it does.
+TEST_F(PrintStream, CutsAFullStringWithoutNotice)
+{
+  for (size_t size = 0; size < 20; size++) {
+    char direct[20] = "", formatted[20] = "";
+    RtxPrintToStringBuffer text = {direct, size, 0}, reference = {formatted, size, 0};
+    printTo(rtxPrintStreamToStringCB, &text, [](RtxContext* pctxt) {
+      rtxPrintToStreamUnsigned(pctxt, "abc", 1234567);
+      rtxPrintToStreamNull(pctxt, "d");
+    });
+    printTo(rtxPrintStreamToStringCB, &reference, [](RtxContext* pctxt) {
+      rtxPrintToStream(pctxt, "%s = %u\n", "abc", 1234567U);
+      rtxPrintToStream(pctxt, "%s = <null>\n", "d");
+    });
+    EXPECT_STREQ(direct, formatted) << size;
+    EXPECT_EQ(text.curPos, reference.curPos) << size;
+    EXPECT_EQ(text.curPos, strlen(direct)) << size;
+  }
+}
+
+TEST_F(PrintStream, CopiesFilesInPieces)
+{
+  std::string name = testing::TempDir() + "print_file", first(1500, 'x');
+  std::ofstream(name) << first << "\nend";
+  EXPECT_EQ(viaCallback([&](RtxContext* pctxt) { EXPECT_EQ(rtxPrintToStreamFile(pctxt, name.c_str()), 0); }),
+            first + "\nend");
+  EXPECT_EQ(viaStdout([&] { EXPECT_EQ(rtxPrintFile(name.c_str()), 0); }),
+            first.substr(0, 1023) + "\n" + first.substr(1023) + "\n\nend\n");
+  EXPECT_EQ(rtxPrintToStreamFile(&ctxt, "/nowhere"), RTX_E_FILE_OPEN);
+  EXPECT_EQ(rtxPrintFile("/nowhere"), RTX_E_FILE_OPEN);
+  char element[12];
+  EXPECT_STREQ(rtxGetArrayElemName(element, sizeof element, "elem", 12), "elem[12]");
+  EXPECT_EQ(rtxGetArrayElemName(nullptr, 0, "elem", 12), nullptr);
+}
+
+const uint8_t kData[] = "ABCDEFGHIJKLMNOP \x01";
+
+TEST_F(HexDump, LooksTheSameOnEveryTarget)
+{
+  Texts texts = textsOf("dumps.txt");
+  const std::pair<size_t, size_t> dumps[] = {{0, 1},  {1, 1},  {16, 1}, {17, 1},  {18, 1}, {6, 2},
+                                             {16, 3}, {16, 4}, {16, 0}, {16, 17}, {10, 8}};
+  for (auto [octets, unit] : dumps) {
+    std::string expected = texts[std::to_string(octets) + " octets by " + std::to_string(unit)];
+    EXPECT_EQ(viaCallback([&](RtxContext* pctxt) { rtxHexDumpToStreamEx(pctxt, kData, octets, unit); }), expected);
+    EXPECT_EQ(viaStdout([&] { unit == 1 ? rtxHexDump(kData, octets) : rtxHexDumpEx(kData, octets, unit); }), expected);
+    char string[512] = "old text";
+    EXPECT_EQ(rtxHexDumpToStringEx(kData, octets, string, sizeof string, unit), 0);
+    EXPECT_EQ(string, expected);
+  }
+  EXPECT_EQ(viaCallback([](RtxContext* pctxt) { rtxHexDumpToStream(pctxt, nullptr, 4); }), "");
+  EXPECT_EQ(viaCallback([](RtxContext* pctxt) { rtxHexDumpToStreamExNoAscii(pctxt, kData, 17, 2); }),
+            texts["17 octets by 2, no text"]);
+  char text[100]; // keeps the lines that fit
+  EXPECT_EQ(rtxHexDumpToString(kData, 17, text, sizeof text), RTX_E_ENCODE_OVERFLOW);
+  EXPECT_EQ(text, texts["16 octets by 1"]);
+  EXPECT_EQ(rtxHexDumpToString(kData, 17, text, 0), RTX_E_ENCODE_OVERFLOW);
+}
+
+TEST_F(HexDump, FillsFiles)
+{
+  Texts texts = textsOf("dumps.txt");
+  std::string in = testing::TempDir() + "dump_in", out = testing::TempDir() + "dump_out", big(3000, 'A');
+  EXPECT_EQ(rtxHexDumpToNamedFile(out.c_str(), kData, 1), 0);
+  EXPECT_EQ(fileText(out), texts["1 octets by 1"]);
+  EXPECT_EQ(rtxHexDumpToNamedFileNoAscii(out.c_str(), kData, 2), 0);
+  EXPECT_EQ(fileText(out), texts["2 octets by 1, no text"]);
+  FILE* file = fopen(out.c_str(), "w");
+  rtxHexDumpToFileEx(file, kData, 6, 2);
+  rtxHexDumpToFileExNoAscii(file, kData, 17, 2);
+  fclose(file);
+  EXPECT_EQ(fileText(out), texts["6 octets by 2"] + texts["17 octets by 2, no text"]);
+  std::ofstream(in) << big;
+  EXPECT_EQ(rtxHexDumpFileContentsToFile(in.c_str(), out.c_str()), 0);
+  EXPECT_EQ(fileText(out), viaCallback([&](RtxContext* pctxt) {
+              rtxHexDumpToStream(pctxt, reinterpret_cast<const uint8_t*>(big.data()), big.size());
+            }));
+  EXPECT_EQ(rtxHexDumpFileContentsToFile("/nowhere/in", out.c_str()), RTX_E_FILE_OPEN);
+  EXPECT_EQ(rtxHexDumpFileContentsToFile(in.c_str(), "/nowhere/out"), RTX_E_FILE_OPEN);
+  EXPECT_EQ(rtxHexDumpToNamedFile("/dev/full", kData, 2), RTX_E_WRITE);
+}
+
+TEST_F(Diag, LevelsPassTheirClasses)
+{
+  static const std::string marks[] = {"~E,", "~e,", "~W,", "~w,", "~I,", "~i,", "~D,", "~d,", "~x,", "~,", "plain,"};
+  const struct {
+    int level; // -1: off
+    const char *passing, *enabled;
+  } rows[] = {{-1, "", ""},
+              {RTX_DIAG_ERROR, "~E,~e,plain,", "0"},
+              {RTX_DIAG_WARNING, "~E,~e,~W,~w,plain,", "01"},
+              {RTX_DIAG_INFO, "~E,~e,~W,~w,~I,~i,plain,", "012"},
+              {RTX_DIAG_DEBUG, "~E,~e,~W,~w,~I,~i,~D,~d,plain,", "01239"},
+              {7, "~E,~e,~W,~w,~I,~i,~D,~d,~x,~,plain,", ""}};
+  for (const auto& row : rows) {
+    if (row.level >= 0) rtxDiagSetTraceLevel(&ctxt, row.level);
+    EXPECT_EQ(row.passing, viaCallback([](RtxContext* pctxt) {
+                for (const std::string& mark : marks) rtxDiagStream(pctxt, mark.c_str());
+              }));
+    EXPECT_EQ(row.passing, viaStdout([&] {
+                for (const std::string& mark : marks) rtxDiagPrint(&ctxt, mark.c_str());
+              }));
+    std::string enabled;
+    for (char level : {'0', '1', '2', '3', '9'})
+      if (rtxDiagTraceLevelEnabled(&ctxt, level - '0')) enabled += level;
+    EXPECT_EQ(row.enabled, enabled) << row.level;
+  }
+}
+
+TEST_F(Diag, SwitchesReturnTheStateBefore)
+{
+  EXPECT_FALSE(rtxSetDiag(&ctxt, 1));
+  EXPECT_EQ(ctxt.flags, RTX_FLAG_DIAG);
+  EXPECT_TRUE(rtxSetDiag(&ctxt, 0));
+  EXPECT_FALSE(rtxDiagEnabled(nullptr));
+  EXPECT_FALSE(rtxSetGlobalDiag(1));
+  EXPECT_TRUE(rtxDiagEnabled(nullptr));
+  EXPECT_TRUE(rtxSetDiag(&ctxt, 0));
+  EXPECT_EQ(viaStdout([] { rtxDiagPrint(nullptr, "~D %d", 5); }), "~D 5");
+  EXPECT_TRUE(rtxSetGlobalDiag(0));
+  EXPECT_FALSE(rtxDiagEnabled(&ctxt));
+}
+
+TEST_F(Diag, OctetsCharactersAndBits)
+{
+  const uint8_t data[] = {0x5a, 0x80};
+  auto all = [&](RtxContext* pctxt) {
+    rtxDiagStreamHexDump(pctxt, data, 2);
+    rtxDiagStreamPrintChars(pctxt, "abcd", 3);
+    rtxDiagStreamPrintBits(pctxt, " bits: ", data, 3, 6);
+  };
+  EXPECT_EQ(viaCallback(all), "");
+  rtxSetDiag(&ctxt, 1);
+  std::string dump = "5a 80" + std::string(43, ' ') + " Z.\n";
+  EXPECT_EQ(viaCallback(all), dump + "abc bits: 110101");
+  EXPECT_EQ(viaStdout([&] { rtxDiagHexDump(&ctxt, data, 2), rtxDiagPrintChars(&ctxt, "abcd", 3); }), dump + "abc\n");
+}
+
+// Characters print singly, bits report, and a stream is not set.
+TEST_F(Diag, WithoutMemory)
+{
+  static int left;
+  left = 2; // the heap itself and a print stream
+  RtxContext poor;
+  Pieces pieces;
+  auto allocate = [](size_t size) -> void* { return left-- > 0 ? malloc(size) : nullptr; };
+  ASSERT_EQ(rtxInitContextExt(&poor, allocate, realloc, free), 0);
+  rtxSetDiag(&poor, 1);
+  ASSERT_EQ(rtxSetPrintStream(&poor, Pieces::callback, &pieces), 0);
+  rtxDiagStreamPrintChars(&poor, "ab", 2);
+  rtxDiagStreamPrintBits(&poor, "x", kData, 0, 8);
+  EXPECT_EQ(pieces, (std::vector<std::string>{"a", "b"}));
+  EXPECT_EQ(rtxErrGetStatus(&poor), RTX_E_NO_MEMORY);
+  rtxPrintStreamRelease(&poor);
+  EXPECT_EQ(rtxSetPrintStream(&poor, Pieces::callback, nullptr), RTX_E_NO_MEMORY);
+  EXPECT_EQ(poor.pPrintStream, nullptr);
+  rtxFreeContext(&poor);
+}
+
+} // namespace

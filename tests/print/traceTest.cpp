@@ -1,0 +1,238 @@
+// Guards the bit trace: its entries, its text form line by line, and its HTML page. The texts stand in traces.txt.
+#include "tests/print/PrintCapture.h"
+#include "velnor3gpp/rtxBitDecode.h"
+#include "velnor3gpp/rtxDiag.h"
+#include "velnor3gpp/rtxDiagBitTrace.h"
+#include "velnor3gpp/rtxStream.h"
+#include "velnor3gpp/rtxStreamFile.h"
+
+namespace {
+
+class BitTrace : public PrintTest {
+protected:
+  uint8_t octets[16] = {0x07, 0x41, 0x3c, 0x26, 0xff, 0x80, 'a', 'b', 'c'};
+  RtxBitFieldList* list = nullptr;
+  Texts texts = textsOf("traces.txt");
+
+  void SetUp() override
+  {
+    PrintTest::SetUp();
+    ASSERT_EQ(rtxCtxtSetBufPtr(&ctxt, octets, sizeof octets), 0);
+    start();
+  }
+  void start()
+  {
+    ASSERT_EQ(rtxDiagCtxtBitFieldListInit(&ctxt), 0);
+    list = ctxt.pBitFldList;
+  }
+  // One field as a coder notes it.
+  RtxBitField* field(const char* name, const char* suffix, size_t bits)
+  {
+    if (name != nullptr) rtxCtxtPushElemName(&ctxt, name);
+    RtxBitField* entry = rtxDiagNewBitField(list, suffix);
+    EXPECT_EQ(rtxSkipBits(&ctxt, bits), 0);
+    rtxDiagSetBitFldCount(list);
+    if (name != nullptr) rtxCtxtPopElemName(&ctxt);
+    return entry;
+  }
+  std::string text(const char* varname = nullptr)
+  {
+    return viaCallback([&](RtxContext*) { rtxDiagBitTracePrint(list, varname); });
+  }
+  std::string html(const char* varname = nullptr)
+  {
+    std::string name = testing::TempDir() + "trace.html";
+    rtxDiagBitTracePrintHTML(name.c_str(), list, varname);
+    return fileText(name);
+  }
+};
+
+TEST_F(BitTrace, OffCostsAndChangesNothing)
+{
+  EXPECT_EQ(rtxDiagNewBitField(nullptr, "x"), nullptr);
+  rtxDiagSetBitFldCount(nullptr);
+  rtxDiagSetBitFldOffset(nullptr);
+  rtxDiagSetBitFldNameSuffix(nullptr, "x");
+  rtxDiagBitFldAppendNamePart(nullptr, "x");
+  rtxDiagInsBitFieldLen(nullptr);
+  rtxDiagBitTracePrint(nullptr, "x");
+  rtxDiagSetBitFldCount(list); // an empty list
+  EXPECT_EQ(list->fieldList.count, 0u);
+  EXPECT_EQ(rtxDiagSetBitFldDisabled(nullptr, 0), 1);
+  EXPECT_EQ(rtxDiagSetBitFldDisabled(list, 1), 1);
+  EXPECT_EQ(rtxDiagSetBitFldDisabled(list, 1), 1);
+  EXPECT_EQ(rtxDiagSetBitFldDisabled(list, 0), 1);
+  EXPECT_EQ(rtxDiagNewBitField(list, "x"), nullptr);
+  for (int i = 0; i < 2; i++) EXPECT_EQ(rtxDiagSetBitFldDisabled(list, 0), 0);
+  EXPECT_NE(rtxDiagNewBitField(list, "x"), nullptr);
+}
+
+TEST_F(BitTrace, HalvesOfAnOctetContinueOneLine)
+{
+  rtxCtxtPushTypeName(&ctxt, "Msg");
+  field("spare", "INTEGER", 4);
+  field("kind", "ENUMERATED", 4);
+  EXPECT_EQ(text("PDU"), texts["halves"]);
+  EXPECT_EQ(text("PDU"), "");
+  EXPECT_NE(html(), ""); // does not disturb the text that goes on
+  field("more", "BOOLEAN", 1);
+  EXPECT_EQ(text(), texts["more of the halves"]);
+}
+
+TEST_F(BitTrace, LinesBreakAfterFourOctetsAndGapsShow)
+{
+  field("a", "OCTET STRING", 32);
+  field("b", "x", 13);
+  rtxSkipBits(&ctxt, 3);
+  field("c", "x", 8);
+  rtxSkipBits(&ctxt, 9);
+  EXPECT_EQ(text(), texts["gaps"]);
+}
+
+// What an entry says wrongly stays within the data; a position moved back behind the start makes an empty entry.
+TEST_F(BitTrace, EntriesBeyondTheDataAndMovedBack)
+{
+  RtxBitField* wild = field("wild", "x", 8);
+  RtxBitField* back = field("back", "x", 8);
+  wild->bitOffset = 125;
+  wild->bitCount = SIZE_MAX - 3;
+  back->bitOffset = 999;
+  rtxDiagSetBitFldCount(list);
+  EXPECT_EQ(text(), texts["wild"]);
+}
+
+TEST_F(BitTrace, AdjustmentAtTheStartMovesAllEntries)
+{
+  field(nullptr, "x", 0)->bitOffset = 8;
+  field("a", "x", 4);
+  field("b", "x", 4);
+  EXPECT_EQ(text(), texts["adjustment"]);
+}
+
+TEST_F(BitTrace, AnOpenTypeHasATraceOfItsOwn)
+{
+  RtxBitFieldList inner;
+  RtxBitField* outer = field("open", "x", 16);
+  ASSERT_EQ(rtxDiagBitFieldListInit(&ctxt, &inner), 0);
+  outer->bitOffset = 8;
+  outer->bitCount = 8;
+  outer->openTypeFields = &inner;
+  ctxt.buffer.byteIndex = 0;
+  rtxDiagNewBitField(&inner, "y");
+  ctxt.buffer.byteIndex = 1;
+  rtxDiagSetBitFldCount(&inner);
+  EXPECT_EQ(text("v"), texts["open type"]);
+}
+
+TEST_F(BitTrace, HeadLinesAreCut)
+{
+  std::string name(900, 'n'), suffix(40, 's');
+  field(name.c_str(), "x", 0);
+  field("a", suffix.c_str(), 0);
+  std::string all = text();
+  EXPECT_EQ(all.substr(0, 800), name.substr(0, 799) + "\n");
+  EXPECT_NE(all.find("\na " + suffix.substr(0, 32) + "\n"), std::string::npos);
+  EXPECT_NE(html().find("\n" + name.substr(0, 400) + "<br/>\n"), std::string::npos);
+}
+
+TEST_F(BitTrace, UpdatesWorkOnTheLastEntry)
+{
+  field("a", "x", 0);
+  rtxSkipBits(&ctxt, 3);
+  rtxDiagSetBitFldOffset(list);
+  rtxSkipBits(&ctxt, 5);
+  rtxDiagSetBitFldCount(list);
+  rtxDiagSetBitFldOffset(list); // not any more
+  rtxDiagSetBitFldNameSuffix(list, "y");
+  rtxDiagBitFldAppendNamePart(list, "part");
+  RtxBitField* unnamed = field(nullptr, "z", 0);
+  EXPECT_EQ(unnamed->elemName, nullptr);
+  rtxCtxtPushElemName(&ctxt, "late");
+  rtxDiagBitFldAppendNamePart(list, "ignored");
+  rtxCtxtPopElemName(&ctxt);
+  field("s", "OCTET STRING", 0);
+  rtxSkipBits(&ctxt, 8);
+  rtxDiagInsBitFieldLen(list); // splits off as "length"
+  rtxSkipBits(&ctxt, 24);
+  rtxDiagSetBitFldCount(list);
+  std::string fields;
+  for (const RtxSListNode* node = list->fieldList.head; node; node = node->next) {
+    const auto& entry = *static_cast<const RtxBitField*>(node->data);
+    fields += std::string(entry.elemName) + " " + entry.nameSuffix + " " + std::to_string(entry.bitOffset) + "+" +
+              std::to_string(entry.bitCount) + "\n";
+  }
+  EXPECT_EQ(fields, "a.part y 3+5\nlate z 8+0\ns length 8+8\ns OCTET STRING 16+24\n");
+}
+
+// Whichever allocation fails, and all after it: coding goes on, and what stands is printable.
+TEST_F(BitTrace, LackOfMemoryLosesEntriesOnly)
+{
+  static int left;
+  auto allocate = [](size_t size) -> void* { return left-- > 0 ? malloc(size) : nullptr; };
+  auto reallocate = [](void* old, size_t size) -> void* { return left-- > 0 ? realloc(old, size) : nullptr; };
+  for (int allowed = 0; allowed < 30; allowed++) {
+    RtxContext poor;
+    left = 1000;
+    ASSERT_EQ(rtxInitContextExt(&poor, allocate, reallocate, free), 0);
+    rtxMemHeapSetFlags(&poor.pMemHeap, RT_MH_USE_SYSMEM);
+    rtxCtxtSetBufPtr(&poor, octets, sizeof octets);
+    rtxCtxtPushElemName(&poor, "name");
+    left = allowed;
+    ASSERT_EQ(rtxDiagCtxtBitFieldListInit(&poor), allowed > 0 ? 0 : RTX_E_NO_MEMORY);
+    for (int i = 0; i < 3; i++) {
+      rtxDiagNewBitField(poor.pBitFldList, "x");
+      rtxDiagBitFldAppendNamePart(poor.pBitFldList, "part");
+      rtxDiagInsBitFieldLen(poor.pBitFldList);
+      rtxDiagSetBitFldCount(poor.pBitFldList);
+    }
+    left = 1;
+    Pieces pieces;
+    ASSERT_EQ(rtxSetPrintStream(&poor, Pieces::callback, &pieces), 0);
+    rtxDiagBitTracePrint(poor.pBitFldList, nullptr);
+    EXPECT_EQ(!pieces.empty(), allowed > 3) << allowed; // list, path, entry, node
+    rtxFreeContext(&poor);
+  }
+}
+
+// Coding from a file shows the octets that passed.
+TEST_F(BitTrace, StreamsKeepTheirOctets)
+{
+  std::string name = testing::TempDir() + "trace_in";
+  std::ofstream(name, std::ios::binary).write(reinterpret_cast<const char*>(octets + 2), 4);
+  rtxFreeContext(&ctxt);
+  ASSERT_EQ(rtxInitContext(&ctxt), 0);
+  ASSERT_EQ(rtxStreamFileCreateReader(&ctxt, name.c_str()), 0);
+  start();
+  uint32_t value = 0;
+  rtxDiagNewBitField(list, "x");
+  ASSERT_EQ(rtxDecBits(&ctxt, &value, 8), 0);
+  rtxDiagSetBitFldCount(list);
+  EXPECT_EQ(value, 0x3cu);
+  EXPECT_EQ(text("v"), texts["stream"]);
+  rtxStreamSetCapture(&ctxt, nullptr);
+  rtxDiagSetTraceLevel(&ctxt, RTX_DIAG_ERROR);
+  EXPECT_EQ(text(), "~E ERROR: capture buffer was not assigned to stream\n");
+  EXPECT_EQ(viaStdout([&] { rtxDiagBitTracePrintHTML("", list, nullptr); }),
+            "ERROR: capture buffer was not assigned to stream\n");
+}
+
+TEST_F(BitTrace, HtmlPageIsWhatABrowserGets)
+{
+  field("a&<b>", "\"x\"", 48);
+  field("empty", "x", 0);
+  std::string page = html("v");
+  EXPECT_EQ(page, fileText(VELNOR_TEST_DATA "/trace.html"));
+  EXPECT_EQ(html("v"), page);
+  EXPECT_EQ(viaStdout([&] { rtxDiagBitTracePrintHTML("stdout", list, "v"); }), page);
+  EXPECT_EQ(viaStdout([&] { printf("still open\n"); }), "still open\n");
+  EXPECT_EQ(viaStdout([&] { rtxDiagBitTracePrintHTML("/nowhere/x", list, "v"); }),
+            "could not open /nowhere/x for write access\n");
+}
+
+TEST_F(BitTrace, HtmlEntryWithoutLines)
+{
+  field("empty", "x", 0);
+  EXPECT_NE(html().find(texts["empty row"]), std::string::npos);
+}
+
+} // namespace
