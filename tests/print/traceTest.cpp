@@ -41,7 +41,7 @@ protected:
   }
   std::string html(const char* varname = nullptr)
   {
-    std::string name = testing::TempDir() + "trace.html";
+    std::string name = testing::TempDir() + testing::UnitTest::GetInstance()->current_test_info()->name();
     rtxDiagBitTracePrintHTML(name.c_str(), list, varname);
     return fileText(name);
   }
