@@ -114,15 +114,20 @@ Work floorWork(const Mix& mix)
   });
 }
 
-Work decodeWork(const Mix& mix)
+template <class Reset> static Work decoding(const Mix& mix, Reset reset)
 {
   auto job = jobFor(mix);
-  return workOf(mix, [&mix, job] {
+  return workOf(mix, [&mix, job, reset] {
     for (auto& message : mix.messages) {
       keep(job->decode(message));
-      rtxMemReset(&job->context);
+      reset(&job->context);
     }
   });
+}
+
+Work decodeWork(const Mix& mix)
+{
+  return decoding(mix, [](RtxContext* pctxt) { rtxMemReset(pctxt); });
 }
 
 Work encodeWork(const Mix& mix)
@@ -236,13 +241,9 @@ Work protectWork(const Mix& mix)
 
 Work decodeAnyWork(const Mix& mix)
 {
-  auto job = jobFor(mix);
-  return workOf(mix, [&mix, job] {
-    for (auto& message : mix.messages) {
-      keep(job->decode(message));
-      rtxErrReset(&job->context);
-      rtxMemReset(&job->context);
-    }
+  return decoding(mix, [](RtxContext* pctxt) {
+    rtxErrReset(pctxt);
+    rtxMemReset(pctxt);
   });
 }
 

@@ -96,6 +96,25 @@ void element(Writer& w, const What& what, const Often& often, const std::optiona
   }
 }
 
+// The cases of a choice by the values of its selector, or by its tag. Each begins where the choice begins in its octet;
+// where it ends is known if all end alike.
+template <class Writer, class Content> void cases(Writer& w, const What& what, bool byValue, Content content)
+{
+  unsigned tag = 0;
+  bool other = false;
+  int before = w.used, after = -2;
+  for (auto& alternative : what.alternatives) {
+    w.used = before;
+    other = other || (byValue && alternative.other);
+    content(alternative, ++tag);
+    after = after == -2 || after == w.used ? w.used : -1;
+    w.out += "      break;\n      }\n";
+  }
+  if (!other) w.out += "      default:\n        return false;\n";
+  w.line("}");
+  w.used = after;
+}
+
 template <class Writer> void rows(Writer& w)
 {
   auto all = plainRows(w.type);

@@ -85,25 +85,14 @@ static void choice(DecodeWriter& w, const What& what, const std::string& member)
   std::string value = w.fresh("choice"), place = what.untagged ? member : member + ".u";
   readSelector(w, what, value);
   w.line("switch (" + value + ") {");
-  unsigned tag = 0;
-  bool other = false;
-  int before = w.used, after = -2;
-  for (auto& alternative : what.alternatives) {
-    ++tag;
-    w.used = before;
-    other = other || alternative.other;
+  cases(w, what, true, [&](const Row& alternative, unsigned tag) {
     w.out += casesOf(alternative) + "      {\n";
     if (!what.untagged) w.line(format("%s.t = %u;", member.c_str(), tag));
     std::string inner = place + "." + alternative.member;
     bool alone = isRecord(alternative.what) && alternative.often.end == End::None;
     if (alone) w.line(format("memset(&%s, 0, sizeof %s);", inner.c_str(), inner.c_str()));
     element(w, alternative.what, alternative.often, alternative.range, inner);
-    after = after == -2 || after == w.used ? w.used : -1;
-    w.out += "      break;\n      }\n";
-  }
-  if (!other) w.out += "      default:\n        return false;\n";
-  w.line("}");
-  w.used = after;
+  });
 }
 
 // The entries of inline lists in a record, wherever they stand outside of unions: a new message is cleared around them.

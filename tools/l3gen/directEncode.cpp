@@ -81,21 +81,10 @@ static void choice(EncodeWriter& w, const What& what, const std::string& member)
   if (what.select == Select::Bits)
     put(w, what.bits, "(" + member + ".t - 1) & " + format("%uU", (1U << what.bits) - 1));
   w.line("switch (" + (fields ? selectorOf(w.type, what) : member + ".t") + ") {");
-  unsigned tag = 0;
-  bool other = false;
-  int before = w.used, after = -2;
-  for (auto& alternative : what.alternatives) {
-    ++tag;
-    w.used = before;
-    other = other || (fields && alternative.other);
+  cases(w, what, fields, [&](const Row& alternative, unsigned tag) {
     w.out += (fields ? casesOf(alternative) : format("      case %u:\n", tag)) + "      {\n";
     element(w, alternative.what, alternative.often, alternative.range, place + "." + alternative.member);
-    after = after == -2 || after == w.used ? w.used : -1;
-    w.out += "      break;\n      }\n";
-  }
-  if (!other) w.out += "      default:\n        return false;\n";
-  w.line("}");
-  w.used = after;
+  });
 }
 
 static void body(EncodeWriter& w, const What& what, const std::string& member)
