@@ -1,11 +1,14 @@
-// The digit forms of a mobile identity (IMSI, IMEI, IMEISV; TS 24.008, 10.5.1.4), shared by the identities of all
-// protocols: the caller has read or will write what stands in front of them.
+// What the mobile identities of all protocols share: their length, and the digit forms (IMSI, IMEI, IMEISV; TS 24.008,
+// 10.5.1.4), whose first octet the caller has read or will write as it belongs to the protocol.
 #ifndef VELNOR3GPP_MOBILE_IDENTITY_DIGITS_H
 #define VELNOR3GPP_MOBILE_IDENTITY_DIGITS_H
 
 #include "rt3gppsrc/engine/l3Decode.h"
 #include "rt3gppsrc/engine/l3Encode.h"
 
+// Reads the length, remarks one that is not in 1..most, and opens its region; `end` is a bit position.
+template <typename Length>
+int openIdentity(L3Call& call, const char* module, Length& length, size_t most, L3Region& region, size_t& end);
 // Reads the digits behind the first octet into a zero-ended array, under the element name.
 inline int decIdentityDigits(L3Call& call, const char* module, const char* name, uint8_t length, uint8_t odd,
                              uint8_t digit1, char* digits, size_t size);
@@ -16,6 +19,21 @@ inline int encIdentityDigits(L3Call& call, const char* module, const char* name,
 
 #include "velnor3gpp/rtx3GPP.h"
 #include "velnor3gpp/rtxTBCD.h"
+
+template <typename Length>
+int openIdentity(L3Call& call, const char* module, Length& length, size_t most, L3Region& region, size_t& end)
+{
+  L3Name frame;
+  l3PushName(call, frame, "length");
+  int status = l3DecBits(call, reinterpret_cast<uint8_t*>(&length), 8 * sizeof length, sizeof length, "INTEGER");
+  if (status < 0) return l3Fail(call, module, status, __LINE__);
+  end = l3BitPos(call.pctxt) + size_t{length} * 8;
+  if (length == 0 || length > most) l3NoteRange(call, module, __LINE__, length);
+  status = l3PushRegion(call, region, length, false);
+  if (status < 0) return l3Fail(call, module, status, __LINE__);
+  l3PopName(call);
+  return 0;
+}
 
 // The digits at once where nothing can be observed and nothing can fail; false leaves all to the shared function.
 inline bool takeIdentityDigits(L3Call& call, uint8_t length, uint8_t odd, uint8_t digit1, char* digits, size_t size)

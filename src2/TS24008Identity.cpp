@@ -67,28 +67,13 @@ static int decInside(L3Call& call, Identity& identity)
   }
 }
 
-// Reads the length and opens its region; `end` is a bit position.
-static int openLength(L3Call& call, Identity& identity, L3Region& region, size_t& end)
-{
-  L3Name frame;
-  l3PushName(call, frame, "length");
-  int status = l3DecBits(call, &identity.length, 8, 1, "INTEGER");
-  if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
-  end = l3BitPos(call.pctxt) + size_t{identity.length} * 8;
-  if (identity.length == 0 || identity.length > kMaxLength) l3NoteRange(call, kDecoder, __LINE__, identity.length);
-  status = l3PushRegion(call, region, identity.length, false);
-  if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
-  l3PopName(call);
-  return 0;
-}
-
 int l3Dec_TS24008IE_MobileIdentity(L3Call& call, const L3Type&, void* value)
 {
   Identity& identity = *static_cast<Identity*>(value);
   L3Region region;
   size_t end = 0;
   identity.t = 0;
-  int status = openLength(call, identity, region, end);
+  int status = openIdentity(call, kDecoder, identity.length, kMaxLength, region, end);
   if (status >= 0) status = decInside(call, identity);
   if (status < 0) return status;
   if (l3BitPos(call.pctxt) > end) return l3Fail(call, kDecoder, RTX_E_BAD_LENGTH, __LINE__);

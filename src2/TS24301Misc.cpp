@@ -20,7 +20,6 @@ static constexpr char kEncoder[] = "TS24301MsgsEnc";
 using Identity = TS24301IE_EPSMobileIdentity;
 
 enum IdentityTag : uint32_t { kImsi = 1, kImei, kGuti };
-enum IdentityType { kTypeImsi = 1, kTypeImei = 3, kTypeGuti = 6 };
 static constexpr uint8_t kGutiOctets = 11;
 
 static int decOddEven(L3Call& call, uint8_t& odd)
@@ -36,10 +35,10 @@ static int decIdentity(L3Call& call, Identity& identity)
   uint8_t length = identity.length, odd = identity.oddEvenInd, digit1 = identity.filler;
   auto& u = identity.u;
   switch (identity.typeOfIdent) {
-    case kTypeImsi:
+    case TS24301IE_EPSMobileIdentity_typeOfIdent_imsi:
       identity.t = kImsi;
       return decIdentityDigits(call, kElementDecoder, "imsi", length, odd, digit1, u.imsi, sizeof u.imsi);
-    case kTypeImei:
+    case TS24301IE_EPSMobileIdentity_typeOfIdent_imei:
       identity.t = kImei;
       return decIdentityDigits(call, kElementDecoder, "imei", length, odd, digit1, u.imei, sizeof u.imei);
     default:
@@ -65,22 +64,14 @@ static int decInside(L3Call& call, Identity& identity, size_t end)
 int l3Dec_TS24301IE_EPSMobileIdentity(L3Call& call, const L3Type&, void* value)
 {
   Identity& identity = *static_cast<Identity*>(value);
-  RtxContext* pctxt = call.pctxt;
-  L3Name frame;
   L3Region region;
+  size_t end = 0;
   identity.t = 0;
-  l3PushName(call, frame, "length");
-  int status = l3DecBits(call, &identity.length, 8, 1, "INTEGER");
-  if (status < 0) return l3Fail(call, kElementDecoder, status, __LINE__);
-  size_t end = l3BitPos(pctxt) + identity.length * 8U;
-  if (identity.length < 1 || identity.length > kGutiOctets)
-    l3NoteRange(call, kElementDecoder, __LINE__, identity.length);
-  status = l3PushRegion(call, region, identity.length, false);
-  if (status < 0) return l3Fail(call, kElementDecoder, status, __LINE__);
-  l3PopName(call);
-  if (status = decInside(call, identity, end); status < 0) return status;
-  pctxt->buffer.byteIndex = end / 8;
-  pctxt->buffer.bitOffset = static_cast<int16_t>(8 - end % 8);
+  int status = openIdentity(call, kElementDecoder, identity.length, kGutiOctets, region, end);
+  if (status >= 0) status = decInside(call, identity, end);
+  if (status < 0) return status;
+  call.pctxt->buffer.byteIndex = end / 8;
+  call.pctxt->buffer.bitOffset = static_cast<int16_t>(8 - end % 8);
   l3PopRegion(call);
   return 0;
 }
@@ -117,18 +108,19 @@ int l3Enc_TS24301IE_EPSMobileIdentity(L3Call& call, const L3Type&, void* value)
 {
   Identity& identity = *static_cast<Identity*>(value);
   switch (identity.typeOfIdent) {
-    case kTypeImsi:
+    case TS24301IE_EPSMobileIdentity_typeOfIdent_imsi:
       return encDigits(call, identity, "imsi", identity.u.imsi);
-    case kTypeImei:
+    case TS24301IE_EPSMobileIdentity_typeOfIdent_imei:
       return encDigits(call, identity, "imei", identity.u.imei);
-    case kTypeGuti:
+    case TS24301IE_EPSMobileIdentity_typeOfIdent_guti:
       return encGuti(call, identity);
     default:
       return l3Fail(call, kElementEncoder, RTX_E_INVALID_CHOICE, __LINE__);
   }
 }
 
-static constexpr uint64_t kGutiLead = kGutiOctets << 8 | kTypeGuti; // length and first octet, but for its upper bits
+// Length and first octet, but for its upper bits.
+static constexpr uint64_t kGutiLead = kGutiOctets << 8 | TS24301IE_EPSMobileIdentity_typeOfIdent_guti;
 
 // Directly for the GUTI, which nearly every identity is.
 bool l3DirectDec_TS24301IE_EPSMobileIdentity(L3DirectIn& in, void* record)
@@ -152,10 +144,10 @@ bool l3DirectDec_TS24301IE_EPSMobileIdentity(L3DirectIn& in, void* record)
 bool l3DirectEnc_TS24301IE_EPSMobileIdentity(L3DirectOut& out, void* record)
 {
   Identity& identity = *static_cast<Identity*>(record);
-  if (static_cast<int>(identity.typeOfIdent) != kTypeGuti || identity.filler > 15)
+  if (identity.typeOfIdent != TS24301IE_EPSMobileIdentity_typeOfIdent_guti || identity.filler > 15)
     return l3DirectPutType(out, l3_TS24301IE_EPSMobileIdentity, record);
   identity.length = kGutiOctets;
-  unsigned octet = identity.filler << 4 | (identity.oddEvenInd ? 8U : 0U);
+  unsigned octet = unsigned{identity.filler} << 4 | (identity.oddEvenInd ? 8U : 0U);
   return l3Put<16>(out, kGutiLead | octet) && l3DirectEnc_TS24301IE_EPSMobileIdentity_GUTI(out, &identity.u.guti);
 }
 

@@ -9,6 +9,7 @@
 #include "rt3gppsrc/engine/l3Direct.h"
 #include "rt3gppsrc/engine/l3Encode.h"
 #include "rt3gppsrc/rt3gppNasPdu.h"
+#include "src2/NamedParts.h"
 #include "velnor3gpp/TS24301Msgs.h"
 #include "velnor3gpp/rt3gppNasSec.h"
 #include "velnor3gpp/rtxBitEncode.h"
@@ -191,11 +192,8 @@ static int lookAhead(L3Call& call, const NasPosition& start, FirstOctet& octet)
 // Types 1 to 4 are verified; the partly ciphered 5 is not, though the encoder signs it.
 static int decSecurity(L3Call& call, const L3Type& type, TS24301Msg_PDU& pdu, size_t start)
 {
-  L3Name frame;
-  l3PushName(call, frame, "secHdr");
-  int status = l3DecType(call, l3_TS24007L3_SecProtMsgHeader, &pdu.secHdr);
-  if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
-  l3PopName(call);
+  int status = decPart(call, kDecoder, "secHdr", l3_TS24007L3_SecProtMsgHeader, &pdu.secHdr);
+  if (status < 0) return status;
   pdu.m.secHdrPresent = 1;
   int header = pdu.secHdr.secHdrType;
   if (header >= 1 && header <= 4) nasVerify(call, type, start + kSpans.signedFrom, pdu.secHdr.msgAuthCode);
@@ -240,26 +238,17 @@ static int encServiceRequest(L3Call& call, TS24301Msg_PDU& pdu, size_t start)
   return endServiceRequest(call, status);
 }
 
-static int encHeader(L3Call& call, TS24301Msg_PDU& pdu)
-{
-  L3Name frame;
-  l3PushName(call, frame, "secHdr");
-  int status = l3EncType(call, l3_TS24007L3_SecProtMsgHeader, &pdu.secHdr);
-  if (status < 0) return l3Fail(call, kEncoder, status, __LINE__);
-  l3PopName(call);
-  return 0;
-}
-
 int l3Enc_TS24301Msg_PDU(L3Call& call, const L3Type& type, void* value)
 {
   TS24301Msg_PDU& pdu = *static_cast<TS24301Msg_PDU*>(value);
   size_t start = call.pctxt->buffer.byteIndex;
   int header = pdu.m.secHdrPresent && pdu.secHdr.protoDiscr == kMobility ? pdu.secHdr.secHdrType : 0;
   if (header == kServiceRequestHeader) return encServiceRequest(call, pdu, start);
-  if (header != 0)
-    if (int status = encHeader(call, pdu); status < 0) return status;
+  int status = 0;
+  if (header != 0) status = encPart(call, kEncoder, "secHdr", l3_TS24007L3_SecProtMsgHeader, &pdu.secHdr);
+  if (status < 0) return status;
   bool known;
-  int status = nasEncodePlain(call, type, value, known);
+  status = nasEncodePlain(call, type, value, known);
   if (status < 0) return status;
   // A body left out is forgotten once the message is signed.
   if (header != 0) return nasProtect(call, type, start, kSpans, header, pdu.secHdr.msgAuthCode);

@@ -107,18 +107,12 @@ static int decInside(L3Call& call, Identity& identity)
 int l3Dec_TS24501IE_MobileIdentity(L3Call& call, const L3Type&, void* value)
 {
   Identity& identity = *static_cast<Identity*>(value);
-  L3Name frame;
   L3Region region;
+  size_t end = 0;
   identity.t = 0;
-  l3PushName(call, frame, "length");
-  int status = l3DecBits(call, reinterpret_cast<uint8_t*>(&identity.length), 16, 2, "INTEGER");
-  if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
-  size_t end = l3BitPos(call.pctxt) + identity.length * 8U;
-  if (identity.length == 0) l3NoteRange(call, kDecoder, __LINE__, identity.length);
-  status = l3PushRegion(call, region, identity.length, false);
-  if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
-  l3PopName(call);
-  if (status = decInside(call, identity); status < 0) return status;
+  int status = openIdentity(call, kDecoder, identity.length, UINT16_MAX, region, end);
+  if (status >= 0) status = decInside(call, identity);
+  if (status < 0) return status;
   if (l3BitPos(call.pctxt) > end) return l3Fail(call, kDecoder, RTX_E_BAD_LENGTH, __LINE__);
   call.pctxt->buffer.byteIndex = end / 8;
   call.pctxt->buffer.bitOffset = static_cast<int16_t>(8 - end % 8);
@@ -259,7 +253,7 @@ bool l3DirectEnc_TS24501IE_MobileIdentity(L3DirectOut& out, void* record)
   if (length > UINT16_MAX || !(identity.t == kGuti || identity.t == kStmsi || suci))
     return l3DirectPutType(out, l3_TS24501IE_MobileIdentity, record);
   identity.length = static_cast<uint16_t>(length);
-  if (!l3Put<16>(out, length) || !l3Put<8>(out, leadingBits(identity) << 3 | (identity.t - 1))) return false;
+  if (!l3Put<16>(out, length) || !l3Put<8>(out, unsigned{leadingBits(identity)} << 3 | (identity.t - 1))) return false;
   if (identity.t == kGuti) return l3DirectEnc_TS24501IE_MobileIdentity_GUTI(out, &identity.u.guti);
   if (identity.t == kStmsi) return l3DirectEnc_TS24501IE_MobileIdentity_STMSI(out, &identity.u.stmsi);
   bool good = l3DirectEnc_TS24501IE_MobileIdentity_SUCI_IMSI(out, &identity.u.suci.u.supiImsi);

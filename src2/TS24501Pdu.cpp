@@ -4,6 +4,7 @@
 #include "rt3gppsrc/engine/l3Decode.h"
 #include "rt3gppsrc/engine/l3Encode.h"
 #include "rt3gppsrc/rt3gppNasPdu.h"
+#include "src2/NamedParts.h"
 #include "velnor3gpp/TS24501Msgs.h"
 #include "velnor3gpp/rtxBitDecode.h"
 #include "velnor3gpp/rtxDiagBitTrace.h"
@@ -53,11 +54,8 @@ static int lookAhead(L3Call& call, TS24501Msg_NAS5GSecProtMsgHdr& header)
 static int decSecurity(L3Call& call, const L3Type& type, TS24501Msg_PDU& pdu)
 {
   size_t start = call.pctxt->buffer.byteIndex;
-  L3Name frame;
-  l3PushName(call, frame, "secHdr");
-  int status = l3DecType(call, l3_TS24501Msg_NAS5GSecProtMsgHdr, &pdu.secHdr);
-  if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
-  l3PopName(call);
+  int status = decPart(call, kDecoder, "secHdr", l3_TS24501Msg_NAS5GSecProtMsgHdr, &pdu.secHdr);
+  if (status < 0) return status;
   pdu.m.secHdrPresent = 1;
   nasVerify(call, type, start + kSpans.signedFrom, pdu.secHdr.msgAuthCode);
   return nasIsCiphered(pdu.secHdr.secHdrType) ? nasDecipher(call, type, start + kSpans.cipheredFrom) : 0;
@@ -83,15 +81,11 @@ int l3Enc_TS24501Msg_PDU(L3Call& call, const L3Type& type, void* value)
   TS24501Msg_PDU& pdu = *static_cast<TS24501Msg_PDU*>(value);
   size_t start = call.pctxt->buffer.byteIndex;
   bool header = pdu.m.secHdrPresent && pdu.secHdr.protoDiscr == kMobility && pdu.secHdr.secHdrType != 0;
-  if (header) {
-    L3Name frame;
-    l3PushName(call, frame, "secHdr");
-    int status = l3EncType(call, l3_TS24501Msg_NAS5GSecProtMsgHdr, &pdu.secHdr);
-    if (status < 0) return l3Fail(call, kEncoder, status, __LINE__);
-    l3PopName(call);
-  }
+  int status = 0;
+  if (header) status = encPart(call, kEncoder, "secHdr", l3_TS24501Msg_NAS5GSecProtMsgHdr, &pdu.secHdr);
+  if (status < 0) return status;
   bool known;
-  int status = nasEncodePlain(call, type, value, known);
+  status = nasEncodePlain(call, type, value, known);
   if (status < 0) return status;
   // The presence bit alone decides: it looks at neither discriminator nor header type, and a body left out is
   // forgotten.
