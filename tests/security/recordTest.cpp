@@ -34,17 +34,13 @@ struct NasSecurity : testing::Test {
   std::string cipher(Octets& octets) { return told(rtx3gppCipher(ctxt, octets.data(), octets.size())); }
 };
 
-TEST_F(NasSecurity, NullAlgorithmsChangeNothingAndTakeNoMemory)
+TEST_F(NasSecurity, NullAlgorithmsTakeNoMemoryAndWithoutARecordEveryServiceFails)
 {
   EXPECT_EQ(0u, ctxt->pSecurity->count + ctxt->pSecurity->bearer + ctxt->pSecurity->direction);
   EXPECT_EQ(0, rtx3gppComputeMAC(ctxt, nullptr, UINT64_MAX, &mac));
   EXPECT_EQ(0u, mac);
   EXPECT_EQ("0", cipher(data));
   EXPECT_EQ(kKeyA, data);
-}
-
-TEST_F(NasSecurity, WithoutARecordEveryServiceFails)
-{
   rtx3gppSecFree(ctxt);
   EXPECT_EQ(nullptr, ctxt->pSecurity);
   EXPECT_EQ("-71", assign(0, 0));

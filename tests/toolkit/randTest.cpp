@@ -68,9 +68,9 @@ TEST(Random, DatesHaveTheirOddFebruary)
   for (int i = 0; i < 20 * kDraws; i++) {
     RtxDateTime date;
     rtxRandDateTime(nullptr, &date, 2020, 2023);
-    ASSERT_TRUE(date.year >= 2020 && date.year <= 2023 && date.month >= 1 && date.month <= 12);
-    ASSERT_TRUE(date.day >= 1 && date.day <= 31 && date.hour < 24 && date.minute < 60 && date.second < 60);
-    ASSERT_TRUE(date.zoneMinutes >= -840 && date.zoneMinutes <= 840 && date.fraction < 1000);
+    ASSERT_TRUE(date.year >= 2020 && date.year <= 2023 && date.month >= 1 && date.month <= 12 && date.day >= 1 &&
+                date.day <= 31 && date.hour < 24 && date.minute < 60 && date.second < 60 && date.fraction < 1000 &&
+                date.zoneMinutes >= -840 && date.zoneMinutes <= 840);
     if (date.month != 2) continue;
     ASSERT_LE(date.day, date.year == 2020 ? 28 : 29);
     leapDay |= date.day == 29;

@@ -63,26 +63,4 @@ TEST(SecurityAgainstLibcrypto, RandomCases)
   rtx3gppAesForce(AesChoice::automatic);
 }
 
-// libcrypto counts in 128 bits, so what lies behind the wrap is asked of it with a counter of its own.
-TEST(SecurityAgainstLibcrypto, CounterWrapsInTheLowHalf)
-{
-  std::mt19937_64 random(7);
-  const Octets key = randomOctets(random, 16);
-  uint32_t schedule[kAesScheduleWords];
-  rtx3gppAesExpandKey(schedule, key.data());
-  onEveryPath([&] {
-    for (uint8_t before = 1; before <= 20; before++) { // blocks before the wrap
-      Octets counter = randomOctets(random, 8), wrapped = counter, ours = randomOctets(random, 333), theirs = ours;
-      counter.resize(16, 0xFF), wrapped.resize(16, 0x00);
-      counter[15] = uint8_t(0x100 - before);
-      referenceCipher(key, counter, theirs.data(), before * 16u);
-      referenceCipher(key, wrapped, theirs.data() + before * 16u, theirs.size() - before * 16u);
-      rtx3gppCounterMode(schedule, counter.data(), ours.data(), ours.size());
-      ASSERT_EQ(theirs, ours) << int(before) << " blocks before the wrap";
-      wrapped[15] = uint8_t(21 - before);
-      ASSERT_EQ(wrapped, counter);
-    }
-  });
-}
-
 } // namespace
