@@ -1,45 +1,60 @@
-// What all fuzz targets share: the promises of the library as checks that end the process, and seeds. A target is a
-// file with the function that libFuzzer calls and one that gives its seeds; it can also be linked with replay.cpp.
+// What all fuzz targets share: the table of targets, and the promises of the library as checks that end the process.
 #pragma once
 
-#include <string>
+#include <algorithm>
+#include <cstdlib>
 #include <type_traits>
-#include <vector>
 
 #include "tests/arbitraryRecord.h"
 #include "tests/messages.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
-// Inputs to begin with.
-std::vector<Octets> fuzzSeeds();
+// A row of the table. A target without types takes octets alone, and some type for nothing.
+struct FuzzTarget {
+  using Check = void(const L3TypeEntry& entry, const uint8_t* data, size_t size);
+  const char* name;
+  Check* check;
+  std::vector<const L3TypeEntry*> types = {}; // two leading octets choose one of several
+  std::vector<Octets> leads = {{}};           // what stands before the messages in seeds, for the check
+  std::vector<Octets> seeds = {};             // beside the messages
+};
+
+const std::vector<FuzzTarget>& fuzzTargets();
+const FuzzTarget* findTarget(const std::string& name); // or null
+void runTarget(const FuzzTarget& target, const uint8_t* data, size_t size);
+// Inputs to begin with: samples and corpus rows.
+std::vector<Octets> seedsOf(const FuzzTarget& target);
 
 // Ends the process if the promise is broken. The words are a text, or a function that makes one only then.
-[[noreturn]] void endWith(const std::string& words);
 template <typename Words> void promise(bool kept, const Words& words)
 {
   if (kept) return;
   if constexpr (std::is_invocable_v<Words>)
-    endWith(words());
+    return promise(false, words());
   else
-    endWith(words);
+    fprintf(stderr, "broken promise: %s\n", std::string(words).c_str()), abort();
 }
+void promiseSame(const L3TypeEntry& entry, const char* where, const std::string& one, const std::string& other);
 
-// The bound on the heap of one decoding: kHeapBase + kHeapFactor times the input, beside the record itself.
-inline constexpr size_t kHeapBase = 16384, kHeapFactor = 64;
+// One decoding of a copy of the octets, which has exactly their size.
+struct Decoding {
+  Decoding(const L3TypeEntry& entry, const uint8_t* octets, size_t size, const Setting& setting = {},
+           const std::function<void(RtxContext*)>& prepare = nullptr)
+      : ctxt(setting), type(*entry.type), data(new uint8_t[size]), record(recordStorage(type, 0))
+  {
+    std::copy_n(octets, size, data.get());
+    ctxt.bind(data.get(), size);
+    if (prepare) prepare(ctxt);
+    status = entry.decode(ctxt, record.get());
+  }
+  std::string text() const { return printed(type, "x", record.get()); }
 
-// Names that may stand open: elements within elements, as deep as the definitions lay them.
-inline constexpr size_t kMostNames = 40;
-// Half of the inputs, chosen by their octets, are decoded with each piece of the heap from the system, where a
-// sanitizer sees what runs over its end.
-bool piecewise(const uint8_t* data, size_t size);
-// Decodes within the heap bound. What is accepted without a remark encodes, and those octets decode to an equal record.
-void checkMessage(const L3TypeEntry& entry, const uint8_t* data, size_t size);
-// The type of that name; null as long as the library has none.
-const L3TypeEntry* typeOrNull(const char* fullName);
-// A type of the table, chosen by the first two octets, which are taken off. Null without them.
-const L3TypeEntry* takeType(const uint8_t*& data, size_t& size, bool encoders = false);
+  OutcomeContext ctxt;
+  const L3Type& type;
+  std::unique_ptr<uint8_t[]> data;
+  std::unique_ptr<uint64_t[]> record;
+  int status;
+};
 
-// Corpus rows and samples of one type as they are.
-std::vector<Octets> seedsOf(const char* fullName);
-// Those of all types, led by the two octets that choose the type.
-std::vector<Octets> seedsOfAllTypes();
+FuzzTarget::Check checkMessage, checkModes, checkTrace, checkPrint, checkEncoder, checkProtected, checkStream,
+    checkDefinitions, checkHex, checkKeys;
+std::vector<Octets> definitionSeeds();

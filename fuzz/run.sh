@@ -13,20 +13,13 @@ needFuzz
 getMissing
 build fuzz fuzz-all
 targets=${*:-$("$top/build/fuzz/fuzz-targets/fuzz-replay" --list)}
-pattern=$(echo $targets | sed 's/ /|/g')
 failed=0
-ctest --test-dir "$top/build/fuzz" -L soak -R "^soak\.($pattern)\$" --output-on-failure -j "$(nproc)" \
-  --timeout $((VELNOR_FUZZ_SECONDS + 300)) || failed=1
-
-total=0
-found=0
+ctest --test-dir "$top/build/fuzz" -L soak -R "^soak\.($(echo $targets | sed 's/ /|/g'))\$" --output-on-failure \
+  -j "$(nproc)" --timeout $((VELNOR_FUZZ_SECONDS + 300)) || failed=1
 for target in $targets; do
-  log="$top/build/fuzz-work/$target/log"
-  runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log" | tail -1)
-  findings=$(find "$top/build/fuzz-work/$target/findings" -type f | wc -l)
-  printf '%-20s %10s executions %3s findings\n' "$target" "${runs:-0}" "$findings"
-  total=$((total + ${runs:-0}))
-  found=$((found + findings))
-done
-printf '%-20s %10s executions %3s findings\n' total "$total" "$found"
-[ "$found" -eq 0 ] && [ "$failed" -eq 0 ]
+  here="$top/build/fuzz-work/$target"
+  runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$here/log" | tail -1)
+  echo "$target ${runs:-0} $(find "$here/findings" -type f | wc -l)"
+done | awk '{ runs += $2; found += $3; printf "%-20s %10d executions %3d findings\n", $1, $2, $3 }
+            END { printf "%-20s %10d executions %3d findings\n", "total", runs, found; exit found > 0 }' || failed=1
+exit $failed

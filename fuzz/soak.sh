@@ -4,27 +4,23 @@
 # fuzz/run.sh call this.
 set -eu
 top=$(cd "$(dirname "$0")/.." && pwd)
-programs=$1
-target=$2
-work="$top/build/fuzz-work"
-here="$work/$target"
+program=$1/fuzz-$2
+here="$top/build/fuzz-work/$2"
 mkdir -p "$here/inputs" "$here/findings"
 # Earlier findings are inputs to begin with.
 find "$here/findings" -type f -exec mv {} "$here/inputs" \;
-kept="$top/fuzz/findings/$target"
-[ -d "$kept" ] || kept=""
-length=512
-[ "$target" != definitions ] || length=4096
-options="allocator_may_return_null=1:quarantine_size_mb=64"
-export ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}$options"
+kept=$(find "$top/fuzz/findings/$2" -maxdepth 0 2>/dev/null || true)
+[ "$2" = definitions ] && length=4096 || length=512
+# Little of what was freed and of each piece's history is kept: both cost more time than all checks.
+export ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}allocator_may_return_null=1:quarantine_size_mb=8:malloc_context_size=4"
 
-if "$programs/fuzz-$target" -max_total_time="${VELNOR_FUZZ_SECONDS:-15}" -max_len=$length -timeout=60 \
-     -rss_limit_mb=2500 -entropic=0 -print_final_stats=1 -artifact_prefix="$here/findings/" \
-     "$here/inputs" "$work/seeds/$target" $kept >"$here/log" 2>&1; then
+if "$program" -max_total_time="${VELNOR_FUZZ_SECONDS:-15}" -max_len=$length -timeout=60 -rss_limit_mb=2500 -entropic=0 \
+     -print_final_stats=1 -artifact_prefix="$here/findings/" "$here/inputs" "$top/build/fuzz-work/seeds/$2" $kept \
+     >"$here/log" 2>&1; then
   grep -a '^Done' "$here/log" || true
   exit 0
 fi
 grep -a -A30 -E 'broken promise|ERROR: |runtime error' "$here/log" | cut -c1-300 | head -40 || true
 echo "The log is $here/log"
-echo "Run it again: $programs/fuzz-$target $(find "$here/findings" -type f | head -1)"
+echo "Run it again: $program $(find "$here/findings" -type f | head -1)"
 exit 1

@@ -2,8 +2,6 @@
 // up to the end of the input, and a type that begins with its length the same record.
 #include "fuzz/harness.h"
 
-#include <algorithm>
-
 #include "velnor3gpp/rtxBitDecode.h"
 #include "velnor3gpp/rtxStream.h"
 
@@ -18,8 +16,7 @@ struct Trickle {
     auto& self = *static_cast<Trickle*>(stream->extra);
     size_t count = std::min({size, self.step, self.left});
     if (count) memcpy(target, self.data, count);
-    self.data += count;
-    self.left -= count;
+    skip(stream, count);
     return int64_t(count);
   }
   static int skip(RtxStream* stream, size_t count)
@@ -42,125 +39,69 @@ struct Trickle {
   }
 };
 
-// One read; its value goes to `text` if it succeeds.
-int readOne(RtxContext* ctxt, uint8_t kind, uint8_t count, std::string& text)
-{
-  uint8_t octets[256] = {};
-  uint64_t value = 0;
-  uint32_t word = 0;
-  int status;
-  switch (kind % 7) {
-    case 0:
-      status = rtxDecBit(ctxt, octets);
-      break;
-    case 1:
-      status = rtxDecBits(ctxt, &word, count % 33);
-      break;
-    case 2:
-      status = rtxDecBitsToUInt64(ctxt, &value, count % 65);
-      break;
-    case 3:
-      status = rtxDecBitsToByteArray(ctxt, octets, sizeof octets, count * 5U);
-      break;
-    case 4:
-      // Inside an octet it would read that octet whole, and leave the cursor behind the end.
-      status = ctxt->buffer.bitOffset == 8 ? rtxReadBytes(ctxt, octets, count) : rtxDecBit(ctxt, octets);
-      break;
-    case 5:
-      status = rtxSkipBits(ctxt, count);
-      break;
-    default:
-      status = rtxPeekByte(ctxt, octets);
-  }
-  if (status >= 0)
-    text += std::to_string(status) + " " + std::to_string(word) + " " + std::to_string(value) + " " +
-            std::string(octets, octets + sizeof octets) + " at " + std::to_string(rtxCtxtGetBitOffset(ctxt)) + "\n";
-  return status;
-}
+struct Value {
+  uint8_t octets[256];
+  uint64_t number;
+  uint32_t word;
+  size_t position;
+  bool operator==(const Value&) const = default;
+};
 
-void compareReads(const uint8_t* data, size_t size, uint8_t step)
+using Reader = int (*)(RtxContext* ctxt, Value& value, uint8_t count);
+const Reader kReaders[] = {
+    [](RtxContext* c, Value& v, uint8_t) { return rtxDecBit(c, v.octets); },
+    [](RtxContext* c, Value& v, uint8_t count) { return rtxDecBits(c, &v.word, count % 33); },
+    [](RtxContext* c, Value& v, uint8_t count) { return rtxDecBitsToUInt64(c, &v.number, count % 65); },
+    [](RtxContext* c, Value& v, uint8_t count) { return rtxDecBitsToByteArray(c, v.octets, 256, count * 5U); },
+    // Inside an octet it would read that octet whole, and leave the cursor behind the end.
+    [](RtxContext* c, Value& v, uint8_t count) {
+      return c->buffer.bitOffset == 8 ? rtxReadBytes(c, v.octets, count) : rtxDecBit(c, v.octets);
+    },
+    [](RtxContext* c, Value&, uint8_t count) { return rtxSkipBits(c, count); },
+    [](RtxContext* c, Value& v, uint8_t) { return rtxPeekByte(c, v.octets); },
+};
+
+// A third of the octets, in pairs, tells what is read from the others.
+void compareReads(const uint8_t* data, size_t size, size_t step)
 {
-  size_t pairs = size / 6; // the rest are the octets to read
-  const uint8_t* input = data + pairs * 2;
-  size_t inputSize = size - pairs * 2;
-  Octets octets(input, input + inputSize);
-  octets.push_back(0);
-  RtxContext plain, streamed;
-  rtxInitContext(&plain);
-  rtxInitContext(&streamed);
-  rtxCtxtSetBufPtr(&plain, octets.data(), inputSize);
-  Trickle trickle = {input, inputSize, 1U + step % 9};
-  trickle.open(&streamed);
+  size_t pairs = size / 6;
+  Octets octets(data + pairs * 2, data + size);
+  octets.push_back(0); // a null pointer would ask for a buffer
+  OutcomeContext plain({.security = false}), streamed({.security = false});
+  plain.bind(octets.data(), octets.size() - 1);
+  Trickle trickle = {octets.data(), octets.size() - 1, step};
+  trickle.open(streamed);
   for (size_t i = 0; i < pairs; ++i) {
-    std::string one, other;
-    int status = readOne(&plain, data[2 * i], data[2 * i + 1], one);
-    int same = readOne(&streamed, data[2 * i], data[2 * i + 1], other);
-    promise((status < 0) == (same < 0), [&] {
-      return "read " + std::to_string(data[2 * i] % 7) + " of " + std::to_string(data[2 * i + 1]) + " at " +
-             std::to_string(rtxCtxtGetBitOffset(&plain)) + " of " + std::to_string(8 * inputSize) + " is " +
-             std::to_string(status) + " in a buffer and " + std::to_string(same) + " on a stream";
+    Value one = {}, other = {};
+    Reader reader = kReaders[data[2 * i] % std::size(kReaders)];
+    int status = reader(plain, one, data[2 * i + 1]), same = reader(streamed, other, data[2 * i + 1]);
+    one.position = rtxCtxtGetBitOffset(plain);
+    other.position = rtxCtxtGetBitOffset(streamed);
+    bool failed = status < 0 && same < 0;
+    promise(failed || (status == same && one == other), [&] {
+      return "read " + std::to_string(data[2 * i] % std::size(kReaders)) + " of " + std::to_string(data[2 * i + 1]) +
+             " is\n" + stateOf(plain, status) + "in a buffer and on a stream\n" + stateOf(streamed, same);
     });
-    if (status < 0) break;
-    promise(one == other, [&] { return "a read gives\n" + one + "in a buffer and\n" + other + "on a stream"; });
+    if (failed) return;
   }
-  rtxFreeContext(&plain);
-  rtxFreeContext(&streamed);
-}
-
-// Only a length tells on a stream whether more is to come: without one, what was buffered passes for all there is.
-bool hasEnd(const L3Type& type)
-{
-  return !type.hand && type.rowCount && type.rows[0].op == kL3Length;
-}
-
-void decodeFromStream(const uint8_t* data, size_t size, uint8_t step)
-{
-  const L3TypeEntry* entry = takeType(data, size);
-  if (!entry) return;
-  RtxContext ctxt;
-  rtxInitContext(&ctxt);
-  Trickle trickle = {data, size, 1U + step % 9};
-  trickle.open(&ctxt);
-  auto record = recordStorage(*entry->type, 0);
-  int status = entry->decode(&ctxt, record.get());
-  std::string text = printed(*entry->type, "x", record.get());
-  rtxFreeContext(&ctxt);
-  if (status < 0 || !hasEnd(*entry->type)) return;
-  Octets octets(data, data + size);
-  octets.push_back(0);
-  rtxInitContext(&ctxt);
-  rtxCtxtSetBufPtr(&ctxt, octets.data(), size);
-  auto other = recordStorage(*entry->type, 0);
-  int same = entry->decode(&ctxt, other.get());
-  std::string inBuffer = printed(*entry->type, "x", other.get());
-  rtxFreeContext(&ctxt);
-  promise(same >= 0 && text == inBuffer, [&] {
-    return std::string(entry->type->fullName) + " is " + std::to_string(same) + "\n" + inBuffer + "in a buffer and\n" +
-           text + "on a stream";
-  });
 }
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+// The first octet chooses between both, and how many octets come at a time.
+void checkStream(const L3TypeEntry& entry, const uint8_t* data, size_t size)
 {
-  if (size < 2 || size > 4000) return 0;
-  if (data[0] & 0x80)
-    decodeFromStream(data + 1, size - 1, data[0]);
-  else
-    compareReads(data + 1, size - 1, data[0]);
-  return 0;
-}
-
-std::vector<Octets> fuzzSeeds()
-{
-  std::vector<Octets> seeds = seedsOfAllTypes();
-  for (Octets& seed : seeds) seed.insert(seed.begin(), 0x82);
-  Draw draw(7);
-  for (uint8_t step = 0; step < 9; ++step) {
-    Octets seed = {step};
-    for (unsigned i = 0; i < 300; ++i) seed.push_back(uint8_t(draw.octet()));
-    seeds.push_back(std::move(seed));
-  }
-  return seeds;
+  if (!size) return;
+  uint8_t choice = *data++;
+  Trickle trickle = {data, --size, 1U + choice % 9};
+  if (!(choice & 0x80)) return compareReads(data, size, trickle.step);
+  OutcomeContext ctxt({.security = false});
+  trickle.open(ctxt);
+  auto record = recordStorage(*entry.type, 0);
+  int status = entry.decode(ctxt, record.get());
+  // Only a length tells on a stream whether more is to come: without one, what was buffered passes for all there is.
+  if (status < 0 || entry.type->hand || !entry.type->rowCount || entry.type->rows[0].op != kL3Length) return;
+  Decoding same(entry, data, size, {.security = false});
+  promiseSame(entry, "on a stream", printed(*entry.type, "x", record.get()),
+              same.status < 0 ? stateOf(same.ctxt, same.status) : same.text());
 }

@@ -150,6 +150,7 @@ inline std::string encodeOutcome(const L3TypeEntry& entry, const std::function<v
   size_t size = std::min(capacity, ctxt->buffer.byteIndex + (ctxt->buffer.bitOffset != 8));
   Octets octets(data.get(), data.get() + size);
   if (encoded) *encoded = status < 0 ? Octets() : octets;
+  while (capacity && !data[capacity - 1]) --capacity; // most of it is as it was
   for (size_t i = 0; i < capacity; ++i) text += " " + std::to_string(data[i]);
   return text + "\n" + printed(*entry.type, "x", value);
 }

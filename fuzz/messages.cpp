@@ -1,0 +1,121 @@
+// Decoding takes a bounded heap; what is accepted without a remark encodes, and decodes from that to an equal record.
+#include "fuzz/harness.h"
+
+#include <malloc.h>
+
+#include <numeric>
+#include <regex>
+
+static size_t gLive, gPeak;
+
+static void countedFree(void* memory)
+{
+  if (memory) gLive -= malloc_usable_size(memory);
+  free(memory);
+}
+
+static void* countedRealloc(void* old, size_t size)
+{
+  size_t before = old ? malloc_usable_size(old) : 0;
+  void* memory = realloc(old, size);
+  if (!memory) return nullptr;
+  gLive += malloc_usable_size(memory) - before;
+  if (gLive > gPeak) gPeak = gLive;
+  return memory;
+}
+
+// The body of a top-level form lies on the heap; its size is fixed by the standard's bounds, not by the input.
+static size_t largestBody(const L3Type& type)
+{
+  size_t largest = 0;
+  for (const L3Row* row = type.rows; row < type.rows + type.rowCount; ++row) {
+    if (row->op != kL3Body) continue;
+    const L3Body& body = *static_cast<const L3Body*>(row->info);
+    for (unsigned i = 0; i < body.count; ++i)
+      if (body.rows[i].type && body.rows[i].type->size > largest) largest = body.rows[i].type->size;
+  }
+  return largest;
+}
+
+// A length that must be larger, or an array for fewer octets than came: where the rest of an element goes into an
+// array, what finds no place there is counted and passed over.
+static bool isOutside(const L3Row& row, uint64_t value)
+{
+  if (row.op == kL3Length) return value < static_cast<const L3Length*>(row.info)->lo;
+  return row.op == kL3Octets && value > static_cast<const L3Octets*>(row.info)->cap;
+}
+
+// A text of which nothing stands in front of its first zero character, or whose labels are all empty; an element that
+// came with more octets than its content needs and is too short without them, or with more than its record holds.
+static bool isCut(const RtxContext* ctxt)
+{
+  const auto* error = ctxt->errInfo.tail ? static_cast<const RtxErrInfo*>(ctxt->errInfo.tail->data) : nullptr;
+  if (!error || error->parmcount != 2) return false;
+  uint64_t value = strtoull(error->parms[1], nullptr, 10);
+  if (!value) return true;
+  for (size_t i = 0; i < l3TypeCount && error->stkx; ++i) {
+    const L3Type& type = *l3TypeTable[i].type;
+    if (strcmp(error->stack[0].module, type.module->encoder)) continue;
+    for (const L3Row* row = type.rows; row < type.rows + type.rowCount; ++row)
+      if (row->line == error->stack[0].line && isOutside(*row, value)) return true;
+  }
+  return false;
+}
+
+// Three enumerations and some header fields are tested on encoding alone, so that a value without a name comes in but
+// not out: false. So do what isCut tells, and an open tail that begins inside an octet.
+static bool encodeAgain(const L3TypeEntry& entry, Decoding& decoding, Octets& octets)
+{
+  rtxCtxtSetBufPtr(decoding.ctxt, octets.data(), octets.size());
+  int status = entry.encode(decoding.ctxt, decoding.record.get());
+  if (status == RTX_E_ENUM_VALUE || status == RTX_E_BAD_ALIGNMENT) return false;
+  if (status == RTX_E_CONSTRAINT && isCut(decoding.ctxt)) return false;
+  promise(status >= 0, [&] {
+    return std::string("an accepted ") + entry.type->fullName + " does not encode: " + std::to_string(status) + "\n" +
+           errorsOf(decoding.ctxt) + decoding.text();
+  });
+  octets.resize((rtxCtxtGetBitOffset(decoding.ctxt) + 7) / 8);
+  return true;
+}
+
+static void checkSecond(const L3TypeEntry& entry, Decoding& first, const Octets& octets)
+{
+  std::string text = first.text(); // with the lengths as written
+  Decoding second(entry, octets.data(), octets.size());
+  // An identity of one digit is written with the length 1, which the decoder takes for one more octet.
+  static const std::regex kOneDigit("(imsi|imei|imeisv) = '.?'");
+  if (second.status < 0 && std::regex_search(text, kOneDigit)) return;
+  // A string type by itself reads as many octets as its caller asks for, also where its characters end at a filler.
+  if (second.status == RTX_E_END_OF_BUFFER && l3TextForm(*entry.type) != L3TextForm::none) return;
+  promise(second.status >= 0, [&] {
+    return entry.type->fullName + (" does not decode what it encoded: " + std::to_string(second.status)) + "\n" +
+           errorsOf(second.ctxt) + text;
+  });
+  std::string again = second.text();
+  // The 7-bit alphabet has characters that its encoder writes as question marks or as a bare escape.
+  static const std::regex kLossy("(x|callBcastData) = '[0-9a-zA-Z*#. ]*(?!'\n)[^0-9a-zA-Z*#. ]");
+  if (text != again && !std::regex_search(text, kLossy)) promiseSame(entry, "when coded again", text, again);
+}
+
+void checkMessage(const L3TypeEntry& entry, const uint8_t* data, size_t size)
+{
+  static const bool kCounted =
+      (rtxMemSetAllocFuncs([](size_t size) { return countedRealloc(nullptr, size); }, countedRealloc, countedFree),
+       true);
+  // Half of the inputs are decoded with each piece of the heap from the system, where a sanitizer sees its end.
+  bool pieces = kCounted && std::accumulate(data, data + size, 0) & 1;
+  size_t before = gPeak = gLive;
+  Decoding first(entry, data, size, {.pieces = pieces});
+  size_t taken = gPeak - before, bound = 16384 + 64 * size + 2 * largestBody(*entry.type);
+  promise(pieces || taken <= bound, [&] {
+    return entry.type->fullName + (" of " + std::to_string(size)) + " octets takes " + std::to_string(taken);
+  });
+  // Elements within elements, as deep as the definitions lay them.
+  promise(first.ctxt->elemNameStack.count <= 40, [&] { return "too deep:\n" + stacksOf(first.ctxt); });
+  // A remark is a value outside its bounds, which the encoder refuses; above 255 octets it cuts 16-bit lengths.
+  if (first.status < 0 || first.ctxt->errInfo.count || size > 255 || !entry.encode) return;
+  Octets octets(4096 + 8 * size);
+  if (!encodeAgain(entry, first, octets)) return;
+  // The same octets decode to the same record.
+  if (octets != Octets(data, data + size)) checkSecond(entry, first, octets);
+}
