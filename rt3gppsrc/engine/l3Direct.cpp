@@ -4,6 +4,8 @@
 #include "rt3gppsrc/engine/l3Decode.h"
 #include "rt3gppsrc/engine/l3Encode.h"
 #include "rtxsrc/rtxMemHeapInline.h"
+#include "velnor3gpp/rtxBitDecode.h"
+#include "velnor3gpp/rtxBitEncode.h"
 #include "velnor3gpp/rtxError.h"
 #include "velnor3gpp/rtxMemHeap.h"
 
@@ -185,6 +187,20 @@ bool l3DirectHeap(L3DirectIn& in, size_t octets, uint32_t& numocts, uint8_t*& da
   return data && l3Octets(in, data, octets);
 }
 
+bool l3DirectBits(L3DirectIn& in, uint32_t& numbits, uint8_t*& data)
+{
+  size_t bits = in.end - in.pos;
+  numbits = static_cast<uint32_t>(bits);
+  data = nullptr;
+  if (!bits) return true;
+  data = static_cast<uint8_t*>(allocate(*in.call, bits / 8 + 1));
+  if (!data) return false;
+  memset(data, 0, bits / 8 + 1);
+  setCursor(in.call->pctxt, in.pos);
+  in.pos = in.end;
+  return rtxDecBitsToByteArray(in.call->pctxt, data, bits / 8 + 1, bits) >= 0;
+}
+
 bool l3DirectText(L3DirectIn& in, size_t octets, bool labels, char*& text)
 {
   if ((in.pos & 7) || octets > (in.end - in.pos) >> 3) return false;
@@ -271,6 +287,15 @@ bool l3DirectPutText(L3DirectOut& out, const char* text, bool labels)
     more = *text == '.';
   }
   return true;
+}
+
+bool l3DirectPutBits(L3DirectOut& out, const uint8_t* data, uint32_t numbits)
+{
+  if (!numbits) return true;
+  if (!data || numbits > out.end - out.pos) return false;
+  setCursor(out.call->pctxt, out.pos);
+  out.pos += numbits;
+  return rtxEncBitsFromByteArray(out.call->pctxt, data, numbits) >= 0;
 }
 
 void l3DirectPatch(L3DirectOut& out, size_t start, unsigned bits, uint32_t length)

@@ -46,6 +46,8 @@ struct L3Gap {
 bool l3DirectBody(L3DirectIn& in, const L3Gap* gaps, void*& message);
 // Octets and texts on the heap.
 bool l3DirectHeap(L3DirectIn& in, size_t octets, uint32_t& numocts, uint8_t*& data);
+// All bits to the region's end, on the heap.
+bool l3DirectBits(L3DirectIn& in, uint32_t& numbits, uint8_t*& data);
 bool l3DirectText(L3DirectIn& in, size_t octets, bool labels, char*& text);
 // Room for entry number `count` of a list on the heap.
 bool l3DirectGrow(L3DirectIn& in, void** entries, size_t count, size_t& capacity, size_t entrySize);
@@ -59,6 +61,7 @@ bool l3DirectUnknown(L3DirectIn& in, unsigned iei, bool half);
 bool l3TakeEdge(L3DirectIn& in, unsigned bits, uint64_t& value);
 void l3PutEdge(L3DirectOut& out, unsigned bits, uint64_t value);
 bool l3DirectPutText(L3DirectOut& out, const char* text, bool labels);
+bool l3DirectPutBits(L3DirectOut& out, const uint8_t* data, uint32_t numbits);
 // Writes a length of `bits` bits over the place before `start`.
 void l3DirectPatch(L3DirectOut& out, size_t start, unsigned bits, uint32_t length);
 
@@ -154,6 +157,15 @@ inline bool l3Open(L3DirectIn& in, size_t bits, size_t& outer)
   if (bits > in.end - in.pos) return false;
   in.end = in.pos + bits;
   return true;
+}
+
+// Is a release group there? One that does not fit bars all behind it.
+inline bool l3Enter(const L3DirectIn& in, unsigned release, unsigned fit, bool& barred)
+{
+  unsigned limit = in.call->pctxt->specRelease;
+  if (barred || in.pos == in.end || (limit && limit < release)) return false;
+  barred = fit > in.end - in.pos;
+  return !barred;
 }
 
 // What is left in a region is passed over.

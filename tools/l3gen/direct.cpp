@@ -20,6 +20,7 @@ static bool whatFits(const What& what)
 {
   switch (what.kind) {
     case WhatKind::BitString:
+      return what.from == From::Rest && !what.max;
     case WhatKind::Chars:
     case WhatKind::Unary:
       return false;
@@ -39,7 +40,7 @@ static bool rowFits(const Row& row)
   static const std::vector<std::string> known = {"name-as", "untagged", "full-length"};
   for (auto& [word, value] : row.words)
     if (std::find(known.begin(), known.end(), word) == known.end()) return false;
-  if (row.inRelease || !ends(row.often) || !whatFits(row.what)) return false;
+  if (!ends(row.often) || !whatFits(row.what)) return false;
   switch (row.when) {
     case When::Always:
     case When::Room:
@@ -54,6 +55,8 @@ static bool rowFits(const Row& row)
     case When::Iei:
     case When::ByHand:
     case When::Group:
+    case When::Release:
+    case When::EndRelease:
       return true;
     default:
       return false;

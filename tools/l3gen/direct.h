@@ -20,7 +20,9 @@ struct DirectWriter {
   const Type& type;
   std::string out;
   unsigned names = 0;
-  int used; // bits used of the cursor's octet, or -1
+  int used;                     // bits used of the cursor's octet, or -1
+  const Row* release = nullptr; // the group that is being written, and where it began in its octet
+  int beforeRelease = -1;
   explicit DirectWriter(const Type& t);
   void line(const std::string& text) { out += "  " + text + "\n"; }
   void giveUpIf(const std::string& test)
@@ -70,8 +72,8 @@ std::string writeDirect(Model& model, const Module& module, bool encoder);
 std::string decodeDirect(const Type& type);
 std::string encodeDirect(const Type& type);
 
-// The writers' common walks. What they call is found beside the writer: leafRun, octets, text, choice, body, list for
-// elements; length, closeLengths, conditional for rows.
+// The writers' common walks. What they call is found beside the writer: leafRun, octets, bitString, text, choice, body,
+// list for elements; length, closeLengths, conditional, enterRelease for rows.
 template <class Writer>
 void element(Writer& w, const What& what, const Often& often, const std::optional<Range>& range,
              const std::string& member)
@@ -82,6 +84,8 @@ void element(Writer& w, const What& what, const Often& often, const std::optiona
   switch (what.kind) {
     case WhatKind::Octets:
       return octets(w, what, range, member);
+    case WhatKind::BitString:
+      return bitString(w, member);
     case WhatKind::Text:
       return text(w, what, range, member);
     case WhatKind::Type:
@@ -115,6 +119,18 @@ template <class Writer, class Content> void cases(Writer& w, const What& what, b
   w.used = after;
 }
 
+// From a release group to the next one, or behind the last.
+template <class Writer> void changeRelease(Writer& w, const Row* next)
+{
+  if (w.release) {
+    w.line("}");
+    w.maybeFrom(w.beforeRelease);
+  }
+  w.release = next;
+  w.beforeRelease = w.used;
+  if (next) enterRelease(w, "r.m." + w.type.mNames[static_cast<size_t>(next->mBit)], *next);
+}
+
 template <class Writer> void rows(Writer& w)
 {
   auto all = plainRows(w.type);
@@ -125,11 +141,14 @@ template <class Writer> void rows(Writer& w)
       continue;
     }
     const Row& row = *all[at++];
-    if (row.when == When::Length)
+    if (row.when == When::Release || row.when == When::EndRelease)
+      changeRelease(w, row.when == When::Release ? &row : nullptr);
+    else if (row.when == When::Length)
       length(w, row);
     else
       conditional(w, row);
   }
+  changeRelease(w, nullptr);
   closeLengths(w);
 }
 

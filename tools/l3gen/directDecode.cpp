@@ -59,6 +59,12 @@ static void octets(DecodeWriter& w, const What& what, const std::optional<Range>
   w.line("l3Set(" + member + ".numocts, " + n + ");");
 }
 
+static void bitString(DecodeWriter& w, const std::string& member)
+{
+  w.used = -1;
+  w.giveUpIf("!l3DirectBits(in, " + member + ".numbits, " + member + ".data)");
+}
+
 static void text(DecodeWriter& w, const What& what, const std::optional<Range>& range, const std::string& member)
 {
   std::string n = count(w, what);
@@ -261,6 +267,12 @@ static void conditional(DecodeWriter& w, const Row& row)
   if (!always) w.maybeFrom(before);
 }
 
+static void enterRelease(DecodeWriter& w, const std::string& mark, const Row& row)
+{
+  w.line(format("if (l3Enter(in, %u, %u, barred)) {", row.number, row.fit));
+  w.line(mark + " = 1;");
+}
+
 static void closeLengths(DecodeWriter& w)
 {
   while (!w.regions.empty()) {
@@ -328,10 +340,10 @@ std::string decodeDirect(const Type& type)
   DecodeWriter w(type);
   const char* f = type.full.c_str();
   w.out = format("bool l3DirectDec_%s(L3DirectIn& in, void* record)\n{\n", f);
-  w.line(
-      format("%s& r = *static_cast<%s*>(record);\n  uint64_t w = 0;\n  bool ext = true;\n  (void)in, (void)r, (void)w, "
-             "(void)ext;",
-             f, f));
+  w.line(format(
+      "%s& r = *static_cast<%s*>(record);\n  uint64_t w = 0;\n  bool ext = true, barred = false;\n  (void)in, (void)r, "
+      "(void)w, (void)ext, (void)barred;",
+      f, f));
   if (!w.used) w.giveUpIf("in.pos & 7");
   if (type.mBits) w.line(format("memset(&r, 0, %d);", (type.mBits + 7) / 8));
   rows(w);

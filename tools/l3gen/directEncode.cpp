@@ -60,6 +60,12 @@ static void octets(EncodeWriter& w, const What& what, const std::optional<Range>
   if (what.from == From::Rest) w.line("out.tail = true;");
 }
 
+static void bitString(EncodeWriter& w, const std::string& member)
+{
+  w.used = -1;
+  w.giveUpIf("!l3DirectPutBits(out, " + member + ".data, " + member + ".numbits)");
+}
+
 static void text(EncodeWriter& w, const What& what, const std::optional<Range>& range, const std::string& member)
 {
   std::string n = w.fresh("n"), t = w.fresh("text");
@@ -154,6 +160,11 @@ static void length(EncodeWriter& w, const Row& row)
   put(w, row.number, "0");
   w.line(format("size_t start%zu = out.pos;", w.open.size()));
   w.open.push_back(&row);
+}
+
+static void enterRelease(EncodeWriter& w, const std::string& mark, const Row&)
+{
+  w.line("if (" + mark + ") {");
 }
 
 static void closeLength(EncodeWriter& w)
