@@ -36,19 +36,6 @@ TEST(Container, RegionsAgreeWithPositions)
   }
 }
 
-TEST(Container, RefusedMemoryOpensNothing)
-{
-  Octets octets(10);
-  for (int allowed = 0; allowed < 2; ++allowed) {
-    Bench bench(octets);
-    rtxMemHeapSetFlags(&bench.pMemHeap, RT_MH_USE_SYSMEM);
-    failing::allow(allowed);
-    EXPECT_EQ(rtxCtxtPushContainerBytes(&bench, 3), RTX_E_NO_MEMORY);
-    failing::allow(-1);
-    EXPECT_EQ(bench.containerStack.dlist.count, 0U);
-  }
-}
-
 TEST(Container, PositionsComeBack)
 {
   Octets octets(10);
