@@ -116,9 +116,18 @@ TEST_F(Containers, SequencesAgreeWithAVectorAlsoWithoutMemory)
       ASSERT_EQ(sequence.count(), model.size());
       for (size_t i = 0; i < model.size(); i += 1 + i / 4)
         if (sequence.at(i) != items) ASSERT_EQ(sequence.at(i), model[i]) << i;
+      if (&sequence != sequences || model.empty()) continue;
+      const int last = static_cast<int>(model.size()) - 1;
+      ASSERT_EQ(rtxDListFindIndexByData(&list, model[model.size() - 1]), last);
+      ASSERT_EQ(rtxDListFindByData(&list, model[model.size() - 1]), list.tail);
     }
   }
   EXPECT_EQ(rtxStackPop(stack), nullptr);
+  EXPECT_EQ(rtxDListFindIndexByData(&list, items), -1);
+  rtxSListInit(&singly);
+  for (int i = 0; i < 2; i++) EXPECT_NE(rtxSListAppend(&singly, items), nullptr);
+  rtxSListFree(&singly);
+  EXPECT_EQ(singly.count, 0U);
   for (void* memory : {static_cast<void*>(stack), static_cast<void*>(pointers.data), static_cast<void*>(ints.data)})
     rtxMemHeapFreePtr(pp, memory);
 }
@@ -333,6 +342,8 @@ TEST_F(Containers, HashMapSizesAndHashes)
     EXPECT_EQ(numbers.tableLength, 53U);
     rtxHashMapStr2UIntInsert(&ctxt, &numbers, "same", i);
   }
+  EXPECT_EQ(rtxHashMapStr2UIntPut(&ctxt, &numbers, "same", 35), 0);
+  EXPECT_EQ(rtxHashMapStr2UIntSearch(&numbers, "other", &number), 0);
   EXPECT_EQ(numbers.loadLimit, 64U) << "of the next length, 97";
   EXPECT_EQ(rtxHashMapStr2UIntRemove(&ctxt, &numbers, "same", &number), 1);
   EXPECT_EQ(number, 35U) << "the latest of one name";

@@ -170,6 +170,7 @@ TEST(Heap, ARefusalAnywhereLeavesItSound)
 
 TEST(Heap, SettingsOfTheProcessAndOfOneHeap)
 {
+  EXPECT_EQ(rtxMemGetDefBlkSize(), 4096U);
   rtxMemSetDefBlkSize(512);
   rtxMemSetAllocFuncs(failing::mallocFunc, failing::reallocFunc, failing::freeFunc);
   RtxMemHeap* heap = nullptr;
@@ -222,8 +223,12 @@ TEST(Heap, PrintShowsBlocksElementsAndTheFreeRing)
   rtxMemHeapAutoPtrRef(heap.pp, a);
   Heap::save(a);
   testing::internal::CaptureStdout();
+  rtxMemHeapPrint(heap.pp);
+  const std::string withoutRing = testing::internal::GetCapturedStdout();
+  testing::internal::CaptureStdout();
   rtxMemHeapPrintWithFree(heap.pp);
   const std::string printed = testing::internal::GetCapturedStdout();
+  EXPECT_EQ(withoutRing.find("free elem list"), std::string::npos);
   EXPECT_EQ(std::regex_replace(printed, std::regex("0x[0-9a-f]+"), "P"),
             "pRawBlk Raw mem block, ptr = P, size = 600000, refCnt = 1 \n"
             "pMemBlk Mem block, ptr = P, size = 4096, nsaved = 1, maxFreeElem = 4024\n"

@@ -334,6 +334,12 @@ TEST(Stream, MemoryStreamsHaveAnEndOrGrow)
   EXPECT_EQ(rtxStreamRead2(&bench, big.data(), 2, 8), 4);
   EXPECT_EQ(bench.told(rtxStreamSkip(&bench, 1)), RTX_E_END_OF_BUFFER);
   ASSERT_EQ(rtxStreamSetPos(&bench, 1), 0);
+  for (size_t pending : {4, 0}) { // A mark yet to go to is the position.
+    size_t position = 0;
+    bench.pStream->nextMarkOffset = pending;
+    EXPECT_EQ(rtxStreamGetPos(&bench, &position), 0);
+    EXPECT_EQ(position, pending != 0 ? 4U : 1U);
+  }
   EXPECT_EQ(rtxStreamReadDirect(&bench, big.data(), 8), 3);
   EXPECT_EQ(bench.told(rtxStreamMemoryResetWriter(&bench)), RTX_E_NO_CONTEXT);
   ASSERT_EQ(rtxStreamMemoryCreateWriter(&bench, octets.data(), 4), 0);
