@@ -1,4 +1,4 @@
-// Octets to try the coders on: the sample of every type, and the rows of the message corpus.
+// Octets to try the coders on: the sample of every type, and the rows of the message corpus; and how tables are read.
 #pragma once
 
 #include <filesystem>
@@ -15,19 +15,32 @@ struct TestMessage {
   Octets octets;
 };
 
-inline Octets octetsOfHex(const std::string& hex)
+inline std::vector<std::string> split(const std::string& text, char by)
 {
-  Octets octets;
-  for (size_t i = 0; i + 1 < hex.size(); i += 2) octets.push_back(uint8_t(std::stoul(hex.substr(i, 2), nullptr, 16)));
-  return octets;
+  std::vector<std::string> parts;
+  std::istringstream in(text);
+  for (std::string part; std::getline(in, part, by);) parts.push_back(part);
+  return parts;
+}
+
+// The rows of a table, each of so many cells, without comments (#) and a line of titles that begins with "id".
+inline std::vector<std::vector<std::string>> readTable(const std::filesystem::path& file, size_t columns)
+{
+  std::vector<std::vector<std::string>> rows;
+  std::ifstream in(file);
+  for (std::string line; std::getline(in, line);) {
+    if (line.empty() || line[0] == '#' || line.starts_with("id\t")) continue;
+    rows.push_back(split(line, '\t'));
+    rows.back().resize(columns);
+  }
+  return rows;
 }
 
 inline Octets sampleOf(const L3TypeEntry& entry)
 {
   Octets octets;
-  if (!entry.encode) return octets;
-  auto sample = [&entry](RtxContext* ctxt) { return entry.sample ? entry.sample(ctxt) : l3Sample(ctxt, *entry.type); };
-  encodeOutcome(entry, sample, 1 << 16, {}, &octets);
+  auto sample = [&entry](RtxContext* ctxt) { return sampleValue(entry, ctxt); };
+  if (entry.encode) encodeOutcome(entry, sample, 1 << 16, {}, &octets);
   return octets;
 }
 
@@ -41,22 +54,16 @@ inline std::vector<TestMessage> sampleMessages()
   return messages;
 }
 
-// The rows of all tables in a folder that have the columns id, form and hex, and whose form is a type of the library.
+// The rows of all tables in a folder that have the columns id, source, form and hex, and whose form is a type.
 inline std::vector<TestMessage> corpusMessages(const std::string& folder)
 {
   std::vector<TestMessage> messages;
   std::error_code missing;
   for (auto& file : std::filesystem::directory_iterator(folder, missing)) {
-    std::ifstream in(file.path());
-    std::string line, id, source, form, hex;
-    while (file.path().extension() == ".tsv" && std::getline(in, line)) {
-      std::istringstream columns(line);
-      std::getline(columns, id, '\t');
-      std::getline(columns, source, '\t');
-      std::getline(columns, form, '\t');
-      std::getline(columns, hex, '\t');
-      const L3TypeEntry* entry = l3FindType(form.c_str());
-      if (entry && entry->decode) messages.push_back({id, entry, octetsOfHex(hex)});
+    if (file.path().extension() != ".tsv") continue;
+    for (auto& row : readTable(file.path(), 4)) {
+      const L3TypeEntry* entry = l3FindType(row[2].c_str());
+      if (entry && entry->decode) messages.push_back({row[0], entry, octetsOfHex(row[3])});
     }
   }
   return messages;

@@ -18,6 +18,20 @@
 
 using Octets = std::vector<uint8_t>;
 
+inline Octets octetsOfHex(const std::string& hex)
+{
+  Octets octets;
+  for (size_t i = 0; i + 1 < hex.size(); i += 2) octets.push_back(uint8_t(std::stoul(hex.substr(i, 2), nullptr, 16)));
+  return octets;
+}
+
+inline std::string hexText(const Octets& octets)
+{
+  std::string text;
+  for (uint8_t octet : octets) text += {"0123456789ABCDEF"[octet >> 4], "0123456789ABCDEF"[octet & 15]};
+  return text;
+}
+
 // What a caller brings along.
 struct Setting {
   bool slow = false;
@@ -34,7 +48,7 @@ struct Setting {
 // A context under a setting. Slow mode lasts as long as it.
 class OutcomeContext {
 public:
-  explicit OutcomeContext(const Setting& setting) : setting(setting)
+  explicit OutcomeContext(const Setting& setting = {}) : setting(setting)
   {
     rtxInitContext(&ctxt);
     if (setting.pieces) rtxMemHeapSetFlags(&ctxt.pMemHeap, RT_MH_USE_SYSMEM);
@@ -136,9 +150,22 @@ inline std::string decodeOutcome(const L3TypeEntry& entry, const Octets& octets,
   return text + printed(*entry.type, "x", record.get());
 }
 
+using Make = std::function<void*(RtxContext*)>;
+
+inline void* sampleValue(const L3TypeEntry& entry, RtxContext* ctxt)
+{
+  return entry.sample ? entry.sample(ctxt) : l3Sample(ctxt, *entry.type);
+}
+
+// Octets up to the cursor, a begun one included.
+inline size_t octetsDone(const RtxContext* ctxt)
+{
+  return ctxt->buffer.byteIndex + (ctxt->buffer.bitOffset != 8);
+}
+
 // Encodes the value that `make` gives into `capacity` octets.
-inline std::string encodeOutcome(const L3TypeEntry& entry, const std::function<void*(RtxContext*)>& make,
-                                 size_t capacity, const Setting& setting, Octets* encoded = nullptr)
+inline std::string encodeOutcome(const L3TypeEntry& entry, const Make& make, size_t capacity, const Setting& setting,
+                                 Octets* encoded = nullptr)
 {
   OutcomeContext ctxt(setting);
   void* value = make(ctxt);
@@ -146,11 +173,72 @@ inline std::string encodeOutcome(const L3TypeEntry& entry, const std::function<v
   std::unique_ptr<uint8_t[]> data(new uint8_t[capacity]());
   ctxt.bind(data.get(), capacity);
   int status = entry.encode(ctxt, value);
-  std::string text = stateOf(ctxt, status);
-  size_t size = std::min(capacity, ctxt->buffer.byteIndex + (ctxt->buffer.bitOffset != 8));
-  Octets octets(data.get(), data.get() + size);
-  if (encoded) *encoded = status < 0 ? Octets() : octets;
+  size_t size = std::min(capacity, octetsDone(ctxt));
+  if (encoded) *encoded = status < 0 ? Octets() : Octets(data.get(), data.get() + size);
   while (capacity && !data[capacity - 1]) --capacity; // most of it is as it was
-  for (size_t i = 0; i < capacity; ++i) text += " " + std::to_string(data[i]);
-  return text + "\n" + printed(*entry.type, "x", value);
+  return stateOf(ctxt, status) + hexText(Octets(data.get(), data.get() + capacity)) + "\n" +
+         printed(*entry.type, "x", value);
+}
+
+// Empty if the outcome is the same in the fast mode of the engine and in the slow one; else both.
+inline std::string modesDiffer(const std::function<std::string(const Setting&)>& outcome, Setting setting)
+{
+  setting.slow = false;
+  std::string fast = outcome(setting);
+  setting.slow = true;
+  std::string slow = outcome(setting);
+  return fast == slow ? "" : "fast: " + fast + "slow: " + slow;
+}
+
+inline std::string decodingDiffers(const L3TypeEntry& entry, const Octets& octets, const Setting& setting)
+{
+  auto outcome = [&](const Setting& mode) { return decodeOutcome(entry, octets, mode); };
+  std::string both = modesDiffer(outcome, setting);
+  return both.empty() ? both : hexText(octets) + "\n" + both;
+}
+
+inline std::string encodingDiffers(const L3TypeEntry& entry, const Make& make, size_t capacity, const Setting& setting)
+{
+  auto outcome = [&](const Setting& mode) { return encodeOutcome(entry, make, capacity, mode); };
+  std::string both = modesDiffer(outcome, setting);
+  return both.empty() ? both : "capacity " + std::to_string(capacity) + "\n" + both;
+}
+
+// What is wrong with a value that does not encode to octets that decode, into any record, to the same value, and from
+// there encode to the same octets again. Empty if nothing is.
+inline std::string roundTripFault(const L3TypeEntry& entry, RtxContext* ctxt, void* value, Octets& octets)
+{
+  octets.assign(1 << 16, 0);
+  rtxCtxtSetBufPtr(ctxt, octets.data(), octets.size());
+  int status = entry.encode(ctxt, value);
+  octets.resize(status < 0 ? 0 : octetsDone(ctxt));
+  std::string before = printed(*entry.type, "x", value);
+  if (status < 0) return "encoding gives " + std::to_string(status) + "\n" + errorsOf(ctxt) + before;
+  if (!entry.decode) return "";
+  OutcomeContext decoding;
+  std::unique_ptr<uint8_t[]> data(new uint8_t[octets.size()]);
+  std::copy(octets.begin(), octets.end(), data.get());
+  decoding.bind(data.get(), octets.size());
+  auto record = recordStorage(*entry.type, 0xA5);
+  status = entry.decode(decoding, record.get());
+  if (status < 0) return "decoding gives " + std::to_string(status) + "\n" + errorsOf(decoding) + before;
+  std::string after = printed(*entry.type, "x", record.get());
+  if (before != after) return "decoded back as another:\n" + before + after;
+  Octets again(octets.size());
+  rtxCtxtSetBufPtr(decoding, again.data(), again.size());
+  status = entry.encode(decoding, record.get());
+  return status >= 0 && again == octets ? "" : "encoded again as " + hexText(again) + "\n" + errorsOf(decoding);
+}
+
+// A type that is not in the table, coded by the engine. Good until the next one.
+inline L3TypeEntry entryOf(const L3Type& type)
+{
+  static const L3Type* now;
+  now = &type;
+  return {&type,
+          [](RtxContext* ctxt, void* value) { return l3Decode(ctxt, *now, value); },
+          [](RtxContext* ctxt, void* value) { return l3Encode(ctxt, *now, value); },
+          nullptr,
+          nullptr,
+          nullptr};
 }

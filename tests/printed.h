@@ -11,20 +11,15 @@
 
 inline void appendPrinted(void* text, const char* format, va_list args)
 {
-  char piece[512];
   va_list again;
   va_copy(again, args);
-  int length = vsnprintf(piece, sizeof piece, format, args);
+  auto length = size_t(vsnprintf(nullptr, 0, format, again));
+  va_end(again);
   auto& whole = *static_cast<std::string*>(text);
   size_t start = whole.size();
-  if (length < int(sizeof piece)) {
-    whole.append(piece, length > 0 ? size_t(length) : 0);
-  } else {
-    whole.resize(start + size_t(length) + 1);
-    vsnprintf(&whole[start], size_t(length) + 1, format, again);
-    whole.pop_back();
-  }
-  va_end(again);
+  whole.resize(start + length + 1);
+  vsnprintf(&whole[start], length + 1, format, args);
+  whole.pop_back();
 }
 
 // Into a buffer that grows until the text fits: many thousand records are printed in a run.

@@ -1,15 +1,21 @@
-// Guards what a stranger links against and includes: the exported names, and headers that stand alone in C99 and C++.
+// Guards what a stranger links against and includes: the exported names, headers that stand alone in C99 and C++, and
+// enumerations that answer as their enumerators say.
 #include <gtest/gtest.h>
+
+#include <dlfcn.h>
+#include <fnmatch.h>
 
 #include <cstdio>
 #include <filesystem>
-#include <fnmatch.h>
 #include <fstream>
+#include <map>
 #include <regex>
 #include <set>
 #include <sstream>
-#include <string>
-#include <vector>
+
+#include "velnor3gpp/rtxContext.h"
+#include "velnor3gpp/rtxError.h"
+#include "velnor3gpp/rtxStatus.h"
 
 namespace fs = std::filesystem;
 
@@ -33,21 +39,19 @@ std::string readAll(const fs::path& name)
   return text.str();
 }
 
+// Everything in the text that the pattern matches, by group.
+std::vector<std::smatch> matches(const std::string& text, const std::string& pattern)
+{
+  const std::regex regex(pattern);
+  return {std::sregex_iterator(text.begin(), text.end(), regex), std::sregex_iterator()};
+}
+
 std::set<std::string> exportedNames()
 {
   std::set<std::string> names;
-  std::istringstream lines(outputOf(std::string(VELNOR_NM) + " -D --defined-only " + VELNOR_LIBRARY));
+  std::istringstream lines(outputOf(VELNOR_NM " -D --defined-only " VELNOR_LIBRARY));
   for (std::string address, kind, name; lines >> address >> kind >> name;) names.insert(name);
   return names;
-}
-
-// The name patterns of the version script's global part.
-std::vector<std::string> families()
-{
-  std::string text = readAll(VELNOR_EXPORTS);
-  text = text.substr(text.find("global:") + 7, text.find("local:") - text.find("global:") - 7);
-  std::regex pattern("[A-Za-z0-9_*]+");
-  return {std::sregex_token_iterator(text.begin(), text.end(), pattern), std::sregex_token_iterator()};
 }
 
 std::vector<fs::path> headers()
@@ -59,18 +63,6 @@ std::vector<fs::path> headers()
   return found;
 }
 
-// Names that a header declares VELNOR_API, functions and data.
-std::vector<std::string> declaredNames(const fs::path& header)
-{
-  std::regex comment("/\\*[^*]*\\*+([^/*][^*]*\\*+)*/");
-  std::regex directive("\n#[^\n]*");
-  std::string text = std::regex_replace(std::regex_replace(readAll(header), comment, ""), directive, "\n");
-  std::regex pattern("VELNOR_API[^;(\\[]*?([A-Za-z_][A-Za-z_0-9]*)\\s*[(;\\[]");
-  std::vector<std::string> names;
-  for (std::sregex_iterator it(text.begin(), text.end(), pattern), end; it != end; ++it) names.push_back((*it)[1]);
-  return names;
-}
-
 std::string compile(const std::string& compiler, const std::string& options, const fs::path& header)
 {
   std::string source = "#include <velnor3gpp/" + header.filename().string() + ">\nint used;\n";
@@ -78,30 +70,31 @@ std::string compile(const std::string& compiler, const std::string& options, con
                   " -Wall -pedantic -Werror -fsyntax-only -I" VELNOR_INCLUDE " -I" VELNOR_GENERATED_INCLUDE " -");
 }
 
-} // namespace
-
 TEST(Exports, OnlyNamesOfTheKnownFamiliesAreVisible)
 {
-  std::vector<std::string> patterns = families();
-  std::set<std::string> names = exportedNames();
+  std::string script = readAll(VELNOR_EXPORTS);
+  script = script.substr(script.find("global:") + 7, script.find("local:") - script.find("global:") - 7);
+  auto patterns = matches(script, "[A-Za-z0-9_*]+");
   ASSERT_GT(patterns.size(), 10U);
-  ASSERT_TRUE(names.count("rtxInitContext")) << "nm lists no names";
-  for (const std::string& name : names) {
-    bool known = false;
-    for (const std::string& pattern : patterns) known = known || fnmatch(pattern.c_str(), name.c_str(), 0) == 0;
-    EXPECT_TRUE(known) << name;
-  }
+  for (const std::string& name : exportedNames())
+    EXPECT_TRUE(std::any_of(patterns.begin(), patterns.end(), [&name](const std::smatch& pattern) {
+      return fnmatch(pattern.str().c_str(), name.c_str(), 0) == 0;
+    })) << name;
 }
 
+// Functions and data that a header declares VELNOR_API.
 TEST(Exports, EveryDeclaredOperationIsThere)
 {
   std::set<std::string> names = exportedNames();
   size_t declared = 0;
-  for (const fs::path& header : headers())
-    for (const std::string& name : declaredNames(header)) {
+  for (const fs::path& header : headers()) {
+    std::string text =
+        std::regex_replace(readAll(header), std::regex("/\\*[^*]*\\*+([^/*][^*]*\\*+)*/|\n#[^\n]*"), "\n");
+    for (auto& name : matches(text, "VELNOR_API[^;(\\[]*?([A-Za-z_][A-Za-z_0-9]*)\\s*[(;\\[]")) {
       ++declared;
-      EXPECT_TRUE(names.count(name)) << name << " of " << header;
+      EXPECT_TRUE(names.count(name[1])) << name[1] << " of " << header;
     }
+  }
   EXPECT_GT(declared, 300U);
 }
 
@@ -116,8 +109,75 @@ TEST(Exports, EveryHeaderStandsAlone)
 // The README shows the example as it is built here.
 TEST(Exports, TheExampleOfTheReadmeWorks)
 {
-  EXPECT_NE(readAll(fs::path(VELNOR_ROOT) / "README.md").find(readAll(fs::path(VELNOR_ROOT) / "examples/decode.c")),
-            std::string::npos);
+  EXPECT_NE(readAll(VELNOR_ROOT "/README.md").find(readAll(VELNOR_ROOT "/examples/decode.c")), std::string::npos);
   std::string text = outputOf(VELNOR_EXAMPLE);
   EXPECT_NE(text.find("obj_IdentityRequest5G"), std::string::npos) << text;
 }
+
+struct Enumeration {
+  const char* (*toString)(int32_t);
+  int (*toEnum)(RtxContext*, const char*, int32_t*);
+  int (*toEnum2)(RtxContext*, const char*, size_t, int32_t*);
+
+  // What a name answers, through the library's two operations; they must agree.
+  int32_t valueOf(RtxContext* ctxt, const char* name) const
+  {
+    int32_t value = -1, other = -1;
+    std::string longer = std::string(name) + "x";
+    EXPECT_EQ(toEnum(ctxt, name, &value), toEnum2(ctxt, longer.c_str(), longer.size() - 1, &other)) << name;
+    EXPECT_EQ(value, other) << name;
+    return value;
+  }
+};
+
+void check(const Enumeration& asked, const std::map<int32_t, std::string>& names)
+{
+  RtxContext ctxt;
+  ASSERT_EQ(rtxInitContext(&ctxt), 0);
+  for (auto& [value, name] : names) {
+    std::string told = asked.toString(value), inC = told;
+    EXPECT_EQ(asked.valueOf(&ctxt, told.c_str()), value) << told;
+    std::replace(inC.begin(), inC.end(), '-', '_');
+    EXPECT_TRUE(inC == name || inC + "_" == name) << told << " is not " << name; // a keyword has one behind it
+    for (int32_t beside : {value - 1, value + 1})
+      EXPECT_TRUE(names.count(beside) || asked.toString(beside) == std::string("_UNKNOWN_")) << beside;
+  }
+  EXPECT_EQ(rtxErrGetLastError(&ctxt), 0);
+  EXPECT_EQ(asked.valueOf(&ctxt, "no such name"), -1);
+  EXPECT_EQ(rtxErrGetLastError(&ctxt), RTX_E_ENUM_VALUE);
+  int32_t value = -1;
+  EXPECT_EQ(asked.toEnum(&ctxt, nullptr, &value), RTX_E_ENUM_VALUE);
+  EXPECT_STREQ(asked.toString(INT32_MIN), "_UNKNOWN_");
+  rtxFreeContext(&ctxt);
+}
+
+// Every enumeration of every header, as the enumerators of the header tell.
+TEST(Exports, EnumerationsAnswerAsTheirEnumeratorsSay)
+{
+  void* library = dlopen(VELNOR_LIBRARY, RTLD_NOW | RTLD_LOCAL);
+  ASSERT_TRUE(library) << dlerror();
+  unsigned checked = 0;
+  for (const fs::path& file : headers()) {
+    std::string header = readAll(file);
+    for (auto& found : matches(header, "typedef enum \\{([^}]*)\\} (\\w+);")) {
+      std::string type = found[2], enumerators = found[1];
+      auto function = [&](const char* name) { return dlsym(library, (type + name).c_str()); };
+      Enumeration asked;
+      asked.toString = reinterpret_cast<decltype(asked.toString)>(function("_ToString"));
+      asked.toEnum = reinterpret_cast<decltype(asked.toEnum)>(function("_ToEnum"));
+      asked.toEnum2 = reinterpret_cast<decltype(asked.toEnum2)>(function("_ToEnum2"));
+      if (!asked.toString) continue; // of the run-time
+      ASSERT_TRUE(asked.toEnum && asked.toEnum2) << type;
+      std::map<int32_t, std::string> names;
+      for (auto& enumerator : matches(enumerators, type + "_(\\w+) = (-?\\w+)"))
+        if (enumerator[1] != "any32") names[int32_t(std::stoll(enumerator[2], nullptr, 0))] = enumerator[1];
+      SCOPED_TRACE(type);
+      check(asked, names);
+      ++checked;
+    }
+  }
+  EXPECT_EQ(checked, 107U);
+  dlclose(library);
+}
+
+} // namespace

@@ -2,82 +2,57 @@
 // failure, nothing leaks, and the context serves the next job.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-
 #include "tests/messages.h"
+#include "tests/robustness/countedHeap.h"
 
 namespace {
 
-size_t gMade = 0, gFailFrom = SIZE_MAX, gFailures = 0, gLive = 0;
-
-bool refused()
-{
-  size_t index = gMade++;
-  return index >= gFailFrom && index - gFailFrom < gFailures;
-}
-
-void* countedMalloc(size_t size)
-{
-  void* memory = refused() ? nullptr : malloc(size);
-  if (memory) ++gLive;
-  return memory;
-}
-
-void* countedRealloc(void* old, size_t size)
-{
-  void* memory = refused() ? nullptr : realloc(old, size);
-  if (memory && !old) ++gLive;
-  return memory;
-}
-
-void countedFree(void* memory)
-{
-  if (memory) --gLive;
-  free(memory);
-}
-
 // A context whose every allocation is one of the system.
-class Context {
-public:
+struct Context : RtxContext {
   explicit Context(bool trace)
   {
-    gFailFrom = SIZE_MAX;
-    rtxInitContextExt(&ctxt, countedMalloc, countedRealloc, countedFree);
-    rtxMemHeapSetFlags(&ctxt.pMemHeap, RT_MH_USE_SYSMEM);
-    rtx3gppSecInitialize(&ctxt);
-    if (trace) rtxDiagCtxtBitFieldListInit(&ctxt);
+    rtxInitContextExt(this, heap::allocate, heap::grow, heap::release);
+    rtxMemHeapSetFlags(&pMemHeap, RT_MH_USE_SYSMEM);
+    rtx3gppSecInitialize(this);
+    if (trace) rtxDiagCtxtBitFieldListInit(this);
   }
-  ~Context() { rtxFreeContext(&ctxt); }
+  ~Context() { rtxFreeContext(this); }
   Context(const Context&) = delete;
-  RtxContext* operator->() { return &ctxt; }
-  operator RtxContext*() { return &ctxt; }
   void nextJob()
   {
-    rtxMemFree(&ctxt);
-    rtxCtxtClearFlag(&ctxt, RTX_OPENTAIL_FLAG); // an encoder leaves it as it stands
-    rtx3gppSecInitialize(&ctxt);
+    rtxMemFree(this);
+    rtxCtxtClearFlag(this, RTX_OPENTAIL_FLAG); // an encoder leaves it as it stands
+    rtx3gppSecInitialize(this);
   }
+};
 
-private:
-  RtxContext ctxt;
+// What is made ready while nothing fails, what is done, and what then stands in its value.
+struct Job {
+  std::function<void*(RtxContext*)> prepare;
+  std::function<int(RtxContext*, void*&)> run;
+  std::function<std::string(RtxContext*, void*)> tell;
 };
 
 struct Ending {
   int status;
-  std::string text; // errors and record
+  std::string text; // errors and value
+  size_t allocations;
 };
 
-using Job = std::function<Ending(Context&)>;
-
-// Paths and parameters may fall to the failure, the records may not.
-std::string findingsOf(const RtxContext* ctxt)
+Ending endingOf(RtxContext* ctxt, const Job& job, size_t failFrom, size_t failures)
 {
-  std::string text;
+  void* value = job.prepare(ctxt);
+  heap::refuse(failFrom, failures);
+  int status = job.run(ctxt, value);
+  heap::refuseNothing();
+  Ending ending = {status, "", heap::made};
+  // Paths and parameters may fall to the failure, the records may not.
   for (const RtxDListNode* node = ctxt->errInfo.head; node; node = node->next) {
     const RtxErrInfo& rec = *static_cast<const RtxErrInfo*>(node->data);
-    text += std::to_string(rec.status) + (rec.fatal ? "\n" : " (not fatal)\n");
+    ending.text += std::to_string(rec.status) + (rec.fatal ? "\n" : " (not fatal)\n");
   }
-  return text;
+  if (status >= 0) ending.text += job.tell(ctxt, value);
+  return ending;
 }
 
 // Failures that the message has by itself go with one more for the memory.
@@ -88,118 +63,104 @@ bool endedWell(const Ending& ending, const Ending& expected)
   return ending.status == expected.status && ending.text == expected.text;
 }
 
-void checkJob(const Job& job, bool trace)
+// False after a failure.
+bool endsWell(const Job& job, bool trace)
 {
-  size_t live = gLive;
-  Ending expected;
-  size_t count;
-  {
-    Context ctxt(trace);
-    gMade = 0;
-    expected = job(ctxt);
-    count = gMade;
-  }
+  size_t live = heap::live;
+  Ending expected = endingOf(std::make_unique<Context>(trace).get(), job, SIZE_MAX, 0);
   for (size_t failures : {size_t{1}, SIZE_MAX})
-    for (size_t from = 0; from < count; ++from) {
+    for (size_t from = 0; from < expected.allocations; ++from) {
       Context ctxt(trace);
-      gMade = 0;
-      gFailFrom = from;
-      gFailures = failures;
-      Ending ending = job(ctxt);
-      gFailFrom = SIZE_MAX;
-      EXPECT_TRUE(endedWell(ending, expected)) << from << " of " << count << (failures == 1 ? " once: " : " for good: ")
-                                               << ending.status << " for " << expected.status << "\n"
-                                               << ending.text << "for\n"
-                                               << expected.text;
+      Ending ending = endingOf(&ctxt, job, from, failures);
+      EXPECT_TRUE(endedWell(ending, expected))
+          << from << " of " << expected.allocations << (failures == 1 ? " once: " : " for good: ") << ending.status
+          << " for " << expected.status << "\n"
+          << ending.text << "for\n"
+          << expected.text;
       ctxt.nextJob();
-      Ending again = job(ctxt);
+      Ending again = endingOf(&ctxt, job, SIZE_MAX, 0);
       EXPECT_EQ(again.status, expected.status) << from;
       EXPECT_EQ(again.text, expected.text) << from;
-      if (testing::Test::HasFailure()) return;
+      if (testing::Test::HasFailure()) return false;
     }
-  EXPECT_EQ(gLive, live) << "leaked";
+  EXPECT_EQ(heap::live, live) << "leaked";
+  return !testing::Test::HasFailure();
 }
 
 Job decoding(const TestMessage& message)
 {
-  return [&message](Context& ctxt) -> Ending {
-    Octets octets = message.octets;
-    octets.push_back(0); // a null pointer would ask for a buffer
-    size_t fail = gFailFrom;
-    gFailFrom = SIZE_MAX;
-    rtxCtxtSetBufPtr(ctxt, octets.data(), message.octets.size());
-    auto record = recordStorage(*message.entry->type, 0);
-    gFailFrom = fail;
-    int status = message.entry->decode(ctxt, record.get());
-    gFailFrom = SIZE_MAX;
-    return {status, findingsOf(ctxt) + (status < 0 ? "" : printed(*message.entry->type, "x", record.get()))};
+  const L3TypeEntry& entry = *message.entry;
+  auto octets = std::make_shared<Octets>();
+  auto record = std::make_shared<std::unique_ptr<uint64_t[]>>();
+  auto prepare = [=, &message, &entry](RtxContext* ctxt) -> void* {
+    *octets = message.octets;
+    octets->push_back(0); // a null pointer would ask for a buffer
+    rtxCtxtSetBufPtr(ctxt, octets->data(), message.octets.size());
+    *record = recordStorage(*entry.type, 0);
+    return record->get();
   };
+  auto run = [&entry](RtxContext* ctxt, void* value) { return entry.decode(ctxt, value); };
+  return {prepare, run, [&entry](RtxContext*, void* value) { return printed(*entry.type, "x", value); }};
 }
 
-// The sample into a buffer that grows.
+// Into a buffer that grows.
 Job encoding(const L3TypeEntry& entry)
 {
-  return [&entry](Context& ctxt) -> Ending {
-    size_t fail = gFailFrom, made = gMade;
-    gFailFrom = SIZE_MAX;
-    void* value = entry.sample ? entry.sample(ctxt) : l3Sample(ctxt, *entry.type);
+  auto prepare = [&entry](RtxContext* ctxt) {
+    void* value = sampleValue(entry, ctxt);
     rtxCtxtSetBufPtr(ctxt, nullptr, 1);
-    gFailFrom = fail;
-    gMade = made;
-    int status = entry.encode(ctxt, value);
-    gFailFrom = SIZE_MAX;
-    const RtxBuffer& buffer = ctxt->buffer;
-    std::string octets(buffer.data, buffer.data + buffer.byteIndex);
-    return {status, findingsOf(ctxt) + (status < 0 ? "" : octets)};
+    return value;
   };
+  auto run = [&entry](RtxContext* ctxt, void* value) { return entry.encode(ctxt, value); };
+  auto tell = [](RtxContext* ctxt, void*) {
+    return hexText(Octets(ctxt->buffer.data, ctxt->buffer.data + ctxt->buffer.byteIndex));
+  };
+  return {prepare, run, tell};
 }
 
-void checkDecodings(const std::vector<TestMessage>& messages)
+Job sampling(const L3TypeEntry& entry)
 {
+  auto run = [&entry](RtxContext* ctxt, void*& value) {
+    value = sampleValue(entry, ctxt);
+    return value ? 0 : RTX_E_NO_MEMORY;
+  };
+  return {[](RtxContext*) { return nullptr; }, run,
+          [&entry](RtxContext*, void* value) { return printed(*entry.type, "x", value); }};
+}
+
+TEST(AllocationFailure, DecodingSamplesAndTheCorpus)
+{
+  auto messages = sampleMessages();
+  for (TestMessage& message : corpusMessages(VELNOR_TEST_DATA "/../corpus/data"))
+    if (message.octets.size() < 200) messages.push_back(std::move(message));
   for (const TestMessage& message : messages)
     for (bool trace : {false, true}) {
       SCOPED_TRACE(message.name);
-      checkJob(decoding(message), trace && message.octets.size() < 60);
-      if (testing::Test::HasFailure()) return;
+      if (trace && message.octets.size() >= 60) continue;
+      if (!endsWell(decoding(message), trace)) return;
     }
 }
 
-TEST(AllocationFailure, DecodingSamples)
-{
-  checkDecodings(sampleMessages());
-}
-
-TEST(AllocationFailure, DecodingTheCorpus)
-{
-  std::vector<TestMessage> messages;
-  for (TestMessage& message : corpusMessages(VELNOR_TEST_DATA "/../corpus/data"))
-    if (message.octets.size() < 200) messages.push_back(std::move(message));
-  checkDecodings(messages);
-}
-
-TEST(AllocationFailure, EncodingSamples)
+TEST(AllocationFailure, BuildingAndEncodingSamples)
 {
   for (size_t i = 0; i < l3TypeCount; ++i) {
     SCOPED_TRACE(l3TypeTable[i].type->fullName);
-    if (l3TypeTable[i].encode) checkJob(encoding(l3TypeTable[i]), i % 2);
-    if (testing::Test::HasFailure()) return;
+    if (!endsWell(sampling(l3TypeTable[i]), false)) return;
+    if (l3TypeTable[i].encode && !endsWell(encoding(l3TypeTable[i]), i % 2)) return;
   }
 }
 
 // A finding costs as many allocations as its record has strings; none of them may get lost with it.
 TEST(AllocationFailure, FindingsInDamagedSamples)
 {
-  for (const TestMessage& sample : sampleMessages()) {
-    TestMessage damaged = sample;
-    for (uint8_t& octet : damaged.octets) {
-      uint8_t old = octet;
+  for (TestMessage& message : sampleMessages()) {
+    SCOPED_TRACE(message.name);
+    if (message.octets.size() >= 40) continue;
+    for (uint8_t& octet : message.octets) {
+      uint8_t was = octet;
       octet = 0;
-      if (sample.octets.size() < 40) checkJob(decoding(damaged), false);
-      octet = old;
-      if (testing::Test::HasFailure()) {
-        ADD_FAILURE() << sample.name;
-        return;
-      }
+      if (!endsWell(decoding(message), false)) return;
+      octet = was;
     }
   }
 }
