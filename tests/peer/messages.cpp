@@ -3,16 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <cstring>
-#include <fstream>
-#include <functional>
-#include <memory>
-#include <sstream>
 
-#include "rt3gppsrc/engine/l3Record.h"
-#include "tests/messages.h"
 #include "tests/peer/recordPath.h"
-#include "velnor3gpp/rtxMemHeap.h"
 
 namespace peer {
 
@@ -24,62 +16,57 @@ struct TopForm {
   struct {
     unsigned discriminator;
     const char* typeField;
+    std::vector<Place> header;
   } kinds[2];
 };
 
-constexpr TopForm kForms[] = {
-    {"TS24501Msg_PDU", "nas-5gs", {{126, "nas_5gs.mm.message_type"}, {46, "nas_5gs.sm.message_type"}}},
-    {"TS24301Msg_PDU", "nas-eps_plain", {{7, "nas_eps.nas_msg_emm_type"}, {2, "nas_eps.nas_msg_esm_type"}}},
-    {"TS24011Msg_CP_PDU", "gsm_a_dtap", {{0, "gsm_a.dtap.msg_sms_type"}, {0, nullptr}}}};
+const TopForm kForms[] = {
+    {"TS24501Msg_PDU",
+     "nas-5gs",
+     {{126, "nas_5gs.mm.message_type", {}},
+      {46, "nas_5gs.sm.message_type", {{"hdrData.sm.procTransIdent", "1"}, {"hdrData.sm.pduSessIdent", "5"}}}}},
+    {"TS24301Msg_PDU",
+     "nas-eps_plain",
+     {{7, "nas_eps.nas_msg_emm_type", {{"l3HdrOpts.secHdr", "0"}}},
+      {2, "nas_eps.nas_msg_esm_type", {{"l3HdrOpts.epsBearerIdent", "5"}}}}},
+    {"TS24011Msg_CP_PDU", "gsm_a_dtap", {{0, "gsm_a.dtap.msg_sms_type", {{"l3HdrOpts.skipInd", "0"}}}, {1, "", {}}}}};
 constexpr char kRelay[] = "TS24011Msg_RP_PDU";
 
-// Contents of elements that another dissector looks into: drawn values would not please it.
-struct Content {
-  std::string type, path, value;
-};
-
-const std::vector<Content>& contents()
+// Contents of elements that another dissector looks into, where drawn values would not please it: type, path, value.
+const std::vector<std::vector<std::string>>& contents()
 {
-  static const std::vector<Content> all = [] {
-    std::vector<Content> read;
-    std::ifstream in(std::string(VELNOR_TEST_DATA) + "/contents.tsv");
-    for (std::string line; std::getline(in, line);) {
-      if (line.empty() || line[0] == '#') continue;
-      std::istringstream columns(line);
-      Content content;
-      std::getline(columns, content.type, '\t');
-      std::getline(columns, content.path, '\t');
-      std::getline(columns, content.value, '\t');
-      read.push_back(content);
-    }
-    return read;
-  }();
+  static const auto all = readTable(VELNOR_TEST_DATA "/contents.tsv", 3);
   return all;
+}
+
+void takeOptions(const L3Type& type, uint8_t* value)
+{
+  for (unsigned i = 0; type.message && i < type.message->count; ++i)
+    for (uint16_t bit : {type.message->options[i].mBit, type.message->options[i].groupBit})
+      if (bit != kL3NoBit) value[bit / 8] = uint8_t(value[bit / 8] & ~(1U << bit % 8));
 }
 
 // The message under construction.
 class Maker {
 public:
   // A message of a form with bodies.
-  Maker(const TopForm& form, const L3BodyRow& row) : entry(*l3FindType(form.type)), name(row.name), msgType(row.msgType)
+  Maker(const TopForm& form, const L3BodyRow& row) : Maker(form.type, form.dissector, row.name, row.msgType)
   {
-    begin(form.dissector);
-    for (auto& kind : form.kinds)
-      if (kind.typeField && (!kind.discriminator || kind.discriminator == row.discriminator))
-        typeField = kind.typeField;
-    uint8_t* record = row.type ? static_cast<uint8_t*>(l3Sample(&ctxt, *row.type)) : nullptr;
-    l3SetBody(*entry.type, pdu, row, record);
-    headers(row.discriminator);
-    if (record) hostIs(*row.type, record);
+    auto* body = row.type ? static_cast<uint8_t*>(l3Sample(&ctxt, *row.type)) : nullptr;
+    l3SetBody(*entry.type, pdu, row, body);
+    for (auto& kind : form.kinds) {
+      if (kind.discriminator != row.discriminator) continue;
+      typeField = kind.typeField;
+      for (const Place& place : kind.header) setByPath(&ctxt, *entry.type, pdu, place.path, place.value);
+    }
+    if (body) hostIs(*row.type, body);
   }
   // A relay message.
-  explicit Maker(const L3Alternative& relay) : entry(*l3FindType(kRelay)), name(relay.row.name), msgType(relay.lo)
+  explicit Maker(const L3Alternative& relay) : Maker(kRelay, "gsm_a_rp", relay.row.name, relay.lo)
   {
-    begin("gsm_a_rp");
     frame.toNetwork = msgType % 2 == 0;
     typeField = "gsm_a.rp.msg_type";
-    const L3Row& row = entry.type->rows[entry.type->rowCount - 1];
-    choose(*entry.type, pdu, row, relay);
+    choose(pdu, entry.type->rows[entry.type->rowCount - 1], relay);
     if (relay.row.type) hostIs(*relay.row.type, pdu + relay.row.offset);
   }
   ~Maker() { rtxFreeContext(&ctxt); }
@@ -90,7 +77,7 @@ public:
   const L3Row& option(unsigned i) const { return hostType->message->options[i]; }
 
   // The element, and those whose fields decide what it contains.
-  void add(const L3Row& element)
+  Maker& add(const L3Row& element)
   {
     if (element.op == kL3Choice) {
       const L3Choice& choice = *static_cast<const L3Choice*>(element.info);
@@ -98,29 +85,43 @@ public:
     }
     if (element.mBit != kL3NoBit) l3SetBit(record, element.mBit);
     if (element.groupBit != kL3NoBit) l3SetBit(record, element.groupBit);
+    return *this;
   }
 
-  void choose(const L3Row& element, const L3Alternative& alternative)
+  Maker& choose(const L3Row& element, const L3Alternative& alternative)
   {
-    choose(*hostType, record, element, alternative);
+    choose(record, element, alternative);
+    return *this;
   }
 
-  bool set(const Setting& setting)
+  bool set(const Place& place)
   {
-    if (setByPath(&ctxt, *entry.type, pdu, setting.path, setting.value)) return true;
-    return record && setByPath(&ctxt, *hostType, record, setting.path, setting.value);
+    return setByPath(&ctxt, *entry.type, pdu, place.path, place.value) ||
+           (record && setByPath(&ctxt, *hostType, record, place.path, place.value));
   }
 
-  void fillContents()
+  // What the dissector looks into is set as the table says.
+  Maker& fillContents()
   {
-    if (hostType) fillContents(*hostType, record);
+    if (!hostType) return *this;
+    fillContents(*hostType, record);
+    fillInside(*hostType, record);
+    return *this;
   }
 
   Message make(const std::string& form)
   {
     Message message{name, form, msgType, typeField, frame, {}, ""};
-    message.fault = code(message.frame.octets);
-    message.bits = traced(message.frame.octets);
+    message.fault = roundTripFault(entry, &ctxt, pdu, message.frame.octets);
+    Octets octets = message.frame.octets;
+    OutcomeContext traced({.trace = true});
+    traced.bind(octets.data(), octets.size());
+    entry.decode(traced, recordStorage(*entry.type, 0).get());
+    for (const RtxSListNode* node = traced->pBitFldList->fieldList.head; node; node = node->next) {
+      const RtxBitField& field = *static_cast<const RtxBitField*>(node->data);
+      const char* element = field.elemName ? field.elemName : "";
+      message.bits.push_back({field.bitOffset, field.bitOffset + field.bitCount, element});
+    }
     return message;
   }
 
@@ -131,15 +132,16 @@ private:
   unsigned msgType;
   std::string typeField;
   Frame frame;
-  uint8_t* pdu = nullptr;
+  uint8_t* pdu;
   const L3Type* hostType = nullptr; // the type whose optional elements are the message's
   uint8_t* record = nullptr;        // its record
 
-  void begin(const char* dissector)
+  Maker(const char* form, const char* dissector, const char* name, unsigned msgType)
+      : entry(*l3FindType(form)), name(name), msgType(msgType)
   {
     rtxInitContext(&ctxt);
     frame.dissector = dissector;
-    pdu = static_cast<uint8_t*>(rtxMemHeapAllocZ(&ctxt.pMemHeap, entry.type->size));
+    pdu = zeroed(&ctxt, entry.type->size);
   }
 
   void hostIs(const L3Type& type, uint8_t* value)
@@ -151,15 +153,8 @@ private:
     takeOptions(type, value);
   }
 
-  static void takeOptions(const L3Type& type, uint8_t* value)
-  {
-    for (unsigned i = 0; type.message && i < type.message->count; ++i)
-      for (uint16_t bit : {type.message->options[i].mBit, type.message->options[i].groupBit})
-        if (bit != kL3NoBit) value[bit / 8] = uint8_t(value[bit / 8] & ~(1U << bit % 8));
-  }
-
   // By its selecting value, with a sample of it.
-  void choose(const L3Type&, uint8_t* in, const L3Row& element, const L3Alternative& alternative)
+  void choose(uint8_t* in, const L3Row& element, const L3Alternative& alternative)
   {
     const L3Choice& choice = *static_cast<const L3Choice*>(element.info);
     unsigned value = alternative.lo;
@@ -180,162 +175,108 @@ private:
     }
   }
 
-  void fillContents(const L3Type& in, uint8_t* value)
+  void fillContents(const L3Type& type, uint8_t* value)
   {
-    visitTypes(in, value, [this](const L3Type& type, void* place) {
-      if (&type != hostType) takeOptions(type, static_cast<uint8_t*>(place)); // a message within the message
-      for (const Content& content : contents())
-        if ((content.type == type.fullName || content.type == name + "/" + type.fullName) &&
-            !setByPath(&ctxt, type, place, content.path, content.value))
-          ADD_FAILURE() << content.type << ": no " << content.path;
+    for (auto& content : contents())
+      if ((content[0] == type.fullName || content[0] == name + "/" + type.fullName) &&
+          !setByPath(&ctxt, type, value, content[1], content[2]))
+        ADD_FAILURE() << content[0] << ": no " << content[1];
+  }
+
+  // In all values of types within the record; messages within the message have no options.
+  void fillInside(const L3Type& in, uint8_t* value)
+  {
+    eachPresent(in, value, [this](const L3Row& row, uint8_t* holder) {
+      uint8_t* place = holder + row.offset;
+      if (row.type) takeOptions(*row.type, place);
+      if (row.type) fillContents(*row.type, place);
+      const L3Body* body = row.op == kL3Body ? static_cast<const L3Body*>(row.info) : nullptr;
+      for (unsigned i = 0; body && i < body->count; ++i) {
+        auto* message = l3LoadShape<uint8_t*>(holder + body->pointerOffset);
+        if (!message || body->rows[i].tag != l3Load(place, 4)) continue;
+        takeOptions(*body->rows[i].type, message);
+        fillContents(*body->rows[i].type, message);
+        fillInside(*body->rows[i].type, message);
+      }
+      return true;
     });
-  }
-
-  void headers(unsigned discriminator)
-  {
-    auto put = [this](const char* path, const char* value) { setByPath(&ctxt, *entry.type, pdu, path, value); };
-    if (discriminator == 46) put("hdrData.sm.procTransIdent", "1");
-    if (discriminator == 46) put("hdrData.sm.pduSessIdent", "5");
-    if (discriminator == 2) put("l3HdrOpts.epsBearerIdent", "5");
-    if (discriminator == 7) put("l3HdrOpts.secHdr", "0");
-    if (!discriminator) put("l3HdrOpts.skipInd", "0");
-  }
-
-  // The bits of each value, by the bit trace.
-  std::vector<Bits> traced(Octets octets) const
-  {
-    const ::Setting trace = {.trace = true};
-    OutcomeContext again(trace);
-    again.bind(octets.data(), octets.size());
-    auto decoded = recordStorage(*entry.type, 0);
-    entry.decode(again, decoded.get());
-    std::vector<Bits> bits;
-    for (const RtxSListNode* node = again->pBitFldList->fieldList.head; node; node = node->next) {
-      const RtxBitField& field = *static_cast<const RtxBitField*>(node->data);
-      bits.push_back({field.bitOffset, field.bitOffset + field.bitCount, field.elemName ? field.elemName : ""});
-    }
-    return bits;
-  }
-
-  // Encodes, decodes back into a second record, and compares the prints. Says what went wrong.
-  std::string code(Octets& octets)
-  {
-    octets.resize(1 << 16);
-    rtxCtxtSetBufPtr(&ctxt, octets.data(), octets.size());
-    int status = entry.encode(&ctxt, pdu);
-    octets.resize(status < 0 ? 0 : rtxCtxtGetBitOffset(&ctxt) / 8);
-    if (status < 0) return "encoding gives " + std::to_string(status) + "\n" + errorsOf(&ctxt);
-    std::string before = printed(*entry.type, "x", pdu);
-    const ::Setting plain;
-    OutcomeContext again(plain);
-    again.bind(octets.data(), octets.size());
-    auto decoded = recordStorage(*entry.type, 0);
-    status = entry.decode(again, decoded.get());
-    if (status < 0) return "decoding gives " + std::to_string(status) + "\n" + errorsOf(again);
-    std::string after = printed(*entry.type, "x", decoded.get());
-    return before == after ? "" : "decoded back as another:\n" + before + after;
   }
 };
 
-const L3Body& bodyOf(const L3Type& pdu)
-{
-  return *static_cast<const L3Body*>(pdu.rows[pdu.rowCount - 1].info);
-}
-
-using Make = std::function<std::unique_ptr<Maker>()>;
+using Begin = std::function<std::unique_ptr<Maker>()>;
 
 // How each message is begun, by name.
-std::vector<std::pair<std::string, Make>> makers()
+std::vector<std::pair<std::string, Begin>> makers()
 {
-  std::vector<std::pair<std::string, Make>> all;
+  std::vector<std::pair<std::string, Begin>> all;
   for (const TopForm& form : kForms) {
-    const L3Body& body = bodyOf(*l3FindType(form.type)->type);
+    const L3Type& pdu = *l3FindType(form.type)->type;
+    const L3Body& body = *static_cast<const L3Body*>(pdu.rows[pdu.rowCount - 1].info);
     for (const L3BodyRow* row = body.rows; row < body.rows + body.count; ++row)
       if (row->msgType) all.emplace_back(row->name, [&form, row] { return std::make_unique<Maker>(form, *row); });
   }
   const L3Type& relay = *l3FindType(kRelay)->type;
   const L3Choice& choice = *static_cast<const L3Choice*>(relay.rows[relay.rowCount - 1].info);
-  for (unsigned i = 0; i < choice.count; ++i) {
-    const L3Alternative& alternative = choice.alternatives[i];
-    all.emplace_back(alternative.row.name, [&alternative] { return std::make_unique<Maker>(alternative); });
-  }
+  for (const L3Alternative* one = choice.alternatives; one < choice.alternatives + choice.count; ++one)
+    all.emplace_back(one->row.name, [one] { return std::make_unique<Maker>(*one); });
   return all;
 }
 
 // Each alternative of a choice among the rows, by itself.
-void alternativesOf(const Make& make, const L3Row* rows, unsigned count, std::vector<Message>& messages)
+void addAlternatives(std::vector<Message>& messages, const Begin& begin, const L3Row* rows, unsigned count)
 {
   for (const L3Row* row = rows; row < rows + count; ++row) {
-    if (row->op != kL3Choice) continue;
-    const L3Choice& choice = *static_cast<const L3Choice*>(row->info);
-    for (unsigned i = 0; choice.from == kL3SelectFields && i < choice.count; ++i) {
-      auto maker = make();
-      maker->add(*row);
-      maker->choose(*row, choice.alternatives[i]);
-      maker->fillContents();
-      messages.push_back(maker->make(std::string(row->name) + "." + choice.alternatives[i].row.name));
+    const L3Choice* choice = row->op == kL3Choice ? static_cast<const L3Choice*>(row->info) : nullptr;
+    for (unsigned i = 0; choice && choice->from == kL3SelectFields && i < choice->count; ++i) {
+      const L3Alternative& one = choice->alternatives[i];
+      std::string form = std::string(row->name) + "." + one.row.name;
+      messages.push_back(begin()->add(*row).choose(*row, one).fillContents().make(form));
     }
   }
 }
 
-bool isLeftOut(const std::vector<LeftOut>& leftOut, const std::string& message, const std::string& element)
-{
-  for (const LeftOut& entry : leftOut)
-    if ((entry.message == "*" || entry.message == message) && entry.element == element) return true;
-  return false;
-}
-
 // Everything but what is left out, and one element of that.
-std::unique_ptr<Maker> fullWith(const Make& make, const std::vector<LeftOut>& leftOut, const std::string& name,
-                                unsigned one)
+Message fullWith(const Begin& begin, const LeavesOut& leavesOut, const std::string& name, const std::string& form,
+                 unsigned one)
 {
-  auto full = make();
+  auto full = begin();
   for (unsigned i = 0; i < full->options(); ++i) {
-    const char* element = full->option(i).name;
-    bool out = isLeftOut(leftOut, name, element) || isLeftOut(leftOut, name, std::string("full+") + element);
-    if (!out || i == one) full->add(full->option(i));
+    std::string element = full->option(i).name;
+    if (i == one || (!leavesOut(name, element) && !leavesOut(name, "full+" + element))) full->add(full->option(i));
   }
-  full->fillContents();
-  return full;
+  return full->fillContents().make(form);
 }
 
 } // namespace
 
-std::vector<Message> allMessages(const std::vector<LeftOut>& leftOut)
+std::vector<Message> allMessages(const LeavesOut& leavesOut)
 {
   std::vector<Message> messages;
-  for (auto& [name, make] : makers()) {
-    auto minimal = make(), full = fullWith(make, leftOut, name, UINT_MAX);
-    minimal->fillContents();
-    messages.push_back(minimal->make("minimal"));
-    if (!minimal->host()) continue;
+  for (auto& [name, begin] : makers()) {
+    auto minimal = begin();
+    messages.push_back(minimal->fillContents().make("minimal"));
     for (unsigned i = 0; i < minimal->options(); ++i) {
-      auto alone = make();
-      alone->add(alone->option(i));
-      alone->fillContents();
-      messages.push_back(alone->make(alone->option(i).name));
+      std::string element = minimal->option(i).name, form = "full+" + element;
+      messages.push_back(begin()->add(minimal->option(i)).fillContents().make(element));
+      if (leavesOut(name, form)) messages.push_back(fullWith(begin, leavesOut, name, form, i));
     }
-    if (minimal->options()) messages.push_back(full->make("full"));
-    for (unsigned i = 0; i < full->options(); ++i) {
-      std::string form = std::string("full+") + full->option(i).name;
-      if (isLeftOut(leftOut, name, form)) messages.push_back(fullWith(make, leftOut, name, i)->make(form));
-    }
-    alternativesOf(make, minimal->host()->rows, minimal->host()->rowCount, messages);
-    if (minimal->options()) alternativesOf(make, minimal->host()->message->options, minimal->options(), messages);
+    if (minimal->options()) messages.push_back(fullWith(begin, leavesOut, name, "full", UINT_MAX));
+    if (minimal->host()) addAlternatives(messages, begin, minimal->host()->rows, minimal->host()->rowCount);
+    if (minimal->options()) addAlternatives(messages, begin, minimal->host()->message->options, minimal->options());
   }
   return messages;
 }
 
-Message messageWith(const std::string& name, const std::vector<Setting>& settings)
+Message messageWith(const std::string& name, const std::vector<Place>& places)
 {
-  for (auto& [known, make] : makers()) {
+  for (auto& [known, begin] : makers()) {
     if (known != name) continue;
-    auto maker = make();
-    for (const Setting& setting : settings) maker->set(setting); // what it makes present is filled next
+    auto maker = begin();
+    for (const Place& place : places) maker->set(place); // what it makes present is filled next
     maker->fillContents();
     std::string missing;
-    for (const Setting& setting : settings)
-      if (!maker->set(setting)) missing += "no place " + setting.path + "; ";
+    for (const Place& place : places)
+      if (!maker->set(place)) missing += "no place " + place.path + "; ";
     Message message = maker->make("set");
     message.fault += missing;
     return message;

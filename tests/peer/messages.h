@@ -2,10 +2,6 @@
 // by itself, with each alternative of what it contains, and with everything at once.
 #pragma once
 
-#include <string>
-#include <vector>
-
-#include "rt3gppsrc/engine/l3Engine.h"
 #include "tests/peer/tshark.h"
 
 namespace peer {
@@ -21,18 +17,16 @@ struct Message {
 };
 
 // A path in a record and what is set there.
-struct Setting {
+struct Place {
   std::string path, value;
 };
 
-// One optional element that full messages leave out: message or "*", element.
-struct LeftOut {
-  std::string message, element;
-};
+// Says whether full messages leave out an element, or take one that they leave out by itself ("full+" and its name).
+using LeavesOut = std::function<bool(const std::string& message, const std::string& element)>;
 
 // All forms of all messages of all top-level forms.
-std::vector<Message> allMessages(const std::vector<LeftOut>& leftOut);
-// A message of its mandatory elements with some settings; false in `found` when a path leads nowhere.
-Message messageWith(const std::string& name, const std::vector<Setting>& settings);
+std::vector<Message> allMessages(const LeavesOut& leavesOut);
+// A message of its mandatory elements with some settings; its fault tells paths that lead nowhere.
+Message messageWith(const std::string& name, const std::vector<Place>& places);
 
 } // namespace peer

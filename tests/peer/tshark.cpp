@@ -5,11 +5,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <sstream>
+
+#include "tests/messages.h"
 
 namespace peer {
-
-const std::vector<std::string> kComplaintFields = {"_ws.malformed", "_ws.expert.message"};
 
 bool hasTshark()
 {
@@ -33,66 +32,51 @@ void putTag(Octets& to, uint16_t tag, const Octets& value)
   to.insert(to.end(), value.begin(), value.end());
 }
 
-Octets exported(const Frame& frame)
+// What stands in front of the message.
+Octets tagsOf(const Frame& frame)
 {
-  Octets name(frame.dissector.begin(), frame.dissector.end());
+  Octets name(frame.dissector.begin(), frame.dissector.end()), all;
   name.resize((name.size() + 4) / 4 * 4);
-  Octets all;
   putTag(all, kDissectorName, name);
   putTag(all, kDirection, {0, 0, 0, uint8_t(frame.toNetwork ? 0 : 1)});
   putTag(all, 0, {});
-  all.insert(all.end(), frame.octets.begin(), frame.octets.end());
   return all;
 }
 
-void writeCapture(const std::string& path, const std::vector<Frame>& frames)
+Octets captureOf(const std::vector<Frame>& frames)
 {
   Octets file;
   put(file, 0xA1B2C3D4, 4);
-  put(file, 2, 2);
-  put(file, 4, 2);
+  put(file, 0x00020004, 4);
   put(file, 0, 8);
   put(file, 0x40000, 4);
   put(file, kExportedPdu, 4);
   for (const Frame& frame : frames) {
-    Octets packet = exported(frame);
+    Octets packet = tagsOf(frame);
+    packet.insert(packet.end(), frame.octets.begin(), frame.octets.end());
     put(file, 0, 8);
     put(file, packet.size(), 4);
     put(file, packet.size(), 4);
     file.insert(file.end(), packet.begin(), packet.end());
   }
-  std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(file.data()), long(file.size()));
+  return file;
 }
 
-std::vector<std::string> split(const std::string& text, char by)
+// What tshark prints of the frames, as XML.
+std::string read(const std::vector<Frame>& frames)
 {
-  std::vector<std::string> parts;
-  std::istringstream in(text);
-  for (std::string part; std::getline(in, part, by);) parts.push_back(part);
-  return parts;
-}
-
-std::string output(const std::string& command)
-{
-  std::string text;
-  FILE* pipe = popen(command.c_str(), "r");
-  if (!pipe) return text;
-  char piece[4096];
-  while (size_t size = fread(piece, 1, sizeof piece, pipe)) text.append(piece, size);
-  pclose(pipe);
-  return text;
-}
-
-// What tshark prints of the frames.
-std::string read(const std::vector<Frame>& frames, const std::string& arguments)
-{
-  char path[] = "/tmp/velnor3gpp-peer-XXXXXX";
+  char path[] = "/tmp/velnor3gpp-peer-XXXXXX", piece[4096];
   int file = mkstemp(path);
   if (file < 0) return "";
+  Octets capture = captureOf(frames);
+  bool good = write(file, capture.data(), capture.size()) == ssize_t(capture.size());
   close(file);
-  writeCapture(path, frames);
-  std::string decipher = " -o nas-5gs.null_decipher:TRUE -o nas-eps.null_decipher:TRUE ";
-  std::string text = output("HOME=/nonexistent tshark -n" + decipher + arguments + " -r " + path + " 2>/dev/null");
+  std::string text, command = "HOME=/nonexistent tshark -n -o nas-5gs.null_decipher:TRUE -o nas-eps.null_decipher:TRUE "
+                              "-T pdml -r " +
+                              std::string(path) + " 2>/dev/null";
+  FILE* pipe = good ? popen(command.c_str(), "r") : nullptr;
+  for (size_t size; pipe && (size = fread(piece, 1, sizeof piece, pipe)) > 0;) text.append(piece, size);
+  if (pipe) pclose(pipe);
   unlink(path);
   return text;
 }
@@ -106,60 +90,37 @@ std::string attribute(const std::string& line, const std::string& name)
   return line.substr(begin, line.find('"', begin) - begin);
 }
 
-// A shown value begins with its bits among the dots of those that are not its own: "..01 1... = Name: 3".
-bool readBits(const std::string& line, Bits& bits)
+// A shown value begins with its bits among the dots of those that are not its own: "..01 1... = Name: 3". `before` are
+// the octets in front of the message.
+void addBits(std::vector<Bits>& bits, const std::string& line, size_t before)
 {
   std::string shown = attribute(line, "showname"), pos = attribute(line, "pos");
   size_t end = shown.find(" = ");
   std::string mask = shown.substr(0, end);
-  if (end == std::string::npos || pos.empty() || mask.find_first_not_of("01. ") != std::string::npos) return false;
+  if (end == std::string::npos || pos.empty() || mask.find_first_not_of("01. ") != std::string::npos) return;
   std::erase(mask, ' ');
   size_t first = mask.find_first_not_of('.'), last = mask.find_last_not_of('.');
-  if (first == std::string::npos) return false;
-  bits = {std::stoul(pos) * 8 + first, std::stoul(pos) * 8 + last + 1, attribute(line, "name")};
-  return true;
+  if (first == std::string::npos || std::stoul(pos) < before) return;
+  size_t at = (std::stoul(pos) - before) * 8;
+  bits.push_back({at + first, at + last + 1, attribute(line, "name")});
 }
 
 } // namespace
 
-std::vector<Found> dissect(const std::vector<Frame>& frames, const std::vector<std::string>& fields)
+std::vector<Found> dissect(const std::vector<Frame>& frames)
 {
-  std::string arguments = "-T fields -E 'aggregator=|'";
-  for (const std::string& field : fields) arguments += " -e " + field;
   std::vector<Found> all;
-  for (const std::string& line : split(read(frames, arguments), '\n')) {
-    auto columns = split(line, '\t');
-    columns.resize(fields.size());
-    all.emplace_back();
-    for (size_t i = 0; i < fields.size(); ++i) all.back()[fields[i]] = split(columns[i], '|');
+  for (const std::string& line : split(read(frames), '\n')) {
+    std::string name = attribute(line, "name"), value = attribute(line, "show");
+    if (line.find("<packet>") != std::string::npos) all.emplace_back();
+    if (all.empty() || all.size() > frames.size() || name.empty()) continue;
+    Found& found = all.back();
+    found.values[name].push_back(value);
+    addBits(found.bits, line, tagsOf(frames[all.size() - 1]).size());
+    if (name == "_ws.malformed") value = attribute(line, "showname");
+    if (name == "_ws.malformed" || name == "_ws.expert.message") found.complaints += value + "; ";
   }
   return all.size() == frames.size() ? all : std::vector<Found>();
-}
-
-std::vector<std::vector<Bits>> dissectBits(const std::vector<Frame>& frames)
-{
-  std::vector<std::vector<Bits>> all;
-  size_t before = 0; // bits in front of the message
-  for (const std::string& line : split(read(frames, "-T pdml"), '\n')) {
-    Bits bits;
-    if (line.find("<packet>") != std::string::npos) {
-      if (all.size() == frames.size()) return {};
-      before = 8 * (exported(frames[all.size()]).size() - frames[all.size()].octets.size());
-      all.emplace_back();
-    } else if (!all.empty() && readBits(line, bits) && bits.from >= before) {
-      all.back().push_back({bits.from - before, bits.to - before, bits.name});
-    }
-  }
-  return all.size() == frames.size() ? all : std::vector<std::vector<Bits>>();
-}
-
-std::string complaints(const Found& found)
-{
-  std::string text;
-  for (const std::string& field : kComplaintFields)
-    if (auto values = found.find(field); values != found.end())
-      for (const std::string& value : values->second) text += (text.empty() ? "" : "; ") + value;
-  return text;
 }
 
 } // namespace peer
