@@ -23,7 +23,7 @@ static Octets protectedOctets(const uint8_t* plain, size_t size, size_t codeAt, 
   Octets octets = codeAt == 1 ? Octets{uint8_t(type << 4 | 7)} : Octets{0x7E, type};
   octets.insert(octets.end(), {0, 0, 0, 0, kCount});
   octets.insert(octets.end(), plain, plain + size);
-  OutcomeContext ctxt({});
+  OutcomeContext ctxt;
   setSecurity(ctxt, choice);
   uint32_t code = 0;
   if (type == 2) rtx3gppCipher(ctxt, &octets[codeAt + 5], size);
