@@ -6,9 +6,9 @@
 #include "rt3gppsrc/engine/l3Decode.h"
 #include "rt3gppsrc/engine/l3Encode.h"
 
-// Reads the length, remarks one that is not in 1..most, and opens its region; `end` is a bit position.
-template <typename Length>
-int openIdentity(L3Call& call, const char* module, Length& length, size_t most, L3Region& region, size_t& end);
+// Reads the length, remarks one that is not in 1..most, and what `inside` reads up to the end, a bit position.
+template <typename Length, typename Inside>
+int decIdentity(L3Call& call, const char* module, Length& length, size_t most, Inside inside);
 // Reads the digits behind the first octet into a zero-ended array, under the element name.
 inline int decIdentityDigits(L3Call& call, const char* module, const char* name, uint8_t length, uint8_t odd,
                              uint8_t digit1, char* digits, size_t size);
@@ -18,20 +18,34 @@ inline int encIdentityDigits(L3Call& call, const char* module, const char* name,
 #include <cstring>
 
 #include "velnor3gpp/rtx3GPP.h"
+#include "velnor3gpp/rtxContainer.h"
 #include "velnor3gpp/rtxTBCD.h"
 
 template <typename Length>
-int openIdentity(L3Call& call, const char* module, Length& length, size_t most, L3Region& region, size_t& end)
+int openIdentity(L3Call& call, const char* module, Length& length, size_t most, L3Region& region)
 {
   L3Name frame;
   l3PushName(call, frame, "length");
   int status = l3DecBits(call, reinterpret_cast<uint8_t*>(&length), 8 * sizeof length, sizeof length, "INTEGER");
   if (status < 0) return l3Fail(call, module, status, __LINE__);
-  end = l3BitPos(call.pctxt) + size_t{length} * 8;
   if (length == 0 || length > most) l3NoteRange(call, module, __LINE__, length);
   status = l3PushRegion(call, region, length, false);
   if (status < 0) return l3Fail(call, module, status, __LINE__);
   l3PopName(call);
+  return 0;
+}
+
+template <typename Length, typename Inside>
+int decIdentity(L3Call& call, const char* module, Length& length, size_t most, Inside inside)
+{
+  L3Region region;
+  int status = openIdentity(call, module, length, most, region);
+  if (status < 0) return status;
+  size_t end = l3BitPos(call.pctxt) + size_t{length} * 8;
+  if (status = inside(end); status < 0) return status;
+  if (l3BitPos(call.pctxt) > end) return l3Fail(call, module, RTX_E_BAD_LENGTH, __LINE__);
+  if (status = rtxCtxtSetBitOffset(call.pctxt, end); status < 0) return l3Fail(call, module, status, __LINE__);
+  l3PopRegion(call);
   return 0;
 }
 

@@ -70,17 +70,8 @@ static int decInside(L3Call& call, Identity& identity)
 int l3Dec_TS24008IE_MobileIdentity(L3Call& call, const L3Type&, void* value)
 {
   Identity& identity = *static_cast<Identity*>(value);
-  L3Region region;
-  size_t end = 0;
   identity.t = 0;
-  int status = openIdentity(call, kDecoder, identity.length, kMaxLength, region, end);
-  if (status >= 0) status = decInside(call, identity);
-  if (status < 0) return status;
-  if (l3BitPos(call.pctxt) > end) return l3Fail(call, kDecoder, RTX_E_BAD_LENGTH, __LINE__);
-  status = rtxCtxtSetBitOffset(call.pctxt, end);
-  if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
-  l3PopRegion(call);
-  return 0;
+  return decIdentity(call, kDecoder, identity.length, kMaxLength, [&](size_t) { return decInside(call, identity); });
 }
 
 static int encTmgi(L3Call& call, Tmgi& tmgi)

@@ -29,7 +29,7 @@ static int decOddEven(L3Call& call, uint8_t& odd)
   return endPart(call, kElementDecoder, l3DecBits(call, &odd, 1, 1, "BOOLEAN"));
 }
 
-static int decIdentity(L3Call& call, Identity& identity)
+static int decByType(L3Call& call, Identity& identity)
 {
   const L3Type& guti = l3_TS24301IE_EPSMobileIdentity_GUTI;
   uint8_t length = identity.length, odd = identity.oddEvenInd, digit1 = identity.filler;
@@ -56,24 +56,15 @@ static int decInside(L3Call& call, Identity& identity, size_t end)
   if (status = decOddEven(call, identity.oddEvenInd); status < 0) return status;
   const L3Type& type = l3_TS24301IE_EPSMobileIdentity_typeOfIdent;
   status = decPart(call, kElementDecoder, "typeOfIdent", type, &identity.typeOfIdent);
-  if (status >= 0) status = decIdentity(call, identity);
-  if (status < 0) return status;
-  return l3BitPos(call.pctxt) > end ? l3Fail(call, kElementDecoder, RTX_E_BAD_LENGTH, __LINE__) : 0;
+  return status < 0 ? status : decByType(call, identity);
 }
 
 int l3Dec_TS24301IE_EPSMobileIdentity(L3Call& call, const L3Type&, void* value)
 {
   Identity& identity = *static_cast<Identity*>(value);
-  L3Region region;
-  size_t end = 0;
   identity.t = 0;
-  int status = openIdentity(call, kElementDecoder, identity.length, kGutiOctets, region, end);
-  if (status >= 0) status = decInside(call, identity, end);
-  if (status < 0) return status;
-  call.pctxt->buffer.byteIndex = end / 8;
-  call.pctxt->buffer.bitOffset = static_cast<int16_t>(8 - end % 8);
-  l3PopRegion(call);
-  return 0;
+  return decIdentity(call, kElementDecoder, identity.length, kGutiOctets,
+                     [&](size_t end) { return decInside(call, identity, end); });
 }
 
 // The digit forms write length and first octet themselves; the record tells afterwards what was written.

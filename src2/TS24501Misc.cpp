@@ -107,17 +107,8 @@ static int decInside(L3Call& call, Identity& identity)
 int l3Dec_TS24501IE_MobileIdentity(L3Call& call, const L3Type&, void* value)
 {
   Identity& identity = *static_cast<Identity*>(value);
-  L3Region region;
-  size_t end = 0;
   identity.t = 0;
-  int status = openIdentity(call, kDecoder, identity.length, UINT16_MAX, region, end);
-  if (status >= 0) status = decInside(call, identity);
-  if (status < 0) return status;
-  if (l3BitPos(call.pctxt) > end) return l3Fail(call, kDecoder, RTX_E_BAD_LENGTH, __LINE__);
-  call.pctxt->buffer.byteIndex = end / 8;
-  call.pctxt->buffer.bitOffset = static_cast<int16_t>(8 - end % 8);
-  l3PopRegion(call);
-  return 0;
+  return decIdentity(call, kDecoder, identity.length, UINT16_MAX, [&](size_t) { return decInside(call, identity); });
 }
 
 // Octets behind the length, known from the record alone.

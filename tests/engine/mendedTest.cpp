@@ -4,7 +4,9 @@
 
 #include "rt3gppsrc/engine/l3Record.h"
 #include "tests/descriptors.h"
+#include "tests/messages.h"
 #include "tests/outcome.h"
+#include "velnor3gpp/rtxBitDecode.h"
 #include "velnor3gpp/rtxStreamMemory.h"
 
 namespace {
@@ -151,6 +153,22 @@ TEST(Mended, HeapStringFromAStreamFitsItsLength)
   ASSERT_EQ(l3Decode(ctxt, type, &value), 0);
   EXPECT_EQ(value.numocts, 5000U);
   EXPECT_EQ(value.data[4999], 0x5A);
+}
+
+// What is left of an identity cannot be passed over in a stream; the cursor stays within the buffer's octets.
+TEST(Mended, IdentitiesDoNotJumpInStreams)
+{
+  for (const char* name : {"TS24501IE_MobileIdentity", "TS24301IE_EPSMobileIdentity", "TS24008IE_MobileIdentity"}) {
+    Octets octets = sampleOf(*l3FindType(name));
+    octets.insert(octets.begin(), 5000, 0);
+    OutcomeContext ctxt{Setting()};
+    ASSERT_EQ(rtxStreamMemoryCreateReader(ctxt, octets.data(), octets.size()), 0);
+    for (int i = 0; i < 5000; ++i) rtxSkipBits(ctxt, 8);
+    Octets record(l3FindType(name)->type->size);
+    EXPECT_EQ(l3FindType(name)->decode(ctxt, record.data()), RTX_E_NOT_SUPPORTED) << name;
+    const RtxBuffer& buffer = static_cast<RtxContext*>(ctxt)->buffer;
+    EXPECT_LE(buffer.byteIndex, buffer.size) << name;
+  }
 }
 
 // The field of an octet string that is longer than its array covers also what is passed over.
