@@ -3,28 +3,20 @@
 // can get wrong without breaking C's own rules.
 #pragma once
 
-#include <cstring>
+#include "tests/recordWalk.h"
 
-#include "rt3gppsrc/engine/l3Engine.h"
-#include "rt3gppsrc/engine/l3Record.h"
-#include "velnor3gpp/rtxMemHeap.h"
-
-// Draws from octets, or from a sequence by seed when they are used up.
+// Draws from octets, or from a sequence by seed when there are none.
 class Draw {
 public:
   Draw(const uint8_t* data, size_t size) : data(data), left(size), seeded(false) {}
   explicit Draw(uint64_t seed) : state(seed * 0x9E3779B97F4A7C15ULL + 1), seeded(true) {}
   uint32_t octet()
   {
-    if (seeded) {
-      state ^= state << 13;
-      state ^= state >> 7;
-      state ^= state << 17;
-      return uint32_t(state >> 24) & 0xFF;
-    }
-    if (!left) return 0;
-    --left;
-    return *data++;
+    if (!seeded) return left ? (--left, *data++) : 0;
+    state ^= state << 13;
+    state ^= state >> 7;
+    state ^= state << 17;
+    return uint32_t(state >> 24) & 0xFF;
   }
   uint32_t below(uint32_t bound) { return bound < 2 ? 0 : (octet() << 8 | octet()) % bound; }
   uint64_t word()
@@ -49,49 +41,35 @@ public:
 
   void* make(const L3Type& type)
   {
-    auto* value = static_cast<uint8_t*>(allocate(type.size));
-    if (value) fill(type, value);
+    uint8_t* value = allocate(type.size);
+    if (!value || fillText(type, value)) return value;
+    drawPresence(type, value);
+    eachPresent(type, value, [this](const L3Row& row, uint8_t* record) { return fill(row, record), true; });
     return value;
   }
 
 private:
-  static constexpr unsigned kMaxDepth = 12;
   RtxContext* ctxt;
   Draw& draw;
   unsigned damage;
-  unsigned depth = 0;
   size_t budget = 1 << 18; // octets in all
 
-  void* allocate(size_t size)
+  uint8_t* allocate(size_t size)
   {
     if (size > budget) return nullptr;
     budget -= size;
-    return rtxMemHeapAllocZ(&ctxt->pMemHeap, size ? size : 1);
+    return zeroed(ctxt, size);
   }
   bool breaks() { return damage && draw.below(damage) == 0; }
+  char character() { return breaks() ? char(1 + draw.below(255)) : "0123456789.ab#*f"[draw.below(16)]; }
 
-  void fill(const L3Type& type, uint8_t* value)
+  void drawPresence(const L3Type& type, uint8_t* value)
   {
-    if (depth == kMaxDepth) return;
-    ++depth;
-    L3TextForm text = l3TextForm(type);
-    if (text == L3TextForm::pointer) fillText(value);
-    if (text == L3TextForm::array) fillCharacters(value, type.size);
-    if (text == L3TextForm::none) {
-      for (unsigned i = 0; i < type.mOctets; ++i) value[i] = uint8_t(draw.octet());
-      fillRows(type.rows, type.rowCount, value);
-      if (type.message) fillRows(type.message->options, type.message->count, value);
-    }
-    --depth;
+    for (unsigned i = 0; i < type.mOctets; ++i) value[i] = uint8_t(draw.octet());
   }
 
-  void fillRows(const L3Row* rows, size_t count, uint8_t* record)
-  {
-    for (const L3Row* row = rows; row < rows + count; ++row)
-      if (row->op != kL3Release) fillElement(*row, record);
-  }
-
-  void fillElement(const L3Row& row, uint8_t* record)
+  // The element, before those inside it.
+  void fill(const L3Row& row, uint8_t* record)
   {
     uint8_t* member = record + row.offset;
     switch (row.op) {
@@ -105,11 +83,11 @@ private:
       case kL3BitString:
         return fillBits(*static_cast<const L3BitString*>(row.info), member);
       case kL3Text:
-        if (size_t cap = static_cast<const L3Text*>(row.info)->cap) return fillCharacters(member, cap);
-        return fillText(member);
+        return fillText(member, static_cast<const L3Text*>(row.info)->cap);
       case kL3Record:
       case kL3TextType:
-        return fill(*row.type, member);
+        if (!fillText(*row.type, member)) drawPresence(*row.type, member);
+        return;
       case kL3List:
         return fillList(*static_cast<const L3List*>(row.info), member);
       case kL3Choice:
@@ -136,25 +114,23 @@ private:
     return outside ? row.lo : value;
   }
 
+  // A null pointer has a count all the same.
+  uint8_t* octets(uint32_t count)
+  {
+    uint8_t* data = breaks() ? nullptr : allocate(count);
+    for (uint32_t i = 0; data && i < count && i < 64; ++i) data[i] = uint8_t(draw.octet());
+    return data;
+  }
+
   void fillOctets(const L3Octets& info, uint8_t* member)
   {
     uint32_t count = info.from == kL3Fixed ? info.fixed : draw.below(breaks() ? 70000 : 40);
-    if (info.ranged && !breaks()) count = count < info.lo ? info.lo : count > info.hi ? info.hi : count;
-    if (info.from == kL3Fixed || info.cap) {
-      if (info.cap) member[0] = uint8_t(count > info.cap && !breaks() ? info.cap : count);
-      uint32_t kept = info.cap && count > info.cap ? info.cap : count;
-      for (uint32_t i = 0; i < kept; ++i) member[(info.cap ? info.dataOffset : 0) + i] = uint8_t(draw.octet());
-      return;
-    }
-    l3StoreOctets(member, {count, octets(count)});
-  }
-
-  uint8_t* octets(uint32_t count)
-  {
-    if (breaks()) return nullptr;
-    auto* data = static_cast<uint8_t*>(allocate(count));
-    for (uint32_t i = 0; data && i < count && i < 64; ++i) data[i] = uint8_t(draw.octet());
-    return data;
+    if (info.ranged && !breaks()) count = std::clamp(count, info.lo, std::max(info.lo, info.hi));
+    bool counted = info.from != kL3Fixed;
+    if (counted && !info.cap) return l3StoreOctets(member, {count, octets(count)});
+    uint32_t kept = counted ? std::min(count, info.cap) : count;
+    if (counted) member[0] = uint8_t(breaks() ? count : kept);
+    for (uint32_t i = 0; i < kept; ++i) member[(counted ? info.dataOffset : 0) + i] = uint8_t(draw.octet());
   }
 
   void fillBits(const L3BitString& info, uint8_t* member)
@@ -165,55 +141,47 @@ private:
     for (uint32_t i = 0; i < (info.capBits + 7) / 8; ++i) member[info.dataOffset + i] = uint8_t(draw.octet());
   }
 
-  char character() { return breaks() ? char(1 + draw.below(255)) : "0123456789.ab#*f"[draw.below(16)]; }
-
-  void fillCharacters(uint8_t* array, size_t size)
+  // An array of `cap` characters, or a pointer.
+  void fillText(uint8_t* member, size_t cap)
   {
-    size_t length = draw.below(uint32_t(size));
-    for (size_t i = 0; i < length; ++i) array[i] = uint8_t(character());
-    array[length] = 0;
+    size_t length = draw.below(cap ? uint32_t(cap) : breaks() ? 400 : 20);
+    uint8_t* text = cap ? member : breaks() ? nullptr : allocate(length + 1);
+    for (size_t i = 0; text && i < length; ++i) text[i] = uint8_t(character());
+    if (!cap) l3StorePointer(member, text);
   }
 
-  void fillText(uint8_t* member)
+  // Is the type one text?
+  bool fillText(const L3Type& type, uint8_t* value)
   {
-    size_t length = draw.below(breaks() ? 400 : 20);
-    auto* text = breaks() ? nullptr : static_cast<char*>(allocate(length + 1));
-    for (size_t i = 0; text && i < length; ++i) text[i] = character();
-    l3StorePointer(member, text);
+    L3TextForm form = l3TextForm(type);
+    if (form != L3TextForm::none) fillText(value, form == L3TextForm::array ? type.size : 0);
+    return form != L3TextForm::none;
   }
 
   void fillList(const L3List& info, uint8_t* member)
   {
-    uint32_t most = info.ranged && info.hi < 40 ? info.hi : 4;
-    uint32_t count = draw.below(breaks() ? 300 : (most < 4 ? most : 4) + 1);
-    if (info.ranged && count < info.lo && info.lo < 40 && !breaks()) count = info.lo;
-    uint8_t* entries = member + info.elemOffset;
-    uint32_t kept = count;
+    uint32_t most = info.ranged ? std::min(info.hi, 4U) : 4;
+    uint32_t count = draw.below(breaks() ? 300 : most + 1);
+    if (info.ranged && info.lo < 40 && !breaks()) count = std::max(count, info.lo);
     if (info.cap) {
-      kept = count < info.cap ? count : info.cap;
-      member[0] = uint8_t(breaks() ? count : kept);
+      member[0] = uint8_t(std::min(count, info.cap));
     } else {
-      entries = breaks() ? nullptr : static_cast<uint8_t*>(allocate(size_t{count} * info.elemSize));
-      l3StoreList(member, count, entries);
+      uint8_t* entries = breaks() ? nullptr : allocate(size_t{count} * info.elemSize);
+      l3StoreList(member, entries || breaks() ? count : 0, entries);
     }
-    for (uint32_t i = 0; entries && i < kept; ++i) fillElement(info.elem, entries + i * size_t{info.elemSize});
   }
 
   // The union holds what the encoder will take it for.
   void fillChoice(const L3Choice& choice, const L3Row& row, uint8_t* record)
   {
-    const L3Alternative* chosen = &choice.alternatives[draw.below(choice.count)];
-    uint32_t tag = chosen->tag;
+    uint32_t tag = choice.alternatives[draw.below(choice.count)].tag;
     if (choice.from == kL3SelectFields) {
-      chosen = l3FindBySelector(choice, l3JoinFields(choice.fields, choice.fieldCount, record));
-      tag = chosen ? chosen->tag : 0;
+      auto* selected = l3FindBySelector(choice, l3JoinFields(choice.fields, choice.fieldCount, record));
+      tag = selected ? selected->tag : 0;
     } else if (breaks()) {
       tag = uint32_t(draw.word());
-      chosen = l3FindByTag(choice, tag);
     }
     if (choice.tagged) l3Store(record + row.offset, 4, tag);
-    if (chosen) chosen = choice.tagged ? l3FindByTag(choice, tag) : chosen;
-    if (chosen) fillElement(chosen->row, record);
   }
 
   void fillBody(const L3Body& body, uint8_t* member, uint8_t* record)
@@ -221,8 +189,7 @@ private:
     const L3BodyRow& message = body.rows[draw.below(body.count)];
     bool known = !breaks();
     l3Store(member, 4, known ? message.tag : 0xFFFFFF);
-    l3StorePointer(record + body.pointerOffset,
-                   known && message.type && depth < kMaxDepth && !breaks() ? make(*message.type) : nullptr);
+    l3StorePointer(record + body.pointerOffset, known && message.type && !breaks() ? make(*message.type) : nullptr);
   }
 };
 

@@ -28,9 +28,12 @@ inline void eachRow(const L3Type& type, const UseRow& use)
   for (unsigned i = 0; type.message && i < type.message->count; ++i) eachPart(type.message->options[i], use);
 }
 
+// The entries that there are, whatever the count says.
 inline L3HeapList listOf(const L3List& info, uint8_t* member)
 {
-  return info.cap ? L3HeapList{member[0], member + info.elemOffset} : l3LoadShape<L3HeapList>(member);
+  if (info.cap) return {std::min<uint64_t>(member[0], info.cap), member + info.elemOffset};
+  L3HeapList held = l3LoadShape<L3HeapList>(member);
+  return held.elem ? held : L3HeapList{};
 }
 
 // Every element that is present in a record, each before those inside it; these only where `visit` wants them.

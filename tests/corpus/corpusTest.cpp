@@ -149,24 +149,4 @@ TEST_P(Corpus, DecodesHoldsItsFactsAndEncodesBack)
 INSTANTIATE_TEST_SUITE_P(Files, Corpus, testing::Values("ts24501", "ts24301", "ts24011", "elements"),
                          [](auto& tested) { return tested.param; });
 
-// What others refuse ends in the form of its row with success or with a failure that the error records tell.
-TEST(Malformed, EveryRowEndsWithAStatus)
-{
-  size_t refused = 0, taken = 0;
-  for (auto& row : readRows("malformed.tsv")) {
-    const L3TypeEntry* type = l3FindType(row.form.c_str());
-    if (!type) continue; // a form that is not built
-    OutcomeContext ctxt;
-    Octets in = octetsOfHex(row.hex);
-    auto record = recordStorage(*type->type, 0);
-    ctxt.bind(in.data(), in.size());
-    int status = type->decode(ctxt, record.get());
-    EXPECT_LE(status, 0) << row.id;
-    EXPECT_EQ(status < 0, rtxErrGetStatus(ctxt) < 0) << row.id << " " << status;
-    ++(status < 0 ? refused : taken);
-  }
-  EXPECT_GT(refused, 0U);
-  EXPECT_GT(taken, 0U);
-}
-
 } // namespace

@@ -26,6 +26,77 @@ private:
   bool leaf(const L3Row& row, uint8_t* member) const;
 };
 
+inline bool RecordPath::leaf(const L3Row& row, uint8_t* member) const
+{
+  switch (row.op) {
+    case kL3UInt:
+    case kL3Bool:
+    case kL3Enumerated:
+      l3Store(member, row.store, std::stoull(value, nullptr, 0));
+      return true;
+    case kL3Octets:
+      return storeOctets(ctxt, *static_cast<const L3Octets*>(row.info), member, octetsOfHex(value));
+    case kL3Text:
+      return storeText(ctxt, member, static_cast<const L3Text*>(row.info)->cap, value);
+    default:
+      return row.op == kL3Nothing;
+  }
+}
+
+inline bool RecordPath::inChoice(const L3Row& row, uint8_t* record, size_t i) const
+{
+  const L3Choice& choice = *static_cast<const L3Choice*>(row.info);
+  for (unsigned k = 0; !atEnd(i) && k < choice.count; ++k) {
+    const L3Alternative& alternative = choice.alternatives[k];
+    if (!alternative.row.name || alternative.row.name != path[i]) continue;
+    if (choice.tagged) l3Store(record + row.offset, 4, alternative.tag);
+    return inRow(alternative.row, record, i + 1);
+  }
+  return false;
+}
+
+inline bool RecordPath::inList(const L3List& info, uint8_t* member, size_t i) const
+{
+  if (atEnd(i)) return resizeList(ctxt, info, member, std::stoul(value));
+  bool number = path[i].find_first_not_of("0123456789") == std::string::npos;
+  size_t at = number ? std::stoul(path[i]) : 0;
+  return inRow(info.elem, listOf(info, member).elem + at * info.elemSize, i + number);
+}
+
+inline bool RecordPath::inRow(const L3Row& row, uint8_t* record, size_t i) const
+{
+  if (row.mBit != kL3NoBit && atEnd(i) && value == "-") {
+    record[row.mBit / 8] = uint8_t(record[row.mBit / 8] & ~(1U << row.mBit % 8));
+    return true;
+  }
+  if (row.mBit != kL3NoBit) l3SetBit(record, row.mBit);
+  if (row.groupBit != kL3NoBit) l3SetBit(record, row.groupBit);
+  uint8_t* member = record + row.offset;
+  if (row.op == kL3Choice) return inChoice(row, record, i);
+  if (row.op == kL3List) return inList(*static_cast<const L3List*>(row.info), member, i);
+  if (row.op == kL3Record || row.op == kL3TextType) return inType(*row.type, member, i);
+  return atEnd(i) && leaf(row, member);
+}
+
+inline bool RecordPath::named(const L3Row* rows, size_t count, uint8_t* record, size_t i) const
+{
+  return std::any_of(rows, rows + count, [&](const L3Row& row) {
+    if (row.name && row.name == path[i]) return inRow(row, record, i + 1);
+    return !row.name && row.op == kL3Choice && inChoice(row, record, i);
+  });
+}
+
+inline bool RecordPath::inType(const L3Type& type, uint8_t* record, size_t i) const
+{
+  L3TextForm form = l3TextForm(type);
+  if (form != L3TextForm::none)
+    return atEnd(i) && storeText(ctxt, record, form == L3TextForm::array ? type.size : 0, value);
+  if (type.flags & kL3Bare && type.rowCount) return inRow(type.rows[type.rowCount - 1], record, i);
+  if (atEnd(i)) return false;
+  return named(type.rows, type.rowCount, record, i) ||
+         (type.message && named(type.message->options, type.message->count, record, i));
+}
+
 inline bool setByPath(RtxContext* ctxt, const L3Type& type, void* record, const std::string& path,
                       const std::string& value)
 {

@@ -1,6 +1,6 @@
 // Whatever the octets, cut anywhere, with any bit or length bent: a decoder reads nothing behind their end, where a
-// page begins that cannot be read, ends with a specified status, takes heap in proportion, and what it accepts can be
-// printed, whatever stood in the record before.
+// page begins that cannot be read, ends with a specified status that its error records tell, takes heap in proportion,
+// and what it accepts can be printed, whatever stood in the record before.
 #include <gtest/gtest.h>
 
 #include <sys/mman.h>
@@ -72,6 +72,7 @@ protected:
     bool bounded = heap::peak <= 16384 + 64 * size + 3 * recordsOf(*entry.type);
     EXPECT_TRUE((status >= 0 || known) && bounded)
         << status << ", heap " << heap::peak << ", " << hexText(Octets(octets, octets + size));
+    EXPECT_TRUE(status >= 0 || rtxErrGetStatus(&ctxt) < 0) << status;
     if (status >= 0) printed(*entry.type, "x", record.get());
     ++(status < 0 ? failures : successes);
     rtxFreeContext(&ctxt);
