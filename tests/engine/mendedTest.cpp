@@ -31,9 +31,6 @@ struct Entries {
   uint8_t* elem;
 };
 
-// Octets from 1 on, as many as there are.
-const L3List kNumbers = {kL3WhileRoom, 0, 0, 0, 0, 8, 1, {}, 0, 0, uintRow("elem", 0).in(1, 255)};
-
 // A name that the caller left alone on the stack is taken for the type's name and goes with it, in both modes.
 TEST(Mended, SingleNameLeftByTheCallerGoes)
 {
@@ -48,20 +45,8 @@ TEST(Mended, SingleNameLeftByTheCallerGoes)
     }
 }
 
-// Values outside their range are recorded beside the value, but not without end.
-TEST(Mended, FindingsOfOneMessageAreBounded)
-{
-  const L3Row rows[] = {TestRow(nullptr, kL3List, 0, &kNumbers)};
-  L3Type type = typeOf("Numbers", rows, sizeof(Entries), kL3Bare);
-  Bench bench(Octets(5000));
-  Entries value;
-  EXPECT_EQ(l3Decode(bench, type, &value), 0);
-  EXPECT_EQ(value.n, bench.octets.size());
-  EXPECT_EQ(bench->errInfo.count, kL3MaxFindings);
-  EXPECT_EQ(rtxErrCheckNonFatal(bench), RTX_E_CONSTRAINT);
-}
-
-// An element that asks for comprehension fails the message also behind so many findings that no more are recorded.
+// Values outside their range are recorded, but not without end; an element that asks for comprehension fails the
+// message also behind those.
 TEST(Mended, UnknownElementCountsBehindManyFindings)
 {
   struct Record {
@@ -69,9 +54,8 @@ TEST(Mended, UnknownElementCountsBehindManyFindings)
     Entries list;
     uint8_t option;
   };
-  L3List list = kNumbers;
-  list.end = kL3Times;
-  list.field = {offsetof(Record, count), 1, 8};
+  const L3List list = {
+      kL3Times, 0, 0, 0, 0, 8, 1, {offsetof(Record, count), 1, 8}, 0, 0, uintRow("elem", 0).in(1, 255)};
   const L3Row options[] = {uintRow("option", offsetof(Record, option)).there(kL3Iei, 0)};
   const L3Iei ieis[] = {{0x21, 0, kL3SkipFixed, 1, 0}};
   uint8_t byValue[256] = {};
@@ -106,34 +90,25 @@ int decodeCounted(const L3Type& type, size_t octets, void* value)
   return status;
 }
 
-// Entries behind an inline array's end share one spare entry.
-TEST(Mended, EntriesBehindTheArrayTakeNoMemoryEach)
+// Entries behind an inline array's end share one spare entry. Entries that come as an octet and take half a KiB each
+// end the decoding before they take more than their input may.
+TEST(Mended, EntriesTakeNoMoreMemoryThanTheirInputMay)
 {
   struct Inline {
-    uint8_t n, elem[3][64];
-  } value;
+    uint8_t n, elem[3][512];
+  } bounded;
+  Entries free;
   const L3Row entryRows[] = {uintRow("number", 0)};
-  L3Type entry = typeOf("Entry", entryRows, sizeof value.elem[0]);
-  const L3List list = {kL3WhileRoom, 0, 0, 1, 3, 1, 64, {}, 1, 3, recordRow("elem", 0, entry)};
-  const L3Row rows[] = {TestRow(nullptr, kL3List, 0, &list)};
-  L3Type type = typeOf("Entries", rows, sizeof value, kL3Bare);
-  EXPECT_EQ(decodeCounted(type, 1000, &value), 0);
-  EXPECT_EQ(value.elem[2][0], 9);
+  L3Type entry = typeOf("Entry", entryRows, sizeof bounded.elem[0]);
+  const L3List array = {kL3WhileRoom, 0, 0, 1, 3, 1, 512, {}, 1, 3, recordRow("elem", 0, entry)};
+  const L3List heap = {kL3WhileRoom, 0, 0, 0, 0, 8, 512, {}, 0, 0, recordRow("elem", 0, entry)};
+  const L3Row arrayRows[] = {TestRow(nullptr, kL3List, 0, &array)}, heapRows[] = {TestRow(nullptr, kL3List, 0, &heap)};
+  EXPECT_EQ(decodeCounted(typeOf("Entries", arrayRows, sizeof bounded, kL3Bare), 1000, &bounded), 0);
+  EXPECT_EQ(bounded.elem[2][0], 9);
   EXPECT_LT(gTaken, 16384U);
-}
-
-// Entries that come as an octet and take half a KiB each end the decoding before they take more than their input may.
-TEST(Mended, LargeEntriesOfFewOctetsAreBounded)
-{
-  constexpr unsigned kLarge = 512;
-  const L3Row entryRows[] = {uintRow("number", 0)};
-  L3Type entry = typeOf("Entry", entryRows, kLarge);
-  const L3List list = {kL3WhileRoom, 0, 0, 0, 0, 8, kLarge, {}, 0, 0, recordRow("elem", 0, entry)};
-  const L3Row rows[] = {TestRow(nullptr, kL3List, 0, &list)};
-  L3Type type = typeOf("Entries", rows, sizeof(Entries), kL3Bare);
   for (size_t size : {4, 40, 5000}) {
-    Entries value;
-    EXPECT_EQ(decodeCounted(type, size, &value), size == 4 ? 0 : RTX_E_NO_MEMORY);
+    int status = decodeCounted(typeOf("Entries", heapRows, sizeof free, kL3Bare), size, &free);
+    EXPECT_EQ(status, size == 4 ? 0 : RTX_E_NO_MEMORY);
     EXPECT_LE(gTaken, 16384 + 64 * size);
   }
 }

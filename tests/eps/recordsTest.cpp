@@ -44,19 +44,15 @@ protected:
 // Unlike with 5GS, the presence bit alone does not sign: type and discriminator of the header must agree.
 TEST_F(EpsRecords, SignedOnlyBehindAHeader)
 {
-  const struct {
-    int type;
-    uint8_t discriminator;
-  } headers[] = {{0, 7}, {1, 2}, {12, 2}};
-  for (auto& header : headers) {
+  for (auto [type, discriminator] : {std::pair{0, 7}, {1, 2}, {12, 2}}) {
     ASSERT_EQ(decode(kIdentityRequest), 0);
-    setHeader(header.type, header.discriminator);
+    setHeader(type, uint8_t(discriminator));
     EXPECT_EQ(encode(), 0);
     EXPECT_EQ(octets, kIdentityRequest);
   }
 }
 
-// A message number without a row is a plain status; a signed message forgets even that.
+// A message number or direction without a row is a plain status; a signed message forgets even that.
 TEST_F(EpsRecords, UnknownAlternative)
 {
   ASSERT_EQ(decode(kIdentityRequest), 0);
@@ -68,10 +64,6 @@ TEST_F(EpsRecords, UnknownAlternative)
   setHeader(1, 7);
   EXPECT_EQ(encode(), 0);
   EXPECT_EQ(octets.size(), 8U); // header, discriminator and type
-}
-
-TEST_F(EpsRecords, UnknownDirectionOfADetachRequest)
-{
   ASSERT_EQ(decode({0x07, 0x45, 0x02, 0x53, 0x02}), 0);
   pdu.data.u.obj_DetachRequest->t = 3;
   EXPECT_EQ(encode(), RTX_E_INVALID_CHOICE);
@@ -102,17 +94,13 @@ TEST_F(EpsRecords, ServiceRequestGetsItsCode)
 // Looking ahead leaves no trace; a service request leaves none at all, another message its fields.
 TEST_F(EpsRecords, LookingAheadLeavesNoTrace)
 {
-  const struct {
-    Octets octets;
-    unsigned fields;
-  } messages[] = {{{0xC7, 0x67, 0, 0}, 0}, {{0x02, 0x05, 0xD9}, 4}};
-  for (auto& message : messages) {
+  for (unsigned fields : {0U, 4U}) {
     OutcomeContext traced(Setting{.trace = true});
-    octets = message.octets;
+    octets = fields ? Octets{0x02, 0x05, 0xD9} : Octets{0xC7, 0x67, 0, 0};
     traced.bind(octets.data(), octets.size());
     EXPECT_EQ(NASDec_TS24301Msg_PDU(traced, &pdu), 0);
-    EXPECT_EQ(traced->pBitFldList->fieldList.count, message.fields);
-    EXPECT_EQ(traced->pBitFldList->disabledCnt, message.fields ? 0 : 1);
+    EXPECT_EQ(traced->pBitFldList->fieldList.count, fields);
+    EXPECT_EQ(traced->pBitFldList->disabledCnt, fields ? 0 : 1);
   }
 }
 

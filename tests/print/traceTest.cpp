@@ -1,4 +1,5 @@
 // Guards the bit trace: its entries, its text form line by line, and its HTML page. The texts stand in traces.txt.
+#include "tests/outcome.h"
 #include "tests/print/PrintCapture.h"
 #include "velnor3gpp/rtxBitDecode.h"
 #include "velnor3gpp/rtxDiag.h"
@@ -88,8 +89,8 @@ TEST_F(BitTrace, LinesBreakAfterFourOctetsAndGapsShow)
 }
 
 // What an entry says wrongly stays within the data; a position moved back behind the start makes an empty entry. The
-// position of the first one moves all.
-TEST_F(BitTrace, EntriesBeyondTheDataAndMoved)
+// position of the first one moves all. An open type has a trace of its own.
+TEST_F(BitTrace, EntriesBeyondTheDataMovedAndNested)
 {
   RtxBitField* wild = field("wild", "x", 8);
   RtxBitField* back = field("back", "x", 8);
@@ -104,15 +105,12 @@ TEST_F(BitTrace, EntriesBeyondTheDataAndMoved)
   field("a", "x", 4);
   field("b", "x", 4);
   EXPECT_EQ(text(), texts["adjustment"]);
-}
-
-TEST_F(BitTrace, AnOpenTypeHasATraceOfItsOwn)
-{
+  ctxt.buffer.byteIndex = 0;
+  start();
   RtxBitFieldList inner;
   RtxBitField* outer = field("open", "x", 16);
   ASSERT_EQ(rtxDiagBitFieldListInit(&ctxt, &inner), 0);
-  outer->bitOffset = 8;
-  outer->bitCount = 8;
+  outer->bitOffset = outer->bitCount = 8;
   outer->openTypeFields = &inner;
   ctxt.buffer.byteIndex = 0;
   rtxDiagNewBitField(&inner, "y");
@@ -152,13 +150,8 @@ TEST_F(BitTrace, UpdatesWorkOnTheLastEntry)
   rtxDiagInsBitFieldLen(list); // splits off as "length"
   rtxSkipBits(&ctxt, 24);
   rtxDiagSetBitFldCount(list);
-  std::string fields;
-  for (const RtxSListNode* node = list->fieldList.head; node; node = node->next) {
-    const auto& entry = *static_cast<const RtxBitField*>(node->data);
-    fields += std::string(entry.elemName) + " " + entry.nameSuffix + " " + std::to_string(entry.bitOffset) + "+" +
-              std::to_string(entry.bitCount) + "\n";
-  }
-  EXPECT_EQ(fields, "a.part y 3+5\nlate z 8+0\ns length 8+8\ns OCTET STRING 16+24\n");
+  EXPECT_EQ(traceOf(&ctxt), "field a.part <y> 3+5\nfield late <z> 8+0\nfield s <length> 8+8\n"
+                            "field s <OCTET STRING> 16+24\n");
 }
 
 // Coding from a file shows the octets that passed.
@@ -194,12 +187,6 @@ TEST_F(BitTrace, HtmlPageIsWhatABrowserGets)
   EXPECT_EQ(viaStdout([&] { printf("still open\n"); }), "still open\n");
   EXPECT_EQ(viaStdout([&] { rtxDiagBitTracePrintHTML("/nowhere/x", list, "v"); }),
             "could not open /nowhere/x for write access\n");
-}
-
-TEST_F(BitTrace, HtmlEntryWithoutLines)
-{
-  field("empty", "x", 0);
-  EXPECT_NE(html().find(texts["empty row"]), std::string::npos);
 }
 
 } // namespace

@@ -1,10 +1,11 @@
-// Guards: selectors, counters and identities come back at any bit position and any length, and a call that
-// fails says why and stops at the bit that is at fault.
+// Guards: selectors, counters and identities come back at any bit position and any length, and the text of messages by
+// the arithmetic of its septets. Single calls stand in calls.txt.
 #include <gtest/gtest.h>
 
 #include <cstring>
 
 #include "tests/context.h"
+#include "velnor3gpp/rtBCD.h"
 #include "velnor3gpp/rtx3GPP.h"
 #include "velnor3gpp/rtxDiagBitTrace.h"
 #include "velnor3gpp/rtxTBCD.h"
@@ -39,32 +40,16 @@ TEST(AltDeterminant, AgreesWithTheModelAtEveryPhase)
   }
 }
 
-// The frequency short list's selector: 0, 100, 101, 110, 111 (TS 44.018, 10.5.2.14).
-constexpr Rtx3gppAltDetmntNode kShortList[] = {
-    {0, 0, 0, 1, 0}, {0, 2, 0, 3, 0}, {0, 0, 0x80000000, 0, 0xA0000000}, {0, 0, 0xC0000000, 0, 0xE0000000}};
-// Trees that end in a refusal, go on from their last node, and lead outside.
-constexpr Rtx3gppAltDetmntNode kRefused[] = {{0, -1, 0, 0, 0}}, kLoop[] = {{0, 1, 0, 0, 0}, {0, 1, 0, 0, 0}},
-                               kOutside[] = {{0, 7, 0, 0, 0}, {0, 0, 0, 0, 0}};
-// One bit that is a one where it equals the padding.
-constexpr Rtx3gppAltDetmntNode kRelative[] = {{1, 0, 10, 0, 20}};
-
-TEST(VarAltDeterminant, WalksTheTree)
+TEST(VarAltDeterminant, TakesThePaddingOfItsPhase)
 {
-  uint32_t value = 1;
-  for (auto [octet, expected] :
-       {std::pair{0x7F, 0U}, {0x9F, 0x80000000U}, {0xBF, 0xA0000000U}, {0xDF, 0xC0000000U}, {0xFF, 0xE0000000U}}) {
-    TestContext in(Octets{uint8_t(octet)});
-    EXPECT_EQ(rtx3GPPDecVarAltDetmnt(in, &value, kShortList, 3), 0);
-    EXPECT_EQ(value, expected);
-    EXPECT_EQ(in.position(), expected ? 3U : 1U);
-  }
-  for (size_t phase = 0; phase < 8; phase++) {
-    TestContext padding(Octets{0x2B}, phase), reverse(Octets{0xD4}, phase);
-    ASSERT_EQ(rtx3GPPDecVarAltDetmnt(padding, &value, kRelative, 0), 0);
-    EXPECT_EQ(value, 20U) << phase;
-    ASSERT_EQ(rtx3GPPDecVarAltDetmnt(reverse, &value, kRelative, 0), 0);
-    EXPECT_EQ(value, 10U) << phase;
-  }
+  constexpr Rtx3gppAltDetmntNode relative[] = {{1, 0, 10, 0, 20}};
+  for (size_t phase = 0; phase < 8; phase++)
+    for (uint8_t octet : {0x2B, 0xD4}) {
+      uint32_t value = 1;
+      TestContext in(Octets{octet}, phase);
+      ASSERT_EQ(rtx3GPPDecVarAltDetmnt(in, &value, relative, 0), 0);
+      EXPECT_EQ(value, octet == 0x2B ? 20U : 10U) << phase;
+    }
 }
 
 TEST(UnaryCounter, CountsUpTo255AtEveryPhase)
@@ -115,32 +100,113 @@ TEST(MobileIdentity, RoundTripsAtEveryLengthAndPhase)
   }
 }
 
-TEST(MobileIdentity, ReadsLengthOneAndFillersAsTheyCome)
+// Of every length up to `longest`, with each digit at each place.
+std::vector<std::string> digitStrings(const std::string& alphabet, size_t longest)
 {
-  char dest[16];
-  TestContext one(fromHex("43")), filler(fromHex("f345"));
-  EXPECT_EQ(rtx3GPPDecMobileIdentityType1(one, 1, 1, 2, dest, sizeof dest), 0);
-  EXPECT_STREQ(dest, "234") << "length 1 still takes one octet";
-  EXPECT_EQ(rtx3GPPDecMobileIdentityType1(filler, 3, 1, 1, dest, sizeof dest), 0);
-  EXPECT_EQ(memcmp(dest, "13\00054\0", 6), 0);
+  std::vector<std::string> all;
+  for (size_t length = 0; length <= longest; length++) {
+    for (size_t first = 0; first < alphabet.size(); first++) {
+      all.emplace_back();
+      for (size_t i = 0; i < length; i++) all.back() += alphabet[(first + i * 4) % alphabet.size()];
+    }
+  }
+  return all;
 }
 
-TEST(Writers, GiveTheOctetsOfTheStandard)
+const std::string kTelephony = "0123456789*#abc";
+
+TEST(Tbcd, MapsTheAlphabetAndNothingElse)
 {
-  using Write = int (*)(RtxContext*);
-  const std::pair<const char*, Write> rows[] = {
-      {"21f354", [](RtxContext* c) { return rtx3GPPEnc_MCC_MNC(c, "123", "45\0"); }},
-      {"216354", [](RtxContext* c) { return rtx3GPPEnc_MCC_MNC(c, "123", "456"); }},
-      {"21f354", [](RtxContext* c) { return rtx3GPPEnc_MCC_MNC(c, "123", "45\x0F"); }},
-      {"082926102143658709", [](RtxContext* c) { return rtx3GPPEncMobileIdentityType1(c, 1, "262011234567890"); }},
-      {"0821261021436587f9", [](RtxContext* c) { return rtx3GPPEncMobileIdentityType1(c, 1, "26201123456789"); }},
-      {"01f1", [](RtxContext* c) { return rtx3GPPEncMobileIdentityType1(c, 1, ""); }},
-      {"f0", [](RtxContext* c) { return rtx3GPPEncIntAsBits(c, 3, 1); }}}; // the end of one bits is a one too
-  for (auto [octets, write] : rows) {
-    TestContext out(Octets(9));
-    EXPECT_EQ(write(out), 0);
-    EXPECT_EQ(out.written(), fromHex(octets));
+  for (int c = -128; c < 128; c++) {
+    uint8_t nibble = 99;
+    size_t place = c == 0 ? 15 : kTelephony.find(char(c));
+    int expected = place == std::string::npos ? RTX_E_BAD_CHAR : 0;
+    EXPECT_EQ(rtxTBCDCharToBin(char(c), &nibble), expected) << c;
+    EXPECT_EQ(nibble, expected ? 99 : place);
   }
+}
+
+TEST(Tbcd, RoundTripsOnTheWireAndInMemory)
+{
+  for (const std::string& digits : digitStrings(kTelephony, 20)) {
+    size_t octets = (digits.size() + 1) / 2;
+    TestContext out{Octets(octets)};
+    ASSERT_EQ(rtxEncQ825TBCDString(out, digits.c_str()), 0);
+    ASSERT_EQ(out.position(), octets * 8);
+    TestContext in(out.data);
+    std::string dest(2 * octets + 1, '?'), exact(digits.size() + 1, '?');
+    ASSERT_EQ(rtxDecQ825TBCDString(in, octets, dest.data(), dest.size()), 0);
+    EXPECT_EQ(dest.c_str(), digits);
+    Octets packed(octets + 1);
+    ASSERT_EQ(rtStringToTBCD(digits.c_str(), packed.data(), packed.size()), int(octets));
+    EXPECT_TRUE(std::equal(out.data.begin(), out.data.end(), packed.begin()));
+    EXPECT_EQ(rtxQ825TBCDToString(octets, packed.data(), exact.data(), exact.size()), 0);
+    EXPECT_EQ(exact.c_str(), digits);
+    EXPECT_EQ(rtxQ825TBCDToString(octets, packed.data(), exact.data(), digits.size()), RTX_E_TOO_BIG);
+    if (octets == 0) continue;
+    ASSERT_EQ(rtTBCDToString(octets, packed.data(), exact.data(), exact.size()), exact.data());
+    EXPECT_EQ(exact.c_str(), digits);
+  }
+}
+
+TEST(PackedBcd, RoundTripsOnTheHeap)
+{
+  TestContext ctxt;
+  for (const std::string& digits : digitStrings("0123456789", 9)) {
+    RtxDynOctStr64 wide = {99, nullptr};
+    RtxDynOctStr narrow = {99, nullptr};
+    size_t octets = (digits.size() + 1) / 2;
+    ASSERT_EQ(rtStringToDynBCD64(ctxt, digits.c_str(), &wide, 0), int(octets));
+    ASSERT_EQ(rtStringToDynBCD(ctxt, digits.c_str(), &narrow), int(octets));
+    ASSERT_TRUE(wide.numocts == octets && narrow.numocts == octets);
+    EXPECT_EQ(memcmp(wide.data, narrow.data, octets), 0);
+    char out[10];
+    EXPECT_TRUE(octets == 0 || digits == rtBCDToString(octets, wide.data, out, sizeof out, 0));
+  }
+  EXPECT_EQ(rtStringToDynBCD64(ctxt, "1", nullptr, 0), RTX_E_BAD_PARAMETER);
+}
+
+// Packs septets by plain bit arithmetic, the least significant bit first.
+Octets pack(const Octets& septets)
+{
+  Octets octets((septets.size() * 7 + 7) / 8);
+  for (size_t bit = 0; bit < septets.size() * 7; bit++)
+    octets[bit / 8] = uint8_t(octets[bit / 8] | (septets[bit / 7] >> bit % 7 & 1) << bit % 8);
+  return octets;
+}
+
+TEST(GsmText, EveryCharacterHasItsSeptet)
+{
+  const std::string escaped = "\f^{}\\[~]|", same = " !\"#%&'()*+,-./0123456789:;<=>?ABCDEFGHIJKLMNOPQRSTUVWXYZ"
+                                                    "abcdefghijklmnopqrstuvwxyz\n\r";
+  for (int c = 1; c < 256; c++) {
+    uint8_t septet = c == '@' ? 0 : c == '$' ? 2 : c == '_' ? 17 : '?';
+    if (escaped.find(char(c)) != std::string::npos) septet = 27;
+    if (same.find(char(c)) != std::string::npos) septet = uint8_t(c);
+    TestContext out(Octets(8));
+    EXPECT_EQ(rtx3GPPEncGSMCharStr(out, std::string(3, char(c)).c_str()), 0);
+    EXPECT_EQ(out.written(), pack({septet, septet, septet})) << c;
+  }
+}
+
+TEST(GsmText, UnpacksTheWholeAlphabetAndItsExtension)
+{
+  const std::string text = // but for the escape at 27; Greek capitals are not in ISO 8859-1
+      "@\xA3$\xA5\xE8\xE9\xF9\xEC\xF2\xC7\n\xD8\xF8\r\xC5\xE5?_?????????\xC6\xE6\xDF\xC9 !\"#\xA4%&'()*+,-./"
+      "0123456789:;<=>?\xA1"
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZ\xC4\xD6\xD1\xDC\xA7\xBF"
+      "abcdefghijklmnopqrstuvwxyz"
+      "\xE4\xF6\xF1\xFC\xE0\f^{}\\[~]|\xA4?AA";
+  Octets septets;
+  for (uint8_t s = 0; s < 128; s++)
+    if (s != 27) septets.push_back(s);
+  for (uint8_t extension : {10, 20, 40, 41, 47, 60, 61, 62, 64, 101, 65})
+    septets.insert(septets.end(), {27, extension});
+  septets.insert(septets.end(), {'A', 'A', 27}); // an escape of nothing is none
+  TestContext in(pack(septets));
+  std::string dest(text.size(), 0);
+  ASSERT_EQ(rtx3GPPDecGSMCharStr(in, dest.data(), dest.size(), septets.size()), 0);
+  EXPECT_EQ(dest, text);
 }
 
 TEST(Writers, LeaveTheirFieldsInTheTrace)
@@ -157,68 +223,26 @@ TEST(Writers, LeaveTheirFieldsInTheTrace)
   EXPECT_EQ(fields, "mcc/mnc:24 length:8 digit1:4 odd:1 type:3 :24 ");
 }
 
-struct Refusal {
-  Octets octets; // to read, or room to write
-  int (*call)(RtxContext*);
-  int status;
-  size_t position; // in bits, afterwards
-};
-
-#define CALL(...) [](RtxContext* ctxt) { return __VA_ARGS__; }
-
-TEST(Refusals, StandAtTheBitAtFault)
+TEST(Tail, EndsWithItsRegion)
 {
-  static uint32_t value = 7;
-  static uint8_t count;
-  static char text[64];
-  const Octets room(8), all(32, 0xFF);
-  const Refusal rows[] = {
-      {{0x2B}, CALL(rtx3GPPDecAltDetmnt(ctxt, &value, 9, 0)), RTX_E_END_OF_BUFFER, 0},
-      {room, CALL(rtx3GPPDecAltDetmnt(ctxt, &value, 33, 0xFFFFFFFF)), RTX_E_TOO_BIG, 0},
-      {{0}, CALL(rtx3GPPEncAltDetmnt(ctxt, 0, 9, 0)), RTX_E_ENCODE_OVERFLOW, 0},
-      {room, CALL(rtx3GPPDecVarAltDetmnt(ctxt, &value, kRefused, 0)), RTX_E_INVALID_CHOICE, 1},
-      {room, CALL(rtx3GPPDecVarAltDetmnt(ctxt, &value, kLoop, 1)), RTX_E_INDEX_RANGE, 2},
-      {room, CALL(rtx3GPPDecVarAltDetmnt(ctxt, &value, kOutside, 1)), RTX_E_INDEX_RANGE, 1},
-      {{}, CALL(rtx3GPPDecVarAltDetmnt(ctxt, &value, kShortList, 3)), RTX_E_END_OF_BUFFER, 0},
-      {room, CALL(rtx3GPPDecVarAltDetmnt(ctxt, nullptr, kShortList, 3)), RTX_E_BAD_PARAMETER, 0},
-      {all, CALL(rtx3GPPDecIntAsBits(ctxt, &count, 1)), RTX_E_TOO_BIG, 256},
-      {Octets(32, 0xD4), CALL(rtx3GPPDecIntAsBitsPattern(ctxt, &count, 0xD4)), RTX_E_TOO_BIG, 256},
-      {{0xFF, 0xFF}, CALL(rtx3GPPDecIntAsBits(ctxt, &count, 1)), RTX_E_END_OF_BUFFER, 16},
-      {room, CALL(rtx3GPPDecIntAsBits(ctxt, nullptr, 1)), RTX_E_BAD_PARAMETER, 0},
-      {{0}, CALL(rtx3GPPEncIntAsBits(ctxt, 8, 0)), RTX_E_ENCODE_OVERFLOW, 8},
-      {Octets(3), CALL(rtx3GPPEnc_MCC_MNC(ctxt, "12x", "45\0")), RTX_E_BAD_CHAR, 12},
-      {room, CALL(rtx3GPPEnc_MCC_MNC(ctxt, "12x", "45\0")), RTX_E_BAD_CHAR, 12},
-      {Octets(2), CALL(rtx3GPPEnc_MCC_MNC(ctxt, "123", "45\0")), RTX_E_ENCODE_OVERFLOW, 16},
-      {room, CALL(rtx3GPPEnc_MCC_MNC(ctxt, nullptr, "45")), RTX_E_BAD_PARAMETER, 0},
-      {{0x21, 0x63}, CALL(rtx3GPPDec_MCC_MNC(ctxt, text, text + 4)), RTX_E_END_OF_BUFFER, 16},
-      {room, CALL(rtx3GPPDec_MCC_MNC(ctxt, text, nullptr)), RTX_E_BAD_PARAMETER, 0},
-      {room, CALL(rtx3GPPEncMobileIdentityType1(ctxt, 1, "x23")), RTX_E_BAD_CHAR, 8},
-      {room, CALL(rtx3GPPEncMobileIdentityType1(ctxt, 1, "123x")), RTX_E_BAD_CHAR, 24},
-      {Octets(3), CALL(rtx3GPPEncMobileIdentityType1(ctxt, 1, "1234")), RTX_E_ENCODE_OVERFLOW, 24},
-      {room, CALL(rtx3GPPEncMobileIdentityType1(ctxt, 1, nullptr)), RTX_E_BAD_PARAMETER, 0},
-      {room, CALL(rtx3GPPDecMobileIdentityType1(ctxt, 1, 1, 2, text, 3)), RTX_E_TOO_BIG, 0},
-      {room, CALL(rtx3GPPDecMobileIdentityType1(ctxt, 0, 1, 2, text, 16)), RTX_E_TOO_BIG, 0},
-      {room, CALL(rtx3GPPDecMobileIdentityType1(ctxt, 2, 1, 10, text, 16)), RTX_E_BAD_CHAR, 0},
-      {room, CALL(rtx3GPPDecMobileIdentityType1(ctxt, 2, 1, 1, nullptr, 16)), RTX_E_BAD_PARAMETER, 0},
-      {{0x43, 0x65}, CALL(rtx3GPPDecMobileIdentityType1(ctxt, 4, 0, 1, text, 16)), RTX_E_END_OF_BUFFER, 16},
-      {room, CALL(rtxEncQ825TBCDString(ctxt, "12x")), RTX_E_BAD_CHAR, 8},
-      {room, CALL(rtxEncQ825TBCDString(ctxt, nullptr)), 0, 0},
-      {{0}, CALL(rtxEncQ825TBCDString(ctxt, "123")), RTX_E_ENCODE_OVERFLOW, 8},
-      {room, CALL(rtxDecQ825TBCDString(ctxt, 2, text, 4)), RTX_E_ENCODE_OVERFLOW, 0},
-      {room, CALL(rtxDecQ825TBCDString(ctxt, SIZE_MAX, text, 5)), RTX_E_ENCODE_OVERFLOW, 0},
-      {{0x21}, CALL(rtxDecQ825TBCDString(ctxt, 2, text, 5)), RTX_E_END_OF_BUFFER, 8},
-      {{0, 0}, CALL(rtx3GPPEncGSMCharStr(ctxt, "abc")), RTX_E_ENCODE_OVERFLOW, 16},
-      {{}, CALL(rtx3GPPEncGSMCharStr(ctxt, nullptr)), 0, 0},
-      {Octets(7), CALL(rtx3GPPDecGSMCharStr(ctxt, text, 64, 9)), RTX_E_END_OF_BUFFER, 56},
-      {{}, CALL(rtx3GPPDecGSMCharStr(ctxt, text, 64, 0)), 0, 0},
-      {{}, CALL(rtx3GPPDecGSMCharStr(ctxt, text, 64, 1)), RTX_E_END_OF_BUFFER, 0},
-      {room, CALL(rtx3GPPDecGSMCharStr(ctxt, nullptr, 8, 8)), RTX_E_BAD_PARAMETER, 0}};
-  for (size_t i = 0; i < std::size(rows); i++) {
-    TestContext ctxt(rows[i].octets);
-    EXPECT_EQ(rows[i].call(ctxt), rows[i].status) << "row " << i;
-    EXPECT_EQ(ctxt.position(), rows[i].position) << "row " << i;
+  TestContext in(fromHex("4101aa0700"));
+  rtxCtxtPushContainerBytes(in, 3);
+  EXPECT_EQ(rtx3GPPDecL3NonImperative(in, 0), 0);
+  EXPECT_EQ(in.position(), 24U);
+  // A shift that ends the region, or that crosses its end, is the end of the tail.
+  for (size_t bits : {8, 12, 4}) {
+    TestContext shift(fromHex("950700"));
+    rtxCtxtPushContainerBits(shift, bits);
+    EXPECT_EQ(rtx3GPPDecL3NonImperative(shift, 1), 0);
+    EXPECT_EQ(shift.position(), 8U) << bits;
   }
-  EXPECT_EQ(value, 7U);
+}
+
+TEST(Tail, ComprehensionLeavesItsWords)
+{
+  TestContext in(fromHex("0700"));
+  ASSERT_EQ(rtx3GPPDecL3NonImperative(in, 0), RTX_E_NOT_SUPPORTED);
+  EXPECT_STREQ(static_cast<RtxErrInfo*>(in->errInfo.tail->data)->parms[0], "comprehension required on unknown IEI");
 }
 
 } // namespace

@@ -57,10 +57,11 @@ TEST(EnumRanges, AgreeWithTheListOfTheirValues)
   }
   constexpr RtxNumRangeU32 top[] = {{0x80000000U, UINT_MAX}};
   constexpr RtxNumRangeU64 top64[] = {{0x8000000000000000U, UINT64_MAX}};
-  EXPECT_EQ(rtxTestNumericEnumU32(0x80000000U, top, 1), 0);
-  EXPECT_EQ(rtxTestNumericEnumU32(0x7FFFFFFFU, top, 1), RTX_E_ENUM_VALUE);
-  EXPECT_EQ(rtxTestNumericEnumU64(UINT64_MAX, top64, 1), 0);
-  EXPECT_EQ(rtxTestNumericEnumU64(1, top64, 1), RTX_E_ENUM_VALUE);
+  for (uint64_t value : {uint64_t{1}, uint64_t{0x7FFFFFFF}, uint64_t{0x80000000}, uint64_t{UINT_MAX}}) {
+    int status = value < 0x80000000 ? RTX_E_ENUM_VALUE : 0;
+    EXPECT_EQ(rtxTestNumericEnumU32(uint32_t(value), top, 1), status);
+    EXPECT_EQ(rtxTestNumericEnumU64(value << 32, top64, 1), status);
+  }
 }
 
 } // namespace
