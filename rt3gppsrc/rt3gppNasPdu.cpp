@@ -3,6 +3,7 @@
 #include "rt3gppsrc/engine/l3Encode.h"
 #include "velnor3gpp/rt3gppNasSec.h"
 #include "velnor3gpp/rtxBitEncode.h"
+#include "velnor3gpp/rtxCheckBuffer.h"
 
 NasPosition nasPosition(const RtxContext* pctxt)
 {
@@ -83,6 +84,10 @@ bool nasIsCiphered(int secHdrType)
 int nasProtect(L3Call& call, const L3Type& type, size_t start, const NasSpans& spans, int secHdrType, uint32_t& code)
 {
   if (call.trial) return l3Fail(call, type.module->encoder, RTX_E_NO_SECURITY, type.line);
+  if (rtxIsOutputBufferFlushable(call.pctxt)) { // a part of the message may have left the buffer
+    rtxErrAddStrParm(call.pctxt, "protect a message in a stream");
+    return l3FailNew(call, type.module->encoder, RTX_E_NOT_SUPPORTED, type.line);
+  }
   if (nasIsCiphered(secHdrType))
     if (int status = nasCipher(call, type, start + spans.cipheredFrom); status < 0) return status;
   return nasSign(call, type, start, spans, code);

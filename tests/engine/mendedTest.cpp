@@ -7,6 +7,8 @@
 #include "tests/messages.h"
 #include "tests/outcome.h"
 #include "velnor3gpp/rtxBitDecode.h"
+#include "velnor3gpp/rtxBitEncode.h"
+#include "velnor3gpp/rtxStreamFile.h"
 #include "velnor3gpp/rtxStreamMemory.h"
 
 namespace {
@@ -144,6 +146,29 @@ TEST(Mended, IdentitiesDoNotJumpInStreams)
     const RtxBuffer& buffer = static_cast<RtxContext*>(ctxt)->buffer;
     EXPECT_LE(buffer.byteIndex, buffer.size) << name;
   }
+}
+
+// A protected message is signed where it stands, which a file that takes part of it has put out of reach.
+TEST(Mended, ProtectedMessagesAreNotSignedInFiles)
+{
+  for (const char* name : {"TS24501Msg_PDU", "TS24301Msg_PDU"})
+    for (int before : {0, 42}) {
+      bool is5gs = name[4] == '5';
+      Octets octets =
+          is5gs ? Octets{0x7E, 3, 1, 2, 3, 4, 0, 0x7E, 0, 0x44, 3} : Octets{0x17, 1, 2, 3, 4, 0, 7, 0x44, 3};
+      Bench bench(octets, {.security = true});
+      Octets record(l3FindType(name)->type->size);
+      ASSERT_EQ(l3FindType(name)->decode(bench, record.data()), RTX_E_BAD_MAC);
+      rtxErrReset(bench);
+      bench->buffer = {};
+      bench->buffer.bitOffset = 8;
+      std::string path = testing::TempDir() + "protected.bin";
+      ASSERT_EQ(rtxStreamFileCreateWriter(bench, path.c_str()), 0);
+      for (int i = 0; i < before; ++i) rtxEncBits(bench, 0, 8);
+      EXPECT_EQ(l3FindType(name)->encode(bench, record.data()), RTX_E_NOT_SUPPORTED) << name << " behind " << before;
+      EXPECT_LE(bench->buffer.byteIndex, bench->buffer.size);
+      std::remove(path.c_str());
+    }
 }
 
 // The field of an octet string that is longer than its array covers also what is passed over.
