@@ -50,20 +50,27 @@ TEST_F(PrintStream, CallsBackByPieces)
   EXPECT_EQ(own, (std::vector<std::string>{" ", " ", " ", "a = 5\n", "b = 0x", "01", "fe", "\n"}));
 }
 
-// A full string takes what fits, and its position stays within it.
+// A full string takes what fits, and its position stays within it; the direct way cuts exactly as formatting does.
 TEST_F(PrintStream, CutsAFullStringWithoutNotice)
 {
   const std::string whole = "abc = 1234567\nd = <null>\n";
-  for (size_t size = 0; size <= whole.size() + 2; size++) {
-    char room[32] = "";
-    RtxPrintToStringBuffer text = {room, size, 0};
-    printTo(rtxPrintStreamToStringCB, &text, [](RtxContext* pctxt) {
-      rtxPrintToStreamUnsigned(pctxt, "abc", 1234567);
-      rtxPrintToStreamNull(pctxt, "d");
-    });
-    EXPECT_EQ(room, whole.substr(0, size ? size - 1 : 0));
-    EXPECT_EQ(text.curPos, strlen(room)) << size;
-  }
+  auto direct = [](RtxContext* pctxt) {
+    rtxPrintToStreamUnsigned(pctxt, "abc", 1234567);
+    rtxPrintToStreamNull(pctxt, "d");
+  };
+  auto formatted = [](RtxContext* pctxt) {
+    rtxPrintToStream(pctxt, "%s = %u\n", "abc", 1234567U);
+    rtxPrintToStream(pctxt, "%s = <null>\n", "d");
+  };
+  EXPECT_EQ(viaFile(formatted), whole);
+  for (size_t size = 0; size <= whole.size() + 2; size++)
+    for (const Print& print : {Print(direct), Print(formatted)}) {
+      char room[32] = "";
+      RtxPrintToStringBuffer text = {room, size, 0};
+      printTo(rtxPrintStreamToStringCB, &text, print);
+      EXPECT_EQ(room, whole.substr(0, size ? size - 1 : 0));
+      EXPECT_EQ(text.curPos, strlen(room)) << size;
+    }
 }
 
 TEST_F(PrintStream, CopiesFilesInPieces)
