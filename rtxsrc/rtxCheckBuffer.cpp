@@ -41,10 +41,12 @@ int rtxCheckOutputBuffer(RtxContext* pctxt, size_t nbytes)
 static int drain(RtxContext* pctxt)
 {
   RtxBuffer& buffer = pctxt->buffer;
-  int status = rtxStreamWrite(pctxt, buffer.data, buffer.byteIndex);
+  // Octets written across a begun one may leave the cursor behind the end.
+  size_t whole = buffer.byteIndex < buffer.size ? buffer.byteIndex : buffer.size;
+  int status = rtxStreamWrite(pctxt, buffer.data, whole);
   if (status < 0) return rtxReport(pctxt, status, kModule, __LINE__);
-  if (buffer.byteIndex < buffer.size) buffer.data[0] = buffer.data[buffer.byteIndex];
-  pctxt->pStream->bytesProcessed += buffer.byteIndex;
+  if (whole < buffer.size) buffer.data[0] = buffer.data[whole];
+  pctxt->pStream->bytesProcessed += whole;
   buffer.byteIndex = 0;
   return 0;
 }

@@ -72,7 +72,8 @@ static int align(L3Call& call, const L3Type& type, const L3Row& row)
     if (!aligned) return l3FailNew(call, type.module->encoder, RTX_E_BAD_ALIGNMENT, row.line);
     pctxt->flags &= ~RTX_OPENTAIL_FLAG;
   } else if (!aligned) {
-    ++pctxt->buffer.byteIndex;
+    // Octets written across a begun one may end where the buffer does: there is none to fill up then.
+    if (pctxt->buffer.byteIndex < pctxt->buffer.size) ++pctxt->buffer.byteIndex;
     pctxt->buffer.bitOffset = 8;
   }
   return 0;
