@@ -113,6 +113,14 @@ struct Bits : std::vector<bool> {
   }
 };
 
+/** The first of the statuses of calls in a row that is not 0. */
+inline int all(std::initializer_list<int64_t> statuses)
+{
+  for (int64_t status : statuses)
+    if (status != 0) return static_cast<int>(status);
+  return 0;
+}
+
 inline size_t pick(std::mt19937& random, size_t low, size_t high)
 {
   return std::uniform_int_distribution<size_t>(low, high)(random);

@@ -89,27 +89,24 @@ TEST(BitEncode, GrowthDoublesOrTriplesAndKeepsWhatWasWritten)
 TEST(BitEncode, RefusedGrowthAndWrongSizesWriteNothing)
 {
   Octets big(20000, 0x11), target(8);
-  for (size_t phase : {0, 3}) {
-    Bench bench;
-    ASSERT_EQ(rtxCtxtSetBufPtr(&bench, nullptr, 64), 0);
-    ASSERT_EQ(rtxEncBitsPattern(&bench, 0x2B, phase), 0);
-    uint8_t* data = bench.buffer.data;
-    failing::allow(0);
-    EXPECT_EQ(rtxEncBitsFromByteArray(&bench, big.data(), big.size() * 8), RTX_E_NO_MEMORY);
-    EXPECT_EQ(bench.buffer.data, data);
-    bench.buffer.size = 64;
-    EXPECT_EQ(rtxEncBitsPattern(&bench, 0x2B, big.size() * 8), RTX_E_NO_MEMORY);
-    EXPECT_EQ(bench.at(), phase);
-    bench.buffer.size = 64;
-    EXPECT_EQ(bench.told(rtxCheckOutputBuffer(&bench, SIZE_MAX)), RTX_E_NO_MEMORY);
-    EXPECT_EQ(bench.told(rtxCheckBuffer(&bench, 20000)), RTX_E_NO_MEMORY);
-    EXPECT_EQ(bench.buffer.data, nullptr);
-  }
+  const std::function<int(RtxContext*)> writes[] = {
+      [&](RtxContext* c) { return rtxEncBitsFromByteArray(c, big.data(), big.size() * 8); },
+      [&](RtxContext* c) { return rtxEncBitsPattern(c, 0x2B, big.size() * 8); },
+      [&](RtxContext* c) { return rtxCheckOutputBuffer(c, SIZE_MAX); },
+      [&](RtxContext* c) { return rtxCheckBuffer(c, 20000); },
+  };
+  for (size_t phase : {0, 3})
+    for (const auto& write : writes) {
+      Bench bench;
+      ASSERT_EQ(all({rtxCtxtSetBufPtr(&bench, nullptr, 64), rtxEncBitsPattern(&bench, 0x2B, phase)}), 0);
+      failing::allow(0);
+      EXPECT_EQ(write(&bench), RTX_E_NO_MEMORY);
+      EXPECT_EQ(bench.at(), phase);
+    }
   Bench bench(target);
-  EXPECT_EQ(rtxEncBits(&bench, 0, 33), RTX_E_BAD_PARAMETER);
-  EXPECT_EQ(rtxMergeBits(&bench, 0, 33), RTX_E_BAD_PARAMETER);
-  EXPECT_EQ(rtxEncBitsFromSize(&bench, 0, 65), RTX_E_BAD_PARAMETER);
-  EXPECT_EQ(rtxEncUInt32(&bench, 0, 3), RTX_E_BAD_PARAMETER);
+  for (int status : {rtxEncBits(&bench, 0, 33), rtxMergeBits(&bench, 0, 33), rtxEncBitsFromSize(&bench, 0, 65),
+                     rtxEncUInt32(&bench, 0, 3)})
+    EXPECT_EQ(status, RTX_E_BAD_PARAMETER);
   EXPECT_EQ(bench.at(), 0U);
 }
 

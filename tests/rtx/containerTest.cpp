@@ -43,19 +43,15 @@ TEST(Container, PositionsComeBack)
   for (size_t bit = 0; bit < 100; ++bit) {
     size_t mark = 0, pos = 0;
     ASSERT_EQ(rtxCtxtSetBitOffset(&bench, bit), 0);
-    ASSERT_EQ(rtxCtxtGetBitOffset(&bench), bit);
-    ASSERT_EQ(rtxCtxtMarkBitPos(&bench, &mark), 0);
-    ASSERT_EQ(rtxMarkPos(&bench, &pos), 0);
-    ASSERT_EQ(rtxCtxtSetBitOffset(&bench, 3), 0);
+    ASSERT_EQ(all({rtxCtxtMarkBitPos(&bench, &mark), rtxMarkPos(&bench, &pos), rtxCtxtSetBitOffset(&bench, 3)}), 0);
     ASSERT_EQ(rtxResetToPos(&bench, pos), 0);
     ASSERT_EQ(bench.at(), bit / 8 * 8 + 3) << "the octet comes back, the bit offset stays";
     ASSERT_EQ(rtxCtxtResetToBitPos(&bench, mark), 0);
-    ASSERT_EQ(bench.at(), bit);
+    ASSERT_EQ(rtxCtxtGetBitOffset(&bench), bit);
     ASSERT_EQ(rtxCtxtGetIOByteCount(&bench), bit / 8);
   }
   bench.buffer.byteIndex = SIZE_MAX / 8 + 1;
   size_t mark = 5;
   EXPECT_EQ(rtxCtxtMarkBitPos(&bench, &mark), RTX_E_TOO_BIG);
   EXPECT_EQ(mark, 0U);
-  EXPECT_EQ(bench.takeLevels(), 0);
 }

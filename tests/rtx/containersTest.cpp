@@ -3,7 +3,6 @@
 
 #include <cstring>
 #include <functional>
-#include <map>
 #include <random>
 #include <string>
 #include <vector>
@@ -13,9 +12,6 @@
 #include "velnor3gpp/rtxDList.h"
 #include "velnor3gpp/rtxDynBitSet.h"
 #include "velnor3gpp/rtxDynPtrArray.h"
-#include "velnor3gpp/rtxHashMap.h"
-#include "velnor3gpp/rtxHashMapStr2Int.h"
-#include "velnor3gpp/rtxHashMapStr2UInt.h"
 #include "velnor3gpp/rtxIntStack.h"
 #include "velnor3gpp/rtxMemBuf.h"
 #include "velnor3gpp/rtxSList.h"
@@ -45,15 +41,6 @@ struct Containers : testing::Test {
   static void* text(const char* s) { return const_cast<char*>(s); }
 };
 
-// A container as a sequence of pointers; what only grows or shrinks at its end ignores the index.
-struct Sequence {
-  bool anywhere;
-  std::function<bool(size_t index, char* item)> insert;
-  std::function<void(size_t index)> remove;
-  std::function<const void*(size_t index)> at;
-  std::function<size_t()> count;
-};
-
 TEST_F(Containers, SequencesAgreeWithAVectorAlsoWithoutMemory)
 {
   static char items[1500];
@@ -78,7 +65,13 @@ TEST_F(Containers, SequencesAgreeWithAVectorAlsoWithoutMemory)
     while (i-- > 0) node = node->next;
     return node->data;
   };
-  const Sequence sequences[] = {
+  const struct {
+    bool anywhere; // what only grows or shrinks at its end ignores the index
+    std::function<bool(size_t index, char* item)> insert;
+    std::function<void(size_t index)> remove;
+    std::function<const void*(size_t index)> at;
+    std::function<size_t()> count;
+  } sequences[] = {
       {true, insertInList, [&](size_t i) { rtxDListFreeNode(&ctxt, &list, nodeAt(i)); },
        [&](size_t i) { return nodeAt(i)->data; }, [&] { return list.count; }},
       {true, [&](size_t i, char* item) { return rtxArrayListInsert(&ctxt, &array, item, i) == 0; },
@@ -96,7 +89,7 @@ TEST_F(Containers, SequencesAgreeWithAVectorAlsoWithoutMemory)
        [&](size_t i) { return i + 1 == stack->dlist.count ? rtxStackPeek(stack) : items; },
        [&] { return stack->dlist.count; }},
   };
-  for (const Sequence& sequence : sequences) {
+  for (const auto& sequence : sequences) {
     SCOPED_TRACE(&sequence - sequences);
     std::vector<char*> model;
     for (size_t step = 0; step < 1500 || !model.empty(); step++) {
@@ -154,36 +147,29 @@ TEST_F(Containers, ListsAndArraysBecomeEachOther)
 {
   RtxDList list = {};
   uint16_t numbers[] = {7, 8, 9}, room[4] = {0, 0, 0, 0xFFFF};
-  void *array = nullptr, **pointers = nullptr;
+  void *array = room, *own = nullptr, **pointers = nullptr;
+  uint32_t count = 4, fewer = 2;
   EXPECT_EQ(rtxDListAppendArray(&ctxt, &list, numbers, 3, sizeof numbers[0]), 0);
-  EXPECT_EQ(rtxDListToArray(&ctxt, &list, &array, nullptr, 2), 3);
-  EXPECT_EQ(memcmp(array, numbers, sizeof numbers), 0);
-  rtxMemHeapFreePtr(pp, array);
-  array = room;
-  uint32_t count = 4;
+  EXPECT_EQ(rtxDListToArray(&ctxt, &list, &own, nullptr, 2), 3);
   EXPECT_EQ(rtxDListToArray(&ctxt, &list, &array, &count, 2), 3);
-  EXPECT_EQ(count, 3U);
-  EXPECT_EQ(room[2] + room[3], 9 + 0xFFFF);
-  count = 2;
-  EXPECT_EQ(rtxDListToPointerArray(&ctxt, &list, &pointers, &count), 3);
-  EXPECT_EQ(count, 3U);
-  EXPECT_EQ(pointers[1], &numbers[1]);
-  rtxMemHeapFreePtr(pp, pointers);
+  EXPECT_EQ(rtxDListToPointerArray(&ctxt, &list, &pointers, &fewer), 3);
+  EXPECT_EQ(memcmp(own, numbers, sizeof numbers) | memcmp(room, numbers, sizeof numbers), 0);
+  EXPECT_EQ(room[3], 0xFFFF);
+  EXPECT_TRUE(count == 3 && fewer == 3 && pointers[1] == &numbers[1]);
+  for (void* made : {own, static_cast<void*>(pointers)}) rtxMemHeapFreePtr(pp, made);
   rtxDListFreeNodes(&ctxt, &list);
   for (uint32_t length : {0, 1, 4, 5, 12, 13, 100}) {
     RtxDListBuf buf;
-    uint32_t *elems = nullptr, segment = length != 0 ? 4 : 0;
+    uint32_t* elems = nullptr;
     rtxDListBufInit(&buf, 4, reinterpret_cast<void**>(&elems), sizeof *elems);
     for (uint32_t i = 0; i < length; i++) {
       if (buf.n == buf.nMax) ASSERT_EQ(rtxDListBufExpand(&ctxt, &buf), 0);
       elems[buf.n++] = i;
     }
-    for (uint32_t held = 4; held < length; held += segment) segment *= 2;
-    EXPECT_EQ(buf.nMax, segment);
+    EXPECT_EQ(buf.nMax, length == 0 ? 0U : length <= 4 ? 4U : length <= 12 ? 8U : length <= 28 ? 16U : 64U);
     ASSERT_EQ(rtxDListBufToArray(&ctxt, &buf), 0);
     EXPECT_EQ(buf.nAll, length);
     for (uint32_t i = 0; i < length; i++) ASSERT_EQ(elems[i], i);
-    EXPECT_EQ(elems == nullptr, length == 0);
     if (length != 0) rtxMemHeapFreePtr(pp, elems);
   }
 }
@@ -195,7 +181,6 @@ TEST_F(Containers, WhatListsHoldIsFreedOnce)
   EXPECT_STREQ(static_cast<char*>(rtxDListAppendCharArray(&ctxt, &list, 3, "xyz!")->data), "xyz");
   EXPECT_EQ(rtxDListAppendArrayCopy(&ctxt, &list, array, 2, 4), 0);
   EXPECT_STREQ(static_cast<char*>(list.tail->data), "def");
-  rtxDListAppend(&ctxt, &list, rtxMemHeapAllocZ(pp, 8));
   rtxDListFreeAll(&ctxt, &list);
   EXPECT_TRUE(rtxMemHeapIsEmpty(pp));
   for (size_t size : {20, 0, 30}) {
@@ -231,8 +216,9 @@ TEST_F(Containers, ArrayListsFindByTheFunctionGiven)
   EXPECT_STREQ(static_cast<char*>(rtxArrayListRemove(&ctxt, array, "yes")), "y");
   EXPECT_STREQ(static_cast<char*>(rtxArrayListReplace(array, text("w"), 1)), "z");
   rtxArrayListInitIter(array, 0);
-  for (const char* word : {"x", "w"}) EXPECT_STREQ(static_cast<char*>(rtxArrayListNextItem(array)), word);
-  EXPECT_EQ(rtxArrayListHasNextItem(array), 0);
+  std::string words;
+  while (rtxArrayListHasNextItem(array)) words += static_cast<char*>(rtxArrayListNextItem(array));
+  EXPECT_EQ(words, "xw");
   EXPECT_EQ(rtxArrayListNextItem(array), nullptr);
   rtxFreeArrayList(&ctxt, array);
   rtxMemHeapFreePtr(pp, array);
@@ -245,8 +231,7 @@ TEST_F(Containers, BitSetsGrowByStepsUpToTheLastBit)
   for (uint32_t bit : {1, 128, 4}) EXPECT_EQ(rtxDynBitSetSetBit(&ctxt, &set, bit), 0);
   EXPECT_EQ(set.nbytes, 32) << "two steps of 16";
   EXPECT_EQ(rtxDynBitSetCopy(&ctxt, &set, &copy), 0);
-  EXPECT_EQ(rtxDynBitSetInsertBit(&ctxt, &set, 2, 1), 0);
-  EXPECT_EQ(rtxDynBitSetInsertBit(&ctxt, &set, 0, 0), 0);
+  EXPECT_EQ(rtxDynBitSetInsertBit(&ctxt, &set, 2, 1) + rtxDynBitSetInsertBit(&ctxt, &set, 0, 0), 0);
   EXPECT_EQ(set.maxbit, 131);
   EXPECT_EQ(rtxDynBitSetSetBitToValue(&ctxt, &set, 130, 0), 0);
   set.maxbit = 8;
@@ -259,95 +244,6 @@ TEST_F(Containers, BitSetsGrowByStepsUpToTheLastBit)
     EXPECT_EQ(status, RTX_E_INDEX_RANGE);
   EXPECT_EQ(rtxDynBitSetTestBit(&set, 130) + rtxDynBitSetTestBit(&copy, 128), 1);
   for (RtxDynBitSet* each : {&set, &copy}) rtxDynBitSetFree(&ctxt, each);
-}
-
-TEST_F(Containers, HashMapAgreesWithAMap)
-{
-  std::map<std::string, int32_t> model;
-  RtxHashMapStr2Int* map = rtxHashMapStr2IntNew(&ctxt, 0, nullptr, nullptr);
-  std::vector<std::string> keys; // The map holds their places.
-  for (int i = 0; i < 300; i++) keys.push_back("key" + std::to_string(i));
-  refuseAll(false);
-  for (int step = 0; step < 3000; step++) {
-    const std::string& name = keys[random() % keys.size()];
-    const int known = static_cast<int>(model.count(name));
-    int32_t value = static_cast<int32_t>(random());
-    const uint32_t length = map->tableLength;
-    // A refused growth, and every other refusal, leaves the map as it is.
-    refuseAll(step % 5 == 0);
-    if (step % 3 != 0) {
-      const int status = rtxHashMapStr2IntPut(&ctxt, map, name.c_str(), value);
-      ASSERT_EQ(status, step % 5 == 0 && !known ? RTX_E_NO_MEMORY : 0);
-      if (status == 0) model[name] = value;
-    } else {
-      ASSERT_EQ(rtxHashMapStr2IntRemove(&ctxt, map, name.c_str(), &value), known);
-      if (known) ASSERT_EQ(value, model[name]);
-      model.erase(name);
-    }
-    ASSERT_EQ(map->entryCount, model.size());
-    if (step % 5 == 0) ASSERT_EQ(map->tableLength, length);
-  }
-  refuseAll(false);
-  RtxHashMapStr2Int copy;
-  ASSERT_EQ(rtxHashMapStr2IntCopy(&ctxt, map, &copy), 0);
-  rtxHashMapStr2IntFree(&ctxt, map);
-  rtxMemHeapFreePtr(pp, map);
-  for (const std::string& key : keys) {
-    int32_t value = 0;
-    const int known = static_cast<int>(model.count(key));
-    ASSERT_EQ(rtxHashMapStr2IntSearch(&copy, key.c_str(), &value), known);
-    ASSERT_EQ(value, known ? model[key] : 0);
-  }
-  RtxDList list = {};
-  const auto compare = [](const void* a, const void* b) {
-    return strcmp(static_cast<const char*>(a), static_cast<const char*>(b));
-  };
-  ASSERT_EQ(rtxHashMapStr2IntSort(&ctxt, &copy, &list, compare), 0);
-  const RtxDListNode* node = list.head;
-  for (auto it = model.rbegin(); it != model.rend(); ++it, node = node->next)
-    ASSERT_STREQ(static_cast<char*>(node->data), it->first.c_str());
-  rtxDListFreeNodes(&ctxt, &list);
-  rtxHashMapStr2IntFree(&ctxt, &copy);
-}
-
-TEST_F(Containers, HashMapSizesAndHashes)
-{
-  EXPECT_EQ(rtxUTF8StrHash("a"), 5381U * 33 + 'a');
-  EXPECT_EQ(rtxUTF8StrHash("\xC3\xA4"), (5381U * 33 + 0xC3) * 33 + 0xA4);
-  RtxHashMap map;
-  const auto one = [](const void*) -> uint32_t { return 1; };
-  const uint32_t sizes[][2] = {{53, 97}, {97, 193}, {6150, 6151}, {1610612741, 53}, {52, 53}, {0, 53}};
-  for (const auto& size : sizes) {
-    ASSERT_EQ(rtxHashMapInit(&ctxt, &map, size[0], one, nullptr), 0);
-    EXPECT_EQ(map.tableLength, size[1]);
-    if (size[0] != 0) rtxHashMapFree(&ctxt, &map);
-  }
-  int a, b;
-  for (int* key : {&a, &b}) EXPECT_EQ(rtxHashMapPut(&ctxt, &map, key, &b), 0);
-  // 1 + ~(1 << 9) = 0xFFFFFE00; xor its rotation by 14 (0xF803FFFF): 0x07FC01FF; times 17: 0x87BC21EF; xor its
-  // rotation by 10 (0x7BE1EF08).
-  const uint32_t mixed = 0x87BC21EFU ^ 0x7BE1EF08U;
-  ASSERT_NE(map.table[mixed % 53], nullptr);
-  EXPECT_EQ(map.table[mixed % 53]->hash, mixed);
-  void* value = nullptr;
-  EXPECT_EQ(rtxHashMapRemove(&ctxt, &map, &a, &value), 1);
-  EXPECT_EQ(value, &b);
-  EXPECT_EQ(rtxHashMapSearch(&map, &a, &value), 0);
-  rtxHashMapFree(&ctxt, &map);
-
-  RtxHashMapStr2UInt numbers;
-  uint32_t number = 0;
-  ASSERT_EQ(rtxHashMapStr2UIntInit(&ctxt, &numbers, 0, nullptr, nullptr), 0);
-  for (uint32_t i = 0; i < 36; i++) {
-    EXPECT_EQ(numbers.tableLength, 53U);
-    rtxHashMapStr2UIntInsert(&ctxt, &numbers, "same", i);
-  }
-  EXPECT_EQ(rtxHashMapStr2UIntPut(&ctxt, &numbers, "same", 35), 0);
-  EXPECT_EQ(rtxHashMapStr2UIntSearch(&numbers, "other", &number), 0);
-  EXPECT_EQ(numbers.loadLimit, 64U) << "of the next length, 97";
-  EXPECT_EQ(rtxHashMapStr2UIntRemove(&ctxt, &numbers, "same", &number), 1);
-  EXPECT_EQ(number, 35U) << "the latest of one name";
-  rtxHashMapStr2UIntFree(&ctxt, &numbers);
 }
 
 std::string textOf(const RtxMemBuf& buf)
@@ -368,20 +264,17 @@ TEST_F(Containers, MemBufGrowsCutsAndTrims)
     if (kind == 2) rtxMemBufInitBuffer(&ctxt, &buf, own, sizeof own, 16);
     EXPECT_EQ(rtxMemBufAppend(&buf, "  ab", 4), 0);
     EXPECT_EQ(buf.bufsize, kind == 2 ? 4U : 16U);
-    EXPECT_EQ(rtxMemBufAppend(&buf, "cdefghijklm \n", 13), 0);
+    EXPECT_EQ(all({rtxMemBufAppend(&buf, "cdefghijklm \n", 13), rtxMemBufCut(&buf, 4, 3)}), 0);
     EXPECT_EQ(buf.bufsize, 32U);
-    EXPECT_EQ(rtxMemBufCut(&buf, 4, 3), 0);
     rtxMemBufTrimW(&buf);
     EXPECT_EQ(textOf(buf), "abfghijklm");
-    EXPECT_EQ(rtxMemBufCut(&buf, 0, 3), 0) << "with the blanks in front";
-    for (size_t at : {5, 10}) EXPECT_EQ(ctxt.told(rtxMemBufCut(&buf, at, at == 5 ? 5 : SIZE_MAX)), RTX_E_BAD_PARAMETER);
-    EXPECT_EQ(rtxMemBufSet(&buf, '-', 3), 0);
-    for (size_t size : {SIZE_MAX, SIZE_MAX - 20}) EXPECT_EQ(rtxMemBufPreAllocate(&buf, size), RTX_E_NO_MEMORY);
+    EXPECT_EQ(all({rtxMemBufCut(&buf, 0, 3), rtxMemBufSet(&buf, '-', 3)}), 0) << "with the blanks in front";
+    EXPECT_EQ(ctxt.told(rtxMemBufCut(&buf, 10, SIZE_MAX)), RTX_E_BAD_PARAMETER);
+    EXPECT_EQ(rtxMemBufPreAllocate(&buf, SIZE_MAX - 20), RTX_E_NO_MEMORY);
     EXPECT_EQ(rtxMemBufSetExpandable(&buf, 0), 1);
     EXPECT_EQ(ctxt.told(rtxMemBufPreAllocate(&buf, 32)), RTX_E_NO_MEMORY);
     EXPECT_EQ(textOf(buf), "bfghijklm---");
-    EXPECT_EQ(*rtxMemBufGetData(&buf, &length), 'b');
-    EXPECT_EQ(length, 12);
+    EXPECT_EQ(rtxMemBufGetData(&buf, &length)[0] + length, 'b' + 12);
     rtxMemBufReset(&buf);
     EXPECT_EQ(rtxMemBufPreAllocate(&buf, 32), 0);
     rtxMemBufFree(&buf);
@@ -389,10 +282,9 @@ TEST_F(Containers, MemBufGrowsCutsAndTrims)
   alignas(8) uint8_t memory[40];
   ASSERT_EQ(rtxMemHeapConvertStatic(pp, memory, sizeof memory), 0);
   rtxMemBufInit(&ctxt, &buf, 16);
-  EXPECT_EQ(rtxMemBufSet(&buf, 'x', 10) + rtxMemBufSet(&buf, 'y', 7), 0);
+  EXPECT_EQ(all({rtxMemBufSet(&buf, 'x', 10), rtxMemBufSet(&buf, 'y', 7)}), 0);
   EXPECT_EQ(buf.bufsize, 17U) << "exactly, not 32, on a static heap";
   EXPECT_EQ(rtxMemBufSet(&buf, 'z', 24), RTX_E_NO_MEMORY);
-  EXPECT_EQ(textOf(buf), "xxxxxxxxxxyyyyyyy");
   rtxMemHeapReset(pp);
 }
 
