@@ -78,6 +78,14 @@ static bool encodeAgain(const L3TypeEntry& entry, Decoding& decoding, Octets& oc
   return true;
 }
 
+// A text that a zero octet cut is shorter than the field that counts it, which is written as it came.
+static bool isShorterThanCounted(const std::string& text)
+{
+  static const std::regex kCounted("fqdnLen = ([0-9]+)\\n *fqdnValue = '([^\\n]*)'\\n");
+  std::smatch found;
+  return std::regex_search(text, found, kCounted) && std::stoi(found[1]) != found[2].length() + 1;
+}
+
 static void checkSecond(const L3TypeEntry& entry, Decoding& first, const Octets& octets)
 {
   std::string text = first.text(); // with the lengths as written
@@ -85,6 +93,7 @@ static void checkSecond(const L3TypeEntry& entry, Decoding& first, const Octets&
   // An identity of one digit is written with the length 1, which the decoder takes for one more octet.
   static const std::regex kOneDigit("(imsi|imei|imeisv) = '.?'");
   if (second.status < 0 && std::regex_search(text, kOneDigit)) return;
+  if (second.status < 0 && isShorterThanCounted(text)) return;
   // A string type by itself reads as many octets as its caller asks for, also where its characters end at a filler.
   if (second.status == RTX_E_END_OF_BUFFER && l3TextForm(*entry.type) != L3TextForm::none) return;
   promise(second.status >= 0, [&] {
