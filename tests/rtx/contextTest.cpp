@@ -6,6 +6,7 @@
 
 #include "bench.h"
 #include "velnor3gpp/rtContext.h"
+#include "velnor3gpp/rtxContainer.h"
 #include "velnor3gpp/rtxDList.h"
 #include "velnor3gpp/rtxStatus.h"
 #include "velnor3gpp/rtxStream.h"
@@ -146,6 +147,47 @@ TEST(Context, WritesItsIndentation)
   EXPECT_EQ(0, rtxWriteIndent(&bench));
   EXPECT_EQ(RTX_FLAG_BUFFER_MODE, rtxCtxtClearFlag(&bench, RTX_FLAG_NO_INDENT));
   EXPECT_EQ(RTX_E_ENCODE_OVERFLOW, rtxWriteIndent(&bench)) << "28 octets are left";
+}
+
+// Whichever allocation is refused, a copy of the errors is whole or empty, and the end of the job leaves nothing of it.
+void runJob(RtxContext* ctxt, RtxContext* other, bool release)
+{
+  for (int status : {rtxCtxtPushTypeName(ctxt, "Type"), rtxCtxtPushElemNameCopy(ctxt, "copy"),
+                     rtxCtxtPushArrayElemName(ctxt, "array", 1), rtxInitContextBuffer(ctxt, nullptr, 20),
+                     rtxCtxtPushContainerBytes(ctxt, 3), rtxErrReset(ctxt)})
+    EXPECT_TRUE(status == 0 || status == RTX_E_NO_MEMORY);
+  EXPECT_EQ(rtxErrAddStrnParm(ctxt, "abc", 2), ctxt->reservedErr.parmcount);
+  int status = rtxErrSetData(ctxt, RTX_E_TOO_BIG, "inner", 1);
+  EXPECT_TRUE(status == RTX_E_TOO_BIG || status == RTX_E_NO_MEMORY) << status;
+  status = rtxErrSetNewData(ctxt, RTX_E_NO_MEMORY, "outer", 2);
+  EXPECT_TRUE(status == RTX_E_MULTIPLE || status == RTX_E_NO_MEMORY) << status;
+  rtxErrGetMsgText(ctxt);
+  const size_t before = rtxErrGetErrorCnt(ctxt);
+  status = rtxErrCopy(other, ctxt);
+  EXPECT_EQ(status == 0 ? before : 0U, rtxErrGetErrorCnt(other));
+  status = rtxErrAppend(ctxt, ctxt);
+  EXPECT_TRUE(status == 0 ? rtxErrGetErrorCnt(ctxt) == 2 * before : status == RTX_E_NO_MEMORY);
+  release ? rtxMemFree(ctxt) : rtxMemReset(ctxt);
+  EXPECT_EQ(0, rtxErrGetStatus(ctxt) + ctxt->reservedErr.parmcount);
+  EXPECT_EQ("", namesOf(*ctxt));
+  EXPECT_TRUE(!release || (rtxMemHeapIsEmpty(&ctxt->pMemHeap) && ctxt->buffer.data == nullptr));
+}
+
+TEST(Context, SurvivesEveryRefusedAllocation)
+{
+  long calls = 4;
+  for (long at = 1; at <= calls; at++) {
+    SCOPED_TRACE(at);
+    failing::setUp(at, at % 2 == 0);
+    {
+      Bench ctxt, other;
+      for (Bench* bench : {&ctxt, &other}) rtxMemHeapSetFlags(&bench->pMemHeap, RT_MH_USE_SYSMEM);
+      if (ctxt.pMemHeap == nullptr || other.pMemHeap == nullptr) continue;
+      for (bool release : {false, true}) runJob(&ctxt, &other, release);
+      calls = failing::calls;
+    }
+    ASSERT_EQ(0, failing::inUse);
+  }
 }
 
 } // namespace

@@ -175,6 +175,10 @@ TEST(Heap, SettingsOfTheProcessAndOfOneHeap)
       act(none);
     EXPECT_EQ(rtxMemHeapIsEmpty(none), 1);
     EXPECT_EQ(rtxMemHeapConvertStatic(none, &heap, 8), RTX_E_BAD_PARAMETER);
+    EXPECT_EQ(rtxMemHeapSetFlags(none, 1) + rtxMemHeapClearFlags(none, 1), 0U);
+    EXPECT_EQ(rtxMemHeapGetDefBlkSize(none), 4096U);
+    rtxMemHeapSetProperty(none, 1, &four);
+    rtxMemHeapSysFreePtr(none, rtxMemHeapSysRealloc(none, nullptr, 8));
   }
 }
 

@@ -318,6 +318,15 @@ const struct {
     {[](RtxContext* c) { return rtxStreamFileOpen(c, "/dev/null", 0); }, RTX_E_BAD_PARAMETER},
     {[](RtxContext* c) { return rtxStreamFileAttach(c, nullptr, kHexReader); }, RTX_E_BAD_PARAMETER},
     {[](RtxContext* c) { return rtxStreamMemoryAttach(c, gOctets, 0, kHexReader); }, RTX_E_BAD_PARAMETER},
+    {[](RtxContext* c) { return rtxStreamMemoryCreate(c, 0); }, RTX_E_BAD_PARAMETER},
+    {[](RtxContext* c) { return rtxStreamLoadInputBuffer(c, 1); }, RTX_E_NO_CONTEXT},
+    {[](RtxContext* c) { return rtxStreamInitCtxtBuf(c); }, RTX_E_NO_CONTEXT},
+    {[](RtxContext* c) { return rtxStreamSetCapture(c, nullptr); }, RTX_E_NO_CONTEXT},
+    {[](RtxContext* c) { return rtxStreamGetIOBytes(c, &c->buffer.size); }, RTX_E_NO_CONTEXT},
+    {[](RtxContext*) { return rtxFileOpen(nullptr, "/", "r"); }, RTX_E_BAD_PARAMETER},
+    {[](RtxContext*) { return rtxByteToHexChar(1, nullptr, 3); }, RTX_E_BAD_PARAMETER},
+    {[](RtxContext* c) { return Open::full(c), rtxStreamWrite(c, nullptr, 1); }, RTX_E_BAD_PARAMETER},
+    {[](RtxContext* c) { return Open::full(c), rtxStreamLoadInputBuffer(c, 1); }, RTX_E_NO_CONTEXT},
     {[](RtxContext* c) { return Open::full(c), rtxEncBits(c, 1, 8), rtxStreamFlush(c); }, RTX_E_WRITE},
     {[](RtxContext* c) { return Open::full(c), rtxWriteBytes(c, gOctets, sizeof gOctets); }, RTX_E_WRITE},
     {[](RtxContext* c) { return Open::full(c), rtxEncBits(c, 1, 3), rtxStreamClose(c); }, RTX_E_WRITE},
@@ -331,6 +340,7 @@ const struct {
     {[](RtxContext* c) { return Open::trickle(c), rtxStreamInitCtxtBuf(c); }, RTX_E_GENERAL},
     {[](RtxContext* c) { return Open::trickle(c), rtxStreamRemoveCtxtBuf(c), rtxStreamInitCtxtBuf(c); }, 0},
     {[](RtxContext* c) { return Open::trickle(c), rtxResetToPos(c, 0); }, RTX_E_BAD_PARAMETER},
+    {[](RtxContext* c) { return Open::trickle(c), rtxSkipBytes(c, 100); }, RTX_E_END_OF_BUFFER},
     {[](RtxContext* c) { return Open::trickle(c), rtxCtxtSetBitOffset(c, 0); }, RTX_E_NOT_SUPPORTED},
     {[](RtxContext* c) { return Open::trickle(c), int(rtxStreamRead2(c, gOctets, 2, 1)); }, RTX_E_ENCODE_OVERFLOW},
     {[](RtxContext* c) { return Open::trickle(c), rtxReadBytes(c, gOctets, 5); }, RTX_E_END_OF_FILE},
@@ -341,6 +351,24 @@ TEST(Stream, WhatAStreamCannotDo)
   for (const auto& refusal : kRefusals) {
     Bench bench;
     EXPECT_EQ(refusal.call(&bench), refusal.status) << &refusal - kRefusals;
+  }
+}
+
+TEST(Stream, RefusedMemoryIsReportedAndLeaksNothing)
+{
+  for (int allowed = 0; allowed < 12; ++allowed) {
+    {
+      Bench bench;
+      File file(std::string(2000, 3)), out;
+      failing::allow(allowed);
+      int status = rtxStreamFileAttach(&bench, file.file, RTX_STREAM_READ);
+      if (status == 0) status = rtxCheckInputBuffer(&bench, 1000);
+      if (status == 0) status = rtxStreamMemoryCreateWriter(&bench, nullptr, 0);
+      if (status == 0) status = rtxStreamWrite(&bench, gOctets, 2000);
+      if (status == 0) status = rtxStreamFileAttach(&bench, out.file, RTX_STREAM_WRITE);
+      EXPECT_TRUE(status == RTX_E_NO_MEMORY || (status == 0 && allowed >= 8)) << status << " at " << allowed;
+    }
+    EXPECT_EQ(failing::inUse, 0);
   }
 }
 
