@@ -73,6 +73,15 @@ TEST(Heap, ReferencesAndStatuses)
   for (size_t size : {SIZE_MAX, SIZE_MAX - 31}) EXPECT_EQ(heap.alloc(size), nullptr);
 }
 
+// At the highest address it lies one octet behind the range of what the heap has from the system.
+TEST(Heap, ARawElementWithoutOctetsIsTheHeapsOwn)
+{
+  Heap heap(RT_MH_USE_SYSMEM);
+  void* ptr = heap.alloc(0);
+  EXPECT_EQ(rtxMemHeapAutoPtrGetRefCount(heap.pp, ptr), 1);
+  EXPECT_EQ(heap.free(ptr), 0);
+}
+
 TEST(Heap, FlagsFreeEmptyBlocksAndLeaveNoData)
 {
   Heap emptying(RT_MH_FREE_EMPTY_BLOCKS, 256);
