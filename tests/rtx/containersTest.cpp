@@ -143,6 +143,30 @@ TEST_F(Containers, SortedListPlacesEqualsAndJoinsAsText)
   rtxDListFreeNodes(&ctxt, &list);
 }
 
+// Nodes of the caller's own go in and out without an allocation.
+TEST_F(Containers, ListsTakeTheCallersNodes)
+{
+  char letters[] = "caab";
+  RtxDListNode nodes[4] = {}, beyond = {};
+  RtxDList list;
+  rtxDListInit(&list);
+  auto text = [&list] {
+    std::string all;
+    for (RtxDListNode* node = list.head; node; node = node->next) all += *static_cast<char*>(node->data);
+    return all;
+  };
+  for (int i = 0; i < 4; ++i) nodes[i].data = &letters[i];
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(rtxDListInsertNodeSorted(&list, &nodes[i], byFirstLetter), &nodes[i]);
+  EXPECT_EQ(text(), "aac");
+  EXPECT_EQ(rtxDListInsertNode(&list, 4, &beyond), nullptr);
+  EXPECT_EQ(rtxDListInsertNode(&list, 0, &nodes[3]), &nodes[3]);
+  EXPECT_EQ(text(), "baac");
+  for (int i : {1, 0, 3}) rtxDListRemove(&list, &nodes[i]); // from inside, the tail, the head
+  EXPECT_EQ(text(), "a");
+  EXPECT_EQ(list.tail, &nodes[2]);
+  EXPECT_EQ(list.count, 1U);
+}
+
 TEST_F(Containers, ListsAndArraysBecomeEachOther)
 {
   RtxDList list = {};
@@ -251,6 +275,7 @@ std::string textOf(const RtxMemBuf& buf)
 {
   size_t length = 0;
   const uint8_t* data = rtxMemBufGetDataExt(&buf, &length);
+  EXPECT_EQ(rtxMemBufGetDataLen(&buf), length);
   return std::string(reinterpret_cast<const char*>(data), length);
 }
 

@@ -25,6 +25,7 @@ TEST(Strings, WhatDoesNotFitIsToldOrLeftOut)
   EXPECT_STREQ("abcde", rtxStrDynJoin(&bench, "a", "b", "c", "d", "e"));
   EXPECT_EQ(nullptr, rtxStrDynJoin(&bench, nullptr, "b", nullptr, nullptr, nullptr));
   EXPECT_EQ(nullptr, rtxStrdup(&bench, nullptr));
+  EXPECT_STREQ("\xC3\xA9", rtxUTF8Strdup(&bench, "\xC3\xA9"));
 }
 
 TEST(Strings, DigitsAreAlignedToTheRight)
@@ -34,6 +35,8 @@ TEST(Strings, DigitsAreAlignedToTheRight)
   EXPECT_STREQ("4294967295", text);
   EXPECT_EQ(RTX_E_ENCODE_OVERFLOW, rtxUIntToCharStr(4294967295U, text, 10, 0));
   EXPECT_EQ(4, rtxUIntToCharStr(7, text, 5, '0'));
+  EXPECT_EQ(4, rtxSizeToCharStr(7, text, 5, ' '));
+  EXPECT_STREQ("   7", text);
   EXPECT_EQ(20, rtxUInt64ToCharStr(UINT64_MAX, text, sizeof text, 0));
   EXPECT_STREQ("18446744073709551615", text);
   EXPECT_EQ(RTX_E_BAD_PARAMETER, rtxUIntToCharStr(1, text, 1, 0));
