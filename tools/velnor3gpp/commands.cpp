@@ -22,6 +22,7 @@ struct Run {
   const Options& options;
   std::optional<Keys> keys;
   size_t messages = 0;
+  size_t untold = 0; // no type can be told for
   size_t failed = 0;
   size_t different = 0;
 };
@@ -253,18 +254,24 @@ template <typename One> static size_t runAll(Run& run, One one)
     } catch (const UsageError& error) {
       if (message.place == "arguments") throw;
       complain(message.place, error.what());
-      ++run.failed;
+      ++run.untold;
       return;
     }
     one(run, message, order);
   });
 }
 
+// What is no message weighs more than a message that is wrong.
+static int exitCode(const Run& run, size_t noMessages)
+{
+  if (noMessages || run.untold) return 2;
+  return run.failed || run.different ? 1 : 0;
+}
+
 int decodeCommand(const Options& options)
 {
   Run run{options, {}};
-  size_t bad = runAll(run, decodeOne);
-  return bad || run.failed || run.different ? 1 : 0;
+  return exitCode(run, runAll(run, decodeOne));
 }
 
 int roundtripCommand(const Options& options)
@@ -272,8 +279,8 @@ int roundtripCommand(const Options& options)
   Run run{options, {}};
   size_t bad = runAll(run, roundtripOne);
   printf("%s: %zu equal, %zu different, %zu not decoded\n", counted(run.messages + bad, "message").c_str(),
-         run.messages - run.different - run.failed, run.different, run.failed + bad);
-  return bad || run.failed || run.different ? 1 : 0;
+         run.messages - run.different - run.failed - run.untold, run.different, run.failed + run.untold + bad);
+  return exitCode(run, bad);
 }
 
 static std::string lower(std::string text)
