@@ -64,10 +64,10 @@ static int decSecurity(L3Call& call, const L3Type& type, TS24501Msg_PDU& pdu)
 int l3Dec_TS24501Msg_PDU(L3Call& call, const L3Type& type, void* value)
 {
   TS24501Msg_PDU& pdu = *static_cast<TS24501Msg_PDU*>(value);
+  pdu.m = {};
   int status = lookAhead(call, pdu.secHdr);
   if (status < 0) return status;
   bool isProtected = pdu.secHdr.protoDiscr == kMobility && pdu.secHdr.secHdrType != 0;
-  pdu.m.secHdrPresent = 0;
   if (isProtected)
     if (status = decSecurity(call, type, pdu); status < 0) return status;
   status = l3DecRows(call, type, value);
