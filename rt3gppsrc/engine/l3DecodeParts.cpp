@@ -25,19 +25,20 @@ static const char* moduleOf(const ListWalk& walk)
 }
 
 // Twice the entries, but not beyond what the standard allows, and beyond that only in proportion to the input: records
-// of two thousand octets can stand for five on the wire. The same capacity again: there is no more room. On a stream
-// the octets read so far count as the input.
+// of two thousand octets can stand for five on the wire. What the standard allows takes nothing from other lists. The
+// same capacity again: there is no more room. On a stream the octets read so far count as the input.
 static size_t nextCapacity(L3Call& call, const ListWalk& walk)
 {
   const L3List& info = walk.info;
   size_t capacity = walk.capacity ? walk.capacity * 2 : 2;
   size_t most = info.ranged ? info.hi : 0;
   if (walk.capacity < most && capacity > most) capacity = most;
+  if (capacity <= most) return capacity;
   size_t input = l3BitPos(call.pctxt) / 8;
   if (input < call.pctxt->buffer.size) input = call.pctxt->buffer.size;
   call.listOctets += capacity * info.elemSize;
   bool fits = call.listOctets <= kL3ListBase + kL3ListFactor * input;
-  return fits || capacity <= most ? capacity : walk.capacity;
+  return fits ? capacity : walk.capacity;
 }
 
 // Room for one more entry. Entries behind an inline array's end are decoded into spare storage and not kept.
