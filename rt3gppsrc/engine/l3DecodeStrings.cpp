@@ -86,7 +86,10 @@ static int decOctetString(L3Call& call, const L3Type& type, const L3Row& row, ui
   else
     status = decHeapOctets(call, member, count, running);
   if (status < 0) return l3Fail(call, type.module->decoder, status, row.line);
-  if (info.ranged && (count < info.lo || count > info.hi)) l3NoteRange(call, type.module->decoder, row.line, count);
+  // What an inline string has no room for is remarked as what its range forbids is.
+  bool tooLong = info.cap && count > info.cap;
+  if (tooLong || (info.ranged && (count < info.lo || count > info.hi)))
+    l3NoteRange(call, type.module->decoder, row.line, count);
   return 0;
 }
 
