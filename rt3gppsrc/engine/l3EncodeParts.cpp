@@ -22,10 +22,12 @@ static int encOwnLength(L3Call& call, const L3Type& type, const L3Row& row, L3Co
   return status < 0 ? l3Fail(call, type.module->encoder, status, row.line) : 0;
 }
 
-// A growing buffer whose growth was refused names the refused size: nothing may be written any more.
+// A growing buffer whose growth was refused names the refused size: nothing may be written any more. The status does
+// not tell it, for behind an older error it is that of several.
 static int endWithoutMemory(L3Call& call, const L3Type& type, const L3Row& row, int running)
 {
-  return running == RTX_E_NO_MEMORY ? l3Fail(call, type.module->encoder, running, row.line) : 0;
+  bool grows = call.pctxt->buffer.dynamic;
+  return running < 0 && grows ? l3Fail(call, type.module->encoder, running, row.line) : 0;
 }
 
 // Octets of a string, wherever they stand.

@@ -171,6 +171,34 @@ TEST(Mended, ProtectedMessagesAreNotSignedInFiles)
     }
 }
 
+// A growing buffer that could not grow is not written to any more, also where an older error changes the status.
+TEST(Mended, RefusedGrowthEndsEncodingBehindAnOlderError)
+{
+  struct Record {
+    L3HeapOctets octets;
+    uint8_t number;
+  };
+  static bool refusing;
+  const L3Octets rest = {kL3Rest, 0, 0, 0, 0, 0, {}, 0, 0};
+  const L3Row rows[] = {TestRow("octets", kL3Octets, 0, &rest), uintRow("number", offsetof(Record, number))};
+  for (bool older : {false, true}) {
+    RtxContext ctxt;
+    refusing = false;
+    rtxInitContextExt(
+        &ctxt, [](size_t size) { return refusing ? nullptr : malloc(size); },
+        [](void* was, size_t size) { return refusing ? nullptr : realloc(was, size); }, free);
+    rtxCtxtSetBufPtr(&ctxt, nullptr, 8);
+    if (older) rtxErrSetData(&ctxt, RTX_E_BAD_VALUE, "caller", 1);
+    Octets data(100000);
+    Record record = {{100000, data.data()}, 1};
+    refusing = true;
+    EXPECT_EQ(l3Encode(&ctxt, typeOf("Record", rows, sizeof record), &record),
+              older ? RTX_E_MULTIPLE : RTX_E_NO_MEMORY);
+    EXPECT_EQ(ctxt.buffer.byteIndex, 0U);
+    rtxFreeContext(&ctxt);
+  }
+}
+
 // The field of an octet string that is longer than its array covers also what is passed over.
 TEST(Mended, TraceCoversOctetsBehindTheArray)
 {
