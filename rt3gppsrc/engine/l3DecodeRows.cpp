@@ -76,7 +76,8 @@ static int decScalar(L3Call& call, const L3Type& type, const L3Row& row, uint8_t
       row.op == kL3Enumerated ? decEnumerated(call, type, row, member, reported) : decNumber(call, row, member);
   if (status < 0) {
     if (row.type && !reported) status = l3Fail(call, moduleOf(*row.type), status, row.type->line);
-    return status;
+    // What the type's own coder has reported is not reported by it again.
+    return row.type || !reported ? l3Fail(call, moduleOf(type), status, row.line) : status;
   }
   if (row.flags & kL3Ranged) {
     uint64_t value = l3Load(member, row.store);
@@ -95,8 +96,7 @@ int l3DecMember(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* rec
     case kL3Bool:
     case kL3Enumerated:
     case kL3Unary:
-      status = decScalar(call, type, row, record + row.offset);
-      break;
+      return decScalar(call, type, row, record + row.offset);
     case kL3Octets:
     case kL3BitString:
     case kL3Text:

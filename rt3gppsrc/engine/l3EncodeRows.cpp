@@ -19,22 +19,26 @@ static const char* moduleOf(const L3Type& type)
   return type.module->encoder;
 }
 
-static int encEnumerated(L3Call& call, const L3Type& leaf, const L3Row& row, uint64_t value)
+static int encEnumerated(L3Call& call, const L3Type& leaf, const L3Row& row, uint64_t value, bool& reported)
 {
   const L3Enum& set = *static_cast<const L3Enum*>(row.info);
   bool member = value < 256 && (set.members[value >> 5] >> (value & 31) & 1);
   if (!set.openEncode && !member) {
+    reported = true;
     l3ToLists(call);
     rtxErrAddUIntParm(call.pctxt, static_cast<uint32_t>(value));
     return rtxReport(call.pctxt, RTX_E_ENUM_VALUE, moduleOf(leaf), leaf.line);
   }
   const char* label = set.printOpen ? "INTEGER" : "ENUMERATED";
-  int status = row.flags & kL3LH ? l3EncPadded(call, value, row.bits, label) : l3EncBits(call, value, row.bits, label);
-  return status < 0 ? l3Fail(call, moduleOf(leaf), status, leaf.line) : 0;
+  return row.flags & kL3LH ? l3EncPadded(call, value, row.bits, label) : l3EncBits(call, value, row.bits, label);
 }
 
-static int encNumber(L3Call& call, const L3Row& row, uint64_t value)
+static int encNumber(L3Call& call, const L3Type& leaf, const L3Row& row, uint64_t value, bool& reported)
 {
+  bool ranged = row.flags & kL3Ranged && (value < row.lo || value > row.hi);
+  bool narrow = row.op == kL3UInt && row.bits < row.store * 8U && value >> row.bits;
+  reported = ranged || narrow;
+  if (reported) return l3FailRange(call, moduleOf(leaf), row.type ? leaf.line : row.line, value);
   if (row.op == kL3Unary) return l3EncUnary(call, *static_cast<const L3Unary*>(row.info), static_cast<uint8_t>(value));
   if (row.flags & kL3LH) return l3EncPadded(call, value, row.bits, "INTEGER");
   return l3EncBits(call, value, row.bits, row.op == kL3Bool ? "BOOLEAN" : "INTEGER");
@@ -44,13 +48,13 @@ static int encScalar(L3Call& call, const L3Type& type, const L3Row& row, const u
 {
   const L3Type& leaf = row.type ? *row.type : type;
   uint64_t value = l3Load(member, row.store);
-  if (row.op == kL3Enumerated) return encEnumerated(call, leaf, row, value);
-  bool ranged = row.flags & kL3Ranged && (value < row.lo || value > row.hi);
-  bool narrow = row.op == kL3UInt && row.bits < row.store * 8U && value >> row.bits;
-  if (ranged || narrow) return l3FailRange(call, moduleOf(leaf), leaf.line, value);
-  int status = encNumber(call, row, value);
-  if (status < 0 && row.type) status = l3Fail(call, moduleOf(leaf), status, leaf.line);
-  return status;
+  bool reported = false;
+  int status = row.op == kL3Enumerated ? encEnumerated(call, leaf, row, value, reported)
+                                       : encNumber(call, leaf, row, value, reported);
+  if (status >= 0) return status;
+  if (row.type && !reported) status = l3Fail(call, moduleOf(leaf), status, leaf.line);
+  // What the type's own coder has reported is not reported by it again.
+  return row.type || !reported ? l3Fail(call, moduleOf(type), status, row.line) : status;
 }
 
 int l3EncMember(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running)
@@ -62,8 +66,7 @@ int l3EncMember(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* rec
     case kL3Bool:
     case kL3Enumerated:
     case kL3Unary:
-      status = encScalar(call, type, row, record + row.offset);
-      break;
+      return encScalar(call, type, row, record + row.offset);
     case kL3Octets:
     case kL3BitString:
     case kL3Text:

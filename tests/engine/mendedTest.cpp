@@ -199,6 +199,29 @@ TEST(Mended, RefusedGrowthEndsEncodingBehindAnOlderError)
   }
 }
 
+// Every coder on the way out adds one place to the report, and none a second one for the value that it refuses itself.
+TEST(Mended, EachCoderReportsAFailureOnce)
+{
+  auto places = [](Bench& bench) { return static_cast<RtxErrInfo*>(bench->errInfo.tail->data)->stkx; };
+  auto decoded = [&](const char* name, const Octets& octets) {
+    Bench bench(octets);
+    uint32_t record[4];
+    EXPECT_EQ(l3FindType(name)->decode(bench, record), RTX_E_ENUM_VALUE);
+    return places(bench);
+  };
+  auto encoded = [&](const char* name, const Octets& record) {
+    Bench bench(Octets(4));
+    Octets copy = record;
+    EXPECT_LT(l3FindType(name)->encode(bench, copy.data()), 0);
+    return places(bench);
+  };
+  EXPECT_EQ(decoded("TS24007L3_ProtoDiscr", {0xD0}), 1);
+  EXPECT_EQ(decoded("TS24007L3_Header", {0x0D, 0}), 2);
+  EXPECT_EQ(encoded("TS24007L3_ProtoDiscr", {13, 0, 0, 0}), 1);
+  EXPECT_EQ(encoded("TS24007L3_Header", {1, 0, 0, 0, 0, 0, 0, 0, 13, 0, 0, 0, 0, 0, 0, 0}), 2);
+  EXPECT_EQ(encoded("TS24007L3_MsgType_MM_CC_SS", {4, 0}), 1);
+}
+
 // The field of an octet string that is longer than its array covers also what is passed over.
 TEST(Mended, TraceCoversOctetsBehindTheArray)
 {
