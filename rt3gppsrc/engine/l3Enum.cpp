@@ -22,7 +22,7 @@ int l3EnumValue(RtxContext* pctxt, const L3Type& type, const L3Enum& set, const 
     value = set.table[row].value;
     return 0;
   }
-  rtxErrAddStrParm(pctxt, name);
+  rtxErrAddStrnParm(pctxt, name, namelen); // the name need not have an end of its own
   return rtxErrSetData(pctxt, RTX_E_ENUM_VALUE, type.module->decoder, type.line);
 }
 

@@ -145,6 +145,7 @@ void check(const Enumeration& asked, const std::map<int32_t, std::string>& names
   EXPECT_EQ(rtxErrGetLastError(&ctxt), 0);
   EXPECT_EQ(asked.valueOf(&ctxt, "no such name"), -1);
   EXPECT_EQ(rtxErrGetLastError(&ctxt), RTX_E_ENUM_VALUE);
+  EXPECT_STREQ(static_cast<RtxErrInfo*>(ctxt.errInfo.tail->data)->parms[0], "no such name"); // and not what follows it
   int32_t value = -1;
   EXPECT_EQ(asked.toEnum(&ctxt, nullptr, &value), RTX_E_ENUM_VALUE);
   EXPECT_STREQ(asked.toString(INT32_MIN), "_UNKNOWN_");
