@@ -1,6 +1,7 @@
 #include "velnor3gpp/rtPrintToString.h"
 
 #include "rtsrc/rtPrintForms.h"
+#include "velnor3gpp/rtxStatus.h"
 
 // Process-wide, documented as not locked.
 static uint16_t stringIndent = 0;
@@ -12,6 +13,7 @@ static RtxPrintSink sinkOf(char* buffer, size_t size)
 
 int rtPrintToString(const char* text, char* buffer, size_t size)
 {
+  if (text == nullptr) return RTX_E_ENCODE_OVERFLOW;
   RtxPrintSink sink = sinkOf(buffer, size);
   rtxSinkPut(sink, {text});
   return rtxSinkDone(sink);

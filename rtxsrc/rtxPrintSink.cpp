@@ -29,11 +29,11 @@ static void appendText(RtxPrintSink& sink, const char* chars, size_t length)
   copyText(sink.text, chars, length);
 }
 
+// As formatting does, this ends the text also where nothing of the piece fits.
 static void cutText(RtxPrintToStringBuffer& text, const char* chars, size_t length)
 {
   size_t room = textRoom(text);
-  if (length > room) length = room;
-  if (length > 0) copyText(text, chars, length);
+  if (text.buffer != nullptr && text.bufSize > text.curPos) copyText(text, chars, length < room ? length : room);
 }
 
 static void callBack(RtxPrintSink& sink, const char* format, ...) RTX_PRINTF_LIKE(2, 3);

@@ -11,7 +11,7 @@
 
 VELNOR_BEGIN_DECLS
 
-/** Appends a text. */
+/** Appends a text; null does not fit. */
 VELNOR_API int rtPrintToString(const char* text, char* buffer, size_t size);
 /** Appends the indentation as blanks. */
 VELNOR_API int rtPrintToStringIndent(char* buffer, size_t size);

@@ -182,6 +182,7 @@ TEST_F(FormsTest, BracesAndIndentation)
   EXPECT_EQ(rtPrintToStringOpenBrace("a", text, sizeof text), 0);
   EXPECT_EQ(rtPrintToStringIndent(text, sizeof text), 0);
   EXPECT_EQ(rtPrintToString("x\n", text, sizeof text), 0);
+  EXPECT_EQ(rtPrintToString(nullptr, text, sizeof text), RTX_E_ENCODE_OVERFLOW);
   EXPECT_EQ(rtPrintToStringCloseBrace(text, sizeof text), 0);
   rtPrintToStringIncrIndent();
   rtPrintToStringResetIndent();

@@ -65,11 +65,11 @@ TEST_F(PrintStream, CutsAFullStringWithoutNotice)
   EXPECT_EQ(viaFile(formatted), whole);
   for (size_t size = 0; size <= whole.size() + 2; size++)
     for (const Print& print : {Print(direct), Print(formatted)}) {
-      char room[32] = "";
+      char room[32] = "?"; // untouched without room for the end
       RtxPrintToStringBuffer text = {room, size, 0};
       printTo(rtxPrintStreamToStringCB, &text, print);
-      EXPECT_EQ(room, whole.substr(0, size ? size - 1 : 0));
-      EXPECT_EQ(text.curPos, strlen(room)) << size;
+      EXPECT_EQ(room, size ? whole.substr(0, size - 1) : "?");
+      EXPECT_EQ(text.curPos, size ? strlen(room) : 0) << size;
     }
 }
 
