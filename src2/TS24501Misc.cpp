@@ -95,12 +95,13 @@ static int decByType(L3Call& call, Identity& identity, uint8_t leading)
 
 static int decInside(L3Call& call, Identity& identity)
 {
-  uint8_t leading = 0, typeOfIdent = 0;
+  uint8_t leading = 0;
+  TS24501IE_TypeOfIdentity typeOfIdent = TS24501IE_TypeOfIdentity_none;
   int status = l3DecNamed(call, kDecoder, __LINE__, "leading bits", &leading, 5, 1);
   if (status < 0) return status;
-  status = l3DecNamed(call, kDecoder, __LINE__, "typeOfIdent", &typeOfIdent, 3, 1);
+  status = decPart(call, kDecoder, "typeOfIdent", l3_TS24501IE_TypeOfIdentity, &typeOfIdent);
   if (status < 0) return status;
-  identity.t = typeOfIdent + 1U;
+  identity.t = static_cast<uint32_t>(typeOfIdent) + 1;
   return decByType(call, identity, leading);
 }
 
@@ -146,6 +147,11 @@ static uint8_t leadingBits(const Identity& identity)
   }
 }
 
+static uint8_t firstOctet(const Identity& identity)
+{
+  return static_cast<uint8_t>(leadingBits(identity) << 3 | (identity.t - 1));
+}
+
 static int encSuci(L3Call& call, Identity& identity)
 {
   auto& suci = identity.u.suci;
@@ -165,6 +171,15 @@ static int encSuci(L3Call& call, Identity& identity)
   return 0;
 }
 
+static int encMac(L3Call& call, const Identity& identity)
+{
+  L3Name frame;
+  l3PushName(call, frame, "mac");
+  int status = encFixed(call, kEncoder, "macaddr", identity.u.mac.macaddr);
+  if (status >= 0) l3PopName(call);
+  return status;
+}
+
 static int encByType(L3Call& call, Identity& identity)
 {
   switch (identity.t) {
@@ -175,7 +190,7 @@ static int encByType(L3Call& call, Identity& identity)
     case kStmsi:
       return encPart(call, kEncoder, "stmsi", l3_TS24501IE_MobileIdentity_STMSI, &identity.u.stmsi);
     case kMac:
-      return encFixed(call, kEncoder, "mac", identity.u.mac.macaddr);
+      return encMac(call, identity);
     case kEui64:
       return encFixed(call, kEncoder, "eui-64", identity.u.eui_64);
     default:
@@ -204,9 +219,7 @@ int l3Enc_TS24501IE_MobileIdentity(L3Call& call, const L3Type&, void* value)
   identity.length = static_cast<uint16_t>(length);
   int status = l3EncNamed(call, kEncoder, __LINE__, "length", length, 16, 2);
   if (status < 0) return status;
-  status = l3EncNamed(call, kEncoder, __LINE__, "leading bits", leadingBits(identity), 5, 1);
-  if (status < 0) return status;
-  status = l3EncNamed(call, kEncoder, __LINE__, "typeOfIdent", identity.t - 1, 3, 1);
+  status = l3EncNamed(call, kEncoder, __LINE__, "bits+type", firstOctet(identity), 8, 1);
   return status < 0 ? status : encByType(call, identity);
 }
 
@@ -244,7 +257,7 @@ bool l3DirectEnc_TS24501IE_MobileIdentity(L3DirectOut& out, void* record)
   if (length > UINT16_MAX || !(identity.t == kGuti || identity.t == kStmsi || suci))
     return l3DirectPutType(out, l3_TS24501IE_MobileIdentity, record);
   identity.length = static_cast<uint16_t>(length);
-  if (!l3Put<16>(out, length) || !l3Put<8>(out, unsigned{leadingBits(identity)} << 3 | (identity.t - 1))) return false;
+  if (!l3Put<16>(out, length) || !l3Put<8>(out, firstOctet(identity))) return false;
   if (identity.t == kGuti) return l3DirectEnc_TS24501IE_MobileIdentity_GUTI(out, &identity.u.guti);
   if (identity.t == kStmsi) return l3DirectEnc_TS24501IE_MobileIdentity_STMSI(out, &identity.u.stmsi);
   bool good = l3DirectEnc_TS24501IE_MobileIdentity_SUCI_IMSI(out, &identity.u.suci.u.supiImsi);
