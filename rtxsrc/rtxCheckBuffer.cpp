@@ -118,6 +118,7 @@ int rtxCheckBuffer(RtxContext* pctxt, size_t nbytes)
   // System memory, which a stream's buffer is, would break the heap's own realloc.
   buffer.data = fits ? reallocBuffer(pctxt, more + 2 * buffer.size) : nullptr;
   buffer.size = buffer.data != nullptr ? more + 2 * buffer.size : 0;
+  if (rtxHasBufferedStream(pctxt)) pctxt->pStream->bufSize = buffer.size;
   if (buffer.data == nullptr) return rtxErrSetNewData(pctxt, RTX_E_NO_MEMORY, kModule, __LINE__);
   return 0;
 }

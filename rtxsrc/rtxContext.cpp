@@ -146,6 +146,8 @@ int rtxInitContextBuffer(RtxContext* pctxt, uint8_t* bufaddr, size_t bufsize)
   }
   buffer->size = bufsize;
   buffer->dynamic = bufaddr == nullptr;
+  // The stream fills the buffer up to what it takes for its capacity.
+  if (pctxt->pStream != nullptr && (pctxt->pStream->flags & RTX_STREAM_CTXTBUF) != 0) pctxt->pStream->bufSize = bufsize;
   buffer->byteIndex = 0;
   buffer->bitOffset = 8;
   return 0;

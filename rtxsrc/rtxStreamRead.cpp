@@ -4,6 +4,7 @@
 
 #include "rtxsrc/rtxReport.h"
 #include "rtxsrc/rtxStreamInternal.h"
+#include "rtxsrc/rtxStreamTest.h"
 #include "velnor3gpp/rtxContext.h"
 #include "velnor3gpp/rtxError.h"
 #include "velnor3gpp/rtxMemHeap.h"
@@ -44,8 +45,7 @@ static int64_t readUntil(RtxContext* pctxt, uint8_t* pbuf, size_t minSize, size_
 static size_t takeFromBuffer(RtxContext* pctxt, uint8_t* pbuf, size_t count)
 {
   RtxBuffer* buffer = &pctxt->buffer;
-  size_t left = buffer->byteIndex < buffer->size ? buffer->size - buffer->byteIndex : 0;
-  count = std::min(count, left);
+  count = std::min(count, rtxBufferLeft(pctxt));
   if (count == 0) return 0;
   std::memcpy(pbuf, buffer->data + buffer->byteIndex, count);
   buffer->byteIndex += count;
@@ -136,7 +136,7 @@ static int skipKeeping(RtxContext* pctxt, size_t count)
   RtxBuffer* buffer = &pctxt->buffer;
   int status = rtxStreamLoadInputBuffer(pctxt, count);
   if (status < 0) return status;
-  if (buffer->size - buffer->byteIndex < count) return rtxReport(pctxt, RTX_E_END_OF_BUFFER, kModule, __LINE__);
+  if (rtxBufferLeft(pctxt) < count) return rtxReport(pctxt, RTX_E_END_OF_BUFFER, kModule, __LINE__);
   buffer->byteIndex += count;
   return 0;
 }
@@ -145,7 +145,7 @@ static int skipBuffered(RtxContext* pctxt, size_t count)
 {
   RtxStream* pStream = pctxt->pStream;
   RtxBuffer* buffer = &pctxt->buffer;
-  size_t left = buffer->byteIndex < buffer->size ? buffer->size - buffer->byteIndex : 0;
+  size_t left = rtxBufferLeft(pctxt);
   if (count <= left) {
     buffer->byteIndex += count;
     pStream->ioBytes += count;
@@ -229,17 +229,19 @@ static int growBuffer(RtxContext* pctxt, size_t nbytes)
   RtxBuffer* buffer = &pctxt->buffer;
   RtxStream* pStream = pctxt->pStream;
   if (!buffer->dynamic) return rtxErrSetNewData(pctxt, RTX_E_ENCODE_OVERFLOW, kModule, __LINE__);
-  size_t more = std::max(pStream->bufSize, nbytes);
+  // A kind of the caller's own may have bound a buffer without telling its capacity.
+  size_t capacity = std::max(pStream->bufSize, buffer->size);
+  size_t more = std::max(capacity, nbytes);
   bool system = (pctxt->flags & RTX_FLAG_SYSMEM_BUFFER) != 0;
   void* data = nullptr;
-  if (more <= SIZE_MAX - pStream->bufSize) {
-    size_t size = pStream->bufSize + more;
+  if (more <= SIZE_MAX - capacity) {
+    size_t size = capacity + more;
     data = system ? rtxMemHeapSysRealloc(&pctxt->pMemHeap, buffer->data, size)
                   : rtxMemHeapRealloc(&pctxt->pMemHeap, buffer->data, size);
   }
   if (data == nullptr) return rtxReport(pctxt, RTX_E_NO_MEMORY, kModule, __LINE__);
   buffer->data = static_cast<uint8_t*>(data);
-  pStream->bufSize += more;
+  pStream->bufSize = capacity + more;
   return 0;
 }
 

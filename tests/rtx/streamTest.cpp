@@ -344,6 +344,8 @@ const struct {
     {[](RtxContext* c) { return Open::trickle(c), rtxCtxtSetBitOffset(c, 0); }, RTX_E_NOT_SUPPORTED},
     {[](RtxContext* c) { return Open::trickle(c), int(rtxStreamRead2(c, gOctets, 2, 1)); }, RTX_E_ENCODE_OVERFLOW},
     {[](RtxContext* c) { return Open::trickle(c), rtxReadBytes(c, gOctets, 5); }, RTX_E_END_OF_FILE},
+    {[](RtxContext* c) { return Open::trickle(c), rtxInitContextBuffer(c, gOctets, 8), rtxCheckInputBuffer(c, 9); },
+     RTX_E_ENCODE_OVERFLOW}, // the caller's 8 octets are all there are
 };
 
 TEST(Stream, WhatAStreamCannotDo)
