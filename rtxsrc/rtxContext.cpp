@@ -7,6 +7,7 @@
 #include "rtxsrc/rtxStreamTest.h"
 #include "velnor3gpp/rtxBitEncode.h"
 #include "velnor3gpp/rtxDList.h"
+#include "velnor3gpp/rtxDiagBitTrace.h"
 #include "velnor3gpp/rtxError.h"
 #include "velnor3gpp/rtxPrintStream.h"
 
@@ -22,6 +23,14 @@ struct Extension {
   int (*release)(RtxContext* pctxt);
 };
 
+// Without octets there is no size either, so that the next coder asks for a buffer.
+void forgetBuffer(RtxBuffer* buffer)
+{
+  buffer->data = nullptr;
+  buffer->byteIndex = buffer->size = 0;
+  buffer->bitOffset = 8;
+}
+
 // Frees a buffer that the run-time owns, by the allocator it came from, and forgets it.
 void dropBuffer(RtxContext* pctxt)
 {
@@ -29,8 +38,40 @@ void dropBuffer(RtxContext* pctxt)
     rtxMemHeapSysFreePtr(&pctxt->pMemHeap, pctxt->buffer.data);
   else if (!rtxMemHeapIsEmpty(&pctxt->pMemHeap))
     rtxMemHeapFreePtr(&pctxt->pMemHeap, pctxt->buffer.data);
-  pctxt->buffer.data = nullptr;
+  forgetBuffer(&pctxt->buffer);
   pctxt->flags &= ~RTX_FLAG_SYSMEM_BUFFER;
+}
+
+// True if emptying the heap takes the storage at `ptr` away.
+bool heapHolds(RtxContext* pctxt, const void* ptr)
+{
+  const RtxMemHeap* heap = pctxt->pMemHeap;
+  if (heap == nullptr || (heap->flags & RT_MH_STATIC) == 0) return rtxMemHeapCheckPtr(&pctxt->pMemHeap, ptr) != 0;
+  const uintptr_t start = reinterpret_cast<uintptr_t>(heap->phead);
+  return reinterpret_cast<uintptr_t>(ptr) - start < reinterpret_cast<uintptr_t>(heap->curBlock);
+}
+
+// The octets that a trace lets a stream keep go with the heap; the stream goes on without.
+void endCapture(RtxContext* pctxt)
+{
+  const RtxBitFieldList* list = pctxt->pBitFldList;
+  RtxStream* pStream = pctxt->pStream;
+  if (list != nullptr && pStream != nullptr && pStream->pCapture == list->pCaptureBuf) pStream->pCapture = nullptr;
+}
+
+// A list in the caller's own storage stays bound; it loses its entries.
+void emptyTrace(RtxContext* pctxt)
+{
+  RtxBitFieldList* list = pctxt->pBitFldList;
+  if (list == nullptr) return;
+  endCapture(pctxt);
+  if (heapHolds(pctxt, list)) {
+    pctxt->pBitFldList = nullptr;
+    return;
+  }
+  rtxSListInitEx(pctxt, &list->fieldList);
+  list->pLastPrinted = nullptr;
+  list->pCaptureBuf = nullptr;
 }
 
 // Gives the context a growing buffer. A stream that works through it needs one that survives rtxMemReset; another
@@ -46,7 +87,9 @@ int allocBuffer(RtxContext* pctxt, size_t size)
   } else {
     return 0;
   }
-  return buffer->data != nullptr ? 0 : RTX_E_NO_MEMORY;
+  if (buffer->data != nullptr) return 0;
+  forgetBuffer(buffer);
+  return RTX_E_NO_MEMORY;
 }
 
 void releaseExtensions(RtxContext* pctxt)
@@ -164,9 +207,14 @@ int rtxCtxtSetBufPtr(RtxContext* pctxt, uint8_t* bufaddr, size_t bufsize)
 
 void rtxMemFree(RtxContext* pctxt)
 {
-  const bool ownBuffer = pctxt->buffer.dynamic && pctxt->buffer.data != nullptr;
-  if (ownBuffer && (!rtxHasStream(pctxt) || rtxHasBufferedStream(pctxt))) dropBuffer(pctxt);
+  const RtxBuffer* buffer = &pctxt->buffer;
+  const bool own = buffer->dynamic && buffer->data != nullptr;
+  const bool behindStream = own && rtxHasBufferedStream(pctxt);
+  // What a stream has read ahead is lost, but it was read.
+  if (behindStream && rtxStreamIsReadable(pctxt)) pctxt->pStream->bytesProcessed += buffer->size;
+  if (own && (behindStream || !rtxHasStream(pctxt) || heapHolds(pctxt, buffer->data))) dropBuffer(pctxt);
   rtxFreeRegexpCache(pctxt);
+  endCapture(pctxt);
   rtxStackInit(pctxt, &pctxt->containerStack);
   pctxt->pSecurity = nullptr;
   pctxt->pBitFldList = nullptr;
@@ -177,6 +225,10 @@ void rtxMemFree(RtxContext* pctxt)
 void rtxMemReset(RtxContext* pctxt)
 {
   rtxErrReset(pctxt);
+  // Nothing may lead to what the next job overwrites. What lies elsewhere stays for it.
+  if (pctxt->buffer.dynamic && heapHolds(pctxt, pctxt->buffer.data)) forgetBuffer(&pctxt->buffer);
+  if (heapHolds(pctxt, pctxt->pSecurity)) pctxt->pSecurity = nullptr;
+  emptyTrace(pctxt);
   rtxMemHeapReset(&pctxt->pMemHeap);
 }
 
@@ -189,6 +241,7 @@ void rtxFreeContext(RtxContext* pctxt)
   rtxStreamRelease(pctxt);
   rtxPrintStreamRelease(pctxt);
   if (pctxt->buffer.dynamic && pctxt->buffer.data != nullptr) dropBuffer(pctxt);
+  rtxErrResetErrInfo(pctxt); // A stream may have failed to close.
   rtxMemHeapRelease(&pctxt->pMemHeap);
   if (pctxt->pFreeHook != nullptr)
     pctxt->pFreeHook(pctxt);

@@ -41,9 +41,11 @@ VELNOR_API int rtxInitContextBuffer(RtxContext* pctxt, uint8_t* bufaddr, size_t 
 /** Primes a coding job: the same, and coding then runs in the buffer alone, whatever stream is attached. */
 VELNOR_API int rtxCtxtSetBufPtr(RtxContext* pctxt, uint8_t* bufaddr, size_t bufsize);
 
-/** Releases all that the current job allocated and gives the storage back; the context stays. */
+/** Releases all that the current job allocated and gives the storage back; the context stays. A buffer that the run-time
+ *  owns goes as well, with what a stream has read ahead or not yet written; so do security state and bit trace. */
 VELNOR_API void rtxMemFree(RtxContext* pctxt);
-/** Releases all that the current job allocated but keeps the storage for the next job. */
+/** Releases all that the current job allocated but keeps the storage for the next job. Buffer, security state and bit
+ *  trace go with it where they lie in the context's heap. */
 VELNOR_API void rtxMemReset(RtxContext* pctxt);
 /** Ends the context and all that hangs on it; the record itself stays the caller's. */
 VELNOR_API void rtxFreeContext(RtxContext* pctxt);

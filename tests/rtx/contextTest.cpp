@@ -167,10 +167,13 @@ void runJob(RtxContext* ctxt, RtxContext* other, bool release)
   EXPECT_EQ(status == 0 ? before : 0U, rtxErrGetErrorCnt(other));
   status = rtxErrAppend(ctxt, ctxt);
   EXPECT_TRUE(status == 0 ? rtxErrGetErrorCnt(ctxt) == 2 * before : status == RTX_E_NO_MEMORY);
+  ctxt->pSecurity = reinterpret_cast<Rtx3gppSecContext*>(rtxMemHeapAlloc(&ctxt->pMemHeap, 8));
   release ? rtxMemFree(ctxt) : rtxMemReset(ctxt);
   EXPECT_EQ(0, rtxErrGetStatus(ctxt) + ctxt->reservedErr.parmcount);
   EXPECT_EQ("", namesOf(*ctxt));
-  EXPECT_TRUE(!release || (rtxMemHeapIsEmpty(&ctxt->pMemHeap) && ctxt->buffer.data == nullptr));
+  EXPECT_EQ(nullptr, ctxt->pSecurity);
+  EXPECT_TRUE(ctxt->buffer.data == nullptr && ctxt->buffer.size == 0) << "no coder may write there";
+  EXPECT_TRUE(!release || rtxMemHeapIsEmpty(&ctxt->pMemHeap));
 }
 
 TEST(Context, SurvivesEveryRefusedAllocation)

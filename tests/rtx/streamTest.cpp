@@ -12,6 +12,7 @@
 #include "velnor3gpp/rtxBitEncode.h"
 #include "velnor3gpp/rtxCheckBuffer.h"
 #include "velnor3gpp/rtxContainer.h"
+#include "velnor3gpp/rtxDiagBitTrace.h"
 #include "velnor3gpp/rtxMemBuf.h"
 #include "velnor3gpp/rtxStatus.h"
 #include "velnor3gpp/rtxStreamFile.h"
@@ -310,6 +311,22 @@ struct Open {
   }
 };
 
+// What a job hung on the stream in the heap, the end of the job takes off: 0 if the stream then reads on without it.
+int readsOn(RtxContext* pctxt, void (*end)(RtxContext*))
+{
+  size_t before = 0;
+  Open::trickle(pctxt);
+  EXPECT_EQ(all({rtxDiagCtxtBitFieldListInit(pctxt), rtxDecBit(pctxt, gOctets)}), 0);
+  EXPECT_NE(rtxStreamGetCapture(pctxt), nullptr);
+  end(pctxt);
+  const bool off = pctxt->pBitFldList == nullptr && rtxStreamGetCapture(pctxt) == nullptr;
+  pctxt->buffer.bitOffset = 8;
+  before = rtxCtxtGetBitOffset(pctxt);
+  pctxt->pStream->endOffset = SIZE_MAX;
+  const int status = rtxReadBytes(pctxt, gOctets, 20);
+  return off && rtxCtxtGetBitOffset(pctxt) == before + 160 ? status : RTX_E_GENERAL;
+}
+
 const struct {
   int (*call)(RtxContext*);
   int status;
@@ -330,6 +347,10 @@ const struct {
     {[](RtxContext* c) { return Open::full(c), rtxEncBits(c, 1, 8), rtxStreamFlush(c); }, RTX_E_WRITE},
     {[](RtxContext* c) { return Open::full(c), rtxWriteBytes(c, gOctets, sizeof gOctets); }, RTX_E_WRITE},
     {[](RtxContext* c) { return Open::full(c), rtxEncBits(c, 1, 3), rtxStreamClose(c); }, RTX_E_WRITE},
+    {[](RtxContext* c) { return Open::full(c), rtxEncBit(c, 1), rtxMemFree(c), rtxEncBits(c, 1, 30); }, 0},
+    {[](RtxContext* c) { return Open::full(c), rtxEncBit(c, 1), rtxFreeContext(c), rtxErrGetStatus(c); }, 0},
+    {[](RtxContext* c) { return readsOn(c, rtxMemFree); }, 0},
+    {[](RtxContext* c) { return readsOn(c, rtxMemReset); }, 0},
     {[](RtxContext* c) { return Open::directory(c), rtxDecBit(c, gOctets); }, RTX_E_READ},
     {[](RtxContext* c) { return Open::pipe(c), rtxStreamMark(c, 10); }, RTX_E_READ},
     {[](RtxContext* c) { return rtxStreamMemoryCreateWriter(c, gOctets, 4), rtxStreamWrite(c, gOctets, 5); },
