@@ -2,6 +2,7 @@
 
 #include "rtxsrc/rtxReport.h"
 #include "rtxsrc/rtxStreamInternal.h"
+#include "rtxsrc/rtxStreamTest.h"
 #include "velnor3gpp/rtxCheckBuffer.h"
 #include "velnor3gpp/rtxContext.h"
 #include "velnor3gpp/rtxError.h"
@@ -124,12 +125,17 @@ int rtxStreamWrite(RtxContext* pctxt, const uint8_t* data, size_t count)
   if (!rtxStreamIsWritable(pctxt) || pStream->write == nullptr) {
     return rtxErrSetNewData(pctxt, RTX_E_NO_CONTEXT, kModule, __LINE__);
   }
-  const uint8_t* octets = data != nullptr ? data : pctxt->buffer.data + pctxt->buffer.byteIndex;
+  const uint8_t* octets = data;
+  size_t known = count;
+  if (data == nullptr) { // The kind knows where they are; the buffer shows what it has of them.
+    known = count < rtxBufferLeft(pctxt) ? count : rtxBufferLeft(pctxt);
+    octets = known > 0 ? pctxt->buffer.data + pctxt->buffer.byteIndex : nullptr;
+  }
   int status = pStream->write(pStream, data, count);
   if (status < 0) return rtxReport(pctxt, status, kModule, __LINE__);
   pStream->ioBytes += count;
   pStream->bytesProcessed += static_cast<size_t>(status);
-  return rtxStreamCapture(pctxt, octets, count);
+  return rtxStreamCapture(pctxt, octets, known);
 }
 
 int rtxStreamFlush(RtxContext* pctxt)
