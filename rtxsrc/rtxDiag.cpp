@@ -91,7 +91,9 @@ void rtxDiagStreamHexDump(RtxContext* pctxt, const uint8_t* data, size_t size)
 
 void rtxDiagPrintChars(RtxContext* pctxt, const char* data, size_t size)
 {
-  if (rtxDiagEnabled(pctxt)) (void)printf("%.*s\n", static_cast<int>(size), data);
+  if (!rtxDiagEnabled(pctxt)) return;
+  if (size > 0) (void)fwrite(data, 1, size, stdout);
+  (void)putchar('\n');
 }
 
 // A heap string of that many characters, or null.

@@ -187,7 +187,8 @@ TEST_F(Diag, OctetsCharactersAndBits)
   rtxSetDiag(&ctxt, 1);
   std::string dump = "5a 80" + std::string(43, ' ') + " Z.\n";
   EXPECT_EQ(viaCallback(all), dump + "abc bits: 110101");
-  EXPECT_EQ(viaStdout([&] { rtxDiagHexDump(&ctxt, data, 2), rtxDiagPrintChars(&ctxt, "abcd", 3); }), dump + "abc\n");
+  EXPECT_EQ(viaStdout([&] { rtxDiagHexDump(&ctxt, data, 2), rtxDiagPrintChars(&ctxt, "ab\0d", 4); }),
+            dump + std::string("ab\0d\n", 5));
 }
 
 // Characters print singly, bits report, and a stream is not set.
