@@ -11,8 +11,9 @@ void clearBlock(RtxMemBlock* block)
 {
   const unsigned nunits = block->nunits;
   const unsigned size = nunits - kMemFirstElem;
+  const bool asReset = block->maxFreeElem == size && block->freeElemOff == nunits - 1;
   const RtxMemElem& first = *rtxMemElemAt(block, kMemFirstElem);
-  if ((first.flags & kMemElemFree) != 0 && rtxMemFreeSizeAt(block, nunits - 1) == size) return;
+  if (asReset && (first.flags & kMemElemFree) != 0 && rtxMemFreeSizeAt(block, nunits - 1) == size) return;
   rtxMemSetElem(rtxMemElemAt(block, kMemFirstElem), size, 1, kMemFirstElem, kMemElemFree, 0);
   rtxMemElemAt(block, nunits)->prevOff = static_cast<uint16_t>(size);
   block->maxFreeElem = static_cast<uint16_t>(size);
