@@ -77,9 +77,13 @@ int rtxMemBufPreAllocate(RtxMemBuf* pMemBuf, size_t nbytes)
 
 int rtxMemBufAppend(RtxMemBuf* pMemBuf, const void* data, size_t nbytes)
 {
+  // Octets of the buffer itself move with it.
+  const uintptr_t at = reinterpret_cast<uintptr_t>(data) - reinterpret_cast<uintptr_t>(pMemBuf->buffer);
+  const bool own = pMemBuf->buffer != nullptr && at < pMemBuf->bufsize;
   const int status = rtxMemBufPreAllocate(pMemBuf, nbytes);
   if (status < 0) return status;
-  if (nbytes != 0) memcpy(pMemBuf->buffer + pMemBuf->usedcnt, data, nbytes);
+  if (own) data = pMemBuf->buffer + at;
+  if (nbytes != 0) memmove(pMemBuf->buffer + pMemBuf->usedcnt, data, nbytes);
   pMemBuf->usedcnt += nbytes;
   return 0;
 }

@@ -303,6 +303,9 @@ TEST_F(Containers, MemBufGrowsCutsAndTrims)
     EXPECT_EQ(rtxMemBufGetData(&buf, &length)[0] + length, 'b' + 12);
     rtxMemBufReset(&buf);
     EXPECT_EQ(rtxMemBufPreAllocate(&buf, 32), 0);
+    rtxMemBufSetExpandable(&buf, 1);
+    EXPECT_EQ(all({rtxMemBufSet(&buf, 'o', 32), rtxMemBufAppend(&buf, buf.buffer, 32)}), 0) << "of itself, as it grows";
+    EXPECT_EQ(textOf(buf), std::string(64, 'o'));
     rtxMemBufFree(&buf);
   }
   alignas(8) uint8_t memory[40];
