@@ -199,7 +199,7 @@ int rtxErrAddErrorTableEntry(const char* const* table, int32_t first, int32_t bo
 {
   for (int i = 0; i < gTableCount; i++)
     if (gTables[i].rows == table) return 0;
-  if (gTableCount >= RTX_ERR_MAX_TABLES) return 0;
+  if (table == nullptr || gTableCount >= RTX_ERR_MAX_TABLES) return 0;
   gTables[gTableCount++] = {table, first, bound};
   return 1;
 }

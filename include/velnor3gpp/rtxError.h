@@ -83,7 +83,7 @@ VELNOR_API int rtxErrAppend(RtxContext* pdst, const RtxContext* psrc);
 /** Registers the run-time's messages; every context set-up does. */
 VELNOR_API void rtxErrInit(void);
 /** Registers a table of templates for the statuses from `first` down to `bound` + 1; it must have a row, or null, for
- *  each and live on. Returns 0 if RTX_ERR_MAX_TABLES stand or the table is registered already, else 1. */
+ *  each and live on. Returns 0 for null, if RTX_ERR_MAX_TABLES stand or the table is registered already, else 1. */
 VELNOR_API int rtxErrAddErrorTableEntry(const char* const* table, int32_t first, int32_t bound);
 
 /** Writes the words of one record, cut to `bufsize` octets with the terminator. A record of RTX_E_MULTIPLE leaves `buf`
