@@ -9,28 +9,13 @@
 #include <vector>
 
 #include "rt3gppsrc/engine/l3Engine.h"
+#include "tests/octets.h"
 #include "tests/printed.h"
 #include "velnor3gpp/rt3gppNasSec.h"
 #include "velnor3gpp/rtxContainer.h"
 #include "velnor3gpp/rtxDiagBitTrace.h"
 #include "velnor3gpp/rtxError.h"
 #include "velnor3gpp/rtxMemHeap.h"
-
-using Octets = std::vector<uint8_t>;
-
-inline Octets octetsOfHex(const std::string& hex)
-{
-  Octets octets;
-  for (size_t i = 0; i + 1 < hex.size(); i += 2) octets.push_back(uint8_t(std::stoul(hex.substr(i, 2), nullptr, 16)));
-  return octets;
-}
-
-inline std::string hexText(const Octets& octets)
-{
-  std::string text;
-  for (uint8_t octet : octets) text += {"0123456789ABCDEF"[octet >> 4], "0123456789ABCDEF"[octet & 15]};
-  return text;
-}
 
 // What a caller brings along.
 struct Setting {

@@ -5,8 +5,7 @@
 
 #include <type_traits>
 
-#include "bench.h"
-#include "velnor3gpp/rtxCheckBuffer.h"
+#include "tests/bench.h"
 #include "velnor3gpp/rtxStatus.h"
 
 namespace {
@@ -84,47 +83,6 @@ TEST(BitDecode, NumbersAndStringsAtAllPhasesAndEnds)
   }
 }
 
-TEST(BitDecode, WidthsNullTargetsAndHugeCounts)
-{
-  constexpr size_t kBehind = SIZE_MAX; // anywhere behind the input, where nothing is read any more
-  static uint8_t target[2];
-  const struct {
-    int (*call)(RtxContext*);
-    int status;
-    size_t to; // from bit 12 on
-  } rows[] = {
-      {[](RtxContext* c) { return rtxDecBits(c, nullptr, 33); }, RTX_E_TOO_BIG, 12},
-      {[](RtxContext* c) { return rtxDecBitsToUInt16(c, nullptr, 17); }, RTX_E_TOO_BIG, 12},
-      {[](RtxContext* c) { return rtxDecBitsToUInt64(c, nullptr, 65); }, RTX_E_TOO_BIG, 12},
-      {[](RtxContext* c) { return rtxDecBitsToByte(c, target, 9); }, RTX_E_TOO_BIG, 12},
-      {[](RtxContext* c) { return rtxPeekBits(c, nullptr, 33); }, RTX_E_TOO_BIG, 12},
-      {[](RtxContext* c) { return rtxDecBitsToByteArray(c, target, 1, 12); }, RTX_E_STRING_TOO_LONG, 12},
-      {[](RtxContext* c) { return rtxReadBytesSafe(c, target, 1, 2); }, RTX_E_ENCODE_OVERFLOW, 12},
-      {[](RtxContext* c) { return rtxDecBitsToByteArray(c, nullptr, 0, 50); }, 0, 62},
-      {[](RtxContext* c) { return rtxReadBytes(c, nullptr, 2); }, 0, 28},
-      {[](RtxContext* c) { return rtxMoveBitCursor(c, -12); }, 0, 0},
-      {[](RtxContext* c) { return rtxMoveBitCursor(c, -13); }, RTX_E_END_OF_BUFFER, 12},
-      {[](RtxContext* c) { return rtxSkipBits(c, 148); }, 0, 160},
-      {[](RtxContext* c) { return rtxMoveBitCursor(c, 149); }, RTX_E_END_OF_BUFFER, kBehind},
-      {[](RtxContext* c) { return rtxSkipBytes(c, 19); }, RTX_E_END_OF_BUFFER, kBehind},
-      {[](RtxContext* c) { return rtxReadBytes(c, nullptr, 20); }, RTX_E_END_OF_BUFFER, 12},
-      {[](RtxContext* c) { return rtxDecBitsToByteArray(c, nullptr, 0, SIZE_MAX); }, RTX_E_END_OF_BUFFER, kBehind},
-      {[](RtxContext* c) { return rtxSkipBytes(c, SIZE_MAX); }, RTX_E_END_OF_BUFFER, kBehind},
-      {[](RtxContext* c) { return rtxCheckInputBuffer(c, SIZE_MAX); }, RTX_E_END_OF_BUFFER, 12},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(&row - rows);
-    Octets octets(20, 0x5A);
-    Bench bench(octets);
-    bench.moveTo(12);
-    EXPECT_EQ(row.call(&bench), row.status);
-    if (row.to != kBehind) EXPECT_EQ(bench.at(), row.to);
-    if (row.to != kBehind) continue;
-    for (int status : {rtxDecBit(&bench, nullptr), rtxDecBits(&bench, nullptr, 9), rtxReadBytes(&bench, nullptr, 1)})
-      EXPECT_EQ(status, RTX_E_END_OF_BUFFER);
-  }
-}
-
 // Of an unsigned number one octet may be too many, if it is zero.
 template <class T>
 void readWhole(Bench& bench, const Bits& bits, size_t at, size_t n, int (*read)(RtxContext*, T*, size_t))
@@ -182,7 +140,7 @@ TEST(BitDecode, LooksAheadLeaveTheCursor)
     EXPECT_EQ(count, std::min<size_t>(3, 5 - at / 8));
     EXPECT_EQ(bench.at(), at);
     EXPECT_EQ(rtxReadBytesDynamic(&bench, &place, 2, &allocated), at < 32 ? 0 : RTX_E_END_OF_BUFFER);
-    EXPECT_EQ(place, at < 32 ? octets.data() + at / 8 : nullptr) << "in place";
+    EXPECT_EQ(place, at < 32 ? bench.data.data() + at / 8 : nullptr) << "in place";
     EXPECT_EQ(allocated, 0);
   }
 }

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "bench.h"
+#include "tests/bench.h"
 #include "velnor3gpp/rtxStatus.h"
 
 TEST(Container, RegionsAgreeWithPositions)

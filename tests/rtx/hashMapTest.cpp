@@ -6,7 +6,7 @@
 #include <map>
 #include <string>
 
-#include "bench.h"
+#include "tests/bench.h"
 #include "velnor3gpp/rtxHashMapStr2Int.h"
 #include "velnor3gpp/rtxHashMapStr2UInt.h"
 #include "velnor3gpp/rtxStatus.h"

@@ -1,6 +1,6 @@
 // Long random jobs: every element keeps its contents, and the heap is sound all the way.
-#include "bench.h"
 #include "heapBench.h"
+#include "tests/bench.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <sstream>
 #include <vector>
 
-#include "bench.h"
+#include "tests/bench.h"
 #include "velnor3gpp/rtxStatus.h"
 
 namespace {

@@ -6,7 +6,7 @@
 #include <functional>
 #include <string>
 
-#include "bench.h"
+#include "tests/bench.h"
 #include "velnor3gpp/rtxMemBuf.h"
 #include "velnor3gpp/rtxStatus.h"
 #include "velnor3gpp/rtxStream.h"

@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <functional>
 
-#include "bench.h"
+#include "tests/bench.h"
 #include "velnor3gpp/rtxBitDecode.h"
 #include "velnor3gpp/rtxBitEncode.h"
 #include "velnor3gpp/rtxCheckBuffer.h"

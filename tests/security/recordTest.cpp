@@ -7,8 +7,8 @@
 
 namespace {
 
-const Octets kKeyA = fromHex("2b7e151628aed2a6abf7158809cf4f3c");
-const Octets kKeyB = fromHex("d3c5d592327fb11c4035c6680af8c6d1");
+const Octets kKeyA = octetsOfHex("2b7e151628aed2a6abf7158809cf4f3c");
+const Octets kKeyB = octetsOfHex("d3c5d592327fb11c4035c6680af8c6d1");
 
 struct NasSecurity : testing::Test {
   SecureContext ctxt;
@@ -19,40 +19,40 @@ struct NasSecurity : testing::Test {
   std::string told(int status)
   {
     if (status == 0) return "0";
-    const auto& info = *static_cast<RtxErrInfo*>(ctxt->errInfo.tail->data);
+    const auto& info = *static_cast<RtxErrInfo*>(ctxt.errInfo.tail->data);
     std::string text = std::to_string(info.status);
     EXPECT_TRUE(status == info.status || status == RTX_E_MULTIPLE) << status;
     for (int i = 0; i < info.parmcount; i++) text += std::string(" ") + info.parms[i];
-    rtxErrReset(ctxt);
+    rtxErrReset(&ctxt);
     return text;
   }
   std::string assign(uint32_t integrityAlg, uint32_t cipherAlg)
   {
-    return told(rtx3gppAssignAlgorithmKeys(ctxt, kKeyA.data(), kKeyB.data(), integrityAlg, cipherAlg));
+    return told(rtx3gppAssignAlgorithmKeys(&ctxt, kKeyA.data(), kKeyB.data(), integrityAlg, cipherAlg));
   }
-  std::string code(size_t length = 3) { return told(rtx3gppComputeMAC(ctxt, kKeyA.data(), length, &mac)); }
-  std::string cipher(Octets& octets) { return told(rtx3gppCipher(ctxt, octets.data(), octets.size())); }
+  std::string code(size_t length = 3) { return told(rtx3gppComputeMAC(&ctxt, kKeyA.data(), length, &mac)); }
+  std::string cipher(Octets& octets) { return told(rtx3gppCipher(&ctxt, octets.data(), octets.size())); }
 };
 
 TEST_F(NasSecurity, NullAlgorithmsTakeNoMemoryAndWithoutARecordEveryServiceFails)
 {
-  EXPECT_EQ(0u, ctxt->pSecurity->count + ctxt->pSecurity->bearer + ctxt->pSecurity->direction);
-  EXPECT_EQ(0, rtx3gppComputeMAC(ctxt, nullptr, UINT64_MAX, &mac));
+  EXPECT_EQ(0u, ctxt.pSecurity->count + ctxt.pSecurity->bearer + ctxt.pSecurity->direction);
+  EXPECT_EQ(0, rtx3gppComputeMAC(&ctxt, nullptr, UINT64_MAX, &mac));
   EXPECT_EQ(0u, mac);
   EXPECT_EQ("0", cipher(data));
   EXPECT_EQ(kKeyA, data);
-  rtx3gppSecFree(ctxt);
-  EXPECT_EQ(nullptr, ctxt->pSecurity);
+  rtx3gppSecFree(&ctxt);
+  EXPECT_EQ(nullptr, ctxt.pSecurity);
   EXPECT_EQ("-71", assign(0, 0));
   EXPECT_EQ("-71", cipher(none)); // before the length is looked at
   EXPECT_EQ("-71", code());
-  rtx3gppSecFree(ctxt);
+  rtx3gppSecFree(&ctxt);
   EXPECT_EQ("-71", told(RTX_E_NO_SECURITY));
 }
 
 TEST_F(NasSecurity, OtherAlgorithmsAreRefusedByTheirWord)
 {
-  Rtx3gppSecContext* sec = ctxt->pSecurity;
+  Rtx3gppSecContext* sec = ctxt.pSecurity;
   for (uint32_t alg : {1u, 3u, 4294967295u}) {
     EXPECT_EQ("-60 integrity algorithm " + std::to_string(alg), assign(alg, alg));
     EXPECT_EQ("-60 cipher algorithm " + std::to_string(alg), assign(0, alg));
@@ -63,14 +63,14 @@ TEST_F(NasSecurity, OtherAlgorithmsAreRefusedByTheirWord)
   EXPECT_EQ("-60 integrity algorithm 3", code());
   EXPECT_EQ("-60 encryption algorithm 3", cipher(data));
   EXPECT_EQ("0", cipher(none)); // no octets: the algorithm does not matter
-  EXPECT_EQ(RTX_E_NOT_SUPPORTED, rtx3gppComputeMAC(ctxt, kKeyA.data(), 3, &mac));
-  EXPECT_EQ(RTX_E_MULTIPLE, rtx3gppCipher(ctxt, data.data(), data.size())); // a new record each
+  EXPECT_EQ(RTX_E_NOT_SUPPORTED, rtx3gppComputeMAC(&ctxt, kKeyA.data(), 3, &mac));
+  EXPECT_EQ(RTX_E_MULTIPLE, rtx3gppCipher(&ctxt, data.data(), data.size())); // a new record each
 }
 
 TEST_F(NasSecurity, ReassignmentWipesWhatTheNewAlgorithmsDoNotNeed)
 {
   ASSERT_EQ("0", assign(2, 2));
-  Rtx3gppSecContext* sec = ctxt->pSecurity;
+  Rtx3gppSecContext* sec = ctxt.pSecurity;
   const uint8_t* subkeys = sec->cmacSubkeys;
   const uint32_t* schedules = sec->keySchedules;
   ASSERT_EQ("0", assign(0, 2));
@@ -86,16 +86,16 @@ TEST_F(NasSecurity, RefusedReassignmentEndsTheKeyedState)
 {
   ASSERT_EQ("0", assign(2, 2));
   EXPECT_EQ("-60 integrity algorithm 1", assign(1, 2));
-  EXPECT_EQ(2u, ctxt->pSecurity->integrityAlg);
+  EXPECT_EQ(2u, ctxt.pSecurity->integrityAlg);
   EXPECT_EQ("-47 cmacSubkeys", code());
   EXPECT_EQ("0", cipher(data)); // its schedule is untouched
   EXPECT_EQ("-60 cipher algorithm 1", assign(0, 1));
   EXPECT_EQ("-47 keySchedules", cipher(data));
   EXPECT_EQ("0", assign(2, 2)); // and a good one begins it anew
   EXPECT_EQ("0", code());
-  EXPECT_EQ(RTX_E_NO_MEMORY, rtx3gppComputeMAC(ctxt, kKeyA.data(), UINT64_MAX - 3, &mac));
-  EXPECT_EQ(0, rtx3gppSecInitialize(ctxt)); // a fresh record replaces the old one
-  EXPECT_EQ(nullptr, ctxt->pSecurity->keySchedules);
+  EXPECT_EQ(RTX_E_NO_MEMORY, rtx3gppComputeMAC(&ctxt, kKeyA.data(), UINT64_MAX - 3, &mac));
+  EXPECT_EQ(0, rtx3gppSecInitialize(&ctxt)); // a fresh record replaces the old one
+  EXPECT_EQ(nullptr, ctxt.pSecurity->keySchedules);
 }
 
 // ---- A heap whose system memory the test owns ----

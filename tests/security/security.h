@@ -6,15 +6,14 @@
 #include <functional>
 
 #include "rt3gppsrc/rt3gppCrypto.h"
-#include "tests/context.h"
+#include "tests/bench.h"
 #include "velnor3gpp/rt3gppNasSec.h"
 
-struct SecureContext : TestContext {
-  SecureContext() { EXPECT_EQ(0, rtx3gppSecInitialize(*this)); }
+struct SecureContext : Bench {
+  SecureContext() { EXPECT_EQ(0, rtx3gppSecInitialize(this)); }
   void set(uint32_t count, uint8_t bearer, uint8_t direction)
   {
-    Rtx3gppSecContext& security = *(*this)->pSecurity;
-    security.count = count, security.bearer = bearer, security.direction = direction;
+    pSecurity->count = count, pSecurity->bearer = bearer, pSecurity->direction = direction;
   }
 };
 

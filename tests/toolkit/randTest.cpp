@@ -5,7 +5,7 @@
 #include <cstring>
 #include <set>
 
-#include "tests/context.h"
+#include "tests/bench.h"
 #include "velnor3gpp/rtxRand.h"
 
 namespace {
@@ -37,27 +37,27 @@ TEST(Random, NumbersKeepTheirBoundsAndReachThem)
 
 TEST(Random, StringsKeepLengthAndAlphabet)
 {
-  TestContext ctxt;
+  Bench ctxt;
   rtxRandInit(3);
   for (int i = 0; i < 200; i++) {
-    const char* text = rtxRandString(ctxt, 2, 5, "xy");
+    const char* text = rtxRandString(&ctxt, 2, 5, "xy");
     ASSERT_TRUE(text && strlen(text) >= 2 && strlen(text) <= 5);
     EXPECT_EQ(strspn(text, "xy"), strlen(text));
-    for (const char* c = rtxRandString(ctxt, 5, 5, ""); *c; c++) EXPECT_TRUE(isalnum(*c));
-    for (const char* c = rtxRandUnicodeString(ctxt, 5, 5, nullptr); *c; c++) {
+    for (const char* c = rtxRandString(&ctxt, 5, 5, ""); *c; c++) EXPECT_TRUE(isalnum(*c));
+    for (const char* c = rtxRandUnicodeString(&ctxt, 5, 5, nullptr); *c; c++) {
       uint8_t octet = uint8_t(*c);
       EXPECT_TRUE((octet >= 32 && octet <= 126) || octet >= 161) << int(octet);
     }
   }
-  EXPECT_EQ(rtxRandString(ctxt, 0, 0, nullptr), nullptr);
-  EXPECT_EQ(rtxRandString(ctxt, 3, 2, nullptr), nullptr);
+  EXPECT_EQ(rtxRandString(&ctxt, 0, 0, nullptr), nullptr);
+  EXPECT_EQ(rtxRandString(&ctxt, 3, 2, nullptr), nullptr);
   RtxDynOctStr value;
-  ASSERT_EQ(rtxRandOctetString(ctxt, &value, 3, 9), 0);
+  ASSERT_EQ(rtxRandOctetString(&ctxt, &value, 3, 9), 0);
   EXPECT_TRUE(value.data && value.numocts >= 3 && value.numocts <= 9);
-  ASSERT_EQ(rtxRandOctetString(ctxt, &value, 9, 3), 0);
+  ASSERT_EQ(rtxRandOctetString(&ctxt, &value, 9, 3), 0);
   EXPECT_TRUE(!value.data && value.numocts == 0);
-  EXPECT_EQ(rtxRandOctetString(ctxt, &value, 0, size_t{UINT32_MAX} + 1), -1);
-  EXPECT_EQ(rtxRandOctetString(ctxt, nullptr, 0, 1), 0);
+  EXPECT_EQ(rtxRandOctetString(&ctxt, &value, 0, size_t{UINT32_MAX} + 1), -1);
+  EXPECT_EQ(rtxRandOctetString(&ctxt, nullptr, 0, 1), 0);
 }
 
 TEST(Random, DatesHaveTheirOddFebruary)

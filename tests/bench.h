@@ -1,20 +1,16 @@
-/**
- * @file bench.h
- * What the run-time's tests work with: an allocator that refuses chosen calls and counts what is not given back, a
- * context that cleans up after itself, and a naive model of a bit string that knows nothing of octets.
- */
-#ifndef VELNOR3GPP_TESTS_RTX_BENCH_H
-#define VELNOR3GPP_TESTS_RTX_BENCH_H
+// What the tests of the run-time and the toolkit work with: an allocator that refuses chosen calls and counts what is
+// not given back, a context that owns its octets and cleans up after itself, and a naive model of a bit string that
+// knows nothing of octets.
+#pragma once
 
 #include <cstdint>
 #include <cstdlib>
 #include <random>
 #include <vector>
 
+#include "tests/octets.h"
 #include "velnor3gpp/rtxContext.h"
 #include "velnor3gpp/rtxError.h"
-
-using Octets = std::vector<uint8_t>;
 
 namespace failing {
 
@@ -53,9 +49,16 @@ inline void freeFunc(void* ptr)
 
 } // namespace failing
 
+// Owns exactly the octets that it reads or writes, so that a sanitizer sees any access beyond them.
 struct Bench : RtxContext {
+  Octets data;
+
   Bench() { rtxInitContextExt(this, failing::mallocFunc, failing::reallocFunc, failing::freeFunc); }
-  explicit Bench(const Octets& octets) : Bench() { bind(octets); }
+  explicit Bench(const Octets& octets, size_t bit = 0) : Bench()
+  {
+    bind(octets);
+    moveTo(bit);
+  }
   ~Bench()
   {
     failing::allow(-1);
@@ -63,7 +66,12 @@ struct Bench : RtxContext {
   }
   Bench(const Bench&) = delete;
 
-  void bind(const Octets& octets) { rtxCtxtSetBufPtr(this, const_cast<uint8_t*>(octets.data()), octets.size()); }
+  void bind(const Octets& octets)
+  {
+    static uint8_t none; // a null pointer would ask for a buffer
+    data = octets;
+    rtxCtxtSetBufPtr(this, data.empty() ? &none : data.data(), data.size());
+  }
   size_t at() const { return buffer.byteIndex * 8 + 8 - static_cast<size_t>(buffer.bitOffset); }
   void moveTo(size_t bit)
   {
@@ -71,17 +79,17 @@ struct Bench : RtxContext {
     buffer.bitOffset = static_cast<int16_t>(8 - bit % 8);
   }
   RtxErrInfo* lastError() { return errInfo.tail != nullptr ? static_cast<RtxErrInfo*>(errInfo.tail->data) : nullptr; }
-  /** The status, with the error records dropped. */
+  // The status, with the error records dropped.
   int told(int64_t status)
   {
     rtxErrReset(this);
     return static_cast<int>(status);
   }
-  /** Stack levels of the last error record, 0 without one; drops the records. */
+  // Stack levels of the last error record, 0 without one; drops the records.
   int takeLevels() { return told(lastError() != nullptr ? lastError()->stkx : 0); }
 };
 
-/** Bits of octets, the first bit first. */
+// Bits of octets, the first bit first.
 struct Bits : std::vector<bool> {
   Bits() = default;
   explicit Bits(const Octets& octets)
@@ -104,7 +112,7 @@ struct Bits : std::vector<bool> {
     for (size_t i = 0; i < nbits; ++i) value = value * 2 + (*this)[from + i];
     return value;
   }
-  /** The bits as octets, the last one filled with zeros. */
+  // The bits as octets, the last one filled with zeros.
   Octets octets() const
   {
     Octets result((size() + 7) / 8);
@@ -113,7 +121,7 @@ struct Bits : std::vector<bool> {
   }
 };
 
-/** The first of the statuses of calls in a row that is not 0. */
+// The first of the statuses of calls in a row that is not 0.
 inline int all(std::initializer_list<int64_t> statuses)
 {
   for (int64_t status : statuses)
@@ -132,5 +140,3 @@ inline Octets randomOctets(std::mt19937& random, size_t count)
   for (uint8_t& octet : octets) octet = static_cast<uint8_t>(random());
   return octets;
 }
-
-#endif

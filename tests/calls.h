@@ -1,0 +1,254 @@
+// Calls of the library written as text, a line for each:
+//
+//   context function arguments = result
+//
+// The context is its octets in hexadecimal: "-" is none, "D4*32" an octet 32 times, ">16" a buffer of 16 octets that
+// grows. With "+12" behind them it stands at a bit, with "~" they are tried at each bit of an octet; "&" goes on with
+// the context of the line before. Arguments are numbers, "characters" with others as \x and two digits, octets, `null`,
+// and names of values that the test has. One that the function fills is told by its size in octets, 8:"ab" with
+// something in it.
+//
+// The result is the status or the text, then what the call changed: the bit where the context stands, counted from its
+// first, with the octets up to there, and what was filled. There a question mark, 3F, is what nobody touched. A text of
+// several lines stands below, each behind "|".
+//
+// Each context is gone through again with each of its allocations refused: the first call to end otherwise must say so,
+// and nothing may be left over.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <functional>
+#include <list>
+#include <map>
+#include <regex>
+
+#include "tests/bench.h"
+#include "velnor3gpp/rtxStatus.h"
+
+namespace calls {
+
+using Names = std::map<std::string, const void*>;
+
+// Characters as they stand, others as \x and two hexadecimal digits.
+inline std::string quoted(const std::string& characters)
+{
+  std::string text;
+  for (char c : characters)
+    text += c >= ' ' && c <= '~' && c != '"' && c != '\\' ? std::string(1, c) : "\\x" + hexText({uint8_t(c)});
+  return '"' + text + '"';
+}
+
+// Zero-ended.
+inline Octets unquoted(const std::string& token)
+{
+  Octets characters;
+  for (size_t i = 1; i + 1 < token.size(); ++i) {
+    bool coded = token[i] == '\\';
+    characters.push_back(coded ? octetsOfHex(token.substr(i + 2, 2))[0] : uint8_t(token[i]));
+    if (coded) i += 3;
+  }
+  characters.push_back(0);
+  return characters;
+}
+
+inline Octets octetsOf(const std::string& token)
+{
+  size_t star = token.find('*');
+  Octets unit = octetsOfHex(token.substr(0, star)), octets;
+  for (size_t times = star == std::string::npos ? 1 : std::stoul(token.substr(star + 1)); times > 0; --times)
+    octets.insert(octets.end(), unit.begin(), unit.end());
+  return octets;
+}
+
+// What the lines on one context share. `memory` has pieces of exact size, so that a sanitizer sees their ends.
+struct Scene {
+  const Names& names;
+  Bench bench;
+  size_t start = 0; // bit
+  std::list<Octets> memory;
+};
+
+// A call on its way: the arguments to take from its line, and what is to be told of it.
+struct Call {
+  Scene& scene;
+  std::sregex_iterator next;
+  std::string function = next++->str();
+  bool onContext = false, isStatus = false, failed = false;
+  bool isFree = function.starts_with("rtxErr"); // of counting records, and of telling a refusal
+  std::vector<std::function<std::string()>> filled = {};
+
+  template <class T> T* room(const std::string& token)
+  {
+    size_t colon = token.find(':'), size = std::stoul(token);
+    Octets held = colon == std::string::npos ? Octets() : unquoted(token.substr(colon + 1));
+    held.resize(size, '?');
+    Octets* room = &scene.memory.emplace_back(held);
+    T* first = reinterpret_cast<T*>(room->data());
+    if constexpr (std::is_same_v<T, char>)
+      filled.push_back([=] { return quoted(std::string(first, size)); });
+    else if constexpr (sizeof(T) > 1) // as a number is written, the highest octet first
+      filled.push_back([=] { return hexText(Octets(room->rbegin(), room->rend())); });
+    else
+      filled.push_back([=] { return hexText(*room); });
+    return first;
+  }
+  template <class T> T argument()
+  {
+    if constexpr (std::is_same_v<T, RtxContext*> || std::is_same_v<T, const RtxContext*>) {
+      onContext = true;
+      return &scene.bench;
+    } else {
+      std::string token = (next++)->str();
+      if constexpr (std::is_floating_point_v<T>)
+        return std::stod(token);
+      else if constexpr (std::is_integral_v<T>)
+        return T(token[0] == '-' ? std::stoll(token, nullptr, 0) : int64_t(std::stoull(token, nullptr, 0)));
+      else if (token == "null")
+        return nullptr;
+      else if (auto named = scene.names.find(token); named != scene.names.end())
+        return static_cast<T>(const_cast<void*>(named->second));
+      else if constexpr (std::is_same_v<T, const char*>)
+        return reinterpret_cast<const char*>(scene.memory.emplace_back(unquoted(token)).data());
+      else if constexpr (std::is_same_v<T, const uint8_t*>)
+        return scene.memory.emplace_back(octetsOf(token)).data();
+      else
+        return room<std::remove_pointer_t<T>>(token);
+    }
+  }
+  template <class R> std::string textOf(R result)
+  {
+    if constexpr (std::is_integral_v<R>) {
+      isStatus = true;
+      failed = std::is_signed_v<R> && result < R(0);
+      return std::to_string(result);
+    }
+    if constexpr (std::is_same_v<R, std::string>) isFree = true; // it is the test's own
+    if constexpr (std::is_same_v<R, std::string>)
+      return result.find('\n') == std::string::npos ? result
+                                                    : "\n" + result.substr(0, result.find_last_not_of('\n') + 1);
+    if constexpr (std::is_pointer_v<R>) {
+      if (result == nullptr) return "null";
+      if constexpr (std::is_same_v<std::remove_const_t<std::remove_pointer_t<R>>, char>)
+        return filled.empty() ? quoted(result) : ""; // else it is what was filled
+    }
+    return "";
+  }
+  // Does the call; each part of its result stands behind a blank. Error records are told where they are not one for a
+  // failure and none for a success.
+  std::string result(const std::function<std::string()>& act)
+  {
+    const size_t stood = scene.bench.at();
+    const Octets held = scene.bench.data;
+    const size_t records = rtxErrGetErrorCnt(&scene.bench);
+    std::string text = act();
+    const size_t made = rtxErrGetErrorCnt(&scene.bench) - records;
+    if (isStatus && !isFree && made != size_t{failed && onContext}) text += " records " + std::to_string(int64_t(made));
+    if (scene.bench.at() != stood) text += " at " + std::to_string(int64_t(scene.bench.at() - scene.start));
+    if (scene.bench.data != held)
+      text += " " + hexText(Bits(scene.bench.data).slice(scene.start, scene.bench.at() - scene.start).octets());
+    for (const auto& tell : filled) text += " " + tell();
+    return text;
+  }
+};
+
+using Function = std::function<std::string(Call&)>;
+using Functions = std::map<std::string, Function>;
+
+template <class R, class... Arguments> Function calling(R (*function)(Arguments...))
+{
+  return [=](Call& call) {
+    std::tuple<Arguments...> arguments{call.argument<Arguments>()...}; // in their order
+    return call.result([&]() -> std::string {
+      if constexpr (std::is_void_v<R>)
+        return std::apply(function, arguments), "";
+      else
+        return call.textOf(std::apply(function, arguments));
+    });
+  };
+}
+
+struct Line {
+  std::string words, expected;
+};
+
+// The lines of a file by their contexts.
+inline std::vector<std::vector<Line>> readScenes(const std::string& name)
+{
+  std::vector<std::vector<Line>> scenes;
+  std::ifstream file(name);
+  for (std::string line; std::getline(file, line);) {
+    if (line.empty() || line[0] == '#') continue;
+    if (line[0] == '|') {
+      scenes.back().back().expected += "\n" + (line.size() > 2 ? line.substr(2) : "");
+      continue;
+    }
+    size_t sign = std::min(line.find(" ="), line.size());
+    if (line[0] != '&') scenes.emplace_back();
+    scenes.back().push_back({line.substr(0, sign), line.size() > sign + 3 ? line.substr(sign + 3) : ""});
+  }
+  return scenes;
+}
+
+// A context as the first word of its first line says, with its octets behind `shift` bits.
+inline void setUp(Scene& scene, const std::string& word, size_t shift)
+{
+  size_t plus = word.find('+');
+  Bits bits;
+  bits.add(0, shift);
+  if (word[0] != '>')
+    for (uint8_t octet : octetsOf(word.substr(0, plus))) bits.add(octet, 8);
+  scene.bench.bind(bits.octets());
+  scene.start = plus == std::string::npos ? shift : std::stoul(word.substr(plus + 1));
+  scene.bench.moveTo(scene.start);
+  if (word[0] == '>') rtxCtxtSetBufPtr(&scene.bench, nullptr, std::stoul(word.substr(1)));
+}
+
+// Makes the calls on one context. With the allocation numbered `refused` refused, only the first call that ends
+// otherwise is judged. Returns the number of allocations.
+inline long run(const std::vector<Line>& lines, size_t shift, long refused, const Functions& functions,
+                const Names& names)
+{
+  static const std::regex word("\"[^\"]*\"|[^\\s\"]+(\"[^\"]*\")?");
+  Scene scene{names, {}, 0, {}};
+  const std::string first = lines[0].words.substr(0, lines[0].words.find(' '));
+  if (refused) rtxMemHeapSetFlags(&scene.bench.pMemHeap, RT_MH_USE_SYSMEM);
+  setUp(scene, first, shift);
+  failing::setUp(refused, refused % 2 == 0);
+  bool spoiled = false;
+  for (const Line& line : lines) {
+    SCOPED_TRACE(line.words + (refused ? ", refused " + std::to_string(refused) : ""));
+    Call call{scene, ++std::sregex_iterator(line.words.begin(), line.words.end(), word)};
+    auto function = functions.find(call.function);
+    if (function == functions.end()) return ADD_FAILURE() << "no such function", 0;
+    std::string result = function->second(call);
+    result.erase(0, result.find_first_not_of(' '));
+    if (spoiled || result == line.expected) continue;
+    if (!refused) ADD_FAILURE() << "gives " << result << " at bit " << shift;
+    spoiled = refused != 0; // what comes behind a refusal is free
+    const bool said =
+        result.starts_with("-10") || result.starts_with("-50") || result.starts_with("null") || result.starts_with("0");
+    EXPECT_TRUE(!spoiled || said || call.isFree) << "gives " << result;
+  }
+  return failing::calls;
+}
+
+inline void check(const std::string& file, const Functions& functions, const Names& names = {})
+{
+  for (const auto& lines : readScenes(VELNOR_TEST_DATA "/" + file)) {
+    const bool everyBit = lines[0].words.find("~ ") < lines[0].words.find(' ');
+    long asked = 0;
+    for (size_t shift = 0; shift < (everyBit ? 8 : 1); ++shift) asked = run(lines, shift, 0, functions, names);
+    for (long refused = 1; refused <= asked; ++refused) asked = run(lines, 0, refused, functions, names);
+    EXPECT_EQ(failing::inUse, 0) << lines[0].words;
+  }
+}
+
+} // namespace calls
+
+// A function under its name.
+#define CALL(name)                                                                                                     \
+  {                                                                                                                    \
+#name, calls::calling(name)                                                                                        \
+  }

@@ -1,0 +1,106 @@
+// Promises: no reader, writer or string function goes beyond its memory, and what it cannot do is told; one failure
+// makes one record with its places and its deepest path, which says so in words. Each line of calls.txt is a call.
+#include "tests/calls.h"
+#include "velnor3gpp/rtContext.h"
+#include "velnor3gpp/rtxBitDecode.h"
+#include "velnor3gpp/rtxBitEncode.h"
+#include "velnor3gpp/rtxCheckBuffer.h"
+#include "velnor3gpp/rtxContainer.h"
+#include "velnor3gpp/rtxStrings.h"
+
+namespace {
+
+// Half a pair of surrogates at the end.
+const uint16_t kWide[] = {'A', 0xE9, 0x20AC, 0xD83D, 0xDE00, 0xD83D, 0};
+
+std::string path(RtxContext* pctxt)
+{
+  std::string names;
+  for (const RtxDListNode* node = pctxt->elemNameStack.head; node != nullptr; node = node->next)
+    names += std::string(names.empty() ? "" : ".") + static_cast<const char*>(node->data);
+  return names;
+}
+
+int level(RtxContext* pctxt)
+{
+  return pctxt->level;
+}
+
+size_t size(RtxContext* pctxt)
+{
+  return pctxt->buffer.size;
+}
+
+// Reads that must fail.
+std::string behind(RtxContext* pctxt)
+{
+  std::string statuses;
+  for (int status : {rtxDecBit(pctxt, nullptr), rtxDecBits(pctxt, nullptr, 9), rtxReadBytes(pctxt, nullptr, 1)})
+    statuses += " " + std::to_string(status);
+  return statuses;
+}
+
+const RtxErrInfo& lastError(RtxContext* pctxt)
+{
+  static const RtxErrInfo none = {};
+  const RtxErrInfo* error = static_cast<Bench*>(pctxt)->lastError();
+  return error != nullptr ? *error : none;
+}
+
+// The last record: status, path and places.
+std::string error(RtxContext* pctxt)
+{
+  const RtxErrInfo& last = lastError(pctxt);
+  std::string text = std::to_string(last.status) + " at " + (last.elemName != nullptr ? last.elemName : "-");
+  for (int i = 0; i < last.stkx; i++)
+    text += std::string(" ") + last.stack[i].module + ":" + std::to_string(last.stack[i].line);
+  return text;
+}
+
+std::string parameters(RtxContext* pctxt)
+{
+  return std::to_string(lastError(pctxt).parmcount);
+}
+
+// What a record of the status says with these parameters, separated by blanks, behind those that it has.
+std::string says(RtxContext* pctxt, int status, const char* parms)
+{
+  std::istringstream more(parms);
+  for (std::string parm; more >> parm;) rtxErrAddStrParm(pctxt, parm.c_str());
+  rtxErrSetNewData(pctxt, status, "m", 1);
+  char text[300] = "untouched";
+  rtxErrFmtMsg(static_cast<Bench*>(pctxt)->lastError(), text, sizeof text);
+  return text;
+}
+
+const calls::Functions kFunctions = {
+    // reading and writing
+    CALL(rtxDecBits), CALL(rtxDecBitsToByte), CALL(rtxDecBitsToUInt16), CALL(rtxDecBitsToUInt64),
+    CALL(rtxDecBitsToByteArray), CALL(rtxPeekBits), CALL(rtxReadBytes), CALL(rtxReadBytesSafe), CALL(rtxSkipBits),
+    CALL(rtxSkipBytes), CALL(rtxMoveBitCursor), CALL(rtxCheckInputBuffer), CALL(behind), CALL(rtxEncBits),
+    CALL(rtxEncBitsFromSize), CALL(rtxEncBitsFromByteArray), CALL(rtxEncBitsPattern), CALL(rtxEncUInt32),
+    CALL(rtxMergeBits), CALL(rtxWriteBytes), CALL(rtxCheckOutputBuffer), CALL(rtxCheckBuffer),
+    CALL(rtxCtxtSetBitOffset), CALL(size),
+    // names and regions
+    CALL(rtxCtxtPushTypeName), CALL(rtxCtxtPopTypeName), CALL(rtxCtxtPushElemName), CALL(rtxCtxtPopElemName),
+    CALL(rtxCtxtPushElemNameCopy), CALL(rtxCtxtPopElemNameCopy), CALL(rtxCtxtPushArrayElemName),
+    CALL(rtxCtxtPopArrayElemName), CALL(rtxCtxtPushContainerBytes), CALL(rtxMemFree), CALL(path), CALL(level),
+    // failures
+    CALL(rtxErrSetData), CALL(rtxErrSetNewData), CALL(rtxErrSetNonFatal), CALL(rtxErrGetStatus),
+    CALL(rtxErrCheckNonFatal), CALL(rtxErrGetFirstError), CALL(rtxErrGetLastError), CALL(rtxErrGetErrorCnt),
+    CALL(rtxErrResetLastErrors), CALL(rtxErrAddIntParm), CALL(rtxErrAddUIntParm), CALL(rtxErrAddInt64Parm),
+    CALL(rtxErrAddUInt64Parm), CALL(rtxErrAddSizeParm), CALL(rtxErrAddDoubleParm), CALL(rtxErrAddStrParm),
+    CALL(rtxErrAddStrnParm), CALL(rtxErrAddUniStrParm), CALL(rtxErrAddElemNameParm), CALL(rtxErrAddCtxtBufParm),
+    CALL(rtxErrInvUIntOpt), CALL(rtxErrGetMsgText), CALL(error), CALL(parameters), CALL(says),
+    // strings
+    CALL(rtxStrcpy), CALL(rtxStrncpy), CALL(rtxStrcat), CALL(rtxStrJoin), CALL(rtxStrDynJoin), CALL(rtxStrdup),
+    CALL(rtxUTF8Strdup), CALL(rtxUTF8Strncmp), CALL(rtxUTF8LenBytes), CALL(rtxUCSToCStr), CALL(rtxUIntToCharStr),
+    CALL(rtxUInt64ToCharStr), CALL(rtxSizeToCharStr)};
+
+TEST(RunTime, CallsGiveWhatTheirLinesSay)
+{
+  rtFreeContext(rtNewContext()); // which adds the messages of the upper layer
+  calls::check("calls.txt", kFunctions, {{"wide", kWide}});
+}
+
+} // namespace
