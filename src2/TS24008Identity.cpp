@@ -74,6 +74,17 @@ int l3Dec_TS24008IE_MobileIdentity(L3Call& call, const L3Type&, void* value)
   return decIdentity(call, kDecoder, identity.length, kMaxLength, [&](size_t) { return decInside(call, identity); });
 }
 
+// The sample is the identity that most messages carry.
+bool l3Settle_TS24008IE_MobileIdentity(RtxContext*, void* value)
+{
+  static constexpr uint8_t tmsi[] = {0x21, 0x43, 0x65, 0x87};
+  Identity& identity = *static_cast<Identity*>(value);
+  memset(&identity.u, 0, sizeof identity.u);
+  identity.t = kTmsi;
+  memcpy(identity.u.tmsi, tmsi, sizeof tmsi);
+  return true;
+}
+
 static int encTmgi(L3Call& call, Tmgi& tmgi)
 {
   L3Name frame;
