@@ -199,6 +199,23 @@ TEST(Mended, RefusedGrowthEndsEncodingBehindAnOlderError)
   }
 }
 
+// A text that its length cannot count does not fit; one outside its range breaks a constraint.
+TEST(Mended, TextsLongerThanTheirLengthsDoNotFit)
+{
+  const L3Text own = {kL3OwnLength, 8, 0, 0, 0, {}, 0, 0}, labels = {kL3Rest, 0, 1, 0, 0, {}, 0, 0},
+               ranged = {kL3OwnLength, 8, 1, 1, 0, {}, 1, 100};
+  const std::pair<const L3Text*, int> texts[] = {
+      {&own, RTX_E_TOO_BIG}, {&labels, RTX_E_TOO_BIG}, {&ranged, RTX_E_CONSTRAINT}};
+  for (auto& [text, longer] : texts)
+    for (size_t length : {99, 256}) {
+      const L3Row rows[] = {TestRow("text", kL3Text, 0, text)};
+      std::string value(length, 'a');
+      const char* record = value.c_str();
+      Bench bench(Octets(300));
+      EXPECT_EQ(l3Encode(bench, typeOf("Text", rows, sizeof record), &record), length == 256 ? longer : 0);
+    }
+}
+
 // Every coder on the way out adds one place to the report, and none a second one for the value that it refuses itself.
 TEST(Mended, EachCoderReportsAFailureOnce)
 {
