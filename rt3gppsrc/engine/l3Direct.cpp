@@ -279,10 +279,10 @@ void l3PutEdge(L3DirectOut& out, unsigned bits, uint64_t value)
 bool l3DirectPutText(L3DirectOut& out, const char* text, bool labels)
 {
   if (!labels) return l3PutOctets(out, reinterpret_cast<const uint8_t*>(text), strlen(text));
+  if (strlen(text) > 254) return false; // and the length of the first label
   for (bool more = *text; more; ++text) {
     size_t label = strcspn(text, ".");
-    if (label > 255 || !l3Put<8>(out, label) || !l3PutOctets(out, reinterpret_cast<const uint8_t*>(text), label))
-      return false;
+    if (!l3Put<8>(out, label) || !l3PutOctets(out, reinterpret_cast<const uint8_t*>(text), label)) return false;
     text += label;
     more = *text == '.';
   }

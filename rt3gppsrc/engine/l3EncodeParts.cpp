@@ -86,7 +86,6 @@ static int encLabels(L3Call& call, const L3Type& type, const L3Row& row, const c
 {
   for (bool more = *text; more; ++text) {
     size_t label = strcspn(text, ".");
-    if (label > 255) return l3Fail(call, type.module->encoder, RTX_E_TOO_BIG, row.line);
     int status = l3EncBits(call, label, 8, "INTEGER");
     if (status >= 0) status = l3EncOctets(call, reinterpret_cast<const uint8_t*>(text), label);
     if (status < 0) return l3Fail(call, type.module->encoder, status, row.line);
@@ -94,6 +93,13 @@ static int encLabels(L3Call& call, const L3Type& type, const L3Row& row, const c
     more = *text == '.';
   }
   return 0;
+}
+
+// A name of labels has at most 255 octets (RFC 1035, 2.3.4), any other text what its length can say.
+static bool tooLong(const L3Text& info, size_t count)
+{
+  if (info.labels) return count > 255;
+  return info.from == kL3OwnLength && count >> info.lengthBits;
 }
 
 static int encText(L3Call& call, const L3Type& type, const L3Row& row, const uint8_t* member)
@@ -106,8 +112,7 @@ static int encText(L3Call& call, const L3Type& type, const L3Row& row, const uin
   size_t count = info.labels ? (length ? length + 1 : 0) : length;
   if (info.ranged && (count < info.lo || count > info.hi))
     return l3FailRange(call, type.module->encoder, row.line, count);
-  if (info.from == kL3OwnLength && count >> info.lengthBits)
-    return l3Fail(call, type.module->encoder, RTX_E_TOO_BIG, row.line);
+  if (tooLong(info, count)) return l3Fail(call, type.module->encoder, RTX_E_TOO_BIG, row.line);
   if (int status = encOwnLength(call, type, row, info.from, info.lengthBits, count); status < 0) return status;
   if (info.labels) return encLabels(call, type, row, text);
   int status = l3EncOctets(call, reinterpret_cast<const uint8_t*>(text), length);

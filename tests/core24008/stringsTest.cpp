@@ -1,10 +1,11 @@
-// What octets alone do not show of TS 24.008 and 24.011: strings whose size the caller tells, the PLMN pair both ways,
-// and the setters of messages.
+// What octets alone do not show of TS 24.008, 24.011 and 24.501: strings whose size the caller tells, or that are too
+// long for their elements, the PLMN pair both ways, and the setters of messages.
 #include <gtest/gtest.h>
 
 #include "tests/outcome.h"
 #include "velnor3gpp/TS24008IES.h"
 #include "velnor3gpp/TS24011Msgs.h"
+#include "velnor3gpp/TS24501IES.h"
 #include "velnor3gpp/rtxStatus.h"
 
 namespace {
@@ -52,6 +53,18 @@ TEST_F(Strings, OctetsArgumentEndsTheDigits)
   }
   EXPECT_EQ(NASEnc_TS24008IE_TBCDString(over({0, 0}), nullptr), 0);
   EXPECT_EQ(rtxCtxtGetBitOffset(ctxt), 0U);
+}
+
+// All labels together: no length counts a name of more than 255 octets.
+TEST_F(Strings, NamesTooLongForTheirLengthsAreRefused)
+{
+  std::string name = std::string(120, 'a') + "." + std::string(134, 'b');
+  TS24501IE_TrafficDescriptor descriptor = {};
+  descriptor.type = 0x91;
+  descriptor.component.u.destFqdn.fqdn = name.data();
+  EXPECT_EQ(NASEnc_TS24501IE_TrafficDescriptor(over(Octets(300)), &descriptor), RTX_E_TOO_BIG);
+  name.pop_back();
+  EXPECT_EQ(NASEnc_TS24501IE_TrafficDescriptor(over(Octets(300)), &descriptor), 0);
 }
 
 TEST_F(Strings, SpareArgumentDropsTheLastSeptet)

@@ -210,6 +210,7 @@ TEST(Mended, TextsLongerThanTheirLengthsDoNotFit)
     for (size_t length : {99, 256}) {
       const L3Row rows[] = {TestRow("text", kL3Text, 0, text)};
       std::string value(length, 'a');
+      value[length / 2] = '.'; // no label alone is too long
       const char* record = value.c_str();
       Bench bench(Octets(300));
       EXPECT_EQ(l3Encode(bench, typeOf("Text", rows, sizeof record), &record), length == 256 ? longer : 0);
