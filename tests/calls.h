@@ -2,18 +2,21 @@
 //
 //   context function arguments = result
 //
-// The context is its octets in hexadecimal: "-" is none, "D4*32" an octet 32 times, ">16" a buffer of 16 octets that
-// grows. With "+12" behind them it stands at a bit, with "~" they are tried at each bit of an octet; "&" goes on with
-// the context of the line before. Arguments are numbers, "characters" with others as \x and two digits, octets, `null`,
-// and names of values that the test has. One that the function fills is told by its size in octets, 8:"ab" with
-// something in it.
+// The context is its octets in hexadecimal: "-" is none, "." not even a buffer, "D4*32" an octet 32
+// times, ">16" a buffer of 16 octets that grows. With "+12" behind them it
+// stands at a bit, with "~" they are tried at each bit of an octet; "&" goes on
+// with the context of the line before. Arguments are numbers, "characters" with
+// others as \x and two digits, octets, `null`, and names of values that the
+// test has. One that the function fills is told by its size in octets, 8:"ab"
+// with something in it.
 //
-// The result is the status or the text, then what the call changed: the bit where the context stands, counted from its
-// first, with the octets up to there, and what was filled. There a question mark, 3F, is what nobody touched. A text of
-// several lines stands below, each behind "|".
+// The result is the status or the text, then what the call changed: the bit
+// where the context stands, counted from its first, with the octets up to
+// there, and what was filled. There a question mark, 3F, is what nobody
+// touched. A text of several lines stands below, each behind "|".
 //
-// Each context is gone through again with each of its allocations refused: the first call to end otherwise must say so,
-// and nothing may be left over.
+// Each context is gone through again with each of its allocations refused: the
+// first call to end otherwise must say so, and nothing may be left over.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -62,7 +65,8 @@ inline Octets octetsOf(const std::string& token)
   return octets;
 }
 
-// What the lines on one context share. `memory` has pieces of exact size, so that a sanitizer sees their ends.
+// What the lines on one context share. `memory` has pieces of exact size, so
+// that a sanitizer sees their ends.
 struct Scene {
   const Names& names;
   Bench bench;
@@ -70,7 +74,8 @@ struct Scene {
   std::list<Octets> memory;
 };
 
-// A call on its way: the arguments to take from its line, and what is to be told of it.
+// A call on its way: the arguments to take from its line, and what is to be
+// told of it.
 struct Call {
   Scene& scene;
   std::sregex_iterator next;
@@ -101,7 +106,9 @@ struct Call {
       return &scene.bench;
     } else {
       std::string token = (next++)->str();
-      if constexpr (std::is_floating_point_v<T>)
+      if constexpr (std::is_same_v<T, Octets>)
+        return octetsOf(token);
+      else if constexpr (std::is_floating_point_v<T>)
         return std::stod(token);
       else if constexpr (std::is_integral_v<T>)
         return T(token[0] == '-' ? std::stoll(token, nullptr, 0) : int64_t(std::stoull(token, nullptr, 0)));
@@ -135,8 +142,8 @@ struct Call {
     }
     return "";
   }
-  // Does the call; each part of its result stands behind a blank. Error records are told where they are not one for a
-  // failure and none for a success.
+  // Does the call; each part of its result stands behind a blank. Error records
+  // are told where they are not one for a failure and none for a success.
   std::string result(const std::function<std::string()>& act)
   {
     const size_t stood = scene.bench.at();
@@ -191,9 +198,11 @@ inline std::vector<std::vector<Line>> readScenes(const std::string& name)
   return scenes;
 }
 
-// A context as the first word of its first line says, with its octets behind `shift` bits.
+// A context as the first word of its first line says, with its octets behind
+// `shift` bits.
 inline void setUp(Scene& scene, const std::string& word, size_t shift)
 {
+  if (word == ".") return;
   size_t plus = word.find('+');
   Bits bits;
   bits.add(0, shift);
@@ -205,8 +214,9 @@ inline void setUp(Scene& scene, const std::string& word, size_t shift)
   if (word[0] == '>') rtxCtxtSetBufPtr(&scene.bench, nullptr, std::stoul(word.substr(1)));
 }
 
-// Makes the calls on one context. With the allocation numbered `refused` refused, only the first call that ends
-// otherwise is judged. Returns the number of allocations.
+// Makes the calls on one context. With the allocation numbered `refused`
+// refused, only the first call that ends otherwise is judged. Returns the
+// number of allocations.
 inline long run(const std::vector<Line>& lines, size_t shift, long refused, const Functions& functions,
                 const Names& names)
 {

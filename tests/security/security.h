@@ -1,9 +1,7 @@
-// What the tests of NAS security share: a context with a security record, and a walk over both ways to compute AES.
+// A context with a security record.
 #pragma once
 
 #include <gtest/gtest.h>
-
-#include <functional>
 
 #include "rt3gppsrc/rt3gppCrypto.h"
 #include "tests/bench.h"
@@ -16,14 +14,3 @@ struct SecureContext : Bench {
     pSecurity->count = count, pSecurity->bearer = bearer, pSecurity->direction = direction;
   }
 };
-
-// Runs a test once for each way that this processor has.
-inline void onEveryPath(const std::function<void()>& test)
-{
-  for (AesChoice choice : {AesChoice::plain, AesChoice::instructions}) {
-    if (!rtx3gppAesForce(choice)) continue;
-    SCOPED_TRACE(choice == AesChoice::plain ? "plain logic" : "AES instructions");
-    test();
-  }
-  rtx3gppAesForce(AesChoice::automatic);
-}
