@@ -7,12 +7,11 @@
 #include <cstdio>
 #include <functional>
 
-#include "tests/bench.h"
+#include "tests/rtx/trickle.h"
 #include "velnor3gpp/rtxBitDecode.h"
 #include "velnor3gpp/rtxBitEncode.h"
 #include "velnor3gpp/rtxCheckBuffer.h"
 #include "velnor3gpp/rtxContainer.h"
-#include "velnor3gpp/rtxDiagBitTrace.h"
 #include "velnor3gpp/rtxMemBuf.h"
 #include "velnor3gpp/rtxStatus.h"
 #include "velnor3gpp/rtxStreamFile.h"
@@ -52,39 +51,6 @@ std::string hexOf(const Octets& octets)
   return text;
 }
 
-/** A source that gives a few octets at a time, as a socket does, and cannot go back. */
-struct Trickle {
-  Octets octets;
-  size_t step;
-  size_t at = 0;
-
-  static int64_t read(RtxStream* pStream, uint8_t* pbuf, size_t size)
-  {
-    auto* self = static_cast<Trickle*>(pStream->extra);
-    size_t count = std::min({size, self->step, self->octets.size() - self->at});
-    std::copy_n(self->octets.begin() + static_cast<long>(self->at), count, pbuf);
-    self->at += count;
-    return static_cast<int64_t>(count);
-  }
-  static int skip(RtxStream* pStream, size_t count)
-  {
-    auto* self = static_cast<Trickle*>(pStream->extra);
-    if (count > self->octets.size() - self->at) return RTX_E_END_OF_BUFFER;
-    self->at += count;
-    return 0;
-  }
-  void open(RtxContext* pctxt)
-  {
-    ASSERT_EQ(rtxStreamInit(pctxt), 0);
-    pctxt->pStream->read = read;
-    pctxt->pStream->skip = skip;
-    pctxt->pStream->extra = this;
-    pctxt->pStream->id = RTX_STREAM_ID_SOCKET;
-    pctxt->pStream->flags = RTX_STREAM_READ;
-    ASSERT_EQ(rtxStreamInitCtxtBuf(pctxt), 0);
-  }
-};
-
 /** The same octets as a file, as a file of hex text, in memory and as a trickle. */
 struct Sources {
   Bench onFile, onText, onMemory, onTrickle;
@@ -95,7 +61,7 @@ struct Sources {
     EXPECT_EQ(rtxStreamFileAttach(&onFile, file.file, RTX_STREAM_READ), 0);
     EXPECT_EQ(rtxStreamFileAttach(&onText, text.file, kHexReader), 0);
     EXPECT_EQ(rtxStreamMemoryCreateReader(&onMemory, octets.data(), octets.size()), 0);
-    trickle.open(&onTrickle);
+    EXPECT_EQ(trickle.open(&onTrickle), 0);
   }
   std::vector<Bench*> all() { return {&onFile, &onText, &onMemory, &onTrickle}; }
 };
@@ -273,126 +239,6 @@ TEST(Stream, HexTextMayHaveBlanksAndNothingElse)
   for (int i = 0; i < 3; ++i) ASSERT_EQ(rtxStreamWrite(&memory, octets.data(), 100), 0);
   const uint8_t* data = rtxStreamMemoryGetBuffer(&memory, &size);
   EXPECT_EQ(std::string(data, data + size), hexOf(octets));
-}
-
-uint8_t gOctets[100000];
-
-TEST(Stream, MemoryStreamsReadToTheirEndAndGrow)
-{
-  Bench bench;
-  size_t position = 0;
-  ASSERT_EQ(rtxStreamMemoryCreateReader(&bench, gOctets, 4), 0);
-  EXPECT_EQ(rtxStreamRead2(&bench, gOctets, 2, 8), 4);
-  EXPECT_EQ(all({rtxStreamSetPos(&bench, 1), rtxStreamGetPos(&bench, &position)}), 0);
-  EXPECT_EQ(position, 1U);
-  EXPECT_EQ(rtxStreamReadDirect(&bench, gOctets, 8), 3);
-  ASSERT_EQ(rtxStreamMemoryCreateWriter(&bench, nullptr, 0), 0);
-  for (size_t size : {512, 700}) {
-    EXPECT_EQ(bench.buffer.size, 512U);
-    ASSERT_EQ(rtxStreamWrite(&bench, gOctets, size), 0);
-  }
-  EXPECT_EQ(bench.buffer.size, 512U + 700 + 512);
-  ASSERT_EQ(rtxStreamMemoryResetWriter(&bench), 0);
-  EXPECT_EQ(bench.buffer.byteIndex, 0U);
-}
-
-// A full device, a directory, which opens but gives nothing to read, and a pipe, which has no positions.
-struct Open {
-  static int full(RtxContext* c) { return rtxStreamFileCreateWriter(c, "/dev/full"); }
-  static int directory(RtxContext* c) { return rtxStreamFileCreateReader(c, "/"); }
-  static int pipe(RtxContext* c) { return rtxStreamFileAttach(c, popen("true", "r"), RTX_STREAM_READ); }
-  static int memory(RtxContext* c) { return rtxStreamMemoryCreateReader(c, gOctets, 4); }
-  static int trickle(RtxContext* c)
-  {
-    static Trickle trickle{Octets(99), 3};
-    trickle.open(c);
-    c->pStream->endOffset = 4; // nothing beyond it is loaded
-    return 0;
-  }
-};
-
-// What a job hung on the stream in the heap, the end of the job takes off: 0 if the stream then reads on without it.
-int readsOn(RtxContext* pctxt, void (*end)(RtxContext*))
-{
-  size_t before = 0;
-  Open::trickle(pctxt);
-  EXPECT_EQ(all({rtxDiagCtxtBitFieldListInit(pctxt), rtxDecBit(pctxt, gOctets)}), 0);
-  EXPECT_NE(rtxStreamGetCapture(pctxt), nullptr);
-  end(pctxt);
-  const bool off = pctxt->pBitFldList == nullptr && rtxStreamGetCapture(pctxt) == nullptr;
-  pctxt->buffer.bitOffset = 8;
-  before = rtxCtxtGetBitOffset(pctxt);
-  pctxt->pStream->endOffset = SIZE_MAX;
-  const int status = rtxReadBytes(pctxt, gOctets, 20);
-  return off && rtxCtxtGetBitOffset(pctxt) == before + 160 ? status : RTX_E_GENERAL;
-}
-
-const struct {
-  int (*call)(RtxContext*);
-  int status;
-} kRefusals[] = {
-    {[](RtxContext* c) { return rtxStreamFileCreateReader(c, "/nowhere/at/all"); }, RTX_E_FILE_OPEN},
-    {[](RtxContext* c) { return rtxStreamFileOpen(c, "/dev/null", 0); }, RTX_E_BAD_PARAMETER},
-    {[](RtxContext* c) { return rtxStreamFileAttach(c, nullptr, kHexReader); }, RTX_E_BAD_PARAMETER},
-    {[](RtxContext* c) { return rtxStreamMemoryAttach(c, gOctets, 0, kHexReader); }, RTX_E_BAD_PARAMETER},
-    {[](RtxContext* c) { return rtxStreamMemoryCreate(c, 0); }, RTX_E_BAD_PARAMETER},
-    {[](RtxContext* c) { return rtxStreamLoadInputBuffer(c, 1); }, RTX_E_NO_CONTEXT},
-    {[](RtxContext* c) { return rtxStreamInitCtxtBuf(c); }, RTX_E_NO_CONTEXT},
-    {[](RtxContext* c) { return rtxStreamSetCapture(c, nullptr); }, RTX_E_NO_CONTEXT},
-    {[](RtxContext* c) { return rtxStreamGetIOBytes(c, &c->buffer.size); }, RTX_E_NO_CONTEXT},
-    {[](RtxContext*) { return rtxFileOpen(nullptr, "/", "r"); }, RTX_E_BAD_PARAMETER},
-    {[](RtxContext*) { return rtxByteToHexChar(1, nullptr, 3); }, RTX_E_BAD_PARAMETER},
-    {[](RtxContext* c) { return Open::full(c), rtxStreamWrite(c, nullptr, 1); }, RTX_E_BAD_PARAMETER},
-    {[](RtxContext* c) { return Open::full(c), rtxStreamLoadInputBuffer(c, 1); }, RTX_E_NO_CONTEXT},
-    {[](RtxContext* c) { return Open::full(c), rtxEncBits(c, 1, 8), rtxStreamFlush(c); }, RTX_E_WRITE},
-    {[](RtxContext* c) { return Open::full(c), rtxWriteBytes(c, gOctets, sizeof gOctets); }, RTX_E_WRITE},
-    {[](RtxContext* c) { return Open::full(c), rtxEncBits(c, 1, 3), rtxStreamClose(c); }, RTX_E_WRITE},
-    {[](RtxContext* c) { return Open::full(c), rtxEncBit(c, 1), rtxMemFree(c), rtxEncBits(c, 1, 30); }, 0},
-    {[](RtxContext* c) { return Open::full(c), rtxEncBit(c, 1), rtxFreeContext(c), rtxErrGetStatus(c); }, 0},
-    {[](RtxContext* c) { return readsOn(c, rtxMemFree); }, 0},
-    {[](RtxContext* c) { return readsOn(c, rtxMemReset); }, 0},
-    {[](RtxContext* c) { return Open::directory(c), rtxDecBit(c, gOctets); }, RTX_E_READ},
-    {[](RtxContext* c) { return Open::pipe(c), rtxStreamMark(c, 10); }, RTX_E_READ},
-    {[](RtxContext* c) { return rtxStreamMemoryCreateWriter(c, gOctets, 4), rtxStreamWrite(c, gOctets, 5); },
-     RTX_E_ENCODE_OVERFLOW},
-    {[](RtxContext* c) { return Open::memory(c), rtxStreamMemoryResetWriter(c); }, RTX_E_NO_CONTEXT},
-    {[](RtxContext* c) { return Open::memory(c), rtxStreamSkip(c, 5); }, RTX_E_ENCODE_OVERFLOW},
-    {[](RtxContext* c) { return Open::memory(c), rtxSkipBytes(c, 4), rtxStreamSkip(c, 1); }, RTX_E_END_OF_BUFFER},
-    {[](RtxContext* c) { return Open::trickle(c), rtxStreamInitCtxtBuf(c); }, RTX_E_GENERAL},
-    {[](RtxContext* c) { return Open::trickle(c), rtxStreamRemoveCtxtBuf(c), rtxStreamInitCtxtBuf(c); }, 0},
-    {[](RtxContext* c) { return Open::trickle(c), rtxResetToPos(c, 0); }, RTX_E_BAD_PARAMETER},
-    {[](RtxContext* c) { return Open::trickle(c), rtxSkipBytes(c, 100); }, RTX_E_END_OF_BUFFER},
-    {[](RtxContext* c) { return Open::trickle(c), rtxCtxtSetBitOffset(c, 0); }, RTX_E_NOT_SUPPORTED},
-    {[](RtxContext* c) { return Open::trickle(c), int(rtxStreamRead2(c, gOctets, 2, 1)); }, RTX_E_ENCODE_OVERFLOW},
-    {[](RtxContext* c) { return Open::trickle(c), rtxReadBytes(c, gOctets, 5); }, RTX_E_END_OF_FILE},
-    {[](RtxContext* c) { return Open::trickle(c), rtxInitContextBuffer(c, gOctets, 8), rtxCheckInputBuffer(c, 9); },
-     RTX_E_ENCODE_OVERFLOW}, // the caller's 8 octets are all there are
-};
-
-TEST(Stream, WhatAStreamCannotDo)
-{
-  for (const auto& refusal : kRefusals) {
-    Bench bench;
-    EXPECT_EQ(refusal.call(&bench), refusal.status) << &refusal - kRefusals;
-  }
-}
-
-TEST(Stream, RefusedMemoryIsReportedAndLeaksNothing)
-{
-  for (int allowed = 0; allowed < 12; ++allowed) {
-    {
-      Bench bench;
-      File file(std::string(2000, 3)), out;
-      failing::allow(allowed);
-      int status = rtxStreamFileAttach(&bench, file.file, RTX_STREAM_READ);
-      if (status == 0) status = rtxCheckInputBuffer(&bench, 1000);
-      if (status == 0) status = rtxStreamMemoryCreateWriter(&bench, nullptr, 0);
-      if (status == 0) status = rtxStreamWrite(&bench, gOctets, 2000);
-      if (status == 0) status = rtxStreamFileAttach(&bench, out.file, RTX_STREAM_WRITE);
-      EXPECT_TRUE(status == RTX_E_NO_MEMORY || (status == 0 && allowed >= 8)) << status << " at " << allowed;
-    }
-    EXPECT_EQ(failing::inUse, 0);
-  }
 }
 
 } // namespace

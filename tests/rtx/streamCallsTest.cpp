@@ -1,0 +1,157 @@
+// Promise: a stream calls what its kind has, in order; what the kind lacks or fails at, and what no stream can do,
+// comes out as the status that says so, reported once. Each line of streams.txt is a call.
+#include "tests/calls.h"
+#include "tests/rtx/trickle.h"
+#include "velnor3gpp/rtContext.h"
+#include "velnor3gpp/rtxBitDecode.h"
+#include "velnor3gpp/rtxBitEncode.h"
+#include "velnor3gpp/rtxCheckBuffer.h"
+#include "velnor3gpp/rtxContainer.h"
+#include "velnor3gpp/rtxDiagBitTrace.h"
+#include "velnor3gpp/rtxMemBuf.h"
+#include "velnor3gpp/rtxStreamFile.h"
+#include "velnor3gpp/rtxStreamMemory.h"
+
+namespace {
+
+uint8_t gOctets[100000];
+std::string gCalls;
+int gFailAt; // the call that fails, counted from 0
+
+int called(const std::string& name)
+{
+  gCalls += gCalls.empty() ? name : " " + name;
+  return gFailAt >= 0 && gFailAt-- == 0 ? RTX_E_READ : 0;
+}
+
+// A kind that lacks everything.
+int lacking(RtxContext* pctxt)
+{
+  int status = rtxStreamInit(pctxt);
+  if (status == 0) pctxt->pStream->flags = RTX_STREAM_READ | RTX_STREAM_WRITE;
+  return status;
+}
+
+// A kind that has everything and gives one octet at a time, with a mark that has yet to go to a position.
+int complete(RtxContext* pctxt, int failAt, size_t pending)
+{
+  int status = lacking(pctxt);
+  if (status < 0) return status;
+  RtxStream& stream = *pctxt->pStream;
+  stream.nextMarkOffset = pending;
+  gCalls.clear();
+  gFailAt = failAt;
+  stream.read = [](RtxStream*, uint8_t*, size_t) -> int64_t { return called("read") < 0 ? RTX_E_READ : 1; };
+  stream.write = [](RtxStream*, const uint8_t*, size_t) { return called("write"); };
+  stream.flush = [](RtxStream*) { return called("flush"); };
+  stream.close = [](RtxStream*) { return called("close"); };
+  stream.skip = [](RtxStream*, size_t count) { return called("skip" + std::to_string(count)); };
+  stream.mark = [](RtxStream*, size_t limit) { return called("mark" + std::to_string(limit)); };
+  stream.reset = [](RtxStream*) { return called("reset"); };
+  stream.getPos = [](RtxStream*, size_t*) { return called("getPos"); };
+  stream.setPos = [](RtxStream*, size_t pos) { return called("setPos" + std::to_string(pos)); };
+  return 0;
+}
+
+// What was called of the kind.
+std::string asked(RtxContext*)
+{
+  return gCalls;
+}
+
+std::string parameter(RtxContext* pctxt)
+{
+  const RtxErrInfo* error = static_cast<Bench*>(pctxt)->lastError();
+  return error != nullptr && error->parmcount > 0 ? error->parms[0] : "";
+}
+
+size_t bufferSize(RtxContext* pctxt)
+{
+  return pctxt->buffer.size;
+}
+
+// A pipe has no positions.
+int pipe(RtxContext* pctxt)
+{
+  return rtxStreamFileAttach(pctxt, popen("true", "r"), RTX_STREAM_READ);
+}
+
+int trickle(RtxContext* pctxt)
+{
+  static Trickle source{Octets(99), 3};
+  source.at = 0;
+  int status = source.open(pctxt);
+  if (status == 0) pctxt->pStream->endOffset = 4; // nothing beyond it is loaded
+  return status;
+}
+
+const calls::Functions kFunctions = {CALL(lacking),
+                                     CALL(complete),
+                                     CALL(asked),
+                                     CALL(parameter),
+                                     CALL(bufferSize),
+                                     CALL(pipe),
+                                     CALL(trickle),
+                                     CALL(rtxStreamMark),
+                                     CALL(rtxStreamReset),
+                                     CALL(rtxStreamGetPos),
+                                     CALL(rtxStreamSetPos),
+                                     CALL(rtxStreamSkip),
+                                     CALL(rtxStreamRead),
+                                     CALL(rtxStreamRead2),
+                                     CALL(rtxStreamReadDirect),
+                                     CALL(rtxStreamWrite),
+                                     CALL(rtxStreamFlush),
+                                     CALL(rtxStreamClose),
+                                     CALL(rtxStreamSetCapture),
+                                     CALL(rtxStreamGetIOBytes),
+                                     CALL(rtxStreamInitCtxtBuf),
+                                     CALL(rtxStreamRemoveCtxtBuf),
+                                     CALL(rtxStreamLoadInputBuffer),
+                                     CALL(rtxStreamFileOpen),
+                                     CALL(rtxStreamFileAttach),
+                                     CALL(rtxStreamFileCreateReader),
+                                     CALL(rtxStreamFileCreateWriter),
+                                     CALL(rtxFileOpen),
+                                     CALL(rtxByteToHexChar),
+                                     CALL(rtxStreamMemoryCreate),
+                                     CALL(rtxStreamMemoryAttach),
+                                     CALL(rtxStreamMemoryCreateReader),
+                                     CALL(rtxStreamMemoryCreateWriter),
+                                     CALL(rtxStreamMemoryResetWriter),
+                                     CALL(rtxEncBits),
+                                     CALL(rtxWriteBytes),
+                                     CALL(rtxDecBit),
+                                     CALL(rtxReadBytes),
+                                     CALL(rtxSkipBytes),
+                                     CALL(rtxResetToPos),
+                                     CALL(rtxCtxtSetBitOffset),
+                                     CALL(rtxCheckInputBuffer),
+                                     CALL(rtxInitContextBuffer),
+                                     CALL(rtxMemFree),
+                                     CALL(rtxFreeContext),
+                                     CALL(rtxErrGetStatus)};
+
+TEST(StreamCalls, GiveWhatTheirLinesSay)
+{
+  calls::check("streams.txt", kFunctions, {{"octets", gOctets}});
+}
+
+// What a job hung on the stream in the heap, the end of the job takes off; the stream then reads on without it.
+TEST(StreamCalls, TheEndOfAJobTakesOffItsCapture)
+{
+  for (auto end : {rtxMemFree, rtxMemReset}) {
+    Bench bench;
+    EXPECT_EQ(all({trickle(&bench), rtxDiagCtxtBitFieldListInit(&bench), rtxDecBit(&bench, gOctets)}), 0);
+    EXPECT_NE(rtxStreamGetCapture(&bench), nullptr);
+    end(&bench);
+    EXPECT_TRUE(bench.pBitFldList == nullptr && rtxStreamGetCapture(&bench) == nullptr);
+    bench.buffer.bitOffset = 8;
+    const size_t before = rtxCtxtGetBitOffset(&bench);
+    bench.pStream->endOffset = SIZE_MAX;
+    EXPECT_EQ(rtxReadBytes(&bench, gOctets, 20), 0);
+    EXPECT_EQ(rtxCtxtGetBitOffset(&bench), before + 160);
+  }
+}
+
+} // namespace
