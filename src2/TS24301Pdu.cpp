@@ -214,7 +214,7 @@ int l3Dec_TS24301Msg_PDU(L3Call& call, const L3Type& type, void* value)
     if (status = decSecurity(call, type, pdu, start.byteIndex); status < 0) return status;
   status = decPlain(call, type, pdu);
   if (status < 0) return status;
-  return call.pctxt->errInfo.count ? rtxErrGetStatus(call.pctxt) : 0;
+  return call.pctxt->errInfo.count ? l3Ended(call, rtxErrGetStatus(call.pctxt)) : 0;
 }
 
 // The short code goes into the record and over the two octets just written for it.
@@ -252,5 +252,5 @@ int l3Enc_TS24301Msg_PDU(L3Call& call, const L3Type& type, void* value)
   if (status < 0) return status;
   // A body left out is forgotten once the message is signed.
   if (header != 0) return nasProtect(call, type, start, kSpans, header, pdu.secHdr.msgAuthCode);
-  return known ? status : RTX_E_INVALID_CHOICE;
+  return known ? status : l3Ended(call, RTX_E_INVALID_CHOICE);
 }

@@ -73,7 +73,7 @@ int l3Dec_TS24501Msg_PDU(L3Call& call, const L3Type& type, void* value)
   status = l3DecRows(call, type, value);
   pdu.m.secHdrPresent = isProtected; // the walk over the rows cleared it
   if (status < 0) return status;
-  return call.pctxt->errInfo.count ? rtxErrGetStatus(call.pctxt) : 0;
+  return call.pctxt->errInfo.count ? l3Ended(call, rtxErrGetStatus(call.pctxt)) : 0;
 }
 
 int l3Enc_TS24501Msg_PDU(L3Call& call, const L3Type& type, void* value)
@@ -90,5 +90,5 @@ int l3Enc_TS24501Msg_PDU(L3Call& call, const L3Type& type, void* value)
   // The presence bit alone decides: it looks at neither discriminator nor header type, and a body left out is
   // forgotten.
   if (pdu.m.secHdrPresent) return nasProtect(call, type, start, kSpans, pdu.secHdr.secHdrType, pdu.secHdr.msgAuthCode);
-  return known ? status : RTX_E_INVALID_CHOICE;
+  return known ? status : l3Ended(call, RTX_E_INVALID_CHOICE);
 }

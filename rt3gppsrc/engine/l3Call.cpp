@@ -22,7 +22,8 @@ void l3Begin(L3Call& call, RtxContext* pctxt, L3Name& frame, const char* typeNam
   call.names = &frame;
   call.regions = nullptr;
   call.plain = plain;
-  call.lists = call.keepTypeName = call.failed = call.inBody = call.trial = call.abandoned = call.tried = false;
+  call.lists = call.keepTypeName = call.ended = call.failed = call.inBody = false;
+  call.trial = call.abandoned = call.tried = false;
   call.earlier = call.listOctets = 0;
   if (!plain) l3ToLists(call);
 }
@@ -32,7 +33,7 @@ int l3End(L3Call& call, int status, const char* module, uint16_t line)
   if (status >= 0 && call.failed) return l3Fail(call, module, RTX_E_NO_MEMORY, line);
   if (status < 0) {
     l3ToLists(call);
-    return status;
+    if (!call.ended) return status;
   }
   // A single name left by the caller goes like a type name: it stands in its place.
   bool single = call.pctxt->elemNameStack.count == 1;
@@ -96,6 +97,7 @@ static int giveUp(L3Call& call, int status)
 int l3Fail(L3Call& call, const char* module, int status, uint16_t line)
 {
   if (call.trial) return giveUp(call, status);
+  call.ended = false;
   l3ToLists(call);
   return negative(rtxErrSetData(call.pctxt, status, module, line), status);
 }
@@ -103,6 +105,7 @@ int l3Fail(L3Call& call, const char* module, int status, uint16_t line)
 int l3FailNew(L3Call& call, const char* module, int status, uint16_t line)
 {
   if (call.trial) return giveUp(call, status);
+  call.ended = false;
   l3ToLists(call);
   return negative(rtxErrSetNewData(call.pctxt, status, module, line), status);
 }

@@ -31,6 +31,7 @@ struct L3Call {
   bool lists;        // names and regions stand on the real stacks
   bool plain;        // no trace, no stream, not slow: inline reading and writing
   bool keepTypeName; // an early return leaves the type name behind
+  bool ended;        // the coder has come to its end, and its status tells what was found on the way
   bool failed;       // memory was out where nobody could return it
   bool inBody;       // inside a message of a top-level form
   bool trial;        // inside a direct coder: nothing is reported, whoever fails or finds anything gives up
@@ -55,10 +56,16 @@ inline constexpr size_t kL3ListBase = 4096, kL3ListFactor = 40, kL3TrialFactor =
 
 // Opens a call for a type of this name; the frame is the caller's.
 void l3Begin(L3Call& call, RtxContext* pctxt, L3Name& frame, const char* typeName);
-// Ends a call: takes the type name away after a success. Gives the status to return.
+// Ends a call: takes the type name away where its coder came to its end. Gives the status to return.
 int l3End(L3Call& call, int status, const char* module, uint16_t line);
 // Puts all frames on the real stacks; from here on the real stacks are worked on.
 void l3ToLists(L3Call& call);
+// The status of a coder that has come to its end: what it found on the way, with its names taken away.
+inline int l3Ended(L3Call& call, int status)
+{
+  call.ended = status < 0;
+  return status;
+}
 // Reports a failure of the type's coder at a row and gives the status to return.
 int l3Fail(L3Call& call, const char* module, int status, uint16_t line);
 // The same with a new error record.

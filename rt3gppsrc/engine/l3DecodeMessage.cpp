@@ -147,5 +147,5 @@ int l3DecOptions(L3Call& call, const L3Type& type, uint8_t* record)
     if (status < 0) return l3Fail(call, type.module->decoder, status, type.line);
     if (status = decTurn(call, walk, iei, half); status < 0) return status;
   }
-  return call.pctxt->errInfo.count > call.earlier ? ownStatus(call) : 0;
+  return call.pctxt->errInfo.count > call.earlier ? l3Ended(call, ownStatus(call)) : 0;
 }

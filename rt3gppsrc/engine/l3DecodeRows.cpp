@@ -269,7 +269,7 @@ static int closeRegions(L3Call& call, RowWalk& walk)
     }
     l3PopRegion(call);
   }
-  return walk.running;
+  return l3Ended(call, walk.running);
 }
 
 static bool lastOfRelease(const L3Type& type, const L3Row* row)

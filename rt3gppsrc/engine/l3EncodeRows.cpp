@@ -158,7 +158,7 @@ static int encLength(L3Call& call, const L3Type& type, const L3Row& row)
   while (opened-- > 0)
     if (running = l3EncClose(call, type, *open[opened].row, record, open[opened].start); running < 0) return running;
   if (type.flags & kL3RestOctets) l3PadRest(call);
-  return type.message ? l3EncOptions(call, type, record, running) : running;
+  return type.message ? l3EncOptions(call, type, record, running) : l3Ended(call, running);
 }
 
 int l3EncRows(L3Call& call, const L3Type& type, void* value)
@@ -178,7 +178,7 @@ int l3EncOptions(L3Call& call, const L3Type& type, uint8_t* record, int running)
   const L3Message& message = *type.message;
   for (unsigned i = 0; i < message.count; ++i) {
     const L3Row& row = message.options[i];
-    if (call.pctxt->flags & RTX_OPENTAIL_FLAG) return running; // nothing can be found behind an open tail
+    if (call.pctxt->flags & RTX_OPENTAIL_FLAG) break; // nothing can be found behind an open tail
     if (!isPresent(row, record)) continue;
     L3Name frame;
     if (int status = l3PushRow(call, moduleOf(type), row, frame); status < 0) return status;
@@ -189,7 +189,7 @@ int l3EncOptions(L3Call& call, const L3Type& type, uint8_t* record, int running)
     if (status = l3EncMember(call, type, row, record, running); status < 0) return status;
     l3PopName(call);
   }
-  return running;
+  return l3Ended(call, running);
 }
 
 int l3Encode(RtxContext* pctxt, const L3Type& type, void* value)

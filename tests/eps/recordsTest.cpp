@@ -59,7 +59,7 @@ TEST_F(EpsRecords, UnknownAlternative)
   for (uint32_t t : {0U, 58U}) {
     pdu.data.t = t;
     EXPECT_EQ(encode(), RTX_E_INVALID_CHOICE);
-    EXPECT_EQ(ctxt->errInfo.count, 0U);
+    EXPECT_EQ(ctxt->errInfo.count + ctxt->elemNameStack.count, 0U);
   }
   setHeader(1, 7);
   EXPECT_EQ(encode(), 0);
