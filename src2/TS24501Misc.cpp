@@ -203,9 +203,11 @@ static int encDigits(L3Call& call, Identity& identity)
 {
   bool imei = identity.t == kImei;
   const char* digits = imei ? identity.u.imei : identity.u.imeisv;
+  size_t size = imei ? sizeof identity.u.imei : sizeof identity.u.imeisv, count = strnlen(digits, size);
+  if (count == size) return l3FailRange(call, kEncoder, __LINE__, count); // no end
   int status = l3EncBits(call, 0, 8, "INTEGER");
   if (status < 0) return l3Fail(call, kEncoder, status, __LINE__);
-  identity.length = static_cast<uint16_t>(strnlen(digits, 16) / 2 + 1);
+  identity.length = static_cast<uint16_t>(count / 2 + 1);
   return encIdentityDigits(call, kEncoder, imei ? "imei" : "imeisv", static_cast<uint8_t>(identity.t - 1), digits);
 }
 

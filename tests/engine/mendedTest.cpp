@@ -148,6 +148,18 @@ TEST(Mended, IdentitiesDoNotJumpInStreams)
   }
 }
 
+// Digits that fill their array have no end to be found: nothing behind the record is looked at.
+TEST(Mended, IdentitiesWithoutAnEndAreRefused)
+{
+  for (uint32_t tag : {4, 6}) { // IMEI, IMEISV
+    const L3Type& type = *l3FindType("TS24501IE_MobileIdentity")->type;
+    Octets record(type.size, '1'), room(100);
+    memcpy(record.data() + type.rows[1].offset, &tag, sizeof tag);
+    Bench bench(room);
+    EXPECT_EQ(l3Encode(bench, type, record.data()), RTX_E_CONSTRAINT);
+  }
+}
+
 // A protected message is signed where it stands, which a file that takes part of it has put out of reach.
 TEST(Mended, ProtectedMessagesAreNotSignedInFiles)
 {
