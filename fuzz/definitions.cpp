@@ -25,10 +25,10 @@ static std::string written(const std::string& path)
   return text + l3gen::writeTypeTable(model) + l3gen::writeDescriptors(model);
 }
 
-void checkDefinitions(const L3TypeEntry&, const uint8_t* data, size_t size)
+void checkDefinitions(const L3TypeEntry&, Octets input)
 {
   int file = memfd_create("definitions", 0);
-  promise(file >= 0 && write(file, data, size) == ssize_t(size), "no file in memory");
+  promise(file >= 0 && write(file, input.data(), input.size()) == ssize_t(input.size()), "no file in memory");
   std::string path = "/proc/self/fd/" + std::to_string(file);
   promise(written(path) == written(path), "two runs over the same definitions differ");
   close(file);

@@ -10,7 +10,7 @@
 
 // A row of the table. A target without types takes octets alone, and some type for nothing.
 struct FuzzTarget {
-  using Check = void(const L3TypeEntry& entry, const uint8_t* data, size_t size);
+  using Check = void(const L3TypeEntry& entry, Octets input);
   const char* name;
   Check* check;
   std::vector<const L3TypeEntry*> types = {}; // two leading octets choose one of several
@@ -20,7 +20,7 @@ struct FuzzTarget {
 
 const std::vector<FuzzTarget>& fuzzTargets();
 const FuzzTarget* findTarget(const std::string& name); // or null
-void runTarget(const FuzzTarget& target, const uint8_t* data, size_t size);
+void runTarget(const FuzzTarget& target, const Octets& input);
 // Inputs to begin with: samples and corpus rows.
 std::vector<Octets> seedsOf(const FuzzTarget& target);
 
@@ -35,25 +35,8 @@ template <typename Words> void promise(bool kept, const Words& words)
 }
 void promiseSame(const L3TypeEntry& entry, const char* where, const std::string& one, const std::string& other);
 
-// One decoding of a copy of the octets, which has exactly their size.
-struct Decoding {
-  Decoding(const L3TypeEntry& entry, const uint8_t* octets, size_t size, const Setting& setting = {},
-           const std::function<void(RtxContext*)>& prepare = nullptr)
-      : ctxt(setting), type(*entry.type), data(new uint8_t[size]), record(recordStorage(type, 0))
-  {
-    std::copy_n(octets, size, data.get());
-    ctxt.bind(data.get(), size);
-    if (prepare) prepare(ctxt);
-    status = entry.decode(ctxt, record.get());
-  }
-  std::string text() const { return printed(type, "x", record.get()); }
-
-  OutcomeContext ctxt;
-  const L3Type& type;
-  std::unique_ptr<uint8_t[]> data;
-  std::unique_ptr<uint64_t[]> record;
-  int status;
-};
+// The first octet, which the input loses; 0 if there is none.
+uint8_t takeFirst(Octets& input);
 
 FuzzTarget::Check checkMessage, checkModes, checkTrace, checkPrint, checkEncoder, checkProtected, checkStream,
     checkDefinitions, checkHex, checkKeys;

@@ -4,6 +4,6 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
   static const FuzzTarget* const kTarget = findTarget(VELNOR_FUZZ_TARGET);
-  runTarget(*kTarget, data, size);
+  runTarget(*kTarget, Octets(data, data + size));
   return 0;
 }

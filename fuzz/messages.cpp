@@ -1,41 +1,10 @@
 // Decoding takes a bounded heap; what is accepted without a remark encodes, and decodes from that to an equal record.
 #include "fuzz/harness.h"
 
-#include <malloc.h>
-
 #include <numeric>
 #include <regex>
 
-static size_t gLive, gPeak;
-
-static void countedFree(void* memory)
-{
-  if (memory) gLive -= malloc_usable_size(memory);
-  free(memory);
-}
-
-static void* countedRealloc(void* old, size_t size)
-{
-  size_t before = old ? malloc_usable_size(old) : 0;
-  void* memory = realloc(old, size);
-  if (!memory) return nullptr;
-  gLive += malloc_usable_size(memory) - before;
-  if (gLive > gPeak) gPeak = gLive;
-  return memory;
-}
-
-// The body of a top-level form lies on the heap; its size is fixed by the standard's bounds, not by the input.
-static size_t largestBody(const L3Type& type)
-{
-  size_t largest = 0;
-  for (const L3Row* row = type.rows; row < type.rows + type.rowCount; ++row) {
-    if (row->op != kL3Body) continue;
-    const L3Body& body = *static_cast<const L3Body*>(row->info);
-    for (unsigned i = 0; i < body.count; ++i)
-      if (body.rows[i].type && body.rows[i].type->size > largest) largest = body.rows[i].type->size;
-  }
-  return largest;
-}
+#include "tests/robustness/countedHeap.h"
 
 // A length that must be larger, or an array for fewer octets than came: where the rest of an element goes into an
 // array, what finds no place there is counted and passed over.
@@ -66,15 +35,13 @@ static bool isCut(const RtxContext* ctxt)
 // not out: false. So do what isCut tells, and an open tail that begins inside an octet.
 static bool encodeAgain(const L3TypeEntry& entry, Decoding& decoding, Octets& octets)
 {
-  rtxCtxtSetBufPtr(decoding.ctxt, octets.data(), octets.size());
-  int status = entry.encode(decoding.ctxt, decoding.record.get());
+  int status = encodeInto(octets, decoding.ctxt, entry, decoding.record.get());
   if (status == RTX_E_ENUM_VALUE || status == RTX_E_BAD_ALIGNMENT) return false;
   if (status == RTX_E_CONSTRAINT && isCut(decoding.ctxt)) return false;
   promise(status >= 0, [&] {
     return std::string("an accepted ") + entry.type->fullName + " does not encode: " + std::to_string(status) + "\n" +
            errorsOf(decoding.ctxt) + decoding.text();
   });
-  octets.resize((rtxCtxtGetBitOffset(decoding.ctxt) + 7) / 8);
   return true;
 }
 
@@ -89,7 +56,7 @@ static bool isShorterThanCounted(const std::string& text)
 static void checkSecond(const L3TypeEntry& entry, Decoding& first, const Octets& octets)
 {
   std::string text = first.text(); // with the lengths as written
-  Decoding second(entry, octets.data(), octets.size());
+  Decoding second(entry, octets);
   // An identity of one digit is written with the length 1, which the decoder takes for one more octet.
   static const std::regex kOneDigit("(imsi|imei|imeisv) = '.?'");
   if (second.status < 0 && std::regex_search(text, kOneDigit)) return;
@@ -106,25 +73,23 @@ static void checkSecond(const L3TypeEntry& entry, Decoding& first, const Octets&
   if (text != again && !std::regex_search(text, kLossy)) promiseSame(entry, "when coded again", text, again);
 }
 
-void checkMessage(const L3TypeEntry& entry, const uint8_t* data, size_t size)
+void checkMessage(const L3TypeEntry& entry, Octets input)
 {
-  static const bool kCounted =
-      (rtxMemSetAllocFuncs([](size_t size) { return countedRealloc(nullptr, size); }, countedRealloc, countedFree),
-       true);
+  static const bool kCounted = (rtxMemSetAllocFuncs(heap::allocate, heap::grow, heap::release), true);
   // Half of the inputs are decoded with each piece of the heap from the system, where a sanitizer sees its end.
-  bool pieces = kCounted && std::accumulate(data, data + size, 0) & 1;
-  size_t before = gPeak = gLive;
-  Decoding first(entry, data, size, {.pieces = pieces});
-  size_t taken = gPeak - before, bound = 16384 + 64 * size + 2 * largestBody(*entry.type);
-  promise(pieces || taken <= bound, [&] {
-    return entry.type->fullName + (" of " + std::to_string(size)) + " octets takes " + std::to_string(taken);
+  bool pieces = kCounted && std::accumulate(input.begin(), input.end(), 0) & 1;
+  size_t before = heap::peak = heap::live;
+  Decoding first(entry, input, {.pieces = pieces});
+  size_t taken = heap::peak - before;
+  promise(pieces || taken <= heap::mostFor(*entry.type, input.size()), [&] {
+    return entry.type->fullName + (" of " + std::to_string(input.size())) + " octets takes " + std::to_string(taken);
   });
   // Elements within elements, as deep as the definitions lay them.
   promise(first.ctxt->elemNameStack.count <= 40, [&] { return "too deep:\n" + stacksOf(first.ctxt); });
   // A remark is a value outside its bounds, which the encoder refuses; above 255 octets it cuts 16-bit lengths.
-  if (first.status < 0 || first.ctxt->errInfo.count || size > 255 || !entry.encode) return;
-  Octets octets(4096 + 8 * size);
+  if (first.status < 0 || first.ctxt->errInfo.count || input.size() > 255 || !entry.encode) return;
+  Octets octets(4096 + 8 * input.size());
   if (!encodeAgain(entry, first, octets)) return;
   // The same octets decode to the same record.
-  if (octets != Octets(data, data + size)) checkSecond(entry, first, octets);
+  if (octets != input) checkSecond(entry, first, octets);
 }

@@ -15,41 +15,40 @@ static void promiseModes(const L3TypeEntry& entry, const std::function<std::stri
 }
 
 // Over whatever the caller left open: the first octet tells the setting.
-void checkModes(const L3TypeEntry& entry, const uint8_t* data, size_t size)
+void checkModes(const L3TypeEntry& entry, Octets input)
 {
-  if (!size) return;
-  Setting setting = {.security = bool(data[0] & 1)};
-  setting.flags = data[0] & 2 ? RTX_FLAG_MOBILE_ORIGINATED : 0;
-  setting.names = data[0] >> 2 & 3;
-  setting.regions = data[0] >> 4 & 3;
-  setting.specRelease = data[0] & 0x40 ? 5 : 0;
-  setting.skipBits = data[0] & 0x80 && size > 1 ? 4 : 0;
-  Octets octets(data + 1, data + size);
+  uint8_t choice = takeFirst(input);
+  Setting setting = {.security = bool(choice & 1)};
+  setting.flags = choice & 2 ? RTX_FLAG_MOBILE_ORIGINATED : 0;
+  setting.names = choice >> 2 & 3;
+  setting.regions = choice >> 4 & 3;
+  setting.specRelease = choice & 0x40 ? 5 : 0;
+  setting.skipBits = choice & 0x80 && !input.empty() ? 4 : 0;
   promiseModes(
-      entry, [&](const Setting& mode) { return decodeOutcome(entry, octets, mode); }, setting);
+      entry, [&](const Setting& mode) { return decodeOutcome(entry, input, mode); }, setting);
 }
 
 // Any record that C allows: the octets draw it along the descriptor, the first of them tells damage and setting. It
 // fails or gives octets that the decoder takes without fault.
-void checkEncoder(const L3TypeEntry& entry, const uint8_t* data, size_t size)
+void checkEncoder(const L3TypeEntry& entry, Octets input)
 {
-  if (!size) return;
-  unsigned damage = data[0] & 3 ? 4U << (data[0] & 7) : 0;
-  size_t capacity = data[0] & 0x80 ? size : 4096;
+  uint8_t choice = takeFirst(input);
+  unsigned damage = choice & 3 ? 4U << (choice & 7) : 0;
+  size_t capacity = choice & 0x80 ? input.size() : 4096;
   auto make = [&](RtxContext* ctxt) {
-    Draw draw(data + 1, size - 1);
+    Draw draw(input.data(), input.size());
     return arbitraryRecord(ctxt, *entry.type, draw, damage);
   };
   Octets octets;
   auto outcome = [&](const Setting& mode) { return encodeOutcome(entry, make, capacity, mode, &octets); };
-  promiseModes(entry, outcome, {.trace = bool(data[0] & 0x40)});
-  if (!octets.empty() && entry.decode) Decoding(entry, octets.data(), octets.size());
+  promiseModes(entry, outcome, {.trace = bool(choice & 0x40)});
+  if (!octets.empty() && entry.decode) Decoding(entry, octets);
 }
 
 // Whatever was decoded prints, also what failed: the record, the errors, the trace as text and as a page.
-void checkPrint(const L3TypeEntry& entry, const uint8_t* data, size_t size)
+void checkPrint(const L3TypeEntry& entry, Octets input)
 {
-  Decoding decoding(entry, data, size, {.trace = true});
+  Decoding decoding(entry, input, {.trace = true});
   RtxContext* ctxt = decoding.ctxt;
   std::string text;
   rtxSetPrintStream(ctxt, appendPrinted, &text);
@@ -88,34 +87,33 @@ static void checkFields(const Fields& fields, size_t size, const std::function<s
 
 // What no field covers, bits that are passed over, can be anything. Lists that end before some bits of 0 look ahead at
 // bits that others may read, or nobody.
-static void checkGaps(const L3TypeEntry& entry, const Fields& fields, const uint8_t* data, size_t size,
-                      const std::string& text)
+static void checkGaps(const L3TypeEntry& entry, const Fields& fields, const Octets& input, const std::string& text)
 {
-  Octets other(data, data + size), covered(size);
+  Octets other = input, covered(input.size());
   for (const RtxBitField* field : fields) {
     if (field->elemName && strstr(field->elemName, "eceiveNPDUNumber")) return;
     for (size_t bit = field->bitOffset; bit < field->bitOffset + field->bitCount; ++bit)
       covered[bit / 8] = uint8_t(covered[bit / 8] | 0x80U >> bit % 8);
   }
-  for (size_t i = 0; i < size; ++i) other[i] = uint8_t(other[i] ^ ~covered[i]);
-  if (other == Octets(data, data + size)) return;
-  Decoding same(entry, other.data(), size);
+  for (size_t i = 0; i < input.size(); ++i) other[i] = uint8_t(other[i] ^ ~covered[i]);
+  if (other == input) return;
+  Decoding same(entry, other);
   if (same.status < 0 && !covered.back()) return; // unknown elements behind the last field still have a form
   promiseSame(entry, "with other bits that no field covers", text, same.status < 0 ? "a failure\n" : same.text());
 }
 
-void checkTrace(const L3TypeEntry& entry, const uint8_t* data, size_t size)
+void checkTrace(const L3TypeEntry& entry, Octets input)
 {
-  Decoding plain(entry, data, size), traced(entry, data, size, {.trace = true});
+  Decoding plain(entry, input), traced(entry, input, {.trace = true});
   std::string text = traced.text();
   promiseSame(entry, "with trace", plain.text(), text);
   Fields fields = fieldsOf(traced.ctxt);
   if (traced.status >= 0) {
-    checkFields(fields, size, [&] { return traceOf(traced.ctxt) + text; });
+    checkFields(fields, input.size(), [&] { return traceOf(traced.ctxt) + text; });
     // With a finding, octets may have been read before one was missing.
-    if (!traced.ctxt->errInfo.count) checkGaps(entry, fields, data, size, text);
+    if (!traced.ctxt->errInfo.count) checkGaps(entry, fields, input, text);
   }
   RtxBitFieldList* list = std::exchange(traced.ctxt->pBitFldList, nullptr); // the rest of the state is to be as without
-  promiseSame(entry, "with trace", stateOf(plain.ctxt, plain.status), stateOf(traced.ctxt, traced.status));
+  promiseSame(entry, "with trace", plain.state(), traced.state());
   traced.ctxt->pBitFldList = list;
 }

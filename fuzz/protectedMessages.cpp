@@ -17,42 +17,41 @@ static void setSecurity(RtxContext* ctxt, uint8_t choice)
 
 // Puts a header in front, ciphers and signs as a sender does (TS 24.501, 4.4; TS 24.301, 4.4). The code begins at
 // `codeAt`.
-static Octets protectedOctets(const uint8_t* plain, size_t size, size_t codeAt, uint8_t choice)
+static Octets protectedOctets(const Octets& plain, size_t codeAt, uint8_t choice)
 {
   uint8_t type = choice & 2 ? 2 : 1;
   Octets octets = codeAt == 1 ? Octets{uint8_t(type << 4 | 7)} : Octets{0x7E, type};
   octets.insert(octets.end(), {0, 0, 0, 0, kCount});
-  octets.insert(octets.end(), plain, plain + size);
+  octets.insert(octets.end(), plain.begin(), plain.end());
   OutcomeContext ctxt;
   setSecurity(ctxt, choice);
   uint32_t code = 0;
-  if (type == 2) rtx3gppCipher(ctxt, &octets[codeAt + 5], size);
-  rtx3gppComputeMAC(ctxt, &octets[codeAt + 4], size + 1, &code);
+  if (type == 2) rtx3gppCipher(ctxt, &octets[codeAt + 5], plain.size());
+  rtx3gppComputeMAC(ctxt, &octets[codeAt + 4], plain.size() + 1, &code);
   for (int i = 0; i < 4; ++i) octets[codeAt + size_t(i)] = uint8_t(code >> (24 - 8 * i));
   return octets;
 }
 
-void checkProtected(const L3TypeEntry& entry, const uint8_t* data, size_t size)
+void checkProtected(const L3TypeEntry& entry, Octets input)
 {
-  if (size < 2) return;
-  uint8_t choice = *data++;
-  auto decoding = [&](const uint8_t* octets, size_t count) {
-    return Decoding(entry, octets, count, {}, [&](RtxContext* ctxt) { setSecurity(ctxt, choice); });
+  uint8_t choice = takeFirst(input);
+  if (input.empty()) return;
+  auto decoding = [&](const Octets& octets) {
+    return Decoding(entry, octets, {}, [&](RtxContext* ctxt) { setSecurity(ctxt, choice); });
   };
-  Decoding plain = decoding(data, --size);
+  Decoding plain = decoding(input);
   bool eps = entry.type->fullName == std::string("TS24301Msg_PDU");
-  bool isPlain = eps ? data[0] == 7 : size > 1 && data[0] == 0x7E && (data[1] & 0x0F) == 0;
+  bool isPlain = eps ? input[0] == 7 : input.size() > 1 && input[0] == 0x7E && (input[1] & 0x0F) == 0;
   if (plain.status < 0 || !isPlain) return;
   size_t codeAt = eps ? 1 : 2;
-  Octets octets = protectedOctets(data, size, codeAt, choice);
-  Decoding inside = decoding(octets.data(), octets.size());
-  promise(inside.status >= 0, [&] { return "a protected message fails:\n" + stateOf(inside.ctxt, inside.status); });
+  Octets octets = protectedOctets(input, codeAt, choice);
+  Decoding inside = decoding(octets);
+  promise(inside.status >= 0, [&] { return "a protected message fails:\n" + inside.state(); });
   auto bodyOf = [](const std::string& text) { return text.substr(std::min(text.find("data {"), text.size())); };
   promiseSame(entry, "under protection", bodyOf(plain.text()), bodyOf(inside.text()));
   if (!(choice & 4)) return;
   // One octet of code, number or content is another: the code is wrong.
   size_t at = codeAt + (choice * 7U + octets.size()) % (octets.size() - codeAt);
   octets[at] = uint8_t(octets[at] ^ 1U << (choice & 7));
-  promise(decoding(octets.data(), octets.size()).status < 0,
-          [&] { return "octet " + std::to_string(at) + " changed unnoticed"; });
+  promise(decoding(octets).status < 0, [&] { return "octet " + std::to_string(at) + " changed unnoticed"; });
 }

@@ -25,7 +25,7 @@ static void showInput(int signal)
 static void run(const FuzzTarget& target, const Octets& input)
 {
   gInput = &input;
-  runTarget(target, input.data(), input.size());
+  runTarget(target, input);
 }
 
 static Octets contentOf(const fs::path& path)

@@ -62,10 +62,10 @@ const Reader kReaders[] = {
 };
 
 // A third of the octets, in pairs, tells what is read from the others.
-void compareReads(const uint8_t* data, size_t size, size_t step)
+void compareReads(const Octets& input, size_t step)
 {
-  size_t pairs = size / 6;
-  Octets octets(data + pairs * 2, data + size);
+  size_t pairs = input.size() / 6;
+  Octets octets(input.begin() + long(pairs * 2), input.end());
   octets.push_back(0); // a null pointer would ask for a buffer
   OutcomeContext plain({.security = false}), streamed({.security = false});
   plain.bind(octets.data(), octets.size() - 1);
@@ -73,14 +73,15 @@ void compareReads(const uint8_t* data, size_t size, size_t step)
   trickle.open(streamed);
   for (size_t i = 0; i < pairs; ++i) {
     Value one = {}, other = {};
-    Reader reader = kReaders[data[2 * i] % std::size(kReaders)];
-    int status = reader(plain, one, data[2 * i + 1]), same = reader(streamed, other, data[2 * i + 1]);
+    size_t index = input[2 * i] % std::size(kReaders);
+    uint8_t count = input[2 * i + 1];
+    int status = kReaders[index](plain, one, count), same = kReaders[index](streamed, other, count);
     one.position = rtxCtxtGetBitOffset(plain);
     other.position = rtxCtxtGetBitOffset(streamed);
     bool failed = status < 0 && same < 0;
     promise(failed || (status == same && one == other), [&] {
-      return "read " + std::to_string(data[2 * i] % std::size(kReaders)) + " of " + std::to_string(data[2 * i + 1]) +
-             " is\n" + stateOf(plain, status) + "in a buffer and on a stream\n" + stateOf(streamed, same);
+      return "read " + std::to_string(index) + " of " + std::to_string(count) + " is\n" + stateOf(plain, status) +
+             "in a buffer and on a stream\n" + stateOf(streamed, same);
     });
     if (failed) return;
   }
@@ -89,19 +90,18 @@ void compareReads(const uint8_t* data, size_t size, size_t step)
 } // namespace
 
 // The first octet chooses between both, and how many octets come at a time.
-void checkStream(const L3TypeEntry& entry, const uint8_t* data, size_t size)
+void checkStream(const L3TypeEntry& entry, Octets input)
 {
-  if (!size) return;
-  uint8_t choice = *data++;
-  Trickle trickle = {data, --size, 1U + choice % 9};
-  if (!(choice & 0x80)) return compareReads(data, size, trickle.step);
+  uint8_t choice = takeFirst(input);
+  Trickle trickle = {input.data(), input.size(), 1U + choice % 9};
+  if (!(choice & 0x80)) return compareReads(input, trickle.step);
   OutcomeContext ctxt({.security = false});
   trickle.open(ctxt);
   auto record = recordStorage(*entry.type, 0);
   int status = entry.decode(ctxt, record.get());
   // Only a length tells on a stream whether more is to come: without one, what was buffered passes for all there is.
   if (status < 0 || entry.type->hand || !entry.type->rowCount || entry.type->rows[0].op != kL3Length) return;
-  Decoding same(entry, data, size, {.security = false});
+  Decoding same(entry, input, {.security = false});
   promiseSame(entry, "on a stream", printed(*entry.type, "x", record.get()),
-              same.status < 0 ? stateOf(same.ctxt, same.status) : same.text());
+              same.status < 0 ? same.state() : same.text());
 }

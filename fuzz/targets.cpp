@@ -66,11 +66,12 @@ const FuzzTarget* findTarget(const std::string& name)
   return nullptr;
 }
 
-void runTarget(const FuzzTarget& target, const uint8_t* data, size_t size)
+void runTarget(const FuzzTarget& target, const Octets& input)
 {
-  if (target.types.size() < 2) return target.check(target.types.empty() ? *l3TypeTable : *target.types[0], data, size);
-  if (size < 2) return;
-  target.check(*target.types[(size_t{data[0]} << 8 | data[1]) % target.types.size()], data + 2, size - 2);
+  if (target.types.size() < 2) return target.check(target.types.empty() ? *l3TypeTable : *target.types[0], input);
+  if (input.size() < 2) return;
+  size_t choice = size_t{input[0]} << 8 | input[1];
+  target.check(*target.types[choice % target.types.size()], Octets(input.begin() + 2, input.end()));
 }
 
 std::vector<Octets> seedsOf(const FuzzTarget& target)
@@ -91,6 +92,14 @@ std::vector<Octets> seedsOf(const FuzzTarget& target)
     }
   }
   return seeds;
+}
+
+uint8_t takeFirst(Octets& input)
+{
+  if (input.empty()) return 0;
+  uint8_t first = input[0];
+  input.erase(input.begin());
+  return first;
 }
 
 void promiseSame(const L3TypeEntry& entry, const char* where, const std::string& one, const std::string& other)

@@ -28,9 +28,10 @@ struct Setting {
   unsigned names = 0;   // element names that stand open
   unsigned regions = 0; // regions that stand open, each a little wider than the next
   unsigned skipBits = 0;
+  int fill = 0; // every octet of the record before it is decoded
 };
 
-// A context under a setting. Slow mode lasts as long as it.
+// A context under a setting. Slow mode lasts as long as it, for all threads.
 class OutcomeContext {
 public:
   explicit OutcomeContext(const Setting& setting = {}) : setting(setting)
@@ -39,11 +40,11 @@ public:
     if (setting.pieces) rtxMemHeapSetFlags(&ctxt.pMemHeap, RT_MH_USE_SYSMEM);
     if (setting.security) rtx3gppSecInitialize(&ctxt);
     ctxt.specRelease = setting.specRelease;
-    l3SetSlowMode(setting.slow);
+    if (setting.slow) l3SetSlowMode(true);
   }
   ~OutcomeContext()
   {
-    l3SetSlowMode(false);
+    if (setting.slow) l3SetSlowMode(false);
     rtxFreeContext(&ctxt);
   }
   OutcomeContext(const OutcomeContext&) = delete;
@@ -122,17 +123,32 @@ inline std::unique_ptr<uint64_t[]> recordStorage(const L3Type& type, int fill)
   return record;
 }
 
-// The octets are copied to where a sanitizer sees any access beyond them; deciphering changes the copy.
+// One decoding of a copy of the octets, which has exactly their size: a sanitizer sees any access beyond, and
+// deciphering changes the copy.
+struct Decoding {
+  Decoding(const L3TypeEntry& entry, const Octets& octets, const Setting& setting = {},
+           const std::function<void(RtxContext*)>& prepare = nullptr)
+      : ctxt(setting), entry(entry), data(new uint8_t[octets.size()]), record(recordStorage(*entry.type, setting.fill))
+  {
+    std::copy(octets.begin(), octets.end(), data.get());
+    if (prepare) prepare(ctxt);
+    ctxt.bind(data.get(), octets.size());
+    status = entry.decode(ctxt, record.get());
+  }
+  std::string text() const { return printed(*entry.type, "x", record.get()); }
+  std::string state() { return stateOf(ctxt, status); }
+
+  OutcomeContext ctxt;
+  const L3TypeEntry& entry;
+  std::unique_ptr<uint8_t[]> data;
+  std::unique_ptr<uint64_t[]> record;
+  int status;
+};
+
 inline std::string decodeOutcome(const L3TypeEntry& entry, const Octets& octets, const Setting& setting)
 {
-  OutcomeContext ctxt(setting);
-  std::unique_ptr<uint8_t[]> data(new uint8_t[octets.size()]);
-  std::copy(octets.begin(), octets.end(), data.get());
-  ctxt.bind(data.get(), octets.size());
-  auto record = recordStorage(*entry.type, 0);
-  int status = entry.decode(ctxt, record.get());
-  std::string text = stateOf(ctxt, status);
-  return text + printed(*entry.type, "x", record.get());
+  Decoding decoding(entry, octets, setting);
+  return decoding.state() + decoding.text();
 }
 
 using Make = std::function<void*(RtxContext*)>;
@@ -146,6 +162,16 @@ inline void* sampleValue(const L3TypeEntry& entry, RtxContext* ctxt)
 inline size_t octetsDone(const RtxContext* ctxt)
 {
   return ctxt->buffer.byteIndex + (ctxt->buffer.bitOffset != 8);
+}
+
+// Encodes a value into octets, which are then those up to the cursor, or none after a failure.
+inline int encodeInto(Octets& octets, RtxContext* ctxt, const L3TypeEntry& entry, void* value)
+{
+  octets.push_back(0); // a null pointer would ask for a buffer
+  rtxCtxtSetBufPtr(ctxt, octets.data(), octets.size() - 1);
+  int status = entry.encode(ctxt, value);
+  octets.resize(status < 0 ? 0 : octetsDone(ctxt));
+  return status;
 }
 
 // Encodes the value that `make` gives into `capacity` octets.
@@ -194,25 +220,16 @@ inline std::string encodingDiffers(const L3TypeEntry& entry, const Make& make, s
 inline std::string roundTripFault(const L3TypeEntry& entry, RtxContext* ctxt, void* value, Octets& octets)
 {
   octets.assign(1 << 16, 0);
-  rtxCtxtSetBufPtr(ctxt, octets.data(), octets.size());
-  int status = entry.encode(ctxt, value);
-  octets.resize(status < 0 ? 0 : octetsDone(ctxt));
+  int status = encodeInto(octets, ctxt, entry, value);
   std::string before = printed(*entry.type, "x", value);
   if (status < 0) return "encoding gives " + std::to_string(status) + "\n" + errorsOf(ctxt) + before;
   if (!entry.decode) return "";
-  OutcomeContext decoding;
-  std::unique_ptr<uint8_t[]> data(new uint8_t[octets.size()]);
-  std::copy(octets.begin(), octets.end(), data.get());
-  decoding.bind(data.get(), octets.size());
-  auto record = recordStorage(*entry.type, 0xA5);
-  status = entry.decode(decoding, record.get());
-  if (status < 0) return "decoding gives " + std::to_string(status) + "\n" + errorsOf(decoding) + before;
-  std::string after = printed(*entry.type, "x", record.get());
-  if (before != after) return "decoded back as another:\n" + before + after;
+  Decoding back(entry, octets, {.fill = 0xA5});
+  if (back.status < 0) return "decoding gives " + back.state() + before;
+  if (before != back.text()) return "decoded back as another:\n" + before + back.text();
   Octets again(octets.size());
-  rtxCtxtSetBufPtr(decoding, again.data(), again.size());
-  status = entry.encode(decoding, record.get());
-  return status >= 0 && again == octets ? "" : "encoded again as " + hexText(again) + "\n" + errorsOf(decoding);
+  status = encodeInto(again, back.ctxt, entry, back.record.get());
+  return status >= 0 && again == octets ? "" : "encoded again as " + hexText(again) + "\n" + errorsOf(back.ctxt);
 }
 
 // A type that is not in the table, coded by the engine. Good until the next one.

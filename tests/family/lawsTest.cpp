@@ -109,21 +109,12 @@ TEST(FamilyLaws, EnumerationsPrintEveryValue)
 std::string coded(const TestMessage& message)
 {
   const L3TypeEntry& entry = *message.entry;
-  RtxContext ctxt;
-  rtxInitContext(&ctxt);
-  rtx3gppSecInitialize(&ctxt);
-  Octets octets = message.octets, again(2 * octets.size() + 64);
-  octets.push_back(0); // a null pointer would ask for a buffer
-  auto record = recordStorage(*entry.type, 0);
-  rtxCtxtSetBufPtr(&ctxt, octets.data(), message.octets.size());
-  int status = entry.decode(&ctxt, record.get());
-  std::string text = stateOf(&ctxt, status) + printed(*entry.type, "x", record.get());
-  if (status >= 0 && entry.encode) {
-    rtxCtxtSetBufPtr(&ctxt, again.data(), again.size());
-    text += stateOf(&ctxt, entry.encode(&ctxt, record.get())) + hexText(again);
-  }
-  rtxFreeContext(&ctxt);
-  return text;
+  Decoding decoding(entry, message.octets);
+  std::string text = decoding.state() + decoding.text();
+  if (decoding.status < 0 || !entry.encode) return text;
+  Octets again(2 * message.octets.size() + 64);
+  int status = encodeInto(again, decoding.ctxt, entry, decoding.record.get());
+  return text + stateOf(decoding.ctxt, status) + hexText(again);
 }
 
 // Threads with a context each do not know of each other.

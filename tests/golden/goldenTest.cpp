@@ -61,28 +61,15 @@ std::string findings(const RtxContext* ctxt)
   return text;
 }
 
-void decodeInto(Digest& digest, const L3TypeEntry& entry, Octets octets)
+void decodeInto(Digest& digest, const L3TypeEntry& entry, const Octets& octets)
 {
-  OutcomeContext ctxt;
-  auto record = recordStorage(*entry.type, 0);
-  octets.push_back(0); // a null pointer would ask for a buffer
-  ctxt.bind(octets.data(), octets.size() - 1);
-  int status = entry.decode(ctxt, record.get());
+  Decoding decoding(entry, octets);
   ++digest.inputs;
-  digest.taken += status >= 0;
-  digest.add(std::to_string(status) + "@" + std::to_string(rtxCtxtGetBitOffset(ctxt)) + findings(ctxt));
-  if (status < 0) return;
-  auto* value = reinterpret_cast<uint8_t*>(record.get());
-  digest.add(printed(*entry.type, "x", value) + shapeOf(*entry.type, value));
-}
-
-Octets encodedIn(OutcomeContext& ctxt, const L3TypeEntry& entry, void* value, int& status)
-{
-  Octets octets(1 << 12, 0);
-  ctxt.bind(octets.data(), octets.size());
-  status = entry.encode(ctxt, value);
-  octets.resize(status < 0 ? 0 : octetsDone(ctxt));
-  return octets;
+  digest.taken += decoding.status >= 0;
+  digest.add(std::to_string(decoding.status) + "@" + std::to_string(rtxCtxtGetBitOffset(decoding.ctxt)) +
+             findings(decoding.ctxt));
+  if (decoding.status < 0) return;
+  digest.add(decoding.text() + shapeOf(*entry.type, reinterpret_cast<uint8_t*>(decoding.record.get())));
 }
 
 // The sample, whole or with as few elements as it can have.
@@ -93,7 +80,9 @@ Octets encoded(const L3TypeEntry& entry, bool minimal, int& status)
   status = -1;
   if (!value || !entry.encode) return {};
   if (minimal) clearPresence(*entry.type, static_cast<uint8_t*>(value));
-  return encodedIn(ctxt, entry, value, status);
+  Octets octets(1 << 12);
+  status = encodeInto(octets, ctxt, entry, value);
+  return octets;
 }
 
 // Elements are looked at closely, messages by what they add to their elements.
@@ -159,8 +148,8 @@ void encodeEdges(Digest& digest, const L3TypeEntry& entry)
     OutcomeContext ctxt;
     void* value = sampleValue(entry, ctxt);
     if (!value || !moveToEdge(ctxt, *entry.type, value, index)) return;
-    int status = 0;
-    Octets octets = encodedIn(ctxt, entry, value, status);
+    Octets octets(1 << 12);
+    int status = encodeInto(octets, ctxt, entry, value);
     digest.add(std::to_string(status) + findings(ctxt) + hexText(octets));
     if (entry.decode && status >= 0) decodeInto(digest, entry, octets);
   }

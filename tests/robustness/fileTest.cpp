@@ -7,7 +7,6 @@
 #include <iterator>
 
 #include "tests/messages.h"
-#include "tests/outcome.h"
 #include "velnor3gpp/rtxBitEncode.h"
 #include "velnor3gpp/rtxStreamFile.h"
 
@@ -26,7 +25,6 @@ struct Coding {
     if (bit) rtxEncBit(ctxt, 1);
     if (status >= 0) status = entry.encode(ctxt, record);
   }
-  const RtxBuffer& buffer() { return static_cast<RtxContext*>(ctxt)->buffer; }
 };
 
 // A file that cannot go back for a length refuses; otherwise it has what memory has. Within an octet some strings are
@@ -39,13 +37,12 @@ void checkFile(const L3TypeEntry& entry, size_t octets, bool bit, void* record, 
   {
     Coding file(octets, bit, entry, record, path);
     EXPECT_TRUE(file.status == memory.status || file.status == RTX_E_NOT_SUPPORTED) << file.status;
-    EXPECT_LE(file.buffer().byteIndex, file.buffer().size);
+    EXPECT_LE(file.ctxt->buffer.byteIndex, file.ctxt->buffer.size);
     if (bit || file.status < 0) return;
   }
   std::ifstream in(path, std::ios::binary);
   Octets written{std::istreambuf_iterator<char>(in), {}};
-  const RtxBuffer& buffer = memory.buffer();
-  EXPECT_EQ(written, Octets(buffer.data, buffer.data + buffer.byteIndex + (buffer.bitOffset != 8)));
+  EXPECT_EQ(written, Octets(memory.ctxt->buffer.data, memory.ctxt->buffer.data + octetsDone(memory.ctxt)));
 }
 
 TEST(Files, TakeWhatMemoryTakesOrRefuse)
@@ -53,13 +50,10 @@ TEST(Files, TakeWhatMemoryTakesOrRefuse)
   std::string path = testing::TempDir() + "encoded." + std::to_string(getpid());
   for (const TestMessage& message : sampleMessages()) {
     if (!message.entry->encode || message.octets.empty()) continue;
-    OutcomeContext ctxt{Setting()};
-    Octets octets = message.octets;
-    ctxt.bind(octets.data(), octets.size());
-    auto record = recordStorage(*message.entry->type, 0);
-    if (message.entry->decode(ctxt, record.get()) < 0) continue;
+    Decoding decoding(*message.entry, message.octets);
+    if (decoding.status < 0) continue;
     for (size_t before : {0, 36, 42})
-      for (bool bit : {false, true}) checkFile(*message.entry, before, bit, record.get(), path);
+      for (bool bit : {false, true}) checkFile(*message.entry, before, bit, decoding.record.get(), path);
   }
   std::remove(path.c_str());
 }

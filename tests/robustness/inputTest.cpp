@@ -19,21 +19,6 @@ constexpr int kStatuses[] = {RTX_E_END_OF_BUFFER, RTX_E_ENUM_VALUE, RTX_E_INVALI
                              RTX_E_BAD_LENGTH,    RTX_E_UNKNOWN_IE, RTX_E_BAD_MAC,        RTX_E_CONSTRAINT,
                              RTX_E_BAD_CHAR};
 
-// What lists of great records may take beside the input's share, three times while they grow; a message stands by
-// itself.
-size_t recordsOf(const L3Type& type)
-{
-  size_t octets = 0;
-  for (const L3Row* row = type.rows; row < type.rows + type.rowCount; ++row) {
-    if (row->op == kL3Body) return SIZE_MAX / 4;
-    if (row->op == kL3Record) octets += recordsOf(*row->type);
-    if (row->op != kL3List) continue;
-    const L3List& list = *static_cast<const L3List*>(row->info);
-    if (!list.cap && list.elemSize > 256) octets += std::max<size_t>(list.ranged ? list.hi * list.elemSize : 0, 32768);
-  }
-  return octets;
-}
-
 struct Ending {
   int status;
   size_t bits; // up to the cursor, which a length may have set behind the end
@@ -69,8 +54,7 @@ protected:
     int status = entry.decode(&ctxt, record.get());
     Ending ending = {status, rtxCtxtGetBitOffset(&ctxt), errorsOf(&ctxt)};
     bool known = std::find(std::begin(kStatuses), std::end(kStatuses), status) != std::end(kStatuses);
-    bool bounded = heap::peak <= 16384 + 64 * size + 3 * recordsOf(*entry.type);
-    EXPECT_TRUE((status >= 0 || known) && bounded)
+    EXPECT_TRUE((status >= 0 || known) && heap::peak <= heap::mostFor(*entry.type, size))
         << status << ", heap " << heap::peak << ", " << hexText(Octets(octets, octets + size));
     EXPECT_TRUE(status >= 0 || rtxErrGetStatus(&ctxt) < 0) << status;
     if (status >= 0) printed(*entry.type, "x", record.get());
