@@ -79,14 +79,13 @@ inline bool storeOctets(RtxContext* ctxt, const L3Octets& info, uint8_t* member,
   return info.from == kL3Fixed ? octets.size() == room : octets.size() <= room;
 }
 
-// An array of `cap` characters, or a pointer.
+// An array of `cap` characters, which has no end when it is full, or a pointer.
 inline bool storeText(RtxContext* ctxt, uint8_t* member, size_t cap, const std::string& text)
 {
   uint8_t* to = cap ? member : zeroed(ctxt, text.size() + 1);
   if (!cap) l3StorePointer(member, to);
-  if (cap && text.size() >= cap) return false;
-  memcpy(to, text.c_str(), text.size() + 1);
-  return true;
+  memcpy(to, text.c_str(), cap ? std::min(cap, text.size() + 1) : text.size() + 1);
+  return !cap || text.size() <= cap;
 }
 
 // So many copies of the first entry, as far as there is a place for them.

@@ -1,10 +1,8 @@
-// What octets alone do not show of TS 24.008, 24.011 and 24.501: strings whose size the caller tells, or that are too
-// long for their elements, the PLMN pair both ways, and the setters of messages.
+// Strings of TS 24.008 and TS 24.501 whose size the caller tells, or that are too long for their elements.
 #include <gtest/gtest.h>
 
 #include "tests/outcome.h"
 #include "velnor3gpp/TS24008IES.h"
-#include "velnor3gpp/TS24011Msgs.h"
 #include "velnor3gpp/TS24501IES.h"
 #include "velnor3gpp/rtxStatus.h"
 
@@ -77,44 +75,6 @@ TEST_F(Strings, SpareArgumentDropsTheLastSeptet)
     EXPECT_EQ(NASDec_TS24008IE_TBCDString(over({0x21, 0x43}), &text, octets), RTX_E_END_OF_BUFFER);
     EXPECT_EQ(NASDec_TS24008IE_GSMString(over({0x21, 0x43}), &text, octets, 0), RTX_E_END_OF_BUFFER);
   }
-}
-
-// The PLMN pair is read and written at once where it can be; both ways must agree in everything that a caller sees.
-TEST(PlmnPairs, AgreeReadAndWrittenBothWays)
-{
-  const L3TypeEntry& entry = *l3FindType("TS24008IE_MCCMNCPair");
-  for (unsigned phase : {0, 4, 5})
-    for (unsigned place = 0; place < 6; ++place)
-      for (size_t size = 0; size <= 5; ++size) {
-        SCOPED_TRACE(testing::Message() << "phase " << phase << " place " << place << " size " << size);
-        const Setting fast{.skipBits = phase}, slow{.slow = true, .skipBits = phase};
-        for (unsigned nibble = 0; nibble < 16; ++nibble) {
-          Octets octets = {0x21, 0x63, 0x54, 0x98, 0x76};
-          octets[place / 2] = static_cast<uint8_t>(place & 1 ? 0x20 | nibble : nibble << 4 | 5);
-          octets.resize(size);
-          EXPECT_EQ(decodeOutcome(entry, octets, fast), decodeOutcome(entry, octets, slow)) << nibble;
-        }
-        for (char digit : {'0', '9', '*', 'c', 'd', 'x', '\0', '\x0F'}) {
-          TS24008IE_MCCMNCPair pair = {"123", "456"};
-          (place < 3 ? pair.mcc : pair.mnc)[place % 3] = digit;
-          auto make = [&pair](RtxContext*) { return &pair; };
-          EXPECT_EQ(encodeOutcome(entry, make, size, fast), encodeOutcome(entry, make, size, slow)) << digit;
-        }
-      }
-}
-
-TEST(ShortMessages, SettersMakeThePdu)
-{
-  TS24011Msg_CP_PDU pdu = {};
-  TS24011Msg_CPERROR error = {};
-  asn1SetTC_TS24011Msg_CP_PDU_obj_CP_ERROR(nullptr, &pdu, &error);
-  EXPECT_EQ(pdu.protoDiscr, TS24007L3_ProtoDiscr_sms);
-  EXPECT_EQ(pdu.msgType, 16);
-  EXPECT_EQ(pdu.data.t, 3U);
-  EXPECT_EQ(pdu.data.u.obj_CP_ERROR, &error);
-  asn1SetTC_TS24011Msg_CP_PDU_obj_CP_ACK(nullptr, &pdu);
-  EXPECT_EQ(pdu.msgType, 4);
-  EXPECT_EQ(pdu.data.t, 2U);
 }
 
 } // namespace

@@ -75,6 +75,7 @@ Setting anySetting(Draw& draw)
   setting.flags = draw.below(3) ? 0 : RTX_FLAG_MOBILE_ORIGINATED;
   setting.names = draw.below(3) ? 0 : 1 + draw.below(2);
   setting.regions = draw.below(3) ? 0 : 1 + draw.below(2);
+  setting.skipBits = draw.below(3) ? 0 : draw.below(8);
   return setting;
 }
 

@@ -4,7 +4,7 @@
 
 #include <climits>
 
-#include "tests/peer/recordPath.h"
+#include "tests/recordPath.h"
 
 namespace peer {
 
