@@ -1,18 +1,17 @@
-// Guards the ways that printed text takes: context stream, process-wide stream, standard output, hex dumps to every
-// target, and the switches and levels of the diagnostic print.
+// Guards the ways that printed text takes: context stream, process-wide stream,
+// standard output, and hex dumps to every target.
 #include "tests/print/PrintCapture.h"
-#include "velnor3gpp/rtxDiag.h"
 #include "velnor3gpp/rtxHexDump.h"
 
 namespace {
 
 using PrintStream = PrintTest;
 using HexDump = PrintTest;
-using Diag = PrintTest;
 
 TEST_F(PrintStream, GoesToTheContextThenToTheProcessThenToStandardOutput)
 {
-  // The process-wide stream cannot be taken back, so this test sends it to standard output at the end.
+  // The process-wide stream cannot be taken back, so this test sends it to
+  // standard output at the end.
   EXPECT_EQ(viaStdout([&] { rtxPrintToStream(&ctxt, "%d ", 1); }), "1 ");
   EXPECT_EQ(rtxSetGlobalPrintStream(nullptr, nullptr), RTX_E_BAD_PARAMETER);
   Pieces global, own;
@@ -34,8 +33,8 @@ TEST_F(PrintStream, GoesToTheContextThenToTheProcessThenToStandardOutput)
   EXPECT_EQ(rtxErrGetLastError(&ctxt), RTX_E_BAD_PARAMETER);
 }
 
-// A caller's callback sees one call for each piece: a line of a scalar, a single blank, a single octet. It stays when
-// the heap begins anew.
+// A caller's callback sees one call for each piece: a line of a scalar, a
+// single blank, a single octet. It stays when the heap begins anew.
 TEST_F(PrintStream, CallsBackByPieces)
 {
   Pieces own;
@@ -50,7 +49,8 @@ TEST_F(PrintStream, CallsBackByPieces)
   EXPECT_EQ(own, (std::vector<std::string>{" ", " ", " ", "a = 5\n", "b = 0x", "01", "fe", "\n"}));
 }
 
-// A full string takes what fits, and its position stays within it; the direct way cuts exactly as formatting does.
+// A full string takes what fits, and its position stays within it; the direct
+// way cuts exactly as formatting does.
 TEST_F(PrintStream, CutsAFullStringWithoutNotice)
 {
   const std::string whole = "abc = 1234567\nd = <null>\n";
@@ -132,84 +132,6 @@ TEST_F(HexDump, FillsFiles)
   EXPECT_EQ(rtxHexDumpFileContentsToFile("/nowhere/in", out.c_str()), RTX_E_FILE_OPEN);
   EXPECT_EQ(rtxHexDumpFileContentsToFile(in.c_str(), "/nowhere/out"), RTX_E_FILE_OPEN);
   EXPECT_EQ(rtxHexDumpToNamedFile("/dev/full", kData, 2), RTX_E_WRITE);
-}
-
-TEST_F(Diag, LevelsPassTheirClasses)
-{
-  static const std::string marks[] = {"~E,", "~e,", "~W,", "~w,", "~I,", "~i,", "~D,", "~d,", "~x,", "~,", "plain,"};
-  const struct {
-    int level; // -1: off
-    const char *passing, *enabled;
-  } rows[] = {{-1, "", ""},
-              {RTX_DIAG_ERROR, "~E,~e,plain,", "0"},
-              {RTX_DIAG_WARNING, "~E,~e,~W,~w,plain,", "01"},
-              {RTX_DIAG_INFO, "~E,~e,~W,~w,~I,~i,plain,", "012"},
-              {RTX_DIAG_DEBUG, "~E,~e,~W,~w,~I,~i,~D,~d,plain,", "01239"},
-              {7, "~E,~e,~W,~w,~I,~i,~D,~d,~x,~,plain,", ""}};
-  for (const auto& row : rows) {
-    if (row.level >= 0) rtxDiagSetTraceLevel(&ctxt, row.level);
-    EXPECT_EQ(row.passing, viaCallback([](RtxContext* pctxt) {
-                for (const std::string& mark : marks) rtxDiagStream(pctxt, mark.c_str());
-              }));
-    EXPECT_EQ(row.passing, viaStdout([&] {
-                for (const std::string& mark : marks) rtxDiagPrint(&ctxt, mark.c_str());
-              }));
-    std::string enabled;
-    for (char level : {'0', '1', '2', '3', '9'})
-      if (rtxDiagTraceLevelEnabled(&ctxt, level - '0')) enabled += level;
-    EXPECT_EQ(row.enabled, enabled) << row.level;
-  }
-}
-
-TEST_F(Diag, SwitchesReturnTheStateBefore)
-{
-  EXPECT_FALSE(rtxSetDiag(&ctxt, 1));
-  EXPECT_EQ(ctxt.flags, RTX_FLAG_DIAG);
-  EXPECT_TRUE(rtxSetDiag(&ctxt, 0));
-  EXPECT_FALSE(rtxDiagEnabled(nullptr));
-  EXPECT_FALSE(rtxSetGlobalDiag(1));
-  EXPECT_TRUE(rtxDiagEnabled(nullptr));
-  EXPECT_TRUE(rtxSetDiag(&ctxt, 0));
-  EXPECT_EQ(viaStdout([] { rtxDiagPrint(nullptr, "~D %d", 5); }), "~D 5");
-  EXPECT_TRUE(rtxSetGlobalDiag(0));
-  EXPECT_FALSE(rtxDiagEnabled(&ctxt));
-}
-
-TEST_F(Diag, OctetsCharactersAndBits)
-{
-  const uint8_t data[] = {0x5a, 0x80};
-  auto all = [&](RtxContext* pctxt) {
-    rtxDiagStreamHexDump(pctxt, data, 2);
-    rtxDiagStreamPrintChars(pctxt, "abcd", 3);
-    rtxDiagStreamPrintBits(pctxt, " bits: ", data, 3, 6);
-  };
-  EXPECT_EQ(viaCallback(all), "");
-  rtxSetDiag(&ctxt, 1);
-  std::string dump = "5a 80" + std::string(43, ' ') + " Z.\n";
-  EXPECT_EQ(viaCallback(all), dump + "abc bits: 110101");
-  EXPECT_EQ(viaStdout([&] { rtxDiagHexDump(&ctxt, data, 2), rtxDiagPrintChars(&ctxt, "ab\0d", 4); }),
-            dump + std::string("ab\0d\n", 5));
-}
-
-// Characters print singly, bits report, and a stream is not set.
-TEST_F(Diag, WithoutMemory)
-{
-  static int left;
-  left = 2; // the heap itself and a print stream
-  RtxContext poor;
-  Pieces pieces;
-  auto allocate = [](size_t size) -> void* { return left-- > 0 ? malloc(size) : nullptr; };
-  ASSERT_EQ(rtxInitContextExt(&poor, allocate, realloc, free), 0);
-  rtxSetDiag(&poor, 1);
-  ASSERT_EQ(rtxSetPrintStream(&poor, Pieces::callback, &pieces), 0);
-  rtxDiagStreamPrintChars(&poor, "ab", 2);
-  rtxDiagStreamPrintBits(&poor, "x", kData, 0, 8);
-  EXPECT_EQ(pieces, (std::vector<std::string>{"a", "b"}));
-  EXPECT_EQ(rtxErrGetStatus(&poor), RTX_E_NO_MEMORY);
-  rtxPrintStreamRelease(&poor);
-  EXPECT_EQ(rtxSetPrintStream(&poor, Pieces::callback, nullptr), RTX_E_NO_MEMORY);
-  EXPECT_EQ(poor.pPrintStream, nullptr);
-  rtxFreeContext(&poor);
 }
 
 } // namespace

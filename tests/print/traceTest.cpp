@@ -1,5 +1,5 @@
-// Guards the bit trace: its entries, its text form line by line, and its HTML page. The texts stand in traces.txt.
-#include "tests/outcome.h"
+// Guards the bit trace over open types and streams, and its HTML page. Its text
+// line by line stands in calls.txt.
 #include "tests/print/PrintCapture.h"
 #include "velnor3gpp/rtxBitDecode.h"
 #include "velnor3gpp/rtxDiag.h"
@@ -48,65 +48,8 @@ protected:
   }
 };
 
-TEST_F(BitTrace, OffCostsAndChangesNothing)
+TEST_F(BitTrace, AnOpenTypeHasATraceOfItsOwn)
 {
-  EXPECT_EQ(rtxDiagNewBitField(nullptr, "x"), nullptr);
-  rtxDiagSetBitFldCount(nullptr);
-  rtxDiagSetBitFldOffset(nullptr);
-  rtxDiagSetBitFldNameSuffix(nullptr, "x");
-  rtxDiagBitFldAppendNamePart(nullptr, "x");
-  rtxDiagInsBitFieldLen(nullptr);
-  rtxDiagBitTracePrint(nullptr, "x");
-  rtxDiagSetBitFldCount(list); // an empty list
-  EXPECT_EQ(list->fieldList.count, 0u);
-  EXPECT_EQ(rtxDiagSetBitFldDisabled(nullptr, 0), 1);
-  for (int off : {1, 1, 0}) EXPECT_EQ(rtxDiagSetBitFldDisabled(list, off), 1);
-  EXPECT_EQ(rtxDiagNewBitField(list, "x"), nullptr);
-  for (int off : {0, 0}) EXPECT_EQ(rtxDiagSetBitFldDisabled(list, off), 0);
-  EXPECT_NE(rtxDiagNewBitField(list, "x"), nullptr);
-}
-
-TEST_F(BitTrace, HalvesOfAnOctetContinueOneLine)
-{
-  rtxCtxtPushTypeName(&ctxt, "Msg");
-  field("spare", "INTEGER", 4);
-  field("kind", "ENUMERATED", 4);
-  EXPECT_EQ(text("PDU"), texts["halves"]);
-  EXPECT_EQ(text("PDU"), "");
-  EXPECT_NE(html(), ""); // does not disturb the text that goes on
-  field("more", "BOOLEAN", 1);
-  EXPECT_EQ(text(), texts["more of the halves"]);
-}
-
-TEST_F(BitTrace, LinesBreakAfterFourOctetsAndGapsShow)
-{
-  field("a", "OCTET STRING", 32);
-  field("b", "x", 13);
-  rtxSkipBits(&ctxt, 3);
-  field("c", "x", 8);
-  rtxSkipBits(&ctxt, 9);
-  EXPECT_EQ(text(), texts["gaps"]);
-}
-
-// What an entry says wrongly stays within the data; a position moved back behind the start makes an empty entry. The
-// position of the first one moves all. An open type has a trace of its own.
-TEST_F(BitTrace, EntriesBeyondTheDataMovedAndNested)
-{
-  RtxBitField* wild = field("wild", "x", 8);
-  RtxBitField* back = field("back", "x", 8);
-  wild->bitOffset = 125;
-  wild->bitCount = SIZE_MAX - 3;
-  back->bitOffset = 999;
-  rtxDiagSetBitFldCount(list);
-  EXPECT_EQ(text(), texts["wild"]);
-  ctxt.buffer.byteIndex = 0;
-  start();
-  field(nullptr, "x", 0)->bitOffset = 8;
-  field("a", "x", 4);
-  field("b", "x", 4);
-  EXPECT_EQ(text(), texts["adjustment"]);
-  ctxt.buffer.byteIndex = 0;
-  start();
   RtxBitFieldList inner;
   RtxBitField* outer = field("open", "x", 16);
   ASSERT_EQ(rtxDiagBitFieldListInit(&ctxt, &inner), 0);
@@ -128,30 +71,6 @@ TEST_F(BitTrace, HeadLinesAreCut)
   EXPECT_EQ(all.substr(0, 800), name.substr(0, 799) + "\n");
   EXPECT_NE(all.find("\na " + suffix.substr(0, 32) + "\n"), std::string::npos);
   EXPECT_NE(html().find("\n" + name.substr(0, 400) + "<br/>\n"), std::string::npos);
-}
-
-TEST_F(BitTrace, UpdatesWorkOnTheLastEntry)
-{
-  field("a", "x", 0);
-  rtxSkipBits(&ctxt, 3);
-  rtxDiagSetBitFldOffset(list);
-  rtxSkipBits(&ctxt, 5);
-  rtxDiagSetBitFldCount(list);
-  rtxDiagSetBitFldOffset(list); // not any more
-  rtxDiagSetBitFldNameSuffix(list, "y");
-  rtxDiagBitFldAppendNamePart(list, "part");
-  RtxBitField* unnamed = field(nullptr, "z", 0);
-  EXPECT_EQ(unnamed->elemName, nullptr);
-  rtxCtxtPushElemName(&ctxt, "late");
-  rtxDiagBitFldAppendNamePart(list, "ignored");
-  rtxCtxtPopElemName(&ctxt);
-  field("s", "OCTET STRING", 0);
-  rtxSkipBits(&ctxt, 8);
-  rtxDiagInsBitFieldLen(list); // splits off as "length"
-  rtxSkipBits(&ctxt, 24);
-  rtxDiagSetBitFldCount(list);
-  EXPECT_EQ(traceOf(&ctxt), "field a.part <y> 3+5\nfield late <z> 8+0\nfield s <length> 8+8\n"
-                            "field s <OCTET STRING> 16+24\n");
 }
 
 // Coding from a file shows the octets that passed.
