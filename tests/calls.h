@@ -176,6 +176,15 @@ template <class R, class... Arguments> Function calling(R (*function)(Arguments.
   };
 }
 
+// Status and parameters of the last error record, for tests to call.
+inline std::string failure(RtxContext* pctxt)
+{
+  const RtxErrInfo* last = static_cast<Bench*>(pctxt)->lastError();
+  std::string text = last != nullptr ? std::to_string(last->status) : "";
+  for (int i = 0; last != nullptr && i < last->parmcount; i++) text += std::string(" ") + last->parms[i];
+  return text;
+}
+
 struct Line {
   std::string words, expected;
 };

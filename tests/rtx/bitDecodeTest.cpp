@@ -117,30 +117,3 @@ TEST(BitDecode, IntegersOfWholeOctets)
     readWhole<int8_t>(bench, bits, at, 1, [](RtxContext* c, int8_t* to, size_t) { return rtxDecInt8(c, to); });
   }
 }
-
-TEST(BitDecode, LooksAheadLeaveTheCursor)
-{
-  Octets octets{0x12, 0x34, 0x56, 0x78, 0x9A, 0, 0, 0};
-  Bits bits(octets);
-  octets.resize(5);
-  Bench bench(octets);
-  for (size_t at = 0; at <= 40; ++at) {
-    bench.moveTo(at);
-    uint8_t bit = 0, octet = 0, copy[3], *place = nullptr;
-    int allocated = 1;
-    uint32_t value = 0;
-    size_t count = 9;
-    EXPECT_EQ(bench.told(rtxPeekBit(&bench, &bit)), at < 40 ? 0 : RTX_E_END_OF_BUFFER);
-    EXPECT_EQ(bit, bits.number(at, 1));
-    EXPECT_EQ(bench.told(rtxPeekBits(&bench, &value, 19)), at <= 21 ? 0 : RTX_E_END_OF_BUFFER);
-    EXPECT_EQ(value, at <= 21 ? bits.number(at, 19) : 0);
-    EXPECT_EQ(rtxPeekByte(&bench, &octet), at < 40 ? 1 : 0);
-    EXPECT_EQ(octet, bits.number(at / 8 * 8, 8));
-    EXPECT_EQ(rtxPeekBytes(&bench, copy, sizeof copy, 4, &count), 0);
-    EXPECT_EQ(count, std::min<size_t>(3, 5 - at / 8));
-    EXPECT_EQ(bench.at(), at);
-    EXPECT_EQ(rtxReadBytesDynamic(&bench, &place, 2, &allocated), at < 32 ? 0 : RTX_E_END_OF_BUFFER);
-    EXPECT_EQ(place, at < 32 ? bench.data.data() + at / 8 : nullptr) << "in place";
-    EXPECT_EQ(allocated, 0);
-  }
-}

@@ -40,6 +40,15 @@ std::string behind(RtxContext* pctxt)
   return statuses;
 }
 
+// Octets that are not copied where the buffer has them.
+std::string inPlace(RtxContext* pctxt, size_t nbytes)
+{
+  const uint8_t* expected = pctxt->buffer.data + pctxt->buffer.byteIndex;
+  uint8_t* place = nullptr;
+  int allocated = 1, status = rtxReadBytesDynamic(pctxt, &place, nbytes, &allocated);
+  return std::to_string(status) + (place == expected && allocated == 0 ? " in place" : "");
+}
+
 const RtxErrInfo& lastError(RtxContext* pctxt)
 {
   static const RtxErrInfo none = {};
@@ -77,10 +86,11 @@ const calls::Functions kFunctions = {
     // reading and writing
     CALL(rtxDecBits), CALL(rtxDecBitsToByte), CALL(rtxDecBitsToUInt16), CALL(rtxDecBitsToUInt64),
     CALL(rtxDecBitsToByteArray), CALL(rtxPeekBits), CALL(rtxReadBytes), CALL(rtxReadBytesSafe), CALL(rtxSkipBits),
-    CALL(rtxSkipBytes), CALL(rtxMoveBitCursor), CALL(rtxCheckInputBuffer), CALL(behind), CALL(rtxEncBits),
-    CALL(rtxEncBitsFromSize), CALL(rtxEncBitsFromByteArray), CALL(rtxEncBitsPattern), CALL(rtxEncUInt32),
-    CALL(rtxMergeBits), CALL(rtxWriteBytes), CALL(rtxCheckOutputBuffer), CALL(rtxCheckBuffer),
-    CALL(rtxCtxtSetBitOffset), CALL(size),
+    CALL(rtxSkipBytes), CALL(rtxMoveBitCursor), CALL(rtxCheckInputBuffer), CALL(behind), CALL(rtxPeekBit),
+    CALL(rtxPeekByte), CALL(rtxPeekBytes), CALL(inPlace), CALL(rtxEncBits), CALL(rtxEncBitsFromSize),
+    CALL(rtxEncBitsFromByteArray), CALL(rtxEncBitsPattern), CALL(rtxEncUInt32), CALL(rtxMergeBits), CALL(rtxWriteBytes),
+    CALL(rtxCheckOutputBuffer), CALL(rtxCheckBuffer), CALL(rtxCtxtSetBitOffset), CALL(size), CALL(rtxCtxtMarkBitPos),
+    CALL(rtxCtxtResetToBitPos), CALL(rtxMarkPos), CALL(rtxResetToPos), CALL(rtxCtxtGetIOByteCount),
     // names and regions
     CALL(rtxCtxtPushTypeName), CALL(rtxCtxtPopTypeName), CALL(rtxCtxtPushElemName), CALL(rtxCtxtPopElemName),
     CALL(rtxCtxtPushElemNameCopy), CALL(rtxCtxtPopElemNameCopy), CALL(rtxCtxtPushArrayElemName),

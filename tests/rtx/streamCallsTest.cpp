@@ -14,6 +14,8 @@
 
 namespace {
 
+using calls::failure;
+
 uint8_t gOctets[100000];
 std::string gCalls;
 int gFailAt; // the call that fails, counted from 0
@@ -59,12 +61,6 @@ std::string asked(RtxContext*)
   return gCalls;
 }
 
-std::string parameter(RtxContext* pctxt)
-{
-  const RtxErrInfo* error = static_cast<Bench*>(pctxt)->lastError();
-  return error != nullptr && error->parmcount > 0 ? error->parms[0] : "";
-}
-
 size_t bufferSize(RtxContext* pctxt)
 {
   return pctxt->buffer.size;
@@ -88,7 +84,7 @@ int trickle(RtxContext* pctxt)
 const calls::Functions kFunctions = {CALL(lacking),
                                      CALL(complete),
                                      CALL(asked),
-                                     CALL(parameter),
+                                     CALL(failure),
                                      CALL(bufferSize),
                                      CALL(pipe),
                                      CALL(trickle),

@@ -7,136 +7,119 @@
 
 namespace {
 
+using calls::failure;
+
 const Octets kKey = octetsOfHex("2b7e151628aed2a6abf7158809cf4f3c");
 
 struct Schedule {
   uint32_t words[kAesScheduleWords];
-  explicit Schedule(const Octets &key) {
-    rtx3gppAesExpandKey(words, key.data());
-  }
+  explicit Schedule(const Octets& key) { rtx3gppAesExpandKey(words, key.data()); }
 };
 
-std::string block(Octets key, Octets octets) {
-  rtx3gppAesEncrypt(Schedule(key).words, octets.data(), octets.data(),
-                    octets.size());
+std::string block(Octets key, Octets octets)
+{
+  rtx3gppAesEncrypt(Schedule(key).words, octets.data(), octets.data(), octets.size());
   return hexText(octets);
 }
 
-std::string counterMode(Octets key, Octets counter, Octets octets) {
-  rtx3gppCounterMode(Schedule(key).words, counter.data(), octets.data(),
-                     octets.size());
+std::string counterMode(Octets key, Octets counter, Octets octets)
+{
+  rtx3gppCounterMode(Schedule(key).words, counter.data(), octets.data(), octets.size());
   return hexText(octets);
 }
 
-std::string cmac(Octets key, Octets message) {
+std::string cmac(Octets key, Octets message)
+{
   const Schedule schedule(key);
   uint8_t subkeys[kCmacSubkeyOctets];
   Octets tag(kAesBlockOctets);
   rtx3gppCmacSubkeys(schedule.words, subkeys);
-  rtx3gppCmac(schedule.words, subkeys, message.data(), message.size(),
-              tag.data());
+  rtx3gppCmac(schedule.words, subkeys, message.data(), message.size(), tag.data());
   return hexText(tag);
 }
 
-template <CounterPlace place> std::string counter(Octets octets, size_t bits) {
+template <CounterPlace place> std::string counter(Octets octets, size_t bits)
+{
   rtx3gppIncrementCounter(octets.data(), octets.size(), bits, place);
   return hexText(octets);
 }
 
-int begin(RtxContext *pctxt, const Octets &key, uint32_t count, uint8_t bearer,
-          uint8_t direction) {
+int begin(RtxContext* pctxt, const Octets& key, uint32_t count, uint8_t bearer, uint8_t direction)
+{
   int status = rtx3gppSecInitialize(pctxt);
-  if (status < 0)
-    return status;
+  if (status < 0) return status;
   pctxt->pSecurity->count = count;
   pctxt->pSecurity->bearer = bearer;
   pctxt->pSecurity->direction = direction;
   return rtx3gppAssignAlgorithmKeys(pctxt, key.data(), key.data(), 2, 2);
 }
 
-std::string ciphered(RtxContext *pctxt, Octets key, uint32_t count,
-                     uint8_t bearer, uint8_t direction, Octets octets) {
+std::string ciphered(RtxContext* pctxt, Octets key, uint32_t count, uint8_t bearer, uint8_t direction, Octets octets)
+{
   int status = begin(pctxt, key, count, bearer, direction);
-  if (status == 0)
-    status = rtx3gppCipher(pctxt, octets.data(), octets.size());
+  if (status == 0) status = rtx3gppCipher(pctxt, octets.data(), octets.size());
   return status < 0 ? std::to_string(status) : hexText(octets);
 }
 
-std::string coded(RtxContext *pctxt, Octets key, uint32_t count, uint8_t bearer,
-                  uint8_t direction, Octets octets) {
+std::string coded(RtxContext* pctxt, Octets key, uint32_t count, uint8_t bearer, uint8_t direction, Octets octets)
+{
   uint32_t code = 0;
   int status = begin(pctxt, key, count, bearer, direction);
-  if (status == 0)
-    status = rtx3gppComputeMAC(pctxt, octets.data(), octets.size(), &code);
+  if (status == 0) status = rtx3gppComputeMAC(pctxt, octets.data(), octets.size(), &code);
   Bits bits;
   bits.add(code, 32);
   return status < 0 ? std::to_string(status) : hexText(bits.octets());
 }
 
 // The algorithms, and what is made of their keys.
-std::string algorithms(RtxContext *pctxt) {
-  const Rtx3gppSecContext *security = pctxt->pSecurity;
-  if (security == nullptr)
-    return "no record";
-  return std::to_string(security->integrityAlg) + " " +
-         std::to_string(security->cipherAlg) +
-         (security->cmacSubkeys != nullptr ? " subkeys" : "") +
-         (security->keySchedules != nullptr ? " schedules" : "");
+std::string algorithms(RtxContext* pctxt)
+{
+  const Rtx3gppSecContext* security = pctxt->pSecurity;
+  if (security == nullptr) return "no record";
+  return std::to_string(security->integrityAlg) + " " + std::to_string(security->cipherAlg) +
+         (security->cmacSubkeys != nullptr ? " subkeys" : "") + (security->keySchedules != nullptr ? " schedules" : "");
 }
 
-void setAlgorithms(RtxContext *pctxt, uint32_t integrityAlg,
-                   uint32_t cipherAlg) {
-  if (pctxt->pSecurity == nullptr)
-    return;
+void setAlgorithms(RtxContext* pctxt, uint32_t integrityAlg, uint32_t cipherAlg)
+{
+  if (pctxt->pSecurity == nullptr) return;
   pctxt->pSecurity->integrityAlg = integrityAlg;
   pctxt->pSecurity->cipherAlg = cipherAlg;
 }
 
-// Status and parameters of the last error record.
-std::string error(RtxContext *pctxt) {
-  const RtxErrInfo *last = static_cast<Bench *>(pctxt)->lastError();
-  std::string text = last != nullptr ? std::to_string(last->status) : "";
-  for (int i = 0; last != nullptr && i < last->parmcount; i++)
-    text += std::string(" ") + last->parms[i];
-  return text;
-}
+const calls::Functions kFunctions = {CALL(block),
+                                     CALL(counterMode),
+                                     CALL(cmac),
+                                     {"counterAtFront", calls::calling(counter<CounterPlace::atFront>)},
+                                     {"counterAtEnd", calls::calling(counter<CounterPlace::atEnd>)},
+                                     CALL(ciphered),
+                                     CALL(coded),
+                                     CALL(algorithms),
+                                     CALL(setAlgorithms),
+                                     CALL(failure),
+                                     CALL(rtx3gppSecInitialize),
+                                     CALL(rtx3gppAssignAlgorithmKeys),
+                                     CALL(rtx3gppComputeMAC),
+                                     CALL(rtx3gppCipher),
+                                     CALL(rtx3gppSecFree),
+                                     CALL(rtxErrReset)};
 
-const calls::Functions kFunctions = {
-    CALL(block),
-    CALL(counterMode),
-    CALL(cmac),
-    {"counterAtFront", calls::calling(counter<CounterPlace::atFront>)},
-    {"counterAtEnd", calls::calling(counter<CounterPlace::atEnd>)},
-    CALL(ciphered),
-    CALL(coded),
-    CALL(algorithms),
-    CALL(setAlgorithms),
-    CALL(error),
-    CALL(rtx3gppSecInitialize),
-    CALL(rtx3gppAssignAlgorithmKeys),
-    CALL(rtx3gppComputeMAC),
-    CALL(rtx3gppCipher),
-    CALL(rtx3gppSecFree),
-    CALL(rtxErrReset)};
-
-TEST(NasSecurity, CallsGiveWhatTheirLinesSayBothWays) {
+TEST(NasSecurity, CallsGiveWhatTheirLinesSayBothWays)
+{
   for (AesChoice choice : {AesChoice::plain, AesChoice::instructions}) {
-    if (!rtx3gppAesForce(choice))
-      continue;
-    SCOPED_TRACE(choice == AesChoice::plain ? "plain logic"
-                                            : "AES instructions");
+    if (!rtx3gppAesForce(choice)) continue;
+    SCOPED_TRACE(choice == AesChoice::plain ? "plain logic" : "AES instructions");
     calls::check("calls.txt", kFunctions, {{"key", kKey.data()}});
   }
   rtx3gppAesForce(AesChoice::automatic);
 }
 
-TEST(NasSecurity, WrongSizesEndInAnAssertion) {
+TEST(NasSecurity, WrongSizesEndInAnAssertion)
+{
   uint32_t schedule[kAesScheduleWords] = {};
   uint8_t octets[2 * kAesBlockOctets] = {};
-  EXPECT_EXIT(rtx3gppAesEncrypt(schedule, octets, octets, 17),
-              testing::ExitedWithCode(255), "");
-  EXPECT_EXIT(rtx3gppIncrementCounter(octets, 16, 0, CounterPlace::atEnd),
-              testing::ExitedWithCode(255), "");
+  EXPECT_EXIT(rtx3gppAesEncrypt(schedule, octets, octets, 17), testing::ExitedWithCode(255), "");
+  EXPECT_EXIT(rtx3gppIncrementCounter(octets, 16, 0, CounterPlace::atEnd), testing::ExitedWithCode(255), "");
 }
 
 } // namespace

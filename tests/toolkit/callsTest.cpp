@@ -10,6 +10,8 @@
 
 namespace {
 
+using calls::failure;
+
 // The frequency short list's selector: 0, 100, 101, 110, 111 (TS 44.018, 10.5.2.14).
 constexpr Rtx3gppAltDetmntNode kShortList[] = {
     {0, 0, 0, 1, 0}, {0, 2, 0, 3, 0}, {0, 0, 0x80000000, 0, 0xA0000000}, {0, 0, 0xC0000000, 0, 0xE0000000}};
@@ -66,12 +68,6 @@ std::string trace(RtxContext* pctxt)
   return fields;
 }
 
-std::string parameter(RtxContext* pctxt)
-{
-  const RtxErrInfo* error = static_cast<Bench*>(pctxt)->lastError();
-  return error && error->parmcount ? error->parms[0] : "";
-}
-
 const calls::Functions kFunctions = {
     // selectors, counters, identities and tails
     CALL(rtx3GPPDecAltDetmnt), CALL(rtx3GPPEncAltDetmnt), CALL(rtx3GPPDecVarAltDetmnt), CALL(rtx3GPPDecIntAsBits),
@@ -79,7 +75,7 @@ const calls::Functions kFunctions = {
     CALL(rtx3GPPEnc_MCC_MNC), CALL(rtx3GPPDec_MCC_MNC), CALL(rtx3GPPEncMobileIdentityType1),
     CALL(rtx3GPPDecMobileIdentityType1), CALL(rtx3GPPEncGSMCharStr), CALL(rtx3GPPDecGSMCharStr),
     CALL(rtx3GPPDecL3NonImperative), CALL(rtxCtxtPushContainerBits), CALL(rtxDiagCtxtBitFieldListInit), CALL(trace),
-    CALL(parameter),
+    CALL(failure),
     // digits
     CALL(rtStringToTBCD), CALL(rtTBCDToString), CALL(rtxTBCDBinToChar), CALL(rtxTBCDCharToBin),
     CALL(rtxEncQ825TBCDString), CALL(rtxDecQ825TBCDString), CALL(rtxQ825TBCDToString), CALL(rtStringToBCD),
