@@ -21,6 +21,7 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <fstream>
 #include <functional>
 #include <list>
@@ -65,17 +66,15 @@ inline Octets octetsOf(const std::string& token)
   return octets;
 }
 
-// What the lines on one context share. `memory` has pieces of exact size, so
-// that a sanitizer sees their ends.
+// What the lines on one context share. `memory` has pieces of exact size, so that a sanitizer sees their ends.
 struct Scene {
   const Names& names;
-  Bench bench;
+  std::list<Octets> memory = {}; // outlives the context, which has pointers to it
+  Bench bench = {};
   size_t start = 0; // bit
-  std::list<Octets> memory;
 };
 
-// A call on its way: the arguments to take from its line, and what is to be
-// told of it.
+// A call on its way: the arguments to take from its line, and what is to be told of it.
 struct Call {
   Scene& scene;
   std::sregex_iterator next;
@@ -131,10 +130,11 @@ struct Call {
       failed = std::is_signed_v<R> && result < R(0);
       return std::to_string(result);
     }
-    if constexpr (std::is_same_v<R, std::string>) isFree = true; // it is the test's own
-    if constexpr (std::is_same_v<R, std::string>)
-      return result.find('\n') == std::string::npos ? result
-                                                    : "\n" + result.substr(0, result.find_last_not_of('\n') + 1);
+    if constexpr (std::is_same_v<R, std::string>) {
+      isFree = true; // it is the test's own
+      const bool inLines = result.find('\n') != std::string::npos;
+      return inLines ? "\n" + result.substr(0, result.find_last_not_of('\n') + 1) : result;
+    }
     if constexpr (std::is_pointer_v<R>) {
       if (result == nullptr) return "null";
       if constexpr (std::is_same_v<std::remove_const_t<std::remove_pointer_t<R>>, char>)
@@ -142,8 +142,8 @@ struct Call {
     }
     return "";
   }
-  // Does the call; each part of its result stands behind a blank. Error records
-  // are told where they are not one for a failure and none for a success.
+  // Does the call; each part of its result stands behind a blank. Error records are told where they are not one for a
+  // failure and none for a success.
   std::string result(const std::function<std::string()>& act)
   {
     const size_t stood = scene.bench.at();
@@ -207,8 +207,7 @@ inline std::vector<std::vector<Line>> readScenes(const std::string& name)
   return scenes;
 }
 
-// A context as the first word of its first line says, with its octets behind
-// `shift` bits.
+// A context as the first word of its first line says, with its octets behind `shift` bits.
 inline void setUp(Scene& scene, const std::string& word, size_t shift)
 {
   if (word == ".") return;
@@ -223,14 +222,15 @@ inline void setUp(Scene& scene, const std::string& word, size_t shift)
   if (word[0] == '>') rtxCtxtSetBufPtr(&scene.bench, nullptr, std::stoul(word.substr(1)));
 }
 
-// Makes the calls on one context. With the allocation numbered `refused`
-// refused, only the first call that ends otherwise is judged. Returns the
-// number of allocations.
+constexpr long kBeyondAll = LONG_MAX;
+
+// Makes the calls on one context. With the allocation numbered `refused` refused, each of which goes to the system
+// then, only the first call that ends otherwise is judged. Returns the number of allocations.
 inline long run(const std::vector<Line>& lines, size_t shift, long refused, const Functions& functions,
                 const Names& names)
 {
   static const std::regex word("\"[^\"]*\"|[^\\s\"]+(\"[^\"]*\")?");
-  Scene scene{names, {}, 0, {}};
+  Scene scene{names};
   const std::string first = lines[0].words.substr(0, lines[0].words.find(' '));
   if (refused) rtxMemHeapSetFlags(&scene.bench.pMemHeap, RT_MH_USE_SYSMEM);
   setUp(scene, first, shift);
@@ -257,9 +257,9 @@ inline void check(const std::string& file, const Functions& functions, const Nam
 {
   for (const auto& lines : readScenes(VELNOR_TEST_DATA "/" + file)) {
     const bool everyBit = lines[0].words.find("~ ") < lines[0].words.find(' ');
-    long asked = 0;
-    for (size_t shift = 0; shift < (everyBit ? 8 : 1); ++shift) asked = run(lines, shift, 0, functions, names);
-    for (long refused = 1; refused <= asked; ++refused) asked = run(lines, 0, refused, functions, names);
+    for (size_t shift = 0; shift < (everyBit ? 8 : 1); ++shift) run(lines, shift, 0, functions, names);
+    const long asked = run(lines, 0, kBeyondAll, functions, names);
+    for (long refused = 1; refused <= asked; ++refused) run(lines, 0, refused, functions, names);
     EXPECT_EQ(failing::inUse, 0) << lines[0].words;
   }
 }
@@ -267,7 +267,4 @@ inline void check(const std::string& file, const Functions& functions, const Nam
 } // namespace calls
 
 // A function under its name.
-#define CALL(name)                                                                                                     \
-  {                                                                                                                    \
-#name, calls::calling(name)                                                                                        \
-  }
+#define CALL(name) std::pair(#name, calls::calling(name))

@@ -13,6 +13,13 @@ namespace {
 // Half a pair of surrogates at the end.
 const uint16_t kWide[] = {'A', 0xE9, 0x20AC, 0xD83D, 0xDE00, 0xD83D, 0};
 
+// Its sign alone is promised.
+int compared(const char* s1, const char* s2, size_t n)
+{
+  const int difference = rtxUTF8Strncmp(s1, s2, n);
+  return (difference > 0) - (difference < 0);
+}
+
 std::string path(RtxContext* pctxt)
 {
   std::string names;
@@ -104,7 +111,7 @@ const calls::Functions kFunctions = {
     CALL(rtxErrInvUIntOpt), CALL(rtxErrGetMsgText), CALL(error), CALL(parameters), CALL(says),
     // strings
     CALL(rtxStrcpy), CALL(rtxStrncpy), CALL(rtxStrcat), CALL(rtxStrJoin), CALL(rtxStrDynJoin), CALL(rtxStrdup),
-    CALL(rtxUTF8Strdup), CALL(rtxUTF8Strncmp), CALL(rtxUTF8LenBytes), CALL(rtxUCSToCStr), CALL(rtxUIntToCharStr),
+    CALL(rtxUTF8Strdup), CALL(compared), CALL(rtxUTF8LenBytes), CALL(rtxUCSToCStr), CALL(rtxUIntToCharStr),
     CALL(rtxUInt64ToCharStr), CALL(rtxSizeToCharStr)};
 
 TEST(RunTime, CallsGiveWhatTheirLinesSay)
