@@ -22,12 +22,15 @@ static int makeRoom(RtxContext* pctxt, size_t octets, int line)
 }
 
 // Makes room for a whole field that is written in steps, so that a failure leaves nothing of it. A buffer that drains
-// makes its room as it goes.
+// makes its room as it goes, from the octet under work on: a drain that failed may have left that behind the end.
 static int makeRoomForBits(RtxContext* pctxt, size_t nbits, int line)
 {
-  size_t octets = rtxOctetsTouched(rtxCursorPhase(&pctxt->buffer), nbits);
-  if (octets <= rtxBufferLeft(pctxt) || rtxIsOutputBufferFlushable(pctxt)) return 0;
-  return makeRoom(pctxt, octets, line);
+  unsigned phase = rtxCursorPhase(&pctxt->buffer);
+  size_t octets = rtxOctetsTouched(phase, nbits);
+  size_t left = rtxBufferLeft(pctxt);
+  if (octets <= left) return 0;
+  if (!rtxIsOutputBufferFlushable(pctxt)) return makeRoom(pctxt, octets, line);
+  return phase != 0 && left == 0 ? makeRoom(pctxt, 1, line) : 0;
 }
 
 [[gnu::noinline]] static int writeBitSlowly(RtxContext* pctxt, int value)

@@ -53,7 +53,8 @@ int rtxReadBytes(RtxContext* pctxt, uint8_t* pdata, size_t nbytes)
     if (pdata != nullptr) std::memcpy(pdata, buffer->data + buffer->byteIndex, nbytes);
     buffer->byteIndex += nbytes;
   }
-  if (buffer->byteIndex > 0) pctxt->lastChar = buffer->data[buffer->byteIndex - 1];
+  const bool within = buffer->byteIndex > 0 && buffer->byteIndex <= buffer->size;
+  if (within) pctxt->lastChar = buffer->data[buffer->byteIndex - 1];
   return 0;
 }
 

@@ -93,12 +93,13 @@ int rtxExpandOutputBuffer(RtxContext* pctxt, size_t nbytes)
   }
   if (!buffer.dynamic) return rtxErrSetNewData(pctxt, RTX_E_ENCODE_OVERFLOW, kModule, __LINE__);
   size_t more = growthFor(buffer, nbytes);
+  if (more == 0) return 0; // A size of 0 would free what there is.
   if (more > SIZE_MAX - buffer.size) return rtxReport(pctxt, RTX_E_NO_MEMORY, kModule, __LINE__);
   buffer.size += more;
   uint8_t* data = reallocBuffer(pctxt, buffer.size);
   if (data == nullptr) return rtxReport(pctxt, RTX_E_NO_MEMORY, kModule, __LINE__);
   buffer.data = data;
-  if (rtxHasBufferedStream(pctxt)) pctxt->pStream->bufSize = buffer.size;
+  rtxTellCapacity(pctxt, buffer.size);
   return 0;
 }
 
@@ -118,7 +119,7 @@ int rtxCheckBuffer(RtxContext* pctxt, size_t nbytes)
   // System memory, which a stream's buffer is, would break the heap's own realloc.
   buffer.data = fits ? reallocBuffer(pctxt, more + 2 * buffer.size) : nullptr;
   buffer.size = buffer.data != nullptr ? more + 2 * buffer.size : 0;
-  if (rtxHasBufferedStream(pctxt)) pctxt->pStream->bufSize = buffer.size;
+  rtxTellCapacity(pctxt, buffer.size);
   if (buffer.data == nullptr) return rtxErrSetNewData(pctxt, RTX_E_NO_MEMORY, kModule, __LINE__);
   return 0;
 }

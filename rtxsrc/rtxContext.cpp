@@ -51,12 +51,12 @@ bool heapHolds(RtxContext* pctxt, const void* ptr)
   return reinterpret_cast<uintptr_t>(ptr) - start < reinterpret_cast<uintptr_t>(heap->curBlock);
 }
 
-// The octets that a trace lets a stream keep go with the heap; the stream goes on without.
+// The octets that a stream has captured go with the heap; the stream goes on without.
 void endCapture(RtxContext* pctxt)
 {
-  const RtxBitFieldList* list = pctxt->pBitFldList;
   RtxStream* pStream = pctxt->pStream;
-  if (list != nullptr && pStream != nullptr && pStream->pCapture == list->pCaptureBuf) pStream->pCapture = nullptr;
+  if (pStream == nullptr || pStream->pCapture == nullptr) return;
+  if (heapHolds(pctxt, pStream->pCapture) || heapHolds(pctxt, pStream->pCapture->buffer)) pStream->pCapture = nullptr;
 }
 
 // A list in the caller's own storage stays bound; it loses its entries.
@@ -64,7 +64,6 @@ void emptyTrace(RtxContext* pctxt)
 {
   RtxBitFieldList* list = pctxt->pBitFldList;
   if (list == nullptr) return;
-  endCapture(pctxt);
   if (heapHolds(pctxt, list)) {
     pctxt->pBitFldList = nullptr;
     return;
@@ -189,8 +188,7 @@ int rtxInitContextBuffer(RtxContext* pctxt, uint8_t* bufaddr, size_t bufsize)
   }
   buffer->size = bufsize;
   buffer->dynamic = bufaddr == nullptr;
-  // The stream fills the buffer up to what it takes for its capacity.
-  if (pctxt->pStream != nullptr && (pctxt->pStream->flags & RTX_STREAM_CTXTBUF) != 0) pctxt->pStream->bufSize = bufsize;
+  rtxTellCapacity(pctxt, bufsize);
   buffer->byteIndex = 0;
   buffer->bitOffset = 8;
   return 0;
@@ -228,6 +226,7 @@ void rtxMemReset(RtxContext* pctxt)
   // Nothing may lead to what the next job overwrites. What lies elsewhere stays for it.
   if (pctxt->buffer.dynamic && heapHolds(pctxt, pctxt->buffer.data)) forgetBuffer(&pctxt->buffer);
   if (heapHolds(pctxt, pctxt->pSecurity)) pctxt->pSecurity = nullptr;
+  endCapture(pctxt);
   emptyTrace(pctxt);
   rtxMemHeapReset(&pctxt->pMemHeap);
 }

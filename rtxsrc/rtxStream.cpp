@@ -161,7 +161,9 @@ int rtxStreamSetCapture(RtxContext* pctxt, RtxMemBuf* pMemBuf)
   if (pStream == nullptr) return rtxErrSetNewData(pctxt, RTX_E_NO_CONTEXT, kModule, __LINE__);
   pStream->pCapture = pMemBuf;
   if (pStream->id != RTX_STREAM_ID_MEMORY && pStream->id != RTX_STREAM_ID_CONTEXT_BUFFER) return 0;
-  return rtxStreamCapture(pctxt, buffer->data, rtxStreamIsWritable(pctxt) ? buffer->byteIndex : buffer->size);
+  // A position may have been set behind the end.
+  bool within = rtxStreamIsWritable(pctxt) && buffer->byteIndex < buffer->size;
+  return rtxStreamCapture(pctxt, buffer->data, within ? buffer->byteIndex : buffer->size);
 }
 
 RtxMemBuf* rtxStreamGetCapture(RtxContext* pctxt)

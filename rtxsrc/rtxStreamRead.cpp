@@ -231,7 +231,7 @@ static int growBuffer(RtxContext* pctxt, size_t nbytes)
   if (!buffer->dynamic) return rtxErrSetNewData(pctxt, RTX_E_ENCODE_OVERFLOW, kModule, __LINE__);
   // A kind of the caller's own may have bound a buffer without telling its capacity.
   size_t capacity = std::max(pStream->bufSize, buffer->size);
-  size_t more = std::max(capacity, nbytes);
+  size_t more = std::max<size_t>({capacity, nbytes, 1});
   bool system = (pctxt->flags & RTX_FLAG_SYSMEM_BUFFER) != 0;
   void* data = nullptr;
   if (more <= SIZE_MAX - capacity) {

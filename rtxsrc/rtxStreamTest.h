@@ -26,6 +26,14 @@ static inline bool rtxHasMemoryStream(const RtxContext* pctxt)
   return rtxHasStream(pctxt) && pctxt->pStream->id == RTX_STREAM_ID_MEMORY;
 }
 
+/** Tells a stream that works through the context's buffer what that holds now, also in buffer mode: it fills the buffer
+ *  up to there. */
+static inline void rtxTellCapacity(RtxContext* pctxt, size_t size)
+{
+  RtxStream* pStream = pctxt->pStream;
+  if (pStream != nullptr && (pStream->flags & RTX_STREAM_CTXTBUF) != 0) pStream->bufSize = size;
+}
+
 /** Octets from the current one to the end of the buffer; 0 when the cursor stands past it. */
 static inline size_t rtxBufferLeft(const RtxContext* pctxt)
 {

@@ -66,6 +66,20 @@ size_t bufferSize(RtxContext* pctxt)
   return pctxt->buffer.size;
 }
 
+size_t capacity(RtxContext* pctxt)
+{
+  return pctxt->pStream != nullptr ? pctxt->pStream->bufSize : 0;
+}
+
+// Begins a capture and tells what it has at once.
+int capture(RtxContext* pctxt)
+{
+  static RtxMemBuf octets;
+  rtxMemBufInit(pctxt, &octets, 0);
+  int status = rtxStreamSetCapture(pctxt, &octets);
+  return status < 0 ? status : static_cast<int>(octets.usedcnt);
+}
+
 // A pipe has no positions.
 int pipe(RtxContext* pctxt)
 {
@@ -86,6 +100,8 @@ const calls::Functions kFunctions = {CALL(lacking),
                                      CALL(asked),
                                      CALL(failure),
                                      CALL(bufferSize),
+                                     CALL(capacity),
+                                     CALL(capture),
                                      CALL(pipe),
                                      CALL(trickle),
                                      CALL(rtxStreamMark),
@@ -116,6 +132,8 @@ const calls::Functions kFunctions = {CALL(lacking),
                                      CALL(rtxStreamMemoryCreateWriter),
                                      CALL(rtxStreamMemoryResetWriter),
                                      CALL(rtxEncBits),
+                                     CALL(rtxEncBitsFromByteArray),
+                                     CALL(rtxExpandOutputBuffer),
                                      CALL(rtxWriteBytes),
                                      CALL(rtxDecBit),
                                      CALL(rtxReadBytes),
@@ -124,6 +142,7 @@ const calls::Functions kFunctions = {CALL(lacking),
                                      CALL(rtxCtxtSetBitOffset),
                                      CALL(rtxCheckInputBuffer),
                                      CALL(rtxInitContextBuffer),
+                                     CALL(rtxCtxtSetFlag),
                                      CALL(rtxMemFree),
                                      CALL(rtxFreeContext),
                                      CALL(rtxErrGetStatus)};
