@@ -1,4 +1,5 @@
-// Every quirk word can be looked up: the generator's list, the definitions and the document name the same words.
+// Every quirk word can be looked up: the generator's list, the definitions and the document name the same words. Every
+// word of the language stands in a definition that the laws of all types run over, or in one made for a test.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -41,6 +42,33 @@ TEST(QuirkWords, EachHasAParagraph)
   for (auto& file : fs::directory_iterator(kRoot / "src")) collect(textOf(file.path()), "\\s!([a-z-]+)", used);
   collect(textOf(fs::path(VELNOR_TEST_DATA) / "quirks.l3"), "\\s!([a-z-]+)", used);
   EXPECT_EQ(used, described); // what is not used is not tested
+}
+
+// Words that stand in a definition; comments do not count.
+Words wordsOfDefinitions(const fs::path& folder)
+{
+  Words words;
+  for (auto& file : fs::recursive_directory_iterator(folder))
+    if (file.path().extension() == ".l3")
+      collect(std::regex_replace(textOf(file.path()), std::regex("(^|\n)#[^\n]*"), "\n"), "(\\S+)", words);
+  return words;
+}
+
+TEST(RowForms, EachIsUsed)
+{
+  Words known, used = wordsOfDefinitions(kRoot / "src");
+  used.merge(wordsOfDefinitions(kRoot / "tests"));
+  for (const char* file : {"read.cpp", "readWhat.cpp"}) {
+    std::string reader = textOf(kRoot / "tools/l3gen" / file);
+    collect(reader, "accept\\(\"([^\"]+)\"\\)", known);
+    collect(reader, "(?:word|block|word\\([0-9]\\)|list\\[0\\]) == \"([^\"]+)\"", known);
+    std::smatch list;
+    for (std::regex set("std::set<std::string> (?!kWords)\\w+ = \\{([^}]*)\\}"); std::regex_search(reader, list, set);
+         reader = list.suffix())
+      collect(list[1], "\"([^\"]+)\"", known);
+  }
+  EXPECT_GE(known.size(), 60U);
+  for (const std::string& word : known) EXPECT_TRUE(used.count(word)) << "no definition uses " << word;
 }
 
 } // namespace
