@@ -4,6 +4,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include "tests/fileText.h"
 #include "tools/l3gen/model.h"
 
 static std::string written(const std::string& path)
@@ -40,8 +41,7 @@ std::vector<Octets> definitionSeeds()
 {
   std::vector<Octets> seeds;
   for (auto& file : std::filesystem::directory_iterator(VELNOR_DEFINITION_FOLDER)) {
-    std::ifstream in(file.path());
-    const std::string text(std::istreambuf_iterator<char>(in), {});
+    const std::string text = fileText(file.path());
     size_t module = text.find("module ");
     for (size_t at = 0, end = 0; at < text.size(); at = end) {
       end = std::min(text.find("\n\n", at + 1500), text.size());

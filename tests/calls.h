@@ -57,15 +57,6 @@ inline Octets unquoted(const std::string& token)
   return characters;
 }
 
-inline Octets octetsOf(const std::string& token)
-{
-  size_t star = token.find('*');
-  Octets unit = octetsOfHex(token.substr(0, star)), octets;
-  for (size_t times = star == std::string::npos ? 1 : std::stoul(token.substr(star + 1)); times > 0; --times)
-    octets.insert(octets.end(), unit.begin(), unit.end());
-  return octets;
-}
-
 // What the lines on one context share. `memory` has pieces of exact size, so that a sanitizer sees their ends.
 struct Scene {
   const Names& names;
@@ -106,7 +97,7 @@ struct Call {
     } else {
       std::string token = (next++)->str();
       if constexpr (std::is_same_v<T, Octets>)
-        return octetsOf(token);
+        return octetsOfRuns(token);
       else if constexpr (std::is_floating_point_v<T>)
         return std::stod(token);
       else if constexpr (std::is_integral_v<T>)
@@ -118,7 +109,7 @@ struct Call {
       else if constexpr (std::is_same_v<T, const char*>)
         return reinterpret_cast<const char*>(scene.memory.emplace_back(unquoted(token)).data());
       else if constexpr (std::is_same_v<T, const uint8_t*>)
-        return scene.memory.emplace_back(octetsOf(token)).data();
+        return scene.memory.emplace_back(octetsOfRuns(token)).data();
       else
         return room<std::remove_pointer_t<T>>(token);
     }
@@ -215,7 +206,7 @@ inline void setUp(Scene& scene, const std::string& word, size_t shift)
   Bits bits;
   bits.add(0, shift);
   if (word[0] != '>')
-    for (uint8_t octet : octetsOf(word.substr(0, plus))) bits.add(octet, 8);
+    for (uint8_t octet : octetsOfRuns(word.substr(0, plus))) bits.add(octet, 8);
   scene.bench.bind(bits.octets());
   scene.start = plus == std::string::npos ? shift : std::stoul(word.substr(plus + 1));
   scene.bench.moveTo(scene.start);

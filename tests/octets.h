@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,20 @@ inline Octets octetsOfHex(const std::string& hex)
 {
   Octets octets;
   for (size_t i = 0; i + 1 < hex.size(); i += 2) octets.push_back(uint8_t(std::stoul(hex.substr(i, 2), nullptr, 16)));
+  return octets;
+}
+
+// The same with runs, each behind a blank: "D4*32" is an octet 32 times.
+inline Octets octetsOfRuns(const std::string& text)
+{
+  Octets octets;
+  std::istringstream in(text);
+  for (std::string run; in >> run;) {
+    const size_t star = run.find('*');
+    const Octets unit = octetsOfHex(run.substr(0, star));
+    for (size_t times = star == std::string::npos ? 1 : std::stoul(run.substr(star + 1)); times > 0; --times)
+      octets.insert(octets.end(), unit.begin(), unit.end());
+  }
   return octets;
 }
 

@@ -6,13 +6,11 @@
 #include <fnmatch.h>
 
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <map>
 #include <regex>
 #include <set>
-#include <sstream>
 
+#include "tests/fileText.h"
 #include "velnor3gpp/rtxContext.h"
 #include "velnor3gpp/rtxError.h"
 #include "velnor3gpp/rtxStatus.h"
@@ -30,13 +28,6 @@ std::string outputOf(const std::string& command)
   for (size_t n; (n = fread(piece, 1, sizeof piece, pipe)) > 0;) text.append(piece, n);
   bool good = pclose(pipe) == 0;
   return good || !text.empty() ? text : "failed: " + command;
-}
-
-std::string readAll(const fs::path& name)
-{
-  std::ostringstream text;
-  text << std::ifstream(name).rdbuf();
-  return text.str();
 }
 
 // Everything in the text that the pattern matches, by group.
@@ -72,7 +63,7 @@ std::string compile(const std::string& compiler, const std::string& options, con
 
 TEST(Exports, OnlyNamesOfTheKnownFamiliesAreVisible)
 {
-  std::string script = readAll(VELNOR_EXPORTS);
+  std::string script = fileText(VELNOR_EXPORTS);
   script = script.substr(script.find("global:") + 7, script.find("local:") - script.find("global:") - 7);
   auto patterns = matches(script, "[A-Za-z0-9_*]+");
   ASSERT_GT(patterns.size(), 10U);
@@ -89,7 +80,7 @@ TEST(Exports, EveryDeclaredOperationIsThere)
   size_t declared = 0;
   for (const fs::path& header : headers()) {
     std::string text =
-        std::regex_replace(readAll(header), std::regex("/\\*[^*]*\\*+([^/*][^*]*\\*+)*/|\n#[^\n]*"), "\n");
+        std::regex_replace(fileText(header), std::regex("/\\*[^*]*\\*+([^/*][^*]*\\*+)*/|\n#[^\n]*"), "\n");
     for (auto& name : matches(text, "VELNOR_API[^;(\\[]*?([A-Za-z_][A-Za-z_0-9]*)\\s*[(;\\[]")) {
       ++declared;
       EXPECT_TRUE(names.count(name[1])) << name[1] << " of " << header;
@@ -109,7 +100,7 @@ TEST(Exports, EveryHeaderStandsAlone)
 // The README shows the example as it is built here.
 TEST(Exports, TheExampleOfTheReadmeWorks)
 {
-  EXPECT_NE(readAll(VELNOR_ROOT "/README.md").find(readAll(VELNOR_ROOT "/examples/decode.c")), std::string::npos);
+  EXPECT_NE(fileText(VELNOR_ROOT "/README.md").find(fileText(VELNOR_ROOT "/examples/decode.c")), std::string::npos);
   std::string text = outputOf(VELNOR_EXAMPLE);
   EXPECT_NE(text.find("obj_IdentityRequest5G"), std::string::npos) << text;
 }
@@ -159,7 +150,7 @@ TEST(Exports, EnumerationsAnswerAsTheirEnumeratorsSay)
   ASSERT_TRUE(library) << dlerror();
   unsigned checked = 0;
   for (const fs::path& file : headers()) {
-    std::string header = readAll(file);
+    std::string header = fileText(file);
     for (auto& found : matches(header, "typedef enum \\{([^}]*)\\} (\\w+);")) {
       std::string type = found[2], enumerators = found[1];
       auto function = [&](const char* name) { return dlsym(library, (type + name).c_str()); };

@@ -6,21 +6,13 @@
 
 #include <chrono>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <map>
-#include <sstream>
+
+#include "tests/fileText.h"
 
 namespace fs = std::filesystem;
 
 namespace {
-
-std::string readAll(const fs::path& path)
-{
-  std::stringstream text;
-  text << std::ifstream(path, std::ios::binary).rdbuf();
-  return text.str();
-}
 
 class Generator : public testing::Test {
 protected:
@@ -37,14 +29,14 @@ protected:
   {
     std::string said = (folder / "words").string();
     int status = std::system((L3GEN " '" + (folder / out).string() + "' " + files + " 2>" + said).c_str());
-    words = readAll(said);
+    words = fileText(said);
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   }
   std::map<std::string, std::string> written(const std::string& out) const
   {
     std::map<std::string, std::string> files;
     for (auto& entry : fs::recursive_directory_iterator(folder / out))
-      if (entry.is_regular_file()) files[fs::relative(entry.path(), folder / out)] = readAll(entry.path());
+      if (entry.is_regular_file()) files[fs::relative(entry.path(), folder / out)] = fileText(entry.path());
     return files;
   }
 };
@@ -74,7 +66,7 @@ TEST_F(Generator, LeavesUnchangedFilesAlone)
 // The blocks of refused.txt: lines led by ">" are the refusals, the others the definitions behind the module line.
 TEST_F(Generator, RefusesWithFileLineAndReason)
 {
-  std::istringstream lines(readAll(VELNOR_TEST_DATA "/refused.txt") + "\n");
+  std::istringstream lines(fileText(VELNOR_TEST_DATA "/refused.txt") + "\n");
   std::string definition, expected;
   unsigned refused = 0;
   for (std::string line; std::getline(lines, line);) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "L3Descriptors.h"
+#include "tests/fileText.h"
 #include "tests/messages.h"
 #include "velnor3gpp/Forms.h"
 
@@ -93,9 +94,7 @@ TEST(Layout, IsWhatItWas)
               std::to_string(set->table[i].transformedIdx) + "\n";
   const char* mode = getenv("VELNOR_GOLDEN");
   if (mode && std::string(mode) == "write") std::ofstream(VELNOR_TEST_DATA "/layout.txt") << text;
-  std::stringstream expected;
-  expected << std::ifstream(VELNOR_TEST_DATA "/layout.txt").rdbuf();
-  EXPECT_EQ(text, expected.str());
+  EXPECT_EQ(text, fileText(VELNOR_TEST_DATA "/layout.txt"));
 }
 
 // Names that C does not have, sizes of enumerations, and presence bits in their order.

@@ -7,13 +7,11 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
 #include <functional>
 #include <map>
-#include <sstream>
-#include <string>
 #include <vector>
 
+#include "tests/fileText.h"
 #include "velnor3gpp/rtxContext.h"
 #include "velnor3gpp/rtxError.h"
 #include "velnor3gpp/rtxMemHeap.h"
@@ -34,13 +32,6 @@ inline Texts textsOf(const std::string& file)
       texts[heading] += line + "\n";
   }
   return texts;
-}
-
-inline std::string fileText(const std::string& name)
-{
-  std::ostringstream text;
-  text << std::ifstream(name, std::ios::binary).rdbuf();
-  return text.str();
 }
 
 // A print callback of the caller's own: keeps each piece of text that one call brings.

@@ -59,11 +59,6 @@ void bend(RtxContext* pctxt, size_t bitOffset, size_t bitCount)
   static_cast<RtxBitField*>(last->data)->bitCount = bitCount;
 }
 
-std::string fields(RtxContext* pctxt)
-{
-  return traceOf(pctxt);
-}
-
 void trace(RtxContext* pctxt, const char* name)
 {
   rtxDiagBitTracePrint(pctxt->pBitFldList, name);
@@ -76,7 +71,7 @@ const calls::Functions kFunctions = {
     CALL(rtxSkipBits),
     CALL(field),
     CALL(bend),
-    CALL(fields),
+    CALL(traceOf),
     {"trace", calls::calling(streamed<trace, const char*>)},
     {"newField", calls::calling(onFields<rtxDiagNewBitField, const char*>)},
     {"setCount", calls::calling(onFields<rtxDiagSetBitFldCount>)},

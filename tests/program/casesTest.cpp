@@ -13,21 +13,13 @@
 #include <sys/wait.h>
 
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <regex>
-#include <sstream>
+
+#include "tests/fileText.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string readAll(const fs::path& name)
-{
-  std::ostringstream text;
-  text << std::ifstream(name, std::ios::binary).rdbuf();
-  return text.str();
-}
 
 size_t countOf(const std::string& text, const std::string& part)
 {
@@ -63,7 +55,7 @@ protected:
     static const std::regex kForm("(not |only )?(out|err|in (\\S+))( (\\d+) times)? *(.*)");
     std::smatch words;
     ASSERT_TRUE(std::regex_match(line, words, kForm)) << line;
-    std::string text = readAll(dir / (words[3].matched ? words[3].str() : words[2].str()));
+    std::string text = fileText(dir / (words[3].matched ? words[3].str() : words[2].str()));
     std::string part = std::regex_replace(words[6].str(), std::regex("\\\\n"), "\n");
     if (words[1] == "only ")
       EXPECT_EQ(text, part.empty() ? "" : part + "\n");
@@ -79,7 +71,7 @@ protected:
       SCOPED_TRACE(tested.place + ": " + command);
       int status = system(("cd " + dir.string() + "; { " + command + "\n} >out 2>err </dev/null").c_str());
       EXPECT_TRUE(WIFEXITED(status));
-      EXPECT_EQ(WEXITSTATUS(status), tested.code) << readAll(dir / "err");
+      EXPECT_EQ(WEXITSTATUS(status), tested.code) << fileText(dir / "err");
       for (const std::string& line : tested.expectations) expect(line);
       for (const char* line : {"not err 2bd6459f", "not err d3c5d592"}) expect(line);
       if (tested.code != 2) continue;

@@ -2,24 +2,15 @@
 // word of the language stands in a definition that the laws of all types run over, or in one made for a test.
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <regex>
 #include <set>
-#include <sstream>
+
+#include "tests/fileText.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using Words = std::set<std::string>;
-
-std::string textOf(const fs::path& path)
-{
-  std::ifstream in(path);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
 
 void collect(const std::string& text, const char* pattern, Words& words)
 {
@@ -32,15 +23,15 @@ const fs::path kRoot = fs::path(VELNOR_TEST_DATA) / ".." / "..";
 TEST(QuirkWords, EachHasAParagraph)
 {
   Words listed, described, used;
-  std::string reader = textOf(kRoot / "tools/l3gen/readWhat.cpp");
+  std::string reader = fileText(kRoot / "tools/l3gen/readWhat.cpp");
   size_t begin = reader.find("kWords = {");
   ASSERT_NE(begin, std::string::npos);
   collect(reader.substr(begin, reader.find("};", begin) - begin), "\"([a-z-]+)\"", listed);
-  collect(textOf(kRoot / "docs/quirks.md"), "\n## `!([a-z-]+)[ `]", described);
+  collect(fileText(kRoot / "docs/quirks.md"), "\n## `!([a-z-]+)[ `]", described);
   EXPECT_GE(listed.size(), 18U);
   EXPECT_EQ(listed, described);
-  for (auto& file : fs::directory_iterator(kRoot / "src")) collect(textOf(file.path()), "\\s!([a-z-]+)", used);
-  collect(textOf(fs::path(VELNOR_TEST_DATA) / "quirks.l3"), "\\s!([a-z-]+)", used);
+  for (auto& file : fs::directory_iterator(kRoot / "src")) collect(fileText(file.path()), "\\s!([a-z-]+)", used);
+  collect(fileText(fs::path(VELNOR_TEST_DATA) / "quirks.l3"), "\\s!([a-z-]+)", used);
   EXPECT_EQ(used, described); // what is not used is not tested
 }
 
@@ -50,7 +41,7 @@ Words wordsOfDefinitions(const fs::path& folder)
   Words words;
   for (auto& file : fs::recursive_directory_iterator(folder))
     if (file.path().extension() == ".l3")
-      collect(std::regex_replace(textOf(file.path()), std::regex("(^|\n)#[^\n]*"), "\n"), "(\\S+)", words);
+      collect(std::regex_replace(fileText(file.path()), std::regex("(^|\n)#[^\n]*"), "\n"), "(\\S+)", words);
   return words;
 }
 
@@ -59,7 +50,7 @@ TEST(RowForms, EachIsUsed)
   Words known, used = wordsOfDefinitions(kRoot / "src");
   used.merge(wordsOfDefinitions(kRoot / "tests"));
   for (const char* file : {"read.cpp", "readWhat.cpp"}) {
-    std::string reader = textOf(kRoot / "tools/l3gen" / file);
+    std::string reader = fileText(kRoot / "tools/l3gen" / file);
     collect(reader, "accept\\(\"([^\"]+)\"\\)", known);
     collect(reader, "(?:word|block|word\\([0-9]\\)|list\\[0\\]) == \"([^\"]+)\"", known);
     std::smatch list;

@@ -3,9 +3,7 @@
 
 #include <unistd.h>
 
-#include <fstream>
-#include <iterator>
-
+#include "tests/fileText.h"
 #include "tests/messages.h"
 #include "velnor3gpp/rtxBitEncode.h"
 #include "velnor3gpp/rtxStreamFile.h"
@@ -40,9 +38,8 @@ void checkFile(const L3TypeEntry& entry, size_t octets, bool bit, void* record, 
     EXPECT_LE(file.ctxt->buffer.byteIndex, file.ctxt->buffer.size);
     if (bit || file.status < 0) return;
   }
-  std::ifstream in(path, std::ios::binary);
-  Octets written{std::istreambuf_iterator<char>(in), {}};
-  EXPECT_EQ(written, Octets(memory.ctxt->buffer.data, memory.ctxt->buffer.data + octetsDone(memory.ctxt)));
+  const uint8_t* written = memory.ctxt->buffer.data;
+  EXPECT_EQ(fileText(path), std::string(written, written + octetsDone(memory.ctxt)));
 }
 
 TEST(Files, TakeWhatMemoryTakesOrRefuse)

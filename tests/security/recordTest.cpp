@@ -20,12 +20,10 @@ TEST(NasSecurityMemory, ReassignmentWipesWhatTheNewAlgorithmsDoNotNeed)
   ASSERT_EQ(0, rtx3gppAssignAlgorithmKeys(&ctxt, kKeyA.data(), kKeyB.data(), 0, 2));
   EXPECT_EQ(nullptr, sec->cmacSubkeys);
   EXPECT_EQ(schedules, sec->keySchedules);
-  EXPECT_EQ(Octets(24), Octets(subkeys,
-                               subkeys + 24)); // the heap has its link in the last eight octets
+  EXPECT_EQ(Octets(24), Octets(subkeys, subkeys + 24)); // the heap has its link in the last eight octets
   ASSERT_EQ(0, rtx3gppAssignAlgorithmKeys(&ctxt, kKeyA.data(), kKeyB.data(), 0, 0));
   EXPECT_EQ(nullptr, sec->keySchedules);
-  EXPECT_EQ(kKeyB.data(),
-            sec->cipherKey); // pointers are kept, never the octets
+  EXPECT_EQ(kKeyB.data(), sec->cipherKey); // pointers are kept, never the octets
 }
 
 std::map<void*, size_t> liveMemory;

@@ -1,10 +1,10 @@
 // Guards: what each coding helper gives for good and bad input, how far it moves and what it leaves in its caller's
 // memory. Every line of calls.txt is one call; tests/calls.h says how to read it.
 #include "tests/calls.h"
+#include "tests/outcome.h"
 #include "velnor3gpp/rtBCD.h"
 #include "velnor3gpp/rtx3GPP.h"
 #include "velnor3gpp/rtxContainer.h"
-#include "velnor3gpp/rtxDiagBitTrace.h"
 #include "velnor3gpp/rtxEnum.h"
 #include "velnor3gpp/rtxTBCD.h"
 
@@ -56,25 +56,13 @@ std::string dynBCD64(RtxContext* pctxt, const char* digits)
   return held(rtStringToDynBCD64(pctxt, digits, &value, 0), value);
 }
 
-// The fields of the bit trace.
-std::string trace(RtxContext* pctxt)
-{
-  std::string fields;
-  if (!pctxt->pBitFldList) return fields;
-  for (const auto* node = pctxt->pBitFldList->fieldList.head; node; node = node->next) {
-    const auto* field = static_cast<const RtxBitField*>(node->data);
-    fields += " " + (field->nameSuffix + (":" + std::to_string(field->bitCount)));
-  }
-  return fields;
-}
-
 const calls::Functions kFunctions = {
     // selectors, counters, identities and tails
     CALL(rtx3GPPDecAltDetmnt), CALL(rtx3GPPEncAltDetmnt), CALL(rtx3GPPDecVarAltDetmnt), CALL(rtx3GPPDecIntAsBits),
     CALL(rtx3GPPEncIntAsBits), CALL(rtx3GPPDecIntAsBitsPattern), CALL(rtx3GPPEncIntAsBitsPattern),
     CALL(rtx3GPPEnc_MCC_MNC), CALL(rtx3GPPDec_MCC_MNC), CALL(rtx3GPPEncMobileIdentityType1),
     CALL(rtx3GPPDecMobileIdentityType1), CALL(rtx3GPPEncGSMCharStr), CALL(rtx3GPPDecGSMCharStr),
-    CALL(rtx3GPPDecL3NonImperative), CALL(rtxCtxtPushContainerBits), CALL(rtxDiagCtxtBitFieldListInit), CALL(trace),
+    CALL(rtx3GPPDecL3NonImperative), CALL(rtxCtxtPushContainerBits), CALL(rtxDiagCtxtBitFieldListInit), CALL(traceOf),
     CALL(failure),
     // digits
     CALL(rtStringToTBCD), CALL(rtTBCDToString), CALL(rtxTBCDBinToChar), CALL(rtxTBCDCharToBin),

@@ -84,23 +84,10 @@ std::vector<Vector> readVectors(const fs::path& file)
   return vectors;
 }
 
-Octets octetsOf(const std::string& text)
-{
-  Octets octets;
-  std::istringstream in(text);
-  for (std::string run; in >> run;) {
-    size_t star = run.find('*'), times = star == std::string::npos ? 1 : std::stoul(run.substr(star + 1));
-    for (; times > 0; --times)
-      for (size_t i = 0; i + 1 < std::min(star, run.size()); i += 2)
-        octets.push_back(static_cast<uint8_t>(std::stoul(run.substr(i, 2), nullptr, 16)));
-  }
-  return octets;
-}
-
 // How many bits there are is told by the binary digits alone where there is nothing else.
 Octets inputOf(const Vector& vector, size_t& bits)
 {
-  Octets octets = octetsOf(vector.lines("octets"));
+  Octets octets = octetsOfRuns(vector.lines("octets"));
   bits = 8 * octets.size();
   for (char digit : vector.lines("bits")) {
     if (digit != '0' && digit != '1') continue;
@@ -219,7 +206,7 @@ void checkEncoding(RtxContext* pctxt, const Vector& vector, const L3TypeEntry& e
   if (status < 0 || vector.has("refused")) return checkRefusal(pctxt, status, vector.text("refused"));
   const RtxBuffer& buffer = pctxt->buffer;
   EXPECT_EQ(Octets(buffer.data, buffer.data + buffer.byteIndex + (buffer.bitOffset != 8)),
-            vector.has("again") ? octetsOf(vector.text("again")) : input);
+            vector.has("again") ? octetsOfRuns(vector.text("again")) : input);
 }
 
 void checkIn(const Setting& setting, const Vector& vector, const L3TypeEntry& entry)
