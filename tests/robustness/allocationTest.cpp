@@ -2,8 +2,8 @@
 // failure, nothing leaks, and the context serves the next job.
 #include <gtest/gtest.h>
 
+#include "tests/bench.h"
 #include "tests/messages.h"
-#include "tests/robustness/countedHeap.h"
 
 namespace {
 
@@ -11,7 +11,7 @@ namespace {
 struct Context : RtxContext {
   explicit Context(bool trace)
   {
-    rtxInitContextExt(this, heap::allocate, heap::grow, heap::release);
+    rtxInitContextExt(this, failing::mallocFunc, failing::reallocFunc, failing::freeFunc);
     rtxMemHeapSetFlags(&pMemHeap, RT_MH_USE_SYSMEM);
     rtx3gppSecInitialize(this);
     if (trace) rtxDiagCtxtBitFieldListInit(this);
@@ -26,32 +26,49 @@ struct Context : RtxContext {
   }
 };
 
-// What is made ready while nothing fails, what is done, and what then stands in its value.
+// A message to decode; or a sample, to be built or, that done, to be encoded into a buffer that grows.
 struct Job {
-  std::function<void*(RtxContext*)> prepare;
-  std::function<int(RtxContext*, void*&)> run;
-  std::function<std::string(RtxContext*, void*)> tell;
+  const L3TypeEntry& entry;
+  enum { kDecode, kBuild, kEncode } what;
+  Octets message = {};
+
+  int run(RtxContext* ctxt, void*& value) const
+  {
+    if (what == kDecode) return entry.decode(ctxt, value);
+    if (what == kEncode) return entry.encode(ctxt, value);
+    value = sampleValue(entry, ctxt);
+    return value ? 0 : RTX_E_NO_MEMORY;
+  }
 };
 
 struct Ending {
   int status;
   std::string text; // errors and value
-  size_t allocations;
+  long allocations;
 };
 
-Ending endingOf(RtxContext* ctxt, const Job& job, size_t failFrom, size_t failures)
+// The job with one allocation refused, counted from 1, or all from there on.
+Ending endingOf(RtxContext* ctxt, const Job& job, long refused, bool forGood)
 {
-  void* value = job.prepare(ctxt);
-  heap::refuse(failFrom, failures);
+  Octets message = job.message;
+  message.push_back(0); // a null pointer would ask for a buffer
+  auto record = recordStorage(*job.entry.type, 0);
+  void* value = job.what == Job::kEncode ? sampleValue(job.entry, ctxt) : record.get();
+  if (job.what == Job::kDecode) rtxCtxtSetBufPtr(ctxt, message.data(), job.message.size());
+  if (job.what == Job::kEncode) rtxCtxtSetBufPtr(ctxt, nullptr, 1);
+  failing::setUp(refused, forGood);
   int status = job.run(ctxt, value);
-  heap::refuseNothing();
-  Ending ending = {status, "", heap::made};
+  Ending ending = {status, "", failing::calls};
+  failing::allow(-1);
   // Paths and parameters may fall to the failure, the records may not.
   for (const RtxDListNode* node = ctxt->errInfo.head; node; node = node->next) {
     const RtxErrInfo& rec = *static_cast<const RtxErrInfo*>(node->data);
     ending.text += std::to_string(rec.status) + (rec.fatal ? "\n" : " (not fatal)\n");
   }
-  if (status >= 0) ending.text += job.tell(ctxt, value);
+  const uint8_t* encoded = ctxt->buffer.data;
+  if (status >= 0)
+    ending.text += job.what == Job::kEncode ? hexText(Octets(encoded, encoded + ctxt->buffer.byteIndex))
+                                            : printed(*job.entry.type, "x", value);
   return ending;
 }
 
@@ -66,66 +83,24 @@ bool endedWell(const Ending& ending, const Ending& expected)
 // False after a failure.
 bool endsWell(const Job& job, bool trace)
 {
-  size_t live = heap::live;
-  Ending expected = endingOf(std::make_unique<Context>(trace).get(), job, SIZE_MAX, 0);
-  for (size_t failures : {size_t{1}, SIZE_MAX})
-    for (size_t from = 0; from < expected.allocations; ++from) {
+  Ending expected = endingOf(std::make_unique<Context>(trace).get(), job, 0, false);
+  for (bool forGood : {false, true})
+    for (long refused = 1; refused <= expected.allocations; ++refused) {
       Context ctxt(trace);
-      Ending ending = endingOf(&ctxt, job, from, failures);
+      Ending ending = endingOf(&ctxt, job, refused, forGood);
       EXPECT_TRUE(endedWell(ending, expected))
-          << from << " of " << expected.allocations << (failures == 1 ? " once: " : " for good: ") << ending.status
+          << refused << " of " << expected.allocations << (forGood ? " for good: " : " once: ") << ending.status
           << " for " << expected.status << "\n"
           << ending.text << "for\n"
           << expected.text;
       ctxt.nextJob();
-      Ending again = endingOf(&ctxt, job, SIZE_MAX, 0);
-      EXPECT_EQ(again.status, expected.status) << from;
-      EXPECT_EQ(again.text, expected.text) << from;
+      Ending again = endingOf(&ctxt, job, 0, false);
+      EXPECT_EQ(again.status, expected.status) << refused;
+      EXPECT_EQ(again.text, expected.text) << refused;
       if (testing::Test::HasFailure()) return false;
     }
-  EXPECT_EQ(heap::live, live) << "leaked";
+  EXPECT_EQ(failing::inUse, 0) << "leaked";
   return !testing::Test::HasFailure();
-}
-
-Job decoding(const TestMessage& message)
-{
-  const L3TypeEntry& entry = *message.entry;
-  auto octets = std::make_shared<Octets>();
-  auto record = std::make_shared<std::unique_ptr<uint64_t[]>>();
-  auto prepare = [=, &message, &entry](RtxContext* ctxt) -> void* {
-    *octets = message.octets;
-    octets->push_back(0); // a null pointer would ask for a buffer
-    rtxCtxtSetBufPtr(ctxt, octets->data(), message.octets.size());
-    *record = recordStorage(*entry.type, 0);
-    return record->get();
-  };
-  auto run = [&entry](RtxContext* ctxt, void* value) { return entry.decode(ctxt, value); };
-  return {prepare, run, [&entry](RtxContext*, void* value) { return printed(*entry.type, "x", value); }};
-}
-
-// Into a buffer that grows.
-Job encoding(const L3TypeEntry& entry)
-{
-  auto prepare = [&entry](RtxContext* ctxt) {
-    void* value = sampleValue(entry, ctxt);
-    rtxCtxtSetBufPtr(ctxt, nullptr, 1);
-    return value;
-  };
-  auto run = [&entry](RtxContext* ctxt, void* value) { return entry.encode(ctxt, value); };
-  auto tell = [](RtxContext* ctxt, void*) {
-    return hexText(Octets(ctxt->buffer.data, ctxt->buffer.data + ctxt->buffer.byteIndex));
-  };
-  return {prepare, run, tell};
-}
-
-Job sampling(const L3TypeEntry& entry)
-{
-  auto run = [&entry](RtxContext* ctxt, void*& value) {
-    value = sampleValue(entry, ctxt);
-    return value ? 0 : RTX_E_NO_MEMORY;
-  };
-  return {[](RtxContext*) { return nullptr; }, run,
-          [&entry](RtxContext*, void* value) { return printed(*entry.type, "x", value); }};
 }
 
 TEST(AllocationFailure, DecodingSamplesAndTheCorpus)
@@ -137,16 +112,17 @@ TEST(AllocationFailure, DecodingSamplesAndTheCorpus)
     for (bool trace : {false, true}) {
       SCOPED_TRACE(message.name);
       if (trace && message.octets.size() >= 60) continue;
-      if (!endsWell(decoding(message), trace)) return;
+      if (!endsWell({*message.entry, Job::kDecode, message.octets}, trace)) return;
     }
 }
 
 TEST(AllocationFailure, BuildingAndEncodingSamples)
 {
   for (size_t i = 0; i < l3TypeCount; ++i) {
-    SCOPED_TRACE(l3TypeTable[i].type->fullName);
-    if (!endsWell(sampling(l3TypeTable[i]), false)) return;
-    if (l3TypeTable[i].encode && !endsWell(encoding(l3TypeTable[i]), i % 2)) return;
+    const L3TypeEntry& entry = l3TypeTable[i];
+    SCOPED_TRACE(entry.type->fullName);
+    if (!endsWell({entry, Job::kBuild}, false)) return;
+    if (entry.encode && !endsWell({entry, Job::kEncode}, i % 2)) return;
   }
 }
 

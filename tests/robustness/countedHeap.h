@@ -1,5 +1,4 @@
-// The allocator of the contexts under test: it counts, and refuses what a test wants it to. And how much a decoder may
-// take from it.
+// An allocator that counts the octets which the contexts under test hold, and how much a decoder may take from it.
 #pragma once
 
 #include <malloc.h>
@@ -12,20 +11,7 @@
 
 namespace heap {
 
-inline size_t made = 0, failFrom = SIZE_MAX, failures = 0; // allocations by number
-inline size_t live = 0, peak = 0;                          // octets
-
-// From now on, so many allocations fail behind the first `from`.
-inline void refuse(size_t from, size_t count)
-{
-  made = 0;
-  failFrom = from;
-  failures = count;
-}
-inline void refuseNothing()
-{
-  failFrom = SIZE_MAX;
-}
+inline size_t live = 0, peak = 0; // octets
 
 inline void release(void* memory)
 {
@@ -34,8 +20,7 @@ inline void release(void* memory)
 }
 inline void* grow(void* old, size_t size)
 {
-  size_t index = made++, before = old ? malloc_usable_size(old) : 0;
-  if (index >= failFrom && index - failFrom < failures) return nullptr;
+  size_t before = old ? malloc_usable_size(old) : 0;
   void* memory = realloc(old, size);
   if (memory) peak = std::max(peak, live += malloc_usable_size(memory) - before);
   return memory;
