@@ -43,7 +43,7 @@ const std::vector<FuzzTarget>& fuzzTargets()
       {.name = "print", .check = checkPrint, .types = kAll},
       {.name = "encoder", .check = checkEncoder, .types = allWith(&L3TypeEntry::encode), .leads = {drawn()}},
       {.name = "protectedMessages", .check = checkProtected, .types = {k5gs, kEps}, .leads = {{0}, {0x0E}, {0x3C}}},
-      {.name = "streams", .check = checkStream, .types = kAll, .leads = {{0x82}, {3}}},
+      {.name = "streams", .check = checkStream, .types = kAll, .leads = {{4}}},
       {.name = "definitions", .check = checkDefinitions, .seeds = definitionSeeds()},
 #ifdef VELNOR_FUZZ_PROGRAM
       {.name = "hexInput",

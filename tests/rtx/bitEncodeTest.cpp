@@ -3,41 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-
-#include "tests/bench.h"
+#include "tests/rtx/randomField.h"
 #include "velnor3gpp/rtxStatus.h"
-
-namespace {
-
-// Writes one random field to the context and appends its bits to the model. On failure the model stays.
-int writeRandom(std::mt19937& random, RtxContext* pctxt, Bits* model)
-{
-  uint64_t value = static_cast<uint64_t>(random()) << 32 | random();
-  uint32_t low = static_cast<uint32_t>(value);
-  Octets octets = randomOctets(random, 24);
-  Bits source(octets), field;
-  size_t nbits = pick(random, 0, 100), from = pick(random, 0, 90), n = size_t{1} << nbits % 3;
-  auto number = [&](int status, uint64_t written, size_t width) { return field.add(written, width), status; };
-  auto part = [&](int status, size_t at) { return field = source.slice(at, nbits), status; };
-  const std::function<int()> writes[] = {
-      [&] { return number(rtxEncBit(pctxt, static_cast<int>(value & 2)), (value & 2) != 0, 1); },
-      [&] { return number(rtxEncBits(pctxt, low, nbits % 33), value, nbits % 33); },
-      [&] { return number(rtxEncBitsFromSize(pctxt, value, nbits % 65), value, nbits % 65); },
-      [&] { return number(rtxEncUInt32(pctxt, low, n), low, n * 8); },
-      [&] { return part(rtxEncBitsFromByteArray(pctxt, octets.data(), nbits), 0); },
-      [&] { return part(rtxCopyBits(pctxt, octets.data(), nbits, from), from); },
-      [&] {
-        for (size_t i = 0; i < nbits; ++i) field.push_back(source[(model->size() + i) % 8]);
-        return rtxEncBitsPattern(pctxt, octets[0], nbits);
-      },
-  };
-  int status = writes[pick(random, 0, std::size(writes) - 1)]();
-  if (status == 0) model->insert(model->end(), field.begin(), field.end());
-  return status;
-}
-
-} // namespace
 
 TEST(BitEncode, RandomFieldsIntoAFixedBufferUntilItIsFull)
 {
@@ -58,17 +25,6 @@ TEST(BitEncode, RandomFieldsIntoAFixedBufferUntilItIsFull)
     }
     ASSERT_TRUE(status == 0 || status == RTX_E_ENCODE_OVERFLOW);
   }
-}
-
-TEST(BitEncode, GrowthKeepsWhatWasWritten)
-{
-  std::mt19937 random(12);
-  Bench bench;
-  ASSERT_EQ(rtxCtxtSetBufPtr(&bench, nullptr, 16), 0);
-  Bits model;
-  while (model.size() < 40000) ASSERT_EQ(writeRandom(random, &bench, &model), 0);
-  Octets octets = model.octets();
-  EXPECT_TRUE(std::equal(octets.begin(), octets.end(), bench.buffer.data));
 }
 
 TEST(BitEncode, MergeReplacesTheFieldAlone)

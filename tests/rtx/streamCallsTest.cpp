@@ -1,7 +1,7 @@
 // Promise: a stream calls what its kind has, in order; what the kind lacks or fails at, and what no stream can do,
 // comes out as the status that says so, reported once. Each line of streams.txt is a call.
 #include "tests/calls.h"
-#include "tests/rtx/trickle.h"
+#include "tests/trickle.h"
 #include "velnor3gpp/rtContext.h"
 #include "velnor3gpp/rtxBitDecode.h"
 #include "velnor3gpp/rtxBitEncode.h"
@@ -95,57 +95,24 @@ int trickle(RtxContext* pctxt)
   return status;
 }
 
-const calls::Functions kFunctions = {CALL(lacking),
-                                     CALL(complete),
-                                     CALL(asked),
-                                     CALL(failure),
-                                     CALL(bufferSize),
-                                     CALL(capacity),
-                                     CALL(capture),
-                                     CALL(pipe),
-                                     CALL(trickle),
-                                     CALL(rtxStreamMark),
-                                     CALL(rtxStreamReset),
-                                     CALL(rtxStreamGetPos),
-                                     CALL(rtxStreamSetPos),
-                                     CALL(rtxStreamSkip),
-                                     CALL(rtxStreamRead),
-                                     CALL(rtxStreamRead2),
-                                     CALL(rtxStreamReadDirect),
-                                     CALL(rtxStreamWrite),
-                                     CALL(rtxStreamFlush),
-                                     CALL(rtxStreamClose),
-                                     CALL(rtxStreamSetCapture),
-                                     CALL(rtxStreamGetIOBytes),
-                                     CALL(rtxStreamInitCtxtBuf),
-                                     CALL(rtxStreamRemoveCtxtBuf),
-                                     CALL(rtxStreamLoadInputBuffer),
-                                     CALL(rtxStreamFileOpen),
-                                     CALL(rtxStreamFileAttach),
-                                     CALL(rtxStreamFileCreateReader),
-                                     CALL(rtxStreamFileCreateWriter),
-                                     CALL(rtxFileOpen),
-                                     CALL(rtxByteToHexChar),
-                                     CALL(rtxStreamMemoryCreate),
-                                     CALL(rtxStreamMemoryAttach),
-                                     CALL(rtxStreamMemoryCreateReader),
-                                     CALL(rtxStreamMemoryCreateWriter),
-                                     CALL(rtxStreamMemoryResetWriter),
-                                     CALL(rtxEncBits),
-                                     CALL(rtxEncBitsFromByteArray),
-                                     CALL(rtxExpandOutputBuffer),
-                                     CALL(rtxWriteBytes),
-                                     CALL(rtxDecBit),
-                                     CALL(rtxReadBytes),
-                                     CALL(rtxSkipBytes),
-                                     CALL(rtxResetToPos),
-                                     CALL(rtxCtxtSetBitOffset),
-                                     CALL(rtxCheckInputBuffer),
-                                     CALL(rtxInitContextBuffer),
-                                     CALL(rtxCtxtSetFlag),
-                                     CALL(rtxMemFree),
-                                     CALL(rtxFreeContext),
-                                     CALL(rtxErrGetStatus)};
+const calls::Functions kFunctions = {
+    // kinds of streams, and what is seen of them
+    CALL(lacking), CALL(complete), CALL(asked), CALL(failure), CALL(bufferSize), CALL(capacity), CALL(capture),
+    CALL(pipe), CALL(trickle),
+    // every kind
+    CALL(rtxStreamMark), CALL(rtxStreamReset), CALL(rtxStreamGetPos), CALL(rtxStreamSetPos), CALL(rtxStreamSkip),
+    CALL(rtxStreamRead), CALL(rtxStreamRead2), CALL(rtxStreamReadDirect), CALL(rtxStreamWrite), CALL(rtxStreamFlush),
+    CALL(rtxStreamClose), CALL(rtxStreamSetCapture), CALL(rtxStreamGetIOBytes), CALL(rtxStreamInitCtxtBuf),
+    CALL(rtxStreamRemoveCtxtBuf), CALL(rtxStreamLoadInputBuffer),
+    // files and memory
+    CALL(rtxStreamFileOpen), CALL(rtxStreamFileAttach), CALL(rtxStreamFileCreateReader),
+    CALL(rtxStreamFileCreateWriter), CALL(rtxFileOpen), CALL(rtxByteToHexChar), CALL(rtxStreamMemoryCreate),
+    CALL(rtxStreamMemoryAttach), CALL(rtxStreamMemoryCreateReader), CALL(rtxStreamMemoryCreateWriter),
+    CALL(rtxStreamMemoryResetWriter),
+    // coding
+    CALL(rtxEncBits), CALL(rtxEncBitsFromByteArray), CALL(rtxExpandOutputBuffer), CALL(rtxWriteBytes), CALL(rtxDecBit),
+    CALL(rtxReadBytes), CALL(rtxSkipBytes), CALL(rtxResetToPos), CALL(rtxCtxtSetBitOffset), CALL(rtxCheckInputBuffer),
+    CALL(rtxInitContextBuffer), CALL(rtxCtxtSetFlag), CALL(rtxMemFree), CALL(rtxFreeContext), CALL(rtxErrGetStatus)};
 
 TEST(StreamCalls, GiveWhatTheirLinesSay)
 {

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "tests/bench.h"
+#include "tests/octets.h"
 #include "velnor3gpp/rtxStatus.h"
 #include "velnor3gpp/rtxStream.h"
 
