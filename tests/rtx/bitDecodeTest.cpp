@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <type_traits>
-
 #include "tests/bench.h"
 #include "velnor3gpp/rtxStatus.h"
 
@@ -80,40 +78,5 @@ TEST(BitDecode, NumbersAndStringsAtAllPhasesAndEnds)
     Shortfall expected = isString || which == 0 ? expectShortfall(at, nbits, bits.size()) : Shortfall{at, 1};
     ASSERT_EQ(bench.at(), expected.at) << "reader " << which << " nbits " << nbits << " at " << at;
     ASSERT_EQ(bench.takeLevels(), expected.levels + (isString ? 0 : 1));
-  }
-}
-
-// Of an unsigned number one octet may be too many, if it is zero.
-template <class T>
-void readWhole(Bench& bench, const Bits& bits, size_t at, size_t n, int (*read)(RtxContext*, T*, size_t))
-{
-  const bool leading = !std::is_signed_v<T> && n == sizeof(T) + 1 && bits.number(at, 8) == 0;
-  const bool negative = std::is_signed_v<T> && n > 0 && bits[at];
-  const bool fits = n <= sizeof(T) || leading;
-  uint64_t raw = bits.number(at, n * 8);
-  if (negative && n < 8) raw |= UINT64_MAX << n * 8;
-  T value = 0;
-  bench.moveTo(at);
-  ASSERT_EQ(bench.told(read(&bench, &value, n)), fits ? 0 : RTX_E_TOO_BIG) << sizeof(T) << " " << n;
-  ASSERT_EQ(value, fits ? static_cast<T>(raw) : 0);
-  ASSERT_TRUE(!fits || bench.at() == at + n * 8);
-}
-
-TEST(BitDecode, IntegersOfWholeOctets)
-{
-  std::mt19937 random(3);
-  for (int round = 0; round < 5000; ++round) {
-    Octets octets = randomOctets(random, 12);
-    if (round % 2 == 0) octets[0] = octets[1] = 0;
-    Bits bits(octets);
-    Bench bench(octets);
-    size_t at = pick(random, 0, 15), n = pick(random, 0, 9);
-    readWhole(bench, bits, at, n, rtxDecUInt64);
-    readWhole(bench, bits, at, n, rtxDecInt64);
-    readWhole(bench, bits, at, n, rtxDecUInt32);
-    readWhole(bench, bits, at, n, rtxDecInt32);
-    readWhole(bench, bits, at, n, rtxDecUInt16);
-    readWhole(bench, bits, at, n, rtxDecInt16);
-    readWhole<int8_t>(bench, bits, at, 1, [](RtxContext* c, int8_t* to, size_t) { return rtxDecInt8(c, to); });
   }
 }

@@ -1,5 +1,6 @@
-// Promises: no reader, writer or string function goes beyond its memory, and what it cannot do is told; one failure
-// makes one record with its places and its deepest path, which says so in words. Each line of calls.txt is a call.
+// Promises: no reader, writer or string function goes beyond its memory, and what it cannot do is told; a region ends
+// exactly where it was said to; one failure makes one record with its places and its deepest path, which says so in
+// words. Each line of calls.txt is a call.
 #include "tests/calls.h"
 #include "velnor3gpp/rtContext.h"
 #include "velnor3gpp/rtxBitDecode.h"
@@ -36,6 +37,11 @@ int level(RtxContext* pctxt)
 size_t size(RtxContext* pctxt)
 {
   return pctxt->buffer.size;
+}
+
+void indent(RtxContext* pctxt, uint8_t blanks)
+{
+  pctxt->indent = blanks;
 }
 
 // Reads that must fail.
@@ -92,16 +98,21 @@ std::string says(RtxContext* pctxt, int status, const char* parms)
 const calls::Functions kFunctions = {
     // reading and writing
     CALL(rtxDecBits), CALL(rtxDecBitsToByte), CALL(rtxDecBitsToUInt16), CALL(rtxDecBitsToUInt64),
-    CALL(rtxDecBitsToByteArray), CALL(rtxPeekBits), CALL(rtxReadBytes), CALL(rtxReadBytesSafe), CALL(rtxSkipBits),
-    CALL(rtxSkipBytes), CALL(rtxMoveBitCursor), CALL(rtxCheckInputBuffer), CALL(behind), CALL(rtxPeekBit),
-    CALL(rtxPeekByte), CALL(rtxPeekBytes), CALL(inPlace), CALL(rtxEncBits), CALL(rtxEncBitsFromSize),
-    CALL(rtxEncBitsFromByteArray), CALL(rtxEncBitsPattern), CALL(rtxEncUInt32), CALL(rtxMergeBits), CALL(rtxWriteBytes),
-    CALL(rtxCheckOutputBuffer), CALL(rtxCheckBuffer), CALL(rtxCtxtSetBitOffset), CALL(size), CALL(rtxCtxtMarkBitPos),
-    CALL(rtxCtxtResetToBitPos), CALL(rtxMarkPos), CALL(rtxResetToPos), CALL(rtxCtxtGetIOByteCount),
+    CALL(rtxDecBitsToByteArray), CALL(rtxDecUInt16), CALL(rtxDecUInt32), CALL(rtxDecUInt64), CALL(rtxDecInt8),
+    CALL(rtxDecInt16), CALL(rtxDecInt32), CALL(rtxDecInt64), CALL(rtxPeekBits), CALL(rtxReadBytes),
+    CALL(rtxReadBytesSafe), CALL(rtxSkipBits), CALL(rtxSkipBytes), CALL(rtxMoveBitCursor), CALL(rtxCheckInputBuffer),
+    CALL(behind), CALL(rtxPeekBit), CALL(rtxPeekByte), CALL(rtxPeekBytes), CALL(inPlace), CALL(rtxEncBits),
+    CALL(rtxEncBitsFromSize), CALL(rtxEncBitsFromByteArray), CALL(rtxEncBitsPattern), CALL(rtxEncUInt32),
+    CALL(rtxMergeBits), CALL(rtxWriteBytes), CALL(indent), CALL(rtxGetIndentLevels), CALL(rtxWriteIndent),
+    CALL(rtxCtxtSetFlag), CALL(rtxCtxtClearFlag), CALL(rtxCheckOutputBuffer), CALL(rtxCheckBuffer),
+    CALL(rtxCtxtSetBitOffset), CALL(size), CALL(rtxCtxtMarkBitPos), CALL(rtxCtxtResetToBitPos), CALL(rtxMarkPos),
+    CALL(rtxResetToPos), CALL(rtxCtxtGetIOByteCount),
     // names and regions
     CALL(rtxCtxtPushTypeName), CALL(rtxCtxtPopTypeName), CALL(rtxCtxtPushElemName), CALL(rtxCtxtPopElemName),
     CALL(rtxCtxtPushElemNameCopy), CALL(rtxCtxtPopElemNameCopy), CALL(rtxCtxtPushArrayElemName),
-    CALL(rtxCtxtPopArrayElemName), CALL(rtxCtxtPushContainerBytes), CALL(rtxMemFree), CALL(path), CALL(level),
+    CALL(rtxCtxtPopArrayElemName), CALL(rtxCtxtPushContainerBytes), CALL(rtxCtxtPushContainerBits),
+    CALL(rtxCtxtPopContainer), CALL(rtxCtxtPopAllContainers), CALL(rtxCtxtContainerHasRemBits),
+    CALL(rtxCtxtContainerEnd), CALL(rtxCtxtGetContainerRemBits), CALL(rtxMemFree), CALL(path), CALL(level),
     // failures
     CALL(rtxErrSetData), CALL(rtxErrSetNewData), CALL(rtxErrSetNonFatal), CALL(rtxErrGetStatus),
     CALL(rtxErrCheckNonFatal), CALL(rtxErrGetFirstError), CALL(rtxErrGetLastError), CALL(rtxErrGetErrorCnt),

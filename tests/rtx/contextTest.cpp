@@ -104,19 +104,6 @@ TEST(Context, NewContextIsAllOrNothingAndHoldsAnInformationRecord)
   rtxMemSetAllocFuncs(nullptr, nullptr, nullptr);
 }
 
-TEST(Context, WritesItsIndentation)
-{
-  Bench bench(Octets(130));
-  bench.indent = 101;
-  EXPECT_EQ(33, rtxGetIndentLevels(&bench));
-  EXPECT_EQ(0, rtxWriteIndent(&bench));
-  EXPECT_EQ("\n" + std::string(101, ' '), std::string(bench.data.begin(), bench.data.begin() + 102));
-  rtxCtxtSetFlag(&bench, RTX_FLAG_NO_INDENT);
-  EXPECT_EQ(0, rtxWriteIndent(&bench));
-  EXPECT_EQ(RTX_FLAG_BUFFER_MODE, rtxCtxtClearFlag(&bench, RTX_FLAG_NO_INDENT));
-  EXPECT_EQ(RTX_E_ENCODE_OVERFLOW, rtxWriteIndent(&bench)) << "28 octets are left";
-}
-
 TEST(Context, AnEndedJobLeavesNoPointerToWhatItGaveBack)
 {
   for (auto end : {rtxMemReset, rtxMemFree}) {

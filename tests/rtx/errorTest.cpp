@@ -38,16 +38,6 @@ struct Error : testing::Test {
   }
 };
 
-// No place nor path is noted, and nothing is allocated, once a context closes.
-TEST_F(Error, ClosingContextsKeepNoPlaces)
-{
-  rtxCtxtPushTypeName(&ctxt, "Msg");
-  ctxt.flags |= RTX_FLAG_CLOSING;
-  rtxErrSetData(&ctxt, RTX_E_GENERAL, "m", 1);
-  EXPECT_EQ(0, ctxt.lastError()->stkx);
-  EXPECT_EQ(nullptr, ctxt.lastError()->elemName);
-}
-
 TEST_F(Error, CopiesAreDeepAndFreedParametersStayFreed)
 {
   Bench other;

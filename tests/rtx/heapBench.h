@@ -1,9 +1,5 @@
-/**
- * @file heapBench.h
- * A heap of its own for each test, and its layout as text.
- */
-#ifndef VELNOR3GPP_TESTS_RTX_HEAP_BENCH_H
-#define VELNOR3GPP_TESTS_RTX_HEAP_BENCH_H
+// A heap of its own for each test, and its layout as text.
+#pragma once
 
 #include <gtest/gtest.h>
 
@@ -59,5 +55,3 @@ struct Heap {
     return text.substr(1);
   }
 };
-
-#endif
