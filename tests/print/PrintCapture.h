@@ -3,6 +3,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdarg>
 #include <cstdio>
@@ -81,11 +82,13 @@ protected:
   }
   std::string viaFile(const Print& print)
   {
-    std::string name = testing::TempDir() + "print_via_file";
+    std::string name = testing::TempDir() + "print_via_file." + std::to_string(getpid());
     FILE* file = fopen(name.c_str(), "w");
     printTo(rtxPrintStreamToFileCB, file, print);
     fclose(file);
-    return fileText(name);
+    std::string text = fileText(name);
+    std::remove(name.c_str());
+    return text;
   }
   static std::string viaStdout(const std::function<void()>& print)
   {
