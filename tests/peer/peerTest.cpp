@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <set>
 
 #include "tests/messages.h"
 #include "tests/peer/messages.h"
@@ -17,9 +18,9 @@ protected:
   {
     if (!hasTshark()) GTEST_SKIP() << "tshark is not on the PATH";
   }
-  static std::vector<std::vector<std::string>> table(const std::string& file)
+  static std::vector<std::vector<std::string>> table(const std::string& file, size_t columns = 3)
   {
-    return readTable(VELNOR_TEST_DATA "/" + file, 3);
+    return readTable(VELNOR_TEST_DATA "/" + file, columns);
   }
 };
 
@@ -44,8 +45,26 @@ std::string crossings(const Message& message, const std::vector<Bits>& shown)
   return text;
 }
 
+// The element here and the field there that stand at the same bits.
+using Names = std::set<std::vector<std::string>>;
+
+void addNames(Names& names, const Message& message, const std::vector<Bits>& shown)
+{
+  for (const Bits& theirs : shown)
+    for (const Bits& ours : message.bits)
+      if (ours.from == theirs.from && ours.to == theirs.to && theirs.name != "gsm_a.common.elem_id")
+        names.insert({ours.name.substr(ours.name.rfind('.') + 1), theirs.name});
+}
+
+void expectNone(const Names& from, const Names& without, const char* what)
+{
+  for (auto& pair : from)
+    if (!without.count(pair)) ADD_FAILURE() << what << "\n" << pair[0] << "\t" << pair[1];
+}
+
 // Every message in all its forms, and each element by itself. An element stands in the table exactly if the dissector
-// complains of it, or finds values at other bits, wherever it stands alone.
+// complains of it, or finds values at other bits, wherever it stands alone. What stands at the same bits has the names
+// that the other table holds beside each other.
 TEST_F(Peer, ReadsEveryMessage)
 {
   auto unread = table("unread.tsv");
@@ -58,6 +77,7 @@ TEST_F(Peer, ReadsEveryMessage)
   auto messages = allMessages(leavesOut);
   auto found = dissected(messages);
   ASSERT_EQ(found.size(), messages.size());
+  Names names;
   for (size_t i = 0; i < messages.size(); ++i) {
     const Message& message = messages[i];
     SCOPED_TRACE(message.name + " " + message.form + " " + hexText(message.frame.octets));
@@ -68,10 +88,15 @@ TEST_F(Peer, ReadsEveryMessage)
     std::string differs = found[i].complaints + crossings(message, found[i].bits);
     EXPECT_EQ(listed, !differs.empty()) << differs;
     if (listed) continue;
+    addNames(names, message, found[i].bits);
     auto& types = found[i].values[message.typeField];
     EXPECT_TRUE(!types.empty() && std::stoul(types[0], nullptr, 0) == message.type) << (types.empty() ? "" : types[0]);
   }
   for (size_t k = 0; k < unread.size(); ++k) EXPECT_GT(needed[k], 0U) << unread[k][0] << " " << unread[k][1];
+  auto rows = table("names.tsv", 2);
+  const Names known(rows.begin(), rows.end());
+  expectNone(names, known, "other names than in names.tsv:");
+  expectNone(known, names, "in names.tsv, but not found:");
 }
 
 // "path=value;path=value"
