@@ -161,7 +161,7 @@ static int bindMemory(RtxContext* pctxt, uint16_t flags, bool attached)
   int status = rtxStreamInitKind(pctxt, sizeof(MemoryStream));
   if (status < 0) return status;
   RtxStream* pStream = pctxt->pStream;
-  *memoryOf(pStream) = {.pctxt = pctxt, .attached = attached};
+  *memoryOf(pStream) = {.pctxt = pctxt, .attached = attached, .markIndex = 0};
   pStream->read = memoryRead;
   pStream->write = memoryWrite;
   pStream->close = memoryClose;
