@@ -26,9 +26,10 @@ struct Refusal {
 
 struct Range {
   uint32_t lo = 0, hi = 0;
+  bool operator==(const Range&) const = default;
 };
 
-enum class WhatKind { Bits, Flag, Unary, Octets, BitString, Text, Chars, Type, Choice, Body, Nothing };
+enum class WhatKind { Bits, Flag, Unary, Octets, BitString, Text, Chars, Type, Choice, Body, Nested, Nothing };
 enum class From { Fixed, Rest, Field, Own };
 enum class Select { Fields, Bits, Peek, Code };
 enum class When {
@@ -96,6 +97,7 @@ struct Often {
   std::optional<Range> range;
   bool heap = false;
   bool bounded() const { return range && !heap; }
+  bool operator==(const Often&) const = default;
 };
 
 struct Term {
@@ -116,6 +118,8 @@ struct Row {
   std::map<std::string, std::string> words;
   unsigned number = 0;            // Length: bits; Iei: value; Release: release
   bool half = false;              // Iei
+  bool own = false;               // its content is a type named after record and element
+  bool shared = false;            // its list is a type named after the entries' type
   bool countsBits = false;        // Length
   bool fromOctet = false;         // Length: counts from the next octet
   unsigned fit = 0;               // Release
@@ -175,6 +179,9 @@ struct Model {
 
 // read.cpp
 void readFile(Model& model, const std::string& path);
+// readNested.cpp: the type that rows deeper than an element make, and the one that an element's own content makes.
+Type* innerType(Model& model, const Type& owner, Row& row);
+void giveOwnType(Model& model, const Type& owner, Row& row);
 // resolve.cpp, check.cpp
 void resolve(Model& model);
 void check(Model& model);

@@ -1,4 +1,5 @@
 // Reading: lines to blocks and rows. Every word is accounted for; what is not understood is refused with its place.
+#include <algorithm>
 #include <fstream>
 #include <set>
 #include <sstream>
@@ -80,6 +81,13 @@ static Row readMark(Words& w)
   return row;
 }
 
+// A content that gets a type of its own says so: `own` is named after the element, `shared` after the entries' type.
+static void readPlace(Words& w, Row& row)
+{
+  row.own = w.accept("own");
+  row.shared = !row.own && w.accept("shared");
+}
+
 static Row readRow(Words& w)
 {
   static const std::set<std::string> marks = {"group", "release", "end-release", "tail"};
@@ -95,6 +103,7 @@ static Row readRow(Words& w)
   }
   row.what = readWhat(w);
   if (w.peek() != "in") row.often = readOften(w);
+  readPlace(w, row);
   readTail(w, &row.range, row.words);
   row.what.untagged = row.words.count("untagged") != 0;
   return row;
@@ -121,6 +130,7 @@ static Row readAlternative(Words& w, const What& parent)
     row.name = checkedName(w.place, w.take("a name"));
     row.what = readWhat(w);
     row.often = readOften(w);
+    readPlace(w, row);
   }
   readTail(w, &row.range, row.words);
   return row;
@@ -298,7 +308,7 @@ static void readValue(Type& type, Words& w)
   type.values.emplace_back(name, static_cast<int>(value));
 }
 
-static void addRow(Type& type, Words& w)
+static void addRow(Model& model, Type& type, Words& w)
 {
   if (type.kind == Kind::Enum || type.kind == Kind::Names) return readValue(type, w);
   if (w.list[0] == "|") {
@@ -306,37 +316,68 @@ static void addRow(Type& type, Words& w)
     What& what = type.rows.back().what;
     if (what.kind != WhatKind::Choice && what.kind != WhatKind::Body)
       refuse(w.place, "an alternative without a choice");
-    what.alternatives.push_back(readAlternative(w, what));
+    Row row = readAlternative(w, what);
+    giveOwnType(model, type, row);
+    what.alternatives.push_back(row);
     return;
   }
   if (type.kind == Kind::Bare || type.kind == Kind::Text || type.has("bare"))
     refuse(w.place, "this block takes no rows");
-  type.rows.push_back(readRow(w));
+  Row row = readRow(w);
+  giveOwnType(model, type, row);
+  type.rows.push_back(row);
 }
 
-// A file under the reader.
+// A type that rows are being added to, and how far they are indented; 0 before the first.
+struct Level {
+  Type* type;
+  size_t indent;
+};
+
+// A file under the reader. The levels are the block and the elements that the present line lies within.
 struct Source {
   Model& model;
   Module* module = nullptr;
-  Type* type = nullptr;
-  bool known = true; // false: rows of a block that was refused
+  std::vector<Level> levels;
+  size_t skipped = SIZE_MAX; // rows deeper than this belong to a line that was refused
 };
 
-static void readLine(Source& source, Words& w, bool indented)
+// Deeper rows are the parts of the row before them, or of its last alternative.
+static void enter(Source& source, size_t indent, const Place& place)
 {
-  if (indented) {
-    if (source.type) return addRow(*source.type, w);
-    if (source.known) refuse(w.place, "a row without a block");
-    return;
-  }
-  source.type = nullptr;
-  source.known = false;
-  if (w.list[0] == "module") {
+  Type& type = *source.levels.back().type;
+  Row* last = type.rows.empty() ? nullptr : &type.rows.back();
+  if (last && !last->what.alternatives.empty()) last = &last->what.alternatives.back();
+  Type* inner = last ? innerType(source.model, type, *last) : nullptr;
+  if (!inner) refuse(place, "this row is indented deeper, but the row before it has no parts");
+  source.levels.push_back({inner, indent});
+}
+
+static void readIndented(Source& source, Words& w, size_t indent)
+{
+  if (indent > source.skipped) return;
+  source.skipped = SIZE_MAX;
+  if (source.levels.empty()) refuse(w.place, "a row without a block");
+  bool closed = false;
+  for (; source.levels.size() > 1 && indent < source.levels.back().indent; closed = true) source.levels.pop_back();
+  Level& level = source.levels.back();
+  if (!level.indent) level.indent = indent;
+  if (indent < level.indent || (closed && indent > level.indent))
+    refuse(w.place, "this row is indented like none before it");
+  if (indent > level.indent) enter(source, indent, w.place);
+  addRow(source.model, *source.levels.back().type, w);
+}
+
+static void readLine(Source& source, Words& w, size_t indent)
+{
+  if (indent) return readIndented(source, w, indent);
+  source.levels.clear();
+  source.skipped = 0;
+  if (w.list[0] == "module")
     source.module = readModule(source.model, w);
-    source.known = true;
-  } else {
-    source.type = readBlock(source.model, source.module, w);
-  }
+  else
+    source.levels.push_back({readBlock(source.model, source.module, w), 0});
+  source.skipped = SIZE_MAX;
 }
 
 void readFile(Model& model, const std::string& path)
@@ -344,7 +385,7 @@ void readFile(Model& model, const std::string& path)
   std::ifstream in(path);
   std::string shown = path.substr(path.find_last_of('/') + 1);
   if (!in) model.refusals.push_back({{shown, 0}, "cannot be read"});
-  Source source{model};
+  Source source{model, nullptr, {}, SIZE_MAX};
   std::string line;
   for (int n = 1; std::getline(in, line); ++n) {
     Words w;
@@ -352,10 +393,12 @@ void readFile(Model& model, const std::string& path)
     std::istringstream words(line);
     for (std::string word; words >> word;) w.list.push_back(word);
     if (w.list.empty() || w.list[0][0] == '#') continue;
+    size_t indent = line.find_first_not_of(" \t");
     try {
-      readLine(source, w, line[0] == ' ' || line[0] == '\t');
+      readLine(source, w, indent);
     } catch (const Refusal& r) {
       model.refusals.push_back(r);
+      source.skipped = std::min(source.skipped, indent);
     }
   }
 }

@@ -113,6 +113,8 @@ What readWhat(Words& w)
     readSelector(w, what);
   } else if (word == "body") {
     readBody(w, what);
+  } else if (word == "record") {
+    what.kind = WhatKind::Nested;
   } else if (word == "-") {
     what.kind = WhatKind::Nothing;
   } else {

@@ -37,6 +37,7 @@ const Row* findField(const Type& type, const std::string& name, std::string* pat
 static void resolveWhat(Model& model, Type& owner, Row& row)
 {
   What& what = row.what;
+  if (what.kind == WhatKind::Nested) model.refusals.push_back({row.place, "a record without rows"});
   if (what.kind == WhatKind::Type) {
     what.type = find(model, owner, what.typeName);
     if (!what.type) model.refusals.push_back({row.place, "an unknown type '" + what.typeName + "'"});

@@ -1,0 +1,110 @@
+// Types that stand within another's block. Rows that are indented deeper than an element are its parts, as the braces
+// of CSN.1 hold the parts of a structure; the element's type is then named after the record and the element:
+//
+//   element A                            [1]
+//     0/1   component-2    record
+//       M     x              bits 3                     A_component_2
+//     M     component-3    record more-bit
+//       M     y              bits 5                     A_component_3_element, in the list
+//       _SeqOf<module>_A_component_3_element
+//     M     component-4    choice code
+//       | 0   z              bits 6                     A_component_4
+//     M     w              bits 9 more-bit own          A_w
+#include <algorithm>
+
+#include "model.h"
+
+namespace l3gen {
+
+static Type* addType(Model& model, const Type& owner, const Row& row, const std::string& name, Kind kind)
+{
+  auto type = std::make_unique<Type>();
+  type->place = row.place;
+  type->kind = kind;
+  type->module = owner.module;
+  type->name = name;
+  type->full = owner.module->name + "_" + name;
+  type->clause = owner.clause;
+  if (!model.byName.emplace(type->full, type.get()).second) refuse(row.place, "'" + name + "' is defined twice");
+  model.types.push_back(std::move(type));
+  return model.types.back().get();
+}
+
+static std::string innerName(const Type& owner, const Row& row)
+{
+  if (row.name.empty()) refuse(row.place, "an element with a type of its own needs a name");
+  std::string name = owner.name + "_" + row.name;
+  std::replace(name.begin(), name.end(), '-', '_');
+  return name;
+}
+
+static What typeWhat(Type& type)
+{
+  What what;
+  what.kind = WhatKind::Type;
+  what.typeName = type.full;
+  return what;
+}
+
+// A type that is one thing: what the row is, so often as the row says. The row is of that type then.
+static Type* moveOut(Model& model, const Type& owner, Row& row, const std::string& name)
+{
+  Type* type = addType(model, owner, row, name, Kind::Bare);
+  Row content;
+  content.place = row.place;
+  content.what = std::move(row.what);
+  content.often = row.often;
+  content.range = row.range;
+  type->choiceType = content.what.kind == WhatKind::Choice;
+  type->rows.push_back(std::move(content));
+  row.what = typeWhat(*type);
+  row.often = {};
+  row.range.reset();
+  return type;
+}
+
+// Entries of another module bring its name with them.
+static std::string listName(Model& model, const Type& owner, const std::string& entry)
+{
+  bool foreign = model.module(entry.substr(0, entry.find('_'))) != nullptr;
+  return "_SeqOf" + (foreign ? entry : owner.module->name + "_" + entry);
+}
+
+// A counted list is its element's alone; any other is named after its entries.
+static Type* nestedRecord(Model& model, const Type& owner, Row& row)
+{
+  std::string name = innerName(owner, row);
+  bool list = row.often.end != End::None;
+  std::string inner = list ? name + "_element" : name;
+  Type* record = addType(model, owner, row, inner, Kind::Record);
+  row.what = typeWhat(*record);
+  if (list) moveOut(model, owner, row, row.often.end == End::Times ? name : listName(model, owner, inner));
+  return record;
+}
+
+Type* innerType(Model& model, const Type& owner, Row& row)
+{
+  if (row.what.kind == WhatKind::Nested) return nestedRecord(model, owner, row);
+  bool choice = row.what.kind == WhatKind::Choice && row.what.alternatives.empty();
+  return choice ? moveOut(model, owner, row, innerName(owner, row)) : nullptr;
+}
+
+void giveOwnType(Model& model, const Type& owner, Row& row)
+{
+  if (row.own) moveOut(model, owner, row, innerName(owner, row));
+  if (!row.shared) return;
+  if (row.what.kind != WhatKind::Type || row.often.end == End::None)
+    refuse(row.place, "'shared' is for lists of a type");
+  std::string name = listName(model, owner, row.what.typeName);
+  auto known = model.byName.find(owner.module->name + "_" + name);
+  if (known == model.byName.end()) {
+    moveOut(model, owner, row, name);
+    return;
+  }
+  if (!(known->second->rows[0].often == row.often))
+    refuse(row.place, "'" + name + "' is another kind of list elsewhere");
+  row.what = typeWhat(*known->second);
+  row.often = {};
+}
+
+} // namespace l3gen
