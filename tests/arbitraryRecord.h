@@ -189,7 +189,8 @@ private:
     const L3BodyRow& message = body.rows[draw.below(body.count)];
     bool known = !breaks();
     l3Store(member, 4, known ? message.tag : 0xFFFFFF);
-    l3StorePointer(record + body.pointerOffset, known && message.type && !breaks() ? make(*message.type) : nullptr);
+    void* value = known && message.type && !breaks() ? make(*message.type) : nullptr;
+    l3StorePointer(record + body.pointerOffset, value); // of a number in the union itself these are bits like any
   }
 };
 

@@ -62,7 +62,7 @@ inline bool RecordPath::inBody(const L3Body& body, uint8_t* member, uint8_t* rec
   if (atEnd(i)) return l3Store(member, 4, std::stoull(value)), true;
   auto* held = std::find_if(body.rows, body.rows + body.count, [&](auto& row) { return row.tag == l3Load(member, 4); });
   if (held == body.rows + body.count || !held->type || held->name != path[i]) return false;
-  return inType(*held->type, l3LoadShape<uint8_t*>(record + body.pointerOffset), i + 1);
+  return inType(*held->type, l3BodyValue(body, *held, record), i + 1);
 }
 
 inline bool RecordPath::inList(const L3List& info, uint8_t* member, size_t i) const

@@ -78,7 +78,7 @@ static int decUnknown(L3Call& call, TailWalk& walk, uint8_t iei, bool half, uint
 {
   if (half || (iei & 0x80)) return 0;
   if (int status = skipByLength(call, walk); status < 0) return status;
-  bool required = !(iei & 0x0F) && !active;
+  bool required = !(iei & 0x0F) && !(active && walk.message.shifts == 2);
   if (!required || iei == walk.previous) return 0;
   // The first one decides the status, however many remarks stand before it.
   if (!l3MayNote(call) && rtxErrGetStatus(call.pctxt) < 0) return 0;

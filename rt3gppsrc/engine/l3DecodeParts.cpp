@@ -244,9 +244,11 @@ static const L3BodyRow* findBody(L3Call& call, const L3Type& type, const L3Row& 
   bool known =
       body.onlyDiscriminator == kL3NoLimit ? !body.discriminator.store : discriminator == body.onlyDiscriminator;
   bool column = body.discriminator.store && body.onlyDiscriminator == kL3NoLimit;
-  unsigned position = body.byType && msgType < 256 ? body.byType[msgType] : 0;
-  if (position && (column ? body.rows[position - 1].discriminator == discriminator : known))
-    return &body.rows[position - 1];
+  for (unsigned position = body.byType && msgType < 256 ? body.byType[msgType] : 0; position;) {
+    const L3BodyRow& found = body.rows[position - 1];
+    if (column ? found.discriminator == discriminator : known) return &found;
+    position = found.next;
+  }
   for (unsigned i = 0; i < body.count; ++i) {
     bool same = column ? body.rows[i].discriminator == discriminator : known;
     known = known || same;
@@ -280,10 +282,13 @@ int l3DecBody(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* recor
   if (!found) return status;
   l3Store(record + row.offset, 4, found->tag);
   if (!found->type) return 0;
-  void* message = rtxMemHeapAlloc(&call.pctxt->pMemHeap, found->type->size);
-  if (!message) return l3Fail(call, type.module->decoder, RTX_E_NO_MEMORY, row.line);
-  memset(message, 0, found->type->size);
-  memcpy(record + body.pointerOffset, &message, sizeof message);
+  void* message = record + body.pointerOffset;
+  if (!found->inlined) {
+    message = rtxMemHeapAlloc(&call.pctxt->pMemHeap, found->type->size);
+    memcpy(record + body.pointerOffset, &message, sizeof message);
+    if (!message) return l3Fail(call, type.module->decoder, RTX_E_NO_MEMORY, row.line);
+    memset(message, 0, found->type->size);
+  }
   L3Name frame;
   status = l3PushName(call, frame, found->elemName);
   if (status < 0) return l3Fail(call, type.module->decoder, status, row.line);

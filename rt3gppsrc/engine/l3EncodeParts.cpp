@@ -3,6 +3,7 @@
 
 #include "rt3gppsrc/engine/l3Encode.h"
 #include "rt3gppsrc/engine/l3Padding.h"
+#include "rt3gppsrc/engine/l3Record.h"
 #include "velnor3gpp/rtxBitEncode.h"
 #include "velnor3gpp/rtxDiagBitTrace.h"
 
@@ -217,8 +218,7 @@ int l3EncBody(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* recor
     if (body.rows[i].tag == tag) found = &body.rows[i];
   if (!found) return l3Fail(call, type.module->encoder, RTX_E_INVALID_CHOICE, row.line);
   if (!found->type) return 0;
-  void* message;
-  memcpy(&message, record + body.pointerOffset, sizeof message);
+  void* message = l3BodyValue(body, *found, record);
   if (!message) return failNull(call, type, row);
   L3Name frame;
   int status = l3PushName(call, frame, found->elemName);

@@ -14,7 +14,8 @@ int l3Print(RtxContext* pctxt, const L3Type& type, const char* name, const void*
 int l3Init(const L3Type& type, void* value);
 // A new sample value on the context's heap, or null.
 void* l3Sample(RtxContext* pctxt, const L3Type& type);
-// Makes a PDU record of the given message row: the body of the exported setters.
+// Makes a PDU record of the given message row: the body of the exported setters. A body that stands in the record
+// itself is copied from `message`.
 void l3SetBody(const L3Type& pdu, void* record, const L3BodyRow& row, void* message);
 // The descriptor of a type by its full name, or null.
 const L3TypeEntry* l3FindType(const char* fullName);

@@ -175,7 +175,7 @@ static void printBody(PrintWalk& walk, const L3Row& row, const char* name, const
   for (unsigned i = 0; i < body.count; ++i) {
     const L3BodyRow& message = body.rows[i];
     if (message.tag != tag) continue;
-    const uint8_t* value = message.type ? l3LoadShape<const uint8_t*>(record + body.pointerOffset) : nullptr;
+    const uint8_t* value = l3BodyValue(body, message, record);
     if (value)
       printType(walk, *message.type, message.objName, value);
     else

@@ -69,6 +69,14 @@ inline void l3StorePointer(uint8_t* member, const void* pointer)
   memcpy(member, &pointer, sizeof pointer);
 }
 
+// The message that a top-level form holds: in its union itself, or behind the pointer there; null if there is none.
+inline uint8_t* l3BodyValue(const L3Body& body, const L3BodyRow& row, const uint8_t* record)
+{
+  const uint8_t* place = record + body.pointerOffset;
+  if (!row.type) return nullptr;
+  return row.inlined ? const_cast<uint8_t*>(place) : l3LoadShape<uint8_t*>(place);
+}
+
 // Is the element there for an encoder or a printer? A group's bit comes before its members' bits.
 inline bool l3IsPresent(const L3Row& row, const uint8_t* record)
 {

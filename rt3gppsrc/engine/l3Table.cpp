@@ -43,5 +43,8 @@ void l3SetBody(const L3Type& pdu, void* record, const L3BodyRow& row, void* mess
     l3Store(octets + discriminator.offset, discriminator.store, column ? row.discriminator : body.onlyDiscriminator);
   l3Store(octets + body.msgType.offset, body.msgType.store, row.msgType);
   l3Store(octets + bodyRow->offset, 4, row.tag);
-  if (row.type) l3StorePointer(octets + body.pointerOffset, message);
+  if (row.inlined)
+    memcpy(octets + body.pointerOffset, message, row.type->size);
+  else if (row.type)
+    l3StorePointer(octets + body.pointerOffset, message);
 }

@@ -220,6 +220,8 @@ struct L3BodyRow {
   const char* objName;  // "obj_RegRequest5G", as printed
   const char* elemName; // "u.obj_RegRequest5G", as pushed
   const L3Type* type;   // null: no body
+  uint16_t next = 0;    // position from 1 of the next row with this message type, under another discriminator
+  bool inlined = false; // the value stands in u itself, not behind a pointer
 };
 
 struct L3Body {
@@ -228,7 +230,7 @@ struct L3Body {
   uint32_t pointerOffset;         // of u from the record's start; t stands at row.offset
   uint16_t count;
   const L3BodyRow* rows;
-  const uint8_t* byType; // 256 entries: position from 1 of the row with that message type, or null
+  const uint8_t* byType; // 256 entries: position from 1 of the first row with that message type, or null
   const uint8_t* byTag;  // 256 entries: position from 1 of the row with that t, or null
 };
 
@@ -265,7 +267,7 @@ struct L3Message {
   const uint8_t* byValue; // 256 entries: position from 1 of the first element with that IEI, 0: unknown
   uint16_t count;
   uint16_t halves; // bit v: the message has the half-octet IEI v
-  uint8_t shifts;  // follows locking shifts
+  uint8_t shifts;  // 1: follows locking shifts; 2: and what other codesets hold need not be understood
   uint8_t tail;    // without options: skips any tail by rtx3GPPDecL3NonImperative
 };
 

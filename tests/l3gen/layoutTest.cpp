@@ -49,6 +49,15 @@ void describeChoice(std::ostream& out, const std::string& indent, const L3Choice
   }
 }
 
+// Where the rows of a message type begin, and which of them is the next.
+void describeBody(std::ostream& out, const std::string& indent, const L3Body& body)
+{
+  for (const L3BodyRow* row = body.rows; row < body.rows + body.count; ++row)
+    out << indent << "| " << row->tag << " " << row->discriminator << "/" << row->msgType << " first "
+        << unsigned(body.byType[row->msgType]) << " next " << row->next << " " << row->name
+        << (row->inlined ? " inline" : "");
+}
+
 // Its place among the presence bits, the bit of its group, and what is beside it.
 void describe(std::ostream& out, const std::string& indent, const L3Row& row)
 {
@@ -66,6 +75,7 @@ void describe(std::ostream& out, const std::string& indent, const L3Row& row)
   }
   if (row.op == kL3List) describe(out, "   of ", static_cast<const L3List*>(row.info)->elem);
   if (row.op == kL3Choice) describeChoice(out, indent + "   ", *static_cast<const L3Choice*>(row.info));
+  if (row.op == kL3Body) describeBody(out, indent + "   ", *static_cast<const L3Body*>(row.info));
 }
 
 std::string described(const L3Type& type)
@@ -124,6 +134,29 @@ TEST(Layout, SettersSelectTheirMessage)
   EXPECT_EQ(*pdu.data.u.obj_Cause, 4);
   asn1SetTC_Forms_PDU_obj_Empty(nullptr, &pdu);
   EXPECT_EQ(pdu.discr << 16 | pdu.type << 8 | int(pdu.data.t), 0x080103);
+  asn1SetTC_Forms_PDU_obj_Level(nullptr, &pdu, 0xFF);
+  EXPECT_EQ(pdu.discr << 16 | pdu.type << 8 | int(pdu.data.t), 0x080304);
+  EXPECT_EQ(pdu.data.u.obj_Level, 0xFF);
+}
+
+// Three discriminators share a message type; two of the bodies stand in the record itself, and one of them is a number
+// that the rows do not fill an octet with. Each way of coding tells them apart, and none takes a message of another's.
+TEST(Layout, BodiesOfOneMessageType)
+{
+  const L3TypeEntry entry = entryOf(l3_Forms_PDU);
+  auto printed = [&entry](Octets octets) {
+    Decoding fast(entry, octets), slow(entry, octets, {.slow = true});
+    EXPECT_EQ(fast.status, slow.status);
+    EXPECT_EQ(fast.text(), slow.text());
+    return fast.status < 0 ? std::to_string(fast.status) : fast.text();
+  };
+  EXPECT_NE(printed({7, 3, 9}).find(" cause = 9\n"), std::string::npos);
+  EXPECT_NE(printed({8, 3, 9}).find("obj_Level = 9\n"), std::string::npos);
+  EXPECT_NE(printed({8, 3, 0xFF}).find("obj_Level = all\n"), std::string::npos);
+  EXPECT_NE(printed({9, 3, 0x2F}).find("obj_Shade = green-ish\n"), std::string::npos);
+  EXPECT_EQ(printed({9, 3, 0x4F}), std::to_string(RTX_E_ENUM_VALUE));
+  EXPECT_EQ(printed({8, 2, 9}), std::to_string(RTX_E_INVALID_CHOICE));
+  EXPECT_EQ(printed({8, 3}), std::to_string(RTX_E_END_OF_BUFFER));
 }
 
 // The generated tables drive the engine.

@@ -192,8 +192,8 @@ private:
       if (row.type) fillContents(*row.type, place);
       const L3Body* body = row.op == kL3Body ? static_cast<const L3Body*>(row.info) : nullptr;
       for (unsigned i = 0; body && i < body->count; ++i) {
-        auto* message = l3LoadShape<uint8_t*>(holder + body->pointerOffset);
-        if (!message || body->rows[i].tag != l3Load(place, 4)) continue;
+        auto* message = body->rows[i].tag == l3Load(place, 4) ? l3BodyValue(*body, body->rows[i], holder) : nullptr;
+        if (!message) continue;
         takeOptions(*body->rows[i].type, message);
         fillContents(*body->rows[i].type, message);
         fillInside(*body->rows[i].type, message);

@@ -43,6 +43,16 @@ TEST(Quirks, WordsTakeAndGiveFunctions)
   EXPECT_TRUE(dlsym(RTLD_DEFAULT, "asn1PrtToStrm_TS24301Msg_RemoteUEReportResp_")); // null-suffix
 }
 
+TEST(Quirks, SettersReturnTheRecord)
+{
+  Quirks_Returned record = {};
+  Quirks_Unshifted message = {};
+  EXPECT_EQ(asn1SetTC_Quirks_Returned_obj_Unshifted(nullptr, &record, &message), &record);
+  EXPECT_EQ(record.data.u.obj_Unshifted, &message);
+  EXPECT_EQ(asn1SetTC_Quirks_Returned_obj_Empty(nullptr, &record), &record);
+  EXPECT_EQ(record.data.t, 2U);
+}
+
 // Whether the one element is there.
 std::string decoded(const L3Type* type, Octets octets)
 {
@@ -56,6 +66,7 @@ TEST(Quirks, ShiftsMoveToOtherCodesets)
 {
   calls::check("calls.txt", {CALL(decoded)},
                {{"Shifted", &l3_Quirks_Shifted},
+                {"Asked", &l3_Quirks_Asked},
                 {"Unshifted", &l3_Quirks_Unshifted},
                 {"ShiftedTail", &l3_Quirks_ShiftedTail},
                 {"UnshiftedTail", &l3_Quirks_UnshiftedTail}});

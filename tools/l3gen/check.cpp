@@ -12,12 +12,13 @@ static bool isMark(const Row& row)
   return row.when >= When::Tail;
 }
 
-static void checkField(const Type& type, const Row& row, const std::string& name)
+static void checkField(const Type& type, const Row& row, const std::string& name, bool later = false)
 {
   if (name.empty()) return;
   const Row* field = findField(type, name);
   if (!field) refuse(row.place, "'" + name + "' is no element of this record");
-  if (rowNamed(type, name.substr(0, name.find('.'))) >= &row) refuse(row.place, "'" + name + "' comes later");
+  bool behind = rowNamed(type, name.substr(0, name.find('.'))) >= &row;
+  if (behind && !later) refuse(row.place, "'" + name + "' comes later");
   bool number = field->when == When::Length || (scalarOf(field->what) && field->often.end == End::None);
   if (!number) refuse(row.place, "'" + name + "' is no number");
 }
@@ -86,6 +87,7 @@ static void checkBody(const What& what)
     int own = row.what.type ? row.what.type->msgType : -1;
     if (own >= 0 && own != static_cast<int>(row.msgType))
       refuse(row.place, format("'%s' has the message type 0x%02X", row.name.c_str(), static_cast<unsigned>(own)));
+    if (row.inlined && !scalarOf(row.what)) refuse(row.place, "'inline' is for bodies that are one number");
   }
 }
 
@@ -96,7 +98,9 @@ static void checkChoice(const Type& type, const Row& row)
   if (body && type.kind != Kind::Pdu) refuse(row.place, "a body outside a pdu");
   if (body && &row != &type.rows.back()) refuse(row.place, "a row behind the body");
   if (what.untagged && what.select != Select::Fields) refuse(row.place, "!untagged needs a selecting field");
-  for (auto& field : what.fields) checkField(type, row, field);
+  // Whoever codes both ways by hand knows the field before the choice; printer and sample look at the whole record.
+  bool byHand = what.untagged && !type.decodeFile.empty() && !type.encodeFile.empty();
+  for (auto& field : what.fields) checkField(type, row, field, byHand);
   if (what.alternatives.empty()) refuse(row.place, "a choice without alternatives");
   std::set<std::string> names;
   for (auto& alternative : what.alternatives) {
@@ -148,6 +152,9 @@ static void checkType(const Type& type)
   if (type.kind == Kind::Text && type.decodeFile.empty()) refuse(type.place, "a text is coded by hand");
   bool argument = type.has("octets-argument") || type.has("spare-argument");
   if (argument && type.kind != Kind::Text) refuse(type.place, "!octets-argument and !spare-argument are for texts");
+  if (type.has("codeset-asked") && !type.has("shifts")) refuse(type.place, "!codeset-asked needs !shifts");
+  if (type.has("setters-return") && type.kind != Kind::Pdu)
+    refuse(type.place, "!setters-return is for top-level forms");
   if (type.mBits > 512) refuse(type.place, "more than 512 presence bits");
   checkForm(type);
   if (type.padded && (type.values.size() != 2 || type.has("open-decode")))

@@ -67,8 +67,13 @@ bool hasDirect(const Type& type)
 {
   bool kind = type.kind == Kind::Record || type.kind == Kind::Message || type.kind == Kind::Pdu ||
               (type.kind == Kind::Bare && !scalarOf(type));
-  if (!kind || type.directByHand || type.restOctets || type.has("shifts") || type.has("early-return")) return false;
+  if (!kind || type.directByHand || type.restOctets || type.has("early-return")) return false;
   return std::all_of(type.rows.begin(), type.rows.end(), rowFits);
+}
+
+bool hasBodyDirect(const Type& type)
+{
+  return type.kind == Kind::Pdu && type.directByHand;
 }
 
 static bool hasLength(const Type& type)
@@ -286,6 +291,9 @@ std::string writeDirect(Model& model, const Module& module, bool encoder)
   std::string out;
   for (auto& type : model.types)
     if (type->module == &module && hasDirect(*type)) out += encoder ? encodeDirect(*type) : decodeDirect(*type);
+  for (auto& type : model.types)
+    if (type->module == &module && hasBodyDirect(*type))
+      out += encoder ? encodeBodyDirect(*type) : decodeBodyDirect(*type);
   return out;
 }
 

@@ -43,6 +43,8 @@ bool startsAligned(const Type& type);
 bool keepsPlace(const What& what);
 // Can the type's rows be decoded and encoded in straight lines? Others are left to the walk.
 bool hasDirect(const Type& type);
+// Are a form's direct coders by hand? They call the generated ones of its body, l3DirectDecBody_ and l3DirectEncBody_.
+bool hasBodyDirect(const Type& type);
 // The test that fails when the type's value at `pointer` can not be coded directly.
 std::string directCall(const Type& type, const std::string& pointer, bool encoder);
 // The type that an alias ends at: the same layout, the same octets.
@@ -71,6 +73,8 @@ bool ownBits(const Row& row);
 std::string writeDirect(Model& model, const Module& module, bool encoder);
 std::string decodeDirect(const Type& type);
 std::string encodeDirect(const Type& type);
+std::string decodeBodyDirect(const Type& type);
+std::string encodeBodyDirect(const Type& type);
 
 // The writers' common walks. What they call is found beside the writer: leafRun, octets, bitString, text, choice, body,
 // list for elements; length, closeLengths, conditional, enterRelease for rows.

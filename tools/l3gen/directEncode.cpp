@@ -98,7 +98,12 @@ static void body(EncodeWriter& w, const What& what, const std::string& member)
   w.line("switch (" + member + ".t) {");
   for (auto& row : what.alternatives) {
     w.out += format("      case %u:\n", row.tag);
-    if (row.what.type) w.giveUpIf("!" + member + ".u.any || " + directCall(*row.what.type, member + ".u.any", true));
+    if (row.inlined) {
+      int before = w.used;
+      element(w, row.what, Often{}, {}, member + ".u.obj_" + row.member);
+      w.used = before;
+    } else if (row.what.type)
+      w.giveUpIf("!" + member + ".u.any || " + directCall(*row.what.type, member + ".u.any", true));
     w.line("break;");
   }
   w.out += "      default:\n        return false;\n";
@@ -208,6 +213,18 @@ std::string encodeDirect(const Type& type)
   if (!w.used) w.giveUpIf("out.pos & 7");
   rows(w);
   if (type.kind == Kind::Message) options(w);
+  return w.out + "  return true;\n}\n\n";
+}
+
+std::string encodeBodyDirect(const Type& type)
+{
+  EncodeWriter w(type);
+  const char* f = type.full.c_str();
+  const Row& row = type.rows.back();
+  w.out = format("bool l3DirectEncBody_%s(L3DirectOut& out, void* record)\n{\n", f);
+  w.line(format(
+      "%s& r = *static_cast<%s*>(record);\n  uint64_t w = 0, v = 0, over = 0;\n  (void)w, (void)v, (void)over;", f, f));
+  body(w, row.what, memberOf(type, row));
   return w.out + "  return true;\n}\n\n";
 }
 

@@ -127,6 +127,7 @@ struct Row {
   std::vector<std::string> codes; // an alternative's, of 0, 1, L and H
   bool other = false;
   uint32_t discriminator = 0, msgType = 0, tag = 0; // a body row's
+  bool inlined = false;                             // a body row: the value stands in `u` itself
   // laid out
   int mBit = -1, groupBit = -1;
   bool inRelease = false, extLast = false;

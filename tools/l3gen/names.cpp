@@ -89,8 +89,8 @@ static std::string declareBody(const What& what, const std::string& name, int in
   out += pad(indent + 2) + "union {\n" + pad(indent + 4) + "void* any;\n";
   for (auto& row : what.alternatives)
     if (row.what.type)
-      out += pad(indent + 4) + row.what.type->full + "* obj_" + row.member +
-             format("; /**< t %u, message type 0x%02X. */\n", row.tag, row.msgType);
+      out += pad(indent + 4) + row.what.type->full + (row.inlined ? " obj_" : "* obj_") + row.member +
+             format("; /**< t %u, message type 0x%02X%s. */\n", row.tag, row.msgType, row.inlined ? ", here" : "");
   return out + pad(indent + 2) + "} u; /**< The message, on the context's heap. */\n" + pad(indent) + "} " + name;
 }
 

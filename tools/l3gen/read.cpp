@@ -119,6 +119,7 @@ static Row readAlternative(Words& w, const What& parent)
     row.msgType = number(w.place, w.take("a message type"));
     row.name = checkedName(w.place, w.take("a name"));
     row.what = readWhat(w);
+    row.inlined = w.accept("inline");
     row.tag = number(w.place, w.take("a number"));
   } else {
     if (w.accept("else"))

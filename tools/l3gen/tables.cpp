@@ -157,10 +157,14 @@ static std::string bodyInfo(TableWriter& w, const Row& row, const std::string& p
 {
   const What& what = row.what;
   std::vector<std::string> items;
-  for (auto& m : what.alternatives) {
+  for (size_t i = 0; i < what.alternatives.size(); ++i) {
+    const Row& m = what.alternatives[i];
     std::string type = m.what.type ? "&l3_" + m.what.type->full : "nullptr";
-    items.push_back(format("%u, 0x%02X, %u, %d, \"%s\", \"obj_%s\", \"u.obj_%s\", %s", m.discriminator, m.msgType,
-                           m.tag, m.place.line, m.name.c_str(), m.name.c_str(), m.name.c_str(), type.c_str()));
+    size_t next = i + 1;
+    while (next < what.alternatives.size() && what.alternatives[next].msgType != m.msgType) ++next;
+    items.push_back(format("%u, 0x%02X, %u, %d, \"%s\", \"obj_%s\", \"u.obj_%s\", %s, %zu, %d", m.discriminator,
+                           m.msgType, m.tag, m.place.line, m.name.c_str(), m.name.c_str(), m.name.c_str(), type.c_str(),
+                           next < what.alternatives.size() ? next + 1 : 0, m.inlined));
   }
   std::string name = "bodies_" + w.type.full;
   w.out += "static const L3BodyRow " + name + "[] = {";
@@ -368,8 +372,9 @@ static std::string writeMessage(TableWriter& w, const std::vector<const Row*>& o
     rows = "options_" + w.type.full;
   }
   bool tail = options.empty() && !w.type.has("no-tail");
-  return w.object("L3Message", format("%s, %s, %s, %zu, 0x%04X, %d, %d", rows.c_str(), table.c_str(), values.c_str(),
-                                      options.size(), halves, w.type.has("shifts"), tail));
+  return w.object("L3Message",
+                  format("%s, %s, %s, %zu, 0x%04X, %d, %d", rows.c_str(), table.c_str(), values.c_str(), options.size(),
+                         halves, w.type.has("shifts") + w.type.has("codeset-asked"), tail));
 }
 
 static std::string writeRows(TableWriter& w, const char* name, const std::vector<const Row*>& rows)
@@ -431,7 +436,8 @@ static std::string hyphens(std::string name)
 
 static std::string direct(const Type& type, bool encoder)
 {
-  return hasDirect(type) ? (encoder ? "l3DirectEnc_" : "l3DirectDec_") + type.full : "nullptr";
+  bool direct = hasDirect(type) || hasBodyDirect(type);
+  return direct ? (encoder ? "l3DirectEnc_" : "l3DirectDec_") + type.full : "nullptr";
 }
 
 static std::string writeType(const Type& type)

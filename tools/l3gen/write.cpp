@@ -76,9 +76,10 @@ static std::string sampleLine(const Type& type)
 
 static std::string setterLine(const Type& type, const Row& row)
 {
-  std::string message = row.what.type ? ", " + row.what.type->full + "* msg" : "";
-  return format("void asn1SetTC_%s_obj_%s(RtxContext* pctxt, %s* pdu%s)", type.full.c_str(), row.name.c_str(),
-                type.full.c_str(), message.c_str());
+  std::string message = row.what.type ? ", " + row.what.type->full + (row.inlined ? " msg" : "* msg") : "";
+  std::string gives = type.has("setters-return") ? type.full + "*" : "void";
+  return format("%s asn1SetTC_%s_obj_%s(RtxContext* pctxt, %s* pdu%s)", gives.c_str(), type.full.c_str(),
+                row.name.c_str(), type.full.c_str(), message.c_str());
 }
 
 static std::string typeComment(const Type& type)
@@ -152,7 +153,8 @@ static std::string writePrototypes(const Type& type)
   if (exports(type, "sample")) add(sampleLine(type), "A sample value on the context's heap, or null.");
   if (type.kind == Kind::Pdu)
     for (auto& row : type.rows.back().what.alternatives)
-      add(setterLine(type, row), "Makes the record hold this message; the message is not copied.");
+      add(setterLine(type, row), row.inlined ? "Makes the record hold this message, by value."
+                                             : "Makes the record hold this message; the message is not copied.");
   if (type.kind != Kind::Enum) return out;
   const char* f = type.full.c_str();
   out += format("/** Names and values, sorted by name. */\nVELNOR_API extern const RtxEnumItem %s_ENUMTAB[%zu];\n", f,
@@ -236,10 +238,15 @@ static std::string writeOthers(const Type& type)
   if (type.kind == Kind::Pdu) {
     size_t i = 0, last = type.rows.size() - 1;
     for (auto& row : type.rows.back().what.alternatives)
-      out += body(
-          setterLine(type, row),
-          format("(void)pctxt; l3SetBody(l3_%s, pdu, static_cast<const L3Body*>(l3_%s.rows[%zu].info)->rows[%zu], %s);",
-                 f, f, last, i++, row.what.type ? "msg" : "nullptr"));
+      out +=
+          body(setterLine(type, row),
+               format("(void)pctxt; l3SetBody(l3_%s, pdu, static_cast<const L3Body*>(l3_%s.rows[%zu].info)->rows[%zu], "
+                      "%s);%s",
+                      f, f, last, i++,
+                      !row.what.type ? "nullptr"
+                      : row.inlined  ? "&msg"
+                                     : "msg",
+                      type.has("setters-return") ? " return pdu;" : ""));
   }
   if (type.kind == Kind::Enum) out += writeEnumFunctions(type);
   return out;
@@ -315,6 +322,8 @@ std::string writeDescriptors(Model& model)
     bool direct = hasDirect(*type) || type->directByHand;
     if (direct) out += format("bool l3DirectDec_%s(L3DirectIn& in, void* record);\n", f);
     if (direct) out += format("bool l3DirectEnc_%s(L3DirectOut& out, void* record);\n", f);
+    if (hasBodyDirect(*type)) out += format("bool l3DirectDecBody_%s(L3DirectIn& in, void* record);\n", f);
+    if (hasBodyDirect(*type)) out += format("bool l3DirectEncBody_%s(L3DirectOut& out, void* record);\n", f);
     if (!type->values.empty()) out += "extern const L3Enum l3enum_" + type->full + ";\n";
   }
   return out;
