@@ -21,6 +21,7 @@
 //   left    0 1                       regions and names that encoding leaves open
 //   print   the record without its outer braces, the first line behind the word, the others below it
 //   shows   lines that the print has, where the others do not matter
+//   fails   -2 TimeZone  21           status, path and octets: a case for each line, with type and keys of the block
 //
 // What cannot be decoded can be printed and encoded only if the block says what comes out; so can a changed record.
 #include <gtest/gtest.h>
@@ -39,7 +40,7 @@ namespace fs = std::filesystem;
 
 const std::set<std::string> kWords = {"type",    "octets", "bits",  "keys", "uplink", "release", "status",
                                       "finding", "path",   "words", "rest", "open",   "again",   "room",
-                                      "refused", "print",  "shows", "set",  "left"};
+                                      "refused", "print",  "shows", "set",  "left",   "fails"};
 constexpr size_t kIndent = 8; // of what stands behind the words
 
 const uint8_t kIntegrityKey[] = {0x2B, 0xD6, 0x45, 0x9F, 0x82, 0xC4, 0x40, 0xE0,
@@ -68,6 +69,24 @@ void addLine(Vector& vector, const std::string& line)
   vector.words[vector.lastWord] += line.substr(std::min(kIndent, line.size())) + "\n";
 }
 
+// One case for each line of `fails`; whatever else the block has is a case of its own.
+std::vector<Vector> casesOf(const std::vector<Vector>& blocks)
+{
+  std::vector<Vector> cases;
+  for (const Vector& block : blocks) {
+    if (!block.has("fails") || block.has("octets") || block.has("bits")) cases.push_back(block);
+    for (const std::string& line : split(block.lines("fails"), '\n')) {
+      std::istringstream in(line);
+      Vector failing = {block.place, "", {{"type", block.lines("type")}}};
+      if (block.has("keys")) failing.words["keys"] = block.lines("keys");
+      in >> failing.words["status"] >> failing.words["path"];
+      std::getline(in, failing.words["octets"]);
+      cases.push_back(failing);
+    }
+  }
+  return cases;
+}
+
 std::vector<Vector> readVectors(const fs::path& file)
 {
   std::vector<Vector> vectors;
@@ -81,7 +100,7 @@ std::vector<Vector> readVectors(const fs::path& file)
     open = true;
     addLine(vectors.back(), line);
   }
-  return vectors;
+  return casesOf(vectors);
 }
 
 // How many bits there are is told by the binary digits alone where there is nothing else.
