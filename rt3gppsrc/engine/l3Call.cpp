@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "rt3gppsrc/engine/l3Engine.h"
+#include "velnor3gpp/rtxBitDecode.h"
 #include "velnor3gpp/rtxDList.h"
 #include "velnor3gpp/rtxMemHeap.h"
 
@@ -192,6 +193,26 @@ void l3PopRegionSlow(L3Call& call)
 bool l3HasRoomSlow(const RtxContext* pctxt)
 {
   return rtxCtxtContainerHasRemBits(const_cast<RtxContext*>(pctxt));
+}
+
+L3End l3InnermostEnd(const L3Call& call)
+{
+  if (!call.lists && call.regions) return {true, call.regions->byteIndex, call.regions->bitOffset};
+  const RtxDListNode* top = call.pctxt->containerStack.dlist.head;
+  if (!top) return {false, 0, 0};
+  const RtxContainer& region = *static_cast<const RtxContainer*>(top->data);
+  return {true, region.byteIndex, region.bitOffset};
+}
+
+bool l3HasRoomBefore(const L3Call& call, const L3End& end)
+{
+  RtxContext* pctxt = call.pctxt;
+  if (!end.region && call.plain) return pctxt->buffer.byteIndex < pctxt->buffer.size;
+  // The look ahead refills the buffer of a stream.
+  if (!end.region) return rtxPeekByte(pctxt, nullptr) > 0;
+  size_t octet = l3BitPos(pctxt) / 8;
+  if (octet != end.octet) return octet < end.octet;
+  return pctxt->buffer.bitOffset > static_cast<int>(end.bitOffset);
 }
 
 size_t l3RoomBits(const L3Call& call)

@@ -178,6 +178,18 @@ inline bool l3HasRoom(const L3Call& call)
          (region.byteIndex == buffer.byteIndex && buffer.bitOffset > static_cast<int>(region.bitOffset));
 }
 
+// Where a message ends: at the region that was innermost when it began or, if none was open, where the octets end. Its
+// elements may leave regions of their own open (an early return), so the innermost region says nothing about it later.
+struct L3End {
+  bool region;
+  size_t octet; // from the start of the input
+  uint16_t bitOffset;
+};
+
+L3End l3InnermostEnd(const L3Call& call);
+// Do bits remain before that end?
+bool l3HasRoomBefore(const L3Call& call, const L3End& end);
+
 // Bits left in the innermost region; 0 when the cursor is past its end.
 size_t l3RoomBits(const L3Call& call);
 

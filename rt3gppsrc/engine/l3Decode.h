@@ -26,7 +26,7 @@ int l3DecString(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* rec
 int l3DecList(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running);
 int l3DecChoice(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running);
 int l3DecBody(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record);
-int l3DecOptions(L3Call& call, const L3Type& type, uint8_t* record);
+int l3DecOptions(L3Call& call, const L3Type& type, uint8_t* record, const L3End& end);
 // Passes over unknown elements to the end of the region, reporting a failure at the line.
 int l3SkipTail(L3Call& call, const L3Type& type, bool shifts, uint16_t line);
 

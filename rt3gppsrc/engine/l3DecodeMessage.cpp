@@ -135,11 +135,11 @@ static int ownStatus(const L3Call& call)
   return 0;
 }
 
-int l3DecOptions(L3Call& call, const L3Type& type, uint8_t* record)
+int l3DecOptions(L3Call& call, const L3Type& type, uint8_t* record, const L3End& end)
 {
   if (!type.message->count) return type.message->tail ? l3SkipTail(call, type, type.message->shifts, type.line) : 0;
   TailWalk walk{type, *type.message, record, 0, 0, 0};
-  while (l3HasRoom(call)) {
+  while (l3HasRoomBefore(call, end)) {
     uint8_t iei = 0;
     bool half = false;
     int status = readIei(call, walk, iei, half);

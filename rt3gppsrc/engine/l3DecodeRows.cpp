@@ -292,6 +292,7 @@ static bool endsHere(L3Call& call, const RowWalk& walk, const L3Row& row)
 [[gnu::noinline]] static int walkRows(L3Call& call, const L3Type& type, void* record)
 {
   RowWalk walk(type, static_cast<uint8_t*>(record));
+  L3End messageEnd = type.message ? l3InnermostEnd(call) : L3End{};
   if (type.flags & kL3EarlyReturn)
     l3Init(type, record); // strings behind the return are never reached
   else if (type.mOctets)
@@ -310,7 +311,7 @@ static bool endsHere(L3Call& call, const RowWalk& walk, const L3Row& row)
   }
   int status = closeRegions(call, walk);
   if (status < 0 || !type.message) return status;
-  return l3DecOptions(call, type, walk.record);
+  return l3DecOptions(call, type, walk.record, messageEnd);
 }
 
 int l3DecRows(L3Call& call, const L3Type& type, void* record)

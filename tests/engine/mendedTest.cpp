@@ -47,6 +47,46 @@ TEST(Mended, SingleNameLeftByTheCallerGoes)
     }
 }
 
+// An element that returns early leaves its region open (a radio access capability). The elements behind it are read all
+// the same, up to where the message ends: at the region that was open when it began, or with the octets.
+TEST(Mended, OptionalElementsEndWithTheMessageAndNotWithARegionLeftOpen)
+{
+  struct Inner {
+    uint8_t m, number;
+  };
+  struct Record {
+    uint8_t m;
+    Inner inner;
+    uint8_t option;
+  };
+  const L3Length length = {8, 8, 0, 0, 0, 0, 0, 0};
+  const L3Release release = {1, 0, 1};
+  TestRow member = uintRow("number", offsetof(Inner, number));
+  member.flags |= kL3InRelease;
+  member.groupBit = 0;
+  const L3Row innerRows[] = {TestRow(nullptr, kL3Length, 0, &length),
+                             TestRow("release", kL3Release, 0, &release).there(kL3Always, 0), member};
+  L3Type inner = presenceTypeOf("Inner", innerRows, sizeof(Inner), 1);
+  inner.flags |= kL3EarlyReturn;
+  const L3Row options[] = {uintRow("option", offsetof(Record, option)).there(kL3Iei, 0)};
+  const L3Iei ieis[] = {{0x21, 0, kL3SkipFixed, 1, 0}};
+  uint8_t byValue[256] = {};
+  byValue[0x21] = 1;
+  const L3Message message = {options, ieis, byValue, 1, 0, 0, 0};
+  const L3Row rows[] = {recordRow("inner", offsetof(Record, inner), inner)};
+  L3Type type = presenceTypeOf("Message", rows, sizeof(Record), 1);
+  type.message = &message;
+  for (bool slow : {false, true})
+    for (size_t around : {2, 4, 5}) { // octets of the caller's region; the buffer has four
+      Bench bench({1, 7, 0x21, 9}, {.slow = slow});
+      if (around < 5) rtxCtxtPushContainerBytes(bench, around);
+      Record record = {};
+      EXPECT_EQ(l3Decode(bench, type, &record), 0);
+      EXPECT_EQ(record.m, around == 2 ? 0 : 1) << "region of " << around;
+      EXPECT_EQ(record.option, around == 2 ? 0 : 9) << "region of " << around;
+    }
+}
+
 // Values outside their range are recorded, but not without end; an element that asks for comprehension fails the
 // message also behind those.
 TEST(Mended, UnknownElementCountsBehindManyFindings)
