@@ -135,10 +135,20 @@ static int ownStatus(const L3Call& call)
   return 0;
 }
 
+// An element that chooses among the alternatives of another one can be missing. Its member is 0 then, which chooses
+// none here: the record may hold anything before it is decoded (0x7B in a registration request without a container
+// type).
+static void clearSelecting(const L3Message& message, uint8_t* record)
+{
+  for (unsigned i = 0; i < message.selectingCount; ++i)
+    l3Store(record + message.selecting[i].offset, message.selecting[i].store, 0);
+}
+
 int l3DecOptions(L3Call& call, const L3Type& type, uint8_t* record, const L3End& end)
 {
   if (!type.message->count) return type.message->tail ? l3SkipTail(call, type, type.message->shifts, type.line) : 0;
   TailWalk walk{type, *type.message, record, 0, 0, 0};
+  clearSelecting(*type.message, record);
   while (l3HasRoomBefore(call, end)) {
     uint8_t iei = 0;
     bool half = false;

@@ -269,6 +269,8 @@ struct L3Message {
   uint16_t halves; // bit v: the message has the half-octet IEI v
   uint8_t shifts;  // 1: follows locking shifts; 2: and what other codesets hold need not be understood
   uint8_t tail;    // without options: skips any tail by rtx3GPPDecL3NonImperative
+  uint8_t selectingCount = 0;
+  const L3Field* selecting = nullptr; // members of optional elements that choose among the alternatives of others
 };
 
 // Hand-written coders of a type.

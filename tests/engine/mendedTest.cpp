@@ -172,6 +172,23 @@ TEST(Mended, HeapStringFromAStreamFitsItsLength)
   EXPECT_EQ(value.data[4999], 0x5A);
 }
 
+// A container of a message whose type is missing has no alternative, whatever an earlier message left in the record.
+TEST(Mended, AContainerWithoutItsTypeIsNotReadByAnOlderType)
+{
+  const std::pair<const char*, const char*> messages[] = {{"TS24501Msg_RegRequest", "790001007B000100"},
+                                                          {"TS24501Msg_ControlPlaneServReq", "007B000100"}};
+  for (auto& [name, hex] : messages)
+    for (bool slow : {false, true}) {
+      const L3TypeEntry& entry = *l3FindType(name);
+      Octets record(entry.type->size);
+      for (unsigned i = 0; i < entry.type->message->count; ++i)
+        if (entry.type->message->options[i].name == std::string("containerType"))
+          record[entry.type->message->options[i].offset] = name[11] == 'R' ? 5 : 7; // UE policy, location services
+      Bench bench(octetsOfHex(hex), {.slow = slow});
+      EXPECT_EQ(entry.decode(bench, record.data()), RTX_E_INVALID_CHOICE) << name;
+    }
+}
+
 // What is left of an identity cannot be passed over in a stream; the cursor stays within the buffer's octets.
 TEST(Mended, IdentitiesDoNotJumpInStreams)
 {

@@ -321,6 +321,11 @@ static void options(DecodeWriter& w)
     if (!w.type.has("no-tail")) w.giveUpIf("in.pos < in.end");
     return;
   }
+  for (auto& name : selectingOptions(w.type)) {
+    std::string path = "r";
+    findField(w.type, name, &path);
+    w.line("l3Set(" + path + ", 0);");
+  }
   unsigned halves = 0;
   for (auto* row : all)
     if (row->half) halves |= 1U << row->number;

@@ -190,6 +190,8 @@ std::optional<Scalar> scalarOf(const Type& type);
 std::optional<Scalar> scalarOf(const What& what);
 std::optional<uint32_t> fixedBits(const Type& type);
 std::optional<uint32_t> fixedBits(const Row& row);
+// The optional elements of a message whose values choose among the alternatives of others.
+std::vector<std::string> selectingOptions(const Type& type);
 // The length that an element begins with: its width in bits, or 0.
 unsigned leadingLength(const Type& type);
 // codes.cpp: lays out the codes of a choice; the values that its alternatives are selected by follow from them.

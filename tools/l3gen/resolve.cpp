@@ -34,6 +34,18 @@ const Row* findField(const Type& type, const std::string& name, std::string* pat
   return record ? findField(*row->what.type, name.substr(dot + 1), path) : nullptr;
 }
 
+std::vector<std::string> selectingOptions(const Type& type)
+{
+  std::vector<std::string> names;
+  for (auto& row : type.rows)
+    for (auto& field : row.what.fields) {
+      const Row* selecting = row.when == When::Iei ? findField(type, field) : nullptr;
+      bool known = std::find(names.begin(), names.end(), field) != names.end();
+      if (selecting && selecting->when == When::Iei && !known) names.push_back(field);
+    }
+  return names;
+}
+
 static void resolveWhat(Model& model, Type& owner, Row& row)
 {
   What& what = row.what;

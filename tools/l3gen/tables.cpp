@@ -111,11 +111,21 @@ static std::string codesInfo(TableWriter& w, const What& what)
          format(", %zu", nodes.size());
 }
 
+static std::string fieldTable(TableWriter& w, const std::vector<std::string>& names)
+{
+  std::vector<std::string> fields;
+  for (auto& name : names) {
+    std::string field = w.field(name);
+    fields.push_back(field.substr(1, field.size() - 2));
+  }
+  return w.array("L3Field", fields);
+}
+
 static std::string choiceInfo(TableWriter& w, const Row& row, const std::string& path)
 {
   static const char* selects[] = {"kL3SelectFields", "kL3SelectBits", "kL3SelectPeek", "kL3SelectCode"};
   const What& what = row.what;
-  std::vector<std::string> items, fields;
+  std::vector<std::string> items;
   std::string unionPath = what.untagged ? path : join(path, "u");
   unsigned tag = 0, count = 0;
   for (auto& alternative : what.alternatives) {
@@ -128,12 +138,7 @@ static std::string choiceInfo(TableWriter& w, const Row& row, const std::string&
     }
   }
   std::string table = w.array("L3Alternative", items);
-  std::string selectors = "nullptr";
-  for (auto& field : what.fields) {
-    std::string f = w.field(field);
-    fields.push_back(f.substr(1, f.size() - 2));
-  }
-  if (!fields.empty()) selectors = w.array("L3Field", fields);
+  std::string selectors = what.fields.empty() ? "nullptr" : fieldTable(w, what.fields);
   std::string size = "sizeof(static_cast<" + w.type.full + "*>(nullptr)->" + unionPath + ")";
   if (unionPath.empty()) size = "sizeof(" + w.type.full + ")";
   std::string codes = what.select == Select::Code ? codesInfo(w, what) : "nullptr, nullptr, 0";
@@ -372,9 +377,13 @@ static std::string writeMessage(TableWriter& w, const std::vector<const Row*>& o
     rows = "options_" + w.type.full;
   }
   bool tail = options.empty() && !w.type.has("no-tail");
+  std::string selecting = "nullptr";
+  auto names = selectingOptions(w.type);
+  if (!names.empty()) selecting = fieldTable(w, names);
   return w.object("L3Message",
-                  format("%s, %s, %s, %zu, 0x%04X, %d, %d", rows.c_str(), table.c_str(), values.c_str(), options.size(),
-                         halves, w.type.has("shifts") + w.type.has("codeset-asked"), tail));
+                  format("%s, %s, %s, %zu, 0x%04X, %d, %d, %zu, %s", rows.c_str(), table.c_str(), values.c_str(),
+                         options.size(), halves, w.type.has("shifts") + w.type.has("codeset-asked"), tail, names.size(),
+                         selecting.c_str()));
 }
 
 static std::string writeRows(TableWriter& w, const char* name, const std::vector<const Row*>& rows)
