@@ -27,6 +27,7 @@ needTests()
   needHeader gtest/gtest.h libgtest-dev
   needHeader openssl/evp.h libssl-dev
   needProgram tshark tshark
+  needProgram doxygen doxygen
 }
 
 needCoverage()

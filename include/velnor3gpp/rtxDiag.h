@@ -13,11 +13,12 @@
 
 VELNOR_BEGIN_DECLS
 
-/** Values of RtxContext.diagLevel: each passes its own class and those before it. */
-#define RTX_DIAG_ERROR 0
-#define RTX_DIAG_WARNING 1
-#define RTX_DIAG_INFO 2
-#define RTX_DIAG_DEBUG 3
+/* Values of RtxContext.diagLevel: each passes its own class and those before it. */
+
+#define RTX_DIAG_ERROR 0   /**< Errors. */
+#define RTX_DIAG_WARNING 1 /**< Warnings. */
+#define RTX_DIAG_INFO 2    /**< Information. */
+#define RTX_DIAG_DEBUG 3   /**< What helps in debugging. */
 
 /** Turns the context's diagnostics on or off. Returns what rtxDiagEnabled said before. */
 VELNOR_API int rtxSetDiag(RtxContext* pctxt, int value);

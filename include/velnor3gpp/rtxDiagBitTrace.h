@@ -17,10 +17,11 @@ VELNOR_BEGIN_DECLS
 
 /** Octets that one printed line shows. */
 #define RTX_BIT_LINE_OCTETS 4
-/** Columns of a printed line: bits with a blank between octets, hexadecimal, characters. */
-#define RTX_BIT_LINE_BITS 35
-#define RTX_BIT_LINE_HEX 8
-#define RTX_BIT_LINE_CHARS 4
+/* Columns of a printed line. */
+
+#define RTX_BIT_LINE_BITS 35 /**< Bits, with a blank between octets. */
+#define RTX_BIT_LINE_HEX 8   /**< Hexadecimal digits. */
+#define RTX_BIT_LINE_CHARS 4 /**< Characters. */
 
 /** The print line under construction. */
 typedef struct RtxBitLine {

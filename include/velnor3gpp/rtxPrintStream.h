@@ -12,6 +12,7 @@
 
 #include "velnor3gpp/rtxTypes.h"
 
+/** Lets the compiler compare a format with its arguments; numbers of both among the function's arguments, from 1. */
 #if defined(__GNUC__)
 #define RTX_PRINTF_LIKE(formatArg, firstArg) __attribute__((format(printf, formatArg, firstArg)))
 #else

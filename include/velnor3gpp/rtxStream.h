@@ -24,13 +24,14 @@ struct RtxMemBuf;
 #define RTX_STREAM_OWN_BUFFER 0x4000U /**< Output never goes through the context's buffer. */
 #define RTX_STREAM_CTXTBUF 0x8000U    /**< The stream works through the context's buffer. */
 
-/** Kinds of stream. */
-#define RTX_STREAM_ID_FILE 1U
-#define RTX_STREAM_ID_SOCKET 2U
-#define RTX_STREAM_ID_MEMORY 3U
-#define RTX_STREAM_ID_BUFFERED 4U
-#define RTX_STREAM_ID_DIRECT_BUFFER 5U
-#define RTX_STREAM_ID_CONTEXT_BUFFER 6U
+/* Kinds of stream: values of RtxStream.id. */
+
+#define RTX_STREAM_ID_FILE 1U           /**< A file. */
+#define RTX_STREAM_ID_SOCKET 2U         /**< A socket. */
+#define RTX_STREAM_ID_MEMORY 3U         /**< A block of memory. */
+#define RTX_STREAM_ID_BUFFERED 4U       /**< A buffer in front of another stream. */
+#define RTX_STREAM_ID_DIRECT_BUFFER 5U  /**< The octets of a buffer as they lie. */
+#define RTX_STREAM_ID_CONTEXT_BUFFER 6U /**< The context's own buffer. */
 
 /** First capacity of the context's buffer under a stream, and the size above which a read goes past that buffer. */
 #define RTX_STREAM_CTXTBUF_SIZE 43U

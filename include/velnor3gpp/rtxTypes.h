@@ -10,6 +10,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
+/** Marks what the library exports. */
 #if defined(_WIN32)
 #define VELNOR_API
 #else
@@ -20,8 +21,8 @@
 #define VELNOR_BEGIN_DECLS extern "C" {
 #define VELNOR_END_DECLS }
 #else
-#define VELNOR_BEGIN_DECLS
-#define VELNOR_END_DECLS
+#define VELNOR_BEGIN_DECLS /**< Opens declarations of C linkage. */
+#define VELNOR_END_DECLS   /**< Closes them. */
 #endif
 
 VELNOR_BEGIN_DECLS

@@ -223,8 +223,6 @@ std::string cName(const std::string& name);
 bool isWord(const std::string& name);
 unsigned storeOf(const What& what);
 unsigned storeForBits(unsigned bits);
-std::string declare(const What& what, const std::string& name, int indent);
-std::string declareRow(const Row& row, int indent);
 // write*.cpp
 std::string writeHeader(Model& model, const Module& module);
 std::string writeTables(Model& model, const Module& module);

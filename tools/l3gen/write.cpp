@@ -4,6 +4,7 @@
 #include <set>
 
 #include "direct.h"
+#include "header.h"
 
 namespace l3gen {
 
@@ -82,74 +83,17 @@ static std::string setterLine(const Type& type, const Row& row)
                 row.name.c_str(), type.full.c_str(), message.c_str());
 }
 
-static std::string typeComment(const Type& type)
-{
-  std::string words = type.module->spec + ", " + type.clause + ".";
-  if (type.msgType >= 0) words = format("Message type 0x%02X; ", type.msgType) + words;
-  if (type.kind == Kind::Enum || type.kind == Kind::Names) words = format("%u bits; ", type.bits) + words;
-  return "/** " + type.name + ": " + words + " */\n";
-}
-
-static std::string writeEnumType(const Type& type)
-{
-  std::string out = "typedef enum {\n";
-  for (auto& [name, value] : type.values)
-    out += format("  %s_%s = %d,\n", type.full.c_str(), cName(name).c_str(), value);
-  // Whatever the wire holds is a value of the C type, and the type has 32 bits.
-  out += "  " + type.full + "_any32 = 0x7FFFFFFF\n";
-  return out + "} " + type.full + ";\n";
-}
-
-static std::string writePresence(const Type& type)
-{
-  if (!type.mBits) return "";
-  std::string out = "  struct {\n";
-  for (auto& name : type.mNames) out += "    unsigned char " + name + " : 1;\n";
-  return out + "  } m; /**< What is present. */\n";
-}
-
-static std::string bareDeclaration(const Type& type)
-{
-  Row row = type.rows.back();
-  row.member = type.full;
-  std::string text = row.often.end != End::None ? declareRow(row, 0) : declare(row.what, type.full, 0) + ";\n";
-  if (row.often.end != End::None) text = text.substr(0, text.rfind("} ")) + "} " + type.full + ";\n";
-  return "typedef " + text;
-}
-
-static std::string writeRecord(const Type& type)
-{
-  std::string out = "typedef struct " + type.full + " {\n" + writePresence(type), members;
-  for (auto& row : type.rows) {
-    std::string text = declareRow(row, 2);
-    bool nameless = row.member.empty() && row.what.kind == WhatKind::Choice;
-    members += nameless ? declare(row.what, "", 2) + ";\n" : text;
-  }
-  if (members.empty() && !type.mBits) members = "  uint8_t none; /**< Nothing: a body without elements. */\n";
-  return out + members + "} " + type.full + ";\n";
-}
-
-static std::string writeDefinition(const Type& type)
-{
-  if (type.kind == Kind::Enum) return writeEnumType(type);
-  if (type.kind == Kind::Names) return format("typedef uint%u_t ", storeForBits(type.bits) * 8) + type.full + ";\n";
-  if (type.kind == Kind::Bare || type.kind == Kind::Text || type.has("bare")) return bareDeclaration(type);
-  return writeRecord(type);
-}
-
 static std::string writePrototypes(const Type& type)
 {
   std::string out;
-  auto add = [&](const std::string& line, const char* comment) {
-    out += std::string("/** ") + comment + " */\nVELNOR_API " + line + ";\n";
+  auto add = [&](const std::string& line, const std::string& words) {
+    out += commentLines(0, words) + "VELNOR_API " + line + ";\n";
   };
-  if (exports(type, "decode")) add(decoderLine(type), "Decodes at the cursor. 0 or a negative status.");
-  if (exports(type, "encode"))
-    add(encoderLine(type), "Encodes at the cursor; lengths are stored back. 0 or a negative status.");
+  if (exports(type, "decode")) add(decoderLine(type), decoderWords(type));
+  if (exports(type, "encode")) add(encoderLine(type), encoderWords(type));
   if (exports(type, "print"))
     add(printerLine(type), "Prints the value under the name to the context's print stream. Always 0.");
-  if (exports(type, "init"))
-    add(initLine(type), "Clears presence, selectors, counts and pointers. 0 or RTX_E_NULL_POINTER.");
+  if (exports(type, "init")) add(initLine(type), initialiserWords());
   if (exports(type, "sample")) add(sampleLine(type), "A sample value on the context's heap, or null.");
   if (type.kind == Kind::Pdu)
     for (auto& row : type.rows.back().what.alternatives)
@@ -181,10 +125,7 @@ static void usedModules(Model& model, const Module& module, std::set<std::string
 std::string writeHeader(Model& model, const Module& module)
 {
   std::string guard = "VELNOR3GPP_GEN_" + module.stem + "_H";
-  std::string out =
-      "/**\n * @file " + module.stem + ".h\n * Records and operations of module " + module.name + " (" + module.spec +
-      "). Records are filled by decoders from the\n * context's heap and live until it is freed or reset; " +
-      "nothing in them is freed singly. Generated; change the definitions instead.\n */\n";
+  std::string out = fileComment(module);
   out += "#ifndef " + guard + "\n#define " + guard +
          "\n\n#include \"velnor3gpp/rtxEnum.h\"\n#include \"velnor3gpp/rtxTypes.h\"\n";
   std::set<std::string> stems;
@@ -196,7 +137,7 @@ std::string writeHeader(Model& model, const Module& module)
       out += "struct " + type->full + ";\n";
     }
   out += "\n";
-  for (auto* type : inDependencyOrder(model, module)) out += typeComment(*type) + writeDefinition(*type) + "\n";
+  for (auto* type : inDependencyOrder(model, module)) out += writeDefinition(*type) + "\n";
   for (auto* type : inDependencyOrder(model, module)) out += writePrototypes(*type);
   return out + "\nVELNOR_END_DECLS\n\n#endif\n";
 }

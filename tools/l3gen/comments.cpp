@@ -1,0 +1,441 @@
+// Every word that stands beside a declaration in a public header. Texts are composed of a few phrases: what a thing is
+// called and where the standard tells of it, how large it is, what bounds it, and when it is there.
+#include <algorithm>
+
+#include "header.h"
+
+namespace l3gen {
+
+static constexpr size_t kColumns = 120;
+static constexpr char kTie = '\x1f'; // a blank that no line ends at
+
+static std::string pad(int indent)
+{
+  return std::string(static_cast<size_t>(indent), ' ');
+}
+
+// The words in lines of at most so many columns.
+static std::vector<std::string> wrapped(const std::string& words, size_t columns)
+{
+  std::vector<std::string> lines;
+  size_t at = 0;
+  while (words.size() - at > columns) {
+    size_t blank = words.rfind(' ', at + columns);
+    if (blank == std::string::npos || blank <= at) blank = words.find(' ', at + columns);
+    if (blank == std::string::npos) break;
+    lines.push_back(words.substr(at, blank - at));
+    at = blank + 1;
+  }
+  lines.push_back(words.substr(at));
+  return lines;
+}
+
+static std::string untied(std::string text)
+{
+  std::replace(text.begin(), text.end(), kTie, ' ');
+  return text;
+}
+
+std::string commentLines(int indent, const std::string& words)
+{
+  std::string p = pad(indent);
+  if (p.size() + words.size() + 7 <= kColumns) return untied(p + "/** " + words + " */\n");
+  std::string out;
+  for (auto& line : wrapped(words, kColumns - p.size() - 7)) out += p + (out.empty() ? "/** " : " *  ") + line + "\n";
+  out.pop_back();
+  return untied(out + " */\n");
+}
+
+std::string commented(int indent, const std::string& declaration, const std::string& words)
+{
+  size_t last = declaration.rfind('\n');
+  last = last == std::string::npos ? 0 : last + 1;
+  std::string line = " /**< " + words + " */\n";
+  if (declaration.size() - last + line.size() <= kColumns + 1) return declaration + untied(line);
+  return commentLines(indent, words) + declaration + "\n";
+}
+
+// The name of a type and its place in the standard. Names that people know will stand here when the definitions have
+// them: all comments that mention a type get it from this function.
+static std::string title(const Type& type, const Module* reader)
+{
+  std::string spec = type.module == reader ? "" : type.module->spec + ", ";
+  return type.name + " (" + spec + type.clause + ")";
+}
+
+static std::string joined(const std::vector<std::string>& parts, const std::string& between, const std::string& last)
+{
+  std::string text;
+  for (size_t i = 0; i < parts.size(); ++i) text += (i ? (i + 1 == parts.size() ? last : between) : "") + parts[i];
+  return text;
+}
+
+static std::string rangeWords(const Range& range)
+{
+  return range.lo == range.hi ? std::to_string(range.lo) : format("%u to %u", range.lo, range.hi);
+}
+
+static std::string valuesWords(const std::vector<Range>& values)
+{
+  std::vector<std::string> parts;
+  for (auto& value : values) parts.push_back(rangeWords(value));
+  return joined(parts, ", ", " or ");
+}
+
+static std::string conditionWords(const std::vector<Term>& terms)
+{
+  std::vector<std::string> parts;
+  for (auto& term : terms) parts.push_back(term.field + (term.negate ? " is not " : " is ") + valuesWords(term.values));
+  return joined(parts, ", ", " and ");
+}
+
+static std::string bitsWords(unsigned bits)
+{
+  return format("%u bit%s", bits, bits == 1 ? "" : "s");
+}
+
+static std::string biasWords(int bias)
+{
+  return bias ? format(" and %d", bias) : "";
+}
+
+// How many octets or bits a string has, as the wire says it.
+static std::string countWords(const What& what, const char* unit)
+{
+  switch (what.from) {
+    case From::Field:
+      return std::string("as many ") + unit + " as " + what.field + biasWords(what.bias) + " says";
+    case From::Own:
+      return "behind a length of " + bitsWords(what.bits);
+    default:
+      return "to the end of what holds it";
+  }
+}
+
+static std::string scalarWords(const What& what, const Scalar& scalar, const Module* reader)
+{
+  std::string name = what.type ? title(*what.type, reader) + ", " : "";
+  if (scalar.kind == WhatKind::Unary) return name + (name.empty() ? "Length" : "length") + " of a run of equal bits";
+  if (scalar.padded) return name + "1 bit relative to the padding, 0 is L and 1 is H";
+  if (scalar.kind == WhatKind::Flag) return name + (name.empty() ? "Flag" : "flag") + ", 1 bit";
+  return name + bitsWords(scalar.bits);
+}
+
+static std::string stringWords(const What& what)
+{
+  switch (what.kind) {
+    case WhatKind::Octets:
+      if (what.from == From::Fixed) return format("%u octet%s", what.octets, what.octets == 1 ? "" : "s");
+      return std::string(what.wide ? "Octets of 16-bit characters" : "Octets") + ", " + countWords(what, "octets");
+    case WhatKind::BitString:
+      return "Bits, " + countWords(what, "bits");
+    case WhatKind::Text:
+      return std::string(what.labels ? "Labels joined by dots" : "Characters") +
+             ", zero-ended, on the context's heap; " + countWords(what, "octets");
+    default:
+      return format("At most %u characters, zero-ended", what.octets - 1);
+  }
+}
+
+static std::string choiceWords(const What& what)
+{
+  if (what.untagged) return "The alternative that " + joined(what.fields, ", ", " and ") + " tells";
+  return "One of several alternatives";
+}
+
+// What a thing is and how large.
+static std::string kindWords(const What& what, const Module* reader)
+{
+  if (auto scalar = scalarOf(what)) return scalarWords(what, *scalar, reader);
+  switch (what.kind) {
+    case WhatKind::Type:
+      return title(*what.type, reader);
+    case WhatKind::Choice:
+      return choiceWords(what);
+    case WhatKind::Body:
+      return "The message";
+    case WhatKind::Nothing:
+      return "nothing";
+    default:
+      return stringWords(what);
+  }
+}
+
+static std::string oftenWords(const Often& often)
+{
+  std::string range = often.range ? rangeWords(*often.range) + " entries" : "";
+  if (often.end != End::Times) return range.empty() ? "a list" : range;
+  return "as many entries as " + often.field + biasWords(often.bias) + " says" + (range.empty() ? "" : ", " + range);
+}
+
+static std::string rangedWords(const Row& row)
+{
+  auto scalar = scalarOf(row.what);
+  auto range = row.range ? row.range : scalar ? scalar->range : std::nullopt;
+  if (!range) return "";
+  return rangeWords(*range) + (scalar ? "" : row.what.kind == WhatKind::BitString ? " bits" : " octets");
+}
+
+static std::string whenWords(const Row& row)
+{
+  const char* left = "absent if no bits are left";
+  switch (row.when) {
+    case When::Room:
+      return "there if bits are left" + (row.cond.empty() ? "" : " and " + conditionWords(row.cond));
+    case When::RoomExt:
+      return std::string("led by an extension bit; ") + left;
+    case When::OptBit:
+      return "led by a bit, 1 if it is there";
+    case When::RoomOptBit:
+      return std::string("led by a bit, 1 if it is there; ") + left;
+    case When::OptLH:
+      return "led by a bit, H if it is there";
+    case When::RoomOptLH:
+      return std::string("led by a bit, H if it is there; ") + left;
+    case When::If:
+      return "decoded if " + conditionWords(row.cond);
+    case When::WhenCond:
+      return "there if " + conditionWords(row.cond);
+    case When::Ext:
+      return "led by an extension bit";
+    case When::More:
+      return "there if the extension bit before it is 0";
+    case When::Iei:
+      return format(row.half ? "IEI 0x%X-" : "IEI 0x%02X", row.number);
+    case When::ByHand:
+      return "optional";
+    default:
+      return "";
+  }
+}
+
+// An element of a group without a bit of its own is there with the group.
+static std::string groupWords(const Type& type, const Row& row)
+{
+  return row.groupBit < 0 || row.mBit >= 0 ? "" : "there with " + type.mNames[static_cast<size_t>(row.groupBit)];
+}
+
+// The field that selects the message of a top-level form has constants.
+static std::string selectorWords(const Type& type, const Row& row)
+{
+  bool selects = type.kind == Kind::Pdu && type.rows.back().what.fields.back() == row.name;
+  return selects ? "its constants begin with " + type.full + "_" + row.member + "_" : "";
+}
+
+static std::string sentence(const std::vector<std::string>& parts)
+{
+  std::vector<std::string> said;
+  for (auto& part : parts)
+    if (!part.empty()) said.push_back(part);
+  return joined(said, "; ", "; ") + ".";
+}
+
+// The element's name where C has to call it otherwise.
+static std::string printedWords(const Row& row)
+{
+  return row.name == row.member ? "" : "prints as \"" + row.name + "\"";
+}
+
+static std::string lengthWords(const Row& row)
+{
+  std::string unit = row.countsBits ? "bits" : "octets";
+  std::string from = row.fromOctet ? ", counted from the next octet on" : "";
+  return sentence({"Length of " + bitsWords(row.number) + ": " + unit + " of what follows" + from,
+                   row.range ? rangeWords(*row.range) : "", "encoders set it", printedWords(row)});
+}
+
+std::string memberWords(const Type& type, const Row& row)
+{
+  if (row.when == When::Length) return lengthWords(row);
+  bool list = row.often.end != End::None;
+  return sentence({kindWords(row.what, type.module), list ? oftenWords(row.often) : "", rangedWords(row),
+                   whenWords(row), groupWords(type, row), printedWords(row), selectorWords(type, row)});
+}
+
+static std::string presenceOf(const Row& row)
+{
+  if (row.when == When::Release) return format("The group of release %u is there", row.number);
+  return "The group " + row.name + " is there: without this bit none of its elements is encoded or printed";
+}
+
+std::string presenceWords(const Type& type, int bit)
+{
+  for (auto& row : type.rows) {
+    if (row.mBit != bit) continue;
+    if (row.when == When::Group || row.when == When::Release) return presenceOf(row) + ".";
+    std::string element = (row.name.empty() ? "The value" : row.name) + " is there";
+    if (row.when == When::Iei) element += ", " + whenWords(row);
+    if (row.groupBit < 0) return element + ".";
+    return element + "; set " + type.mNames[static_cast<size_t>(row.groupBit)] + " with it.";
+  }
+  return "";
+}
+
+// A count is what came on the wire; the array behind it has an end.
+static std::string overrunWords(const std::string& scope)
+{
+  return "A decoded count may be above " + capacityName(scope) +
+         " (RTX_E_CONSTRAINT, non-fatal, status 0): loops stop there.";
+}
+
+std::string entryCountWords(const Often& often, const std::string& scope)
+{
+  return often.bounded() ? "Entries. " + overrunWords(scope) : "Entries.";
+}
+
+std::string entriesWords(const Type& type, const Row& row)
+{
+  std::string what = kindWords(row.what, type.module);
+  if (row.often.bounded()) return "The entries: " + what + ".";
+  return "The entries, on the context's heap, null if there are none: " + what + ".";
+}
+
+std::string sizeWords(const What& what, const std::string& scope)
+{
+  bool bits = what.kind == WhatKind::BitString;
+  if (!what.max) return bits ? "Bits." : "Octets.";
+  return bits ? "Bits, at most " + capacityName(scope) + "." : "Octets. " + overrunWords(scope);
+}
+
+std::string contentWords(const What& what)
+{
+  std::string content = what.kind == WhatKind::BitString ? "The bits, the first in the highest bit" : "The octets";
+  return content + (what.max ? "." : ", on the context's heap, null if there are none.");
+}
+
+unsigned tagOf(const What& what, const Row& alternative)
+{
+  if (what.kind == WhatKind::Body) return alternative.tag;
+  return static_cast<unsigned>(&alternative - what.alternatives.data()) + 1;
+}
+
+// Does the record have nothing for an alternative?
+static bool isEmpty(const What& what, const Row& alternative)
+{
+  if (what.kind == WhatKind::Body) return !alternative.what.type;
+  return alternative.what.kind == WhatKind::Nothing;
+}
+
+static std::string numberWords(const What& what, const Row& row)
+{
+  std::string empty = isEmpty(what, row) ? std::string(" (nothing") + kTie + "in" + kTie + "u)" : "";
+  return std::to_string(tagOf(what, row)) + kTie + row.name + empty;
+}
+
+std::string tagWords(const Type& type, const What& what, const std::string& scope)
+{
+  bool body = what.kind == WhatKind::Body, byField = what.select == Select::Fields && type.encodeFile.empty();
+  std::vector<std::string> numbers;
+  for (auto& row : what.alternatives) numbers.push_back(numberWords(what, row));
+  std::string words = std::string(body ? "Message: " : "Alternative: ") + joined(numbers, ", ", ", ") +
+                      "; 0 for none. Its constants begin with " + scope + "_t_.";
+  if (!body && byField) words += " Encoders go by " + joined(what.fields, ", ", " and ") + " instead.";
+  return words;
+}
+
+std::string unionWords(const What& what)
+{
+  if (what.kind == WhatKind::Body) return "The message that t tells; pointers point to the context's heap.";
+  return "The alternative that t tells.";
+}
+
+std::string alternativeWords(const Type& type, const What& what, const Row& row)
+{
+  if (what.kind == WhatKind::Body)
+    return format("t %u, message type 0x%02X: ", row.tag, row.msgType) + title(*row.what.type, type.module) +
+           (row.inlined ? ", by value." : ".");
+  std::string number = what.untagged ? "" : format("t %u: ", tagOf(what, row));
+  return number + memberWords(type, row);
+}
+
+std::string capacityWords(const What& what, const Often& often)
+{
+  if (often.bounded()) return "Entries that elem has room for.";
+  return what.kind == WhatKind::BitString ? "Bits that data has room for." : "Octets that data has room for.";
+}
+
+std::string tagConstantsWords(const Type& type, const std::string& member)
+{
+  return "Values of " + (member.empty() ? "t" : member + ".t") + " in " + type.full + ".";
+}
+
+std::string tagConstantWords(const Type& type, const What& what, const Row& row)
+{
+  if (isEmpty(what, row)) return "Nothing in u.";
+  if (what.kind == WhatKind::Body) return "u.obj_" + row.member + ": " + title(*row.what.type, type.module) + ".";
+  return "u." + row.member + ".";
+}
+
+std::string messageTypeWords(const Type& pdu, const What& what, const Row& message)
+{
+  std::string under =
+      what.fields.size() < 2 ? "" : format("; under %s %u", what.fields[0].c_str(), message.discriminator);
+  return (message.what.type ? title(*message.what.type, pdu.module) : "No body") + under + ".";
+}
+
+std::string fileComment(const Module& module)
+{
+  std::string lines = commentLines(
+      0, "Records and operations of module " + module.name + " (" + module.spec +
+             "). Records are filled by decoders from the context's heap and live until it is freed or reset; nothing "
+             "in them is freed singly. Members stand in the order of the standard. Constants tell the numbers of "
+             "alternatives (..._t_...), message types (..._msgType_...) and the room of arrays (..._capacity). A "
+             "decoder that returns 0 may have found values outside their bounds: rtxErrCheckNonFatal tells. "
+             "Generated; change the definitions instead.");
+  return lines.insert(lines.find(' ') + 1, "@file\n *  ");
+}
+
+std::string typeWords(const Type& type)
+{
+  std::string words = type.name + ": " + type.module->spec + ", " + type.clause + ".";
+  if (type.msgType >= 0) words += format(" Message type 0x%02X.", type.msgType);
+  if (type.kind == Kind::Enum || type.kind == Kind::Names) words += " " + bitsWords(type.bits) + ".";
+  if (type.kind != Kind::Bare && !type.has("bare")) return words;
+  const Row& row = type.rows.back();
+  return words + " " + memberWords(type, row);
+}
+
+std::string enumeratorWords(const std::string& name)
+{
+  return "Prints as \"" + name + "\".";
+}
+
+// Does a value hold a string of octets or bits, whose failure does not stop what follows it?
+static bool holdsString(const What& what)
+{
+  if (what.kind == WhatKind::Octets || what.kind == WhatKind::BitString || what.kind == WhatKind::Body) return true;
+  auto holds = [](const Row& row) { return holdsString(row.what); };
+  if (std::any_of(what.alternatives.begin(), what.alternatives.end(), holds)) return true;
+  return what.type && std::any_of(what.type->rows.begin(), what.type->rows.end(), holds);
+}
+
+static bool holdsString(const Type& type)
+{
+  return std::any_of(type.rows.begin(), type.rows.end(), [](const Row& row) { return holdsString(row.what); });
+}
+
+// What fails in a string is recorded, but the status is that of what comes behind it.
+static std::string statusWords(const Type& type, const char* failed)
+{
+  if (!holdsString(type)) return " 0 or a negative status.";
+  return std::string(" 0 or a negative status; a string ") + failed + " may leave 0: ask rtxErrGetStatus as well.";
+}
+
+std::string decoderWords(const Type& type)
+{
+  return "Decodes at the cursor." + statusWords(type, "cut short");
+}
+
+std::string encoderWords(const Type& type)
+{
+  return "Encodes at the cursor; lengths are stored back." + statusWords(type, "without room");
+}
+
+std::string initialiserWords()
+{
+  return "Sets presence bits, t, u, counts, pointers and members named spare or ext to 0. Numbers, flags, "
+         "enumerations, "
+         "fixed octets and the content of arrays stay as they are. 0 or RTX_E_NULL_POINTER.";
+}
+
+} // namespace l3gen

@@ -1,0 +1,272 @@
+// Declarations of the public headers: records, enumerations, and the constants of a type. Those cost nothing: they are
+// enumerators of enumerations without a name, so that C99 takes them as bounds of arrays and behind `case`. A constant
+// begins with the name of the type and of the members that lead to what it is for; what has no name adds nothing:
+//
+//   TS24501IE_NSSAI_contents_capacity         the room of its list contents
+//   TS24501IE_MobileIdentity_t_suci           t stands in the record itself
+//   TS24501IE_ECSAddress_address_t_fqdn       t stands in its member address
+//   TS24501Msg_PDU_msgType_RegRequest5G       a value of its member msgType
+#include "header.h"
+
+namespace l3gen {
+
+namespace {
+
+// The type under the writer, and what the names of constants begin with at this place in it.
+struct Scope {
+  const Type& type;
+  std::string name;
+
+  Scope within(const std::string& member) const { return {type, member.empty() ? name : name + "_" + member}; }
+  std::string capacity() const { return capacityName(name); }
+};
+
+} // namespace
+
+static std::string pad(int indent)
+{
+  return std::string(static_cast<size_t>(indent), ' ');
+}
+
+static std::string line(int indent, const std::string& declaration, const std::string& words)
+{
+  return commented(indent, pad(indent) + declaration + ";", words);
+}
+
+std::string capacityName(const std::string& scope)
+{
+  return scope + "_capacity";
+}
+
+static bool isString(const What& what)
+{
+  return what.kind == WhatKind::BitString || (what.kind == WhatKind::Octets && what.from != From::Fixed);
+}
+
+static std::string declare(const What& what, const std::string& name, const Scope& scope, int indent);
+
+// A string of octets or bits with its count.
+static std::string declareString(const What& what, const std::string& name, const Scope& scope, int indent)
+{
+  bool bits = what.kind == WhatKind::BitString;
+  std::string count = std::string(what.max ? "uint8_t" : "uint32_t") + (bits ? " numbits" : " numocts");
+  std::string room = bits ? "(" + scope.capacity() + " + 7) / 8" : scope.capacity();
+  std::string data = what.max ? "uint8_t data[" + room + "]" : "uint8_t* data";
+  return pad(indent) + "struct {\n" + line(indent + 2, count, sizeWords(what, scope.name)) +
+         line(indent + 2, data, contentWords(what)) + pad(indent) + "} " + name;
+}
+
+// What stands in a member's place, with the comments of its inside and without a semicolon.
+static std::string declareElement(const Row& row, const std::string& name, const Scope& scope, int indent)
+{
+  if (row.often.end == End::None) return declare(row.what, name, scope, indent);
+  bool bounded = row.often.bounded(), fixed = row.what.kind == WhatKind::Octets && row.what.from == From::Fixed;
+  std::string entry = bounded ? "elem[" + scope.capacity() + "]" : fixed ? "(*elem)" : "*elem";
+  std::string entries = declare(row.what, entry, scope.within("elem"), indent + 2) + ";";
+  return pad(indent) + "struct {\n" +
+         line(indent + 2, bounded ? "uint8_t n" : "uint64_t n", entryCountWords(row.often, scope.name)) +
+         commented(indent + 2, entries, entriesWords(scope.type, row)) + pad(indent) + "} " + name;
+}
+
+// The number of the alternative, in front of its union.
+static std::string declareTag(const What& what, const Scope& scope, int indent)
+{
+  return line(indent, "uint32_t t", tagWords(scope.type, what, scope.name));
+}
+
+static std::string declareBody(const What& what, const std::string& name, const Scope& scope, int indent)
+{
+  std::string out = pad(indent) + "struct {\n" + declareTag(what, scope, indent + 2) + pad(indent + 2) + "union {\n" +
+                    line(indent + 4, "void* any", "Whichever of them it is.");
+  for (auto& row : what.alternatives)
+    if (row.what.type)
+      out += line(indent + 4, row.what.type->full + (row.inlined ? " obj_" : "* obj_") + row.member,
+                  alternativeWords(scope.type, what, row));
+  return out + line(indent + 2, "} u", unionWords(what)) + pad(indent) + "} " + name;
+}
+
+static std::string declareMember(const Row& row, const Scope& scope, int indent, const std::string& words);
+
+static std::string declareUnion(const What& what, const Scope& scope, int indent)
+{
+  std::string members;
+  for (auto& alternative : what.alternatives)
+    members += declareMember(alternative, scope, indent + 2, alternativeWords(scope.type, what, alternative));
+  if (members.empty()) members = line(indent + 2, "uint8_t none", "Nothing: no alternative has a content.");
+  return pad(indent) + "union {\n" + members + pad(indent) + "}";
+}
+
+static std::string declareChoice(const What& what, const std::string& name, const Scope& scope, int indent)
+{
+  if (what.untagged) return declareUnion(what, scope, indent) + " " + name;
+  return pad(indent) + "struct {\n" + declareTag(what, scope, indent + 2) +
+         commented(indent + 2, declareUnion(what, scope, indent + 2) + " u;", unionWords(what)) + pad(indent) + "} " +
+         name;
+}
+
+// `name` may carry the bounds of an array or a pointer in parentheses.
+static std::string declare(const What& what, const std::string& name, const Scope& scope, int indent)
+{
+  std::string p = pad(indent);
+  switch (what.kind) {
+    case WhatKind::Bits:
+      return p + format("uint%u_t ", storeForBits(what.bits) * 8) + name;
+    case WhatKind::Flag:
+    case WhatKind::Unary:
+      return p + "uint8_t " + name;
+    case WhatKind::Octets:
+      if (!isString(what)) return p + "uint8_t " + name + format("[%u]", what.octets);
+      [[fallthrough]];
+    case WhatKind::BitString:
+      return declareString(what, name, scope, indent);
+    case WhatKind::Text:
+      return p + "char* " + name;
+    case WhatKind::Chars:
+      return p + "char " + name + format("[%u]", what.octets);
+    case WhatKind::Type:
+      return p + what.type->full + " " + name;
+    case WhatKind::Choice:
+      return declareChoice(what, name, scope, indent);
+    case WhatKind::Body:
+      return declareBody(what, name, scope, indent);
+    default:
+      return "";
+  }
+}
+
+// A member with its comment, or nothing where the record has none for the row.
+static std::string declareMember(const Row& row, const Scope& scope, int indent, const std::string& words)
+{
+  if (row.when >= When::Tail) return ""; // no element
+  if (row.when == When::Length)
+    return row.member.empty() ? ""
+                              : line(indent, format("uint%u_t ", storeForBits(row.number) * 8) + row.member, words);
+  if (row.what.kind == WhatKind::Nothing && row.often.end == End::None) return "";
+  return commented(indent, declareElement(row, row.member, scope.within(row.member), indent) + ";", words);
+}
+
+// The bits of `m`, the first in the lowest bit.
+static std::string writePresence(const Type& type)
+{
+  if (!type.mBits) return "";
+  std::string out = "  struct {\n";
+  for (int bit = 0; bit < type.mBits; ++bit)
+    out += line(4, "unsigned char " + type.mNames[static_cast<size_t>(bit)] + " : 1", presenceWords(type, bit));
+  return out + line(2, "} m", "What is there.");
+}
+
+static std::string writeBare(const Type& type)
+{
+  return "typedef " + declareElement(type.rows.back(), type.full, {type, type.full}, 0) + ";\n";
+}
+
+static std::string writeRecord(const Type& type)
+{
+  std::string members;
+  Scope scope = {type, type.full};
+  for (auto& row : type.rows) {
+    bool nameless = row.member.empty() && row.what.kind == WhatKind::Choice;
+    if (nameless)
+      members +=
+          declareTag(row.what, scope, 2) + commented(2, declareUnion(row.what, scope, 2) + " u;", unionWords(row.what));
+    else
+      members += declareMember(row, scope, 2, memberWords(type, row));
+  }
+  if (members.empty() && !type.mBits) members = line(2, "uint8_t none", "Nothing: a record without elements.");
+  return "typedef struct " + type.full + " {\n" + writePresence(type) + members + "} " + type.full + ";\n";
+}
+
+// An enumeration without a name: constants, each with its comment.
+namespace {
+
+struct Constants {
+  std::string list;
+
+  void add(const std::string& name, const std::string& value, const std::string& words)
+  {
+    list += commented(2, "  " + name + " = " + value + ",", words);
+  }
+  std::string written(const std::string& words) const
+  {
+    return list.empty() ? "" : commentLines(0, words) + "enum {\n" + list + "};\n";
+  }
+};
+
+} // namespace
+
+static void addCapacities(Constants& constants, const Row& row, const Scope& scope);
+
+// The rooms of what an element holds, all those of alternatives among them.
+static void addCapacities(Constants& constants, const What& what, const Scope& scope)
+{
+  if (isString(what) && what.max)
+    constants.add(scope.capacity(), std::to_string(what.max), capacityWords(what, Often()));
+  if (what.kind == WhatKind::Choice)
+    for (auto& alternative : what.alternatives) addCapacities(constants, alternative, scope.within(alternative.member));
+}
+
+static void addCapacities(Constants& constants, const Row& row, const Scope& scope)
+{
+  if (row.often.bounded())
+    constants.add(scope.capacity(), std::to_string(row.often.range->hi), capacityWords(row.what, row.often));
+  addCapacities(constants, row.what, row.often.end == End::None ? scope : scope.within("elem"));
+}
+
+static std::string tagConstants(const What& what, const Scope& scope, const std::string& member)
+{
+  Constants constants;
+  if (what.untagged) return "";
+  for (size_t i = 0; i < what.alternatives.size(); ++i) {
+    const Row& row = what.alternatives[i];
+    unsigned tag = tagOf(what, row);
+    std::string name = row.member.empty() ? std::to_string(tag) : row.member;
+    constants.add(scope.name + "_t_" + name, std::to_string(tag), tagConstantWords(scope.type, what, row));
+  }
+  return constants.written(tagConstantsWords(scope.type, member));
+}
+
+static std::string messageTypes(const Type& pdu, const What& what)
+{
+  Constants constants;
+  const std::string& field = what.fields.back();
+  for (auto& row : what.alternatives)
+    constants.add(pdu.full + "_" + cName(field) + "_" + row.member, format("0x%02X", row.msgType),
+                  messageTypeWords(pdu, what, row));
+  return constants.written("Values of " + field + " in " + pdu.full + ".");
+}
+
+static std::string writeConstants(const Type& type)
+{
+  Constants capacities;
+  std::string tags;
+  for (auto& row : type.rows) {
+    Scope scope = Scope{type, type.full}.within(row.member);
+    if (row.when != When::Length) addCapacities(capacities, row, scope);
+    if (row.what.kind == WhatKind::Choice || row.what.kind == WhatKind::Body)
+      tags += tagConstants(row.what, scope, row.member);
+    if (row.what.kind == WhatKind::Body) tags += messageTypes(type, row.what);
+  }
+  return capacities.written("Room of arrays of " + type.full + ".") + tags;
+}
+
+static std::string writeEnum(const Type& type)
+{
+  std::string out = "typedef enum {\n";
+  for (auto& [name, value] : type.values)
+    out += commented(2, format("  %s_%s = %d,", type.full.c_str(), cName(name).c_str(), value), enumeratorWords(name));
+  // Whatever the wire holds is a value of the C type, and the type has 32 bits.
+  out += commented(2, "  " + type.full + "_any32 = 0x7FFFFFFF", "No value: it gives the type 32 bits.");
+  return out + "} " + type.full + ";\n";
+}
+
+std::string writeDefinition(const Type& type)
+{
+  std::string comment = commentLines(0, typeWords(type));
+  if (type.kind == Kind::Enum) return comment + writeEnum(type);
+  if (type.kind == Kind::Names)
+    return comment + format("typedef uint%u_t ", storeForBits(type.bits) * 8) + type.full + ";\n";
+  bool bare = type.kind == Kind::Bare || type.kind == Kind::Text || type.has("bare");
+  return writeConstants(type) + comment + (bare ? writeBare(type) : writeRecord(type));
+}
+
+} // namespace l3gen
