@@ -133,6 +133,21 @@ int rtxSizeToCharStr(size_t value, char* dst, size_t size, char padChar)
   return rtxUInt64ToCharStr(value, dst, size, padChar);
 }
 
+int rtxCharStrToUInt(const char* text, uint32_t* pvalue)
+{
+  if (text == nullptr || pvalue == nullptr) return RTX_E_BAD_PARAMETER;
+  const size_t digits = strspn(text, "0123456789");
+  if (digits == 0 || text[digits] != '\0') return RTX_E_BAD_FORMAT;
+  uint32_t value = 0;
+  for (; *text != '\0'; ++text) {
+    const uint32_t digit = static_cast<uint32_t>(*text - '0');
+    if (value > (UINT32_MAX - digit) / 10) return RTX_E_TOO_BIG;
+    value = value * 10 + digit;
+  }
+  *pvalue = value;
+  return 0;
+}
+
 size_t rtxUTF8LenBytes(const char* s)
 {
   return s != nullptr ? strlen(s) : 0;

@@ -36,6 +36,9 @@ VELNOR_API int rtxUIntToCharStr(uint32_t value, char* dst, size_t size, char pad
 VELNOR_API int rtxUInt64ToCharStr(uint64_t value, char* dst, size_t size, char padChar);
 /** The same for a size. */
 VELNOR_API int rtxSizeToCharStr(size_t value, char* dst, size_t size, char padChar);
+/** Reads a terminated string of decimal digits and nothing else. RTX_E_BAD_FORMAT if it is no number, RTX_E_TOO_BIG
+ *  above 32 bits, RTX_E_BAD_PARAMETER for a null argument; nothing is stored then. */
+VELNOR_API int rtxCharStrToUInt(const char* text, uint32_t* pvalue);
 /** Returns the octets of a UTF-8 string without its terminator; 0 for null. */
 VELNOR_API size_t rtxUTF8LenBytes(const char* s);
 /** Compares up to `n` octets of two strings as strncmp does; null ranks as the empty string. */

@@ -123,7 +123,7 @@ const calls::Functions kFunctions = {
     // strings
     CALL(rtxStrcpy), CALL(rtxStrncpy), CALL(rtxStrcat), CALL(rtxStrJoin), CALL(rtxStrDynJoin), CALL(rtxStrdup),
     CALL(rtxUTF8Strdup), CALL(compared), CALL(rtxUTF8LenBytes), CALL(rtxUCSToCStr), CALL(rtxUIntToCharStr),
-    CALL(rtxUInt64ToCharStr), CALL(rtxSizeToCharStr)};
+    CALL(rtxUInt64ToCharStr), CALL(rtxSizeToCharStr), CALL(rtxCharStrToUInt)};
 
 TEST(RunTime, CallsGiveWhatTheirLinesSay)
 {
