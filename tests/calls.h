@@ -83,7 +83,7 @@ struct Call {
     T* first = reinterpret_cast<T*>(room->data());
     if constexpr (std::is_same_v<T, char>)
       filled.push_back([=] { return quoted(std::string(first, size)); });
-    else if constexpr (sizeof(T) > 1) // as a number is written, the highest octet first
+    else if constexpr (sizeof(T) > 1 && !std::is_class_v<T>) // as a number is written, the highest octet first
       filled.push_back([=] { return hexText(Octets(room->rbegin(), room->rend())); });
     else
       filled.push_back([=] { return hexText(*room); });
