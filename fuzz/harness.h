@@ -39,5 +39,5 @@ void promiseSame(const L3TypeEntry& entry, const char* where, const std::string&
 uint8_t takeFirst(Octets& input);
 
 FuzzTarget::Check checkMessage, checkModes, checkTrace, checkPrint, checkEncoder, checkProtected, checkStream,
-    checkDefinitions, checkHex, checkKeys;
+    checkDefinitions, checkCharging, checkChargingText, checkCapture, checkHex, checkKeys;
 std::vector<Octets> definitionSeeds();

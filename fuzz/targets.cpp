@@ -16,6 +16,14 @@ static std::vector<Octets> texts(std::initializer_list<std::string> texts)
   return seeds;
 }
 
+// Octets as runs, "00*20" is an octet 20 times.
+static std::vector<Octets> octets(std::initializer_list<std::string> runs)
+{
+  std::vector<Octets> seeds;
+  for (const std::string& run : runs) seeds.push_back(octetsOfRuns(run));
+  return seeds;
+}
+
 // Octets to draw a record from.
 static Octets drawn()
 {
@@ -45,6 +53,20 @@ const std::vector<FuzzTarget>& fuzzTargets()
       {.name = "protectedMessages", .check = checkProtected, .types = {k5gs, kEps}, .leads = {{0}, {0x0E}, {0x3C}}},
       {.name = "streams", .check = checkStream, .types = kAll, .leads = {{4}}},
       {.name = "definitions", .check = checkDefinitions, .seeds = definitionSeeds()},
+      {.name = "charging",
+       .check = checkCharging,
+       .seeds =
+           octets({"04 00000048 00000034 C141 58A9E880*2 00000002 00000001 00*22 00000000 0003A10B010203 000441EB05",
+                   "09 00000060 0000003D FFE0 58A9E080*2 00000001 00000001 00*22 0002AABB 0003010203 0502 FF*2 "
+                   "0001E04B07AA",
+                   "00 FFFFFFFF 00000008", "02 00000040 00000034 00*44"})},
+      {.name = "chargingText",
+       .check = checkChargingText,
+       .seeds = texts({"Grel-8 v.5", "Frel-11  v.31", "0Beyond", "E12/31 23:59-11:30", "132.251", "632.005"})},
+      {.name = "capture",
+       .check = checkCapture,
+       .seeds = octets({"04 D4C3B2A1 02000400 00*8 0000040093000000 00*8 0400000004000000 7E005B01",
+                        "07 A1B2C3D4 00020004 00*8 0004000000000001 00*8 0000001000000010 00*12 88B5 7E00"})},
 #ifdef VELNOR_FUZZ_PROGRAM
       {.name = "hexInput",
        .check = checkHex,
