@@ -133,8 +133,8 @@ static int decTelephony(L3Call& call, char** text, size_t octets)
   octets = boundOctets(call, octets);
   // Zeroed, so that what a failed read leaves ends somewhere.
   char* digits = static_cast<char*>(rtxMemHeapAllocZ(&call.pctxt->pMemHeap, 2 * octets + 1));
-  if (!digits) return l3Fail(call, kDecoder, RTX_E_NO_MEMORY, __LINE__);
   *text = digits;
+  if (!digits) return l3Fail(call, kDecoder, RTX_E_NO_MEMORY, __LINE__);
   return octets ? readDigits(call, octets, digits, 2 * octets + 1) : 0;
 }
 
@@ -155,8 +155,8 @@ static int decPacked(L3Call& call, char** text, size_t octets, uint8_t spareBits
   octets = boundOctets(call, octets);
   size_t count = octets * 8 / 7;
   char* chars = static_cast<char*>(rtxMemHeapAllocZ(&call.pctxt->pMemHeap, count + 1));
-  if (!chars) return l3Fail(call, kDecoder, RTX_E_NO_MEMORY, __LINE__);
   *text = chars;
+  if (!chars) return l3Fail(call, kDecoder, RTX_E_NO_MEMORY, __LINE__);
   l3ToLists(call);
   rtxDiagNewBitField(call.pctxt->pBitFldList, "OCTET STRING");
   int status = rtx3GPPDecGSMCharStr(call.pctxt, chars, count + 1, count);

@@ -79,7 +79,10 @@ template <class Pdu> static int decPlain(L3Call& call, const L3Type& type, Pdu& 
   if (decAtOnce(call, type, pdu)) return 0;
   unsigned header = type.rowCount - 3U;
   int status = decSlice(call, type, 0, header, &pdu);
-  if (status < 0) return status;
+  if (status < 0) {
+    l3InitRest(type, header, &pdu);
+    return status;
+  }
   relabel(pdu.l3HdrOpts, pdu.protoDiscr);
   return decSlice(call, type, header, 3, &pdu);
 }
@@ -161,8 +164,8 @@ static int decServiceRequest(L3Call& call, TS24301Msg_PDU& pdu, const NasPositio
   nasReturn(call.pctxt, start);
   auto* request = static_cast<TS24301Msg_ServiceRequest*>(
       rtxMemHeapAllocZ(&call.pctxt->pMemHeap, sizeof(TS24301Msg_ServiceRequest)));
-  if (!request) return l3Fail(call, kDecoder, RTX_E_NO_MEMORY, __LINE__);
   pdu.data.u.obj_ServiceRequest = request;
+  if (!request) return l3Fail(call, kDecoder, RTX_E_NO_MEMORY, __LINE__);
   int status = l3DecType(call, l3_TS24301Msg_ServiceRequest, request);
   if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
   if (computed) compareShortCode(call, *request, code);
@@ -207,11 +210,14 @@ int l3Dec_TS24301Msg_PDU(L3Call& call, const L3Type& type, void* value)
   FirstOctet octet = {0, 0};
   pdu.m.secHdrPresent = 0;
   int status = lookAhead(call, start, octet);
-  if (status < 0) return status;
   // The value alone decides, whatever the discriminator: bearer identities 12 to 15 go the same way.
-  if (octet.high >= kServiceRequestHeader) return decServiceRequest(call, pdu, start);
-  if (octet.high != 0 && octet.discriminator == kMobility)
-    if (status = decSecurity(call, type, pdu, start.byteIndex); status < 0) return status;
+  if (status >= 0 && octet.high >= kServiceRequestHeader) return decServiceRequest(call, pdu, start);
+  if (status >= 0 && octet.high != 0 && octet.discriminator == kMobility)
+    status = decSecurity(call, type, pdu, start.byteIndex);
+  if (status < 0) {
+    l3InitRest(type, 0, value);
+    return status;
+  }
   status = decPlain(call, type, pdu);
   if (status < 0) return status;
   return call.pctxt->errInfo.count ? l3Ended(call, rtxErrGetStatus(call.pctxt)) : 0;

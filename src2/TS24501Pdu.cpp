@@ -66,10 +66,12 @@ int l3Dec_TS24501Msg_PDU(L3Call& call, const L3Type& type, void* value)
   TS24501Msg_PDU& pdu = *static_cast<TS24501Msg_PDU*>(value);
   pdu.m = {};
   int status = lookAhead(call, pdu.secHdr);
-  if (status < 0) return status;
-  bool isProtected = pdu.secHdr.protoDiscr == kMobility && pdu.secHdr.secHdrType != 0;
-  if (isProtected)
-    if (status = decSecurity(call, type, pdu); status < 0) return status;
+  bool isProtected = status >= 0 && pdu.secHdr.protoDiscr == kMobility && pdu.secHdr.secHdrType != 0;
+  if (isProtected) status = decSecurity(call, type, pdu);
+  if (status < 0) {
+    l3InitRest(type, 0, value);
+    return status;
+  }
   status = l3DecRows(call, type, value);
   pdu.m.secHdrPresent = isProtected; // the walk over the rows cleared it
   if (status < 0) return status;

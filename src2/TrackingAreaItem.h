@@ -87,6 +87,7 @@ template <class Item> int decTrackingAlternative(L3Call& call, const TrackingAre
 // A whole item; the rows of its type are the fields of the first octet and then the choice.
 template <class Item> int decTrackingItem(L3Call& call, const TrackingAreaTypes& types, const L3Type& type, Item& item)
 {
+  item.elements.t = 0;
   int status = l3DecRows(call, l3Slice(type, 0, 3), &item);
   if (status < 0) return status;
   L3Name frame;

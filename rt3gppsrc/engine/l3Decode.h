@@ -20,6 +20,11 @@ void l3JoinLabels(char* text, size_t count);
 // Octets left to read: those of the region, or of the buffer; never more than the buffer holds are worth storing.
 size_t l3RoomOctets(const L3Call& call);
 
+// What a failing decoder owes its record: members that it has not come to hold no pointer, count or selector of earlier
+// use. The rows from a position on, and one row that failed before it stored anything. Costs nothing on success.
+void l3InitRest(const L3Type& type, unsigned from, void* record);
+void l3InitMember(const L3Row& row, void* record);
+
 // Parts of the walk, in files of their own.
 int l3DecMember(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running);
 int l3DecString(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running);

@@ -216,17 +216,32 @@ static int readSelector(L3Call& call, const L3Type& type, const L3Row& row, cons
   return status < 0 ? l3Fail(call, type.module->decoder, status, row.line) : 0;
 }
 
-int l3DecChoice(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running)
+// The alternative that the selector tells, under its name; null with the failure reported.
+static const L3Alternative* decAlternative(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record,
+                                           L3Name& frame, int& status)
 {
   const L3Choice& choice = *static_cast<const L3Choice*>(row.info);
   uint32_t value = 0;
-  if (int status = readSelector(call, type, row, choice, record, value); status < 0) return status;
+  status = readSelector(call, type, row, choice, record, value);
+  if (status < 0) return nullptr;
   const L3Alternative* alternative = l3FindBySelector(choice, value);
-  if (!alternative) return l3Fail(call, type.module->decoder, RTX_E_INVALID_CHOICE, row.line);
-  if (choice.tagged) l3Store(record + row.offset, 4, alternative->tag);
+  status = alternative ? l3PushName(call, frame, alternative->row.name) : RTX_E_INVALID_CHOICE;
+  if (status >= 0) return alternative;
+  status = l3Fail(call, type.module->decoder, status, row.line);
+  return nullptr;
+}
+
+int l3DecChoice(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running)
+{
+  const L3Choice& choice = *static_cast<const L3Choice*>(row.info);
   L3Name frame;
-  int status = l3PushName(call, frame, alternative->row.name);
-  if (status < 0) return l3Fail(call, type.module->decoder, status, row.line);
+  int status = 0;
+  const L3Alternative* alternative = decAlternative(call, type, row, record, frame, status);
+  if (!alternative) {
+    l3InitMember(row, record);
+    return status;
+  }
+  if (choice.tagged) l3Store(record + row.offset, 4, alternative->tag);
   if (alternative->row.op == kL3Record) memset(record + alternative->row.offset, 0, alternative->row.type->size);
   status = l3DecMember(call, type, alternative->row, record, running);
   if (status < 0) return status;
@@ -279,13 +294,13 @@ int l3DecBody(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* recor
   const L3Body& body = *static_cast<const L3Body*>(row.info);
   int status = 0;
   const L3BodyRow* found = findBody(call, type, row, record, status);
-  if (!found) return status;
-  l3Store(record + row.offset, 4, found->tag);
-  if (!found->type) return 0;
+  if (found) l3Store(record + row.offset, 4, found->tag);
+  if (found && !found->type) return 0;
   void* message = record + body.pointerOffset;
-  if (!found->inlined) {
-    message = rtxMemHeapAlloc(&call.pctxt->pMemHeap, found->type->size);
-    memcpy(record + body.pointerOffset, &message, sizeof message);
+  if (!found || !found->inlined) {
+    message = found ? rtxMemHeapAlloc(&call.pctxt->pMemHeap, found->type->size) : nullptr;
+    memcpy(record + body.pointerOffset, &message, sizeof message); // also null: an earlier pointer leads nowhere
+    if (!found) return status;
     if (!message) return l3Fail(call, type.module->decoder, RTX_E_NO_MEMORY, row.line);
     memset(message, 0, found->type->size);
   }

@@ -215,9 +215,12 @@ static int decElement(L3Call& call, RowWalk& walk, const L3Row& row)
   if (row.op == kL3Length) return decLength(call, walk, row);
   if (row.when != kL3Always && passedOver(call, walk, row)) return 0;
   L3Name frame;
-  if (int status = l3PushRow(call, moduleOf(walk.type), row, frame); status < 0) return status;
-  int there = row.when == kL3Always ? 1 : isThere(call, walk, row);
-  if (there < 0) return there;
+  int there = l3PushRow(call, moduleOf(walk.type), row, frame);
+  if (there >= 0) there = row.when == kL3Always ? 1 : isThere(call, walk, row);
+  if (there < 0) {
+    l3InitMember(row, walk.record);
+    return there;
+  }
   if (there) {
     int status = l3DecMember(call, walk.type, row, walk.record, walk.running);
     if (status < 0) return status;
@@ -304,8 +307,12 @@ static bool endsHere(L3Call& call, const RowWalk& walk, const L3Row& row)
       continue;
     }
     if (endsHere(call, walk, *row)) return 0;
-    if (int status = decElement(call, walk, *row); status < 0) return status;
-    if (overrun(call, walk)) return reportOverrun(call, walk, row->line);
+    int status = decElement(call, walk, *row);
+    if (status >= 0 && overrun(call, walk)) status = reportOverrun(call, walk, row->line);
+    if (status < 0) {
+      l3InitRest(type, static_cast<unsigned>(row + 1 - type.rows), record);
+      return status;
+    }
     if (row->flags & kL3InRelease && lastOfRelease(type, row)) leaveRelease(call, walk, *row);
     if (walk.done) return 0;
   }

@@ -41,6 +41,13 @@ static size_t fillable(const L3Call& call, size_t count)
   return count < l3Unread(call.pctxt) ? count : l3Unread(call.pctxt);
 }
 
+// A string that was not stored.
+static int failString(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int status)
+{
+  l3InitMember(row, record);
+  return l3Fail(call, type.module->decoder, status, row.line);
+}
+
 static int decHeapOctets(L3Call& call, uint8_t* member, size_t count, int& running)
 {
   size_t fill = fillable(call, count);
@@ -80,12 +87,12 @@ static int decOctetString(L3Call& call, const L3Type& type, const L3Row& row, ui
   }
   size_t count = 0;
   int status = countOctets(call, row, record, info.from, info.field, info.lengthBits, count);
-  if (status < 0) return l3Fail(call, type.module->decoder, status, row.line);
+  if (status < 0) return failString(call, type, row, record, status);
   if (info.cap)
     decInlineOctets(call, info, member, count, running);
   else
     status = decHeapOctets(call, member, count, running);
-  if (status < 0) return l3Fail(call, type.module->decoder, status, row.line);
+  if (status < 0) return failString(call, type, row, record, status);
   // What an inline string has no room for is remarked as what its range forbids is.
   bool tooLong = info.cap && count > info.cap;
   if (tooLong || (info.ranged && (count < info.lo || count > info.hi)))
@@ -124,7 +131,7 @@ static int decBitString(L3Call& call, const L3Type& type, const L3Row& row, uint
   if (fill > bits) fill = bits;
   uint8_t* data = nullptr;
   if (bits && !(data = static_cast<uint8_t*>(allocate(call, fill / 8 + 1))))
-    return l3Fail(call, type.module->decoder, RTX_E_NO_MEMORY, row.line);
+    return failString(call, type, row, record, RTX_E_NO_MEMORY);
   if (data) memset(data, 0, fill / 8 + 1); // a failing read leaves some of them
   struct {
     uint32_t numbits;
@@ -155,10 +162,10 @@ static int decText(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* 
   const L3Text& info = *static_cast<const L3Text*>(row.info);
   size_t count = 0;
   int status = countOctets(call, row, record, info.from, info.field, info.lengthBits, count);
-  if (status < 0) return l3Fail(call, type.module->decoder, status, row.line);
+  if (status < 0) return failString(call, type, row, record, status);
   size_t fill = fillable(call, count);
   char* text = static_cast<char*>(allocate(call, fill + 1));
-  if (!text) return l3Fail(call, type.module->decoder, RTX_E_NO_MEMORY, row.line);
+  if (!text) return failString(call, type, row, record, RTX_E_NO_MEMORY);
   text[0] = 0;
   memcpy(record + row.offset, &text, sizeof text);
   status = l3DecOctets(call, reinterpret_cast<uint8_t*>(text), count);
