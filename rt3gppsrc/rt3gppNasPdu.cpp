@@ -81,13 +81,18 @@ bool nasIsCiphered(int secHdrType)
   return secHdrType == 2 || secHdrType == 4;
 }
 
+int nasRefuseStream(L3Call& call, const L3Type& type)
+{
+  if (!rtxIsOutputBufferFlushable(call.pctxt)) return 0;
+  l3ToLists(call); // its failure has a path and a parameter
+  rtxErrAddStrParm(call.pctxt, "protect a message in a stream");
+  return l3FailNew(call, type.module->encoder, RTX_E_NOT_SUPPORTED, type.line);
+}
+
 int nasProtect(L3Call& call, const L3Type& type, size_t start, const NasSpans& spans, int secHdrType, uint32_t& code)
 {
   if (call.trial) return l3Fail(call, type.module->encoder, RTX_E_NO_SECURITY, type.line);
-  if (rtxIsOutputBufferFlushable(call.pctxt)) { // a part of the message may have left the buffer
-    rtxErrAddStrParm(call.pctxt, "protect a message in a stream");
-    return l3FailNew(call, type.module->encoder, RTX_E_NOT_SUPPORTED, type.line);
-  }
+  if (int status = nasRefuseStream(call, type); status < 0) return status;
   if (nasIsCiphered(secHdrType))
     if (int status = nasCipher(call, type, start + spans.cipheredFrom); status < 0) return status;
   return nasSign(call, type, start, spans, code);

@@ -31,6 +31,9 @@ int nasDecipher(L3Call& call, const L3Type& type, size_t from);
 int nasEncodePlain(L3Call& call, const L3Type& pdu, void* record, bool& known);
 // Are messages of this header type ciphered? The numbers are the same in both systems.
 bool nasIsCiphered(int secHdrType);
+// -60 on a stream that takes octets out of the buffer: a code is written back over its place, and covers what stands
+// before it.
+int nasRefuseStream(L3Call& call, const L3Type& type);
 // Ciphers if the header type says so, signs the ciphered octets, and writes the code over its place.
 int nasProtect(L3Call& call, const L3Type& type, size_t start, const NasSpans& spans, int secHdrType, uint32_t& code);
 

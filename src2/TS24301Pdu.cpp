@@ -224,9 +224,10 @@ int l3Dec_TS24301Msg_PDU(L3Call& call, const L3Type& type, void* value)
 }
 
 // The short code goes into the record and over the two octets just written for it.
-static int encServiceRequest(L3Call& call, TS24301Msg_PDU& pdu, size_t start)
+static int encServiceRequest(L3Call& call, const L3Type& type, TS24301Msg_PDU& pdu, size_t start)
 {
   RtxContext* pctxt = call.pctxt;
+  if (int refused = nasRefuseStream(call, type); refused < 0) return refused;
   if (pdu.data.t != kServiceRequest) return l3Fail(call, kEncoder, RTX_E_INVALID_CHOICE, __LINE__);
   TS24301Msg_ServiceRequest* request = pdu.data.u.obj_ServiceRequest;
   if (!request) return l3Fail(call, kEncoder, RTX_E_NULL_POINTER, __LINE__);
@@ -249,7 +250,7 @@ int l3Enc_TS24301Msg_PDU(L3Call& call, const L3Type& type, void* value)
   TS24301Msg_PDU& pdu = *static_cast<TS24301Msg_PDU*>(value);
   size_t start = call.pctxt->buffer.byteIndex;
   int header = pdu.m.secHdrPresent && pdu.secHdr.protoDiscr == kMobility ? pdu.secHdr.secHdrType : 0;
-  if (header == kServiceRequestHeader) return encServiceRequest(call, pdu, start);
+  if (header == kServiceRequestHeader) return encServiceRequest(call, type, pdu, start);
   int status = 0;
   if (header != 0) status = encPart(call, kEncoder, "secHdr", l3_TS24007L3_SecProtMsgHeader, &pdu.secHdr);
   if (status < 0) return status;

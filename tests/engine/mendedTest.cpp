@@ -220,11 +220,12 @@ TEST(Mended, IdentitiesWithoutAnEndAreRefused)
 // A protected message is signed where it stands, which a file that takes part of it has put out of reach.
 TEST(Mended, ProtectedMessagesAreNotSignedInFiles)
 {
-  for (const char* name : {"TS24501Msg_PDU", "TS24301Msg_PDU"})
-    for (int before : {0, 42}) {
-      bool is5gs = name[4] == '5';
-      Octets octets =
-          is5gs ? Octets{0x7E, 3, 1, 2, 3, 4, 0, 0x7E, 0, 0x44, 3} : Octets{0x17, 1, 2, 3, 4, 0, 7, 0x44, 3};
+  const std::pair<const char*, Octets> messages[] = {
+      {"TS24501Msg_PDU", {0x7E, 3, 1, 2, 3, 4, 0, 0x7E, 0, 0x44, 3}},
+      {"TS24301Msg_PDU", {0x17, 1, 2, 3, 4, 0, 7, 0x44, 3}},
+      {"TS24301Msg_PDU", {0xC7, 0x01, 0x02, 0x03}}}; // a service request, whose code covers two octets
+  for (const auto& [name, octets] : messages)
+    for (int before : {0, 42, 1023}) { // the last in front of the buffer's end
       Bench bench(octets, {.security = true});
       Octets record(l3FindType(name)->type->size);
       ASSERT_EQ(l3FindType(name)->decode(bench, record.data()), RTX_E_BAD_MAC);
