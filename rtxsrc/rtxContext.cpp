@@ -174,7 +174,7 @@ uint32_t rtxCtxtClearFlag(RtxContext* pctxt, uint32_t mask)
 
 int rtxInitContextBuffer(RtxContext* pctxt, uint8_t* bufaddr, size_t bufsize)
 {
-  if (rtxCheckContext(pctxt) != 0) return rtxErrSetNewData(pctxt, RTX_E_NO_CONTEXT, kModule, __LINE__);
+  if (rtxCheckContext(pctxt) != 0) return RTX_E_NO_CONTEXT; // nothing in it can be followed, not even the error list
   RtxBuffer* buffer = &pctxt->buffer;
   const bool ownsSystemMemory = buffer->dynamic && (pctxt->flags & RTX_FLAG_SYSMEM_BUFFER) != 0;
   if (ownsSystemMemory && buffer->data != nullptr) dropBuffer(pctxt);
@@ -197,6 +197,7 @@ int rtxInitContextBuffer(RtxContext* pctxt, uint8_t* bufaddr, size_t bufsize)
 int rtxCtxtSetBufPtr(RtxContext* pctxt, uint8_t* bufaddr, size_t bufsize)
 {
   int status = rtxInitContextBuffer(pctxt, bufaddr, bufsize);
+  if (status == RTX_E_NO_CONTEXT) return status;
   if (status < 0) return rtxReport(pctxt, status, kModule, __LINE__);
   pctxt->flags |= RTX_FLAG_BUFFER_MODE;
   pctxt->state = 0;

@@ -35,14 +35,15 @@ VELNOR_API void rtxCtxtSetFlag(RtxContext* pctxt, uint32_t mask);
 VELNOR_API uint32_t rtxCtxtClearFlag(RtxContext* pctxt, uint32_t mask);
 
 /** Binds `bufsize` octets, which stay the caller's, and puts the cursor at their start. With a null `bufaddr` the
- *  context gets a growing buffer of its own, of `bufsize` octets or 1024 if that is 0. Returns 0, RTX_E_NO_CONTEXT or
- *  RTX_E_NO_MEMORY. */
+ *  context gets a growing buffer of its own, of `bufsize` octets or 1024 if that is 0. Returns 0, RTX_E_NO_MEMORY, or
+ *  RTX_E_NO_CONTEXT for a null or uninitialised context, which is not looked into: no error record tells of it. */
 VELNOR_API int rtxInitContextBuffer(RtxContext* pctxt, uint8_t* bufaddr, size_t bufsize);
 /** Primes a coding job: the same, and coding then runs in the buffer alone, whatever stream is attached. */
 VELNOR_API int rtxCtxtSetBufPtr(RtxContext* pctxt, uint8_t* bufaddr, size_t bufsize);
 
-/** Releases all that the current job allocated and gives the storage back; the context stays. A buffer that the run-time
- *  owns goes as well, with what a stream has read ahead or not yet written; so do security state and bit trace. */
+/** Releases all that the current job allocated and gives the storage back; the context stays. A buffer that the
+ * run-time owns goes as well, with what a stream has read ahead or not yet written; so do security state and bit trace.
+ */
 VELNOR_API void rtxMemFree(RtxContext* pctxt);
 /** Releases all that the current job allocated but keeps the storage for the next job. Buffer, security state and bit
  *  trace go with it where they lie in the context's heap. */

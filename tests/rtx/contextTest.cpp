@@ -37,12 +37,24 @@ TEST(Context, LivesFromInitToFree)
   EXPECT_NE(0U, ctxt.flags & RTX_FLAG_SYSMEM_BUFFER);
   rtxMemFree(&ctxt);
   EXPECT_EQ(0U, ctxt.flags & RTX_FLAG_SYSMEM_BUFFER);
-  ctxt.initCode = 0;
-  EXPECT_EQ(RTX_E_NO_CONTEXT, rtxCtxtSetBufPtr(&ctxt, octets, 1));
-  EXPECT_EQ(2, static_cast<RtxErrInfo*>(ctxt.errInfo.head->data)->stkx);
-  ctxt.initCode = RTX_CTXT_INIT_CODE;
   rtxFreeContext(&ctxt);
   EXPECT_EQ(nullptr, ctxt.pMemHeap);
+}
+
+// What is no context holds no list for an error record: it is refused without being looked into.
+TEST(Context, BindingABufferToNoContextIsRefused)
+{
+  uint8_t octets[4] = {};
+  EXPECT_EQ(RTX_E_NO_CONTEXT, rtxInitContextBuffer(nullptr, octets, 4));
+  EXPECT_EQ(RTX_E_NO_CONTEXT, rtxCtxtSetBufPtr(nullptr, octets, 4));
+  for (int fill : {0, 0xA5}) { // zeroed or freed; never initialised
+    RtxContext ctxt, before;
+    memset(&ctxt, fill, sizeof ctxt);
+    memset(&before, fill, sizeof before);
+    EXPECT_EQ(RTX_E_NO_CONTEXT, rtxInitContextBuffer(&ctxt, octets, 4));
+    EXPECT_EQ(RTX_E_NO_CONTEXT, rtxCtxtSetBufPtr(&ctxt, octets, 4));
+    EXPECT_EQ(0, memcmp(&before, &ctxt, sizeof ctxt));
+  }
 }
 
 RtxContext* gHooked = nullptr;
