@@ -21,7 +21,8 @@ int notSupported(RtxContext* pctxt, const char* what, uint32_t algorithm, int li
   return rtxErrSetNewData(pctxt, RTX_E_NOT_SUPPORTED, kModule, line);
 }
 
-// Key material that a failed assignment has wiped while the old algorithm still stands.
+// A key that the caller did not give, or material that a failed assignment has wiped while the old algorithm still
+// stands.
 int keysGone(RtxContext* pctxt, const char* what, int line)
 {
   rtxErrAddStrParm(pctxt, what);
@@ -55,6 +56,7 @@ int prepareIntegrity(RtxContext* pctxt, const uint8_t* key, uint32_t algorithm)
 {
   if (algorithm == RTX_3GPP_ALG_NULL) return 0;
   if (algorithm != RTX_3GPP_ALG_AES) return notSupported(pctxt, "integrity algorithm", algorithm, __LINE__);
+  if (!key) return keysGone(pctxt, "integrityKey", __LINE__);
   Rtx3gppSecContext* sec = pctxt->pSecurity;
   int status = allocateOnce(pctxt, sec->keySchedules, kScheduleOctets);
   if (status < 0) return status;
@@ -65,10 +67,21 @@ int prepareIntegrity(RtxContext* pctxt, const uint8_t* key, uint32_t algorithm)
   return 0;
 }
 
+// The record keeps its old algorithms after a failure. Codes under the new key would then pass for codes under the old
+// one, so the new key goes again.
+int dropIntegrity(RtxContext* pctxt, int status)
+{
+  Rtx3gppSecContext* sec = pctxt->pSecurity;
+  wipeAndFree(pctxt, sec->cmacSubkeys, kCmacSubkeyOctets);
+  if (sec->keySchedules) rtx3gppWipe(sec->keySchedules, kScheduleOctets / 2);
+  return status;
+}
+
 int prepareCipher(RtxContext* pctxt, const uint8_t* key, uint32_t algorithm)
 {
   if (algorithm == RTX_3GPP_ALG_NULL) return 0;
   if (algorithm != RTX_3GPP_ALG_AES) return notSupported(pctxt, "cipher algorithm", algorithm, __LINE__);
+  if (!key) return keysGone(pctxt, "cipherKey", __LINE__);
   Rtx3gppSecContext* sec = pctxt->pSecurity;
   const int status = allocateOnce(pctxt, sec->keySchedules, kScheduleOctets);
   if (status < 0) return status;
@@ -126,9 +139,8 @@ int rtx3gppAssignAlgorithmKeys(RtxContext* pctxt, const uint8_t* integrityKey, c
   if (!sec) return rtxErrSetData(pctxt, RTX_E_NO_SECURITY, kModule, __LINE__);
   wipeUnused(pctxt, integrityAlg, cipherAlg);
   int status = prepareIntegrity(pctxt, integrityKey, integrityAlg);
-  if (status < 0) return status;
-  status = prepareCipher(pctxt, cipherKey, cipherAlg);
-  if (status < 0) return status;
+  if (status >= 0) status = prepareCipher(pctxt, cipherKey, cipherAlg);
+  if (status < 0) return integrityAlg == RTX_3GPP_ALG_AES ? dropIntegrity(pctxt, status) : status;
   sec->cipherKey = cipherKey;
   sec->integrityKey = integrityKey;
   sec->cipherAlg = cipherAlg;

@@ -20,8 +20,8 @@ VELNOR_BEGIN_DECLS
 /** The security record of a context, reached through RtxContext.pSecurity. */
 typedef struct Rtx3gppSecContext {
   uint32_t count;              /**< The NAS COUNT of the next operation; written by the caller. */
-  uint8_t bearer;              /**< The bearer identity, 5 bits used; written by the caller. */
-  uint8_t direction;           /**< The direction bit, 0 uplink or 1 downlink; written by the caller. */
+  uint8_t bearer;              /**< The bearer identity, 0 to 31; written by the caller. */
+  uint8_t direction;           /**< 0 uplink, 1 downlink; more spills into the bearer. Written by the caller. */
   const uint8_t* integrityKey; /**< The caller's integrity key, 16 octets; only the pointer is kept. */
   const uint8_t* cipherKey;    /**< The caller's ciphering key, 16 octets; only the pointer is kept. */
   uint32_t integrityAlg;       /**< RTX_3GPP_ALG_NULL or RTX_3GPP_ALG_AES. */
@@ -39,8 +39,10 @@ VELNOR_API int rtx3gppSecInitialize(struct RtxContext* pctxt);
 /**
  * Sets keys (16 octets each, read now; may be null with RTX_3GPP_ALG_NULL) and algorithms. Wipes what the new
  * algorithms no longer need, except that a cipher schedule stays as long as integrity uses AES. Returns 0,
- * RTX_E_NO_SECURITY, RTX_E_NO_MEMORY, or RTX_E_NOT_SUPPORTED for another algorithm; after a failure the old
- * algorithms still stand in the record while their keys may be gone, so assign again before the next message.
+ * RTX_E_NO_SECURITY, RTX_E_NO_MEMORY, RTX_E_NULL_POINTER for a key that is missing, or RTX_E_NOT_SUPPORTED for another
+ * algorithm. Treat a failure as the end of the keyed state and assign again before the next message: the old algorithms
+ * still stand in the record (the null ones, if none were set: then codes are 0 and nothing is ciphered), and a service
+ * uses the old key or, where that is gone, gives RTX_E_NULL_POINTER. It never uses the refused key.
  */
 VELNOR_API int rtx3gppAssignAlgorithmKeys(struct RtxContext* pctxt, const uint8_t* integrityKey,
                                           const uint8_t* cipherKey, uint32_t integrityAlg, uint32_t cipherAlg);
@@ -58,7 +60,12 @@ VELNOR_API int rtx3gppComputeMAC(struct RtxContext* pctxt, const uint8_t* octets
  */
 VELNOR_API int rtx3gppCipher(struct RtxContext* pctxt, uint8_t* octets, uint64_t length);
 
-/** Wipes and frees subkeys and schedules, frees the record and clears RtxContext.pSecurity. */
+/**
+ * Wipes and frees subkeys and schedules, frees the record and clears RtxContext.pSecurity. Call it before rtxMemReset,
+ * rtxMemFree or rtxFreeContext, which take the record with the heap and wipe nothing. Without a record it leaves
+ * RTX_E_NO_SECURITY in the context, and the next message decoded without an end of the job in between ends with that:
+ * ask whether RtxContext.pSecurity is set, or call rtxErrReset.
+ */
 VELNOR_API void rtx3gppSecFree(struct RtxContext* pctxt);
 
 VELNOR_END_DECLS
