@@ -11,6 +11,8 @@
 
 namespace {
 
+// Kept in registers where the compiler optimises; elsewhere, or where they do not all fit, on the stack. Whoever loads
+// them wipes them.
 struct RoundKeys {
   __m128i round[kAesRounds + 1];
 };
@@ -50,24 +52,26 @@ template <size_t lanes> AES_FUNCTION inline void encryptLanes(const RoundKeys& k
 
 AES_FUNCTION void encryptBlocks(const uint32_t* schedule, const uint8_t* in, uint8_t* out, size_t blocks)
 {
-  const RoundKeys keys = loadKeys(schedule);
+  RoundKeys keys = loadKeys(schedule);
   for (size_t i = 0; i < blocks; i++) {
     __m128i block[1] = {loadBlock(in + i * kAesBlockOctets)};
     encryptLanes(keys, block);
     storeBlock(out + i * kAesBlockOctets, block[0]);
   }
+  rtx3gppWipe(&keys, sizeof keys);
 }
 
 AES_FUNCTION void chainBlocks(const uint32_t* schedule, const uint8_t* message, size_t blocks, const uint8_t* last,
                               uint8_t* tag)
 {
-  const RoundKeys keys = loadKeys(schedule);
+  RoundKeys keys = loadKeys(schedule);
   __m128i state[1] = {_mm_setzero_si128()};
   for (size_t i = 0; i <= blocks; i++) {
     state[0] = _mm_xor_si128(state[0], loadBlock(i < blocks ? message + i * kAesBlockOctets : last));
     encryptLanes(keys, state);
   }
   storeBlock(tag, state[0]);
+  rtx3gppWipe(&keys, sizeof keys);
 }
 
 struct Counter {
@@ -89,7 +93,7 @@ AES_FUNCTION inline void keystreamLanes(const RoundKeys& keys, Counter from, uin
 
 AES_FUNCTION void makeKeystream(const uint32_t* schedule, uint8_t* counter, uint8_t* stream, size_t blocks)
 {
-  const RoundKeys keys = loadKeys(schedule);
+  RoundKeys keys = loadKeys(schedule);
   Counter from;
   __builtin_memcpy(&from, counter, sizeof from);
   from.low = __builtin_bswap64(from.low);
@@ -99,6 +103,7 @@ AES_FUNCTION void makeKeystream(const uint32_t* schedule, uint8_t* counter, uint
     keystreamLanes<kAesLanes / 2>(keys, from, stream, blocks);
   from.low = __builtin_bswap64(from.low + blocks);
   __builtin_memcpy(counter, &from, sizeof from);
+  rtx3gppWipe(&keys, sizeof keys);
 }
 
 constexpr AesPath kInstructions = {encryptBlocks, chainBlocks, makeKeystream};

@@ -1,5 +1,9 @@
 // Guards: no key outlives its use.
+#include <pthread.h>
+
+#include <algorithm>
 #include <cstring>
+#include <functional>
 #include <map>
 
 #include "tests/security/security.h"
@@ -27,7 +31,7 @@ TEST(NasSecurityMemory, ReassignmentWipesWhatTheNewAlgorithmsDoNotNeed)
 }
 
 std::map<void*, size_t> liveMemory;
-Octets returnedMemory; // what every released block held at that moment
+Octets returnedMemory; // what every released block held at that moment, and what the calls left on their stack
 
 void* watchedMalloc(size_t size)
 {
@@ -56,33 +60,73 @@ bool foundInMemory(const Octets& secret)
   return false;
 }
 
-int use(RtxContext* ctxt)
+// What a caller does, one after the other: two keys; a code over less than a block and over several; a ciphering of
+// less than a block and one that takes eight blocks at once and then one.
+int use(RtxContext* ctxt, int step)
 {
   uint32_t mac = 0;
-  int status = rtx3gppSecInitialize(ctxt);
-  if (status == 0) status = rtx3gppAssignAlgorithmKeys(ctxt, kKeyA.data(), kKeyB.data(), 2, 2);
-  return status == 0 ? rtx3gppComputeMAC(ctxt, kKeyB.data(), 16, &mac) : status;
+  uint8_t octets[9 * kAesBlockOctets] = {};
+  if (step == 0) return rtx3gppSecInitialize(ctxt);
+  if (step == 1) return rtx3gppAssignAlgorithmKeys(ctxt, kKeyA.data(), kKeyB.data(), 2, 2);
+  const size_t length = step % 2 ? 3 : sizeof octets;
+  return step < 4 ? rtx3gppComputeMAC(ctxt, octets, length, &mac) : rtx3gppCipher(ctxt, octets, length);
 }
 
-// With memory that goes back to the system piece by piece, and with the heap's
-// own blocks.
-TEST(NasSecurityMemory, HoldsNoKeysAfterSecFree)
+// What is made of the keys: the subkeys, and the schedules as words and as the octets in order.
+std::vector<Octets> madeOfKeys(const Rtx3gppSecContext& security)
 {
-  for (uint32_t flags : {uint32_t{RT_MH_USE_SYSMEM}, 0U}) {
-    RtxContext ctxt;
-    ASSERT_EQ(0, rtxInitContextExt(&ctxt, watchedMalloc, nullptr, watchedFree));
-    rtxMemHeapSetFlags(&ctxt.pMemHeap, flags);
-    ASSERT_EQ(0, use(&ctxt));
-    const uint8_t* schedules = reinterpret_cast<const uint8_t*>(ctxt.pSecurity->keySchedules);
-    const uint8_t* subkeys = ctxt.pSecurity->cmacSubkeys;
-    const Octets made[] = {{schedules, schedules + 176}, {schedules + 176, schedules + 352}, {subkeys, subkeys + 32}};
-    for (const Octets& secret : made) EXPECT_TRUE(foundInMemory(secret)) << "the search itself misses what is there";
-    rtx3gppSecFree(&ctxt);
-    for (const Octets& secret : made) EXPECT_FALSE(foundInMemory(secret));
-    EXPECT_FALSE(foundInMemory(kKeyA));
-    rtxFreeContext(&ctxt);
-    returnedMemory.clear();
+  const uint8_t* words = reinterpret_cast<const uint8_t*>(security.keySchedules);
+  std::vector<Octets> made = {
+      {security.cmacSubkeys, security.cmacSubkeys + 32}, {words, words + 176}, {words + 176, words + 352}};
+  for (size_t i : {1, 2}) {
+    made.push_back(made[i]);
+    for (size_t word = 0; word < 176; word += 4) std::reverse(&made.back()[word], &made.back()[word] + 4);
   }
+  return made;
+}
+
+// Runs something on a stack of its own, which is then searched like the memory.
+void runOnStack(const std::function<void()>& work)
+{
+  alignas(4096) static uint8_t stack[1 << 18];
+  memset(stack, 0, sizeof stack);
+  pthread_attr_t attributes;
+  pthread_t thread;
+  pthread_attr_init(&attributes);
+  ASSERT_EQ(0, pthread_attr_setstack(&attributes, stack, sizeof stack));
+  auto call = [](void* what) -> void* {
+    (*static_cast<const std::function<void()>*>(what))();
+    return nullptr;
+  };
+  ASSERT_EQ(0, pthread_create(&thread, &attributes, call, const_cast<std::function<void()>*>(&work)));
+  pthread_join(thread, nullptr);
+  pthread_attr_destroy(&attributes);
+  returnedMemory.insert(returnedMemory.end(), stack, stack + sizeof stack);
+}
+
+// With memory that goes back to the system piece by piece and with the heap's own blocks, in both ways of AES.
+TEST(NasSecurityMemory, HoldsNoKeysOnHeapOrStackAfterSecFree)
+{
+  for (AesChoice choice : {AesChoice::plain, AesChoice::instructions})
+    for (uint32_t flags : {uint32_t{RT_MH_USE_SYSMEM}, 0U}) {
+      if (!rtx3gppAesForce(choice)) continue;
+      SCOPED_TRACE(choice == AesChoice::plain ? "plain logic" : "AES instructions");
+      RtxContext ctxt;
+      ASSERT_EQ(0, rtxInitContextExt(&ctxt, watchedMalloc, nullptr, watchedFree));
+      rtxMemHeapSetFlags(&ctxt.pMemHeap, flags);
+      for (int step = 0; step < 6; ++step) {
+        int status = -1;
+        runOnStack([&] { status = use(&ctxt, step); });
+        ASSERT_EQ(0, status);
+      }
+      const std::vector<Octets> made = madeOfKeys(*ctxt.pSecurity);
+      for (size_t i : {0, 1, 2}) EXPECT_TRUE(foundInMemory(made[i])) << "the search itself misses what is there";
+      rtx3gppSecFree(&ctxt);
+      for (size_t i = 0; i < made.size(); ++i) EXPECT_FALSE(foundInMemory(made[i])) << i;
+      rtxFreeContext(&ctxt);
+      returnedMemory.clear();
+    }
+  rtx3gppAesForce(AesChoice::automatic);
 }
 
 } // namespace
