@@ -94,9 +94,12 @@ size_t rtxCtxtGetContainerRemBits(RtxContext* pctxt)
   return octets * 8 - endOffset + static_cast<size_t>(buffer->bitOffset);
 }
 
+// The position in the input. The octets of a memory stream are the buffer: what the stream has counted of them lies in
+// front of the cursor already.
 static size_t octetsPassed(const RtxContext* pctxt)
 {
-  return pctxt->buffer.byteIndex + (rtxHasStream(pctxt) ? pctxt->pStream->bytesProcessed : 0);
+  bool apart = rtxHasStream(pctxt) && (!rtxHasMemoryStream(pctxt) || rtxHasBufferedStream(pctxt));
+  return pctxt->buffer.byteIndex + (apart ? pctxt->pStream->bytesProcessed : 0);
 }
 
 size_t rtxCtxtGetBitOffset(RtxContext* pctxt)

@@ -12,6 +12,7 @@
 #include "velnor3gpp/rtxBitDecode.h"
 #include "velnor3gpp/rtxCheckBuffer.h"
 #include "velnor3gpp/rtxContainer.h"
+#include "velnor3gpp/rtxDiagBitTrace.h"
 #include "velnor3gpp/rtxMemBuf.h"
 #include "velnor3gpp/rtxStatus.h"
 #include "velnor3gpp/rtxStreamFile.h"
@@ -120,7 +121,7 @@ void compareReads(unsigned seed, const Octets& octets, RtxContext* pctxt)
     ASSERT_EQ(streamed, 0);
     ASSERT_EQ(gave, expected);
     ASSERT_EQ(pctxt->buffer.bitOffset, plain.buffer.bitOffset);
-    if (pctxt->pStream->id != RTX_STREAM_ID_MEMORY) ASSERT_EQ(rtxCtxtGetBitOffset(pctxt), plain.at());
+    ASSERT_EQ(rtxCtxtGetBitOffset(pctxt), plain.at());
   }
 }
 
@@ -179,6 +180,36 @@ TEST(Stream, BuffersOfTheCaller)
   bench.bind(message);
   EXPECT_EQ(all({rtxDecBits(&bench, nullptr, 20), rtxStreamClose(&bench)}), 0);
   EXPECT_EQ(file.contents(), "\x55\xE8\x07\x08\x09\x05\x07\x08") << "and no message in buffer mode";
+}
+
+// A memory stream's octets are the buffer, so what passed through the stream stands in front of the cursor already.
+TEST(Stream, RegionsAndTracesOfAMemoryStreamAreThoseOfItsBuffer)
+{
+  Octets octets(40, 0xA5);
+  std::string traces[2];
+  for (bool stream : {false, true}) {
+    Bench bench;
+    uint8_t copy[8];
+    size_t mark = 0;
+    uint32_t value = 0;
+    bench.bind(octets);
+    if (stream) ASSERT_EQ(rtxStreamMemoryCreateReader(&bench, octets.data(), octets.size()), 0);
+    ASSERT_EQ(all({rtxDiagCtxtBitFieldListInit(&bench), rtxReadBytes(&bench, copy, 8), rtxSkipBytes(&bench, 5)}), 0);
+    ASSERT_EQ(all({rtxCtxtMarkBitPos(&bench, &mark), rtxCtxtPushContainerBytes(&bench, 3)}), 0);
+    EXPECT_EQ(mark, 104U);
+    while (rtxCtxtContainerHasRemBits(&bench)) {
+      rtxDiagNewBitField(bench.pBitFldList, "INTEGER");
+      ASSERT_EQ(rtxDecBits(&bench, &value, 12), 0);
+      rtxDiagSetBitFldCount(bench.pBitFldList);
+    }
+    EXPECT_TRUE(rtxCtxtContainerEnd(&bench));
+    for (const RtxSListNode* node = bench.pBitFldList->fieldList.head; node; node = node->next) {
+      const RtxBitField& field = *static_cast<const RtxBitField*>(node->data);
+      traces[stream] += std::to_string(field.bitOffset) + "+" + std::to_string(field.bitCount) + " ";
+    }
+  }
+  EXPECT_EQ(traces[1], traces[0]);
+  EXPECT_EQ(traces[0], "104+12 116+12 ");
 }
 
 TEST(Stream, RegionsLooksAheadAndCapturesFollowTheInput)
