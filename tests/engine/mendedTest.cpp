@@ -310,6 +310,22 @@ TEST(Mended, EachCoderReportsAFailureOnce)
   EXPECT_EQ(encoded("TS24007L3_MsgType_MM_CC_SS", {4, 0}), 1);
 }
 
+// Each bit of the padding reads as L by itself, wherever in the octet it stands, and is written from L.
+TEST(Mended, EightBitsOfPaddingAreEightTimesL)
+{
+  for (const char* name : {"TS44018IE_LHType", "TS44018Msg_LHType"}) {
+    const L3TypeEntry& entry = *l3FindType(name);
+    Bench padding({0x2B, 0xD4}), out(Octets(2));
+    for (int32_t bit = 0; bit < 16; ++bit) {
+      int32_t value = -1;
+      EXPECT_EQ(entry.decode(padding, &value), 0);
+      EXPECT_EQ(value, bit / 8) << name << " bit " << bit;
+      EXPECT_EQ(entry.encode(out, &value), 0);
+    }
+    EXPECT_EQ(out.octets, padding.octets) << name;
+  }
+}
+
 // The field of an octet string that is longer than its array covers also what is passed over.
 TEST(Mended, TraceCoversOctetsBehindTheArray)
 {
