@@ -235,7 +235,9 @@ static void printRows(PrintWalk& walk, const L3Row* rows, size_t count, const ch
 
 static void printRecord(PrintWalk& walk, const L3Type& type, const char* name, const uint8_t* record)
 {
-  bool bare = type.flags & (kL3Bare | kL3IsChoice);
+  // A message that is one element under a name of its own (the cause of a 5GMM status) prints as a record of it.
+  bool named = type.rowCount == 1 && type.rows[0].name;
+  bool bare = type.flags & (kL3Bare | kL3IsChoice) && !named;
   bool braces = name && !bare;
   if (braces) rtxFormOpenBrace(walk.sink, name);
   printRows(walk, type.rows, type.rowCount, bare ? name : nullptr, record);
