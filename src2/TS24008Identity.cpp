@@ -15,7 +15,7 @@ using Tmgi = TS24008IE_MobileIdentity_TMGI;
 
 // The wire's types, except that no identity, 0 on the wire, is 6.
 enum IdentityTag : uint32_t { kImsi = 1, kImei, kImeisv, kTmsi, kTmgi, kNone };
-static constexpr uint8_t kTmsiLeading = 15;
+static constexpr uint8_t kFiller = 15; // the half-octet in front of a TMSI, or of an identity that pages nobody
 static constexpr uint8_t kSessionBit = 2, kPlmnBit = 1; // of a TMGI's first half-octet
 static constexpr uint8_t kMaxLength = 9;
 
@@ -32,6 +32,26 @@ static int decTmgi(L3Call& call, Tmgi& tmgi, uint8_t leading)
     status = l3DecNamed(call, kDecoder, __LINE__, "mbmsSessionID", &tmgi.mbmsSessionID, 8, 1);
   if (status >= 0) l3PopName(call);
   return status;
+}
+
+// The half-octet in front of the type, which has no digit. GMM answers with three octets of zero when it has no
+// identity, paging has one octet that begins with filler: the record's length tells which.
+static uint8_t standardLead(const Identity& identity)
+{
+  static constexpr uint8_t kNoneOfGmm = 3;
+  return identity.t == kNone && identity.length == kNoneOfGmm ? 0 : kFiller;
+}
+
+// Networks send a TMSI behind other bits as well (04 for F4); the record keeps them so that they come back.
+static void keepLead(Identity& identity, uint8_t digit1)
+{
+  identity.m.digit1Present = digit1 != standardLead(identity);
+  if (identity.m.digit1Present) identity.digit1 = digit1;
+}
+
+static uint8_t leadOf(const Identity& identity)
+{
+  return identity.m.digit1Present ? identity.digit1 : standardLead(identity);
 }
 
 static int decDigits(L3Call& call, const Identity& identity, const char* name, uint8_t odd, uint8_t digit1,
@@ -57,10 +77,12 @@ static int decInside(L3Call& call, Identity& identity)
     case kImeisv:
       return decDigits(call, identity, "imeisv", odd, digit1, u.imeisv, sizeof u.imeisv);
     case kTmsi:
+      keepLead(identity, digit1);
       return decFixed(call, kDecoder, "tmsi", u.tmsi);
     case kTmgi:
       return decTmgi(call, u.tmgi, digit1);
     case kNone:
+      keepLead(identity, digit1);
       return 0;
     default:
       return l3FailNew(call, kDecoder, RTX_E_INVALID_CHOICE, __LINE__);
@@ -70,6 +92,7 @@ static int decInside(L3Call& call, Identity& identity)
 int l3Dec_TS24008IE_MobileIdentity(L3Call& call, const L3Type&, void* value)
 {
   Identity& identity = *static_cast<Identity*>(value);
+  identity.m = {};
   identity.t = 0;
   return decIdentity(call, kDecoder, identity.length, kMaxLength, [&](size_t) { return decInside(call, identity); });
 }
@@ -119,16 +142,15 @@ static int encTmgiForm(L3Call& call, Identity& identity)
 
 static int encTmsiForm(L3Call& call, Identity& identity)
 {
-  int status = encLeading(call, identity, 1 + sizeof identity.u.tmsi, kTmsiLeading, kTmsi);
+  int status = encLeading(call, identity, 1 + sizeof identity.u.tmsi, leadOf(identity), kTmsi);
   return status < 0 ? status : encFixed(call, kEncoder, "tmsi", identity.u.tmsi);
 }
 
-// GMM answers with three octets of zero, paging has one that begins with filler: the record's length tells which.
 static int encNoIdentity(L3Call& call, Identity& identity)
 {
   static const uint8_t zeros[2] = {0, 0};
   bool gmm = identity.length == 1 + sizeof zeros;
-  int status = encLeading(call, identity, gmm ? 1 + sizeof zeros : 1, gmm ? 0 : 15, 0);
+  int status = encLeading(call, identity, gmm ? 1 + sizeof zeros : 1, leadOf(identity), 0);
   if (status < 0 || !gmm) return status;
   status = l3EncOctets(call, zeros, sizeof zeros);
   return status < 0 ? l3Fail(call, kEncoder, status, __LINE__) : 0;
