@@ -73,6 +73,25 @@ TEST(Exports, OnlyNamesOfTheKnownFamiliesAreVisible)
     })) << name;
 }
 
+// How many decoders, encoders, printers, initialisers, sample builders and setters each finished module exports.
+TEST(Exports, ModulesHaveTheirNumberOfOperations)
+{
+  const char* kKinds[] = {"NASDec_", "NASEnc_", "asn1PrtToStrm_", "asn1Init_", "asn1Test_", "asn1SetTC_"};
+  const std::map<std::string, std::vector<int>> kNumbers = {
+      {"TS24007L3", {7, 7, 7, 2, 7, 0}},           {"TS24008IE", {247, 247, 248, 128, 218, 0}},
+      {"TS24011IE", {8, 8, 8, 7, 7, 0}},           {"TS24011Msg", {9, 9, 9, 9, 9, 3}},
+      {"TS24301IE", {111, 114, 114, 64, 101, 0}},  {"TS24301Msg", {61, 61, 61, 55, 59, 81}},
+      {"TS24501IE", {316, 319, 319, 226, 269, 0}}, {"TS24501Msg", {61, 61, 61, 55, 61, 77}}};
+  std::set<std::string> names = exportedNames();
+  for (auto& [module, numbers] : kNumbers)
+    for (size_t kind = 0; kind < numbers.size(); ++kind) {
+      std::string start = kKinds[kind] + module + "_";
+      auto first = names.lower_bound(start);
+      auto end = std::find_if(first, names.end(), [&](const std::string& name) { return !name.starts_with(start); });
+      EXPECT_EQ(std::distance(first, end), numbers[kind]) << start;
+    }
+}
+
 // Functions and data that a header declares VELNOR_API.
 TEST(Exports, EveryDeclaredOperationIsThere)
 {

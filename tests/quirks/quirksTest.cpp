@@ -34,7 +34,7 @@ TEST(Quirks, WordsTakeAndGiveFunctions)
   const std::pair<std::string, std::string> kMissing[] = {
       {"Plain", ""},           {"NoEncoder", "NASEnc_"},  {"NoPrinter", "asn1PrtToStrm_"},
       {"NoInit", "asn1Init_"}, {"NoSample", "asn1Test_"}, {"Plain_octet3", "asn1Test_"},
-      {"Plain_octet4", ""}};
+      {"Plain_octet4", ""},    {"Bounded", "asn1Init_"},  {"BoundedInit", ""}};
   for (auto& [type, missing] : kMissing)
     for (const std::string& kind : kKinds) {
       std::string name = kind + "Quirks_" + type;

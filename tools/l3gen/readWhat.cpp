@@ -5,11 +5,11 @@
 
 namespace l3gen {
 
-static const std::set<std::string> kWords = {"open-decode",     "open-encode",    "no-tail",       "shifts",
-                                             "untagged",        "early-return",   "hyphen-encode", "full-length",
-                                             "null-suffix",     "no-decoder",     "no-encoder",    "no-printer",
-                                             "no-sample",       "no-init",        "sample",        "name-as",
-                                             "octets-argument", "spare-argument", "codeset-asked", "setters-return"};
+static const std::set<std::string> kWords = {
+    "open-decode",    "open-encode", "no-tail",       "shifts",        "untagged",   "early-return",
+    "hyphen-encode",  "full-length", "null-suffix",   "no-decoder",    "no-encoder", "no-printer",
+    "no-sample",      "no-init",     "init",          "sample",        "name-as",    "octets-argument",
+    "spare-argument", "zero-widens", "codeset-asked", "setters-return"};
 
 static void readSource(Words& w, What& what)
 {

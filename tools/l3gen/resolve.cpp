@@ -173,9 +173,11 @@ static bool needsInit(const What& what, const Often& often)
   if (often.end != End::None) return true;
   switch (what.kind) {
     case WhatKind::Octets:
-      return what.from != From::Fixed;
+      return what.from != From::Fixed && !what.max; // a bounded string is only its count and its octets
     case WhatKind::BitString:
+      return !what.max;
     case WhatKind::Text:
+    case WhatKind::Chars:
     case WhatKind::Choice:
     case WhatKind::Body:
       return true;
@@ -189,10 +191,11 @@ static bool needsInit(const What& what, const Often& often)
 bool needsInit(const Type& type)
 {
   if (type.kind == Kind::Enum || type.kind == Kind::Names) return false;
+  if (type.kind == Kind::Text && type.rows[0].what.kind == WhatKind::Chars) return false;
   if (type.mBits) return true;
   // Spare bits start as 0, and so do extension bits.
   return std::any_of(type.rows.begin(), type.rows.end(), [](const Row& row) {
-    bool zero = row.name.starts_with("spare") || row.name == "ext";
+    bool zero = scalarOf(row.what) && (row.name.starts_with("spare") || row.name == "ext");
     return zero || needsInit(row.what, row.often);
   });
 }

@@ -21,7 +21,7 @@ bool exports(const Type& type, const char* kind)
   if (k == "decode") return !type.has("no-decoder");
   if (k == "encode") return !type.has("no-encoder");
   if (k == "print") return !type.has("no-printer");
-  if (k == "init") return needsInit(type) && !type.has("no-init");
+  if (k == "init") return type.has("init") || (needsInit(type) && !type.has("no-init"));
   return type.has("sample") || !type.has("no-sample");
 }
 
