@@ -148,22 +148,32 @@ static const char* digitsFor(const char* name, size_t room)
   return room > 16 ? "0010101234567890" : "001010123456789";
 }
 
-static void writeDigits(SampleWalk& walk, const char* name, char* text, size_t room)
+static void writeDigits(const char* name, char* text, size_t room)
 {
   const char* digits = digitsFor(name, room);
   size_t length = strnlen(digits, room - 1);
   memcpy(text, digits, length);
   text[length] = 0;
-  walk.bits += length * 8;
+}
+
+// Each place of an array but the ending zero takes half an octet on the wire: an MCC and an MNC three octets together.
+static size_t digitBits(size_t room)
+{
+  return (room - 1) * 4;
 }
 
 static void sampleTextType(SampleWalk& walk, const L3Type& type, const char* name, uint8_t* value)
 {
-  if (l3TextForm(type) == L3TextForm::array) return writeDigits(walk, name, reinterpret_cast<char*>(value), type.size);
-  static constexpr size_t kRoom = 9; // eight digits end with an octet in any packing
+  if (l3TextForm(type) == L3TextForm::array) {
+    writeDigits(name, reinterpret_cast<char*>(value), type.size);
+    walk.bits += (digitBits(type.size) + 7) / 8 * 8;
+    return;
+  }
+  static constexpr size_t kRoom = 9; // eight digits end with an octet in any packing, and take eight octets at most
   char* text = static_cast<char*>(allocate(walk, kRoom));
   if (!text) return;
-  writeDigits(walk, name, text, kRoom);
+  writeDigits(name, text, kRoom);
+  walk.bits += (kRoom - 1) * 8;
   l3StorePointer(value, text);
 }
 
@@ -171,7 +181,11 @@ static void sampleText(SampleWalk& walk, L3SampleRecord& sample, const L3Row& ro
 {
   const L3Text& info = *static_cast<const L3Text*>(row.info);
   char* array = reinterpret_cast<char*>(sample.record + row.offset);
-  if (info.cap) return writeDigits(walk, row.name, array, info.cap);
+  if (info.cap) {
+    writeDigits(row.name, array, info.cap);
+    walk.bits += digitBits(info.cap);
+    return;
+  }
   size_t lo = info.ranged ? info.lo : 0, hi = info.ranged ? info.hi : 0xFF;
   size_t count = sizeString(walk, sample, {info.from, info.lengthBits, info.field, lo, hi}, 8);
   size_t length = info.labels && count ? count - 1 : count;
@@ -450,9 +464,11 @@ static size_t mostOf(const L3Length& info)
 static SampleRegion openRegion(SampleWalk& walk, const L3Length& info)
 {
   walk.bits += info.bits;
-  size_t end = walk.bits + mostOf(info) * info.unitBits;
+  size_t start = walk.bits;
+  if (info.fromOctet) start = (start + 7) / 8 * 8; // what shares the length's octet is not counted
+  size_t end = start + mostOf(info) * info.unitBits;
   if (end < walk.limit) walk.limit = end;
-  return {&info, walk.bits};
+  return {&info, start};
 }
 
 // Octets that the record's regions lack to their least lengths.

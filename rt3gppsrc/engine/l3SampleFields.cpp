@@ -112,12 +112,19 @@ static bool holdsFor(const L3SampleRecord& sample, const L3Cond& cond, const L3F
   return true;
 }
 
+static bool isLength(const L3SampleRecord& sample, const L3Field& field)
+{
+  const L3Row* row = findRow(sample.type, field);
+  return row && row->op == kL3Length;
+}
+
 static void searchField(L3SampleRecord& sample, const L3Cond& cond, const L3Field& field)
 {
   if (isFixed(sample, field) || holdsFor(sample, cond, field)) return;
   uint64_t before = fieldValue(sample, field);
+  bool length = isLength(sample, field);
   for (uint64_t value = 0; value < kMaxTries; ++value) {
-    if (!canHold(sample, field, value)) continue;
+    if (!length && !canHold(sample, field, value)) continue;
     l3Store(sample.record + field.offset, field.store, value);
     if (holdsFor(sample, cond, field)) return;
   }
@@ -128,8 +135,16 @@ bool l3SettleCondition(L3SampleRecord& sample, const L3Cond& cond)
 {
   for (unsigned i = 0; i < cond.count && !l3Holds(cond, sample.record); ++i)
     searchField(sample, cond, cond.terms[i].field);
-  for (unsigned i = 0; i < cond.count; ++i) settle(sample, cond.terms[i].field);
-  return l3Holds(cond, sample.record);
+  bool holds = l3Holds(cond, sample.record);
+  // An element that is there from a length on makes the length so by its own octets. The encoder works it out.
+  for (unsigned i = 0; i < cond.count; ++i) {
+    const L3Field& field = cond.terms[i].field;
+    if (isLength(sample, field))
+      l3Store(sample.record + field.offset, field.store, 0);
+    else
+      settle(sample, field);
+  }
+  return holds;
 }
 
 // The part of a joined selector value that belongs to one field.

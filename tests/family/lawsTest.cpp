@@ -33,6 +33,35 @@ TEST(FamilyLaws, SamplesComeBack)
   }
 }
 
+// Types whose optional elements exclude each other or are more than their length can count.
+const std::set<std::string> kPartSamples = {"TS24008IE_AccessCapability", "TS24008IE_BearerCapability",
+                                            "TS24008IE_MobileIdentity", "TS24501IE_CMCIRules", "TS24501IE_ExtCAGEntry"};
+
+// The types of records in a sample that lack an optional element.
+void collectParts(const L3Type& type, uint8_t* record, std::set<std::string>& lacking)
+{
+  for (unsigned bit = 0; bit < type.mBits; ++bit)
+    if (!l3HasBit(record, uint16_t(bit))) lacking.insert(type.fullName);
+  eachPresent(type, record, [&](const L3Row& row, uint8_t* inside) {
+    if (row.op == kL3Record) collectParts(*row.type, inside + row.offset, lacking);
+    return row.op != kL3Record;
+  });
+}
+
+// A sample shows every optional element, its own and those of the records within it.
+TEST(FamilyLaws, SamplesHaveEveryOptionalElement)
+{
+  std::set<std::string> lacking;
+  for (size_t i = 0; i < l3TypeCount; ++i) {
+    if (!l3TypeTable[i].sample) continue;
+    OutcomeContext ctxt;
+    auto* value = static_cast<uint8_t*>(l3TypeTable[i].sample(ctxt));
+    ASSERT_TRUE(value) << l3TypeTable[i].type->fullName;
+    collectParts(*l3TypeTable[i].type, value, lacking);
+  }
+  EXPECT_EQ(lacking, kPartSamples);
+}
+
 // Whatever a record held before it was initialised: every element is absent or empty, and what is left prints.
 TEST(FamilyLaws, InitialisedRecordsPrint)
 {
