@@ -139,6 +139,7 @@ static int decLength(L3Call& call, RowWalk& walk, const L3Row& row)
   uint16_t value = 0;
   uint8_t* member = reinterpret_cast<uint8_t*>(&value);
   int status = l3DecBits(call, member, info.bits, 2, "INTEGER");
+  if (status >= 0 && info.zeroWidens && !value) status = l3DecBits(call, member, 8, 2, "INTEGER");
   if (status < 0) return l3Fail(call, moduleOf(walk.type), status, row.line);
   if (info.member) l3Store(walk.record + row.offset, row.store, value);
   // A length may share its octet with an element that it does not count (TS 24.501, 9.11.3.46).

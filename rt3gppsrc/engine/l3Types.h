@@ -242,6 +242,7 @@ struct L3Length {
   uint8_t member;    // the record keeps it at row.offset, in row.store octets
   uint8_t fromOctet; // counts from the next octet on: the rest of its own octet lies outside
   uint32_t lo, hi;
+  uint8_t zeroWidens = 0; // on decoding, 8 bits of 0 are the upper half of a length of 16 bits
 };
 
 struct L3Release {

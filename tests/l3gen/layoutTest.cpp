@@ -9,10 +9,11 @@
 
 namespace {
 
-const L3Type* const kTypes[] = {&l3_Forms_Inner,    &l3_Forms_Either,  &l3_Forms_Bits,        &l3_Forms_Runs,
-                                &l3_Forms_Selected, &l3_Forms_Seven,   &l3_Forms_Extended,    &l3_Forms_Optional,
-                                &l3_Forms_Cause,    &l3_Forms_PDU,     &l3_Forms_Relative,    &l3_Forms_Coded,
-                                &l3_Forms_Tree,     &l3_Forms_Counted, &l3_Forms_Rest_Octets, &l3_Forms_Nested};
+const L3Type* const kTypes[] = {&l3_Forms_Inner,    &l3_Forms_Either,      &l3_Forms_Bits,         &l3_Forms_Runs,
+                                &l3_Forms_Selected, &l3_Forms_Seven,       &l3_Forms_Extended,     &l3_Forms_Optional,
+                                &l3_Forms_Cause,    &l3_Forms_PDU,         &l3_Forms_Relative,     &l3_Forms_Coded,
+                                &l3_Forms_Tree,     &l3_Forms_Counted,     &l3_Forms_Rest_Octets,  &l3_Forms_Nested,
+                                &l3_Forms_Behind,   &l3_Forms_Behind_list, &l3_Forms_Behind_octets};
 const char* const kWhen[] = {"",    "room", "bit", "room-bit", "if", "when",   "ext",
                              "ext", "more", "iei", "hand",     "LH", "room-LH"};
 const char* const kOps[] = {"uint", "bool",   "enum", "octets", "bits",    "text",    "record", "text type",

@@ -37,7 +37,7 @@ static bool whatFits(const What& what)
 // Every form that the writers know is named here: a new one is left to the walk until they know it.
 static bool rowFits(const Row& row)
 {
-  static const std::vector<std::string> known = {"name-as", "untagged", "full-length"};
+  static const std::vector<std::string> known = {"name-as", "untagged", "full-length", "zero-widens"};
   for (auto& [word, value] : row.words)
     if (std::find(known.begin(), known.end(), word) == known.end()) return false;
   if (!ends(row.often) || !whatFits(row.what)) return false;

@@ -212,6 +212,7 @@ static void list(DecodeWriter& w, const What& what, const Often& often, const st
 static void length(DecodeWriter& w, const Row& row)
 {
   take(w, row.number);
+  if (row.words.count("zero-widens")) w.giveUpIf("!w && !l3Take<8>(in, w)");
   if (row.range) w.giveUpIf(outside(*row.range, "w"));
   if (!row.member.empty()) w.line("l3Set(r." + row.member + ", w);");
   std::string bits = row.countsBits ? "w" : "w * 8";

@@ -120,6 +120,7 @@ struct Row {
   bool half = false;              // Iei
   bool own = false;               // its content is a type named after record and element
   bool shared = false;            // its list is a type named after the entries' type
+  unsigned behind = 0;            // its content lies behind a length of so many bits that no member keeps
   bool countsBits = false;        // Length
   bool fromOctet = false;         // Length: counts from the next octet
   unsigned fit = 0;               // Release

@@ -88,6 +88,12 @@ static void readPlace(Words& w, Row& row)
   row.shared = !row.own && w.accept("shared");
 }
 
+// `length W TYPE`: the type behind a length that stands on the wire alone.
+static void readBehind(Words& w, Row& row)
+{
+  if (w.accept("length")) row.behind = bitCount(w.place, w.take("a width"), 16);
+}
+
 static Row readRow(Words& w)
 {
   static const std::set<std::string> marks = {"group", "release", "end-release", "tail"};
@@ -101,6 +107,7 @@ static Row readRow(Words& w)
     readTail(w, &row.range, row.words);
     return row;
   }
+  readBehind(w, row);
   row.what = readWhat(w);
   if (w.peek() != "in") row.often = readOften(w);
   readPlace(w, row);
@@ -129,6 +136,7 @@ static Row readAlternative(Words& w, const What& parent)
     else
       row.values = ranges(w.place, w.take("values"));
     row.name = checkedName(w.place, w.take("a name"));
+    readBehind(w, row);
     row.what = readWhat(w);
     row.often = readOften(w);
     readPlace(w, row);
@@ -180,6 +188,9 @@ static void takeHand(Words& w, Type& type)
   w.list = kept;
 }
 
+// Words of a block that bend its length.
+static constexpr const char* kLengthWords[] = {"full-length", "zero-widens"};
+
 // `length W [bits] [in a..b]`: a first row; `member` tells whether the record keeps it.
 static void takeLength(Words& w, Type& type, bool member)
 {
@@ -192,7 +203,8 @@ static void takeLength(Words& w, Type& type, bool member)
   row.countsBits = w.accept("bits");
   row.fromOctet = w.accept("from-octet");
   if (w.accept("in")) row.range = range(w.place, w.take("a range"));
-  if (type.words.count("full-length")) row.words["full-length"] = "";
+  for (const char* word : kLengthWords)
+    if (type.words.count(word)) row.words[word] = "";
   type.rows.push_back(row);
 }
 
@@ -268,8 +280,8 @@ static Type* readBlock(Model& model, Module* module, Words& w)
   type->name = checkedName(w.place, w.take("a name"));
   if (type->name.find('-') != std::string::npos) refuse(w.place, "a hyphen in a type's name: '" + type->name + "'");
   type->full = module->name + "_" + type->name;
-  for (auto& word : w.list)
-    if (word == "!full-length") type->words["full-length"] = "";
+  for (const char* word : kLengthWords)
+    if (std::find(w.list.begin(), w.list.end(), std::string("!") + word) != w.list.end()) type->words[word] = "";
   readKind(w, *type, block);
   readTail(w, nullptr, type->words);
   if (!model.byName.emplace(type->full, type.get()).second) refuse(w.place, "'" + type->name + "' is defined twice");

@@ -10,6 +10,7 @@
 //     M     component-4    choice code
 //       | 0   z              bits 6                     A_component_4
 //     M     w              bits 9 more-bit own          A_w
+//     M     v              length 8 B                   A_v, which is not exported
 #include <algorithm>
 
 #include "model.h"
@@ -89,8 +90,22 @@ Type* innerType(Model& model, const Type& owner, Row& row)
   return choice ? moveOut(model, owner, row, innerName(owner, row)) : nullptr;
 }
 
+// The row is of a part that has the length in front of its content. No encoder cuts such a length.
+static void moveBehind(Model& model, const Type& owner, Row& row)
+{
+  Type* part = moveOut(model, owner, row, innerName(owner, row));
+  part->part = true;
+  Row length;
+  length.place = row.place;
+  length.when = When::Length;
+  length.number = row.behind;
+  length.words["full-length"] = "";
+  part->rows.insert(part->rows.begin(), length);
+}
+
 void giveOwnType(Model& model, const Type& owner, Row& row)
 {
+  if (row.behind) moveBehind(model, owner, row);
   if (row.own) moveOut(model, owner, row, innerName(owner, row));
   if (!row.shared) return;
   if (row.what.kind != WhatKind::Type || row.often.end == End::None)

@@ -193,9 +193,9 @@ static std::string bodyInfo(TableWriter& w, const Row& row, const std::string& p
 
 static std::string lengthInfo(TableWriter& w, const Row& row)
 {
-  return w.object("L3Length", format("%u, %d, %d, %d, %d, %d, %s", row.number, row.countsBits ? 1 : 8,
+  return w.object("L3Length", format("%u, %d, %d, %d, %d, %d, %s, %d", row.number, row.countsBits ? 1 : 8,
                                      row.range ? 1 : 0, row.words.count("full-length") != 0, !row.member.empty(),
-                                     row.fromOctet, limits(row.range).c_str()));
+                                     row.fromOctet, limits(row.range).c_str(), row.words.count("zero-widens") != 0));
 }
 
 static std::string condInfo(TableWriter& w, const Row& row)
