@@ -116,7 +116,7 @@ inline Walk fromTrickle(Walker* walk, const Octets& octets, size_t step)
 inline Walk fromFile(Walker* walk, const Octets& octets)
 {
   FILE* file = std::tmpfile();
-  fwrite(octets.data(), 1, octets.size(), file);
+  if (!octets.empty()) fwrite(octets.data(), 1, octets.size(), file);
   rewind(file);
   Bench bench;
   const int status = rtxStreamFileAttach(&bench, file, RTX_STREAM_READ);
