@@ -58,7 +58,10 @@ static void initElement(const L3Row& row, uint8_t* record)
     case kL3BitString:
       return initBits(row, member);
     case kL3Text:
-      if (!static_cast<const L3Text*>(row.info)->cap) l3StorePointer(member, nullptr);
+      if (static_cast<const L3Text*>(row.info)->cap)
+        member[0] = 0; // an array of characters: the empty text
+      else
+        l3StorePointer(member, nullptr);
       return;
     case kL3Record:
     case kL3TextType:

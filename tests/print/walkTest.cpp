@@ -99,7 +99,8 @@ TEST(Walk, PrintsDamagedBodies)
   EXPECT_GE(forms, 4U);
 }
 
-// Selectors, counts and pointers are cleared; whatever else lies in the record stays.
+// Selectors, counts and pointers are cleared, and an array of characters is the empty text; whatever else lies in the
+// record stays.
 TEST(Walk, ClearsWhatDecidesAndNothingElse)
 {
   Damaged value, cleared;
@@ -109,6 +110,7 @@ TEST(Walk, ClearsWhatDecidesAndNothingElse)
   cleared.heap.numocts = 0;
   cleared.heap.data = nullptr;
   cleared.text = nullptr;
+  cleared.digits[0] = 0;
   cleared.list = {0, nullptr};
   cleared.tagged.t = cleared.tagged.number = 0;
   ASSERT_EQ(l3Init(kDamaged, &value), 0);
