@@ -9,7 +9,7 @@
 #include "velnor3gpp/rtxStatus.h"
 
 // Both files of this name make up one module.
-static const char kModule[] = "rtx3GPP";
+static const char kModule[] = "rtx3GPPText";
 
 static const char kDecimal[] = "0123456789";
 static const char kTelephony[] = "#*0123456789abc";

@@ -7,7 +7,7 @@
 
 namespace {
 
-const char kModule[] = "rtxContext";
+const char kModule[] = "rtxElemName";
 
 int pushName(RtxContext* pctxt, const char* name)
 {

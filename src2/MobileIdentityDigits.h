@@ -6,14 +6,15 @@
 #include "rt3gppsrc/engine/l3Decode.h"
 #include "rt3gppsrc/engine/l3Encode.h"
 
+// `type` is the identity under the coder, whose rows failures are reported for.
 // Reads the length, remarks one that is not in 1..most, and what `inside` reads up to the end, a bit position.
 template <typename Length, typename Inside>
-int decIdentity(L3Call& call, const char* module, Length& length, size_t most, Inside inside);
+int decIdentity(L3Call& call, const L3Type& type, Length& length, size_t most, Inside inside);
 // Reads the digits behind the first octet into a zero-ended array, under the element name.
-inline int decIdentityDigits(L3Call& call, const char* module, const char* name, uint8_t length, uint8_t odd,
+inline int decIdentityDigits(L3Call& call, const L3Type& type, const char* name, uint8_t length, uint8_t odd,
                              uint8_t digit1, char* digits, size_t size);
 // Writes length, first octet and digits.
-inline int encIdentityDigits(L3Call& call, const char* module, const char* name, uint8_t identType, const char* digits);
+inline int encIdentityDigits(L3Call& call, const L3Type& type, const char* name, uint8_t identType, const char* digits);
 
 #include <cstring>
 
@@ -22,29 +23,29 @@ inline int encIdentityDigits(L3Call& call, const char* module, const char* name,
 #include "velnor3gpp/rtxTBCD.h"
 
 template <typename Length>
-int openIdentity(L3Call& call, const char* module, Length& length, size_t most, L3Region& region)
+int openIdentity(L3Call& call, const L3Type& type, Length& length, size_t most, L3Region& region)
 {
   L3Name frame;
   l3PushName(call, frame, "length");
   int status = l3DecBits(call, reinterpret_cast<uint8_t*>(&length), 8 * sizeof length, sizeof length, "INTEGER");
-  if (status < 0) return l3Fail(call, module, status, __LINE__);
-  if (length == 0 || length > most) l3NoteRange(call, module, __LINE__, length);
+  if (status < 0) return l3DecFailed(call, type, "length", status);
+  if (length == 0 || length > most) l3NoteRange(call, type.module->decoder, l3LineOf(type, "length"), length);
   status = l3PushRegion(call, region, length, false);
-  if (status < 0) return l3Fail(call, module, status, __LINE__);
+  if (status < 0) return l3DecFailed(call, type, "length", status);
   l3PopName(call);
   return 0;
 }
 
 template <typename Length, typename Inside>
-int decIdentity(L3Call& call, const char* module, Length& length, size_t most, Inside inside)
+int decIdentity(L3Call& call, const L3Type& type, Length& length, size_t most, Inside inside)
 {
   L3Region region;
-  int status = openIdentity(call, module, length, most, region);
+  int status = openIdentity(call, type, length, most, region);
   if (status < 0) return status;
   size_t end = l3BitPos(call.pctxt) + size_t{length} * 8;
   if (status = inside(end); status < 0) return status;
-  if (l3BitPos(call.pctxt) > end) return l3Fail(call, module, RTX_E_BAD_LENGTH, __LINE__);
-  if (status = rtxCtxtSetBitOffset(call.pctxt, end); status < 0) return l3Fail(call, module, status, __LINE__);
+  if (l3BitPos(call.pctxt) > end) return l3DecFailed(call, type, nullptr, RTX_E_BAD_LENGTH);
+  if (status = rtxCtxtSetBitOffset(call.pctxt, end); status < 0) return l3DecFailed(call, type, nullptr, status);
   l3PopRegion(call);
   return 0;
 }
@@ -85,7 +86,7 @@ inline bool putIdentityDigits(L3Call& call, uint8_t identType, const char* digit
   return true;
 }
 
-inline int decIdentityDigits(L3Call& call, const char* module, const char* name, uint8_t length, uint8_t odd,
+inline int decIdentityDigits(L3Call& call, const L3Type& type, const char* name, uint8_t length, uint8_t odd,
                              uint8_t digit1, char* digits, size_t size)
 {
   if (takeIdentityDigits(call, length, odd, digit1, digits, size)) return 0;
@@ -93,19 +94,19 @@ inline int decIdentityDigits(L3Call& call, const char* module, const char* name,
   l3PushName(call, frame, name);
   l3ToLists(call); // the operation reads through the public functions
   int status = rtx3GPPDecMobileIdentityType1(call.pctxt, length, odd, digit1, digits, size);
-  if (status < 0) return l3Fail(call, module, status, __LINE__);
+  if (status < 0) return l3DecFailed(call, type, name, status);
   l3PopName(call);
   return 0;
 }
 
-inline int encIdentityDigits(L3Call& call, const char* module, const char* name, uint8_t identType, const char* digits)
+inline int encIdentityDigits(L3Call& call, const L3Type& type, const char* name, uint8_t identType, const char* digits)
 {
   if (digits && identType < 8 && putIdentityDigits(call, identType, digits)) return 0;
   L3Name frame;
   l3PushName(call, frame, name);
   l3ToLists(call);
   int status = rtx3GPPEncMobileIdentityType1(call.pctxt, identType, digits);
-  if (status < 0) return l3Fail(call, module, status, __LINE__);
+  if (status < 0) return l3EncFailed(call, type, name, status);
   l3PopName(call);
   return 0;
 }

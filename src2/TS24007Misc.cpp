@@ -6,25 +6,23 @@
 #include "rt3gppsrc/engine/l3Encode.h"
 #include "velnor3gpp/TS24007L3.h"
 
-static constexpr char kDecoder[] = "TS24007L3Dec";
-static constexpr char kEncoder[] = "TS24007L3Enc";
-
-int l3Dec_TS24007L3_L3HdrOptions(L3Call& call, const L3Type&, void* value)
+int l3Dec_TS24007L3_L3HdrOptions(L3Call& call, const L3Type& type, void* value)
 {
   auto& options = *static_cast<TS24007L3_L3HdrOptions*>(value);
   options.t = 1;
-  return l3DecNamed(call, kDecoder, __LINE__, "skipInd", &options.u.skipInd, 4, 1);
+  return l3DecNamed(call, type, "skipInd", &options.u.skipInd, 4, 1);
 }
 
 static int encTransId(L3Call& call, uint8_t flag, uint8_t number)
 {
+  const L3Type& type = l3_TS24007L3_L3HdrOptions_transId;
   L3Name outer, inner;
   l3PushName(call, outer, "transId");
   l3PushName(call, inner, "flag");
   int status = l3EncBits(call, flag, 1, "BOOLEAN");
-  if (status < 0) return l3Fail(call, kEncoder, status, __LINE__);
+  if (status < 0) return l3EncFailed(call, type, "flag", status);
   l3PopName(call);
-  status = l3EncNamed(call, kEncoder, __LINE__, "value", number > 7 ? 7 : number, 3, 1);
+  status = l3EncNamed(call, type, "value", number > 7 ? 7 : number, 3, 1);
   if (status >= 0) l3PopName(call);
   return status;
 }
@@ -36,7 +34,7 @@ static int encBearer(L3Call& call, const L3Type& type, int32_t identity)
   // The alternative's own descriptor tests membership: it is the third of the choice.
   const auto& choice = *static_cast<const L3Choice*>(type.rows[0].info);
   int status = l3EncType(call, *l3FindByTag(choice, 3)->row.type, &identity);
-  if (status < 0) return l3Fail(call, kEncoder, status, __LINE__);
+  if (status < 0) return l3EncFailed(call, type, "epsBearerIdent", status);
   l3PopName(call);
   return status;
 }
@@ -46,15 +44,15 @@ int l3Enc_TS24007L3_L3HdrOptions(L3Call& call, const L3Type& type, void* value)
   auto& options = *static_cast<TS24007L3_L3HdrOptions*>(value);
   switch (options.t) {
     case 1:
-      return l3EncNamed(call, kEncoder, __LINE__, "skipInd", options.u.skipInd, 4, 1);
+      return l3EncNamed(call, type, "skipInd", options.u.skipInd, 4, 1);
     case 2:
       return encTransId(call, options.u.transId.flag, options.u.transId.value);
     case 3:
       return encBearer(call, type, options.u.epsBearerIdent);
     case 4:
-      return l3EncNamed(call, kEncoder, __LINE__, "secHdr", options.u.secHdr, 4, 1);
+      return l3EncNamed(call, type, "secHdr", options.u.secHdr, 4, 1);
     default:
-      return l3Fail(call, kEncoder, RTX_E_INVALID_CHOICE, __LINE__);
+      return l3EncFailed(call, type, nullptr, RTX_E_INVALID_CHOICE);
   }
 }
 

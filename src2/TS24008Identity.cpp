@@ -7,11 +7,10 @@
 #include "src2/NamedParts.h"
 #include "velnor3gpp/TS24008IES.h"
 
-static constexpr char kDecoder[] = "TS24008IESDec";
-static constexpr char kEncoder[] = "TS24008IESEnc";
-
 using Identity = TS24008IE_MobileIdentity;
 using Tmgi = TS24008IE_MobileIdentity_TMGI;
+static constexpr const L3Type& kIdentity = l3_TS24008IE_MobileIdentity;
+static constexpr const L3Type& kTmgiPart = l3_TS24008IE_MobileIdentity_TMGI;
 
 // The wire's types, except that no identity, 0 on the wire, is 6.
 enum IdentityTag : uint32_t { kImsi = 1, kImei, kImeisv, kTmsi, kTmgi, kNone };
@@ -25,11 +24,11 @@ static int decTmgi(L3Call& call, Tmgi& tmgi, uint8_t leading)
   l3PushName(call, frame, "tmgi");
   tmgi.m.mcc_mncPresent = (leading & kPlmnBit) != 0;
   tmgi.m.mbmsSessionIDPresent = (leading & kSessionBit) != 0;
-  int status = decFixed(call, kDecoder, "mbmsServiceID", tmgi.mbmsServiceID);
+  int status = decFixed(call, kTmgiPart, "mbmsServiceID", tmgi.mbmsServiceID);
   if (status >= 0 && tmgi.m.mcc_mncPresent)
-    status = decPart(call, kDecoder, "mcc-mnc", l3_TS24008IE_MCCMNCPair, &tmgi.mcc_mnc);
+    status = decPart(call, kTmgiPart, "mcc-mnc", l3_TS24008IE_MCCMNCPair, &tmgi.mcc_mnc);
   if (status >= 0 && tmgi.m.mbmsSessionIDPresent)
-    status = l3DecNamed(call, kDecoder, __LINE__, "mbmsSessionID", &tmgi.mbmsSessionID, 8, 1);
+    status = l3DecNamed(call, kTmgiPart, "mbmsSessionID", &tmgi.mbmsSessionID, 8, 1);
   if (status >= 0) l3PopName(call);
   return status;
 }
@@ -57,15 +56,15 @@ static uint8_t leadOf(const Identity& identity)
 static int decDigits(L3Call& call, const Identity& identity, const char* name, uint8_t odd, uint8_t digit1,
                      char* digits, size_t size)
 {
-  return decIdentityDigits(call, kDecoder, name, identity.length, odd, digit1, digits, size);
+  return decIdentityDigits(call, kIdentity, name, identity.length, odd, digit1, digits, size);
 }
 
 static int decInside(L3Call& call, Identity& identity)
 {
   uint8_t digit1 = 0, odd = 0, wireType = 0;
-  int status = l3DecNamed(call, kDecoder, __LINE__, "digit1", &digit1, 4, 1);
-  if (status >= 0) status = l3DecNamed(call, kDecoder, __LINE__, "odd", &odd, 1, 1);
-  if (status >= 0) status = l3DecNamed(call, kDecoder, __LINE__, "type", &wireType, 3, 1);
+  int status = l3DecNamed(call, kIdentity, "digit1", &digit1, 4, 1);
+  if (status >= 0) status = l3DecNamed(call, kIdentity, "odd", &odd, 1, 1);
+  if (status >= 0) status = l3DecNamed(call, kIdentity, "type", &wireType, 3, 1);
   if (status < 0) return status;
   auto& u = identity.u;
   identity.t = wireType ? wireType : static_cast<uint32_t>(kNone);
@@ -78,14 +77,14 @@ static int decInside(L3Call& call, Identity& identity)
       return decDigits(call, identity, "imeisv", odd, digit1, u.imeisv, sizeof u.imeisv);
     case kTmsi:
       keepLead(identity, digit1);
-      return decFixed(call, kDecoder, "tmsi", u.tmsi);
+      return decFixed(call, kIdentity, "tmsi", u.tmsi);
     case kTmgi:
       return decTmgi(call, u.tmgi, digit1);
     case kNone:
       keepLead(identity, digit1);
       return 0;
     default:
-      return l3FailNew(call, kDecoder, RTX_E_INVALID_CHOICE, __LINE__);
+      return l3FailNew(call, kIdentity.module->decoder, RTX_E_INVALID_CHOICE, kIdentity.line);
   }
 }
 
@@ -94,7 +93,7 @@ int l3Dec_TS24008IE_MobileIdentity(L3Call& call, const L3Type&, void* value)
   Identity& identity = *static_cast<Identity*>(value);
   identity.m = {};
   identity.t = 0;
-  return decIdentity(call, kDecoder, identity.length, kMaxLength, [&](size_t) { return decInside(call, identity); });
+  return decIdentity(call, kIdentity, identity.length, kMaxLength, [&](size_t) { return decInside(call, identity); });
 }
 
 // The sample is the identity that most messages carry.
@@ -112,11 +111,11 @@ static int encTmgi(L3Call& call, Tmgi& tmgi)
 {
   L3Name frame;
   l3PushName(call, frame, "tmgi");
-  int status = encFixed(call, kEncoder, "mbmsServiceID", tmgi.mbmsServiceID);
+  int status = encFixed(call, kTmgiPart, "mbmsServiceID", tmgi.mbmsServiceID);
   if (status >= 0 && tmgi.m.mcc_mncPresent)
-    status = encPart(call, kEncoder, "mcc-mnc", l3_TS24008IE_MCCMNCPair, &tmgi.mcc_mnc);
+    status = encPart(call, kTmgiPart, "mcc-mnc", l3_TS24008IE_MCCMNCPair, &tmgi.mcc_mnc);
   if (status >= 0 && tmgi.m.mbmsSessionIDPresent)
-    status = l3EncNamed(call, kEncoder, __LINE__, "mbmsSessionID", tmgi.mbmsSessionID, 8, 1);
+    status = l3EncNamed(call, kTmgiPart, "mbmsSessionID", tmgi.mbmsSessionID, 8, 1);
   if (status >= 0) l3PopName(call);
   return status;
 }
@@ -125,10 +124,10 @@ static int encTmgi(L3Call& call, Tmgi& tmgi)
 static int encLeading(L3Call& call, Identity& identity, size_t length, uint8_t leading, uint8_t wireType)
 {
   identity.length = static_cast<uint8_t>(length);
-  int status = l3EncNamed(call, kEncoder, __LINE__, "length", length, 8, 1);
-  if (status >= 0) status = l3EncNamed(call, kEncoder, __LINE__, "digit1", leading, 4, 1);
-  if (status >= 0) status = l3EncNamed(call, kEncoder, __LINE__, "odd", 0, 1, 1);
-  return status < 0 ? status : l3EncNamed(call, kEncoder, __LINE__, "type", wireType, 3, 1);
+  int status = l3EncNamed(call, kIdentity, "length", length, 8, 1);
+  if (status >= 0) status = l3EncNamed(call, kIdentity, "digit1", leading, 4, 1);
+  if (status >= 0) status = l3EncNamed(call, kIdentity, "odd", 0, 1, 1);
+  return status < 0 ? status : l3EncNamed(call, kIdentity, "type", wireType, 3, 1);
 }
 
 static int encTmgiForm(L3Call& call, Identity& identity)
@@ -143,7 +142,7 @@ static int encTmgiForm(L3Call& call, Identity& identity)
 static int encTmsiForm(L3Call& call, Identity& identity)
 {
   int status = encLeading(call, identity, 1 + sizeof identity.u.tmsi, leadOf(identity), kTmsi);
-  return status < 0 ? status : encFixed(call, kEncoder, "tmsi", identity.u.tmsi);
+  return status < 0 ? status : encFixed(call, kIdentity, "tmsi", identity.u.tmsi);
 }
 
 static int encNoIdentity(L3Call& call, Identity& identity)
@@ -153,15 +152,15 @@ static int encNoIdentity(L3Call& call, Identity& identity)
   int status = encLeading(call, identity, gmm ? 1 + sizeof zeros : 1, leadOf(identity), 0);
   if (status < 0 || !gmm) return status;
   status = l3EncOctets(call, zeros, sizeof zeros);
-  return status < 0 ? l3Fail(call, kEncoder, status, __LINE__) : 0;
+  return status < 0 ? l3EncFailed(call, kIdentity, nullptr, status) : 0;
 }
 
 static int encDigits(L3Call& call, Identity& identity, const char* name, const char* digits, size_t size)
 {
   size_t count = strnlen(digits, size);
-  if (count == size) return l3FailNew(call, kEncoder, RTX_E_BAD_PARAMETER, __LINE__);
+  if (count == size) return l3FailNew(call, kIdentity.module->encoder, RTX_E_BAD_PARAMETER, kIdentity.line);
   identity.length = static_cast<uint8_t>(count / 2 + 1);
-  return encIdentityDigits(call, kEncoder, name, static_cast<uint8_t>(identity.t), digits);
+  return encIdentityDigits(call, kIdentity, name, static_cast<uint8_t>(identity.t), digits);
 }
 
 int l3Enc_TS24008IE_MobileIdentity(L3Call& call, const L3Type&, void* value)
@@ -182,6 +181,6 @@ int l3Enc_TS24008IE_MobileIdentity(L3Call& call, const L3Type&, void* value)
     case kNone:
       return encNoIdentity(call, identity);
     default:
-      return l3FailNew(call, kEncoder, RTX_E_INVALID_CHOICE, __LINE__);
+      return l3FailNew(call, kIdentity.module->encoder, RTX_E_INVALID_CHOICE, kIdentity.line);
   }
 }

@@ -12,8 +12,6 @@
 #include "velnor3gpp/rtxMemHeap.h"
 #include "velnor3gpp/rtxTBCD.h"
 
-static constexpr char kDecoder[] = "TS24008IESDec";
-static constexpr char kEncoder[] = "TS24008IESEnc";
 static constexpr size_t kMaxIdentityOctets = 8;
 static constexpr char kNibbles[] = "0123456789*#abc"; // its ending zero stands for the filler
 
@@ -46,7 +44,7 @@ static bool packPair(const TS24008IE_MCCMNCPair& pair, uint64_t& word)
   return plain && packDigit(mcc[2], word) && packDigit(mnc[1], word) && packDigit(mnc[0], word);
 }
 
-int l3Dec_TS24008IE_MCCMNCPair(L3Call& call, const L3Type&, void* value)
+int l3Dec_TS24008IE_MCCMNCPair(L3Call& call, const L3Type& type, void* value)
 {
   auto& pair = *static_cast<TS24008IE_MCCMNCPair*>(value);
   uint64_t word = 0;
@@ -56,17 +54,17 @@ int l3Dec_TS24008IE_MCCMNCPair(L3Call& call, const L3Type&, void* value)
   }
   l3ToLists(call);
   int status = rtx3GPPDec_MCC_MNC(call.pctxt, pair.mcc, pair.mnc);
-  return status < 0 ? l3Fail(call, kDecoder, status, __LINE__) : 0;
+  return status < 0 ? l3DecFailed(call, type, nullptr, status) : 0;
 }
 
-int l3Enc_TS24008IE_MCCMNCPair(L3Call& call, const L3Type&, void* value)
+int l3Enc_TS24008IE_MCCMNCPair(L3Call& call, const L3Type& type, void* value)
 {
   const auto& pair = *static_cast<const TS24008IE_MCCMNCPair*>(value);
   uint64_t word = 0;
   if (call.plain && packPair(pair, word) && l3PutBits(call.pctxt->buffer, 24, word)) return 0;
   l3ToLists(call);
   int status = rtx3GPPEnc_MCC_MNC(call.pctxt, pair.mcc, pair.mnc);
-  return status < 0 ? l3Fail(call, kEncoder, status, __LINE__) : 0;
+  return status < 0 ? l3EncFailed(call, type, nullptr, status) : 0;
 }
 
 bool l3DirectDec_TS24008IE_MCCMNCPair(L3DirectIn& in, void* record)
@@ -106,94 +104,94 @@ static bool takeDigits(L3Call& call, size_t octets, char* text, size_t size)
   return true;
 }
 
-static int readDigits(L3Call& call, size_t octets, char* text, size_t size)
+static int readDigits(L3Call& call, const L3Type& type, size_t octets, char* text, size_t size)
 {
   if (takeDigits(call, octets, text, size)) return 0;
   l3ToLists(call);
   rtxDiagNewBitField(call.pctxt->pBitFldList, "OCTET STRING");
   int status = rtxDecQ825TBCDString(call.pctxt, octets, text, size);
-  if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
+  if (status < 0) return l3DecFailed(call, type, nullptr, status);
   rtxDiagSetBitFldCount(call.pctxt->pBitFldList);
   return 0;
 }
 
-static int writeDigits(L3Call& call, const char* digits)
+static int writeDigits(L3Call& call, const L3Type& type, const char* digits)
 {
   l3ToLists(call);
   rtxDiagNewBitField(call.pctxt->pBitFldList, "OCTET STRING");
   int status = rtxEncQ825TBCDString(call.pctxt, digits);
-  if (status < 0) return l3Fail(call, kEncoder, status, __LINE__);
+  if (status < 0) return l3EncFailed(call, type, nullptr, status);
   rtxDiagSetBitFldCount(call.pctxt->pBitFldList);
   return 0;
 }
 
 // Telephony digits on the heap (10.5.4.7).
-static int decTelephony(L3Call& call, char** text, size_t octets)
+static int decTelephony(L3Call& call, const L3Type& type, char** text, size_t octets)
 {
   octets = boundOctets(call, octets);
   // Zeroed, so that what a failed read leaves ends somewhere.
   char* digits = static_cast<char*>(rtxMemHeapAllocZ(&call.pctxt->pMemHeap, 2 * octets + 1));
   *text = digits;
-  if (!digits) return l3Fail(call, kDecoder, RTX_E_NO_MEMORY, __LINE__);
-  return octets ? readDigits(call, octets, digits, 2 * octets + 1) : 0;
+  if (!digits) return l3DecFailed(call, type, nullptr, RTX_E_NO_MEMORY);
+  return octets ? readDigits(call, type, octets, digits, 2 * octets + 1) : 0;
 }
 
 // Identity digits into an array (10.5.1.4).
-static int decIdentity(L3Call& call, char* array, size_t size, size_t octets)
+static int decIdentity(L3Call& call, const L3Type& type, char* array, size_t octets)
 {
   char digits[2 * kMaxIdentityOctets + 1];
-  if (int status = readDigits(call, octets, digits, sizeof digits); status < 0) return status;
+  if (int status = readDigits(call, type, octets, digits, sizeof digits); status < 0) return status;
   size_t count = strlen(digits);
-  if (count >= size) return l3FailNew(call, kDecoder, RTX_E_TOO_BIG, __LINE__);
+  if (count >= type.size) return l3FailNew(call, type.module->decoder, RTX_E_TOO_BIG, type.line);
   memcpy(array, digits, count + 1);
   return 0;
 }
 
 // Packed 7-bit text (10.5.3.5a). Seven spare bits in the last octet make its last septet no character.
-static int decPacked(L3Call& call, char** text, size_t octets, uint8_t spareBits)
+static int decPacked(L3Call& call, const L3Type& type, char** text, size_t octets, uint8_t spareBits)
 {
   octets = boundOctets(call, octets);
   size_t count = octets * 8 / 7;
   char* chars = static_cast<char*>(rtxMemHeapAllocZ(&call.pctxt->pMemHeap, count + 1));
   *text = chars;
-  if (!chars) return l3Fail(call, kDecoder, RTX_E_NO_MEMORY, __LINE__);
+  if (!chars) return l3DecFailed(call, type, nullptr, RTX_E_NO_MEMORY);
   l3ToLists(call);
   rtxDiagNewBitField(call.pctxt->pBitFldList, "OCTET STRING");
   int status = rtx3GPPDecGSMCharStr(call.pctxt, chars, count + 1, count);
-  if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
+  if (status < 0) return l3DecFailed(call, type, nullptr, status);
   rtxDiagSetBitFldCount(call.pctxt->pBitFldList);
   if (spareBits == 7 && count) chars[count - 1] = 0;
   return 0;
 }
 
-int l3Dec_TS24008IE_TBCDString(L3Call& call, const L3Type&, void* value)
+int l3Dec_TS24008IE_TBCDString(L3Call& call, const L3Type& type, void* value)
 {
-  return decTelephony(call, static_cast<char**>(value), l3RoomOctets(call));
+  return decTelephony(call, type, static_cast<char**>(value), l3RoomOctets(call));
 }
 
-int l3Enc_TS24008IE_TBCDString(L3Call& call, const L3Type&, void* value)
+int l3Enc_TS24008IE_TBCDString(L3Call& call, const L3Type& type, void* value)
 {
-  return writeDigits(call, *static_cast<char**>(value));
+  return writeDigits(call, type, *static_cast<char**>(value));
 }
 
 int l3Dec_TS24008IE_TBCDString3(L3Call& call, const L3Type& type, void* value)
 {
-  return decIdentity(call, static_cast<char*>(value), type.size, 3);
+  return decIdentity(call, type, static_cast<char*>(value), 3);
 }
 
-int l3Enc_TS24008IE_TBCDString3(L3Call& call, const L3Type&, void* value)
+int l3Enc_TS24008IE_TBCDString3(L3Call& call, const L3Type& type, void* value)
 {
-  return writeDigits(call, static_cast<char*>(value));
+  return writeDigits(call, type, static_cast<char*>(value));
 }
 
 int l3Dec_TS24008IE_IMSI(L3Call& call, const L3Type& type, void* value)
 {
-  return decIdentity(call, static_cast<char*>(value), type.size, l3RoomOctets(call));
+  return decIdentity(call, type, static_cast<char*>(value), l3RoomOctets(call));
 }
 
-int l3Enc_TS24008IE_IMSI(L3Call& call, const L3Type&, void* value)
+int l3Enc_TS24008IE_IMSI(L3Call& call, const L3Type& type, void* value)
 {
-  return writeDigits(call, static_cast<char*>(value));
+  return writeDigits(call, type, static_cast<char*>(value));
 }
 
 int l3Dec_TS24008IE_IMEI(L3Call& call, const L3Type& type, void* value)
@@ -216,17 +214,17 @@ int l3Enc_TS24008IE_IMEISV(L3Call& call, const L3Type& type, void* value)
   return l3Enc_TS24008IE_IMSI(call, type, value);
 }
 
-int l3Dec_TS24008IE_GSMString(L3Call& call, const L3Type&, void* value)
+int l3Dec_TS24008IE_GSMString(L3Call& call, const L3Type& type, void* value)
 {
-  return decPacked(call, static_cast<char**>(value), l3RoomOctets(call), 0);
+  return decPacked(call, type, static_cast<char**>(value), l3RoomOctets(call), 0);
 }
 
-int l3Enc_TS24008IE_GSMString(L3Call& call, const L3Type&, void* value)
+int l3Enc_TS24008IE_GSMString(L3Call& call, const L3Type& type, void* value)
 {
   l3ToLists(call);
   rtxDiagNewBitField(call.pctxt->pBitFldList, "OCTET STRING");
   int status = rtx3GPPEncGSMCharStr(call.pctxt, *static_cast<char**>(value));
-  if (status < 0) return l3Fail(call, kEncoder, status, __LINE__);
+  if (status < 0) return l3EncFailed(call, type, nullptr, status);
   rtxDiagSetBitFldCount(call.pctxt->pBitFldList);
   return 0;
 }
@@ -237,12 +235,12 @@ template <typename Decode> static int decodeText(RtxContext* pctxt, const L3Type
   L3Call call;
   L3Name frame;
   l3Begin(call, pctxt, frame, type.name);
-  return l3End(call, decode(call), kDecoder, type.line);
+  return l3End(call, decode(call), type.module->decoder, type.line);
 }
 
 static int decodeIdentity(RtxContext* pctxt, const L3Type& type, char* dest, size_t octets)
 {
-  return decodeText(pctxt, type, [=, &type](L3Call& call) { return decIdentity(call, dest, type.size, octets); });
+  return decodeText(pctxt, type, [=, &type](L3Call& call) { return decIdentity(call, type, dest, octets); });
 }
 
 int NASDec_TS24008IE_IMSI(RtxContext* pctxt, char* dest, size_t octets)
@@ -262,13 +260,14 @@ int NASDec_TS24008IE_IMEISV(RtxContext* pctxt, char* dest, size_t octets)
 
 int NASDec_TS24008IE_TBCDString(RtxContext* pctxt, TS24008IE_TBCDString* pvalue, size_t octets)
 {
-  return decodeText(pctxt, l3_TS24008IE_TBCDString, [=](L3Call& call) { return decTelephony(call, pvalue, octets); });
+  const L3Type& type = l3_TS24008IE_TBCDString;
+  return decodeText(pctxt, type, [=, &type](L3Call& call) { return decTelephony(call, type, pvalue, octets); });
 }
 
 int NASDec_TS24008IE_GSMString(RtxContext* pctxt, TS24008IE_GSMString* pvalue, size_t octets, uint8_t spareBits)
 {
-  return decodeText(pctxt, l3_TS24008IE_GSMString,
-                    [=](L3Call& call) { return decPacked(call, pvalue, octets, spareBits); });
+  const L3Type& type = l3_TS24008IE_GSMString;
+  return decodeText(pctxt, type, [=, &type](L3Call& call) { return decPacked(call, type, pvalue, octets, spareBits); });
 }
 
 // The network name tells its text how many bits of the last octet are spare (10.5.3.5a).
@@ -288,5 +287,5 @@ int l3Dec_TS24008IE_LinkedTI(L3Call& call, const L3Type& type, void* value)
   const auto& linked = *static_cast<const TS24008IE_LinkedTI*>(value);
   int status = l3DecRows(call, type, value);
   if (status < 0 || linked.value != 7 || linked.m.extPresent) return status;
-  return l3FailNew(call, kDecoder, RTX_E_BAD_VALUE, __LINE__);
+  return l3FailNew(call, type.module->decoder, RTX_E_BAD_VALUE, type.line);
 }

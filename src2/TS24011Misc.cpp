@@ -5,8 +5,6 @@
 #include "velnor3gpp/TS24011IES.h"
 #include "velnor3gpp/rtxBitDecode.h"
 
-static constexpr char kDecoder[] = "TS24011IESDec";
-
 int l3Dec_TS24011IE_RPCauseElem(L3Call& call, const L3Type& type, void* value)
 {
   uint8_t ahead = 0;
@@ -17,8 +15,8 @@ int l3Dec_TS24011IE_RPCauseElem(L3Call& call, const L3Type& type, void* value)
   L3Name frame;
   l3PushName(call, frame, "length");
   int status = l3DecBits(call, &cause.length, 8, 1, "INTEGER");
-  if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
-  l3NoteRange(call, kDecoder, __LINE__, cause.length);
+  if (status < 0) return l3DecFailed(call, type, "length", status);
+  l3NoteRange(call, type.module->decoder, l3LineOf(type, "length"), cause.length);
   l3PopName(call);
   return 0;
 }

@@ -12,12 +12,8 @@
 #include "velnor3gpp/TS24301IES.h"
 #include "velnor3gpp/TS24301Msgs.h"
 
-static constexpr char kElementDecoder[] = "TS24301IESDec";
-static constexpr char kElementEncoder[] = "TS24301IESEnc";
-static constexpr char kDecoder[] = "TS24301MsgsDec";
-static constexpr char kEncoder[] = "TS24301MsgsEnc";
-
 using Identity = TS24301IE_EPSMobileIdentity;
+static constexpr const L3Type& kIdentity = l3_TS24301IE_EPSMobileIdentity;
 
 enum IdentityTag : uint32_t { kImsi = 1, kImei, kGuti };
 static constexpr uint8_t kGutiOctets = 11;
@@ -26,7 +22,7 @@ static int decOddEven(L3Call& call, uint8_t& odd)
 {
   L3Name frame;
   l3PushName(call, frame, "oddEvenInd");
-  return endPart(call, kElementDecoder, l3DecBits(call, &odd, 1, 1, "BOOLEAN"));
+  return endDecPart(call, kIdentity, "oddEvenInd", l3DecBits(call, &odd, 1, 1, "BOOLEAN"));
 }
 
 static int decByType(L3Call& call, Identity& identity)
@@ -37,25 +33,25 @@ static int decByType(L3Call& call, Identity& identity)
   switch (identity.typeOfIdent) {
     case TS24301IE_EPSMobileIdentity_typeOfIdent_imsi:
       identity.t = kImsi;
-      return decIdentityDigits(call, kElementDecoder, "imsi", length, odd, digit1, u.imsi, sizeof u.imsi);
+      return decIdentityDigits(call, kIdentity, "imsi", length, odd, digit1, u.imsi, sizeof u.imsi);
     case TS24301IE_EPSMobileIdentity_typeOfIdent_imei:
       identity.t = kImei;
-      return decIdentityDigits(call, kElementDecoder, "imei", length, odd, digit1, u.imei, sizeof u.imei);
+      return decIdentityDigits(call, kIdentity, "imei", length, odd, digit1, u.imei, sizeof u.imei);
     default:
       identity.t = kGuti;
-      return decPart(call, kElementDecoder, "guti", guti, &u.guti);
+      return decPart(call, kIdentity, "guti", guti, &u.guti);
   }
 }
 
 // The first octet and what follows. An empty identity ends in the middle of its first octet.
 static int decInside(L3Call& call, Identity& identity, size_t end)
 {
-  int status = l3DecNamed(call, kElementDecoder, __LINE__, "filler", &identity.filler, 4, 1);
+  int status = l3DecNamed(call, kIdentity, "filler", &identity.filler, 4, 1);
   if (status < 0) return status;
-  if (l3BitPos(call.pctxt) > end) return l3Fail(call, kElementDecoder, RTX_E_BAD_LENGTH, __LINE__);
+  if (l3BitPos(call.pctxt) > end) return l3DecFailed(call, kIdentity, nullptr, RTX_E_BAD_LENGTH);
   if (status = decOddEven(call, identity.oddEvenInd); status < 0) return status;
   const L3Type& type = l3_TS24301IE_EPSMobileIdentity_typeOfIdent;
-  status = decPart(call, kElementDecoder, "typeOfIdent", type, &identity.typeOfIdent);
+  status = decPart(call, kIdentity, "typeOfIdent", type, &identity.typeOfIdent);
   return status < 0 ? status : decByType(call, identity);
 }
 
@@ -63,7 +59,7 @@ int l3Dec_TS24301IE_EPSMobileIdentity(L3Call& call, const L3Type&, void* value)
 {
   Identity& identity = *static_cast<Identity*>(value);
   identity.t = 0;
-  return decIdentity(call, kElementDecoder, identity.length, kGutiOctets,
+  return decIdentity(call, kIdentity, identity.length, kGutiOctets,
                      [&](size_t end) { return decInside(call, identity, end); });
 }
 
@@ -71,28 +67,28 @@ int l3Dec_TS24301IE_EPSMobileIdentity(L3Call& call, const L3Type&, void* value)
 static int encDigits(L3Call& call, Identity& identity, const char* name, const char* digits)
 {
   size_t count = strnlen(digits, sizeof identity.u.imsi);
-  if (count == sizeof identity.u.imsi) return l3FailRange(call, kElementEncoder, __LINE__, count);
+  if (count == sizeof identity.u.imsi) return l3FailRange(call, kIdentity.module->encoder, kIdentity.line, count);
   identity.length = static_cast<uint8_t>(count / 2 + 1);
   identity.oddEvenInd = count & 1;
   identity.filler = digits[0] >= '0' && digits[0] <= '9' ? static_cast<uint8_t>(digits[0] - '0') : identity.filler;
-  return encIdentityDigits(call, kElementEncoder, name, static_cast<uint8_t>(identity.typeOfIdent), digits);
+  return encIdentityDigits(call, kIdentity, name, static_cast<uint8_t>(identity.typeOfIdent), digits);
 }
 
 static int encGuti(L3Call& call, Identity& identity)
 {
   identity.length = kGutiOctets;
-  int status = l3EncNamed(call, kElementEncoder, __LINE__, "length", kGutiOctets, 8, 1);
+  int status = l3EncNamed(call, kIdentity, "length", kGutiOctets, 8, 1);
   if (status < 0) return status;
-  status = l3EncNamed(call, kElementEncoder, __LINE__, "filler", identity.filler, 4, 1);
+  status = l3EncNamed(call, kIdentity, "filler", identity.filler, 4, 1);
   if (status < 0) return status;
   L3Name frame;
   l3PushName(call, frame, "oddEvenInd");
-  status = endPart(call, kElementEncoder, l3EncBits(call, identity.oddEvenInd != 0, 1, "BOOLEAN"));
+  status = endEncPart(call, kIdentity, "oddEvenInd", l3EncBits(call, identity.oddEvenInd != 0, 1, "BOOLEAN"));
   if (status < 0) return status;
   const L3Type& type = l3_TS24301IE_EPSMobileIdentity_typeOfIdent;
-  status = encPart(call, kElementEncoder, "typeOfIdent", type, &identity.typeOfIdent);
+  status = encPart(call, kIdentity, "typeOfIdent", type, &identity.typeOfIdent);
   if (status < 0) return status;
-  return encPart(call, kElementEncoder, "guti", l3_TS24301IE_EPSMobileIdentity_GUTI, &identity.u.guti);
+  return encPart(call, kIdentity, "guti", l3_TS24301IE_EPSMobileIdentity_GUTI, &identity.u.guti);
 }
 
 int l3Enc_TS24301IE_EPSMobileIdentity(L3Call& call, const L3Type&, void* value)
@@ -106,7 +102,7 @@ int l3Enc_TS24301IE_EPSMobileIdentity(L3Call& call, const L3Type&, void* value)
     case TS24301IE_EPSMobileIdentity_typeOfIdent_guti:
       return encGuti(call, identity);
     default:
-      return l3Fail(call, kElementEncoder, RTX_E_INVALID_CHOICE, __LINE__);
+      return l3EncFailed(call, kIdentity, nullptr, RTX_E_INVALID_CHOICE);
   }
 }
 
@@ -142,11 +138,12 @@ bool l3DirectEnc_TS24301IE_EPSMobileIdentity(L3DirectOut& out, void* record)
   return l3Put<16>(out, kGutiLead | octet) && l3DirectEnc_TS24301IE_EPSMobileIdentity_GUTI(out, &identity.u.guti);
 }
 
-int l3Dec_TS24301IE_TrackingAreaIdentListItem(L3Call& call, const L3Type& type, void* value)
+int l3Dec_TS24301IE_TrackingAreaIdentListItem(L3Call& call, const L3Type&, void* value)
 {
-  static constexpr TrackingAreaTypes types = {kElementDecoder, l3_TS24301IE_TrackingAreaCode,
+  static constexpr TrackingAreaTypes types = {l3_TS24301IE_TrackingAreaIdentListItem, l3_TS24301IE_PartialTrkAreaIdent0,
+                                              l3_TS24301IE_PartialTrkAreaIdent1, l3_TS24301IE_TrackingAreaCode,
                                               l3_TS24301IE_TrackingAreaIdent};
-  return decTrackingItem(call, types, type, *static_cast<TS24301IE_TrackingAreaIdentListItem*>(value));
+  return decTrackingItem(call, types, *static_cast<TS24301IE_TrackingAreaIdentListItem*>(value));
 }
 
 int l3Enc_TS24301IE_TrackingAreaIdentListItem(L3Call& call, const L3Type& type, void* value)
@@ -165,26 +162,26 @@ bool l3Settle_TS24301Msg_DetachRequest(RtxContext* pctxt, void* value)
   return true;
 }
 
-int l3Dec_TS24301Msg_DetachRequest(L3Call& call, const L3Type&, void* value)
+int l3Dec_TS24301Msg_DetachRequest(L3Call& call, const L3Type& type, void* value)
 {
   auto& request = *static_cast<TS24301Msg_DetachRequest*>(value);
   if (call.pctxt->flags & RTX_FLAG_MOBILE_ORIGINATED) {
     request.t = 1;
-    return decPart(call, kDecoder, "ueOrig", l3_TS24301Msg_DetachRequestUEOrig, &request.u.ueOrig);
+    return decPart(call, type, "ueOrig", l3_TS24301Msg_DetachRequestUEOrig, &request.u.ueOrig);
   }
   request.t = 2;
-  return decPart(call, kDecoder, "ueTerm", l3_TS24301Msg_DetachRequestUETerm, &request.u.ueTerm);
+  return decPart(call, type, "ueTerm", l3_TS24301Msg_DetachRequestUETerm, &request.u.ueTerm);
 }
 
-int l3Enc_TS24301Msg_DetachRequest(L3Call& call, const L3Type&, void* value)
+int l3Enc_TS24301Msg_DetachRequest(L3Call& call, const L3Type& type, void* value)
 {
   auto& request = *static_cast<TS24301Msg_DetachRequest*>(value);
   switch (request.t) {
     case 1:
-      return encPart(call, kEncoder, "ueOrig", l3_TS24301Msg_DetachRequestUEOrig, &request.u.ueOrig);
+      return encPart(call, type, "ueOrig", l3_TS24301Msg_DetachRequestUEOrig, &request.u.ueOrig);
     case 2:
-      return encPart(call, kEncoder, "ueTerm", l3_TS24301Msg_DetachRequestUETerm, &request.u.ueTerm);
+      return encPart(call, type, "ueTerm", l3_TS24301Msg_DetachRequestUETerm, &request.u.ueTerm);
     default:
-      return l3Fail(call, kEncoder, RTX_E_INVALID_CHOICE, __LINE__);
+      return l3EncFailed(call, type, nullptr, RTX_E_INVALID_CHOICE);
   }
 }

@@ -16,8 +16,7 @@
 #include "velnor3gpp/rtxDiagBitTrace.h"
 #include "velnor3gpp/rtxMemHeap.h"
 
-static constexpr char kDecoder[] = "TS24301MsgsDec";
-static constexpr char kEncoder[] = "TS24301MsgsEnc";
+static constexpr const L3Type& kPdu = l3_TS24301Msg_PDU;
 static constexpr uint8_t kSession = 2, kMobility = 7, kShortMessage = 9;
 // Octets from the start of the message: the code, then what it covers, then what is ciphered.
 static constexpr NasSpans kSpans = {1, 5, 6};
@@ -119,7 +118,7 @@ static bool shortCode(L3Call& call, size_t start, uint32_t& code)
   if (!call.pctxt->pSecurity) l3ToLists(call); // the operation is about to record a failure
   int status = rtx3gppComputeMAC(call.pctxt, buffer.data + start,
                                  left < kServiceRequestSigned ? left : kServiceRequestSigned, &code);
-  if (status < 0) l3Fail(call, kDecoder, status, __LINE__);
+  if (status < 0) l3DecFailed(call, kPdu, nullptr, status);
   code &= 0xFFFF;
   return status >= 0;
 }
@@ -130,7 +129,7 @@ static void compareShortCode(L3Call& call, const TS24301Msg_ServiceRequest& requ
   if (received == computed) return;
   rtxErrAddUIntParm(call.pctxt, computed); // the long form has the received code first
   rtxErrAddUIntParm(call.pctxt, received);
-  l3Note(call, kDecoder, RTX_E_BAD_MAC, __LINE__);
+  l3Note(call, kPdu.module->decoder, RTX_E_BAD_MAC, kPdu.line);
 }
 
 // A header that no octet carries: the form has neither code nor sequence number nor message type in these places.
@@ -165,9 +164,9 @@ static int decServiceRequest(L3Call& call, TS24301Msg_PDU& pdu, const NasPositio
   auto* request = static_cast<TS24301Msg_ServiceRequest*>(
       rtxMemHeapAllocZ(&call.pctxt->pMemHeap, sizeof(TS24301Msg_ServiceRequest)));
   pdu.data.u.obj_ServiceRequest = request;
-  if (!request) return l3Fail(call, kDecoder, RTX_E_NO_MEMORY, __LINE__);
+  if (!request) return l3DecFailed(call, kPdu, nullptr, RTX_E_NO_MEMORY);
   int status = l3DecType(call, l3_TS24301Msg_ServiceRequest, request);
-  if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
+  if (status < 0) return l3DecFailed(call, kPdu, nullptr, status);
   if (computed) compareShortCode(call, *request, code);
   return endServiceRequest(call, call.pctxt->errInfo.count ? rtxErrGetStatus(call.pctxt) : 0);
 }
@@ -186,7 +185,7 @@ static int lookAhead(L3Call& call, const NasPosition& start, FirstOctet& octet)
   int status = l3DecBits(call, &octet.high, 4, 1, "INTEGER");
   if (status >= 0 && octet.high >= kServiceRequestHeader) return 0;
   if (status >= 0) status = l3DecBits(call, &octet.discriminator, 4, 1, "INTEGER");
-  if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
+  if (status < 0) return l3DecFailed(call, kPdu, nullptr, status);
   nasReturn(pctxt, start);
   rtxDiagSetBitFldDisabled(pctxt->pBitFldList, 0);
   return 0;
@@ -195,7 +194,7 @@ static int lookAhead(L3Call& call, const NasPosition& start, FirstOctet& octet)
 // Types 1 to 4 are verified; the partly ciphered 5 is not, though the encoder signs it.
 static int decSecurity(L3Call& call, const L3Type& type, TS24301Msg_PDU& pdu, size_t start)
 {
-  int status = decPart(call, kDecoder, "secHdr", l3_TS24007L3_SecProtMsgHeader, &pdu.secHdr);
+  int status = decPart(call, kPdu, "secHdr", l3_TS24007L3_SecProtMsgHeader, &pdu.secHdr);
   if (status < 0) return status;
   pdu.m.secHdrPresent = 1;
   int header = pdu.secHdr.secHdrType;
@@ -228,20 +227,20 @@ static int encServiceRequest(L3Call& call, const L3Type& type, TS24301Msg_PDU& p
 {
   RtxContext* pctxt = call.pctxt;
   if (int refused = nasRefuseStream(call, type); refused < 0) return refused;
-  if (pdu.data.t != kServiceRequest) return l3Fail(call, kEncoder, RTX_E_INVALID_CHOICE, __LINE__);
+  if (pdu.data.t != kServiceRequest) return l3EncFailed(call, kPdu, nullptr, RTX_E_INVALID_CHOICE);
   TS24301Msg_ServiceRequest* request = pdu.data.u.obj_ServiceRequest;
-  if (!request) return l3Fail(call, kEncoder, RTX_E_NULL_POINTER, __LINE__);
+  if (!request) return l3EncFailed(call, kPdu, nullptr, RTX_E_NULL_POINTER);
   int status = l3EncType(call, l3_TS24301Msg_ServiceRequest, request);
-  if (status < 0) return l3Fail(call, kEncoder, status, __LINE__);
+  if (status < 0) return l3EncFailed(call, kPdu, nullptr, status);
   uint32_t code = 0;
   if (!pctxt->pSecurity) l3ToLists(call);
   status = rtx3gppComputeMAC(pctxt, pctxt->buffer.data + start, kServiceRequestSigned, &code);
-  if (status < 0) return l3Fail(call, kEncoder, status, __LINE__);
+  if (status < 0) return l3EncFailed(call, kPdu, nullptr, status);
   request->shortMAC[0] = static_cast<uint8_t>(code >> 8);
   request->shortMAC[1] = static_cast<uint8_t>(code);
   pctxt->buffer.byteIndex -= sizeof request->shortMAC;
   status = rtxEncBits(pctxt, code & 0xFFFF, 16);
-  if (status < 0) return l3Fail(call, kEncoder, status, __LINE__);
+  if (status < 0) return l3EncFailed(call, kPdu, nullptr, status);
   return endServiceRequest(call, status);
 }
 
@@ -252,7 +251,7 @@ int l3Enc_TS24301Msg_PDU(L3Call& call, const L3Type& type, void* value)
   int header = pdu.m.secHdrPresent && pdu.secHdr.protoDiscr == kMobility ? pdu.secHdr.secHdrType : 0;
   if (header == kServiceRequestHeader) return encServiceRequest(call, type, pdu, start);
   int status = 0;
-  if (header != 0) status = encPart(call, kEncoder, "secHdr", l3_TS24007L3_SecProtMsgHeader, &pdu.secHdr);
+  if (header != 0) status = encPart(call, kPdu, "secHdr", l3_TS24007L3_SecProtMsgHeader, &pdu.secHdr);
   if (status < 0) return status;
   bool known;
   status = nasEncodePlain(call, type, value, known);

@@ -9,13 +9,14 @@
 #include "src2/TrackingAreaItem.h"
 #include "velnor3gpp/TS24501IES.h"
 
-static constexpr char kDecoder[] = "TS24501IESDec";
-static constexpr char kEncoder[] = "TS24501IESEnc";
 static constexpr char kBadLeadingBits[] = "MobileIdentity leading bits for GUTI";
 
 enum IdentityTag : uint32_t { kNone = 1, kSuci, kGuti, kImei, kStmsi, kImeisv, kMac, kEui64 };
 
 using Identity = TS24501IE_MobileIdentity;
+static constexpr const L3Type& kIdentity = l3_TS24501IE_MobileIdentity;
+static constexpr const L3Type& kSuciPart = l3_TS24501IE_MobileIdentity_SUCI;
+static constexpr const L3Type& kMacPart = l3_TS24501IE_MobileIdentity_MAC;
 
 static int decSuci(L3Call& call, Identity& identity, uint8_t leading)
 {
@@ -26,12 +27,12 @@ static int decSuci(L3Call& call, Identity& identity, uint8_t leading)
   suci.t = format + 1;
   int status;
   if (format == 0)
-    status = decPart(call, kDecoder, "supiImsi", l3_TS24501IE_MobileIdentity_SUCI_IMSI, &suci.u.supiImsi);
+    status = decPart(call, kSuciPart, "supiImsi", l3_TS24501IE_MobileIdentity_SUCI_IMSI, &suci.u.supiImsi);
   else if (format == 1)
-    status =
-        decPart(call, kDecoder, "supiNetSpecificId", l3_TS24501IE_MobileIdentity_SUCI_NetId, &suci.u.supiNetSpecificId);
+    status = decPart(call, kSuciPart, "supiNetSpecificId", l3_TS24501IE_MobileIdentity_SUCI_NetId,
+                     &suci.u.supiNetSpecificId);
   else
-    status = l3Fail(call, kDecoder, RTX_E_INVALID_CHOICE, __LINE__);
+    status = l3DecFailed(call, kIdentity, "suci", RTX_E_INVALID_CHOICE);
   if (status >= 0) l3PopName(call);
   return status;
 }
@@ -43,9 +44,9 @@ static int decTemporary(L3Call& call, const char* name, const L3Type& type, void
     l3ToLists(call);
     rtxErrAddStrParm(call.pctxt, kBadLeadingBits);
     rtxErrAddIntParm(call.pctxt, leading);
-    return rtxErrSetNewData(call.pctxt, RTX_E_CONSTRAINT, kDecoder, __LINE__);
+    return rtxErrSetNewData(call.pctxt, RTX_E_CONSTRAINT, kIdentity.module->decoder, kIdentity.line);
   }
-  return decPart(call, kDecoder, name, type, part);
+  return decPart(call, kIdentity, name, type, part);
 }
 
 static int decDigits(L3Call& call, const char* name, uint16_t length, uint8_t leading, char* digits, size_t size)
@@ -55,9 +56,9 @@ static int decDigits(L3Call& call, const char* name, uint16_t length, uint8_t le
     rtxErrAddElemNameParm(call.pctxt);
     rtxErrAddStrParm(call.pctxt, "length");
     rtxErrAddUIntParm(call.pctxt, length);
-    return rtxErrSetNewData(call.pctxt, RTX_E_CONSTRAINT, kDecoder, __LINE__);
+    return rtxErrSetNewData(call.pctxt, RTX_E_CONSTRAINT, kIdentity.module->decoder, kIdentity.line);
   }
-  return decIdentityDigits(call, kDecoder, name, static_cast<uint8_t>(length), leading & 1,
+  return decIdentityDigits(call, kIdentity, name, static_cast<uint8_t>(length), leading & 1,
                            static_cast<uint8_t>(leading >> 1), digits, size);
 }
 
@@ -66,7 +67,7 @@ static int decMac(L3Call& call, Identity& identity, uint8_t leading)
   L3Name frame;
   l3PushName(call, frame, "mac");
   identity.u.mac.mauri = leading & 1; // the lowest of the leading bits
-  int status = decFixed(call, kDecoder, "macaddr", identity.u.mac.macaddr);
+  int status = decFixed(call, kMacPart, "macaddr", identity.u.mac.macaddr);
   if (status >= 0) l3PopName(call);
   return status;
 }
@@ -87,7 +88,7 @@ static int decByType(L3Call& call, Identity& identity, uint8_t leading)
     case kMac:
       return decMac(call, identity, leading);
     case kEui64:
-      return decFixed(call, kDecoder, "eui-64", identity.u.eui_64);
+      return decFixed(call, kIdentity, "eui-64", identity.u.eui_64);
     default:
       return 0;
   }
@@ -97,9 +98,9 @@ static int decInside(L3Call& call, Identity& identity)
 {
   uint8_t leading = 0;
   TS24501IE_TypeOfIdentity typeOfIdent = TS24501IE_TypeOfIdentity_none;
-  int status = l3DecNamed(call, kDecoder, __LINE__, "leading bits", &leading, 5, 1);
+  int status = l3DecNamed(call, kIdentity, "leading bits", &leading, 5, 1);
   if (status < 0) return status;
-  status = decPart(call, kDecoder, "typeOfIdent", l3_TS24501IE_TypeOfIdentity, &typeOfIdent);
+  status = decPart(call, kIdentity, "typeOfIdent", l3_TS24501IE_TypeOfIdentity, &typeOfIdent);
   if (status < 0) return status;
   identity.t = static_cast<uint32_t>(typeOfIdent) + 1;
   return decByType(call, identity, leading);
@@ -109,7 +110,7 @@ int l3Dec_TS24501IE_MobileIdentity(L3Call& call, const L3Type&, void* value)
 {
   Identity& identity = *static_cast<Identity*>(value);
   identity.t = 0;
-  return decIdentity(call, kDecoder, identity.length, UINT16_MAX, [&](size_t) { return decInside(call, identity); });
+  return decIdentity(call, kIdentity, identity.length, UINT16_MAX, [&](size_t) { return decInside(call, identity); });
 }
 
 // Octets behind the length, known from the record alone.
@@ -159,12 +160,12 @@ static int encSuci(L3Call& call, Identity& identity)
   l3PushName(call, frame, "suci");
   int status;
   if (suci.t == 1)
-    status = encPart(call, kEncoder, "supiImsi", l3_TS24501IE_MobileIdentity_SUCI_IMSI, &suci.u.supiImsi);
+    status = encPart(call, kSuciPart, "supiImsi", l3_TS24501IE_MobileIdentity_SUCI_IMSI, &suci.u.supiImsi);
   else if (suci.t == 2)
-    status =
-        encPart(call, kEncoder, "supiNetSpecificId", l3_TS24501IE_MobileIdentity_SUCI_NetId, &suci.u.supiNetSpecificId);
+    status = encPart(call, kSuciPart, "supiNetSpecificId", l3_TS24501IE_MobileIdentity_SUCI_NetId,
+                     &suci.u.supiNetSpecificId);
   else
-    status = l3Fail(call, kEncoder, RTX_E_INVALID_CHOICE, __LINE__);
+    status = l3EncFailed(call, kIdentity, "suci", RTX_E_INVALID_CHOICE);
   if (status < 0) return status;
   call.pctxt->flags &= ~RTX_OPENTAIL_FLAG; // the length in front bounds the tail
   l3PopName(call);
@@ -175,7 +176,7 @@ static int encMac(L3Call& call, const Identity& identity)
 {
   L3Name frame;
   l3PushName(call, frame, "mac");
-  int status = encFixed(call, kEncoder, "macaddr", identity.u.mac.macaddr);
+  int status = encFixed(call, kMacPart, "macaddr", identity.u.mac.macaddr);
   if (status >= 0) l3PopName(call);
   return status;
 }
@@ -186,13 +187,13 @@ static int encByType(L3Call& call, Identity& identity)
     case kSuci:
       return encSuci(call, identity);
     case kGuti:
-      return encPart(call, kEncoder, "guti", l3_TS24501IE_MobileIdentity_GUTI, &identity.u.guti);
+      return encPart(call, kIdentity, "guti", l3_TS24501IE_MobileIdentity_GUTI, &identity.u.guti);
     case kStmsi:
-      return encPart(call, kEncoder, "stmsi", l3_TS24501IE_MobileIdentity_STMSI, &identity.u.stmsi);
+      return encPart(call, kIdentity, "stmsi", l3_TS24501IE_MobileIdentity_STMSI, &identity.u.stmsi);
     case kMac:
       return encMac(call, identity);
     case kEui64:
-      return encFixed(call, kEncoder, "eui-64", identity.u.eui_64);
+      return encFixed(call, kIdentity, "eui-64", identity.u.eui_64);
     default:
       return 0;
   }
@@ -204,24 +205,24 @@ static int encDigits(L3Call& call, Identity& identity)
   bool imei = identity.t == kImei;
   const char* digits = imei ? identity.u.imei : identity.u.imeisv;
   size_t size = imei ? sizeof identity.u.imei : sizeof identity.u.imeisv, count = strnlen(digits, size);
-  if (count == size) return l3FailRange(call, kEncoder, __LINE__, count); // no end
+  if (count == size) return l3FailRange(call, kIdentity.module->encoder, kIdentity.line, count); // no end
   int status = l3EncBits(call, 0, 8, "INTEGER");
-  if (status < 0) return l3Fail(call, kEncoder, status, __LINE__);
+  if (status < 0) return l3EncFailed(call, kIdentity, nullptr, status);
   identity.length = static_cast<uint16_t>(count / 2 + 1);
-  return encIdentityDigits(call, kEncoder, imei ? "imei" : "imeisv", static_cast<uint8_t>(identity.t - 1), digits);
+  return encIdentityDigits(call, kIdentity, imei ? "imei" : "imeisv", static_cast<uint8_t>(identity.t - 1), digits);
 }
 
 int l3Enc_TS24501IE_MobileIdentity(L3Call& call, const L3Type&, void* value)
 {
   Identity& identity = *static_cast<Identity*>(value);
-  if (identity.t < kNone || identity.t > kEui64) return l3Fail(call, kEncoder, RTX_E_INVALID_CHOICE, __LINE__);
+  if (identity.t < kNone || identity.t > kEui64) return l3EncFailed(call, kIdentity, nullptr, RTX_E_INVALID_CHOICE);
   if (identity.t == kImei || identity.t == kImeisv) return encDigits(call, identity);
   size_t length = identityLength(identity);
-  if (length > UINT16_MAX) return l3FailRange(call, kEncoder, __LINE__, length);
+  if (length > UINT16_MAX) return l3FailRange(call, kIdentity.module->encoder, kIdentity.line, length);
   identity.length = static_cast<uint16_t>(length);
-  int status = l3EncNamed(call, kEncoder, __LINE__, "length", length, 16, 2);
+  int status = l3EncNamed(call, kIdentity, "length", length, 16, 2);
   if (status < 0) return status;
-  status = l3EncNamed(call, kEncoder, __LINE__, "bits+type", firstOctet(identity), 8, 1);
+  status = l3EncNamed(call, kIdentity, "bits+type", firstOctet(identity), 8, 1);
   return status < 0 ? status : encByType(call, identity);
 }
 
@@ -267,10 +268,12 @@ bool l3DirectEnc_TS24501IE_MobileIdentity(L3DirectOut& out, void* record)
   return good;
 }
 
-int l3Dec_TS24501IE_TrackingAreaIdentListItem(L3Call& call, const L3Type& type, void* value)
+int l3Dec_TS24501IE_TrackingAreaIdentListItem(L3Call& call, const L3Type&, void* value)
 {
-  static constexpr TrackingAreaTypes types = {kDecoder, l3_TS24501IE_TrackingAreaCode, l3_TS24501IE_TrackingAreaIdent};
-  return decTrackingItem(call, types, type, *static_cast<TS24501IE_TrackingAreaIdentListItem*>(value));
+  static constexpr TrackingAreaTypes types = {l3_TS24501IE_TrackingAreaIdentListItem, l3_TS24501IE_PartialTrkAreaIdent0,
+                                              l3_TS24501IE_PartialTrkAreaIdent1, l3_TS24501IE_TrackingAreaCode,
+                                              l3_TS24501IE_TrackingAreaIdent};
+  return decTrackingItem(call, types, *static_cast<TS24501IE_TrackingAreaIdentListItem*>(value));
 }
 
 int l3Enc_TS24501IE_TrackingAreaIdentListItem(L3Call& call, const L3Type& type, void* value)

@@ -9,8 +9,7 @@
 #include "velnor3gpp/rtxBitDecode.h"
 #include "velnor3gpp/rtxDiagBitTrace.h"
 
-static constexpr char kDecoder[] = "TS24501MsgsDec";
-static constexpr char kEncoder[] = "TS24501MsgsEnc";
+static constexpr const L3Type& kPdu = l3_TS24501Msg_PDU;
 static constexpr int kSession = 46, kMobility = 126;
 // Octets from the start of the message: the code, then what it covers, then what is ciphered.
 static constexpr NasSpans kSpans = {2, 6, 7};
@@ -45,7 +44,7 @@ static int lookAhead(L3Call& call, TS24501Msg_NAS5GSecProtMsgHdr& header)
     status = l3DecBits(call, &spare, 4, 1, "INTEGER");
     if (status >= 0) status = l3DecType(call, l3_TS24501Msg_NAS5GSecHdrType, &header.secHdrType);
   }
-  if (status < 0) return l3Fail(call, kDecoder, status, __LINE__);
+  if (status < 0) return l3DecFailed(call, kPdu, nullptr, status);
   nasReturn(pctxt, position);
   rtxDiagSetBitFldDisabled(pctxt->pBitFldList, 0);
   return 0;
@@ -54,7 +53,7 @@ static int lookAhead(L3Call& call, TS24501Msg_NAS5GSecProtMsgHdr& header)
 static int decSecurity(L3Call& call, const L3Type& type, TS24501Msg_PDU& pdu)
 {
   size_t start = call.pctxt->buffer.byteIndex;
-  int status = decPart(call, kDecoder, "secHdr", l3_TS24501Msg_NAS5GSecProtMsgHdr, &pdu.secHdr);
+  int status = decPart(call, kPdu, "secHdr", l3_TS24501Msg_NAS5GSecProtMsgHdr, &pdu.secHdr);
   if (status < 0) return status;
   pdu.m.secHdrPresent = 1;
   nasVerify(call, type, start + kSpans.signedFrom, pdu.secHdr.msgAuthCode);
@@ -84,7 +83,7 @@ int l3Enc_TS24501Msg_PDU(L3Call& call, const L3Type& type, void* value)
   size_t start = call.pctxt->buffer.byteIndex;
   bool header = pdu.m.secHdrPresent && pdu.secHdr.protoDiscr == kMobility && pdu.secHdr.secHdrType != 0;
   int status = 0;
-  if (header) status = encPart(call, kEncoder, "secHdr", l3_TS24501Msg_NAS5GSecProtMsgHdr, &pdu.secHdr);
+  if (header) status = encPart(call, kPdu, "secHdr", l3_TS24501Msg_NAS5GSecProtMsgHdr, &pdu.secHdr);
   if (status < 0) return status;
   bool known;
   status = nasEncodePlain(call, type, value, known);

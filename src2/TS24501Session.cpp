@@ -7,9 +7,6 @@
 #include "velnor3gpp/TS24501IES.h"
 #include "velnor3gpp/rtxBitDecode.h"
 
-static constexpr char kDecoder[] = "TS24501IESDec";
-static constexpr char kEncoder[] = "TS24501IESEnc";
-
 // Looks at the next bits, up to 24, without taking them. False if they are not all there: the rows tell which is
 // missing.
 static bool seesAhead(L3Call& call, unsigned bits, uint32_t& ahead)
@@ -42,7 +39,7 @@ static int decShared(L3Call& call, Parameter& parameter)
   parameter.value.t = 1;
   l3PushName(call, frame, "value");
   const L3Type& type = l3_TS24501IE_SLAAPendingIndication;
-  int status = decPart(call, kDecoder, "pendingInd", type, &parameter.value.u.pendingInd);
+  int status = decPart(call, l3_TS24501IE_SLAAParameter, "pendingInd", type, &parameter.value.u.pendingInd);
   if (status >= 0) l3PopName(call);
   return status;
 }
@@ -52,7 +49,7 @@ static int encShared(L3Call& call, Parameter& parameter)
   L3Name frame;
   l3PushName(call, frame, "value");
   const L3Type& type = l3_TS24501IE_SLAAPendingIndication;
-  int status = encPart(call, kEncoder, "pendingInd", type, &parameter.value.u.pendingInd);
+  int status = encPart(call, l3_TS24501IE_SLAAParameter, "pendingInd", type, &parameter.value.u.pendingInd);
   if (status >= 0) l3PopName(call);
   return status;
 }

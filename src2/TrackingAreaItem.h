@@ -10,18 +10,24 @@
 #include "src2/NamedParts.h"
 #include "velnor3gpp/rtxMemHeap.h"
 
+inline constexpr char kIdentities[] = "partTrkIdentList2";
+
 struct TrackingAreaTypes {
-  const char* module; // of error records
-  const L3Type& code; // tracking area code
+  const L3Type& item;
+  const L3Type& codes; // codes that need not follow each other
+  const L3Type& row;   // codes that do
+  const L3Type& code;  // tracking area code
   const L3Type& identity;
 };
 
-inline int decTrackingEntry(L3Call& call, const char* module, uint32_t index, const L3Type& type, void* value)
+// An entry of the list that the record has under this name.
+inline int decTrackingEntry(L3Call& call, const L3Type& record, const char* list, uint32_t index, const L3Type& type,
+                            void* value)
 {
   L3Name frame;
   l3PushEntry(call, frame, "elem", index);
   int status = l3DecType(call, type, value);
-  if (status < 0) return l3Fail(call, module, status, __LINE__);
+  if (status < 0) return l3DecFailed(call, record, list, status);
   l3PopEntry(call);
   return status;
 }
@@ -30,12 +36,13 @@ inline int decTrackingEntry(L3Call& call, const char* module, uint32_t index, co
 template <class List> int decTrackingCodes(L3Call& call, const TrackingAreaTypes& types, List& list, unsigned count)
 {
   list.tacs.n = 0;
-  int status = decPart(call, types.module, "mcc-mnc", l3_TS24008IE_MCCMNCPair, &list.mcc_mnc);
+  int status = decPart(call, types.codes, "mcc-mnc", l3_TS24008IE_MCCMNCPair, &list.mcc_mnc);
   if (status < 0) return status;
   L3Name frame;
   l3PushName(call, frame, "tacs");
   for (unsigned i = 0; i < count; ++i, ++list.tacs.n)
-    if (status = decTrackingEntry(call, types.module, i, types.code, &list.tacs.elem[i]); status < 0) return status;
+    if (status = decTrackingEntry(call, types.codes, "tacs", i, types.code, &list.tacs.elem[i]); status < 0)
+      return status;
   l3PopName(call);
   return 0;
 }
@@ -43,8 +50,8 @@ template <class List> int decTrackingCodes(L3Call& call, const TrackingAreaTypes
 // One PLMN, and the first of a row of codes.
 template <class List> int decTrackingRow(L3Call& call, const TrackingAreaTypes& types, List& list)
 {
-  int status = decPart(call, types.module, "mcc-mnc", l3_TS24008IE_MCCMNCPair, &list.mcc_mnc);
-  return status < 0 ? status : decPart(call, types.module, "tac", types.code, &list.tac);
+  int status = decPart(call, types.row, "mcc-mnc", l3_TS24008IE_MCCMNCPair, &list.mcc_mnc);
+  return status < 0 ? status : decPart(call, types.row, "tac", types.code, &list.tac);
 }
 
 // Identities of several PLMNs.
@@ -54,25 +61,26 @@ int decTrackingIdentities(L3Call& call, const TrackingAreaTypes& types, List& li
   list.n = 0;
   void* entries = rtxMemHeapAlloc(&call.pctxt->pMemHeap, count * sizeof *list.elem);
   list.elem = static_cast<decltype(list.elem)>(entries);
-  if (!entries) return l3Fail(call, types.module, RTX_E_NO_MEMORY, __LINE__);
+  if (!entries) return l3DecFailed(call, types.item, kIdentities, RTX_E_NO_MEMORY);
   for (unsigned i = 0; i < count; ++i, ++list.n)
-    if (int status = decTrackingEntry(call, types.module, i, types.identity, &list.elem[i]); status < 0) return status;
+    if (int status = decTrackingEntry(call, types.item, kIdentities, i, types.identity, &list.elem[i]); status < 0)
+      return status;
   return 0;
 }
 
 // The alternative of the item, under its name.
 template <class Item> int decTrackingAlternative(L3Call& call, const TrackingAreaTypes& types, Item& item)
 {
-  static constexpr const char* kNames[] = {"partTrkIdentList0", "partTrkIdentList1", "partTrkIdentList2"};
+  static constexpr const char* kNames[] = {"partTrkIdentList0", "partTrkIdentList1", kIdentities};
   unsigned count = item.numElements + 1U; // on the wire it is one less
   if constexpr (requires { item.elements.u.partTrkIdentList3; }) {
     if (item.typeOfList == 3) {
       item.elements.t = 4;
-      return decPart(call, types.module, "partTrkIdentList3", l3_TS24008IE_MCCMNCPair,
+      return decPart(call, types.item, "partTrkIdentList3", l3_TS24008IE_MCCMNCPair,
                      &item.elements.u.partTrkIdentList3);
     }
   }
-  if (item.typeOfList > 2) return l3Fail(call, types.module, RTX_E_INVALID_CHOICE, __LINE__);
+  if (item.typeOfList > 2) return l3DecFailed(call, types.item, "elements", RTX_E_INVALID_CHOICE);
   item.elements.t = item.typeOfList + 1U;
   L3Name frame;
   l3PushName(call, frame, kNames[item.typeOfList]);
@@ -85,10 +93,10 @@ template <class Item> int decTrackingAlternative(L3Call& call, const TrackingAre
 }
 
 // A whole item; the rows of its type are the fields of the first octet and then the choice.
-template <class Item> int decTrackingItem(L3Call& call, const TrackingAreaTypes& types, const L3Type& type, Item& item)
+template <class Item> int decTrackingItem(L3Call& call, const TrackingAreaTypes& types, Item& item)
 {
   item.elements.t = 0;
-  int status = l3DecRows(call, l3Slice(type, 0, 3), &item);
+  int status = l3DecRows(call, l3Slice(types.item, 0, 3), &item);
   if (status < 0) return status;
   L3Name frame;
   l3PushName(call, frame, "elements");

@@ -73,8 +73,9 @@ typedef struct RtxBuffer {
 
 /** One level of a failure on its way out: where it was reported. */
 typedef struct RtxErrLocn {
-  const char* module; /**< Source module, a static string that is not owned. */
-  uint32_t line;      /**< Line in the module. */
+  const char* module; /**< A source file without its ending, or a definition file and its coder: "TS24501IESDec" is
+                           TS24501IES.l3. A static string that is not owned. */
+  uint32_t line;      /**< Line in that file. */
 } RtxErrLocn;
 
 /** One error record. Strings lie in the context's heap. */

@@ -70,6 +70,8 @@ inline int l3Ended(L3Call& call, int status)
 int l3Fail(L3Call& call, const char* module, int status, uint16_t line);
 // The same with a new error record.
 int l3FailNew(L3Call& call, const char* module, int status, uint16_t line);
+// The line of the row that has the name, be it an alternative, or else of the block: what a hand-written coder is at.
+uint16_t l3LineOf(const L3Type& type, const char* name);
 // A value outside its range: -16 with element path and value, non-fatal on decoding.
 void l3NoteRange(L3Call& call, const char* module, uint16_t line, uint64_t value);
 int l3FailRange(L3Call& call, const char* module, uint16_t line, uint64_t value);

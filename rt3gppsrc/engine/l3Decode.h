@@ -75,14 +75,19 @@ inline int l3DecBits(L3Call& call, uint8_t* member, unsigned bits, uint8_t store
   return 0;
 }
 
-// The same under an element name, reporting a failure at the line: what most rows of a hand-written coder are.
-inline int l3DecNamed(L3Call& call, const char* module, uint16_t line, const char* name, uint8_t* member, unsigned bits,
-                      uint8_t store)
+// A failure of a hand-written coder of the type: of the row that has the name, or with null of the type itself.
+inline int l3DecFailed(L3Call& call, const L3Type& type, const char* name, int status)
+{
+  return l3Fail(call, type.module->decoder, status, l3LineOf(type, name));
+}
+
+// l3DecBits under the name of an element: what most rows of a hand-written coder are.
+inline int l3DecNamed(L3Call& call, const L3Type& type, const char* name, uint8_t* member, unsigned bits, uint8_t store)
 {
   L3Name frame;
   l3PushName(call, frame, name);
   int status = l3DecBits(call, member, bits, store, "INTEGER");
-  if (status < 0) return l3Fail(call, module, status, line);
+  if (status < 0) return l3DecFailed(call, type, name, status);
   l3PopName(call);
   return status;
 }

@@ -9,12 +9,16 @@
 int l3EncType(L3Call& call, const L3Type& type, void* value);
 // The rows of a type, without its hand-written coder.
 int l3EncRows(L3Call& call, const L3Type& type, void* record);
+// A failure of a hand-written coder of the type: of the row that has the name, or with null of the type itself.
+inline int l3EncFailed(L3Call& call, const L3Type& type, const char* name, int status)
+{
+  return l3Fail(call, type.module->encoder, status, l3LineOf(type, name));
+}
 
 // Writes the low 1 to 64 bits of a value under the trace label.
 int l3EncBits(L3Call& call, uint64_t value, unsigned bits, const char* label);
-// The same under an element name, with the range test of a field narrower than its member.
-int l3EncNamed(L3Call& call, const char* module, uint16_t line, const char* name, uint64_t value, unsigned bits,
-               uint8_t store);
+// The same under the name of an element of the type, with the range test of a field narrower than its member.
+int l3EncNamed(L3Call& call, const L3Type& type, const char* name, uint64_t value, unsigned bits, uint8_t store);
 int l3EncOctets(L3Call& call, const uint8_t* src, size_t octets);
 // Sets the open tail flag: the octets just written run to the end of their container.
 void l3OpenTail(L3Call& call);

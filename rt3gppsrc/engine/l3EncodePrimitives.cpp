@@ -28,14 +28,13 @@ int l3EncBits(L3Call& call, uint64_t value, unsigned bits, const char* label)
   return status;
 }
 
-int l3EncNamed(L3Call& call, const char* module, uint16_t line, const char* name, uint64_t value, unsigned bits,
-               uint8_t store)
+int l3EncNamed(L3Call& call, const L3Type& type, const char* name, uint64_t value, unsigned bits, uint8_t store)
 {
   L3Name frame;
   l3PushName(call, frame, name);
-  if (bits < store * 8U && value >> bits) return l3FailRange(call, module, line, value);
+  if (bits < store * 8U && value >> bits) return l3FailRange(call, type.module->encoder, l3LineOf(type, name), value);
   int status = l3EncBits(call, value, bits, "INTEGER");
-  if (status < 0) return l3Fail(call, module, status, line);
+  if (status < 0) return l3EncFailed(call, type, name, status);
   l3PopName(call);
   return status;
 }

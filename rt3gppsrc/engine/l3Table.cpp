@@ -1,4 +1,4 @@
-// The table of all types, and the setters of message bodies.
+// The table of all types, the lines of their rows, and the setters of message bodies.
 #include <cstring>
 
 #include "rt3gppsrc/engine/l3Engine.h"
@@ -18,6 +18,23 @@ const L3TypeEntry* l3FindType(const char* fullName)
       high = middle;
   }
   return nullptr;
+}
+
+static bool isCalled(const L3Row& row, const char* name)
+{
+  return row.name && strcmp(row.name, name) == 0;
+}
+
+uint16_t l3LineOf(const L3Type& type, const char* name)
+{
+  for (const L3Row* row = type.rows; name && row < type.rows + type.rowCount; ++row) {
+    if (isCalled(*row, name)) return row->line;
+    if (row->op != kL3Choice) continue;
+    const L3Choice& choice = *static_cast<const L3Choice*>(row->info);
+    for (unsigned i = 0; i < choice.count; ++i)
+      if (isCalled(choice.alternatives[i].row, name)) return choice.alternatives[i].row.line;
+  }
+  return type.line;
 }
 
 // A form can have two bodies of the same message, each with rows of its own.

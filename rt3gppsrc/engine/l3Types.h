@@ -17,10 +17,10 @@ inline constexpr uint16_t kL3NoBit = 0xFFFF;
 inline constexpr uint32_t kL3NoOffset = 0xFFFFFFFFU;
 inline constexpr uint32_t kL3NoLimit = 0xFFFFFFFFU;
 
-// Names that error records give for the rows of a module.
+// What error records give as module for the rows of a definition file: its name and the coder.
 struct L3Module {
-  const char* decoder; // "TS24501IESDec"
-  const char* encoder; // "TS24501IESEnc"
+  const char* decoder; // "TS24501IESSessionDec": TS24501IESSession.l3
+  const char* encoder; // "TS24501IESSessionEnc"
 };
 
 // An enumeration or, with open set, an integer whose values have names.

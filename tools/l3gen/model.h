@@ -221,6 +221,8 @@ const Row* rowNamed(const Type& type, const std::string& name);
 const Row* findField(const Type& type, const std::string& name, std::string* path = nullptr);
 // names.cpp
 std::string cName(const std::string& name);
+// The name of the definition file that a type stands in, without folder and ending.
+std::string fileStem(const Type& type);
 bool isWord(const std::string& name);
 unsigned storeOf(const What& what);
 unsigned storeForBits(unsigned bits);

@@ -3,6 +3,7 @@
 #include <cctype>
 #include <cstdarg>
 #include <cstdio>
+#include <filesystem>
 #include <set>
 
 #include "model.h"
@@ -43,6 +44,11 @@ std::string cName(const std::string& name)
   if (!out.empty() && isdigit(static_cast<unsigned char>(out[0]))) out = "x" + out;
   if (kKeywords.count(out)) out += "_";
   return out;
+}
+
+std::string fileStem(const Type& type)
+{
+  return std::filesystem::path(type.place.file).stem().string();
 }
 
 // Names are letters, digits, hyphens and underscores.

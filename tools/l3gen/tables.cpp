@@ -1,6 +1,7 @@
 // Writing of the descriptor tables of a module: rows, what they point at, and the types themselves.
 #include <algorithm>
 #include <numeric>
+#include <set>
 
 #include "direct.h"
 
@@ -466,9 +467,9 @@ static std::string writeType(const Type& type)
   std::string hand = writeHand(w);
   std::string encName = type.has("hyphen-encode") ? hyphens(type.name) : type.name;
   w.out +=
-      format("extern const L3Type l3_%s = {\"%s\", \"%s\", \"%s\", &module_%s, %s, %s, %s,\n  sizeof(%s), %zu, %d, %d, "
+      format("extern const L3Type l3_%s = {\"%s\", \"%s\", \"%s\", &file_%s, %s, %s, %s,\n  sizeof(%s), %zu, %d, %d, "
              "%s, %d, %s, %s};\n\n",
-             type.full.c_str(), type.name.c_str(), encName.c_str(), type.full.c_str(), type.module->name.c_str(),
+             type.full.c_str(), type.name.c_str(), encName.c_str(), type.full.c_str(), cName(fileStem(type)).c_str(),
              table.c_str(), message.c_str(), hand.c_str(), type.full.c_str(), rows.size(), type.place.line,
              (type.mBits + 7) / 8, typeFlags(type).c_str(), type.mBits, direct(type, false).c_str(),
              direct(type, true).c_str());
@@ -501,12 +502,20 @@ static std::string writeEnum(const Type& type)
   return out + "}};\n";
 }
 
+static std::string writeSource(const std::string& stem)
+{
+  return "static constexpr L3Module file_" + cName(stem) + " = {\"" + stem + "Dec\", \"" + stem + "Enc\"};\n";
+}
+
 std::string writeTables(Model& model, const Module& module)
 {
   std::string out = "// Descriptor tables of module " + module.name + ". Generated; change the definitions instead.\n";
   out += "#include <cstddef>\n\n#include \"L3Descriptors.h\"\n#include \"velnor3gpp/" + module.stem + ".h\"\n\n";
-  out += "static constexpr L3Module module_" + module.name + " = {\"" + module.stem + "Dec\", \"" + module.stem +
-         "Enc\"};\n\n";
+  // Error records name the definition file, so that their lines lead to a row.
+  std::set<std::string> stems;
+  for (auto& type : model.types)
+    if (type->module == &module && stems.insert(fileStem(*type)).second) out += writeSource(fileStem(*type));
+  out += "\n";
   for (auto& type : model.types)
     if (type->module == &module && !type->values.empty()) out += writeEnum(*type);
   out += "\n";
