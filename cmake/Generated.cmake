@@ -2,6 +2,7 @@
 file(GLOB VELNOR_DEFINITIONS CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/*.l3)
 file(GLOB VELNOR_L3GEN_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tools/l3gen/*.cpp)
 add_executable(l3gen ${VELNOR_L3GEN_SOURCES})
+target_include_directories(l3gen PRIVATE ${PROJECT_SOURCE_DIR}) # the forms of rows that the engine knows
 target_compile_options(l3gen PRIVATE -Wall -Wextra -O1)
 
 set(VELNOR_GENERATED_DIR ${PROJECT_BINARY_DIR}/generated)

@@ -27,9 +27,9 @@ struct TestRow : L3Row {
     type = &rowType;
     return *this;
   }
-  TestRow& there(L3When rowWhen, unsigned bit = kL3NoBit, unsigned group = kL3NoBit)
+  TestRow& there(L3Given rowGiven, unsigned bit = kL3NoBit, unsigned group = kL3NoBit)
   {
-    when = rowWhen;
+    given = rowGiven;
     mBit = uint16_t(bit);
     groupBit = uint16_t(group);
     return *this;

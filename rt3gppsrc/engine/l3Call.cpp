@@ -25,7 +25,7 @@ void l3Begin(L3Call& call, RtxContext* pctxt, L3Name& frame, const char* typeNam
   call.plain = plain;
   call.lists = call.keepTypeName = call.ended = call.failed = call.inBody = false;
   call.trial = call.abandoned = call.tried = false;
-  call.earlier = call.listOctets = 0;
+  call.earlier = call.listOctets = call.argument = 0;
   if (!plain) l3ToLists(call);
 }
 
@@ -232,6 +232,14 @@ uint32_t l3JoinFields(const L3Field* fields, unsigned count, const uint8_t* reco
     value =
         (i ? value << fields[i].bits : 0) | static_cast<uint32_t>(l3Load(record + fields[i].offset, fields[i].store));
   return value;
+}
+
+size_t l3CountBy(const L3Count& count, const uint8_t* record)
+{
+  uint64_t field = l3Load(record + count.field.offset, count.field.store);
+  if (count.sizes) return field < count.sizeCount ? count.sizes[field] : 0;
+  int64_t value = count.sign * static_cast<int64_t>(field) + count.bias;
+  return value < 0 ? 0 : static_cast<size_t>(value);
 }
 
 L3Type l3Slice(const L3Type& type, unsigned from, unsigned count)

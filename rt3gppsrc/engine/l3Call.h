@@ -39,6 +39,7 @@ struct L3Call {
   bool tried;        // one was given up: no other is begun
   size_t earlier;    // error records older than the innermost message inside a message
   size_t listOctets; // allocated for entries of lists so far
+  size_t argument;   // the count for the next type whose decoder takes one
   // What a trial has on the heap, to be released when it is given up; what finds no place here stays there.
   static constexpr unsigned kMaxHeld = 16;
   unsigned held = 0;
@@ -243,6 +244,12 @@ inline void l3Store(uint8_t* member, uint8_t store, uint64_t value)
 // Earlier members: the joined value of selecting fields, and whether a condition holds.
 uint32_t l3JoinFields(const L3Field* fields, unsigned count, const uint8_t* record);
 bool l3Holds(const L3Cond& cond, const uint8_t* record);
+// What a count comes to by the record's field, never below 0; and the same where a decoder may have been given it.
+size_t l3CountBy(const L3Count& count, const uint8_t* record);
+inline size_t l3CountOf(const L3Call& call, const L3Count& count, const uint8_t* record)
+{
+  return count.argument ? call.argument : l3CountBy(count, record);
+}
 // Some of a type's rows as a type of their own, for coders by hand that do something between them.
 L3Type l3Slice(const L3Type& type, unsigned from, unsigned count);
 // The alternative for a selector value or a tag; null if there is none.

@@ -83,9 +83,9 @@ static int decEntry(L3Call& call, ListWalk& walk)
 }
 
 // The bit, as it stands ahead, that ends a list of leading bits.
-static uint32_t bitThatEnds(const L3Call& call, L3ListEnd end)
+static uint32_t bitThatEnds(const L3Call& call, const L3ListTraits& traits)
 {
-  return end == kL3MoreLH ? l3PaddingAhead(call.pctxt, 1) : end == kL3MoreZero;
+  return traits.padded ? l3PaddingAhead(call.pctxt, 1) : !traits.before;
 }
 
 // The end of the input ends a list of leading bits as a 0 would.
@@ -94,7 +94,7 @@ static int decMoreBit(L3Call& call, ListWalk& walk)
   for (;;) {
     uint8_t bit = 0;
     if (call.plain ? !l3Unread(call.pctxt) : rtxPeekByte(call.pctxt, nullptr) <= 0) return 0;
-    uint32_t ends = bitThatEnds(call, walk.info.end);
+    uint32_t ends = bitThatEnds(call, l3Traits(walk.info.end));
     int status = l3DecBit(call, "ext bit", bit);
     if (status < 0) return l3Fail(call, moduleOf(walk), status, walk.row.line);
     if (bit == ends) return 0;
@@ -129,7 +129,7 @@ static int decUntilZero(L3Call& call, ListWalk& walk)
 static int decEntries(L3Call& call, ListWalk& walk)
 {
   const L3List& info = walk.info;
-  if (l3IsLed(info.end)) return decMoreBit(call, walk);
+  if (l3Traits(info.end).led) return decMoreBit(call, walk);
   if (info.end == kL3WhileExt) return decWhileExt(call, walk);
   if (info.end == kL3UntilZero) return decUntilZero(call, walk);
   if (info.end == kL3WhileRoom) {
@@ -137,8 +137,8 @@ static int decEntries(L3Call& call, ListWalk& walk)
       if (int status = decEntry(call, walk); status < 0) return status;
     return 0;
   }
-  int64_t want = static_cast<int64_t>(l3Load(walk.record + info.field.offset, info.field.store)) + info.bias;
-  for (int64_t i = 0; i < want; ++i)
+  size_t want = l3CountOf(call, info.times, walk.record);
+  for (size_t i = 0; i < want; ++i)
     if (int status = decEntry(call, walk); status < 0) return status;
   return 0;
 }

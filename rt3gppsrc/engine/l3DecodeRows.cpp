@@ -103,6 +103,7 @@ int l3DecMember(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* rec
       return l3DecString(call, type, row, record, running);
     case kL3Record:
     case kL3TextType:
+      if (row.info) call.argument = l3CountOf(call, *static_cast<const L3Count*>(row.info), record);
       status = l3DecType(call, *row.type, record + row.offset);
       break;
     case kL3List:
@@ -145,10 +146,11 @@ static int decLength(L3Call& call, RowWalk& walk, const L3Row& row)
   // A length may share its octet with an element that it does not count (TS 24.501, 9.11.3.46).
   size_t start = l3BitPos(call.pctxt);
   size_t lead = info.fromOctet ? (8 - start % 8) % 8 : 0;
-  walk.ends[walk.regions] = start + lead + static_cast<size_t>(value) * info.unitBits;
+  size_t counted = (static_cast<size_t>(value) + info.bias) * info.unitBits;
+  walk.ends[walk.regions] = start + lead + counted;
   if (info.ranged && (value < info.lo || value > info.hi)) l3NoteRange(call, moduleOf(walk.type), row.line, value);
   bool bits = info.unitBits == 1 || lead;
-  status = l3PushRegion(call, walk.frames[walk.regions], bits ? walk.ends[walk.regions] - start : value, bits);
+  status = l3PushRegion(call, walk.frames[walk.regions], bits ? lead + counted : counted / 8, bits);
   if (status < 0) return l3Fail(call, moduleOf(walk.type), status, row.line);
   ++walk.regions;
   if (row.name) l3PopName(call);
@@ -158,45 +160,28 @@ static int decLength(L3Call& call, RowWalk& walk, const L3Row& row)
 // Is the element there? Reads the bit that leads it; negative on failure. The name stands already.
 static int isThere(L3Call& call, RowWalk& walk, const L3Row& row)
 {
-  uint8_t bit = 1;
-  uint32_t low = 0;
-  int status = 0;
-  switch (row.when) {
-    case kL3OptLH:
-    case kL3RoomOptLH:
-      low = l3PaddingAhead(call.pctxt, 1);
-      [[fallthrough]];
-    case kL3OptBit:
-    case kL3RoomOptBit:
-      status = l3DecBit(call, "optional bit", bit);
-      bit = static_cast<uint8_t>(bit ^ low);
-      break;
-    case kL3Ext:
-    case kL3RoomExt:
-    case kL3More:
-      if (row.flags & kL3ExtList) return 1;
-      status = l3DecBit(call, "ext bit", walk.extBit);
-      break;
-    default:
-      break;
-  }
-  return status < 0 ? l3Fail(call, moduleOf(walk.type), status, row.line) : bit;
+  if (row.lead == kL3NoLead || row.flags & kL3ExtList) return 1;
+  const L3LeadTraits& traits = l3Traits(row.lead);
+  uint8_t absent = traits.padded ? static_cast<uint8_t>(l3PaddingAhead(call.pctxt, 1)) : 0;
+  uint8_t bit = 0;
+  int status = l3DecBit(call, traits.label, bit);
+  if (status < 0) return l3Fail(call, moduleOf(walk.type), status, row.line);
+  if (traits.optional) return bit != absent;
+  walk.extBit = bit;
+  return 1;
 }
 
 static bool passedOver(const L3Call& call, const RowWalk& walk, const L3Row& row)
 {
-  switch (row.when) {
-    case kL3Room:
-      return !l3HasRoom(call) || (row.cond && !l3Holds(*row.cond, walk.record));
-    case kL3RoomOptBit:
-    case kL3RoomOptLH:
-    case kL3RoomExt:
-      return !l3HasRoom(call);
-    case kL3If:
-    case kL3WhenCond:
+  if (row.room && !l3HasRoom(call)) return true;
+  switch (row.given) {
+    case kL3GivenIf:
+    case kL3GivenWhen:
       return !l3Holds(*row.cond, walk.record);
-    case kL3More:
+    case kL3GivenMore:
       return walk.extBit != 0;
+    case kL3GivenWith:
+      return !l3HasBit(walk.record, row.mBit);
     case kL3ByHand:
       return true;
     default:
@@ -214,10 +199,10 @@ static void markPresent(RowWalk& walk, const L3Row& row)
 static int decElement(L3Call& call, RowWalk& walk, const L3Row& row)
 {
   if (row.op == kL3Length) return decLength(call, walk, row);
-  if (row.when != kL3Always && passedOver(call, walk, row)) return 0;
+  if (passedOver(call, walk, row)) return 0;
   L3Name frame;
   int there = l3PushRow(call, moduleOf(walk.type), row, frame);
-  if (there >= 0) there = row.when == kL3Always ? 1 : isThere(call, walk, row);
+  if (there >= 0) there = isThere(call, walk, row);
   if (there < 0) {
     l3InitMember(row, walk.record);
     return there;
@@ -260,19 +245,26 @@ static void leaveRelease(L3Call& call, RowWalk& walk, const L3Row& row)
   walk.done = true;
 }
 
+// Closes the innermost region: what is left in it is passed over.
+static int closeRegion(L3Call& call, RowWalk& walk, uint16_t line)
+{
+  RtxContext* pctxt = call.pctxt;
+  size_t end = walk.ends[--walk.regions];
+  if (l3BitPos(pctxt) > end) return reportOverrun(call, walk, line);
+  if (call.plain) {
+    pctxt->buffer.byteIndex = end / 8;
+    pctxt->buffer.bitOffset = static_cast<int16_t>(8 - end % 8);
+  } else if (int status = rtxCtxtSetBitOffset(pctxt, end); status < 0) {
+    return l3Fail(call, moduleOf(walk.type), status, line);
+  }
+  l3PopRegion(call);
+  return 0;
+}
+
 static int closeRegions(L3Call& call, RowWalk& walk)
 {
-  for (unsigned i = walk.regions; i-- > 0;) {
-    RtxContext* pctxt = call.pctxt;
-    if (l3BitPos(pctxt) > walk.ends[i]) return reportOverrun(call, walk, walk.type.line);
-    if (call.plain) {
-      pctxt->buffer.byteIndex = walk.ends[i] / 8;
-      pctxt->buffer.bitOffset = static_cast<int16_t>(8 - walk.ends[i] % 8);
-    } else if (int status = rtxCtxtSetBitOffset(pctxt, walk.ends[i]); status < 0) {
-      return l3Fail(call, moduleOf(walk.type), status, walk.type.line);
-    }
-    l3PopRegion(call);
-  }
+  while (walk.regions)
+    if (int status = closeRegion(call, walk, walk.type.line); status < 0) return status;
   return l3Ended(call, walk.running);
 }
 
@@ -307,6 +299,10 @@ static bool endsHere(L3Call& call, const RowWalk& walk, const L3Row& row)
       row += enterRelease(call, walk, *row);
       continue;
     }
+    if (row->op == kL3EndLength) {
+      if (int status = closeRegion(call, walk, row->line); status < 0) return status;
+      continue;
+    }
     if (endsHere(call, walk, *row)) return 0;
     int status = decElement(call, walk, *row);
     if (status >= 0 && overrun(call, walk)) status = reportOverrun(call, walk, row->line);
@@ -336,9 +332,15 @@ int l3DecType(L3Call& call, const L3Type& type, void* value)
 
 int l3Decode(RtxContext* pctxt, const L3Type& type, void* value)
 {
+  return l3DecodeCounted(pctxt, type, value, 0);
+}
+
+int l3DecodeCounted(RtxContext* pctxt, const L3Type& type, void* value, size_t count)
+{
   L3Call call;
   L3Name frame;
   l3Begin(call, pctxt, frame, type.name);
+  call.argument = count;
   int status = l3DecType(call, type, value);
   return l3End(call, status, moduleOf(type), type.line);
 }

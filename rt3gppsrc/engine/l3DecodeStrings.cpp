@@ -113,13 +113,17 @@ static int readBitArray(L3Call& call, uint8_t* dst, size_t octets, size_t bits)
 static size_t countBits(const L3Call& call, const uint8_t* record, const L3BitString& info)
 {
   if (info.from != kL3ByField) return l3RoomBits(call);
-  return static_cast<size_t>(l3Load(record + info.field.offset, info.field.store)) + static_cast<size_t>(info.bias);
+  return l3CountOf(call, info.count, record);
 }
 
 static int decBitString(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running)
 {
   const L3BitString& info = *static_cast<const L3BitString*>(row.info);
   uint8_t* member = record + row.offset;
+  if (info.from == kL3Fixed) {
+    running = readBitArray(call, member, (info.capBits + 7) / 8, info.capBits);
+    return 0;
+  }
   size_t bits = countBits(call, record, info);
   if (info.capBits) {
     size_t store = bits < info.capBits ? bits : info.capBits;

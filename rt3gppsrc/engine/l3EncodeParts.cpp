@@ -70,7 +70,8 @@ static int encOctetString(L3Call& call, const L3Type& type, const L3Row& row, co
 static int encBitString(L3Call& call, const L3Type& type, const L3Row& row, const uint8_t* member, int& running)
 {
   const L3BitString& info = *static_cast<const L3BitString*>(row.info);
-  auto [bits, data] = contentOf(member, info.capBits, info.dataOffset);
+  auto [bits, data] =
+      info.from == kL3Fixed ? Content{info.capBits, member} : contentOf(member, info.capBits, info.dataOffset);
   if (info.capBits && bits > info.capBits) return l3FailRange(call, type.module->encoder, row.line, bits);
   if (!bits) return 0;
   if (!data) return failNull(call, type, row);
@@ -145,10 +146,11 @@ static int encListBit(L3Call& call, const L3Type& type, const L3Row& row, const 
 {
   int status = 0;
   const char* label = i < count ? "ext bit" : "eol bit";
-  if (info.end == kL3MoreBit || info.end == kL3MoreZero)
-    status = l3EncBits(call, (i < count) == (info.end == kL3MoreBit), 1, label);
-  else if (info.end == kL3MoreLH)
+  const L3ListTraits& traits = l3Traits(info.end);
+  if (traits.padded)
     status = l3EncPadded(call, i < count, 1, label);
+  else if (traits.led)
+    status = l3EncBits(call, (i < count) == traits.before, 1, label);
   else if (info.end == kL3WhileExt && i < count)
     status = l3EncBits(call, i + 1 == count, 1, "ext bit");
   else if (info.end == kL3UntilZero && i == count && l3BitPos(call.pctxt) % 8)

@@ -100,7 +100,9 @@ int l3EncClose(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* reco
   const L3Length& info = *static_cast<const L3Length*>(row.info);
   if (info.unitBits == 8)
     if (int status = align(call, type, row); status < 0) return status;
-  size_t count = (l3BitPos(call.pctxt) - start) / info.unitBits;
+  size_t content = (l3BitPos(call.pctxt) - start) / info.unitBits;
+  if (content < info.bias) return l3FailRange(call, type.module->encoder, row.line, content);
+  size_t count = content - info.bias;
   // A 16-bit length keeps its low 8 bits alone: a fixed trait of the encoders.
   if (info.bits == 16 && !info.keepWhole) count &= 0xFF;
   if (info.member) l3Store(record + row.offset, row.store, count);

@@ -89,8 +89,8 @@ int l3EncMember(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* rec
 
 static bool isPresent(const L3Row& row, const uint8_t* record)
 {
-  if (row.when == kL3ByHand) return false;
-  if (row.when == kL3WhenCond) return l3Holds(*row.cond, record);
+  if (row.given == kL3ByHand) return false;
+  if (row.given == kL3GivenWhen) return l3Holds(*row.cond, record);
   if (row.mBit == kL3NoBit) return true;
   if (row.groupBit != kL3NoBit && !l3HasBit(record, row.groupBit)) return false;
   return l3HasBit(record, row.mBit);
@@ -101,17 +101,17 @@ static unsigned extBit(const L3Row& row, const uint8_t* record)
 {
   if (row.flags & kL3ExtLast) return 1;
   const L3Row& next = (&row)[1];
-  return !(next.when == kL3More && isPresent(next, record));
+  return !(next.given == kL3GivenMore && isPresent(next, record));
 }
 
 // What leads the element: an optional bit or an extension bit.
 static int encLead(L3Call& call, const L3Row& row, const uint8_t* record, bool present)
 {
-  if (row.when == kL3OptBit || row.when == kL3RoomOptBit) return l3EncBits(call, present, 1, "optional bit");
-  if (l3IsLH(row.when)) return l3EncPadded(call, present, 1, "optional bit");
-  bool ext = row.when == kL3Ext || row.when == kL3RoomExt || row.when == kL3More;
-  if (!ext || !present || (row.flags & kL3ExtList)) return 0;
-  return l3EncBits(call, extBit(row, record), 1, "ext bit");
+  const L3LeadTraits& traits = l3Traits(row.lead);
+  if (traits.padded) return l3EncPadded(call, present, 1, traits.label);
+  if (traits.optional) return l3EncBits(call, present, 1, traits.label);
+  if (row.lead == kL3NoLead || !present || (row.flags & kL3ExtList)) return 0;
+  return l3EncBits(call, extBit(row, record), 1, traits.label);
 }
 
 static int encElement(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running)
@@ -149,6 +149,11 @@ static int encLength(L3Call& call, const L3Type& type, const L3Row& row)
   for (const L3Row* row = type.rows; row < end; ++row) {
     if (row->op == kL3Release) {
       if (!l3HasBit(record, row->mBit)) row += static_cast<const L3Release*>(row->info)->rows;
+      continue;
+    }
+    if (row->op == kL3EndLength) {
+      const OpenLength& closed = open[--opened];
+      if (running = l3EncClose(call, type, *closed.row, record, closed.start); running < 0) return running;
       continue;
     }
     int status = row->op == kL3Length ? encLength(call, type, *row) : encElement(call, type, *row, record, running);

@@ -7,6 +7,8 @@
 
 // Entry of an exported decoder or encoder. `value` points to the value, also for scalars.
 int l3Decode(RtxContext* pctxt, const L3Type& type, void* value);
+// The same for a type whose decoder takes the count of its bits or entries.
+int l3DecodeCounted(RtxContext* pctxt, const L3Type& type, void* value, size_t count);
 int l3Encode(RtxContext* pctxt, const L3Type& type, void* value);
 // Prints the value under the given name. Always 0.
 int l3Print(RtxContext* pctxt, const L3Type& type, const char* name, const void* value);

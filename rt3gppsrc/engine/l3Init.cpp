@@ -18,7 +18,9 @@ static void initOctets(const L3Row& row, uint8_t* member)
 
 static void initBits(const L3Row& row, uint8_t* member)
 {
-  if (static_cast<const L3BitString*>(row.info)->capBits)
+  const L3BitString& info = *static_cast<const L3BitString*>(row.info);
+  if (info.from == kL3Fixed) return;
+  if (info.capBits)
     member[0] = 0;
   else
     l3StoreOctets(member, {0, nullptr}); // numbits and data lie alike
@@ -120,7 +122,7 @@ void l3InitRest(const L3Type& type, unsigned from, void* record)
 {
   if (l3TextForm(type) == L3TextForm::pointer) l3StorePointer(static_cast<uint8_t*>(record), nullptr);
   for (const L3Row* row = type.rows + from; row < type.rows + type.rowCount; ++row)
-    if (row->mBit == kL3NoBit && row->when != kL3ByHand) initUnread(*row, static_cast<uint8_t*>(record));
+    if (row->mBit == kL3NoBit && row->given != kL3ByHand) initUnread(*row, static_cast<uint8_t*>(record));
 }
 
 void l3InitMember(const L3Row& row, void* record)

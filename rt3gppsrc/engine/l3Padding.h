@@ -19,17 +19,6 @@ inline uint32_t l3PaddingAhead(const RtxContext* pctxt, unsigned bits)
   return l3PatternAhead(pctxt, 0x2B, bits);
 }
 
-inline bool l3IsLH(L3When when)
-{
-  return when == kL3OptLH || when == kL3RoomOptLH;
-}
-
-// Does a bit stand before each entry and behind the last?
-inline bool l3IsLed(L3ListEnd end)
-{
-  return end == kL3MoreBit || end == kL3MoreZero || end == kL3MoreLH;
-}
-
 // A number of 1 to 32 bits relative to the padding, as l3DecBits and l3EncBits do plain ones.
 int l3DecPadded(L3Call& call, uint8_t* member, unsigned bits, uint8_t store, const char* label);
 int l3EncPadded(L3Call& call, uint64_t value, unsigned bits, const char* label);

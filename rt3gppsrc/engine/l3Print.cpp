@@ -94,7 +94,8 @@ static void printOctets(PrintWalk& walk, const L3Row& row, const char* name, con
 static void printBits(PrintWalk& walk, const L3Row& row, const char* name, const uint8_t* member)
 {
   const L3BitString& info = *static_cast<const L3BitString*>(row.info);
-  Held bits = heldValues<L3HeapBits>(member, info.capBits, info.dataOffset);
+  Held bits = {info.capBits, member};
+  if (info.from != kL3Fixed) bits = heldValues<L3HeapBits>(member, info.capBits, info.dataOffset);
   rtxSinkIndent(walk.sink);
   rtPrintToStreamBitStrBraceText(walk.pctxt, name, bits.count, bits.data, nullptr);
 }
@@ -220,6 +221,7 @@ static void printElement(PrintWalk& walk, const L3Row& row, const char* name, co
     case kL3Nothing:
       return printNull(walk, name);
     case kL3Release:
+    case kL3EndLength:
     case kL3Tail:
       return;
   }

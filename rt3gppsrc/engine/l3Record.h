@@ -80,7 +80,7 @@ inline uint8_t* l3BodyValue(const L3Body& body, const L3BodyRow& row, const uint
 // Is the element there for an encoder or a printer? A group's bit comes before its members' bits.
 inline bool l3IsPresent(const L3Row& row, const uint8_t* record)
 {
-  if (row.when == kL3WhenCond && !l3Holds(*row.cond, record)) return false;
+  if (row.given == kL3GivenWhen && !l3Holds(*row.cond, record)) return false;
   if (row.groupBit != kL3NoBit && !l3HasBit(record, row.groupBit)) return false;
   return row.mBit == kL3NoBit || l3HasBit(record, row.mBit);
 }

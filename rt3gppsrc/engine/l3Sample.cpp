@@ -12,9 +12,10 @@ static constexpr uint8_t kOctets[] = {0x21, 0x43, 0x65, 0x87, 0xA9, 0x10, 0x32, 
 
 struct SampleWalk {
   RtxContext* pctxt;
-  size_t bits;  // on the wire so far
-  size_t limit; // where the innermost region must end at the latest
-  size_t grow;  // octets by which the next open string or list of the region is drawn out
+  size_t bits;     // on the wire so far
+  size_t limit;    // where the innermost region must end at the latest
+  size_t grow;     // octets by which the next open string or list of the region is drawn out
+  size_t argument; // the count for the next type whose decoder takes one
   unsigned depth;
   bool failed; // out of memory, or types within types without end
 };
@@ -96,12 +97,21 @@ static void sampleOctets(SampleWalk& walk, L3SampleRecord& sample, const L3Row& 
     l3StoreOctets(member, {static_cast<uint32_t>(count), data});
 }
 
+// What a count comes to once its field has the least value that gives `wish` or more.
+static size_t settleCount(SampleWalk& walk, L3SampleRecord& sample, const L3Count& count, size_t wish, size_t most)
+{
+  if (count.argument) return walk.argument;
+  int64_t field = count.sizes ? 1 : (static_cast<int64_t>(wish) - count.bias) * count.sign;
+  l3SettleCount(sample, count.field, field < 0 ? 0 : static_cast<uint64_t>(field), most);
+  return l3CountBy(count, sample.record);
+}
+
 // Bits that a field counts: as few as the field allows, one where it may.
 static void sampleCountedBits(SampleWalk& walk, L3SampleRecord& sample, const L3Row& row, const L3BitString& info)
 {
   uint8_t* member = sample.record + row.offset;
-  size_t bias = static_cast<size_t>(int64_t{info.bias}); // may be negative
-  size_t count = static_cast<size_t>(l3SettleCount(sample, info.field, 1, maxOfBits(info.field.bits))) + bias;
+  size_t wish = static_cast<size_t>(1 + info.count.bias);
+  size_t count = settleCount(walk, sample, info.count, wish, maxOfBits(info.count.field.bits));
   if (info.capBits) count = clamp(count, 0, info.capBits);
   walk.bits += count;
   uint8_t* data = info.capBits ? member + info.dataOffset : static_cast<uint8_t*>(allocate(walk, count / 8 + 1));
@@ -119,6 +129,11 @@ static void sampleBits(SampleWalk& walk, L3SampleRecord& sample, const L3Row& ro
   const L3BitString& info = *static_cast<const L3BitString*>(row.info);
   uint8_t* member = sample.record + row.offset;
   if (info.from == kL3ByField) return sampleCountedBits(walk, sample, row, info);
+  if (info.from == kL3Fixed) {
+    member[(info.capBits - 1) / 8] = static_cast<uint8_t>(0xFF << (7 - (info.capBits - 1) % 8));
+    walk.bits += info.capBits;
+    return;
+  }
   size_t count = sample.closed ? 0 : 8 - walk.bits % 8;
   count += takeGrowth(walk, info.capBits ? (info.capBits - clamp(count, 0, info.capBits)) / 8 : 0xFF) * 8;
   if (info.capBits) count = clamp(count, 0, info.capBits);
@@ -202,21 +217,18 @@ static bool isHandText(const L3Type& type)
 }
 
 // How many entries a list begins with; `most` bounds it.
-static size_t leastEntries(L3SampleRecord& sample, const L3List& info, size_t most)
+static size_t leastEntries(SampleWalk& walk, L3SampleRecord& sample, const L3List& info, size_t most)
 {
   size_t least = clamp(info.ranged ? info.lo : 1, 1, most);
   if (info.end != kL3Times) return least;
-  int64_t value = static_cast<int64_t>(least) - info.bias;
-  uint64_t field = l3SettleCount(sample, info.field, value < 0 ? 0 : static_cast<uint64_t>(value), most);
-  int64_t count = static_cast<int64_t>(field) + info.bias;
-  return clamp(count < 0 ? 0 : static_cast<size_t>(count), 0, most);
+  return clamp(settleCount(walk, sample, info.times, least, most), 0, most);
 }
 
 static void sampleEntry(SampleWalk& walk, const L3Type& type, const L3List& info, uint8_t* entry)
 {
   const L3Type& entryType = info.elem.type ? *info.elem.type : type;
   L3SampleRecord sample{entryType, entry, {}, 0, false, false};
-  if (l3IsLed(info.end) || info.end == kL3WhileExt) ++walk.bits;
+  if (l3Traits(info.end).led || info.end == kL3WhileExt) ++walk.bits;
   sampleElement(walk, sample, info.elem);
 }
 
@@ -231,7 +243,7 @@ static size_t sampleEntries(SampleWalk& walk, const L3Type& type, const L3List& 
     ++count;
     if (walk.failed) break;
   }
-  if (l3IsLed(info.end)) ++walk.bits;
+  if (l3Traits(info.end).led) ++walk.bits;
   return count;
 }
 
@@ -241,7 +253,7 @@ static void sampleList(SampleWalk& walk, L3SampleRecord& sample, const L3Row& ro
   uint8_t* member = sample.record + row.offset;
   size_t most = info.cap ? info.cap : 255;
   if (info.ranged && info.hi < most) most = info.hi;
-  size_t least = leastEntries(sample, info, most);
+  size_t least = leastEntries(walk, sample, info, most);
   if (info.end == kL3WhileRoom)
     most = clamp(least + 8 + walk.grow, 0, most);
   else
@@ -331,6 +343,7 @@ static void sampleElement(SampleWalk& walk, L3SampleRecord& sample, const L3Row&
       return sampleText(walk, sample, row);
     case kL3Record:
     case kL3TextType:
+      if (row.info) walk.argument = settleCount(walk, sample, *static_cast<const L3Count*>(row.info), 1, 0xFF);
       if (isHandText(*row.type))
         sampleTextType(walk, *row.type, row.name, member);
       else
@@ -348,32 +361,28 @@ static void sampleElement(SampleWalk& walk, L3SampleRecord& sample, const L3Row&
   }
 }
 
-static bool isRoom(L3When when)
+static bool isOptBit(const L3Row& row)
 {
-  return when == kL3Room || when == kL3RoomOptBit || when == kL3RoomOptLH || when == kL3RoomExt;
+  return l3Traits(row.lead).optional;
 }
 
-static bool isOptBit(L3When when)
+static bool isExt(const L3Row& row)
 {
-  return when == kL3OptBit || when == kL3RoomOptBit || l3IsLH(when);
-}
-
-static bool isExt(L3When when)
-{
-  return when == kL3Ext || when == kL3RoomExt || when == kL3More;
+  return row.lead == kL3LeadExt;
 }
 
 // Can the element be there, by what has been decided before it?
 static bool mayBePresent(L3SampleRecord& sample, const L3Row& row)
 {
-  if (isRoom(row.when) && sample.closed) return false;
-  switch (row.when) {
-    case kL3Room:
-    case kL3If:
-    case kL3WhenCond:
-      return !row.cond || l3SettleCondition(sample, *row.cond);
-    case kL3More:
+  if (row.room && sample.closed) return false;
+  switch (row.given) {
+    case kL3GivenIf:
+    case kL3GivenWhen:
+      return l3SettleCondition(sample, *row.cond);
+    case kL3GivenMore:
       return !sample.extClosed;
+    case kL3GivenWith:
+      return l3HasBit(sample.record, row.mBit);
     case kL3ByHand:
       return sample.type.flags & kL3IsPdu; // the security header
     default:
@@ -383,7 +392,7 @@ static bool mayBePresent(L3SampleRecord& sample, const L3Row& row)
 
 static size_t leadBits(const L3Row& row)
 {
-  bool bit = isOptBit(row.when) || (isExt(row.when) && !(row.flags & kL3ExtList));
+  bool bit = isOptBit(row) || (isExt(row) && !(row.flags & kL3ExtList));
   return bit ? 1 : 0;
 }
 
@@ -395,10 +404,10 @@ static void clearBit(uint8_t* record, uint16_t bit)
 // Leaves an element out: what would follow it in the region or group cannot be there either.
 static void leaveOut(SampleWalk& walk, L3SampleRecord& sample, const L3Row& row, size_t before)
 {
-  walk.bits = before + (isOptBit(row.when) ? 1 : 0);
+  walk.bits = before + (isOptBit(row) ? 1 : 0);
   clearBit(sample.record, row.mBit);
-  if (isRoom(row.when)) sample.closed = true;
-  if (isExt(row.when)) sample.extClosed = true;
+  if (row.room) sample.closed = true;
+  if (isExt(row)) sample.extClosed = true;
 }
 
 // A message's security header repeats the discriminator of the plain header behind it.
@@ -417,14 +426,14 @@ static void repeatDiscriminator(const L3SampleRecord& sample, const L3Row& heade
 static void sampleRow(SampleWalk& walk, L3SampleRecord& sample, const L3Row& row, size_t before)
 {
   if (!mayBePresent(sample, row)) {
-    if (row.when != kL3ByHand) leaveOut(walk, sample, row, before);
+    if (row.given != kL3ByHand && row.given != kL3GivenWith) leaveOut(walk, sample, row, before);
     return;
   }
-  if (isExt(row.when)) sample.extClosed = false;
+  if (isExt(row)) sample.extClosed = false;
   walk.bits += leadBits(row);
   bool closed = sample.closed;
   sampleElement(walk, sample, row);
-  if (row.when == kL3ByHand) repeatDiscriminator(sample, row);
+  if (row.given == kL3ByHand) repeatDiscriminator(sample, row);
   if (row.mBit == kL3NoBit) return;
   if (walk.bits > walk.limit) {
     sample.closed = closed;
@@ -452,11 +461,12 @@ static void sampleRelease(SampleWalk& walk, L3SampleRecord& sample, const L3Row&
 struct SampleRegion {
   const L3Length* info;
   size_t start;
+  size_t outer; // the limit of what lies around it
 };
 
 static size_t mostOf(const L3Length& info)
 {
-  size_t most = maxOfBits(info.bits);
+  size_t most = maxOfBits(info.bits) + info.bias;
   if (info.bits == 16 && !info.keepWhole) most = 0xFF; // an encoder keeps the low octet only
   return info.ranged && info.hi < most ? info.hi : most;
 }
@@ -466,23 +476,20 @@ static SampleRegion openRegion(SampleWalk& walk, const L3Length& info)
   walk.bits += info.bits;
   size_t start = walk.bits;
   if (info.fromOctet) start = (start + 7) / 8 * 8; // what shares the length's octet is not counted
-  size_t end = start + mostOf(info) * info.unitBits;
+  size_t end = start + mostOf(info) * info.unitBits, limit = walk.limit;
   if (end < walk.limit) walk.limit = end;
-  return {&info, start};
+  return {&info, start, limit};
 }
 
-// Octets that the record's regions lack to their least lengths.
-static size_t closeRegions(SampleWalk& walk, const SampleRegion* regions, unsigned count)
+// Octets that the region lacks to its least length.
+static size_t closeRegion(SampleWalk& walk, const SampleRegion& region)
 {
-  size_t lack = 0;
-  while (count-- > 0) {
-    const L3Length& info = *regions[count].info;
-    if (info.unitBits == 8) walk.bits = (walk.bits + 7) / 8 * 8;
-    size_t least = info.ranged ? info.lo * size_t{info.unitBits} : 0;
-    size_t length = walk.bits - regions[count].start;
-    if (length < least && (least - length + 7) / 8 > lack) lack = (least - length + 7) / 8;
-  }
-  return lack;
+  const L3Length& info = *region.info;
+  if (info.unitBits == 8) walk.bits = (walk.bits + 7) / 8 * 8;
+  size_t least = ((info.ranged ? info.lo : 0) + info.bias) * size_t{info.unitBits};
+  size_t length = walk.bits - region.start;
+  walk.limit = region.outer;
+  return length < least ? (least - length + 7) / 8 : 0;
 }
 
 static void sampleOptions(SampleWalk& walk, L3SampleRecord& sample, const L3Message& message)
@@ -502,9 +509,17 @@ static size_t samplePass(SampleWalk& walk, L3SampleRecord& sample, bool& closed)
   const L3Type& type = sample.type;
   SampleRegion regions[kMaxRegions];
   unsigned opened = 0;
+  size_t lack = 0;
+  auto close = [&] {
+    size_t more = closeRegion(walk, regions[--opened]);
+    lack = more > lack ? more : lack;
+  };
   for (const L3Row* row = type.rows; row < type.rows + type.rowCount && !walk.failed; ++row) {
     if (row->op == kL3Length && opened < kMaxRegions) {
       regions[opened++] = openRegion(walk, *static_cast<const L3Length*>(row->info));
+      sample.closed = false;
+    } else if (row->op == kL3EndLength) {
+      close();
       sample.closed = false;
     } else if (row->op == kL3Release) {
       sampleRelease(walk, sample, *row);
@@ -515,7 +530,8 @@ static size_t samplePass(SampleWalk& walk, L3SampleRecord& sample, bool& closed)
   }
   if (type.message) sampleOptions(walk, sample, *type.message);
   closed = sample.closed && !opened;
-  return closeRegions(walk, regions, opened);
+  while (opened) close();
+  return lack;
 }
 
 // A form's message decides its header, so it is settled before the header's rows.
@@ -558,7 +574,7 @@ static bool sampleType(SampleWalk& walk, const L3Type& type, uint8_t* value)
 
 void* l3Sample(RtxContext* pctxt, const L3Type& type)
 {
-  SampleWalk walk{pctxt, 0, SIZE_MAX / 16, 0, 0, false};
+  SampleWalk walk{pctxt, 0, SIZE_MAX / 16, 0, 0, 0, false};
   uint8_t* value = static_cast<uint8_t*>(allocate(walk, type.size));
   if (value) sampleType(walk, type, value);
   return walk.failed ? nullptr : value;

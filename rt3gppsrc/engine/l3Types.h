@@ -4,6 +4,7 @@
 #ifndef VELNOR3GPP_L3_TYPES_H
 #define VELNOR3GPP_L3_TYPES_H
 
+#include "rt3gppsrc/engine/l3Forms.h"
 #include "velnor3gpp/rtx3GPP.h"
 #include "velnor3gpp/rtxEnum.h"
 #include "velnor3gpp/rtxTypes.h"
@@ -57,6 +58,17 @@ struct L3Cond {
   uint16_t count;
 };
 
+// A count that an earlier field tells: sign * field + bias, where a table does not give the count for it. In a type
+// whose decoder takes the count as an argument the argument stands for all of this.
+struct L3Count {
+  L3Field field;
+  int8_t bias;
+  int8_t sign;
+  uint8_t argument;
+  uint8_t sizeCount;    // rows of the table; a field beyond them counts 0
+  const uint8_t* sizes; // or null
+};
+
 enum L3Op : uint8_t {
   kL3UInt,       // integer of row.bits, stored in row.store octets
   kL3Bool,       // boolean, one bit, one octet
@@ -64,32 +76,17 @@ enum L3Op : uint8_t {
   kL3Octets,     // info: L3Octets
   kL3BitString,  // info: L3BitString
   kL3Text,       // info: L3Text
-  kL3Record,     // row.type
+  kL3Record,     // row.type; info: L3Count where the type's decoder takes a count, or null
   kL3TextType,   // row.type, a hand-coded string type that gets the octets left in the region
   kL3List,       // info: L3List
   kL3Choice,     // info: L3Choice
   kL3Body,       // info: L3Body
-  kL3Length,     // info: L3Length; opens a region to the end of the record
+  kL3Length,     // info: L3Length; opens a region to the end of the record, or to its kL3EndLength
+  kL3EndLength,  // closes the region opened last
   kL3Release,    // info: L3Release; opens a release group
   kL3Nothing,    // no member, nothing on the wire
   kL3Unary,      // info: L3Unary; a run of equal bits, stored as its length in one octet
   kL3Tail,       // no member: unknown elements to the end of the region; row.bits: shifts are followed
-};
-
-enum L3When : uint8_t {
-  kL3Always,
-  kL3Room,       // while the region has bits, and row.cond if there is one
-  kL3OptBit,     // behind a leading bit
-  kL3RoomOptBit, // the same, passed over when the region is at its end
-  kL3If,         // row.cond on decoding, presence bit otherwise
-  kL3WhenCond,   // row.cond always, no presence bit
-  kL3Ext,        // led by an extension bit
-  kL3RoomExt,    // the same while the region has bits
-  kL3More,       // if the extension bit before was 0
-  kL3Iei,        // in L3Message.options only
-  kL3ByHand,     // never coded by the engine; printed if its presence bit is set
-  kL3OptLH,      // behind a leading bit that is H
-  kL3RoomOptLH,  // the same, passed over when the region is at its end
 };
 
 enum L3RowFlags : uint8_t {
@@ -105,20 +102,20 @@ struct L3Row {
   const char* name;   // pushed and printed; null in a bare type: nothing is pushed and the printer's name is used
   const L3Type* type; // kL3Record, kL3TextType: the element's type; other ops: the named type that stands here, or null
   const void* info;   // by op
-  const L3Cond* cond; // kL3If, kL3WhenCond; kL3Room: null where room is enough
+  const L3Cond* cond; // kL3GivenIf, kL3GivenWhen
   uint32_t offset;    // of the member from the record's start
   uint32_t lo, hi;    // kL3Ranged: integers
   uint16_t line;      // in the definition file
   uint16_t mBit;      // presence bit, or kL3NoBit
   uint16_t groupBit;  // bit of the extension or release group, or kL3NoBit
   L3Op op;
-  L3When when;
+  uint8_t room; // bits must remain in the region
+  L3Given given;
+  L3Lead lead;
   uint8_t bits;  // width on the wire of integers, booleans, enumerations
   uint8_t store; // octets of the member of integers
   uint8_t flags;
 };
-
-enum L3CountFrom : uint8_t { kL3Fixed, kL3Rest, kL3ByField, kL3OwnLength };
 
 struct L3Octets {
   L3CountFrom from;
@@ -135,9 +132,8 @@ struct L3Octets {
 struct L3BitString {
   uint32_t capBits; // 0: heap (numbits u32, data pointer); else inline: numbits u8, octets at dataOffset
   uint32_t dataOffset;
-  L3CountFrom from = kL3Rest; // or kL3ByField
-  int8_t bias = 0;            // kL3ByField: added to the field
-  L3Field field = {};
+  L3CountFrom from = kL3Rest; // kL3ByField: `count`; kL3Fixed: capBits, an array of octets without count
+  L3Count count = {};
 };
 
 // The bit that is repeated, as an octet: all zeros, all ones, or with byPosition the bits at their place in the octet.
@@ -156,30 +152,17 @@ struct L3Text {
   uint32_t lo, hi; // octets on the wire
 };
 
-enum L3ListEnd : uint8_t {
-  kL3WhileRoom,
-  kL3Times,
-  kL3MoreBit, // 1 leads an entry, 0 ends the list
-  kL3WhileExt,
-  kL3UntilZero,
-  kL3MoreZero, // 0 leads, 1 ends
-  kL3MoreLH,   // H leads, L ends
-};
-
 struct L3List {
   L3ListEnd end;
   uint8_t zeroBits;    // kL3UntilZero
-  int8_t bias;         // kL3Times: added to the field
   uint8_t ranged;      // count tested against lo..hi
   uint32_t cap;        // entries inline (n u8); 0: dynamic (n u64, elem pointer)
   uint32_t elemOffset; // from the list's start to `elem`
   uint32_t elemSize;
-  L3Field field; // kL3Times
+  L3Count times; // kL3Times
   uint32_t lo, hi;
   L3Row elem; // the entry; its offset is 0 from the entry's start and its name is "elem"
 };
-
-enum L3SelectFrom : uint8_t { kL3SelectFields, kL3SelectBits, kL3SelectPeek, kL3SelectCode };
 
 // One alternative. Its row's offset counts from the start of the record that holds the choice.
 struct L3Alternative {
@@ -241,6 +224,7 @@ struct L3Length {
   uint8_t keepWhole; // a 16-bit length is not cut to its low 8 bits on encoding
   uint8_t member;    // the record keeps it at row.offset, in row.store octets
   uint8_t fromOctet; // counts from the next octet on: the rest of its own octet lies outside
+  uint8_t bias;      // added to the number: 0 counts so many octets or bits
   uint32_t lo, hi;
   uint8_t zeroWidens = 0; // on decoding, 8 bits of 0 are the upper half of a length of 16 bits
 };

@@ -59,16 +59,16 @@ TEST(Mended, OptionalElementsEndWithTheMessageAndNotWithARegionLeftOpen)
     Inner inner;
     uint8_t option;
   };
-  const L3Length length = {8, 8, 0, 0, 0, 0, 0, 0};
+  const L3Length length = {8, 8, 0, 0, 0, 0, 0, 0, 0};
   const L3Release release = {1, 0, 1};
   TestRow member = uintRow("number", offsetof(Inner, number));
   member.flags |= kL3InRelease;
   member.groupBit = 0;
   const L3Row innerRows[] = {TestRow(nullptr, kL3Length, 0, &length),
-                             TestRow("release", kL3Release, 0, &release).there(kL3Always, 0), member};
+                             TestRow("release", kL3Release, 0, &release).there(kL3GivenAlways, 0), member};
   L3Type inner = presenceTypeOf("Inner", innerRows, sizeof(Inner), 1);
   inner.flags |= kL3EarlyReturn;
-  const L3Row options[] = {uintRow("option", offsetof(Record, option)).there(kL3Iei, 0)};
+  const L3Row options[] = {uintRow("option", offsetof(Record, option)).there(kL3GivenIei, 0)};
   const L3Iei ieis[] = {{0x21, 0, kL3SkipFixed, 1, 0}};
   uint8_t byValue[256] = {};
   byValue[0x21] = 1;
@@ -96,9 +96,17 @@ TEST(Mended, UnknownElementCountsBehindManyFindings)
     Entries list;
     uint8_t option;
   };
-  const L3List list = {
-      kL3Times, 0, 0, 0, 0, 8, 1, {offsetof(Record, count), 1, 8}, 0, 0, uintRow("elem", 0).in(1, 255)};
-  const L3Row options[] = {uintRow("option", offsetof(Record, option)).there(kL3Iei, 0)};
+  const L3List list = {kL3Times,
+                       0,
+                       0,
+                       0,
+                       8,
+                       1,
+                       {{offsetof(Record, count), 1, 8}, 0, 1, 0, 0, nullptr},
+                       0,
+                       0,
+                       uintRow("elem", 0).in(1, 255)};
+  const L3Row options[] = {uintRow("option", offsetof(Record, option)).there(kL3GivenIei, 0)};
   const L3Iei ieis[] = {{0x21, 0, kL3SkipFixed, 1, 0}};
   uint8_t byValue[256] = {};
   byValue[0x21] = 1;
@@ -142,8 +150,8 @@ TEST(Mended, EntriesTakeNoMoreMemoryThanTheirInputMay)
   Entries free;
   const L3Row entryRows[] = {uintRow("number", 0)};
   L3Type entry = typeOf("Entry", entryRows, sizeof bounded.elem[0]);
-  const L3List array = {kL3WhileRoom, 0, 0, 1, 3, 1, 512, {}, 1, 3, recordRow("elem", 0, entry)};
-  const L3List heap = {kL3WhileRoom, 0, 0, 0, 0, 8, 512, {}, 0, 0, recordRow("elem", 0, entry)};
+  const L3List array = {kL3WhileRoom, 0, 1, 3, 1, 512, {}, 1, 3, recordRow("elem", 0, entry)};
+  const L3List heap = {kL3WhileRoom, 0, 0, 0, 8, 512, {}, 0, 0, recordRow("elem", 0, entry)};
   const L3Row arrayRows[] = {TestRow(nullptr, kL3List, 0, &array)}, heapRows[] = {TestRow(nullptr, kL3List, 0, &heap)};
   EXPECT_EQ(decodeCounted(typeOf("Entries", arrayRows, sizeof bounded, kL3Bare), 1000, &bounded), 0);
   EXPECT_EQ(bounded.elem[2][0], 9);

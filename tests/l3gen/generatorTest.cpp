@@ -63,8 +63,8 @@ TEST_F(Generator, LeavesUnchangedFilesAlone)
   EXPECT_GT(fs::last_write_time(header), past);
 }
 
-// Comments and constants as a caller reads them: words/Words.h is the header of words.l3. `VELNOR_GOLDEN=write test-l3gen`
-// writes it anew; a change is to be looked at in a diff.
+// Comments and constants as a caller reads them: words/Words.h is the header of words.l3. `VELNOR_GOLDEN=write
+// test-l3gen` writes it anew; a change is to be looked at in a diff.
 TEST_F(Generator, WritesCommentsAndConstantsBesideTheRecords)
 {
   ASSERT_EQ(generate("out", VELNOR_TEST_DATA "/words/words.l3"), 0) << words;

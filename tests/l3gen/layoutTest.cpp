@@ -9,15 +9,14 @@
 
 namespace {
 
-const L3Type* const kTypes[] = {&l3_Forms_Inner,    &l3_Forms_Either,      &l3_Forms_Bits,         &l3_Forms_Runs,
-                                &l3_Forms_Selected, &l3_Forms_Seven,       &l3_Forms_Extended,     &l3_Forms_Optional,
-                                &l3_Forms_Cause,    &l3_Forms_PDU,         &l3_Forms_Relative,     &l3_Forms_Coded,
-                                &l3_Forms_Tree,     &l3_Forms_Counted,     &l3_Forms_Rest_Octets,  &l3_Forms_Nested,
-                                &l3_Forms_Behind,   &l3_Forms_Behind_list, &l3_Forms_Behind_octets};
-const char* const kWhen[] = {"",    "room", "bit", "room-bit", "if", "when",   "ext",
-                             "ext", "more", "iei", "hand",     "LH", "room-LH"};
-const char* const kOps[] = {"uint", "bool",   "enum", "octets", "bits",    "text",    "record", "text type",
-                            "list", "choice", "body", "length", "release", "nothing", "unary",  "tail"};
+const L3Type* const kTypes[] = {&l3_Forms_Inner,    &l3_Forms_Either,      &l3_Forms_Bits,          &l3_Forms_Runs,
+                                &l3_Forms_Selected, &l3_Forms_Seven,       &l3_Forms_Extended,      &l3_Forms_Optional,
+                                &l3_Forms_Cause,    &l3_Forms_PDU,         &l3_Forms_Relative,      &l3_Forms_Coded,
+                                &l3_Forms_Tree,     &l3_Forms_Counted,     &l3_Forms_Rest_Octets,   &l3_Forms_Nested,
+                                &l3_Forms_Behind,   &l3_Forms_Behind_list, &l3_Forms_Behind_octets, &l3_Forms_Sized,
+                                &l3_Forms_Joined};
+const char* const kOps[] = {"uint",   "bool", "enum",   "octets",  "bits",    "text",    "record", "text type", "list",
+                            "choice", "body", "length", "end-len", "release", "nothing", "unary",  "tail"};
 constexpr std::pair<unsigned, const char*> kFlags[] = {{kL3ExtLast, " last"},
                                                        {kL3ExtList, " list"},
                                                        {kL3InRelease, " in-release"},
@@ -62,7 +61,9 @@ void describeBody(std::ostream& out, const std::string& indent, const L3Body& bo
 // Its place among the presence bits, the bit of its group, and what is beside it.
 void describe(std::ostream& out, const std::string& indent, const L3Row& row)
 {
-  out << indent << (row.name ? row.name : "-") << ": " << kOps[row.op] << " " << kWhen[row.when];
+  out << indent << (row.name ? row.name : "-") << ": " << kOps[row.op] << (row.room ? " room" : "");
+  if (row.given != kL3GivenAlways) out << " " << l3Traits(row.given).symbol;
+  if (row.lead != kL3NoLead) out << " " << l3Traits(row.lead).word;
   if (row.mBit != kL3NoBit) out << " m" << row.mBit;
   if (row.groupBit != kL3NoBit) out << " g" << row.groupBit;
   for (auto& [flag, name] : kFlags) out << (row.flags & flag ? name : "");

@@ -43,6 +43,12 @@ TEST(Quirks, WordsTakeAndGiveFunctions)
   EXPECT_TRUE(dlsym(RTLD_DEFAULT, "asn1PrtToStrm_TS24301Msg_RemoteUEReportResp_")); // null-suffix
 }
 
+TEST(Quirks, AWalkedTypeHasNoDirectCoders)
+{
+  EXPECT_FALSE(l3_Quirks_Walked.decodeDirect || l3_Quirks_Walked.encodeDirect);
+  EXPECT_TRUE(l3_Quirks_Direct.decodeDirect && l3_Quirks_Direct.encodeDirect);
+}
+
 TEST(Quirks, SettersReturnTheRecord)
 {
   Quirks_Returned record = {};

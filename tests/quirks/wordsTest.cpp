@@ -54,7 +54,7 @@ TEST(RowForms, EachIsUsed)
     collect(reader, "accept\\(\"([^\"]+)\"\\)", known);
     collect(reader, "(?:word|block|word\\([0-9]\\)|list\\[0\\]) == \"([^\"]+)\"", known);
     std::smatch list;
-    for (std::regex set("std::set<std::string> (?!kWords)\\w+ = \\{([^}]*)\\}"); std::regex_search(reader, list, set);
+    for (std::regex set("std::set<std::string> (?!k)\\w+ = \\{([^}]*)\\}"); std::regex_search(reader, list, set);
          reader = list.suffix())
       collect(list[1], "\"([^\"]+)\"", known);
   }

@@ -9,7 +9,7 @@ namespace l3gen {
 
 static bool isMark(const Row& row)
 {
-  return row.when >= When::Tail;
+  return !row.isElement() && row.mark != Mark::Length;
 }
 
 static void checkField(const Type& type, const Row& row, const std::string& name, bool later = false)
@@ -19,7 +19,7 @@ static void checkField(const Type& type, const Row& row, const std::string& name
   if (!field) refuse(row.place, "'" + name + "' is no element of this record");
   bool behind = rowNamed(type, name.substr(0, name.find('.'))) >= &row;
   if (behind && !later) refuse(row.place, "'" + name + "' comes later");
-  bool number = field->when == When::Length || (scalarOf(field->what) && field->often.end == End::None);
+  bool number = field->mark == Mark::Length || (scalarOf(field->what) && field->often.end == kL3NoList);
   if (!number) refuse(row.place, "'" + name + "' is no number");
 }
 
@@ -43,9 +43,9 @@ static void checkRange(const Row& row)
   if (!row.range) return;
   bool string = row.what.kind == WhatKind::Octets || row.what.kind == WhatKind::Text;
   auto scalar = scalarOf(row.what);
-  if (!string && !scalar && row.when != When::Length) refuse(row.place, "'in' has nothing to test here");
-  unsigned bits = row.when == When::Length ? row.number : scalar ? scalar->bits : 32;
-  if (string && row.what.from == From::Own) bits = row.what.bits;
+  if (!string && !scalar && row.mark != Mark::Length) refuse(row.place, "'in' has nothing to test here");
+  unsigned bits = row.mark == Mark::Length ? row.number : scalar ? scalar->bits : 32;
+  if (string && row.what.from == kL3OwnLength) bits = row.what.bits;
   if (bits < 32 && row.range->hi >> bits)
     refuse(row.place, format("%u to %u does not fit in %u bits", row.range->lo, row.range->hi, bits));
 }
@@ -54,11 +54,13 @@ static void checkRange(const Row& row)
 static void checkBits(const Type& type, const Row& element)
 {
   const What& what = element.what;
-  if (what.kind != WhatKind::BitString || what.from != From::Field || !what.max) return;
-  const Row* field = findField(type, what.field);
-  unsigned bits = field->when == When::Length ? field->number : scalarOf(field->what)->bits;
-  uint64_t most = ((1ULL << bits) - 1) + static_cast<unsigned>(what.bias);
-  if (most > what.max) refuse(element.place, format("'%s' counts up to %u bits", what.field.c_str(), unsigned(most)));
+  if (what.kind != WhatKind::BitString || what.from != kL3ByField || !what.max || what.count.field.empty()) return;
+  const Row* field = findField(type, what.count.field);
+  unsigned bits = field->mark == Mark::Length ? field->number : scalarOf(field->what)->bits;
+  int64_t most = what.count.sign > 0 ? (1LL << bits) - 1 + what.count.bias : what.count.bias;
+  if (!what.count.sizes.empty()) return;
+  if (most > static_cast<int64_t>(what.max))
+    refuse(element.place, format("'%s' counts up to %u bits", what.count.field.c_str(), unsigned(most)));
 }
 
 // What holds for a row and for an alternative; fields are looked up as for `row`, the row of the record.
@@ -66,13 +68,14 @@ static void checkElement(const Type& type, const Row& row, const Row& element)
 {
   const What& what = element.what;
   bool choice = what.kind == WhatKind::Choice || what.kind == WhatKind::Body;
-  if (element.often.end != End::None && (choice || what.kind == WhatKind::Nothing))
+  if (element.often.end != kL3NoList && (choice || what.kind == WhatKind::Nothing))
     refuse(element.place, "no list can be made of this; give it a block of its own");
   if (what.kind == WhatKind::Chars && type.kind != Kind::Text && type.decodeFile.empty())
     refuse(element.place, "'chars' is for hand-coded elements");
   checkRange(element);
-  checkField(type, row, element.often.field);
-  checkField(type, row, what.field);
+  checkField(type, row, element.often.count.field);
+  checkField(type, row, what.count.field);
+  if (element.argument) checkField(type, row, element.argument->field);
   checkBits(type, element);
 }
 
@@ -97,7 +100,7 @@ static void checkChoice(const Type& type, const Row& row)
   bool body = what.kind == WhatKind::Body;
   if (body && type.kind != Kind::Pdu) refuse(row.place, "a body outside a pdu");
   if (body && &row != &type.rows.back()) refuse(row.place, "a row behind the body");
-  if (what.untagged && what.select != Select::Fields) refuse(row.place, "!untagged needs a selecting field");
+  if (what.untagged && what.select != kL3SelectFields) refuse(row.place, "!untagged needs a selecting field");
   // Whoever codes both ways by hand knows the field before the choice; printer and sample look at the whole record.
   bool byHand = what.untagged && !type.decodeFile.empty() && !type.encodeFile.empty();
   for (auto& field : what.fields) checkField(type, row, field, byHand);
@@ -128,7 +131,7 @@ static void checkRow(const Type& type, const Row& row)
   for (auto& term : row.cond) checkField(type, row, term.field);
   checkElement(type, row, row);
   if (row.what.kind == WhatKind::Choice || row.what.kind == WhatKind::Body) checkChoice(type, row);
-  if (row.when == When::Iei) checkIei(type, row);
+  if (row.isIei()) checkIei(type, row);
 }
 
 static void checkForm(const Type& type)
@@ -137,7 +140,7 @@ static void checkForm(const Type& type)
     refuse(type.place, "direct coders by hand are for hand-coded elements");
   if (type.form.empty()) return;
   if (type.decodeFile.empty()) refuse(type.place, "a form is for hand-coded elements");
-  unsigned length = type.rows.empty() || type.rows[0].when != When::Length ? 0 : type.rows[0].number;
+  unsigned length = type.rows.empty() || type.rows[0].mark != Mark::Length ? 0 : type.rows[0].number;
   unsigned wanted = type.form == "TLV" ? 8 : type.form == "TLV-E" ? 16 : 0;
   if (length && length != wanted)
     refuse(type.place, format("form %s contradicts a length of %u bits", type.form.c_str(), length));
@@ -161,26 +164,65 @@ static void checkType(const Type& type)
     refuse(type.place, "an L/H enumeration names 0 and 1");
 }
 
+// Which rows may stand behind which, as a record is gone through.
+struct RowOrder {
+  const Row* before = nullptr;
+  unsigned open = 0; // lengths
+  bool options = false;
+};
+
+static void checkOrder(const Type& type, const Row& row, RowOrder& order)
+{
+  if (row.mark == Mark::Tail && (type.kind != Kind::Record || &row != &type.rows.back()))
+    refuse(row.place, "a tail ends an element");
+  if (row.mark == Mark::Release && !order.open) refuse(row.place, "a release group outside a length");
+  if (row.mark == Mark::EndLength && !order.open--) refuse(row.place, "'end-len' without a length");
+  order.open += row.mark == Mark::Length;
+  if (order.open > 4) refuse(row.place, "more than four lengths in one record");
+  bool bit = order.before && order.before->isElement() && order.before->mBit >= 0;
+  if (row.given == kL3GivenWith && !bit) refuse(row.place, "'with' needs a row with a presence bit before it");
+  order.options = order.options || row.isIei();
+  if (order.options && !row.isIei() && row.isElement()) refuse(row.place, "a row behind the optional elements");
+}
+
 static void checkRows(Model& model, const Type& type)
 {
   std::set<std::string> members;
-  bool options = false;
-  unsigned lengths = 0;
+  RowOrder order;
   for (auto& row : type.rows) try {
-      if (row.when == When::Tail && (type.kind != Kind::Record || &row != &type.rows.back()))
-        refuse(row.place, "a tail ends an element");
-      if (row.when == When::Release && !lengths) refuse(row.place, "a release group outside a length");
+      checkOrder(type, row, order);
       if (isMark(row)) continue;
+      order.before = &row;
       if (!row.member.empty() && !members.insert(row.member).second)
         refuse(row.place, "'" + row.name + "' twice in one record");
-      lengths += row.when == When::Length;
-      if (lengths > 4) refuse(row.place, "more than four lengths in one record");
-      options = options || row.when == When::Iei;
-      if (options && row.when != When::Iei) refuse(row.place, "a row behind the optional elements");
       checkRow(type, row);
     } catch (const Refusal& r) {
       model.refusals.push_back(r);
     }
+}
+
+static void useSizes(Model& model, const Type& type, const Place& place, const Count& count)
+{
+  if (count.sizes.empty()) return;
+  Sizes* sizes = model.sizesNamed(*type.module, count.sizes);
+  if (!sizes || sizes->module != type.module)
+    model.refusals.push_back({place, "no table of sizes '" + count.sizes + "' in this module"});
+  else
+    sizes->used = true;
+}
+
+static void checkSizes(Model& model)
+{
+  for (auto& type : model.types)
+    for (auto& row : type->rows) {
+      useSizes(model, *type, row.place, row.what.count);
+      useSizes(model, *type, row.place, row.often.count);
+      if (row.argument) useSizes(model, *type, row.place, *row.argument);
+    }
+  for (auto& sizes : model.sizes) {
+    if (!sizes->used) model.refusals.push_back({sizes->place, "nothing uses the sizes '" + sizes->full + "'"});
+    if (sizes->values.empty()) model.refusals.push_back({sizes->place, "'" + sizes->full + "' has no rows"});
+  }
 }
 
 static void checkUse(Model& model)
@@ -227,6 +269,7 @@ static void checkModules(Model& model)
 void check(Model& model)
 {
   checkUse(model);
+  checkSizes(model);
   checkModules(model);
   forTypes(model, checkType);
   for (auto& type : model.types) checkRows(model, *type);

@@ -94,18 +94,26 @@ static std::string bitsWords(unsigned bits)
   return format("%u bit%s", bits, bits == 1 ? "" : "s");
 }
 
-static std::string biasWords(int bias)
+// "size and 1", "1 less a", "the size that Growth has for c".
+static std::string amountWords(const Count& count)
 {
-  return bias ? format(" and %d", bias) : "";
+  if (count.argument) return "its decoder is told";
+  if (!count.sizes.empty()) return count.sizes + " has for " + count.field;
+  if (count.sign < 0) return format("%d less ", count.bias) + count.field + " says";
+  return count.field +
+         (count.bias < 0 ? format(" less %d", -count.bias)
+          : count.bias   ? format(" and %d", count.bias)
+                         : "") +
+         " says";
 }
 
 // How many octets or bits a string has, as the wire says it.
 static std::string countWords(const What& what, const char* unit)
 {
   switch (what.from) {
-    case From::Field:
-      return std::string("as many ") + unit + " as " + what.field + biasWords(what.bias) + " says";
-    case From::Own:
+    case kL3ByField:
+      return std::string("as many ") + unit + " as " + amountWords(what.count);
+    case kL3OwnLength:
       return "behind a length of " + bitsWords(what.bits);
     default:
       return "to the end of what holds it";
@@ -125,9 +133,10 @@ static std::string stringWords(const What& what)
 {
   switch (what.kind) {
     case WhatKind::Octets:
-      if (what.from == From::Fixed) return format("%u octet%s", what.octets, what.octets == 1 ? "" : "s");
+      if (what.from == kL3Fixed) return format("%u octet%s", what.octets, what.octets == 1 ? "" : "s");
       return std::string(what.wide ? "Octets of 16-bit characters" : "Octets") + ", " + countWords(what, "octets");
     case WhatKind::BitString:
+      if (what.from == kL3Fixed) return bitsWords(what.max) + ", the first on top of the first octet";
       return "Bits, " + countWords(what, "bits");
     case WhatKind::Text:
       return std::string(what.labels ? "Labels joined by dots" : "Characters") +
@@ -164,8 +173,8 @@ static std::string kindWords(const What& what, const Module* reader)
 static std::string oftenWords(const Often& often)
 {
   std::string range = often.range ? rangeWords(*often.range) + " entries" : "";
-  if (often.end != End::Times) return range.empty() ? "a list" : range;
-  return "as many entries as " + often.field + biasWords(often.bias) + " says" + (range.empty() ? "" : ", " + range);
+  if (often.end != kL3Times) return range.empty() ? "a list" : range;
+  return "as many entries as " + amountWords(often.count) + (range.empty() ? "" : ", " + range);
 }
 
 static std::string rangedWords(const Row& row)
@@ -176,37 +185,46 @@ static std::string rangedWords(const Row& row)
   return rangeWords(*range) + (scalar ? "" : row.what.kind == WhatKind::BitString ? " bits" : " octets");
 }
 
-static std::string whenWords(const Row& row)
+static std::string leadWords(const Row& row)
 {
-  const char* left = "absent if no bits are left";
-  switch (row.when) {
-    case When::Room:
-      return "there if bits are left" + (row.cond.empty() ? "" : " and " + conditionWords(row.cond));
-    case When::RoomExt:
-      return std::string("led by an extension bit; ") + left;
-    case When::OptBit:
+  switch (row.lead) {
+    case kL3LeadBit:
       return "led by a bit, 1 if it is there";
-    case When::RoomOptBit:
-      return std::string("led by a bit, 1 if it is there; ") + left;
-    case When::OptLH:
+    case kL3LeadLH:
       return "led by a bit, H if it is there";
-    case When::RoomOptLH:
-      return std::string("led by a bit, H if it is there; ") + left;
-    case When::If:
-      return "decoded if " + conditionWords(row.cond);
-    case When::WhenCond:
+    case kL3LeadExt:
+      return row.given == kL3GivenMore ? "" : "led by an extension bit";
+    default:
+      return "";
+  }
+}
+
+static std::string givenWords(const Row& row)
+{
+  switch (row.given) {
+    case kL3GivenIf:
+      return row.room ? conditionWords(row.cond) : "decoded if " + conditionWords(row.cond);
+    case kL3GivenWhen:
       return "there if " + conditionWords(row.cond);
-    case When::Ext:
-      return "led by an extension bit";
-    case When::More:
+    case kL3GivenMore:
       return "there if the extension bit before it is 0";
-    case When::Iei:
+    case kL3GivenWith:
+      return "there with the element before it";
+    case kL3GivenIei:
       return format(row.half ? "IEI 0x%X-" : "IEI 0x%02X", row.number);
-    case When::ByHand:
+    case kL3ByHand:
       return "optional";
     default:
       return "";
   }
+}
+
+static std::string whenWords(const Row& row)
+{
+  std::string lead = leadWords(row), given = givenWords(row);
+  if (row.room && lead.empty()) return "there if bits are left" + (given.empty() ? "" : " and " + given);
+  std::string words = lead + (lead.empty() || given.empty() ? "" : "; ") + given;
+  return row.room ? words + "; absent if no bits are left" : words;
 }
 
 // An element of a group without a bit of its own is there with the group.
@@ -240,21 +258,22 @@ static std::string lengthWords(const Row& row)
 {
   std::string unit = row.countsBits ? "bits" : "octets";
   std::string from = row.fromOctet ? ", counted from the next octet on" : "";
-  return sentence({"Length of " + bitsWords(row.number) + ": " + unit + " of what follows" + from,
+  return sentence({"Length of " + bitsWords(row.number) + ": " + unit + " of what follows" +
+                       (row.bias ? format(", less %u", row.bias) : "") + from,
                    row.range ? rangeWords(*row.range) : "", "encoders set it", printedWords(row)});
 }
 
 std::string memberWords(const Type& type, const Row& row)
 {
-  if (row.when == When::Length) return lengthWords(row);
-  bool list = row.often.end != End::None;
+  if (row.mark == Mark::Length) return lengthWords(row);
+  bool list = row.often.end != kL3NoList;
   return sentence({kindWords(row.what, type.module), list ? oftenWords(row.often) : "", rangedWords(row),
                    whenWords(row), groupWords(type, row), printedWords(row), selectorWords(type, row)});
 }
 
 static std::string presenceOf(const Row& row)
 {
-  if (row.when == When::Release) return format("The group of release %u is there", row.number);
+  if (row.mark == Mark::Release) return format("The group of release %u is there", row.number);
   return "The group " + row.name + " is there: without this bit none of its elements is encoded or printed";
 }
 
@@ -262,9 +281,9 @@ std::string presenceWords(const Type& type, int bit)
 {
   for (auto& row : type.rows) {
     if (row.mBit != bit) continue;
-    if (row.when == When::Group || row.when == When::Release) return presenceOf(row) + ".";
+    if (row.mark == Mark::Group || row.mark == Mark::Release) return presenceOf(row) + ".";
     std::string element = (row.name.empty() ? "The value" : row.name) + " is there";
-    if (row.when == When::Iei) element += ", " + whenWords(row);
+    if (row.isIei()) element += ", " + whenWords(row);
     if (row.groupBit < 0) return element + ".";
     return element + "; set " + type.mNames[static_cast<size_t>(row.groupBit)] + " with it.";
   }
@@ -324,7 +343,7 @@ static std::string numberWords(const What& what, const Row& row)
 
 std::string tagWords(const Type& type, const What& what, const std::string& scope)
 {
-  bool body = what.kind == WhatKind::Body, byField = what.select == Select::Fields && type.encodeFile.empty();
+  bool body = what.kind == WhatKind::Body, byField = what.select == kL3SelectFields && type.encodeFile.empty();
   std::vector<std::string> numbers;
   for (auto& row : what.alternatives) numbers.push_back(numberWords(what, row));
   std::string words = std::string(body ? "Message: " : "Alternative: ") + joined(numbers, ", ", ", ") +

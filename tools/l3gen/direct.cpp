@@ -12,15 +12,15 @@ static bool fits(const Scalar& scalar)
 
 static bool ends(const Often& often)
 {
-  return often.end == End::None || often.end == End::WhileRoom || often.end == End::Times ||
-         often.end == End::MoreBit || often.end == End::WhileExt;
+  return often.end == kL3NoList || often.end == kL3WhileRoom || often.end == kL3Times || often.end == kL3MoreBit ||
+         often.end == kL3WhileExt;
 }
 
 static bool whatFits(const What& what)
 {
   switch (what.kind) {
     case WhatKind::BitString:
-      return what.from == From::Rest && !what.max;
+      return what.from == kL3Rest && !what.max;
     case WhatKind::Chars:
     case WhatKind::Unary:
       return false;
@@ -28,7 +28,7 @@ static bool whatFits(const What& what)
     case WhatKind::Type:
       return !scalarOf(what) || fits(*scalarOf(what));
     default:
-      return what.select != Select::Code &&
+      return what.select != kL3SelectCode &&
              std::all_of(what.alternatives.begin(), what.alternatives.end(),
                          [](const Row& row) { return whatFits(row.what) && ends(row.often); });
   }
@@ -37,37 +37,20 @@ static bool whatFits(const What& what)
 // Every form that the writers know is named here: a new one is left to the walk until they know it.
 static bool rowFits(const Row& row)
 {
-  static const std::vector<std::string> known = {"name-as", "untagged", "full-length", "zero-widens"};
+  static const std::vector<std::string> words = {"name-as", "untagged", "full-length", "zero-widens"};
   for (auto& [word, value] : row.words)
-    if (std::find(known.begin(), known.end(), word) == known.end()) return false;
-  if (!ends(row.often) || !whatFits(row.what)) return false;
-  switch (row.when) {
-    case When::Always:
-    case When::Room:
-    case When::OptBit:
-    case When::RoomOptBit:
-    case When::If:
-    case When::WhenCond:
-    case When::Ext:
-    case When::RoomExt:
-    case When::More:
-    case When::Length:
-    case When::Iei:
-    case When::ByHand:
-    case When::Group:
-    case When::Release:
-    case When::EndRelease:
-      return true;
-    default:
-      return false;
-  }
+    if (std::find(words.begin(), words.end(), word) == words.end()) return false;
+  if (!ends(row.often) || !whatFits(row.what) || row.argument || row.bias) return false;
+  bool known = row.lead != kL3LeadLH && row.given != kL3GivenWith;
+  return known && row.mark != Mark::Tail && row.mark != Mark::EndLength;
 }
 
 bool hasDirect(const Type& type)
 {
   bool kind = type.kind == Kind::Record || type.kind == Kind::Message || type.kind == Kind::Pdu ||
               (type.kind == Kind::Bare && !scalarOf(type));
-  if (!kind || type.directByHand || type.restOctets || type.has("early-return")) return false;
+  if (!kind || type.directByHand || type.counted || type.has("walk") || type.restOctets || type.has("early-return"))
+    return false;
   return std::all_of(type.rows.begin(), type.rows.end(), rowFits);
 }
 
@@ -78,7 +61,7 @@ bool hasBodyDirect(const Type& type)
 
 static bool hasLength(const Type& type)
 {
-  if (type.rows.empty() || type.rows[0].when != When::Length) return false;
+  if (type.rows.empty() || type.rows[0].mark != Mark::Length) return false;
   return !type.rows[0].countsBits && !type.rows[0].fromOctet && type.rows[0].number % 8 == 0;
 }
 
@@ -126,7 +109,7 @@ static bool isAlias(const Type& type)
   if (type.kind != Kind::Bare || type.rows.size() != 1 || !type.decodeFile.empty() || !type.encodeFile.empty())
     return false;
   const Row& row = type.rows[0];
-  return row.what.kind == WhatKind::Type && !row.what.rest && row.often.end == End::None && !row.range;
+  return row.what.kind == WhatKind::Type && !row.what.rest && row.often.end == kL3NoList && !row.range;
 }
 
 const Type& aliased(const Type& type)
@@ -138,7 +121,7 @@ std::vector<const Row*> plainRows(const Type& type)
 {
   std::vector<const Row*> rows;
   for (auto& row : type.rows)
-    if (row.when != When::Group && row.when != When::Iei && row.when != When::ByHand) rows.push_back(&row);
+    if (row.mark != Mark::Group && !row.isIei() && row.given != kL3ByHand) rows.push_back(&row);
   return rows;
 }
 
@@ -146,7 +129,7 @@ std::vector<const Row*> optionRows(const Type& type)
 {
   std::vector<const Row*> rows;
   for (auto& row : type.rows)
-    if (row.when == When::Iei) rows.push_back(&row);
+    if (row.isIei()) rows.push_back(&row);
   return rows;
 }
 
@@ -157,7 +140,7 @@ static bool isFlat(const Type& type)
   if (t.kind != Kind::Record || !hasDirect(t) || !t.decodeFile.empty() || !t.encodeFile.empty() || t.mBits)
     return false;
   return std::all_of(t.rows.begin(), t.rows.end(), [](const Row& row) {
-    bool plain = row.when == When::Always && row.often.end == End::None;
+    bool plain = row.plain() && row.often.end == kL3NoList;
     bool scalar = scalarOf(row.what) && fits(*scalarOf(row.what));
     bool record = row.what.kind == WhatKind::Type && !row.what.rest && isFlat(*row.what.type);
     return plain && (scalar || record);
@@ -182,7 +165,7 @@ std::vector<Leaf> takeLeaves(const Type& type, const std::vector<const Row*>& ro
   std::vector<Leaf> leaves;
   for (; at < rows.size(); ++at) {
     const Row& row = *rows[at];
-    if (row.when != When::Always || row.often.end != End::None) break;
+    if (!row.plain() || row.often.end != kL3NoList) break;
     auto more = leavesOf(row.what, row.range, memberOf(type, row));
     if (more.empty()) break;
     leaves.insert(leaves.end(), more.begin(), more.end());
@@ -240,7 +223,7 @@ std::string selectorOf(const Type& type, const What& what)
   std::string out;
   for (auto& field : what.fields) {
     const Row* row = findField(type, field);
-    unsigned bits = row->when == When::Length ? row->number : scalarOf(row->what)->bits;
+    unsigned bits = row->mark == Mark::Length ? row->number : scalarOf(row->what)->bits;
     out = out.empty() ? fieldOf(type, field) : format("(%s << %u | ", out.c_str(), bits) + fieldOf(type, field) + ")";
   }
   return out;
@@ -282,8 +265,8 @@ bool isRecord(const What& what)
 bool ownBits(const Row& row)
 {
   const What& what = row.what;
-  bool list = what.type && !what.type->rows.empty() && what.type->rows.back().often.end == End::WhileExt;
-  return row.when == When::More && (list || row.often.end == End::WhileExt);
+  bool list = what.type && !what.type->rows.empty() && what.type->rows.back().often.end == kL3WhileExt;
+  return row.given == kL3GivenMore && (list || row.often.end == kL3WhileExt);
 }
 
 std::string writeDirect(Model& model, const Module& module, bool encoder)

@@ -82,7 +82,7 @@ template <class Writer>
 void element(Writer& w, const What& what, const Often& often, const std::optional<Range>& range,
              const std::string& member)
 {
-  if (often.end != End::None) return list(w, what, often, range, member);
+  if (often.end != kL3NoList) return list(w, what, often, range, member);
   auto leaves = leavesOf(what, range, member);
   if (!leaves.empty()) return leafRun(w, leaves);
   switch (what.kind) {
@@ -145,9 +145,9 @@ template <class Writer> void rows(Writer& w)
       continue;
     }
     const Row& row = *all[at++];
-    if (row.when == When::Release || row.when == When::EndRelease)
-      changeRelease(w, row.when == When::Release ? &row : nullptr);
-    else if (row.when == When::Length)
+    if (row.mark == Mark::Release || row.mark == Mark::EndRelease)
+      changeRelease(w, row.mark == Mark::Release ? &row : nullptr);
+    else if (row.mark == Mark::Length)
       length(w, row);
     else
       conditional(w, row);

@@ -35,17 +35,17 @@ static void leafRun(DecodeWriter& w, const std::vector<Leaf>& leaves)
 static std::string count(DecodeWriter& w, const What& what)
 {
   std::string n = w.fresh("n");
-  if (what.from == From::Own) take(w, what.bits);
-  std::string value = what.from == From::Own     ? "w"
-                      : what.from == From::Field ? fieldOf(w.type, what.field)
-                                                 : "(in.end - in.pos) >> 3";
+  if (what.from == kL3OwnLength) take(w, what.bits);
+  std::string value = what.from == kL3OwnLength ? "w"
+                      : what.from == kL3ByField ? fieldOf(w.type, what.count.field)
+                                                : "(in.end - in.pos) >> 3";
   w.line("size_t " + n + " = " + value + ";");
   return n;
 }
 
 static void octets(DecodeWriter& w, const What& what, const std::optional<Range>& range, const std::string& member)
 {
-  if (what.from == From::Fixed) {
+  if (what.from == kL3Fixed) {
     w.giveUpIf(format("!l3Octets(in, %s, %u)", member.c_str(), what.octets));
     w.used = 0;
     return;
@@ -75,15 +75,15 @@ static void text(DecodeWriter& w, const What& what, const std::optional<Range>& 
 
 static void readSelector(DecodeWriter& w, const What& what, const std::string& value)
 {
-  if (what.select == Select::Fields) return w.line("uint32_t " + value + " = " + selectorOf(w.type, what) + ";");
+  if (what.select == kL3SelectFields) return w.line("uint32_t " + value + " = " + selectorOf(w.type, what) + ";");
   int before = w.used;
   take(w, what.bits);
-  if (what.select == Select::Peek) {
+  if (what.select == kL3SelectPeek) {
     w.line(format("in.pos -= %u;", what.bits));
     w.used = before;
   }
   w.line("uint32_t " + value + " = static_cast<uint32_t>(w)" +
-         (what.select == Select::Peek ? format(" & %uU;", what.mask) : ";"));
+         (what.select == kL3SelectPeek ? format(" & %uU;", what.mask) : ";"));
 }
 
 static void choice(DecodeWriter& w, const What& what, const std::string& member)
@@ -95,7 +95,7 @@ static void choice(DecodeWriter& w, const What& what, const std::string& member)
     w.out += casesOf(alternative) + "      {\n";
     if (!what.untagged) w.line(format("%s.t = %u;", member.c_str(), tag));
     std::string inner = place + "." + alternative.member;
-    bool alone = isRecord(alternative.what) && alternative.often.end == End::None;
+    bool alone = isRecord(alternative.what) && alternative.often.end == kL3NoList;
     if (alone) w.line(format("memset(&%s, 0, sizeof %s);", inner.c_str(), inner.c_str()));
     element(w, alternative.what, alternative.often, alternative.range, inner);
   });
@@ -112,7 +112,7 @@ static void listGaps(const Type& named, const std::string& path, const std::stri
       std::string entries = (place.empty() ? "" : place + ".") + "elem";
       out += format("{offsetof(%s, %s), sizeof(static_cast<%s*>(nullptr)->%s)}, ", root.c_str(), entries.c_str(),
                     root.c_str(), entries.c_str());
-    } else if (row.often.end == End::None && isRecord(row.what)) {
+    } else if (row.often.end == kL3NoList && isRecord(row.what)) {
       listGaps(*row.what.type, place, root, out);
     }
   }
@@ -165,7 +165,7 @@ static void entry(DecodeWriter& w, const What& what, const Often& often, const s
     w.giveUpIf(
         format("!l3DirectGrow(in, reinterpret_cast<void**>(&%s.elem), %s, room%s, sizeof *%s.elem)", m, c, c, m));
   if (isRecord(what)) w.line(format("memset(&%s, 0, sizeof %s);", elem.c_str(), elem.c_str()));
-  bool watch = often.end == End::WhileRoom && leavesOf(what, range, elem).empty();
+  bool watch = often.end == kL3WhileRoom && leavesOf(what, range, elem).empty();
   if (watch) w.line("size_t before" + n + " = in.pos;");
   element(w, what, Often{}, range, elem);
   if (watch) w.giveUpIf("in.pos == before" + n);
@@ -175,12 +175,12 @@ static void entry(DecodeWriter& w, const What& what, const Often& often, const s
 static std::string loopHead(DecodeWriter& w, const Often& often, const std::string& n)
 {
   switch (often.end) {
-    case End::WhileRoom:
+    case kL3WhileRoom:
       return "while (in.pos < in.end) {";
-    case End::Times:
+    case kL3Times:
       return format("while (static_cast<int64_t>(%s) < static_cast<int64_t>(%s) + %d) {", n.c_str(),
-                    fieldOf(w.type, often.field).c_str(), often.bias);
-    case End::MoreBit:
+                    fieldOf(w.type, often.count.field).c_str(), often.count.bias);
+    case kL3MoreBit:
       return "while (in.pos >> 3 < in.octets) {\n  if (!l3Take<1>(in, w)) return false;\n  if (!w) break;";
     default:
       return "for (bool last" + n + " = false; !last" + n + ";) {\n  if (!l3Take<1>(in, w)) return false;\n  last" + n +
@@ -195,7 +195,7 @@ static void list(DecodeWriter& w, const What& what, const Often& often, const st
   w.line("size_t " + n + " = 0;");
   if (!often.bounded()) w.line("size_t room" + n + " = 0;");
   w.line(loopHead(w, often, n));
-  bool led = often.end == End::MoreBit || often.end == End::WhileExt;
+  bool led = often.end == kL3MoreBit || often.end == kL3WhileExt;
   if (led || !keepsPlace(what)) w.used = -1;
   int before = w.used;
   entry(w, what, often, range, member, n);
@@ -232,30 +232,18 @@ static void mark(DecodeWriter& w, const Row& row)
 // The test that a row is passed over by, and what leads the element.
 static std::string guard(const DecodeWriter& w, const Row& row)
 {
-  switch (row.when) {
-    case When::Room:
-      return "in.pos < in.end" + (row.cond.empty() ? "" : " && " + conditionOf(w.type, row));
-    case When::RoomOptBit:
-    case When::RoomExt:
-      return "in.pos < in.end";
-    case When::If:
-    case When::WhenCond:
-      return conditionOf(w.type, row);
-    case When::More:
-      return "!ext";
-    default:
-      return "";
-  }
+  std::string given = row.given == kL3GivenMore ? "!ext" : row.cond.empty() ? "" : conditionOf(w.type, row);
+  if (!row.room) return given;
+  return "in.pos < in.end" + (given.empty() ? "" : " && " + given);
 }
 
 static void conditional(DecodeWriter& w, const Row& row)
 {
   std::string test = guard(w, row);
   int before = w.used;
-  bool always = row.when == When::Always || row.when == When::Ext;
+  bool always = test.empty();
   w.line(test.empty() ? "{" : "if (" + test + ") {");
-  bool bit = row.when == When::OptBit || row.when == When::RoomOptBit;
-  bool ext = row.when == When::Ext || row.when == When::RoomExt || row.when == When::More;
+  bool bit = row.lead == kL3LeadBit, ext = row.lead == kL3LeadExt;
   if (bit || (ext && !ownBits(row))) take(w, 1);
   if (ext && !ownBits(row)) w.line("ext = w != 0;");
   int led = w.used;

@@ -41,7 +41,7 @@ static void leafRun(EncodeWriter& w, const std::vector<Leaf>& leaves)
 
 static void octets(EncodeWriter& w, const What& what, const std::optional<Range>& range, const std::string& member)
 {
-  if (what.from == From::Fixed) {
+  if (what.from == kL3Fixed) {
     w.giveUpIf(format("!l3PutOctets(out, %s, %u)", member.c_str(), what.octets));
     w.used = 0;
     return;
@@ -51,13 +51,13 @@ static void octets(EncodeWriter& w, const What& what, const std::optional<Range>
   if (what.max) w.giveUpIf(format("%s > %u", n.c_str(), what.max));
   if (range) w.giveUpIf(outside(*range, n));
   if (!what.max) w.giveUpIf(n + " && !" + member + ".data");
-  if (what.from == From::Own) {
+  if (what.from == kL3OwnLength) {
     w.giveUpIf(format("%s >> %u", n.c_str(), what.bits));
     put(w, what.bits, n);
   }
   w.used = 0; // whole octets alone are written directly
   w.giveUpIf("!l3PutOctets(out, " + member + ".data, " + n + ")");
-  if (what.from == From::Rest) w.line("out.tail = true;");
+  if (what.from == kL3Rest) w.line("out.tail = true;");
 }
 
 static void bitString(EncodeWriter& w, const std::string& member)
@@ -73,7 +73,7 @@ static void text(EncodeWriter& w, const What& what, const std::optional<Range>& 
   w.line("size_t " + n + " = strlen(" + t + ");");
   if (what.labels) w.line("if (" + n + ") ++" + n + ";");
   if (range) w.giveUpIf(outside(*range, n));
-  if (what.from == From::Own) {
+  if (what.from == kL3OwnLength) {
     w.giveUpIf(format("%s >> %u", n.c_str(), what.bits));
     put(w, what.bits, n);
   }
@@ -82,9 +82,9 @@ static void text(EncodeWriter& w, const What& what, const std::optional<Range>& 
 
 static void choice(EncodeWriter& w, const What& what, const std::string& member)
 {
-  bool fields = what.select == Select::Fields;
+  bool fields = what.select == kL3SelectFields;
   std::string place = what.untagged ? member : member + ".u";
-  if (what.select == Select::Bits)
+  if (what.select == kL3SelectBits)
     put(w, what.bits, "(" + member + ".t - 1) & " + format("%uU", (1U << what.bits) - 1));
   w.line("switch (" + (fields ? selectorOf(w.type, what) : member + ".t") + ") {");
   cases(w, what, fields, [&](const Row& alternative, unsigned tag) {
@@ -121,20 +121,20 @@ static void list(EncodeWriter& w, const What& what, const Often& often, const st
   if (often.range) w.giveUpIf(outside(*often.range, n));
   if (!often.bounded()) w.giveUpIf(n + " && !" + member + ".elem");
   w.line(format("for (size_t %s = 0; %s < %s; ++%s) {", k, k, c, k));
-  bool led = often.end == End::MoreBit || often.end == End::WhileExt;
+  bool led = often.end == kL3MoreBit || often.end == kL3WhileExt;
   if (led || !keepsPlace(what)) w.used = -1;
   int before = w.used;
-  if (often.end == End::MoreBit) put(w, 1, "1");
-  if (often.end == End::WhileExt) put(w, 1, i + " + 1 == " + n);
+  if (often.end == kL3MoreBit) put(w, 1, "1");
+  if (often.end == kL3WhileExt) put(w, 1, i + " + 1 == " + n);
   element(w, what, Often{}, range, member + ".elem[" + i + "]");
   w.used = before;
   w.line("}");
-  if (often.end == End::MoreBit) put(w, 1, "0");
+  if (often.end == kL3MoreBit) put(w, 1, "0");
 }
 
 static std::string present(const EncodeWriter& w, const Row& row)
 {
-  if (row.when == When::WhenCond) return conditionOf(w.type, row);
+  if (row.given == kL3GivenWhen) return conditionOf(w.type, row);
   if (row.mBit < 0) return "true";
   std::string bit = "r.m." + w.type.mNames[static_cast<size_t>(row.mBit)];
   return row.groupBit < 0 ? bit : "r.m." + w.type.mNames[static_cast<size_t>(row.groupBit)] + " && " + bit;
@@ -144,13 +144,12 @@ static std::string present(const EncodeWriter& w, const Row& row)
 static std::string extension(const EncodeWriter& w, const Row& row)
 {
   const Row& next = (&row)[1];
-  return row.extLast || next.when != When::More ? "1" : "!(" + present(w, next) + ")";
+  return row.extLast || next.given != kL3GivenMore ? "1" : "!(" + present(w, next) + ")";
 }
 
 static void conditional(EncodeWriter& w, const Row& row)
 {
-  bool bit = row.when == When::OptBit || row.when == When::RoomOptBit;
-  bool ext = row.when == When::Ext || row.when == When::RoomExt || row.when == When::More;
+  bool bit = row.lead == kL3LeadBit, ext = row.lead == kL3LeadExt;
   if (bit) put(w, 1, "(" + present(w, row) + ") ? 1 : 0");
   int before = w.used;
   w.line("if (" + present(w, row) + ") {");

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "rt3gppsrc/engine/l3Forms.h"
+
 namespace l3gen {
 
 struct Place {
@@ -30,29 +32,8 @@ struct Range {
 };
 
 enum class WhatKind { Bits, Flag, Unary, Octets, BitString, Text, Chars, Type, Choice, Body, Nested, Nothing };
-enum class From { Fixed, Rest, Field, Own };
-enum class Select { Fields, Bits, Peek, Code };
-enum class When {
-  Always,
-  Room,
-  OptBit,
-  RoomOptBit,
-  OptLH,
-  RoomOptLH,
-  If,
-  WhenCond,
-  Ext,
-  RoomExt,
-  More,
-  Length,
-  Iei,
-  ByHand,
-  Tail,
-  Group,
-  Release,
-  EndRelease
-};
-enum class End { None, WhileRoom, Times, MoreBit, WhileExt, UntilZero, MoreZero, MoreLH };
+// What a row is: an element, or something else that stands between elements.
+enum class Mark { Element, Length, EndLength, Tail, Group, Release, EndRelease };
 
 struct Type;
 struct Row;
@@ -64,22 +45,32 @@ struct CodeNode {
   uint32_t value[2] = {0, 0};
 };
 
+// A count by an earlier field: sign * field + bias, or what a table of sizes has for the field.
+struct Count {
+  std::string field;
+  int bias = 0;
+  int sign = 1;
+  std::string sizes;
+  bool argument = false; // what the decoder is given stands for all of this
+  bool fieldAlone() const { return !bias && sign > 0 && sizes.empty(); }
+  bool operator==(const Count&) const = default;
+};
+
 struct What {
   WhatKind kind = WhatKind::Nothing;
   unsigned bits = 0;   // Bits, Choice (own selector, peek), Octets and Text (own length)
   bool padded = false; // Bits: relative to the padding
   char repeated = 0;   // Unary: the bit that is counted, '0', '1', 'L' or 'H'
-  From from = From::Fixed;
+  L3CountFrom from = kL3Fixed;
   uint32_t octets = 0;  // Octets: fixed size; Chars: size of the array
   uint32_t max = 0;     // inline bound (octets, or bits of a bit string)
   bool wide = false;    // Octets: 16-bit characters
   bool labels = false;  // Text
-  std::string field;    // From::Field
-  int bias = 0;         // From::Field of a bit string: added to the field
+  Count count;          // kL3ByField
   std::string typeName; // Type
   Type* type = nullptr;
   bool rest = false; // Type: a string type that gets what is left
-  Select select = Select::Fields;
+  L3SelectFrom select = kL3SelectFields;
   uint32_t mask = 0;               // Peek; Code: the bits relative to the padding, left-justified
   std::vector<CodeNode> nodes;     // Code: of codes that differ in length or kind, else none
   std::vector<std::string> fields; // Choice, Body
@@ -90,9 +81,8 @@ struct What {
 };
 
 struct Often {
-  End end = End::None;
-  std::string field;
-  int bias = 0;
+  L3ListEnd end = kL3NoList;
+  Count count; // kL3Times
   unsigned zeroBits = 0;
   std::optional<Range> range;
   bool heap = false;
@@ -108,7 +98,10 @@ struct Term {
 
 struct Row {
   Place place;
-  When when = When::Always;
+  Mark mark = Mark::Element;
+  bool room = false;
+  L3Given given = kL3GivenAlways;
+  L3Lead lead = kL3NoLead;
   std::vector<Term> cond;
   std::string name;   // as pushed and printed; empty: nameless
   std::string member; // C name
@@ -121,7 +114,9 @@ struct Row {
   bool own = false;               // its content is a type named after record and element
   bool shared = false;            // its list is a type named after the entries' type
   unsigned behind = 0;            // its content lies behind a length of so many bits that no member keeps
+  std::optional<Count> argument;  // the count that its type's decoder is given
   bool countsBits = false;        // Length
+  unsigned bias = 0;              // Length: added to the number
   bool fromOctet = false;         // Length: counts from the next octet
   unsigned fit = 0;               // Release
   std::vector<Range> values;      // an alternative's
@@ -132,12 +127,26 @@ struct Row {
   // laid out
   int mBit = -1, groupBit = -1;
   bool inRelease = false, extLast = false;
+  bool isElement() const { return mark == Mark::Element; }
+  // Always there, with nothing in front of it.
+  bool plain() const { return isElement() && !room && given == kL3GivenAlways && lead == kL3NoLead; }
+  bool isIei() const { return given == kL3GivenIei; }
 };
 
 enum class Kind { Enum, Names, Bare, Record, Message, Pdu, Text };
 
 struct Module {
   std::string name, stem, spec;
+  std::map<std::string, std::string> words; // hold for every block
+};
+
+// A table of sizes: entry n is the size for the number n.
+struct Sizes {
+  Place place;
+  Module* module = nullptr;
+  std::string full;
+  bool used = false;
+  std::vector<unsigned> values;
 };
 
 struct Type {
@@ -149,6 +158,7 @@ struct Type {
   bool choiceType = false;                         // a Bare made by a `choice` block
   bool restOctets = false;                         // a Record made by a `rest` block
   bool padded = false;                             // Enum: relative to the padding
+  bool counted = false;                            // the decoder is given the count of bits or entries
   unsigned bits = 0;                               // Enum, Names
   std::vector<std::pair<std::string, int>> values; // Enum, Names
   std::vector<Row> rows;
@@ -159,7 +169,7 @@ struct Type {
   // laid out
   int mBits = 0;
   std::vector<std::string> mNames;
-  bool has(const char* word) const { return words.count(word) != 0; }
+  bool has(const char* word) const { return words.count(word) || module->words.count(word); }
 };
 
 // A scalar after following aliases: what a row of it can be flattened to.
@@ -175,8 +185,10 @@ struct Model {
   std::vector<std::unique_ptr<Module>> modules;
   std::vector<std::unique_ptr<Type>> types; // in order of definition
   std::map<std::string, Type*> byName;
+  std::vector<std::unique_ptr<Sizes>> sizes;
   std::vector<Refusal> refusals; // sorted by place when printed; with any of them nothing is written
   Module* module(const std::string& name);
+  Sizes* sizesNamed(const Module& from, const std::string& name) const;
 };
 
 // read.cpp

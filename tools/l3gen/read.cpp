@@ -8,6 +8,13 @@
 
 namespace l3gen {
 
+Sizes* Model::sizesNamed(const Module& from, const std::string& name) const
+{
+  for (auto& table : sizes)
+    if (table->full == name || table->full == from.name + "_" + name) return table.get();
+  return nullptr;
+}
+
 Module* Model::module(const std::string& name)
 {
   for (auto& m : modules)
@@ -22,41 +29,62 @@ static bool isIei(const std::string& word)
   return word[3] == '-' || isxdigit(static_cast<unsigned char>(word[3]));
 }
 
-static void readWhen(Words& w, Row& row)
+static void readLength(Words& w, Row& row)
 {
-  std::string word = w.take("when the element is there");
-  if (word == "M")
-    row.when = When::Always;
-  else if (word == "room") {
-    row.when = w.accept("0/1")   ? When::RoomOptBit
-               : w.accept("L/H") ? When::RoomOptLH
-               : w.accept("ext") ? When::RoomExt
-                                 : When::Room;
-    if (row.when == When::Room && w.accept("if")) row.cond = condition(w.place, w.take("a condition"));
-  } else if (word == "0/1")
-    row.when = When::OptBit;
-  else if (word == "L/H")
-    row.when = When::OptLH;
-  else if (word == "ext")
-    row.when = When::Ext;
-  else if (word == "more")
-    row.when = When::More;
-  else if (word == "optional")
-    row.when = When::ByHand;
-  else if (word == "if" || word == "when") {
-    row.when = word == "if" ? When::If : When::WhenCond;
-    row.cond = condition(w.place, w.take("a condition"));
-  } else if (word == "len") {
-    row.when = When::Length;
-    row.number = bitCount(w.place, w.take("a width"), 16);
-    row.countsBits = w.accept("bits");
-    row.fromOctet = w.accept("from-octet");
+  row.mark = Mark::Length;
+  row.number = bitCount(w.place, w.take("a width"), 16);
+  row.countsBits = w.accept("bits");
+  row.fromOctet = w.accept("from-octet");
+  if (w.peek().starts_with("+")) row.bias = bitCount(w.place, w.take("").substr(1), 100);
+}
+
+// `0/1`, `L/H` or `ext`: a bit in front of the element.
+static bool acceptLead(Words& w, Row& row)
+{
+  for (auto& traits : kL3LeadTraits)
+    if (traits.lead != kL3NoLead && w.accept(traits.word)) {
+      row.lead = traits.lead;
+      return true;
+    }
+  return false;
+}
+
+static bool acceptCondition(Words& w, Row& row)
+{
+  row.given = w.accept("if") ? kL3GivenIf : w.accept("when") ? kL3GivenWhen : kL3GivenAlways;
+  if (row.given != kL3GivenAlways) row.cond = condition(w.place, w.take("a condition"));
+  return row.given != kL3GivenAlways;
+}
+
+// What stands alone in the first column.
+static bool acceptAlone(Words& w, Row& row)
+{
+  std::string word = w.peek();
+  if (word == "more") {
+    row.given = kL3GivenMore;
+    row.lead = kL3LeadExt;
+  } else if (word == "with") {
+    row.given = kL3GivenWith;
+  } else if (word == "optional") {
+    row.given = kL3ByHand;
   } else if (isIei(word)) {
-    row.when = When::Iei;
+    row.given = kL3GivenIei;
     row.half = word[3] == '-';
     row.number = number(w.place, row.half ? word.substr(0, 3) : word);
-  } else
-    refuse(w.place, "an unknown first column '" + word + "'");
+  } else if (word != "M") {
+    return false;
+  }
+  w.take("");
+  return true;
+}
+
+static void readWhen(Words& w, Row& row)
+{
+  if (w.accept("len")) return readLength(w, row);
+  if (acceptAlone(w, row)) return;
+  row.room = w.accept("room");
+  bool lead = acceptLead(w, row), cond = acceptCondition(w, row);
+  if (!row.room && !lead && !cond) refuse(w.place, "an unknown first column '" + w.peek() + "'");
 }
 
 static Row readMark(Words& w)
@@ -65,14 +93,16 @@ static Row readMark(Words& w)
   row.place = w.place;
   std::string word = w.take("");
   if (word == "end-release")
-    row.when = When::EndRelease;
+    row.mark = Mark::EndRelease;
+  else if (word == "end-len")
+    row.mark = Mark::EndLength;
   else if (word == "tail")
-    row.when = When::Tail;
+    row.mark = Mark::Tail;
   else if (word == "group") {
-    row.when = When::Group;
+    row.mark = Mark::Group;
     row.name = checkedName(w.place, w.take("a group's name"));
   } else {
-    row.when = When::Release;
+    row.mark = Mark::Release;
     row.number = number(w.place, w.take("a release"));
     row.name = "release" + std::to_string(row.number);
     if (w.accept("fit")) row.fit = number(w.place, w.take("a size in bits"));
@@ -96,14 +126,14 @@ static void readBehind(Words& w, Row& row)
 
 static Row readRow(Words& w)
 {
-  static const std::set<std::string> marks = {"group", "release", "end-release", "tail"};
+  static const std::set<std::string> marks = {"group", "release", "end-release", "end-len", "tail"};
   if (marks.count(w.peek())) return readMark(w);
   Row row;
   row.place = w.place;
   readWhen(w, row);
   row.name = checkedName(w.place, w.take("a name"));
   if (row.name == "-") row.name.clear();
-  if (row.when == When::Length) {
+  if (row.mark == Mark::Length) {
     readTail(w, &row.range, row.words);
     return row;
   }
@@ -131,7 +161,7 @@ static Row readAlternative(Words& w, const What& parent)
   } else {
     if (w.accept("else"))
       row.other = true;
-    else if (parent.select == Select::Code)
+    else if (parent.select == kL3SelectCode)
       row.codes = split(w.take("codes"), ',');
     else
       row.values = ranges(w.place, w.take("values"));
@@ -197,11 +227,8 @@ static void takeLength(Words& w, Type& type, bool member)
   if (!w.accept("length")) return;
   Row row;
   row.place = w.place;
-  row.when = When::Length;
   row.name = member ? "length" : "";
-  row.number = bitCount(w.place, w.take("a width"), 16);
-  row.countsBits = w.accept("bits");
-  row.fromOctet = w.accept("from-octet");
+  readLength(w, row);
   if (w.accept("in")) row.range = range(w.place, w.take("a range"));
   for (const char* word : kLengthWords)
     if (type.words.count(word)) row.words[word] = "";
@@ -235,7 +262,7 @@ static void readKind(Words& w, Type& type, const std::string& block)
     Row row;
     row.place = w.place;
     row.what.kind = w.accept("chars") ? WhatKind::Chars : WhatKind::Text;
-    row.what.from = From::Rest;
+    row.what.from = kL3Rest;
     if (row.what.kind == WhatKind::Chars) row.what.octets = number(w.place, w.take("a size"));
     type.rows.push_back(row);
   } else if (block == "choice") {
@@ -289,6 +316,36 @@ static Type* readBlock(Model& model, Module* module, Words& w)
   return model.types.back().get();
 }
 
+// A table of sizes, and its rows `n = size` from 0 on.
+static Sizes* readSizes(Model& model, Module* module, Words& w)
+{
+  if (!module) refuse(w.place, "a block before the module line");
+  Type block;
+  takeClause(w, block);
+  w.take("");
+  auto sizes = std::make_unique<Sizes>();
+  sizes->place = w.place;
+  sizes->module = module;
+  sizes->full = module->name + "_" + checkedName(w.place, w.take("a name"));
+  if (w.more()) refuse(w.place, "not understood: '" + w.peek() + "'");
+  model.sizes.push_back(std::move(sizes));
+  return model.sizes.back().get();
+}
+
+static void addSize(Sizes& sizes, Words& w)
+{
+  uint32_t entry = number(w.place, w.take("a number"));
+  if (!w.accept("=")) refuse(w.place, "expected 'number = size'");
+  uint32_t size = number(w.place, w.take("a size"));
+  if (w.more()) refuse(w.place, "not understood: '" + w.peek() + "'");
+  if (entry != sizes.values.size()) refuse(w.place, format("expected the size for %zu", sizes.values.size()));
+  if (size > 255 || entry > 254) refuse(w.place, "a table of sizes holds 255 sizes of at most 255");
+  sizes.values.push_back(size);
+}
+
+// What holds for every block of a module.
+static const std::set<std::string> kModuleWords = {"hyphen-encode", "walk"};
+
 static Module* readModule(Model& model, Words& w)
 {
   w.take("");
@@ -296,16 +353,21 @@ static Module* readModule(Model& model, Words& w)
   if (!w.accept("file")) refuse(w.place, "expected 'file STEM' in the module line");
   std::string stem = checkedName(w.place, w.take("a file stem"));
   std::string spec = w.accept("spec") ? w.take("a standard") : "";
-  while (w.more()) spec += " " + w.take("");
+  while (w.more() && w.peek()[0] != '!') spec += " " + w.take("");
   std::erase(spec, '"');
+  std::map<std::string, std::string> words;
+  readTail(w, nullptr, words);
+  for (auto& [word, value] : words)
+    if (!kModuleWords.count(word)) refuse(w.place, "'!" + word + "' is not for modules");
   if (Module* known = model.module(name)) {
     if (known->stem != stem) refuse(w.place, "module '" + name + "' has another file stem elsewhere");
+    if (known->words != words) refuse(w.place, "module '" + name + "' has other words elsewhere");
     return known;
   }
   for (auto& other : model.modules)
     if (other->stem == stem) refuse(w.place, "file stem '" + stem + "' belongs to module '" + other->name + "'");
   if (spec.empty()) refuse(w.place, "expected spec and a standard in the module line");
-  model.modules.push_back(std::make_unique<Module>(Module{name, stem, spec}));
+  model.modules.push_back(std::make_unique<Module>(Module{name, stem, spec, words}));
   return model.modules.back().get();
 }
 
@@ -352,6 +414,7 @@ struct Source {
   Model& model;
   Module* module = nullptr;
   std::vector<Level> levels;
+  Sizes* sizes = nullptr;
   size_t skipped = SIZE_MAX; // rows deeper than this belong to a line that was refused
 };
 
@@ -370,6 +433,7 @@ static void readIndented(Source& source, Words& w, size_t indent)
 {
   if (indent > source.skipped) return;
   source.skipped = SIZE_MAX;
+  if (source.sizes) return addSize(*source.sizes, w);
   if (source.levels.empty()) refuse(w.place, "a row without a block");
   bool closed = false;
   for (; source.levels.size() > 1 && indent < source.levels.back().indent; closed = true) source.levels.pop_back();
@@ -385,9 +449,12 @@ static void readLine(Source& source, Words& w, size_t indent)
 {
   if (indent) return readIndented(source, w, indent);
   source.levels.clear();
+  source.sizes = nullptr;
   source.skipped = 0;
   if (w.list[0] == "module")
     source.module = readModule(source.model, w);
+  else if (w.list[0] == "sizes")
+    source.sizes = readSizes(source.model, source.module, w);
   else
     source.levels.push_back({readBlock(source.model, source.module, w), 0});
   source.skipped = SIZE_MAX;
@@ -398,7 +465,7 @@ void readFile(Model& model, const std::string& path)
   std::ifstream in(path);
   std::string shown = path.substr(path.find_last_of('/') + 1);
   if (!in) model.refusals.push_back({{shown, 0}, "cannot be read"});
-  Source source{model, nullptr, {}, SIZE_MAX};
+  Source source{model, nullptr, {}, nullptr, SIZE_MAX};
   std::string line;
   for (int n = 1; std::getline(in, line); ++n) {
     Words w;

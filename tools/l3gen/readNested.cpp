@@ -11,7 +11,9 @@
 //       | 0   z              bits 6                     A_component_4
 //     M     w              bits 9 more-bit own          A_w
 //     M     v              length 8 B                   A_v, which is not exported
+//     M     v              bitstring by y +1 own        A_v; its decoder is given the count
 #include <algorithm>
+#include <utility>
 
 #include "model.h"
 
@@ -56,6 +58,12 @@ static Type* moveOut(Model& model, const Type& owner, Row& row, const std::strin
   content.what = std::move(row.what);
   content.often = row.often;
   content.range = row.range;
+  for (Count* count : {&content.what.count, &content.often.count})
+    if (!count->field.empty()) {
+      row.argument = std::exchange(*count, {});
+      count->argument = true;
+      type->counted = true;
+    }
   type->choiceType = content.what.kind == WhatKind::Choice;
   type->rows.push_back(std::move(content));
   row.what = typeWhat(*type);
@@ -75,11 +83,11 @@ static std::string listName(Model& model, const Type& owner, const std::string& 
 static Type* nestedRecord(Model& model, const Type& owner, Row& row)
 {
   std::string name = innerName(owner, row);
-  bool list = row.often.end != End::None;
+  bool list = row.often.end != kL3NoList;
   std::string inner = list ? name + "_element" : name;
   Type* record = addType(model, owner, row, inner, Kind::Record);
   row.what = typeWhat(*record);
-  if (list) moveOut(model, owner, row, row.often.end == End::Times ? name : listName(model, owner, inner));
+  if (list) moveOut(model, owner, row, row.often.end == kL3Times ? name : listName(model, owner, inner));
   return record;
 }
 
@@ -97,7 +105,7 @@ static void moveBehind(Model& model, const Type& owner, Row& row)
   part->part = true;
   Row length;
   length.place = row.place;
-  length.when = When::Length;
+  length.mark = Mark::Length;
   length.number = row.behind;
   length.words["full-length"] = "";
   part->rows.insert(part->rows.begin(), length);
@@ -108,7 +116,7 @@ void giveOwnType(Model& model, const Type& owner, Row& row)
   if (row.behind) moveBehind(model, owner, row);
   if (row.own) moveOut(model, owner, row, innerName(owner, row));
   if (!row.shared) return;
-  if (row.what.kind != WhatKind::Type || row.often.end == End::None)
+  if (row.what.kind != WhatKind::Type || row.often.end == kL3NoList)
     refuse(row.place, "'shared' is for lists of a type");
   std::string name = listName(model, owner, row.what.typeName);
   auto known = model.byName.find(owner.module->name + "_" + name);

@@ -6,30 +6,54 @@
 namespace l3gen {
 
 static const std::set<std::string> kWords = {
-    "open-decode",    "open-encode", "no-tail",       "shifts",        "untagged",   "early-return",
-    "hyphen-encode",  "full-length", "null-suffix",   "no-decoder",    "no-encoder", "no-printer",
-    "no-sample",      "no-init",     "init",          "sample",        "name-as",    "octets-argument",
-    "spare-argument", "zero-widens", "codeset-asked", "setters-return"};
+    "walk",          "open-decode",   "open-encode", "no-tail",    "shifts",          "untagged",       "early-return",
+    "hyphen-encode", "full-length",   "null-suffix", "no-decoder", "no-encoder",      "no-printer",     "no-sample",
+    "no-init",       "init",          "sample",      "name-as",    "octets-argument", "spare-argument", "zero-widens",
+    "codeset-asked", "setters-return"};
+
+// `FIELD`, `FIELD +k`, `FIELD -k`, `k - FIELD` or `FIELD sizes TABLE`.
+static Count readCount(Words& w)
+{
+  Count count;
+  bool minus = w.peek(1) == "-";
+  if (minus) {
+    count.sign = -1;
+    count.bias = static_cast<int>(bitCount(w.place, w.take("a number"), 100));
+    w.take("");
+  }
+  count.field = w.take("a field");
+  char sign = w.peek().empty() ? 0 : w.peek()[0];
+  if (!minus && w.peek().size() > 1 && (sign == '+' || sign == '-')) {
+    count.bias = static_cast<int>(bitCount(w.place, w.take("").substr(1), 100));
+    if (sign == '-') count.bias = -count.bias;
+  }
+  if (w.accept("sizes")) count.sizes = w.take("a table of sizes");
+  return count;
+}
 
 static void readSource(Words& w, What& what)
 {
   if (w.accept("rest"))
-    what.from = From::Rest;
+    what.from = kL3Rest;
   else if (w.accept("by")) {
-    what.from = From::Field;
-    what.field = w.take("a field");
+    what.from = kL3ByField;
+    what.count = readCount(w);
+    if (what.kind != WhatKind::BitString && !what.count.fieldAlone())
+      refuse(w.place, "octets and texts are counted by a field alone");
   } else if (w.accept("length")) {
-    what.from = From::Own;
+    what.from = kL3OwnLength;
     what.bits = bitCount(w.place, w.take("a width"), 16);
   } else if (what.kind == WhatKind::Octets) {
-    what.from = From::Fixed;
+    what.from = kL3Fixed;
     what.octets = number(w.place, w.take("a size"));
     if (what.octets < 1 || what.octets > 65535) refuse(w.place, "a size outside 1 to 65535 octets");
+  } else if (what.kind == WhatKind::BitString && isdigit(static_cast<unsigned char>(w.peek()[0]))) {
+    what.from = kL3Fixed;
+    what.max = bitCount(w.place, w.take(""), 1024);
+    return;
   } else {
     refuse(w.place, "expected rest, by or length");
   }
-  if (what.kind == WhatKind::BitString && what.from == From::Field && w.peek().starts_with("+"))
-    what.bias = static_cast<int>(bitCount(w.place, w.take("").substr(1), 100));
   if (w.accept("max")) what.max = number(w.place, w.take("a bound"));
   if (what.kind == WhatKind::Octets && what.max > 255) refuse(w.place, "an inline string holds at most 255 octets");
 }
@@ -37,18 +61,18 @@ static void readSource(Words& w, What& what)
 void readSelector(Words& w, What& what)
 {
   if (w.accept("by")) {
-    what.select = Select::Fields;
+    what.select = kL3SelectFields;
     what.fields = split(w.take("a field"), ',');
   } else if (w.accept("bits")) {
-    what.select = Select::Bits;
+    what.select = kL3SelectBits;
     what.bits = bitCount(w.place, w.take("a width"), 16);
   } else if (w.accept("peek")) {
-    what.select = Select::Peek;
+    what.select = kL3SelectPeek;
     what.bits = bitCount(w.place, w.take("a width"), 32);
     if (!w.accept("&")) refuse(w.place, "expected '& MASK' after peek");
     what.mask = number(w.place, w.take("a mask"));
   } else if (w.accept("code")) {
-    what.select = Select::Code;
+    what.select = kL3SelectCode;
   } else {
     refuse(w.place, "expected by, bits, peek or code behind choice");
   }
@@ -100,7 +124,7 @@ What readWhat(Words& w)
   } else if (word == "bitstring") {
     what.kind = WhatKind::BitString;
     readSource(w, what);
-    if (what.from == From::Own) refuse(w.place, "a bit string has no length of its own");
+    if (what.from == kL3OwnLength) refuse(w.place, "a bit string has no length of its own");
   } else if (word == "string" || word == "labels") {
     what.kind = WhatKind::Text;
     what.labels = word == "labels";
@@ -130,17 +154,16 @@ Often readOften(Words& w)
 {
   Often often;
   if (w.accept("while-room"))
-    often.end = End::WhileRoom;
+    often.end = kL3WhileRoom;
   else if (w.accept("times")) {
-    often.end = End::Times;
-    often.field = w.take("a count");
-    if (w.peek().starts_with("+")) often.bias = static_cast<int>(bitCount(w.place, w.take("").substr(1), 100));
+    often.end = kL3Times;
+    often.count = readCount(w);
   } else if (w.accept("more-bit"))
-    often.end = w.accept("0") ? End::MoreZero : w.accept("L/H") ? End::MoreLH : End::MoreBit;
+    often.end = w.accept("0") ? kL3MoreZero : w.accept("L/H") ? kL3MoreLH : kL3MoreBit;
   else if (w.accept("while-ext"))
-    often.end = End::WhileExt;
+    often.end = kL3WhileExt;
   else if (w.accept("until-zero")) {
-    often.end = End::UntilZero;
+    often.end = kL3UntilZero;
     often.zeroBits = bitCount(w.place, w.take("a width"), 8);
   } else
     return often;

@@ -40,7 +40,8 @@ std::string capacityName(const std::string& scope)
 
 static bool isString(const What& what)
 {
-  return what.kind == WhatKind::BitString || (what.kind == WhatKind::Octets && what.from != From::Fixed);
+  bool string = what.kind == WhatKind::BitString || what.kind == WhatKind::Octets;
+  return string && what.from != kL3Fixed;
 }
 
 static std::string declare(const What& what, const std::string& name, const Scope& scope, int indent);
@@ -59,8 +60,8 @@ static std::string declareString(const What& what, const std::string& name, cons
 // What stands in a member's place, with the comments of its inside and without a semicolon.
 static std::string declareElement(const Row& row, const std::string& name, const Scope& scope, int indent)
 {
-  if (row.often.end == End::None) return declare(row.what, name, scope, indent);
-  bool bounded = row.often.bounded(), fixed = row.what.kind == WhatKind::Octets && row.what.from == From::Fixed;
+  if (row.often.end == kL3NoList) return declare(row.what, name, scope, indent);
+  bool bounded = row.often.bounded(), fixed = row.what.kind == WhatKind::Octets && row.what.from == kL3Fixed;
   std::string entry = bounded ? "elem[" + scope.capacity() + "]" : fixed ? "(*elem)" : "*elem";
   std::string entries = declare(row.what, entry, scope.within("elem"), indent + 2) + ";";
   return pad(indent) + "struct {\n" +
@@ -116,8 +117,9 @@ static std::string declare(const What& what, const std::string& name, const Scop
       return p + "uint8_t " + name;
     case WhatKind::Octets:
       if (!isString(what)) return p + "uint8_t " + name + format("[%u]", what.octets);
-      [[fallthrough]];
+      return declareString(what, name, scope, indent);
     case WhatKind::BitString:
+      if (!isString(what)) return p + "uint8_t " + name + format("[%u]", (what.max + 7) / 8);
       return declareString(what, name, scope, indent);
     case WhatKind::Text:
       return p + "char* " + name;
@@ -137,11 +139,11 @@ static std::string declare(const What& what, const std::string& name, const Scop
 // A member with its comment, or nothing where the record has none for the row.
 static std::string declareMember(const Row& row, const Scope& scope, int indent, const std::string& words)
 {
-  if (row.when >= When::Tail) return ""; // no element
-  if (row.when == When::Length)
+  if (!row.isElement() && row.mark != Mark::Length) return "";
+  if (row.mark == Mark::Length)
     return row.member.empty() ? ""
                               : line(indent, format("uint%u_t ", storeForBits(row.number) * 8) + row.member, words);
-  if (row.what.kind == WhatKind::Nothing && row.often.end == End::None) return "";
+  if (row.what.kind == WhatKind::Nothing && row.often.end == kL3NoList) return "";
   return commented(indent, declareElement(row, row.member, scope.within(row.member), indent) + ";", words);
 }
 
@@ -209,7 +211,7 @@ static void addCapacities(Constants& constants, const Row& row, const Scope& sco
 {
   if (row.often.bounded())
     constants.add(scope.capacity(), std::to_string(row.often.range->hi), capacityWords(row.what, row.often));
-  addCapacities(constants, row.what, row.often.end == End::None ? scope : scope.within("elem"));
+  addCapacities(constants, row.what, row.often.end == kL3NoList ? scope : scope.within("elem"));
 }
 
 static std::string tagConstants(const What& what, const Scope& scope, const std::string& member)
@@ -241,7 +243,7 @@ static std::string writeConstants(const Type& type)
   std::string tags;
   for (auto& row : type.rows) {
     Scope scope = Scope{type, type.full}.within(row.member);
-    if (row.when != When::Length) addCapacities(capacities, row, scope);
+    if (row.mark != Mark::Length) addCapacities(capacities, row, scope);
     if (row.what.kind == WhatKind::Choice || row.what.kind == WhatKind::Body)
       tags += tagConstants(row.what, scope, row.member);
     if (row.what.kind == WhatKind::Body) tags += messageTypes(type, row.what);

@@ -30,7 +30,7 @@ const Row* findField(const Type& type, const std::string& name, std::string* pat
   if (!row) return nullptr;
   if (path) *path += (path->empty() ? "" : ".") + row->member;
   if (dot == std::string::npos) return row;
-  bool record = row->what.type && row->when == When::Always && row->often.end == End::None;
+  bool record = row->what.type && row->plain() && row->often.end == kL3NoList;
   return record ? findField(*row->what.type, name.substr(dot + 1), path) : nullptr;
 }
 
@@ -39,9 +39,9 @@ std::vector<std::string> selectingOptions(const Type& type)
   std::vector<std::string> names;
   for (auto& row : type.rows)
     for (auto& field : row.what.fields) {
-      const Row* selecting = row.when == When::Iei ? findField(type, field) : nullptr;
+      const Row* selecting = row.isIei() ? findField(type, field) : nullptr;
       bool known = std::find(names.begin(), names.end(), field) != names.end();
-      if (selecting && selecting->when == When::Iei && !known) names.push_back(field);
+      if (selecting && selecting->isIei() && !known) names.push_back(field);
     }
   return names;
 }
@@ -56,7 +56,7 @@ static void resolveWhat(Model& model, Type& owner, Row& row)
     if (what.rest && what.type && what.type->kind != Kind::Text)
       model.refusals.push_back({row.place, "'rest' is for string types"});
   }
-  if (what.select == Select::Code) try {
+  if (what.select == kL3SelectCode) try {
       layOutCodes(what);
     } catch (const Refusal& r) {
       model.refusals.push_back(r);
@@ -78,7 +78,7 @@ static std::optional<Scalar> scalarAt(const Type& type, int depth)
   if (depth > 16) refuse(type.place, "'" + type.name + "' is defined by itself");
   if (type.kind == Kind::Enum || type.kind == Kind::Names)
     return Scalar{WhatKind::Bits, type.bits, const_cast<Type*>(&type), {}, type.padded};
-  bool bare = type.kind == Kind::Bare && type.rows.size() == 1 && type.rows[0].often.end == End::None;
+  bool bare = type.kind == Kind::Bare && type.rows.size() == 1 && type.rows[0].often.end == kL3NoList;
   if (!bare) return {};
   const What& what = type.rows[0].what;
   std::optional<Scalar> scalar;
@@ -97,14 +97,17 @@ std::optional<Scalar> scalarOf(const Type& type)
 
 std::optional<uint32_t> fixedBits(const Row& row)
 {
-  bool always = row.when == When::Always || row.when == When::Iei;
-  if (!always || row.often.end != End::None) return {};
+  bool always = row.plain() || row.isIei();
+  if (!always || row.often.end != kL3NoList) return {};
   switch (row.what.kind) {
     case WhatKind::Bits:
     case WhatKind::Flag:
       return row.what.bits;
     case WhatKind::Octets:
-      if (row.what.from == From::Fixed) return row.what.octets * 8;
+      if (row.what.from == kL3Fixed) return row.what.octets * 8;
+      return {};
+    case WhatKind::BitString:
+      if (row.what.from == kL3Fixed) return row.what.max;
       return {};
     case WhatKind::Type:
       return fixedBits(*row.what.type);
@@ -132,7 +135,7 @@ std::optional<uint32_t> fixedBits(const Type& type)
 
 static unsigned leadingLength(const What& what)
 {
-  if (what.kind == WhatKind::Octets || what.kind == WhatKind::Text) return what.from == From::Own ? what.bits : 0;
+  if (what.kind == WhatKind::Octets || what.kind == WhatKind::Text) return what.from == kL3OwnLength ? what.bits : 0;
   if (what.kind == WhatKind::Choice) {
     unsigned same = what.alternatives.empty() ? 0 : leadingLength(what.alternatives[0].what);
     for (auto& alternative : what.alternatives)
@@ -149,7 +152,7 @@ static unsigned leadingLength(const What& what)
 unsigned leadingLength(const Type& type)
 {
   if (type.rows.empty()) return 0;
-  return type.rows[0].when == When::Length ? type.rows[0].number : leadingLength(type.rows[0].what);
+  return type.rows[0].mark == Mark::Length ? type.rows[0].number : leadingLength(type.rows[0].what);
 }
 
 std::string skipForm(const Row& row, uint32_t& octets)
@@ -170,12 +173,12 @@ std::string skipForm(const Row& row, uint32_t& octets)
 
 static bool needsInit(const What& what, const Often& often)
 {
-  if (often.end != End::None) return true;
+  if (often.end != kL3NoList) return true;
   switch (what.kind) {
     case WhatKind::Octets:
-      return what.from != From::Fixed && !what.max; // a bounded string is only its count and its octets
+      return what.from != kL3Fixed && !what.max; // a bounded string is only its count and its octets
     case WhatKind::BitString:
-      return !what.max;
+      return what.from != kL3Fixed && !what.max;
     case WhatKind::Text:
     case WhatKind::Chars:
     case WhatKind::Choice:
@@ -242,23 +245,9 @@ std::vector<Type*> inDependencyOrder(Model& model, const Module& module)
   return order;
 }
 
-static bool hasBit(When when)
+static bool hasBit(const Row& row)
 {
-  switch (when) {
-    case When::Room:
-    case When::OptBit:
-    case When::RoomOptBit:
-    case When::OptLH:
-    case When::RoomOptLH:
-    case When::If:
-    case When::RoomExt:
-    case When::More:
-    case When::Iei:
-    case When::ByHand:
-      return true;
-    default:
-      return false;
-  }
+  return row.isElement() && (row.room || l3Traits(row.given).hasBit || l3Traits(row.lead).optional);
 }
 
 static int giveBit(Type& type, const std::string& name)
@@ -272,37 +261,39 @@ static int giveBit(Type& type, const std::string& name)
 
 static void layOutBits(Type& type)
 {
-  int group = -1;
+  int group = -1, before = -1;
   bool release = false;
   for (auto& row : type.rows) {
-    if (row.when == When::Group || row.when == When::Release) {
+    if (row.mark == Mark::Group || row.mark == Mark::Release) {
       group = row.mBit = giveBit(type, row.name);
-      release = row.when == When::Release;
+      release = row.mark == Mark::Release;
       continue;
     }
-    if (row.when == When::EndRelease) {
+    if (row.mark == Mark::EndRelease) {
       group = -1;
       release = false;
       continue;
     }
     row.groupBit = group;
     row.inRelease = release;
-    if (hasBit(row.when)) row.mBit = giveBit(type, row.name.empty() ? "value" : row.name);
+    if (row.given == kL3GivenWith) row.mBit = before;
+    if (hasBit(row)) row.mBit = giveBit(type, row.name.empty() ? "value" : row.name);
+    before = row.mBit;
   }
 }
 
 static bool isExt(const Row& row)
 {
-  return row.when == When::Ext || row.when == When::RoomExt || row.when == When::More;
+  return row.lead == kL3LeadExt;
 }
 
 static void layOutExt(Type& type)
 {
   for (size_t i = 0; i < type.rows.size(); ++i) {
     Row& row = type.rows[i];
-    if (row.when == When::More && (i == 0 || !isExt(type.rows[i - 1])))
+    if (row.given == kL3GivenMore && (i == 0 || !isExt(type.rows[i - 1])))
       refuse(row.place, "a 'more' row needs an 'ext' row before it");
-    row.extLast = isExt(row) && (i + 1 == type.rows.size() || type.rows[i + 1].when != When::More);
+    row.extLast = isExt(row) && (i + 1 == type.rows.size() || type.rows[i + 1].given != kL3GivenMore);
   }
 }
 

@@ -9,10 +9,11 @@ namespace l3gen {
 
 // Collects the text of one type's tables; objects that rows point at are written before them.
 struct TableWriter {
+  const Model& model;
   const Type& type;
   std::string out;
   int objects = 0;
-  explicit TableWriter(const Type& t) : type(t) {}
+  TableWriter(const Model& m, const Type& t) : model(m), type(t) {}
   std::string object(const char* kind, const std::string& init)
   {
     std::string name = format("info%d_%s", objects++, type.full.c_str());
@@ -36,22 +37,23 @@ struct TableWriter {
     if (name.empty()) return "{0, 0, 0}";
     std::string path;
     const Row* row = findField(type, name, &path);
-    bool length = row->when == When::Length;
+    bool length = row->mark == Mark::Length;
     unsigned store = length ? storeForBits(row->number) : storeOf(row->what);
     unsigned bits = length ? row->number : scalarOf(row->what)->bits;
     return format("{%s, %u, %u}", off(path).c_str(), store, bits);
+  }
+  std::string count(const Count& count) const
+  {
+    const Sizes* sizes = count.sizes.empty() ? nullptr : model.sizesNamed(*type.module, count.sizes);
+    std::string table = sizes ? "sizes_" + sizes->full : "nullptr";
+    return format("%s, %d, %d, %d, %zu, %s", field(count.field).c_str(), count.bias, count.sign, count.argument,
+                  sizes ? sizes->values.size() : 0, table.c_str());
   }
 };
 
 static std::string join(const std::string& path, const std::string& member)
 {
   return path.empty() || member.empty() ? path + member : path + "." + member;
-}
-
-static const char* fromName(From from)
-{
-  static const char* names[] = {"kL3Fixed", "kL3Rest", "kL3ByField", "kL3OwnLength"};
-  return names[static_cast<int>(from)];
 }
 
 static std::string limits(const std::optional<Range>& range)
@@ -64,23 +66,22 @@ static std::string rowInit(TableWriter& w, const Row& row, const std::string& pa
 static std::string octetsInfo(TableWriter& w, const Row& row)
 {
   const What& what = row.what;
-  return w.object("L3Octets", format("%s, %u, %d, %u, %u, 1, %s, %s", fromName(what.from), what.bits, row.range ? 1 : 0,
-                                     what.max, what.octets, w.field(what.field).c_str(), limits(row.range).c_str()));
+  return w.object("L3Octets",
+                  format("%s, %u, %d, %u, %u, 1, %s, %s", l3Traits(what.from).symbol, what.bits, row.range ? 1 : 0,
+                         what.max, what.octets, w.field(what.count.field).c_str(), limits(row.range).c_str()));
 }
 
 static std::string textInfo(TableWriter& w, const Row& row)
 {
   const What& what = row.what;
   bool chars = what.kind == WhatKind::Chars;
-  return w.object("L3Text", format("%s, %u, %d, %d, %u, %s, %s", chars ? "kL3Rest" : fromName(what.from), what.bits,
-                                   what.labels, row.range ? 1 : 0, chars ? what.octets : 0, w.field(what.field).c_str(),
-                                   limits(row.range).c_str()));
+  return w.object("L3Text", format("%s, %u, %d, %d, %u, %s, %s", chars ? "kL3Rest" : l3Traits(what.from).symbol,
+                                   what.bits, what.labels, row.range ? 1 : 0, chars ? what.octets : 0,
+                                   w.field(what.count.field).c_str(), limits(row.range).c_str()));
 }
 
 static std::string listInfo(TableWriter& w, const Row& row, const std::string& path)
 {
-  static const char* ends[] = {
-      "", "kL3WhileRoom", "kL3Times", "kL3MoreBit", "kL3WhileExt", "kL3UntilZero", "kL3MoreZero", "kL3MoreLH"};
   const Often& often = row.often;
   Row elem;
   elem.place = row.place;
@@ -92,9 +93,9 @@ static std::string listInfo(TableWriter& w, const Row& row, const std::string& p
   std::string offset = "static_cast<uint32_t>(" + w.off(at) + " - " + w.off(path) + ")";
   std::string size = "sizeof(static_cast<" + w.type.full + "*>(nullptr)->" + at + "[0])";
   return w.object("L3List",
-                  format("%s, %u, %d, %d, %u, %s, %s, %s, %s, {%s}", ends[static_cast<int>(often.end)], often.zeroBits,
-                         often.bias, often.range ? 1 : 0, often.bounded() ? often.range->hi : 0, offset.c_str(),
-                         size.c_str(), w.field(often.field).c_str(), limits(often.range).c_str(), entry.c_str()));
+                  format("%s, %u, %d, %u, %s, %s, {%s}, %s, {%s}", l3Traits(often.end).symbol, often.zeroBits,
+                         often.range ? 1 : 0, often.bounded() ? often.range->hi : 0, offset.c_str(), size.c_str(),
+                         w.count(often.count).c_str(), limits(often.range).c_str(), entry.c_str()));
 }
 
 // The codes of a choice, entry for entry of its table, and the tree that finds them.
@@ -124,7 +125,6 @@ static std::string fieldTable(TableWriter& w, const std::vector<std::string>& na
 
 static std::string choiceInfo(TableWriter& w, const Row& row, const std::string& path)
 {
-  static const char* selects[] = {"kL3SelectFields", "kL3SelectBits", "kL3SelectPeek", "kL3SelectCode"};
   const What& what = row.what;
   std::vector<std::string> items;
   std::string unionPath = what.untagged ? path : join(path, "u");
@@ -142,11 +142,11 @@ static std::string choiceInfo(TableWriter& w, const Row& row, const std::string&
   std::string selectors = what.fields.empty() ? "nullptr" : fieldTable(w, what.fields);
   std::string size = "sizeof(static_cast<" + w.type.full + "*>(nullptr)->" + unionPath + ")";
   if (unionPath.empty()) size = "sizeof(" + w.type.full + ")";
-  std::string codes = what.select == Select::Code ? codesInfo(w, what) : "nullptr, nullptr, 0";
+  std::string codes = what.select == kL3SelectCode ? codesInfo(w, what) : "nullptr, nullptr, 0";
   return w.object("L3Choice",
-                  format("%s, %u, %d, %zu, %u, %uU, %s, %s, %s, %s, %s", selects[static_cast<int>(what.select)],
-                         what.bits, !what.untagged, what.fields.size(), count, what.mask, w.off(unionPath).c_str(),
-                         size.c_str(), selectors.c_str(), table.c_str(), codes.c_str()));
+                  format("%s, %u, %d, %zu, %u, %uU, %s, %s, %s, %s, %s", l3Traits(what.select).symbol, what.bits,
+                         !what.untagged, what.fields.size(), count, what.mask, w.off(unionPath).c_str(), size.c_str(),
+                         selectors.c_str(), table.c_str(), codes.c_str()));
 }
 
 // A table of 256 octets, by value.
@@ -194,9 +194,10 @@ static std::string bodyInfo(TableWriter& w, const Row& row, const std::string& p
 
 static std::string lengthInfo(TableWriter& w, const Row& row)
 {
-  return w.object("L3Length", format("%u, %d, %d, %d, %d, %d, %s, %d", row.number, row.countsBits ? 1 : 8,
-                                     row.range ? 1 : 0, row.words.count("full-length") != 0, !row.member.empty(),
-                                     row.fromOctet, limits(row.range).c_str(), row.words.count("zero-widens") != 0));
+  return w.object("L3Length",
+                  format("%u, %d, %d, %d, %d, %d, %u, %s, %d", row.number, row.countsBits ? 1 : 8, row.range ? 1 : 0,
+                         row.words.count("full-length") != 0, !row.member.empty(), row.fromOctet, row.bias,
+                         limits(row.range).c_str(), row.words.count("zero-widens") != 0));
 }
 
 static std::string condInfo(TableWriter& w, const Row& row)
@@ -256,7 +257,7 @@ static Coded code(TableWriter& w, const Row& row, const std::string& path)
 {
   Coded c;
   c.offset = w.off(path);
-  if (row.often.end != End::None) {
+  if (row.often.end != kL3NoList) {
     c.op = "kL3List";
     c.info = listInfo(w, row, path);
     return c;
@@ -272,8 +273,8 @@ static Coded code(TableWriter& w, const Row& row, const std::string& path)
       break;
     case WhatKind::BitString:
       c.op = "kL3BitString";
-      c.info = w.object("L3BitString", format("%u, 1, %s, %d, %s", row.what.max, fromName(row.what.from), row.what.bias,
-                                              w.field(row.what.field).c_str()));
+      c.info = w.object("L3BitString", format("%u, 1, %s, {%s}", row.what.max, l3Traits(row.what.from).symbol,
+                                              w.count(row.what.count).c_str()));
       break;
     case WhatKind::Text:
     case WhatKind::Chars:
@@ -283,6 +284,7 @@ static Coded code(TableWriter& w, const Row& row, const std::string& path)
     case WhatKind::Type:
       c.op = row.what.rest ? "kL3TextType" : "kL3Record";
       c.type = "&l3_" + row.what.type->full;
+      if (row.argument) c.info = w.object("L3Count", w.count(*row.argument));
       break;
     case WhatKind::Choice:
       c.op = "kL3Choice";
@@ -304,13 +306,13 @@ static Coded code(TableWriter& w, const Row& row, const std::string& path)
 static std::string rowFlags(const Row& row, const Coded& c)
 {
   std::string flags = "0";
-  bool extList = row.when == When::More && row.what.type && !row.what.type->rows.empty() &&
-                 row.what.type->rows.back().often.end == End::WhileExt;
+  bool extList = row.given == kL3GivenMore && row.what.type && !row.what.type->rows.empty() &&
+                 row.what.type->rows.back().often.end == kL3WhileExt;
   if (row.extLast) flags += " | kL3ExtLast";
-  if (extList || row.often.end == End::WhileExt) flags += row.when == When::More ? " | kL3ExtList" : "";
+  if (extList || row.often.end == kL3WhileExt) flags += row.given == kL3GivenMore ? " | kL3ExtList" : "";
   if (row.inRelease) flags += " | kL3InRelease";
   if (row.what.wide) flags += " | kL3Wide";
-  auto scalar = row.often.end == End::None ? scalarOf(row.what) : std::nullopt;
+  auto scalar = row.often.end == kL3NoList ? scalarOf(row.what) : std::nullopt;
   if (scalar && scalar->padded) flags += " | kL3LH";
   if (c.range) flags += " | kL3Ranged";
   return flags;
@@ -323,34 +325,33 @@ static std::string bit(int number)
 
 static std::string rowInit(TableWriter& w, const Row& row, const std::string& path)
 {
-  static const char* whens[] = {"kL3Always", "kL3Room",     "kL3OptBit", "kL3RoomOptBit", "kL3OptLH",  "kL3RoomOptLH",
-                                "kL3If",     "kL3WhenCond", "kL3Ext",    "kL3RoomExt",    "kL3More",   "kL3Always",
-                                "kL3Iei",    "kL3ByHand",   "kL3Always", "kL3Always",     "kL3Always", "kL3Always"};
   Coded c;
-  if (row.when == When::Length) {
+  if (row.mark == Mark::Length) {
     c.op = "kL3Length";
     c.info = lengthInfo(w, row);
     c.offset = w.off(row.member);
     c.bits = row.number;
     c.store = row.member.empty() ? 0 : storeForBits(row.number);
-  } else if (row.when == When::Release) {
+  } else if (row.mark == Mark::EndLength) {
+    c.op = "kL3EndLength";
+  } else if (row.mark == Mark::Release) {
     const auto& rows = w.type.rows;
     size_t at = static_cast<size_t>(&row - rows.data()), count = 0;
     while (at + 1 + count < rows.size() && rows[at + 1 + count].inRelease) ++count;
     c.op = "kL3Release";
     c.info = w.object("L3Release", format("%u, %u, %zu", row.number, row.fit, count));
-  } else if (row.when == When::Tail) {
+  } else if (row.mark == Mark::Tail) {
     c.op = "kL3Tail";
     c.bits = row.words.count("shifts") != 0;
   } else {
     c = code(w, row, path);
   }
   std::string cond = condInfo(w, row);
-  std::string name = row.name.empty() || row.when == When::Release ? "nullptr" : "\"" + row.name + "\"";
-  return format("%s, %s, %s, %s, %s, %s, %d, %s, %s, %s, %s, %u, %u, %s", name.c_str(), c.type.c_str(), c.info.c_str(),
-                cond.c_str(), c.offset.c_str(), limits(c.range).c_str(), row.place.line, bit(row.mBit).c_str(),
-                bit(row.groupBit).c_str(), c.op, whens[static_cast<int>(row.when)], c.bits, c.store,
-                rowFlags(row, c).c_str());
+  std::string name = row.name.empty() || row.mark == Mark::Release ? "nullptr" : "\"" + row.name + "\"";
+  return format("%s, %s, %s, %s, %s, %s, %d, %s, %s, %s, %d, %s, %s, %u, %u, %s", name.c_str(), c.type.c_str(),
+                c.info.c_str(), cond.c_str(), c.offset.c_str(), limits(c.range).c_str(), row.place.line,
+                bit(row.mBit).c_str(), bit(row.groupBit).c_str(), c.op, row.room, l3Traits(row.given).symbol,
+                l3Traits(row.lead).symbol, c.bits, c.store, rowFlags(row, c).c_str());
 }
 
 static std::string writeMessage(TableWriter& w, const std::vector<const Row*>& options)
@@ -415,7 +416,7 @@ static std::string typeFlags(const Type& type)
   bool bare = type.kind == Kind::Bare || type.kind == Kind::Enum || type.kind == Kind::Names ||
               type.kind == Kind::Text || type.has("bare");
   bool text =
-      !type.rows.empty() && type.rows.back().what.kind == WhatKind::Text && type.rows.back().often.end == End::None;
+      !type.rows.empty() && type.rows.back().what.kind == WhatKind::Text && type.rows.back().often.end == kL3NoList;
   if (bare) flags += " | kL3Bare";
   if (bare && text) flags += " | kL3Pointer";
   if (type.choiceType) flags += " | kL3IsChoice";
@@ -450,14 +451,14 @@ static std::string direct(const Type& type, bool encoder)
   return direct ? (encoder ? "l3DirectEnc_" : "l3DirectDec_") + type.full : "nullptr";
 }
 
-static std::string writeType(const Type& type)
+static std::string writeType(const Model& model, const Type& type)
 {
-  TableWriter w(type);
+  TableWriter w(model, type);
   std::vector<const Row*> rows, options;
   Row scalar = scalarRow(type);
   for (auto& row : type.rows) {
-    bool mark = row.when == When::Group || row.when == When::EndRelease;
-    if (!mark) (row.when == When::Iei ? options : rows).push_back(&row);
+    bool mark = row.mark == Mark::Group || row.mark == Mark::EndRelease;
+    if (!mark) (row.isIei() ? options : rows).push_back(&row);
   }
   bool number = type.kind == Kind::Enum || type.kind == Kind::Names;
   if (number) rows = {&scalar};
@@ -507,6 +508,13 @@ static std::string writeSource(const std::string& stem)
   return "static constexpr L3Module file_" + cName(stem) + " = {\"" + stem + "Dec\", \"" + stem + "Enc\"};\n";
 }
 
+static std::string writeSizes(const Sizes& sizes)
+{
+  std::string out = "static const uint8_t sizes_" + sizes.full + "[] = {";
+  for (unsigned value : sizes.values) out += std::to_string(value) + ", ";
+  return out + "};\n";
+}
+
 std::string writeTables(Model& model, const Module& module)
 {
   std::string out = "// Descriptor tables of module " + module.name + ". Generated; change the definitions instead.\n";
@@ -515,12 +523,14 @@ std::string writeTables(Model& model, const Module& module)
   std::set<std::string> stems;
   for (auto& type : model.types)
     if (type->module == &module && stems.insert(fileStem(*type)).second) out += writeSource(fileStem(*type));
+  for (auto& sizes : model.sizes)
+    if (sizes->module == &module) out += writeSizes(*sizes);
   out += "\n";
   for (auto& type : model.types)
     if (type->module == &module && !type->values.empty()) out += writeEnum(*type);
   out += "\n";
   for (auto& type : model.types)
-    if (type->module == &module) out += writeType(*type);
+    if (type->module == &module) out += writeType(model, *type);
   return out;
 }
 

@@ -28,10 +28,10 @@ bool exports(const Type& type, const char* kind)
 static bool isArray(const Type& type)
 {
   if (type.kind == Kind::Text) return type.rows[0].what.kind == WhatKind::Chars;
-  if (type.kind != Kind::Bare || type.rows.back().often.end != End::None) return false;
+  if (type.kind != Kind::Bare || type.rows.back().often.end != kL3NoList) return false;
   const What& what = type.rows.back().what;
   if (what.kind == WhatKind::Type) return isArray(*what.type);
-  return what.kind == WhatKind::Octets && what.from == From::Fixed;
+  return what.kind == WhatKind::Octets && what.from == kL3Fixed;
 }
 
 static bool byHandArguments(const Type& type)
@@ -44,6 +44,7 @@ static std::string decoderLine(const Type& type)
   const char* f = type.full.c_str();
   if (type.has("spare-argument"))
     return format("int NASDec_%s(RtxContext* pctxt, %s* pvalue, size_t octets, uint8_t spareBits)", f, f);
+  if (type.counted) return format("int NASDec_%s(RtxContext* pctxt, %s* pvalue, size_t count)", f, f);
   if (isArray(type) && byHandArguments(type))
     return format("int NASDec_%s(RtxContext* pctxt, char* dest, size_t octets)", f);
   if (byHandArguments(type)) return format("int NASDec_%s(RtxContext* pctxt, %s* pvalue, size_t octets)", f, f);
@@ -206,12 +207,14 @@ std::string writeCoders(Model& model, const Module& module, bool encoder)
     if (type->module != &module) continue;
     const char* f = type->full.c_str();
     bool hand = byHandArguments(*type);
+    if (!encoder && type->counted && exports(*type, "decode"))
+      out += body(decoderLine(*type), format("return l3DecodeCounted(pctxt, l3_%s, pvalue, count);", f));
     if (encoder && exports(*type, "encode") && type->kind == Kind::Text)
       out += isArray(*type) ? body(encoderLine(*type), format("return l3EncodeText(pctxt, l3_%s, value);", f))
                             : body(encoderLine(*type), format("return l3Encode(pctxt, l3_%s, &value);", f));
     else if (encoder && exports(*type, "encode"))
       out += body(encoderLine(*type), format("return l3Encode(pctxt, l3_%s, %s);", f, operand(*type).c_str()));
-    if (!encoder && !hand && exports(*type, "decode"))
+    if (!encoder && !hand && !type->counted && exports(*type, "decode"))
       out += body(decoderLine(*type), format("return l3Decode(pctxt, l3_%s, pvalue);", f));
     if (!encoder) out += writeOthers(*type);
   }
@@ -222,7 +225,7 @@ static std::string tableEntry(const Type& type)
 {
   const char* f = type.full.c_str();
   bool code = !byHandArguments(type);
-  std::string dec = code && exports(type, "decode")
+  std::string dec = code && !type.counted && exports(type, "decode")
                         ? format("[](RtxContext* c, void* v) { return l3Decode(c, l3_%s, v); }", f)
                         : "nullptr";
   std::string enc = code && exports(type, "encode")

@@ -1,0 +1,152 @@
+// What a row of a definition can say, and what each word means for coding: the one place that the engine and l3gen
+// share. A row answers three questions about an element's presence, and any answers may stand together:
+//
+//   room     must bits remain in the innermost region?        (L3Row.room)
+//   given    on what condition is it there?                   (L3Given)
+//   lead     does a bit stand in front of it?                 (L3Lead)
+//
+// `room 0/1` is room and a leading bit; `more` is a condition, the extension bit before was 0, and a leading extension
+// bit. Each table below has a row for each value, in the order of the enumeration.
+#ifndef VELNOR3GPP_L3_FORMS_H
+#define VELNOR3GPP_L3_FORMS_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+enum L3Given : uint8_t {
+  kL3GivenAlways,
+  kL3GivenIf,   // L3Row.cond on decoding; encoder and printer go by the presence bit
+  kL3GivenWhen, // L3Row.cond always; there is no presence bit
+  kL3GivenMore, // the extension bit before it was 0
+  kL3GivenWith, // the row before it is there; both share a presence bit
+  kL3GivenIei,  // in L3Message.options only
+  kL3ByHand,    // never coded by the engine; printed if its presence bit is set
+};
+
+enum L3Lead : uint8_t {
+  kL3NoLead,
+  kL3LeadBit, // 1: the element is there
+  kL3LeadLH,  // H: the element is there
+  kL3LeadExt, // an extension bit: it tells of the next octet of a group, not of this one
+};
+
+// Where a string's count comes from.
+enum L3CountFrom : uint8_t { kL3Fixed, kL3Rest, kL3ByField, kL3OwnLength };
+
+// Where a choice's selector comes from.
+enum L3SelectFrom : uint8_t { kL3SelectFields, kL3SelectBits, kL3SelectPeek, kL3SelectCode };
+
+enum L3ListEnd : uint8_t {
+  kL3NoList,
+  kL3WhileRoom,
+  kL3Times,
+  kL3MoreBit, // 1 leads an entry, 0 ends the list
+  kL3MoreZero,
+  kL3MoreLH, // H leads, L ends
+  kL3WhileExt,
+  kL3UntilZero,
+};
+
+struct L3GivenTraits {
+  L3Given given;
+  const char* symbol; // the enumerator, as l3gen writes it
+  bool hasBit;        // the element has a presence bit of its own
+  bool hasCond;       // the row has a condition on earlier fields
+};
+
+struct L3LeadTraits {
+  L3Lead lead;
+  const char* symbol;
+  const char* word;  // in a definition
+  const char* label; // in the bit trace
+  bool optional;     // the bit says whether the element is there
+  bool padded;       // relative to the padding
+};
+
+struct L3ListTraits {
+  L3ListEnd end;
+  const char* symbol;
+  const char* word;
+  bool led;       // a bit stands before each entry and behind the last
+  bool padded;    // that bit is relative to the padding
+  uint8_t before; // its value before an entry; the other one ends the list
+};
+
+inline constexpr L3GivenTraits kL3GivenTraits[] = {
+    {kL3GivenAlways, "kL3GivenAlways", false, false},
+    {kL3GivenIf, "kL3GivenIf", true, true},
+    {kL3GivenWhen, "kL3GivenWhen", false, true},
+    {kL3GivenMore, "kL3GivenMore", true, false},
+    {kL3GivenWith, "kL3GivenWith", false, false},
+    {kL3GivenIei, "kL3GivenIei", true, false},
+    {kL3ByHand, "kL3ByHand", true, false},
+};
+
+inline constexpr L3LeadTraits kL3LeadTraits[] = {
+    {kL3NoLead, "kL3NoLead", "", "", false, false},
+    {kL3LeadBit, "kL3LeadBit", "0/1", "optional bit", true, false},
+    {kL3LeadLH, "kL3LeadLH", "L/H", "optional bit", true, true},
+    {kL3LeadExt, "kL3LeadExt", "ext", "ext bit", false, false},
+};
+
+inline constexpr L3ListTraits kL3ListTraits[] = {
+    {kL3NoList, "kL3NoList", "", false, false, 0},
+    {kL3WhileRoom, "kL3WhileRoom", "while-room", false, false, 0},
+    {kL3Times, "kL3Times", "times", false, false, 0},
+    {kL3MoreBit, "kL3MoreBit", "more-bit", true, false, 1},
+    {kL3MoreZero, "kL3MoreZero", "more-bit 0", true, false, 0},
+    {kL3MoreLH, "kL3MoreLH", "more-bit L/H", true, true, 1},
+    {kL3WhileExt, "kL3WhileExt", "while-ext", false, false, 0},
+    {kL3UntilZero, "kL3UntilZero", "until-zero", false, false, 0},
+};
+
+struct L3CountTraits {
+  L3CountFrom from;
+  const char* symbol;
+};
+inline constexpr L3CountTraits kL3CountTraits[] = {
+    {kL3Fixed, "kL3Fixed"}, {kL3Rest, "kL3Rest"}, {kL3ByField, "kL3ByField"}, {kL3OwnLength, "kL3OwnLength"}};
+
+struct L3SelectTraits {
+  L3SelectFrom from;
+  const char* symbol;
+};
+inline constexpr L3SelectTraits kL3SelectTraits[] = {{kL3SelectFields, "kL3SelectFields"},
+                                                     {kL3SelectBits, "kL3SelectBits"},
+                                                     {kL3SelectPeek, "kL3SelectPeek"},
+                                                     {kL3SelectCode, "kL3SelectCode"}};
+
+constexpr const L3GivenTraits& l3Traits(L3Given given)
+{
+  return kL3GivenTraits[given];
+}
+constexpr const L3LeadTraits& l3Traits(L3Lead lead)
+{
+  return kL3LeadTraits[lead];
+}
+constexpr const L3ListTraits& l3Traits(L3ListEnd end)
+{
+  return kL3ListTraits[end];
+}
+constexpr const L3CountTraits& l3Traits(L3CountFrom from)
+{
+  return kL3CountTraits[from];
+}
+constexpr const L3SelectTraits& l3Traits(L3SelectFrom from)
+{
+  return kL3SelectTraits[from];
+}
+
+// The tables are indexed by their enumerations, so row i must tell of value i.
+template <typename Traits, size_t rows, typename Value>
+consteval bool l3InOrder(const Traits (&table)[rows], Value Traits::*value)
+{
+  for (size_t i = 0; i < rows; ++i)
+    if (table[i].*value != i) return false;
+  return true;
+}
+static_assert(l3InOrder(kL3GivenTraits, &L3GivenTraits::given) && l3InOrder(kL3LeadTraits, &L3LeadTraits::lead));
+static_assert(l3InOrder(kL3ListTraits, &L3ListTraits::end) && l3InOrder(kL3CountTraits, &L3CountTraits::from));
+static_assert(l3InOrder(kL3SelectTraits, &L3SelectTraits::from));
+
+#endif
