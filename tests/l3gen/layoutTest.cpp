@@ -96,6 +96,22 @@ std::string described(const L3Type& type)
   return out.str() + "\n\n";
 }
 
+// The second body has the messages of the first, and setters of its own.
+TEST(Layout, TwoBodiesOfAMessageAreSetApart)
+{
+  Forms_Doubled pdu = {};
+  Forms_Optional body = {};
+  Forms_Relative rest = {};
+  asn1SetTC_Forms_Doubled_rest_obj_Optional(nullptr, &pdu, &rest);
+  EXPECT_EQ(pdu.type, 2);
+  EXPECT_EQ(pdu.data.t, 0U);
+  EXPECT_EQ(pdu.rest.u.obj_Optional, &rest);
+  asn1SetTC_Forms_Doubled_obj_Optional(nullptr, &pdu, &body);
+  EXPECT_EQ(pdu.data.u.obj_Optional, &body);
+  asn1SetTC_Forms_Doubled_rest_obj_Cause(nullptr, &pdu);
+  EXPECT_EQ(pdu.rest.t, 2U);
+}
+
 TEST(Layout, IsWhatItWas)
 {
   std::string text;

@@ -79,8 +79,32 @@ static void checkElement(const Type& type, const Row& row, const Row& element)
   checkBits(type, element);
 }
 
+// The values that a single selecting field can have: those of its enumeration, if the decoder takes no others.
+static const Type* selectingEnum(const Type& type, const What& what)
+{
+  if (what.select != kL3SelectFields || what.fields.size() != 1) return nullptr;
+  const Row* field = findField(type, what.fields[0]);
+  auto scalar = field && field->isElement() ? scalarOf(field->what) : std::nullopt;
+  bool closed = scalar && scalar->named && scalar->named->kind == Kind::Enum && !scalar->named->has("open-decode");
+  return closed ? scalar->named : nullptr;
+}
+
+static void checkEnumerated(const Type& type, const What& what)
+{
+  const Type* set = selectingEnum(type, what);
+  if (!set) return;
+  for (auto& alternative : what.alternatives)
+    for (auto& value : alternative.values) {
+      auto inside = [&](const auto& named) {
+        return static_cast<uint32_t>(named.second) >= value.lo && static_cast<uint32_t>(named.second) <= value.hi;
+      };
+      if (std::none_of(set->values.begin(), set->values.end(), inside))
+        refuse(alternative.place, format("'%s' has no value %u", set->name.c_str(), value.lo));
+    }
+}
+
 // The rows of a body tell the messages apart, and each what its own block says.
-static void checkBody(const What& what)
+static void checkBody(const What& what, bool gaps)
 {
   std::set<std::pair<uint32_t, uint32_t>> types;
   std::set<uint32_t> tags;
@@ -92,6 +116,10 @@ static void checkBody(const What& what)
       refuse(row.place, format("'%s' has the message type 0x%02X", row.name.c_str(), static_cast<unsigned>(own)));
     if (row.inlined && !scalarOf(row.what)) refuse(row.place, "'inline' is for bodies that are one number");
   }
+  bool gapless = !tags.empty() && *tags.begin() == 1 && *tags.rbegin() == tags.size();
+  if (gaps == gapless)
+    refuse(what.alternatives[0].place, gaps ? "the numbers of this body run from 1 without a gap: no !number-gaps"
+                                            : "the numbers of this body have gaps; !number-gaps says so");
 }
 
 static void checkChoice(const Type& type, const Row& row)
@@ -99,7 +127,8 @@ static void checkChoice(const Type& type, const Row& row)
   const What& what = row.what;
   bool body = what.kind == WhatKind::Body;
   if (body && type.kind != Kind::Pdu) refuse(row.place, "a body outside a pdu");
-  if (body && &row != &type.rows.back()) refuse(row.place, "a row behind the body");
+  if (body && &row != &type.rows.back() && (&row)[1].what.kind != WhatKind::Body)
+    refuse(row.place, "a row behind the body");
   if (what.untagged && what.select != kL3SelectFields) refuse(row.place, "!untagged needs a selecting field");
   // Whoever codes both ways by hand knows the field before the choice; printer and sample look at the whole record.
   bool byHand = what.untagged && !type.decodeFile.empty() && !type.encodeFile.empty();
@@ -113,7 +142,9 @@ static void checkChoice(const Type& type, const Row& row)
     if (inner) refuse(alternative.place, "a choice in a choice needs a block of its own");
     checkElement(type, row, alternative);
   }
-  body ? checkBody(what) : checkValues(what);
+  if (body) return checkBody(what, type.has("number-gaps"));
+  checkValues(what);
+  checkEnumerated(type, what);
 }
 
 static void checkIei(const Type& type, const Row& row)
@@ -169,7 +200,22 @@ struct RowOrder {
   const Row* before = nullptr;
   unsigned open = 0; // lengths
   bool options = false;
+  std::set<std::pair<unsigned, bool>> ieis; // value, and whether a half octet
 };
+
+// One table finds an element by its IEI, the high half of the octet first: the whole octet 0x0D comes to the element of
+// the half octet 0xD-, and 0xD5 never comes to one of its own behind it.
+static void checkRepeatedIei(const Row& row, RowOrder& order)
+{
+  auto known = [&](unsigned value, bool half) { return order.ieis.count({value, half}) != 0; };
+  bool twice = known(row.number, row.half) || (row.number < 16 && known(row.number, !row.half));
+  bool hidden = !row.half && known(row.number >> 4, true);
+  for (unsigned low = 0; low < 16 && row.half; ++low) hidden = hidden || known(row.number << 4 | low, false);
+  order.ieis.insert({row.number, row.half});
+  bool said = row.words.count("iei-again") != 0;
+  if ((twice || hidden) && !said) refuse(row.place, "this IEI stands for another element too; !iei-again says so");
+  if (said && !twice && !hidden) refuse(row.place, "!iei-again on an IEI that stands once");
+}
 
 static void checkOrder(const Type& type, const Row& row, RowOrder& order)
 {
@@ -181,14 +227,31 @@ static void checkOrder(const Type& type, const Row& row, RowOrder& order)
   if (order.open > 4) refuse(row.place, "more than four lengths in one record");
   bool bit = order.before && order.before->isElement() && order.before->mBit >= 0;
   if (row.given == kL3GivenWith && !bit) refuse(row.place, "'with' needs a row with a presence bit before it");
+  if (row.isIei()) checkRepeatedIei(row, order);
   order.options = order.options || row.isIei();
   if (order.options && !row.isIei() && row.isElement()) refuse(row.place, "a row behind the optional elements");
+}
+
+// Octets behind bits that do not fill one: a definition that says so has lost a row, or a width is wrong. Followed as
+// far as it can be told from the beginning of a message or of an element with a length.
+static void checkAlignment(const Row& row, int& used)
+{
+  bool octets = row.what.kind == WhatKind::Octets || (row.what.kind == WhatKind::Text && row.what.from != kL3Fixed);
+  bool own = row.what.from == kL3OwnLength;
+  if (row.isElement() && octets && used > 0 && !(own && row.what.bits % 8))
+    refuse(row.place, format("%d bits stand before these octets and do not fill one", used));
+  auto bits = row.mark == Mark::Length ? std::optional<uint32_t>(row.number) : fixedBits(row);
+  bool known = used >= 0 && bits && (row.plain() || row.mark == Mark::Length || *bits % 8 == 0);
+  if (row.mark == Mark::EndLength || (row.isElement() && !known)) used = -1;
+  if (known) used = static_cast<int>((static_cast<unsigned>(used) + *bits) % 8);
 }
 
 static void checkRows(Model& model, const Type& type)
 {
   std::set<std::string> members;
   RowOrder order;
+  bool lengthFirst = !type.rows.empty() && type.rows[0].mark == Mark::Length && !type.rows[0].countsBits;
+  int used = type.kind == Kind::Message || lengthFirst ? 0 : -1;
   for (auto& row : type.rows) try {
       checkOrder(type, row, order);
       if (isMark(row)) continue;
@@ -196,6 +259,7 @@ static void checkRows(Model& model, const Type& type)
       if (!row.member.empty() && !members.insert(row.member).second)
         refuse(row.place, "'" + row.name + "' twice in one record");
       checkRow(type, row);
+      checkAlignment(row, used);
     } catch (const Refusal& r) {
       model.refusals.push_back(r);
     }
@@ -230,9 +294,13 @@ static void checkUse(Model& model)
   std::set<const Type*> used;
   for (auto& type : model.types)
     for (auto& row : type->rows) collectUses(row.what, false, [&](Type* held, bool) { used.insert(held); });
-  for (auto& type : model.types)
-    if (type->part && !used.count(type.get()))
-      model.refusals.push_back({type->place, "nothing uses the part '" + type->name + "'"});
+  for (auto& type : model.types) {
+    bool idle = !used.count(type.get());
+    if (type->part && idle) model.refusals.push_back({type->place, "nothing uses the part '" + type->name + "'"});
+    if (type->kind != Kind::Message || idle == type->has("alone")) continue;
+    model.refusals.push_back({type->place, idle ? "no form has the message '" + type->name + "'; !alone says so"
+                                                : "'" + type->name + "' is a message of a form: no !alone"});
+  }
 }
 
 // Headers include each other one way only.

@@ -80,12 +80,43 @@ static bool allAlike(const What& what)
   return true;
 }
 
+// `else` takes the codes that the others leave, in rising order, so that the lowest is written. They all have one
+// length.
+static void giveOtherCodes(What& what)
+{
+  Row* other = nullptr;
+  std::vector<std::string> taken;
+  for (auto& alternative : what.alternatives) {
+    if (alternative.other && other) refuse(alternative.place, "'else' twice in one choice");
+    if (alternative.other) other = &alternative;
+    taken.insert(taken.end(), alternative.codes.begin(), alternative.codes.end());
+  }
+  if (!other) return;
+  const Place& place = other->place;
+  if (taken.empty()) refuse(place, "'else' without other codes");
+  std::string code = taken[0];
+  bool alike = std::all_of(taken.begin(), taken.end(), [&](const std::string& t) {
+    return t.size() == code.size() && codeMask(t) == codeMask(code);
+  });
+  if (!alike || code.size() > 6) refuse(place, "'else' needs codes of one length and kind, of at most 6 bits");
+  for (unsigned value = 0; value < 1U << code.size(); ++value) {
+    for (size_t i = 0; i < code.size(); ++i) {
+      bool one = value >> (code.size() - 1 - i) & 1;
+      code[i] = isPadded(code[i]) ? (one ? 'H' : 'L') : (one ? '1' : '0');
+    }
+    if (std::find(taken.begin(), taken.end(), code) == taken.end()) other->codes.push_back(code);
+  }
+  if (other->codes.empty()) refuse(place, "'else' has no code left");
+  other->other = false;
+}
+
 void layOutCodes(What& what)
 {
   if (what.alternatives.empty()) return;
+  giveOtherCodes(what);
   what.nodes.emplace_back();
   for (auto& alternative : what.alternatives) {
-    if (alternative.other || alternative.codes.empty()) refuse(alternative.place, "an alternative without a code");
+    if (alternative.codes.empty()) refuse(alternative.place, "an alternative without a code");
     for (auto& code : alternative.codes) checkCode(alternative.place, code);
     for (auto& code : alternative.codes) addCode(what, alternative.place, code);
   }

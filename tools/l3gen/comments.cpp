@@ -236,7 +236,8 @@ static std::string groupWords(const Type& type, const Row& row)
 // The field that selects the message of a top-level form has constants.
 static std::string selectorWords(const Type& type, const Row& row)
 {
-  bool selects = type.kind == Kind::Pdu && type.rows.back().what.fields.back() == row.name;
+  auto bodies = bodiesOf(type);
+  bool selects = !bodies.empty() && bodies[0]->what.fields.back() == row.name;
   return selects ? "its constants begin with " + type.full + "_" + row.member + "_" : "";
 }
 

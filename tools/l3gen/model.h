@@ -215,6 +215,9 @@ uint32_t codeMask(const std::string& code);
 // How an element is skipped out of its turn: "length", "fixed" with octets, or "nothing".
 std::string skipForm(const Row& row, uint32_t& octets);
 bool needsInit(const Type& type);
+// The bodies of a top-level form: the last rows, one as a rule. What a second one is named after its row is plain for
+// the first.
+std::vector<const Row*> bodiesOf(const Type& type);
 // Calls `use` for every type that the element names, with whether it stands behind a pointer only, as messages do.
 void collectUses(const What& what, bool pointed, const std::function<void(Type*, bool)>& use);
 std::vector<Type*> inDependencyOrder(Model& model, const Module& module);

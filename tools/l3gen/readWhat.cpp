@@ -6,10 +6,10 @@
 namespace l3gen {
 
 static const std::set<std::string> kWords = {
-    "walk",          "open-decode",   "open-encode", "no-tail",    "shifts",          "untagged",       "early-return",
-    "hyphen-encode", "full-length",   "null-suffix", "no-decoder", "no-encoder",      "no-printer",     "no-sample",
-    "no-init",       "init",          "sample",      "name-as",    "octets-argument", "spare-argument", "zero-widens",
-    "codeset-asked", "setters-return"};
+    "alone",           "number-gaps",    "iei-again",    "walk",          "open-decode",   "open-encode", "no-tail",
+    "shifts",          "untagged",       "early-return", "hyphen-encode", "full-length",   "null-suffix", "no-decoder",
+    "no-encoder",      "no-printer",     "no-sample",    "no-init",       "init",          "sample",      "name-as",
+    "octets-argument", "spare-argument", "zero-widens",  "codeset-asked", "setters-return"};
 
 // `FIELD`, `FIELD +k`, `FIELD -k`, `k - FIELD` or `FIELD sizes TABLE`.
 static Count readCount(Words& w)

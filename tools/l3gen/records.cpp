@@ -241,12 +241,14 @@ static std::string writeConstants(const Type& type)
 {
   Constants capacities;
   std::string tags;
+  auto bodies = bodiesOf(type);
+  const Row* first = bodies.empty() ? nullptr : bodies[0]; // a second one has the same messages
   for (auto& row : type.rows) {
     Scope scope = Scope{type, type.full}.within(row.member);
     if (row.mark != Mark::Length) addCapacities(capacities, row, scope);
     if (row.what.kind == WhatKind::Choice || row.what.kind == WhatKind::Body)
       tags += tagConstants(row.what, scope, row.member);
-    if (row.what.kind == WhatKind::Body) tags += messageTypes(type, row.what);
+    if (&row == first) tags += messageTypes(type, row.what);
   }
   return capacities.written("Room of arrays of " + type.full + ".") + tags;
 }

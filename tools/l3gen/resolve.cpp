@@ -203,6 +203,14 @@ bool needsInit(const Type& type)
   });
 }
 
+std::vector<const Row*> bodiesOf(const Type& type)
+{
+  std::vector<const Row*> bodies;
+  for (auto& row : type.rows)
+    if (row.what.kind == WhatKind::Body) bodies.push_back(&row);
+  return bodies;
+}
+
 void collectUses(const What& what, bool pointed, const std::function<void(Type*, bool)>& use)
 {
   if (what.type) use(what.type, pointed);

@@ -150,9 +150,9 @@ static std::string choiceInfo(TableWriter& w, const Row& row, const std::string&
 }
 
 // A table of 256 octets, by value.
-static std::string byteTable(TableWriter& w, const char* name, const std::vector<unsigned>& values)
+static std::string byteTable(TableWriter& w, const std::string& name, const std::vector<unsigned>& values)
 {
-  std::string table = std::string(name) + "_" + w.type.full;
+  std::string table = name + "_" + w.type.full;
   w.out += "static const uint8_t " + table + "[256] = {";
   for (unsigned value : values) w.out += std::to_string(value) + ",";
   w.out += "};\n";
@@ -172,7 +172,8 @@ static std::string bodyInfo(TableWriter& w, const Row& row, const std::string& p
                            m.msgType, m.tag, m.place.line, m.name.c_str(), m.name.c_str(), m.name.c_str(), type.c_str(),
                            next < what.alternatives.size() ? next + 1 : 0, m.inlined));
   }
-  std::string name = "bodies_" + w.type.full;
+  std::string second = &row == bodiesOf(w.type)[0] ? "" : "_" + row.member,
+              name = "bodies" + second + "_" + w.type.full;
   w.out += "static const L3BodyRow " + name + "[] = {";
   for (auto& item : items) w.out += "\n  {" + item + "},";
   w.out += "};\n";
@@ -183,7 +184,7 @@ static std::string bodyInfo(TableWriter& w, const Row& row, const std::string& p
     if (m.msgType < 256 && !byType[m.msgType]) byType[m.msgType] = position;
     if (m.tag < 256) byTag[m.tag] = position;
   }
-  std::string types = byteTable(w, "types", byType), tags = byteTable(w, "tags", byTag);
+  std::string types = byteTable(w, "types" + second, byType), tags = byteTable(w, "tags" + second, byTag);
   bool two = what.fields.size() == 2;
   std::string only = what.underOnly ? format("%uU", what.under) : "kL3NoLimit";
   return w.object("L3Body",

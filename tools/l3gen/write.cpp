@@ -31,7 +31,7 @@ static bool isArray(const Type& type)
   if (type.kind != Kind::Bare || type.rows.back().often.end != kL3NoList) return false;
   const What& what = type.rows.back().what;
   if (what.kind == WhatKind::Type) return isArray(*what.type);
-  return what.kind == WhatKind::Octets && what.from == kL3Fixed;
+  return (what.kind == WhatKind::Octets || what.kind == WhatKind::BitString) && what.from == kL3Fixed;
 }
 
 static bool byHandArguments(const Type& type)
@@ -76,12 +76,13 @@ static std::string sampleLine(const Type& type)
   return format("%s* asn1Test_%s(RtxContext* pctxt)", type.full.c_str(), type.full.c_str());
 }
 
-static std::string setterLine(const Type& type, const Row& row)
+static std::string setterLine(const Type& type, const Row& body, const Row& row)
 {
+  std::string second = &body == bodiesOf(type)[0] ? "" : body.name + "_";
   std::string message = row.what.type ? ", " + row.what.type->full + (row.inlined ? " msg" : "* msg") : "";
   std::string gives = type.has("setters-return") ? type.full + "*" : "void";
-  return format("%s asn1SetTC_%s_obj_%s(RtxContext* pctxt, %s* pdu%s)", gives.c_str(), type.full.c_str(),
-                row.name.c_str(), type.full.c_str(), message.c_str());
+  return format("%s asn1SetTC_%s_%sobj_%s(RtxContext* pctxt, %s* pdu%s)", gives.c_str(), type.full.c_str(),
+                second.c_str(), row.name.c_str(), type.full.c_str(), message.c_str());
 }
 
 static std::string writePrototypes(const Type& type)
@@ -96,10 +97,10 @@ static std::string writePrototypes(const Type& type)
     add(printerLine(type), "Prints the value under the name to the context's print stream. Always 0.");
   if (exports(type, "init")) add(initLine(type), initialiserWords());
   if (exports(type, "sample")) add(sampleLine(type), "A sample value on the context's heap, or null.");
-  if (type.kind == Kind::Pdu)
-    for (auto& row : type.rows.back().what.alternatives)
-      add(setterLine(type, row), row.inlined ? "Makes the record hold this message, by value."
-                                             : "Makes the record hold this message; the message is not copied.");
+  for (auto* body : bodiesOf(type))
+    for (auto& row : body->what.alternatives)
+      add(setterLine(type, *body, row), row.inlined ? "Makes the record hold this message, by value."
+                                                    : "Makes the record hold this message; the message is not copied.");
   if (type.kind != Kind::Enum) return out;
   const char* f = type.full.c_str();
   out += format("/** Names and values, sorted by name. */\nVELNOR_API extern const RtxEnumItem %s_ENUMTAB[%zu];\n", f,
@@ -169,6 +170,23 @@ static std::string writeEnumFunctions(const Type& type)
   return out;
 }
 
+static std::string writeSetters(const Type& type, const Row& bodyRow)
+{
+  std::string out;
+  const char* f = type.full.c_str();
+  size_t place = static_cast<size_t>(&bodyRow - type.rows.data()), i = 0;
+  const char* end = type.has("setters-return") ? " return pdu;" : "";
+  for (auto& row : bodyRow.what.alternatives) {
+    const char* message = !row.what.type ? "nullptr" : row.inlined ? "&msg" : "msg";
+    out +=
+        body(setterLine(type, bodyRow, row),
+             format("(void)pctxt; l3SetBody(l3_%s, pdu, static_cast<const L3Body*>(l3_%s.rows[%zu].info)->rows[%zu], "
+                    "%s);%s",
+                    f, f, place, i++, message, end));
+  }
+  return out;
+}
+
 static std::string writeOthers(const Type& type)
 {
   const char* f = type.full.c_str();
@@ -177,19 +195,7 @@ static std::string writeOthers(const Type& type)
   if (exports(type, "init")) out += body(initLine(type), format("return l3Init(l3_%s, pvalue);", f));
   if (exports(type, "sample"))
     out += body(sampleLine(type), format("return static_cast<%s*>(l3Sample(pctxt, l3_%s));", f, f));
-  if (type.kind == Kind::Pdu) {
-    size_t i = 0, last = type.rows.size() - 1;
-    for (auto& row : type.rows.back().what.alternatives)
-      out +=
-          body(setterLine(type, row),
-               format("(void)pctxt; l3SetBody(l3_%s, pdu, static_cast<const L3Body*>(l3_%s.rows[%zu].info)->rows[%zu], "
-                      "%s);%s",
-                      f, f, last, i++,
-                      !row.what.type ? "nullptr"
-                      : row.inlined  ? "&msg"
-                                     : "msg",
-                      type.has("setters-return") ? " return pdu;" : ""));
-  }
+  for (auto* row : bodiesOf(type)) out += writeSetters(type, *row);
   if (type.kind == Kind::Enum) out += writeEnumFunctions(type);
   return out;
 }
