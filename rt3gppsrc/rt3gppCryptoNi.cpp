@@ -6,6 +6,8 @@
 
 #include <immintrin.h>
 
+#include "rtxsrc/rtxBigEndian.h"
+
 // A function attribute cannot be had from an inline function, hence a macro.
 #define AES_FUNCTION __attribute__((target("aes,ssse3")))
 
@@ -85,8 +87,7 @@ AES_FUNCTION inline void keystreamLanes(const RoundKeys& keys, Counter from, uin
   __m128i block[lanes];
 #pragma GCC unroll 8
   for (size_t i = 0; i < lanes; i++)
-    block[i] =
-        _mm_set_epi64x(static_cast<long long>(__builtin_bswap64(from.low + i)), static_cast<long long>(from.fixed));
+    block[i] = _mm_set_epi64x(static_cast<long long>(rtxBigEndian(from.low + i)), static_cast<long long>(from.fixed));
   encryptLanes(keys, block);
   for (size_t i = 0; i < blocks; i++) storeBlock(stream + i * kAesBlockOctets, block[i]);
 }
@@ -96,12 +97,12 @@ AES_FUNCTION void makeKeystream(const uint32_t* schedule, uint8_t* counter, uint
   RoundKeys keys = loadKeys(schedule);
   Counter from;
   __builtin_memcpy(&from, counter, sizeof from);
-  from.low = __builtin_bswap64(from.low);
+  from.low = rtxBigEndian(from.low);
   if (blocks > kAesLanes / 2)
     keystreamLanes<kAesLanes>(keys, from, stream, blocks);
   else
     keystreamLanes<kAesLanes / 2>(keys, from, stream, blocks);
-  from.low = __builtin_bswap64(from.low + blocks);
+  from.low = rtxBigEndian(from.low + blocks);
   __builtin_memcpy(counter, &from, sizeof from);
   rtx3gppWipe(&keys, sizeof keys);
 }

@@ -4,6 +4,7 @@
 #include <string.h>
 
 #include "rt3gppsrc/rt3gppCrypto.h"
+#include "rtxsrc/rtxBigEndian.h"
 
 namespace {
 
@@ -325,7 +326,7 @@ const AesPath* rtx3gppAesPlain()
 
 void rtx3gppAesExpandKey(uint32_t* schedule, const uint8_t* key)
 {
-  for (size_t i = 0; i < 4; i++) schedule[i] = swapOctets(loadColumn(key + 4 * i));
+  for (size_t i = 0; i < 4; i++) schedule[i] = static_cast<uint32_t>(rtxLoadOctets<4>(key + 4 * i));
   for (size_t i = 4; i < kAesScheduleWords; i++) {
     uint32_t word = schedule[i - 1];
     if (i % 4 == 0) word = substituteWord(word << 8 | word >> 24) ^ uint32_t { kRoundConstants[i / 4 - 1] } << 24;

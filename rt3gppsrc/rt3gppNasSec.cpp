@@ -4,6 +4,7 @@
 #include <string.h>
 
 #include "rt3gppsrc/rt3gppCrypto.h"
+#include "rtxsrc/rtxBigEndian.h"
 #include "velnor3gpp/rtxError.h"
 #include "velnor3gpp/rtxMemHeap.h"
 #include "velnor3gpp/rtxStatus.h"
@@ -92,7 +93,7 @@ int prepareCipher(RtxContext* pctxt, const uint8_t* key, uint32_t algorithm)
 // COUNT, BEARER and DIRECTION as both algorithms begin with them (TS 33.401, B.1.3 and B.2.3).
 void writePrefix(const Rtx3gppSecContext* sec, uint8_t* prefix)
 {
-  for (int i = 0; i < 4; i++) prefix[i] = static_cast<uint8_t>(sec->count >> (24 - 8 * i));
+  rtxStoreOctets<4>(prefix, sec->count);
   prefix[4] = static_cast<uint8_t>(sec->bearer << 3 | sec->direction << 2);
   memset(prefix + 5, 0, kMacPrefixOctets - 5);
 }
@@ -105,7 +106,7 @@ int codeOf(RtxContext* pctxt, uint8_t* work, size_t octets, uint32_t* pMac)
   uint8_t tag[kAesBlockOctets];
   writePrefix(sec, work);
   rtx3gppCmac(sec->keySchedules, sec->cmacSubkeys, work, octets, tag);
-  *pMac = uint32_t{tag[0]} << 24 | uint32_t{tag[1]} << 16 | uint32_t{tag[2]} << 8 | tag[3];
+  *pMac = static_cast<uint32_t>(rtxLoadOctets<4>(tag));
   return 0;
 }
 

@@ -1,9 +1,9 @@
 #include "velnor3gpp/rtxBitDecode.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstring>
 
+#include "rtxsrc/rtxBigEndian.h"
 #include "rtxsrc/rtxBitCursor.h"
 #include "rtxsrc/rtxReport.h"
 #include "rtxsrc/rtxStreamTest.h"
@@ -13,20 +13,12 @@
 
 static const char* const kModule = "rtxBitDecode";
 
-static uint64_t loadBigEndian64(const uint8_t* p)
-{
-  uint64_t word;
-  std::memcpy(&word, p, sizeof word);
-  if constexpr (std::endian::native == std::endian::little) word = __builtin_bswap64(word);
-  return word;
-}
-
 // Takes 1 to 64 bits that are known to be there; `left` octets can be touched.
 static inline uint64_t extractBits(const uint8_t* p, size_t left, unsigned phase, size_t nbits)
 {
   size_t end = phase + nbits;
   if (end <= 8) return static_cast<uint64_t>(p[0] >> (8 - end)) & kLowBits[nbits];
-  if (left >= 8 && end <= 64) return (loadBigEndian64(p) << phase) >> (64 - nbits);
+  if (left >= 8 && end <= 64) return (rtxLoadOctets<8>(p) << phase) >> (64 - nbits);
   uint64_t value = p[0] & kLowBits[8 - phase];
   size_t rest = end - 8;
   for (; rest >= 8; rest -= 8) value = value << 8 | *++p;

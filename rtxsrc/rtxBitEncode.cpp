@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "rtxsrc/rtxBigEndian.h"
 #include "rtxsrc/rtxBitCursor.h"
 #include "rtxsrc/rtxReport.h"
 #include "rtxsrc/rtxStreamTest.h"
@@ -62,8 +63,7 @@ static inline void storeBits(uint8_t* p, unsigned phase, uint64_t value, size_t 
   uint64_t before = p[0] & (0xFF00U >> phase);
   uint64_t word = before << 56 | (value << (64 - nbits)) >> phase;
   if (tail == kKeepTail) word |= static_cast<uint64_t>(p[octets - 1] & kLowBits[octets * 8 - end]) << (64 - octets * 8);
-  p[0] = static_cast<uint8_t>(word >> 56);
-  for (size_t i = 1; i < octets; ++i) p[i] = static_cast<uint8_t>(word >> (56 - 8 * i));
+  rtxStoreFirst(p, word, octets);
 }
 
 static inline void storeAndAdvance(RtxBuffer* buffer, uint64_t value, size_t nbits, TailRule tail)
@@ -249,8 +249,8 @@ int rtxEncUInt32(RtxContext* pctxt, uint32_t value, size_t nbytes)
   if (nbytes != 1 && nbytes != 2 && nbytes != 4) {
     return rtxReport(pctxt, RTX_E_BAD_PARAMETER, kModule, __LINE__);
   }
-  uint8_t octets[4] = {};
-  for (size_t i = 0; i < nbytes; ++i) octets[i] = static_cast<uint8_t>(value >> 8 * (nbytes - 1 - i));
+  uint8_t octets[4];
+  rtxStoreOctets<4>(octets, static_cast<uint64_t>(value) << (32 - 8 * nbytes));
   int status = rtxCursorPhase(&pctxt->buffer) == 0 ? rtxWriteBytes(pctxt, octets, nbytes)
                                                    : rtxEncBitsFromByteArray(pctxt, octets, nbytes * 8);
   return status < 0 ? rtxReport(pctxt, status, kModule, __LINE__) : 0;

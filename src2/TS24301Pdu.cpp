@@ -9,6 +9,7 @@
 #include "rt3gppsrc/engine/l3Direct.h"
 #include "rt3gppsrc/engine/l3Encode.h"
 #include "rt3gppsrc/rt3gppNasPdu.h"
+#include "rtxsrc/rtxBigEndian.h"
 #include "src2/NamedParts.h"
 #include "velnor3gpp/TS24301Msgs.h"
 #include "velnor3gpp/rt3gppNasSec.h"
@@ -125,7 +126,7 @@ static bool shortCode(L3Call& call, size_t start, uint32_t& code)
 
 static void compareShortCode(L3Call& call, const TS24301Msg_ServiceRequest& request, uint32_t computed)
 {
-  uint32_t received = static_cast<uint32_t>(request.shortMAC[0] << 8 | request.shortMAC[1]);
+  uint32_t received = static_cast<uint32_t>(rtxLoadOctets<2>(request.shortMAC));
   if (received == computed) return;
   rtxErrAddUIntParm(call.pctxt, computed); // the long form has the received code first
   rtxErrAddUIntParm(call.pctxt, received);
@@ -236,8 +237,7 @@ static int encServiceRequest(L3Call& call, const L3Type& type, TS24301Msg_PDU& p
   if (!pctxt->pSecurity) l3ToLists(call);
   status = rtx3gppComputeMAC(pctxt, pctxt->buffer.data + start, kServiceRequestSigned, &code);
   if (status < 0) return l3EncFailed(call, kPdu, nullptr, status);
-  request->shortMAC[0] = static_cast<uint8_t>(code >> 8);
-  request->shortMAC[1] = static_cast<uint8_t>(code);
+  rtxStoreOctets<2>(request->shortMAC, code);
   pctxt->buffer.byteIndex -= sizeof request->shortMAC;
   status = rtxEncBits(pctxt, code & 0xFFFF, 16);
   if (status < 0) return l3EncFailed(call, kPdu, nullptr, status);

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "L3Descriptors.h"
+#include "rtxsrc/rtxBigEndian.h"
 #include "src2/NamedParts.h"
 #include "velnor3gpp/TS24501IES.h"
 #include "velnor3gpp/rtxBitDecode.h"
@@ -21,8 +22,7 @@ static bool seesAhead(L3Call& call, unsigned bits, uint32_t& ahead)
   } else if (rtxPeekBytes(call.pctxt, window, sizeof window, octets, &held) < 0) {
     return false;
   }
-  uint32_t word = 0;
-  for (uint8_t octet : window) word = word << 8 | octet;
+  uint32_t word = static_cast<uint32_t>(rtxLoadOctets<sizeof window>(window));
   ahead = word << used >> (32 - bits);
   return held == octets;
 }

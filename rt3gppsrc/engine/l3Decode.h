@@ -4,6 +4,7 @@
 #define VELNOR3GPP_L3_DECODE_H
 
 #include "rt3gppsrc/engine/l3Call.h"
+#include "rtxsrc/rtxBigEndian.h"
 
 // Decodes a value of the type inside a call.
 int l3DecType(L3Call& call, const L3Type& type, void* value);
@@ -49,13 +50,7 @@ inline bool l3TakeBits(RtxBuffer& buffer, unsigned bits, uint64_t& value)
   size_t left = buffer.byteIndex < buffer.size ? buffer.size - buffer.byteIndex : 0;
   if (used + bits > left * 8) return false;
   const uint8_t* at = buffer.data + buffer.byteIndex;
-  uint64_t word = 0;
-  if (left >= 8) {
-    __builtin_memcpy(&word, at, 8);
-    word = __builtin_bswap64(word);
-  } else {
-    for (size_t i = 0; i < left; ++i) word |= static_cast<uint64_t>(at[i]) << (56 - 8 * i);
-  }
+  uint64_t word = left >= 8 ? rtxLoadOctets<8>(at) : rtxLoadFirst(at, left);
   value = (word << used) >> (64 - bits);
   used += bits;
   buffer.byteIndex += used / 8;

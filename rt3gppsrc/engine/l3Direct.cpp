@@ -259,8 +259,7 @@ bool l3DirectUnknown(L3DirectIn& in, unsigned iei, bool half)
 bool l3TakeEdge(L3DirectIn& in, unsigned bits, uint64_t& value)
 {
   size_t at = in.pos >> 3;
-  uint64_t word = 0;
-  for (size_t i = 0; i < 8 && at + i < in.octets; ++i) word |= static_cast<uint64_t>(in.data[at + i]) << (56 - 8 * i);
+  uint64_t word = rtxLoadFirst(in.data + at, in.octets - at < 8 ? in.octets - at : 8);
   value = (word << (in.pos & 7)) >> (64 - bits);
   in.pos += bits;
   return true;
@@ -272,8 +271,7 @@ void l3PutEdge(L3DirectOut& out, unsigned bits, uint64_t value)
   uint8_t* at = out.data + (out.pos >> 3);
   uint64_t word = value << (64 - bits) >> used;
   if (used) word |= static_cast<uint64_t>(*at & (0xFF00U >> used & 0xFF)) << 56;
-  for (unsigned i = 0, octets = (used + bits + 7) / 8; i < octets; ++i)
-    at[i] = static_cast<uint8_t>(word >> (56 - 8 * i));
+  rtxStoreFirst(at, word, (used + bits + 7) / 8);
 }
 
 bool l3DirectPutText(L3DirectOut& out, const char* text, bool labels)
@@ -301,8 +299,7 @@ bool l3DirectPutBits(L3DirectOut& out, const uint8_t* data, uint32_t numbits)
 void l3DirectPatch(L3DirectOut& out, size_t start, unsigned bits, uint32_t length)
 {
   if (bits == 16 && !(start & 7)) {
-    out.data[(start >> 3) - 2] = static_cast<uint8_t>(length >> 8);
-    out.data[(start >> 3) - 1] = static_cast<uint8_t>(length);
+    rtxStoreOctets<2>(out.data + (start >> 3) - 2, length);
     return;
   }
   for (unsigned i = 0; i < bits; ++i) {

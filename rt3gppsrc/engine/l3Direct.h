@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "rt3gppsrc/engine/l3Call.h"
+#include "rtxsrc/rtxBigEndian.h"
 
 // A decoding under way: bit positions from the start of the buffer; pos <= end <= 8 * octets always.
 struct L3DirectIn {
@@ -75,14 +76,11 @@ template <unsigned bits> inline bool l3Take(L3DirectIn& in, uint64_t& value)
   if (bits <= 8 && used + bits <= 8) {
     value = (static_cast<unsigned>(in.data[at]) >> (8 - used - bits)) & ((1U << bits) - 1);
   } else if (__builtin_expect(at + 8 <= in.octets, 1)) {
-    uint64_t word;
-    memcpy(&word, in.data + at, 8);
-    value = (__builtin_bswap64(word) << used) >> (64 - bits);
+    value = (rtxLoadOctets<8>(in.data + at) << used) >> (64 - bits);
   } else if (in.octets >= 8) {
     // Among the last octets of the buffer: the load ends with it.
-    uint64_t word;
-    memcpy(&word, in.data + in.octets - 8, 8);
-    value = (__builtin_bswap64(word) << (8 * (at + 8 - in.octets) + used)) >> (64 - bits);
+    uint64_t word = rtxLoadOctets<8>(in.data + in.octets - 8);
+    value = (word << (8 * (at + 8 - in.octets) + used)) >> (64 - bits);
   } else {
     return l3TakeEdge(in, bits, value);
   }
@@ -90,43 +88,12 @@ template <unsigned bits> inline bool l3Take(L3DirectIn& in, uint64_t& value)
   return true;
 }
 
-// A big-endian number of 1 to 8 octets; none beyond them is touched.
-template <unsigned octets> inline uint64_t l3LoadOctets(const uint8_t* at)
-{
-  if constexpr (octets == 1) return *at;
-  if constexpr (octets == 2 || octets == 4 || octets == 8) {
-    uint64_t word = 0;
-    memcpy(reinterpret_cast<uint8_t*>(&word) + 8 - octets, at, octets);
-    return __builtin_bswap64(word);
-  } else if constexpr (octets == 3) {
-    return l3LoadOctets<2>(at) << 8 | at[2];
-  } else if constexpr (octets > 4) {
-    return l3LoadOctets<4>(at) << (8 * (octets - 4)) | l3LoadOctets<octets - 4>(at + 4);
-  }
-}
-
-template <unsigned octets> inline void l3StoreOctets(uint8_t* at, uint64_t value)
-{
-  if constexpr (octets == 1) {
-    *at = static_cast<uint8_t>(value);
-  } else if constexpr (octets == 2 || octets == 4 || octets == 8) {
-    uint64_t word = __builtin_bswap64(value << (64 - 8 * octets));
-    memcpy(at, &word, octets);
-  } else if constexpr (octets == 3) {
-    l3StoreOctets<2>(at, value >> 8);
-    at[2] = static_cast<uint8_t>(value);
-  } else {
-    l3StoreOctets<4>(at, value >> (8 * (octets - 4)));
-    l3StoreOctets<octets - 4>(at + 4, value);
-  }
-}
-
 // Takes 1 to 56 bits from a cursor that is known to have used so many bits of its octet.
 template <unsigned bits, unsigned used> inline bool l3TakeAt(L3DirectIn& in, uint64_t& value)
 {
   constexpr unsigned octets = (used + bits + 7) / 8;
   if (__builtin_expect(bits > in.end - in.pos, 0)) return false;
-  value = l3LoadOctets<octets>(in.data + (in.pos >> 3)) >> (8 * octets - used - bits) & (~0ULL >> (64 - bits));
+  value = rtxLoadOctets<octets>(in.data + (in.pos >> 3)) >> (8 * octets - used - bits) & (~0ULL >> (64 - bits));
   in.pos += bits;
   return true;
 }
@@ -196,8 +163,7 @@ template <unsigned bits> inline bool l3Put(L3DirectOut& out, uint64_t value)
   unsigned used = out.pos & 7;
   uint8_t* at = out.data + (out.pos >> 3);
   if (bits % 8 == 0 && used == 0) {
-    uint64_t word = __builtin_bswap64(value << (64 - bits));
-    memcpy(at, &word, bits / 8);
+    rtxStoreOctets<(bits + 7) / 8>(at, value);
   } else if (used + bits <= 8) {
     *at = static_cast<uint8_t>((used ? *at & (0xFF00U >> used) : 0) | (value << (8 - used - bits)));
   } else {
@@ -215,7 +181,7 @@ template <unsigned bits, unsigned used> inline bool l3PutAt(L3DirectOut& out, ui
   uint8_t* at = out.data + (out.pos >> 3);
   uint64_t word = value << (8 * octets - used - bits);
   if constexpr (used != 0) word |= static_cast<uint64_t>(*at & (0xFF00U >> used)) << (8 * (octets - 1));
-  l3StoreOctets<octets>(at, word);
+  rtxStoreOctets<octets>(at, word);
   out.pos += bits;
   return true;
 }

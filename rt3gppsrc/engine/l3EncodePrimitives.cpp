@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "rt3gppsrc/engine/l3Encode.h"
+#include "rtxsrc/rtxBigEndian.h"
 #include "velnor3gpp/rtxBitEncode.h"
 #include "velnor3gpp/rtxDiagBitTrace.h"
 
@@ -85,8 +86,7 @@ static int patch(L3Call& call, size_t start, unsigned bits, uint32_t length)
   size_t stop = l3BitPos(pctxt);
   if (call.plain && start % 8 == 0 && bits % 8 == 0) {
     uint8_t* at = pctxt->buffer.data + (start - bits) / 8;
-    if (bits == 16) *at++ = static_cast<uint8_t>(length >> 8);
-    *at = static_cast<uint8_t>(length);
+    rtxStoreFirst(at, static_cast<uint64_t>(length) << (64 - bits), bits / 8);
     return 0;
   }
   int status = rtxCtxtSetBitOffset(pctxt, start - bits);

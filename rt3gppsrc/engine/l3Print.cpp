@@ -2,6 +2,7 @@
 // no count beyond an inline array's end and follows no null pointer.
 #include "rt3gppsrc/engine/l3Engine.h"
 #include "rt3gppsrc/engine/l3Record.h"
+#include "rtxsrc/rtxBigEndian.h"
 #include "rtxsrc/rtxPrintForms.h"
 #include "velnor3gpp/rtPrintToStream.h"
 
@@ -64,7 +65,7 @@ static void printWide(PrintWalk& walk, const char* name, size_t octets, const ui
 {
   rtxSinkPut(walk.sink, {name, " = '"});
   for (size_t i = 0; i + 1 < octets; i += 2)
-    rtxFormWideChar(walk.sink, static_cast<uint32_t>(data[i] << 8 | data[i + 1]), 4);
+    rtxFormWideChar(walk.sink, static_cast<uint32_t>(rtxLoadOctets<2>(data + i)), 4);
   rtxSinkWrite(walk.sink, "'\n", 2);
 }
 
