@@ -17,6 +17,15 @@
 #define VELNOR_API __attribute__((visibility("default")))
 #endif
 
+/*
+ * Defined where the compiler lays bit-fields from the most significant bit of an octet on (big-endian machines). The
+ * presence bits of records are then declared the other way round, so that bit 0 of `m` is the least significant bit of
+ * its first octet on every machine. Set them by name, not by place in an initialiser.
+ */
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+#define RTX_HIGH_BIT_FIRST 1
+#endif
+
 #ifdef __cplusplus
 #define VELNOR_BEGIN_DECLS extern "C" {
 #define VELNOR_END_DECLS }

@@ -22,7 +22,10 @@ std::vector<Declaration> declarations(const std::string& header)
   std::vector<std::string> open; // the comments above the records that a line lies in
   std::istringstream in(header);
   std::string above;
+  bool again = false; // the same bits for machines that lay them the other way round
   for (std::string line; std::getline(in, line);) {
+    if (line.starts_with("#")) again = line == "#else";
+    if (line.starts_with("#") || again) continue;
     const size_t beside = line.find("/**< ");
     const bool continues = !above.empty() && above.find("*/") == std::string::npos;
     if (continues || (beside == std::string::npos && line.find("/** ") != std::string::npos)) {

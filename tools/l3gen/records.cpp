@@ -147,14 +147,28 @@ static std::string declareMember(const Row& row, const Scope& scope, int indent,
   return commented(indent, declareElement(row, row.member, scope.within(row.member), indent) + ";", words);
 }
 
+// The same bits for compilers that begin at the most significant bit of an octet: a line for each octet, the unused
+// bits of the last one first.
+static std::string fromTheTop(const std::vector<std::string>& names)
+{
+  std::string out;
+  for (size_t first = 0; first < names.size(); first += 8) {
+    size_t count = std::min<size_t>(8, names.size() - first);
+    std::string bits = count < 8 ? format(" : %zu", 8 - count) : "";
+    for (size_t i = count; i-- > 0;) bits += (bits.empty() ? " " : ", ") + names[first + i] + " : 1";
+    out += "    unsigned char" + bits + ";\n";
+  }
+  return out;
+}
+
 // The bits of `m`, the first in the lowest bit.
 static std::string writePresence(const Type& type)
 {
   if (!type.mBits) return "";
-  std::string out = "  struct {\n";
+  std::string out = "  struct {\n#ifndef RTX_HIGH_BIT_FIRST\n";
   for (int bit = 0; bit < type.mBits; ++bit)
     out += line(4, "unsigned char " + type.mNames[static_cast<size_t>(bit)] + " : 1", presenceWords(type, bit));
-  return out + line(2, "} m", "What is there.");
+  return out + "#else\n" + fromTheTop(type.mNames) + "#endif\n" + line(2, "} m", "What is there.");
 }
 
 static std::string writeBare(const Type& type)

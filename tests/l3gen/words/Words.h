@@ -65,9 +65,13 @@ enum {
 /** Place: TS 00.002, 4. */
 typedef struct Words_Place {
   struct {
+#ifndef RTX_HIGH_BIT_FIRST
     unsigned char detailPresent : 1; /**< detail is there. */
     unsigned char marginPresent : 1; /**< margin is there. */
     unsigned char restPresent : 1; /**< rest is there. */
+#else
+    unsigned char : 5, restPresent : 1, marginPresent : 1, detailPresent : 1;
+#endif
   } m; /**< What is there. */
   uint8_t length; /**< Length of 8 bits: octets of what follows; 2 to 40; encoders set it. */
   uint8_t kind; /**< 4 bits. */
@@ -106,9 +110,13 @@ typedef struct Words_Place {
 /** Groups: TS 00.002, 5. */
 typedef struct Words_Groups {
   struct {
+#ifndef RTX_HIGH_BIT_FIRST
     unsigned char leadPresent : 1; /**< lead is there. */
     unsigned char release7Present : 1; /**< The group of release 7 is there. */
     unsigned char namePresent : 1; /**< name is there. */
+#else
+    unsigned char : 5, namePresent : 1, release7Present : 1, leadPresent : 1;
+#endif
   } m; /**< What is there. */
   uint8_t length; /**< Length of 8 bits: octets of what follows; encoders set it. */
   uint8_t lead; /**< 3 bits; led by a bit, 1 if it is there. */
@@ -125,10 +133,14 @@ typedef struct Words_Groups {
 /** Move: TS 00.002, 6. Message type 0x11. */
 typedef struct Words_Move {
   struct {
+#ifndef RTX_HIGH_BIT_FIRST
     unsigned char viaPresent : 1; /**< via is there, IEI 0x20. */
     /** The group ext1 is there: without this bit none of its elements is encoded or printed. */
     unsigned char ext1Present : 1;
     unsigned char colourPresent : 1; /**< colour is there, IEI 0x3-; set ext1Present with it. */
+#else
+    unsigned char : 5, colourPresent : 1, ext1Present : 1, viaPresent : 1;
+#endif
   } m; /**< What is there. */
   Words_Place place; /**< Place (4). */
   Words_Groups groups; /**< Groups (5). */
