@@ -85,8 +85,6 @@ int rtxDecBit(RtxContext* pctxt, uint8_t* pvalue)
   return 0;
 }
 
-static_assert(sizeof(size_t) == sizeof(uint64_t), "a size is stored as 64 bits");
-
 int rtxDecBits(RtxContext* pctxt, uint32_t* pvalue, size_t nbits)
 {
   uint64_t value = 0;
@@ -116,9 +114,10 @@ int rtxDecBitsToUInt64(RtxContext* pctxt, uint64_t* pvalue, size_t nbits)
 
 int rtxDecBitsToSize(RtxContext* pctxt, size_t* pvalue, size_t nbits)
 {
+  constexpr size_t width = 8 * sizeof *pvalue;
   uint64_t value = 0;
-  if (!takeField(pctxt, &value, nbits, 64)) [[unlikely]]
-    return readSlowly(pctxt, pvalue, nbits, 64, __LINE__);
+  if (!takeField(pctxt, &value, nbits, width)) [[unlikely]]
+    return readSlowly(pctxt, pvalue, nbits, width, __LINE__);
   if (pvalue != nullptr) *pvalue = static_cast<size_t>(value);
   return 0;
 }

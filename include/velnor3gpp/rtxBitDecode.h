@@ -25,7 +25,7 @@ VELNOR_API int rtxDecBitsToByte(struct RtxContext* pctxt, uint8_t* pvalue, size_
 VELNOR_API int rtxDecBitsToUInt16(struct RtxContext* pctxt, uint16_t* pvalue, size_t nbits);
 /** Reads 0 to 64 bits. RTX_E_TOO_BIG above. */
 VELNOR_API int rtxDecBitsToUInt64(struct RtxContext* pctxt, uint64_t* pvalue, size_t nbits);
-/** Reads 0 to 64 bits. RTX_E_TOO_BIG above. */
+/** Reads 0 bits to as many as a size has (64, or 32). RTX_E_TOO_BIG above. */
 VELNOR_API int rtxDecBitsToSize(struct RtxContext* pctxt, size_t* pvalue, size_t nbits);
 /** Reads `nbits` bits into `bufsize` octets, left-aligned: the last octet ends with zeros. RTX_E_STRING_TOO_LONG if
  * they do not fit. */
