@@ -71,10 +71,7 @@ inline int l3DecBits(L3Call& call, uint8_t* member, unsigned bits, uint8_t store
 }
 
 // A failure of a hand-written coder of the type: of the row that has the name, or with null of the type itself.
-inline int l3DecFailed(L3Call& call, const L3Type& type, const char* name, int status)
-{
-  return l3Fail(call, type.module->decoder, status, l3LineOf(type, name));
-}
+int l3DecFailed(L3Call& call, const L3Type& type, const char* name, int status);
 
 // l3DecBits under the name of an element: what most rows of a hand-written coder are.
 inline int l3DecNamed(L3Call& call, const L3Type& type, const char* name, uint8_t* member, unsigned bits, uint8_t store)

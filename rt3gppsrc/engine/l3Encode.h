@@ -10,10 +10,7 @@ int l3EncType(L3Call& call, const L3Type& type, void* value);
 // The rows of a type, without its hand-written coder.
 int l3EncRows(L3Call& call, const L3Type& type, void* record);
 // A failure of a hand-written coder of the type: of the row that has the name, or with null of the type itself.
-inline int l3EncFailed(L3Call& call, const L3Type& type, const char* name, int status)
-{
-  return l3Fail(call, type.module->encoder, status, l3LineOf(type, name));
-}
+int l3EncFailed(L3Call& call, const L3Type& type, const char* name, int status);
 
 // Writes the low 1 to 64 bits of a value under the trace label.
 int l3EncBits(L3Call& call, uint64_t value, unsigned bits, const char* label);

@@ -1,6 +1,8 @@
 // The table of all types, the lines of their rows, and the setters of message bodies.
 #include <cstring>
 
+#include "rt3gppsrc/engine/l3Decode.h"
+#include "rt3gppsrc/engine/l3Encode.h"
 #include "rt3gppsrc/engine/l3Engine.h"
 #include "rt3gppsrc/engine/l3Record.h"
 
@@ -35,6 +37,22 @@ uint16_t l3LineOf(const L3Type& type, const char* name)
       if (isCalled(choice.alternatives[i].row, name)) return choice.alternatives[i].row.line;
   }
   return type.line;
+}
+
+// A trial reports nothing, so that it needs no line.
+static uint16_t lineFor(const L3Call& call, const L3Type& type, const char* name)
+{
+  return call.trial ? type.line : l3LineOf(type, name);
+}
+
+int l3DecFailed(L3Call& call, const L3Type& type, const char* name, int status)
+{
+  return l3Fail(call, type.module->decoder, status, lineFor(call, type, name));
+}
+
+int l3EncFailed(L3Call& call, const L3Type& type, const char* name, int status)
+{
+  return l3Fail(call, type.module->encoder, status, lineFor(call, type, name));
 }
 
 // A form can have two bodies of the same message, each with rows of its own.
