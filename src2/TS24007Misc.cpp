@@ -9,7 +9,7 @@
 int l3Dec_TS24007L3_L3HdrOptions(L3Call& call, const L3Type& type, void* value)
 {
   auto& options = *static_cast<TS24007L3_L3HdrOptions*>(value);
-  options.t = 1;
+  options.t = TS24007L3_L3HdrOptions_t_skipInd;
   return l3DecNamed(call, type, "skipInd", &options.u.skipInd, 4, 1);
 }
 
@@ -33,7 +33,7 @@ static int encBearer(L3Call& call, const L3Type& type, int32_t identity)
   l3PushName(call, frame, "epsBearerIdent");
   // The alternative's own descriptor tests membership: it is the third of the choice.
   const auto& choice = *static_cast<const L3Choice*>(type.rows[0].info);
-  int status = l3EncType(call, *l3FindByTag(choice, 3)->row.type, &identity);
+  int status = l3EncType(call, *l3FindByTag(choice, TS24007L3_L3HdrOptions_t_epsBearerIdent)->row.type, &identity);
   if (status < 0) return l3EncFailed(call, type, "epsBearerIdent", status);
   l3PopName(call);
   return status;
@@ -43,13 +43,13 @@ int l3Enc_TS24007L3_L3HdrOptions(L3Call& call, const L3Type& type, void* value)
 {
   auto& options = *static_cast<TS24007L3_L3HdrOptions*>(value);
   switch (options.t) {
-    case 1:
+    case TS24007L3_L3HdrOptions_t_skipInd:
       return l3EncNamed(call, type, "skipInd", options.u.skipInd, 4, 1);
-    case 2:
+    case TS24007L3_L3HdrOptions_t_transId:
       return encTransId(call, options.u.transId.flag, options.u.transId.value);
-    case 3:
+    case TS24007L3_L3HdrOptions_t_epsBearerIdent:
       return encBearer(call, type, options.u.epsBearerIdent);
-    case 4:
+    case TS24007L3_L3HdrOptions_t_secHdr:
       return l3EncNamed(call, type, "secHdr", options.u.secHdr, 4, 1);
     default:
       return l3EncFailed(call, type, nullptr, RTX_E_INVALID_CHOICE);
@@ -61,7 +61,7 @@ bool l3DirectDec_TS24007L3_L3HdrOptions(L3DirectIn& in, void* record)
   auto& options = *static_cast<TS24007L3_L3HdrOptions*>(record);
   uint64_t bits = 0;
   if (!l3Take<4>(in, bits)) return false;
-  options.t = 1;
+  options.t = TS24007L3_L3HdrOptions_t_skipInd;
   options.u.skipInd = static_cast<uint8_t>(bits);
   return true;
 }
@@ -71,14 +71,14 @@ bool l3DirectEnc_TS24007L3_L3HdrOptions(L3DirectOut& out, void* record)
   const auto& options = *static_cast<const TS24007L3_L3HdrOptions*>(record);
   const auto& transId = options.u.transId;
   switch (options.t) {
-    case 1:
+    case TS24007L3_L3HdrOptions_t_skipInd:
       return options.u.skipInd <= 15 && l3Put<4>(out, options.u.skipInd);
-    case 2:
+    case TS24007L3_L3HdrOptions_t_transId:
       return l3Put<4>(out, (transId.flag ? 8U : 0U) | (transId.value > 7 ? 7U : transId.value));
-    case 3:
+    case TS24007L3_L3HdrOptions_t_epsBearerIdent:
       return l3IsMember(l3enum_TS24007L3_EPSBearerIdentity, l3Number(options.u.epsBearerIdent)) &&
              l3Put<4>(out, l3Number(options.u.epsBearerIdent));
-    case 4:
+    case TS24007L3_L3HdrOptions_t_secHdr:
       return options.u.secHdr <= 15 && l3Put<4>(out, options.u.secHdr);
     default:
       return false;

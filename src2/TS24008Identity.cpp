@@ -12,8 +12,7 @@ using Tmgi = TS24008IE_MobileIdentity_TMGI;
 static constexpr const L3Type& kIdentity = l3_TS24008IE_MobileIdentity;
 static constexpr const L3Type& kTmgiPart = l3_TS24008IE_MobileIdentity_TMGI;
 
-// The wire's types, except that no identity, 0 on the wire, is 6.
-enum IdentityTag : uint32_t { kImsi = 1, kImei, kImeisv, kTmsi, kTmgi, kNone };
+// The numbers of the alternatives are the wire's types, except that no identity, 0 on the wire, is 6.
 static constexpr uint8_t kFiller = 15; // the half-octet in front of a TMSI, or of an identity that pages nobody
 static constexpr uint8_t kSessionBit = 2, kPlmnBit = 1; // of a TMGI's first half-octet
 static constexpr uint8_t kMaxLength = 9;
@@ -38,7 +37,7 @@ static int decTmgi(L3Call& call, Tmgi& tmgi, uint8_t leading)
 static uint8_t standardLead(const Identity& identity)
 {
   static constexpr uint8_t kNoneOfGmm = 3;
-  return identity.t == kNone && identity.length == kNoneOfGmm ? 0 : kFiller;
+  return identity.t == TS24008IE_MobileIdentity_t_none && identity.length == kNoneOfGmm ? 0 : kFiller;
 }
 
 // Networks send a TMSI behind other bits as well (04 for F4); the record keeps them so that they come back.
@@ -67,20 +66,20 @@ static int decInside(L3Call& call, Identity& identity)
   if (status >= 0) status = l3DecNamed(call, kIdentity, "type", &wireType, 3, 1);
   if (status < 0) return status;
   auto& u = identity.u;
-  identity.t = wireType ? wireType : static_cast<uint32_t>(kNone);
+  identity.t = wireType ? wireType : static_cast<uint32_t>(TS24008IE_MobileIdentity_t_none);
   switch (identity.t) {
-    case kImsi:
+    case TS24008IE_MobileIdentity_t_imsi:
       return decDigits(call, identity, "imsi", odd, digit1, u.imsi, sizeof u.imsi);
-    case kImei:
+    case TS24008IE_MobileIdentity_t_imei:
       return decDigits(call, identity, "imei", odd, digit1, u.imei, sizeof u.imei);
-    case kImeisv:
+    case TS24008IE_MobileIdentity_t_imeisv:
       return decDigits(call, identity, "imeisv", odd, digit1, u.imeisv, sizeof u.imeisv);
-    case kTmsi:
+    case TS24008IE_MobileIdentity_t_tmsi:
       keepLead(identity, digit1);
       return decFixed(call, kIdentity, "tmsi", u.tmsi);
-    case kTmgi:
+    case TS24008IE_MobileIdentity_t_tmgi:
       return decTmgi(call, u.tmgi, digit1);
-    case kNone:
+    case TS24008IE_MobileIdentity_t_none:
       keepLead(identity, digit1);
       return 0;
     default:
@@ -102,7 +101,7 @@ bool l3Settle_TS24008IE_MobileIdentity(RtxContext*, void* value)
   static constexpr uint8_t tmsi[] = {0x21, 0x43, 0x65, 0x87};
   Identity& identity = *static_cast<Identity*>(value);
   memset(&identity.u, 0, sizeof identity.u);
-  identity.t = kTmsi;
+  identity.t = TS24008IE_MobileIdentity_t_tmsi;
   memcpy(identity.u.tmsi, tmsi, sizeof tmsi);
   return true;
 }
@@ -135,13 +134,14 @@ static int encTmgiForm(L3Call& call, Identity& identity)
   Tmgi& tmgi = identity.u.tmgi;
   size_t length = 4U + (tmgi.m.mcc_mncPresent ? 3 : 0) + (tmgi.m.mbmsSessionIDPresent ? 1 : 0);
   unsigned leading = (tmgi.m.mcc_mncPresent ? kPlmnBit : 0U) | (tmgi.m.mbmsSessionIDPresent ? kSessionBit : 0U);
-  int status = encLeading(call, identity, length, static_cast<uint8_t>(leading), kTmgi);
+  int status = encLeading(call, identity, length, static_cast<uint8_t>(leading), TS24008IE_MobileIdentity_t_tmgi);
   return status < 0 ? status : encTmgi(call, tmgi);
 }
 
 static int encTmsiForm(L3Call& call, Identity& identity)
 {
-  int status = encLeading(call, identity, 1 + sizeof identity.u.tmsi, leadOf(identity), kTmsi);
+  int status =
+      encLeading(call, identity, 1 + sizeof identity.u.tmsi, leadOf(identity), TS24008IE_MobileIdentity_t_tmsi);
   return status < 0 ? status : encFixed(call, kIdentity, "tmsi", identity.u.tmsi);
 }
 
@@ -168,17 +168,17 @@ int l3Enc_TS24008IE_MobileIdentity(L3Call& call, const L3Type&, void* value)
   Identity& identity = *static_cast<Identity*>(value);
   auto& u = identity.u;
   switch (identity.t) {
-    case kImsi:
+    case TS24008IE_MobileIdentity_t_imsi:
       return encDigits(call, identity, "imsi", u.imsi, sizeof u.imsi);
-    case kImei:
+    case TS24008IE_MobileIdentity_t_imei:
       return encDigits(call, identity, "imei", u.imei, sizeof u.imei);
-    case kImeisv:
+    case TS24008IE_MobileIdentity_t_imeisv:
       return encDigits(call, identity, "imeisv", u.imeisv, sizeof u.imeisv);
-    case kTmsi:
+    case TS24008IE_MobileIdentity_t_tmsi:
       return encTmsiForm(call, identity);
-    case kTmgi:
+    case TS24008IE_MobileIdentity_t_tmgi:
       return encTmgiForm(call, identity);
-    case kNone:
+    case TS24008IE_MobileIdentity_t_none:
       return encNoIdentity(call, identity);
     default:
       return l3FailNew(call, kIdentity.module->encoder, RTX_E_INVALID_CHOICE, kIdentity.line);

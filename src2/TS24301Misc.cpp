@@ -15,7 +15,6 @@
 using Identity = TS24301IE_EPSMobileIdentity;
 static constexpr const L3Type& kIdentity = l3_TS24301IE_EPSMobileIdentity;
 
-enum IdentityTag : uint32_t { kImsi = 1, kImei, kGuti };
 static constexpr uint8_t kGutiOctets = 11;
 
 static int decOddEven(L3Call& call, uint8_t& odd)
@@ -32,13 +31,13 @@ static int decByType(L3Call& call, Identity& identity)
   auto& u = identity.u;
   switch (identity.typeOfIdent) {
     case TS24301IE_EPSMobileIdentity_typeOfIdent_imsi:
-      identity.t = kImsi;
+      identity.t = TS24301IE_EPSMobileIdentity_t_imsi;
       return decIdentityDigits(call, kIdentity, "imsi", length, odd, digit1, u.imsi, sizeof u.imsi);
     case TS24301IE_EPSMobileIdentity_typeOfIdent_imei:
-      identity.t = kImei;
+      identity.t = TS24301IE_EPSMobileIdentity_t_imei;
       return decIdentityDigits(call, kIdentity, "imei", length, odd, digit1, u.imei, sizeof u.imei);
     default:
-      identity.t = kGuti;
+      identity.t = TS24301IE_EPSMobileIdentity_t_guti;
       return decPart(call, kIdentity, "guti", guti, &u.guti);
   }
 }
@@ -124,7 +123,7 @@ bool l3DirectDec_TS24301IE_EPSMobileIdentity(L3DirectIn& in, void* record)
   identity.filler = word >> 4 & 15;
   identity.oddEvenInd = word >> 3 & 1;
   identity.typeOfIdent = TS24301IE_EPSMobileIdentity_typeOfIdent_guti;
-  identity.t = kGuti;
+  identity.t = TS24301IE_EPSMobileIdentity_t_guti;
   return l3DirectDec_TS24301IE_EPSMobileIdentity_GUTI(in, &identity.u.guti);
 }
 
@@ -157,7 +156,7 @@ bool l3Settle_TS24301Msg_DetachRequest(RtxContext* pctxt, void* value)
   auto& request = *static_cast<TS24301Msg_DetachRequest*>(value);
   void* sample = l3Sample(pctxt, l3_TS24301Msg_DetachRequestUETerm);
   if (!sample) return false;
-  request.t = 2;
+  request.t = TS24301Msg_DetachRequest_t_ueTerm;
   memcpy(&request.u.ueTerm, sample, sizeof request.u.ueTerm);
   return true;
 }
@@ -166,10 +165,10 @@ int l3Dec_TS24301Msg_DetachRequest(L3Call& call, const L3Type& type, void* value
 {
   auto& request = *static_cast<TS24301Msg_DetachRequest*>(value);
   if (call.pctxt->flags & RTX_FLAG_MOBILE_ORIGINATED) {
-    request.t = 1;
+    request.t = TS24301Msg_DetachRequest_t_ueOrig;
     return decPart(call, type, "ueOrig", l3_TS24301Msg_DetachRequestUEOrig, &request.u.ueOrig);
   }
-  request.t = 2;
+  request.t = TS24301Msg_DetachRequest_t_ueTerm;
   return decPart(call, type, "ueTerm", l3_TS24301Msg_DetachRequestUETerm, &request.u.ueTerm);
 }
 
@@ -177,9 +176,9 @@ int l3Enc_TS24301Msg_DetachRequest(L3Call& call, const L3Type& type, void* value
 {
   auto& request = *static_cast<TS24301Msg_DetachRequest*>(value);
   switch (request.t) {
-    case 1:
+    case TS24301Msg_DetachRequest_t_ueOrig:
       return encPart(call, type, "ueOrig", l3_TS24301Msg_DetachRequestUEOrig, &request.u.ueOrig);
-    case 2:
+    case TS24301Msg_DetachRequest_t_ueTerm:
       return encPart(call, type, "ueTerm", l3_TS24301Msg_DetachRequestUETerm, &request.u.ueTerm);
     default:
       return l3EncFailed(call, type, nullptr, RTX_E_INVALID_CHOICE);

@@ -22,7 +22,6 @@ static constexpr uint8_t kSession = 2, kMobility = 7, kShortMessage = 9;
 // Octets from the start of the message: the code, then what it covers, then what is ciphered.
 static constexpr NasSpans kSpans = {1, 5, 6};
 static constexpr uint8_t kServiceRequestHeader = 12;
-static constexpr uint32_t kServiceRequest = 23;
 static constexpr size_t kServiceRequestSigned = 2; // octets that the short code covers
 
 // The first octet of a message.
@@ -45,15 +44,15 @@ static void relabel(TS24007L3_L3HdrOptions& options, int discriminator)
   uint8_t bits = options.u.skipInd;
   switch (discriminator) {
     case kSession:
-      options.t = 3;
+      options.t = TS24007L3_L3HdrOptions_t_epsBearerIdent;
       options.u.epsBearerIdent = static_cast<TS24007L3_EPSBearerIdentity>(bits);
       break;
     case kMobility:
-      options.t = 4;
+      options.t = TS24007L3_L3HdrOptions_t_secHdr;
       options.u.secHdr = bits;
       break;
     case kShortMessage:
-      options.t = 2;
+      options.t = TS24007L3_L3HdrOptions_t_transId;
       options.u.transId.flag = bits >> 3;
       options.u.transId.value = bits & 7;
       break;
@@ -96,7 +95,7 @@ int l3Dec_TS24301Msg_PDU_SM(L3Call& call, const L3Type& type, void* value)
 bool l3Settle_TS24301Msg_PDU_SM(RtxContext*, void* value)
 {
   auto& options = static_cast<TS24301Msg_PDU_SM*>(value)->l3HdrOpts;
-  options.t = 3;
+  options.t = TS24007L3_L3HdrOptions_t_epsBearerIdent;
   options.u.epsBearerIdent = TS24007L3_EPSBearerIdentity_id5;
   return true;
 }
@@ -106,7 +105,7 @@ bool l3Settle_TS24301Msg_PDU(RtxContext*, void* value)
   auto& pdu = *static_cast<TS24301Msg_PDU*>(value);
   pdu.secHdr.secHdrType = TS24007L3_SecHdrType_integProt;
   pdu.secHdr.protoDiscr = kMobility;
-  pdu.l3HdrOpts.t = 4;
+  pdu.l3HdrOpts.t = TS24007L3_L3HdrOptions_t_secHdr;
   pdu.l3HdrOpts.u.secHdr = 0;
   return true;
 }
@@ -137,7 +136,7 @@ static void compareShortCode(L3Call& call, const TS24301Msg_ServiceRequest& requ
 static void fillServiceRequest(TS24301Msg_PDU& pdu)
 {
   pdu.m.secHdrPresent = 1;
-  pdu.l3HdrOpts.t = 1;
+  pdu.l3HdrOpts.t = TS24007L3_L3HdrOptions_t_skipInd;
   pdu.l3HdrOpts.u.skipInd = 0;
   pdu.secHdr.secHdrType = TS24007L3_SecHdrType_secHdrForSvcReq;
   pdu.secHdr.protoDiscr = kMobility;
@@ -145,7 +144,7 @@ static void fillServiceRequest(TS24301Msg_PDU& pdu)
   pdu.secHdr.seqNumber = 0;
   pdu.protoDiscr = TS24007L3_ProtoDiscr_epsMobMgmt;
   pdu.msgType = 0;
-  pdu.data.t = kServiceRequest;
+  pdu.data.t = TS24301Msg_PDU_data_t_ServiceRequest;
 }
 
 // The type name stays pushed behind a service request, on success as well.
@@ -228,7 +227,7 @@ static int encServiceRequest(L3Call& call, const L3Type& type, TS24301Msg_PDU& p
 {
   RtxContext* pctxt = call.pctxt;
   if (int refused = nasRefuseStream(call, type); refused < 0) return refused;
-  if (pdu.data.t != kServiceRequest) return l3EncFailed(call, kPdu, nullptr, RTX_E_INVALID_CHOICE);
+  if (pdu.data.t != TS24301Msg_PDU_data_t_ServiceRequest) return l3EncFailed(call, kPdu, nullptr, RTX_E_INVALID_CHOICE);
   TS24301Msg_ServiceRequest* request = pdu.data.u.obj_ServiceRequest;
   if (!request) return l3EncFailed(call, kPdu, nullptr, RTX_E_NULL_POINTER);
   int status = l3EncType(call, l3_TS24301Msg_ServiceRequest, request);

@@ -11,8 +11,6 @@
 
 static constexpr char kBadLeadingBits[] = "MobileIdentity leading bits for GUTI";
 
-enum IdentityTag : uint32_t { kNone = 1, kSuci, kGuti, kImei, kStmsi, kImeisv, kMac, kEui64 };
-
 using Identity = TS24501IE_MobileIdentity;
 static constexpr const L3Type& kIdentity = l3_TS24501IE_MobileIdentity;
 static constexpr const L3Type& kSuciPart = l3_TS24501IE_MobileIdentity_SUCI;
@@ -75,19 +73,19 @@ static int decMac(L3Call& call, Identity& identity, uint8_t leading)
 static int decByType(L3Call& call, Identity& identity, uint8_t leading)
 {
   switch (identity.t) {
-    case kSuci:
+    case TS24501IE_MobileIdentity_t_suci:
       return decSuci(call, identity, leading);
-    case kGuti:
+    case TS24501IE_MobileIdentity_t_guti:
       return decTemporary(call, "guti", l3_TS24501IE_MobileIdentity_GUTI, &identity.u.guti, leading);
-    case kStmsi:
+    case TS24501IE_MobileIdentity_t_stmsi:
       return decTemporary(call, "stmsi", l3_TS24501IE_MobileIdentity_STMSI, &identity.u.stmsi, leading);
-    case kImei:
+    case TS24501IE_MobileIdentity_t_imei:
       return decDigits(call, "imei", identity.length, leading, identity.u.imei, sizeof identity.u.imei);
-    case kImeisv:
+    case TS24501IE_MobileIdentity_t_imeisv:
       return decDigits(call, "imeisv", identity.length, leading, identity.u.imeisv, sizeof identity.u.imeisv);
-    case kMac:
+    case TS24501IE_MobileIdentity_t_mac:
       return decMac(call, identity, leading);
-    case kEui64:
+    case TS24501IE_MobileIdentity_t_eui_64:
       return decFixed(call, kIdentity, "eui-64", identity.u.eui_64);
     default:
       return 0;
@@ -118,15 +116,16 @@ static size_t identityLength(const Identity& identity)
 {
   const auto& suci = identity.u.suci;
   switch (identity.t) {
-    case kSuci:
-      return suci.t == 1 ? 8 + static_cast<size_t>(suci.u.supiImsi.schemeOutput.numocts)
-                         : 1 + static_cast<size_t>(suci.u.supiNetSpecificId.nai.numocts);
-    case kGuti:
+    case TS24501IE_MobileIdentity_t_suci:
+      return suci.t == TS24501IE_MobileIdentity_SUCI_t_supiImsi
+                 ? 8 + static_cast<size_t>(suci.u.supiImsi.schemeOutput.numocts)
+                 : 1 + static_cast<size_t>(suci.u.supiNetSpecificId.nai.numocts);
+    case TS24501IE_MobileIdentity_t_guti:
       return 11;
-    case kStmsi:
-    case kMac:
+    case TS24501IE_MobileIdentity_t_stmsi:
+    case TS24501IE_MobileIdentity_t_mac:
       return 7;
-    case kEui64:
+    case TS24501IE_MobileIdentity_t_eui_64:
       return 9;
     default:
       return 1;
@@ -136,12 +135,12 @@ static size_t identityLength(const Identity& identity)
 static uint8_t leadingBits(const Identity& identity)
 {
   switch (identity.t) {
-    case kSuci:
+    case TS24501IE_MobileIdentity_t_suci:
       return static_cast<uint8_t>((identity.u.suci.t - 1) << 1 & 0x0E);
-    case kGuti:
-    case kStmsi:
+    case TS24501IE_MobileIdentity_t_guti:
+    case TS24501IE_MobileIdentity_t_stmsi:
       return 30;
-    case kMac:
+    case TS24501IE_MobileIdentity_t_mac:
       return identity.u.mac.mauri ? 1 : 0;
     default:
       return 0;
@@ -159,9 +158,9 @@ static int encSuci(L3Call& call, Identity& identity)
   L3Name frame;
   l3PushName(call, frame, "suci");
   int status;
-  if (suci.t == 1)
+  if (suci.t == TS24501IE_MobileIdentity_SUCI_t_supiImsi)
     status = encPart(call, kSuciPart, "supiImsi", l3_TS24501IE_MobileIdentity_SUCI_IMSI, &suci.u.supiImsi);
-  else if (suci.t == 2)
+  else if (suci.t == TS24501IE_MobileIdentity_SUCI_t_supiNetSpecificId)
     status = encPart(call, kSuciPart, "supiNetSpecificId", l3_TS24501IE_MobileIdentity_SUCI_NetId,
                      &suci.u.supiNetSpecificId);
   else
@@ -184,15 +183,15 @@ static int encMac(L3Call& call, const Identity& identity)
 static int encByType(L3Call& call, Identity& identity)
 {
   switch (identity.t) {
-    case kSuci:
+    case TS24501IE_MobileIdentity_t_suci:
       return encSuci(call, identity);
-    case kGuti:
+    case TS24501IE_MobileIdentity_t_guti:
       return encPart(call, kIdentity, "guti", l3_TS24501IE_MobileIdentity_GUTI, &identity.u.guti);
-    case kStmsi:
+    case TS24501IE_MobileIdentity_t_stmsi:
       return encPart(call, kIdentity, "stmsi", l3_TS24501IE_MobileIdentity_STMSI, &identity.u.stmsi);
-    case kMac:
+    case TS24501IE_MobileIdentity_t_mac:
       return encMac(call, identity);
-    case kEui64:
+    case TS24501IE_MobileIdentity_t_eui_64:
       return encFixed(call, kIdentity, "eui-64", identity.u.eui_64);
     default:
       return 0;
@@ -202,7 +201,7 @@ static int encByType(L3Call& call, Identity& identity)
 // The digit forms write length and first octet themselves: an 8-bit length behind a high octet of 0.
 static int encDigits(L3Call& call, Identity& identity)
 {
-  bool imei = identity.t == kImei;
+  bool imei = identity.t == TS24501IE_MobileIdentity_t_imei;
   const char* digits = imei ? identity.u.imei : identity.u.imeisv;
   size_t size = imei ? sizeof identity.u.imei : sizeof identity.u.imeisv, count = strnlen(digits, size);
   if (count == size) return l3FailRange(call, kIdentity.module->encoder, kIdentity.line, count); // no end
@@ -215,8 +214,10 @@ static int encDigits(L3Call& call, Identity& identity)
 int l3Enc_TS24501IE_MobileIdentity(L3Call& call, const L3Type&, void* value)
 {
   Identity& identity = *static_cast<Identity*>(value);
-  if (identity.t < kNone || identity.t > kEui64) return l3EncFailed(call, kIdentity, nullptr, RTX_E_INVALID_CHOICE);
-  if (identity.t == kImei || identity.t == kImeisv) return encDigits(call, identity);
+  if (identity.t < TS24501IE_MobileIdentity_t_none || identity.t > TS24501IE_MobileIdentity_t_eui_64)
+    return l3EncFailed(call, kIdentity, nullptr, RTX_E_INVALID_CHOICE);
+  if (identity.t == TS24501IE_MobileIdentity_t_imei || identity.t == TS24501IE_MobileIdentity_t_imeisv)
+    return encDigits(call, identity);
   size_t length = identityLength(identity);
   if (length > UINT16_MAX) return l3FailRange(call, kIdentity.module->encoder, kIdentity.line, length);
   identity.length = static_cast<uint16_t>(length);
@@ -237,12 +238,12 @@ bool l3DirectDec_TS24501IE_MobileIdentity(L3DirectIn& in, void* record)
   identity.length = static_cast<uint16_t>(length);
   identity.t = (octet & 7) + 1U;
   bool temporary = octet >> 3 >= 30, good;
-  if (identity.t == kGuti && temporary) {
+  if (identity.t == TS24501IE_MobileIdentity_t_guti && temporary) {
     good = l3DirectDec_TS24501IE_MobileIdentity_GUTI(in, &identity.u.guti);
-  } else if (identity.t == kStmsi && temporary) {
+  } else if (identity.t == TS24501IE_MobileIdentity_t_stmsi && temporary) {
     good = l3DirectDec_TS24501IE_MobileIdentity_STMSI(in, &identity.u.stmsi);
-  } else if (identity.t == kSuci && (octet >> 4 & 7) == 0) {
-    identity.u.suci.t = 1;
+  } else if (identity.t == TS24501IE_MobileIdentity_t_suci && (octet >> 4 & 7) == 0) {
+    identity.u.suci.t = TS24501IE_MobileIdentity_SUCI_t_supiImsi;
     good = l3DirectDec_TS24501IE_MobileIdentity_SUCI_IMSI(in, &identity.u.suci.u.supiImsi);
   } else {
     in = start;
@@ -255,14 +256,18 @@ bool l3DirectDec_TS24501IE_MobileIdentity(L3DirectIn& in, void* record)
 bool l3DirectEnc_TS24501IE_MobileIdentity(L3DirectOut& out, void* record)
 {
   Identity& identity = *static_cast<Identity*>(record);
-  bool suci = identity.t == kSuci && identity.u.suci.t == 1;
+  bool suci =
+      identity.t == TS24501IE_MobileIdentity_t_suci && identity.u.suci.t == TS24501IE_MobileIdentity_SUCI_t_supiImsi;
   size_t length = identityLength(identity);
-  if (length > UINT16_MAX || !(identity.t == kGuti || identity.t == kStmsi || suci))
+  if (length > UINT16_MAX ||
+      !(identity.t == TS24501IE_MobileIdentity_t_guti || identity.t == TS24501IE_MobileIdentity_t_stmsi || suci))
     return l3DirectPutType(out, l3_TS24501IE_MobileIdentity, record);
   identity.length = static_cast<uint16_t>(length);
   if (!l3Put<16>(out, length) || !l3Put<8>(out, firstOctet(identity))) return false;
-  if (identity.t == kGuti) return l3DirectEnc_TS24501IE_MobileIdentity_GUTI(out, &identity.u.guti);
-  if (identity.t == kStmsi) return l3DirectEnc_TS24501IE_MobileIdentity_STMSI(out, &identity.u.stmsi);
+  if (identity.t == TS24501IE_MobileIdentity_t_guti)
+    return l3DirectEnc_TS24501IE_MobileIdentity_GUTI(out, &identity.u.guti);
+  if (identity.t == TS24501IE_MobileIdentity_t_stmsi)
+    return l3DirectEnc_TS24501IE_MobileIdentity_STMSI(out, &identity.u.stmsi);
   bool good = l3DirectEnc_TS24501IE_MobileIdentity_SUCI_IMSI(out, &identity.u.suci.u.supiImsi);
   out.tail = false; // the length in front bounds the tail
   return good;

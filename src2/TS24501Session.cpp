@@ -36,7 +36,7 @@ static int decShared(L3Call& call, Parameter& parameter)
 {
   L3Name frame;
   parameter.type = TS24501IE_SLAAParamTypes_ptPendingInd;
-  parameter.value.t = 1;
+  parameter.value.t = TS24501IE_SLAAParameter_value_t_pendingInd;
   l3PushName(call, frame, "value");
   const L3Type& type = l3_TS24501IE_SLAAPendingIndication;
   int status = decPart(call, l3_TS24501IE_SLAAParameter, "pendingInd", type, &parameter.value.u.pendingInd);

@@ -75,7 +75,7 @@ template <class Item> int decTrackingAlternative(L3Call& call, const TrackingAre
   unsigned count = item.numElements + 1U; // on the wire it is one less
   if constexpr (requires { item.elements.u.partTrkIdentList3; }) {
     if (item.typeOfList == 3) {
-      item.elements.t = 4;
+      item.elements.t = item.typeOfList + 1U;
       return decPart(call, types.item, "partTrkIdentList3", l3_TS24008IE_MCCMNCPair,
                      &item.elements.u.partTrkIdentList3);
     }

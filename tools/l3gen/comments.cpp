@@ -259,9 +259,11 @@ static std::string lengthWords(const Row& row)
 {
   std::string unit = row.countsBits ? "bits" : "octets";
   std::string from = row.fromOctet ? ", counted from the next octet on" : "";
+  bool kept = !row.member.empty();
   return sentence({"Length of " + bitsWords(row.number) + ": " + unit + " of what follows" +
                        (row.bias ? format(", less %u", row.bias) : "") + from,
-                   row.range ? rangeWords(*row.range) : "", "encoders set it", printedWords(row)});
+                   row.range ? rangeWords(*row.range) : "", kept ? "encoders set it" : "on the wire alone",
+                   printedWords(row)});
 }
 
 std::string memberWords(const Type& type, const Row& row)
@@ -411,8 +413,8 @@ std::string typeWords(const Type& type)
   if (type.msgType >= 0) words += format(" Message type 0x%02X.", type.msgType);
   if (type.kind == Kind::Enum || type.kind == Kind::Names) words += " " + bitsWords(type.bits) + ".";
   if (type.kind != Kind::Bare && !type.has("bare")) return words;
-  const Row& row = type.rows.back();
-  return words + " " + memberWords(type, row);
+  words += " " + memberWords(type, type.rows.back());
+  return type.rows.front().mark == Mark::Length ? words + " " + lengthWords(type.rows.front()) : words;
 }
 
 std::string enumeratorWords(const std::string& name)
@@ -453,9 +455,8 @@ std::string encoderWords(const Type& type)
 
 std::string initialiserWords()
 {
-  return "Sets presence bits, t, u, counts, pointers and members named spare or ext to 0. Numbers, flags, "
-         "enumerations, "
-         "fixed octets and the content of arrays stay as they are. 0 or RTX_E_NULL_POINTER.";
+  return "Sets presence bits, t, u, counts, pointers and members named spare or ext to 0, and empties texts. Numbers, "
+         "flags, enumerations, fixed octets and the content of other arrays stay as they are. 0 or RTX_E_NULL_POINTER.";
 }
 
 } // namespace l3gen

@@ -44,6 +44,13 @@ typedef struct {
   Words_Point elem[Words_Points_capacity]; /**< The entries: Point (2). */
 } Words_Points;
 
+/** Name: TS 00.002, 3. Octets, to the end of what holds it. Length of 8 bits: octets of what follows; 1 to 9; on the
+ *  wire alone. */
+typedef struct {
+  uint32_t numocts; /**< Octets. */
+  uint8_t* data; /**< The octets, on the context's heap, null if there are none. */
+} Words_Name;
+
 /** Room of arrays of Words_Place. */
 enum {
   Words_Place_code_capacity = 4, /**< Octets that data has room for. */
@@ -144,6 +151,7 @@ typedef struct Words_Move {
   } m; /**< What is there. */
   Words_Place place; /**< Place (4). */
   Words_Groups groups; /**< Groups (5). */
+  Words_Name name; /**< Name (3). */
   Words_Place via; /**< Place (4); IEI 0x20. */
   Words_Colour colour; /**< Colour (1), 4 bits; IEI 0x3-. */
 } Words_Move;
@@ -193,11 +201,23 @@ VELNOR_API int NASDec_Words_Points(RtxContext* pctxt, Words_Points* pvalue);
 VELNOR_API int NASEnc_Words_Points(RtxContext* pctxt, Words_Points* pvalue);
 /** Prints the value under the name to the context's print stream. Always 0. */
 VELNOR_API int asn1PrtToStrm_Words_Points(RtxContext* pctxt, const char* name, const Words_Points* pvalue);
-/** Sets presence bits, t, u, counts, pointers and members named spare or ext to 0. Numbers, flags, enumerations,
- *  fixed octets and the content of arrays stay as they are. 0 or RTX_E_NULL_POINTER. */
+/** Sets presence bits, t, u, counts, pointers and members named spare or ext to 0, and empties texts. Numbers,
+ *  flags, enumerations, fixed octets and the content of other arrays stay as they are. 0 or RTX_E_NULL_POINTER. */
 VELNOR_API int asn1Init_Words_Points(Words_Points* pvalue);
 /** A sample value on the context's heap, or null. */
 VELNOR_API Words_Points* asn1Test_Words_Points(RtxContext* pctxt);
+/** Decodes at the cursor. 0 or a negative status; a string cut short may leave 0: ask rtxErrGetStatus as well. */
+VELNOR_API int NASDec_Words_Name(RtxContext* pctxt, Words_Name* pvalue);
+/** Encodes at the cursor; lengths are stored back. 0 or a negative status; a string without room may leave 0: ask
+ *  rtxErrGetStatus as well. */
+VELNOR_API int NASEnc_Words_Name(RtxContext* pctxt, Words_Name* pvalue);
+/** Prints the value under the name to the context's print stream. Always 0. */
+VELNOR_API int asn1PrtToStrm_Words_Name(RtxContext* pctxt, const char* name, const Words_Name* pvalue);
+/** Sets presence bits, t, u, counts, pointers and members named spare or ext to 0, and empties texts. Numbers,
+ *  flags, enumerations, fixed octets and the content of other arrays stay as they are. 0 or RTX_E_NULL_POINTER. */
+VELNOR_API int asn1Init_Words_Name(Words_Name* pvalue);
+/** A sample value on the context's heap, or null. */
+VELNOR_API Words_Name* asn1Test_Words_Name(RtxContext* pctxt);
 /** Decodes at the cursor. 0 or a negative status; a string cut short may leave 0: ask rtxErrGetStatus as well. */
 VELNOR_API int NASDec_Words_Move(RtxContext* pctxt, Words_Move* pvalue);
 /** Encodes at the cursor; lengths are stored back. 0 or a negative status; a string without room may leave 0: ask
@@ -205,8 +225,8 @@ VELNOR_API int NASDec_Words_Move(RtxContext* pctxt, Words_Move* pvalue);
 VELNOR_API int NASEnc_Words_Move(RtxContext* pctxt, Words_Move* pvalue);
 /** Prints the value under the name to the context's print stream. Always 0. */
 VELNOR_API int asn1PrtToStrm_Words_Move(RtxContext* pctxt, const char* name, const Words_Move* pvalue);
-/** Sets presence bits, t, u, counts, pointers and members named spare or ext to 0. Numbers, flags, enumerations,
- *  fixed octets and the content of arrays stay as they are. 0 or RTX_E_NULL_POINTER. */
+/** Sets presence bits, t, u, counts, pointers and members named spare or ext to 0, and empties texts. Numbers,
+ *  flags, enumerations, fixed octets and the content of other arrays stay as they are. 0 or RTX_E_NULL_POINTER. */
 VELNOR_API int asn1Init_Words_Move(Words_Move* pvalue);
 /** A sample value on the context's heap, or null. */
 VELNOR_API Words_Move* asn1Test_Words_Move(RtxContext* pctxt);
@@ -217,8 +237,8 @@ VELNOR_API int NASDec_Words_PDU(RtxContext* pctxt, Words_PDU* pvalue);
 VELNOR_API int NASEnc_Words_PDU(RtxContext* pctxt, Words_PDU* pvalue);
 /** Prints the value under the name to the context's print stream. Always 0. */
 VELNOR_API int asn1PrtToStrm_Words_PDU(RtxContext* pctxt, const char* name, const Words_PDU* pvalue);
-/** Sets presence bits, t, u, counts, pointers and members named spare or ext to 0. Numbers, flags, enumerations,
- *  fixed octets and the content of arrays stay as they are. 0 or RTX_E_NULL_POINTER. */
+/** Sets presence bits, t, u, counts, pointers and members named spare or ext to 0, and empties texts. Numbers,
+ *  flags, enumerations, fixed octets and the content of other arrays stay as they are. 0 or RTX_E_NULL_POINTER. */
 VELNOR_API int asn1Init_Words_PDU(Words_PDU* pvalue);
 /** A sample value on the context's heap, or null. */
 VELNOR_API Words_PDU* asn1Test_Words_PDU(RtxContext* pctxt);
