@@ -15,18 +15,20 @@
 // there, and what was filled. There a question mark, 3F, is what nobody
 // touched. A text of several lines stands below, each behind "|".
 //
+// A line with lists in braces is as many lines as they are long, `f {1 2} = {0 -4}` being `f 1 = 0` and `f 2 = -4`.
+//
 // Each context is gone through again with each of its allocations refused: the
 // first call to end otherwise must say so, and nothing may be left over.
 #pragma once
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <fstream>
 #include <functional>
 #include <list>
 #include <map>
-#include <regex>
 
 #include "tests/bench.h"
 #include "velnor3gpp/rtxStatus.h"
@@ -57,6 +59,20 @@ inline Octets unquoted(const std::string& token)
   return characters;
 }
 
+// The words of a line. What stands between quotation marks is one word, together with what leads it: 8:"a b".
+inline std::vector<std::string> wordsOf(const std::string& line)
+{
+  std::vector<std::string> words;
+  size_t i = 0;
+  while ((i = line.find_first_not_of(' ', i)) != std::string::npos) {
+    const size_t start = i, quote = line.find('"', i);
+    if (quote < line.find(' ', i)) i = line.find('"', quote + 1); // blanks up to there are part of the word
+    i = std::min(line.find(' ', i), line.size());
+    words.push_back(line.substr(start, i - start));
+  }
+  return words;
+}
+
 // What the lines on one context share. `memory` has pieces of exact size, so that a sanitizer sees their ends.
 struct Scene {
   const Names& names;
@@ -68,11 +84,13 @@ struct Scene {
 // A call on its way: the arguments to take from its line, and what is to be told of it.
 struct Call {
   Scene& scene;
-  std::sregex_iterator next;
-  std::string function = next++->str();
+  std::vector<std::string> words;
+  size_t next = 2; // behind context and function
   bool onContext = false, isStatus = false, failed = false;
-  bool isFree = function.starts_with("rtxErr"); // of counting records, and of telling a refusal
+  bool isFree = words.at(1).starts_with("rtxErr"); // of counting records, and of telling a refusal
   std::vector<std::function<std::string()>> filled = {};
+  size_t stood = 0, records = 0;
+  Octets held = {};
 
   template <class T> T* room(const std::string& token)
   {
@@ -95,7 +113,7 @@ struct Call {
       onContext = true;
       return &scene.bench;
     } else {
-      std::string token = (next++)->str();
+      const std::string token = words.at(next++);
       if constexpr (std::is_same_v<T, Octets>)
         return octetsOfRuns(token);
       else if constexpr (std::is_floating_point_v<T>)
@@ -133,14 +151,17 @@ struct Call {
     }
     return "";
   }
-  // Does the call; each part of its result stands behind a blank. Error records are told where they are not one for a
-  // failure and none for a success.
-  std::string result(const std::function<std::string()>& act)
+  // Remembers how things stood in front of the call.
+  void begin()
   {
-    const size_t stood = scene.bench.at();
-    const Octets held = scene.bench.data;
-    const size_t records = rtxErrGetErrorCnt(&scene.bench);
-    std::string text = act();
+    stood = scene.bench.at();
+    held = scene.bench.data;
+    records = rtxErrGetErrorCnt(&scene.bench);
+  }
+  // The result with what the call changed; each part stands behind a blank. Error records are told where they are not
+  // one for a failure and none for a success.
+  std::string end(std::string text)
+  {
     const size_t made = rtxErrGetErrorCnt(&scene.bench) - records;
     if (isStatus && !isFree && made != size_t{failed && onContext}) text += " records " + std::to_string(int64_t(made));
     if (scene.bench.at() != stood) text += " at " + std::to_string(int64_t(scene.bench.at() - scene.start));
@@ -151,20 +172,22 @@ struct Call {
   }
 };
 
-using Function = std::function<std::string(Call&)>;
+using Function = std::string (*)(Call&); // a plain pointer compiles in half the time of std::function
 using Functions = std::map<std::string, Function>;
 
-template <class R, class... Arguments> Function calling(R (*function)(Arguments...))
+template <class R, class... Arguments> std::string makeCall(Call& call, R (*function)(Arguments...))
 {
-  return [=](Call& call) {
-    std::tuple<Arguments...> arguments{call.argument<Arguments>()...}; // in their order
-    return call.result([&]() -> std::string {
-      if constexpr (std::is_void_v<R>)
-        return std::apply(function, arguments), "";
-      else
-        return call.textOf(std::apply(function, arguments));
-    });
-  };
+  std::tuple<Arguments...> arguments{call.argument<Arguments>()...}; // in their order
+  call.begin();
+  if constexpr (std::is_void_v<R>)
+    return std::apply(function, arguments), call.end("");
+  else
+    return call.end(call.textOf(std::apply(function, arguments)));
+}
+
+template <auto function> std::string calling(Call& call)
+{
+  return makeCall(call, function);
 }
 
 // Status and parameters of the last error record, for tests to call.
@@ -180,6 +203,21 @@ struct Line {
   std::string words, expected;
 };
 
+// The line of that number of all that a line with lists stands for, without them; empty behind the last.
+inline std::string withoutLists(std::string line, size_t number)
+{
+  bool given = number == 0;
+  for (size_t open = 0; (open = line.find('{', open)) != std::string::npos;) {
+    const size_t close = line.find('}', open);
+    const std::vector<std::string> list = wordsOf(line.substr(open + 1, close - open - 1));
+    given = number < list.size();
+    if (!given) break;
+    line.replace(open, close + 1 - open, list[number]);
+    open += list[number].size();
+  }
+  return given ? line : "";
+}
+
 // The lines of a file by their contexts.
 inline std::vector<std::vector<Line>> readScenes(const std::string& name)
 {
@@ -191,9 +229,12 @@ inline std::vector<std::vector<Line>> readScenes(const std::string& name)
       scenes.back().back().expected += "\n" + (line.size() > 2 ? line.substr(2) : "");
       continue;
     }
-    size_t sign = std::min(line.find(" ="), line.size());
-    if (line[0] != '&') scenes.emplace_back();
-    scenes.back().push_back({line.substr(0, sign), line.size() > sign + 3 ? line.substr(sign + 3) : ""});
+    for (size_t i = 0; i == 0 || !withoutLists(line, i).empty(); ++i) {
+      const std::string one = withoutLists(line, i);
+      size_t sign = std::min(one.find(" ="), one.size());
+      if (one[0] != '&') scenes.emplace_back();
+      scenes.back().push_back({one.substr(0, sign), one.size() > sign + 3 ? one.substr(sign + 3) : ""});
+    }
   }
   return scenes;
 }
@@ -220,7 +261,6 @@ constexpr long kBeyondAll = LONG_MAX;
 inline long run(const std::vector<Line>& lines, size_t shift, long refused, const Functions& functions,
                 const Names& names)
 {
-  static const std::regex word("\"[^\"]*\"|[^\\s\"]+(\"[^\"]*\")?");
   Scene scene{names};
   const std::string first = lines[0].words.substr(0, lines[0].words.find(' '));
   if (refused) rtxMemHeapSetFlags(&scene.bench.pMemHeap, RT_MH_USE_SYSMEM);
@@ -229,8 +269,8 @@ inline long run(const std::vector<Line>& lines, size_t shift, long refused, cons
   bool spoiled = false;
   for (const Line& line : lines) {
     SCOPED_TRACE(line.words + (refused ? ", refused " + std::to_string(refused) : ""));
-    Call call{scene, ++std::sregex_iterator(line.words.begin(), line.words.end(), word)};
-    auto function = functions.find(call.function);
+    Call call{scene, wordsOf(line.words)};
+    auto function = functions.find(call.words.at(1));
     if (function == functions.end()) return ADD_FAILURE() << "no such function", 0;
     std::string result = function->second(call);
     result.erase(0, result.find_first_not_of(' '));
@@ -258,4 +298,4 @@ inline void check(const std::string& file, const Functions& functions, const Nam
 } // namespace calls
 
 // A function under its name.
-#define CALL(name) std::pair(#name, calls::calling(name))
+#define CALL(name) std::pair(#name, &calls::calling<name>)
