@@ -119,6 +119,49 @@ TEST(StreamCalls, GiveWhatTheirLinesSay)
   calls::check("streams.txt", kFunctions, {{"octets", gOctets}});
 }
 
+// Each operation without a stream, with a kind that lacks everything, with one that has everything, and with one that
+// fails at each call in turn: it stops there; only what is open is closed in any case.
+TEST(StreamCalls, AskTheKindInOrderUpToTheCallThatFails)
+{
+  const struct {
+    std::function<int64_t(RtxContext*)> call;
+    int64_t without, lacking, gives;
+    std::vector<std::string> asks;
+    size_t pending = 0; // a mark that has yet to go to a position
+    bool goesOn = false;
+  } operations[] = {
+      {[](auto* ctxt) { return rtxStreamMark(ctxt, 9); }, -20, -60, 0, {"mark9"}},
+      {[](auto* ctxt) { return rtxStreamMark(ctxt, 9); }, -20, -60, 0, {"reset", "skip4", "mark9"}, 4},
+      {[](auto* ctxt) { return rtxStreamReset(ctxt); }, -20, -60, 0, {"reset"}},
+      {[](auto* ctxt) { return rtxStreamGetPos(ctxt, nullptr); }, -20, -60, 0, {"getPos"}},
+      {[](auto* ctxt) { return rtxStreamSetPos(ctxt, 3); }, -20, -60, 0, {"setPos3"}},
+      {[](auto* ctxt) { return rtxStreamSkip(ctxt, 6); }, -20, -22, 0, {"skip6"}},
+      {[](auto* ctxt) { return rtxStreamRead(ctxt, gOctets, 3); }, -22, -22, 3, {"read", "read", "read"}},
+      {[](auto* ctxt) { return rtxStreamReadDirect(ctxt, gOctets, 3); }, -22, -22, 1, {"read"}},
+      {[](auto* ctxt) { return rtxStreamWrite(ctxt, gOctets, 2); }, -22, -22, 0, {"write"}},
+      {[](auto* ctxt) { return rtxStreamFlush(ctxt); }, -20, 0, 0, {"flush"}},
+      {[](auto* ctxt) { return rtxStreamClose(ctxt); }, 0, 0, 0, {"flush", "close"}, 0, true},
+  };
+  for (const auto& operation : operations) {
+    SCOPED_TRACE(operation.asks.back());
+    Bench without, bare;
+    EXPECT_EQ(operation.call(&without), operation.without);
+    ASSERT_EQ(lacking(&bare), 0);
+    EXPECT_EQ(operation.call(&bare), operation.lacking);
+    const int calls = static_cast<int>(operation.asks.size());
+    for (int failAt = -1; failAt < calls; ++failAt) {
+      Bench bench;
+      std::string expected;
+      for (int i = 0; i < (failAt < 0 || operation.goesOn ? calls : failAt + 1); ++i)
+        expected += (i > 0 ? " " : "") + operation.asks[static_cast<size_t>(i)];
+      ASSERT_EQ(complete(&bench, failAt, operation.pending), 0);
+      EXPECT_EQ(operation.call(&bench), failAt < 0 ? operation.gives : RTX_E_READ) << failAt;
+      EXPECT_EQ(gCalls, expected);
+      EXPECT_EQ(rtxErrGetErrorCnt(&bench), failAt < 0 ? 0U : 1U);
+    }
+  }
+}
+
 // What a job hung on the stream in the heap, the end of the job takes off; the stream then reads on without it.
 TEST(StreamCalls, TheEndOfAJobTakesOffItsCapture)
 {
