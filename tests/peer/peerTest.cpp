@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 #include <set>
 
 #include "tests/messages.h"
@@ -45,12 +46,16 @@ std::string crossings(const Message& message, const std::vector<Bits>& shown)
   return text;
 }
 
-// Letters and digits alone, behind the last dot.
-std::string plain(const std::string& name)
+// Letters and digits alone, behind the last dot, without the dissector's number of a bit ("_b3") and what tells the
+// algorithms of 5GS.
+std::string plain(std::string name)
 {
+  if (name.size() > 3 && name.substr(name.size() - 3, 2) == "_b") name.resize(name.size() - 3);
   std::string text;
   for (char c : name.substr(name.rfind('.') + 1))
     if (isalnum(uint8_t(c))) text += char(tolower(c));
+  for (const char* word : {"128", "5g"})
+    for (size_t at; (at = text.find(word)) != std::string::npos;) text.erase(at, strlen(word));
   return text;
 }
 
