@@ -1,16 +1,19 @@
 # Counts lines and branches of the hand-written rooms while the tests run. The counts start anew with each run of ctest;
 # the test "coverage" comes last, writes the report (coverage/ in the build tree) and fails below the bounds. Only what
-# is counted does without optimisation, which would merge branches; the tests themselves run faster with it.
+# is counted does without optimisation, which would merge branches; the tests themselves run faster with it. The counters
+# are plain ones, which take a fourth of the time of atomic ones, so that no test may count in two threads at once.
 set(VELNOR_TEST_COUNTED "")
+set(VELNOR_TEST_FILTER "*")
 if(NOT VELNOR_COVERAGE)
   return()
 endif()
 find_program(VELNOR_GCOVR gcovr REQUIRED)
-set_property(SOURCE ${VELNOR_RUNTIME} APPEND PROPERTY COMPILE_OPTIONS -O0 --coverage -fprofile-update=atomic) # two threads count in one test
+set_property(SOURCE ${VELNOR_RUNTIME} APPEND PROPERTY COMPILE_OPTIONS -O0 --coverage)
 add_link_options(--coverage)
 
 enable_testing()
 set(VELNOR_TEST_COUNTED FIXTURES_REQUIRED counts)
+set(VELNOR_TEST_FILTER "-*Threads*")
 file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/coverage)
 set(objects ${PROJECT_BINARY_DIR}/CMakeFiles/velnor3gpp_objects.dir)
 add_test(NAME coverage.reset COMMAND find ${objects} -name *.gcda -delete)
