@@ -1,7 +1,8 @@
 # Counts lines and branches of the hand-written rooms while the tests run. The counts start anew with each run of ctest;
 # the test "coverage" comes last, writes the report (coverage/ in the build tree) and fails below the bounds. Only what
 # is counted does without optimisation, which would merge branches; the tests themselves run faster with it. The counters
-# are plain ones, which take a fourth of the time of atomic ones, so that no test may count in two threads at once.
+# are plain ones, which take a fourth of the time of atomic ones, so that no test may count in two threads at once. Nor
+# can code without optimisation keep keys in registers.
 set(VELNOR_TEST_COUNTED "")
 set(VELNOR_TEST_FILTER "*")
 if(NOT VELNOR_COVERAGE)
@@ -13,7 +14,7 @@ add_link_options(--coverage)
 
 enable_testing()
 set(VELNOR_TEST_COUNTED FIXTURES_REQUIRED counts)
-set(VELNOR_TEST_FILTER "-*Threads*")
+set(VELNOR_TEST_FILTER "-*Threads*:NasSecurityMemory.*")
 file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/coverage)
 set(objects ${PROJECT_BINARY_DIR}/CMakeFiles/velnor3gpp_objects.dir)
 add_test(NAME coverage.reset COMMAND find ${objects} -name *.gcda -delete)
