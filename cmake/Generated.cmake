@@ -37,7 +37,7 @@ add_custom_command(
   COMMENT "Generating the protocol types")
 add_custom_target(velnor3gpp_generate DEPENDS ${VELNOR_GENERATED_DIR}/stamp)
 set(options -Wno-conversion -Wno-invalid-offsetof)
-if(VELNOR_TESTS_SHARED)
-  list(APPEND options -O0) # compiled over and over
+if(VELNOR_TESTS_SHARED OR (VELNOR_SANITIZE AND NOT VELNOR_FUZZ))
+  list(APPEND options -O0) # compiled over and over, or for one run of the tests
 endif()
 set_source_files_properties(${VELNOR_GENERATED} PROPERTIES COMPILE_OPTIONS "${options}")
