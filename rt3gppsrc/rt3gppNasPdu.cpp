@@ -19,7 +19,7 @@ void nasReturn(RtxContext* pctxt, const NasPosition& position)
 
 void nasVerify(L3Call& call, const L3Type& type, size_t from, uint32_t received)
 {
-  if (call.trial) {
+  if (call.onTrial()) {
     l3Note(call, type.module->decoder, RTX_E_BAD_MAC, type.line);
     return;
   }
@@ -41,7 +41,7 @@ void nasVerify(L3Call& call, const L3Type& type, size_t from, uint32_t received)
 int nasDecipher(L3Call& call, const L3Type& type, size_t from)
 {
   // What has been deciphered can not be tried again.
-  if (call.trial) return l3Fail(call, type.module->decoder, RTX_E_NO_SECURITY, type.line);
+  if (call.onTrial()) return l3Fail(call, type.module->decoder, RTX_E_NO_SECURITY, type.line);
   const RtxBuffer& buffer = call.pctxt->buffer;
   size_t length = from < buffer.size ? buffer.size - from : 0;
   if (!call.pctxt->pSecurity) l3ToLists(call);
@@ -91,7 +91,7 @@ int nasRefuseStream(L3Call& call, const L3Type& type)
 
 int nasProtect(L3Call& call, const L3Type& type, size_t start, const NasSpans& spans, int secHdrType, uint32_t& code)
 {
-  if (call.trial) return l3Fail(call, type.module->encoder, RTX_E_NO_SECURITY, type.line);
+  if (call.onTrial()) return l3Fail(call, type.module->encoder, RTX_E_NO_SECURITY, type.line);
   if (int status = nasRefuseStream(call, type); status < 0) return status;
   if (nasIsCiphered(secHdrType))
     if (int status = nasCipher(call, type, start + spans.cipheredFrom); status < 0) return status;

@@ -56,7 +56,7 @@ inline bool takeIdentityDigits(L3Call& call, uint8_t length, uint8_t odd, uint8_
   RtxBuffer& buffer = call.pctxt->buffer;
   size_t octets = length > 1 ? length - 1U : 1U;
   bool fits = length && digit1 <= 9 && 2 * octets + (odd ? 1 : 0) < size && octets <= l3Unread(call.pctxt);
-  if (!call.plain || buffer.bitOffset != 8 || !fits) return false;
+  if (!call.plain() || buffer.bitOffset != 8 || !fits) return false;
   *digits++ = static_cast<char>('0' + digit1);
   for (size_t i = 1; i <= octets; ++i) {
     uint8_t octet = buffer.data[buffer.byteIndex++];
@@ -73,7 +73,7 @@ inline bool putIdentityDigits(L3Call& call, uint8_t identType, const char* digit
   RtxBuffer& buffer = call.pctxt->buffer;
   size_t count = strnlen(digits, kMaxDigits + 1), octets = count / 2 + 1;
   bool room = buffer.byteIndex < buffer.size && octets < buffer.size - buffer.byteIndex;
-  if (!call.plain || buffer.bitOffset != 8 || count > kMaxDigits || !room) return false;
+  if (!call.plain() || buffer.bitOffset != 8 || count > kMaxDigits || !room) return false;
   uint8_t nibbles[kMaxDigits + 2];
   memset(nibbles, RTX_TBCD_FILLER, sizeof nibbles);
   for (size_t i = 0; i < count; ++i)

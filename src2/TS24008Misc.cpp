@@ -48,7 +48,7 @@ int l3Dec_TS24008IE_MCCMNCPair(L3Call& call, const L3Type& type, void* value)
 {
   auto& pair = *static_cast<TS24008IE_MCCMNCPair*>(value);
   uint64_t word = 0;
-  if (call.plain && l3TakeBits(call.pctxt->buffer, 24, word)) {
+  if (call.plain() && l3TakeBits(call.pctxt->buffer, 24, word)) {
     unpackPair(word, pair);
     return 0;
   }
@@ -61,7 +61,7 @@ int l3Enc_TS24008IE_MCCMNCPair(L3Call& call, const L3Type& type, void* value)
 {
   const auto& pair = *static_cast<const TS24008IE_MCCMNCPair*>(value);
   uint64_t word = 0;
-  if (call.plain && packPair(pair, word) && l3PutBits(call.pctxt->buffer, 24, word)) return 0;
+  if (call.plain() && packPair(pair, word) && l3PutBits(call.pctxt->buffer, 24, word)) return 0;
   l3ToLists(call);
   int status = rtx3GPPEnc_MCC_MNC(call.pctxt, pair.mcc, pair.mnc);
   return status < 0 ? l3EncFailed(call, type, nullptr, status) : 0;
@@ -93,7 +93,7 @@ static size_t boundOctets(const L3Call& call, size_t octets)
 static bool takeDigits(L3Call& call, size_t octets, char* text, size_t size)
 {
   RtxBuffer& buffer = call.pctxt->buffer;
-  if (!call.plain || !octets || octets > l3Unread(call.pctxt) || size < 2 * octets + 1) return false;
+  if (!call.plain() || !octets || octets > l3Unread(call.pctxt) || size < 2 * octets + 1) return false;
   for (size_t i = 0; i < octets; ++i) {
     uint8_t octet = buffer.data[buffer.byteIndex++];
     *text++ = kNibbles[octet & 15];

@@ -176,7 +176,7 @@ static int lookAhead(L3Call& call, const NasPosition& start, FirstOctet& octet)
 {
   RtxContext* pctxt = call.pctxt;
   const RtxBuffer& buffer = pctxt->buffer;
-  if (call.plain && buffer.bitOffset == 8 && l3Unread(pctxt)) {
+  if (call.plain() && buffer.bitOffset == 8 && l3Unread(pctxt)) {
     octet.high = buffer.data[buffer.byteIndex] >> 4;
     octet.discriminator = buffer.data[buffer.byteIndex] & 15;
     return 0;

@@ -18,7 +18,7 @@ static constexpr NasSpans kSpans = {2, 6, 7};
 static bool seesAhead(const L3Call& call, TS24501Msg_NAS5GSecProtMsgHdr& header)
 {
   const RtxBuffer& buffer = call.pctxt->buffer;
-  if (!call.plain || buffer.bitOffset != 8 || l3Unread(call.pctxt) < 2) return false;
+  if (!call.plain() || buffer.bitOffset != 8 || l3Unread(call.pctxt) < 2) return false;
   const uint8_t* octets = buffer.data + buffer.byteIndex;
   if (octets[0] == kSession) {
     header.protoDiscr = TS24501Msg_NAS5GProtoDiscr_sessMgmt5G;

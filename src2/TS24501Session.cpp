@@ -16,7 +16,7 @@ static bool seesAhead(L3Call& call, unsigned bits, uint32_t& ahead)
   unsigned used = 8U - static_cast<unsigned>(buffer.bitOffset);
   size_t octets = (used + bits + 7) / 8, held = 0;
   uint8_t window[4] = {};
-  if (call.plain) {
+  if (call.plain()) {
     held = l3Unread(call.pctxt) < octets ? 0 : octets;
     if (held) memcpy(window, buffer.data + buffer.byteIndex, held);
   } else if (rtxPeekBytes(call.pctxt, window, sizeof window, octets, &held) < 0) {

@@ -22,11 +22,12 @@ void l3Begin(L3Call& call, RtxContext* pctxt, L3Name& frame, const char* typeNam
   call.pctxt = pctxt;
   call.names = &frame;
   call.regions = nullptr;
-  call.plain = plain;
-  call.lists = call.keepTypeName = call.ended = call.failed = call.inBody = false;
-  call.trial = call.abandoned = call.tried = false;
+  call.mode = kL3MayTry;
+  call.keepTypeName = call.ended = call.failed = call.inBody = false;
   call.earlier = call.listOctets = call.argument = 0;
-  if (!plain) l3ToLists(call);
+  if (plain) return;
+  l3ToLists(call);
+  call.mode = kL3Observed;
 }
 
 int l3End(L3Call& call, int status, const char* module, uint16_t line)
@@ -76,8 +77,8 @@ static void pushRegions(L3Call& call, const L3Region* frame)
 
 void l3ToLists(L3Call& call)
 {
-  if (call.lists || call.trial) return;
-  call.lists = true;
+  if (call.listed() || call.onTrial()) return;
+  call.mode = kL3Listed;
   pushFrames(call, call.names);
   pushRegions(call, call.regions);
 }
@@ -91,13 +92,13 @@ static int negative(int reported, int status)
 // In a trial nothing is reported.
 static int giveUp(L3Call& call, int status)
 {
-  call.abandoned = true;
+  call.mode = kL3GivenUp;
   return status;
 }
 
 int l3Fail(L3Call& call, const char* module, int status, uint16_t line)
 {
-  if (call.trial) return giveUp(call, status);
+  if (call.onTrial()) return giveUp(call, status);
   call.ended = false;
   l3ToLists(call);
   return negative(rtxErrSetData(call.pctxt, status, module, line), status);
@@ -105,7 +106,7 @@ int l3Fail(L3Call& call, const char* module, int status, uint16_t line)
 
 int l3FailNew(L3Call& call, const char* module, int status, uint16_t line)
 {
-  if (call.trial) return giveUp(call, status);
+  if (call.onTrial()) return giveUp(call, status);
   call.ended = false;
   l3ToLists(call);
   return negative(rtxErrSetNewData(call.pctxt, status, module, line), status);
@@ -123,7 +124,7 @@ static void addRangeParms(L3Call& call, uint64_t value)
 
 void l3Note(L3Call& call, const char* module, int status, uint16_t line)
 {
-  if (call.trial) {
+  if (call.onTrial()) {
     giveUp(call, status);
     return;
   }
@@ -136,8 +137,8 @@ void l3Note(L3Call& call, const char* module, int status, uint16_t line)
 
 void l3NoteRange(L3Call& call, const char* module, uint16_t line, uint64_t value)
 {
-  if (call.trial) giveUp(call, RTX_E_CONSTRAINT);
-  if (call.trial || !l3MayNote(call)) return;
+  if (call.onTrial()) giveUp(call, RTX_E_CONSTRAINT);
+  if (call.onTrial() || !l3MayNote(call)) return;
   size_t before = call.pctxt->errInfo.count;
   addRangeParms(call, value);
   l3Note(call, module, RTX_E_CONSTRAINT, line);
@@ -146,7 +147,7 @@ void l3NoteRange(L3Call& call, const char* module, uint16_t line, uint64_t value
 
 int l3FailRange(L3Call& call, const char* module, uint16_t line, uint64_t value)
 {
-  if (call.trial) return giveUp(call, RTX_E_CONSTRAINT);
+  if (call.onTrial()) return giveUp(call, RTX_E_CONSTRAINT);
   addRangeParms(call, value);
   return negative(rtxErrSetData(call.pctxt, RTX_E_CONSTRAINT, module, line), RTX_E_CONSTRAINT);
 }
@@ -197,7 +198,7 @@ bool l3HasRoomSlow(const RtxContext* pctxt)
 
 L3End l3InnermostEnd(const L3Call& call)
 {
-  if (!call.lists && call.regions) return {true, call.regions->byteIndex, call.regions->bitOffset};
+  if (!call.listed() && call.regions) return {true, call.regions->byteIndex, call.regions->bitOffset};
   const RtxDListNode* top = call.pctxt->containerStack.dlist.head;
   if (!top) return {false, 0, 0};
   const RtxContainer& region = *static_cast<const RtxContainer*>(top->data);
@@ -207,7 +208,7 @@ L3End l3InnermostEnd(const L3Call& call)
 bool l3HasRoomBefore(const L3Call& call, const L3End& end)
 {
   RtxContext* pctxt = call.pctxt;
-  if (!end.region && call.plain) return pctxt->buffer.byteIndex < pctxt->buffer.size;
+  if (!end.region && call.plain()) return pctxt->buffer.byteIndex < pctxt->buffer.size;
   // The look ahead refills the buffer of a stream.
   if (!end.region) return rtxPeekByte(pctxt, nullptr) > 0;
   size_t octet = l3BitPos(pctxt) / 8;
@@ -220,72 +221,7 @@ size_t l3RoomBits(const L3Call& call)
   RtxContext* pctxt = call.pctxt;
   const RtxBuffer& buffer = pctxt->buffer;
   if (!l3HasRoom(call)) return 0;
-  if (call.lists || !call.regions) return rtxCtxtGetContainerRemBits(pctxt);
+  if (call.listed() || !call.regions) return rtxCtxtGetContainerRemBits(pctxt);
   const L3Region& region = *call.regions;
   return (region.byteIndex - buffer.byteIndex) * 8 - region.bitOffset + static_cast<size_t>(buffer.bitOffset);
-}
-
-uint32_t l3JoinFields(const L3Field* fields, unsigned count, const uint8_t* record)
-{
-  uint32_t value = 0;
-  for (unsigned i = 0; i < count; ++i)
-    value =
-        (i ? value << fields[i].bits : 0) | static_cast<uint32_t>(l3Load(record + fields[i].offset, fields[i].store));
-  return value;
-}
-
-size_t l3CountBy(const L3Count& count, const uint8_t* record)
-{
-  uint64_t field = l3Load(record + count.field.offset, count.field.store);
-  if (count.sizes) return field < count.sizeCount ? count.sizes[field] : 0;
-  int64_t value = count.sign * static_cast<int64_t>(field) + count.bias;
-  return value < 0 ? 0 : static_cast<size_t>(value);
-}
-
-L3Type l3Slice(const L3Type& type, unsigned from, unsigned count)
-{
-  L3Type slice = type;
-  slice.rows += from;
-  slice.rowCount = static_cast<uint16_t>(count);
-  slice.decodeDirect = nullptr; // they are for all rows
-  slice.encodeDirect = nullptr;
-  return slice;
-}
-
-static bool termHolds(const L3Term& term, const uint8_t* record)
-{
-  uint32_t value = static_cast<uint32_t>(l3Load(record + term.field.offset, term.field.store));
-  return (value >= term.lo && value <= term.hi) != (term.negate != 0);
-}
-
-// Terms of one number stand together: one of them must hold.
-bool l3Holds(const L3Cond& cond, const uint8_t* record)
-{
-  for (unsigned i = 0; i < cond.count;) {
-    uint8_t any = cond.terms[i].any;
-    bool holds = false;
-    for (; i < cond.count && cond.terms[i].any == any; ++i) holds = holds || termHolds(cond.terms[i], record);
-    if (!holds) return false;
-  }
-  return true;
-}
-
-const L3Alternative* l3FindBySelector(const L3Choice& choice, uint32_t value)
-{
-  const L3Alternative* other = nullptr;
-  for (unsigned i = 0; i < choice.count; ++i) {
-    const L3Alternative& alternative = choice.alternatives[i];
-    if (alternative.other)
-      other = &alternative;
-    else if (value >= alternative.lo && value <= alternative.hi)
-      return &alternative;
-  }
-  return other;
-}
-
-const L3Alternative* l3FindByTag(const L3Choice& choice, uint32_t tag)
-{
-  for (unsigned i = 0; i < choice.count; ++i)
-    if (choice.alternatives[i].tag == tag) return &choice.alternatives[i];
-  return nullptr;
 }

@@ -5,7 +5,7 @@
 #ifndef VELNOR3GPP_L3_CALL_H
 #define VELNOR3GPP_L3_CALL_H
 
-#include "rt3gppsrc/engine/l3Types.h"
+#include "rt3gppsrc/engine/l3Record.h"
 #include "velnor3gpp/rtxContainer.h"
 #include "velnor3gpp/rtxContext.h"
 #include "velnor3gpp/rtxError.h"
@@ -24,19 +24,29 @@ struct L3Region {
   L3Region* outer;
 };
 
+// What a call may do, and where its names and regions stand. A call begins as kL3MayTry or, with a trace or a stream,
+// in slow mode too, as kL3Observed; it never comes back from a later mode but from a trial.
+enum L3Mode : uint8_t {
+  kL3MayTry,   // frames, nothing seen; a direct coder may be tried
+  kL3Trial,    // inside a direct coder: nothing is reported, whoever fails or finds anything gives up
+  kL3GivenUp,  // a trial that ends as soon as its coders return
+  kL3Walk,     // frames, nothing seen; a trial was given up, so no other is begun
+  kL3Listed,   // names and regions stand on the real stacks; fields are still read and written inline
+  kL3Observed, // the same, and each field goes through the public bit functions, where trace and stream see it
+};
+
 struct L3Call {
   RtxContext* pctxt;
   L3Name* names;
   L3Region* regions;
-  bool lists;        // names and regions stand on the real stacks
-  bool plain;        // no trace, no stream, not slow: inline reading and writing
+  L3Mode mode;
   bool keepTypeName; // an early return leaves the type name behind
   bool ended;        // the coder has come to its end, and its status tells what was found on the way
   bool failed;       // memory was out where nobody could return it
   bool inBody;       // inside a message of a top-level form
-  bool trial;        // inside a direct coder: nothing is reported, whoever fails or finds anything gives up
-  bool abandoned;    // a trial that has to be given up
-  bool tried;        // one was given up: no other is begun
+  bool plain() const { return mode != kL3Observed; }
+  bool listed() const { return mode >= kL3Listed; }
+  bool onTrial() const { return mode == kL3Trial || mode == kL3GivenUp; }
   size_t earlier;    // error records older than the innermost message inside a message
   size_t listOctets; // allocated for entries of lists so far
   size_t argument;   // the count for the next type whose decoder takes one
@@ -101,7 +111,7 @@ bool l3HasRoomSlow(const RtxContext* pctxt);
 
 inline int l3PushName(L3Call& call, L3Name& frame, const char* name)
 {
-  if (call.lists) return l3PushNameSlow(call, name);
+  if (call.listed()) return l3PushNameSlow(call, name);
   frame = {name, call.names, 0, 1};
   call.names = &frame;
   return 0;
@@ -117,7 +127,7 @@ inline int l3PushRow(L3Call& call, const char* module, const L3Row& row, L3Name&
 
 inline int l3PushEntry(L3Call& call, L3Name& frame, const char* name, uint32_t index)
 {
-  if (call.lists) return l3PushEntrySlow(call, name, index);
+  if (call.listed()) return l3PushEntrySlow(call, name, index);
   frame = {name, call.names, index, 2};
   call.names = &frame;
   return 0;
@@ -129,7 +139,7 @@ inline int l3PushEntry(L3Call& call, L3Name& frame, const char* name, uint32_t i
 
 inline void l3PopName(L3Call& call)
 {
-  if (call.lists)
+  if (call.listed())
     l3PopNameSlow(call);
   else
     call.names = call.names->outer;
@@ -137,7 +147,7 @@ inline void l3PopName(L3Call& call)
 
 inline void l3PopEntry(L3Call& call)
 {
-  if (call.lists)
+  if (call.listed())
     l3PopEntrySlow(call);
   else
     call.names = call.names->outer;
@@ -153,7 +163,7 @@ inline size_t l3BitPos(RtxContext* pctxt)
 // Opens a region of so many octets or bits from the cursor.
 inline int l3PushRegion(L3Call& call, L3Region& frame, size_t count, bool bits)
 {
-  if (call.lists) return l3PushRegionSlow(call, count, bits);
+  if (call.listed()) return l3PushRegionSlow(call, count, bits);
   size_t end = l3BitPos(call.pctxt) + (bits ? count : count * 8);
   frame = {end / 8, static_cast<uint16_t>(8 - end % 8), call.regions};
   call.regions = &frame;
@@ -162,7 +172,7 @@ inline int l3PushRegion(L3Call& call, L3Region& frame, size_t count, bool bits)
 
 inline void l3PopRegion(L3Call& call)
 {
-  if (call.lists)
+  if (call.listed())
     l3PopRegionSlow(call);
   else
     call.regions = call.regions->outer;
@@ -172,8 +182,8 @@ inline void l3PopRegion(L3Call& call)
 inline bool l3HasRoom(const L3Call& call)
 {
   const RtxBuffer& buffer = call.pctxt->buffer;
-  if (call.lists || !call.regions) {
-    if (call.plain && !call.pctxt->containerStack.dlist.head) return buffer.byteIndex < buffer.size;
+  if (call.listed() || !call.regions) {
+    if (call.plain() && !call.pctxt->containerStack.dlist.head) return buffer.byteIndex < buffer.size;
     return l3HasRoomSlow(call.pctxt);
   }
   const L3Region& region = *call.regions;
@@ -196,64 +206,10 @@ bool l3HasRoomBefore(const L3Call& call, const L3End& end);
 // Bits left in the innermost region; 0 when the cursor is past its end.
 size_t l3RoomBits(const L3Call& call);
 
-inline bool l3HasBit(const void* record, uint16_t bit)
-{
-  return (static_cast<const uint8_t*>(record)[bit >> 3] >> (bit & 7)) & 1;
-}
-
-inline void l3SetBit(void* record, uint16_t bit)
-{
-  static_cast<uint8_t*>(record)[bit >> 3] =
-      static_cast<uint8_t>(static_cast<uint8_t*>(record)[bit >> 3] | (1U << (bit & 7)));
-}
-
-// An integer member of 1, 2, 4 or 8 octets.
-inline uint64_t l3Load(const uint8_t* member, uint8_t store)
-{
-  if (store == 1) return *member;
-  uint64_t value = 0;
-  if (store == 2) {
-    uint16_t half;
-    __builtin_memcpy(&half, member, sizeof half);
-    value = half;
-  } else if (store == 4) {
-    uint32_t word;
-    __builtin_memcpy(&word, member, sizeof word);
-    value = word;
-  } else {
-    __builtin_memcpy(&value, member, sizeof value);
-  }
-  return value;
-}
-
-inline void l3Store(uint8_t* member, uint8_t store, uint64_t value)
-{
-  if (store == 1) {
-    *member = static_cast<uint8_t>(value);
-  } else if (store == 2) {
-    uint16_t half = static_cast<uint16_t>(value);
-    __builtin_memcpy(member, &half, sizeof half);
-  } else if (store == 4) {
-    uint32_t word = static_cast<uint32_t>(value);
-    __builtin_memcpy(member, &word, sizeof word);
-  } else {
-    __builtin_memcpy(member, &value, sizeof value);
-  }
-}
-
-// Earlier members: the joined value of selecting fields, and whether a condition holds.
-uint32_t l3JoinFields(const L3Field* fields, unsigned count, const uint8_t* record);
-bool l3Holds(const L3Cond& cond, const uint8_t* record);
-// What a count comes to by the record's field, never below 0; and the same where a decoder may have been given it.
-size_t l3CountBy(const L3Count& count, const uint8_t* record);
+// What a count comes to, by the record's field or because the decoder has been given it.
 inline size_t l3CountOf(const L3Call& call, const L3Count& count, const uint8_t* record)
 {
   return count.argument ? call.argument : l3CountBy(count, record);
 }
-// Some of a type's rows as a type of their own, for coders by hand that do something between them.
-L3Type l3Slice(const L3Type& type, unsigned from, unsigned count);
-// The alternative for a selector value or a tag; null if there is none.
-const L3Alternative* l3FindBySelector(const L3Choice& choice, uint32_t value);
-const L3Alternative* l3FindByTag(const L3Choice& choice, uint32_t tag);
 
 #endif

@@ -64,7 +64,7 @@ int l3DecBitsSlow(L3Call& call, uint8_t* member, unsigned bits, uint8_t store, c
 inline int l3DecBits(L3Call& call, uint8_t* member, unsigned bits, uint8_t store, const char* label)
 {
   uint64_t value = 0;
-  if (!call.plain || bits > 56 || !l3TakeBits(call.pctxt->buffer, bits, value))
+  if (!call.plain() || bits > 56 || !l3TakeBits(call.pctxt->buffer, bits, value))
     return l3DecBitsSlow(call, member, bits, store, label);
   l3Store(member, store, value);
   return 0;

@@ -53,7 +53,7 @@ int l3DecBitsSlow(L3Call& call, uint8_t* member, unsigned bits, uint8_t store, c
 int l3DecBit(L3Call& call, const char* label, uint8_t& bit)
 {
   uint64_t value = 0;
-  if (call.plain && l3TakeBits(call.pctxt->buffer, 1, value)) {
+  if (call.plain() && l3TakeBits(call.pctxt->buffer, 1, value)) {
     bit = static_cast<uint8_t>(value);
     return 0;
   }
@@ -68,7 +68,7 @@ int l3DecOctets(L3Call& call, uint8_t* dst, size_t octets)
 {
   RtxContext* pctxt = call.pctxt;
   RtxBuffer& buffer = pctxt->buffer;
-  if (call.plain && buffer.bitOffset == 8 && octets <= l3Unread(pctxt)) {
+  if (call.plain() && buffer.bitOffset == 8 && octets <= l3Unread(pctxt)) {
     if (octets) memcpy(dst, buffer.data + buffer.byteIndex, octets);
     buffer.byteIndex += octets;
     return 0;

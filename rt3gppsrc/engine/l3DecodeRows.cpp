@@ -239,7 +239,7 @@ static void leaveRelease(L3Call& call, RowWalk& walk, const L3Row& row)
   if (!(walk.type.flags & kL3EarlyReturn) || !walk.regions) return;
   if (l3BitPos(call.pctxt) != walk.ends[walk.regions - 1]) return;
   l3ToLists(call);
-  call.abandoned = call.trial; // a trial leaves nothing behind
+  if (call.onTrial()) call.mode = kL3GivenUp; // a trial leaves nothing behind
   // Within another record there is no type name of its own to leave.
   if (call.pctxt->elemNameStack.count == 1) call.keepTypeName = true;
   walk.done = true;
@@ -251,7 +251,7 @@ static int closeRegion(L3Call& call, RowWalk& walk, uint16_t line)
   RtxContext* pctxt = call.pctxt;
   size_t end = walk.ends[--walk.regions];
   if (l3BitPos(pctxt) > end) return reportOverrun(call, walk, line);
-  if (call.plain) {
+  if (call.plain()) {
     pctxt->buffer.byteIndex = end / 8;
     pctxt->buffer.bitOffset = static_cast<int16_t>(8 - end % 8);
   } else if (int status = rtxCtxtSetBitOffset(pctxt, end); status < 0) {
@@ -321,7 +321,7 @@ static bool endsHere(L3Call& call, const RowWalk& walk, const L3Row& row)
 int l3DecRows(L3Call& call, const L3Type& type, void* record)
 {
   if (l3DecDirectly(call, type, record)) return 0;
-  return call.abandoned ? RTX_E_GENERAL : walkRows(call, type, record);
+  return call.mode == kL3GivenUp ? RTX_E_GENERAL : walkRows(call, type, record);
 }
 
 int l3DecType(L3Call& call, const L3Type& type, void* value)

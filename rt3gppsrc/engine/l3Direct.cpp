@@ -16,8 +16,8 @@ static bool mayTry(const L3Call& call)
   const RtxBuffer& buffer = context.buffer;
   bool clean = !context.errInfo.count && !context.reservedErr.parmcount && !context.reservedErr.elemName;
   bool sound = buffer.byteIndex <= buffer.size && buffer.bitOffset >= 1 && buffer.bitOffset <= 8;
-  bool unseen = call.plain && !call.lists && !context.containerStack.dlist.head;
-  return unseen && clean && sound && !call.tried && !call.failed;
+  bool open = context.containerStack.dlist.head != nullptr;
+  return call.mode == kL3MayTry && !open && clean && sound && !call.failed;
 }
 
 static size_t cursor(const RtxContext* pctxt)
@@ -39,7 +39,7 @@ static void setTail(RtxContext* pctxt, bool tail)
 // A failure inside a trial shows in its status, a finding in its record.
 static bool wentWell(const L3Call& call, int status)
 {
-  return status >= 0 && !call.abandoned && !call.keepTypeName && !call.pctxt->errInfo.count;
+  return status >= 0 && call.mode != kL3GivenUp && !call.keepTypeName && !call.pctxt->errInfo.count;
 }
 
 static bool goDecode(L3Call& call, const L3Type& type, void* record)
@@ -90,8 +90,7 @@ using Go = bool (*)(L3Call& call, const L3Type& type, void* record);
 
 [[gnu::cold]] static void giveUp(L3Call& call, const RtxBuffer& before, uint32_t flags)
 {
-  call.abandoned = call.keepTypeName = false;
-  call.tried = true;
+  call.keepTypeName = false;
   rtxErrResetErrInfo(call.pctxt);
   releaseHeld(call);
   call.pctxt->buffer = before;
@@ -106,12 +105,11 @@ template <Go go> static bool runTrial(L3Call& call, const L3Type& type, void* re
   L3Name* names = call.names;
   L3Region* regions = call.regions;
   pctxt->buffer.dynamic = 0; // a buffer that has to grow is the walk's: a refused growth leaves it with a wrong size
-  call.trial = true;
-  call.abandoned = false;
+  call.mode = kL3Trial;
   call.held = 0;
   bool good = go(call, type, record) && wentWell(call, 0);
   pctxt->buffer.dynamic = before.dynamic;
-  call.trial = false;
+  call.mode = good ? kL3MayTry : kL3Walk;
   call.names = names;
   call.regions = regions;
   if (good) return true;
@@ -122,9 +120,9 @@ template <Go go> static bool runTrial(L3Call& call, const L3Type& type, void* re
 
 template <Go go> static bool directly(L3Call& call, const L3Type& type, void* record)
 {
-  if (!call.trial) return mayTry(call) && runTrial<go>(call, type, record);
+  if (!call.onTrial()) return mayTry(call) && runTrial<go>(call, type, record);
   if (go(call, type, record)) return true;
-  call.abandoned = true;
+  call.mode = kL3GivenUp;
   return false;
 }
 

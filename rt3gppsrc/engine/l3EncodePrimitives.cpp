@@ -21,7 +21,7 @@ int l3EncBits(L3Call& call, uint64_t value, unsigned bits, const char* label)
   RtxContext* pctxt = call.pctxt;
   bool boolean = label[0] == 'B';
   if (boolean) value = value != 0;
-  if (call.plain && bits <= 56 && l3PutBits(pctxt->buffer, bits, value)) return 0;
+  if (call.plain() && bits <= 56 && l3PutBits(pctxt->buffer, bits, value)) return 0;
   l3ToLists(call);
   rtxDiagNewBitField(pctxt->pBitFldList, label);
   int status = writePublic(pctxt, value, bits, boolean);
@@ -44,7 +44,7 @@ int l3EncOctets(L3Call& call, const uint8_t* src, size_t octets)
 {
   RtxContext* pctxt = call.pctxt;
   RtxBuffer& buffer = pctxt->buffer;
-  if (call.plain && buffer.bitOffset == 8 && buffer.byteIndex <= buffer.size &&
+  if (call.plain() && buffer.bitOffset == 8 && buffer.byteIndex <= buffer.size &&
       octets <= buffer.size - buffer.byteIndex) {
     if (octets) memcpy(buffer.data + buffer.byteIndex, src, octets);
     buffer.byteIndex += octets;
@@ -84,7 +84,7 @@ static int patch(L3Call& call, size_t start, unsigned bits, uint32_t length)
 {
   RtxContext* pctxt = call.pctxt;
   size_t stop = l3BitPos(pctxt);
-  if (call.plain && start % 8 == 0 && bits % 8 == 0) {
+  if (call.plain() && start % 8 == 0 && bits % 8 == 0) {
     uint8_t* at = pctxt->buffer.data + (start - bits) / 8;
     rtxStoreFirst(at, static_cast<uint64_t>(length) << (64 - bits), bits / 8);
     return 0;

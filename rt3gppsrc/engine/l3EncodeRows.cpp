@@ -169,7 +169,7 @@ static int encLength(L3Call& call, const L3Type& type, const L3Row& row)
 int l3EncRows(L3Call& call, const L3Type& type, void* value)
 {
   if (l3EncDirectly(call, type, value)) return 0;
-  return call.abandoned ? RTX_E_GENERAL : walkRows(call, type, value);
+  return call.mode == kL3GivenUp ? RTX_E_GENERAL : walkRows(call, type, value);
 }
 
 int l3EncType(L3Call& call, const L3Type& type, void* value)

@@ -66,7 +66,7 @@ static bool readCodeAtOnce(RtxContext* pctxt, const L3Choice& choice, uint32_t& 
 
 int l3DecCode(L3Call& call, const L3Choice& choice, uint32_t& value)
 {
-  if (call.plain && readCodeAtOnce(call.pctxt, choice, value)) return 0;
+  if (call.plain() && readCodeAtOnce(call.pctxt, choice, value)) return 0;
   l3ToLists(call);
   rtxDiagNewBitField(call.pctxt->pBitFldList, "choice selector");
   int status = choice.nodes ? rtx3GPPDecVarAltDetmnt(call.pctxt, &value, choice.nodes, choice.nodeCount - 1)
@@ -103,7 +103,7 @@ static bool countAtOnce(RtxContext* pctxt, const L3Unary& unary, uint8_t* member
 
 int l3DecUnary(L3Call& call, const L3Unary& unary, uint8_t* member)
 {
-  if (call.plain && countAtOnce(call.pctxt, unary, member)) return 0;
+  if (call.plain() && countAtOnce(call.pctxt, unary, member)) return 0;
   l3ToLists(call);
   rtxDiagNewBitField(call.pctxt->pBitFldList, "INTEGER");
   int status = unary.byPosition ? rtx3GPPDecIntAsBitsPattern(call.pctxt, member, unary.pattern)
@@ -116,7 +116,7 @@ int l3DecUnary(L3Call& call, const L3Unary& unary, uint8_t* member)
 int l3EncUnary(L3Call& call, const L3Unary& unary, uint8_t count)
 {
   static constexpr unsigned kAtOnce = 31;
-  if (call.plain && count < kAtOnce) {
+  if (call.plain() && count < kAtOnce) {
     uint32_t word = repeatedAhead(call.pctxt, unary, count + 1U) ^ 1;
     if (l3PutBits(call.pctxt->buffer, count + 1U, word)) return 0;
   }
@@ -131,7 +131,7 @@ int l3EncUnary(L3Call& call, const L3Unary& unary, uint8_t count)
 void l3PadRest(L3Call& call)
 {
   unsigned bits = static_cast<unsigned>(call.pctxt->buffer.bitOffset);
-  if (call.plain && l3PutBits(call.pctxt->buffer, bits, l3PaddingAhead(call.pctxt, bits))) return;
+  if (call.plain() && l3PutBits(call.pctxt->buffer, bits, l3PaddingAhead(call.pctxt, bits))) return;
   l3ToLists(call);
   rtxEncBits(call.pctxt, 0x2B, bits);
 }

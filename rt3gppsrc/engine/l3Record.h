@@ -1,12 +1,13 @@
-// How values lie in records: the shapes that the descriptors imply and that decoder, printer, initialiser and sample
-// builder share. Nothing here allocates or reads the wire.
+// How values lie in records: members and presence bits, the shapes that the descriptors imply, and what earlier members
+// tell of later ones. Decoder, encoder, printer, initialiser and sample builder share it. Nothing here allocates, reads
+// the wire or knows of a call.
 #ifndef VELNOR3GPP_L3_RECORD_H
 #define VELNOR3GPP_L3_RECORD_H
 
 #include <cstddef>
 #include <cstring>
 
-#include "rt3gppsrc/engine/l3Call.h"
+#include "rt3gppsrc/engine/l3Types.h"
 
 // Octets, bits and entries on the heap, as they stand in a record.
 struct L3HeapOctets {
@@ -23,6 +24,62 @@ struct L3HeapList {
   uint64_t n;
   uint8_t* elem;
 };
+
+inline bool l3HasBit(const void* record, uint16_t bit)
+{
+  return (static_cast<const uint8_t*>(record)[bit >> 3] >> (bit & 7)) & 1;
+}
+
+inline void l3SetBit(void* record, uint16_t bit)
+{
+  static_cast<uint8_t*>(record)[bit >> 3] =
+      static_cast<uint8_t>(static_cast<uint8_t*>(record)[bit >> 3] | (1U << (bit & 7)));
+}
+
+// An integer member of 1, 2, 4 or 8 octets.
+inline uint64_t l3Load(const uint8_t* member, uint8_t store)
+{
+  if (store == 1) return *member;
+  uint64_t value = 0;
+  if (store == 2) {
+    uint16_t half;
+    __builtin_memcpy(&half, member, sizeof half);
+    value = half;
+  } else if (store == 4) {
+    uint32_t word;
+    __builtin_memcpy(&word, member, sizeof word);
+    value = word;
+  } else {
+    __builtin_memcpy(&value, member, sizeof value);
+  }
+  return value;
+}
+
+inline void l3Store(uint8_t* member, uint8_t store, uint64_t value)
+{
+  if (store == 1) {
+    *member = static_cast<uint8_t>(value);
+  } else if (store == 2) {
+    uint16_t half = static_cast<uint16_t>(value);
+    __builtin_memcpy(member, &half, sizeof half);
+  } else if (store == 4) {
+    uint32_t word = static_cast<uint32_t>(value);
+    __builtin_memcpy(member, &word, sizeof word);
+  } else {
+    __builtin_memcpy(member, &value, sizeof value);
+  }
+}
+
+// Earlier members: the joined value of selecting fields, and whether a condition holds.
+uint32_t l3JoinFields(const L3Field* fields, unsigned count, const uint8_t* record);
+bool l3Holds(const L3Cond& cond, const uint8_t* record);
+// What a count comes to by the record's field, never below 0.
+size_t l3CountBy(const L3Count& count, const uint8_t* record);
+// Some of a type's rows as a type of their own, for coders by hand that do something between them.
+L3Type l3Slice(const L3Type& type, unsigned from, unsigned count);
+// The alternative for a selector value or a tag; null if there is none.
+const L3Alternative* l3FindBySelector(const L3Choice& choice, uint32_t value);
+const L3Alternative* l3FindByTag(const L3Choice& choice, uint32_t tag);
 
 enum class L3TextForm : uint8_t { none, pointer, array };
 

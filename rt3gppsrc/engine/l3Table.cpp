@@ -42,7 +42,7 @@ uint16_t l3LineOf(const L3Type& type, const char* name)
 // A trial reports nothing, so that it needs no line.
 static uint16_t lineFor(const L3Call& call, const L3Type& type, const char* name)
 {
-  return call.trial ? type.line : l3LineOf(type, name);
+  return call.onTrial() ? type.line : l3LineOf(type, name);
 }
 
 int l3DecFailed(L3Call& call, const L3Type& type, const char* name, int status)

@@ -2,7 +2,7 @@
 // on descriptors made for it.
 #include <gtest/gtest.h>
 
-#include "rt3gppsrc/engine/l3Record.h"
+#include "rt3gppsrc/engine/l3Call.h"
 #include "tests/descriptors.h"
 #include "tests/messages.h"
 #include "tests/outcome.h"
