@@ -107,9 +107,9 @@ static void printRecord(Job& job)
     printf("protection: %s%s%s\n", kCheckTexts[static_cast<size_t>(job.check)], *way ? ", " : "", way);
   }
   if (!job.failures.empty()) return;
-  size_t all = job.octets.size(), used = job.usedOctets;
-  if (used > all) printf("short by: %s of the declared lengths\n", counted(used - all, "octet").c_str());
-  if (size_t left = used < all ? all - used : 0; left)
+  if (size_t missing = job.missingOctets; missing)
+    printf("short by: %s of the declared lengths\n", counted(missing, "octet").c_str());
+  if (size_t left = job.octets.size() - job.usedOctets; left)
     printf("left over: %s behind the last one that was read\n", counted(left, "octet").c_str());
 }
 

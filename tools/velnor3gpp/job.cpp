@@ -131,7 +131,8 @@ static std::unique_ptr<Job> decodeOnce(const std::vector<uint8_t>& octets, const
   const Protection& p = job->protection;
   uint32_t count = order.keys && p.present ? countFor(*order.keys, direction, p.sequence, p.sequenceBits) : 0;
   int status = runDecoder(*job, order, count);
-  job->usedOctets = std::min(job->ctxt.buffer.byteIndex, octets.size()); // a skip can lead behind the end
+  job->usedOctets = std::min(job->ctxt.buffer.byteIndex, octets.size()); // a length can lead behind the end
+  job->missingOctets = job->ctxt.buffer.byteIndex - job->usedOctets;
   job->check = checkOf(*job, order.keys);
   collectFindings(*job, status);
   if (job->headerOnly) job->failures.push_back({RTX_E_NO_SECURITY, "ciphered, and no keys are given", ""});

@@ -47,6 +47,7 @@ struct Job {
   Check check = Check::kPlain;
   bool headerOnly = false;       // ciphered, and no key: nothing but the security header was decoded
   size_t usedOctets = 0;         // where decoding ended
+  size_t missingOctets = 0;      // how far a length has led behind the message's end
   std::vector<Finding> failures; // empty: decoded
   std::vector<Finding> remarks;  // values outside their range and the like: decoding went on
 
