@@ -4,6 +4,22 @@
  * a span in place (TS 24.301, 4.4; TS 24.501, 4.4; TS 33.401, annex B). The library neither negotiates algorithms nor
  * derives keys: it is handed 128-bit keys and algorithm numbers. The record lies in the context's heap; the caller
  * owns the keys and writes `count`, `bearer` and `direction` before each message. Nothing here ever changes these.
+ *
+ * The end of a job (rtxMemReset) takes the record with the heap that it lies in. In a loop over protected messages keep
+ * it in a context of its own, `keys`, that codes nothing, and lend it to the context that does before each message:
+ *
+ *     ctxt.pSecurity = keys.pSecurity;
+ *
+ * rtxMemReset of `ctxt` leaves it alone then. At the end set ctxt.pSecurity to null, and call rtx3gppSecFree for
+ * `keys`.
+ *
+ * What a decoder's status does not say of a protected message:
+ * - A message without a security header needs no code. Where protection is due, ask m.secHdrPresent of the PDU.
+ * - The code of an EPS message of header type 5 (integProtAndPartCipher) is not looked at. A forged one gives status 0
+ *   and no error record. Where such messages are taken, compute the code from octet 5 on and compare it with
+ *   secHdr.msgAuthCode; else refuse the header type.
+ * - With the null algorithm for integrity every message with the code 0 is good.
+ * The record of RTX_E_BAD_MAC holds the code that would have been right. Its text is for a log, never for the sender.
  */
 #ifndef VELNOR3GPP_RT3GPP_NAS_SEC_H
 #define VELNOR3GPP_RT3GPP_NAS_SEC_H

@@ -38,15 +38,19 @@ VELNOR_API uint32_t rtxCtxtClearFlag(RtxContext* pctxt, uint32_t mask);
  *  context gets a growing buffer of its own, of `bufsize` octets or 1024 if that is 0. Returns 0, RTX_E_NO_MEMORY, or
  *  RTX_E_NO_CONTEXT for a null or uninitialised context, which is not looked into: no error record tells of it. */
 VELNOR_API int rtxInitContextBuffer(RtxContext* pctxt, uint8_t* bufaddr, size_t bufsize);
-/** Primes a coding job: the same, and coding then runs in the buffer alone, whatever stream is attached. */
+/** Primes a coding job: the same, and coding then runs in the buffer alone, whatever stream is attached. It ends no
+ * job: end each one, good or bad, with rtxMemReset (or rtxMemFree) before the next is primed. Otherwise the records and
+ * error records of all jobs stay, an error that is not its own decides the status of the next message, and each message
+ * costs more than the one before, a thousand times as much after some ten thousand. */
 VELNOR_API int rtxCtxtSetBufPtr(RtxContext* pctxt, uint8_t* bufaddr, size_t bufsize);
 
 /** Releases all that the current job allocated and gives the storage back; the context stays. A buffer that the
  * run-time owns goes as well, with what a stream has read ahead or not yet written; so do security state and bit trace.
  */
 VELNOR_API void rtxMemFree(RtxContext* pctxt);
-/** Releases all that the current job allocated but keeps the storage for the next job. Buffer, security state and bit
- *  trace go with it where they lie in the context's heap. */
+/** Ends a job: releases all that it allocated, but keeps the storage for the next one. Records that it decoded are
+ * gone. Buffer, security state and bit trace go with it where they lie in the context's heap: rt3gppNasSec.h tells how
+ * keys outlast it. */
 VELNOR_API void rtxMemReset(RtxContext* pctxt);
 /** Ends the context and all that hangs on it; the record itself stays the caller's. */
 VELNOR_API void rtxFreeContext(RtxContext* pctxt);

@@ -65,8 +65,10 @@ typedef struct RtxStack {
 
 /** The octet buffer of a context and its bit cursor. */
 typedef struct RtxBuffer {
-  uint8_t* data;        /**< The octets; owned only if `dynamic` is set. */
-  size_t byteIndex;     /**< Index of the current octet. */
+  uint8_t* data; /**< The octets; owned only if `dynamic` is set. */
+  /** Index of the current octet. A decoder that returned 0 may have left it behind `size`, by a length that runs past
+   * the input: compare the two, and subtract only then. */
+  size_t byteIndex;
   size_t size;          /**< Decoding: valid octets. Encoding: capacity in octets. */
   int16_t bitOffset;    /**< Bits not yet consumed in the current octet, 8 (start of the octet) down to 1. */
   uint8_t dynamic;      /**< 1 if the run-time owns `data` and may grow or free it. */

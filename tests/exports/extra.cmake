@@ -1,11 +1,11 @@
-# The built library and its headers as a stranger finds them; the example is built and run with them.
+# The built library and its headers as a stranger finds them; the examples are built and run with them.
 add_dependencies(test-${name} velnor3gpp)
 target_compile_definitions(test-${name} PRIVATE
   VELNOR_LIBRARY="$<TARGET_FILE:velnor3gpp>" VELNOR_CC="${CMAKE_C_COMPILER}" VELNOR_CXX="${CMAKE_CXX_COMPILER}"
   VELNOR_NM="${CMAKE_NM}" VELNOR_INCLUDE="${PROJECT_SOURCE_DIR}/include" VELNOR_ROOT="${PROJECT_SOURCE_DIR}"
   VELNOR_GENERATED_INCLUDE="${VELNOR_GENERATED_DIR}/include" VELNOR_EXPORTS="${PROJECT_SOURCE_DIR}/cmake/exports.map")
-add_dependencies(test-${name} example-decode)
-target_compile_definitions(test-${name} PRIVATE VELNOR_EXAMPLE="$<TARGET_FILE:example-decode>")
+add_dependencies(test-${name} example-decode example-loop)
+target_compile_definitions(test-${name} PRIVATE VELNOR_EXAMPLES="$<TARGET_FILE_DIR:example-decode>")
 find_program(VELNOR_DOXYGEN doxygen)
 if(VELNOR_DOXYGEN)
   file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/documentation)

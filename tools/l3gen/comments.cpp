@@ -402,7 +402,8 @@ std::string fileComment(const Module& module)
              "). Records are filled by decoders from the context's heap and live until it is freed or reset; nothing "
              "in them is freed singly. Members stand in the order of the standard. Constants tell the numbers of "
              "alternatives (..._t_...), message types (..._msgType_...) and the room of arrays (..._capacity). A "
-             "decoder that returns 0 may have found values outside their bounds: rtxErrCheckNonFatal tells. "
+             "decoder that returns 0 may have found values outside their bounds: rtxErrCheckNonFatal tells. A length "
+             "that runs past the input may leave the cursor behind it: then buffer.byteIndex is above buffer.size. "
              "Generated; change the definitions instead.");
   return lines.insert(lines.find(' ') + 1, "@file\n *  ");
 }
@@ -443,9 +444,17 @@ static std::string statusWords(const Type& type, const char* failed)
   return std::string(" 0 or a negative status; a string ") + failed + " may leave 0: ask rtxErrGetStatus as well.";
 }
 
+// Top-level forms with a security header verify and decipher what stands behind it.
+static std::string securityWords(const Type& type)
+{
+  auto isHeader = [](const Row& row) { return row.given == kL3ByHand && row.member == "secHdr"; };
+  if (std::none_of(type.rows.begin(), type.rows.end(), isHeader)) return "";
+  return " rt3gppNasSec.h tells what a status of 0 does not say of a protected message.";
+}
+
 std::string decoderWords(const Type& type)
 {
-  return "Decodes at the cursor." + statusWords(type, "cut short");
+  return "Decodes at the cursor." + statusWords(type, "cut short") + securityWords(type);
 }
 
 std::string encoderWords(const Type& type)

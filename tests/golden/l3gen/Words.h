@@ -2,7 +2,8 @@
  *  Records and operations of module Words (TS 00.002). Records are filled by decoders from the context's heap and
  *  live until it is freed or reset; nothing in them is freed singly. Members stand in the order of the standard.
  *  Constants tell the numbers of alternatives (..._t_...), message types (..._msgType_...) and the room of arrays
- *  (..._capacity). A decoder that returns 0 may have found values outside their bounds: rtxErrCheckNonFatal tells.
+ *  (..._capacity). A decoder that returns 0 may have found values outside their bounds: rtxErrCheckNonFatal tells. A
+ *  length that runs past the input may leave the cursor behind it: then buffer.byteIndex is above buffer.size.
  *  Generated; change the definitions instead. */
 #ifndef VELNOR3GPP_GEN_Words_H
 #define VELNOR3GPP_GEN_Words_H
