@@ -60,14 +60,14 @@ bool foundInMemory(const Octets& secret)
   return false;
 }
 
-// What a caller does, one after the other: two keys; a code over less than a block and over several; a ciphering of
-// less than a block and one that takes eight blocks at once and then one.
-int use(RtxContext* ctxt, int step)
+// What a caller does, one after the other: two keys, 32 octets in a row; a code over less than a block and over
+// several; a ciphering of less than a block and one that takes eight blocks at once and then one.
+int use(RtxContext* ctxt, int step, const uint8_t* keys)
 {
   uint32_t mac = 0;
   uint8_t octets[9 * kAesBlockOctets] = {};
   if (step == 0) return rtx3gppSecInitialize(ctxt);
-  if (step == 1) return rtx3gppAssignAlgorithmKeys(ctxt, kKeyA.data(), kKeyB.data(), 2, 2);
+  if (step == 1) return rtx3gppAssignAlgorithmKeys(ctxt, keys, keys + kAesBlockOctets, 2, 2);
   const size_t length = step % 2 ? 3 : sizeof octets;
   return step < 4 ? rtx3gppComputeMAC(ctxt, octets, length, &mac) : rtx3gppCipher(ctxt, octets, length);
 }
@@ -88,7 +88,7 @@ std::vector<Octets> madeOfKeys(const Rtx3gppSecContext& security)
 // Runs something on a stack of its own, which is then searched like the memory.
 void runOnStack(const std::function<void()>& work)
 {
-  alignas(4096) static uint8_t stack[1 << 18];
+  alignas(4096) static uint8_t stack[1 << 16];
   memset(stack, 0, sizeof stack);
   pthread_attr_t attributes;
   pthread_t thread;
@@ -104,11 +104,15 @@ void runOnStack(const std::function<void()>& work)
   returnedMemory.insert(returnedMemory.end(), stack, stack + sizeof stack);
 }
 
-// With memory that goes back to the system piece by piece and with the heap's own blocks, in both ways of AES.
+// With memory that goes back to the system piece by piece and with the heap's own blocks, in both ways of AES. Each
+// time with other keys: a thread begins with the registers of the one that made it, which has searched for the keys
+// before.
 TEST(NasSecurityMemory, HoldsNoKeysOnHeapOrStackAfterSecFree)
 {
+  std::mt19937 random(1);
   for (AesChoice choice : {AesChoice::plain, AesChoice::instructions})
     for (uint32_t flags : {uint32_t{RT_MH_USE_SYSMEM}, 0U}) {
+      const Octets keys = randomOctets(random, 2 * kAesBlockOctets);
       if (!rtx3gppAesForce(choice)) continue;
       SCOPED_TRACE(choice == AesChoice::plain ? "plain logic" : "AES instructions");
       RtxContext ctxt;
@@ -116,7 +120,7 @@ TEST(NasSecurityMemory, HoldsNoKeysOnHeapOrStackAfterSecFree)
       rtxMemHeapSetFlags(&ctxt.pMemHeap, flags);
       for (int step = 0; step < 6; ++step) {
         int status = -1;
-        runOnStack([&] { status = use(&ctxt, step); });
+        runOnStack([&] { status = use(&ctxt, step, keys.data()); });
         ASSERT_EQ(0, status);
       }
       const std::vector<Octets> made = madeOfKeys(*ctxt.pSecurity);
