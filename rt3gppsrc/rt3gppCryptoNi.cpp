@@ -6,7 +6,7 @@
 
 #include <immintrin.h>
 
-#include "rtxsrc/rtxBigEndian.h"
+#include "rtxsrc/bits/rtxBigEndian.h"
 
 // A function attribute cannot be had from an inline function, hence a macro.
 #define AES_FUNCTION __attribute__((target("aes,ssse3")))

@@ -4,7 +4,7 @@
 #include <string.h>
 
 #include "rt3gppsrc/rt3gppCrypto.h"
-#include "rtxsrc/rtxBigEndian.h"
+#include "rtxsrc/bits/rtxBigEndian.h"
 
 namespace {
 

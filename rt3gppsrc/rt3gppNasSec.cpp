@@ -4,7 +4,7 @@
 #include <string.h>
 
 #include "rt3gppsrc/rt3gppCrypto.h"
-#include "rtxsrc/rtxBigEndian.h"
+#include "rtxsrc/bits/rtxBigEndian.h"
 #include "velnor3gpp/rtxError.h"
 #include "velnor3gpp/rtxMemHeap.h"
 #include "velnor3gpp/rtxStatus.h"

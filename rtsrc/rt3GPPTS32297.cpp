@@ -5,8 +5,8 @@
 #include <stdlib.h>
 
 #include "rtsrc/rt3GPPTS32297Time.h"
-#include "rtxsrc/rtxReport.h"
-#include "rtxsrc/rtxStreamTest.h"
+#include "rtxsrc/errors/rtxReport.h"
+#include "rtxsrc/streams/rtxStreamBinding.h"
 #include "velnor3gpp/rtxBitDecode.h"
 #include "velnor3gpp/rtxBitEncode.h"
 #include "velnor3gpp/rtxPrintToStream.h"

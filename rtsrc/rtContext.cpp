@@ -3,7 +3,7 @@
 
 #include <stdlib.h>
 
-#include "rtxsrc/rtxErrorInternal.h"
+#include "rtxsrc/errors/rtxErrorInternal.h"
 #include "velnor3gpp/rtxContext.h"
 #include "velnor3gpp/rtxDList.h"
 

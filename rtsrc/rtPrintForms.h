@@ -3,7 +3,7 @@
 #ifndef VELNOR_RT_PRINT_FORMS_H
 #define VELNOR_RT_PRINT_FORMS_H
 
-#include "rtxsrc/rtxPrintForms.h"
+#include "rtxsrc/print/rtxPrintForms.h"
 #include "velnor3gpp/rtPrint.h"
 
 // How octets of a bit string look: the stream form writes "ab cd" on lines of their own from 64 bits up, the

@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "L3Descriptors.h"
-#include "rtxsrc/rtxBigEndian.h"
+#include "rtxsrc/bits/rtxBigEndian.h"
 #include "src2/NamedParts.h"
 #include "velnor3gpp/TS24501IES.h"
 #include "velnor3gpp/rtxBitDecode.h"

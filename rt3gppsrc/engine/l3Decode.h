@@ -4,7 +4,7 @@
 #define VELNOR3GPP_L3_DECODE_H
 
 #include "rt3gppsrc/engine/l3Call.h"
-#include "rtxsrc/rtxBigEndian.h"
+#include "rtxsrc/bits/rtxBigEndian.h"
 
 // Decodes a value of the type inside a call.
 int l3DecType(L3Call& call, const L3Type& type, void* value);

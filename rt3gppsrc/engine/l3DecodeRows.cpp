@@ -5,7 +5,7 @@
 #include "rt3gppsrc/engine/l3Direct.h"
 #include "rt3gppsrc/engine/l3Engine.h"
 #include "rt3gppsrc/engine/l3Padding.h"
-#include "rtxsrc/rtxReport.h"
+#include "rtxsrc/errors/rtxReport.h"
 #include "velnor3gpp/rtx3GPP.h"
 #include "velnor3gpp/rtxBitDecode.h"
 #include "velnor3gpp/rtxDiagBitTrace.h"

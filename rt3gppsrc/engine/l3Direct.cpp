@@ -3,7 +3,7 @@
 
 #include "rt3gppsrc/engine/l3Decode.h"
 #include "rt3gppsrc/engine/l3Encode.h"
-#include "rtxsrc/rtxMemHeapInline.h"
+#include "rtxsrc/heap/rtxMemHeapInline.h"
 #include "velnor3gpp/rtxBitDecode.h"
 #include "velnor3gpp/rtxBitEncode.h"
 #include "velnor3gpp/rtxError.h"

@@ -9,7 +9,7 @@
 #include <cstring>
 
 #include "rt3gppsrc/engine/l3Call.h"
-#include "rtxsrc/rtxBigEndian.h"
+#include "rtxsrc/bits/rtxBigEndian.h"
 
 // A decoding under way: bit positions from the start of the buffer; pos <= end <= 8 * octets always.
 struct L3DirectIn {

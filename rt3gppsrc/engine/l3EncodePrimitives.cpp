@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "rt3gppsrc/engine/l3Encode.h"
-#include "rtxsrc/rtxBigEndian.h"
+#include "rtxsrc/bits/rtxBigEndian.h"
 #include "velnor3gpp/rtxBitEncode.h"
 #include "velnor3gpp/rtxDiagBitTrace.h"
 

@@ -5,7 +5,7 @@
 #include "rt3gppsrc/engine/l3Encode.h"
 #include "rt3gppsrc/engine/l3Engine.h"
 #include "rt3gppsrc/engine/l3Padding.h"
-#include "rtxsrc/rtxReport.h"
+#include "rtxsrc/errors/rtxReport.h"
 
 static constexpr unsigned kMaxRegions = 4;
 

@@ -2,8 +2,8 @@
 // no count beyond an inline array's end and follows no null pointer.
 #include "rt3gppsrc/engine/l3Engine.h"
 #include "rt3gppsrc/engine/l3Record.h"
-#include "rtxsrc/rtxBigEndian.h"
-#include "rtxsrc/rtxPrintForms.h"
+#include "rtxsrc/bits/rtxBigEndian.h"
+#include "rtxsrc/print/rtxPrintForms.h"
 #include "velnor3gpp/rtPrintToStream.h"
 
 // Types within types; the deepest message stays far below.

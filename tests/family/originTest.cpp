@@ -2,6 +2,7 @@
 // or to a line of the run-time that reports, whichever coder was at work.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <map>
 #include <set>
 
@@ -156,11 +157,12 @@ const Level& readLevel(const std::string& coder, const RtxErrLocn& at)
 // A line of the run-time that reports.
 bool isReport(const RtxErrLocn& at)
 {
-  for (const char* room : {"rtxsrc", "rtsrc", "rt3gppsrc"}) {
-    const Lines& lines = linesOf(std::string(VELNOR_ROOT "/") + room + "/" + at.module + ".cpp");
-    if (at.line >= 1 && at.line <= lines.size() && lines[at.line - 1].find("__LINE__") != std::string::npos)
-      return true;
-  }
+  for (const char* room : {"rtxsrc", "rtsrc", "rt3gppsrc"})
+    for (auto& entry : std::filesystem::recursive_directory_iterator(std::string(VELNOR_ROOT "/") + room)) {
+      if (entry.path().filename() != at.module + std::string(".cpp")) continue;
+      const Lines& lines = linesOf(entry.path());
+      return at.line >= 1 && at.line <= lines.size() && lines[at.line - 1].find("__LINE__") != std::string::npos;
+    }
   return false;
 }
 

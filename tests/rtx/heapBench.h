@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "rtxsrc/rtxMemHeapInternal.h"
+#include "rtxsrc/heap/rtxMemHeapInternal.h"
 
 struct Heap {
   RtxContext ctxt = {};

@@ -1,0 +1,330 @@
+#include "velnor3gpp/rtxBitDecode.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "rtxsrc/bits/rtxBigEndian.h"
+#include "rtxsrc/bits/rtxBitCursor.h"
+#include "rtxsrc/errors/rtxReport.h"
+#include "rtxsrc/streams/rtxStreamBinding.h"
+#include "velnor3gpp/rtxCheckBuffer.h"
+#include "velnor3gpp/rtxError.h"
+#include "velnor3gpp/rtxStatus.h"
+
+static const char* const kModule = "rtxBitDecode";
+
+// Takes 1 to 64 bits that are known to be there; `left` octets can be touched.
+static inline uint64_t extractBits(const uint8_t* p, size_t left, unsigned phase, size_t nbits)
+{
+  size_t end = phase + nbits;
+  if (end <= 8) return static_cast<uint64_t>(p[0] >> (8 - end)) & kLowBits[nbits];
+  if (left >= 8 && end <= 64) return (rtxLoadOctets<8>(p) << phase) >> (64 - nbits);
+  uint64_t value = p[0] & kLowBits[8 - phase];
+  size_t rest = end - 8;
+  for (; rest >= 8; rest -= 8) value = value << 8 | *++p;
+  return rest == 0 ? value : value << rest | static_cast<uint64_t>(p[1] >> (8 - rest));
+}
+
+static int refill(RtxContext* pctxt, size_t nbytes, int line)
+{
+  int status = rtxCheckInputBuffer(pctxt, nbytes);
+  return status < 0 ? rtxReport(pctxt, status, kModule, line) : 0;
+}
+
+// Takes a field of 1 to `width` bits that is all at hand; false for any other, with nothing done. The readers stay
+// small leaf functions with this, since nearly every field passes here.
+static inline bool takeField(RtxContext* pctxt, uint64_t* pvalue, size_t nbits, size_t width)
+{
+  RtxBuffer* buffer = &pctxt->buffer;
+  unsigned phase = rtxCursorPhase(buffer);
+  size_t left = rtxBufferLeft(pctxt);
+  // nbits - 1 wraps for 0, so that one comparison sorts out 0 and all above the width.
+  if (nbits - 1 >= width || (phase + nbits + 7) / 8 > left) return false;
+  *pvalue = extractBits(buffer->data + buffer->byteIndex, left, phase, nbits);
+  rtxCursorAdvance(buffer, phase + nbits);
+  return true;
+}
+
+static void storeValue(void* pvalue, size_t width, uint64_t value)
+{
+  if (pvalue == nullptr) return;
+  if (width == 16) *static_cast<uint16_t*>(pvalue) = static_cast<uint16_t>(value);
+  if (width == 32) *static_cast<uint32_t*>(pvalue) = static_cast<uint32_t>(value);
+  if (width == 64) *static_cast<uint64_t*>(pvalue) = value;
+}
+
+// Everything else: no bits, too many, and fields for which the input must be refilled. All widths are one routine.
+[[gnu::noinline]] static int readSlowly(RtxContext* pctxt, void* pvalue, size_t nbits, size_t width, int line)
+{
+  uint64_t value = 0;
+  if (nbits > width) return rtxReport(pctxt, RTX_E_TOO_BIG, kModule, line);
+  if (nbits > 0) {
+    int status = refill(pctxt, rtxOctetsTouched(rtxCursorPhase(&pctxt->buffer), nbits), line);
+    if (status < 0) return status;
+    takeField(pctxt, &value, nbits, width);
+  }
+  storeValue(pvalue, width, value);
+  return 0;
+}
+
+[[gnu::noinline]] static int readBitSlowly(RtxContext* pctxt, uint8_t* pvalue)
+{
+  int status = refill(pctxt, 1, __LINE__);
+  return status < 0 ? status : rtxDecBit(pctxt, pvalue);
+}
+
+int rtxDecBit(RtxContext* pctxt, uint8_t* pvalue)
+{
+  RtxBuffer* buffer = &pctxt->buffer;
+  if (buffer->byteIndex >= buffer->size) [[unlikely]]
+    return readBitSlowly(pctxt, pvalue);
+  unsigned below = 7 - rtxCursorPhase(buffer);
+  if (pvalue != nullptr) *pvalue = static_cast<uint8_t>(buffer->data[buffer->byteIndex] >> below & 1);
+  buffer->byteIndex += below == 0;
+  buffer->bitOffset = static_cast<int16_t>(below == 0 ? 8 : below);
+  return 0;
+}
+
+int rtxDecBits(RtxContext* pctxt, uint32_t* pvalue, size_t nbits)
+{
+  uint64_t value = 0;
+  if (!takeField(pctxt, &value, nbits, 32)) [[unlikely]]
+    return readSlowly(pctxt, pvalue, nbits, 32, __LINE__);
+  if (pvalue != nullptr) *pvalue = static_cast<uint32_t>(value);
+  return 0;
+}
+
+int rtxDecBitsToUInt16(RtxContext* pctxt, uint16_t* pvalue, size_t nbits)
+{
+  uint64_t value = 0;
+  if (!takeField(pctxt, &value, nbits, 16)) [[unlikely]]
+    return readSlowly(pctxt, pvalue, nbits, 16, __LINE__);
+  if (pvalue != nullptr) *pvalue = static_cast<uint16_t>(value);
+  return 0;
+}
+
+int rtxDecBitsToUInt64(RtxContext* pctxt, uint64_t* pvalue, size_t nbits)
+{
+  uint64_t value = 0;
+  if (!takeField(pctxt, &value, nbits, 64)) [[unlikely]]
+    return readSlowly(pctxt, pvalue, nbits, 64, __LINE__);
+  if (pvalue != nullptr) *pvalue = value;
+  return 0;
+}
+
+int rtxDecBitsToSize(RtxContext* pctxt, size_t* pvalue, size_t nbits)
+{
+  constexpr size_t width = 8 * sizeof *pvalue;
+  uint64_t value = 0;
+  if (!takeField(pctxt, &value, nbits, width)) [[unlikely]]
+    return readSlowly(pctxt, pvalue, nbits, width, __LINE__);
+  if (pvalue != nullptr) *pvalue = static_cast<size_t>(value);
+  return 0;
+}
+
+// What is not all at hand takes the road of the octet strings, whose cursor differs at the end of the input.
+[[gnu::noinline]] static int readByteSlowly(RtxContext* pctxt, uint8_t* pvalue, size_t nbits)
+{
+  if (nbits > 8) return rtxReport(pctxt, RTX_E_TOO_BIG, kModule, __LINE__);
+  if (nbits == 0) {
+    if (pvalue != nullptr) *pvalue = 0;
+    return 0;
+  }
+  int status = rtxDecBitsToByteArray(pctxt, pvalue, 1, nbits);
+  if (status < 0) return rtxReport(pctxt, status, kModule, __LINE__);
+  if (pvalue != nullptr) *pvalue = static_cast<uint8_t>(*pvalue >> (8 - nbits));
+  return 0;
+}
+
+int rtxDecBitsToByte(RtxContext* pctxt, uint8_t* pvalue, size_t nbits)
+{
+  uint64_t value = 0;
+  if (!takeField(pctxt, &value, nbits, 8)) [[unlikely]]
+    return readByteSlowly(pctxt, pvalue, nbits);
+  if (pvalue != nullptr) *pvalue = static_cast<uint8_t>(value);
+  return 0;
+}
+
+static uint8_t* copyOut(RtxBuffer* buffer, uint8_t* pbuf, size_t count)
+{
+  if (count == 0) return pbuf;
+  std::memcpy(pbuf, buffer->data + buffer->byteIndex, count);
+  buffer->byteIndex += count;
+  return pbuf + count;
+}
+
+// Long strings go from the stream to the target directly, so that they are not copied twice.
+static int readPastBuffer(RtxContext* pctxt, uint8_t* pbuf, size_t count)
+{
+  while (count > 0) {
+    int64_t got = rtxStreamRead(pctxt, pbuf, count);
+    if (got < 0) return rtxReport(pctxt, static_cast<int>(got), kModule, __LINE__);
+    if (got == 0) return rtxReport(pctxt, RTX_E_END_OF_FILE, kModule, __LINE__);
+    pbuf += got;
+    count -= static_cast<size_t>(got);
+  }
+  return 0;
+}
+
+static int readAlignedOctets(RtxContext* pctxt, uint8_t* pbuf, size_t count)
+{
+  size_t run = std::min(count, rtxBufferLeft(pctxt));
+  pbuf = copyOut(&pctxt->buffer, pbuf, run);
+  count -= run;
+  if (count == 0) return 0;
+  if (!rtxHasStream(pctxt)) return rtxReport(pctxt, RTX_E_END_OF_BUFFER, kModule, __LINE__);
+  if (count > RTX_STREAM_CTXTBUF_SIZE) return readPastBuffer(pctxt, pbuf, count);
+  int status = refill(pctxt, count, __LINE__);
+  if (status < 0) return status;
+  copyOut(&pctxt->buffer, pbuf, count);
+  return 0;
+}
+
+// The last 1 to 7 bits of an aligned string. The bit offset moves before the octet is known to be there.
+static int readAlignedTail(RtxContext* pctxt, uint8_t* pbuf, unsigned nbits)
+{
+  RtxBuffer* buffer = &pctxt->buffer;
+  buffer->bitOffset = static_cast<int16_t>(8 - nbits);
+  if (rtxBufferLeft(pctxt) == 0) {
+    int status = refill(pctxt, 1, __LINE__);
+    if (status < 0) return status;
+  }
+  *pbuf = buffer->data[buffer->byteIndex] & static_cast<uint8_t>(~kLowBits[8 - nbits]);
+  return 0;
+}
+
+static int readShiftedOctets(RtxContext* pctxt, uint8_t* pbuf, size_t count, unsigned phase)
+{
+  RtxBuffer* buffer = &pctxt->buffer;
+  while (count > 0) {
+    if (rtxBufferLeft(pctxt) < 2) {
+      int status = refill(pctxt, std::min<size_t>(count + 1, RTX_STREAM_CTXTBUF_SIZE), __LINE__);
+      if (status < 0) return status;
+    }
+    size_t run = std::min(count, rtxBufferLeft(pctxt) - 1);
+    const uint8_t* p = buffer->data + buffer->byteIndex;
+    for (size_t i = 0; i < run; ++i) pbuf[i] = static_cast<uint8_t>(p[i] << phase | p[i + 1] >> (8 - phase));
+    buffer->byteIndex += run;
+    pbuf += run;
+    count -= run;
+  }
+  return 0;
+}
+
+// The last 1 to 7 bits of an unaligned string, from one octet or two. The bit offset moves first, as above.
+static int readShiftedTail(RtxContext* pctxt, uint8_t* pbuf, unsigned nbits, unsigned phase)
+{
+  RtxBuffer* buffer = &pctxt->buffer;
+  uint8_t top = static_cast<uint8_t>(~kLowBits[8 - nbits]);
+  unsigned end = phase + nbits;
+  buffer->bitOffset = static_cast<int16_t>(8 - end % 8);
+  if (rtxBufferLeft(pctxt) < (end > 8 ? 2U : 1U)) {
+    int status = refill(pctxt, end > 8 ? 2 : 1, __LINE__);
+    if (status < 0) return status;
+  }
+  const uint8_t* p = buffer->data + buffer->byteIndex;
+  unsigned bits = static_cast<unsigned>(p[0] << phase);
+  if (end > 8) bits |= static_cast<unsigned>(p[1] >> (8 - phase));
+  *pbuf = static_cast<uint8_t>(bits) & top;
+  buffer->byteIndex += end / 8;
+  return 0;
+}
+
+static int readShifted(RtxContext* pctxt, uint8_t* pbuf, size_t nbits, unsigned phase)
+{
+  if (rtxBufferLeft(pctxt) < 2) {
+    int status = refill(pctxt, std::min<size_t>(nbits / 8 + 1, RTX_STREAM_CTXTBUF_SIZE), __LINE__);
+    if (status < 0) return status;
+  }
+  int status = readShiftedOctets(pctxt, pbuf, nbits / 8, phase);
+  if (status < 0 || nbits % 8 == 0) return status;
+  return readShiftedTail(pctxt, pbuf + nbits / 8, nbits % 8, phase);
+}
+
+// Forward on a stream: the begun octet, then whole octets past the buffer, then the bits of the last octet.
+static int moveStreamForward(RtxContext* pctxt, uint64_t nbits)
+{
+  RtxBuffer* buffer = &pctxt->buffer;
+  unsigned phase = rtxCursorPhase(buffer);
+  if (nbits == 0) return 0;
+  if (phase != 0) {
+    // A read of whole octets can have left the begun octet unloaded.
+    int status = rtxBufferLeft(pctxt) == 0 ? refill(pctxt, 1, __LINE__) : 0;
+    if (status < 0) return status;
+    uint64_t step = std::min<uint64_t>(nbits, 8 - phase);
+    rtxCursorAdvance(buffer, phase + step);
+    nbits -= step;
+  }
+  if (nbits >= 8) {
+    int status = rtxStreamSkip(pctxt, nbits / 8);
+    if (status < 0) return rtxReport(pctxt, status, kModule, __LINE__);
+  }
+  if (nbits % 8 == 0) return 0;
+  if (rtxBufferLeft(pctxt) == 0) {
+    int status = refill(pctxt, 1, __LINE__);
+    if (status < 0) return status;
+  }
+  rtxCursorAdvance(buffer, nbits % 8);
+  return 0;
+}
+
+static int checkMoved(RtxContext* pctxt, int line)
+{
+  const RtxBuffer* buffer = &pctxt->buffer;
+  bool past = buffer->byteIndex > buffer->size || (buffer->byteIndex == buffer->size && buffer->bitOffset != 8);
+  return past ? rtxReport(pctxt, RTX_E_END_OF_BUFFER, kModule, line) : 0;
+}
+
+static int moveForward(RtxContext* pctxt, size_t nbits)
+{
+  if (rtxHasStream(pctxt)) return moveStreamForward(pctxt, nbits);
+  RtxBuffer* buffer = &pctxt->buffer;
+  size_t bits = static_cast<size_t>(8 - buffer->bitOffset) + nbits % 8;
+  size_t octets = nbits / 8 + bits / 8;
+  buffer->byteIndex = octets > SIZE_MAX - buffer->byteIndex ? SIZE_MAX : buffer->byteIndex + octets;
+  buffer->bitOffset = static_cast<int16_t>(8 - bits % 8);
+  return checkMoved(pctxt, __LINE__);
+}
+
+int rtxMoveBitCursor(RtxContext* pctxt, int32_t nbits)
+{
+  if (nbits >= 0) return moveForward(pctxt, static_cast<size_t>(nbits));
+  RtxBuffer* buffer = &pctxt->buffer;
+  size_t position = buffer->byteIndex * 8 + static_cast<size_t>(8 - buffer->bitOffset);
+  size_t back = 0U - static_cast<size_t>(nbits);
+  if (back > position) return rtxReport(pctxt, RTX_E_END_OF_BUFFER, kModule, __LINE__);
+  buffer->byteIndex = 0;
+  rtxCursorAdvance(buffer, position - back);
+  return checkMoved(pctxt, __LINE__);
+}
+
+int rtxSkipBits(RtxContext* pctxt, int32_t nbits)
+{
+  return rtxMoveBitCursor(pctxt, nbits);
+}
+
+int rtxDecBitsToByteArray(RtxContext* pctxt, uint8_t* pbuf, size_t bufsize, size_t nbits)
+{
+  if (nbits == 0) return 0;
+  if (pbuf == nullptr) return moveForward(pctxt, nbits);
+  if (rtxOctetsTouched(0, nbits) > bufsize) return rtxReport(pctxt, RTX_E_STRING_TOO_LONG, kModule, __LINE__);
+  unsigned phase = rtxCursorPhase(&pctxt->buffer);
+  if (phase != 0) return readShifted(pctxt, pbuf, nbits, phase);
+  int status = readAlignedOctets(pctxt, pbuf, nbits / 8);
+  if (status < 0 || nbits % 8 == 0) return status;
+  return readAlignedTail(pctxt, pbuf + nbits / 8, nbits % 8);
+}
+
+int rtxSkipBytes(RtxContext* pctxt, size_t nbytes)
+{
+  RtxBuffer* buffer = &pctxt->buffer;
+  if (nbytes == 0) return 0;
+  if (!rtxHasStream(pctxt)) {
+    buffer->byteIndex = nbytes > SIZE_MAX - buffer->byteIndex ? SIZE_MAX : buffer->byteIndex + nbytes;
+    return checkMoved(pctxt, __LINE__);
+  }
+  int status = rtxStreamSkip(pctxt, nbytes);
+  if (status < 0) return rtxReport(pctxt, status, kModule, __LINE__);
+  if (buffer->bitOffset == 8 || rtxBufferLeft(pctxt) > 0) return 0;
+  return refill(pctxt, 1, __LINE__);
+}

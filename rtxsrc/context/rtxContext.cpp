@@ -1,0 +1,275 @@
+// The life of a context: set-up, buffer binding, the end of a job and of the context.
+#include "velnor3gpp/rtxContext.h"
+
+#include <string.h>
+
+#include "rtxsrc/errors/rtxReport.h"
+#include "rtxsrc/streams/rtxStreamBinding.h"
+#include "velnor3gpp/rtxBitEncode.h"
+#include "velnor3gpp/rtxDList.h"
+#include "velnor3gpp/rtxDiagBitTrace.h"
+#include "velnor3gpp/rtxError.h"
+#include "velnor3gpp/rtxPrintStream.h"
+
+namespace {
+
+const char kModule[] = "rtxContext";
+
+constexpr size_t kDefaultBufferSize = 1024;
+constexpr int kIndentColumns = 3;
+
+// What every extension record begins with.
+struct Extension {
+  int (*release)(RtxContext* pctxt);
+};
+
+// Without octets there is no size either, so that the next coder asks for a buffer.
+void forgetBuffer(RtxBuffer* buffer)
+{
+  buffer->data = nullptr;
+  buffer->byteIndex = buffer->size = 0;
+  buffer->bitOffset = 8;
+}
+
+// Frees a buffer that the run-time owns, by the allocator it came from, and forgets it.
+void dropBuffer(RtxContext* pctxt)
+{
+  if ((pctxt->flags & RTX_FLAG_SYSMEM_BUFFER) != 0)
+    rtxMemHeapSysFreePtr(&pctxt->pMemHeap, pctxt->buffer.data);
+  else if (!rtxMemHeapIsEmpty(&pctxt->pMemHeap))
+    rtxMemHeapFreePtr(&pctxt->pMemHeap, pctxt->buffer.data);
+  forgetBuffer(&pctxt->buffer);
+  pctxt->flags &= ~RTX_FLAG_SYSMEM_BUFFER;
+}
+
+// True if emptying the heap takes the storage at `ptr` away.
+bool heapHolds(RtxContext* pctxt, const void* ptr)
+{
+  const RtxMemHeap* heap = pctxt->pMemHeap;
+  if (heap == nullptr || (heap->flags & RT_MH_STATIC) == 0) return rtxMemHeapCheckPtr(&pctxt->pMemHeap, ptr) != 0;
+  const uintptr_t start = reinterpret_cast<uintptr_t>(heap->phead);
+  return reinterpret_cast<uintptr_t>(ptr) - start < reinterpret_cast<uintptr_t>(heap->curBlock);
+}
+
+// The octets that a stream has captured go with the heap; the stream goes on without.
+void endCapture(RtxContext* pctxt)
+{
+  RtxStream* pStream = pctxt->pStream;
+  if (pStream == nullptr || pStream->pCapture == nullptr) return;
+  if (heapHolds(pctxt, pStream->pCapture) || heapHolds(pctxt, pStream->pCapture->buffer)) pStream->pCapture = nullptr;
+}
+
+// A list in the caller's own storage stays bound; it loses its entries.
+void emptyTrace(RtxContext* pctxt)
+{
+  RtxBitFieldList* list = pctxt->pBitFldList;
+  if (list == nullptr) return;
+  if (heapHolds(pctxt, list)) {
+    pctxt->pBitFldList = nullptr;
+    return;
+  }
+  rtxSListInitEx(pctxt, &list->fieldList);
+  list->pLastPrinted = nullptr;
+  list->pCaptureBuf = nullptr;
+}
+
+// Gives the context a growing buffer. A stream that works through it needs one that survives rtxMemReset; another
+// stream brings its own.
+int allocBuffer(RtxContext* pctxt, size_t size)
+{
+  RtxBuffer* buffer = &pctxt->buffer;
+  if (rtxHasBufferedStream(pctxt)) {
+    buffer->data = static_cast<uint8_t*>(rtxMemHeapSysAlloc(&pctxt->pMemHeap, size));
+    if (buffer->data != nullptr) pctxt->flags |= RTX_FLAG_SYSMEM_BUFFER;
+  } else if (!rtxHasStream(pctxt)) {
+    buffer->data = static_cast<uint8_t*>(rtxMemHeapAlloc(&pctxt->pMemHeap, size));
+  } else {
+    return 0;
+  }
+  if (buffer->data != nullptr) return 0;
+  forgetBuffer(buffer);
+  return RTX_E_NO_MEMORY;
+}
+
+void releaseExtensions(RtxContext* pctxt)
+{
+  for (void*& slot : pctxt->extInfo) {
+    if (slot == nullptr) continue;
+    const Extension* ext = static_cast<const Extension*>(slot);
+    if (ext->release != nullptr) ext->release(pctxt);
+    rtxMemHeapSysFreePtr(&pctxt->pMemHeap, slot);
+    slot = nullptr;
+  }
+}
+
+} // namespace
+
+int rtxPreInitContext(RtxContext* pctxt)
+{
+  memset(pctxt, 0, sizeof *pctxt);
+  rtxStackInit(pctxt, &pctxt->containerStack);
+  pctxt->initCode = RTX_CTXT_INIT_CODE;
+  pctxt->buffer.bitOffset = 8;
+  return 0;
+}
+
+int rtxInitContext(RtxContext* pctxt)
+{
+  rtxErrInit();
+  rtxPreInitContext(pctxt);
+  return rtxMemHeapCreate(&pctxt->pMemHeap);
+}
+
+int rtxInitContextExt(RtxContext* pctxt, RtxMallocFunc mallocFunc, RtxReallocFunc reallocFunc, RtxFreeFunc freeFunc)
+{
+  rtxErrInit();
+  rtxPreInitContext(pctxt);
+  return rtxMemHeapCreateExt(&pctxt->pMemHeap, mallocFunc, reallocFunc, freeFunc);
+}
+
+int rtxInitThreadContext(RtxContext* pctxt, const RtxContext* pSrcCtxt)
+{
+  int status = rtxInitContext(pctxt);
+  if (status < 0) return status;
+  pctxt->threadWord = pSrcCtxt->threadWord;
+  return 0;
+}
+
+void rtxCopyContext(RtxContext* pdst, const RtxContext* psrc)
+{
+  RtxBuffer* to = &pdst->buffer;
+  const RtxBuffer* from = &psrc->buffer;
+  to->data = from->data;
+  to->byteIndex = from->byteIndex;
+  to->size = from->size;
+  to->bitOffset = from->bitOffset;
+  to->dynamic = from->dynamic;
+  to->aligned = from->aligned;
+  pdst->flags = psrc->flags;
+  pdst->pStream = psrc->pStream;
+}
+
+int rtxCheckContext(const RtxContext* pctxt)
+{
+  return pctxt != nullptr && pctxt->initCode == RTX_CTXT_INIT_CODE ? 0 : RTX_E_NO_CONTEXT;
+}
+
+void rtxCtxtSetMemHeap(RtxContext* pdst, const RtxContext* psrc)
+{
+  if (pdst == nullptr || psrc == nullptr || pdst->pMemHeap == psrc->pMemHeap) return;
+  if (pdst->pMemHeap != nullptr) rtxMemHeapRelease(&pdst->pMemHeap);
+  pdst->pMemHeap = psrc->pMemHeap;
+  if (pdst->pMemHeap != nullptr) rtxMemHeapAddRef(&pdst->pMemHeap);
+}
+
+void rtxCtxtSetFlag(RtxContext* pctxt, uint32_t mask)
+{
+  pctxt->flags |= mask;
+}
+
+uint32_t rtxCtxtClearFlag(RtxContext* pctxt, uint32_t mask)
+{
+  return pctxt->flags &= ~mask;
+}
+
+int rtxInitContextBuffer(RtxContext* pctxt, uint8_t* bufaddr, size_t bufsize)
+{
+  if (rtxCheckContext(pctxt) != 0) return RTX_E_NO_CONTEXT; // nothing in it can be followed, not even the error list
+  RtxBuffer* buffer = &pctxt->buffer;
+  const bool ownsSystemMemory = buffer->dynamic && (pctxt->flags & RTX_FLAG_SYSMEM_BUFFER) != 0;
+  if (ownsSystemMemory && buffer->data != nullptr) dropBuffer(pctxt);
+  pctxt->flags &= ~RTX_FLAG_SYSMEM_BUFFER;
+  if (bufaddr != nullptr) {
+    buffer->data = bufaddr;
+  } else {
+    if (bufsize == 0) bufsize = kDefaultBufferSize;
+    int status = allocBuffer(pctxt, bufsize);
+    if (status < 0) return rtxReport(pctxt, status, kModule, __LINE__);
+  }
+  buffer->size = bufsize;
+  buffer->dynamic = bufaddr == nullptr;
+  rtxTellCapacity(pctxt, bufsize);
+  buffer->byteIndex = 0;
+  buffer->bitOffset = 8;
+  return 0;
+}
+
+int rtxCtxtSetBufPtr(RtxContext* pctxt, uint8_t* bufaddr, size_t bufsize)
+{
+  int status = rtxInitContextBuffer(pctxt, bufaddr, bufsize);
+  if (status == RTX_E_NO_CONTEXT) return status;
+  if (status < 0) return rtxReport(pctxt, status, kModule, __LINE__);
+  pctxt->flags |= RTX_FLAG_BUFFER_MODE;
+  pctxt->state = 0;
+  return 0;
+}
+
+void rtxMemFree(RtxContext* pctxt)
+{
+  const RtxBuffer* buffer = &pctxt->buffer;
+  const bool own = buffer->dynamic && buffer->data != nullptr;
+  const bool behindStream = own && rtxHasBufferedStream(pctxt);
+  // What a stream has read ahead is lost, but it was read.
+  if (behindStream && rtxStreamIsReadable(pctxt)) pctxt->pStream->bytesProcessed += buffer->size;
+  if (own && (behindStream || !rtxHasStream(pctxt) || heapHolds(pctxt, buffer->data))) dropBuffer(pctxt);
+  rtxFreeRegexpCache(pctxt);
+  endCapture(pctxt);
+  rtxStackInit(pctxt, &pctxt->containerStack);
+  pctxt->pSecurity = nullptr;
+  pctxt->pBitFldList = nullptr;
+  rtxErrReset(pctxt);
+  rtxMemHeapFreeAll(&pctxt->pMemHeap);
+}
+
+void rtxMemReset(RtxContext* pctxt)
+{
+  rtxErrReset(pctxt);
+  // Nothing may lead to what the next job overwrites. What lies elsewhere stays for it.
+  if (pctxt->buffer.dynamic && heapHolds(pctxt, pctxt->buffer.data)) forgetBuffer(&pctxt->buffer);
+  if (heapHolds(pctxt, pctxt->pSecurity)) pctxt->pSecurity = nullptr;
+  endCapture(pctxt);
+  emptyTrace(pctxt);
+  rtxMemHeapReset(&pctxt->pMemHeap);
+}
+
+void rtxFreeContext(RtxContext* pctxt)
+{
+  pctxt->flags |= RTX_FLAG_CLOSING;
+  rtxFreeRegexpCache(pctxt);
+  rtxErrReset(pctxt);
+  releaseExtensions(pctxt);
+  rtxStreamRelease(pctxt);
+  rtxPrintStreamRelease(pctxt);
+  if (pctxt->buffer.dynamic && pctxt->buffer.data != nullptr) dropBuffer(pctxt);
+  rtxErrResetErrInfo(pctxt); // A stream may have failed to close.
+  rtxMemHeapRelease(&pctxt->pMemHeap);
+  if (pctxt->pFreeHook != nullptr)
+    pctxt->pFreeHook(pctxt);
+  else
+    pctxt->initCode = 0;
+}
+
+void rtxFreeRegexpCache(RtxContext* pctxt)
+{
+  if (pctxt->regexpCache.count != 0) rtxDListFreeAll(pctxt, &pctxt->regexpCache);
+}
+
+uint16_t rtxGetIndentLevels(const RtxContext* pctxt)
+{
+  return static_cast<uint16_t>(pctxt->indent / kIndentColumns);
+}
+
+int rtxWriteIndent(RtxContext* pctxt)
+{
+  if ((pctxt->flags & RTX_FLAG_NO_INDENT) != 0) return 0;
+  static const uint8_t kLineFeed = '\n';
+  int status = rtxWriteBytes(pctxt, &kLineFeed, 1);
+  uint8_t blanks[64];
+  memset(blanks, ' ', sizeof blanks);
+  for (size_t left = pctxt->indent; left != 0 && status >= 0;) {
+    const size_t count = left < sizeof blanks ? left : sizeof blanks;
+    status = rtxWriteBytes(pctxt, blanks, count);
+    left -= count;
+  }
+  return status < 0 ? rtxReport(pctxt, status, kModule, __LINE__) : 0;
+}

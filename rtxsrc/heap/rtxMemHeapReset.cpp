@@ -1,0 +1,106 @@
+// The reset between two jobs: what is not saved becomes free, the blocks stay.
+#include "rtxsrc/heap/rtxMemHeapInternal.h"
+
+namespace {
+
+const char kModule[] = "rtxMemHeapReset";
+
+// A block without saved elements becomes one free element. Of many blocks most have not been used since: reading that
+// costs less than writing it again.
+void clearBlock(RtxMemBlock* block)
+{
+  const unsigned nunits = block->nunits;
+  const unsigned size = nunits - kMemFirstElem;
+  const bool asReset = block->maxFreeElem == size && block->freeElemOff == nunits - 1;
+  const RtxMemElem& first = *rtxMemElemAt(block, kMemFirstElem);
+  if (asReset && (first.flags & kMemElemFree) != 0 && rtxMemFreeSizeAt(block, nunits - 1) == size) return;
+  rtxMemSetElem(rtxMemElemAt(block, kMemFirstElem), size, 1, kMemFirstElem, kMemElemFree, 0);
+  rtxMemElemAt(block, nunits)->prevOff = static_cast<uint16_t>(size);
+  block->maxFreeElem = static_cast<uint16_t>(size);
+  block->freeElemOff = block->head.nextFree = block->head.prevFree = static_cast<uint16_t>(nunits - 1);
+  *rtxMemLinkAt(block, nunits - 1) = {0, 0, 0};
+}
+
+// Makes the units from `begin` up to `end` one free element at the tail of the ring.
+void addRun(RtxMemBlock* block, unsigned begin, unsigned end, unsigned prevOff)
+{
+  const unsigned size = end - begin;
+  const uint16_t linkOff = static_cast<uint16_t>(end - 1);
+  rtxMemSetElem(rtxMemElemAt(block, begin), size, prevOff, begin, kMemElemFree, 0);
+  rtxMemElemAt(block, end)->prevOff = static_cast<uint16_t>(size);
+  const uint16_t last = block->head.prevFree;
+  *rtxMemLinkAt(block, linkOff) = {0, 0, last};
+  rtxMemLinkAt(block, last)->nextFree = linkOff;
+  block->head.prevFree = linkOff;
+  if (block->freeElemOff == 0) block->freeElemOff = linkOff;
+  rtxMemRaiseMaxFree(block, size);
+}
+
+// Every run between saved elements becomes one free element; the last saved one is met when `nsaved` are counted.
+void keepSaved(RtxMemBlock* block)
+{
+  unsigned off = kMemFirstElem, begin = kMemFirstElem, prevOff = 1;
+  block->freeElemOff = block->maxFreeElem = block->head.nextFree = block->head.prevFree = 0;
+  for (unsigned met = 0; met < block->nsaved && off < block->nunits;) {
+    RtxMemElem* elem = rtxMemElemAt(block, off);
+    const unsigned size = elem->nunits;
+    if ((elem->flags & kMemElemSaved) != 0) {
+      if (begin < off)
+        addRun(block, begin, off, prevOff);
+      else
+        elem->prevOff = static_cast<uint16_t>(prevOff);
+      met++;
+      begin = off + size;
+      prevOff = size;
+    }
+    off += size;
+  }
+  if (begin < block->nunits) addRun(block, begin, block->nunits, prevOff);
+}
+
+// Elements that the reset frees are wiped too; those that are saved are not.
+void wipeUnsaved(RtxMemBlock* block)
+{
+  for (unsigned off = kMemFirstElem; off < block->nunits; off += rtxMemElemAt(block, off)->nunits) {
+    RtxMemElem* elem = rtxMemElemAt(block, off);
+    if ((elem->flags & (kMemElemSaved | kMemElemFree)) == 0) rtxMemWipe(elem + 1, (elem->nunits - 1U) * kMemUnit);
+  }
+}
+
+void resetBlock(RtxMemHeap* heap, RtxMemBlock* block)
+{
+  if (block->nsaved == 0 && (heap->flags & RT_MH_FREE_EMPTY_BLOCKS) != 0) return rtxMemBlockRelease(heap, block);
+  if ((heap->flags & RT_MH_ZERO_ON_FREE) != 0) wipeUnsaved(block);
+  if (block->nsaved == 0)
+    clearBlock(block);
+  else
+    keepSaved(block);
+}
+
+void resetRawBlocks(RtxMemHeap* heap)
+{
+  for (void *at = heap->phead, *next; at != heap; at = next) {
+    next = rtxMemRawLinks(at)[0];
+    RtxMemRawBlk* raw = static_cast<RtxMemRawBlk*>(at);
+    if ((raw->elem.flags & kMemElemSaved) == 0) rtxMemRawRelease(heap, raw);
+  }
+}
+
+} // namespace
+
+void rtxMemHeapReset(RtxMemHeap** ppHeap)
+{
+  if (ppHeap == nullptr || *ppHeap == nullptr) return;
+  RtxMemHeap* heap = *ppHeap;
+  if (rtxMemIsStatic(heap)) return rtxMemSetStaticUsed(heap, 0);
+  if ((heap->flags & RT_MH_CHECK_HEAP) != 0) rtxMemHeapCheck(ppHeap, kModule, __LINE__);
+  resetRawBlocks(heap);
+  RtxMemBlock* block = heap->curBlock;
+  if (block == nullptr) return;
+  for (RtxMemBlock *last = block->prev, *next;; block = next) {
+    next = block->next;
+    const bool done = block == last;
+    resetBlock(heap, block);
+    if (done) return;
+  }
+}

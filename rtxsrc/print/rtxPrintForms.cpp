@@ -1,0 +1,175 @@
+#include "rtxsrc/print/rtxPrintForms.h"
+
+#include <string.h>
+
+#include "velnor3gpp/rtxStatus.h"
+
+// Above this many octets an octet string prints as a dump.
+static const size_t kHexLineOctets = 32;
+
+void rtxFormAssign(RtxPrintSink& sink, const char* name, const char* value)
+{
+  rtxSinkPut(sink, {name, " = ", value, "\n"});
+}
+
+void rtxFormQuoted(RtxPrintSink& sink, const char* name, const char* value)
+{
+  rtxSinkPut(sink, {name, " = '", value, "'\n"});
+}
+
+void rtxFormInteger(RtxPrintSink& sink, const char* name, int64_t value)
+{
+  RtxNumText number;
+  rtxFormAssign(sink, name, rtxDecimal(number, value));
+}
+
+void rtxFormUnsigned(RtxPrintSink& sink, const char* name, uint64_t value)
+{
+  RtxNumText number;
+  rtxFormAssign(sink, name, rtxDecimalU(number, value));
+}
+
+void rtxFormReal(RtxPrintSink& sink, const char* name, double value, int digits)
+{
+  char text[40];
+  (void)snprintf(text, sizeof text, "%.*g", digits, value);
+  rtxFormAssign(sink, name, text);
+}
+
+// The octets in hexadecimal; a callback gets each one singly.
+static void putOctets(RtxPrintSink& sink, size_t octets, const uint8_t* data)
+{
+  char text[64];
+  size_t step = sink.kind == RtxSinkKind::callback ? 1 : sizeof text / 2;
+  for (size_t at = 0; at < octets;) {
+    size_t n = octets - at < step ? octets - at : step;
+    for (size_t i = 0; i < n; i++) rtxHexPair(text + 2 * i, data[at + i]);
+    rtxSinkWrite(sink, text, 2 * n);
+    at += n;
+  }
+}
+
+void rtxFormHexPlain(RtxPrintSink& sink, const char* name, size_t octets, const uint8_t* data)
+{
+  rtxSinkPut(sink, {name, " = 0x"});
+  if (data != nullptr) putOctets(sink, octets, data);
+  rtxSinkWrite(sink, "\n", 1);
+}
+
+void rtxFormHex(RtxPrintSink& sink, const char* name, size_t octets, const uint8_t* data, bool ascii)
+{
+  if (octets <= kHexLineOctets) return rtxFormHexPlain(sink, name, octets, data);
+  rtxSinkPut(sink, {name, " =\n"});
+  rtxDump(sink, data, octets, 1, ascii);
+}
+
+void rtxFormHexDump(RtxPrintSink& sink, const char* name, size_t octets, const uint8_t* data)
+{
+  rtxSinkPut(sink, {name, " =\n"});
+  rtxDump(sink, data, octets, 1, false);
+}
+
+void rtxFormHexBinary(RtxPrintSink& sink, const char* name, size_t octets, const uint8_t* data)
+{
+  RtxNumText number;
+  rtxSinkPut(sink, {name, ".numocts = ", rtxDecimalU(number, octets), "\n"});
+  rtxSinkPut(sink, {name, ".data = \n"});
+  rtxDump(sink, data, octets, 1, true);
+}
+
+void rtxFormWideChar(RtxPrintSink& sink, uint32_t character, unsigned digits)
+{
+  RtxNumText number;
+  char plain = static_cast<char>(character);
+  if (character >= 32 && character <= 126) return rtxSinkWrite(sink, &plain, 1);
+  rtxSinkPut(sink, {"0x", rtxHexNumber(number, character, digits)});
+}
+
+void rtxFormUnicode(RtxPrintSink& sink, const char* name, const uint16_t* chars, int64_t count)
+{
+  if (chars == nullptr) return;
+  rtxSinkPut(sink, {name, " = '"});
+  for (int64_t i = 0; count < 0 ? chars[i] != 0 : i < count; i++) rtxFormWideChar(sink, chars[i], 4);
+  rtxSinkWrite(sink, "'\n", 2);
+}
+
+void rtxFormPair(RtxPrintSink& sink, const char* name, const RtxNameValuePair* pair)
+{
+  rtxSinkPut(sink, {name, ".name  = '", pair->name, "'\n"});
+  rtxSinkPut(sink, {name, ".value = '", pair->value, "'\n"});
+}
+
+void rtxFormArrayPair(RtxPrintSink& sink, const char* name, size_t index, const RtxNameValuePair* pair)
+{
+  RtxNumText number;
+  const char* at = rtxDecimalU(number, index);
+  rtxSinkPut(sink, {name, "[", at, "].name  = '", pair->name, "'\n"});
+  rtxSinkPut(sink, {name, "[", at, "].value = '", pair->value, "'\n"});
+}
+
+int rtxFormFile(RtxPrintSink& sink, const char* filename, bool addLineFeed)
+{
+  FILE* file = filename != nullptr ? fopen(filename, "r") : nullptr;
+  if (file == nullptr) return RTX_E_FILE_OPEN;
+  char piece[1024];
+  while (fgets(piece, sizeof piece, file) != nullptr) rtxSinkPut(sink, {piece, addLineFeed ? "\n" : ""});
+  (void)fclose(file);
+  return 0;
+}
+
+void rtxFormIpv4(RtxPrintSink& sink, const char* name, size_t octets, const uint8_t* data)
+{
+  RtxNumText number;
+  rtxSinkPut(sink, {name, " = "});
+  for (size_t i = 0; data != nullptr && i < octets; i++)
+    rtxSinkPut(sink, {i > 0 ? "." : "", rtxDecimalU(number, data[i])});
+  rtxSinkWrite(sink, "\n", 1);
+}
+
+void rtxFormIpv6(RtxPrintSink& sink, const char* name, size_t octets, const uint8_t* data)
+{
+  RtxNumText number;
+  rtxSinkPut(sink, {name, " = "});
+  for (size_t i = 0; data != nullptr && i < octets; i++)
+    rtxSinkPut(sink, {rtxHexNumber(number, data[i], 1), i % 2 == 1 ? ":" : ""});
+  rtxSinkWrite(sink, "\n", 1);
+}
+
+static void putTbcdDigit(RtxPrintSink& sink, unsigned nibble)
+{
+  static const char kDigits[] = "0123456789*#abc";
+  if (nibble < 15) rtxSinkWrite(sink, kDigits + nibble, 1);
+}
+
+void rtxFormTbcd(RtxPrintSink& sink, const char* name, size_t octets, const uint8_t* data)
+{
+  rtxSinkPut(sink, {name, " = "});
+  for (size_t i = 0; data != nullptr && i < octets; i++) {
+    putTbcdDigit(sink, data[i] & 15);
+    putTbcdDigit(sink, data[i] >> 4);
+  }
+}
+
+void rtxFormText(RtxPrintSink& sink, const char* name, size_t octets, const uint8_t* data)
+{
+  rtxSinkPut(sink, {name, " = "});
+  for (size_t i = 0; data != nullptr && i < octets; i++) {
+    char character = static_cast<char>(data[i]);
+    if (data[i] >= 32 && data[i] <= 126) rtxSinkWrite(sink, &character, 1);
+  }
+  rtxSinkWrite(sink, "\n", 1);
+}
+
+void rtxFormOpenBrace(RtxPrintSink& sink, const char* name)
+{
+  rtxSinkIndent(sink);
+  rtxSinkPut(sink, {name, " {\n"});
+  rtxSinkIndentMore(sink);
+}
+
+void rtxFormCloseBrace(RtxPrintSink& sink)
+{
+  rtxSinkIndentLess(sink);
+  rtxSinkIndent(sink);
+  rtxSinkWrite(sink, "}\n", 2);
+}

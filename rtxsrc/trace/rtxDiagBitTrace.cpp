@@ -1,0 +1,160 @@
+#include "velnor3gpp/rtxDiagBitTrace.h"
+
+#include <string.h>
+
+#include "rtxsrc/trace/rtxTraceWalk.h"
+#include "velnor3gpp/rtxContainer.h"
+#include "velnor3gpp/rtxDList.h"
+#include "velnor3gpp/rtxError.h"
+#include "velnor3gpp/rtxMemHeap.h"
+#include "velnor3gpp/rtxStatus.h"
+#include "velnor3gpp/rtxStream.h"
+
+static const char* const kModule = "rtxDiagBitTrace";
+
+int rtxDiagCtxtBitFieldListInit(RtxContext* pctxt)
+{
+  void* record = rtxMemHeapAllocZ(&pctxt->pMemHeap, sizeof(RtxBitFieldList));
+  if (record == nullptr) return rtxErrSetData(pctxt, RTX_E_NO_MEMORY, kModule, __LINE__);
+  pctxt->pBitFldList = static_cast<RtxBitFieldList*>(record);
+  return rtxDiagBitFieldListInit(pctxt, pctxt->pBitFldList);
+}
+
+// Lets the stream keep all octets that pass, since no buffer holds the whole message.
+static int captureStream(RtxContext* pctxt, RtxBitFieldList* pList)
+{
+  void* record = rtxMemHeapAllocZ(&pctxt->pMemHeap, sizeof(RtxMemBuf));
+  if (record == nullptr) return rtxErrSetData(pctxt, RTX_E_NO_MEMORY, kModule, __LINE__);
+  pList->pCaptureBuf = static_cast<RtxMemBuf*>(record);
+  rtxMemBufInit(pctxt, pList->pCaptureBuf, 0);
+  rtxStreamSetCapture(pctxt, pList->pCaptureBuf);
+  return 0;
+}
+
+int rtxDiagBitFieldListInit(RtxContext* pctxt, RtxBitFieldList* pList)
+{
+  memset(pList, 0, sizeof *pList);
+  rtxSListInitEx(pctxt, &pList->fieldList);
+  rtxBitLineInit(pList->lineBuf);
+  return rtxTraceInBuffer(pctxt) ? 0 : captureStream(pctxt, pList);
+}
+
+static bool isOn(const RtxBitFieldList* pList)
+{
+  return pList != nullptr && pList->disabledCnt == 0;
+}
+
+// The entry that an update works on; null if there is nothing to update.
+static RtxBitField* lastField(const RtxBitFieldList* pList)
+{
+  if (!isOn(pList) || pList->fieldList.tail == nullptr) return nullptr;
+  return static_cast<RtxBitField*>(pList->fieldList.tail->data);
+}
+
+static void freeField(RtxContext* pctxt, RtxBitField* field)
+{
+  if (field->elemName != nullptr) rtxMemHeapFreePtr(&pctxt->pMemHeap, field->elemName);
+  rtxMemHeapFreePtr(&pctxt->pMemHeap, field);
+}
+
+// Appends an entry at the current position. Takes over the name, also when it fails.
+static RtxBitField* appendField(RtxBitFieldList* pList, char* elemName, const char* nameSuffix)
+{
+  RtxContext* pctxt = pList->fieldList.pctxt;
+  void* record = rtxMemHeapAllocZ(&pctxt->pMemHeap, sizeof(RtxBitField));
+  if (record == nullptr) {
+    if (elemName != nullptr) rtxMemHeapFreePtr(&pctxt->pMemHeap, elemName);
+    return nullptr;
+  }
+  RtxBitField* field = static_cast<RtxBitField*>(record);
+  field->elemName = elemName;
+  field->nameSuffix = nameSuffix;
+  field->bitOffset = rtxCtxtGetBitOffset(pctxt);
+  if (rtxSListAppend(&pList->fieldList, field) != nullptr) return field;
+  freeField(pctxt, field);
+  return nullptr;
+}
+
+RtxBitField* rtxDiagNewBitField(RtxBitFieldList* pList, const char* nameSuffix)
+{
+  if (!isOn(pList)) return nullptr;
+  RtxContext* pctxt = pList->fieldList.pctxt;
+  char* path = nullptr;
+  if (rtxDListToUTF8Str(pctxt, &pctxt->elemNameStack, &path, '.') < 0) return nullptr;
+  return appendField(pList, path, nameSuffix);
+}
+
+void rtxDiagSetBitFldOffset(RtxBitFieldList* pList)
+{
+  RtxBitField* field = lastField(pList);
+  if (field != nullptr && field->bitCount == 0) field->bitOffset = rtxCtxtGetBitOffset(pList->fieldList.pctxt);
+}
+
+// A position that was moved back behind the entry leaves it empty.
+static void endField(const RtxBitFieldList* pList, RtxBitField* field)
+{
+  size_t position = rtxCtxtGetBitOffset(pList->fieldList.pctxt);
+  field->bitCount = position > field->bitOffset ? position - field->bitOffset : 0;
+}
+
+void rtxDiagSetBitFldCount(RtxBitFieldList* pList)
+{
+  RtxBitField* field = lastField(pList);
+  if (field != nullptr) endField(pList, field);
+}
+
+void rtxDiagSetBitFldNameSuffix(RtxBitFieldList* pList, const char* suffix)
+{
+  RtxBitField* field = lastField(pList);
+  if (field != nullptr) field->nameSuffix = suffix;
+}
+
+int rtxDiagSetBitFldDisabled(RtxBitFieldList* pList, int value)
+{
+  if (pList == nullptr) return 1;
+  if (value != 0 && pList->disabledCnt < UINT16_MAX) pList->disabledCnt++;
+  if (value == 0 && pList->disabledCnt > 0) pList->disabledCnt--;
+  return pList->disabledCnt > 0;
+}
+
+static void takePath(RtxContext* pctxt, RtxBitField* field)
+{
+  char* path = nullptr;
+  if (rtxDListToUTF8Str(pctxt, &pctxt->elemNameStack, &path, '.') >= 0) field->elemName = path;
+}
+
+void rtxDiagBitFldAppendNamePart(RtxBitFieldList* pList, const char* part)
+{
+  RtxBitField* field = lastField(pList);
+  if (field == nullptr) return;
+  RtxContext* pctxt = pList->fieldList.pctxt;
+  if (field->elemName == nullptr || field->elemName[0] == 0) return takePath(pctxt, field);
+  if (part == nullptr) return;
+  size_t length = strlen(field->elemName);
+  size_t partSize = strlen(part) + 1;
+  void* name = rtxMemHeapRealloc(&pctxt->pMemHeap, field->elemName, length + 1 + partSize);
+  if (name == nullptr) return;
+  field->elemName = static_cast<char*>(name);
+  field->elemName[length] = '.';
+  memcpy(field->elemName + length + 1, part, partSize);
+}
+
+// A heap copy; null for a null name or for want of memory.
+static char* copyName(RtxContext* pctxt, const char* name)
+{
+  if (name == nullptr) return nullptr;
+  size_t size = strlen(name) + 1;
+  void* copy = rtxMemHeapAlloc(&pctxt->pMemHeap, size);
+  return copy != nullptr ? static_cast<char*>(memcpy(copy, name, size)) : nullptr;
+}
+
+void rtxDiagInsBitFieldLen(RtxBitFieldList* pList)
+{
+  RtxBitField* field = lastField(pList);
+  if (field == nullptr) return;
+  char* name = copyName(pList->fieldList.pctxt, field->elemName);
+  if (name == nullptr && field->elemName != nullptr) return;
+  if (appendField(pList, name, field->nameSuffix) == nullptr) return;
+  field->nameSuffix = "length";
+  endField(pList, field);
+}

@@ -1,0 +1,150 @@
+// The HTML form of the bit trace: one page with two rows for each entry.
+#include <stdio.h>
+#include <string.h>
+
+#include "rtxsrc/trace/rtxTraceWalk.h"
+
+static const size_t kHeadSize = 401;
+
+// Blanks among the characters count, so the cells keep white space as it stands: the line feeds break the lines in
+// place of the "br", and the margin takes back the line feed behind "code".
+static const char kPageStart[] =
+    R"(<!DOCTYPE html PUBLIC "-//W3C//DTD HTML 4.01 Transitional//EN">
+<html>
+<head>
+<META http-equiv="Content-Type" content="text/html; charset=utf-8">
+<title>EXI 1.0 Encoding</title>
+<style type="text/css">
+body { margin: 2em auto; max-width: 960px; padding: 0 1em; background: #fafafa; color: #222;
+  font-family: "Segoe UI", "Helvetica Neue", Arial, sans-serif }
+h1 { font-size: 150%; font-weight: 600; margin: 0 0 1em 0 }
+table { border-collapse: collapse; border: 1px solid #bbb; background: white; width: 100% }
+td { border: 1px solid #ddd; padding: 6px 12px; vertical-align: top; line-height: 1.5 }
+code { font-family: "DejaVu Sans Mono", Menlo, Consolas, monospace }
+div.exampleInner pre { margin-left: 1em; margin-top: 0; margin-bottom: 0 }
+div.exampleOuter { border: 4px double gray; margin: 0; padding: 0 }
+div.exampleInner { background-color: #d5dee3; border-top: 4px double #d3d3d3; border-bottom: 4px double #d3d3d3;
+  margin: 0; padding: 4px }
+div.exampleWrapper { margin: 4px }
+div.exampleHeader { font-weight: bold; margin: 4px }
+tr.silver td { background: silver }
+tr.bold td { font-weight: bold }
+td code { display: block; white-space: pre-wrap; margin-top: -1.5em }
+td code br { display: none }
+td.xml { background: gray; color: white; font-weight: bold; font-size: 100%; overflow-wrap: anywhere }
+@media print { body { margin: 0; max-width: none } td { break-inside: avoid } }
+</style>
+</head>
+)"
+    "<body>\n\n<h1><a name=\"title\" id=\"title\"></a>EXI 1.0 Encoding</h1>\n"
+    "<table border=\"1\" width=\"800\"><thead>\n";
+
+static const char kPageEnd[] = "</table>\n</body>\n</html>\n";
+
+static void putEscaped(FILE* file, const char* text)
+{
+  static const char kSpecial[] = "&<>\"";
+  static const char* const kEntities[] = {"&amp;", "&lt;", "&gt;", "&quot;"};
+  for (; *text != 0; text++) {
+    const char* special = strchr(kSpecial, *text);
+    if (special != nullptr)
+      (void)fputs(kEntities[special - kSpecial], file);
+    else
+      (void)fputc(*text, file);
+  }
+}
+
+static void putHeadRow(FILE* file, const RtxTraceEntry& entry, const char* varname)
+{
+  char head[kHeadSize];
+  rtxTraceHead(head, sizeof head, entry.field, varname);
+  (void)fputs("<tr>\n<td colspan=\"3\" class=\"xml\">\n<code>\n", file);
+  putEscaped(file, head);
+  (void)fprintf(file, "<br/>\nbit offset: %zd bit count: %zd next bit offset: %zd</td>\n</tr>\n\n",
+                entry.field.bitOffset, entry.field.bitCount, entry.nextOffset);
+}
+
+enum class Column { bits, hex, chars };
+
+// One cell under construction: it takes one column of each line.
+struct Cell {
+  FILE* file;
+  Column column;
+  size_t lines;
+};
+
+static void putCellLine(void* arg, const RtxBitLine& line)
+{
+  Cell& cell = *static_cast<Cell*>(arg);
+  if (cell.lines++ > 0) (void)fputs("<br/>\n", cell.file);
+  switch (cell.column) {
+    case Column::bits:
+      return putEscaped(cell.file, line.bits);
+    case Column::hex:
+      return putEscaped(cell.file, line.hex);
+    case Column::chars:
+      return putEscaped(cell.file, line.chars);
+  }
+}
+
+// The lines run once for each cell, each time from the same state, so that none need be kept.
+static void putCell(FILE* file, Column column, const char* width, RtxBitLine& line, const RtxTraceData& data,
+                    const RtxTraceEntry& entry)
+{
+  Cell cell = {file, column, 0};
+  (void)fprintf(file, "<td align=\"left\" width=\"%s\"><code>\n", width);
+  rtxBitLineField(line, data, entry.field, entry.nextOffset, {putCellLine, &cell});
+  if (cell.lines > 0) {
+    (void)fputc('\n', file);
+  } else if (column == Column::hex) {
+    (void)fputs("&nbsp;\n", file);
+  }
+  (void)fputs("</code></td>\n", file);
+}
+
+static void putBitsRow(FILE* file, RtxBitLine& line, const RtxTraceData& data, const RtxTraceEntry& entry)
+{
+  RtxBitLine forHex = line;
+  RtxBitLine forChars = line;
+  (void)fputs("<tr>\n", file);
+  putCell(file, Column::bits, "60%", line, data, entry);
+  putCell(file, Column::hex, "25%", forHex, data, entry);
+  putCell(file, Column::chars, "15%", forChars, data, entry);
+  (void)fputs("</tr>\n\n", file);
+}
+
+static void putPage(FILE* file, const RtxBitFieldList* pList, const char* varname, const RtxTraceData& data)
+{
+  RtxTraceWalk walk;
+  RtxBitLine line; // of its own: a text print that goes on later keeps its line
+  rtxBitLineInit(line);
+  (void)fputs(kPageStart, file);
+  for (rtxTraceStart(walk, pList->fieldList.head); walk.node != nullptr; walk.node = walk.node->next) {
+    RtxTraceEntry entry = rtxTraceEntryAt(walk);
+    putHeadRow(file, entry, varname);
+    putBitsRow(file, line, data, entry);
+  }
+  (void)fputs(kPageEnd, file);
+}
+
+static FILE* openPage(const char* filename)
+{
+  if (filename == nullptr || filename[0] == 0 || strcmp(filename, "stdout") == 0) return stdout;
+  FILE* file = fopen(filename, "w");
+  if (file == nullptr) (void)printf("could not open %s for write access\n", filename);
+  return file;
+}
+
+void rtxDiagBitTracePrintHTML(const char* filename, RtxBitFieldList* pList, const char* varname)
+{
+  if (pList == nullptr || pList->fieldList.pctxt == nullptr) return;
+  RtxTraceData data;
+  if (!rtxTraceFindData(pList->fieldList.pctxt, &data)) {
+    (void)printf("ERROR: capture buffer was not assigned to stream\n");
+    return;
+  }
+  FILE* file = openPage(filename);
+  if (file == nullptr) return;
+  putPage(file, pList, varname, data);
+  if (file != stdout) (void)fclose(file);
+}

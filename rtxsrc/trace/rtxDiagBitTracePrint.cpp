@@ -1,0 +1,72 @@
+// The text form of the bit trace.
+#include "rtxsrc/print/rtxPrintSink.h"
+#include "rtxsrc/trace/rtxTraceWalk.h"
+#include "velnor3gpp/rtxDiag.h"
+
+static const size_t kHeadSize = 800;
+
+// Positions print as signed numbers, as on the page.
+static const char* signedText(RtxNumText& number, size_t value)
+{
+  return rtxDecimal(number, static_cast<int64_t>(value));
+}
+
+static void putLine(void* arg, const RtxBitLine& line)
+{
+  rtxSinkPut(*static_cast<RtxPrintSink*>(arg), {line.bits, "    ", line.hex, "    ", line.chars, "\n"});
+}
+
+static void printFields(RtxPrintSink& sink, RtxBitFieldList* pList, const char* varname, const RtxTraceData& data);
+
+// The entries of an open type, over the octets from the field's own on.
+static void printOpenType(RtxPrintSink& sink, const RtxBitField& field, const char* varname, const RtxTraceData& data)
+{
+  size_t from = field.bitOffset / 8 < data.size ? field.bitOffset / 8 : data.size;
+  rtxSinkPut(sink, {"*** Open Type Data ***\n"});
+  printFields(sink, field.openTypeFields, varname, {data.octets + from, data.size - from});
+  rtxSinkPut(sink, {"***\n"});
+}
+
+static void printEntry(RtxPrintSink& sink, RtxBitLine& line, const RtxTraceEntry& entry, const char* varname,
+                       const RtxTraceData& data)
+{
+  char head[kHeadSize];
+  RtxNumText offset, count, next;
+  rtxTraceHead(head, sizeof head, entry.field, varname);
+  rtxSinkPut(sink, {head, "\n"});
+  rtxSinkPut(sink, {"bit offset: ", signedText(offset, entry.field.bitOffset),
+                    "\tbit count: ", signedText(count, entry.field.bitCount),
+                    "\tnext bit offset: ", signedText(next, entry.nextOffset), "\n"});
+  rtxBitLineField(line, data, entry.field, entry.nextOffset, {putLine, &sink});
+  rtxSinkPut(sink, {"\n"});
+  if (entry.field.openTypeFields != nullptr) printOpenType(sink, entry.field, varname, data);
+}
+
+static void printFields(RtxPrintSink& sink, RtxBitFieldList* pList, const char* varname, const RtxTraceData& data)
+{
+  RtxTraceWalk walk;
+  RtxSListNode* first = pList->pLastPrinted != nullptr ? pList->pLastPrinted->next : pList->fieldList.head;
+  if (rtxTraceStart(walk, first)) {
+    RtxNumText bits;
+    rtxSinkPut(sink, {"bit adjustment set to ", signedText(bits, walk.adjustment), "\n"});
+    pList->pLastPrinted = first;
+  }
+  for (; walk.node != nullptr; walk.node = walk.node->next) {
+    printEntry(sink, pList->lineBuf, rtxTraceEntryAt(walk), varname, data);
+    pList->pLastPrinted = walk.node;
+  }
+}
+
+void rtxDiagBitTracePrint(RtxBitFieldList* pList, const char* varname)
+{
+  if (pList == nullptr || pList->fieldList.pctxt == nullptr) return;
+  RtxContext* pctxt = pList->fieldList.pctxt;
+  RtxTraceData data;
+  if (!rtxTraceFindData(pctxt, &data)) {
+    rtxDiagStream(pctxt, "~E ERROR: capture buffer was not assigned to stream\n");
+    return;
+  }
+  RtxPrintSink sink = rtxSinkOfStream(pctxt);
+  printFields(sink, pList, varname, data);
+  rtxSinkDone(sink);
+}

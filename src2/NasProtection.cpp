@@ -1,0 +1,116 @@
+#include "src2/NasProtection.h"
+
+#include "rt3gppsrc/engine/l3Encode.h"
+#include "velnor3gpp/rt3gppNasSec.h"
+#include "velnor3gpp/rtxBitEncode.h"
+#include "velnor3gpp/rtxCheckBuffer.h"
+
+NasPosition nasPosition(const RtxContext* pctxt)
+{
+  return {pctxt->buffer.byteIndex, pctxt->buffer.bitOffset, pctxt->flags};
+}
+
+void nasReturn(RtxContext* pctxt, const NasPosition& position)
+{
+  pctxt->buffer.byteIndex = position.byteIndex;
+  pctxt->buffer.bitOffset = position.bitOffset;
+  pctxt->flags = position.flags;
+}
+
+void nasVerify(L3Call& call, const L3Type& type, size_t from, uint32_t received)
+{
+  if (call.onTrial()) {
+    l3Note(call, type.module->decoder, RTX_E_BAD_MAC, type.line);
+    return;
+  }
+  RtxContext* pctxt = call.pctxt;
+  const RtxBuffer& buffer = pctxt->buffer;
+  size_t length = from < buffer.size ? buffer.size - from : 0;
+  uint32_t computed = 0;
+  if (!pctxt->pSecurity) l3ToLists(call); // the operation is about to record a failure
+  int status = rtx3gppComputeMAC(pctxt, buffer.data + from, length, &computed);
+  if (status < 0) {
+    l3Fail(call, type.module->decoder, status, type.line);
+  } else if (computed != received) {
+    rtxErrAddUIntParm(pctxt, received);
+    rtxErrAddUIntParm(pctxt, computed);
+    l3Note(call, type.module->decoder, RTX_E_BAD_MAC, type.line);
+  }
+}
+
+int nasDecipher(L3Call& call, const L3Type& type, size_t from)
+{
+  // What has been deciphered can not be tried again.
+  if (call.onTrial()) return l3Fail(call, type.module->decoder, RTX_E_NO_SECURITY, type.line);
+  const RtxBuffer& buffer = call.pctxt->buffer;
+  size_t length = from < buffer.size ? buffer.size - from : 0;
+  if (!call.pctxt->pSecurity) l3ToLists(call);
+  int status = rtx3gppCipher(call.pctxt, buffer.data + from, length);
+  return status < 0 ? l3Fail(call, type.module->decoder, status, type.line) : 0;
+}
+
+// Ciphers in place from an octet to the cursor.
+static int nasCipher(L3Call& call, const L3Type& type, size_t from)
+{
+  const RtxBuffer& buffer = call.pctxt->buffer;
+  size_t length = from < buffer.byteIndex ? buffer.byteIndex - from : 0;
+  if (!call.pctxt->pSecurity) l3ToLists(call);
+  int status = rtx3gppCipher(call.pctxt, buffer.data + from, length);
+  return status < 0 ? l3Fail(call, type.module->encoder, status, type.line) : 0;
+}
+
+// Computes the code over the octets up to the cursor, stores it and writes it at its place.
+static int nasSign(L3Call& call, const L3Type& type, size_t start, const NasSpans& spans, uint32_t& code)
+{
+  RtxContext* pctxt = call.pctxt;
+  size_t from = start + spans.signedFrom;
+  size_t length = from < pctxt->buffer.byteIndex ? pctxt->buffer.byteIndex - from : 0;
+  if (!pctxt->pSecurity) l3ToLists(call);
+  int status = rtx3gppComputeMAC(pctxt, pctxt->buffer.data + from, length, &code);
+  if (status < 0) return l3Fail(call, type.module->encoder, status, type.line);
+  NasPosition end = nasPosition(pctxt);
+  pctxt->buffer.byteIndex = start + spans.codeAt;
+  status = rtxEncBits(pctxt, code, 32);
+  if (status < 0) return l3Fail(call, type.module->encoder, status, type.line);
+  nasReturn(pctxt, end);
+  return 0;
+}
+
+bool nasIsCiphered(int secHdrType)
+{
+  return secHdrType == 2 || secHdrType == 4;
+}
+
+int nasRefuseStream(L3Call& call, const L3Type& type)
+{
+  if (!rtxIsOutputBufferFlushable(call.pctxt)) return 0;
+  l3ToLists(call); // its failure has a path and a parameter
+  rtxErrAddStrParm(call.pctxt, "protect a message in a stream");
+  return l3FailNew(call, type.module->encoder, RTX_E_NOT_SUPPORTED, type.line);
+}
+
+int nasProtect(L3Call& call, const L3Type& type, size_t start, const NasSpans& spans, int secHdrType, uint32_t& code)
+{
+  if (call.onTrial()) return l3Fail(call, type.module->encoder, RTX_E_NO_SECURITY, type.line);
+  if (int status = nasRefuseStream(call, type); status < 0) return status;
+  if (nasIsCiphered(secHdrType))
+    if (int status = nasCipher(call, type, start + spans.cipheredFrom); status < 0) return status;
+  return nasSign(call, type, start, spans, code);
+}
+
+// Is the record's message alternative one of the table?
+static bool knowsBody(const L3Type& pdu, const void* record)
+{
+  const L3Row& row = pdu.rows[pdu.rowCount - 1];
+  const L3Body& body = *static_cast<const L3Body*>(row.info);
+  uint64_t tag = l3Load(static_cast<const uint8_t*>(record) + row.offset, 4);
+  return tag < 256 && body.byTag[tag];
+}
+
+int nasEncodePlain(L3Call& call, const L3Type& pdu, void* record, bool& known)
+{
+  known = knowsBody(pdu, record);
+  if (known) return l3EncRows(call, pdu, record);
+  L3Type header = l3Slice(pdu, 0, pdu.rowCount - 1U);
+  return l3EncRows(call, header, record);
+}
