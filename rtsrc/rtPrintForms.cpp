@@ -130,12 +130,12 @@ static void putBraceLines(RtxPrintSink& sink, RtBits bits, const uint32_t* extda
   rtxSinkWrite(sink, "}\n", 2);
 }
 
-void rtFormBitStrBrace(RtxPrintSink& sink, const char* name, RtBits bits, const uint32_t* extdata, RtBitStyle style)
+void rtFormBitStrBrace(RtxPrintSink& sink, RtxPiece name, RtBits bits, const uint32_t* extdata, RtBitStyle style)
 {
   char line[kBitLineSize];
   RtxNumText number, ext;
   if (countOf(bits) == 0) return rtxSinkPut(sink, {name, " = { 0 }\n"});
-  const char* count = rtxDecimalU(number, bits.count);
+  RtxPiece count = rtxDecimalU(number, bits.count);
   if (bits.count >= kInlineBits) {
     rtxSinkPut(sink, {name, " = { ", count, ",\n"});
     return putBraceLines(sink, bits, extdata, style);

@@ -22,7 +22,7 @@ void rtFormBitStr(RtxPrintSink& sink, const char* name, RtBits bits, const uint3
 void rtFormBitStrBin(RtxPrintSink& sink, const char* name, RtBits bits, const char* separator);
 void rtFormBitStrNamed(RtxPrintSink& sink, const char* name, RtBits bits, const RtBitName* names,
                        const char* separator);
-void rtFormBitStrBrace(RtxPrintSink& sink, const char* name, RtBits bits, const uint32_t* extdata, RtBitStyle style);
+void rtFormBitStrBrace(RtxPrintSink& sink, RtxPiece name, RtBits bits, const uint32_t* extdata, RtBitStyle style);
 // A count under a label, then a dump in units of `unit` octets.
 void rtFormCounted(RtxPrintSink& sink, const char* name, const char* label, size_t count, const void* data, size_t unit,
                    const char* separator);

@@ -10,6 +10,7 @@ struct TestRow : L3Row {
   TestRow(const char* rowName, L3Op rowOp, size_t at, const void* rowInfo = nullptr) : L3Row{}
   {
     name = rowName;
+    nameLength = uint8_t(rowName ? strlen(rowName) : 0);
     op = rowOp;
     offset = uint32_t(at);
     info = rowInfo;

@@ -21,7 +21,10 @@
 
 VELNOR_BEGIN_DECLS
 
-/** Receives one piece of text as a printf format and its arguments, with the user data of the stream. */
+/**
+ * Receives a piece of text as a printf format and its arguments, with the user data of the stream. A printer brings whole
+ * lines, longer ones in parts of 1023 characters; only rtxPrintToStreamIndent brings each blank by itself.
+ */
 typedef void (*rtxPrintCallback)(void* pUserData, const char* format, va_list args);
 
 /** A print stream. Taken from the heap's system allocator, so it outlives a reset of the heap. */

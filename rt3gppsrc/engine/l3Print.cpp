@@ -2,45 +2,50 @@
 // no count beyond an inline array's end and follows no null pointer.
 #include "rt3gppsrc/engine/l3Engine.h"
 #include "rt3gppsrc/engine/l3Record.h"
+#include "rtsrc/rtPrintForms.h"
 #include "rtxsrc/bits/rtxBigEndian.h"
-#include "rtxsrc/print/rtxPrintForms.h"
-#include "velnor3gpp/rtPrintToStream.h"
 
 // Types within types; the deepest message stays far below.
 static constexpr unsigned kMaxDepth = 64;
 // Entry names are cut to this, terminator included.
 static constexpr size_t kEntryNameSize = 512;
 static constexpr size_t kTextArraySize = 256;
+static constexpr RtxPiece kNoName(nullptr, 0);
 
 struct PrintWalk {
-  RtxContext* pctxt;
   RtxPrintSink sink;
   unsigned depth;
 };
 
-static void printType(PrintWalk& walk, const L3Type& type, const char* name, const uint8_t* value);
-static void printElement(PrintWalk& walk, const L3Row& row, const char* name, const uint8_t* record);
+static void printType(PrintWalk& walk, const L3Type& type, RtxPiece name, const uint8_t* value);
+static void printElement(PrintWalk& walk, const L3Row& row, RtxPiece name, const uint8_t* record);
 
-static void printNull(PrintWalk& walk, const char* name)
+// A row without a name takes the given one.
+static RtxPiece nameOf(const L3Row& row, RtxPiece given)
+{
+  return row.name ? RtxPiece(row.name, row.nameLength) : given;
+}
+
+static void printNull(PrintWalk& walk, RtxPiece name)
 {
   rtxSinkIndent(walk.sink);
   rtxFormAssign(walk.sink, name, "<null>");
 }
 
-static void printUnsigned(PrintWalk& walk, const char* name, uint64_t value)
+static void printUnsigned(PrintWalk& walk, RtxPiece name, uint64_t value)
 {
   rtxSinkIndent(walk.sink);
   rtxFormUnsigned(walk.sink, name, value);
 }
 
-// The value's name by binary search over the rows in rising value order, or null.
-static const char* valueName(const L3Enum& set, int64_t value)
+// The row of a value by binary search over the rows in rising value order, or null.
+static const RtxEnumItem* itemOf(const L3Enum& set, int64_t value)
 {
   size_t low = 0, high = set.rows;
   while (low < high) {
     size_t middle = low + (high - low) / 2;
     const RtxEnumItem& item = set.table[set.table[middle].transformedIdx];
-    if (item.value == value) return item.name;
+    if (item.value == value) return &item;
     if (item.value < value)
       low = middle + 1;
     else
@@ -49,19 +54,19 @@ static const char* valueName(const L3Enum& set, int64_t value)
   return nullptr;
 }
 
-static void printEnumerated(PrintWalk& walk, const L3Row& row, const char* name, const uint8_t* member)
+static void printEnumerated(PrintWalk& walk, const L3Row& row, RtxPiece name, const uint8_t* member)
 {
   const L3Enum& set = *static_cast<const L3Enum*>(row.info);
   uint64_t raw = l3Load(member, row.store);
   int64_t value = set.printOpen ? static_cast<int64_t>(raw) : static_cast<int32_t>(raw);
-  const char* text = valueName(set, value);
-  if (!text && set.printOpen) return printUnsigned(walk, name, raw);
+  const RtxEnumItem* item = itemOf(set, value);
+  if (!item && set.printOpen) return printUnsigned(walk, name, raw);
   rtxSinkIndent(walk.sink);
-  rtxFormAssign(walk.sink, name, text ? text : "???");
+  rtxFormAssign(walk.sink, name, item ? RtxPiece(item->name, item->namelen) : RtxPiece("???"));
 }
 
 // 16-bit characters; an odd last octet is none.
-static void printWide(PrintWalk& walk, const char* name, size_t octets, const uint8_t* data)
+static void printWide(PrintWalk& walk, RtxPiece name, size_t octets, const uint8_t* data)
 {
   rtxSinkPut(walk.sink, {name, " = '"});
   for (size_t i = 0; i + 1 < octets; i += 2)
@@ -82,7 +87,7 @@ template <typename Heap> static Held heldValues(const uint8_t* member, uint32_t 
   return {data ? count : 0, data};
 }
 
-static void printOctets(PrintWalk& walk, const L3Row& row, const char* name, const uint8_t* member)
+static void printOctets(PrintWalk& walk, const L3Row& row, RtxPiece name, const uint8_t* member)
 {
   const L3Octets& info = *static_cast<const L3Octets*>(row.info);
   Held octets = {info.fixed, member};
@@ -92,33 +97,29 @@ static void printOctets(PrintWalk& walk, const L3Row& row, const char* name, con
   rtxFormHex(walk.sink, name, octets.count, octets.data, true);
 }
 
-static void printBits(PrintWalk& walk, const L3Row& row, const char* name, const uint8_t* member)
+static void printBits(PrintWalk& walk, const L3Row& row, RtxPiece name, const uint8_t* member)
 {
   const L3BitString& info = *static_cast<const L3BitString*>(row.info);
   Held bits = {info.capBits, member};
   if (info.from != kL3Fixed) bits = heldValues<L3HeapBits>(member, info.capBits, info.dataOffset);
   rtxSinkIndent(walk.sink);
-  rtPrintToStreamBitStrBraceText(walk.pctxt, name, bits.count, bits.data, nullptr);
+  rtFormBitStrBrace(walk.sink, name, {bits.count, bits.data}, nullptr, RtBitStyle::stream);
 }
 
-static void printText(PrintWalk& walk, const char* name, const char* text)
+static void printText(PrintWalk& walk, RtxPiece name, RtxPiece text)
 {
   rtxSinkIndent(walk.sink);
   rtxFormQuoted(walk.sink, name, text);
 }
 
 // An array of characters need not hold its end.
-static void printTextArray(PrintWalk& walk, const char* name, const uint8_t* array, size_t size)
+static void printTextArray(PrintWalk& walk, RtxPiece name, const uint8_t* array, size_t size)
 {
-  char text[kTextArraySize];
-  size_t room = size < sizeof text ? size : sizeof text - 1;
-  size_t length = strnlen(reinterpret_cast<const char*>(array), room);
-  memcpy(text, array, length);
-  text[length] = 0;
-  printText(walk, name, text);
+  const char* text = reinterpret_cast<const char*>(array);
+  printText(walk, name, {text, strnlen(text, size < kTextArraySize ? size : kTextArraySize - 1)});
 }
 
-static void printTextMember(PrintWalk& walk, const L3Row& row, const char* name, const uint8_t* member)
+static void printTextMember(PrintWalk& walk, const L3Row& row, RtxPiece name, const uint8_t* member)
 {
   size_t cap = static_cast<const L3Text*>(row.info)->cap;
   if (cap)
@@ -133,43 +134,40 @@ struct EntryName {
   size_t prefix; // characters that stay
 };
 
-static size_t appendText(EntryName& name, size_t at, const char* text)
+static size_t appendText(EntryName& name, size_t at, RtxPiece text)
 {
-  size_t length = strnlen(text, kEntryNameSize - 1 - at);
-  memcpy(name.chars + at, text, length);
-  name.chars[at + length] = 0;
+  size_t room = kEntryNameSize - 1 - at, length = text.length < room ? text.length : room;
+  memcpy(name.chars + at, text.chars, length);
   return at + length;
 }
 
-static void setIndex(EntryName& name, uint64_t index)
+static RtxPiece withIndex(EntryName& name, uint64_t index)
 {
   RtxNumText digits;
-  appendText(name, appendText(name, name.prefix, rtxDecimalU(digits, index)), "]");
+  return {name.chars, appendText(name, appendText(name, name.prefix, rtxDecimalU(digits, index)), "]")};
 }
 
-static void printList(PrintWalk& walk, const L3Row& row, const char* name, const uint8_t* member)
+static void printList(PrintWalk& walk, const L3Row& row, RtxPiece name, const uint8_t* member)
 {
   const L3List& info = *static_cast<const L3List*>(row.info);
   Held entries = heldValues<L3HeapList>(member, info.cap, info.elemOffset);
   if (!entries.count) return;
   EntryName entryName;
   entryName.prefix = appendText(entryName, appendText(entryName, 0, name), "[");
-  for (uint64_t i = 0; i < entries.count; ++i, entries.data += info.elemSize) {
-    setIndex(entryName, i);
-    printElement(walk, info.elem, entryName.chars, entries.data);
-  }
+  for (uint64_t i = 0; i < entries.count; ++i, entries.data += info.elemSize)
+    printElement(walk, info.elem, withIndex(entryName, i), entries.data);
 }
 
-static void printChoice(PrintWalk& walk, const L3Row& row, const char* name, const uint8_t* record)
+static void printChoice(PrintWalk& walk, const L3Row& row, RtxPiece name, const uint8_t* record)
 {
   const L3Choice& choice = *static_cast<const L3Choice*>(row.info);
-  if (name) rtxFormOpenBrace(walk.sink, name);
+  if (name.chars) rtxFormOpenBrace(walk.sink, name);
   const L3Alternative* chosen = l3ChosenAlternative(choice, row, record);
-  if (chosen) printElement(walk, chosen->row, chosen->row.name, record);
-  if (name) rtxFormCloseBrace(walk.sink);
+  if (chosen) printElement(walk, chosen->row, nameOf(chosen->row, kNoName), record);
+  if (name.chars) rtxFormCloseBrace(walk.sink);
 }
 
-static void printBody(PrintWalk& walk, const L3Row& row, const char* name, const uint8_t* record)
+static void printBody(PrintWalk& walk, const L3Row& row, RtxPiece name, const uint8_t* record)
 {
   const L3Body& body = *static_cast<const L3Body*>(row.info);
   uint32_t tag = static_cast<uint32_t>(l3Load(record + row.offset, 4));
@@ -188,10 +186,10 @@ static void printBody(PrintWalk& walk, const L3Row& row, const char* name, const
 }
 
 // Without a name there is no line and no brace, but what lies inside is printed.
-static void printElement(PrintWalk& walk, const L3Row& row, const char* name, const uint8_t* record)
+static void printElement(PrintWalk& walk, const L3Row& row, RtxPiece name, const uint8_t* record)
 {
   const uint8_t* member = record + row.offset;
-  if (!name && row.op != kL3Record && row.op != kL3Choice) return;
+  if (!name.chars && row.op != kL3Record && row.op != kL3Choice) return;
   switch (row.op) {
     case kL3UInt:
     case kL3Unary:
@@ -228,30 +226,28 @@ static void printElement(PrintWalk& walk, const L3Row& row, const char* name, co
   }
 }
 
-// A row without a name takes the given one.
-static void printRows(PrintWalk& walk, const L3Row* rows, size_t count, const char* name, const uint8_t* record)
+static void printRows(PrintWalk& walk, const L3Row* rows, size_t count, RtxPiece name, const uint8_t* record)
 {
   for (const L3Row* row = rows; row < rows + count; ++row)
-    if (row->op != kL3Release && l3IsPresent(*row, record))
-      printElement(walk, *row, row->name ? row->name : name, record);
+    if (row->op != kL3Release && l3IsPresent(*row, record)) printElement(walk, *row, nameOf(*row, name), record);
 }
 
-static void printRecord(PrintWalk& walk, const L3Type& type, const char* name, const uint8_t* record)
+static void printRecord(PrintWalk& walk, const L3Type& type, RtxPiece name, const uint8_t* record)
 {
   // A message that is one element under a name of its own (the cause of a 5GMM status) prints as a record of it.
   bool named = type.rowCount == 1 && type.rows[0].name;
   bool bare = type.flags & (kL3Bare | kL3IsChoice) && !named;
-  bool braces = name && !bare;
+  bool braces = name.chars && !bare;
   if (braces) rtxFormOpenBrace(walk.sink, name);
-  printRows(walk, type.rows, type.rowCount, bare ? name : nullptr, record);
-  if (type.message) printRows(walk, type.message->options, type.message->count, nullptr, record);
+  printRows(walk, type.rows, type.rowCount, bare ? name : kNoName, record);
+  if (type.message) printRows(walk, type.message->options, type.message->count, kNoName, record);
   if (braces) rtxFormCloseBrace(walk.sink);
 }
 
-static void printType(PrintWalk& walk, const L3Type& type, const char* name, const uint8_t* value)
+static void printType(PrintWalk& walk, const L3Type& type, RtxPiece name, const uint8_t* value)
 {
   L3TextForm text = l3TextForm(type);
-  if (!name && (text != L3TextForm::none || l3IsEmpty(type))) return;
+  if (!name.chars && (text != L3TextForm::none || l3IsEmpty(type))) return;
   if (text == L3TextForm::pointer) return printText(walk, name, l3LoadShape<const char*>(value));
   if (text == L3TextForm::array) return printTextArray(walk, name, value, type.size);
   if (l3IsEmpty(type)) return printNull(walk, name);
@@ -263,9 +259,9 @@ static void printType(PrintWalk& walk, const L3Type& type, const char* name, con
 
 int l3Print(RtxContext* pctxt, const L3Type& type, const char* name, const void* value)
 {
-  PrintWalk walk{pctxt, rtxSinkOfStream(pctxt), 0};
+  PrintWalk walk{rtxSinkOfStream(pctxt), 0};
   if (value)
-    printType(walk, type, name, static_cast<const uint8_t*>(value));
+    printType(walk, type, name ? RtxPiece(name) : kNoName, static_cast<const uint8_t*>(value));
   else
     printNull(walk, name);
   rtxSinkDone(walk.sink);

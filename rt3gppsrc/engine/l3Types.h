@@ -115,6 +115,7 @@ struct L3Row {
   uint8_t bits;  // width on the wire of integers, booleans, enumerations
   uint8_t store; // octets of the member of integers
   uint8_t flags;
+  uint8_t nameLength; // characters of the name
 };
 
 struct L3Octets {

@@ -1,6 +1,8 @@
 // Headers of capture files.
 #include "velnor3gpp/rtxPcapFile.h"
 
+#include <initializer_list>
+
 #include "rtxsrc/errors/rtxReport.h"
 #include "rtxsrc/print/rtxPrintForms.h"
 #include "velnor3gpp/rtxBitDecode.h"
@@ -88,7 +90,7 @@ static void putMagic(RtxPrintSink& sink, const uint8_t* magic)
 {
   RtxNumText number[4];
   const char* digits[4];
-  for (int i = 0; i < 4; ++i) digits[i] = rtxHexNumber(number[i], magic[i], 2);
+  for (int i = 0; i < 4; ++i) digits[i] = rtxHexNumber(number[i], magic[i], 2).chars;
   rtxSinkPut(sink, {"magic number = [", digits[0], ", ", digits[1], ", "});
   rtxSinkPut(sink, {digits[2], ", ", digits[3], "]\n"});
 }

@@ -6,6 +6,7 @@ void rtxPrintIndent()
 {
   RtxPrintSink sink = rtxSinkOfStdout();
   rtxSinkIndent(sink);
+  rtxSinkDone(sink);
 }
 
 void rtxPrintIncrIndent()
@@ -128,5 +129,7 @@ int rtxPrintText(const char* name, size_t octets, const uint8_t* data)
 int rtxPrintFile(const char* filename)
 {
   RtxPrintSink sink = rtxSinkOfStdout();
-  return rtxFormFile(sink, filename, true);
+  int status = rtxFormFile(sink, filename, true);
+  rtxSinkDone(sink);
+  return status;
 }

@@ -7,23 +7,23 @@
 // Above this many octets an octet string prints as a dump.
 static const size_t kHexLineOctets = 32;
 
-void rtxFormAssign(RtxPrintSink& sink, const char* name, const char* value)
+void rtxFormAssign(RtxPrintSink& sink, RtxPiece name, RtxPiece value)
 {
   rtxSinkPut(sink, {name, " = ", value, "\n"});
 }
 
-void rtxFormQuoted(RtxPrintSink& sink, const char* name, const char* value)
+void rtxFormQuoted(RtxPrintSink& sink, RtxPiece name, RtxPiece value)
 {
   rtxSinkPut(sink, {name, " = '", value, "'\n"});
 }
 
-void rtxFormInteger(RtxPrintSink& sink, const char* name, int64_t value)
+void rtxFormInteger(RtxPrintSink& sink, RtxPiece name, int64_t value)
 {
   RtxNumText number;
   rtxFormAssign(sink, name, rtxDecimal(number, value));
 }
 
-void rtxFormUnsigned(RtxPrintSink& sink, const char* name, uint64_t value)
+void rtxFormUnsigned(RtxPrintSink& sink, RtxPiece name, uint64_t value)
 {
   RtxNumText number;
   rtxFormAssign(sink, name, rtxDecimalU(number, value));
@@ -36,27 +36,25 @@ void rtxFormReal(RtxPrintSink& sink, const char* name, double value, int digits)
   rtxFormAssign(sink, name, text);
 }
 
-// The octets in hexadecimal; a callback gets each one singly.
 static void putOctets(RtxPrintSink& sink, size_t octets, const uint8_t* data)
 {
   char text[64];
-  size_t step = sink.kind == RtxSinkKind::callback ? 1 : sizeof text / 2;
   for (size_t at = 0; at < octets;) {
-    size_t n = octets - at < step ? octets - at : step;
+    size_t n = octets - at < sizeof text / 2 ? octets - at : sizeof text / 2;
     for (size_t i = 0; i < n; i++) rtxHexPair(text + 2 * i, data[at + i]);
     rtxSinkWrite(sink, text, 2 * n);
     at += n;
   }
 }
 
-void rtxFormHexPlain(RtxPrintSink& sink, const char* name, size_t octets, const uint8_t* data)
+void rtxFormHexPlain(RtxPrintSink& sink, RtxPiece name, size_t octets, const uint8_t* data)
 {
   rtxSinkPut(sink, {name, " = 0x"});
   if (data != nullptr) putOctets(sink, octets, data);
   rtxSinkWrite(sink, "\n", 1);
 }
 
-void rtxFormHex(RtxPrintSink& sink, const char* name, size_t octets, const uint8_t* data, bool ascii)
+void rtxFormHex(RtxPrintSink& sink, RtxPiece name, size_t octets, const uint8_t* data, bool ascii)
 {
   if (octets <= kHexLineOctets) return rtxFormHexPlain(sink, name, octets, data);
   rtxSinkPut(sink, {name, " =\n"});
@@ -102,7 +100,7 @@ void rtxFormPair(RtxPrintSink& sink, const char* name, const RtxNameValuePair* p
 void rtxFormArrayPair(RtxPrintSink& sink, const char* name, size_t index, const RtxNameValuePair* pair)
 {
   RtxNumText number;
-  const char* at = rtxDecimalU(number, index);
+  RtxPiece at = rtxDecimalU(number, index);
   rtxSinkPut(sink, {name, "[", at, "].name  = '", pair->name, "'\n"});
   rtxSinkPut(sink, {name, "[", at, "].value = '", pair->value, "'\n"});
 }
@@ -160,7 +158,7 @@ void rtxFormText(RtxPrintSink& sink, const char* name, size_t octets, const uint
   rtxSinkWrite(sink, "\n", 1);
 }
 
-void rtxFormOpenBrace(RtxPrintSink& sink, const char* name)
+void rtxFormOpenBrace(RtxPrintSink& sink, RtxPiece name)
 {
   rtxSinkIndent(sink);
   rtxSinkPut(sink, {name, " {\n"});

@@ -15,17 +15,17 @@ int rtxPrintForm(RtxPrintSink sink, void (*form)(RtxPrintSink&, Wanted...), Give
 }
 
 // name = value
-void rtxFormAssign(RtxPrintSink& sink, const char* name, const char* value);
+void rtxFormAssign(RtxPrintSink& sink, RtxPiece name, RtxPiece value);
 // name = 'value'
-void rtxFormQuoted(RtxPrintSink& sink, const char* name, const char* value);
-void rtxFormInteger(RtxPrintSink& sink, const char* name, int64_t value);
-void rtxFormUnsigned(RtxPrintSink& sink, const char* name, uint64_t value);
+void rtxFormQuoted(RtxPrintSink& sink, RtxPiece name, RtxPiece value);
+void rtxFormInteger(RtxPrintSink& sink, RtxPiece name, int64_t value);
+void rtxFormUnsigned(RtxPrintSink& sink, RtxPiece name, uint64_t value);
 // A double with the given number of significant digits.
 void rtxFormReal(RtxPrintSink& sink, const char* name, double value, int digits);
 // name = 0x and the octets, however many.
-void rtxFormHexPlain(RtxPrintSink& sink, const char* name, size_t octets, const uint8_t* data);
+void rtxFormHexPlain(RtxPrintSink& sink, RtxPiece name, size_t octets, const uint8_t* data);
 // The same up to 32 octets, a dump above.
-void rtxFormHex(RtxPrintSink& sink, const char* name, size_t octets, const uint8_t* data, bool ascii);
+void rtxFormHex(RtxPrintSink& sink, RtxPiece name, size_t octets, const uint8_t* data, bool ascii);
 // name = and a dump without a text column, at any length.
 void rtxFormHexDump(RtxPrintSink& sink, const char* name, size_t octets, const uint8_t* data);
 void rtxFormHexBinary(RtxPrintSink& sink, const char* name, size_t octets, const uint8_t* data);
@@ -41,7 +41,7 @@ void rtxFormIpv6(RtxPrintSink& sink, const char* name, size_t octets, const uint
 void rtxFormTbcd(RtxPrintSink& sink, const char* name, size_t octets, const uint8_t* data);
 // The octets from 32 to 126 and no others.
 void rtxFormText(RtxPrintSink& sink, const char* name, size_t octets, const uint8_t* data);
-void rtxFormOpenBrace(RtxPrintSink& sink, const char* name);
+void rtxFormOpenBrace(RtxPrintSink& sink, RtxPiece name);
 void rtxFormCloseBrace(RtxPrintSink& sink);
 
 // One character of a wide string: itself from 32 to 126, else 0x and at least `digits` hexadecimal digits.

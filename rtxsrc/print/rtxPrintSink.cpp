@@ -1,40 +1,10 @@
 #include "rtxsrc/print/rtxPrintSink.h"
 
-#include <string.h>
-
 #include "velnor3gpp/rtxStatus.h"
 
 static const char kDigits[] = "0123456789abcdef";
-
-// The remaining room of a cut string, terminator excluded.
-static size_t textRoom(const RtxPrintToStringBuffer& text)
-{
-  return text.buffer != nullptr && text.bufSize > text.curPos ? text.bufSize - text.curPos - 1 : 0;
-}
-
-static void copyText(RtxPrintToStringBuffer& text, const char* chars, size_t length)
-{
-  memcpy(text.buffer + text.curPos, chars, length);
-  text.curPos += length;
-  text.buffer[text.curPos] = 0;
-}
-
-static void appendText(RtxPrintSink& sink, const char* chars, size_t length)
-{
-  if (sink.status != 0) return;
-  if (length > textRoom(sink.text)) {
-    sink.status = RTX_E_ENCODE_OVERFLOW;
-    return;
-  }
-  copyText(sink.text, chars, length);
-}
-
-// As formatting does, this ends the text also where nothing of the piece fits.
-static void cutText(RtxPrintToStringBuffer& text, const char* chars, size_t length)
-{
-  size_t room = textRoom(text);
-  if (text.buffer != nullptr && text.bufSize > text.curPos) copyText(text, chars, length < room ? length : room);
-}
+static const char kBlanks[] = "                                                                ";
+static const size_t kBlankCount = sizeof kBlanks - 1;
 
 static void callBack(RtxPrintSink& sink, const char* format, ...) RTX_PRINTF_LIKE(2, 3);
 static void callBack(RtxPrintSink& sink, const char* format, ...)
@@ -45,38 +15,99 @@ static void callBack(RtxPrintSink& sink, const char* format, ...)
   va_end(args);
 }
 
-void rtxSinkWrite(RtxPrintSink& sink, const char* chars, size_t length)
+// The window of a file or callback keeps one character back, for the end of a string.
+static void openRoom(RtxPrintSink& sink)
+{
+  sink.at = sink.room;
+  sink.end = sink.room + kSinkRoom;
+}
+
+static void closeWindow(RtxPrintSink& sink)
+{
+  sink.end = sink.at;
+}
+
+// Calls back with each whole line of the window. What follows the last line feed stays, unless it fills the window or
+// the printing is done.
+static void deliverLines(RtxPrintSink& sink, bool all)
+{
+  char* from = sink.room;
+  while (from < sink.at) {
+    size_t left = static_cast<size_t>(sink.at - from);
+    const void* feed = memchr(from, '\n', left);
+    if (feed == nullptr && !all && from > sink.room) break;
+    size_t length = feed != nullptr ? static_cast<size_t>(static_cast<const char*>(feed) - from) + 1 : left;
+    char next = from[length];
+    from[length] = 0;
+    callBack(sink, "%s", from);
+    from[length] = next;
+    from += length;
+  }
+  size_t rest = static_cast<size_t>(sink.at - from);
+  memmove(sink.room, from, rest);
+  sink.at = sink.room + rest;
+}
+
+// Takes from the window of a file or callback what can go.
+static void emptyRoom(RtxPrintSink& sink, bool all)
+{
+  if (sink.at == nullptr) return openRoom(sink);
+  if (sink.kind == RtxSinkKind::callback) return deliverLines(sink, all);
+  (void)fwrite(sink.room, 1, static_cast<size_t>(sink.at - sink.room), sink.file);
+  sink.at = sink.room;
+}
+
+static void fillRoom(RtxPrintSink& sink, const char* chars, size_t length)
+{
+  while (length > 0) {
+    if (!rtxSinkHasRoom(sink, 1)) emptyRoom(sink, false);
+    size_t room = static_cast<size_t>(sink.end - sink.at) - 1;
+    size_t part = length < room ? length : room;
+    rtxSinkCopy(sink, chars, part);
+    chars += part;
+    length -= part;
+  }
+}
+
+// As formatting does, this ends the text also where nothing of the piece fits.
+static void cutText(RtxPrintSink& sink, const char* chars, size_t length)
+{
+  const RtxPrintToStringBuffer& text = *sink.pText;
+  if (text.buffer == nullptr || text.bufSize <= text.curPos) return;
+  if (sink.at == nullptr) {
+    sink.at = text.buffer + text.curPos;
+    sink.end = text.buffer + text.bufSize;
+  }
+  size_t room = sink.end > sink.at ? static_cast<size_t>(sink.end - sink.at) - 1 : 0;
+  if (length > room) {
+    rtxSinkCopy(sink, chars, room);
+    return closeWindow(sink);
+  }
+  rtxSinkCopy(sink, chars, length);
+}
+
+static void appendText(RtxPrintSink& sink, const char* chars, size_t length)
+{
+  if (sink.status != 0) return;
+  if (sink.at == nullptr) {
+    sink.at = sink.text.buffer + sink.text.curPos;
+    sink.end = sink.text.buffer + sink.text.bufSize;
+  }
+  if (rtxSinkHasRoom(sink, length)) return rtxSinkCopy(sink, chars, length);
+  sink.status = RTX_E_ENCODE_OVERFLOW;
+  closeWindow(sink);
+}
+
+void rtxSinkOverflow(RtxPrintSink& sink, const char* chars, size_t length)
 {
   switch (sink.kind) {
     case RtxSinkKind::text:
-      return cutText(*sink.pText, chars, length);
+      return cutText(sink, chars, length);
     case RtxSinkKind::append:
       return appendText(sink, chars, length);
     case RtxSinkKind::file:
-      (void)fwrite(chars, 1, length, sink.file);
-      return;
     case RtxSinkKind::callback:
-      return callBack(sink, "%.*s", static_cast<int>(length), chars);
-  }
-}
-
-static void callBackStrings(RtxPrintSink& sink, std::initializer_list<const char*> strings)
-{
-  const char* s[8] = {"", "", "", "", "", "", "", ""};
-  size_t n = 0;
-  for (const char* string : strings) {
-    if (n < 8) s[n++] = string != nullptr ? string : "(null)";
-  }
-  if (n == 1) return callBack(sink, "%s", s[0]);
-  callBack(sink, "%s%s%s%s%s%s%s%s", s[0], s[1], s[2], s[3], s[4], s[5], s[6], s[7]);
-}
-
-void rtxSinkPut(RtxPrintSink& sink, std::initializer_list<const char*> strings)
-{
-  if (sink.kind == RtxSinkKind::callback) return callBackStrings(sink, strings);
-  for (const char* string : strings) {
-    if (string == nullptr) string = "(null)";
-    rtxSinkWrite(sink, string, strlen(string));
+      return fillRoom(sink, chars, length);
   }
 }
 
@@ -97,13 +128,23 @@ void rtxSinkFormat(RtxPrintSink& sink, const char* format, va_list args)
 
 void rtxSinkIndent(RtxPrintSink& sink)
 {
-  static const char kBlanks[] = "                                                                ";
-  size_t step = sink.kind == RtxSinkKind::callback ? 1 : sizeof kBlanks - 1;
-  for (size_t left = *sink.indent; left > 0;) {
-    size_t n = left < step ? left : step;
-    rtxSinkWrite(sink, kBlanks, n);
-    left -= n;
+  size_t left = *sink.indent;
+  if (left <= kBlankCount && rtxSinkHasRoom(sink, kBlankCount)) {
+    // More than is wanted, in copies of a fixed size; what follows overwrites the rest.
+    for (size_t i = 0; i < left; i += 16) memcpy(sink.at + i, kBlanks, 16);
+    sink.at += left;
+    return;
   }
+  for (size_t n; left > 0; left -= n) {
+    n = left < kBlankCount ? left : kBlankCount;
+    rtxSinkWrite(sink, kBlanks, n);
+  }
+}
+
+void rtxSinkBlanks(RtxPrintSink& sink)
+{
+  if (sink.kind != RtxSinkKind::callback) return rtxSinkIndent(sink);
+  for (size_t left = *sink.indent; left > 0; left--) callBack(sink, " ");
 }
 
 void rtxSinkIndentMore(RtxPrintSink& sink)
@@ -118,6 +159,12 @@ void rtxSinkIndentLess(RtxPrintSink& sink)
 
 int rtxSinkDone(RtxPrintSink& sink)
 {
+  bool string = sink.kind == RtxSinkKind::text || sink.kind == RtxSinkKind::append;
+  if (sink.at != nullptr) {
+    if (!string) emptyRoom(sink, true);
+    if (string) *sink.at = 0;
+    if (sink.kind == RtxSinkKind::text) sink.pText->curPos = static_cast<size_t>(sink.at - sink.pText->buffer);
+  }
   if (sink.flush) (void)fflush(sink.file);
   return sink.status;
 }
@@ -139,27 +186,35 @@ RtxPrintSink rtxSinkOfString(char* buffer, size_t size, uint16_t* indent)
   return sink;
 }
 
-const char* rtxDecimalU(RtxNumText& scratch, uint64_t value)
+// The digits that stand at the end of a scratch.
+static RtxPiece digitsFrom(const RtxNumText& scratch, const char* first)
+{
+  return {first, static_cast<size_t>(scratch.chars + sizeof scratch.chars - 1 - first)};
+}
+
+RtxPiece rtxDecimalU(RtxNumText& scratch, uint64_t value)
 {
   char* p = scratch.chars + sizeof scratch.chars - 1;
   *p = 0;
+  for (; value > UINT32_MAX; value /= 10) *--p = kDigits[value % 10];
+  uint32_t low = static_cast<uint32_t>(value); // which divides in half the time
   do {
-    *--p = kDigits[value % 10];
-    value /= 10;
-  } while (value > 0);
-  return p;
+    *--p = kDigits[low % 10];
+    low /= 10;
+  } while (low > 0);
+  return digitsFrom(scratch, p);
 }
 
-const char* rtxDecimal(RtxNumText& scratch, int64_t value)
+RtxPiece rtxDecimal(RtxNumText& scratch, int64_t value)
 {
   if (value >= 0) return rtxDecimalU(scratch, static_cast<uint64_t>(value));
-  const char* digits = rtxDecimalU(scratch, 0 - static_cast<uint64_t>(value));
-  size_t at = static_cast<size_t>(digits - scratch.chars) - 1;
-  scratch.chars[at] = '-';
-  return scratch.chars + at;
+  RtxPiece digits = rtxDecimalU(scratch, 0 - static_cast<uint64_t>(value));
+  char* sign = scratch.chars + (digits.chars - scratch.chars) - 1;
+  *sign = '-';
+  return digitsFrom(scratch, sign);
 }
 
-const char* rtxHexNumber(RtxNumText& scratch, uint64_t value, unsigned digits)
+RtxPiece rtxHexNumber(RtxNumText& scratch, uint64_t value, unsigned digits)
 {
   char* p = scratch.chars + sizeof scratch.chars - 1;
   *p = 0;
@@ -167,5 +222,5 @@ const char* rtxHexNumber(RtxNumText& scratch, uint64_t value, unsigned digits)
     *--p = kDigits[value & 15];
     value >>= 4;
   }
-  return p;
+  return digitsFrom(scratch, p);
 }

@@ -5,7 +5,7 @@
 
 int rtxPrintToStreamIndent(RtxContext* pctxt)
 {
-  return rtxPrintForm(rtxSinkOfStream(pctxt), rtxSinkIndent);
+  return rtxPrintForm(rtxSinkOfStream(pctxt), rtxSinkBlanks);
 }
 
 int rtxPrintToStreamIncrIndent(RtxContext* pctxt)

@@ -6,14 +6,19 @@
 static const size_t kHeadSize = 800;
 
 // Positions print as signed numbers, as on the page.
-static const char* signedText(RtxNumText& number, size_t value)
+static RtxPiece signedText(RtxNumText& number, size_t value)
 {
   return rtxDecimal(number, static_cast<int64_t>(value));
 }
 
 static void putLine(void* arg, const RtxBitLine& line)
 {
-  rtxSinkPut(*static_cast<RtxPrintSink*>(arg), {line.bits, "    ", line.hex, "    ", line.chars, "\n"});
+  rtxSinkPut(*static_cast<RtxPrintSink*>(arg), {{line.bits, RTX_BIT_LINE_BITS},
+                                                "    ",
+                                                {line.hex, RTX_BIT_LINE_HEX},
+                                                "    ",
+                                                {line.chars, RTX_BIT_LINE_CHARS},
+                                                "\n"});
 }
 
 static void printFields(RtxPrintSink& sink, RtxBitFieldList* pList, const char* varname, const RtxTraceData& data);

@@ -33,9 +33,13 @@ TEST_F(PrintStream, GoesToTheContextThenToTheProcessThenToStandardOutput)
   EXPECT_EQ(rtxErrGetLastError(&ctxt), RTX_E_BAD_PARAMETER);
 }
 
-// A caller's callback sees one call for each piece: a line of a scalar, a
-// single blank, a single octet. It stays when the heap begins anew.
-TEST_F(PrintStream, CallsBackByPieces)
+const RtxNameValuePair kPair = {"first", "second"};
+
+// A caller's callback sees one call for each line, however many pieces are
+// behind it, and for each blank of an indentation that is printed by itself.
+// A line beyond the room of the window comes in parts, none of it lost or
+// doubled. The callback stays when the heap begins anew.
+TEST_F(PrintStream, CallsBackByLines)
 {
   Pieces own;
   rtxSetPrintStream(&ctxt, Pieces::callback, &own);
@@ -46,7 +50,15 @@ TEST_F(PrintStream, CallsBackByPieces)
   rtxPrintToStreamUnsigned(&ctxt, "a", 5);
   const uint8_t octets[] = {1, 0xfe};
   rtxPrintToStreamHexStr(&ctxt, "b", 2, octets);
-  EXPECT_EQ(own, (std::vector<std::string>{" ", " ", " ", "a = 5\n", "b = 0x", "01", "fe", "\n"}));
+  EXPECT_EQ(own, (std::vector<std::string>{" ", " ", " ", "a = 5\n", "b = 0x01fe\n"}));
+  for (size_t length : {1, 500, 1016, 1017, 1018, 1019, 1020, 3000}) {
+    own.clear();
+    std::string name(length, 'n'), value(2 * length, 'v');
+    rtxPrintToStreamCharStr(&ctxt, name.c_str(), value.c_str());
+    rtxPrintToStreamNVP(&ctxt, "p", &kPair);
+    EXPECT_EQ(own.text(), name + " = '" + value + "'\np.name  = 'first'\np.value = 'second'\n");
+    EXPECT_EQ(own.size(), 2 + (3 * length + 6) / 1023 + 1);
+  }
 }
 
 // A full string takes what fits, and its position stays within it; the direct

@@ -349,10 +349,11 @@ static std::string rowInit(TableWriter& w, const Row& row, const std::string& pa
   }
   std::string cond = condInfo(w, row);
   std::string name = row.name.empty() || row.mark == Mark::Release ? "nullptr" : "\"" + row.name + "\"";
-  return format("%s, %s, %s, %s, %s, %s, %d, %s, %s, %s, %d, %s, %s, %u, %u, %s", name.c_str(), c.type.c_str(),
+  size_t nameLength = name == "nullptr" ? 0 : row.name.size();
+  return format("%s, %s, %s, %s, %s, %s, %d, %s, %s, %s, %d, %s, %s, %u, %u, %s, %zu", name.c_str(), c.type.c_str(),
                 c.info.c_str(), cond.c_str(), c.offset.c_str(), limits(c.range).c_str(), row.place.line,
                 bit(row.mBit).c_str(), bit(row.groupBit).c_str(), c.op, row.room, l3Traits(row.given).symbol,
-                l3Traits(row.lead).symbol, c.bits, c.store, rowFlags(row, c).c_str());
+                l3Traits(row.lead).symbol, c.bits, c.store, rowFlags(row, c).c_str(), nameLength);
 }
 
 static std::string writeMessage(TableWriter& w, const std::vector<const Row*>& options)

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -84,11 +83,6 @@ static void complainDecoding(const Message& message, const Job& job)
   complain(message.place, joinFindings(job.failures) + ", octet " + std::to_string(job.usedOctets));
 }
 
-static void writeText(void*, const char* format, va_list args)
-{
-  vprintf(format, args);
-}
-
 // In the order of Check.
 static constexpr const char* kCheckTexts[] = {"",
                                               "verified",
@@ -100,7 +94,7 @@ static constexpr const char* kCheckTexts[] = {"",
 
 static void printRecord(Job& job)
 {
-  rtxSetPrintStream(&job.ctxt, writeText, nullptr);
+  rtxSetPrintStream(&job.ctxt, rtxPrintStreamToStdoutCB, nullptr);
   if (job.entry->print) job.entry->print(&job.ctxt, job.entry->type->name, job.record.data());
   if (job.protection.present) {
     const char* way = job.check == Check::kVerified ? directionName(job.direction) : "";

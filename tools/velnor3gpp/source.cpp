@@ -1,6 +1,5 @@
 #include "source.h"
 
-#include <cctype>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -28,19 +27,24 @@ static std::string faultText(const HexText& hex)
   return "column " + std::to_string(hex.column) + ": " + hex.problem;
 }
 
+static bool isBlank(char c)
+{
+  return c == ' ' || c == '\t' || c == '\r';
+}
+
 // Takes the leading words "up", "down" and the name of a type off the line. Returns where the octets begin.
 static size_t readLead(const std::string& line, Message& message)
 {
   size_t at = 0;
   for (;;) {
-    at = line.find_first_not_of(" \t\r", at);
-    if (at == std::string::npos) return line.size();
-    size_t end = line.find_first_of(" \t\r", at);
-    std::string word = line.substr(at, end == std::string::npos ? end : end - at);
+    while (at < line.size() && isBlank(line[at])) ++at;
+    size_t end = at;
+    while (end < line.size() && !isBlank(line[end])) ++end;
+    std::string_view word = std::string_view(line).substr(at, end - at);
     Direction direction = readDirection(word);
     if (direction != Direction::kUnknown)
       message.direction = direction;
-    else if (word.compare(0, 2, "TS") == 0 && word.find('_') != std::string::npos)
+    else if (word.starts_with("TS") && word.find('_') != std::string_view::npos)
       message.type = word;
     else
       return at;
@@ -77,11 +81,16 @@ static void takeLine(Lines& lines, const std::string& line, size_t number)
   lines.take(message);
 }
 
+static bool isControl(char c)
+{
+  return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
+}
+
 // A file of octets instead of text shows at its first control character: nothing in it can be a message.
 static void refuseBinary(const Lines& lines, const std::string& line, size_t number)
 {
   for (size_t i = 0; i < line.size(); ++i)
-    if (iscntrl(static_cast<unsigned char>(line[i])) && line[i] != '\t' && line[i] != '\r')
+    if (isControl(line[i]) && line[i] != '\t' && line[i] != '\r')
       throw UsageError(lines.name + ":" + std::to_string(number) + ": column " + std::to_string(i + 1) + ": " +
                        showChar(line[i]) + ": no text; write one message a line in hexadecimal");
 }

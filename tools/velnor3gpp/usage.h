@@ -4,6 +4,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 struct UsageError : std::runtime_error {
   using std::runtime_error::runtime_error;
@@ -14,7 +15,7 @@ struct UsageError : std::runtime_error {
 enum class Direction { kUnknown, kUp, kDown };
 
 // Reads "up" or "down"; anything else is unknown.
-Direction readDirection(const std::string& word);
+Direction readDirection(std::string_view word);
 const char* directionName(Direction direction);
 
 // Octets as lower-case hexadecimal with blanks between them.
