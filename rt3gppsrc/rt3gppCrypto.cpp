@@ -85,15 +85,12 @@ void rtx3gppCmac(const uint32_t* schedule, const uint8_t* subkeys, const uint8_t
 
 void rtx3gppCounterMode(const uint32_t* schedule, uint8_t* counter, uint8_t* data, size_t length)
 {
-  const AesPath* path = aesPath();
-  uint8_t stream[kAesLanes * kAesBlockOctets];
-  while (length > 0) {
-    const size_t part = length < sizeof stream ? length : sizeof stream;
-    path->keystream(schedule, counter, stream, (part + kAesBlockOctets - 1) / kAesBlockOctets);
-    rtx3gppXor(data, stream, data, part);
-    data += part;
-    length -= part;
-  }
+  aesPath()->counterMode(schedule, counter, data, length);
+}
+
+void rtx3gppAesExpandKey(uint32_t* schedule, const uint8_t* key)
+{
+  aesPath()->expandKey(schedule, key);
 }
 
 void rtx3gppIncrementCounter(uint8_t* block, size_t blockBytes, size_t bitsWide, CounterPlace place)

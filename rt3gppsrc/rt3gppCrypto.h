@@ -15,18 +15,20 @@ constexpr size_t kAesBlockOctets = 16;
 constexpr size_t kAesRounds = 10;
 constexpr size_t kAesScheduleWords = 4 * (kAesRounds + 1);
 constexpr size_t kCmacSubkeyOctets = 2 * kAesBlockOctets;
-/** The most blocks that one call of AesPath.keystream makes. */
-constexpr size_t kAesLanes = 8;
-
 /** One way to compute AES-128. A schedule is 44 words, each with four octets of FIPS 197's key schedule big-endian. */
 struct AesPath {
   /** Encrypts `blocks` blocks, each by itself. `out` may be `in`. */
   void (*encrypt)(const uint32_t* schedule, const uint8_t* in, uint8_t* out, size_t blocks);
   /** Chains `blocks` blocks of `message` and then the block `last` into `tag`: XORs in a block, encrypts, goes on. */
   void (*chain)(const uint32_t* schedule, const uint8_t* message, size_t blocks, const uint8_t* last, uint8_t* tag);
-  /** Encrypts `blocks` (at most kAesLanes) counter blocks from `counter` on, and leaves the block after them there. */
-  void (*keystream)(const uint32_t* schedule, uint8_t* counter, uint8_t* stream, size_t blocks);
+  /** XORs the keystream from `counter` over `length` octets in place; the block after those used is left there. */
+  void (*counterMode)(const uint32_t* schedule, uint8_t* counter, uint8_t* data, size_t length);
+  /** FIPS 197, 5.2: 16 octets of key to a schedule. */
+  void (*expandKey)(uint32_t* schedule, const uint8_t* key);
 };
+
+/** The last octet of each round's constant (FIPS 197, 5.2). */
+constexpr uint8_t kAesRoundConstants[kAesRounds] = {0x01, 0x02, 0x04, 0x08, 0x10, 0x20, 0x40, 0x80, 0x1B, 0x36};
 
 /** Which way the operations below take. */
 enum class AesChoice { automatic, plain, instructions };

@@ -10,8 +10,12 @@
 
 // A function attribute cannot be had from an inline function, hence a macro.
 #define AES_FUNCTION __attribute__((target("aes,ssse3")))
+#define WIDE_FUNCTION __attribute__((target("aes,vaes,avx512f,avx512bw")))
 
 namespace {
+
+constexpr size_t kLanes = 8;       // blocks under way at once
+constexpr size_t kWorthWide = 256; // octets from which wide registers are worth their set-up
 
 // Kept in registers where the compiler optimises; elsewhere, or where they do not all fit, on the stack. Whoever loads
 // them wipes them.
@@ -19,13 +23,17 @@ struct RoundKeys {
   __m128i round[kAesRounds + 1];
 };
 
-// The schedule's words are big-endian by value, the instructions want the octets in order.
+// The schedule's words are big-endian by value, the instructions want the octets in order: turns one into the other.
+AES_FUNCTION inline __m128i swapWords(__m128i words)
+{
+  return _mm_shuffle_epi8(words, _mm_set_epi8(12, 13, 14, 15, 8, 9, 10, 11, 4, 5, 6, 7, 0, 1, 2, 3));
+}
+
 AES_FUNCTION inline RoundKeys loadKeys(const uint32_t* schedule)
 {
-  const __m128i order = _mm_set_epi8(12, 13, 14, 15, 8, 9, 10, 11, 4, 5, 6, 7, 0, 1, 2, 3);
   RoundKeys keys;
   for (size_t i = 0; i <= kAesRounds; i++)
-    keys.round[i] = _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(schedule + 4 * i)), order);
+    keys.round[i] = swapWords(_mm_loadu_si128(reinterpret_cast<const __m128i*>(schedule + 4 * i)));
   return keys;
 }
 
@@ -76,38 +84,159 @@ AES_FUNCTION void chainBlocks(const uint32_t* schedule, const uint8_t* message, 
   rtx3gppWipe(&keys, sizeof keys);
 }
 
+// The counter block as two halves.
 struct Counter {
-  uint64_t fixed; // the high 64 bits of the block, octets as they lie in memory
+  uint64_t fixed; // the high 64 bits, octets as they lie in memory
   uint64_t low;   // the low 64 bits as a number
 };
 
-template <size_t lanes>
-AES_FUNCTION inline void keystreamLanes(const RoundKeys& keys, Counter from, uint8_t* stream, size_t blocks)
+size_t blocksOf(size_t length)
 {
-  __m128i block[lanes];
+  return (length + kAesBlockOctets - 1) / kAesBlockOctets;
+}
+
+// The keystream of so many blocks from `from` on.
+template <size_t lanes> AES_FUNCTION inline void makeLanes(const RoundKeys& keys, Counter from, __m128i (&block)[lanes])
+{
 #pragma GCC unroll 8
   for (size_t i = 0; i < lanes; i++)
     block[i] = _mm_set_epi64x(static_cast<long long>(rtxBigEndian(from.low + i)), static_cast<long long>(from.fixed));
   encryptLanes(keys, block);
-  for (size_t i = 0; i < blocks; i++) storeBlock(stream + i * kAesBlockOctets, block[i]);
 }
 
-AES_FUNCTION void makeKeystream(const uint32_t* schedule, uint8_t* counter, uint8_t* stream, size_t blocks)
+// The octets that do not fill all lanes. Lanes beyond them cost nothing: they run in the time that one takes.
+template <size_t lanes>
+AES_FUNCTION inline void cipherRest(const RoundKeys& keys, Counter from, uint8_t* data, size_t length)
 {
+  __m128i block[lanes];
+  uint8_t stream[lanes * kAesBlockOctets];
+  makeLanes(keys, from, block);
+  for (size_t i = 0; i < lanes; i++) storeBlock(stream + i * kAesBlockOctets, block[i]);
+  rtx3gppXor(data, stream, data, length);
+}
+
+// ---- Long messages on processors whose instructions take four blocks at once ----
+
+constexpr size_t kRegisters = 4;                              // under way at once
+constexpr size_t kWideBlocks = 4 * kRegisters;                // blocks of a stride
+constexpr size_t kWideStride = kWideBlocks * kAesBlockOctets; // octets of a stride
+
+struct WideKeys {
+  __m512i round[kAesRounds + 1]; // each key in all four places
+};
+
+// A block in all four places.
+WIDE_FUNCTION inline __m512i fourTimes(__m128i block)
+{
+  return _mm512_maskz_broadcast_i32x4(0xFFFF, block);
+}
+
+// XORs the keystream of 16 blocks over 256 octets.
+WIDE_FUNCTION inline void cipherStride(const WideKeys& keys, Counter from, uint8_t* data)
+{
+  const __m512i swapLow = fourTimes(_mm_set_epi8(8, 9, 10, 11, 12, 13, 14, 15, 7, 6, 5, 4, 3, 2, 1, 0));
+  const __m512i places = _mm512_set_epi64(3, 0, 2, 0, 1, 0, 0, 0); // what the low halves of the four are ahead
+  __m512i block[kRegisters];
+#pragma GCC unroll 4
+  for (size_t i = 0; i < kRegisters; i++) {
+    const __m128i first = _mm_set_epi64x(static_cast<long long>(from.low + 4 * i), static_cast<long long>(from.fixed));
+    const __m512i counters = _mm512_shuffle_epi8(_mm512_add_epi64(fourTimes(first), places), swapLow);
+    block[i] = _mm512_xor_si512(counters, keys.round[0]);
+  }
+#pragma GCC unroll 9
+  for (size_t round = 1; round < kAesRounds; round++)
+#pragma GCC unroll 4
+    for (__m512i& b : block) b = _mm512_aesenc_epi128(b, keys.round[round]);
+#pragma GCC unroll 4
+  for (size_t i = 0; i < kRegisters; i++) {
+    uint8_t* at = data + i * sizeof(__m512i);
+    const __m512i stream = _mm512_aesenclast_epi128(block[i], keys.round[kAesRounds]);
+    _mm512_storeu_si512(at, _mm512_xor_si512(stream, _mm512_loadu_si512(at)));
+  }
+}
+
+WIDE_FUNCTION Counter cipherWide(const uint32_t* schedule, Counter from, uint8_t* data, size_t length)
+{
+  WideKeys keys;
+#pragma GCC unroll 11
+  for (size_t i = 0; i <= kAesRounds; i++)
+    keys.round[i] = fourTimes(swapWords(_mm_loadu_si128(reinterpret_cast<const __m128i*>(schedule + 4 * i))));
+  for (; length >= kWideStride; length -= kWideStride, data += kWideStride, from.low += kWideBlocks)
+    cipherStride(keys, from, data);
+  if (length > 0) {
+    uint8_t rest[kWideStride] = {};
+    __builtin_memcpy(rest, data, length);
+    cipherStride(keys, from, rest);
+    __builtin_memcpy(data, rest, length);
+    from.low += blocksOf(length);
+  }
+  rtx3gppWipe(&keys, sizeof keys);
+  return from;
+}
+
+bool isWide()
+{
+  return __builtin_cpu_supports("vaes") && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw");
+}
+
+// ---- Messages of any length ----
+
+// One load of the keys for the whole message, and as many blocks under way as an instruction takes cycles.
+AES_FUNCTION Counter cipherNarrow(const uint32_t* schedule, Counter from, uint8_t* data, size_t length)
+{
+  constexpr size_t kStride = kLanes * kAesBlockOctets;
   RoundKeys keys = loadKeys(schedule);
+  for (; length >= kStride; length -= kStride, data += kStride, from.low += kLanes) {
+    __m128i block[kLanes];
+    makeLanes(keys, from, block);
+#pragma GCC unroll 8
+    for (size_t i = 0; i < kLanes; i++)
+      storeBlock(data + i * kAesBlockOctets, _mm_xor_si128(block[i], loadBlock(data + i * kAesBlockOctets)));
+  }
+  if (length > kStride / 2)
+    cipherRest<kLanes>(keys, from, data, length);
+  else if (length > 0)
+    cipherRest<kLanes / 2>(keys, from, data, length);
+  from.low += blocksOf(length);
+  rtx3gppWipe(&keys, sizeof keys);
+  return from;
+}
+
+void counterMode(const uint32_t* schedule, uint8_t* counter, uint8_t* data, size_t length)
+{
   Counter from;
   __builtin_memcpy(&from, counter, sizeof from);
   from.low = rtxBigEndian(from.low);
-  if (blocks > kAesLanes / 2)
-    keystreamLanes<kAesLanes>(keys, from, stream, blocks);
-  else
-    keystreamLanes<kAesLanes / 2>(keys, from, stream, blocks);
-  from.low = rtxBigEndian(from.low + blocks);
+  const bool wide = length >= kWideStride && isWide();
+  from = wide ? cipherWide(schedule, from, data, length) : cipherNarrow(schedule, from, data, length);
+  from.low = rtxBigEndian(from.low);
   __builtin_memcpy(counter, &from, sizeof from);
-  rtx3gppWipe(&keys, sizeof keys);
 }
 
-constexpr AesPath kInstructions = {encryptBlocks, chainBlocks, makeKeystream};
+// The next round key from the one before, with its octets in order. The last column goes to all four places, rotated by
+// an octet (octets 12 13 14 15 as 13 14 15 12); a last round then substitutes each octet and adds the constant. It also
+// shifts the rows, which changes nothing where all columns are alike. The new columns are a, a + b, a + b + c and
+// a + b + c + d of the old ones, each with the substituted column added.
+AES_FUNCTION inline __m128i nextKey(__m128i key, uint8_t constant)
+{
+  const __m128i rotated = _mm_shuffle_epi8(key, _mm_set1_epi32(0x0C0F0E0D));
+  const __m128i substituted = _mm_aesenclast_si128(rotated, _mm_set1_epi32(constant));
+  key = _mm_xor_si128(key, _mm_slli_si128(key, 4));
+  key = _mm_xor_si128(key, _mm_slli_si128(key, 8));
+  return _mm_xor_si128(key, substituted);
+}
+
+AES_FUNCTION void expandKey(uint32_t* schedule, const uint8_t* octets)
+{
+  __m128i key = loadBlock(octets);
+  for (size_t i = 0;; i++) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(schedule + 4 * i), swapWords(key));
+    if (i == kAesRounds) break;
+    key = nextKey(key, kAesRoundConstants[i]);
+  }
+}
+
+constexpr AesPath kInstructions = {encryptBlocks, chainBlocks, counterMode, expandKey};
 
 } // namespace
 
@@ -116,8 +245,9 @@ const AesPath* rtx3gppAesInstructions()
   return __builtin_cpu_supports("aes") && __builtin_cpu_supports("ssse3") ? &kInstructions : nullptr;
 }
 
-#else
+#elif !defined(__aarch64__) || !(defined(__linux__) || defined(__APPLE__))
 
+// Neither this kind of processor nor that of rt3gppCryptoArm.cpp.
 const AesPath* rtx3gppAesInstructions()
 {
   return nullptr;

@@ -303,7 +303,17 @@ void makeKeystream(const uint32_t* schedule, uint8_t* counter, uint8_t* stream, 
   encryptBlocks(schedule, stream, stream, blocks);
 }
 
-constexpr AesPath kPlain = {encryptBlocks, chainBlocks, makeKeystream};
+void counterMode(const uint32_t* schedule, uint8_t* counter, uint8_t* data, size_t length)
+{
+  uint8_t stream[2 * kBlocks * kAesBlockOctets];
+  while (length > 0) {
+    const size_t part = length < sizeof stream ? length : sizeof stream;
+    makeKeystream(schedule, counter, stream, (part + kAesBlockOctets - 1) / kAesBlockOctets);
+    rtx3gppXor(data, stream, data, part);
+    data += part;
+    length -= part;
+  }
+}
 
 // SubWord of FIPS 197 on a word in either order of octets.
 uint32_t substituteWord(uint32_t word)
@@ -315,21 +325,21 @@ uint32_t substituteWord(uint32_t word)
   return columns[0];
 }
 
-constexpr uint8_t kRoundConstants[kAesRounds] = {0x01, 0x02, 0x04, 0x08, 0x10, 0x20, 0x40, 0x80, 0x1B, 0x36};
+void expandKey(uint32_t* schedule, const uint8_t* key)
+{
+  for (size_t i = 0; i < 4; i++) schedule[i] = static_cast<uint32_t>(rtxLoadOctets<4>(key + 4 * i));
+  for (size_t i = 4; i < kAesScheduleWords; i++) {
+    uint32_t word = schedule[i - 1];
+    if (i % 4 == 0) word = substituteWord(word << 8 | word >> 24) ^ uint32_t { kAesRoundConstants[i / 4 - 1] } << 24;
+    schedule[i] = schedule[i - 4] ^ word;
+  }
+}
+
+constexpr AesPath kPlain = {encryptBlocks, chainBlocks, counterMode, expandKey};
 
 } // namespace
 
 const AesPath* rtx3gppAesPlain()
 {
   return &kPlain;
-}
-
-void rtx3gppAesExpandKey(uint32_t* schedule, const uint8_t* key)
-{
-  for (size_t i = 0; i < 4; i++) schedule[i] = static_cast<uint32_t>(rtxLoadOctets<4>(key + 4 * i));
-  for (size_t i = 4; i < kAesScheduleWords; i++) {
-    uint32_t word = schedule[i - 1];
-    if (i % 4 == 0) word = substituteWord(word << 8 | word >> 24) ^ uint32_t { kRoundConstants[i / 4 - 1] } << 24;
-    schedule[i] = schedule[i - 4] ^ word;
-  }
 }
