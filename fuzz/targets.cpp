@@ -44,6 +44,7 @@ const std::vector<FuzzTarget>& fuzzTargets()
       {.name = "nas5gsSession", .check = checkMessage, .types = {l3FindType("TS24501Msg_PDU_SM")}},
       {.name = "nasEps", .check = checkMessage, .types = {kEps}},
       {.name = "nasEpsSession", .check = checkMessage, .types = {l3FindType("TS24301Msg_PDU_SM")}},
+      {.name = "coreNetwork", .check = checkMessage, .types = {l3FindType("TS24008Msg_PDU")}},
       {.name = "shortMessages", .check = checkMessage, .types = {kControl, kRelay}},
       {.name = "anyType", .check = checkMessage, .types = kAll},
       {.name = "fastSlow", .check = checkModes, .types = kAll, .leads = {{1}}},

@@ -190,7 +190,10 @@ private:
     bool known = !breaks();
     l3Store(member, 4, known ? message.tag : 0xFFFFFF);
     void* value = known && message.type && !breaks() ? make(*message.type) : nullptr;
-    l3StorePointer(record + body.pointerOffset, value); // of a number in the union itself these are bits like any
+    if (known && message.inlined && value)
+      memcpy(record + body.pointerOffset, value, message.type->size);
+    else
+      l3StorePointer(record + body.pointerOffset, value);
   }
 };
 

@@ -123,6 +123,17 @@ inline std::unique_ptr<uint64_t[]> recordStorage(const L3Type& type, int fill)
   return record;
 }
 
+// A form that tells its first half-octet by what stands behind it: its decoder writes no more of the record than it
+// reads, and its callers initialise the record.
+inline bool wantsInit(const L3Type& type)
+{
+  for (const L3Row* row = type.rows; row < type.rows + type.rowCount; ++row) {
+    const L3Choice* choice = row->op == kL3Choice ? static_cast<const L3Choice*>(row->info) : nullptr;
+    if (choice && choice->fieldCount && choice->fields[0].offset > row->offset) return true;
+  }
+  return false;
+}
+
 // One decoding of a copy of the octets, which has exactly their size: a sanitizer sees any access beyond, and
 // deciphering changes the copy.
 struct Decoding {
@@ -133,6 +144,7 @@ struct Decoding {
     std::copy(octets.begin(), octets.end(), data.get());
     if (prepare) prepare(ctxt);
     ctxt.bind(data.get(), octets.size());
+    if (wantsInit(*entry.type)) l3Init(*entry.type, record.get());
     status = entry.decode(ctxt, record.get());
   }
   std::string text() const { return printed(*entry.type, "x", record.get()); }

@@ -1,0 +1,193 @@
+// The top-level form of TS 24.008. By hand because the first half-octet is a skip indicator or a transaction identifier
+// by the discriminator behind it, because a transaction identifier may go on in an octet of its own, and because a
+// message type shares its octet with a sequence number under some discriminators only (TS 24.007, 11.2.3). The messages
+// are the engine's, but for the last element of a detach accept.
+#include <cstring>
+
+#include "L3Descriptors.h"
+#include "rt3gppsrc/engine/l3Direct.h"
+#include "src2/NamedParts.h"
+#include "src2/NasProtection.h"
+#include "velnor3gpp/TS24008Msgs.h"
+#include "velnor3gpp/rtxBitDecode.h"
+
+static constexpr const L3Type& kPdu = l3_TS24008Msg_PDU;
+// Three bits of 1: the value stands in the octet behind, of which it takes seven (TS 24.007, 11.2.3.1.3).
+static constexpr uint8_t kExtended = 7;
+
+static bool hasTransId(int discriminator)
+{
+  return discriminator == TS24007L3_ProtoDiscr_callCtrl || discriminator == TS24007L3_ProtoDiscr_sessMgmt;
+}
+
+// The upper two bits of the type are a sequence number. Messages without one have 0 there.
+static bool hasSequence(int discriminator)
+{
+  return discriminator == TS24007L3_ProtoDiscr_callCtrl || discriminator == TS24007L3_ProtoDiscr_mobMgmt;
+}
+
+static void splitType(TS24008Msg_PDU& pdu)
+{
+  if (!hasSequence(pdu.protoDiscr)) return;
+  pdu.sendSeqNum = pdu.msgType >> 6;
+  pdu.m.sendSeqNumPresent = pdu.sendSeqNum != 0;
+  pdu.msgType &= 0x3F;
+}
+
+// The half-octet of call control 0x73: flag 0, and 7 for "look behind the discriminator".
+static int decTransId(L3Call& call, TS24008Msg_PDU& pdu)
+{
+  uint8_t half = pdu.l3HdrOpts.skipInd; // flag and skip indicator are one octet of the record
+  auto& transId = pdu.l3HdrOpts.transId;
+  transId.flag = half >> 3;
+  if ((half & 7) != kExtended) {
+    transId.value = half & 7;
+    return 0;
+  }
+  L3Name frame;
+  uint8_t ext;
+  l3PushName(call, frame, "transId");
+  int status = l3DecBits(call, &ext, 1, 1, "ext bit");
+  if (status >= 0) status = l3DecBits(call, &transId.value, 7, 1, "INTEGER");
+  return endDecPart(call, l3_TS24008Msg_PDU_transId, "value", status);
+}
+
+static int decHeader(L3Call& call, TS24008Msg_PDU& pdu)
+{
+  L3Name frame;
+  l3PushName(call, frame, "l3HdrOpts");
+  int status = l3DecNamed(call, kPdu, "skipInd", &pdu.l3HdrOpts.skipInd, 4, 1);
+  if (status < 0) return status;
+  l3PopName(call);
+  status = decPart(call, kPdu, "protoDiscr", l3_TS24007L3_ProtoDiscr, &pdu.protoDiscr);
+  if (status >= 0 && hasTransId(pdu.protoDiscr)) status = decTransId(call, pdu);
+  if (status >= 0) status = l3DecNamed(call, kPdu, "msgType", &pdu.msgType, 8, 1);
+  if (status >= 0) splitType(pdu);
+  return status;
+}
+
+int l3Dec_TS24008Msg_PDU(L3Call& call, const L3Type& type, void* value)
+{
+  if (l3DecDirectly(call, type, value)) return 0;
+  if (call.mode == kL3GivenUp) return RTX_E_GENERAL;
+  TS24008Msg_PDU& pdu = *static_cast<TS24008Msg_PDU*>(value);
+  memset(&pdu.m, 0, sizeof pdu.m);
+  unsigned last = type.rowCount - 1U;
+  int status = decHeader(call, pdu);
+  if (status < 0) {
+    l3InitRest(type, last, value);
+    return status;
+  }
+  L3Type body = l3Slice(type, last, 1);
+  body.mOctets = 0; // the presence bits are the header's
+  return l3DecRows(call, body, value);
+}
+
+bool l3DirectDec_TS24008Msg_PDU(L3DirectIn& in, void* record)
+{
+  TS24008Msg_PDU& pdu = *static_cast<TS24008Msg_PDU*>(record);
+  uint64_t octet = 0;
+  if ((in.pos & 7) || !l3TakeAt<8, 0>(in, octet)) return false;
+  memset(&pdu.m, 0, sizeof pdu.m);
+  pdu.protoDiscr = static_cast<TS24007L3_ProtoDiscr>(octet & 15);
+  l3Set(pdu.l3HdrOpts.skipInd, octet >> 4);
+  if (hasTransId(pdu.protoDiscr)) {
+    l3Set(pdu.l3HdrOpts.transId.flag, octet >> 7);
+    octet = octet >> 4 & 7;
+    if (octet == kExtended && !l3TakeAt<8, 0>(in, octet)) return false;
+    l3Set(pdu.l3HdrOpts.transId.value, octet & 0x7F);
+  }
+  // The walk gives up at a discriminator without a name and leaves the message type alone.
+  if (!l3IsMember(l3enum_TS24007L3_ProtoDiscr, l3Number(pdu.protoDiscr)) || !l3TakeAt<8, 0>(in, octet)) return false;
+  l3Set(pdu.msgType, octet);
+  splitType(pdu);
+  return l3DirectDecBody_TS24008Msg_PDU(in, record);
+}
+
+static uint8_t typeOctet(const TS24008Msg_PDU& pdu)
+{
+  unsigned sequence = hasSequence(pdu.protoDiscr) && pdu.m.sendSeqNumPresent ? pdu.sendSeqNum : 0U;
+  return static_cast<uint8_t>(pdu.msgType | sequence << 6);
+}
+
+// The octet of a long transaction identifier goes by the discriminators that have a sequence number, not by those that
+// have the identifier: in session management a value above 6 is lost, in mobility management an octet is added. Callers
+// have relied on these octets from the start.
+static bool addsOctet(const TS24008Msg_PDU& pdu)
+{
+  return hasSequence(pdu.protoDiscr) && pdu.l3HdrOpts.transId.value >= kExtended;
+}
+
+static uint8_t shortValue(const TS24008Msg_PDU& pdu)
+{
+  uint8_t value = pdu.l3HdrOpts.transId.value;
+  return value < kExtended ? value : kExtended;
+}
+
+static int encTransId(L3Call& call, const TS24008Msg_PDU& pdu)
+{
+  const L3Type& type = l3_TS24008Msg_PDU_transId;
+  L3Name outer, inner;
+  l3PushName(call, outer, "transId");
+  l3PushName(call, inner, "flag");
+  int status = endEncPart(call, type, "flag", l3EncBits(call, pdu.l3HdrOpts.transId.flag != 0, 1, "BOOLEAN"));
+  if (status >= 0) status = l3EncNamed(call, type, "value", shortValue(pdu), 3, 1);
+  if (status >= 0) l3PopName(call);
+  return status;
+}
+
+static int encHeader(L3Call& call, TS24008Msg_PDU& pdu)
+{
+  L3Name frame;
+  l3PushName(call, frame, "l3HdrOpts");
+  int status = hasTransId(pdu.protoDiscr) ? encTransId(call, pdu)
+                                          : l3EncNamed(call, kPdu, "skipInd", pdu.l3HdrOpts.skipInd, 4, 1);
+  if (status < 0) return status;
+  l3PopName(call);
+  status = encPart(call, kPdu, "protoDiscr", l3_TS24007L3_ProtoDiscr, &pdu.protoDiscr);
+  if (status >= 0 && addsOctet(pdu))
+    status = l3EncNamed(call, kPdu, "transId.value", pdu.l3HdrOpts.transId.value, 8, 1);
+  return status < 0 ? status : l3EncNamed(call, kPdu, "msgType", typeOctet(pdu), 8, 1);
+}
+
+int l3Enc_TS24008Msg_PDU(L3Call& call, const L3Type& type, void* value)
+{
+  if (l3EncDirectly(call, type, value)) return 0;
+  if (call.mode == kL3GivenUp) return RTX_E_GENERAL;
+  int status = encHeader(call, *static_cast<TS24008Msg_PDU*>(value));
+  if (status < 0) return status;
+  bool known;
+  status = nasEncodePlain(call, l3Slice(type, type.rowCount - 1U, 1), value, known);
+  return status < 0 || known ? status : l3Ended(call, RTX_E_INVALID_CHOICE);
+}
+
+bool l3DirectEnc_TS24008Msg_PDU(L3DirectOut& out, void* record)
+{
+  const TS24008Msg_PDU& pdu = *static_cast<const TS24008Msg_PDU*>(record);
+  const auto& transId = pdu.l3HdrOpts.transId;
+  unsigned half = pdu.l3HdrOpts.skipInd;
+  if (hasTransId(pdu.protoDiscr)) half = (transId.flag ? 8U : 0U) | shortValue(pdu);
+  uint64_t discriminator = l3Number(pdu.protoDiscr);
+  if ((out.pos & 7) || half > 15 || !l3IsMember(l3enum_TS24007L3_ProtoDiscr, discriminator)) return false;
+  if (!l3PutAt<8, 0>(out, half << 4 | discriminator)) return false;
+  if (addsOctet(pdu) && !l3PutAt<8, 0>(out, transId.value)) return false;
+  return l3PutAt<8, 0>(out, typeOctet(pdu)) && l3DirectEncBody_TS24008Msg_PDU(out, record);
+}
+
+// A detach accept to the mobile ends with a spare half-octet and the one that tells whether to go to standby, one from
+// it with neither (TS 24.008, 9.4.6). The half-octet of 0 is taken for the element's identifier; the octets behind are
+// passed over like those of messages without optional elements, so that 0x06 0x01 0x07 0x00 fails with -60.
+int l3Dec_TS24008Msg_DetachAccept(L3Call& call, const L3Type& type, void* value)
+{
+  auto& accept = *static_cast<TS24008Msg_DetachAccept*>(value);
+  memset(&accept.m, 0, sizeof accept.m);
+  uint8_t ahead = 0;
+  if (l3HasRoom(call) && rtxPeekByte(call.pctxt, &ahead) == 1 && ahead >> 4 == 0) {
+    int status = l3DecBits(call, &ahead, 4, 1, "IEI");
+    if (status < 0) return l3DecFailed(call, type, "forceToStandby", status);
+    status = decPart(call, type, "forceToStandby", l3_TS24008IE_ForceToStandbyValue, &accept.forceToStandby);
+    if (status < 0) return status;
+    accept.m.forceToStandbyPresent = 1;
+  }
+  return l3SkipTail(call, type, false, type.line);
+}
