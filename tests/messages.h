@@ -1,6 +1,7 @@
 // Octets to try the coders on: the sample of every type, and the rows of the message corpus; and how tables are read.
 #pragma once
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -44,13 +45,52 @@ inline Octets sampleOf(const L3TypeEntry& entry)
   return octets;
 }
 
+// How much more than usual a long run shall try.
+inline unsigned effort()
+{
+  const char* text = getenv("VELNOR_TEST_EFFORT");
+  return text ? unsigned(atoi(text)) : 1;
+}
+
+// Which of many cases a long test takes. Builds that run slowly (sanitizers, coverage) have a budget of cases, so that
+// their time stays where it is when types are added: they take every n-th. Tests begin at different turns, so that one
+// takes what another passes over. Without a budget they take all.
+inline bool isTaken(size_t index, [[maybe_unused]] size_t count, [[maybe_unused]] size_t turn)
+{
+#ifdef VELNOR_TEST_BUDGET
+  const size_t budget = VELNOR_TEST_BUDGET * effort(), step = count / budget + 1;
+  return index % step == turn % step;
+#else
+  return index < count;
+#endif
+}
+
+// The types that a long test takes: no two coders by hand are alike, so they are always among them.
+inline std::vector<const L3TypeEntry*> takenTypes(size_t turn)
+{
+  std::vector<const L3TypeEntry*> types;
+  for (size_t i = 0; i < l3TypeCount; ++i)
+    if (l3TypeTable[i].type->hand || isTaken(i, l3TypeCount, turn)) types.push_back(&l3TypeTable[i]);
+  return types;
+}
+
+inline void addSample(std::vector<TestMessage>& messages, const L3TypeEntry& entry)
+{
+  if (entry.decode) messages.push_back({entry.type->fullName, &entry, sampleOf(entry)});
+}
+
 // The samples of all types that can be decoded.
 inline std::vector<TestMessage> sampleMessages()
 {
   std::vector<TestMessage> messages;
-  for (size_t i = 0; i < l3TypeCount; ++i)
-    if (l3TypeTable[i].decode)
-      messages.push_back({l3TypeTable[i].type->fullName, &l3TypeTable[i], sampleOf(l3TypeTable[i])});
+  for (size_t i = 0; i < l3TypeCount; ++i) addSample(messages, l3TypeTable[i]);
+  return messages;
+}
+
+inline std::vector<TestMessage> takenSamples(size_t turn)
+{
+  std::vector<TestMessage> messages;
+  for (const L3TypeEntry* entry : takenTypes(turn)) addSample(messages, *entry);
   return messages;
 }
 
@@ -66,5 +106,14 @@ inline std::vector<TestMessage> corpusMessages(const std::string& folder)
       if (entry && entry->decode) messages.push_back({row[0], entry, octetsOfHex(row[3])});
     }
   }
+  return messages;
+}
+
+inline std::vector<TestMessage> takenCorpus(const std::string& folder, size_t turn)
+{
+  std::vector<TestMessage> messages;
+  const std::vector<TestMessage> all = corpusMessages(folder);
+  for (size_t i = 0; i < all.size(); ++i)
+    if (isTaken(i, all.size(), turn)) messages.push_back(all[i]);
   return messages;
 }

@@ -2,19 +2,10 @@
 // or what the caller left open, it ends as the slow mode does, with the trace and without.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-
 #include "tests/arbitraryRecord.h"
 #include "tests/messages.h"
 
 namespace {
-
-// More mutations and damaged records for a long run.
-unsigned effort()
-{
-  const char* text = getenv("VELNOR_TEST_EFFORT");
-  return text ? unsigned(atoi(text)) : 1;
-}
 
 // The trace adds its fields and changes nothing else.
 std::string traceDiffers(const L3TypeEntry& entry, const Octets& octets, Setting setting)
@@ -104,14 +95,14 @@ bool agreesDamaged(const TestMessage& message, unsigned mutations, uint64_t seed
 TEST(FastAndSlow, SamplesCutAndMutated)
 {
   uint64_t seed = 0;
-  for (const TestMessage& message : sampleMessages())
+  for (const TestMessage& message : takenSamples(1))
     if (!agreesDamaged(message, 30 * effort(), ++seed)) return;
 }
 
 TEST(FastAndSlow, CorpusCutAndMutated)
 {
   uint64_t seed = 1000000;
-  for (TestMessage& message : corpusMessages(VELNOR_TEST_DATA "/../corpus/data")) {
+  for (TestMessage& message : takenCorpus(VELNOR_TEST_DATA "/../corpus/data", 1)) {
     if (message.octets.size() > 300) message.octets.resize(300);
     if (!agreesDamaged(message, 10 * effort(), ++seed)) return;
   }
@@ -140,8 +131,9 @@ void encodeBoth(const L3TypeEntry& entry, size_t index)
 
 TEST(FastAndSlow, SamplesInEveryCapacityAndDamagedRecords)
 {
-  for (size_t i = 0; i < l3TypeCount; ++i)
-    if (l3TypeTable[i].encode) encodeBoth(l3TypeTable[i], i);
+  size_t index = 0;
+  for (const L3TypeEntry* entry : takenTypes(1))
+    if (++index; entry->encode) encodeBoth(*entry, index);
 }
 
 } // namespace

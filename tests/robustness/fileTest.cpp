@@ -45,7 +45,7 @@ void checkFile(const L3TypeEntry& entry, size_t octets, bool bit, void* record, 
 TEST(Files, TakeWhatMemoryTakesOrRefuse)
 {
   std::string path = testing::TempDir() + "encoded." + std::to_string(getpid());
-  for (const TestMessage& message : sampleMessages()) {
+  for (const TestMessage& message : takenSamples(3)) {
     if (!message.entry->encode || message.octets.empty()) continue;
     Decoding decoding(*message.entry, message.octets);
     if (decoding.status < 0) continue;

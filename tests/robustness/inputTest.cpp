@@ -93,12 +93,12 @@ private:
 
 TEST_F(Input, DamagedSamples)
 {
-  for (const TestMessage& message : sampleMessages()) decodeDamaged(message);
+  for (const TestMessage& message : takenSamples(0)) decodeDamaged(message);
 }
 
 TEST_F(Input, DamagedCorpus)
 {
-  for (const TestMessage& message : corpusMessages(VELNOR_TEST_DATA "/../corpus/data")) decodeDamaged(message);
+  for (const TestMessage& message : takenCorpus(VELNOR_TEST_DATA "/../corpus/data", 0)) decodeDamaged(message);
 }
 
 // The length in whole octets that a type begins with.
@@ -135,7 +135,7 @@ std::vector<size_t> lengthsToTry(const L3Length& info, size_t sample)
 // long content the slow mode, which takes its time, reads some.
 TEST_F(Input, ElementsOfEveryLength)
 {
-  for (const TestMessage& message : sampleMessages()) {
+  for (const TestMessage& message : takenSamples(0)) {
     const L3Type& type = *message.entry->type;
     const L3Length* info = lengthOf(type);
     SCOPED_TRACE(message.name);

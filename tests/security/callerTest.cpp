@@ -62,9 +62,8 @@ TEST(CallersTests, LentKeysOutlastAJobAndEndedJobsLeaveNothing)
   uint32_t code = 0;
   ASSERT_EQ(0, rtx3gppComputeMAC(&keys, &good[6], good.size() - 6, &code));
   for (int i = 0; i < 4; ++i) good[2 + i] = uint8_t(code >> (24 - 8 * i));
-  const std::pair<Octets, int> messages[] = {{good, 0},
-                                             {octetsOfHex("7e0101020304007e005b01"), RTX_E_BAD_MAC},
-                                             {octetsOfHex("7e005b"), RTX_E_END_OF_BUFFER}};
+  const std::pair<Octets, int> messages[] = {
+      {good, 0}, {octetsOfHex("7e0101020304007e005b01"), RTX_E_BAD_MAC}, {octetsOfHex("7e005b"), RTX_E_END_OF_BUFFER}};
   long inUse = 0;
   for (int round = 0; round < 1000; ++round) {
     for (const auto& [octets, status] : messages) {
