@@ -7,7 +7,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <map>
 #include <sstream>
 #include <vector>
 
@@ -18,30 +17,6 @@ namespace {
 constexpr double kBurstNs = 60000;
 constexpr unsigned kBursts = 500;
 constexpr int kTries = 5;
-
-using Make = Work (*)(const Mix&);
-
-const std::map<std::string, Make> kWorks = {{"decode", decodeWork},
-                                            {"encode", encodeWork},
-                                            {"print", printWork},
-                                            {"protect", protectWork},
-                                            {"unprotect", unprotectWork}};
-
-const Mix& mixOf(const std::string& name)
-{
-  static const std::map<std::string, Mix> mixes = {
-      {"5gs", readMix("5gs", "ts24501.tsv")},
-      {"eps", readMix("eps", "ts24301.tsv")},
-      {"sms", readMix("sms", "ts24011.tsv")},
-      {"5gsProtected", readProtected("5gsProtected", "TS24501Msg_PDU")},
-      {"epsProtected", readProtected("epsProtected", "TS24301Msg_PDU")},
-      {"units", made("units", manyUnits(65536))},
-      {"nested", made("nested", nestedUnits(65536))},
-  };
-  auto found = mixes.find(name);
-  if (found == mixes.end()) giveUp("no mix " + name);
-  return found->second;
-}
 
 // Near the least time per message; of printing, per line.
 struct Pair {
@@ -70,11 +45,7 @@ Pair measure(const Work& floor, const Work& job, unsigned bursts)
 
 bool holds(const std::string& name, double limit)
 {
-  size_t slash = name.find('/');
-  auto make = kWorks.find(slash == std::string::npos ? name : name.substr(slash + 1));
-  if (make == kWorks.end()) giveUp("no work " + name);
-  const Mix& mix = mixOf(name.substr(0, slash));
-  Work floor = floorWork(mix), job = make->second(mix);
+  Work floor = namedWork(name.substr(0, name.find('/')) + "/floor"), job = namedWork(name);
   Pair pair;
   for (int tries = 1; tries <= kTries; ++tries) {
     pair = measure(floor, job, kBursts * static_cast<unsigned>(tries));

@@ -30,6 +30,9 @@ Work protectWork(const Mix& mix);
 // Decoding of messages that fail: the findings are discarded by rtxErrReset.
 Work decodeAnyWork(const Mix& mix);
 
+// A work by the name of its mix and of what it does: "5gs/decode", "attachAccept/encode". What the checks measure.
+Work namedWork(const std::string& name);
+
 // Calls of the system allocator by all works so far.
 size_t systemAllocations();
 // Octets that a fresh context takes from the system to decode a message.
