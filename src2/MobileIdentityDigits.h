@@ -20,6 +20,7 @@ inline int encIdentityDigits(L3Call& call, const L3Type& type, const char* name,
 
 #include "velnor3gpp/rtx3GPP.h"
 #include "velnor3gpp/rtxContainer.h"
+#include "velnor3gpp/rtxDiagBitTrace.h"
 #include "velnor3gpp/rtxTBCD.h"
 
 template <typename Length>
@@ -50,13 +51,14 @@ int decIdentity(L3Call& call, const L3Type& type, Length& length, size_t most, I
   return 0;
 }
 
-// The digits at once where nothing can be observed and nothing can fail; false leaves all to the shared function.
+// The digits at once, as one field in the trace, where nothing can fail; false leaves all to the shared function.
 inline bool takeIdentityDigits(L3Call& call, uint8_t length, uint8_t odd, uint8_t digit1, char* digits, size_t size)
 {
   RtxBuffer& buffer = call.pctxt->buffer;
   size_t octets = length > 1 ? length - 1U : 1U;
   bool fits = length && digit1 <= 9 && 2 * octets + (odd ? 1 : 0) < size && octets <= l3Unread(call.pctxt);
-  if (!call.plain() || buffer.bitOffset != 8 || !fits) return false;
+  if (!call.inlined() || buffer.bitOffset != 8 || !fits) return false;
+  l3TraceField(call, "");
   *digits++ = static_cast<char>('0' + digit1);
   for (size_t i = 1; i <= octets; ++i) {
     uint8_t octet = buffer.data[buffer.byteIndex++];
@@ -64,6 +66,7 @@ inline bool takeIdentityDigits(L3Call& call, uint8_t length, uint8_t odd, uint8_
     if (i < octets || odd) rtxTBCDBinToChar(octet >> 4, digits++);
   }
   *digits = 0;
+  if (call.traced) rtxDiagSetBitFldCount(call.pctxt->pBitFldList);
   return true;
 }
 
@@ -89,12 +92,13 @@ inline bool putIdentityDigits(L3Call& call, uint8_t identType, const char* digit
 inline int decIdentityDigits(L3Call& call, const L3Type& type, const char* name, uint8_t length, uint8_t odd,
                              uint8_t digit1, char* digits, size_t size)
 {
-  if (takeIdentityDigits(call, length, odd, digit1, digits, size)) return 0;
   L3Name frame;
   l3PushName(call, frame, name);
-  l3ToLists(call); // the operation reads through the public functions
-  int status = rtx3GPPDecMobileIdentityType1(call.pctxt, length, odd, digit1, digits, size);
-  if (status < 0) return l3DecFailed(call, type, name, status);
+  if (!takeIdentityDigits(call, length, odd, digit1, digits, size)) {
+    l3ToLists(call); // the operation reads through the public functions
+    int status = rtx3GPPDecMobileIdentityType1(call.pctxt, length, odd, digit1, digits, size);
+    if (status < 0) return l3DecFailed(call, type, name, status);
+  }
   l3PopName(call);
   return 0;
 }

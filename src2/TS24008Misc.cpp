@@ -44,11 +44,22 @@ static bool packPair(const TS24008IE_MCCMNCPair& pair, uint64_t& word)
   return plain && packDigit(mcc[2], word) && packDigit(mnc[1], word) && packDigit(mnc[0], word);
 }
 
+// The three octets as one field, as the shared function traces them.
+static bool takePair(L3Call& call, uint64_t& word)
+{
+  RtxBuffer& buffer = call.pctxt->buffer;
+  if (!call.inlined() || l3Unread(call.pctxt) < (buffer.bitOffset == 8 ? 3 : 4)) return false;
+  l3TraceField(call, "mcc/mnc");
+  l3TakeBits(buffer, 24, word);
+  if (call.traced) rtxDiagSetBitFldCount(call.pctxt->pBitFldList);
+  return true;
+}
+
 int l3Dec_TS24008IE_MCCMNCPair(L3Call& call, const L3Type& type, void* value)
 {
   auto& pair = *static_cast<TS24008IE_MCCMNCPair*>(value);
   uint64_t word = 0;
-  if (call.plain() && l3TakeBits(call.pctxt->buffer, 24, word)) {
+  if (takePair(call, word)) {
     unpackPair(word, pair);
     return 0;
   }

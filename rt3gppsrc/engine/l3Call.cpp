@@ -14,20 +14,31 @@ void l3SetSlowMode(bool on)
   gSlowMode = on;
 }
 
+// With a trace alone, names stay frames. Those of the caller would come before them in the paths: the real stack gets
+// these right.
+[[gnu::noinline]] static void observe(L3Call& call, bool stream)
+{
+  const RtxContext& context = *call.pctxt;
+  call.traced = context.pBitFldList;
+  call.mode = kL3Walk;
+  if (!gSlowMode && !stream && !context.elemNameStack.count) return;
+  l3ToLists(call);
+  call.mode = kL3Observed;
+}
+
 void l3Begin(L3Call& call, RtxContext* pctxt, L3Name& frame, const char* typeName)
 {
   bool stream = pctxt->pStream && !(pctxt->flags & RTX_FLAG_BUFFER_MODE);
   bool plain = !gSlowMode && !stream && !pctxt->pBitFldList;
-  frame = {typeName, nullptr, 0, 0};
+  frame = {typeName, nullptr, 0, 0, 0};
   call.pctxt = pctxt;
   call.names = &frame;
   call.regions = nullptr;
   call.mode = kL3MayTry;
+  call.traced = false;
   call.keepTypeName = call.ended = call.failed = call.inBody = false;
   call.earlier = call.listOctets = call.argument = 0;
-  if (plain) return;
-  l3ToLists(call);
-  call.mode = kL3Observed;
+  if (!plain) observe(call, stream);
 }
 
 int l3End(L3Call& call, int status, const char* module, uint16_t line)

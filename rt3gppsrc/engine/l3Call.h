@@ -1,6 +1,7 @@
 // What the engine keeps during one top-level call: element names and length regions as linked frames on the C++ stack.
 // They go to the context's real stacks (list mode) only when somebody can see them: at the first failure or finding,
-// with the bit trace or a stream, and where a rule leaves entries behind. On success nothing touches the heap.
+// with a stream, and where a rule leaves entries behind. On success nothing touches the heap. The bit trace takes its
+// paths from the frames (l3TraceField).
 // A stack entry that memory lacks for marks the call as failed: the stacks are then left alone, and the call ends -10.
 #ifndef VELNOR3GPP_L3_CALL_H
 #define VELNOR3GPP_L3_CALL_H
@@ -16,6 +17,7 @@ struct L3Name {
   L3Name* outer;
   uint32_t index; // of an array entry
   uint8_t kind;   // 0 type, 1 element, 2 array entry
+  uint16_t end;   // characters of the path up to and with this name in L3Call.lastPath; 0: not written there yet
 };
 
 struct L3Region {
@@ -24,8 +26,8 @@ struct L3Region {
   L3Region* outer;
 };
 
-// What a call may do, and where its names and regions stand. A call begins as kL3MayTry or, with a trace or a stream,
-// in slow mode too, as kL3Observed; it never comes back from a later mode but from a trial.
+// What a call may do, and where its names and regions stand. A call begins as kL3MayTry, with a trace as kL3Walk or,
+// with a stream or in slow mode, as kL3Observed; it never comes back from a later mode but from a trial.
 enum L3Mode : uint8_t {
   kL3MayTry,   // frames, nothing seen; a direct coder may be tried
   kL3Trial,    // inside a direct coder: nothing is reported, whoever fails or finds anything gives up
@@ -44,12 +46,17 @@ struct L3Call {
   bool ended;        // the coder has come to its end, and its status tells what was found on the way
   bool failed;       // memory was out where nobody could return it
   bool inBody;       // inside a message of a top-level form
-  bool plain() const { return mode != kL3Observed; }
+  bool traced;       // the bit trace is on: each field leaves an entry
+  // Nothing is observed: several fields may be read or written in one step.
+  bool plain() const { return mode != kL3Observed && !traced; }
+  // Fields are read and written inline, with an entry in the trace if there is one.
+  bool inlined() const { return mode != kL3Observed; }
   bool listed() const { return mode >= kL3Listed; }
   bool onTrial() const { return mode == kL3Trial || mode == kL3GivenUp; }
   size_t earlier;    // error records older than the innermost message inside a message
   size_t listOctets; // allocated for entries of lists so far
   size_t argument;   // the count for the next type whose decoder takes one
+  const char* lastPath; // of the trace's last entry, which owns it; the names of all frames that have an end begin it
   // What a trial has on the heap, to be released when it is given up; what finds no place here stays there.
   static constexpr unsigned kMaxHeld = 16;
   unsigned held = 0;
@@ -88,6 +95,12 @@ void l3NoteRange(L3Call& call, const char* module, uint16_t line, uint64_t value
 int l3FailRange(L3Call& call, const char* module, uint16_t line, uint64_t value);
 // Records a fatal finding that does not stop the decoding; its parameters stand already.
 void l3Note(L3Call& call, const char* module, int status, uint16_t line);
+// Begins the trace's entry of a field, if there is a trace. The caller ends it by rtxDiagSetBitFldCount.
+void l3TraceFieldOn(L3Call& call, const char* label);
+inline void l3TraceField(L3Call& call, const char* label)
+{
+  if (call.traced) l3TraceFieldOn(call, label);
+}
 // May a finding be recorded, or are there too many?
 inline bool l3MayNote(const L3Call& call)
 {
@@ -112,7 +125,7 @@ bool l3HasRoomSlow(const RtxContext* pctxt);
 inline int l3PushName(L3Call& call, L3Name& frame, const char* name)
 {
   if (call.listed()) return l3PushNameSlow(call, name);
-  frame = {name, call.names, 0, 1};
+  frame = {name, call.names, 0, 1, 0};
   call.names = &frame;
   return 0;
 }
@@ -128,7 +141,7 @@ inline int l3PushRow(L3Call& call, const char* module, const L3Row& row, L3Name&
 inline int l3PushEntry(L3Call& call, L3Name& frame, const char* name, uint32_t index)
 {
   if (call.listed()) return l3PushEntrySlow(call, name, index);
-  frame = {name, call.names, index, 2};
+  frame = {name, call.names, index, 2, 0};
   call.names = &frame;
   return 0;
 }

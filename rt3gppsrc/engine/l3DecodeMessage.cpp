@@ -50,7 +50,7 @@ static int decOption(L3Call& call, TailWalk& walk, unsigned position)
 static int skipOctets(L3Call& call, const TailWalk& walk, size_t octets)
 {
   if (!octets) return 0;
-  if (call.plain() && octets <= l3Unread(call.pctxt) && call.pctxt->buffer.bitOffset == 8) {
+  if (call.inlined() && octets <= l3Unread(call.pctxt) && call.pctxt->buffer.bitOffset == 8) {
     call.pctxt->buffer.byteIndex += octets;
     return 0;
   }

@@ -93,7 +93,7 @@ static int decMoreBit(L3Call& call, ListWalk& walk)
 {
   for (;;) {
     uint8_t bit = 0;
-    if (call.plain() ? !l3Unread(call.pctxt) : rtxPeekByte(call.pctxt, nullptr) <= 0) return 0;
+    if (call.inlined() ? !l3Unread(call.pctxt) : rtxPeekByte(call.pctxt, nullptr) <= 0) return 0;
     uint32_t ends = bitThatEnds(call, l3Traits(walk.info.end));
     int status = l3DecBit(call, "ext bit", bit);
     if (status < 0) return l3Fail(call, moduleOf(walk), status, walk.row.line);
@@ -201,13 +201,13 @@ static int readSelector(L3Call& call, const L3Type& type, const L3Row& row, cons
     int16_t bitOffset = buffer.bitOffset;
     uint64_t ahead = 0;
     status = 0;
-    if (call.plain() && l3TakeBits(buffer, choice.bits, ahead))
+    if (call.inlined() && l3TakeBits(buffer, choice.bits, ahead))
       word = static_cast<uint32_t>(ahead);
     else {
       l3ToLists(call);
       status = rtxPeekBits(call.pctxt, &word, choice.bits);
     }
-    if (call.plain() && status >= 0) {
+    if (call.inlined() && status >= 0) {
       buffer.byteIndex = byteIndex;
       buffer.bitOffset = bitOffset;
     }

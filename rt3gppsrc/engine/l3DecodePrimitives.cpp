@@ -43,8 +43,14 @@ static int readPublic(RtxContext* pctxt, uint8_t* member, unsigned bits, uint8_t
 int l3DecBitsSlow(L3Call& call, uint8_t* member, unsigned bits, uint8_t store, const char* label)
 {
   RtxContext* pctxt = call.pctxt;
+  uint64_t value = 0;
+  l3TraceField(call, label);
+  if (call.traced && call.inlined() && bits <= 56 && l3TakeBits(pctxt->buffer, bits, value)) {
+    l3Store(member, store, value);
+    rtxDiagSetBitFldCount(pctxt->pBitFldList);
+    return 0;
+  }
   l3ToLists(call);
-  rtxDiagNewBitField(pctxt->pBitFldList, label);
   int status = readPublic(pctxt, member, bits, store, label[0] == 'B');
   if (status >= 0) rtxDiagSetBitFldCount(pctxt->pBitFldList);
   return status;
@@ -53,13 +59,14 @@ int l3DecBitsSlow(L3Call& call, uint8_t* member, unsigned bits, uint8_t store, c
 int l3DecBit(L3Call& call, const char* label, uint8_t& bit)
 {
   uint64_t value = 0;
-  if (call.plain() && l3TakeBits(call.pctxt->buffer, 1, value)) {
+  int status = 0;
+  l3TraceField(call, label);
+  if (call.inlined() && l3TakeBits(call.pctxt->buffer, 1, value)) {
     bit = static_cast<uint8_t>(value);
-    return 0;
+  } else {
+    l3ToLists(call);
+    status = rtxDecBit(call.pctxt, &bit);
   }
-  l3ToLists(call);
-  rtxDiagNewBitField(call.pctxt->pBitFldList, label);
-  int status = rtxDecBit(call.pctxt, &bit);
   if (status >= 0) rtxDiagSetBitFldCount(call.pctxt->pBitFldList);
   return status;
 }
@@ -68,14 +75,15 @@ int l3DecOctets(L3Call& call, uint8_t* dst, size_t octets)
 {
   RtxContext* pctxt = call.pctxt;
   RtxBuffer& buffer = pctxt->buffer;
-  if (call.plain() && buffer.bitOffset == 8 && octets <= l3Unread(pctxt)) {
+  int status = 0;
+  l3TraceField(call, "OCTET STRING");
+  if (call.inlined() && buffer.bitOffset == 8 && octets <= l3Unread(pctxt)) {
     if (octets) memcpy(dst, buffer.data + buffer.byteIndex, octets);
     buffer.byteIndex += octets;
-    return 0;
+  } else {
+    l3ToLists(call);
+    status = rtxDecBitsToByteArray(pctxt, dst, octets, octets * 8);
   }
-  l3ToLists(call);
-  rtxDiagNewBitField(pctxt->pBitFldList, "OCTET STRING");
-  int status = rtxDecBitsToByteArray(pctxt, dst, octets, octets * 8);
   if (status >= 0) rtxDiagSetBitFldCount(pctxt->pBitFldList);
   return status;
 }

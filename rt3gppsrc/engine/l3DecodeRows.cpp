@@ -251,7 +251,7 @@ static int closeRegion(L3Call& call, RowWalk& walk, uint16_t line)
   RtxContext* pctxt = call.pctxt;
   size_t end = walk.ends[--walk.regions];
   if (l3BitPos(pctxt) > end) return reportOverrun(call, walk, line);
-  if (call.plain()) {
+  if (call.inlined()) {
     pctxt->buffer.byteIndex = end / 8;
     pctxt->buffer.bitOffset = static_cast<int16_t>(8 - end % 8);
   } else if (int status = rtxCtxtSetBitOffset(pctxt, end); status < 0) {

@@ -21,10 +21,12 @@ int l3EncBits(L3Call& call, uint64_t value, unsigned bits, const char* label)
   RtxContext* pctxt = call.pctxt;
   bool boolean = label[0] == 'B';
   if (boolean) value = value != 0;
-  if (call.plain() && bits <= 56 && l3PutBits(pctxt->buffer, bits, value)) return 0;
-  l3ToLists(call);
-  rtxDiagNewBitField(pctxt->pBitFldList, label);
-  int status = writePublic(pctxt, value, bits, boolean);
+  int status = 0;
+  l3TraceField(call, label);
+  if (!call.inlined() || bits > 56 || !l3PutBits(pctxt->buffer, bits, value)) {
+    l3ToLists(call);
+    status = writePublic(pctxt, value, bits, boolean);
+  }
   if (status >= 0) rtxDiagSetBitFldCount(pctxt->pBitFldList);
   return status;
 }
@@ -44,15 +46,16 @@ int l3EncOctets(L3Call& call, const uint8_t* src, size_t octets)
 {
   RtxContext* pctxt = call.pctxt;
   RtxBuffer& buffer = pctxt->buffer;
-  if (call.plain() && buffer.bitOffset == 8 && buffer.byteIndex <= buffer.size &&
+  int status = 0;
+  l3TraceField(call, "OCTET STRING");
+  if (call.inlined() && buffer.bitOffset == 8 && buffer.byteIndex <= buffer.size &&
       octets <= buffer.size - buffer.byteIndex) {
     if (octets) memcpy(buffer.data + buffer.byteIndex, src, octets);
     buffer.byteIndex += octets;
-    return 0;
+  } else {
+    l3ToLists(call);
+    status = rtxEncBitsFromByteArray(pctxt, src, octets * 8);
   }
-  l3ToLists(call);
-  rtxDiagNewBitField(pctxt->pBitFldList, "OCTET STRING");
-  int status = rtxEncBitsFromByteArray(pctxt, src, octets * 8);
   if (status >= 0) rtxDiagSetBitFldCount(pctxt->pBitFldList);
   return status;
 }
@@ -84,7 +87,7 @@ static int patch(L3Call& call, size_t start, unsigned bits, uint32_t length)
 {
   RtxContext* pctxt = call.pctxt;
   size_t stop = l3BitPos(pctxt);
-  if (call.plain() && start % 8 == 0 && bits % 8 == 0) {
+  if (call.inlined() && start % 8 == 0 && bits % 8 == 0) {
     uint8_t* at = pctxt->buffer.data + (start - bits) / 8;
     rtxStoreFirst(at, static_cast<uint64_t>(length) << (64 - bits), bits / 8);
     return 0;

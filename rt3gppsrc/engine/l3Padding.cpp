@@ -131,7 +131,7 @@ int l3EncUnary(L3Call& call, const L3Unary& unary, uint8_t count)
 void l3PadRest(L3Call& call)
 {
   unsigned bits = static_cast<unsigned>(call.pctxt->buffer.bitOffset);
-  if (call.plain() && l3PutBits(call.pctxt->buffer, bits, l3PaddingAhead(call.pctxt, bits))) return;
+  if (call.inlined() && l3PutBits(call.pctxt->buffer, bits, l3PaddingAhead(call.pctxt, bits))) return;
   l3ToLists(call);
   rtxEncBits(call.pctxt, 0x2B, bits);
 }

@@ -2,6 +2,7 @@
 
 #include <string.h>
 
+#include "rtxsrc/trace/rtxTraceEntry.h"
 #include "rtxsrc/trace/rtxTraceWalk.h"
 #include "velnor3gpp/rtxContainer.h"
 #include "velnor3gpp/rtxDList.h"
@@ -51,28 +52,34 @@ static RtxBitField* lastField(const RtxBitFieldList* pList)
   return static_cast<RtxBitField*>(pList->fieldList.tail->data);
 }
 
-static void freeField(RtxContext* pctxt, RtxBitField* field)
+// Appends an entry at the current position, in one block with a room for its name.
+static RtxBitField* appendWithRoom(RtxBitFieldList* pList, size_t room, const char* nameSuffix)
 {
-  if (field->elemName != nullptr) rtxMemHeapFreePtr(&pctxt->pMemHeap, field->elemName);
+  RtxContext* pctxt = pList->fieldList.pctxt;
+  void* block = rtxMemHeapAlloc(&pctxt->pMemHeap, sizeof(RtxBitField) + room);
+  if (block == nullptr) return nullptr;
+  RtxBitField* field = static_cast<RtxBitField*>(block);
+  *field = {nullptr, nameSuffix, rtxCtxtGetBitOffset(pctxt), 0, nullptr};
+  if (rtxSListAppend(&pList->fieldList, field) != nullptr) return field;
   rtxMemHeapFreePtr(&pctxt->pMemHeap, field);
+  return nullptr;
+}
+
+// The room behind an entry.
+static char* roomOf(RtxBitField* field)
+{
+  return reinterpret_cast<char*>(field + 1);
 }
 
 // Appends an entry at the current position. Takes over the name, also when it fails.
 static RtxBitField* appendField(RtxBitFieldList* pList, char* elemName, const char* nameSuffix)
 {
-  RtxContext* pctxt = pList->fieldList.pctxt;
-  void* record = rtxMemHeapAllocZ(&pctxt->pMemHeap, sizeof(RtxBitField));
-  if (record == nullptr) {
-    if (elemName != nullptr) rtxMemHeapFreePtr(&pctxt->pMemHeap, elemName);
-    return nullptr;
-  }
-  RtxBitField* field = static_cast<RtxBitField*>(record);
-  field->elemName = elemName;
-  field->nameSuffix = nameSuffix;
-  field->bitOffset = rtxCtxtGetBitOffset(pctxt);
-  if (rtxSListAppend(&pList->fieldList, field) != nullptr) return field;
-  freeField(pctxt, field);
-  return nullptr;
+  RtxBitField* field = appendWithRoom(pList, 0, nameSuffix);
+  if (field != nullptr)
+    field->elemName = elemName;
+  else if (elemName != nullptr)
+    rtxMemHeapFreePtr(&pList->fieldList.pctxt->pMemHeap, elemName);
+  return field;
 }
 
 RtxBitField* rtxDiagNewBitField(RtxBitFieldList* pList, const char* nameSuffix)
@@ -82,6 +89,14 @@ RtxBitField* rtxDiagNewBitField(RtxBitFieldList* pList, const char* nameSuffix)
   char* path = nullptr;
   if (rtxDListToUTF8Str(pctxt, &pctxt->elemNameStack, &path, '.') < 0) return nullptr;
   return appendField(pList, path, nameSuffix);
+}
+
+char* rtxTraceAppend(RtxBitFieldList* pList, size_t pathLength, const char* label)
+{
+  if (!isOn(pList)) return nullptr;
+  RtxBitField* field = appendWithRoom(pList, pathLength + 1, label);
+  if (field != nullptr) field->elemName = roomOf(field);
+  return field != nullptr ? field->elemName : nullptr;
 }
 
 void rtxDiagSetBitFldOffset(RtxBitFieldList* pList)
@@ -132,8 +147,11 @@ void rtxDiagBitFldAppendNamePart(RtxBitFieldList* pList, const char* part)
   if (part == nullptr) return;
   size_t length = strlen(field->elemName);
   size_t partSize = strlen(part) + 1;
-  void* name = rtxMemHeapRealloc(&pctxt->pMemHeap, field->elemName, length + 1 + partSize);
+  // A name in one block with its entry cannot grow there.
+  bool within = field->elemName == roomOf(field);
+  void* name = rtxMemHeapRealloc(&pctxt->pMemHeap, within ? nullptr : field->elemName, length + 1 + partSize);
   if (name == nullptr) return;
+  if (within) memcpy(name, field->elemName, length);
   field->elemName = static_cast<char*>(name);
   field->elemName[length] = '.';
   memcpy(field->elemName + length + 1, part, partSize);

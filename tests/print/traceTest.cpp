@@ -1,6 +1,7 @@
 // Guards the bit trace over open types and streams, and its HTML page. Its text
 // line by line stands in calls.txt.
 #include "tests/print/PrintCapture.h"
+#include "rtxsrc/trace/rtxTraceEntry.h"
 #include "velnor3gpp/rtxBitDecode.h"
 #include "velnor3gpp/rtxDiag.h"
 #include "velnor3gpp/rtxDiagBitTrace.h"
@@ -60,6 +61,15 @@ TEST_F(BitTrace, AnOpenTypeHasATraceOfItsOwn)
   ctxt.buffer.byteIndex = 1;
   rtxDiagSetBitFldCount(&inner);
   EXPECT_EQ(text("v"), texts["open type"]);
+}
+
+// A name that lies in one block with its entry grows as one of its own does.
+TEST_F(BitTrace, NamesGrowWhereverTheyStand)
+{
+  strcpy(rtxTraceAppend(list, 3, "x"), "a.b");
+  rtxDiagBitFldAppendNamePart(list, "first");
+  rtxDiagBitFldAppendNamePart(list, "second");
+  EXPECT_STREQ(static_cast<RtxBitField*>(list->fieldList.tail->data)->elemName, "a.b.first.second");
 }
 
 TEST_F(BitTrace, HeadLinesAreCut)
