@@ -35,8 +35,9 @@ VELNOR_API void rtxCtxtSetFlag(RtxContext* pctxt, uint32_t mask);
 VELNOR_API uint32_t rtxCtxtClearFlag(RtxContext* pctxt, uint32_t mask);
 
 /** Binds `bufsize` octets, which stay the caller's, and puts the cursor at their start. With a null `bufaddr` the
- *  context gets a growing buffer of its own, of `bufsize` octets or 1024 if that is 0. Returns 0, RTX_E_NO_MEMORY, or
- *  RTX_E_NO_CONTEXT for a null or uninitialised context, which is not looked into: no error record tells of it. */
+ *  context gets a growing buffer of its own, of `bufsize` octets or 1024 if that is 0. Returns 0, RTX_E_NO_MEMORY,
+ *  RTX_E_TOO_BIG for 512 MiB and more where a size has 32 bits, or RTX_E_NO_CONTEXT for a null or uninitialised
+ *  context, which is not looked into: no error record tells of it. */
 VELNOR_API int rtxInitContextBuffer(RtxContext* pctxt, uint8_t* bufaddr, size_t bufsize);
 /** Primes a coding job: the same, and coding then runs in the buffer alone, whatever stream is attached. It ends no
  * job: end each one, good or bad, with rtxMemReset (or rtxMemFree) before the next is primed. Otherwise the records and

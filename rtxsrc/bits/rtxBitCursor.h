@@ -23,6 +23,15 @@ static inline void rtxCursorAdvance(RtxBuffer* buffer, size_t bits)
   buffer->bitOffset = static_cast<int16_t>(8 - bits % 8);
 }
 
+/**
+ * Has every bit of so many octets a number? Where a size has 32 bits, buffers of 512 MiB and more are refused, so that
+ * positions in bits do not wrap.
+ */
+static inline bool rtxBitsAreCountable(size_t octets)
+{
+  return sizeof(size_t) >= 8 || octets <= SIZE_MAX / 8;
+}
+
 /** Octets that a field of `nbits` bits touches when it starts at `phase`; does not overflow. */
 static inline size_t rtxOctetsTouched(unsigned phase, size_t nbits)
 {

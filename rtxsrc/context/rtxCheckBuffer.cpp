@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "rtxsrc/bits/rtxBitCursor.h"
 #include "rtxsrc/errors/rtxReport.h"
 #include "rtxsrc/streams/rtxStreamBinding.h"
 #include "velnor3gpp/rtxContext.h"
@@ -67,6 +68,7 @@ static int adoptBuffer(RtxContext* pctxt)
 
 static uint8_t* reallocBuffer(RtxContext* pctxt, size_t size)
 {
+  if (!rtxBitsAreCountable(size)) return nullptr;
   bool system = (pctxt->flags & RTX_FLAG_SYSMEM_BUFFER) != 0;
   void* data = system ? rtxMemHeapSysRealloc(&pctxt->pMemHeap, pctxt->buffer.data, size)
                       : rtxMemHeapRealloc(&pctxt->pMemHeap, pctxt->buffer.data, size);

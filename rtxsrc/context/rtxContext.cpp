@@ -3,6 +3,7 @@
 
 #include <string.h>
 
+#include "rtxsrc/bits/rtxBitCursor.h"
 #include "rtxsrc/errors/rtxReport.h"
 #include "rtxsrc/streams/rtxStreamBinding.h"
 #include "velnor3gpp/rtxBitEncode.h"
@@ -175,6 +176,7 @@ uint32_t rtxCtxtClearFlag(RtxContext* pctxt, uint32_t mask)
 int rtxInitContextBuffer(RtxContext* pctxt, uint8_t* bufaddr, size_t bufsize)
 {
   if (rtxCheckContext(pctxt) != 0) return RTX_E_NO_CONTEXT; // nothing in it can be followed, not even the error list
+  if (!rtxBitsAreCountable(bufsize)) return rtxReport(pctxt, RTX_E_TOO_BIG, kModule, __LINE__);
   RtxBuffer* buffer = &pctxt->buffer;
   const bool ownsSystemMemory = buffer->dynamic && (pctxt->flags & RTX_FLAG_SYSMEM_BUFFER) != 0;
   if (ownsSystemMemory && buffer->data != nullptr) dropBuffer(pctxt);
