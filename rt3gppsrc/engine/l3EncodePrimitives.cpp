@@ -4,6 +4,7 @@
 
 #include "rt3gppsrc/engine/l3Encode.h"
 #include "rtxsrc/bits/rtxBigEndian.h"
+#include "rtxsrc/bits/rtxBitEncodeInternal.h"
 #include "velnor3gpp/rtxBitEncode.h"
 #include "velnor3gpp/rtxDiagBitTrace.h"
 
@@ -13,7 +14,7 @@ static int writePublic(RtxContext* pctxt, uint64_t value, unsigned bits, bool bo
   if (boolean) return rtxEncBit(pctxt, word != 0);
   if (bits == 24) return rtxEncBits(pctxt, word, bits);
   if (bits == 8 || bits == 16 || bits == 32) return rtxEncUInt32(pctxt, word, bits / 8);
-  return bits <= 32 ? rtxEncBits(pctxt, word, bits) : rtxEncBitsFromSize(pctxt, value, bits);
+  return bits <= 32 ? rtxEncBits(pctxt, word, bits) : rtxEncBits64(pctxt, value, bits);
 }
 
 int l3EncBits(L3Call& call, uint64_t value, unsigned bits, const char* label)

@@ -5,6 +5,7 @@
 
 #include "rtxsrc/bits/rtxBigEndian.h"
 #include "rtxsrc/bits/rtxBitCursor.h"
+#include "rtxsrc/bits/rtxBitEncodeInternal.h"
 #include "rtxsrc/errors/rtxReport.h"
 #include "rtxsrc/streams/rtxStreamBinding.h"
 #include "velnor3gpp/rtxCheckBuffer.h"
@@ -110,9 +111,14 @@ int rtxEncBits(RtxContext* pctxt, uint32_t value, size_t nbits)
   return 0;
 }
 
-int rtxEncBitsFromSize(RtxContext* pctxt, size_t value, size_t nbits)
+int rtxEncBits64(RtxContext* pctxt, uint64_t value, size_t nbits)
 {
   return writeSlowly(pctxt, value, nbits, 64, kClearTail);
+}
+
+int rtxEncBitsFromSize(RtxContext* pctxt, size_t value, size_t nbits)
+{
+  return rtxEncBits64(pctxt, value, nbits);
 }
 
 int rtxMergeBits(RtxContext* pctxt, uint32_t value, size_t nbits)

@@ -348,4 +348,20 @@ TEST(Mended, TraceCoversOctetsBehindTheArray)
   EXPECT_NE(traceOf(bench).find("<OCTET STRING> 8+32"), std::string::npos) << traceOf(bench);
 }
 
+// A size of 32 bits is no room for a number of 40 or 64 on its way to the public writers.
+TEST(Mended, WideNumbersAreWrittenWholeWhereASizeHas32Bits)
+{
+  for (unsigned bits : {33, 40, 64})
+    for (bool slow : {false, true}) {
+      const L3Row rows[] = {uintRow("wide", 0, bits, 8)};
+      L3Type type = typeOf("Number", rows, 8);
+      uint64_t value = 0xFEDCBA9876543210 >> (64 - bits), back = 0;
+      Bench bench(Octets(8), {.slow = slow});
+      EXPECT_EQ(l3Encode(bench, type, &value), 0);
+      bench.ctxt.bind(bench.octets.data(), bench.octets.size());
+      EXPECT_EQ(l3Decode(bench, type, &back), 0);
+      EXPECT_EQ(back, value) << bits;
+    }
+}
+
 } // namespace
