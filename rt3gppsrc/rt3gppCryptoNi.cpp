@@ -2,7 +2,8 @@
 // the library as a whole still runs on processors without them.
 #include "rt3gppsrc/rt3gppCrypto.h"
 
-#if defined(__x86_64__) || defined(__i386__)
+// Eight registers, which is all that these processors have in 32-bit code, would leave round keys on the stack.
+#if defined(__x86_64__)
 
 #include <immintrin.h>
 
