@@ -13,6 +13,7 @@ add_dependencies(velnor3gpp_objects velnor3gpp_generate)
 target_include_directories(velnor3gpp_objects PUBLIC ${PROJECT_SOURCE_DIR}/include ${VELNOR_GENERATED_DIR}/include
                            PRIVATE ${PROJECT_SOURCE_DIR} ${VELNOR_GENERATED_DIR}/src)
 target_compile_options(velnor3gpp_objects PRIVATE ${VELNOR_WARNINGS} -fno-exceptions -fno-rtti)
+target_compile_definitions(velnor3gpp_objects PRIVATE _FILE_OFFSET_BITS=64) # files above 2 GiB, also with words of 32 bits
 
 add_library(velnor3gpp SHARED $<TARGET_OBJECTS:velnor3gpp_objects>)
 target_include_directories(velnor3gpp PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>

@@ -149,7 +149,7 @@ static uint8_t leadingBits(const Identity& identity)
 
 static uint8_t firstOctet(const Identity& identity)
 {
-  return static_cast<uint8_t>(leadingBits(identity) << 3 | (identity.t - 1));
+  return static_cast<uint8_t>(unsigned{leadingBits(identity)} << 3 | (identity.t - 1));
 }
 
 static int encSuci(L3Call& call, Identity& identity)
@@ -234,7 +234,8 @@ bool l3DirectDec_TS24501IE_MobileIdentity(L3DirectIn& in, void* record)
   L3DirectIn start = in;
   uint64_t length = 0, octet = 0;
   size_t outer;
-  if (!l3Take<16>(in, length) || !l3Open(in, length * 8, outer) || !l3Take<8>(in, octet)) return false;
+  if (!l3Take<16>(in, length) || !l3Open(in, static_cast<size_t>(length) * 8, outer) || !l3Take<8>(in, octet))
+    return false;
   identity.length = static_cast<uint16_t>(length);
   identity.t = (octet & 7) + 1U;
   bool temporary = octet >> 3 >= 30, good;

@@ -19,7 +19,7 @@ static int countOctets(L3Call& call, const L3Row& row, const uint8_t* record, L3
   uint16_t length = 0;
   switch (from) {
     case kL3ByField:
-      count = l3Load(record + field.offset, field.store);
+      count = static_cast<size_t>(l3Load(record + field.offset, field.store));
       return 0;
     case kL3OwnLength: {
       int status = l3DecBits(call, reinterpret_cast<uint8_t*>(&length), lengthBits, 2, "INTEGER");

@@ -245,7 +245,7 @@ bool l3DirectSkip(L3DirectIn& in, size_t octets)
 bool l3DirectSkipLength(L3DirectIn& in)
 {
   uint64_t length = 0;
-  return l3Take<8>(in, length) && l3DirectSkip(in, length);
+  return l3Take<8>(in, length) && l3DirectSkip(in, static_cast<size_t>(length));
 }
 
 bool l3DirectUnknown(L3DirectIn& in, unsigned iei, bool half)

@@ -173,9 +173,10 @@ int l3EncList(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* recor
   // An index of 8 bits never reaches a count above 255: the loop would not end.
   if (heap.n > 255) return l3FailNew(call, type.module->encoder, RTX_E_BAD_VALUE, row.line);
   if (heap.n && !heap.elem) return failNull(call, type, row);
-  for (size_t i = 0; i <= heap.n; ++i) {
-    if (int status = encListBit(call, type, row, info, i, heap.n); status < 0) return status;
-    if (i == heap.n) break;
+  size_t count = static_cast<size_t>(heap.n);
+  for (size_t i = 0; i <= count; ++i) {
+    if (int status = encListBit(call, type, row, info, i, count); status < 0) return status;
+    if (i == count) break;
     int status = encEntry(call, type, row, info, heap.elem + i * info.elemSize, static_cast<uint32_t>(i));
     if (status < 0) return status;
   }

@@ -93,8 +93,8 @@ static void printOctets(PrintWalk& walk, const L3Row& row, RtxPiece name, const 
   Held octets = {info.fixed, member};
   if (info.from != kL3Fixed) octets = heldValues<L3HeapOctets>(member, info.cap, info.dataOffset);
   rtxSinkIndent(walk.sink);
-  if (row.flags & kL3Wide) return printWide(walk, name, octets.count, octets.data);
-  rtxFormHex(walk.sink, name, octets.count, octets.data, true);
+  if (row.flags & kL3Wide) return printWide(walk, name, static_cast<size_t>(octets.count), octets.data);
+  rtxFormHex(walk.sink, name, static_cast<size_t>(octets.count), octets.data, true);
 }
 
 static void printBits(PrintWalk& walk, const L3Row& row, RtxPiece name, const uint8_t* member)
@@ -103,7 +103,7 @@ static void printBits(PrintWalk& walk, const L3Row& row, RtxPiece name, const ui
   Held bits = {info.capBits, member};
   if (info.from != kL3Fixed) bits = heldValues<L3HeapBits>(member, info.capBits, info.dataOffset);
   rtxSinkIndent(walk.sink);
-  rtFormBitStrBrace(walk.sink, name, {bits.count, bits.data}, nullptr, RtBitStyle::stream);
+  rtFormBitStrBrace(walk.sink, name, {static_cast<size_t>(bits.count), bits.data}, nullptr, RtBitStyle::stream);
 }
 
 static void printText(PrintWalk& walk, RtxPiece name, RtxPiece text)

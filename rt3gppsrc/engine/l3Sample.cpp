@@ -51,7 +51,7 @@ static size_t clamp(size_t value, size_t lo, size_t hi)
 
 static size_t maxOfBits(unsigned bits)
 {
-  return bits >= 32 ? UINT32_MAX : (1ULL << bits) - 1;
+  return bits >= 32 ? UINT32_MAX : (size_t{1} << bits) - 1;
 }
 
 // Octets of a string on the wire: as near to `wish` as its range and its count field allow.
@@ -68,7 +68,7 @@ static size_t sizeString(SampleWalk& walk, L3SampleRecord& sample, const StringS
   if (size.from == kL3OwnLength && hi > maxOfBits(size.lengthBits)) hi = maxOfBits(size.lengthBits);
   size_t count = clamp(wish, size.lo, hi);
   if (size.from == kL3ByField)
-    count = clamp(l3SettleCount(sample, size.field, count, hi), 0, hi);
+    count = clamp(static_cast<size_t>(l3SettleCount(sample, size.field, count, hi)), 0, hi);
   else
     count += takeGrowth(walk, hi - count);
   if (size.from == kL3Rest) sample.closed = true;

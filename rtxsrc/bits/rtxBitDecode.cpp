@@ -242,7 +242,7 @@ static int readShifted(RtxContext* pctxt, uint8_t* pbuf, size_t nbits, unsigned 
 }
 
 // Forward on a stream: the begun octet, then whole octets past the buffer, then the bits of the last octet.
-static int moveStreamForward(RtxContext* pctxt, uint64_t nbits)
+static int moveStreamForward(RtxContext* pctxt, size_t nbits)
 {
   RtxBuffer* buffer = &pctxt->buffer;
   unsigned phase = rtxCursorPhase(buffer);
@@ -251,7 +251,7 @@ static int moveStreamForward(RtxContext* pctxt, uint64_t nbits)
     // A read of whole octets can have left the begun octet unloaded.
     int status = rtxBufferLeft(pctxt) == 0 ? refill(pctxt, 1, __LINE__) : 0;
     if (status < 0) return status;
-    uint64_t step = std::min<uint64_t>(nbits, 8 - phase);
+    size_t step = std::min<size_t>(nbits, 8 - phase);
     rtxCursorAdvance(buffer, phase + step);
     nbits -= step;
   }

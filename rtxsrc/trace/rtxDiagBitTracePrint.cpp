@@ -8,7 +8,7 @@ static const size_t kHeadSize = 800;
 // Positions print as signed numbers, as on the page.
 static RtxPiece signedText(RtxNumText& number, size_t value)
 {
-  return rtxDecimal(number, static_cast<int64_t>(value));
+  return rtxDecimal(number, static_cast<ptrdiff_t>(value));
 }
 
 static void putLine(void* arg, const RtxBitLine& line)

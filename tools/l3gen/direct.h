@@ -30,7 +30,10 @@ struct DirectWriter {
     if (!test.empty()) line("if (" + test + ") return false;");
   }
   std::string fresh(const char* stem) { return stem + std::to_string(names++); }
-  void moved(std::optional<uint32_t> bits) { used = used < 0 || !bits ? -1 : static_cast<int>((used + *bits) % 8); }
+  void moved(std::optional<uint32_t> bits)
+  {
+    used = used < 0 || !bits ? -1 : static_cast<int>((static_cast<unsigned>(used) + *bits) % 8);
+  }
   // Behind something that may have been passed over, from where `before` tells.
   void maybeFrom(int before) { used = used == before ? before : -1; }
   // Behind a value of the type.
