@@ -24,6 +24,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bit>
 #include <climits>
 #include <fstream>
 #include <functional>
@@ -96,16 +97,30 @@ struct Call {
   {
     size_t colon = token.find(':'), size = std::stoul(token);
     Octets held = colon == std::string::npos ? Octets() : unquoted(token.substr(colon + 1));
-    held.resize(size, '?');
+    // A size is told by the eight octets that it mostly has; where it has four, the others are 0.
+    const size_t missing = std::is_same_v<T, size_t> && size == 8 ? size - sizeof(T) : 0;
+    held.resize(size - missing, '?');
     Octets* room = &scene.memory.emplace_back(held);
     T* first = reinterpret_cast<T*>(room->data());
     if constexpr (std::is_same_v<T, char>)
       filled.push_back([=] { return quoted(std::string(first, size)); });
     else if constexpr (sizeof(T) > 1 && !std::is_class_v<T>) // as a number is written, the highest octet first
-      filled.push_back([=] { return hexText(Octets(room->rbegin(), room->rend())); });
+      filled.push_back([=] {
+        const bool lowestFirst = std::endian::native == std::endian::little;
+        Octets octets = lowestFirst ? Octets(room->rbegin(), room->rend()) : *room;
+        return hexText(Octets(missing)) + hexText(octets);
+      });
     else
       filled.push_back([=] { return hexText(*room); });
     return first;
+  }
+  // Characters behind eight octets that no heap takes for its guard, where a call frees what another should have
+  // pushed.
+  const char* unowned(const Octets& characters)
+  {
+    Octets& held = scene.memory.emplace_back(8, uint8_t(0xEE));
+    held.insert(held.end(), characters.begin(), characters.end());
+    return reinterpret_cast<const char*>(held.data() + 8);
   }
   template <class T> T argument()
   {
@@ -125,7 +140,7 @@ struct Call {
       else if (auto named = scene.names.find(token); named != scene.names.end())
         return static_cast<T>(const_cast<void*>(named->second));
       else if constexpr (std::is_same_v<T, const char*>)
-        return reinterpret_cast<const char*>(scene.memory.emplace_back(unquoted(token)).data());
+        return unowned(unquoted(token));
       else if constexpr (std::is_same_v<T, const uint8_t*>)
         return scene.memory.emplace_back(octetsOfRuns(token)).data();
       else
@@ -163,8 +178,9 @@ struct Call {
   std::string end(std::string text)
   {
     const size_t made = rtxErrGetErrorCnt(&scene.bench) - records;
-    if (isStatus && !isFree && made != size_t{failed && onContext}) text += " records " + std::to_string(int64_t(made));
-    if (scene.bench.at() != stood) text += " at " + std::to_string(int64_t(scene.bench.at() - scene.start));
+    if (isStatus && !isFree && made != size_t{failed && onContext})
+      text += " records " + std::to_string(ptrdiff_t(made));
+    if (scene.bench.at() != stood) text += " at " + std::to_string(ptrdiff_t(scene.bench.at() - scene.start));
     if (scene.bench.data != held)
       text += " " + hexText(Bits(scene.bench.data).slice(scene.start, scene.bench.at() - scene.start).octets());
     for (const auto& tell : filled) text += " " + tell();

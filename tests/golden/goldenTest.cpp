@@ -187,6 +187,16 @@ std::string rowOf(const L3TypeEntry& entry)
   return row + text;
 }
 
+// The row of a machine whose pointers have fewer bits than those of the table's: records are no larger there, and
+// everything else is the same.
+std::string ofTheTable(std::string row, const std::string& stored)
+{
+  auto cells = split(row, '\t'), expected = split(stored, '\t');
+  if (sizeof(void*) >= 8 || expected.size() < 2) return row;
+  EXPECT_LE(std::stoul(cells[1]), std::stoul(expected[1])) << cells[0];
+  return row.replace(cells[0].size() + 1, cells[1].size(), expected[1]);
+}
+
 std::string moduleOf(const L3TypeEntry& entry)
 {
   return split(entry.type->fullName, '_')[0];
@@ -218,7 +228,8 @@ TEST_P(Golden, TypesAreWhatTheyWere)
   for (std::string line; std::getline(in, line);)
     if (line[0] != '#') stored[line.substr(0, line.find('\t'))] = line;
   for (const L3TypeEntry* entry : types) {
-    EXPECT_EQ(stored[entry->type->fullName], rowOf(*entry)) << entry->type->fullName;
+    const std::string& row = stored[entry->type->fullName];
+    EXPECT_EQ(row, ofTheTable(rowOf(*entry), row)) << entry->type->fullName;
     stored.erase(entry->type->fullName);
     if (HasFailure() && GTEST_FLAG_GET(fail_fast)) return;
   }

@@ -2,6 +2,8 @@
 // that C callers rely on.
 #include <gtest/gtest.h>
 
+#include <regex>
+
 #include "L3Descriptors.h"
 #include "tests/fileText.h"
 #include "tests/messages.h"
@@ -120,7 +122,12 @@ TEST(Layout, IsWhatItWas)
     for (unsigned i = 0; i < set->rows; ++i) // by name, and which comes there by value
       text += std::string(set->table[i].name) + " = " + std::to_string(set->table[i].value) + " rises to " +
               std::to_string(set->table[i].transformedIdx) + "\n";
-  EXPECT_EQ(text, goldenText(VELNOR_TEST_DATA "/../golden/l3gen/layout.txt", text));
+  const std::string expected = goldenText(VELNOR_TEST_DATA "/../golden/l3gen/layout.txt", text);
+  const std::regex size(" [0-9]+ octets,"); // of machines whose pointers have 64 bits
+  if (sizeof(void*) < 8)
+    EXPECT_EQ(std::regex_replace(text, size, ""), std::regex_replace(expected, size, ""));
+  else
+    EXPECT_EQ(text, expected);
 }
 
 // Names that C does not have, sizes of enumerations, and presence bits in their order.

@@ -25,9 +25,12 @@ const struct {
   size_t least, most; // bits
   int (*read)(RtxContext*, uint64_t*, size_t);
 } kReaders[] = {
-    {0, 8, readAs<uint8_t, rtxDecBitsToByte>}, {0, 16, readAs<uint16_t, rtxDecBitsToUInt16>},
-    {0, 32, readAs<uint32_t, rtxDecBits>},     {0, 64, readAs<uint64_t, rtxDecBitsToUInt64>},
-    {0, 64, readAs<size_t, rtxDecBitsToSize>}, {1, 1, readAs<uint8_t, readBit>},
+    {0, 8, readAs<uint8_t, rtxDecBitsToByte>},
+    {0, 16, readAs<uint16_t, rtxDecBitsToUInt16>},
+    {0, 32, readAs<uint32_t, rtxDecBits>},
+    {0, 64, readAs<uint64_t, rtxDecBitsToUInt64>},
+    {0, 8 * sizeof(size_t), readAs<size_t, rtxDecBitsToSize>},
+    {1, 1, readAs<uint8_t, readBit>},
 };
 
 /** What a failed read of an octet string leaves behind. */

@@ -20,7 +20,7 @@ inline int writeRandom(std::mt19937& random, RtxContext* pctxt, Bits* model, siz
   const std::function<int()> writes[] = {
       [&] { return number(rtxEncBit(pctxt, static_cast<int>(value & 2)), (value & 2) != 0, 1); },
       [&] { return number(rtxEncBits(pctxt, low, nbits % 33), value, nbits % 33); },
-      [&] { return number(rtxEncBitsFromSize(pctxt, value, nbits % 65), value, nbits % 65); },
+      [&] { return number(rtxEncBitsFromSize(pctxt, size_t(value), nbits % 65), size_t(value), nbits % 65); },
       [&] { return number(rtxEncUInt32(pctxt, low, n), low, n * 8); },
       [&] { return part(rtxEncBitsFromByteArray(pctxt, octets.data(), nbits), 0); },
       [&] { return part(rtxCopyBits(pctxt, octets.data(), nbits, from), from); },

@@ -56,7 +56,7 @@ TEST(Random, StringsKeepLengthAndAlphabet)
   EXPECT_TRUE(value.data && value.numocts >= 3 && value.numocts <= 9);
   ASSERT_EQ(rtxRandOctetString(&ctxt, &value, 9, 3), 0);
   EXPECT_TRUE(!value.data && value.numocts == 0);
-  EXPECT_EQ(rtxRandOctetString(&ctxt, &value, 0, size_t{UINT32_MAX} + 1), -1);
+  if (SIZE_MAX > UINT32_MAX) EXPECT_EQ(rtxRandOctetString(&ctxt, &value, 0, size_t{UINT32_MAX} + 1), -1);
   EXPECT_EQ(rtxRandOctetString(&ctxt, nullptr, 0, 1), 0);
 }
 
