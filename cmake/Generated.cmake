@@ -2,11 +2,15 @@
 file(GLOB VELNOR_DEFINITIONS CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/*.l3)
 file(GLOB VELNOR_L3GEN_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tools/l3gen/*.cpp)
 list(FILTER VELNOR_L3GEN_SOURCES EXCLUDE REGEX "/main\\.cpp$")
-add_library(l3gen_objects OBJECT ${VELNOR_L3GEN_SOURCES}) # the fuzz target of definitions takes them too
-target_include_directories(l3gen_objects PUBLIC ${PROJECT_SOURCE_DIR}) # the forms of rows that the engine knows
-target_compile_options(l3gen_objects PUBLIC -Wall -Wextra -O0) # it runs for a tenth of a second
-add_executable(l3gen tools/l3gen/main.cpp)
-target_link_libraries(l3gen PRIVATE l3gen_objects)
+if(CMAKE_CROSSCOMPILING)
+  include(cmake/NativeGenerator.cmake)
+else()
+  add_library(l3gen_objects OBJECT ${VELNOR_L3GEN_SOURCES}) # the fuzz target of definitions takes them too
+  target_include_directories(l3gen_objects PUBLIC ${PROJECT_SOURCE_DIR}) # the forms of rows that the engine knows
+  target_compile_options(l3gen_objects PUBLIC -Wall -Wextra -O0) # it runs for a tenth of a second
+  add_executable(l3gen tools/l3gen/main.cpp)
+  target_link_libraries(l3gen PRIVATE l3gen_objects)
+endif()
 
 set(VELNOR_GENERATED_DIR ${PROJECT_BINARY_DIR}/generated)
 set(VELNOR_GENERATED ${VELNOR_GENERATED_DIR}/src/L3TypeTable.cpp)

@@ -3,6 +3,7 @@ option(VELNOR_WERROR "Warnings are errors in hand-written code" OFF)
 option(VELNOR_COVERAGE "Count executed lines and branches of the hand-written library (gcov)" OFF)
 option(VELNOR_TESTS_SHARED "Tests take the whole library from one shared object: a change links once" OFF)
 option(VELNOR_FUZZ "Build the fuzz targets (clang)" OFF)
+set(VELNOR_GTEST_SOURCE "" CACHE PATH "Build googletest from here instead of finding it, e.g. /usr/src/googletest")
 set(VELNOR_SANITIZE "" CACHE STRING "Sanitizers, e.g. address,undefined or thread")
 
 set(VELNOR_WARNINGS -Wall -Wextra -Wconversion)

@@ -1,0 +1,13 @@
+# The toolchain of the presets for other machines: Debian's cross compiler for VELNOR_TRIPLE, and qemu to run what it
+# builds (VELNOR_QEMU is qemu's name of the machine). Nothing of this machine's own libraries is found.
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES VELNOR_TRIPLE VELNOR_QEMU)
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_SYSTEM_PROCESSOR ${VELNOR_QEMU})
+set(CMAKE_C_COMPILER ${VELNOR_TRIPLE}-gcc)
+set(CMAKE_CXX_COMPILER ${VELNOR_TRIPLE}-g++)
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-${VELNOR_QEMU}-static -L /usr/${VELNOR_TRIPLE})
+set(CMAKE_FIND_ROOT_PATH /usr/${VELNOR_TRIPLE})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
