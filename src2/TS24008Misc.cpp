@@ -272,13 +272,13 @@ int NASDec_TS24008IE_IMEISV(RtxContext* pctxt, char* dest, size_t octets)
 int NASDec_TS24008IE_TBCDString(RtxContext* pctxt, TS24008IE_TBCDString* pvalue, size_t octets)
 {
   const L3Type& type = l3_TS24008IE_TBCDString;
-  return decodeText(pctxt, type, [=, &type](L3Call& call) { return decTelephony(call, type, pvalue, octets); });
+  return decodeText(pctxt, type, [=](L3Call& call) { return decTelephony(call, type, pvalue, octets); });
 }
 
 int NASDec_TS24008IE_GSMString(RtxContext* pctxt, TS24008IE_GSMString* pvalue, size_t octets, uint8_t spareBits)
 {
   const L3Type& type = l3_TS24008IE_GSMString;
-  return decodeText(pctxt, type, [=, &type](L3Call& call) { return decPacked(call, type, pvalue, octets, spareBits); });
+  return decodeText(pctxt, type, [=](L3Call& call) { return decPacked(call, type, pvalue, octets, spareBits); });
 }
 
 // The network name tells its text how many bits of the last octet are spare (10.5.3.5a).
