@@ -5,6 +5,7 @@
 // Eight registers, which is all that these processors have in 32-bit code, would leave round keys on the stack.
 #if defined(__x86_64__)
 
+#include <cpuid.h>
 #include <immintrin.h>
 
 #include "rtxsrc/bits/rtxBigEndian.h"
@@ -15,8 +16,7 @@
 
 namespace {
 
-constexpr size_t kLanes = 8;       // blocks under way at once
-constexpr size_t kWorthWide = 256; // octets from which wide registers are worth their set-up
+constexpr size_t kLanes = 8; // blocks under way at once
 
 // Kept in registers where the compiler optimises; elsewhere, or where they do not all fit, on the stack. Whoever loads
 // them wipes them.
@@ -175,9 +175,24 @@ WIDE_FUNCTION Counter cipherWide(const uint32_t* schedule, Counter from, uint8_t
   return from;
 }
 
+// The processor is asked itself: clang 14 has no name for this instruction set. Asked once, for under a hypervisor the
+// question takes longer than a message. Threads that ask at the same time get the same answer.
+bool hasVectorAes()
+{
+  enum { unknown, no, yes };
+  static int known = unknown;
+  int answer = __atomic_load_n(&known, __ATOMIC_RELAXED);
+  if (answer == unknown) {
+    unsigned a = 0, b = 0, c = 0, d = 0;
+    answer = __get_cpuid_count(7, 0, &a, &b, &c, &d) && (c & bit_VAES) ? yes : no;
+    __atomic_store_n(&known, answer, __ATOMIC_RELAXED);
+  }
+  return answer == yes;
+}
+
 bool isWide()
 {
-  return __builtin_cpu_supports("vaes") && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw");
+  return hasVectorAes() && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw");
 }
 
 // ---- Messages of any length ----
