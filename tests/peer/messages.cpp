@@ -10,14 +10,17 @@ namespace peer {
 
 namespace {
 
+struct Kind {
+  unsigned discriminator;
+  const char* typeField;
+  std::vector<Place> header;
+  const char* prefix = ""; // of the messages' names, where another form has the same
+};
+
 struct TopForm {
   const char* type;
   const char* dissector;
-  struct {
-    unsigned discriminator;
-    const char* typeField;
-    std::vector<Place> header;
-  } kinds[2];
+  std::vector<Kind> kinds;
 };
 
 const TopForm kForms[] = {
@@ -29,7 +32,13 @@ const TopForm kForms[] = {
      "nas-eps_plain",
      {{7, "nas_eps.nas_msg_emm_type", {{"l3HdrOpts.secHdr", "0"}}},
       {2, "nas_eps.nas_msg_esm_type", {{"l3HdrOpts.epsBearerIdent", "5"}}}}},
-    {"TS24011Msg_CP_PDU", "gsm_a_dtap", {{0, "gsm_a.dtap.msg_sms_type", {{"l3HdrOpts.skipInd", "0"}}}, {1, "", {}}}}};
+    {"TS24008Msg_PDU",
+     "gsm_a_dtap",
+     {{3, "gsm_a.dtap.msg_cc_type", {}},
+      {5, "gsm_a.dtap.msg_mm_type", {}},
+      {8, "gsm_a.dtap.msg_gmm_type", {}, "GMM."},
+      {10, "gsm_a.dtap.msg_sm_type", {}}}},
+    {"TS24011Msg_CP_PDU", "gsm_a_dtap", {{0, "gsm_a.dtap.msg_sms_type", {{"l3HdrOpts.skipInd", "0"}}}}}};
 constexpr char kRelay[] = "TS24011Msg_RP_PDU";
 
 // Contents of elements that another dissector looks into, where drawn values would not please it: type, path, value.
@@ -37,6 +46,13 @@ const std::vector<std::vector<std::string>>& contents()
 {
   static const auto all = readTable(VELNOR_TEST_DATA "/contents.tsv", 3);
   return all;
+}
+
+std::string nameOf(const TopForm& form, const L3BodyRow& row)
+{
+  for (auto& kind : form.kinds)
+    if (kind.discriminator == row.discriminator) return std::string(kind.prefix) + row.name;
+  return row.name;
 }
 
 void takeOptions(const L3Type& type, uint8_t* value)
@@ -50,7 +66,7 @@ void takeOptions(const L3Type& type, uint8_t* value)
 class Maker {
 public:
   // A message of a form with bodies.
-  Maker(const TopForm& form, const L3BodyRow& row) : Maker(form.type, form.dissector, row.name, row.msgType)
+  Maker(const TopForm& form, const L3BodyRow& row) : Maker(form.type, form.dissector, nameOf(form, row), row.msgType)
   {
     auto* body = row.type ? static_cast<uint8_t*>(l3Sample(&ctxt, *row.type)) : nullptr;
     l3SetBody(*entry.type, pdu, row, body);
@@ -76,9 +92,13 @@ public:
   unsigned options() const { return hostType && hostType->message ? hostType->message->count : 0; }
   const L3Row& option(unsigned i) const { return hostType->message->options[i]; }
 
-  // The element, and those whose fields decide what it contains.
+  // The element, those of the same identifier in front of it, and those whose fields decide what it contains.
   Maker& add(const L3Row& element)
   {
+    for (unsigned i = 0; i < options(); ++i) {
+      unsigned next = hostType->message->ieis[i].nextSame;
+      if (next && &option(next - 1) == &element) add(option(i));
+    }
     if (element.op == kL3Choice) {
       const L3Choice& choice = *static_cast<const L3Choice*>(element.info);
       for (unsigned k = 0; choice.from == kL3SelectFields && k < choice.fieldCount; ++k) addOwner(choice.fields[k]);
@@ -136,7 +156,7 @@ private:
   const L3Type* hostType = nullptr; // the type whose optional elements are the message's
   uint8_t* record = nullptr;        // its record
 
-  Maker(const char* form, const char* dissector, const char* name, unsigned msgType)
+  Maker(const char* form, const char* dissector, const std::string& name, unsigned msgType)
       : entry(*l3FindType(form)), name(name), msgType(msgType)
   {
     rtxInitContext(&ctxt);
@@ -213,7 +233,8 @@ std::vector<std::pair<std::string, Begin>> makers()
     const L3Type& pdu = *l3FindType(form.type)->type;
     const L3Body& body = *static_cast<const L3Body*>(pdu.rows[pdu.rowCount - 1].info);
     for (const L3BodyRow* row = body.rows; row < body.rows + body.count; ++row)
-      if (row->msgType) all.emplace_back(row->name, [&form, row] { return std::make_unique<Maker>(form, *row); });
+      if (row->msgType)
+        all.emplace_back(nameOf(form, *row), [&form, row] { return std::make_unique<Maker>(form, *row); });
   }
   const L3Type& relay = *l3FindType(kRelay)->type;
   const L3Choice& choice = *static_cast<const L3Choice*>(relay.rows[relay.rowCount - 1].info);
