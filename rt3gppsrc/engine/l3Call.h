@@ -57,6 +57,12 @@ struct L3Call {
   size_t listOctets; // allocated for entries of lists so far
   size_t argument;   // the count for the next type whose decoder takes one
   const char* lastPath; // of the trace's last entry, which owns it; the names of all frames that have an end begin it
+  // Regions that early returns of a trial have left open. The next region to close is taken for the last of them, so
+  // that one fewer stays behind: ends[0] is the end of the region around them.
+  static constexpr unsigned kMaxLeft = 8;
+  const L3Type* tried = nullptr; // what the trial decodes
+  unsigned left = 0;
+  size_t ends[kMaxLeft + 1];
   // What a trial has on the heap, to be released when it is given up; what finds no place here stays there.
   static constexpr unsigned kMaxHeld = 16;
   unsigned held = 0;

@@ -9,14 +9,15 @@
 #include "velnor3gpp/rtxError.h"
 #include "velnor3gpp/rtxMemHeap.h"
 
-// May this call begin a trial? Not while anything is observed, found or open that the direct coders do not keep up.
-static bool mayTry(const L3Call& call)
+// May this call begin a trial? Not while anything is observed, found or, on decoding, open that the direct coders do
+// not keep up.
+static bool mayTry(const L3Call& call, bool encoder)
 {
   const RtxContext& context = *call.pctxt;
   const RtxBuffer& buffer = context.buffer;
   bool clean = !context.errInfo.count && !context.reservedErr.parmcount && !context.reservedErr.elemName;
   bool sound = buffer.byteIndex <= buffer.size && buffer.bitOffset >= 1 && buffer.bitOffset <= 8;
-  bool open = context.containerStack.dlist.head != nullptr;
+  bool open = !encoder && context.containerStack.dlist.head; // as an early return has left it
   return call.mode == kL3MayTry && !open && clean && sound && !call.failed;
 }
 
@@ -86,6 +87,37 @@ static void releaseHeld(L3Call& call)
   while (call.held) rtxMemHeapFreePtr(&call.pctxt->pMemHeap, call.holds[--call.held]);
 }
 
+// A message has the region around an early return within, and so has an element that begins with its length.
+static bool hasRegion(const L3Type& type)
+{
+  if (!type.rowCount) return false;
+  bool length = type.rows[0].op == kL3Length && !(type.flags & kL3EarlyReturn);
+  return type.message || length || type.rows[type.rowCount - 1].op == kL3Body;
+}
+
+bool l3DirectLeave(L3DirectIn& in, size_t outer)
+{
+  L3Call& call = *in.call;
+  if (!hasRegion(*call.tried) || call.left == L3Call::kMaxLeft) return false;
+  if (!call.left) call.ends[0] = outer;
+  call.ends[++call.left] = in.end;
+  in.end = outer;
+  return true;
+}
+
+// What the walk leaves behind is left here as well: callers see it on the context's stack.
+[[gnu::cold]] static void pushLeft(L3Call& call)
+{
+  if (call.names->outer || call.regions) l3ToLists(call); // more is to come, behind what is left
+  RtxContext* pctxt = call.pctxt;
+  size_t pos = cursor(pctxt);
+  for (unsigned i = 0; i < call.left && !call.failed; ++i) {
+    setCursor(pctxt, call.ends[i]);
+    call.failed = rtxCtxtPushContainerBytes(pctxt, 0) < 0;
+  }
+  setCursor(pctxt, pos);
+}
+
 using Go = bool (*)(L3Call& call, const L3Type& type, void* record);
 
 [[gnu::cold]] static void giveUp(L3Call& call, const RtxBuffer& before, uint32_t flags)
@@ -106,12 +138,14 @@ template <Go go> static bool runTrial(L3Call& call, const L3Type& type, void* re
   L3Region* regions = call.regions;
   pctxt->buffer.dynamic = 0; // a buffer that has to grow is the walk's: a refused growth leaves it with a wrong size
   call.mode = kL3Trial;
-  call.held = 0;
+  call.held = call.left = 0;
+  call.tried = &type;
   bool good = go(call, type, record) && wentWell(call, 0);
   pctxt->buffer.dynamic = before.dynamic;
   call.mode = good ? kL3MayTry : kL3Walk;
   call.names = names;
   call.regions = regions;
+  if (good && call.left) pushLeft(call);
   if (good) return true;
   call.listOctets = 0;
   giveUp(call, before, flags);
@@ -120,7 +154,7 @@ template <Go go> static bool runTrial(L3Call& call, const L3Type& type, void* re
 
 template <Go go> static bool directly(L3Call& call, const L3Type& type, void* record)
 {
-  if (!call.onTrial()) return mayTry(call) && runTrial<go>(call, type, record);
+  if (!call.onTrial()) return mayTry(call, go == goEncode) && runTrial<go>(call, type, record);
   if (go(call, type, record)) return true;
   call.mode = kL3GivenUp;
   return false;

@@ -53,6 +53,8 @@ bool l3DirectText(L3DirectIn& in, size_t octets, bool labels, char*& text);
 // Room for entry number `count` of a list on the heap.
 bool l3DirectGrow(L3DirectIn& in, void** entries, size_t count, size_t& capacity, size_t entrySize);
 void l3DirectCut(L3DirectIn& in, void** entries, size_t count, size_t capacity, size_t entrySize);
+// Leaves the innermost region open behind a release group that ends with it; `outer` is the end of the one around it.
+bool l3DirectLeave(L3DirectIn& in, size_t outer);
 // Passes over an element out of its turn, by its size or by its length octet.
 bool l3DirectSkip(L3DirectIn& in, size_t octets);
 bool l3DirectSkipLength(L3DirectIn& in);

@@ -37,7 +37,7 @@ static bool whatFits(const What& what)
 // Every form that the writers know is named here: a new one is left to the walk until they know it.
 static bool rowFits(const Row& row)
 {
-  static const std::vector<std::string> words = {"name-as", "untagged", "full-length", "zero-widens"};
+  static const std::vector<std::string> words = {"name-as", "untagged", "full-length", "zero-widens", "iei-again"};
   for (auto& [word, value] : row.words)
     if (std::find(words.begin(), words.end(), word) == words.end()) return false;
   if (!ends(row.often) || !whatFits(row.what) || row.argument || row.bias) return false;
@@ -49,8 +49,7 @@ bool hasDirect(const Type& type)
 {
   bool kind = type.kind == Kind::Record || type.kind == Kind::Message || type.kind == Kind::Pdu ||
               (type.kind == Kind::Bare && !scalarOf(type));
-  if (!kind || type.directByHand || type.counted || type.has("walk") || type.restOctets || type.has("early-return"))
-    return false;
+  if (!kind || type.directByHand || type.counted || type.has("walk") || type.restOctets) return false;
   return std::all_of(type.rows.begin(), type.rows.end(), rowFits);
 }
 

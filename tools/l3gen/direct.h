@@ -80,7 +80,7 @@ std::string decodeBodyDirect(const Type& type);
 std::string encodeBodyDirect(const Type& type);
 
 // The writers' common walks. What they call is found beside the writer: leafRun, octets, bitString, text, choice, body,
-// list for elements; length, closeLengths, conditional, enterRelease for rows.
+// list for elements; length, closeLengths, conditional, enterRelease, leaveRelease for rows.
 template <class Writer>
 void element(Writer& w, const What& what, const Often& often, const std::optional<Range>& range,
              const std::string& member)
@@ -130,6 +130,7 @@ template <class Writer, class Content> void cases(Writer& w, const What& what, b
 template <class Writer> void changeRelease(Writer& w, const Row* next)
 {
   if (w.release) {
+    leaveRelease(w);
     w.line("}");
     w.maybeFrom(w.beforeRelease);
   }

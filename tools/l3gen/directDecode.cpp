@@ -266,6 +266,13 @@ static void enterRelease(DecodeWriter& w, const std::string& mark, const Row& ro
   w.line(mark + " = 1;");
 }
 
+// Behind a group that ends with its region nothing is read, and the region stays open.
+static void leaveRelease(DecodeWriter& w)
+{
+  if (!w.type.has("early-return") || w.regions.empty()) return;
+  w.line(format("if (in.pos == in.end) return l3DirectLeave(in, outer%zu);", w.regions.size() - 1));
+}
+
 static void closeLengths(DecodeWriter& w)
 {
   while (!w.regions.empty()) {
@@ -346,6 +353,10 @@ std::string decodeDirect(const Type& type)
       f, f));
   if (!w.used) w.giveUpIf("in.pos & 7");
   if (type.mBits) w.line(format("memset(&r, 0, %d);", (type.mBits + 7) / 8));
+  // An early return comes before them.
+  for (auto& row : type.rows)
+    if (type.has("early-return") && row.what.kind == WhatKind::BitString)
+      w.line(format("r.%s.numbits = 0;\n  r.%s.data = nullptr;", row.member.c_str(), row.member.c_str()));
   rows(w);
   if (type.kind == Kind::Message) options(w);
   return w.out + "  return true;\n}\n\n";

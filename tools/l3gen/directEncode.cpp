@@ -171,6 +171,8 @@ static void enterRelease(EncodeWriter& w, const std::string& mark, const Row&)
   w.line("if (" + mark + ") {");
 }
 
+static void leaveRelease(EncodeWriter&) {}
+
 static void closeLength(EncodeWriter& w)
 {
   const Row& row = *w.open.back();
