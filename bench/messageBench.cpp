@@ -53,15 +53,18 @@ void showHeap(const Mix& mix)
 
 int main(int argc, char** argv)
 {
-  Mix mm5 = readMix("5gs", "ts24501.tsv"), eps = readMix("eps", "ts24301.tsv"), sms = readMix("sms", "ts24011.tsv");
-  Mix mixes[] = {mm5, eps, sms, shortOnes("epsShort", eps, kShortMean), allOf("all", {&mm5, &eps, &sms})};
+  Mix mm5 = readMix("5gs", "ts24501.tsv"), eps = readMix("eps", "ts24301.tsv");
+  Mix core = readMix("core", "ts24008.tsv"), sms = readMix("sms", "ts24011.tsv");
+  Mix mixes[] = {mm5, eps, shortOnes("epsShort", eps, kShortMean), core, sms, allOf("all", {&mm5, &eps, &core, &sms})};
   Mix accept = single(mm5, "sessionAccept", "obj_EstablishAccept5G");
   Mix singles[] = {single(mm5, "registrationRequest", "obj_RegRequest5G", 100),
                    single(mm5, "registrationAccept", "obj_RegAccept5G", 200),
                    accept,
                    made("sessionAcceptInTransport", inTransport(accept.messages[0].octets)),
                    single(eps, "attachRequest", "obj_AttachRequest"),
-                   single(eps, "attachAccept", "obj_AttachAccept")};
+                   single(eps, "attachAccept", "obj_AttachAccept"),
+                   single(core, "setup", "obj_Setup"),
+                   single(core, "routingAreaUpdateRequest", "obj_RoutingAreaUpdateRequest")};
   Mix secured[] = {readProtected("5gsProtected", "TS24501Msg_PDU"), readProtected("epsProtected", "TS24301Msg_PDU")};
   for (auto& mix : mixes) {
     showHeap(mix);

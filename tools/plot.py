@@ -108,7 +108,7 @@ def drawSteps(folder, after):
 
 
 def drawMixes(folder, after):
-    mixes = ["5gs", "eps", "epsShort", "sms", "all"]
+    mixes = ["5gs", "eps", "epsShort", "core", "sms", "all"]
     for what, names in (("mixes", ["floor", "decode", "encode"]), ("slow", ["decodeSlow", "encodeSlow", "print", "trace"])):
         values = {name: [after[f"{mix}/{name}"]["ns"] for mix in mixes] for name in names}
         bars(folder / f"performance-{what}.svg", "ns per message by mix", mixes, names, values)

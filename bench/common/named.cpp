@@ -23,6 +23,7 @@ static const Mix& mixOf(const std::string& name)
     return std::map<std::string, Mix>{
         {"5gs", mm5},
         {"eps", eps},
+        {"core", readMix("core", "ts24008.tsv")},
         {"sms", readMix("sms", "ts24011.tsv")},
         {"attachAccept", single(eps, "attachAccept", "obj_AttachAccept")},
         {"sessionAccept", single(mm5, "sessionAccept", "obj_EstablishAccept5G")},
