@@ -56,31 +56,37 @@ int l3Enc_TS24007L3_L3HdrOptions(L3Call& call, const L3Type& type, void* value)
   }
 }
 
-bool l3DirectDec_TS24007L3_L3HdrOptions(L3DirectIn& in, void* record)
+size_t l3DirectDec_TS24007L3_L3HdrOptions(const L3Source& in, size_t pos, size_t end, void* record)
 {
   auto& options = *static_cast<TS24007L3_L3HdrOptions*>(record);
   uint64_t bits = 0;
-  if (!l3Take<4>(in, bits)) return false;
+  if (!l3Take<4>(in, pos, end, bits)) return kL3GaveUp;
   options.t = TS24007L3_L3HdrOptions_t_skipInd;
   options.u.skipInd = static_cast<uint8_t>(bits);
-  return true;
+  return pos;
 }
 
-bool l3DirectEnc_TS24007L3_L3HdrOptions(L3DirectOut& out, void* record)
+// The half-octet of the options, or above 15 what the walk has to refuse.
+static uint64_t halfOctet(const TS24007L3_L3HdrOptions& options)
 {
-  const auto& options = *static_cast<const TS24007L3_L3HdrOptions*>(record);
   const auto& transId = options.u.transId;
   switch (options.t) {
     case TS24007L3_L3HdrOptions_t_skipInd:
-      return options.u.skipInd <= 15 && l3Put<4>(out, options.u.skipInd);
+      return options.u.skipInd;
     case TS24007L3_L3HdrOptions_t_transId:
-      return l3Put<4>(out, (transId.flag ? 8U : 0U) | (transId.value > 7 ? 7U : transId.value));
+      return (transId.flag ? 8U : 0U) | (transId.value > 7 ? 7U : transId.value);
     case TS24007L3_L3HdrOptions_t_epsBearerIdent:
-      return l3IsMember(l3enum_TS24007L3_EPSBearerIdentity, l3Number(options.u.epsBearerIdent)) &&
-             l3Put<4>(out, l3Number(options.u.epsBearerIdent));
+      if (!l3IsMember(l3enum_TS24007L3_EPSBearerIdentity, l3Number(options.u.epsBearerIdent))) return UINT64_MAX;
+      return l3Number(options.u.epsBearerIdent);
     case TS24007L3_L3HdrOptions_t_secHdr:
-      return options.u.secHdr <= 15 && l3Put<4>(out, options.u.secHdr);
+      return options.u.secHdr;
     default:
-      return false;
+      return UINT64_MAX;
   }
+}
+
+size_t l3DirectEnc_TS24007L3_L3HdrOptions(L3Sink& out, size_t pos, void* record)
+{
+  uint64_t value = halfOctet(*static_cast<const TS24007L3_L3HdrOptions*>(record));
+  return value <= 15 && l3Put<4>(out.data, pos, out.end, value) ? pos : kL3GaveUp;
 }

@@ -78,18 +78,19 @@ int l3Enc_TS24008IE_MCCMNCPair(L3Call& call, const L3Type& type, void* value)
   return status < 0 ? l3EncFailed(call, type, nullptr, status) : 0;
 }
 
-bool l3DirectDec_TS24008IE_MCCMNCPair(L3DirectIn& in, void* record)
+size_t l3DirectDec_TS24008IE_MCCMNCPair(const L3Source& in, size_t pos, size_t end, void* record)
 {
   uint64_t word = 0;
-  if (!l3Take<24>(in, word)) return false;
+  if (!l3Take<24>(in, pos, end, word)) return kL3GaveUp;
   unpackPair(word, *static_cast<TS24008IE_MCCMNCPair*>(record));
-  return true;
+  return pos;
 }
 
-bool l3DirectEnc_TS24008IE_MCCMNCPair(L3DirectOut& out, void* record)
+size_t l3DirectEnc_TS24008IE_MCCMNCPair(L3Sink& out, size_t pos, void* record)
 {
   uint64_t word = 0;
-  return packPair(*static_cast<const TS24008IE_MCCMNCPair*>(record), word) && l3Put<24>(out, word);
+  bool good = packPair(*static_cast<const TS24008IE_MCCMNCPair*>(record), word);
+  return good && l3Put<24>(out.data, pos, out.end, word) ? pos : kL3GaveUp;
 }
 
 // No more octets than one beyond the input's end: reading fails there whatever was asked for, and nothing is allocated

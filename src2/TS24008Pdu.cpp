@@ -83,25 +83,26 @@ int l3Dec_TS24008Msg_PDU(L3Call& call, const L3Type& type, void* value)
   return l3DecRows(call, body, value);
 }
 
-bool l3DirectDec_TS24008Msg_PDU(L3DirectIn& in, void* record)
+size_t l3DirectDec_TS24008Msg_PDU(const L3Source& in, size_t pos, size_t end, void* record)
 {
   TS24008Msg_PDU& pdu = *static_cast<TS24008Msg_PDU*>(record);
   uint64_t octet = 0;
-  if ((in.pos & 7) || !l3TakeAt<8, 0>(in, octet)) return false;
+  if ((pos & 7) || !l3TakeAt<8, 0>(in, pos, end, octet)) return kL3GaveUp;
   memset(&pdu.m, 0, sizeof pdu.m);
   pdu.protoDiscr = static_cast<TS24007L3_ProtoDiscr>(octet & 15);
   l3Set(pdu.l3HdrOpts.skipInd, octet >> 4);
   if (hasTransId(pdu.protoDiscr)) {
     l3Set(pdu.l3HdrOpts.transId.flag, octet >> 7);
     octet = octet >> 4 & 7;
-    if (octet == kExtended && !l3TakeAt<8, 0>(in, octet)) return false;
+    if (octet == kExtended && !l3TakeAt<8, 0>(in, pos, end, octet)) return kL3GaveUp;
     l3Set(pdu.l3HdrOpts.transId.value, octet & 0x7F);
   }
   // The walk gives up at a discriminator without a name and leaves the message type alone.
-  if (!l3IsMember(l3enum_TS24007L3_ProtoDiscr, l3Number(pdu.protoDiscr)) || !l3TakeAt<8, 0>(in, octet)) return false;
+  if (!l3IsMember(l3enum_TS24007L3_ProtoDiscr, l3Number(pdu.protoDiscr))) return kL3GaveUp;
+  if (!l3TakeAt<8, 0>(in, pos, end, octet)) return kL3GaveUp;
   l3Set(pdu.msgType, octet);
   splitType(pdu);
-  return l3DirectDecBody_TS24008Msg_PDU(in, record);
+  return l3DirectDecBody_TS24008Msg_PDU(in, pos, end, record);
 }
 
 static uint8_t typeOctet(const TS24008Msg_PDU& pdu)
@@ -161,17 +162,18 @@ int l3Enc_TS24008Msg_PDU(L3Call& call, const L3Type& type, void* value)
   return status < 0 || known ? status : l3Ended(call, RTX_E_INVALID_CHOICE);
 }
 
-bool l3DirectEnc_TS24008Msg_PDU(L3DirectOut& out, void* record)
+size_t l3DirectEnc_TS24008Msg_PDU(L3Sink& out, size_t pos, void* record)
 {
   const TS24008Msg_PDU& pdu = *static_cast<const TS24008Msg_PDU*>(record);
   const auto& transId = pdu.l3HdrOpts.transId;
   unsigned half = pdu.l3HdrOpts.skipInd;
   if (hasTransId(pdu.protoDiscr)) half = (transId.flag ? 8U : 0U) | shortValue(pdu);
   uint64_t discriminator = l3Number(pdu.protoDiscr);
-  if ((out.pos & 7) || half > 15 || !l3IsMember(l3enum_TS24007L3_ProtoDiscr, discriminator)) return false;
-  if (!l3PutAt<8, 0>(out, half << 4 | discriminator)) return false;
-  if (addsOctet(pdu) && !l3PutAt<8, 0>(out, transId.value)) return false;
-  return l3PutAt<8, 0>(out, typeOctet(pdu)) && l3DirectEncBody_TS24008Msg_PDU(out, record);
+  if ((pos & 7) || half > 15 || !l3IsMember(l3enum_TS24007L3_ProtoDiscr, discriminator)) return kL3GaveUp;
+  if (!l3PutAt<8, 0>(out.data, pos, out.end, half << 4 | discriminator)) return kL3GaveUp;
+  if (addsOctet(pdu) && !l3PutAt<8, 0>(out.data, pos, out.end, transId.value)) return kL3GaveUp;
+  if (!l3PutAt<8, 0>(out.data, pos, out.end, typeOctet(pdu))) return kL3GaveUp;
+  return l3DirectEncBody_TS24008Msg_PDU(out, pos, record);
 }
 
 // A detach accept to the mobile ends with a spare half-octet and the one that tells whether to go to standby, one from

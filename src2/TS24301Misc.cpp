@@ -109,32 +109,30 @@ int l3Enc_TS24301IE_EPSMobileIdentity(L3Call& call, const L3Type&, void* value)
 static constexpr uint64_t kGutiLead = kGutiOctets << 8 | TS24301IE_EPSMobileIdentity_typeOfIdent_guti;
 
 // Directly for the GUTI, which nearly every identity is.
-bool l3DirectDec_TS24301IE_EPSMobileIdentity(L3DirectIn& in, void* record)
+size_t l3DirectDec_TS24301IE_EPSMobileIdentity(const L3Source& in, size_t pos, size_t end, void* record)
 {
   Identity& identity = *static_cast<Identity*>(record);
-  L3DirectIn start = in;
+  size_t start = pos;
   uint64_t word = 0;
-  if (!l3Take<16>(in, word)) return false;
-  if ((word & 0xFF07) != kGutiLead) {
-    in = start;
-    return l3DirectType(in, l3_TS24301IE_EPSMobileIdentity, record);
-  }
+  if (!l3Take<16>(in, pos, end, word)) return kL3GaveUp;
+  if ((word & 0xFF07) != kGutiLead) return l3DirectType(in, start, end, l3_TS24301IE_EPSMobileIdentity, record);
   identity.length = kGutiOctets;
   identity.filler = word >> 4 & 15;
   identity.oddEvenInd = word >> 3 & 1;
   identity.typeOfIdent = TS24301IE_EPSMobileIdentity_typeOfIdent_guti;
   identity.t = TS24301IE_EPSMobileIdentity_t_guti;
-  return l3DirectDec_TS24301IE_EPSMobileIdentity_GUTI(in, &identity.u.guti);
+  return l3DirectDec_TS24301IE_EPSMobileIdentity_GUTI(in, pos, end, &identity.u.guti);
 }
 
-bool l3DirectEnc_TS24301IE_EPSMobileIdentity(L3DirectOut& out, void* record)
+size_t l3DirectEnc_TS24301IE_EPSMobileIdentity(L3Sink& out, size_t pos, void* record)
 {
   Identity& identity = *static_cast<Identity*>(record);
   if (identity.typeOfIdent != TS24301IE_EPSMobileIdentity_typeOfIdent_guti || identity.filler > 15)
-    return l3DirectPutType(out, l3_TS24301IE_EPSMobileIdentity, record);
+    return l3DirectPutType(out, pos, l3_TS24301IE_EPSMobileIdentity, record);
   identity.length = kGutiOctets;
   unsigned octet = unsigned{identity.filler} << 4 | (identity.oddEvenInd ? 8U : 0U);
-  return l3Put<16>(out, kGutiLead | octet) && l3DirectEnc_TS24301IE_EPSMobileIdentity_GUTI(out, &identity.u.guti);
+  if (!l3Put<16>(out.data, pos, out.end, kGutiLead | octet)) return kL3GaveUp;
+  return l3DirectEnc_TS24301IE_EPSMobileIdentity_GUTI(out, pos, &identity.u.guti);
 }
 
 int l3Dec_TS24301IE_TrackingAreaIdentListItem(L3Call& call, const L3Type&, void* value)

@@ -228,33 +228,30 @@ int l3Enc_TS24501IE_MobileIdentity(L3Call& call, const L3Type&, void* value)
 }
 
 // Directly for the three forms that real traffic has most of.
-bool l3DirectDec_TS24501IE_MobileIdentity(L3DirectIn& in, void* record)
+size_t l3DirectDec_TS24501IE_MobileIdentity(const L3Source& in, size_t pos, size_t end, void* record)
 {
   Identity& identity = *static_cast<Identity*>(record);
-  L3DirectIn start = in;
+  size_t start = pos, outer = end;
   uint64_t length = 0, octet = 0;
-  size_t outer;
-  if (!l3Take<16>(in, length) || !l3Open(in, static_cast<size_t>(length) * 8, outer) || !l3Take<8>(in, octet))
-    return false;
+  bool framed = l3Take<16>(in, pos, end, length) && l3Open(pos, end, static_cast<size_t>(length) * 8, outer);
+  if (!framed || !l3Take<8>(in, pos, end, octet)) return kL3GaveUp;
   identity.length = static_cast<uint16_t>(length);
   identity.t = (octet & 7) + 1U;
-  bool temporary = octet >> 3 >= 30, good;
+  bool temporary = octet >> 3 >= 30;
   if (identity.t == TS24501IE_MobileIdentity_t_guti && temporary) {
-    good = l3DirectDec_TS24501IE_MobileIdentity_GUTI(in, &identity.u.guti);
+    pos = l3DirectDec_TS24501IE_MobileIdentity_GUTI(in, pos, end, &identity.u.guti);
   } else if (identity.t == TS24501IE_MobileIdentity_t_stmsi && temporary) {
-    good = l3DirectDec_TS24501IE_MobileIdentity_STMSI(in, &identity.u.stmsi);
+    pos = l3DirectDec_TS24501IE_MobileIdentity_STMSI(in, pos, end, &identity.u.stmsi);
   } else if (identity.t == TS24501IE_MobileIdentity_t_suci && (octet >> 4 & 7) == 0) {
     identity.u.suci.t = TS24501IE_MobileIdentity_SUCI_t_supiImsi;
-    good = l3DirectDec_TS24501IE_MobileIdentity_SUCI_IMSI(in, &identity.u.suci.u.supiImsi);
+    pos = l3DirectDec_TS24501IE_MobileIdentity_SUCI_IMSI(in, pos, end, &identity.u.suci.u.supiImsi);
   } else {
-    in = start;
-    return l3DirectType(in, l3_TS24501IE_MobileIdentity, record);
+    return l3DirectType(in, start, outer, l3_TS24501IE_MobileIdentity, record);
   }
-  l3Shut(in, outer);
-  return good;
+  return pos == kL3GaveUp ? pos : end;
 }
 
-bool l3DirectEnc_TS24501IE_MobileIdentity(L3DirectOut& out, void* record)
+size_t l3DirectEnc_TS24501IE_MobileIdentity(L3Sink& out, size_t pos, void* record)
 {
   Identity& identity = *static_cast<Identity*>(record);
   bool suci =
@@ -262,16 +259,16 @@ bool l3DirectEnc_TS24501IE_MobileIdentity(L3DirectOut& out, void* record)
   size_t length = identityLength(identity);
   if (length > UINT16_MAX ||
       !(identity.t == TS24501IE_MobileIdentity_t_guti || identity.t == TS24501IE_MobileIdentity_t_stmsi || suci))
-    return l3DirectPutType(out, l3_TS24501IE_MobileIdentity, record);
+    return l3DirectPutType(out, pos, l3_TS24501IE_MobileIdentity, record);
   identity.length = static_cast<uint16_t>(length);
-  if (!l3Put<16>(out, length) || !l3Put<8>(out, firstOctet(identity))) return false;
+  if (!l3Put<24>(out.data, pos, out.end, length << 8 | firstOctet(identity))) return kL3GaveUp;
   if (identity.t == TS24501IE_MobileIdentity_t_guti)
-    return l3DirectEnc_TS24501IE_MobileIdentity_GUTI(out, &identity.u.guti);
+    return l3DirectEnc_TS24501IE_MobileIdentity_GUTI(out, pos, &identity.u.guti);
   if (identity.t == TS24501IE_MobileIdentity_t_stmsi)
-    return l3DirectEnc_TS24501IE_MobileIdentity_STMSI(out, &identity.u.stmsi);
-  bool good = l3DirectEnc_TS24501IE_MobileIdentity_SUCI_IMSI(out, &identity.u.suci.u.supiImsi);
+    return l3DirectEnc_TS24501IE_MobileIdentity_STMSI(out, pos, &identity.u.stmsi);
+  pos = l3DirectEnc_TS24501IE_MobileIdentity_SUCI_IMSI(out, pos, &identity.u.suci.u.supiImsi);
   out.tail = false; // the length in front bounds the tail
-  return good;
+  return pos;
 }
 
 int l3Dec_TS24501IE_TrackingAreaIdentListItem(L3Call& call, const L3Type&, void* value)

@@ -49,9 +49,11 @@ static bool goDecode(L3Call& call, const L3Type& type, void* record)
   const RtxBuffer& buffer = pctxt->buffer;
   size_t end = buffer.size * 8;
   if (call.regions) end = call.regions->byteIndex * 8 + 8 - call.regions->bitOffset;
-  L3DirectIn in{buffer.data, cursor(pctxt), end, buffer.size, &call};
-  if (end > buffer.size * 8 || in.pos > end || !type.decodeDirect(in, record)) return false;
-  setCursor(pctxt, in.pos);
+  size_t pos = cursor(pctxt);
+  if (end > buffer.size * 8 || pos > end) return false;
+  pos = type.decodeDirect({buffer.data, buffer.size, &call}, pos, end, record);
+  if (pos == kL3GaveUp) return false;
+  setCursor(pctxt, pos);
   return true;
 }
 
@@ -59,9 +61,12 @@ static bool goEncode(L3Call& call, const L3Type& type, void* record)
 {
   RtxContext* pctxt = call.pctxt;
   const RtxBuffer& buffer = pctxt->buffer;
-  L3DirectOut out{buffer.data, cursor(pctxt), buffer.size * 8, (pctxt->flags & RTX_OPENTAIL_FLAG) != 0, &call};
-  if (out.pos > out.end || !type.encodeDirect(out, record)) return false;
-  setCursor(pctxt, out.pos);
+  L3Sink out{buffer.data, buffer.size * 8, &call, (pctxt->flags & RTX_OPENTAIL_FLAG) != 0};
+  size_t pos = cursor(pctxt);
+  if (pos > out.end) return false;
+  pos = type.encodeDirect(out, pos, record);
+  if (pos == kL3GaveUp) return false;
+  setCursor(pctxt, pos);
   setTail(pctxt, out.tail);
   return true;
 }
@@ -95,14 +100,13 @@ static bool hasRegion(const L3Type& type)
   return type.message || length || type.rows[type.rowCount - 1].op == kL3Body;
 }
 
-bool l3DirectLeave(L3DirectIn& in, size_t outer)
+size_t l3DirectLeave(const L3Source& in, size_t pos, size_t end, size_t outer)
 {
   L3Call& call = *in.call;
-  if (!hasRegion(*call.tried) || call.left == L3Call::kMaxLeft) return false;
+  if (!hasRegion(*call.tried) || call.left == L3Call::kMaxLeft) return kL3GaveUp;
   if (!call.left) call.ends[0] = outer;
-  call.ends[++call.left] = in.end;
-  in.end = outer;
-  return true;
+  call.ends[++call.left] = end;
+  return pos;
 }
 
 // What the walk leaves behind is left here as well: callers see it on the context's stack.
@@ -170,31 +174,31 @@ bool l3EncDirectly(L3Call& call, const L3Type& type, void* record)
   return type.encodeDirect && directly<goEncode>(call, type, record);
 }
 
-bool l3DirectType(L3DirectIn& in, const L3Type& type, void* value)
+size_t l3DirectType(const L3Source& in, size_t pos, size_t end, const L3Type& type, void* value)
 {
   L3Call& call = *in.call;
-  L3Region region{in.end >> 3, static_cast<uint16_t>(8 - (in.end & 7)), call.regions};
+  L3Region region{end >> 3, static_cast<uint16_t>(8 - (end & 7)), call.regions};
   call.regions = &region;
-  setCursor(call.pctxt, in.pos);
+  setCursor(call.pctxt, pos);
   int status = l3DecType(call, type, value);
   call.regions = region.outer;
-  in.pos = cursor(call.pctxt);
-  return wentWell(call, status) && in.pos <= in.end;
+  pos = cursor(call.pctxt);
+  return wentWell(call, status) && pos <= end ? pos : kL3GaveUp;
 }
 
-bool l3DirectPutType(L3DirectOut& out, const L3Type& type, void* value)
+size_t l3DirectPutType(L3Sink& out, size_t pos, const L3Type& type, void* value)
 {
   L3Call& call = *out.call;
   RtxContext* pctxt = call.pctxt;
-  setCursor(pctxt, out.pos);
+  setCursor(pctxt, pos);
   setTail(pctxt, out.tail);
   int status = l3EncType(call, type, value);
-  out.pos = cursor(pctxt);
+  pos = cursor(pctxt);
   out.tail = (pctxt->flags & RTX_OPENTAIL_FLAG) != 0;
-  return wentWell(call, status) && out.pos <= out.end;
+  return wentWell(call, status) && pos <= out.end ? pos : kL3GaveUp;
 }
 
-bool l3DirectBody(L3DirectIn& in, const L3Gap* gaps, void*& message)
+bool l3DirectBody(const L3Source& in, const L3Gap* gaps, void*& message)
 {
   const L3Gap* last = gaps;
   while (last->size) ++last;
@@ -209,35 +213,34 @@ bool l3DirectBody(L3DirectIn& in, const L3Gap* gaps, void*& message)
   return true;
 }
 
-bool l3DirectHeap(L3DirectIn& in, size_t octets, uint32_t& numocts, uint8_t*& data)
+bool l3DirectHeap(const L3Source& in, size_t pos, size_t end, size_t octets, uint32_t& numocts, uint8_t*& data)
 {
-  if ((in.pos & 7) || octets > (in.end - in.pos) >> 3) return false;
+  if ((pos & 7) || octets > (end - pos) >> 3) return false;
   numocts = static_cast<uint32_t>(octets);
   data = nullptr;
   if (!octets) return true;
   data = static_cast<uint8_t*>(allocate(*in.call, octets));
-  return data && l3Octets(in, data, octets);
+  return data && l3Octets(in, pos, end, data, octets);
 }
 
-bool l3DirectBits(L3DirectIn& in, uint32_t& numbits, uint8_t*& data)
+bool l3DirectBits(const L3Source& in, size_t pos, size_t end, uint32_t& numbits, uint8_t*& data)
 {
-  size_t bits = in.end - in.pos;
+  size_t bits = end - pos;
   numbits = static_cast<uint32_t>(bits);
   data = nullptr;
   if (!bits) return true;
   data = static_cast<uint8_t*>(allocate(*in.call, bits / 8 + 1));
   if (!data) return false;
   memset(data, 0, bits / 8 + 1);
-  setCursor(in.call->pctxt, in.pos);
-  in.pos = in.end;
+  setCursor(in.call->pctxt, pos);
   return rtxDecBitsToByteArray(in.call->pctxt, data, bits / 8 + 1, bits) >= 0;
 }
 
-bool l3DirectText(L3DirectIn& in, size_t octets, bool labels, char*& text)
+bool l3DirectText(const L3Source& in, size_t pos, size_t end, size_t octets, bool labels, char*& text)
 {
-  if ((in.pos & 7) || octets > (in.end - in.pos) >> 3) return false;
+  if ((pos & 7) || octets > (end - pos) >> 3) return false;
   text = static_cast<char*>(allocate(*in.call, octets + 1));
-  if (!text || !l3Octets(in, reinterpret_cast<uint8_t*>(text), octets)) return false;
+  if (!text || !l3Octets(in, pos, end, reinterpret_cast<uint8_t*>(text), octets)) return false;
   text[octets] = 0;
   if (labels) l3JoinLabels(text, octets);
   return true;
@@ -245,7 +248,7 @@ bool l3DirectText(L3DirectIn& in, size_t octets, bool labels, char*& text)
 
 // Lists that take more than this are left to the walk, which decides what is out of proportion and may need the memory
 // a second time.
-bool l3DirectGrow(L3DirectIn& in, void** entries, size_t count, size_t& capacity, size_t entrySize)
+bool l3DirectGrow(const L3Source& in, void** entries, size_t count, size_t& capacity, size_t entrySize)
 {
   if (count < capacity) return true;
   L3Call& call = *in.call;
@@ -260,7 +263,7 @@ bool l3DirectGrow(L3DirectIn& in, void** entries, size_t count, size_t& capacity
   return true;
 }
 
-void l3DirectCut(L3DirectIn& in, void** entries, size_t count, size_t capacity, size_t entrySize)
+void l3DirectCut(const L3Source& in, void** entries, size_t count, size_t capacity, size_t entrySize)
 {
   static constexpr size_t kWorthwhile = 512; // octets; below that the shrinking costs more than the rest is worth
   if (!count || (capacity - count) * entrySize < kWorthwhile) return;
@@ -269,75 +272,69 @@ void l3DirectCut(L3DirectIn& in, void** entries, size_t count, size_t capacity, 
   if (cut) *entries = cut;
 }
 
-bool l3DirectSkip(L3DirectIn& in, size_t octets)
+size_t l3DirectUnknown(const L3Source& in, size_t pos, size_t end, unsigned iei, bool half)
 {
-  if (octets > (in.end - in.pos) >> 3) return false;
-  in.pos += octets * 8;
-  return true;
+  if (half || (iei & 0x80)) return pos;
+  return (iei & 0x0F) && l3SkipLength(in, pos, end) ? pos : kL3GaveUp;
 }
 
-bool l3DirectSkipLength(L3DirectIn& in)
+uint64_t l3TakeEdge(const uint8_t* data, size_t octets, size_t pos, unsigned bits)
 {
-  uint64_t length = 0;
-  return l3Take<8>(in, length) && l3DirectSkip(in, static_cast<size_t>(length));
+  size_t at = pos >> 3;
+  if (octets < 8) return (rtxLoadFirst(data + at, octets - at) << (pos & 7)) >> (64 - bits);
+  // The load ends with the buffer.
+  size_t past = at + 8 > octets ? at + 8 - octets : 0;
+  return (rtxLoadOctets<8>(data + at - past) << (8 * past + (pos & 7))) >> (64 - bits);
 }
 
-bool l3DirectUnknown(L3DirectIn& in, unsigned iei, bool half)
+void l3PutEdge(uint8_t* data, size_t pos, unsigned bits, uint64_t value)
 {
-  if (half || (iei & 0x80)) return true;
-  return (iei & 0x0F) && l3DirectSkipLength(in);
-}
-
-bool l3TakeEdge(L3DirectIn& in, unsigned bits, uint64_t& value)
-{
-  size_t at = in.pos >> 3;
-  uint64_t word = rtxLoadFirst(in.data + at, in.octets - at < 8 ? in.octets - at : 8);
-  value = (word << (in.pos & 7)) >> (64 - bits);
-  in.pos += bits;
-  return true;
-}
-
-void l3PutEdge(L3DirectOut& out, unsigned bits, uint64_t value)
-{
-  unsigned used = out.pos & 7;
-  uint8_t* at = out.data + (out.pos >> 3);
+  unsigned used = pos & 7;
+  uint8_t* at = data + (pos >> 3);
   uint64_t word = value << (64 - bits) >> used;
   if (used) word |= static_cast<uint64_t>(*at & (0xFF00U >> used & 0xFF)) << 56;
   rtxStoreFirst(at, word, (used + bits + 7) / 8);
 }
 
-bool l3DirectPutText(L3DirectOut& out, const char* text, bool labels)
+// Labels of a name with dots, each behind its length.
+static bool putLabels(L3Sink& out, size_t& pos, const char* text)
 {
-  if (!labels) return l3PutOctets(out, reinterpret_cast<const uint8_t*>(text), strlen(text));
-  if (strlen(text) > 254) return false; // and the length of the first label
+  if (strlen(text) > 254) return false;
   for (bool more = *text; more; ++text) {
     size_t label = strcspn(text, ".");
-    if (!l3Put<8>(out, label) || !l3PutOctets(out, reinterpret_cast<const uint8_t*>(text), label)) return false;
+    if (!l3Put<8>(out.data, pos, out.end, label)) return false;
+    if (!l3PutOctets(out.data, pos, out.end, reinterpret_cast<const uint8_t*>(text), label)) return false;
     text += label;
     more = *text == '.';
   }
   return true;
 }
 
-bool l3DirectPutBits(L3DirectOut& out, const uint8_t* data, uint32_t numbits)
+size_t l3DirectPutText(L3Sink& out, size_t pos, const char* text, bool labels)
+{
+  bool good = labels ? putLabels(out, pos, text)
+                     : l3PutOctets(out.data, pos, out.end, reinterpret_cast<const uint8_t*>(text), strlen(text));
+  return good ? pos : kL3GaveUp;
+}
+
+bool l3DirectPutBits(L3Sink& out, size_t pos, const uint8_t* data, uint32_t numbits)
 {
   if (!numbits) return true;
-  if (!data || numbits > out.end - out.pos) return false;
-  setCursor(out.call->pctxt, out.pos);
-  out.pos += numbits;
+  if (!data || numbits > out.end - pos) return false;
+  setCursor(out.call->pctxt, pos);
   return rtxEncBitsFromByteArray(out.call->pctxt, data, numbits) >= 0;
 }
 
-void l3DirectPatch(L3DirectOut& out, size_t start, unsigned bits, uint32_t length)
+void l3DirectPatch(uint8_t* data, size_t start, unsigned bits, uint32_t length)
 {
   if (bits == 16 && !(start & 7)) {
-    rtxStoreOctets<2>(out.data + (start >> 3) - 2, length);
+    rtxStoreOctets<2>(data + (start >> 3) - 2, length);
     return;
   }
   for (unsigned i = 0; i < bits; ++i) {
     size_t at = start - 1 - i;
     uint8_t mask = static_cast<uint8_t>(0x80U >> (at & 7));
-    uint8_t& octet = out.data[at >> 3];
+    uint8_t& octet = data[at >> 3];
     octet = static_cast<uint8_t>((length >> i & 1) ? octet | mask : octet & ~mask);
   }
 }

@@ -11,31 +11,36 @@
 #include "rt3gppsrc/engine/l3Call.h"
 #include "rtxsrc/bits/rtxBigEndian.h"
 
-// A decoding under way: bit positions from the start of the buffer; pos <= end <= 8 * octets always.
-struct L3DirectIn {
+// What a decoding reads. Its cursor and the end of the innermost region, as bits from the start of the buffer, are
+// arguments of every coder and never lie in memory: pos <= end <= 8 * octets always.
+struct L3Source {
   const uint8_t* data;
-  size_t pos;
-  size_t end;    // of the innermost region
   size_t octets; // of the buffer
   L3Call* call;
 };
 
-// An encoding under way: the bits from `pos` to the next octet are 0, those behind it whatever they were.
-struct L3DirectOut {
+// What an encoding writes: the bits from the cursor to the next octet are 0, those behind it whatever they were.
+struct L3Sink {
   uint8_t* data;
-  size_t pos;
-  size_t end; // of the buffer
-  bool tail;  // an open tail was written: nothing may follow in its container
+  size_t end; // of the buffer, in bits
   L3Call* call;
+  bool tail; // an open tail was written: nothing may follow in its container
 };
+
+// Returned in place of the new cursor.
+static constexpr size_t kL3GaveUp = ~static_cast<size_t>(0);
+
+// Small pieces that move the cursor are always part of their caller: one call that takes its address would keep it in
+// memory from element to element, which costs a quarter of the time.
+#define L3_INLINE [[gnu::always_inline]] inline
 
 // Runs a type's direct coder from the cursor, if there is one and nothing speaks against it. False: the cursor, the
 // flags and the findings are as before, and the rows are to be walked; inside a trial the whole trial is then given up.
 bool l3DecDirectly(L3Call& call, const L3Type& type, void* record);
 bool l3EncDirectly(L3Call& call, const L3Type& type, void* record);
 // From inside a direct coder: a type with a coder by hand, or one that has only rows.
-bool l3DirectType(L3DirectIn& in, const L3Type& type, void* value);
-bool l3DirectPutType(L3DirectOut& out, const L3Type& type, void* value);
+size_t l3DirectType(const L3Source& in, size_t pos, size_t end, const L3Type& type, void* value);
+size_t l3DirectPutType(L3Sink& out, size_t pos, const L3Type& type, void* value);
 
 // Octets of a record that need no clearing; the last of a row of gaps is empty and stands at the record's end.
 struct L3Gap {
@@ -44,59 +49,54 @@ struct L3Gap {
 
 // Storage of a message body, cleared but for the entries of its lists: of 15 KB some hundred octets remain to be
 // cleared.
-bool l3DirectBody(L3DirectIn& in, const L3Gap* gaps, void*& message);
-// Octets and texts on the heap.
-bool l3DirectHeap(L3DirectIn& in, size_t octets, uint32_t& numocts, uint8_t*& data);
+bool l3DirectBody(const L3Source& in, const L3Gap* gaps, void*& message);
+// Octets and texts on the heap; the caller moves the cursor behind them.
+bool l3DirectHeap(const L3Source& in, size_t pos, size_t end, size_t octets, uint32_t& numocts, uint8_t*& data);
+bool l3DirectText(const L3Source& in, size_t pos, size_t end, size_t octets, bool labels, char*& text);
 // All bits to the region's end, on the heap.
-bool l3DirectBits(L3DirectIn& in, uint32_t& numbits, uint8_t*& data);
-bool l3DirectText(L3DirectIn& in, size_t octets, bool labels, char*& text);
+bool l3DirectBits(const L3Source& in, size_t pos, size_t end, uint32_t& numbits, uint8_t*& data);
 // Room for entry number `count` of a list on the heap.
-bool l3DirectGrow(L3DirectIn& in, void** entries, size_t count, size_t& capacity, size_t entrySize);
-void l3DirectCut(L3DirectIn& in, void** entries, size_t count, size_t capacity, size_t entrySize);
-// Leaves the innermost region open behind a release group that ends with it; `outer` is the end of the one around it.
-bool l3DirectLeave(L3DirectIn& in, size_t outer);
-// Passes over an element out of its turn, by its size or by its length octet.
-bool l3DirectSkip(L3DirectIn& in, size_t octets);
-bool l3DirectSkipLength(L3DirectIn& in);
-// Passes over an unknown element; false if it asks for comprehension.
-bool l3DirectUnknown(L3DirectIn& in, unsigned iei, bool half);
+bool l3DirectGrow(const L3Source& in, void** entries, size_t count, size_t& capacity, size_t entrySize);
+void l3DirectCut(const L3Source& in, void** entries, size_t count, size_t capacity, size_t entrySize);
+// Leaves the region that ends at `end` open behind a release group that ends with it; `outer` is the end of the one
+// around it.
+size_t l3DirectLeave(const L3Source& in, size_t pos, size_t end, size_t outer);
+// Passes over an unknown element; gives up if it asks for comprehension.
+size_t l3DirectUnknown(const L3Source& in, size_t pos, size_t end, unsigned iei, bool half);
 // Any fields that straddle octets, or stand among the last of the buffer.
-bool l3TakeEdge(L3DirectIn& in, unsigned bits, uint64_t& value);
-void l3PutEdge(L3DirectOut& out, unsigned bits, uint64_t value);
-bool l3DirectPutText(L3DirectOut& out, const char* text, bool labels);
-bool l3DirectPutBits(L3DirectOut& out, const uint8_t* data, uint32_t numbits);
+uint64_t l3TakeEdge(const uint8_t* data, size_t octets, size_t pos, unsigned bits);
+void l3PutEdge(uint8_t* data, size_t pos, unsigned bits, uint64_t value);
+size_t l3DirectPutText(L3Sink& out, size_t pos, const char* text, bool labels);
+bool l3DirectPutBits(L3Sink& out, size_t pos, const uint8_t* data, uint32_t numbits);
 // Writes a length of `bits` bits over the place before `start`.
-void l3DirectPatch(L3DirectOut& out, size_t start, unsigned bits, uint32_t length);
+void l3DirectPatch(uint8_t* data, size_t start, unsigned bits, uint32_t length);
 
 // Takes 1 to 56 bits.
-template <unsigned bits> inline bool l3Take(L3DirectIn& in, uint64_t& value)
+template <unsigned bits> L3_INLINE bool l3Take(const L3Source& in, size_t& pos, size_t end, uint64_t& value)
 {
   static_assert(bits >= 1 && bits <= 56);
-  if (__builtin_expect(bits > in.end - in.pos, 0)) return false;
-  size_t at = in.pos >> 3;
-  unsigned used = in.pos & 7;
+  if (__builtin_expect(bits > end - pos, 0)) return false;
+  size_t at = pos >> 3;
+  unsigned used = pos & 7;
   if (bits <= 8 && used + bits <= 8) {
     value = (static_cast<unsigned>(in.data[at]) >> (8 - used - bits)) & ((1U << bits) - 1);
   } else if (__builtin_expect(at + 8 <= in.octets, 1)) {
     value = (rtxLoadOctets<8>(in.data + at) << used) >> (64 - bits);
-  } else if (in.octets >= 8) {
-    // Among the last octets of the buffer: the load ends with it.
-    uint64_t word = rtxLoadOctets<8>(in.data + in.octets - 8);
-    value = (word << (8 * (at + 8 - in.octets) + used)) >> (64 - bits);
   } else {
-    return l3TakeEdge(in, bits, value);
+    value = l3TakeEdge(in.data, in.octets, pos, bits);
   }
-  in.pos += bits;
+  pos += bits;
   return true;
 }
 
 // Takes 1 to 56 bits from a cursor that is known to have used so many bits of its octet.
-template <unsigned bits, unsigned used> inline bool l3TakeAt(L3DirectIn& in, uint64_t& value)
+template <unsigned bits, unsigned used>
+L3_INLINE bool l3TakeAt(const L3Source& in, size_t& pos, size_t end, uint64_t& value)
 {
   constexpr unsigned octets = (used + bits + 7) / 8;
-  if (__builtin_expect(bits > in.end - in.pos, 0)) return false;
-  value = rtxLoadOctets<octets>(in.data + (in.pos >> 3)) >> (8 * octets - used - bits) & (~0ULL >> (64 - bits));
-  in.pos += bits;
+  if (__builtin_expect(bits > end - pos, 0)) return false;
+  value = rtxLoadOctets<octets>(in.data + (pos >> 3)) >> (8 * octets - used - bits) & (~0ULL >> (64 - bits));
+  pos += bits;
   return true;
 }
 
@@ -120,102 +120,112 @@ inline bool l3IsMember(const L3Enum& set, uint64_t value)
 }
 
 // Opens a region of so many bits; one that leaves its container is for the walk to report.
-inline bool l3Open(L3DirectIn& in, size_t bits, size_t& outer)
+L3_INLINE bool l3Open(size_t pos, size_t& end, size_t bits, size_t& outer)
 {
-  outer = in.end;
-  if (bits > in.end - in.pos) return false;
-  in.end = in.pos + bits;
+  outer = end;
+  if (bits > end - pos) return false;
+  end = pos + bits;
   return true;
-}
-
-// Is a release group there? One that does not fit bars all behind it.
-inline bool l3Enter(const L3DirectIn& in, unsigned release, unsigned fit, bool& barred)
-{
-  unsigned limit = in.call->pctxt->specRelease;
-  if (barred || in.pos == in.end || (limit && limit < release)) return false;
-  barred = fit > in.end - in.pos;
-  return !barred;
 }
 
 // What is left in a region is passed over.
-inline void l3Shut(L3DirectIn& in, size_t outer)
+L3_INLINE void l3Shut(size_t& pos, size_t& end, size_t outer)
 {
-  in.pos = in.end;
-  in.end = outer;
+  pos = end;
+  end = outer;
 }
 
-inline bool l3Octets(L3DirectIn& in, uint8_t* dst, size_t octets)
+// Is a release group there? One that does not fit bars all behind it.
+L3_INLINE bool l3Enter(const L3Source& in, size_t left, unsigned release, unsigned fit, bool& barred)
 {
-  if ((in.pos & 7) || octets > (in.end - in.pos) >> 3) return false;
-  memcpy(dst, in.data + (in.pos >> 3), octets);
-  in.pos += octets * 8;
+  unsigned limit = in.call->pctxt->specRelease;
+  if (barred || !left || (limit && limit < release)) return false;
+  barred = fit > left;
+  return !barred;
+}
+
+L3_INLINE bool l3Octets(const L3Source& in, size_t& pos, size_t end, uint8_t* dst, size_t octets)
+{
+  if ((pos & 7) || octets > (end - pos) >> 3) return false;
+  memcpy(dst, in.data + (pos >> 3), octets);
+  pos += octets * 8;
   return true;
 }
 
-inline bool l3DirectFits(L3DirectOut& out, size_t bits)
+// Passes over an element out of its turn, by its size or by its length octet.
+L3_INLINE bool l3Skip(size_t& pos, size_t end, size_t octets)
 {
-  return bits <= out.end - out.pos;
+  if (octets > (end - pos) >> 3) return false;
+  pos += octets * 8;
+  return true;
+}
+
+L3_INLINE bool l3SkipLength(const L3Source& in, size_t& pos, size_t end)
+{
+  uint64_t length = 0;
+  return l3Take<8>(in, pos, end, length) && l3Skip(pos, end, static_cast<size_t>(length));
 }
 
 // Puts 1 to 56 bits; writes no octet that they do not touch.
-template <unsigned bits> inline bool l3Put(L3DirectOut& out, uint64_t value)
+template <unsigned bits> L3_INLINE bool l3Put(uint8_t* data, size_t& pos, size_t end, uint64_t value)
 {
   static_assert(bits >= 1 && bits <= 56);
-  if (__builtin_expect(bits > out.end - out.pos, 0)) return false;
-  unsigned used = out.pos & 7;
-  uint8_t* at = out.data + (out.pos >> 3);
+  if (__builtin_expect(bits > end - pos, 0)) return false;
+  unsigned used = pos & 7;
+  uint8_t* at = data + (pos >> 3);
   if (bits % 8 == 0 && used == 0) {
     rtxStoreOctets<(bits + 7) / 8>(at, value);
   } else if (used + bits <= 8) {
     *at = static_cast<uint8_t>((used ? *at & (0xFF00U >> used) : 0) | (value << (8 - used - bits)));
   } else {
-    l3PutEdge(out, bits, value);
+    l3PutEdge(data, pos, bits, value);
   }
-  out.pos += bits;
+  pos += bits;
   return true;
 }
 
 // The same at a cursor that is known to have used so many bits of its octet.
-template <unsigned bits, unsigned used> inline bool l3PutAt(L3DirectOut& out, uint64_t value)
+template <unsigned bits, unsigned used> L3_INLINE bool l3PutAt(uint8_t* data, size_t& pos, size_t end, uint64_t value)
 {
   constexpr unsigned octets = (used + bits + 7) / 8;
-  if (__builtin_expect(bits > out.end - out.pos, 0)) return false;
-  uint8_t* at = out.data + (out.pos >> 3);
+  if (__builtin_expect(bits > end - pos, 0)) return false;
+  uint8_t* at = data + (pos >> 3);
   uint64_t word = value << (8 * octets - used - bits);
   if constexpr (used != 0) word |= static_cast<uint64_t>(*at & (0xFF00U >> used)) << (8 * (octets - 1));
   rtxStoreOctets<octets>(at, word);
-  out.pos += bits;
+  pos += bits;
   return true;
 }
 
-inline bool l3PutOctets(L3DirectOut& out, const uint8_t* src, size_t octets)
+L3_INLINE bool l3PutOctets(uint8_t* data, size_t& pos, size_t end, const uint8_t* src, size_t octets)
 {
-  if ((out.pos & 7) || octets > (out.end - out.pos) >> 3) return false;
-  if (octets) memcpy(out.data + (out.pos >> 3), src, octets);
-  out.pos += octets * 8;
+  if ((pos & 7) || octets > (end - pos) >> 3) return false;
+  if (octets) memcpy(data + (pos >> 3), src, octets);
+  pos += octets * 8;
   return true;
 }
 
 // Closes a value behind a length that counts octets: up to the next octet, or at an open tail exactly there.
-inline bool l3Align(L3DirectOut& out)
+L3_INLINE bool l3Align(L3Sink& out, size_t& pos)
 {
-  if (out.tail && (out.pos & 7)) return false;
+  if (out.tail && (pos & 7)) return false;
   out.tail = false;
-  out.pos = (out.pos + 7) & ~static_cast<size_t>(7);
+  pos = (pos + 7) & ~static_cast<size_t>(7);
   return true;
 }
 
 // The length of what was written from `start` on, patched in front of it and given back as the record keeps it.
-template <unsigned bits, unsigned unit, bool whole> inline bool l3Close(L3DirectOut& out, size_t start, size_t& count)
+template <unsigned bits, unsigned unit, bool whole>
+L3_INLINE bool l3Close(L3Sink& out, size_t& pos, size_t start, size_t& count)
 {
-  if (unit == 8 && !l3Align(out)) return false;
-  count = (out.pos - start) / unit;
+  if (unit == 8 && !l3Align(out, pos)) return false;
+  count = (pos - start) / unit;
   if (bits == 16 && !whole) count &= 0xFF; // a fixed trait of the encoders
   size_t written = count & ((1ULL << bits) - 1);
   if (bits == 8 && !(start & 7))
     out.data[(start >> 3) - 1] = static_cast<uint8_t>(written);
   else
-    l3DirectPatch(out, start, bits, static_cast<uint32_t>(written));
+    l3DirectPatch(out.data, start, bits, static_cast<uint32_t>(written));
   return unit == 8 || count == written;
 }
 

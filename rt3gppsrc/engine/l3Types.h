@@ -11,8 +11,8 @@
 
 struct L3Type;
 struct L3Call;
-struct L3DirectIn;
-struct L3DirectOut;
+struct L3Source;
+struct L3Sink;
 
 inline constexpr uint16_t kL3NoBit = 0xFFFF;
 inline constexpr uint32_t kL3NoOffset = 0xFFFFFFFFU;
@@ -290,8 +290,9 @@ struct L3Type {
   uint8_t mOctets; // octets of m, which stands at offset 0
   uint8_t flags;
   uint16_t mBits;                                       // bits given out, groups included
-  bool (*decodeDirect)(L3DirectIn& in, void* record);   // see l3Direct.h; null: rows only
-  bool (*encodeDirect)(L3DirectOut& out, void* record); // null: rows only
+  // See l3Direct.h; null: rows only.
+  size_t (*decodeDirect)(const L3Source& in, size_t pos, size_t end, void* record);
+  size_t (*encodeDirect)(L3Sink& out, size_t pos, void* record);
 };
 
 // Every type of the library, sorted by full name, for tools and for tests that hold for all types.

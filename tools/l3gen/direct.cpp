@@ -97,10 +97,11 @@ std::string directCall(const Type& named, const std::string& pointer, bool encod
   const Type& type = aliased(named);
   bool byHand = !(encoder ? type.encodeFile : type.decodeFile).empty();
   bool direct = type.directByHand || (hasDirect(type) && !byHand);
-  const char *side = encoder ? "Enc" : "Dec", *put = encoder ? "Put" : "", *cursor = encoder ? "out" : "in";
+  const char *side = encoder ? "Enc" : "Dec", *put = encoder ? "Put" : "",
+             *at = encoder ? "sink, pos" : "source, pos, end";
   const char *f = type.full.c_str(), *p = pointer.c_str();
-  return direct ? format("!l3Direct%s_%s(%s, %s)", side, f, cursor, p)
-                : format("!l3Direct%sType(%s, l3_%s, %s)", put, cursor, f, p);
+  return direct ? format("l3Direct%s_%s(%s, %s)", side, f, at, p)
+                : format("l3Direct%sType(%s, l3_%s, %s)", put, at, f, p);
 }
 
 static bool isAlias(const Type& type)
@@ -249,10 +250,10 @@ std::string outside(const Scalar& scalar, const std::optional<Range>& range, con
 
 std::string casesOf(const Row& alternative)
 {
-  if (alternative.other) return "      default:\n";
+  if (alternative.other) return "default:\n";
   std::string out;
   for (auto& v : alternative.values)
-    out += v.lo == v.hi ? format("      case %uU:\n", v.lo) : format("      case %uU ... %uU:\n", v.lo, v.hi);
+    out += v.lo == v.hi ? format("case %uU:\n", v.lo) : format("case %uU ... %uU:\n", v.lo, v.hi);
   return out;
 }
 
@@ -266,6 +267,23 @@ bool ownBits(const Row& row)
   const What& what = row.what;
   bool list = what.type && !what.type->rows.empty() && what.type->rows.back().often.end == kL3WhileExt;
   return row.given == kL3GivenMore && (list || row.often.end == kL3WhileExt);
+}
+
+std::string indented(const std::string& lines)
+{
+  std::string out;
+  size_t depth = 0;
+  for (size_t at = 0; at < lines.size();) {
+    size_t end = lines.find('\n', at);
+    std::string line = lines.substr(at, end - at);
+    at = end + 1;
+    if (line.starts_with("}") && depth) --depth;
+    bool label = line.starts_with("case ") || line.starts_with("default:");
+    if (!line.empty()) out += std::string(2 * depth - (label && depth ? 2 : 0), ' ') + line;
+    out += "\n";
+    if (line.ends_with("{")) ++depth;
+  }
+  return out;
 }
 
 std::string writeDirect(Model& model, const Module& module, bool encoder)

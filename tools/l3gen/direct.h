@@ -24,12 +24,20 @@ struct DirectWriter {
   const Row* release = nullptr; // the group that is being written, and where it began in its octet
   int beforeRelease = -1;
   explicit DirectWriter(const Type& t);
-  void line(const std::string& text) { out += "  " + text + "\n"; }
+  void line(const std::string& text) { out += text + "\n"; }
   void giveUpIf(const std::string& test)
   {
-    if (!test.empty()) line("if (" + test + ") return false;");
+    if (!test.empty()) line("if (" + test + ") return kL3GaveUp;");
   }
   std::string fresh(const char* stem) { return stem + std::to_string(names++); }
+  // Names the row that the lines to come are for.
+  void from(const Row& row)
+  {
+    const std::string& file = row.place.file;
+    line(format("// %s:%d", file.substr(file.rfind('/') + 1).c_str(), row.place.line));
+  }
+  // Calls what returns the new cursor.
+  void go(const std::string& call) { giveUpIf("(pos = " + call + ") == kL3GaveUp"); }
   void moved(std::optional<uint32_t> bits)
   {
     used = used < 0 || !bits ? -1 : static_cast<int>((static_cast<unsigned>(used) + *bits) % 8);
@@ -48,7 +56,7 @@ bool keepsPlace(const What& what);
 bool hasDirect(const Type& type);
 // Are a form's direct coders by hand? They call the generated ones of its body, l3DirectDecBody_ and l3DirectEncBody_.
 bool hasBodyDirect(const Type& type);
-// The test that fails when the type's value at `pointer` can not be coded directly.
+// Codes the type's value at `pointer`: the cursor behind it, or kL3GaveUp.
 std::string directCall(const Type& type, const std::string& pointer, bool encoder);
 // The type that an alias ends at: the same layout, the same octets.
 const Type& aliased(const Type& type);
@@ -73,6 +81,8 @@ std::string casesOf(const Row& alternative);
 bool isRecord(const What& what);
 // A list that reads and writes its own extension bits.
 bool ownBits(const Row& row);
+// Lines without indentation, indented by their braces.
+std::string indented(const std::string& lines);
 std::string writeDirect(Model& model, const Module& module, bool encoder);
 std::string decodeDirect(const Type& type);
 std::string encodeDirect(const Type& type);
@@ -96,7 +106,7 @@ void element(Writer& w, const What& what, const Often& often, const std::optiona
     case WhatKind::Text:
       return text(w, what, range, member);
     case WhatKind::Type:
-      w.giveUpIf(directCall(*what.type, "&" + member, Writer::kEncoder));
+      w.go(directCall(*what.type, "&" + member, Writer::kEncoder));
       return w.movedOver(*what.type);
     case WhatKind::Choice:
       return choice(w, what, member);
@@ -119,9 +129,9 @@ template <class Writer, class Content> void cases(Writer& w, const What& what, b
     other = other || (byValue && alternative.other);
     content(alternative, ++tag);
     after = after == -2 || after == w.used ? w.used : -1;
-    w.out += "      break;\n      }\n";
+    w.out += "break;\n}\n";
   }
-  if (!other) w.out += "      default:\n        return false;\n";
+  if (!other) w.out += "default:\nreturn kL3GaveUp;\n";
   w.line("}");
   w.used = after;
 }
@@ -143,6 +153,7 @@ template <class Writer> void rows(Writer& w)
 {
   auto all = plainRows(w.type);
   for (size_t at = 0; at < all.size();) {
+    w.from(*all[at]);
     auto leaves = takeLeaves(w.type, all, at);
     if (!leaves.empty()) {
       leafRun(w, leaves);

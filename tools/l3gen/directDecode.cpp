@@ -12,7 +12,8 @@ struct DecodeWriter : DirectWriter {
 
 static void take(DecodeWriter& w, unsigned bits)
 {
-  w.giveUpIf(w.used < 0 ? format("!l3Take<%u>(in, w)", bits) : format("!l3TakeAt<%u, %d>(in, w)", bits, w.used));
+  w.giveUpIf(w.used < 0 ? format("!l3Take<%u>(in, pos, end, w)", bits)
+                        : format("!l3TakeAt<%u, %d>(in, pos, end, w)", bits, w.used));
   w.moved(bits);
 }
 
@@ -38,7 +39,7 @@ static std::string count(DecodeWriter& w, const What& what)
   if (what.from == kL3OwnLength) take(w, what.bits);
   std::string value = what.from == kL3OwnLength ? "w"
                       : what.from == kL3ByField ? fieldOf(w.type, what.count.field)
-                                                : "(in.end - in.pos) >> 3";
+                                                : "(end - pos) >> 3";
   w.line("size_t " + n + " = " + value + ";");
   return n;
 }
@@ -46,7 +47,7 @@ static std::string count(DecodeWriter& w, const What& what)
 static void octets(DecodeWriter& w, const What& what, const std::optional<Range>& range, const std::string& member)
 {
   if (what.from == kL3Fixed) {
-    w.giveUpIf(format("!l3Octets(in, %s, %u)", member.c_str(), what.octets));
+    w.giveUpIf(format("!l3Octets(in, pos, end, %s, %u)", member.c_str(), what.octets));
     w.used = 0;
     return;
   }
@@ -54,15 +55,19 @@ static void octets(DecodeWriter& w, const What& what, const std::optional<Range>
   w.used = 0; // whole octets alone are read directly
   if (range) w.giveUpIf(outside(*range, n));
   const char *m = member.c_str(), *c = n.c_str();
-  if (!what.max) return w.giveUpIf(format("!l3DirectHeap(in, %s, %s.numocts, %s.data)", c, m, m));
-  w.giveUpIf(format("%s > %u || !l3Octets(in, %s.data, %s)", c, what.max, m, c));
+  if (!what.max) {
+    w.giveUpIf(format("!l3DirectHeap(source, pos, end, %s, %s.numocts, %s.data)", c, m, m));
+    return w.line("pos += " + n + " * 8;");
+  }
+  w.giveUpIf(format("%s > %u || !l3Octets(in, pos, end, %s.data, %s)", c, what.max, m, c));
   w.line("l3Set(" + member + ".numocts, " + n + ");");
 }
 
 static void bitString(DecodeWriter& w, const std::string& member)
 {
   w.used = -1;
-  w.giveUpIf("!l3DirectBits(in, " + member + ".numbits, " + member + ".data)");
+  w.giveUpIf("!l3DirectBits(source, pos, end, " + member + ".numbits, " + member + ".data)");
+  w.line("pos = end;");
 }
 
 static void text(DecodeWriter& w, const What& what, const std::optional<Range>& range, const std::string& member)
@@ -70,7 +75,9 @@ static void text(DecodeWriter& w, const What& what, const std::optional<Range>& 
   std::string n = count(w, what);
   if (range) w.giveUpIf(outside(*range, n));
   w.used = 0;
-  w.giveUpIf(format("!l3DirectText(in, %s, %s, %s)", n.c_str(), what.labels ? "true" : "false", member.c_str()));
+  const char *c = n.c_str(), *labels = what.labels ? "true" : "false";
+  w.giveUpIf(format("!l3DirectText(source, pos, end, %s, %s, %s)", c, labels, member.c_str()));
+  w.line("pos += " + n + " * 8;");
 }
 
 static void readSelector(DecodeWriter& w, const What& what, const std::string& value)
@@ -79,7 +86,7 @@ static void readSelector(DecodeWriter& w, const What& what, const std::string& v
   int before = w.used;
   take(w, what.bits);
   if (what.select == kL3SelectPeek) {
-    w.line(format("in.pos -= %u;", what.bits));
+    w.line(format("pos -= %u;", what.bits));
     w.used = before;
   }
   w.line("uint32_t " + value + " = static_cast<uint32_t>(w)" +
@@ -92,7 +99,7 @@ static void choice(DecodeWriter& w, const What& what, const std::string& member)
   readSelector(w, what, value);
   w.line("switch (" + value + ") {");
   cases(w, what, true, [&](const Row& alternative, unsigned tag) {
-    w.out += casesOf(alternative) + "      {\n";
+    w.out += casesOf(alternative) + "{\n";
     if (!what.untagged) w.line(format("%s.t = %u;", member.c_str(), tag));
     std::string inner = place + "." + alternative.member;
     bool alone = isRecord(alternative.what) && alternative.often.end == kL3NoList;
@@ -123,7 +130,7 @@ static void newMessage(DecodeWriter& w, const Type& type)
   std::string gaps;
   listGaps(type, "", type.full, gaps);
   w.line("static constexpr L3Gap gaps[] = {" + gaps + "{sizeof(" + type.full + "), 0}};");
-  w.giveUpIf("!l3DirectBody(in, gaps, message)");
+  w.giveUpIf("!l3DirectBody(source, gaps, message)");
 }
 
 static void body(DecodeWriter& w, const What& what, const std::string& member)
@@ -133,7 +140,7 @@ static void body(DecodeWriter& w, const What& what, const std::string& member)
   w.line("void* message = nullptr;\n  switch (" + value + ") {");
   for (auto& row : what.alternatives) {
     uint32_t under = what.underOnly ? what.under : row.discriminator;
-    w.out += format("      case %uU:\n", what.fields.size() == 2 ? under << 16 | row.msgType : row.msgType);
+    w.out += format("case %uU:\n", what.fields.size() == 2 ? under << 16 | row.msgType : row.msgType);
     w.line(format("%s.t = %u;", member.c_str(), row.tag));
     if (row.inlined) {
       int before = w.used;
@@ -141,15 +148,15 @@ static void body(DecodeWriter& w, const What& what, const std::string& member)
       w.used = before;
     } else if (row.what.type) {
       const Type& type = *row.what.type;
-      w.out += "      {\n";
+      w.out += "{\n";
       newMessage(w, type);
       w.line(member + ".u.any = message;");
-      w.giveUpIf(directCall(type, "message", false));
-      w.out += "      }\n";
+      w.go(directCall(type, "message", false));
+      w.out += "}\n";
     }
     w.line("break;");
   }
-  w.out += "      default:\n        return false;\n";
+  w.out += "default:\nreturn kL3GaveUp;\n";
   w.line("}");
 }
 
@@ -163,12 +170,12 @@ static void entry(DecodeWriter& w, const What& what, const Often& often, const s
     w.giveUpIf(format("%s >= %u", c, often.range->hi));
   else
     w.giveUpIf(
-        format("!l3DirectGrow(in, reinterpret_cast<void**>(&%s.elem), %s, room%s, sizeof *%s.elem)", m, c, c, m));
+        format("!l3DirectGrow(source, reinterpret_cast<void**>(&%s.elem), %s, room%s, sizeof *%s.elem)", m, c, c, m));
   if (isRecord(what)) w.line(format("memset(&%s, 0, sizeof %s);", elem.c_str(), elem.c_str()));
   bool watch = often.end == kL3WhileRoom && leavesOf(what, range, elem).empty();
-  if (watch) w.line("size_t before" + n + " = in.pos;");
+  if (watch) w.line("size_t before" + n + " = pos;");
   element(w, what, Often{}, range, elem);
-  if (watch) w.giveUpIf("in.pos == before" + n);
+  if (watch) w.giveUpIf("pos == before" + n);
   w.line("++" + n + ";");
 }
 
@@ -176,15 +183,15 @@ static std::string loopHead(DecodeWriter& w, const Often& often, const std::stri
 {
   switch (often.end) {
     case kL3WhileRoom:
-      return "while (in.pos < in.end) {";
+      return "while (pos < end) {";
     case kL3Times:
       return format("while (static_cast<int64_t>(%s) < static_cast<int64_t>(%s) + %d) {", n.c_str(),
                     fieldOf(w.type, often.count.field).c_str(), often.count.bias);
     case kL3MoreBit:
-      return "while (in.pos >> 3 < in.octets) {\n  if (!l3Take<1>(in, w)) return false;\n  if (!w) break;";
+      return "while (pos >> 3 < in.octets) {\nif (!l3Take<1>(in, pos, end, w)) return kL3GaveUp;\nif (!w) break;";
     default:
-      return "for (bool last" + n + " = false; !last" + n + ";) {\n  if (!l3Take<1>(in, w)) return false;\n  last" + n +
-             " = w != 0;";
+      return "for (bool last" + n + " = false; !last" + n +
+             ";) {\nif (!l3Take<1>(in, pos, end, w)) return kL3GaveUp;\nlast" + n + " = w != 0;";
   }
 }
 
@@ -206,19 +213,19 @@ static void list(DecodeWriter& w, const What& what, const Often& often, const st
   if (often.bounded()) return;
   const char *m = member.c_str(), *c = n.c_str();
   w.line(format("if (!%s) %s.elem = nullptr;", c, m));
-  w.line(format("l3DirectCut(in, reinterpret_cast<void**>(&%s.elem), %s, room%s, sizeof *%s.elem);", m, c, c, m));
+  w.line(format("l3DirectCut(source, reinterpret_cast<void**>(&%s.elem), %s, room%s, sizeof *%s.elem);", m, c, c, m));
 }
 
 static void length(DecodeWriter& w, const Row& row)
 {
   take(w, row.number);
-  if (row.words.count("zero-widens")) w.giveUpIf("!w && !l3Take<8>(in, w)");
+  if (row.words.count("zero-widens")) w.giveUpIf("!w && !l3Take<8>(in, pos, end, w)");
   if (row.range) w.giveUpIf(outside(*row.range, "w"));
   if (!row.member.empty()) w.line("l3Set(r." + row.member + ", w);");
   std::string bits = row.countsBits ? "w" : "w * 8";
-  if (row.fromOctet) bits += " + (8 - in.pos % 8) % 8";
+  if (row.fromOctet) bits += " + (8 - pos % 8) % 8";
   size_t k = w.regions.size();
-  w.line(format("size_t outer%zu;\n  if (!l3Open(in, %s, outer%zu)) return false;", k, bits.c_str(), k));
+  w.line(format("size_t outer%zu;\nif (!l3Open(pos, end, %s, outer%zu)) return kL3GaveUp;", k, bits.c_str(), k));
   w.regions.push_back(row.fromOctet ? 0 : row.countsBits ? -1 : w.used);
 }
 
@@ -234,7 +241,7 @@ static std::string guard(const DecodeWriter& w, const Row& row)
 {
   std::string given = row.given == kL3GivenMore ? "!ext" : row.cond.empty() ? "" : conditionOf(w.type, row);
   if (!row.room) return given;
-  return "in.pos < in.end" + (given.empty() ? "" : " && " + given);
+  return "pos < end" + (given.empty() ? "" : " && " + given);
 }
 
 static void conditional(DecodeWriter& w, const Row& row)
@@ -255,14 +262,14 @@ static void conditional(DecodeWriter& w, const Row& row)
     w.line("}");
     w.maybeFrom(led);
   }
-  if (row.extLast) w.line("while (!ext) {\n    if (!l3Take<8>(in, w)) return false;\n    ext = w >> 7;\n  }");
+  if (row.extLast) w.line("while (!ext) {\nif (!l3Take<8>(in, pos, end, w)) return kL3GaveUp;\next = w >> 7;\n}");
   w.line("}");
   if (!always) w.maybeFrom(before);
 }
 
 static void enterRelease(DecodeWriter& w, const std::string& mark, const Row& row)
 {
-  w.line(format("if (l3Enter(in, %u, %u, barred)) {", row.number, row.fit));
+  w.line(format("if (l3Enter(in, end - pos, %u, %u, barred)) {", row.number, row.fit));
   w.line(mark + " = 1;");
 }
 
@@ -270,7 +277,7 @@ static void enterRelease(DecodeWriter& w, const std::string& mark, const Row& ro
 static void leaveRelease(DecodeWriter& w)
 {
   if (!w.type.has("early-return") || w.regions.empty()) return;
-  w.line(format("if (in.pos == in.end) return l3DirectLeave(in, outer%zu);", w.regions.size() - 1));
+  w.line(format("if (pos == end) return l3DirectLeave(source, pos, end, outer%zu);", w.regions.size() - 1));
 }
 
 static void closeLengths(DecodeWriter& w)
@@ -278,7 +285,7 @@ static void closeLengths(DecodeWriter& w)
   while (!w.regions.empty()) {
     w.used = w.regions.back();
     w.regions.pop_back();
-    w.line(format("l3Shut(in, outer%zu);", w.regions.size()));
+    w.line(format("l3Shut(pos, end, outer%zu);", w.regions.size()));
   }
 }
 
@@ -287,7 +294,7 @@ static void closeLengths(DecodeWriter& w)
 static void option(DecodeWriter& w, const std::vector<const Row*>& options, size_t first)
 {
   const Row& row = *options[first];
-  w.out += format("      case 0x%02X:\n", row.number);
+  w.out += format("case 0x%02X:\n", row.number);
   // A whole octet of the value of a half one hits this case as well.
   if (row.half || row.number < 16) w.giveUpIf(row.half ? "!half" : "half");
   std::string lead = "if";
@@ -296,6 +303,7 @@ static void option(DecodeWriter& w, const std::vector<const Row*>& options, size
     const Row& same = *options[i];
     if (same.number != row.number) continue;
     w.line(format("%s (order < %zu) {", lead.c_str(), i + 1));
+    w.from(same);
     w.line(format("order = %zu;", i + 1));
     w.used = row.half ? 4 : 0;
     element(w, same.what, same.often, same.range, memberOf(w.type, same));
@@ -305,8 +313,8 @@ static void option(DecodeWriter& w, const std::vector<const Row*>& options, size
   }
   uint32_t octets = 0;
   std::string skip = skipForm(*last, octets);
-  std::string how = skip == "length" ? "!l3DirectSkipLength(in)" : format("!l3DirectSkip(in, %u)", octets);
-  w.line(skip == "nothing" ? "}" : "} else if (" + how + ") {\n    return false;\n  }");
+  std::string how = skip == "length" ? "!l3SkipLength(in, pos, end)" : format("!l3Skip(pos, end, %u)", octets);
+  w.line(skip == "nothing" ? "}" : "} else if (" + how + ") {\nreturn kL3GaveUp;\n}");
   w.line("break;");
 }
 
@@ -314,7 +322,7 @@ static void options(DecodeWriter& w)
 {
   auto all = optionRows(w.type);
   if (all.empty()) {
-    if (!w.type.has("no-tail")) w.giveUpIf("in.pos < in.end");
+    if (!w.type.has("no-tail")) w.giveUpIf("pos < end");
     return;
   }
   for (auto& name : selectingOptions(w.type)) {
@@ -325,52 +333,57 @@ static void options(DecodeWriter& w)
   unsigned halves = 0;
   for (auto* row : all)
     if (row->half) halves |= 1U << row->number;
-  w.line("unsigned order = 0;\n  while (in.pos < in.end) {");
-  w.giveUpIf("(in.pos & 7) || in.end - in.pos < 8");
-  w.line("unsigned iei = in.data[in.pos >> 3];");
+  w.line("unsigned order = 0;\nwhile (pos < end) {");
+  w.giveUpIf("(pos & 7) || end - pos < 8");
+  w.line("unsigned iei = in.data[pos >> 3];");
   w.line(format("bool half = 0x%04XU >> (iei >> 4) & 1;", halves));
   // What follows a locking shift is another codeset's: the walk follows it. Other shifts change nothing in a loop.
   if (w.type.has("shifts")) w.giveUpIf("!half && (iei & 0xF8) == 0x90 && (iei & 7)");
-  w.line("in.pos += half ? 4 : 8;\n  if (half) iei >>= 4;\n  switch (iei) {");
+  w.line("pos += half ? 4 : 8;\nif (half) iei >>= 4;\nswitch (iei) {");
   for (size_t i = 0; i < all.size(); ++i) {
     bool first = true;
     for (size_t k = 0; k < i; ++k) first = first && all[k]->number != all[i]->number;
     if (first) option(w, all, i);
   }
-  w.out += "      default:\n";
-  w.giveUpIf("!l3DirectUnknown(in, iei, half)");
-  w.line("}\n  }");
+  w.out += "default:\n";
+  w.go("l3DirectUnknown(source, pos, end, iei, half)");
+  w.line("}\n}");
+}
+
+static void begin(DecodeWriter& w, const char* stem)
+{
+  const char* f = w.type.full.c_str();
+  w.out = format("size_t %s%s(const L3Source& source, size_t pos, [[maybe_unused]] size_t end, void* record)\n{\n",
+                 stem, f);
+  // A copy, since the compiler must take what stores through `r` to change what `source` refers to.
+  w.line("[[maybe_unused]] const L3Source in = source;");
+  w.line(format("[[maybe_unused]] %s& r = *static_cast<%s*>(record);", f, f));
+  w.line("[[maybe_unused]] uint64_t w = 0;");
 }
 
 std::string decodeDirect(const Type& type)
 {
   DecodeWriter w(type);
-  const char* f = type.full.c_str();
-  w.out = format("bool l3DirectDec_%s(L3DirectIn& in, void* record)\n{\n", f);
-  w.line(format(
-      "%s& r = *static_cast<%s*>(record);\n  uint64_t w = 0;\n  bool ext = true, barred = false;\n  (void)in, (void)r, "
-      "(void)w, (void)ext, (void)barred;",
-      f, f));
-  if (!w.used) w.giveUpIf("in.pos & 7");
+  begin(w, "l3DirectDec_");
+  w.line("[[maybe_unused]] bool ext = true, barred = false;");
+  if (!w.used) w.giveUpIf("pos & 7");
   if (type.mBits) w.line(format("memset(&r, 0, %d);", (type.mBits + 7) / 8));
   // An early return comes before them.
   for (auto& row : type.rows)
     if (type.has("early-return") && row.what.kind == WhatKind::BitString)
-      w.line(format("r.%s.numbits = 0;\n  r.%s.data = nullptr;", row.member.c_str(), row.member.c_str()));
+      w.line(format("r.%s.numbits = 0;\nr.%s.data = nullptr;", row.member.c_str(), row.member.c_str()));
   rows(w);
   if (type.kind == Kind::Message) options(w);
-  return w.out + "  return true;\n}\n\n";
+  return indented(w.out + "return pos;\n}\n\n");
 }
 
 std::string decodeBodyDirect(const Type& type)
 {
   DecodeWriter w(type);
-  const char* f = type.full.c_str();
+  begin(w, "l3DirectDecBody_");
   const Row& row = type.rows.back();
-  w.out = format("bool l3DirectDecBody_%s(L3DirectIn& in, void* record)\n{\n", f);
-  w.line(format("%s& r = *static_cast<%s*>(record);\n  uint64_t w = 0;\n  (void)w;", f, f));
   body(w, row.what, memberOf(type, row));
-  return w.out + "  return true;\n}\n\n";
+  return indented(w.out + "return pos;\n}\n\n");
 }
 
 } // namespace l3gen

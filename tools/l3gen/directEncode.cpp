@@ -13,7 +13,7 @@ struct EncodeWriter : DirectWriter {
 static void put(EncodeWriter& w, unsigned bits, const std::string& value)
 {
   std::string place = w.used < 0 ? format("l3Put<%u>", bits) : format("l3PutAt<%u, %d>", bits, w.used);
-  w.giveUpIf("!" + place + "(out, " + value + ")");
+  w.giveUpIf("!" + place + "(data, pos, end, " + value + ")");
   w.moved(bits);
 }
 
@@ -42,7 +42,7 @@ static void leafRun(EncodeWriter& w, const std::vector<Leaf>& leaves)
 static void octets(EncodeWriter& w, const What& what, const std::optional<Range>& range, const std::string& member)
 {
   if (what.from == kL3Fixed) {
-    w.giveUpIf(format("!l3PutOctets(out, %s, %u)", member.c_str(), what.octets));
+    w.giveUpIf(format("!l3PutOctets(data, pos, end, %s, %u)", member.c_str(), what.octets));
     w.used = 0;
     return;
   }
@@ -56,14 +56,15 @@ static void octets(EncodeWriter& w, const What& what, const std::optional<Range>
     put(w, what.bits, n);
   }
   w.used = 0; // whole octets alone are written directly
-  w.giveUpIf("!l3PutOctets(out, " + member + ".data, " + n + ")");
-  if (what.from == kL3Rest) w.line("out.tail = true;");
+  w.giveUpIf("!l3PutOctets(data, pos, end, " + member + ".data, " + n + ")");
+  if (what.from == kL3Rest) w.line("sink.tail = true;");
 }
 
 static void bitString(EncodeWriter& w, const std::string& member)
 {
   w.used = -1;
-  w.giveUpIf("!l3DirectPutBits(out, " + member + ".data, " + member + ".numbits)");
+  w.giveUpIf("!l3DirectPutBits(sink, pos, " + member + ".data, " + member + ".numbits)");
+  w.line("pos += " + member + ".numbits;");
 }
 
 static void text(EncodeWriter& w, const What& what, const std::optional<Range>& range, const std::string& member)
@@ -77,7 +78,7 @@ static void text(EncodeWriter& w, const What& what, const std::optional<Range>& 
     w.giveUpIf(format("%s >> %u", n.c_str(), what.bits));
     put(w, what.bits, n);
   }
-  w.giveUpIf("!l3DirectPutText(out, " + t + ", " + (what.labels ? "true" : "false") + ")");
+  w.go("l3DirectPutText(sink, pos, " + t + ", " + (what.labels ? "true" : "false") + ")");
 }
 
 static void choice(EncodeWriter& w, const What& what, const std::string& member)
@@ -88,7 +89,7 @@ static void choice(EncodeWriter& w, const What& what, const std::string& member)
     put(w, what.bits, "(" + member + ".t - 1) & " + format("%uU", (1U << what.bits) - 1));
   w.line("switch (" + (fields ? selectorOf(w.type, what) : member + ".t") + ") {");
   cases(w, what, fields, [&](const Row& alternative, unsigned tag) {
-    w.out += (fields ? casesOf(alternative) : format("      case %u:\n", tag)) + "      {\n";
+    w.out += (fields ? casesOf(alternative) : format("case %u:\n", tag)) + "{\n";
     element(w, alternative.what, alternative.often, alternative.range, place + "." + alternative.member);
   });
 }
@@ -97,16 +98,18 @@ static void body(EncodeWriter& w, const What& what, const std::string& member)
 {
   w.line("switch (" + member + ".t) {");
   for (auto& row : what.alternatives) {
-    w.out += format("      case %u:\n", row.tag);
+    w.out += format("case %u:\n", row.tag);
     if (row.inlined) {
       int before = w.used;
       element(w, row.what, Often{}, {}, member + ".u.obj_" + row.member);
       w.used = before;
-    } else if (row.what.type)
-      w.giveUpIf("!" + member + ".u.any || " + directCall(*row.what.type, member + ".u.any", true));
+    } else if (row.what.type) {
+      w.giveUpIf("!" + member + ".u.any");
+      w.go(directCall(*row.what.type, member + ".u.any", true));
+    }
     w.line("break;");
   }
-  w.out += "      default:\n        return false;\n";
+  w.out += "default:\nreturn kL3GaveUp;\n";
   w.line("}");
 }
 
@@ -162,7 +165,7 @@ static void conditional(EncodeWriter& w, const Row& row)
 static void length(EncodeWriter& w, const Row& row)
 {
   put(w, row.number, "0");
-  w.line(format("size_t start%zu = out.pos;", w.open.size()));
+  w.line(format("size_t start%zu = pos;", w.open.size()));
   w.open.push_back(&row);
 }
 
@@ -178,7 +181,7 @@ static void closeLength(EncodeWriter& w)
   const Row& row = *w.open.back();
   w.open.pop_back();
   bool whole = row.words.count("full-length") != 0;
-  w.giveUpIf(format("!l3Close<%u, %d, %s>(out, start%zu, count)", row.number, row.countsBits ? 1 : 8,
+  w.giveUpIf(format("!l3Close<%u, %d, %s>(sink, pos, start%zu, count)", row.number, row.countsBits ? 1 : 8,
                     whole ? "true" : "false", w.open.size()));
   w.used = row.countsBits ? -1 : 0;
   if (!row.member.empty()) w.line("l3Set(r." + row.member + ", count);");
@@ -193,8 +196,9 @@ static void closeLengths(EncodeWriter& w)
 static void options(EncodeWriter& w)
 {
   for (auto* row : optionRows(w.type)) {
-    w.line("if (out.tail) return true;\n  if (" + present(w, *row) + ") {");
-    w.giveUpIf("out.pos & 7");
+    w.from(*row);
+    w.line("if (sink.tail) return pos;\nif (" + present(w, *row) + ") {");
+    w.giveUpIf("pos & 7");
     w.used = 0;
     put(w, row->half ? 4 : 8, format("0x%02X", row->number));
     element(w, row->what, row->often, row->range, memberOf(w.type, *row));
@@ -202,31 +206,33 @@ static void options(EncodeWriter& w)
   }
 }
 
+static void begin(EncodeWriter& w, const char* stem)
+{
+  const char* f = w.type.full.c_str();
+  w.out = format("size_t %s%s(L3Sink& sink, size_t pos, void* record)\n{\n", stem, f);
+  w.line("[[maybe_unused]] uint8_t* const data = sink.data;\n[[maybe_unused]] const size_t end = sink.end;");
+  w.line(format("[[maybe_unused]] %s& r = *static_cast<%s*>(record);", f, f));
+  w.line("[[maybe_unused]] uint64_t w = 0, v = 0, over = 0;");
+}
+
 std::string encodeDirect(const Type& type)
 {
   EncodeWriter w(type);
-  const char* f = type.full.c_str();
-  w.out = format("bool l3DirectEnc_%s(L3DirectOut& out, void* record)\n{\n", f);
-  w.line(format("%s& r = *static_cast<%s*>(record);\n  uint64_t w = 0, v = 0, over = 0;\n  size_t count = 0;\n  "
-                "(void)out, (void)r, "
-                "(void)w, (void)v, (void)over, (void)count;",
-                f, f));
-  if (!w.used) w.giveUpIf("out.pos & 7");
+  begin(w, "l3DirectEnc_");
+  w.line("[[maybe_unused]] size_t count = 0;");
+  if (!w.used) w.giveUpIf("pos & 7");
   rows(w);
   if (type.kind == Kind::Message) options(w);
-  return w.out + "  return true;\n}\n\n";
+  return indented(w.out + "return pos;\n}\n\n");
 }
 
 std::string encodeBodyDirect(const Type& type)
 {
   EncodeWriter w(type);
-  const char* f = type.full.c_str();
+  begin(w, "l3DirectEncBody_");
   const Row& row = type.rows.back();
-  w.out = format("bool l3DirectEncBody_%s(L3DirectOut& out, void* record)\n{\n", f);
-  w.line(format(
-      "%s& r = *static_cast<%s*>(record);\n  uint64_t w = 0, v = 0, over = 0;\n  (void)w, (void)v, (void)over;", f, f));
   body(w, row.what, memberOf(type, row));
-  return w.out + "  return true;\n}\n\n";
+  return indented(w.out + "return pos;\n}\n\n");
 }
 
 } // namespace l3gen

@@ -270,10 +270,10 @@ std::string writeDescriptors(Model& model)
     out += "extern const L3Type l3_" + type->full + ";\n";
     const char* f = type->full.c_str();
     bool direct = hasDirect(*type) || type->directByHand;
-    if (direct) out += format("bool l3DirectDec_%s(L3DirectIn& in, void* record);\n", f);
-    if (direct) out += format("bool l3DirectEnc_%s(L3DirectOut& out, void* record);\n", f);
-    if (hasBodyDirect(*type)) out += format("bool l3DirectDecBody_%s(L3DirectIn& in, void* record);\n", f);
-    if (hasBodyDirect(*type)) out += format("bool l3DirectEncBody_%s(L3DirectOut& out, void* record);\n", f);
+    if (direct) out += format("size_t l3DirectDec_%s(const L3Source& in, size_t pos, size_t end, void* record);\n", f);
+    if (direct) out += format("size_t l3DirectEnc_%s(L3Sink& out, size_t pos, void* record);\n", f);
+    if (hasBodyDirect(*type)) out += format("size_t l3DirectDecBody_%s(const L3Source& in, size_t pos, size_t end, void* record);\n", f);
+    if (hasBodyDirect(*type)) out += format("size_t l3DirectEncBody_%s(L3Sink& out, size_t pos, void* record);\n", f);
     if (!type->values.empty()) out += "extern const L3Enum l3enum_" + type->full + ";\n";
   }
   return out;
