@@ -12,6 +12,7 @@ static const std::map<std::string, Make> kWorks = {
     {"print", printWork},
     {"printCallback", printCallbackWork},
     {"trace", traceWork},
+    {"fresh", freshWork},
     {"protect", protectWork},
     {"unprotect", unprotectWork},
 };

@@ -218,6 +218,20 @@ Work traceWork(const Mix& mix)
   });
 }
 
+Work freshWork(const Mix& mix)
+{
+  auto record = jobFor(mix);
+  return workOf(mix, [&mix, record] {
+    for (auto& message : mix.messages) {
+      RtxContext context;
+      rtInitContext(&context);
+      rtxCtxtSetBufPtr(&context, const_cast<uint8_t*>(message.octets.data()), message.octets.size());
+      keep(message.type->decode(&context, record->record.data()));
+      rtxFreeContext(&context);
+    }
+  });
+}
+
 // Deciphering is done in place, so each round works on a copy.
 Work unprotectWork(const Mix& mix)
 {

@@ -24,6 +24,8 @@ Work printWork(const Mix& mix);
 Work printCallbackWork(const Mix& mix);
 // Decoding with the bit trace on; the trace is not printed.
 Work traceWork(const Mix& mix);
+// Decoding in a fresh context each, which is freed again.
+Work freshWork(const Mix& mix);
 // Protected messages: copied, verified, deciphered and decoded; encoded, ciphered and signed.
 Work unprotectWork(const Mix& mix);
 Work protectWork(const Mix& mix);

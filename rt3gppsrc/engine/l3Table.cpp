@@ -1,26 +1,10 @@
-// The table of all types, the lines of their rows, and the setters of message bodies.
+// The lines of rows by their names, and the setters of message bodies.
 #include <cstring>
 
 #include "rt3gppsrc/engine/l3Decode.h"
 #include "rt3gppsrc/engine/l3Encode.h"
 #include "rt3gppsrc/engine/l3Engine.h"
 #include "rt3gppsrc/engine/l3Record.h"
-
-const L3TypeEntry* l3FindType(const char* fullName)
-{
-  if (!fullName) return nullptr;
-  size_t low = 0, high = l3TypeCount;
-  while (low < high) {
-    size_t middle = low + (high - low) / 2;
-    int order = strcmp(l3TypeTable[middle].type->fullName, fullName);
-    if (order == 0) return &l3TypeTable[middle];
-    if (order < 0)
-      low = middle + 1;
-    else
-      high = middle;
-  }
-  return nullptr;
-}
 
 static bool isCalled(const L3Row& row, const char* name)
 {

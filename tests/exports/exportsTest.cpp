@@ -73,6 +73,15 @@ TEST(Exports, OnlyNamesOfTheKnownFamiliesAreVisible)
     })) << name;
 }
 
+// The table of all types has a relocation for each operation of each type: a quarter of what loading relocates. Only
+// programs that take the library as objects look types up in it.
+TEST(Exports, NoTableOfAllTypesIsLoaded)
+{
+  std::string symbols = outputOf(VELNOR_NM " " VELNOR_LIBRARY);
+  if (symbols.find("l3Sample") == std::string::npos) GTEST_SKIP() << "the library is stripped";
+  EXPECT_EQ(symbols.find("l3TypeTable"), std::string::npos);
+}
+
 // How many decoders, encoders, printers, initialisers, sample builders and setters each finished module exports.
 TEST(Exports, ModulesHaveTheirNumberOfOperations)
 {
