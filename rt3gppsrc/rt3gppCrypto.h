@@ -11,6 +11,12 @@
 #include <stddef.h>
 #include <stdint.h>
 
+/* Whether the instructions of ARMv8 can be had function by function: from older clangs they cannot. */
+#if defined(__aarch64__) && (defined(__linux__) || defined(__APPLE__)) &&                                              \
+    (!defined(__clang__) || __clang_major__ >= 16 || defined(__ARM_FEATURE_AES))
+#define VELNOR_AES_ARM 1
+#endif
+
 constexpr size_t kAesBlockOctets = 16;
 constexpr size_t kAesRounds = 10;
 constexpr size_t kAesScheduleWords = 4 * (kAesRounds + 1);

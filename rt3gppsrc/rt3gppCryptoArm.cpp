@@ -3,7 +3,7 @@
 // last two round keys meet at the end: AESE, AESMC nine times, then AESE and an exclusive or.
 #include "rt3gppsrc/rt3gppCrypto.h"
 
-#if defined(__aarch64__) && (defined(__linux__) || defined(__APPLE__))
+#if defined(VELNOR_AES_ARM)
 
 #include <arm_neon.h>
 #if defined(__linux__)

@@ -261,7 +261,7 @@ const AesPath* rtx3gppAesInstructions()
   return __builtin_cpu_supports("aes") && __builtin_cpu_supports("ssse3") ? &kInstructions : nullptr;
 }
 
-#elif !defined(__aarch64__) || !(defined(__linux__) || defined(__APPLE__))
+#elif !defined(VELNOR_AES_ARM)
 
 // Neither this kind of processor nor that of rt3gppCryptoArm.cpp.
 const AesPath* rtx3gppAesInstructions()
