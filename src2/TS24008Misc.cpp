@@ -246,7 +246,7 @@ template <typename Decode> static int decodeText(RtxContext* pctxt, const L3Type
 {
   L3Call call;
   L3Name frame;
-  l3Begin(call, pctxt, frame, type.name);
+  l3Begin(call, pctxt, frame, l3NameOf(type));
   return l3End(call, decode(call), type.module->decoder, type.line);
 }
 

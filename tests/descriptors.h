@@ -67,7 +67,7 @@ inline TestRow recordRow(const char* name, size_t offset, const L3Type& type)
 template <size_t count> L3Type typeOf(const char* name, const L3Row (&rows)[count], size_t size, unsigned flags = 0)
 {
   L3Type type{};
-  type.name = type.encName = type.fullName = name;
+  type.fullName = name;
   type.module = &kTestModule;
   type.rows = rows;
   type.rowCount = uint16_t(count);

@@ -339,7 +339,7 @@ int l3DecodeCounted(RtxContext* pctxt, const L3Type& type, void* value, size_t c
 {
   L3Call call;
   L3Name frame;
-  l3Begin(call, pctxt, frame, type.name);
+  l3Begin(call, pctxt, frame, l3NameOf(type));
   call.argument = count;
   int status = l3DecType(call, type, value);
   return l3End(call, status, moduleOf(type), type.line);

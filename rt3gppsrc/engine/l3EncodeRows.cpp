@@ -201,7 +201,7 @@ int l3Encode(RtxContext* pctxt, const L3Type& type, void* value)
 {
   L3Call call;
   L3Name frame;
-  l3Begin(call, pctxt, frame, type.encName);
+  l3Begin(call, pctxt, frame, l3EncNameOf(type));
   int status = l3EncType(call, type, value);
   return l3End(call, status, moduleOf(type), type.line);
 }

@@ -177,9 +177,9 @@ static void printBody(PrintWalk& walk, const L3Row& row, RtxPiece name, const ui
     if (message.tag != tag) continue;
     const uint8_t* value = l3BodyValue(body, message, record);
     if (value)
-      printType(walk, *message.type, message.objName, value);
+      printType(walk, *message.type, message.objName(), value);
     else
-      printNull(walk, message.objName);
+      printNull(walk, message.objName());
     break;
   }
   rtxFormCloseBrace(walk.sink);

@@ -200,12 +200,13 @@ struct L3BodyRow {
   uint16_t discriminator, msgType;
   uint16_t tag; // t
   uint16_t line;
-  const char* name;     // "RegRequest5G"
-  const char* objName;  // "obj_RegRequest5G", as printed
   const char* elemName; // "u.obj_RegRequest5G", as pushed
   const L3Type* type;   // null: no body
   uint16_t next = 0;    // position from 1 of the next row with this message type, under another discriminator
   bool inlined = false; // the value stands in u itself, not behind a pointer
+
+  const char* objName() const { return elemName + sizeof "u." - 1; }  // "obj_RegRequest5G", as printed
+  const char* name() const { return elemName + sizeof "u.obj_" - 1; } // "RegRequest5G"
 };
 
 struct L3Body {
@@ -277,9 +278,7 @@ enum L3TypeFlags : uint8_t {
 };
 
 struct L3Type {
-  const char* name;     // pushed by the decoder: "SNSSAI"
-  const char* encName;  // pushed by the encoder
-  const char* fullName; // "TS24501IE_SNSSAI"
+  const char* fullName; // "TS24501IE_SNSSAI"; another name for the encoder stands behind its end
   const L3Module* module;
   const L3Row* rows;
   const L3Message* message; // messages only
@@ -289,11 +288,24 @@ struct L3Type {
   uint16_t line;   // of the block
   uint8_t mOctets; // octets of m, which stands at offset 0
   uint8_t flags;
-  uint16_t mBits;                                       // bits given out, groups included
+  uint8_t nameAt, encNameAt; // where the names begin in fullName: each pointer less is one less to relocate
+  uint16_t mBits;            // bits given out, groups included
   // See l3Direct.h; null: rows only.
   size_t (*decodeDirect)(const L3Source& in, size_t pos, size_t end, void* record);
   size_t (*encodeDirect)(L3Sink& out, size_t pos, void* record);
 };
+
+// The name that the decoder pushes: "SNSSAI".
+inline const char* l3NameOf(const L3Type& type)
+{
+  return type.fullName + type.nameAt;
+}
+
+// The name that the encoder pushes, which two types have with a hyphen: "PDU-SM".
+inline const char* l3EncNameOf(const L3Type& type)
+{
+  return type.fullName + type.encNameAt;
+}
 
 // Every type of the library, sorted by full name, for tools and for tests that hold for all types.
 struct L3TypeEntry {

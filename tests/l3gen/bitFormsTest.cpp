@@ -15,7 +15,7 @@ const L3Type* const kTypes[] = {&l3_Forms_Padded,  &l3_Forms_Relative, &l3_Forms
 
 const L3Type& typeNamed(const std::string& name)
 {
-  return **std::find_if(std::begin(kTypes), std::end(kTypes), [&](const L3Type* type) { return type->name == name; });
+  return **std::find_if(std::begin(kTypes), std::end(kTypes), [&](const L3Type* type) { return l3NameOf(*type) == name; });
 }
 
 // Octets put together by a writer of its own, behind `phase` zero bits: 0, 1, L and H; or x and octets.

@@ -56,7 +56,7 @@ void describeBody(std::ostream& out, const std::string& indent, const L3Body& bo
 {
   for (const L3BodyRow* row = body.rows; row < body.rows + body.count; ++row)
     out << indent << "| " << row->tag << " " << row->discriminator << "/" << row->msgType << " first "
-        << unsigned(body.byType[row->msgType]) << " next " << row->next << " " << row->name
+        << unsigned(body.byType[row->msgType]) << " next " << row->next << " " << row->name()
         << (row->inlined ? " inline" : "");
 }
 

@@ -51,8 +51,8 @@ const std::vector<std::vector<std::string>>& contents()
 std::string nameOf(const TopForm& form, const L3BodyRow& row)
 {
   for (auto& kind : form.kinds)
-    if (kind.discriminator == row.discriminator) return std::string(kind.prefix) + row.name;
-  return row.name;
+    if (kind.discriminator == row.discriminator) return std::string(kind.prefix) + row.name();
+  return row.name();
 }
 
 void takeOptions(const L3Type& type, uint8_t* value)

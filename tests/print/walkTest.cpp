@@ -90,10 +90,10 @@ TEST(Walk, PrintsDamagedBodies)
     uint8_t* tag = reinterpret_cast<uint8_t*>(record.data()) + row.offset;
     l3Store(tag, 4, body.rows[0].tag);
     std::string data = std::string("   ") + row.name + " {\n";
-    std::string missing = data + "      " + body.rows[0].objName + " = <null>\n   }\n}\n";
-    EXPECT_NE(printed(type, "x", record.data()).find(missing), std::string::npos) << type.name;
+    std::string missing = data + "      " + body.rows[0].objName() + " = <null>\n   }\n}\n";
+    EXPECT_NE(printed(type, "x", record.data()).find(missing), std::string::npos) << l3NameOf(type);
     l3Store(tag, 4, 0xFFFFFF);
-    EXPECT_NE(printed(type, "x", record.data()).find(data + "   }\n}\n"), std::string::npos) << type.name;
+    EXPECT_NE(printed(type, "x", record.data()).find(data + "   }\n}\n"), std::string::npos) << l3NameOf(type);
     ++forms;
   }
   EXPECT_GE(forms, 4U);

@@ -142,7 +142,7 @@ TEST_F(Input, ElementsOfEveryLength)
     for (size_t length : info ? lengthsToTry(*info, message.octets.size()) : std::vector<size_t>()) {
       Octets octets = ofLength(message.octets, info->bits / 8, length);
       Ending ending = decode(*message.entry, octets.data(), octets.size());
-      std::string report = std::string("error -16 (not fatal) at ") + type.name + (info->member ? ".length '" : " '");
+      std::string report = std::string("error -16 (not fatal) at ") + l3NameOf(type) + (info->member ? ".length '" : " '");
       bool reported = ending.errors.find(report) != std::string::npos;
       EXPECT_EQ(reported, info->ranged && (length < info->lo || length > info->hi)) << length << "\n" << ending.errors;
       EXPECT_TRUE(ending.status < 0 || ending.bits == 8 * octets.size()) << length;

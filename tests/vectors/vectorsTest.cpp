@@ -193,11 +193,11 @@ std::string innerText(RtxContext* pctxt, const L3TypeEntry& entry, const void* r
 {
   std::string text;
   rtxSetPrintStream(pctxt, appendPrinted, &text);
-  entry.print(pctxt, entry.type->name, record);
+  entry.print(pctxt, l3NameOf(*entry.type), record);
   std::istringstream lines(text);
   std::string line, inner;
   std::getline(lines, line);
-  if (line != entry.type->name + std::string(" {")) return text;
+  if (line != l3NameOf(*entry.type) + std::string(" {")) return text;
   while (std::getline(lines, line) && line != "}") inner += line.substr(std::min<size_t>(3, line.size())) + "\n";
   return inner;
 }

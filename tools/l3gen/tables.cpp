@@ -168,9 +168,9 @@ static std::string bodyInfo(TableWriter& w, const Row& row, const std::string& p
     std::string type = m.what.type ? "&l3_" + m.what.type->full : "nullptr";
     size_t next = i + 1;
     while (next < what.alternatives.size() && what.alternatives[next].msgType != m.msgType) ++next;
-    items.push_back(format("%u, 0x%02X, %u, %d, \"%s\", \"obj_%s\", \"u.obj_%s\", %s, %zu, %d", m.discriminator,
-                           m.msgType, m.tag, m.place.line, m.name.c_str(), m.name.c_str(), m.name.c_str(), type.c_str(),
-                           next < what.alternatives.size() ? next + 1 : 0, m.inlined));
+    items.push_back(format("%u, 0x%02X, %u, %d, \"u.obj_%s\", %s, %zu, %d", m.discriminator, m.msgType, m.tag,
+                           m.place.line, m.name.c_str(), type.c_str(), next < what.alternatives.size() ? next + 1 : 0,
+                           m.inlined));
   }
   std::string second = &row == bodiesOf(w.type)[0] ? "" : "_" + row.member,
               name = "bodies" + second + "_" + w.type.full;
@@ -468,14 +468,18 @@ static std::string writeType(const Model& model, const Type& type)
   writeRows(w, "options", options);
   std::string message = writeMessage(w, options);
   std::string hand = writeHand(w);
-  std::string encName = type.has("hyphen-encode") ? hyphens(type.name) : type.name;
-  w.out +=
-      format("extern const L3Type l3_%s = {\"%s\", \"%s\", \"%s\", &file_%s, %s, %s, %s,\n  sizeof(%s), %zu, %d, %d, "
-             "%s, %d, %s, %s};\n\n",
-             type.full.c_str(), type.name.c_str(), encName.c_str(), type.full.c_str(), cName(fileStem(type)).c_str(),
-             table.c_str(), message.c_str(), hand.c_str(), type.full.c_str(), rows.size(), type.place.line,
-             (type.mBits + 7) / 8, typeFlags(type).c_str(), type.mBits, direct(type, false).c_str(),
-             direct(type, true).c_str());
+  size_t nameAt = type.full.size() - type.name.size(), encNameAt = nameAt;
+  std::string names = type.full;
+  if (type.has("hyphen-encode")) {
+    encNameAt = type.full.size() + 1;
+    names += "\\0" + hyphens(type.name);
+  }
+  w.out += format("extern const L3Type l3_%s = {\"%s\", &file_%s, %s, %s, %s,\n  sizeof(%s), %zu, %d, %d, "
+                  "%s, %zu, %zu, %d, %s, %s};\n\n",
+                  type.full.c_str(), names.c_str(), cName(fileStem(type)).c_str(), table.c_str(), message.c_str(),
+                  hand.c_str(), type.full.c_str(), rows.size(), type.place.line, (type.mBits + 7) / 8,
+                  typeFlags(type).c_str(), nameAt, encNameAt, type.mBits, direct(type, false).c_str(),
+                  direct(type, true).c_str());
   return w.out;
 }
 

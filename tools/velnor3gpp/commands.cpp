@@ -95,7 +95,7 @@ static constexpr const char* kCheckTexts[] = {"",
 static void printRecord(Job& job)
 {
   rtxSetPrintStream(&job.ctxt, rtxPrintStreamToStdoutCB, nullptr);
-  if (job.entry->print) job.entry->print(&job.ctxt, job.entry->type->name, job.record.data());
+  if (job.entry->print) job.entry->print(&job.ctxt, l3NameOf(*job.entry->type), job.record.data());
   if (job.protection.present) {
     const char* way = job.check == Check::kVerified ? directionName(job.direction) : "";
     printf("protection: %s%s%s\n", kCheckTexts[static_cast<size_t>(job.check)], *way ? ", " : "", way);
