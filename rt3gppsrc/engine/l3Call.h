@@ -63,6 +63,9 @@ struct L3Call {
   const L3Type* tried = nullptr; // what the trial decodes
   unsigned left = 0;
   size_t ends[kMaxLeft + 1];
+  // The record under the coder, and the one that it stands in: counts may be fields of that one.
+  const void* record = nullptr;
+  const void* around = nullptr;
   // What a trial has on the heap, to be released when it is given up; what finds no place here stays there.
   static constexpr unsigned kMaxHeld = 16;
   unsigned held = 0;
@@ -228,7 +231,8 @@ size_t l3RoomBits(const L3Call& call);
 // What a count comes to, by the record's field or because the decoder has been given it.
 inline size_t l3CountOf(const L3Call& call, const L3Count& count, const uint8_t* record)
 {
-  return count.argument ? call.argument : l3CountBy(count, record);
+  if (count.argument) return call.argument;
+  return l3CountBy(count, count.ofAround ? static_cast<const uint8_t*>(call.around) : record);
 }
 
 #endif

@@ -284,10 +284,30 @@ static bool endsHere(L3Call& call, const RowWalk& walk, const L3Row& row)
   return true;
 }
 
+// Makes a record the one that its parts stand in, for as long as it is under the decoder. Lists and choices are no
+// records: their parts stand in the record that these are members of.
+struct Enclosure {
+  L3Call& call;
+  const void *record, *around;
+  Enclosure(L3Call& c, const L3Type& type, const void* value) : call(c), record(c.record), around(c.around)
+  {
+    if (type.flags & kL3Bare) return;
+    call.around = call.record;
+    call.record = value;
+  }
+  ~Enclosure()
+  {
+    call.record = record;
+    call.around = around;
+  }
+  Enclosure(const Enclosure&) = delete;
+};
+
 // Apart from l3DecRows, so that a direct coder does not pay for the walk's frame.
 [[gnu::noinline]] static int walkRows(L3Call& call, const L3Type& type, void* record)
 {
   RowWalk walk(type, static_cast<uint8_t*>(record));
+  Enclosure enclosure(call, type, record);
   L3End messageEnd = type.message ? l3InnermostEnd(call) : L3End{};
   if (type.flags & kL3EarlyReturn)
     l3Init(type, record); // strings behind the return are never reached
@@ -303,7 +323,10 @@ static bool endsHere(L3Call& call, const RowWalk& walk, const L3Row& row)
       if (int status = closeRegion(call, walk, row->line); status < 0) return status;
       continue;
     }
-    if (endsHere(call, walk, *row)) return 0;
+    if (endsHere(call, walk, *row)) {
+      l3InitRest(type, static_cast<unsigned>(row - type.rows), record);
+      return 0;
+    }
     int status = decElement(call, walk, *row);
     if (status >= 0 && overrun(call, walk)) status = reportOverrun(call, walk, row->line);
     if (status < 0) {

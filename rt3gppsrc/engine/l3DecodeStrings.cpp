@@ -86,7 +86,11 @@ static int decOctetString(L3Call& call, const L3Type& type, const L3Row& row, ui
     return 0;
   }
   size_t count = 0;
-  int status = countOctets(call, row, record, info.from, info.field, info.lengthBits, count);
+  int status = 0;
+  if (info.from == kL3ByField)
+    count = l3CountOf(call, info.count, record);
+  else
+    status = countOctets(call, row, record, info.from, info.count.field, info.lengthBits, count);
   if (status < 0) return failString(call, type, row, record, status);
   if (info.cap)
     decInlineOctets(call, info, member, count, running);

@@ -218,7 +218,8 @@ L3_INLINE bool l3Align(L3Sink& out, size_t& pos)
 template <unsigned bits, unsigned unit, bool whole>
 L3_INLINE bool l3Close(L3Sink& out, size_t& pos, size_t start, size_t& count)
 {
-  if (unit == 8 && !l3Align(out, pos)) return false;
+  // Octets that are counted from inside an octet do not end at one's start: the walk knows how (l3EncClose).
+  if (unit == 8 && ((bits % 8 == 0 && (start & 7)) || !l3Align(out, pos))) return false;
   count = (pos - start) / unit;
   if (bits == 16 && !whole) count &= 0xFF; // a fixed trait of the encoders
   size_t written = count & ((1ULL << bits) - 1);

@@ -66,16 +66,21 @@ void l3OpenTail(L3Call& call)
   call.pctxt->flags |= RTX_OPENTAIL_FLAG;
 }
 
-// The closing step under the open tail flag, or the padding to the next octet without it.
-static int align(L3Call& call, const L3Type& type, const L3Row& row)
+// The closing step under the open tail flag, or the padding to the next octet without it. A length of whole octets that
+// stands inside an octet, as an element within a CSN.1 structure may, counts octets from where it ends.
+static int align(L3Call& call, const L3Type& type, const L3Row& row, size_t start)
 {
   RtxContext* pctxt = call.pctxt;
-  int16_t bitOffset = pctxt->buffer.bitOffset;
-  bool aligned = bitOffset == 8 || bitOffset == 0;
+  const L3Length& info = *static_cast<const L3Length*>(row.info);
+  size_t lead = info.bits % 8 ? 0 : start % 8;
+  unsigned over = static_cast<unsigned>((l3BitPos(pctxt) - lead) % 8);
   if (pctxt->flags & RTX_OPENTAIL_FLAG) {
-    if (!aligned) return l3FailNew(call, type.module->encoder, RTX_E_BAD_ALIGNMENT, row.line);
+    if (over) return l3FailNew(call, type.module->encoder, RTX_E_BAD_ALIGNMENT, row.line);
     pctxt->flags &= ~RTX_OPENTAIL_FLAG;
-  } else if (!aligned) {
+  } else if (over && lead) {
+    int status = l3EncBits(call, 0, 8 - over, "padding");
+    if (status < 0) return l3Fail(call, type.module->encoder, status, row.line);
+  } else if (over) {
     // Octets written across a begun one may end where the buffer does: there is none to fill up then.
     if (pctxt->buffer.byteIndex < pctxt->buffer.size) ++pctxt->buffer.byteIndex;
     pctxt->buffer.bitOffset = 8;
@@ -103,7 +108,7 @@ int l3EncClose(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* reco
 {
   const L3Length& info = *static_cast<const L3Length*>(row.info);
   if (info.unitBits == 8)
-    if (int status = align(call, type, row); status < 0) return status;
+    if (int status = align(call, type, row, start); status < 0) return status;
   size_t content = (l3BitPos(call.pctxt) - start) / info.unitBits;
   if (content < info.bias) return l3FailRange(call, type.module->encoder, row.line, content);
   size_t count = content - info.bias;

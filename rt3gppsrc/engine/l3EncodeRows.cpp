@@ -114,6 +114,13 @@ static int encLead(L3Call& call, const L3Row& row, const uint8_t* record, bool p
   return l3EncBits(call, extBit(row, record), 1, traits.label);
 }
 
+// A value relative to the padding that is absent leaves its place to the padding, so that what follows stands at its
+// own.
+static bool leavesPadding(const L3Row& row, bool present)
+{
+  return !present && row.room && row.lead == kL3NoLead && row.flags & kL3LH;
+}
+
 static int encElement(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running)
 {
   bool present = isPresent(row, record);
@@ -123,6 +130,9 @@ static int encElement(L3Call& call, const L3Type& type, const L3Row& row, uint8_
   if (status < 0) return l3Fail(call, moduleOf(type), status, row.line);
   if (present)
     if (status = l3EncMember(call, type, row, record, running); status < 0) return status;
+  if (leavesPadding(row, present))
+    if (status = l3EncPadded(call, 0, row.bits, "ENUMERATED"); status < 0)
+      return l3Fail(call, moduleOf(type), status, row.line);
   if (row.name) l3PopName(call);
   return 0;
 }

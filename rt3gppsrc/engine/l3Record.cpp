@@ -11,7 +11,8 @@ uint32_t l3JoinFields(const L3Field* fields, unsigned count, const uint8_t* reco
 
 size_t l3CountBy(const L3Count& count, const uint8_t* record)
 {
-  uint64_t field = l3Load(record + count.field.offset, count.field.store);
+  // A part that is decoded for itself has no record around it.
+  uint64_t field = record ? l3Load(record + count.field.offset, count.field.store) : 0;
   if (count.sizes) return field < count.sizeCount ? count.sizes[field] : 0;
   int64_t value = count.sign * static_cast<int64_t>(field) + count.bias;
   return value < 0 ? 0 : static_cast<size_t>(value);

@@ -17,7 +17,9 @@ struct SampleWalk {
   size_t grow;     // octets by which the next open string or list of the region is drawn out
   size_t argument; // the count for the next type whose decoder takes one
   unsigned depth;
-  bool failed; // out of memory, or types within types without end
+  bool failed;                     // out of memory, or types within types without end
+  const uint8_t* record = nullptr; // the one under the walk
+  const uint8_t* around = nullptr; // the one that it stands in
 };
 
 static bool sampleType(SampleWalk& walk, const L3Type& type, uint8_t* value);
@@ -76,6 +78,17 @@ static size_t sizeString(SampleWalk& walk, L3SampleRecord& sample, const StringS
   return count;
 }
 
+// What a count comes to once its field has the least value that gives `wish` or more. A field of the record around has
+// its value already.
+static size_t settleCount(SampleWalk& walk, L3SampleRecord& sample, const L3Count& count, size_t wish, size_t most)
+{
+  if (count.argument) return walk.argument;
+  if (count.ofAround) return l3CountBy(count, walk.around);
+  int64_t field = count.sizes ? 1 : (static_cast<int64_t>(wish) - count.bias) * count.sign;
+  l3SettleCount(sample, count.field, field < 0 ? 0 : static_cast<uint64_t>(field), most);
+  return l3CountBy(count, sample.record);
+}
+
 static void sampleOctets(SampleWalk& walk, L3SampleRecord& sample, const L3Row& row)
 {
   const L3Octets& info = *static_cast<const L3Octets*>(row.info);
@@ -87,7 +100,13 @@ static void sampleOctets(SampleWalk& walk, L3SampleRecord& sample, const L3Row& 
   }
   size_t most = info.cap ? info.cap : 0xFFFF;
   size_t hi = info.ranged && info.hi < most ? info.hi : most;
-  size_t count = sizeString(walk, sample, {info.from, info.lengthBits, info.field, info.ranged ? info.lo : 0, hi}, 1);
+  size_t lo = info.ranged ? info.lo : 0, count = 0;
+  if (info.from == kL3ByField) {
+    count = clamp(settleCount(walk, sample, info.count, clamp(1, lo, hi), hi), 0, hi);
+    walk.bits += count * 8;
+  } else {
+    count = sizeString(walk, sample, {info.from, info.lengthBits, info.count.field, lo, hi}, 1);
+  }
   uint8_t* data = info.cap ? member + info.dataOffset : static_cast<uint8_t*>(allocate(walk, count));
   if (!data) return;
   fill(data, count);
@@ -95,15 +114,6 @@ static void sampleOctets(SampleWalk& walk, L3SampleRecord& sample, const L3Row& 
     member[0] = static_cast<uint8_t>(count);
   else
     l3StoreOctets(member, {static_cast<uint32_t>(count), data});
-}
-
-// What a count comes to once its field has the least value that gives `wish` or more.
-static size_t settleCount(SampleWalk& walk, L3SampleRecord& sample, const L3Count& count, size_t wish, size_t most)
-{
-  if (count.argument) return walk.argument;
-  int64_t field = count.sizes ? 1 : (static_cast<int64_t>(wish) - count.bias) * count.sign;
-  l3SettleCount(sample, count.field, field < 0 ? 0 : static_cast<uint64_t>(field), most);
-  return l3CountBy(count, sample.record);
 }
 
 // Bits that a field counts: as few as the field allows, one where it may.
@@ -555,6 +565,11 @@ static bool sampleType(SampleWalk& walk, const L3Type& type, uint8_t* value)
   size_t limit = walk.limit, start = walk.bits, grow = walk.grow;
   size_t lack = 0;
   bool closed = false;
+  const uint8_t *record = walk.record, *around = walk.around;
+  if (!(type.flags & kL3Bare)) {
+    walk.around = walk.record;
+    walk.record = value;
+  }
   ++walk.depth;
   for (int pass = 0; pass < 2 && !walk.failed && (pass == 0 || lack); ++pass) {
     L3SampleRecord sample{type, value, {}, 0, false, false};
@@ -566,6 +581,8 @@ static bool sampleType(SampleWalk& walk, const L3Type& type, uint8_t* value)
     lack = samplePass(walk, sample, closed);
   }
   --walk.depth;
+  walk.record = record;
+  walk.around = around;
   walk.limit = limit;
   if (hasLength) walk.grow = grow;
   if (type.hand && type.hand->settle && !walk.failed) walk.failed = !type.hand->settle(walk.pctxt, value);

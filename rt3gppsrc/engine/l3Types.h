@@ -65,6 +65,7 @@ struct L3Count {
   int8_t bias;
   int8_t sign;
   uint8_t argument;
+  uint8_t ofAround;     // the field stands in the record around this one
   uint8_t sizeCount;    // rows of the table; a field beyond them counts 0
   const uint8_t* sizes; // or null
 };
@@ -126,7 +127,7 @@ struct L3Octets {
   uint32_t fixed;     // kL3Fixed: octets, an array without count
   uint32_t
       dataOffset; // from the member's start to the inline octets (their count, numocts, is one octet up to there: u8)
-  L3Field field;  // kL3ByField
+  L3Count count;  // kL3ByField
   uint32_t lo, hi;
 };
 

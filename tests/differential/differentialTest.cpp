@@ -13,8 +13,8 @@ std::string traceDiffers(const L3TypeEntry& entry, const Octets& octets, Setting
   std::string plain = decodeOutcome(entry, octets, setting);
   setting.trace = true;
   std::string traced = decodeOutcome(entry, octets, setting);
-  for (size_t at = traced.find("field "); at != std::string::npos; at = traced.find("field ", at))
-    traced.erase(at, traced.find('\n', at) + 1 - at);
+  for (size_t at = traced.find("\nfield "); at != std::string::npos; at = traced.find("\nfield ", at))
+    traced.erase(at, traced.find('\n', at + 1) - at);
   return traced == plain ? "" : hexText(octets) + "\ntraced: " + traced + "plain: " + plain;
 }
 

@@ -23,6 +23,20 @@ static void checkField(const Type& type, const Row& row, const std::string& name
   if (!number) refuse(row.place, "'" + name + "' is no number");
 }
 
+// The field that a count names, in this record or in the one around it, where it stands before this record.
+static void checkCount(const Type& type, const Row& row, const Count& count)
+{
+  if (!count.ofAround()) return checkField(type, row, count.field);
+  std::string name = count.field;
+  const Type* around = holderOf(type, name);
+  const Row* field = around ? findField(*around, name) : nullptr;
+  if (!field) refuse(row.place, "'" + name + "' is no element of the record around this one");
+  if (rowNamed(*around, name.substr(0, name.find('.'))) - around->rows.data() >= static_cast<long>(type.aroundRows))
+    refuse(row.place, "'" + name + "' comes later");
+  if (field->mark != Mark::Length && (!scalarOf(field->what) || field->often.end != kL3NoList))
+    refuse(row.place, "'" + name + "' is no number");
+}
+
 static void checkValues(const What& what)
 {
   std::vector<Range> taken;
@@ -55,7 +69,8 @@ static void checkBits(const Type& type, const Row& element)
 {
   const What& what = element.what;
   if (what.kind != WhatKind::BitString || what.from != kL3ByField || !what.max || what.count.field.empty()) return;
-  const Row* field = findField(type, what.count.field);
+  std::string name = what.count.field;
+  const Row* field = findField(*holderOf(type, name), name);
   unsigned bits = field->mark == Mark::Length ? field->number : scalarOf(field->what)->bits;
   int64_t most = what.count.sign > 0 ? (1LL << bits) - 1 + what.count.bias : what.count.bias;
   if (!what.count.sizes.empty()) return;
@@ -73,9 +88,9 @@ static void checkElement(const Type& type, const Row& row, const Row& element)
   if (what.kind == WhatKind::Chars && type.kind != Kind::Text && type.decodeFile.empty())
     refuse(element.place, "'chars' is for hand-coded elements");
   checkRange(element);
-  checkField(type, row, element.often.count.field);
-  checkField(type, row, what.count.field);
-  if (element.argument) checkField(type, row, element.argument->field);
+  checkCount(type, row, element.often.count);
+  checkCount(type, row, what.count);
+  if (element.argument) checkCount(type, row, *element.argument);
   checkBits(type, element);
 }
 
@@ -180,7 +195,7 @@ static void checkForm(const Type& type)
 static void checkType(const Type& type)
 {
   bool empty = type.rows.empty() && type.values.empty();
-  if (empty && type.kind != Kind::Message) refuse(type.place, "'" + type.name + "' has no rows");
+  if (empty && type.kind != Kind::Message && !type.restOctets) refuse(type.place, "'" + type.name + "' has no rows");
   if (type.kind == Kind::Pdu && type.rows.back().what.kind != WhatKind::Body)
     refuse(type.place, "a pdu ends with its body");
   if (type.kind == Kind::Text && type.decodeFile.empty()) refuse(type.place, "a text is coded by hand");

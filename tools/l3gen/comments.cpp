@@ -98,9 +98,10 @@ static std::string bitsWords(unsigned bits)
 static std::string amountWords(const Count& count)
 {
   if (count.argument) return "its decoder is told";
-  if (!count.sizes.empty()) return count.sizes + " has for " + count.field;
-  if (count.sign < 0) return format("%d less ", count.bias) + count.field + " says";
-  return count.field +
+  std::string field = count.ofAround() ? count.field.substr(2) + " of the record around" : count.field;
+  if (!count.sizes.empty()) return count.sizes + " has for " + field;
+  if (count.sign < 0) return format("%d less ", count.bias) + field + " says";
+  return field +
          (count.bias < 0 ? format(" less %d", -count.bias)
           : count.bias   ? format(" and %d", count.bias)
                          : "") +

@@ -24,6 +24,8 @@ static bool whatFits(const What& what)
     case WhatKind::Chars:
     case WhatKind::Unary:
       return false;
+    case WhatKind::Octets:
+      return what.from != kL3ByField || what.count.fieldAlone();
     case WhatKind::Bits:
     case WhatKind::Type:
       return !scalarOf(what) || fits(*scalarOf(what));

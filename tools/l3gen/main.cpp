@@ -54,6 +54,7 @@ int main(int argc, char** argv)
     return 2;
   }
   l3gen::Model model;
+  for (int i = 2; i < argc; ++i) l3gen::readModules(model, argv[i]);
   for (int i = 2; i < argc; ++i) l3gen::readFile(model, argv[i]);
   if (model.refusals.empty()) l3gen::resolve(model);
   if (model.refusals.empty()) l3gen::check(model);

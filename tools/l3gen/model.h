@@ -52,7 +52,8 @@ struct Count {
   int sign = 1;
   std::string sizes;
   bool argument = false; // what the decoder is given stands for all of this
-  bool fieldAlone() const { return !bias && sign > 0 && sizes.empty(); }
+  bool fieldAlone() const { return !bias && sign > 0 && sizes.empty() && !ofAround(); }
+  bool ofAround() const { return field.starts_with(".."); } // a field of the record around this one
   bool operator==(const Count&) const = default;
 };
 
@@ -152,6 +153,8 @@ struct Sizes {
 struct Type {
   Place place;
   Kind kind = Kind::Record;
+  const Type* around = nullptr; // the record that a nested type stands in
+  size_t aroundRows = 0;        // how many rows that had when the nested type began
   Module* module = nullptr;
   std::string name, full, clause;
   bool part = false;
@@ -191,7 +194,8 @@ struct Model {
   Sizes* sizesNamed(const Module& from, const std::string& name) const;
 };
 
-// read.cpp
+// read.cpp: the modules of all files are read first, so that rows can name types of modules that come later.
+void readModules(Model& model, const std::string& path);
 void readFile(Model& model, const std::string& path);
 // readNested.cpp: the type that rows deeper than an element make, and the one that an element's own content makes.
 Type* innerType(Model& model, const Type& owner, Row& row);
@@ -234,6 +238,8 @@ template <typename Step> bool forTypes(Model& model, Step step)
 // The row of a field, in a record within the record if the name has dots; `path` collects the C path.
 const Row* rowNamed(const Type& type, const std::string& name);
 const Row* findField(const Type& type, const std::string& name, std::string* path = nullptr);
+// The record whose field a count names; the name loses what leads there. Null for a record with none around it.
+const Type* holderOf(const Type& type, std::string& name);
 // names.cpp
 std::string cName(const std::string& name);
 // The name of the definition file that a type stands in, without folder and ending.

@@ -460,7 +460,8 @@ static void readLine(Source& source, Words& w, size_t indent)
   source.skipped = SIZE_MAX;
 }
 
-void readFile(Model& model, const std::string& path)
+// All lines of a file, or its module lines alone.
+static void readLines(Model& model, const std::string& path, bool modulesOnly)
 {
   std::ifstream in(path);
   std::string shown = path.substr(path.find_last_of('/') + 1);
@@ -472,7 +473,7 @@ void readFile(Model& model, const std::string& path)
     w.place = {shown, n};
     std::istringstream words(line);
     for (std::string word; words >> word;) w.list.push_back(word);
-    if (w.list.empty() || w.list[0][0] == '#') continue;
+    if (w.list.empty() || w.list[0][0] == '#' || (modulesOnly && w.list[0] != "module")) continue;
     size_t indent = line.find_first_not_of(" \t");
     try {
       readLine(source, w, indent);
@@ -481,6 +482,16 @@ void readFile(Model& model, const std::string& path)
       source.skipped = std::min(source.skipped, indent);
     }
   }
+}
+
+void readModules(Model& model, const std::string& path)
+{
+  readLines(model, path, true);
+}
+
+void readFile(Model& model, const std::string& path)
+{
+  readLines(model, path, false);
 }
 
 } // namespace l3gen

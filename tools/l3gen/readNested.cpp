@@ -28,6 +28,10 @@ static Type* addType(Model& model, const Type& owner, const Row& row, const std:
   type->name = name;
   type->full = owner.module->name + "_" + name;
   type->clause = owner.clause;
+  // Lists and choices have no fields: what stands in them lies in the record that they stand in.
+  bool fields = owner.kind != Kind::Bare;
+  type->around = fields ? &owner : owner.around;
+  type->aroundRows = fields ? owner.rows.size() : owner.aroundRows;
   if (!model.byName.emplace(type->full, type.get()).second) refuse(row.place, "'" + name + "' is defined twice");
   model.types.push_back(std::move(type));
   return model.types.back().get();

@@ -38,8 +38,7 @@ static void readSource(Words& w, What& what)
   else if (w.accept("by")) {
     what.from = kL3ByField;
     what.count = readCount(w);
-    if (what.kind != WhatKind::BitString && !what.count.fieldAlone())
-      refuse(w.place, "octets and texts are counted by a field alone");
+    if (what.kind == WhatKind::Text && !what.count.fieldAlone()) refuse(w.place, "a text is counted by a field alone");
   } else if (w.accept("length")) {
     what.from = kL3OwnLength;
     what.bits = bitCount(w.place, w.take("a width"), 16);

@@ -22,6 +22,13 @@ const Row* rowNamed(const Type& type, const std::string& name)
   return nullptr;
 }
 
+const Type* holderOf(const Type& type, std::string& name)
+{
+  if (!name.starts_with("..")) return &type;
+  name = name.substr(2);
+  return type.around;
+}
+
 // `octet1.eBit` is a field of the record `octet1`.
 const Row* findField(const Type& type, const std::string& name, std::string* path)
 {

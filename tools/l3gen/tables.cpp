@@ -32,22 +32,23 @@ struct TableWriter {
   {
     return path.empty() ? "0" : "offsetof(" + type.full + ", " + path + ")";
   }
-  std::string field(const std::string& name) const
+  std::string field(std::string name) const
   {
     if (name.empty()) return "{0, 0, 0}";
     std::string path;
-    const Row* row = findField(type, name, &path);
+    const Type& holder = *holderOf(type, name);
+    const Row* row = findField(holder, name, &path);
     bool length = row->mark == Mark::Length;
     unsigned store = length ? storeForBits(row->number) : storeOf(row->what);
     unsigned bits = length ? row->number : scalarOf(row->what)->bits;
-    return format("{%s, %u, %u}", off(path).c_str(), store, bits);
+    return format("{offsetof(%s, %s), %u, %u}", holder.full.c_str(), path.c_str(), store, bits);
   }
   std::string count(const Count& count) const
   {
     const Sizes* sizes = count.sizes.empty() ? nullptr : model.sizesNamed(*type.module, count.sizes);
     std::string table = sizes ? "sizes_" + sizes->full : "nullptr";
-    return format("%s, %d, %d, %d, %zu, %s", field(count.field).c_str(), count.bias, count.sign, count.argument,
-                  sizes ? sizes->values.size() : 0, table.c_str());
+    return format("%s, %d, %d, %d, %d, %zu, %s", field(count.field).c_str(), count.bias, count.sign, count.argument,
+                  count.ofAround(), sizes ? sizes->values.size() : 0, table.c_str());
   }
 };
 
@@ -67,8 +68,8 @@ static std::string octetsInfo(TableWriter& w, const Row& row)
 {
   const What& what = row.what;
   return w.object("L3Octets",
-                  format("%s, %u, %d, %u, %u, 1, %s, %s", l3Traits(what.from).symbol, what.bits, row.range ? 1 : 0,
-                         what.max, what.octets, w.field(what.count.field).c_str(), limits(row.range).c_str()));
+                  format("%s, %u, %d, %u, %u, 1, {%s}, %s", l3Traits(what.from).symbol, what.bits, row.range ? 1 : 0,
+                         what.max, what.octets, w.count(what.count).c_str(), limits(row.range).c_str()));
 }
 
 static std::string textInfo(TableWriter& w, const Row& row)
