@@ -102,7 +102,7 @@ TEST(Mended, UnknownElementCountsBehindManyFindings)
                        0,
                        8,
                        1,
-                       {{offsetof(Record, count), 1, 8}, 0, 1, 0, 0, nullptr},
+                       {{offsetof(Record, count), 1, 8}, 0, 1, 0, 0, 0, nullptr},
                        0,
                        0,
                        uintRow("elem", 0).in(1, 255)};

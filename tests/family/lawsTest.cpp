@@ -20,6 +20,14 @@ bool standsInsideOctet(const L3Type& type)
   return length.unitBits == 8 && length.bits % 8 && !length.fromOctet;
 }
 
+// The padding behind rest octets reads as more of a string that runs to their end.
+bool endsInPadding(const L3Type& type)
+{
+  const L3Row& last = type.rows[type.rowCount ? type.rowCount - 1 : 0];
+  if (!(type.flags & kL3RestOctets) || !type.rowCount || last.op != kL3BitString) return false;
+  return static_cast<const L3BitString*>(last.info)->from == kL3Rest;
+}
+
 TEST(FamilyLaws, SamplesComeBack)
 {
   for (size_t i = 0; i < l3TypeCount; ++i) {
@@ -28,14 +36,15 @@ TEST(FamilyLaws, SamplesComeBack)
     Octets octets;
     void* value = sampleValue(entry, ctxt);
     ASSERT_TRUE(value) << entry.type->fullName;
-    if (!entry.encode || standsInsideOctet(*entry.type)) continue;
+    if (!entry.encode || standsInsideOctet(*entry.type) || endsInPadding(*entry.type)) continue;
     EXPECT_EQ(roundTripFault(entry, ctxt, value, octets), "") << entry.type->fullName << " " << hexText(octets);
   }
 }
 
 // Types whose optional elements exclude each other or are more than their length can count.
-const std::set<std::string> kPartSamples = {"TS24008IE_AccessCapability", "TS24008IE_BearerCapability",
-                                            "TS24008IE_MobileIdentity", "TS24501IE_CMCIRules", "TS24501IE_ExtCAGEntry"};
+const std::set<std::string> kPartSamples = {
+    "TS24008IE_AccessCapability", "TS24008IE_BearerCapability", "TS24008IE_MobileIdentity",
+    "TS24501IE_CMCIRules",        "TS24501IE_ExtCAGEntry",      "TS44060IE_MBMS_Session_Parameters_List_IE_element"};
 
 // The types of records in a sample that lack an optional element.
 void collectParts(const L3Type& type, uint8_t* record, std::set<std::string>& lacking)

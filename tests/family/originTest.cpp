@@ -176,12 +176,43 @@ bool hasRow(const Level& record, const std::string& word)
   return false;
 }
 
+// Does a path begin with a type that deeper rows of a block, or a list of its entries, make?
+bool isWithin(const std::string& type, const Level& level)
+{
+  return type.find(plain(level.type) + "_") != std::string::npos;
+}
+
+// A row that makes a type of its own: the path begins with that type's name, which is made of the block's, of the rows'
+// in between and of this row's; or, for a list that several rows share, of its entries' type.
+bool isMadeOf(const std::string& type, const Level& level)
+{
+  const std::string entry = "_element";
+  if (!isWithin(type, level) && !level.words.count("shared")) return false;
+  std::string made = type.ends_with(entry) ? type.substr(0, type.size() - entry.size()) : type;
+  return std::any_of(level.words.begin(), level.words.end(), [&](auto& word) { return made.ends_with("_" + word); });
+}
+
+bool isType(const std::string& word)
+{
+  auto& rows = rowsWith(word);
+  return std::any_of(rows.begin(), rows.end(), [&](auto& row) { return row.block == word; });
+}
+
+// The list that several rows share is made at the first of them, and the level further out is at the row that was used.
+bool isShared(const Level& level, const Level* outer)
+{
+  if (!outer || !level.words.count("shared") || !outer->words.count("shared")) return false;
+  return std::any_of(level.words.begin(), level.words.end(),
+                     [&](auto& word) { return outer->words.count(word) && isType(word); });
+}
+
 // The type of a block is the one that the path begins with, or that of the row one level further out; where none
 // follows, of an element of the path.
 bool isHeld(const Lines& path, const Level& level, const Level* outer)
 {
   const Words& names = namesOf(plain(level.type));
-  if (names.count(path[0])) return true;
+  if (names.count(path[0]) || isWithin(path[0], level)) return true;
+  if (outer && outer->type == level.type && outer->at.line < level.at.line) return true; // rows nest
   const bool element = haveCommon(elementsOf(plain(level.type)), Words(path.begin(), path.end()));
   if (!outer) return element;
   if (outer->isRow) return haveCommon(outer->within, names);
@@ -194,7 +225,9 @@ bool isRight(const RtxErrInfo& error, const Level& level, const Level* outer)
 {
   const Lines path = componentsOf(error.elemName);
   if (level.isRow && haveCommon(level.words, Words(path.begin(), path.end()))) return true;
-  const bool nameless = !level.isRow || error.status == RTX_E_BAD_LENGTH || path.back() == plain(level.type);
+  if (level.isRow && (isMadeOf(path[0], level) || isShared(level, outer))) return true;
+  const bool nameless = !level.isRow || error.status == RTX_E_BAD_LENGTH || path.back() == plain(level.type) ||
+                        isWithin(path.back(), level);
   return nameless && isHeld(path, level, outer);
 }
 

@@ -1,0 +1,47 @@
+// Measurement results (TS 44.018, 10.5.2.20). By hand because the element has 16 octets without a length that says so:
+// what the rows leave of them is filled with zeros, and they bound the report of a closed subscriber group's cell.
+#include <algorithm>
+
+#include "L3Descriptors.h"
+#include "rt3gppsrc/engine/l3Decode.h"
+#include "rt3gppsrc/engine/l3Encode.h"
+
+static constexpr size_t kBits = 128;
+
+// Zeros are read as a field of 0 bits to 64, so that a trace shows them and a cut element is noticed.
+static int decFiller(L3Call& call, size_t bits)
+{
+  uint64_t filler = 0;
+  for (int status; bits; bits -= std::min<size_t>(bits, 64)) {
+    unsigned step = static_cast<unsigned>(std::min<size_t>(bits, 64));
+    status = l3DecBits(call, reinterpret_cast<uint8_t*>(&filler), step, 8, "padding");
+    if (status < 0) return status;
+  }
+  return 0;
+}
+
+int l3Dec_TS44018IE_Measurement_Results(L3Call& call, const L3Type& type, void* value)
+{
+  L3Region frame;
+  size_t end = l3BitPos(call.pctxt) + kBits;
+  if (int status = l3PushRegion(call, frame, kBits, true); status < 0) return l3DecFailed(call, type, nullptr, status);
+  if (int status = l3DecRows(call, type, value); status < 0) return status;
+  size_t at = l3BitPos(call.pctxt);
+  int status = at > end ? RTX_E_BAD_FIELD_LENGTH : decFiller(call, end - at);
+  if (status < 0) return l3DecFailed(call, type, nullptr, status);
+  l3PopRegion(call);
+  return 0;
+}
+
+int l3Enc_TS44018IE_Measurement_Results(L3Call& call, const L3Type& type, void* value)
+{
+  size_t start = l3BitPos(call.pctxt);
+  if (int status = l3EncRows(call, type, value); status < 0) return status;
+  size_t used = l3BitPos(call.pctxt) - start;
+  if (used > kBits) return l3EncFailed(call, type, nullptr, RTX_E_BAD_FIELD_LENGTH);
+  for (size_t left = kBits - used; left; left -= std::min<size_t>(left, 32)) {
+    int status = l3EncBits(call, 0, static_cast<unsigned>(std::min<size_t>(left, 32)), "padding");
+    if (status < 0) return l3EncFailed(call, type, nullptr, status);
+  }
+  return 0;
+}
