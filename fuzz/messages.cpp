@@ -73,6 +73,8 @@ static void checkSecond(const L3TypeEntry& entry, Decoding& first, const Octets&
   std::string again = second.text();
   // The 7-bit alphabet has characters that its encoder writes as question marks or as a bare escape.
   static const std::regex kLossy("(x|callBcastData) = '[0-9a-zA-Z*#. ]*(?!'\n)[^0-9a-zA-Z*#. ]");
+  // The padding behind rest octets reads as more of a string that runs to their end.
+  if (text.find("random-bit-stream") != std::string::npos) return;
   if (text != again && !std::regex_search(text, kLossy)) promiseSame(entry, "when coded again", text, again);
 }
 
@@ -91,8 +93,10 @@ void checkMessage(const L3TypeEntry& entry, Octets input)
   promise(first.ctxt->elemNameStack.count <= 40, [&] { return "too deep:\n" + stacksOf(first.ctxt); });
   // A remark is a value outside its bounds, which the encoder refuses; above 255 octets it cuts 16-bit lengths.
   if (first.status < 0 || first.ctxt->errInfo.count || input.size() > 255 || !entry.encode) return;
+  // Rest octets that are cut leave names open. Encoded they are padded, and the padding reads as parts that are L.
+  bool cut = first.ctxt->elemNameStack.count > 0;
   Octets octets(4096 + 8 * input.size());
   if (!encodeAgain(entry, first, octets)) return;
   // The same octets decode to the same record.
-  if (octets != input) checkSecond(entry, first, octets);
+  if (octets != input && !cut) checkSecond(entry, first, octets);
 }

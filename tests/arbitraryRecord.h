@@ -137,8 +137,10 @@ private:
   {
     uint32_t bits = draw.below(info.capBits && !breaks() ? info.capBits + 1 : 400);
     if (!info.capBits) return l3StoreOctets(member, {bits, octets((bits + 7) / 8)});
-    member[0] = uint8_t(bits);
-    for (uint32_t i = 0; i < (info.capBits + 7) / 8; ++i) member[info.dataOffset + i] = uint8_t(draw.octet());
+    bool counted = info.from != kL3Fixed;
+    if (counted) member[0] = uint8_t(bits);
+    uint8_t* data = member + (counted ? info.dataOffset : 0);
+    for (uint32_t i = 0; i < (info.capBits + 7) / 8; ++i) data[i] = uint8_t(draw.octet());
   }
 
   // An array of `cap` characters, or a pointer.

@@ -149,6 +149,16 @@ static int encLength(L3Call& call, const L3Type& type, const L3Row& row)
 }
 
 // Apart from l3EncRows, so that a direct coder does not pay for the walk's frame.
+// Rest octets that ended in front of a choice have no alternative of it. They end there again, where anything else
+// would be what a network did not send.
+static bool endsHere(const L3Type& type, const L3Row& row, const uint8_t* record)
+{
+  if (!(type.flags & kL3RestOctets)) return false;
+  const bool ofType = row.op == kL3Record && row.type->flags & kL3Bare;
+  const L3Row& content = ofType ? row.type->rows[0] : row;
+  return content.op == kL3Choice && isPresent(row, record) && !l3Load(record + row.offset, 4);
+}
+
 [[gnu::noinline]] static int walkRows(L3Call& call, const L3Type& type, void* value)
 {
   uint8_t* record = static_cast<uint8_t*>(value);
@@ -166,13 +176,15 @@ static int encLength(L3Call& call, const L3Type& type, const L3Row& row)
       if (running = l3EncClose(call, type, *closed.row, record, closed.start); running < 0) return running;
       continue;
     }
+    if (endsHere(type, *row, record)) break;
     int status = row->op == kL3Length ? encLength(call, type, *row) : encElement(call, type, *row, record, running);
     if (status < 0) return status;
     if (row->op == kL3Length) open[opened++] = {row, l3BitPos(call.pctxt)};
   }
   while (opened-- > 0)
     if (running = l3EncClose(call, type, *open[opened].row, record, open[opened].start); running < 0) return running;
-  if (type.flags & kL3RestOctets) l3PadRest(call);
+  if (type.flags & kL3RestOctets)
+    if (int status = l3PadRest(call, type); status < 0) return status;
   return type.message ? l3EncOptions(call, type, record, running) : l3Ended(call, running);
 }
 

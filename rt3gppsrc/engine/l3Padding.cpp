@@ -128,10 +128,11 @@ int l3EncUnary(L3Call& call, const L3Unary& unary, uint8_t count)
   return status;
 }
 
-void l3PadRest(L3Call& call)
+int l3PadRest(L3Call& call, const L3Type& type)
 {
   unsigned bits = static_cast<unsigned>(call.pctxt->buffer.bitOffset);
-  if (call.inlined() && l3PutBits(call.pctxt->buffer, bits, l3PaddingAhead(call.pctxt, bits))) return;
+  if (call.inlined() && l3PutBits(call.pctxt->buffer, bits, l3PaddingAhead(call.pctxt, bits))) return 0;
   l3ToLists(call);
-  rtxEncBits(call.pctxt, 0x2B, bits);
+  int status = rtxEncBits(call.pctxt, 0x2B, bits);
+  return status == RTX_E_NO_MEMORY ? l3Fail(call, type.module->encoder, status, type.line) : 0;
 }

@@ -28,7 +28,8 @@ int l3EncCode(L3Call& call, const L3Code& code);
 // A run of equal bits and the bit that ends it.
 int l3DecUnary(L3Call& call, const L3Unary& unary, uint8_t* member);
 int l3EncUnary(L3Call& call, const L3Unary& unary, uint8_t count);
-// Fills the octet with padding; at its start, a whole octet. A full buffer is recorded and nothing else.
-void l3PadRest(L3Call& call);
+// Fills the octet with padding; at its start, a whole octet. A full buffer is recorded and nothing else: what says
+// something has been written. Without memory for a larger buffer it fails.
+int l3PadRest(L3Call& call, const L3Type& type);
 
 #endif

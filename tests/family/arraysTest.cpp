@@ -28,6 +28,7 @@ std::optional<Array> arrayOf(const L3Row& row)
   }
   if (row.op == kL3BitString) {
     const L3BitString& info = *static_cast<const L3BitString*>(row.info);
+    if (info.from == kL3Fixed) return {};
     return array(info.dataOffset, (info.capBits + 7) / 8, info.capBits);
   }
   if (row.op != kL3Octets) return {};
