@@ -119,7 +119,7 @@ TEST_P(Corpus, DecodesHoldsItsFactsAndEncodesBack)
     if (row.wellformed == "yes") check(row);
 }
 
-INSTANTIATE_TEST_SUITE_P(Files, Corpus, testing::Values("ts24008", "ts24501", "ts24301", "ts24011", "elements"),
+INSTANTIATE_TEST_SUITE_P(Files, Corpus, testing::Values("ts24008", "ts24501", "ts24301", "ts24011", "elements", "ts44018rest"),
                          [](auto& tested) { return tested.param; });
 
 } // namespace

@@ -42,7 +42,7 @@ static bool rowFits(const Row& row)
   static const std::vector<std::string> words = {"name-as", "untagged", "full-length", "zero-widens", "iei-again"};
   for (auto& [word, value] : row.words)
     if (std::find(words.begin(), words.end(), word) == words.end()) return false;
-  if (!ends(row.often) || !whatFits(row.what) || row.argument || row.bias) return false;
+  if (!ends(row.often) || !whatFits(row.what) || row.argument || row.bias || row.often.count.ofAround()) return false;
   bool known = row.lead != kL3LeadLH && row.given != kL3GivenWith;
   return known && row.mark != Mark::Tail && row.mark != Mark::EndLength;
 }
@@ -51,7 +51,7 @@ bool hasDirect(const Type& type)
 {
   bool kind = type.kind == Kind::Record || type.kind == Kind::Message || type.kind == Kind::Pdu ||
               (type.kind == Kind::Bare && !scalarOf(type));
-  if (!kind || type.directByHand || type.counted || type.has("walk") || type.restOctets) return false;
+  if (!kind || type.directByHand || type.counted || type.lends || type.has("walk") || type.restOctets) return false;
   return std::all_of(type.rows.begin(), type.rows.end(), rowFits);
 }
 

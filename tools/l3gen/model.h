@@ -155,6 +155,7 @@ struct Type {
   Kind kind = Kind::Record;
   const Type* around = nullptr; // the record that a nested type stands in
   size_t aroundRows = 0;        // how many rows that had when the nested type began
+  bool lends = false;           // parts of it count by its fields
   Module* module = nullptr;
   std::string name, full, clause;
   bool part = false;
@@ -197,8 +198,9 @@ struct Model {
 // read.cpp: the modules of all files are read first, so that rows can name types of modules that come later.
 void readModules(Model& model, const std::string& path);
 void readFile(Model& model, const std::string& path);
-// readNested.cpp: the type that rows deeper than an element make, and the one that an element's own content makes.
-Type* innerType(Model& model, const Type& owner, Row& row);
+// readNested.cpp: the type that rows deeper than an element make, within the choice that has the element, and the one
+// that an element's own content makes.
+Type* innerType(Model& model, const Type& owner, Row& row, const std::string& within);
 void giveOwnType(Model& model, const Type& owner, Row& row);
 // resolve.cpp, check.cpp
 void resolve(Model& model);

@@ -423,8 +423,12 @@ static void enter(Source& source, size_t indent, const Place& place)
 {
   Type& type = *source.levels.back().type;
   Row* last = type.rows.empty() ? nullptr : &type.rows.back();
-  if (last && !last->what.alternatives.empty()) last = &last->what.alternatives.back();
-  Type* inner = last ? innerType(source.model, type, *last) : nullptr;
+  std::string within;
+  if (last && !last->what.alternatives.empty()) {
+    within = last->name;
+    last = &last->what.alternatives.back();
+  }
+  Type* inner = last ? innerType(source.model, type, *last, within) : nullptr;
   if (!inner) refuse(place, "this row is indented deeper, but the row before it has no parts");
   source.levels.push_back({inner, indent});
 }

@@ -37,10 +37,10 @@ static Type* addType(Model& model, const Type& owner, const Row& row, const std:
   return model.types.back().get();
 }
 
-static std::string innerName(const Type& owner, const Row& row)
+static std::string innerName(const Type& owner, const Row& row, const std::string& within = "")
 {
   if (row.name.empty()) refuse(row.place, "an element with a type of its own needs a name");
-  std::string name = owner.name + "_" + row.name;
+  std::string name = owner.name + "_" + within + (within.empty() ? "" : "_") + row.name;
   std::replace(name.begin(), name.end(), '-', '_');
   return name;
 }
@@ -84,9 +84,9 @@ static std::string listName(Model& model, const Type& owner, const std::string& 
 }
 
 // A counted list is its element's alone; any other is named after its entries.
-static Type* nestedRecord(Model& model, const Type& owner, Row& row)
+static Type* nestedRecord(Model& model, const Type& owner, Row& row, const std::string& within)
 {
-  std::string name = innerName(owner, row);
+  std::string name = innerName(owner, row, within);
   bool list = row.often.end != kL3NoList;
   std::string inner = list ? name + "_element" : name;
   Type* record = addType(model, owner, row, inner, Kind::Record);
@@ -95,9 +95,9 @@ static Type* nestedRecord(Model& model, const Type& owner, Row& row)
   return record;
 }
 
-Type* innerType(Model& model, const Type& owner, Row& row)
+Type* innerType(Model& model, const Type& owner, Row& row, const std::string& within)
 {
-  if (row.what.kind == WhatKind::Nested) return nestedRecord(model, owner, row);
+  if (row.what.kind == WhatKind::Nested) return nestedRecord(model, owner, row, within);
   bool choice = row.what.kind == WhatKind::Choice && row.what.alternatives.empty();
   return choice ? moveOut(model, owner, row, innerName(owner, row)) : nullptr;
 }

@@ -202,7 +202,7 @@ bool needsInit(const Type& type)
 {
   if (type.kind == Kind::Enum || type.kind == Kind::Names) return false;
   if (type.kind == Kind::Text && type.rows[0].what.kind == WhatKind::Chars) return false;
-  if (type.mBits) return true;
+  if (type.mBits || type.counted) return true;
   // Spare bits start as 0, and so do extension bits.
   return std::any_of(type.rows.begin(), type.rows.end(), [](const Row& row) {
     bool zero = scalarOf(row.what) && (row.name.starts_with("spare") || row.name == "ext");
@@ -346,9 +346,19 @@ static void layOut(Type& type)
   layOutExt(type);
 }
 
+// Notes that a record must be walked for its parts to find its fields.
+static void markLender(Model& model, const Type& type, const Row& row)
+{
+  bool borrows = row.what.count.ofAround() || row.often.count.ofAround() || (row.argument && row.argument->ofAround());
+  if (borrows && type.around) model.byName.at(type.around->full)->lends = true;
+  for (auto& alternative : row.what.alternatives) markLender(model, type, alternative);
+}
+
 void resolve(Model& model)
 {
   markParts(model);
+  for (auto& type : model.types)
+    for (auto& row : type->rows) markLender(model, *type, row);
   for (auto& type : model.types) {
     nameMembers(*type);
     for (auto& row : type->rows) resolveWhat(model, *type, row);

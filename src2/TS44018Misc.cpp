@@ -1,0 +1,76 @@
+// The channel numbers of the elements of TS 44.018 that list channels: which format, which bits, how many.
+#include "velnor3gpp/TS44018Misc.h"
+
+#include <cstdio>
+
+#include "velnor3gpp/rtx3GPPArfcn.h"
+#include "velnor3gpp/rtxError.h"
+
+namespace {
+
+// Where an element has its list.
+struct Coded {
+  uint8_t format = 0;
+  const uint8_t* data = nullptr;
+  size_t bits = 0;
+};
+
+constexpr uint8_t kNoFormat = 255;
+
+// Behind the format's code range 1024 has two bits more than the others, whose codes are as much longer. The number of
+// the alternative is that of the format; all of them begin at the same place.
+template <typename Formats> Coded inFormats(const Formats& formats, size_t bits)
+{
+  if (formats.t < RTX_3GPP_ARFCN_RANGE_1024 || formats.t > RTX_3GPP_ARFCN_VARIABLE_BITMAP) return {kNoFormat};
+  size_t shorter = formats.t == RTX_3GPP_ARFCN_RANGE_1024 ? 0 : 2;
+  return {static_cast<uint8_t>(formats.t), formats.u.range_1024, bits - shorter};
+}
+
+// The bits of a frequency list are as many as its length lets there be.
+Coded inFormats(const TS44018IE_Frequency_List_choice_2_component_2& formats, size_t)
+{
+  if (formats.t < RTX_3GPP_ARFCN_RANGE_1024 || formats.t > RTX_3GPP_ARFCN_VARIABLE_BITMAP) return {kNoFormat};
+  return {static_cast<uint8_t>(formats.t), formats.u.range_1024.data, formats.u.range_1024.numbits};
+}
+
+// An element of 16 octets or a frequency list. Its formats behind the second stage are its second or third part.
+template <typename Element, typename Formats> Coded inElement(const Element& element, const Formats& formats)
+{
+  if (element.t == 1) return {RTX_3GPP_ARFCN_BITMAP_0, element.u.bitmap0.bitmap0, 124};
+  return element.t == 2 ? inFormats(formats, 123) : Coded{kNoFormat};
+}
+
+int decode(RtxContext* pctxt, const Coded& coded, uint16_t** pArfcns, uint16_t* pArfcnCount)
+{
+  constexpr const char* kModule = "TS44018Misc";
+  if (coded.format == kNoFormat || coded.bits > UINT16_MAX)
+    return rtxErrSetData(pctxt, RTX_E_BAD_VALUE, kModule, __LINE__);
+  int status =
+      rtx3GPPDecARFCN(pctxt, coded.format, coded.data, static_cast<uint16_t>(coded.bits), pArfcns, pArfcnCount);
+  return status < 0 ? rtxErrSetData(pctxt, status, kModule, __LINE__) : status;
+}
+
+} // namespace
+
+#define VELNOR_DECODE_ARFCN(ELEMENT, CODED)                                                                            \
+  int TS44018IE_##ELEMENT##_decodeARFCN(RtxContext* pctxt, const TS44018IE_##ELEMENT* pvalue, uint16_t** pArfcns,      \
+                                        uint16_t* pArfcnCount)                                                         \
+  {                                                                                                                    \
+    if (!pvalue) return rtxErrSetData(pctxt, RTX_E_BAD_PARAMETER, "TS44018Misc", __LINE__);                            \
+    return decode(pctxt, CODED, pArfcns, pArfcnCount);                                                                 \
+  }
+VELNOR_DECODE_ARFCN(Cell_Channel_Description, inElement(*pvalue, pvalue->u.choice_2.component_2))
+VELNOR_DECODE_ARFCN(Extended_Measurement_Frequency_List, inElement(*pvalue, pvalue->u.choice_2.component_3))
+VELNOR_DECODE_ARFCN(Neighbour_Cell_Description, inElement(*pvalue, pvalue->u.choice_2.component_3))
+VELNOR_DECODE_ARFCN(Neighbour_Cell_Description_2, inElement(*pvalue, pvalue->u.choice_2.component_3))
+VELNOR_DECODE_ARFCN(Frequency_List, inElement(*pvalue, pvalue->u.choice_2.component_2))
+VELNOR_DECODE_ARFCN(Frequency_Short_List, inFormats(pvalue->component_3, 67))
+VELNOR_DECODE_ARFCN(Frequency_Short_List_2, inFormats(pvalue->component_3, 51))
+#undef VELNOR_DECODE_ARFCN
+
+void TS44018IE_printArfcns(const uint16_t* arfcns, uint16_t count)
+{
+  (void)printf("[");
+  for (unsigned i = 0; arfcns && i < count; ++i) (void)printf("%u%s", arfcns[i], i + 1U < count ? "," : "");
+  (void)printf("]");
+}

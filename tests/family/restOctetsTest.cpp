@@ -1,0 +1,117 @@
+// Promises of rest octets (TS 44.018, 10.5.2): padding is parts that are absent, each part can stand alone, an end at
+// any octet is an end, and a bit relative to the padding means the same at each place of its octet.
+#include <gtest/gtest.h>
+
+#include "rt3gppsrc/engine/l3Record.h"
+#include "tests/descriptors.h"
+#include "tests/messages.h"
+#include "velnor3gpp/TS44018IES.h"
+
+namespace {
+
+std::vector<const L3TypeEntry*> restOctets()
+{
+  std::vector<const L3TypeEntry*> types;
+  for (size_t i = 0; i < l3TypeCount; ++i)
+    if (l3TypeTable[i].type->flags & kL3RestOctets) types.push_back(&l3TypeTable[i]);
+  return types;
+}
+
+// The parts of a record that a bit relative to the padding leads.
+template <typename Use> void eachLed(const L3Type& type, Use use)
+{
+  for (const L3Row* row = type.rows; row < type.rows + type.rowCount; ++row)
+    if (row->lead == kL3LeadLH) use(*row);
+}
+
+TEST(RestOctets, AreThirtyThree)
+{
+  EXPECT_EQ(restOctets().size(), 33U);
+}
+
+// Are all bits in front of parts relative to the padding?
+bool isRelative(const L3Type& type)
+{
+  return std::all_of(type.rows, type.rows + type.rowCount, [](const L3Row& row) {
+    return row.lead == kL3LeadLH || row.flags & kL3LH || (row.op == kL3Record && isRelative(*row.type));
+  });
+}
+
+// What is only padding has no parts, and no parts are only padding, where no plain bits stand among them.
+TEST(RestOctets, OfPaddingHaveNoParts)
+{
+  size_t relative = 0;
+  for (const L3TypeEntry* entry : restOctets())
+    for (size_t size = 0; size <= 23 && isRelative(*entry->type); ++size) {
+      Decoding padding(*entry, Octets(size, 0x2B));
+      ASSERT_EQ(padding.status, 0) << entry->type->fullName << " " << size << "\n" << padding.state();
+      const void* record = padding.record.get();
+      eachLed(*entry->type, [&](const L3Row& row) {
+        EXPECT_FALSE(l3HasBit(record, row.mBit)) << entry->type->fullName << "." << row.name;
+      });
+      Octets back(64);
+      ASSERT_EQ(encodeInto(back, padding.ctxt, *entry, padding.record.get()), 0) << entry->type->fullName;
+      ++relative;
+      EXPECT_EQ(back, Octets(back.size(), 0x2B)) << entry->type->fullName;
+    }
+  EXPECT_EQ(relative, 12U * 24);
+}
+
+// A record with one of its sample's parts comes back with that part.
+TEST(RestOctets, HaveEachPartAlone)
+{
+  size_t parts = 0;
+  for (const L3TypeEntry* entry : restOctets())
+    eachLed(*entry->type, [&](const L3Row& row) {
+      ++parts;
+      OutcomeContext ctxt;
+      auto* value = static_cast<uint8_t*>(sampleValue(*entry, ctxt));
+      ASSERT_TRUE(value);
+      memset(value, 0, entry->type->mOctets);
+      l3SetBit(value, row.mBit);
+      Octets octets(1 << 10), again(1 << 10);
+      ASSERT_EQ(encodeInto(octets, ctxt, *entry, value), 0) << entry->type->fullName << "." << row.name;
+      Decoding back(*entry, octets);
+      ASSERT_EQ(back.status, 0) << entry->type->fullName << "." << row.name << " " << hexText(octets);
+      eachLed(*entry->type, [&](const L3Row& other) {
+        EXPECT_EQ(l3HasBit(back.record.get(), other.mBit), &other == &row) << other.name << " with " << row.name;
+      });
+      ASSERT_EQ(encodeInto(again, back.ctxt, *entry, back.record.get()), 0);
+      if (!strcmp(row.name, "random-bit-stream")) return; // takes the padding along
+      EXPECT_EQ(again, octets) << entry->type->fullName << "." << row.name;
+    });
+  EXPECT_GE(parts, 40U);
+}
+
+// An end between octets is no failure but within a part, and what stands in front of it is read as it is.
+TEST(RestOctets, EndWhereTheirOctetsEnd)
+{
+  for (const L3TypeEntry* entry : restOctets()) {
+    Octets octets = sampleOf(*entry);
+    for (size_t size = 0; size < octets.size(); ++size) {
+      Decoding cut(*entry, Octets(octets.begin(), octets.begin() + ptrdiff_t(size)));
+      EXPECT_TRUE(cut.status == 0 || cut.status == RTX_E_END_OF_BUFFER) << entry->type->fullName << " " << size << "\n"
+                                                                        << cut.state();
+    }
+  }
+}
+
+// 0x2B is 00101011: L is the bit of its place, H the other.
+TEST(RestOctets, HaveBitsRelativeToEachPlace)
+{
+  for (unsigned skip = 0; skip < 8; ++skip)
+    for (uint32_t high : {0U, 1U}) {
+      uint8_t octet = 0, expected = uint8_t((0x2BU >> (7 - skip) & 1) ^ high);
+      OutcomeContext ctxt({.skipBits = skip});
+      ctxt.bind(&octet, 1);
+      ASSERT_EQ(NASEnc_TS44018IE_LHType(ctxt, TS44018IE_LHType(high)), 0);
+      EXPECT_EQ(octet >> (7 - skip) & 1, expected) << skip;
+      TS44018IE_LHType value = {};
+      OutcomeContext back({.skipBits = skip});
+      back.bind(&octet, 1);
+      ASSERT_EQ(NASDec_TS44018IE_LHType(back, &value), 0);
+      EXPECT_EQ(uint32_t(value), high) << skip;
+    }
+}
+
+} // namespace
