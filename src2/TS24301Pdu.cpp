@@ -176,9 +176,10 @@ static int lookAhead(L3Call& call, const NasPosition& start, FirstOctet& octet)
 {
   RtxContext* pctxt = call.pctxt;
   const RtxBuffer& buffer = pctxt->buffer;
-  if (call.plain() && buffer.bitOffset == 8 && l3Unread(pctxt)) {
-    octet.high = buffer.data[buffer.byteIndex] >> 4;
-    octet.discriminator = buffer.data[buffer.byteIndex] & 15;
+  uint64_t first = 0;
+  if (call.plain() && buffer.bitOffset == 8 && l3SeeBits(buffer, 8, first)) {
+    octet.high = static_cast<uint8_t>(first >> 4);
+    octet.discriminator = first & 15;
     return 0;
   }
   rtxDiagSetBitFldDisabled(pctxt->pBitFldList, 1);

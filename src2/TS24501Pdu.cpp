@@ -18,14 +18,14 @@ static constexpr NasSpans kSpans = {2, 6, 7};
 static bool seesAhead(const L3Call& call, TS24501Msg_NAS5GSecProtMsgHdr& header)
 {
   const RtxBuffer& buffer = call.pctxt->buffer;
-  if (!call.plain() || buffer.bitOffset != 8 || l3Unread(call.pctxt) < 2) return false;
-  const uint8_t* octets = buffer.data + buffer.byteIndex;
-  if (octets[0] == kSession) {
+  uint64_t octets = 0;
+  if (!call.plain() || buffer.bitOffset != 8 || !l3SeeBits(buffer, 16, octets)) return false;
+  if (octets >> 8 == kSession) {
     header.protoDiscr = TS24501Msg_NAS5GProtoDiscr_sessMgmt5G;
     return true;
   }
-  unsigned type = octets[1] & 15;
-  if (octets[0] != kMobility || type > TS24501Msg_NAS5GSecHdrType_integProtAndCipherAnd5GSecCtxt) return false;
+  unsigned type = octets & 15;
+  if (octets >> 8 != kMobility || type > TS24501Msg_NAS5GSecHdrType_integProtAndCipherAnd5GSecCtxt) return false;
   header.protoDiscr = TS24501Msg_NAS5GProtoDiscr_mobMgmt5G;
   header.secHdrType = static_cast<TS24501Msg_NAS5GSecHdrType>(type);
   return true;

@@ -1,31 +1,8 @@
 // Session elements whose first octets decide their form: the service-level-AA parameter (TS 24.501, 9.11.2.10), whose
 // pending indication shares the octet of the type, and the QoS rule (9.11.4.13), which ends behind a length of 0.
-#include <cstring>
-
 #include "L3Descriptors.h"
-#include "rtxsrc/bits/rtxBigEndian.h"
 #include "src2/NamedParts.h"
 #include "velnor3gpp/TS24501IES.h"
-#include "velnor3gpp/rtxBitDecode.h"
-
-// Looks at the next bits, up to 24, without taking them. False if they are not all there: the rows tell which is
-// missing.
-static bool seesAhead(L3Call& call, unsigned bits, uint32_t& ahead)
-{
-  RtxBuffer& buffer = call.pctxt->buffer;
-  unsigned used = 8U - static_cast<unsigned>(buffer.bitOffset);
-  size_t octets = (used + bits + 7) / 8, held = 0;
-  uint8_t window[4] = {};
-  if (call.plain()) {
-    held = l3Unread(call.pctxt) < octets ? 0 : octets;
-    if (held) memcpy(window, buffer.data + buffer.byteIndex, held);
-  } else if (rtxPeekBytes(call.pctxt, window, sizeof window, octets, &held) < 0) {
-    return false;
-  }
-  uint32_t word = static_cast<uint32_t>(rtxLoadOctets<sizeof window>(window));
-  ahead = word << used >> (32 - bits);
-  return held == octets;
-}
 
 // The type 1 form of the pending indication: 0xA in the upper half of the type's octet, the value in the lower.
 static constexpr uint8_t kSharedForm = 0xA;
@@ -57,7 +34,7 @@ static int encShared(L3Call& call, Parameter& parameter)
 int l3Dec_TS24501IE_SLAAParameter(L3Call& call, const L3Type& type, void* value)
 {
   uint32_t octet = 0;
-  if (seesAhead(call, 8, octet) && octet >> 4 == kSharedForm) return decShared(call, *static_cast<Parameter*>(value));
+  if (l3LookAhead(call, 8, octet) && octet >> 4 == kSharedForm) return decShared(call, *static_cast<Parameter*>(value));
   return l3DecRows(call, type, value);
 }
 
@@ -78,7 +55,7 @@ int l3Dec_TS24501IE_QoSRule(L3Call& call, const L3Type& type, void* value)
 {
   Rule& rule = *static_cast<Rule*>(value);
   uint32_t ahead = 0;
-  if (!seesAhead(call, kEmptyRuleBits, ahead) || ahead & 0xFFFF) return l3DecRows(call, type, value);
+  if (!l3LookAhead(call, kEmptyRuleBits, ahead) || ahead & 0xFFFF) return l3DecRows(call, type, value);
   rule.ruleOpCode = static_cast<TS24501IE_RuleOpCodes>(0);
   rule.packetFilterList.t = 0;
   return l3DecRows(call, l3Slice(type, 0, kEmptyRuleRows), value);

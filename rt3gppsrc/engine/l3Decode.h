@@ -3,8 +3,8 @@
 #ifndef VELNOR3GPP_L3_DECODE_H
 #define VELNOR3GPP_L3_DECODE_H
 
+#include "rt3gppsrc/engine/l3Bits.h"
 #include "rt3gppsrc/engine/l3Call.h"
-#include "rtxsrc/bits/rtxBigEndian.h"
 
 // Decodes a value of the type inside a call.
 int l3DecType(L3Call& call, const L3Type& type, void* value);
@@ -39,24 +39,11 @@ int l3SkipTail(L3Call& call, const L3Type& type, bool shifts, uint16_t line);
 // Octets still unread in the buffer, from the cursor's octet on.
 inline size_t l3Unread(const RtxContext* pctxt)
 {
-  const RtxBuffer& buffer = pctxt->buffer;
-  return buffer.byteIndex < buffer.size ? buffer.size - buffer.byteIndex : 0;
+  return l3UnreadOctets(pctxt->buffer);
 }
 
-// Takes up to 56 bits at the cursor if they are all there; one big-endian load.
-inline bool l3TakeBits(RtxBuffer& buffer, unsigned bits, uint64_t& value)
-{
-  unsigned used = 8U - static_cast<unsigned>(buffer.bitOffset);
-  size_t left = buffer.byteIndex < buffer.size ? buffer.size - buffer.byteIndex : 0;
-  if (used + bits > left * 8) return false;
-  const uint8_t* at = buffer.data + buffer.byteIndex;
-  uint64_t word = left >= 8 ? rtxLoadOctets<8>(at) : rtxLoadFirst(at, left);
-  value = (word << used) >> (64 - bits);
-  used += bits;
-  buffer.byteIndex += used / 8;
-  buffer.bitOffset = static_cast<int16_t>(8 - used % 8);
-  return true;
-}
+// Looks at the next 1 to 24 bits without a step, also on a stream. False if they are not all there.
+bool l3LookAhead(L3Call& call, unsigned bits, uint32_t& ahead);
 
 // Reads 1 to 64 bits into a member of `store` octets, under the trace label: inline where nothing can be observed,
 // through the public bit functions otherwise.

@@ -23,8 +23,7 @@ static int readIei(L3Call& call, const TailWalk& walk, uint8_t& iei, bool& half)
   if (!half) return 0;
   --buffer.byteIndex;
   iei = static_cast<uint8_t>(iei >> 4);
-  uint64_t skipped = 0;
-  l3TakeBits(buffer, 4, skipped);
+  l3PassBits(buffer, 4);
   if (call.pctxt->pBitFldList) rtxDiagSetBitFldCount(call.pctxt->pBitFldList);
   return 0;
 }

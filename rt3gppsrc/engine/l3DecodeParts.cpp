@@ -196,21 +196,11 @@ static int readSelector(L3Call& call, const L3Type& type, const L3Row& row, cons
     status = l3DecBits(call, reinterpret_cast<uint8_t*>(&word), choice.bits, 4, "choice selector");
     value = word;
   } else {
-    RtxBuffer& buffer = call.pctxt->buffer;
-    size_t byteIndex = buffer.byteIndex;
-    int16_t bitOffset = buffer.bitOffset;
     uint64_t ahead = 0;
-    status = 0;
-    if (call.inlined() && l3TakeBits(buffer, choice.bits, ahead))
-      word = static_cast<uint32_t>(ahead);
-    else {
-      l3ToLists(call);
-      status = rtxPeekBits(call.pctxt, &word, choice.bits);
-    }
-    if (call.inlined() && status >= 0) {
-      buffer.byteIndex = byteIndex;
-      buffer.bitOffset = bitOffset;
-    }
+    bool seen = call.inlined() && l3SeeBits(call.pctxt->buffer, choice.bits, ahead);
+    if (!seen) l3ToLists(call);
+    status = seen ? 0 : rtxPeekBits(call.pctxt, &word, choice.bits);
+    if (seen) word = static_cast<uint32_t>(ahead);
     value = word & choice.mask;
   }
   return status < 0 ? l3Fail(call, type.module->decoder, status, row.line) : 0;

@@ -71,6 +71,23 @@ int l3DecBit(L3Call& call, const char* label, uint8_t& bit)
   return status;
 }
 
+bool l3LookAhead(L3Call& call, unsigned bits, uint32_t& ahead)
+{
+  uint64_t value = 0;
+  uint8_t window[4] = {}; // up to 24 bits from any bit on
+  unsigned used = l3UsedBits(call.pctxt->buffer);
+  size_t octets = (used + bits + 7) / 8, held = 0;
+  bool seen;
+  if (call.plain()) {
+    seen = l3SeeBits(call.pctxt->buffer, bits, value);
+  } else {
+    seen = rtxPeekBytes(call.pctxt, window, sizeof window, octets, &held) >= 0 && held == octets;
+    value = l3BitsAt(window, sizeof window, 0, used, bits);
+  }
+  ahead = static_cast<uint32_t>(value);
+  return seen;
+}
+
 int l3DecOctets(L3Call& call, uint8_t* dst, size_t octets)
 {
   RtxContext* pctxt = call.pctxt;

@@ -280,20 +280,12 @@ size_t l3DirectUnknown(const L3Source& in, size_t pos, size_t end, unsigned iei,
 
 uint64_t l3TakeEdge(const uint8_t* data, size_t octets, size_t pos, unsigned bits)
 {
-  size_t at = pos >> 3;
-  if (octets < 8) return (rtxLoadFirst(data + at, octets - at) << (pos & 7)) >> (64 - bits);
-  // The load ends with the buffer.
-  size_t past = at + 8 > octets ? at + 8 - octets : 0;
-  return (rtxLoadOctets<8>(data + at - past) << (8 * past + (pos & 7))) >> (64 - bits);
+  return l3BitsAt(data, octets, pos >> 3, pos & 7, bits);
 }
 
 void l3PutEdge(uint8_t* data, size_t pos, unsigned bits, uint64_t value)
 {
-  unsigned used = pos & 7;
-  uint8_t* at = data + (pos >> 3);
-  uint64_t word = value << (64 - bits) >> used;
-  if (used) word |= static_cast<uint64_t>(*at & (0xFF00U >> used & 0xFF)) << 56;
-  rtxStoreFirst(at, word, (used + bits + 7) / 8);
+  l3PutBitsAt(data + (pos >> 3), pos & 7, bits, value);
 }
 
 // Labels of a name with dots, each behind its length.

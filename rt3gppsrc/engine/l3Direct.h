@@ -8,8 +8,8 @@
 
 #include <cstring>
 
+#include "rt3gppsrc/engine/l3Bits.h"
 #include "rt3gppsrc/engine/l3Call.h"
-#include "rtxsrc/bits/rtxBigEndian.h"
 
 // What a decoding reads. Its cursor and the end of the innermost region, as bits from the start of the buffer, are
 // arguments of every coder and never lie in memory: pos <= end <= 8 * octets always.
@@ -81,7 +81,7 @@ template <unsigned bits> L3_INLINE bool l3Take(const L3Source& in, size_t& pos, 
   if (bits <= 8 && used + bits <= 8) {
     value = (static_cast<unsigned>(in.data[at]) >> (8 - used - bits)) & ((1U << bits) - 1);
   } else if (__builtin_expect(at + 8 <= in.octets, 1)) {
-    value = (rtxLoadOctets<8>(in.data + at) << used) >> (64 - bits);
+    value = l3BitsAt(in.data + at, 8, 0, used, bits); // without the tests for the buffer's end
   } else {
     value = l3TakeEdge(in.data, in.octets, pos, bits);
   }

@@ -3,6 +3,7 @@
 #ifndef VELNOR3GPP_L3_ENCODE_H
 #define VELNOR3GPP_L3_ENCODE_H
 
+#include "rt3gppsrc/engine/l3Bits.h"
 #include "rt3gppsrc/engine/l3Call.h"
 
 // Encodes a value of the type inside a call; `value` points to it, also for scalars.
@@ -29,21 +30,5 @@ int l3EncList(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* recor
 int l3EncChoice(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running);
 int l3EncBody(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record);
 int l3EncOptions(L3Call& call, const L3Type& type, uint8_t* record, int running);
-
-// Puts up to 56 bits at the cursor if the buffer has the octets; clears the bits right of them in their last octet.
-inline bool l3PutBits(RtxBuffer& buffer, unsigned bits, uint64_t value)
-{
-  unsigned used = 8U - static_cast<unsigned>(buffer.bitOffset);
-  unsigned octets = (used + bits + 7) / 8;
-  if (buffer.byteIndex > buffer.size || octets > buffer.size - buffer.byteIndex) return false;
-  uint8_t* at = buffer.data + buffer.byteIndex;
-  uint64_t word = value << (64 - bits) >> used;
-  if (used) word |= static_cast<uint64_t>(*at & (0xFF00U >> used & 0xFF)) << 56;
-  for (unsigned i = 0; i < octets; ++i) at[i] = static_cast<uint8_t>(word >> (56 - 8 * i));
-  used += bits;
-  buffer.byteIndex += used / 8;
-  buffer.bitOffset = static_cast<int16_t>(8 - used % 8);
-  return true;
-}
 
 #endif

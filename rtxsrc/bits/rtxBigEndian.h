@@ -63,6 +63,16 @@ inline uint64_t rtxLoadFirst(const uint8_t* at, size_t octets)
   return word;
 }
 
+/** The 8 octets from one of a buffer on, as a word; those behind the buffer's end are 0. */
+inline uint64_t rtxLoadWindow(const uint8_t* data, size_t octets, size_t at)
+{
+  const size_t left = octets - at;
+  if (__builtin_expect(left >= 8, 1)) return rtxLoadOctets<8>(data + at);
+  // Among the last octets the load ends with the buffer, and those before `at` are shifted out.
+  if (__builtin_expect(octets >= 8, 1)) return rtxLoadOctets<8>(data + octets - 8) << (8 * (8 - left));
+  return rtxLoadFirst(data + at, left);
+}
+
 /** Stores the first 1 to 8 octets of a word. */
 inline void rtxStoreFirst(uint8_t* at, uint64_t word, size_t octets)
 {

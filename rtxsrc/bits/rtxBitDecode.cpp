@@ -13,16 +13,14 @@
 
 static const char* const kModule = "rtxBitDecode";
 
-// Takes 1 to 64 bits that are known to be there; `left` octets can be touched.
-static inline uint64_t extractBits(const uint8_t* p, size_t left, unsigned phase, size_t nbits)
+// Takes 1 to 64 bits that are known to be there; 64 bits that begin inside an octet touch nine.
+static inline uint64_t extractBits(const RtxBuffer* buffer, unsigned phase, size_t nbits)
 {
+  const uint8_t* p = buffer->data + buffer->byteIndex;
   size_t end = phase + nbits;
   if (end <= 8) return static_cast<uint64_t>(p[0] >> (8 - end)) & kLowBits[nbits];
-  if (left >= 8 && end <= 64) return (rtxLoadOctets<8>(p) << phase) >> (64 - nbits);
-  uint64_t value = p[0] & kLowBits[8 - phase];
-  size_t rest = end - 8;
-  for (; rest >= 8; rest -= 8) value = value << 8 | *++p;
-  return rest == 0 ? value : value << rest | static_cast<uint64_t>(p[1] >> (8 - rest));
+  uint64_t value = rtxLoadWindow(buffer->data, buffer->size, buffer->byteIndex) << phase >> (64 - nbits);
+  return end <= 64 ? value : value | static_cast<uint64_t>(p[8] >> (72 - end));
 }
 
 static int refill(RtxContext* pctxt, size_t nbytes, int line)
@@ -40,7 +38,7 @@ static inline bool takeField(RtxContext* pctxt, uint64_t* pvalue, size_t nbits, 
   size_t left = rtxBufferLeft(pctxt);
   // nbits - 1 wraps for 0, so that one comparison sorts out 0 and all above the width.
   if (nbits - 1 >= width || (phase + nbits + 7) / 8 > left) return false;
-  *pvalue = extractBits(buffer->data + buffer->byteIndex, left, phase, nbits);
+  *pvalue = extractBits(buffer, phase, nbits);
   rtxCursorAdvance(buffer, phase + nbits);
   return true;
 }
