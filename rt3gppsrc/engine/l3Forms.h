@@ -61,6 +61,7 @@ struct L3LeadTraits {
   const char* label; // in the bit trace
   bool optional;     // the bit says whether the element is there
   bool padded;       // relative to the padding
+  const char* words; // in the header
 };
 
 struct L3ListTraits {
@@ -83,10 +84,10 @@ inline constexpr L3GivenTraits kL3GivenTraits[] = {
 };
 
 inline constexpr L3LeadTraits kL3LeadTraits[] = {
-    {kL3NoLead, "kL3NoLead", "", "", false, false},
-    {kL3LeadBit, "kL3LeadBit", "0/1", "optional bit", true, false},
-    {kL3LeadLH, "kL3LeadLH", "L/H", "optional bit", true, true},
-    {kL3LeadExt, "kL3LeadExt", "ext", "ext bit", false, false},
+    {kL3NoLead, "kL3NoLead", "", "", false, false, ""},
+    {kL3LeadBit, "kL3LeadBit", "0/1", "optional bit", true, false, "led by a bit, 1 if it is there"},
+    {kL3LeadLH, "kL3LeadLH", "L/H", "optional bit", true, true, "led by a bit, H if it is there"},
+    {kL3LeadExt, "kL3LeadExt", "ext", "ext bit", false, false, "led by an extension bit"},
 };
 
 inline constexpr L3ListTraits kL3ListTraits[] = {

@@ -188,16 +188,7 @@ static std::string rangedWords(const Row& row)
 
 static std::string leadWords(const Row& row)
 {
-  switch (row.lead) {
-    case kL3LeadBit:
-      return "led by a bit, 1 if it is there";
-    case kL3LeadLH:
-      return "led by a bit, H if it is there";
-    case kL3LeadExt:
-      return row.given == kL3GivenMore ? "" : "led by an extension bit";
-    default:
-      return "";
-  }
+  return row.given == kL3GivenMore ? "" : l3Traits(row.lead).words;
 }
 
 static std::string givenWords(const Row& row)

@@ -43,7 +43,7 @@ static bool rowFits(const Row& row)
   for (auto& [word, value] : row.words)
     if (std::find(words.begin(), words.end(), word) == words.end()) return false;
   if (!ends(row.often) || !whatFits(row.what) || row.argument || row.bias || row.often.count.ofAround()) return false;
-  bool known = row.lead != kL3LeadLH && row.given != kL3GivenWith;
+  bool known = row.given != kL3GivenWith && (row.lead == kL3NoLead || row.lead == kL3LeadBit || row.lead == kL3LeadExt);
   return known && row.mark != Mark::Tail && row.mark != Mark::EndLength;
 }
 

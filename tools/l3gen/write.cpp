@@ -272,7 +272,8 @@ std::string writeDescriptors(Model& model)
     bool direct = hasDirect(*type) || type->directByHand;
     if (direct) out += format("size_t l3DirectDec_%s(const L3Source& in, size_t pos, size_t end, void* record);\n", f);
     if (direct) out += format("size_t l3DirectEnc_%s(L3Sink& out, size_t pos, void* record);\n", f);
-    if (hasBodyDirect(*type)) out += format("size_t l3DirectDecBody_%s(const L3Source& in, size_t pos, size_t end, void* record);\n", f);
+    if (hasBodyDirect(*type))
+      out += format("size_t l3DirectDecBody_%s(const L3Source& in, size_t pos, size_t end, void* record);\n", f);
     if (hasBodyDirect(*type)) out += format("size_t l3DirectEncBody_%s(L3Sink& out, size_t pos, void* record);\n", f);
     if (!type->values.empty()) out += "extern const L3Enum l3enum_" + type->full + ";\n";
   }
