@@ -203,6 +203,27 @@ static int decSecurity(L3Call& call, const L3Type& type, TS24301Msg_PDU& pdu, si
   return nasIsCiphered(header) ? nasDecipher(call, type, start + kSpans.cipheredFrom) : 0;
 }
 
+static bool decodesPlain(const RtxBuffer& buffer, void*)
+{
+  uint64_t octet = 0;
+  if (!l3SeeBits(buffer, 8, octet)) return false;
+  return octet >> 4 < kServiceRequestHeader && (octet >> 4 == 0 || (octet & 15) != kMobility);
+}
+
+static void decodedPlain(void* record)
+{
+  TS24301Msg_PDU& pdu = *static_cast<TS24301Msg_PDU*>(record);
+  relabel(pdu.l3HdrOpts, pdu.protoDiscr);
+}
+
+static bool encodesPlain(const void* record)
+{
+  const TS24301Msg_PDU& pdu = *static_cast<const TS24301Msg_PDU*>(record);
+  return !pdu.m.secHdrPresent || pdu.secHdr.protoDiscr != kMobility || pdu.secHdr.secHdrType == 0;
+}
+
+extern const L3Plain l3Plain_TS24301Msg_PDU = {decodesPlain, decodedPlain, encodesPlain};
+
 int l3Dec_TS24301Msg_PDU(L3Call& call, const L3Type& type, void* value)
 {
   TS24301Msg_PDU& pdu = *static_cast<TS24301Msg_PDU*>(value);

@@ -14,12 +14,11 @@ static constexpr int kSession = 46, kMobility = 126;
 // Octets from the start of the message: the code, then what it covers, then what is ciphered.
 static constexpr NasSpans kSpans = {2, 6, 7};
 
-// The same without a step of the cursor, for what stands in two octets at hand and is in order.
-static bool seesAhead(const L3Call& call, TS24501Msg_NAS5GSecProtMsgHdr& header)
+// Discriminator and security header type of two octets at hand that are in order; the cursor stays.
+static bool seesHeader(const RtxBuffer& buffer, TS24501Msg_NAS5GSecProtMsgHdr& header)
 {
-  const RtxBuffer& buffer = call.pctxt->buffer;
   uint64_t octets = 0;
-  if (!call.plain() || buffer.bitOffset != 8 || !l3SeeBits(buffer, 16, octets)) return false;
+  if (buffer.bitOffset != 8 || !l3SeeBits(buffer, 16, octets)) return false;
   if (octets >> 8 == kSession) {
     header.protoDiscr = TS24501Msg_NAS5GProtoDiscr_sessMgmt5G;
     return true;
@@ -35,7 +34,7 @@ static bool seesAhead(const L3Call& call, TS24501Msg_NAS5GSecProtMsgHdr& header)
 static int lookAhead(L3Call& call, TS24501Msg_NAS5GSecProtMsgHdr& header)
 {
   RtxContext* pctxt = call.pctxt;
-  if (seesAhead(call, header)) return 0;
+  if (call.plain() && seesHeader(pctxt->buffer, header)) return 0;
   rtxDiagSetBitFldDisabled(pctxt->pBitFldList, 1);
   NasPosition position = nasPosition(pctxt);
   int status = l3DecType(call, l3_TS24501Msg_NAS5GProtoDiscr, &header.protoDiscr);
@@ -59,6 +58,22 @@ static int decSecurity(L3Call& call, const L3Type& type, TS24501Msg_PDU& pdu)
   nasVerify(call, type, start + kSpans.signedFrom, pdu.secHdr.msgAuthCode);
   return nasIsCiphered(pdu.secHdr.secHdrType) ? nasDecipher(call, type, start + kSpans.cipheredFrom) : 0;
 }
+
+// The header of a plain message, as the look ahead leaves it.
+static bool decodesPlain(const RtxBuffer& buffer, void* record)
+{
+  auto& header = static_cast<TS24501Msg_PDU*>(record)->secHdr;
+  return seesHeader(buffer, header) && (header.protoDiscr == kSession || header.secHdrType == 0);
+}
+
+static void decodedPlain(void*) {}
+
+static bool encodesPlain(const void* record)
+{
+  return !static_cast<const TS24501Msg_PDU*>(record)->m.secHdrPresent;
+}
+
+extern const L3Plain l3Plain_TS24501Msg_PDU = {decodesPlain, decodedPlain, encodesPlain};
 
 int l3Dec_TS24501Msg_PDU(L3Call& call, const L3Type& type, void* value)
 {

@@ -14,6 +14,11 @@ void l3SetSlowMode(bool on)
   gSlowMode = on;
 }
 
+bool l3IsSlow()
+{
+  return gSlowMode;
+}
+
 // With a trace alone, names stay frames. Those of the caller would come before them in the paths: the real stack gets
 // these right.
 [[gnu::noinline]] static void observe(L3Call& call, bool stream)
@@ -30,14 +35,7 @@ void l3Begin(L3Call& call, RtxContext* pctxt, L3Name& frame, const char* typeNam
 {
   bool stream = pctxt->pStream && !(pctxt->flags & RTX_FLAG_BUFFER_MODE);
   bool plain = !gSlowMode && !stream && !pctxt->pBitFldList;
-  frame = {typeName, nullptr, 0, 0, 0};
-  call.pctxt = pctxt;
-  call.names = &frame;
-  call.regions = nullptr;
-  call.mode = kL3MayTry;
-  call.traced = false;
-  call.keepTypeName = call.ended = call.failed = call.inBody = false;
-  call.earlier = call.listOctets = call.argument = 0;
+  l3Fresh(call, pctxt, frame, typeName);
   if (!plain) observe(call, stream);
 }
 

@@ -81,8 +81,20 @@ inline constexpr size_t kL3MaxFindings = 16;
 // others that come near, but one of entries that hold next to nothing would.
 inline constexpr size_t kL3ListBase = 4096, kL3ListFactor = 40, kL3TrialFactor = 32;
 
+// A call that has done nothing yet, under a frame of this name, which is the caller's.
+inline void l3Fresh(L3Call& call, RtxContext* pctxt, L3Name& frame, const char* typeName)
+{
+  frame = {typeName, nullptr, 0, 0, 0};
+  call.pctxt = pctxt;
+  call.names = &frame;
+  call.regions = nullptr;
+  call.mode = kL3MayTry;
+  call.traced = call.keepTypeName = call.ended = call.failed = call.inBody = false;
+  call.earlier = call.listOctets = call.argument = 0;
+}
 // Opens a call for a type of this name; the frame is the caller's.
 void l3Begin(L3Call& call, RtxContext* pctxt, L3Name& frame, const char* typeName);
+bool l3IsSlow();
 // Ends a call: takes the type name away where its coder came to its end. Gives the status to return.
 int l3End(L3Call& call, int status, const char* module, uint16_t line);
 // Puts all frames on the real stacks; from here on the real stacks are worked on.

@@ -353,17 +353,24 @@ int l3DecType(L3Call& call, const L3Type& type, void* value)
   return l3DecRows(call, type, value);
 }
 
-int l3Decode(RtxContext* pctxt, const L3Type& type, void* value)
-{
-  return l3DecodeCounted(pctxt, type, value, 0);
-}
-
-int l3DecodeCounted(RtxContext* pctxt, const L3Type& type, void* value, size_t count)
+static int decode(RtxContext* pctxt, const L3Type& type, void* value, size_t count, L3AtOnce tried)
 {
   L3Call call;
   L3Name frame;
   l3Begin(call, pctxt, frame, l3NameOf(type));
   call.argument = count;
+  if (tried == kL3Tried) call.mode = kL3Walk;
   int status = l3DecType(call, type, value);
   return l3End(call, status, moduleOf(type), type.line);
+}
+
+int l3Decode(RtxContext* pctxt, const L3Type& type, void* value)
+{
+  L3AtOnce tried = type.flags & kL3DecAtOnce ? l3DecAtOnce(pctxt, type, value) : kL3NotTried;
+  return tried == kL3Done ? 0 : decode(pctxt, type, value, 0, tried);
+}
+
+int l3DecodeCounted(RtxContext* pctxt, const L3Type& type, void* value, size_t count)
+{
+  return decode(pctxt, type, value, count, kL3NotTried);
 }

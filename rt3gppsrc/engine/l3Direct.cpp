@@ -71,6 +71,26 @@ static bool goEncode(L3Call& call, const L3Type& type, void* record)
   return true;
 }
 
+// Is nothing observed, found or open that a call without names and regions could not keep up?
+static bool isClear(const RtxContext& context)
+{
+  const RtxBuffer& buffer = context.buffer;
+  bool stream = context.pStream && !(context.flags & RTX_FLAG_BUFFER_MODE);
+  bool found = context.errInfo.count || context.reservedErr.parmcount || context.reservedErr.elemName;
+  bool open = context.containerStack.dlist.head || context.elemNameStack.count;
+  return !l3IsSlow() && !stream && !context.pBitFldList && !found && !open && buffer.byteIndex <= buffer.size &&
+         buffer.bitOffset == 8;
+}
+
+// A call that is a trial from its beginning.
+static void beginTrial(L3Call& call, RtxContext* pctxt, const L3Type& type, L3Name& frame)
+{
+  l3Fresh(call, pctxt, frame, l3NameOf(type));
+  call.mode = kL3Trial;
+  call.held = call.left = 0;
+  call.tried = &type;
+}
+
 static void* allocate(L3Call& call, size_t octets)
 {
   RtxMemHeap* heap = call.pctxt->pMemHeap;
@@ -162,6 +182,51 @@ template <Go go> static bool directly(L3Call& call, const L3Type& type, void* re
   if (go(call, type, record)) return true;
   call.mode = kL3GivenUp;
   return false;
+}
+
+L3AtOnce l3DecAtOnce(RtxContext* pctxt, const L3Type& type, void* record)
+{
+  if (!isClear(*pctxt)) return kL3NotTried;
+  RtxBuffer before = pctxt->buffer;
+  const L3Plain* plain = type.hand ? type.hand->plain : nullptr;
+  if (plain && !plain->decodes(before, record)) return kL3NotTried;
+  L3Call call;
+  L3Name frame;
+  beginTrial(call, pctxt, type, frame);
+  uint32_t flags = pctxt->flags;
+  size_t pos = type.decodeDirect({before.data, before.size, &call}, before.byteIndex * 8, before.size * 8, record);
+  if (pos != kL3GaveUp && wentWell(call, 0)) {
+    setCursor(pctxt, pos);
+    if (plain) plain->decoded(record);
+    if (call.left) pushLeft(call);
+    if (!call.failed) return kL3Done;
+    rtxCtxtPopAllContainers(pctxt); // there were none
+  }
+  giveUp(call, before, flags);
+  return kL3Tried;
+}
+
+L3AtOnce l3EncAtOnce(RtxContext* pctxt, const L3Type& type, void* record)
+{
+  if (!isClear(*pctxt)) return kL3NotTried;
+  const L3Plain* plain = type.hand ? type.hand->plain : nullptr;
+  if (plain && !plain->encodes(record)) return kL3NotTried;
+  L3Call call;
+  L3Name frame;
+  beginTrial(call, pctxt, type, frame);
+  RtxBuffer before = pctxt->buffer;
+  uint32_t flags = pctxt->flags;
+  pctxt->buffer.dynamic = 0; // as in runTrial
+  L3Sink out{before.data, before.size * 8, &call, (flags & RTX_OPENTAIL_FLAG) != 0};
+  size_t pos = type.encodeDirect(out, before.byteIndex * 8, record);
+  pctxt->buffer.dynamic = before.dynamic;
+  if (pos != kL3GaveUp && wentWell(call, 0)) {
+    setCursor(pctxt, pos);
+    setTail(pctxt, out.tail);
+    return kL3Done;
+  }
+  giveUp(call, before, flags);
+  return kL3Tried;
 }
 
 bool l3DecDirectly(L3Call& call, const L3Type& type, void* record)

@@ -38,6 +38,11 @@ static constexpr size_t kL3GaveUp = ~static_cast<size_t>(0);
 // flags and the findings are as before, and the rows are to be walked; inside a trial the whole trial is then given up.
 bool l3DecDirectly(L3Call& call, const L3Type& type, void* record);
 bool l3EncDirectly(L3Call& call, const L3Type& type, void* record);
+// What became of a try to do a whole call by the direct coder: most calls are nothing else, and need no names or
+// regions.
+enum L3AtOnce { kL3NotTried, kL3Tried, kL3Done };
+L3AtOnce l3DecAtOnce(RtxContext* pctxt, const L3Type& type, void* record);
+L3AtOnce l3EncAtOnce(RtxContext* pctxt, const L3Type& type, void* record);
 // From inside a direct coder: a type with a coder by hand, or one that has only rows.
 size_t l3DirectType(const L3Source& in, size_t pos, size_t end, const L3Type& type, void* value);
 size_t l3DirectPutType(L3Sink& out, size_t pos, const L3Type& type, void* value);

@@ -221,9 +221,12 @@ int l3EncOptions(L3Call& call, const L3Type& type, uint8_t* record, int running)
 
 int l3Encode(RtxContext* pctxt, const L3Type& type, void* value)
 {
+  L3AtOnce tried = type.flags & kL3EncAtOnce ? l3EncAtOnce(pctxt, type, value) : kL3NotTried;
+  if (tried == kL3Done) return 0;
   L3Call call;
   L3Name frame;
   l3Begin(call, pctxt, frame, l3EncNameOf(type));
+  if (tried == kL3Tried) call.mode = kL3Walk;
   int status = l3EncType(call, type, value);
   return l3End(call, status, moduleOf(type), type.line);
 }

@@ -261,14 +261,22 @@ struct L3Message {
   const L3Field* selecting = nullptr; // members of optional elements that choose among the alternatives of others
 };
 
+// Which messages of a hand-coded form its rows alone can code, because nothing protects them.
+struct L3Plain {
+  bool (*decodes)(const RtxBuffer& buffer, void* record); // writes to the record what the coder would
+  void (*decoded)(void* record);                          // does what the coder does behind the rows
+  bool (*encodes)(const void* record);
+};
+
 // Hand-written coders of a type.
 struct L3Hand {
   int (*decode)(L3Call& call, const L3Type& type, void* record);
   int (*encode)(L3Call& call, const L3Type& type, void* record);
   bool (*settle)(RtxContext* pctxt, void* record); // makes a sample one that decodes to itself; false: no memory
+  const L3Plain* plain;                            // or null
 };
 
-enum L3TypeFlags : uint8_t {
+enum L3TypeFlags : uint16_t {
   kL3Bare = 0x01,        // one thing without braces; a row named null
   kL3EarlyReturn = 0x02, // returns at once where a release group ends at the region's end
   kL3IsMessage = 0x04,
@@ -276,6 +284,8 @@ enum L3TypeFlags : uint8_t {
   kL3IsChoice = 0x10,   // a bare choice type: braces of the choice itself
   kL3Pointer = 0x20,    // the value is a char* (string types)
   kL3RestOctets = 0x40, // ends wherever the octets do; padded to the next octet on encoding
+  kL3DecAtOnce = 0x80,  // the direct coder does a whole call
+  kL3EncAtOnce = 0x100,
 };
 
 struct L3Type {
@@ -288,7 +298,7 @@ struct L3Type {
   uint16_t rowCount;
   uint16_t line;   // of the block
   uint8_t mOctets; // octets of m, which stands at offset 0
-  uint8_t flags;
+  uint16_t flags;
   uint8_t nameAt, encNameAt; // where the names begin in fullName: each pointer less is one less to relocate
   uint16_t mBits;            // bits given out, groups included
   // See l3Direct.h; null: rows only.

@@ -154,16 +154,27 @@ const Level& readLevel(const std::string& coder, const RtxErrLocn& at)
   return level;
 }
 
+// The source of a module of the run-time, or nothing.
+std::string sourceOf(const std::string& module)
+{
+  static const std::map<std::string, std::string> sources = [] {
+    std::map<std::string, std::string> all;
+    for (const char* room : {"rtxsrc", "rtsrc", "rt3gppsrc"})
+      for (auto& entry : std::filesystem::recursive_directory_iterator(std::string(VELNOR_ROOT "/") + room))
+        if (entry.path().extension() == ".cpp") all[entry.path().stem()] = entry.path();
+    return all;
+  }();
+  auto at = sources.find(module);
+  return at == sources.end() ? "" : at->second;
+}
+
 // A line of the run-time that reports.
 bool isReport(const RtxErrLocn& at)
 {
-  for (const char* room : {"rtxsrc", "rtsrc", "rt3gppsrc"})
-    for (auto& entry : std::filesystem::recursive_directory_iterator(std::string(VELNOR_ROOT "/") + room)) {
-      if (entry.path().filename() != at.module + std::string(".cpp")) continue;
-      const Lines& lines = linesOf(entry.path());
-      return at.line >= 1 && at.line <= lines.size() && lines[at.line - 1].find("__LINE__") != std::string::npos;
-    }
-  return false;
+  const std::string source = sourceOf(at.module);
+  if (source.empty()) return false;
+  const Lines& lines = linesOf(source);
+  return at.line >= 1 && at.line <= lines.size() && lines[at.line - 1].find("__LINE__") != std::string::npos;
 }
 
 // Does the record of a block have a row with this word, or a record within it?

@@ -203,6 +203,9 @@ static void takeHand(Words& w, Type& type)
     } else if (word(0) == "direct" && word(1) == "by" && word(2) == "hand") {
       type.directByHand = true;
       i += 2;
+    } else if (word(0) == "plain" && word(1) == "by" && word(2) == "hand") {
+      type.plainByHand = true;
+      i += 2;
     } else if (word(0) == "sample" && word(1) == "by" && word(2) == "hand") {
       type.sampleFile = word(3);
       i += 3;

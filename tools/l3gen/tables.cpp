@@ -427,6 +427,9 @@ static std::string typeFlags(const Type& type)
   if (type.kind == Kind::Message) flags += " | kL3IsMessage";
   if (type.kind == Kind::Pdu) flags += " | kL3IsPdu";
   if (type.has("early-return")) flags += " | kL3EarlyReturn";
+  bool whole = hasBodyDirect(type) || type.plainByHand;
+  if (whole || (hasDirect(type) && type.decodeFile.empty())) flags += " | kL3DecAtOnce";
+  if (whole || (hasDirect(type) && type.encodeFile.empty())) flags += " | kL3EncAtOnce";
   return flags;
 }
 
@@ -439,7 +442,12 @@ static std::string writeHand(TableWriter& w)
   if (!type.encodeFile.empty()) w.out += "int " + (enc = "l3Enc_" + type.full) + args;
   std::string settle = "nullptr";
   if (!type.sampleFile.empty()) w.out += "bool " + (settle = "l3Settle_" + type.full) + "(RtxContext*, void* value);\n";
-  return w.object("L3Hand", dec + ", " + enc + ", " + settle);
+  std::string plain = "nullptr";
+  if (type.plainByHand) {
+    w.out += "extern const L3Plain l3Plain_" + type.full + ";\n";
+    plain = "&l3Plain_" + type.full;
+  }
+  return w.object("L3Hand", dec + ", " + enc + ", " + settle + ", " + plain);
 }
 
 static std::string hyphens(std::string name)
