@@ -116,7 +116,7 @@ VELNOR_API int rtTS32297GetReleaseNumber(const TS32297RelVers* pvalue, uint8_t e
 VELNOR_API int rtTS32297RelVersIdToText(const TS32297RelVers* pvalue, uint8_t extension, char* dst, size_t size);
 /** Writes MM/DD hh:mm+hh:mm. Returns 0. */
 VELNOR_API int rtTS32297TimestampToText(const TS32297Timestamp* pvalue, char* dst, size_t size);
-/** Writes the number of the specification in the low 5 bits, such as 32.251; RTX_E_BAD_VALUE and "Unknown" above 15. */
+/** Writes the TS number in the low 5 bits, such as 32.251; RTX_E_BAD_VALUE and "Unknown" above 15. */
 VELNOR_API int rtTS32297TSNumberToText(uint8_t value, char* dst, size_t size);
 
 /* Parsers: 0, or a negative status with nothing stored. A text with anything behind it is refused, and so is null. */
