@@ -148,23 +148,44 @@ static int encLength(L3Call& call, const L3Type& type, const L3Row& row)
   return 0;
 }
 
-// Apart from l3EncRows, so that a direct coder does not pay for the walk's frame.
+// What stands in a row, be it of a type that is one thing.
+static const L3Row& contentOf(const L3Row& row)
+{
+  return row.op == kL3Record && row.type->flags & kL3Bare ? row.type->rows[0] : row;
+}
+
 // Rest octets that ended in front of a choice have no alternative of it. They end there again, where anything else
 // would be what a network did not send.
 static bool endsHere(const L3Type& type, const L3Row& row, const uint8_t* record)
 {
   if (!(type.flags & kL3RestOctets)) return false;
-  const bool ofType = row.op == kL3Record && row.type->flags & kL3Bare;
-  const L3Row& content = ofType ? row.type->rows[0] : row;
-  return content.op == kL3Choice && isPresent(row, record) && !l3Load(record + row.offset, 4);
+  return contentOf(row).op == kL3Choice && isPresent(row, record) && !l3Load(record + row.offset, 4);
 }
 
+// A list to the end of a message leaves no bits for what could follow it. In an enhanced measurement report one bit
+// more would be one more cell: what is absent behind the bitmap is absent because the message is over.
+static bool runsOut(const L3Row& row, const uint8_t* record)
+{
+  const L3Row& content = contentOf(row);
+  if (content.op != kL3List || !isPresent(row, record)) return false;
+  return static_cast<const L3List*>(content.info)->end == kL3WhileRoom;
+}
+
+// Rest octets get an octet of padding even where they end with one, other structures only what is left of theirs.
+static int padEnd(L3Call& call, const L3Type& type, bool over)
+{
+  bool filled = over || call.pctxt->buffer.bitOffset % 8 == 0;
+  return type.flags & kL3RestOctets || (type.flags & kL3Padded && !filled) ? l3PadRest(call, type) : 0;
+}
+
+// Apart from l3EncRows, so that a direct coder does not pay for the walk's frame.
 [[gnu::noinline]] static int walkRows(L3Call& call, const L3Type& type, void* value)
 {
   uint8_t* record = static_cast<uint8_t*>(value);
   OpenLength open[kMaxRegions];
   unsigned opened = 0;
   int running = 0;
+  bool over = false; // nothing can stand behind what was written
   const L3Row* end = type.rows + type.rowCount;
   for (const L3Row* row = type.rows; row < end; ++row) {
     if (row->op == kL3Release) {
@@ -174,17 +195,19 @@ static bool endsHere(const L3Type& type, const L3Row& row, const uint8_t* record
     if (row->op == kL3EndLength) {
       const OpenLength& closed = open[--opened];
       if (running = l3EncClose(call, type, *closed.row, record, closed.start); running < 0) return running;
+      over = false; // the region was over, not the record
       continue;
     }
     if (endsHere(type, *row, record)) break;
+    if (over && row->room && !isPresent(*row, record)) continue;
+    over = over || runsOut(*row, record);
     int status = row->op == kL3Length ? encLength(call, type, *row) : encElement(call, type, *row, record, running);
     if (status < 0) return status;
     if (row->op == kL3Length) open[opened++] = {row, l3BitPos(call.pctxt)};
   }
   while (opened-- > 0)
     if (running = l3EncClose(call, type, *open[opened].row, record, open[opened].start); running < 0) return running;
-  if (type.flags & kL3RestOctets)
-    if (int status = l3PadRest(call, type); status < 0) return status;
+  if (int status = padEnd(call, type, over); status < 0) return status;
   return type.message ? l3EncOptions(call, type, record, running) : l3Ended(call, running);
 }
 

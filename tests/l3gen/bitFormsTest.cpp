@@ -11,7 +11,8 @@ namespace {
 const L3Type* const kTypes[] = {&l3_Forms_Padded,  &l3_Forms_Relative,     &l3_Forms_Coded,   &l3_Forms_Tree,
                                 &l3_Forms_Counted, &l3_Forms_Tailed,       &l3_Forms_Shifted, &l3_Forms_Rest_Octets,
                                 &l3_Forms_Nested,  &l3_Forms_Behind,       &l3_Forms_Sized,   &l3_Forms_Joined,
-                                &l3_Forms_Around,  &l3_Forms_PaddingAlone, &l3_Forms_Left};
+                                &l3_Forms_Around,  &l3_Forms_PaddingAlone, &l3_Forms_Left,
+                                &l3_Forms_Report};
 
 const L3Type& typeNamed(const std::string& name)
 {

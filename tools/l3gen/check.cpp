@@ -238,6 +238,9 @@ static void checkOrder(const Type& type, const Row& row, RowOrder& order)
 {
   if (row.mark == Mark::Tail && (type.kind != Kind::Record || &row != &type.rows.back()))
     refuse(row.place, "a tail ends an element");
+  bool padded = type.kind == Kind::Record || type.kind == Kind::Message;
+  if (row.mark == Mark::Padding && (!padded || type.restOctets || &row != &type.rows.back()))
+    refuse(row.place, "padding ends an element or a message, and rest octets without saying so");
   if (row.mark == Mark::Release && !order.open) refuse(row.place, "a release group outside a length");
   if (row.mark == Mark::EndLength && !order.open--) refuse(row.place, "'end-len' without a length");
   order.open += row.mark == Mark::Length;
@@ -286,8 +289,8 @@ static void useSizes(Model& model, const Type& type, const Place& place, const C
 {
   if (count.sizes.empty()) return;
   Sizes* sizes = model.sizesNamed(*type.module, count.sizes);
-  if (!sizes || sizes->module != type.module)
-    model.refusals.push_back({place, "no table of sizes '" + count.sizes + "' in this module"});
+  if (!sizes)
+    model.refusals.push_back({place, "no table of sizes '" + count.sizes + "'"});
   else
     sizes->used = true;
 }

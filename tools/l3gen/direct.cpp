@@ -44,7 +44,7 @@ static bool rowFits(const Row& row)
     if (std::find(words.begin(), words.end(), word) == words.end()) return false;
   if (!ends(row.often) || !whatFits(row.what) || row.argument || row.bias || row.often.count.ofAround()) return false;
   bool known = row.given != kL3GivenWith && (row.lead == kL3NoLead || row.lead == kL3LeadBit || row.lead == kL3LeadExt);
-  return known && row.mark != Mark::Tail && row.mark != Mark::EndLength;
+  return known && row.mark != Mark::Tail && row.mark != Mark::Padding && row.mark != Mark::EndLength;
 }
 
 bool hasDirect(const Type& type)

@@ -33,7 +33,7 @@ struct Range {
 
 enum class WhatKind { Bits, Flag, Unary, Octets, BitString, Text, Chars, Type, Choice, Body, Nested, Nothing };
 // What a row is: an element, or something else that stands between elements.
-enum class Mark { Element, Length, EndLength, Tail, Group, Release, EndRelease };
+enum class Mark { Element, Length, EndLength, Tail, Padding, Group, Release, EndRelease };
 
 struct Type;
 struct Row;

@@ -98,6 +98,8 @@ static Row readMark(Words& w)
     row.mark = Mark::EndLength;
   else if (word == "tail")
     row.mark = Mark::Tail;
+  else if (word == "padding")
+    row.mark = Mark::Padding;
   else if (word == "group") {
     row.mark = Mark::Group;
     row.name = checkedName(w.place, w.take("a group's name"));
@@ -126,7 +128,7 @@ static void readBehind(Words& w, Row& row)
 
 static Row readRow(Words& w)
 {
-  static const std::set<std::string> marks = {"group", "release", "end-release", "end-len", "tail"};
+  static const std::set<std::string> marks = {"group", "release", "end-release", "end-len", "tail", "padding"};
   if (marks.count(w.peek())) return readMark(w);
   Row row;
   row.place = w.place;
@@ -199,6 +201,9 @@ static void takeHand(Words& w, Type& type)
       i += 2;
     } else if (word(0) == "decode" && word(1) == "by" && word(2) == "hand") {
       type.decodeFile = word(3);
+      i += 3;
+    } else if (word(0) == "encode" && word(1) == "by" && word(2) == "hand") {
+      type.encodeFile = word(3);
       i += 3;
     } else if (word(0) == "direct" && word(1) == "by" && word(2) == "hand") {
       type.directByHand = true;

@@ -424,6 +424,7 @@ static std::string typeFlags(const Type& type)
   if (bare && text) flags += " | kL3Pointer";
   if (type.choiceType) flags += " | kL3IsChoice";
   if (type.restOctets) flags += " | kL3RestOctets";
+  if (!type.rows.empty() && type.rows.back().mark == Mark::Padding) flags += " | kL3Padded";
   if (type.kind == Kind::Message) flags += " | kL3IsMessage";
   if (type.kind == Kind::Pdu) flags += " | kL3IsPdu";
   if (type.has("early-return")) flags += " | kL3EarlyReturn";
@@ -468,7 +469,7 @@ static std::string writeType(const Model& model, const Type& type)
   std::vector<const Row*> rows, options;
   Row scalar = scalarRow(type);
   for (auto& row : type.rows) {
-    bool mark = row.mark == Mark::Group || row.mark == Mark::EndRelease;
+    bool mark = row.mark == Mark::Group || row.mark == Mark::EndRelease || row.mark == Mark::Padding;
     if (!mark) (row.isIei() ? options : rows).push_back(&row);
   }
   bool number = type.kind == Kind::Enum || type.kind == Kind::Names;
@@ -525,7 +526,7 @@ static std::string writeSource(const std::string& stem)
 
 static std::string writeSizes(const Sizes& sizes)
 {
-  std::string out = "static const uint8_t sizes_" + sizes.full + "[] = {";
+  std::string out = "extern const uint8_t sizes_" + sizes.full + "[] = {";
   for (unsigned value : sizes.values) out += std::to_string(value) + ", ";
   return out + "};\n";
 }

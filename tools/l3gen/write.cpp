@@ -277,6 +277,7 @@ std::string writeDescriptors(Model& model)
     if (hasBodyDirect(*type)) out += format("size_t l3DirectEncBody_%s(L3Sink& out, size_t pos, void* record);\n", f);
     if (!type->values.empty()) out += "extern const L3Enum l3enum_" + type->full + ";\n";
   }
+  for (auto& sizes : model.sizes) out += "extern const uint8_t sizes_" + sizes->full + "[];\n";
   return out;
 }
 
