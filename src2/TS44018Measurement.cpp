@@ -5,6 +5,8 @@
 #include "L3Descriptors.h"
 #include "rt3gppsrc/engine/l3Decode.h"
 #include "rt3gppsrc/engine/l3Encode.h"
+#include "velnor3gpp/TS44018IES.h"
+#include "velnor3gpp/rtxContainer.h"
 
 static constexpr size_t kBits = 128;
 
@@ -33,11 +35,24 @@ int l3Dec_TS44018IE_Measurement_Results(L3Call& call, const L3Type& type, void* 
   return 0;
 }
 
+static bool endsWithReport(const TS44018IE_Measurement_Results& results)
+{
+  const auto& cells = results.component_10;
+  return cells.t == TS44018IE_Measurement_Results_component_10_t_choice_2 && cells.u.choice_2.m.component_3Present;
+}
+
 int l3Enc_TS44018IE_Measurement_Results(L3Call& call, const L3Type& type, void* value)
 {
   size_t start = l3BitPos(call.pctxt);
   if (int status = l3EncRows(call, type, value); status < 0) return status;
   size_t used = l3BitPos(call.pctxt) - start;
+  // Six cells fill the element. The bit that would say that no report of a closed subscriber group follows has no place
+  // there, so it goes again.
+  if (used == kBits + 1 && !endsWithReport(*static_cast<const TS44018IE_Measurement_Results*>(value))) {
+    int status = rtxCtxtSetBitOffset(call.pctxt, start + kBits);
+    if (status < 0) return l3EncFailed(call, type, nullptr, status);
+    used = kBits;
+  }
   if (used > kBits) return l3EncFailed(call, type, nullptr, RTX_E_BAD_FIELD_LENGTH);
   for (size_t left = kBits - used; left; left -= std::min<size_t>(left, 32)) {
     int status = l3EncBits(call, 0, static_cast<unsigned>(std::min<size_t>(left, 32)), "padding");
