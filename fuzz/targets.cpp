@@ -33,6 +33,14 @@ static Octets drawn()
   return octets;
 }
 
+static std::vector<const L3TypeEntry*> radioForms()
+{
+  std::vector<const L3TypeEntry*> forms;
+  for (const char* name : {"L2_PSEUDO_LEN", "DL_DCCH", "UL_DCCH", "UL_SACCH", "RR_Short_PD"})
+    forms.push_back(l3FindType((std::string("TS44018Msg_") + name + "_PDU").c_str()));
+  return forms;
+}
+
 const std::vector<FuzzTarget>& fuzzTargets()
 {
   const L3TypeEntry *const k5gs = l3FindType("TS24501Msg_PDU"), *const kEps = l3FindType("TS24301Msg_PDU"),
@@ -46,6 +54,7 @@ const std::vector<FuzzTarget>& fuzzTargets()
       {.name = "nasEpsSession", .check = checkMessage, .types = {l3FindType("TS24301Msg_PDU_SM")}},
       {.name = "coreNetwork", .check = checkMessage, .types = {l3FindType("TS24008Msg_PDU")}},
       {.name = "shortMessages", .check = checkMessage, .types = {kControl, kRelay}},
+      {.name = "radioResource", .check = checkMessage, .types = radioForms()},
       {.name = "anyType", .check = checkMessage, .types = kAll},
       {.name = "fastSlow", .check = checkModes, .types = kAll, .leads = {{1}}},
       {.name = "trace", .check = checkTrace, .types = kAll},

@@ -20,6 +20,8 @@ int l3EncNamed(L3Call& call, const L3Type& type, const char* name, uint64_t valu
 int l3EncOctets(L3Call& call, const uint8_t* src, size_t octets);
 // Sets the open tail flag: the octets just written run to the end of their container.
 void l3OpenTail(L3Call& call);
+// Writes a length of `bits` bits over the place that ends at the bit position `end`, without touching its neighbours.
+int l3PatchLength(L3Call& call, size_t end, unsigned bits, uint32_t length);
 // Closes a value of a length of `bits` bits that began at the bit position `start`: alignment, length, patch.
 int l3EncClose(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, size_t start);
 

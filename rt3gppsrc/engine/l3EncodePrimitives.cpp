@@ -88,17 +88,16 @@ static int align(L3Call& call, const L3Type& type, const L3Row& row, size_t star
   return 0;
 }
 
-// Writes the length over its place without touching its neighbours.
-static int patch(L3Call& call, size_t start, unsigned bits, uint32_t length)
+int l3PatchLength(L3Call& call, size_t end, unsigned bits, uint32_t length)
 {
   RtxContext* pctxt = call.pctxt;
   size_t stop = l3BitPos(pctxt);
-  if (call.inlined() && start % 8 == 0 && bits % 8 == 0) {
-    uint8_t* at = pctxt->buffer.data + (start - bits) / 8;
+  if (call.inlined() && end % 8 == 0 && bits % 8 == 0) {
+    uint8_t* at = pctxt->buffer.data + (end - bits) / 8;
     rtxStoreFirst(at, static_cast<uint64_t>(length) << (64 - bits), bits / 8);
     return 0;
   }
-  int status = rtxCtxtSetBitOffset(pctxt, start - bits);
+  int status = rtxCtxtSetBitOffset(pctxt, end - bits);
   if (status >= 0) status = rtxMergeBits(pctxt, length, bits);
   if (status >= 0) status = rtxCtxtSetBitOffset(pctxt, stop);
   return status;
@@ -116,7 +115,7 @@ int l3EncClose(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* reco
   if (info.bits == 16 && !info.keepWhole) count &= 0xFF;
   if (info.member) l3Store(record + row.offset, row.store, count);
   uint32_t written = static_cast<uint32_t>(count & ((1ULL << info.bits) - 1));
-  int status = patch(call, start, info.bits, written);
+  int status = l3PatchLength(call, start, info.bits, written);
   if (status < 0) return l3Fail(call, type.module->encoder, status, row.line);
   bool cut = info.unitBits == 1 && count != written;
   if (cut || (info.ranged && (count < info.lo || count > info.hi)))

@@ -19,6 +19,17 @@ std::vector<Row> readRows(const std::string& file)
   return rows;
 }
 
+// Of radio resource messages every row is read, whatever other decoders say of it.
+bool isRadio(const Row& row)
+{
+  return row.form.starts_with("TS44018Msg_");
+}
+
+bool isHeader(const Row& row)
+{
+  return row.wellformed == "header" && !isRadio(row);
+}
+
 bool contains(const std::string& text, const std::string& part)
 {
   return text.find(part) != std::string::npos;
@@ -46,6 +57,8 @@ std::vector<Line> readPrint(const std::string& print)
     size_t equals = text.find(" = ");
     if (text == "}")
       around.pop_back();
+    else if (equals != std::string::npos && text.ends_with(',')) // a string of more than one line
+      around.push_back(text.substr(0, equals));
     else if (equals != std::string::npos)
       lines.push_back({around, text.substr(0, equals), text.substr(equals + 3)});
     else if (text.ends_with(" {"))
@@ -82,6 +95,18 @@ void forgetCode(Octets& octets)
   for (size_t i = begin; i < begin + 5 && i < octets.size(); ++i) octets[i] = 0;
 }
 
+// Broadcast channels and the short header have blocks that padding fills. Networks send fixed pseudo lengths with
+// system information that is rest octets alone; 2 octets of header are what an encoder counts.
+void likeBlock(const Row& row, const Octets& wire, Octets& out)
+{
+  if (row.form != "TS44018Msg_L2_PSEUDO_LEN_PDU" && row.form != "TS44018Msg_RR_Short_PD_PDU") return;
+  out.resize(std::max(out.size(), wire.size()), 0x2B);
+  if (!contains(row.note, "pseudo length comes back as 2")) return;
+  EXPECT_NE(wire[0], 0x09);
+  EXPECT_EQ(out[0], 0x09);
+  out[0] = wire[0];
+}
+
 // With null algorithms a protected message of unknown key is read as far as its octets go, with the status that its
 // code is wrong.
 void check(const Row& row)
@@ -95,7 +120,7 @@ void check(const Row& row)
   int status = decoding.status;
   bool refused = row.object == "none" || contains(row.note, "refused");
   EXPECT_TRUE(!refused || status < 0) << status;
-  if (refused || row.object == "obj_?" || row.wellformed == "header") return;
+  if (refused || row.object == "obj_?" || isHeader(row)) return;
   ASSERT_TRUE(status == 0 || (status == RTX_E_BAD_MAC && contains(row.note, "key unknown"))) << status;
   std::string print = decoding.text();
   EXPECT_TRUE(!row.object.starts_with("obj_") || contains(print, row.object)) << row.object << "\n" << print;
@@ -106,6 +131,7 @@ void check(const Row& row)
   ASSERT_EQ(encodeInto(out, decoding.ctxt, *type, decoding.record.get()), 0) << print;
   for (Octets* octets : {&out, &wire})
     if (status == RTX_E_BAD_MAC) forgetCode(*octets);
+  likeBlock(row, wire, out);
   EXPECT_TRUE(out == wire || contains(row.note, "come back as")) << hexText(out) << "\n" << print;
 }
 
@@ -116,10 +142,12 @@ TEST_P(Corpus, DecodesHoldsItsFactsAndEncodesBack)
   auto rows = readRows(GetParam() + std::string(".tsv"));
   ASSERT_FALSE(rows.empty());
   for (auto& row : rows)
-    if (row.wellformed == "yes") check(row);
+    if (row.wellformed == "yes" || isRadio(row)) check(row);
 }
 
-INSTANTIATE_TEST_SUITE_P(Files, Corpus, testing::Values("ts24008", "ts24501", "ts24301", "ts24011", "elements", "ts44018rest"),
+INSTANTIATE_TEST_SUITE_P(Files, Corpus,
+                         testing::Values("ts24008", "ts24501", "ts24301", "ts24011", "elements", "ts44018",
+                                         "ts44018rest"),
                          [](auto& tested) { return tested.param; });
 
 } // namespace

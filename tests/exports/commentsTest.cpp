@@ -49,7 +49,7 @@ std::vector<Declaration> declarations(const std::string& header)
 
 TEST(Comments, StandAtEveryMemberAndConstant)
 {
-  const std::regex array("(elem|data)\\["), count("uint8_t (n|numocts|numbits);");
+  const std::regex array(" (elem|data)\\["), count("uint8_t (n|numocts|numbits);");
   size_t members = 0, arrays = 0, counted = 0;
   for (const auto& file : fs::directory_iterator(VELNOR_GENERATED_INCLUDE "/velnor3gpp")) {
     std::string header = fileText(file.path());

@@ -43,8 +43,10 @@ TEST(FamilyLaws, SamplesComeBack)
 
 // Types whose optional elements exclude each other or are more than their length can count.
 const std::set<std::string> kPartSamples = {
-    "TS24008IE_AccessCapability", "TS24008IE_BearerCapability", "TS24008IE_MobileIdentity",
-    "TS24501IE_CMCIRules",        "TS24501IE_ExtCAGEntry",      "TS44060IE_MBMS_Session_Parameters_List_IE_element"};
+    "TS24008IE_AccessCapability",     "TS24008IE_BearerCapability",
+    "TS24008IE_MobileIdentity",       "TS24501IE_CMCIRules",
+    "TS24501IE_ExtCAGEntry",          "TS44018Msg_Enhanced_Measurement_report",
+    "TS44018Msg_ImmediateAssignment", "TS44060IE_MBMS_Session_Parameters_List_IE_element"};
 
 // The types of records in a sample that lack an optional element.
 void collectParts(const L3Type& type, uint8_t* record, std::set<std::string>& lacking)

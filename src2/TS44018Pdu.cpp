@@ -1,0 +1,83 @@
+// The forms of radio resource messages. The form with a pseudo length is by hand because the length bounds header and
+// body without being a region whose end is gone to: the rest octets begin where the body ended, inside the length or
+// behind it, and the length written back is that of the body (TS 44.018, 10.5.2.19). The encoders of the other forms
+// are by hand for one thing: a number that no message has is refused without an error record, as callers have always
+// seen it.
+#include "L3Descriptors.h"
+#include "rt3gppsrc/engine/l3Decode.h"
+#include "rt3gppsrc/engine/l3Encode.h"
+#include "src2/NamedParts.h"
+#include "src2/NasProtection.h"
+#include "velnor3gpp/TS44018Msgs.h"
+
+// Rows of the form with a pseudo length: the length, then the header and the body, then the rest octets.
+enum : unsigned { kLength, kHeader, kRestOctets = 5, kRows };
+
+static int decRows(L3Call& call, const L3Type& type, unsigned from, unsigned until, void* value)
+{
+  int status = l3DecRows(call, l3Slice(type, from, until - from), value);
+  if (status < 0) l3InitRest(type, until, value); // what the decoder does not come to holds nothing of earlier use
+  return status;
+}
+
+int l3Dec_TS44018Msg_L2_PSEUDO_LEN_PDU(L3Call& call, const L3Type& type, void* value)
+{
+  const auto& pdu = *static_cast<const TS44018Msg_L2_PSEUDO_LEN_PDU*>(value);
+  int status = decRows(call, type, kLength, kHeader, value);
+  if (status < 0) return status;
+  // Networks send lengths of 0 and of 22 with system information that is rest octets alone (0x01 0x06 0x00,
+  // 0x59 0x06 0x07): the header is read beyond such an end, and the body finds none or too much of it.
+  L3Region frame;
+  status = l3PushRegion(call, frame, pdu.l2PseudoLen.pseudo_length, false);
+  if (status < 0) return l3DecFailed(call, type, "l2PseudoLen", status);
+  status = decRows(call, type, kHeader, kRestOctets, value);
+  if (status < 0) return status;
+  l3PopRegion(call);
+  return decRows(call, type, kRestOctets, kRows, value);
+}
+
+int l3Enc_TS44018Msg_L2_PSEUDO_LEN_PDU(L3Call& call, const L3Type& type, void* value)
+{
+  auto& length = static_cast<TS44018Msg_L2_PSEUDO_LEN_PDU*>(value)->l2PseudoLen;
+  length.pseudo_length = 0;
+  int status = l3EncRows(call, l3Slice(type, kLength, kHeader), value);
+  if (status < 0) return status;
+  size_t start = l3BitPos(call.pctxt);
+  // A bad number of the body is lost: the header alone goes out, and the rest octets decide about the result.
+  bool known;
+  status = nasEncodePlain(call, l3Slice(type, kHeader, kRestOctets - kHeader), value, known);
+  if (status < 0) return status;
+  length.pseudo_length = static_cast<uint8_t>((l3BitPos(call.pctxt) - start) / 8);
+  // Six bits in front of the two that are fixed: 18 octets are 0x49. Of more than 63 the low bits alone are sent.
+  status = l3PatchLength(call, start - 2, 6, length.pseudo_length & 0x3FU);
+  if (status < 0) return l3EncFailed(call, type, "l2PseudoLen", status);
+  status = nasEncodePlain(call, l3Slice(type, kRestOctets, 1), value, known);
+  return status < 0 || known ? status : l3Ended(call, RTX_E_INVALID_CHOICE);
+}
+
+static int encForm(L3Call& call, const L3Type& type, void* value)
+{
+  bool known;
+  int status = nasEncodePlain(call, type, value, known);
+  return status < 0 || known ? status : l3Ended(call, RTX_E_INVALID_CHOICE);
+}
+
+int l3Enc_TS44018Msg_DL_DCCH_PDU(L3Call& call, const L3Type& type, void* value)
+{
+  return encForm(call, type, value);
+}
+
+int l3Enc_TS44018Msg_UL_DCCH_PDU(L3Call& call, const L3Type& type, void* value)
+{
+  return encForm(call, type, value);
+}
+
+int l3Enc_TS44018Msg_UL_SACCH_PDU(L3Call& call, const L3Type& type, void* value)
+{
+  return encForm(call, type, value);
+}
+
+int l3Enc_TS44018Msg_RR_Short_PD_PDU(L3Call& call, const L3Type& type, void* value)
+{
+  return encForm(call, type, value);
+}
