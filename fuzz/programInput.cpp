@@ -18,7 +18,7 @@ void checkHex(const L3TypeEntry&, Octets input)
   promise(again.octets == hex.octets && !again.column, "octets read otherwise when written down");
   if (hex.octets.empty()) return;
   try {
-    formOf(hex.octets, Direction::kUnknown);
+    formsOf(hex.octets, Direction::kUnknown, Channel::kUnknown);
   } catch (const UsageError&) { // a message of no known protocol
   }
 }

@@ -10,6 +10,7 @@ struct Options {
   std::vector<std::string> inputs;
   std::string as;        // full name of a type, or empty
   std::string direction; // "up", "down" or empty
+  std::string channel;   // "bcch", "ccch", "dcch", "sacch", "short" or empty
   std::string keyFile;
   std::string htmlFile;
   unsigned release = 0;

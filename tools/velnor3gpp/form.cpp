@@ -9,6 +9,9 @@ static constexpr char k5gs[] = "TS24501Msg_PDU";
 static constexpr char kEps[] = "TS24301Msg_PDU";
 static constexpr char kDownDcch[] = "TS44018Msg_DL_DCCH_PDU";
 static constexpr char kUpDcch[] = "TS44018Msg_UL_DCCH_PDU";
+static constexpr char kUpSacch[] = "TS44018Msg_UL_SACCH_PDU";
+static constexpr char kPseudoLength[] = "TS44018Msg_L2_PSEUDO_LEN_PDU";
+static constexpr char kShort[] = "TS44018Msg_RR_Short_PD_PDU";
 
 static size_t distance(const std::string& a, const std::string& b)
 {
@@ -71,59 +74,100 @@ static bool formHas(const L3Type& form, unsigned discriminator, unsigned msgType
   return false;
 }
 
-static const char* radioForm(const std::vector<uint8_t>& octets, Direction direction)
+// The form has the message whose discriminator, where there is one, and type stand at these places.
+static bool formHasAt(const char* name, const std::vector<uint8_t>& octets, size_t discriminatorAt, size_t typeAt)
 {
-  if (direction != Direction::kUnknown) return direction == Direction::kUp ? kUpDcch : kDownDcch;
-  const L3TypeEntry* down = l3FindType(kDownDcch);
-  const L3TypeEntry* up = l3FindType(kUpDcch);
-  if (octets.size() < 2 || !down || !up) return nullptr;
-  bool isDown = formHas(*down->type, octets[0] & 15, octets[1]);
-  bool isUp = formHas(*up->type, octets[0] & 15, octets[1]);
-  if (isDown == isUp) return nullptr;
-  return isDown ? kDownDcch : kUpDcch;
+  const L3TypeEntry* form = l3FindType(name);
+  return form && typeAt < octets.size() && formHas(*form->type, octets[discriminatorAt] & 15, octets[typeAt]);
 }
 
 // On common channels a pseudo length with low bits 01 stands first; no message of the protocols 1, 5, 9 and 13 has a
 // type that looks like the discriminator behind it.
-static bool hasPseudoLength(const std::vector<uint8_t>& octets)
+static bool looksPseudo(const std::vector<uint8_t>& octets)
 {
   return octets.size() > 1 && (octets[0] & 3) == 1 && (octets[1] & 15) == 6;
 }
 
-static const char* formName(const std::vector<uint8_t>& octets, Direction direction)
+// One bit of 0, five of the type: 0x14 is type 5, with the short header of layer 2 behind it.
+static bool looksShort(const std::vector<uint8_t>& octets)
 {
-  if (octets[0] == 126 || octets[0] == 46) return k5gs;
-  if (hasPseudoLength(octets)) return "TS44018Msg_L2_PSEUDO_LEN_PDU";
+  return octets[0] < 0x80 && formHas(*typeNamed(kShort).type, 0, octets[0] >> 2);
+}
+
+// The forms of the channel; of the dedicated ones those of the direction that have the message, or all if none has.
+static std::vector<const char*> formsOfChannel(const std::vector<uint8_t>& octets, Direction direction, Channel channel)
+{
+  if (channel == Channel::kShort) return {kShort};
+  bool associated = channel == Channel::kSacch;
+  if (channel == Channel::kBcch || channel == Channel::kCcch) return {kPseudoLength};
+  if (associated && (direction == Direction::kDown || looksPseudo(octets))) return {kPseudoLength};
+  if (associated) return {kUpSacch};
+  std::vector<const char*> all, having;
+  if (direction != Direction::kDown) all.push_back(kUpDcch);
+  if (direction != Direction::kUp) all.push_back(kDownDcch);
+  for (const char* name : all)
+    if (formHasAt(name, octets, 0, 1)) having.push_back(name);
+  return having.empty() ? all : having;
+}
+
+// Without a channel: whatever has the message. Types that both directions have are the mobile's more often than not
+// (assignment complete, classmark change).
+static std::vector<const char*> radioForms(const std::vector<uint8_t>& octets, Direction direction)
+{
+  std::vector<const char*> names;
+  if (direction != Direction::kDown && formHasAt(kUpDcch, octets, 0, 1)) names.push_back(kUpDcch);
+  if (direction != Direction::kUp && formHasAt(kDownDcch, octets, 0, 1)) names.push_back(kDownDcch);
+  if (direction != Direction::kDown && formHasAt(kUpSacch, octets, 0, 1)) names.push_back(kUpSacch);
+  if (names.empty() && looksShort(octets)) names.push_back(kShort);
+  // A type that no table has: the decoder says so.
+  if (names.empty() && direction != Direction::kUnknown)
+    names.push_back(direction == Direction::kUp ? kUpDcch : kDownDcch);
+  return names;
+}
+
+static std::vector<const char*> formNames(const std::vector<uint8_t>& octets, Direction direction)
+{
+  if (octets[0] == 126 || octets[0] == 46) return {k5gs};
+  if (looksPseudo(octets)) return {kPseudoLength};
   switch (octets[0] & 15) {
     case 2:
     case 7:
-      return kEps;
+      return {kEps};
     case 3:
     case 5:
     case 8:
     case 10:
-      return "TS24008Msg_PDU";
+      return {"TS24008Msg_PDU"};
     case 9:
-      return "TS24011Msg_CP_PDU";
+      return {"TS24011Msg_CP_PDU"};
     case 4:
     case 6:
-      return radioForm(octets, direction);
+      return radioForms(octets, direction);
     default:
-      return nullptr;
+      return looksShort(octets) ? std::vector<const char*>{kShort} : std::vector<const char*>{};
   }
 }
 
-const L3TypeEntry& formOf(const std::vector<uint8_t>& octets, Direction direction)
+std::vector<const L3TypeEntry*> formsOf(const std::vector<uint8_t>& octets, Direction direction, Channel channel)
 {
-  const char* name = formName(octets, direction);
-  std::string first = octetText(octets.data(), 1);
-  if (name && !l3FindType(name))
-    throw UsageError("the first octet " + first + " belongs to the form " + name +
-                     ", which this library does not code; name another type with --as TYPE");
-  if (name) return typeNamed(name);
+  auto names = channel == Channel::kUnknown ? formNames(octets, direction) : formsOfChannel(octets, direction, channel);
+  std::vector<const L3TypeEntry*> forms;
+  for (const char* name : names) forms.push_back(&typeNamed(name));
+  if (!forms.empty()) return forms;
   bool radio = (octets[0] & 15) == 6;
-  throw UsageError("the first octet " + first + " does not tell what the message is; name its type with --as TYPE" +
-                   (radio ? " or its direction with --dir up|down" : ""));
+  throw UsageError("the first octet " + octetText(octets.data(), 1) +
+                   " does not tell what the message is; name its type with --as TYPE" +
+                   (radio ? ", or its channel with --channel and its direction with --dir" : ""));
+}
+
+bool hasPseudoLength(const L3Type& form)
+{
+  return strcmp(form.fullName, kPseudoLength) == 0;
+}
+
+bool fillsBlock(const L3Type& form)
+{
+  return hasPseudoLength(form) || strcmp(form.fullName, kShort) == 0;
 }
 
 // A header with the code at `codeAt`, and the sequence number and the message behind it.

@@ -11,9 +11,13 @@
 
 // The type of that full name; throws UsageError with the nearest names.
 const L3TypeEntry& typeNamed(const std::string& fullName);
-// The top-level form that the octets belong to, by protocol discriminator and message type; throws UsageError if they
-// do not tell.
-const L3TypeEntry& formOf(const std::vector<uint8_t>& octets, Direction direction);
+// The top-level forms that the octets can belong to, by protocol discriminator and message type; throws UsageError if
+// there is none. More than one is possible for radio resource messages alone, whose channel tells.
+std::vector<const L3TypeEntry*> formsOf(const std::vector<uint8_t>& octets, Direction direction, Channel channel);
+// Is a message of the form sent in blocks of one size, filled with padding?
+bool fillsBlock(const L3Type& form);
+// Does the form begin with a pseudo length, which encoders count anew?
+bool hasPseudoLength(const L3Type& form);
 
 // The NAS security header of a message of the form.
 struct Protection {

@@ -91,6 +91,14 @@ Direction readDirection(std::string_view word)
   return word == "down" ? Direction::kDown : Direction::kUnknown;
 }
 
+Channel readChannel(std::string_view word)
+{
+  static constexpr std::string_view kWords[] = {"", "bcch", "ccch", "dcch", "sacch", "short"};
+  for (size_t i = 1; i < std::size(kWords); ++i)
+    if (word == kWords[i]) return static_cast<Channel>(i);
+  return Channel::kUnknown;
+}
+
 const char* directionName(Direction direction)
 {
   return direction == Direction::kUp ? "uplink" : direction == Direction::kDown ? "downlink" : "unknown direction";

@@ -171,5 +171,8 @@ Encoded encodeAgain(Job& job)
   const RtxBuffer& buffer = pctxt->buffer;
   size_t count = buffer.byteIndex + (buffer.bitOffset != 8);
   if (encoded.failures.empty()) encoded.octets.assign(buffer.data, buffer.data + count);
+  // The library ends with the octet that it has reached; the block goes on to its end with the same padding.
+  if (encoded.failures.empty() && fillsBlock(*job.entry->type))
+    encoded.octets.resize(std::max(encoded.octets.size(), job.octets.size()), 0x2B);
   return encoded;
 }

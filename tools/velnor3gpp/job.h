@@ -24,7 +24,8 @@ enum class Check {
 };
 
 struct JobOrder {
-  const L3TypeEntry* entry = nullptr;
+  std::vector<const L3TypeEntry*> forms; // that the octets can belong to; one at least
+  const L3TypeEntry* entry = nullptr;    // the one to decode as
   Direction direction = Direction::kUnknown;
   uint16_t release = 0; // limit for radio capabilities, 0: none
   bool trace = false;

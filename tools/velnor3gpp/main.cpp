@@ -17,6 +17,8 @@ static void addCodingOptions(CLI::App& command, Options& options)
                      "octets in hexadecimal, file names, or - for standard input (one message a line)");
   command.add_option("--as", options.as, "type of the messages, by its full name")->type_name("TYPE");
   command.add_option("--dir", options.direction, "direction of the messages")->check(CLI::IsMember({"up", "down"}));
+  command.add_option("--channel", options.channel, "channel of radio resource messages, which tells their form")
+      ->check(CLI::IsMember({"bcch", "ccch", "dcch", "sacch", "short"}));
   command.add_option("--keys", options.keyFile, "key file: algorithms, keys, bearer, counts")->type_name("FILE");
   command.add_option("--release", options.release, "newest release of radio capabilities to decode, 0: all")
       ->check(CLI::Range(0, 255));

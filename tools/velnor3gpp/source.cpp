@@ -32,7 +32,7 @@ static bool isBlank(char c)
   return c == ' ' || c == '\t' || c == '\r';
 }
 
-// Takes the leading words "up", "down" and the name of a type off the line. Returns where the octets begin.
+// Takes the leading words off the line: "up", "down", a channel, the name of a type. Returns where the octets begin.
 static size_t readLead(const std::string& line, Message& message)
 {
   size_t at = 0;
@@ -44,6 +44,8 @@ static size_t readLead(const std::string& line, Message& message)
     Direction direction = readDirection(word);
     if (direction != Direction::kUnknown)
       message.direction = direction;
+    else if (readChannel(word) != Channel::kUnknown)
+      message.channel = readChannel(word);
     else if (word.starts_with("TS") && word.find('_') != std::string_view::npos)
       message.type = word;
     else
@@ -65,7 +67,7 @@ static void takeLine(Lines& lines, const std::string& line, size_t number)
   message.place = lines.name + ":" + std::to_string(number);
   size_t at = readLead(line, message);
   if (at == line.size() || line[at] == '#') {
-    if (!message.type.empty() || message.direction != Direction::kUnknown)
+    if (!message.type.empty() || message.direction != Direction::kUnknown || message.channel != Channel::kUnknown)
       badLine(lines, message.place, "no octets behind the first word; write the message on the same line");
     return;
   }

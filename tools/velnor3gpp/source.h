@@ -13,6 +13,7 @@ struct Message {
   std::string place; // "file:line", or "arguments"
   std::vector<uint8_t> octets;
   Direction direction = Direction::kUnknown; // if the line begins with "up" or "down"
+  Channel channel = Channel::kUnknown;       // if the line begins with one
   std::string type;                          // if the line names one
 };
 

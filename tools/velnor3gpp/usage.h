@@ -14,9 +14,14 @@ struct UsageError : std::runtime_error {
 // security.
 enum class Direction { kUnknown, kUp, kDown };
 
+// The channel that carried a radio resource message. It chooses the form, which the octets need not tell.
+enum class Channel { kUnknown, kBcch, kCcch, kDcch, kSacch, kShort };
+
 // Reads "up" or "down"; anything else is unknown.
 Direction readDirection(std::string_view word);
 const char* directionName(Direction direction);
+// Reads "bcch", "ccch", "dcch", "sacch" or "short"; anything else is unknown.
+Channel readChannel(std::string_view word);
 
 // Octets as lower-case hexadecimal with blanks between them.
 std::string octetText(const unsigned char* octets, size_t count);
