@@ -41,6 +41,7 @@ std::string crossings(const Message& message, const std::vector<Bits>& shown)
   std::string text;
   for (const Bits& theirs : shown)
     for (const Bits& ours : message.bits) {
+      if (theirs.name == "gsm_a.rr.format_id") continue; // of a frequency list: bits in two octets, with others between
       bool apart = ours.to <= theirs.from || theirs.to <= ours.from;
       bool within =
           (theirs.from <= ours.from && ours.to <= theirs.to) || (ours.from <= theirs.from && theirs.to <= ours.to);
