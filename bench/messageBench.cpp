@@ -55,7 +55,9 @@ int main(int argc, char** argv)
 {
   Mix mm5 = readMix("5gs", "ts24501.tsv"), eps = readMix("eps", "ts24301.tsv");
   Mix core = readMix("core", "ts24008.tsv"), sms = readMix("sms", "ts24011.tsv");
-  Mix mixes[] = {mm5, eps, shortOnes("epsShort", eps, kShortMean), core, sms, allOf("all", {&mm5, &eps, &core, &sms})};
+  Mix radio = readMix("radio", "ts44018.tsv");
+  Mix mixes[] = {mm5, eps,   shortOnes("epsShort", eps, kShortMean), core,
+                 sms, radio, allOf("all", {&mm5, &eps, &core, &sms})};
   Mix accept = single(mm5, "sessionAccept", "obj_EstablishAccept5G");
   Mix singles[] = {single(mm5, "registrationRequest", "obj_RegRequest5G", 100),
                    single(mm5, "registrationAccept", "obj_RegAccept5G", 200),
