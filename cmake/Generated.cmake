@@ -13,7 +13,7 @@ else()
 endif()
 
 set(VELNOR_GENERATED_DIR ${PROJECT_BINARY_DIR}/generated)
-set(VELNOR_GENERATED ${VELNOR_GENERATED_DIR}/src/L3TypeTable.cpp)
+set(VELNOR_GENERATED ${VELNOR_GENERATED_DIR}/src/L3TypeTable.cpp ${VELNOR_GENERATED_DIR}/src/L3TypeFacts.cpp)
 set(VELNOR_GENERATED_HEADERS "")
 set(stems "")
 foreach(definition IN LISTS VELNOR_DEFINITIONS)

@@ -100,6 +100,19 @@ inline bool l3IsEmpty(const L3Type& type)
   return !type.rowCount && !(type.message && type.message->count);
 }
 
+// The name under which a record knows its member: the pushed one, unless that is another member's.
+inline const char* l3KeyOf(const L3Row& row)
+{
+  return row.flags & kL3OwnKey ? row.name + row.nameLength + 1 : row.name;
+}
+
+// Does the name of this type stand for its content alone, without braces and paths of its own?
+inline bool l3IsBare(const L3Type& type)
+{
+  bool named = type.rowCount == 1 && type.rows[0].name; // one element under a name of its own, as in a 5GMM status
+  return type.flags & (kL3Bare | kL3IsChoice) && !named;
+}
+
 // Members may lie at any address in a record that a caller packs: they are copied, never cast.
 template <typename Shape> inline Shape l3LoadShape(const uint8_t* member)
 {

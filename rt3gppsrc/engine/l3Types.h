@@ -97,6 +97,7 @@ enum L3RowFlags : uint8_t {
   kL3Ranged = 0x08,    // lo..hi holds an explicit range
   kL3Wide = 0x10,      // octets are 16-bit characters, which print as such
   kL3LH = 0x20,        // the bits are relative to the padding: 0 is L, 1 is H
+  kL3OwnKey = 0x40,    // the name is another element's; what tells it from that one stands behind the name's end
 };
 
 struct L3Row {
@@ -201,13 +202,15 @@ struct L3BodyRow {
   uint16_t discriminator, msgType;
   uint16_t tag; // t
   uint16_t line;
-  const char* elemName; // "u.obj_RegRequest5G", as pushed
-  const L3Type* type;   // null: no body
-  uint16_t next = 0;    // position from 1 of the next row with this message type, under another discriminator
-  bool inlined = false; // the value stands in u itself, not behind a pointer
+  const char* elemName;  // "u.obj_RegRequest5G", as pushed; behind its end the standard's name, or nothing
+  const L3Type* type;    // null: no body
+  uint16_t next = 0;     // position from 1 of the next row with this message type, under another discriminator
+  bool inlined = false;  // the value stands in u itself, not behind a pointer
+  uint8_t direction = 0; // 1 up, 2 down, 0 either or not told
 
-  const char* objName() const { return elemName + sizeof "u." - 1; }  // "obj_RegRequest5G", as printed
-  const char* name() const { return elemName + sizeof "u.obj_" - 1; } // "RegRequest5G"
+  const char* objName() const { return elemName + sizeof "u." - 1; }              // "obj_RegRequest5G", as printed
+  const char* name() const { return elemName + sizeof "u.obj_" - 1; }             // "RegRequest5G"
+  const char* title() const { return elemName + __builtin_strlen(elemName) + 1; } // "Registration request", or ""
 };
 
 struct L3Body {
@@ -329,6 +332,22 @@ struct L3TypeEntry {
   void* (*sample)(RtxContext* pctxt);
 };
 
+// What people ask of a type, parallel to l3TypeTable. Texts are places in l3FactText, so that they need no relocation.
+struct L3Facts {
+  uint32_t title;    // the standard's name, or an empty text
+  uint32_t clause;   // "TS 24.501, 8.2.6"
+  uint32_t module;   // "TS24501Msg"
+  int16_t msgType;   // of a message, or -1
+  uint8_t direction; // of a message: 1 up, 2 down, 0 either or not told
+  bool decodes, encodes; // has exported operations
+};
+
+// The types in the order of l3TypeTable, of which the shared library has none of the operations: it needs a relocation
+// a type here, and six there.
+extern const L3Type* const l3Types[];
+extern const L3Facts l3TypeFacts[];
+extern const char l3FactText[];
+extern const size_t l3KnownTypes;
 extern const L3TypeEntry l3TypeTable[];
 extern const size_t l3TypeCount;
 

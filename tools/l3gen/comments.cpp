@@ -55,12 +55,13 @@ std::string commented(int indent, const std::string& declaration, const std::str
   return commentLines(indent, words) + declaration + "\n";
 }
 
-// The name of a type and its place in the standard. Names that people know will stand here when the definitions have
-// them: all comments that mention a type get it from this function.
+// The name of a type, the standard's name for it and its place there: all comments that mention a type get it from
+// this function.
 static std::string title(const Type& type, const Module* reader)
 {
   std::string spec = type.module == reader ? "" : type.module->spec + ", ";
-  return type.name + " (" + spec + type.clause + ")";
+  std::string known = type.title.empty() ? "" : "\"" + type.title + "\", ";
+  return type.name + " (" + known + spec + type.clause + ")";
 }
 
 static std::string joined(const std::vector<std::string>& parts, const std::string& between, const std::string& last)

@@ -35,6 +35,7 @@ static bool writeAll(l3gen::Model& model, const fs::path& dir)
     ok &= writeIfChanged(sources / (module->stem + "Enc.cpp"), l3gen::writeCoders(model, *module, true));
   }
   ok &= writeIfChanged(sources / "L3TypeTable.cpp", l3gen::writeTypeTable(model));
+  ok &= writeIfChanged(sources / "L3TypeFacts.cpp", l3gen::writeTypeFacts(model));
   ok &= writeIfChanged(sources / "L3Descriptors.h", l3gen::writeDescriptors(model));
   return ok;
 }

@@ -104,7 +104,9 @@ struct Row {
   L3Given given = kL3GivenAlways;
   L3Lead lead = kL3NoLead;
   std::vector<Term> cond;
-  std::string name;   // as pushed and printed; empty: nameless
+  std::string name;  // as pushed and printed; empty: nameless
+  std::string title; // a body row: the standard's name of a message, where its type does not tell it
+  std::string direction;
   std::string member; // C name
   What what;
   Often often;
@@ -158,6 +160,8 @@ struct Type {
   bool lends = false;           // parts of it count by its fields
   Module* module = nullptr;
   std::string name, full, clause;
+  std::string title;     // the standard's name, or empty
+  std::string direction; // of a message: "up", "down" or empty
   bool part = false;
   bool choiceType = false;                         // a Bare made by a `choice` block
   bool restOctets = false;                         // a Record made by a `rest` block
@@ -255,8 +259,10 @@ std::string writeHeader(Model& model, const Module& module);
 std::string writeTables(Model& model, const Module& module);
 std::string writeCoders(Model& model, const Module& module, bool encoder);
 std::string writeTypeTable(Model& model);
+std::string writeTypeFacts(Model& model);
 std::string writeDescriptors(Model& model);
 bool exports(const Type& type, const char* kind);
+int directionNumber(const std::string& direction); // 0 either or not told, 1 up, 2 down
 std::string format(const char* text, ...) __attribute__((format(printf, 1, 2)));
 
 } // namespace l3gen

@@ -148,12 +148,28 @@ static Row readRow(Words& w)
   return row;
 }
 
+// `"Registration request" up`: the name that the standard has for it and, of a message, who sends it. Without a
+// direction either side does.
+static void takeTitle(Words& w, std::string& title, std::string& direction)
+{
+  auto at = std::find_if(w.list.begin(), w.list.end(), [](const std::string& word) { return word[0] == '"'; });
+  if (at == w.list.end()) return;
+  if (at->size() < 3 || at->back() != '"' || at->find('\\') != std::string::npos)
+    refuse(w.place, "not a standard's name: " + *at);
+  title = at->substr(1, at->size() - 2);
+  at = w.list.erase(at);
+  if (at == w.list.end() || (*at != "up" && *at != "down")) return;
+  direction = *at;
+  w.list.erase(at);
+}
+
 static Row readAlternative(Words& w, const What& parent)
 {
   Row row;
   row.place = w.place;
   w.take("");
   if (parent.kind == WhatKind::Body) {
+    takeTitle(w, row.title, row.direction);
     if (parent.fields.size() == 2 && !parent.underOnly) row.discriminator = number(w.place, w.take("a discriminator"));
     row.msgType = number(w.place, w.take("a message type"));
     row.name = checkedName(w.place, w.take("a name"));
@@ -188,6 +204,21 @@ static void takeClause(Words& w, Type& type)
   type.clause = type.clause.substr(1, type.clause.size() - 2);
   w.list.resize(begin - 1);
   if (type.clause.empty()) refuse(w.place, "an empty clause");
+}
+
+// A word in quotation marks is one word, whatever blanks it holds.
+static std::vector<std::string> wordsOf(const std::string& line)
+{
+  std::vector<std::string> words;
+  std::istringstream in(line);
+  for (std::string word; in >> word;) {
+    bool goesOn = !words.empty() && words.back()[0] == '"' && (words.back().size() == 1 || words.back().back() != '"');
+    if (goesOn)
+      words.back() += " " + word;
+    else
+      words.push_back(word);
+  }
+  return words;
 }
 
 // What may stand on a block line besides its own columns.
@@ -310,6 +341,8 @@ static Type* readBlock(Model& model, Module* module, Words& w)
   type->place = w.place;
   type->module = module;
   takeClause(w, *type);
+  takeTitle(w, type->title, type->direction);
+  if (!type->direction.empty() && block != "message") refuse(w.place, "only a message has a direction");
   takeHand(w, *type);
   w.take("");
   type->name = checkedName(w.place, w.take("a name"));
@@ -483,8 +516,7 @@ static void readLines(Model& model, const std::string& path, bool modulesOnly)
   for (int n = 1; std::getline(in, line); ++n) {
     Words w;
     w.place = {shown, n};
-    std::istringstream words(line);
-    for (std::string word; words >> word;) w.list.push_back(word);
+    w.list = wordsOf(line);
     if (w.list.empty() || w.list[0][0] == '#' || (modulesOnly && w.list[0] != "module")) continue;
     size_t indent = line.find_first_not_of(" \t");
     try {

@@ -169,9 +169,11 @@ static std::string bodyInfo(TableWriter& w, const Row& row, const std::string& p
     std::string type = m.what.type ? "&l3_" + m.what.type->full : "nullptr";
     size_t next = i + 1;
     while (next < what.alternatives.size() && what.alternatives[next].msgType != m.msgType) ++next;
-    items.push_back(format("%u, 0x%02X, %u, %d, \"u.obj_%s\", %s, %zu, %d", m.discriminator, m.msgType, m.tag,
-                           m.place.line, m.name.c_str(), type.c_str(), next < what.alternatives.size() ? next + 1 : 0,
-                           m.inlined));
+    const Type* told = m.title.empty() ? m.what.type : nullptr;
+    items.push_back(format("%u, 0x%02X, %u, %d, \"u.obj_%s\\0\" \"%s\", %s, %zu, %d, %d", m.discriminator, m.msgType,
+                           m.tag, m.place.line, m.name.c_str(), (told ? told->title : m.title).c_str(), type.c_str(),
+                           next < what.alternatives.size() ? next + 1 : 0, m.inlined,
+                           directionNumber(told ? told->direction : m.direction)));
   }
   std::string second = &row == bodiesOf(w.type)[0] ? "" : "_" + row.member,
               name = "bodies" + second + "_" + w.type.full;
@@ -305,6 +307,18 @@ static Coded code(TableWriter& w, const Row& row, const std::string& path)
   return c;
 }
 
+// Pushed and printed under the name of another element: what a record calls it stands behind the name's end.
+static bool hasOwnKey(const Row& row)
+{
+  return row.words.count("name-as") != 0;
+}
+
+static std::string rowName(const Row& row)
+{
+  if (row.name.empty() || row.mark == Mark::Release) return "nullptr";
+  return "\"" + row.name + (hasOwnKey(row) ? "\\0\" \"" + row.member : "") + "\"";
+}
+
 static std::string rowFlags(const Row& row, const Coded& c)
 {
   std::string flags = "0";
@@ -317,6 +331,7 @@ static std::string rowFlags(const Row& row, const Coded& c)
   auto scalar = row.often.end == kL3NoList ? scalarOf(row.what) : std::nullopt;
   if (scalar && scalar->padded) flags += " | kL3LH";
   if (c.range) flags += " | kL3Ranged";
+  if (hasOwnKey(row)) flags += " | kL3OwnKey";
   return flags;
 }
 
@@ -349,7 +364,7 @@ static std::string rowInit(TableWriter& w, const Row& row, const std::string& pa
     c = code(w, row, path);
   }
   std::string cond = condInfo(w, row);
-  std::string name = row.name.empty() || row.mark == Mark::Release ? "nullptr" : "\"" + row.name + "\"";
+  std::string name = rowName(row);
   size_t nameLength = name == "nullptr" ? 0 : row.name.size();
   return format("%s, %s, %s, %s, %s, %s, %d, %s, %s, %s, %d, %s, %s, %u, %u, %s, %zu", name.c_str(), c.type.c_str(),
                 c.info.c_str(), cond.c_str(), c.offset.c_str(), limits(c.range).c_str(), row.place.line,

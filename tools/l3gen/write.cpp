@@ -1,6 +1,7 @@
 // Writing of headers, of the exported one-line functions and of the table of all types.
 #include <algorithm>
 #include <functional>
+#include <map>
 #include <set>
 
 #include "direct.h"
@@ -227,16 +228,23 @@ std::string writeCoders(Model& model, const Module& module, bool encoder)
   return out;
 }
 
+static bool hasDecoder(const Type& type)
+{
+  return !byHandArguments(type) && !type.counted && exports(type, "decode");
+}
+
+static bool hasEncoder(const Type& type)
+{
+  return !byHandArguments(type) && exports(type, "encode");
+}
+
 static std::string tableEntry(const Type& type)
 {
   const char* f = type.full.c_str();
-  bool code = !byHandArguments(type);
-  std::string dec = code && !type.counted && exports(type, "decode")
-                        ? format("[](RtxContext* c, void* v) { return l3Decode(c, l3_%s, v); }", f)
-                        : "nullptr";
-  std::string enc = code && exports(type, "encode")
-                        ? format("[](RtxContext* c, void* v) { return l3Encode(c, l3_%s, v); }", f)
-                        : "nullptr";
+  std::string dec =
+      hasDecoder(type) ? format("[](RtxContext* c, void* v) { return l3Decode(c, l3_%s, v); }", f) : "nullptr";
+  std::string enc =
+      hasEncoder(type) ? format("[](RtxContext* c, void* v) { return l3Encode(c, l3_%s, v); }", f) : "nullptr";
   std::string print =
       exports(type, "print")
           ? format("[](RtxContext* c, const char* n, const void* v) { return l3Print(c, l3_%s, n, v); }", f)
@@ -248,12 +256,72 @@ static std::string tableEntry(const Type& type)
                 init.c_str(), sample.c_str());
 }
 
-std::string writeTypeTable(Model& model)
+int directionNumber(const std::string& direction)
+{
+  return direction == "up" ? 1 : direction == "down" ? 2 : 0;
+}
+
+// "8.2.6" belongs to the module's standard; a clause of another one names it: "24.193 6.1.4.2".
+static std::string clauseText(const Type& type)
+{
+  const std::string& clause = type.clause;
+  size_t blank = clause.find(' ');
+  bool foreign = blank != std::string::npos && clause[blank - 1] != ',' && clause.substr(0, blank).find('.') == 2;
+  if (foreign) return "TS " + clause.substr(0, blank) + "," + clause.substr(blank);
+  return type.module->spec + ", " + clause;
+}
+
+// Every text once, each behind the end of the one before it.
+struct TextTable {
+  std::map<std::string, size_t> places = {{"", 0}};
+  std::string out = "\"\\0\"";
+  size_t size = 1;
+  size_t place(const std::string& text)
+  {
+    auto [at, fresh] = places.emplace(text, size);
+    if (!fresh) return at->second;
+    out += "\n  \"" + text + "\\0\"";
+    size += text.size() + 1;
+    return at->second;
+  }
+};
+
+// The types that callers know, sorted by name.
+static std::vector<const Type*> knownTypes(const Model& model)
 {
   std::vector<const Type*> types;
   for (auto& type : model.types)
     if (!type->part) types.push_back(type.get());
   std::sort(types.begin(), types.end(), [](auto* a, auto* b) { return a->full < b->full; });
+  return types;
+}
+
+std::string writeTypeFacts(Model& model)
+{
+  std::vector<const Type*> types = knownTypes(model);
+  TextTable texts;
+  std::string rows, pointers;
+  for (auto* type : types) {
+    size_t title = texts.place(type->title), clause = texts.place(clauseText(*type));
+    size_t module = texts.place(type->module->name);
+    rows += format("  {%zu, %zu, %zu, %d, %d, %d, %d},\n", title, clause, module, type->msgType,
+                   directionNumber(type->direction), hasDecoder(*type), hasEncoder(*type));
+    pointers += "  &l3_" + type->full + ",\n";
+  }
+  if (types.empty()) {
+    rows = "  {0, 0, 0, -1, 0, 0, 0},\n";
+    pointers = "  nullptr,\n";
+  }
+  return "// What is known of all types, sorted by name. Generated; change the definitions instead.\n"
+         "#include \"L3Descriptors.h\"\n\nextern const L3Type* const l3Types[] = {\n" +
+         pointers + "};\nextern const L3Facts l3TypeFacts[] = {\n" + rows +
+         "};\nextern const char l3FactText[] = " + texts.out +
+         format(";\nextern const size_t l3KnownTypes = %zu;\n", types.size());
+}
+
+std::string writeTypeTable(Model& model)
+{
+  std::vector<const Type*> types = knownTypes(model);
   std::string out = "// All types of the library, sorted by name. Generated; change the definitions instead.\n";
   out += "#include \"L3Descriptors.h\"\n#include \"rt3gppsrc/engine/l3Engine.h\"\n\nextern const L3TypeEntry "
          "l3TypeTable[] = {\n";
