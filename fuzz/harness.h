@@ -39,5 +39,6 @@ void promiseSame(const L3TypeEntry& entry, const char* where, const std::string&
 uint8_t takeFirst(Octets& input);
 
 FuzzTarget::Check checkMessage, checkModes, checkTrace, checkPrint, checkEncoder, checkProtected, checkStream,
-    checkDefinitions, checkCharging, checkChargingText, checkCapture, checkHex, checkKeys;
+    checkDefinitions, checkCharging, checkChargingText, checkCapture, checkHex, checkKeys, checkFacade, checkJson;
 std::vector<Octets> definitionSeeds();
+std::vector<Octets> jsonSeeds();

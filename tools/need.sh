@@ -20,6 +20,7 @@ needBuild()
   needProgram cmake cmake
   command -v ninja >/dev/null 2>&1 || needProgram make ninja-build
   needHeader CLI/CLI.hpp libcli11-dev
+  needHeader rapidjson/reader.h rapidjson-dev
 }
 
 needTests()
@@ -28,6 +29,7 @@ needTests()
   needHeader openssl/evp.h libssl-dev
   needProgram tshark tshark
   needProgram doxygen doxygen
+  python3 -c 'import jsonschema' >/dev/null 2>&1 || miss python3-jsonschema
 }
 
 needCoverage()

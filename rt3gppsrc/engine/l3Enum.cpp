@@ -15,6 +15,21 @@ const char* l3EnumName(const L3Enum& set, int32_t value)
   return row >= 0 ? set.table[row].name : "_UNKNOWN_";
 }
 
+const RtxEnumItem* l3EnumItem(const L3Enum& set, int64_t value)
+{
+  size_t low = 0, high = set.rows;
+  while (low < high) {
+    size_t middle = low + (high - low) / 2;
+    const RtxEnumItem& item = set.table[set.table[middle].transformedIdx];
+    if (item.value == value) return &item;
+    if (item.value < value)
+      low = middle + 1;
+    else
+      high = middle;
+  }
+  return nullptr;
+}
+
 int l3EnumValue(RtxContext* pctxt, const L3Type& type, const L3Enum& set, const char* name, size_t namelen, int& value)
 {
   int row = rtxLookupEnum(name, namelen, set.table, set.rows);

@@ -1,6 +1,7 @@
 // The printing walk: the text of a record in definition order, under the names that the coders push. A printer trusts
 // no count beyond an inline array's end and follows no null pointer.
 #include "rt3gppsrc/engine/l3Engine.h"
+#include "rt3gppsrc/engine/l3Enum.h"
 #include "rt3gppsrc/engine/l3Record.h"
 #include "rtsrc/rtPrintForms.h"
 #include "rtxsrc/bits/rtxBigEndian.h"
@@ -38,28 +39,12 @@ static void printUnsigned(PrintWalk& walk, RtxPiece name, uint64_t value)
   rtxFormUnsigned(walk.sink, name, value);
 }
 
-// The row of a value by binary search over the rows in rising value order, or null.
-static const RtxEnumItem* itemOf(const L3Enum& set, int64_t value)
-{
-  size_t low = 0, high = set.rows;
-  while (low < high) {
-    size_t middle = low + (high - low) / 2;
-    const RtxEnumItem& item = set.table[set.table[middle].transformedIdx];
-    if (item.value == value) return &item;
-    if (item.value < value)
-      low = middle + 1;
-    else
-      high = middle;
-  }
-  return nullptr;
-}
-
 static void printEnumerated(PrintWalk& walk, const L3Row& row, RtxPiece name, const uint8_t* member)
 {
   const L3Enum& set = *static_cast<const L3Enum*>(row.info);
   uint64_t raw = l3Load(member, row.store);
   int64_t value = set.printOpen ? static_cast<int64_t>(raw) : static_cast<int32_t>(raw);
-  const RtxEnumItem* item = itemOf(set, value);
+  const RtxEnumItem* item = l3EnumItem(set, value);
   if (!item && set.printOpen) return printUnsigned(walk, name, raw);
   rtxSinkIndent(walk.sink);
   rtxFormAssign(walk.sink, name, item ? RtxPiece(item->name, item->namelen) : RtxPiece("???"));
@@ -234,9 +219,7 @@ static void printRows(PrintWalk& walk, const L3Row* rows, size_t count, RtxPiece
 
 static void printRecord(PrintWalk& walk, const L3Type& type, RtxPiece name, const uint8_t* record)
 {
-  // A message that is one element under a name of its own (the cause of a 5GMM status) prints as a record of it.
-  bool named = type.rowCount == 1 && type.rows[0].name;
-  bool bare = type.flags & (kL3Bare | kL3IsChoice) && !named;
+  bool bare = l3IsBare(type);
   bool braces = name.chars && !bare;
   if (braces) rtxFormOpenBrace(walk.sink, name);
   printRows(walk, type.rows, type.rowCount, bare ? name : kNoName, record);

@@ -37,10 +37,10 @@ std::vector<std::smatch> matches(const std::string& text, const std::string& pat
   return {std::sregex_iterator(text.begin(), text.end(), regex), std::sregex_iterator()};
 }
 
-std::set<std::string> exportedNames()
+std::set<std::string> exportedNames(const std::string& library = VELNOR_LIBRARY)
 {
   std::set<std::string> names;
-  std::istringstream lines(outputOf(VELNOR_NM " -D --defined-only " VELNOR_LIBRARY));
+  std::istringstream lines(outputOf(VELNOR_NM " -D --defined-only " + library));
   for (std::string address, kind, name; lines >> address >> kind >> name;) names.insert(name);
   return names;
 }
@@ -146,6 +146,28 @@ TEST(Exports, TheExamplesOfTheReadmeWork)
             "refused: a length leads behind the end\n"
             "refused: status -2\n");
 }
+
+// Examples that show every function of the small interface say what they said.
+TEST(Exports, TheExamplesOfTheSmallInterfaceWork)
+{
+  EXPECT_EQ(outputOf(VELNOR_EXAMPLES "/session"), fileText(VELNOR_TEST_DATA "/session.txt"));
+#ifdef VELNOR_JSON_LIBRARY
+  EXPECT_EQ(outputOf(VELNOR_EXAMPLES "/json"), fileText(VELNOR_TEST_DATA "/json.txt"));
+#endif
+  std::string shown = fileText(VELNOR_ROOT "/examples/session.c") + fileText(VELNOR_ROOT "/examples/json.c");
+  for (const char* header : {"/include/velnor3gpp/velnor3gpp.h", "/json/include/velnor3gpp/velnor3gppJson.h"})
+    for (auto& name : matches(fileText(VELNOR_ROOT + std::string(header)), "VELNOR_API[^;(]*?(velnor3gpp_\\w+)\\("))
+      EXPECT_NE(shown.find(name.str(1) + "("), std::string::npos) << name.str(1) << " stands in no example";
+}
+
+#ifdef VELNOR_JSON_LIBRARY
+TEST(Exports, TheJsonLibraryHasItsOwnNamesAlone)
+{
+  std::set<std::string> names = exportedNames(VELNOR_JSON_LIBRARY);
+  EXPECT_GE(names.size(), 4U);
+  for (const std::string& name : names) EXPECT_TRUE(name.starts_with("velnor3gpp_")) << name;
+}
+#endif
 
 struct Enumeration {
   const char* (*toString)(int32_t);

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "api/protection.h"
 #include "rt3gppsrc/engine/l3Engine.h"
 #include "usage.h"
 
@@ -18,20 +19,6 @@ std::vector<const L3TypeEntry*> formsOf(const std::vector<uint8_t>& octets, Dire
 bool fillsBlock(const L3Type& form);
 // Does the form begin with a pseudo length, which encoders count anew?
 bool hasPseudoLength(const L3Type& form);
-
-// The NAS security header of a message of the form.
-struct Protection {
-  bool present = false;
-  bool ciphered = false;
-  bool checkable = false;       // the library looks at the code
-  const char* header = nullptr; // the full name of the header's type, null for a short code without header
-  uint8_t bearer = 0;           // where no key file tells it
-  uint32_t sequence = 0;
-  unsigned sequenceBits = 8;
-  size_t codeAt = 0; // the authentication code
-  size_t codeOctets = 0;
-  size_t inner = 0; // the message inside, or the end where there is none
-};
 
 Protection protectionOf(const L3Type& form, const std::vector<uint8_t>& octets);
 // Does the inside read as a plain message of the form, so that a header that says "ciphered" means the null cipher?

@@ -1,0 +1,168 @@
+// Members of a record by their names: which row a name leads to, which are missing, and what a wrong one may have
+// meant.
+#include "api/build.h"
+
+// Rows that are no elements.
+static bool isMark(const L3Row& row)
+{
+  if (row.op == kL3Length) return !static_cast<const L3Length*>(row.info)->member;
+  return row.op == kL3EndLength || row.op == kL3Release || row.op == kL3Tail;
+}
+
+static bool matches(const L3Row& row, uint8_t* record, unsigned index, const char* key, size_t length, Member& member)
+{
+  if (isMark(row)) return false;
+  if (row.name) {
+    if (!isKey(row, key, length)) return false;
+    member = {&row, nullptr, 0, index, record};
+    return true;
+  }
+  if (row.op == kL3Record) {
+    if (!findMember(*row.type, record + row.offset, key, length, 0, member)) return false;
+    member.index = index;
+    return true;
+  }
+  if (row.op != kL3Choice) return false;
+  const L3Choice& choice = *static_cast<const L3Choice*>(row.info);
+  for (unsigned i = 0; i < choice.count; ++i) {
+    const L3Alternative& alternative = choice.alternatives[i];
+    if (!isKey(alternative.row, key, length)) continue;
+    member = {&alternative.row, &row, alternative.tag, index, record};
+    return true;
+  }
+  return false;
+}
+
+static unsigned optionsOf(const L3Type& type)
+{
+  return type.message ? type.message->count : 0;
+}
+
+static unsigned membersOf(const L3Type& type)
+{
+  unsigned count = type.rowCount + optionsOf(type);
+  return count < kMaxRows ? count : kMaxRows;
+}
+
+static const L3Row& rowAt(const L3Type& type, unsigned index)
+{
+  return index < type.rowCount ? type.rows[index] : type.message->options[index - type.rowCount];
+}
+
+// Members mostly come in their order, so that the first look finds them.
+bool findMember(const L3Type& type, uint8_t* record, const char* key, size_t length, unsigned from, Member& member)
+{
+  unsigned count = membersOf(type);
+  for (unsigned i = 0; i < count; ++i) {
+    unsigned index = from + i < count ? from + i : from + i - count;
+    if (matches(rowAt(type, index), record, index, key, length, member)) return true;
+  }
+  return false;
+}
+
+// What a message sets by itself: its type and discriminator.
+static bool followsFromBody(const L3Type& type, const L3Row& row, const uint8_t* record)
+{
+  for (const L3Row* other = type.rows; other < type.rows + type.rowCount; ++other) {
+    if (other->op != kL3Body || !l3Load(record + other->offset, 4)) continue;
+    const L3Body& body = *static_cast<const L3Body*>(other->info);
+    if (row.offset == body.msgType.offset) return true;
+    if (body.discriminator.store && row.offset == body.discriminator.offset) return true;
+  }
+  return false;
+}
+
+static bool isSpare(const L3Row& row)
+{
+  return row.name && strncmp(row.name, "spare", 5) == 0;
+}
+
+// May the row have no value? Lengths are worked out, spare bits are 0.
+static bool mayBeLeftOut(const L3Type& type, const L3Row& row, const uint8_t* record)
+{
+  if (isMark(row) || row.op == kL3Length || row.op == kL3Nothing || isSpare(row)) return true;
+  if (!l3IsPresent(row, record)) return true;
+  if (row.op == kL3Record && l3IsEmpty(*row.type) && l3TextForm(*row.type) == L3TextForm::none) return true;
+  return followsFromBody(type, row, record);
+}
+
+const char* missingMember(const Frame& frame)
+{
+  unsigned count = membersOf(*frame.type);
+  for (unsigned i = 0; i < count; ++i) {
+    const L3Row& row = rowAt(*frame.type, i);
+    if (frame.seen[i / 64] >> (i % 64) & 1 || mayBeLeftOut(*frame.type, row, frame.at)) continue;
+    if (row.name) return l3KeyOf(row);
+    if (row.op == kL3Choice) return l3KeyOf(static_cast<const L3Choice*>(row.info)->alternatives[0].row);
+  }
+  return nullptr;
+}
+
+static char lower(char c)
+{
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
+}
+
+// Insertions, deletions and changes between two names of at most 63 characters, whatever their case.
+static size_t distance(const char* a, size_t lengthA, const char* b)
+{
+  uint8_t row[64];
+  size_t lengthB = strlen(b);
+  if (lengthA > 63 || lengthB > 63) return 64;
+  for (size_t j = 0; j <= lengthB; ++j) row[j] = static_cast<uint8_t>(j);
+  for (size_t i = 1; i <= lengthA; ++i) {
+    uint8_t diagonal = row[0]++;
+    for (size_t j = 1; j <= lengthB; ++j) {
+      uint8_t changed = static_cast<uint8_t>(diagonal + (lower(a[i - 1]) != lower(b[j - 1])));
+      diagonal = row[j];
+      uint8_t least = row[j] < row[j - 1] ? row[j] : row[j - 1];
+      row[j] = static_cast<uint8_t>(least + 1 < changed ? least + 1 : changed);
+    }
+  }
+  return row[lengthB];
+}
+
+namespace {
+
+struct Nearest {
+  const char* key;
+  size_t length;
+  const char* found;
+  size_t far;
+};
+
+} // namespace
+
+static void consider(Nearest& nearest, const char* name)
+{
+  if (!name) return;
+  size_t far = distance(nearest.key, nearest.length, name);
+  if (far >= nearest.far) return;
+  nearest.far = far;
+  nearest.found = name;
+}
+
+static void considerAlternatives(Nearest& nearest, const L3Row& row)
+{
+  const L3Choice& choice = *static_cast<const L3Choice*>(row.info);
+  for (unsigned i = 0; i < choice.count; ++i) consider(nearest, l3KeyOf(choice.alternatives[i].row));
+}
+
+const char* nearestKey(const Frame& frame, const char* key, size_t length)
+{
+  Nearest nearest = {key, length, nullptr, 2 + length / 3};
+  if (frame.kind == FrameKind::choice) considerAlternatives(nearest, *frame.row);
+  if (frame.kind == FrameKind::body) {
+    const L3Body& body = *static_cast<const L3Body*>(frame.row->info);
+    for (const L3BodyRow* row = body.rows; row < body.rows + body.count; ++row) consider(nearest, row->name());
+  }
+  for (unsigned i = 0; frame.kind == FrameKind::record && i < membersOf(*frame.type); ++i) {
+    const L3Row& row = rowAt(*frame.type, i);
+    if (isMark(row)) continue;
+    if (row.name)
+      consider(nearest, l3KeyOf(row));
+    else if (row.op == kL3Choice)
+      considerAlternatives(nearest, row);
+  }
+  return nearest.found;
+}

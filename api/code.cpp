@@ -1,0 +1,325 @@
+// Decoding and encoding of a session's message: which keys and counts belong to it, and what its status is.
+#include <initializer_list>
+
+#include "api/session.h"
+#include "velnor3gpp/rt3gppNasSec.h"
+#include "velnor3gpp/rtxDiagBitTrace.h"
+#include "velnor3gpp/rtxError.h"
+
+namespace {
+
+// A direction and count that a protected message may have been sent with.
+struct Attempt {
+  velnor3gpp_Direction direction;
+  uint32_t count;
+};
+
+constexpr unsigned kMaxAttempts = 4;
+
+struct Attempts {
+  Attempt list[kMaxAttempts];
+  unsigned count;
+};
+
+} // namespace
+
+static uint32_t& nextCount(velnor3gpp_Session& session, velnor3gpp_Direction direction)
+{
+  return direction == VELNOR3GPP_DOWN ? session.keys.downlinkCount : session.keys.uplinkCount;
+}
+
+// The lowest count that is not below the next one and ends in the bits that the message has; and with a window the one
+// before it, if it lies no farther behind than that.
+static void addAttempts(velnor3gpp_Session& session, Attempts& attempts, velnor3gpp_Direction direction)
+{
+  const Protection& p = session.protection;
+  uint32_t next = nextCount(session, direction), step = 1U << p.sequenceBits;
+  uint32_t count = (next & ~(step - 1)) | (p.sequence & (step - 1));
+  if (count < next) count += step;
+  attempts.list[attempts.count++] = {direction, count};
+  if (count >= step && count - step < next && next - (count - step) <= session.keys.window)
+    attempts.list[attempts.count++] = {direction, count - step};
+}
+
+static void setSecurity(velnor3gpp_Session& session, const Attempt& attempt)
+{
+  Rtx3gppSecContext& security = *session.keep.pSecurity;
+  bool own = session.hasKeys && session.keys.bearer >= 0;
+  security.bearer = own ? static_cast<uint8_t>(session.keys.bearer & 31) : session.protection.bearer;
+  security.direction = attempt.direction == VELNOR3GPP_DOWN;
+  security.count = attempt.count;
+}
+
+static uint32_t codeIn(const velnor3gpp_Session& session)
+{
+  const Protection& p = session.protection;
+  uint32_t code = 0;
+  for (size_t i = 0; i < p.codeOctets; ++i) code = code << 8 | session.octets.data[p.codeAt + i];
+  return code;
+}
+
+// Does the code fit? It is looked at before anything is decoded, so that each message is decoded once.
+static bool verifies(velnor3gpp_Session& session, const Attempt& attempt)
+{
+  const Protection& p = session.protection;
+  uint32_t code = 0;
+  setSecurity(session, attempt);
+  size_t count = p.signedCount ? p.signedCount : session.count - p.signedFrom;
+  int status = rtx3gppComputeMAC(&session.keep, session.octets.data + p.signedFrom, count, &code);
+  if (p.codeOctets == 2) code &= 0xFFFF;
+  return status >= 0 && code == codeIn(session);
+}
+
+static bool hasError(const RtxContext& ctxt, int status)
+{
+  for (RtxDListNode* node = ctxt.errInfo.head; node; node = node->next)
+    if (static_cast<RtxErrInfo*>(node->data)->status == status) return true;
+  return false;
+}
+
+static velnor3gpp_Check checkOf(const velnor3gpp_Session& session)
+{
+  if (!session.protection.present) return VELNOR3GPP_PLAIN;
+  if (!session.protection.checkable) return VELNOR3GPP_NOT_COVERED;
+  if (!session.hasKeys) return VELNOR3GPP_NO_KEYS;
+  if (hasError(session.ctxt, RTX_E_BAD_MAC)) return VELNOR3GPP_FORGED;
+  if (!session.keys.integrityAlgorithm) return VELNOR3GPP_NULL_ALGORITHM;
+  for (int status : {RTX_E_NO_MEMORY, RTX_E_NOT_SUPPORTED, RTX_E_NULL_POINTER, RTX_E_NO_SECURITY})
+    if (hasError(session.ctxt, status)) return VELNOR3GPP_NOT_REACHED;
+  return session.used >= session.protection.inner ? VELNOR3GPP_VERIFIED : VELNOR3GPP_NOT_REACHED;
+}
+
+// Without keys a code that differs, or cannot be computed, tells nothing about the message.
+static bool isExcused(const velnor3gpp_Session& session, int status)
+{
+  return session.check == VELNOR3GPP_NO_KEYS && (status == RTX_E_BAD_MAC || status == RTX_E_NO_SECURITY);
+}
+
+bool isTold(const velnor3gpp_Session& session, const RtxErrInfo& info)
+{
+  if (info.status == RTX_E_MULTIPLE) return false; // says no more than that there are others
+  return !info.fatal || !isExcused(session, info.status);
+}
+
+// What the findings come to. A decoder's status may be about the code alone.
+static int statusOf(const velnor3gpp_Session& session, int status)
+{
+  int found = 0;
+  bool excused = false;
+  for (RtxDListNode* node = session.ctxt.errInfo.head; node; node = node->next) {
+    const RtxErrInfo& info = *static_cast<RtxErrInfo*>(node->data);
+    if (!info.fatal) continue;
+    if (!isTold(session, info))
+      excused = true;
+    else
+      found = found && found != info.status ? RTX_E_MULTIPLE : info.status;
+  }
+  if (found) return found;
+  return status < 0 && !excused ? status : 0;
+}
+
+static void finish(velnor3gpp_Session& session, int status)
+{
+  const RtxBuffer& buffer = session.ctxt.buffer;
+  session.used =
+      buffer.byteIndex < session.count ? buffer.byteIndex : session.count; // a length can lead behind the end
+  session.missing = buffer.byteIndex - session.used;
+  session.check = checkOf(session);
+  session.status = statusOf(session, status);
+}
+
+// The octets are decoded where their copy stands: a cipher changes them there.
+static int runDecoder(velnor3gpp_Session& session, RtxContext& ctxt, const Attempt& attempt)
+{
+  uint8_t* copy = session.octets.data + session.count;
+  memcpy(copy, session.octets.data, session.count);
+  setSecurity(session, attempt);
+  int status = rtxCtxtSetBufPtr(&ctxt, copy, session.count);
+  if (status < 0) return status;
+  ctxt.pSecurity = session.keep.pSecurity;
+  rtxCtxtClearFlag(&ctxt, RTX_FLAG_MOBILE_ORIGINATED);
+  if (attempt.direction == VELNOR3GPP_UP) rtxCtxtSetFlag(&ctxt, RTX_FLAG_MOBILE_ORIGINATED);
+  ctxt.specRelease = session.release;
+  return l3Decode(&ctxt, typeOf(*session.known), session.record);
+}
+
+static bool decodeAs(velnor3gpp_Session& session, const Attempt& attempt)
+{
+  session.direction = attempt.direction;
+  session.nasCount = attempt.count;
+  finish(session, runDecoder(session, session.ctxt, attempt));
+  return session.status == 0 || session.check == VELNOR3GPP_VERIFIED;
+}
+
+static void noteCount(velnor3gpp_Session& session)
+{
+  bool good = session.check == VELNOR3GPP_VERIFIED ||
+              (session.check == VELNOR3GPP_NULL_ALGORITHM && session.keys.cipherAlgorithm && session.status == 0);
+  uint32_t& next = nextCount(session, session.direction);
+  if (good && session.nasCount > next) next = session.nasCount;
+}
+
+// Prepares for another decoding of the same message.
+static bool startAgain(velnor3gpp_Session& session)
+{
+  const L3Facts& known = *session.known;
+  session.ctxt.pSecurity = nullptr;
+  rtxMemReset(&session.ctxt);
+  return makeRecord(session, known);
+}
+
+// With a code the keys tell which attempt is right; without one only the deciphered message itself does.
+static void decodeProtected(velnor3gpp_Session& session, velnor3gpp_Direction direction)
+{
+  Attempts attempts = {};
+  if (direction != VELNOR3GPP_DOWN) addAttempts(session, attempts, VELNOR3GPP_UP);
+  if (direction != VELNOR3GPP_UP) addAttempts(session, attempts, VELNOR3GPP_DOWN);
+  const Attempt* last = attempts.list + attempts.count - 1;
+  if (session.keys.integrityAlgorithm) {
+    for (const Attempt* attempt = attempts.list; attempt <= last; ++attempt)
+      if (verifies(session, *attempt)) {
+        decodeAs(session, *attempt);
+        return noteCount(session);
+      }
+    rtxErrReset(&session.keep);
+    decodeAs(session, attempts.list[0]);
+    session.direction = direction;
+    return;
+  }
+  for (const Attempt* attempt = attempts.list;; ++attempt) {
+    if (decodeAs(session, *attempt)) return noteCount(session);
+    if (attempt == last || !startAgain(session)) return;
+  }
+}
+
+static bool isSealed(const velnor3gpp_Session& session, const L3Type& form)
+{
+  const Protection& p = session.protection;
+  return p.ciphered && !session.hasKeys && !looksPlain(form, session.octets.data, session.count, p);
+}
+
+static int keepOctets(velnor3gpp_Session& session, const uint8_t* octets, size_t count)
+{
+  if (count > SIZE_MAX / 4 || !growRoom(session, session.octets, count * 2 + 1)) return RTX_E_NO_MEMORY;
+  if (count) memcpy(session.octets.data, octets, count);
+  session.count = count;
+  return 0;
+}
+
+void tellDirection(velnor3gpp_Session& session)
+{
+  if (session.direction != VELNOR3GPP_DIRECTION_UNKNOWN) return;
+  const L3BodyRow* message = messageOf(session);
+  if (message) session.direction = static_cast<velnor3gpp_Direction>(message->direction);
+}
+
+static int decodeForm(velnor3gpp_Session& session, const L3Facts* known, velnor3gpp_Direction direction)
+{
+  if (!known->decodes) return velnor3gpp_report(&session, RTX_E_NO_DECODER, "", "the type has no decoder of its own");
+  session.protection = protectionOf(typeOf(*known), session.octets.data, session.count);
+  session.headerOnly = isSealed(session, typeOf(*known));
+  if (session.headerOnly) known = findType(session.protection.header);
+  if (!makeRecord(session, *known)) return velnor3gpp_report(&session, RTX_E_NO_MEMORY, "", "out of memory");
+  if (session.protection.checkable && session.hasKeys)
+    decodeProtected(session, direction);
+  else
+    decodeAs(session, {direction, 0});
+  if (session.headerOnly)
+    velnor3gpp_report(&session, RTX_E_NO_SECURITY, "", "ciphered, and no keys are given: only the header can be read");
+  tellDirection(session);
+  return session.status;
+}
+
+// The form that reads the message without complaint, or else the likeliest.
+static const velnor3gpp_Type* formByTrial(velnor3gpp_Session& session, velnor3gpp_Direction direction)
+{
+  const velnor3gpp_Type* types[VELNOR3GPP_FORMS_MAX];
+  size_t forms = velnor3gpp_forms(session.octets.data, session.count, direction, VELNOR3GPP_CHANNEL_UNKNOWN, types);
+  if (forms < 2) return forms ? types[0] : nullptr;
+  for (size_t i = 0; i < forms; ++i) {
+    size_t count = session.count;
+    bool reads = decodeForm(session, factsOf(types[i]), direction) == 0 && !session.missing;
+    endJob(session);
+    session.count = count;
+    if (reads) return types[i];
+  }
+  return types[0];
+}
+
+int velnor3gpp_decode(velnor3gpp_Session* session, const velnor3gpp_Type* type, velnor3gpp_Direction direction,
+                      const uint8_t* octets, size_t count)
+{
+  if (!session || (!octets && count)) return RTX_E_NULL_POINTER;
+  endJob(*session);
+  if (keepOctets(*session, octets, count) < 0) return velnor3gpp_report(session, RTX_E_NO_MEMORY, "", "out of memory");
+  if (!type) type = formByTrial(*session, direction);
+  if (!type)
+    return velnor3gpp_report(session, RTX_E_NO_PDU_TYPE, "",
+                             "the octets do not tell what the message is; name its type or its direction");
+  return decodeForm(*session, factsOf(type), direction);
+}
+
+const L3BodyRow* messageOf(const velnor3gpp_Session& session)
+{
+  if (!hasRecord(session)) return nullptr;
+  const L3Type& type = typeOf(*session.known);
+  for (const L3Row* row = type.rows; row < type.rows + type.rowCount; ++row) {
+    if (row->op != kL3Body) continue;
+    const L3Body& body = *static_cast<const L3Body*>(row->info);
+    uint64_t tag = l3Load(session.record + row->offset, 4);
+    for (const L3BodyRow* message = body.rows; message < body.rows + body.count; ++message)
+      if (message->tag == tag) return message;
+    return nullptr;
+  }
+  return nullptr;
+}
+
+// A second decoding of the same octets, with the trace on. Its record and findings are dropped.
+const RtxBitFieldList* positionsOf(velnor3gpp_Session& session)
+{
+  if (session.located) return session.slow.pBitFldList;
+  if (!session.known || !session.known->decodes || !session.count || session.status == RTX_E_NO_MEMORY) return nullptr;
+  session.located = true;
+  const L3Type& type = typeOf(*session.known);
+  void* spare = rtxMemHeapAllocZ(&session.slow.pMemHeap, type.size ? type.size : 1);
+  if (!spare || rtxDiagCtxtBitFieldListInit(&session.slow) < 0) return nullptr;
+  uint8_t* record = session.record;
+  session.record = static_cast<uint8_t*>(spare);
+  runDecoder(session, session.slow, {session.direction, session.nasCount});
+  session.record = record;
+  return session.slow.pBitFldList;
+}
+
+// Signs and ciphers under the count of the message that was decoded, or the next one.
+static void lendForEncoding(velnor3gpp_Session& session)
+{
+  bool decoded = session.count && session.protection.present && session.check != VELNOR3GPP_NO_KEYS;
+  velnor3gpp_Direction direction = session.direction;
+  uint32_t count = decoded || !session.hasKeys ? session.nasCount : nextCount(session, direction);
+  if (!session.protection.present)
+    session.protection.bearer = strcmp(typeOf(*session.known).fullName, "TS24501Msg_PDU") == 0;
+  setSecurity(session, {direction, count});
+  session.ctxt.pSecurity = session.keep.pSecurity;
+}
+
+int velnor3gpp_encode(velnor3gpp_Session* session, const uint8_t** octets, size_t* count)
+{
+  if (!session || !octets || !count) return RTX_E_NULL_POINTER;
+  *octets = nullptr;
+  *count = 0;
+  session->status = 0;
+  session->reportCount = 0;
+  rtxErrReset(&session->ctxt);
+  if (!hasRecord(*session)) return velnor3gpp_report(session, RTX_E_BAD_PARAMETER, "", "there is no record to encode");
+  if (!session->known->encodes)
+    return velnor3gpp_report(session, RTX_E_NOT_SUPPORTED, "", "the type has no encoder of its own");
+  lendForEncoding(*session);
+  int status = rtxCtxtSetBufPtr(&session->ctxt, nullptr, 0);
+  if (status >= 0) status = l3Encode(&session->ctxt, typeOf(*session->known), session->record);
+  session->status = statusOf(*session, status < 0 ? status : 0);
+  if (session->status < 0) return session->status;
+  const RtxBuffer& buffer = session->ctxt.buffer;
+  *octets = buffer.data;
+  *count = buffer.byteIndex + (buffer.bitOffset != 8);
+  return 0;
+}

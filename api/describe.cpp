@@ -1,0 +1,224 @@
+// What the elements of a type are, by its rows and without a record: for schemas and explanations. Types of the table
+// are told as such, so that each is described once; parts of a type are told in place.
+#include "api/session.h"
+
+static constexpr unsigned kMaxDepth = 64;
+
+namespace {
+
+struct Name {
+  const char* text;
+  uint32_t length;
+  bool has; // an element of its own, be it an entry or the whole
+};
+
+struct Describe {
+  velnor3gpp_DescribeFunc tell;
+  void* arg;
+  unsigned depth;
+  int status;
+};
+
+} // namespace
+
+static void describeType(Describe& walk, const L3Type& type, const Name& name, bool optional, bool whole);
+static void describeRow(Describe& walk, const L3Row& row, const Name& name, bool optional);
+
+static velnor3gpp_Member memberOf(const Name& name, velnor3gpp_Kind kind, bool optional)
+{
+  velnor3gpp_Member member = {};
+  member.size = sizeof member;
+  member.kind = kind;
+  member.name = name.text;
+  member.nameLength = name.length;
+  member.optional = optional;
+  member.most = SIZE_MAX;
+  return member;
+}
+
+static void tell(Describe& walk, const velnor3gpp_Member& member)
+{
+  if (walk.status >= 0) {
+    int answer = walk.tell(&member, walk.arg);
+    if (answer < 0) walk.status = answer;
+  }
+}
+
+static void step(Describe& walk, velnor3gpp_Member& member, velnor3gpp_Step step)
+{
+  member.step = step;
+  tell(walk, member);
+}
+
+static Name nameOf(const L3Row& row, const Name& given)
+{
+  if (!row.name) return given;
+  const char* key = l3KeyOf(row);
+  return {key, static_cast<uint32_t>(strlen(key)), true};
+}
+
+static void describeNumber(Describe& walk, const L3Row& row, const Name& name, bool optional, velnor3gpp_Kind kind)
+{
+  velnor3gpp_Member member = memberOf(name, kind, optional);
+  member.width = row.op == kL3Unary ? uint8_t{8} : row.bits;
+  bool spare = row.name && strncmp(row.name, "spare", 5) == 0;
+  member.omissible = row.op == kL3Length || spare;
+  tell(walk, member);
+}
+
+static void describeString(Describe& walk, const Name& name, bool optional, velnor3gpp_Kind kind, size_t least,
+                           size_t most)
+{
+  velnor3gpp_Member member = memberOf(name, kind, optional);
+  member.least = least;
+  member.most = most ? most : SIZE_MAX;
+  tell(walk, member);
+}
+
+// An array holds the end of its text, too.
+static size_t charactersIn(size_t cap)
+{
+  return cap ? cap - 1 : 0;
+}
+
+static void describeOctets(Describe& walk, const L3Row& row, const Name& name, bool optional)
+{
+  const L3Octets& info = *static_cast<const L3Octets*>(row.info);
+  bool fixed = info.from == kL3Fixed;
+  describeString(walk, name, optional, VELNOR3GPP_OCTETS, fixed ? info.fixed : 0, fixed ? info.fixed : info.cap);
+}
+
+static void describeBits(Describe& walk, const L3Row& row, const Name& name, bool optional)
+{
+  const L3BitString& info = *static_cast<const L3BitString*>(row.info);
+  describeString(walk, name, optional, VELNOR3GPP_BITS, info.from == kL3Fixed ? info.capBits : 0, info.capBits);
+}
+
+static void describeList(Describe& walk, const L3Row& row, const Name& name, bool optional)
+{
+  const L3List& info = *static_cast<const L3List*>(row.info);
+  velnor3gpp_Member member = memberOf(name, VELNOR3GPP_LIST, optional);
+  if (info.cap) member.most = info.cap;
+  step(walk, member, VELNOR3GPP_ENTER);
+  describeRow(walk, info.elem, {nullptr, 0, true}, false);
+  step(walk, member, VELNOR3GPP_LEAVE);
+}
+
+// Alternatives of several selector values stand in several entries of the table.
+static void describeAlternatives(Describe& walk, const L3Choice& choice)
+{
+  for (unsigned i = 0; i < choice.count; ++i) {
+    const L3Row& row = choice.alternatives[i].row;
+    if (i && choice.alternatives[i - 1].tag == choice.alternatives[i].tag) continue;
+    describeRow(walk, row, nameOf(row, {nullptr, 0, false}), true);
+  }
+}
+
+static void describeChoice(Describe& walk, const L3Row& row, const Name& name, bool optional)
+{
+  const L3Choice& choice = *static_cast<const L3Choice*>(row.info);
+  if (!name.has) return describeAlternatives(walk, choice);
+  velnor3gpp_Member member = memberOf(name, VELNOR3GPP_CHOICE, optional);
+  step(walk, member, VELNOR3GPP_ENTER);
+  describeAlternatives(walk, choice);
+  step(walk, member, VELNOR3GPP_LEAVE);
+}
+
+static void describeBody(Describe& walk, const L3Row& row, const Name& name, bool optional)
+{
+  const L3Body& body = *static_cast<const L3Body*>(row.info);
+  velnor3gpp_Member member = memberOf(name, VELNOR3GPP_CHOICE, optional);
+  step(walk, member, VELNOR3GPP_ENTER);
+  for (const L3BodyRow* message = body.rows; message < body.rows + body.count; ++message) {
+    Name called = {message->name(), static_cast<uint32_t>(strlen(message->name())), true};
+    if (message->type)
+      describeType(walk, *message->type, called, true, false);
+    else
+      tell(walk, memberOf(called, VELNOR3GPP_NOTHING, true));
+  }
+  step(walk, member, VELNOR3GPP_LEAVE);
+}
+
+static void describeRow(Describe& walk, const L3Row& row, const Name& name, bool optional)
+{
+  if (!name.has && row.op != kL3Record && row.op != kL3Choice) return;
+  switch (row.op) {
+    case kL3UInt:
+    case kL3Unary:
+      return describeNumber(walk, row, name, optional, VELNOR3GPP_NUMBER);
+    case kL3Bool:
+      return describeNumber(walk, row, name, optional, VELNOR3GPP_FLAG);
+    case kL3Enumerated:
+      return describeNumber(walk, row, name, optional, VELNOR3GPP_ENUMERATED);
+    case kL3Octets:
+      return describeOctets(walk, row, name, optional);
+    case kL3BitString:
+      return describeBits(walk, row, name, optional);
+    case kL3Text:
+      return describeString(walk, name, optional, VELNOR3GPP_TEXT, 0,
+                            charactersIn(static_cast<const L3Text*>(row.info)->cap));
+    case kL3Record:
+    case kL3TextType:
+      return describeType(walk, *row.type, name, optional, false);
+    case kL3List:
+      return describeList(walk, row, name, optional);
+    case kL3Choice:
+      return describeChoice(walk, row, name, optional);
+    case kL3Body:
+      return describeBody(walk, row, name, optional);
+    case kL3Length:
+      if (static_cast<const L3Length*>(row.info)->member) describeNumber(walk, row, name, optional, VELNOR3GPP_NUMBER);
+      return;
+    case kL3Nothing:
+      return tell(walk, memberOf(name, VELNOR3GPP_NOTHING, optional));
+    case kL3Release:
+    case kL3EndLength:
+    case kL3Tail:
+      return;
+  }
+}
+
+static void describeRows(Describe& walk, const L3Row* rows, size_t count, const Name& name, bool optional)
+{
+  for (const L3Row* row = rows; row < rows + count; ++row) {
+    bool mayLack = row->mBit != kL3NoBit || row->groupBit != kL3NoBit || row->given == kL3GivenWhen;
+    describeRow(walk, *row, nameOf(*row, name), optional || mayLack);
+  }
+}
+
+static void describeMembers(Describe& walk, const L3Type& type, const Name& name, bool optional)
+{
+  describeRows(walk, type.rows, type.rowCount, name, optional);
+  if (type.message) describeRows(walk, type.message->options, type.message->count, name, optional);
+}
+
+static void describeType(Describe& walk, const L3Type& type, const Name& name, bool optional, bool whole)
+{
+  const L3Facts* known = whole ? nullptr : findType(type.fullName);
+  L3TextForm text = l3TextForm(type);
+  if (text != L3TextForm::none)
+    return describeString(walk, name, optional, VELNOR3GPP_TEXT, 0,
+                          charactersIn(text == L3TextForm::array ? type.size : 0));
+  if (l3IsEmpty(type)) return tell(walk, memberOf(name, VELNOR3GPP_NOTHING, optional));
+  if (walk.depth == kMaxDepth) {
+    walk.status = RTX_E_NESTING_TOO_DEEP;
+    return;
+  }
+  velnor3gpp_Member member = memberOf(name, VELNOR3GPP_RECORD, optional);
+  member.type = publicType(known);
+  if (known && name.has) return tell(walk, member);
+  ++walk.depth;
+  bool bare = l3IsBare(type), open = !bare && name.has;
+  if (open) step(walk, member, VELNOR3GPP_ENTER);
+  describeMembers(walk, type, bare ? name : Name{nullptr, 0, false}, bare && optional);
+  if (open) step(walk, member, VELNOR3GPP_LEAVE);
+  --walk.depth;
+}
+
+int velnor3gpp_describe(const velnor3gpp_Type* type, velnor3gpp_DescribeFunc function, void* arg)
+{
+  if (!type || !function) return RTX_E_NULL_POINTER;
+  Describe walk = {function, arg, 0, 0};
+  describeType(walk, typeOf(*factsOf(type)), {nullptr, 0, true}, false, true);
+  return walk.status;
+}

@@ -1,0 +1,234 @@
+// Which form octets have, and what their first octets tell about protection (TS 24.007, 11.2.3; TS 24.501, 9.1).
+#include <cstring>
+
+#include "api/session.h"
+
+static constexpr char k5gs[] = "TS24501Msg_PDU";
+static constexpr char kEps[] = "TS24301Msg_PDU";
+static constexpr char kDownDcch[] = "TS44018Msg_DL_DCCH_PDU";
+static constexpr char kUpDcch[] = "TS44018Msg_UL_DCCH_PDU";
+static constexpr char kUpSacch[] = "TS44018Msg_UL_SACCH_PDU";
+static constexpr char kPseudoLength[] = "TS44018Msg_L2_PSEUDO_LEN_PDU";
+static constexpr char kShort[] = "TS44018Msg_RR_Short_PD_PDU";
+
+namespace {
+
+struct Asked {
+  const uint8_t* octets;
+  size_t count;
+  velnor3gpp_Direction direction;
+};
+
+struct Forms {
+  const char* names[VELNOR3GPP_FORMS_MAX];
+  size_t count;
+};
+
+} // namespace
+
+static const L3Type* formNamed(const char* name)
+{
+  const L3Facts* known = findType(name);
+  return known ? &typeOf(*known) : nullptr;
+}
+
+static bool bodyHas(const L3Body& body, unsigned discriminator, unsigned msgType)
+{
+  bool column = body.discriminator.store && body.onlyDiscriminator == kL3NoLimit;
+  for (const L3BodyRow* row = body.rows; row < body.rows + body.count; ++row)
+    if (row->msgType == msgType && (!column || row->discriminator == discriminator)) return true;
+  return false;
+}
+
+bool formHas(const L3Type& form, unsigned discriminator, unsigned msgType)
+{
+  for (const L3Row* row = form.rows; row < form.rows + form.rowCount; ++row)
+    if (row->op == kL3Body && bodyHas(*static_cast<const L3Body*>(row->info), discriminator, msgType)) return true;
+  return false;
+}
+
+static bool hasForm(const char* name, unsigned discriminator, unsigned msgType)
+{
+  const L3Type* form = formNamed(name);
+  return form && formHas(*form, discriminator, msgType);
+}
+
+// The form has the message whose discriminator and type are the first two octets.
+static bool hasMessage(const char* name, const Asked& asked)
+{
+  return asked.count > 1 && hasForm(name, asked.octets[0] & 15, asked.octets[1]);
+}
+
+// On common channels a pseudo length with low bits 01 stands first; no message of the protocols 1, 5, 9 and 13 has a
+// type that looks like the discriminator behind it.
+static bool looksPseudo(const Asked& asked)
+{
+  return asked.count > 1 && (asked.octets[0] & 3) == 1 && (asked.octets[1] & 15) == 6;
+}
+
+// One bit of 0, five of the type: 0x14 is type 5, with the short header of layer 2 behind it.
+static bool looksShort(const Asked& asked)
+{
+  return asked.octets[0] < 0x80 && hasForm(kShort, 0, asked.octets[0] >> 2);
+}
+
+static void add(Forms& forms, const char* name)
+{
+  if (forms.count < VELNOR3GPP_FORMS_MAX) forms.names[forms.count++] = name;
+}
+
+// The forms of a dedicated channel: of the direction's those that have the message, or all if none has.
+static void addDedicated(Forms& forms, const Asked& asked)
+{
+  bool up = asked.direction != VELNOR3GPP_DOWN, down = asked.direction != VELNOR3GPP_UP;
+  bool upHas = up && hasMessage(kUpDcch, asked), downHas = down && hasMessage(kDownDcch, asked);
+  bool none = !upHas && !downHas;
+  if (none ? up : upHas) add(forms, kUpDcch);
+  if (none ? down : downHas) add(forms, kDownDcch);
+}
+
+static void addOfChannel(Forms& forms, const Asked& asked, velnor3gpp_Channel channel)
+{
+  switch (channel) {
+    case VELNOR3GPP_SHORT:
+      return add(forms, kShort);
+    case VELNOR3GPP_BCCH:
+    case VELNOR3GPP_CCCH:
+      return add(forms, kPseudoLength);
+    case VELNOR3GPP_SACCH:
+      return add(forms, asked.direction == VELNOR3GPP_DOWN || looksPseudo(asked) ? kPseudoLength : kUpSacch);
+    default:
+      return addDedicated(forms, asked);
+  }
+}
+
+// Without a channel: whatever has the message. Types that both directions have are the mobile's more often than not
+// (assignment complete, classmark change).
+static void addRadio(Forms& forms, const Asked& asked)
+{
+  bool up = asked.direction != VELNOR3GPP_DOWN, down = asked.direction != VELNOR3GPP_UP;
+  if (up && hasMessage(kUpDcch, asked)) add(forms, kUpDcch);
+  if (down && hasMessage(kDownDcch, asked)) add(forms, kDownDcch);
+  if (up && hasMessage(kUpSacch, asked)) add(forms, kUpSacch);
+  if (!forms.count && looksShort(asked)) add(forms, kShort);
+  // A type that no table has: the decoder says so.
+  if (!forms.count && !(up && down)) add(forms, up ? kUpDcch : kDownDcch);
+}
+
+static void addByDiscriminator(Forms& forms, const Asked& asked)
+{
+  uint8_t first = asked.octets[0];
+  if (first == 126 || first == 46) return add(forms, k5gs);
+  if (looksPseudo(asked)) return add(forms, kPseudoLength);
+  switch (first & 15) {
+    case 2:
+    case 7:
+      return add(forms, kEps);
+    case 3:
+    case 5:
+    case 8:
+    case 10:
+      return add(forms, "TS24008Msg_PDU");
+    case 9:
+      return add(forms, "TS24011Msg_CP_PDU");
+    case 4:
+    case 6:
+      return addRadio(forms, asked);
+    default:
+      if (looksShort(asked)) add(forms, kShort);
+  }
+}
+
+size_t velnor3gpp_forms(const uint8_t* octets, size_t count, velnor3gpp_Direction direction, velnor3gpp_Channel channel,
+                        const velnor3gpp_Type** types)
+{
+  if (!octets || !count || !types) return 0;
+  Asked asked = {octets, count, direction};
+  Forms forms = {};
+  if (channel == VELNOR3GPP_CHANNEL_UNKNOWN)
+    addByDiscriminator(forms, asked);
+  else
+    addOfChannel(forms, asked, channel);
+  size_t found = 0;
+  for (size_t i = 0; i < forms.count; ++i)
+    if (const L3Facts* known = findType(forms.names[i])) types[found++] = publicType(known);
+  return found;
+}
+
+const velnor3gpp_Type* velnor3gpp_detect(const uint8_t* octets, size_t count, velnor3gpp_Direction direction)
+{
+  const velnor3gpp_Type* types[VELNOR3GPP_FORMS_MAX];
+  size_t found = velnor3gpp_forms(octets, count, direction, VELNOR3GPP_CHANNEL_UNKNOWN, types);
+  return found ? types[0] : nullptr;
+}
+
+// A header with the code at `codeAt`, and the sequence number and the message behind it.
+static Protection securityHeader(const uint8_t* octets, size_t count, unsigned kind, const char* header, size_t codeAt)
+{
+  Protection p = {};
+  if (!kind || count < codeAt + 5) return p;
+  p.present = true;
+  p.checkable = kind <= 4;
+  p.ciphered = kind == 2 || kind == 4;
+  p.header = header;
+  p.sequence = octets[codeAt + 4];
+  p.sequenceBits = 8;
+  p.codeAt = codeAt;
+  p.codeOctets = 4;
+  p.signedFrom = codeAt + 4;
+  p.inner = codeAt + 5;
+  return p;
+}
+
+static Protection protection5gs(const uint8_t* octets, size_t count)
+{
+  if (count < 2 || octets[0] != 126) return {};
+  Protection p = securityHeader(octets, count, octets[1] & 15, "TS24501Msg_NAS5GSecProtMsgHdr", 2);
+  p.checkable = p.present;
+  p.bearer = 1;
+  return p;
+}
+
+// Its type is a value above 11 in the high half, and its five sequence bits stand behind the key set. The code covers
+// the two octets before it (TS 24.301, 4.4.3.3).
+static Protection serviceRequest(const uint8_t* octets, size_t count)
+{
+  Protection p = {};
+  if (count < 4) return p;
+  p.present = p.checkable = true;
+  p.sequence = octets[1] & 31;
+  p.sequenceBits = 5;
+  p.codeAt = 2;
+  p.codeOctets = 2;
+  p.signedCount = 2;
+  p.inner = 4;
+  return p;
+}
+
+static Protection protectionEps(const uint8_t* octets, size_t count)
+{
+  unsigned kind = octets[0] >> 4;
+  if (kind >= 12) return serviceRequest(octets, count); // whatever the discriminator, as the decoder has it
+  if ((octets[0] & 15) != 7) return {};
+  return securityHeader(octets, count, kind, "TS24007L3_SecProtMsgHeader", 1);
+}
+
+Protection protectionOf(const L3Type& form, const uint8_t* octets, size_t count)
+{
+  if (!count || !(form.flags & kL3IsPdu)) return {};
+  if (strcmp(form.fullName, k5gs) == 0) return protection5gs(octets, count);
+  if (strcmp(form.fullName, kEps) == 0) return protectionEps(octets, count);
+  return {};
+}
+
+bool looksPlain(const L3Type& form, const uint8_t* octets, size_t count, const Protection& protection)
+{
+  bool is5gs = strcmp(form.fullName, k5gs) == 0;
+  size_t at = protection.inner;
+  if (count < 2 || at > count - 2) return false;
+  unsigned discriminator = is5gs ? octets[at] : octets[at] & 15;
+  bool session = discriminator == (is5gs ? 46 : 2);
+  if (!session && (is5gs ? octets[at + 1] & 15 : octets[at] >> 4)) return false;
+  size_t typeAt = at + (is5gs ? 2 : 1) + session;
+  return typeAt < count && formHas(form, discriminator, octets[typeAt]);
+}

@@ -1,0 +1,168 @@
+// What is said of a message: result, findings with their words, paths, places and clauses.
+#include "api/positions.h"
+#include "api/session.h"
+#include "velnor3gpp/rtxDiagBitTrace.h"
+#include "velnor3gpp/rtxError.h"
+
+void writePath(const char* elementPath, char* text, size_t room)
+{
+  static constexpr char kBody[] = "u.obj_", kEntry[] = ".elem[";
+  const char* from = elementPath ? strchr(elementPath, '.') : nullptr;
+  size_t at = 0;
+  if (from) ++from;
+  while (from && *from && at + 1 < room) {
+    bool start = at == 0 || from[-1] == '.';
+    if (start && strncmp(from, kBody, sizeof kBody - 1) == 0) from += sizeof kBody - 1;
+    if (strncmp(from, kEntry, sizeof kEntry - 1) == 0) from += sizeof kEntry - 2;
+    text[at++] = *from++;
+  }
+  text[at] = 0;
+}
+
+static size_t countTold(const velnor3gpp_Session& session)
+{
+  size_t count = 0;
+  for (RtxDListNode* node = session.ctxt.errInfo.head; node; node = node->next)
+    count += isTold(session, *static_cast<RtxErrInfo*>(node->data));
+  return count;
+}
+
+// A status without an error record stands for itself.
+static bool isBare(const velnor3gpp_Session& session)
+{
+  return session.status < 0 && !session.reportCount && !countTold(session);
+}
+
+int velnor3gpp_result(velnor3gpp_Session* session, velnor3gpp_Result* result)
+{
+  if (!session || !result) return RTX_E_NULL_POINTER;
+  velnor3gpp_Result all = {};
+  all.type = publicType(session->known);
+  const L3BodyRow* message = messageOf(*session);
+  all.message = message ? message->name() : "";
+  all.title = message ? message->title() : "";
+  if (!message && session->known) all.title = l3FactText + session->known->title;
+  all.direction = session->direction;
+  all.status = session->status;
+  all.findings = countTold(*session) + session->reportCount + isBare(*session);
+  all.octets = session->octets.data;
+  all.count = session->count;
+  all.used = session->used;
+  all.missing = session->missing;
+  all.check = session->check;
+  all.headerOnly = session->headerOnly;
+  all.nasCount = session->nasCount;
+  return fillStruct(result, all);
+}
+
+static bool hasLine(const L3Row& row, int line)
+{
+  if (row.line == line) return true;
+  if (row.op != kL3Choice) return false;
+  const L3Choice& choice = *static_cast<const L3Choice*>(row.info);
+  for (unsigned i = 0; i < choice.count; ++i)
+    if (choice.alternatives[i].row.line == line) return true;
+  return false;
+}
+
+static bool hasLine(const L3Type& type, int line)
+{
+  if (type.line == line) return true;
+  for (const L3Row* row = type.rows; row < type.rows + type.rowCount; ++row)
+    if (hasLine(*row, line)) return true;
+  for (unsigned i = 0; type.message && i < type.message->count; ++i)
+    if (type.message->options[i].line == line) return true;
+  return false;
+}
+
+// The clause of the type whose rows have that line of the coder's file.
+static const char* clauseAt(const char* coder, int line)
+{
+  for (size_t i = 0; coder && i < l3KnownTypes; ++i) {
+    const L3Type& type = *l3Types[i];
+    bool same = strcmp(type.module->decoder, coder) == 0 || strcmp(type.module->encoder, coder) == 0;
+    if (same && hasLine(type, line)) return l3FactText + l3TypeFacts[i].clause;
+  }
+  return "";
+}
+
+static void takeOrigin(velnor3gpp_Finding& finding, const RtxErrInfo& info)
+{
+  finding.definition = finding.clause = "";
+  for (unsigned i = 0; i < info.stkx && !*finding.clause; ++i) {
+    const char* clause = clauseAt(info.stack[i].module, info.stack[i].line);
+    if (!*clause) continue; // the run-time, which failed for the coder
+    finding.clause = clause;
+    finding.definition = info.stack[i].module;
+    finding.line = info.stack[i].line;
+  }
+}
+
+// The field that the decoder read last under this path.
+static void placeByTrace(velnor3gpp_Session& session, velnor3gpp_Finding& finding, const char* elementPath)
+{
+  const RtxBitFieldList* list = elementPath ? positionsOf(session) : nullptr;
+  for (const RtxSListNode* entry = list ? list->fieldList.head : nullptr; entry; entry = entry->next) {
+    const RtxBitField* field = static_cast<const RtxBitField*>(entry->data);
+    if (!field->elemName || strcmp(field->elemName, elementPath)) continue;
+    finding.octet = field->bitOffset / 8;
+    finding.bit = 8 - static_cast<int>(field->bitOffset % 8);
+    return;
+  }
+}
+
+// Where decoding ended is where its last fatal finding stands; others stand at their element.
+static void takePlace(velnor3gpp_Session& session, velnor3gpp_Finding& finding, const RtxErrInfo& info, bool last)
+{
+  finding.octet = SIZE_MAX;
+  if (!session.count || strstr(finding.definition, "Enc")) return;
+  placeByTrace(session, finding, info.elemName);
+  if (finding.octet != SIZE_MAX || !last || !info.fatal) return;
+  finding.octet = session.used;
+  finding.bit = session.ctxt.buffer.byteIndex < session.count ? session.ctxt.buffer.bitOffset : 0;
+}
+
+static void tellRecord(velnor3gpp_Session& session, RtxErrInfo& info, bool last, velnor3gpp_Finding& finding)
+{
+  finding.status = info.status;
+  finding.fatal = info.fatal != 0;
+  session.words[0] = 0;
+  rtxErrFmtMsg(&info, session.words, sizeof session.words);
+  writePath(info.elemName, session.path, sizeof session.path);
+  finding.text = session.words;
+  finding.path = session.path;
+  takeOrigin(finding, info);
+  takePlace(session, finding, info, last);
+}
+
+static void tellReport(const Report& report, velnor3gpp_Finding& finding)
+{
+  finding.status = report.status;
+  finding.fatal = 1;
+  finding.text = report.text;
+  finding.path = report.path;
+  finding.octet = SIZE_MAX;
+  finding.clause = finding.definition = "";
+}
+
+int velnor3gpp_finding(velnor3gpp_Session* session, size_t index, velnor3gpp_Finding* finding)
+{
+  if (!session || !finding) return RTX_E_NULL_POINTER;
+  velnor3gpp_Finding all = {};
+  for (RtxDListNode* node = session->ctxt.errInfo.head; node; node = node->next) {
+    RtxErrInfo& info = *static_cast<RtxErrInfo*>(node->data);
+    if (!isTold(*session, info) || index-- > 0) continue;
+    tellRecord(*session, info, !node->next, all);
+    return fillStruct(finding, all);
+  }
+  if (index < session->reportCount) {
+    tellReport(session->reports[index], all);
+    return fillStruct(finding, all);
+  }
+  if (index || !isBare(*session)) return RTX_E_INDEX_RANGE;
+  RtxErrInfo info = {};
+  info.status = static_cast<int16_t>(session->status);
+  info.fatal = 1;
+  tellRecord(*session, info, true, all);
+  return fillStruct(finding, all);
+}

@@ -1,0 +1,130 @@
+// Records to begin with: samples of a type, and of one message of a form.
+#include "api/session.h"
+
+static void clearBit(uint8_t* record, uint16_t bit)
+{
+  if (bit != kL3NoBit) record[bit >> 3] = static_cast<uint8_t>(record[bit >> 3] & ~(1U << (bit & 7)));
+}
+
+// A message goes without the elements that have an identifier.
+static void clearOptions(const L3Type& type, uint8_t* message)
+{
+  for (unsigned i = 0; type.message && i < type.message->count; ++i) {
+    clearBit(message, type.message->options[i].mBit);
+    clearBit(message, type.message->options[i].groupBit);
+  }
+}
+
+// The tags of alternatives that fields tell.
+static void settleTags(const L3Type& type, uint8_t* record)
+{
+  for (const L3Row* row = type.rows; row < type.rows + type.rowCount; ++row) {
+    if (row->op != kL3Choice) continue;
+    const L3Choice& choice = *static_cast<const L3Choice*>(row->info);
+    if (!choice.tagged || choice.from != kL3SelectFields) continue;
+    const L3Alternative* chosen = l3FindBySelector(choice, l3JoinFields(choice.fields, choice.fieldCount, record));
+    l3Store(record + row->offset, 4, chosen ? chosen->tag : 0);
+  }
+}
+
+static const L3Row* bodyOf(const L3Type& type)
+{
+  for (const L3Row* row = type.rows; row < type.rows + type.rowCount; ++row)
+    if (row->op == kL3Body) return row;
+  return nullptr;
+}
+
+// By the definition's or the standard's name.
+static const L3BodyRow* messageNamed(const L3Body& body, const char* name)
+{
+  for (const L3BodyRow* row = body.rows; row < body.rows + body.count; ++row)
+    if (strcmp(row->name(), name) == 0 || strcmp(row->title(), name) == 0) return row;
+  return nullptr;
+}
+
+// The rest octets of a message are a second body, whose rows have the numbers of the first one's.
+static const L3BodyRow* messageTagged(const L3Body& body, uint64_t tag)
+{
+  for (const L3BodyRow* row = body.rows; row < body.rows + body.count; ++row)
+    if (row->tag == tag) return row;
+  return nullptr;
+}
+
+static int putBody(velnor3gpp_Session& session, const L3Type& form, uint8_t* record, const L3BodyRow& message)
+{
+  void* value = message.type ? l3Sample(&session.ctxt, *message.type) : nullptr;
+  if (message.type && !value) return velnor3gpp_report(&session, RTX_E_NO_MEMORY, "", "out of memory");
+  l3SetBody(form, record, message, value);
+  return 0;
+}
+
+static int putMessage(velnor3gpp_Session& session, const L3Type& form, uint8_t* record, const char* name)
+{
+  const L3Row* row = bodyOf(form);
+  const L3BodyRow* named = row ? messageNamed(*static_cast<const L3Body*>(row->info), name) : nullptr;
+  if (!named) return velnor3gpp_report(&session, RTX_E_INVALID_CHOICE, "", "the form has no message of that name");
+  for (; row < form.rows + form.rowCount; ++row) {
+    if (row->op != kL3Body) continue;
+    const L3BodyRow* message = messageTagged(*static_cast<const L3Body*>(row->info), named->tag);
+    l3Store(record + row->offset, 4, 0);
+    if (!message) continue;
+    if (int status = putBody(session, form, record, *message); status < 0) return status;
+  }
+  settleTags(form, record);
+  return 0;
+}
+
+static void clearUnion(const L3Choice& choice, uint8_t* record)
+{
+  if (choice.unionSize) memset(record + choice.unionOffset, 0, choice.unionSize);
+}
+
+// The least number that each member can be.
+static void clearNumbers(const L3Type& type, uint8_t* record)
+{
+  for (const L3Row* row = type.rows; row < type.rows + type.rowCount; ++row) {
+    if (row->op == kL3Record && !l3IsBare(*row->type)) clearNumbers(*row->type, record + row->offset);
+    if (row->op <= kL3Enumerated) l3Store(record + row->offset, row->store, row->flags & kL3Ranged ? row->lo : 0);
+  }
+}
+
+// A form without what only protection needs, and with a header of zeros but for what tells the message.
+static void minimiseForm(const L3Type& form, const L3Row& bodyRow, uint8_t* record)
+{
+  const L3Body& body = *static_cast<const L3Body*>(bodyRow.info);
+  for (const L3BodyRow* message = body.rows; message < body.rows + body.count; ++message) {
+    if (message->tag != l3Load(record + bodyRow.offset, 4)) continue;
+    uint8_t* value = l3BodyValue(body, *message, record);
+    if (value && !message->inlined) clearOptions(*message->type, value);
+    for (const L3Row* row = form.rows; row < &bodyRow; ++row) {
+      clearBit(record, row->mBit);
+      if (row->op == kL3Record && !l3IsBare(*row->type)) clearNumbers(*row->type, record + row->offset);
+      if (row->op == kL3Choice) clearUnion(*static_cast<const L3Choice*>(row->info), record);
+    }
+    l3SetBody(form, record, *message, value);
+    return;
+  }
+}
+
+static void minimise(const L3Type& type, uint8_t* record)
+{
+  clearOptions(type, record);
+  if (const L3Row* row = bodyOf(type)) minimiseForm(type, *row, record);
+}
+
+int velnor3gpp_sample(velnor3gpp_Session* session, const velnor3gpp_Type* type, const char* message, unsigned flags)
+{
+  if (!session || !type) return RTX_E_NULL_POINTER;
+  endJob(*session);
+  const L3Facts& known = *factsOf(type);
+  const L3Type& own = typeOf(known);
+  uint8_t* record = static_cast<uint8_t*>(l3Sample(&session->ctxt, own));
+  if (!record) return velnor3gpp_report(session, RTX_E_NO_MEMORY, "", "out of memory");
+  if (message)
+    if (int status = putMessage(*session, own, record, message); status < 0) return status;
+  if (flags & VELNOR3GPP_MINIMAL) minimise(own, record);
+  session->known = &known;
+  session->record = record;
+  tellDirection(*session);
+  return 0;
+}

@@ -1,0 +1,155 @@
+// Sessions: what they hold, keys, and the end of a job.
+#include "api/session.h"
+
+#include "api/build.h"
+#include "velnor3gpp/rt3gppNasSec.h"
+#include "velnor3gpp/rtContext.h"
+#include "velnor3gpp/rtxDiagBitTrace.h"
+#include "velnor3gpp/rtxError.h"
+
+bool growRoom(velnor3gpp_Session& session, Room& room, size_t size)
+{
+  if (size <= room.size) return true;
+  size_t wanted = room.size * 2 > size ? room.size * 2 : size;
+  RtxMemHeap** heap = &session.home;
+  void* data = room.data ? rtxMemHeapSysRealloc(heap, room.data, wanted) : rtxMemHeapSysAlloc(heap, wanted);
+  if (!data) return false;
+  room = {static_cast<uint8_t*>(data), wanted};
+  return true;
+}
+
+// A context cannot be moved, so all of them begin where they stay.
+static bool openContexts(velnor3gpp_Session& session)
+{
+  return rtInitContext(&session.keep) >= 0 && rtInitContext(&session.ctxt) >= 0 && rtInitContext(&session.slow) >= 0 &&
+         rtx3gppSecInitialize(&session.keep) >= 0;
+}
+
+int velnor3gpp_open(velnor3gpp_Session** session)
+{
+  if (!session) return RTX_E_NULL_POINTER;
+  *session = nullptr;
+  RtxMemHeap* home = nullptr;
+  if (rtxMemHeapCreate(&home) < 0) return RTX_E_NO_MEMORY;
+  void* memory = rtxMemHeapSysAllocZ(&home, sizeof(velnor3gpp_Session));
+  if (!memory) {
+    rtxMemHeapRelease(&home);
+    return RTX_E_NO_MEMORY;
+  }
+  velnor3gpp_Session* made = static_cast<velnor3gpp_Session*>(memory);
+  made->home = home;
+  if (!openContexts(*made)) {
+    velnor3gpp_close(made);
+    return RTX_E_NO_MEMORY;
+  }
+  *session = made;
+  return 0;
+}
+
+static void closeContext(RtxContext& ctxt)
+{
+  if (ctxt.initCode) rtFreeContext(&ctxt);
+}
+
+void velnor3gpp_close(velnor3gpp_Session* session)
+{
+  if (!session) return;
+  session->ctxt.pSecurity = session->slow.pSecurity = nullptr; // only lent
+  closeContext(session->ctxt);
+  closeContext(session->slow);
+  if (session->keep.pSecurity) rtx3gppSecFree(&session->keep);
+  closeContext(session->keep);
+  RtxMemHeap* home = session->home;
+  rtxMemHeapSysFreePtr(&home, session->octets.data);
+  rtxMemHeapSysFreePtr(&home, session->text.data);
+  rtxMemHeapSysFreePtr(&home, session->build);
+  explicit_bzero(session, sizeof *session);
+  rtxMemHeapSysFreePtr(&home, session);
+  rtxMemHeapRelease(&home);
+}
+
+void endJob(velnor3gpp_Session& session)
+{
+  session.ctxt.pSecurity = session.slow.pSecurity = nullptr;
+  rtxMemReset(&session.ctxt);
+  if (session.located) rtxMemReset(&session.slow);
+  session.located = false;
+  session.known = nullptr;
+  session.record = nullptr;
+  session.count = session.used = session.missing = 0;
+  session.direction = VELNOR3GPP_DIRECTION_UNKNOWN;
+  session.protection = {};
+  session.check = VELNOR3GPP_PLAIN;
+  session.headerOnly = false;
+  session.nasCount = 0;
+  session.status = 0;
+  session.reportCount = 0;
+}
+
+bool makeRecord(velnor3gpp_Session& session, const L3Facts& known)
+{
+  size_t size = typeOf(known).size ? typeOf(known).size : 1;
+  session.record = static_cast<uint8_t*>(rtxMemHeapAllocZ(&session.ctxt.pMemHeap, size));
+  session.known = session.record ? &known : nullptr;
+  return session.record != nullptr;
+}
+
+static int assign(velnor3gpp_Session& session)
+{
+  const velnor3gpp_Keys& keys = session.keys;
+  return rtx3gppAssignAlgorithmKeys(&session.keep, session.keys.integrityKey, session.keys.cipherKey,
+                                    keys.integrityAlgorithm, keys.cipherAlgorithm);
+}
+
+// A failed assignment leaves null algorithms: keys are all there or not at all.
+int velnor3gpp_setKeys(velnor3gpp_Session* session, const velnor3gpp_Keys* keys)
+{
+  if (!session) return RTX_E_NULL_POINTER;
+  explicit_bzero(&session->keys, sizeof session->keys);
+  session->hasKeys = false;
+  rtx3gppAssignAlgorithmKeys(&session->keep, nullptr, nullptr, 0, 0);
+  if (!keys) return 0;
+  session->keys = readStruct(keys);
+  int status = assign(*session);
+  session->hasKeys = status >= 0;
+  if (status < 0) {
+    explicit_bzero(&session->keys, sizeof session->keys);
+    rtx3gppAssignAlgorithmKeys(&session->keep, nullptr, nullptr, 0, 0);
+  }
+  rtxErrReset(&session->keep);
+  return status < 0 ? status : 0;
+}
+
+int velnor3gpp_getKeys(const velnor3gpp_Session* session, velnor3gpp_Keys* keys)
+{
+  if (!session || !keys) return RTX_E_NULL_POINTER;
+  if (!session->hasKeys) return RTX_E_NO_SECURITY;
+  return fillStruct(keys, session->keys);
+}
+
+int velnor3gpp_setOption(velnor3gpp_Session* session, velnor3gpp_Option option, uint32_t value)
+{
+  if (!session) return RTX_E_NULL_POINTER;
+  if (option != VELNOR3GPP_OPTION_RELEASE || value > UINT16_MAX) return RTX_E_BAD_PARAMETER;
+  session->release = static_cast<uint16_t>(value);
+  return 0;
+}
+
+char* velnor3gpp_room(velnor3gpp_Session* session, size_t size)
+{
+  if (!session || !growRoom(*session, session->text, size ? size : 1)) return nullptr;
+  return reinterpret_cast<char*>(session->text.data);
+}
+
+int velnor3gpp_report(velnor3gpp_Session* session, int status, const char* path, const char* text)
+{
+  if (!session) return RTX_E_NULL_POINTER;
+  session->status = session->status ? session->status : status;
+  if (session->reportCount == kMaxReports) return status;
+  Report& report = session->reports[session->reportCount++];
+  report.status = status;
+  strncpy(report.path, path ? path : "", sizeof report.path - 1);
+  strncpy(report.text, text ? text : "", sizeof report.text - 1);
+  report.path[sizeof report.path - 1] = report.text[sizeof report.text - 1] = 0;
+  return status;
+}

@@ -1,0 +1,120 @@
+// What a session holds. The job's context is emptied for each message; what outlasts messages lies in a context of its
+// own: octets, text and keys. Everything a session allocates comes from the allocator of its heaps, and every failure
+// of it is a status.
+#ifndef VELNOR3GPP_API_SESSION_H
+#define VELNOR3GPP_API_SESSION_H
+
+#include "api/protection.h"
+#include "rt3gppsrc/engine/l3Engine.h"
+#include "rt3gppsrc/engine/l3Record.h"
+#include "velnor3gpp/rtxContext.h"
+#include "velnor3gpp/rtxMemHeap.h"
+#include "velnor3gpp/velnor3gpp.h"
+
+// Memory of the session that only grows.
+struct Room {
+  uint8_t* data;
+  size_t size;
+};
+
+// A finding that no context holds.
+struct Report {
+  int status;
+  char path[512];
+  char text[512];
+};
+
+inline constexpr size_t kMaxReports = 4;
+
+struct Build;
+
+struct velnor3gpp_Session {
+  RtxMemHeap* home; // of the session itself and its rooms
+  RtxContext ctxt;  // of the job
+  RtxContext keep;  // of the security record, which outlasts it
+
+  const L3Facts* known; // the type of the record, or null
+  uint8_t* record;      // on the job's heap
+  Room octets;          // the message as given, and behind it the copy that is deciphered
+  size_t count;
+  velnor3gpp_Direction direction;
+  Protection protection;
+  velnor3gpp_Check check;
+  bool headerOnly;
+  size_t used, missing;
+  uint32_t nasCount;
+  int status;
+
+  bool hasKeys;
+  velnor3gpp_Keys keys;
+  uint16_t release;
+
+  Report reports[kMaxReports];
+  size_t reportCount;
+  char words[1024]; // of the finding that was asked for last
+  char path[1024];
+
+  RtxContext slow; // of the decoding that lists positions; its trace is that of the job while `located` is set
+  bool located;
+
+  Room text;
+  Build* build; // in `keep`, or null
+};
+
+// A type of the interface is its row in the table of facts.
+inline const L3Facts* factsOf(const velnor3gpp_Type* type)
+{
+  return reinterpret_cast<const L3Facts*>(type);
+}
+
+inline const velnor3gpp_Type* publicType(const L3Facts* known)
+{
+  return reinterpret_cast<const velnor3gpp_Type*>(known);
+}
+
+inline const L3Type& typeOf(const L3Facts& known)
+{
+  return *l3Types[&known - l3TypeFacts];
+}
+
+// The type of a full name, or null.
+const L3Facts* findType(const char* fullName);
+// Is there a record?
+inline bool hasRecord(const velnor3gpp_Session& session)
+{
+  return session.known && session.record;
+}
+
+// Makes room for so many octets; what was there stays. Without memory it is as before: false.
+bool growRoom(velnor3gpp_Session& session, Room& room, size_t size);
+// Ends the message before.
+void endJob(velnor3gpp_Session& session);
+// A cleared record of the type on the job's heap, which becomes the session's; false without memory.
+bool makeRecord(velnor3gpp_Session& session, const L3Facts& known);
+// The message in the record of a form, or null.
+const L3BodyRow* messageOf(const velnor3gpp_Session& session);
+// Gives the message its own direction, where nothing else has told it.
+void tellDirection(velnor3gpp_Session& session);
+// Is the error record a finding of the session?
+bool isTold(const velnor3gpp_Session& session, const RtxErrInfo& info);
+// The list of fields of the last message by a decoding with the bit trace, or null where that cannot be had.
+const RtxBitFieldList* positionsOf(velnor3gpp_Session& session);
+// The element path of an error record or a trace entry as paths of nodes are: without the type's name, "u.obj_" and
+// the "elem" of entries.
+void writePath(const char* elementPath, char* text, size_t room);
+// Copies the members that both the caller and the library know.
+template <typename Struct> int fillStruct(Struct* target, Struct value)
+{
+  if (!target) return RTX_E_NULL_POINTER;
+  value.size = target->size;
+  memcpy(target, &value, value.size < sizeof value ? value.size : sizeof value);
+  return 0;
+}
+template <typename Struct> Struct readStruct(const Struct* source)
+{
+  Struct value = {};
+  memcpy(&value, source, source->size < sizeof value ? source->size : sizeof value);
+  return value;
+}
+
+#endif

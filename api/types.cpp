@@ -1,0 +1,75 @@
+// Types by name, and what is known of them.
+#include <strings.h>
+
+#include "api/session.h"
+
+const char* velnor3gpp_version(void)
+{
+  return VELNOR3GPP_VERSION;
+}
+
+size_t velnor3gpp_typeCount(void)
+{
+  return l3KnownTypes;
+}
+
+const velnor3gpp_Type* velnor3gpp_typeAt(size_t index)
+{
+  return index < l3KnownTypes ? publicType(&l3TypeFacts[index]) : nullptr;
+}
+
+const L3Facts* findType(const char* fullName)
+{
+  if (!fullName) return nullptr;
+  size_t low = 0, high = l3KnownTypes;
+  while (low < high) {
+    size_t middle = low + (high - low) / 2;
+    int order = strcmp(l3Types[middle]->fullName, fullName);
+    if (order == 0) return &l3TypeFacts[middle];
+    if (order < 0)
+      low = middle + 1;
+    else
+      high = middle;
+  }
+  return nullptr;
+}
+
+// A full name is exact in all but case, and is never a short name: short names have no module before them. A short name
+// that several modules have tells none of them.
+const velnor3gpp_Type* velnor3gpp_typeByName(const char* name, size_t* others)
+{
+  const L3Facts* found = nullptr;
+  size_t count = 0;
+  if (others) *others = 0;
+  if (!name) return nullptr;
+  if (const L3Facts* exact = findType(name)) return publicType(exact);
+  for (size_t i = 0; i < l3KnownTypes; ++i) {
+    if (strcasecmp(l3Types[i]->fullName, name) == 0) return publicType(&l3TypeFacts[i]);
+    if (strcasecmp(l3NameOf(*l3Types[i]), name)) continue;
+    found = &l3TypeFacts[i];
+    ++count;
+  }
+  if (others) *others = count;
+  return count == 1 ? publicType(found) : nullptr;
+}
+
+int velnor3gpp_typeFacts(const velnor3gpp_Type* type, velnor3gpp_TypeFacts* facts)
+{
+  if (!type || !facts) return RTX_E_NULL_POINTER;
+  const L3Facts& known = *factsOf(type);
+  const L3Type& own = typeOf(known);
+  velnor3gpp_TypeFacts all = {};
+  all.name = own.fullName;
+  all.shortName = l3NameOf(own);
+  all.title = l3FactText + known.title;
+  all.clause = l3FactText + known.clause;
+  all.module = l3FactText + known.module;
+  all.use = VELNOR3GPP_ELEMENT;
+  if (own.flags & kL3IsMessage) all.use = VELNOR3GPP_MESSAGE;
+  if (own.flags & kL3IsPdu) all.use = VELNOR3GPP_FORM;
+  all.messageType = known.msgType;
+  all.direction = static_cast<velnor3gpp_Direction>(known.direction);
+  all.decodes = known.decodes;
+  all.encodes = known.encodes;
+  return fillStruct(facts, all);
+}

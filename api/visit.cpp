@@ -1,0 +1,359 @@
+// The walk over a record by the rows of its type, told node by node: the one place that turns records into named
+// values. Text of other forms, templates and positions are consumers of it. The walk trusts no count beyond an inline
+// array's end and follows no null pointer, as the printer does.
+#include "api/positions.h"
+#include "api/session.h"
+#include "rt3gppsrc/engine/l3Enum.h"
+
+static constexpr unsigned kMaxDepth = 64;
+static constexpr size_t kMaxText = 255; // characters of a text in an array
+
+namespace {
+
+using Node = velnor3gpp_Node;
+
+enum class NameKind : uint8_t { named, entry, whole, none };
+
+// How an element is called by the one it lies in. Without a name its content belongs to that one.
+struct Name {
+  const char* key;    // among the members
+  const char* pushed; // in element paths
+  uint32_t length;    // of the key
+  uint32_t index;
+  NameKind kind;
+};
+
+struct Walk {
+  velnor3gpp_VisitFunc visit;
+  void* arg;
+  Positions* positions; // or null
+  unsigned depth;
+  int status;
+  bool names;
+};
+
+// A node with what the library knows of it besides.
+struct Place {
+  Node node;
+  const char* pushed;
+};
+
+struct Held {
+  uint64_t count;
+  const uint8_t* data;
+};
+
+} // namespace
+
+static void visitType(Walk& walk, const Place* parent, const L3Type& type, const Name& name, const uint8_t* value);
+static void visitElement(Walk& walk, const Place* parent, const L3Row& row, const Name& name, const uint8_t* record);
+
+// A row without a name takes the given one.
+static Name nameOf(const L3Row& row, const Name& given)
+{
+  if (!row.name) return given;
+  const char* key = l3KeyOf(row);
+  size_t length = key == row.name ? row.nameLength : strlen(key);
+  return {key, row.name, static_cast<uint32_t>(length), 0, NameKind::named};
+}
+
+static void begin(Place& place, const Place* parent, const Name& name, velnor3gpp_Kind kind)
+{
+  Node& node = place.node;
+  node.size = sizeof node;
+  node.parent = parent ? &parent->node : nullptr;
+  node.name = name.key;
+  node.nameLength = name.length;
+  node.index = name.index;
+  node.step = VELNOR3GPP_VALUE;
+  node.kind = kind;
+  node.width = 0;
+  node.number = 0;
+  node.data = nullptr;
+  node.count = 0;
+  node.valueName = nullptr;
+  node.bitOffset = 0;
+  node.bits = 0;
+  place.pushed = name.pushed;
+}
+
+static int tell(Walk& walk, Place& place)
+{
+  if (walk.positions && place.node.step != VELNOR3GPP_LEAVE) locate(*walk.positions, &place.node, &pushedName);
+  int answer = walk.visit(&place.node, walk.arg);
+  if (answer < 0) walk.status = answer;
+  return answer;
+}
+
+static bool enter(Walk& walk, Place& place)
+{
+  place.node.step = VELNOR3GPP_ENTER;
+  return tell(walk, place) == 0;
+}
+
+static void leave(Walk& walk, Place& place)
+{
+  place.node.step = VELNOR3GPP_LEAVE;
+  if (walk.status >= 0) tell(walk, place);
+}
+
+static void visitNumber(Walk& walk, const Place* parent, const Name& name, velnor3gpp_Kind kind, uint8_t width,
+                        uint64_t number)
+{
+  Place place;
+  begin(place, parent, name, kind);
+  place.node.width = width;
+  place.node.number = number;
+  tell(walk, place);
+}
+
+static void visitEnumerated(Walk& walk, const Place* parent, const L3Row& row, const Name& name, const uint8_t* member)
+{
+  Place place;
+  begin(place, parent, name, VELNOR3GPP_ENUMERATED);
+  place.node.width = row.bits;
+  place.node.number = l3Load(member, row.store);
+  if (walk.names) {
+    const L3Enum& set = *static_cast<const L3Enum*>(row.info);
+    uint64_t raw = place.node.number;
+    const RtxEnumItem* item =
+        l3EnumItem(set, set.printOpen ? static_cast<int64_t>(raw) : static_cast<int64_t>(static_cast<int32_t>(raw)));
+    if (item) place.node.valueName = item->name;
+  }
+  tell(walk, place);
+}
+
+static void visitString(Walk& walk, const Place* parent, const Name& name, velnor3gpp_Kind kind, Held held)
+{
+  Place place;
+  begin(place, parent, name, kind);
+  place.node.data = held.data;
+  place.node.count = held.count;
+  tell(walk, place);
+}
+
+// Counted values of a record: inline, where the array holds no more than `cap`, or on the heap.
+template <typename Heap> static Held heldValues(const uint8_t* member, uint32_t cap, size_t dataOffset)
+{
+  if (cap) return {member[0] < cap ? member[0] : cap, member + dataOffset};
+  auto [count, data] = l3LoadShape<Heap>(member);
+  return {data ? count : 0, data};
+}
+
+static Held octetsOf(const L3Octets& info, const uint8_t* member)
+{
+  if (info.from == kL3Fixed) return {info.fixed, member};
+  return heldValues<L3HeapOctets>(member, info.cap, info.dataOffset);
+}
+
+static Held bitsOf(const L3BitString& info, const uint8_t* member)
+{
+  if (info.from == kL3Fixed) return {info.capBits, member};
+  return heldValues<L3HeapBits>(member, info.capBits, info.dataOffset);
+}
+
+// An array of characters need not hold its end. Where a digit is a filler and one behind it is not (octets FF F1 10 of
+// a network code), the digits behind the 0 belong to the value: encoders write them.
+static size_t arrayLength(const uint8_t* array, size_t cap)
+{
+  size_t length = cap <= kMaxText ? cap : kMaxText;
+  while (length && !array[length - 1]) --length;
+  return length;
+}
+
+static Held textOf(const uint8_t* member, size_t cap)
+{
+  if (cap) return {arrayLength(member, cap), member};
+  const char* text = l3LoadShape<const char*>(member);
+  return {text ? strlen(text) : 0, reinterpret_cast<const uint8_t*>(text)};
+}
+
+static void visitList(Walk& walk, const Place* parent, const L3Row& row, const Name& name, const uint8_t* member)
+{
+  const L3List& info = *static_cast<const L3List*>(row.info);
+  Held entries = heldValues<L3HeapList>(member, info.cap, info.elemOffset);
+  Place place;
+  begin(place, parent, name, VELNOR3GPP_LIST);
+  place.node.count = entries.count;
+  if (enter(walk, place))
+    for (uint64_t i = 0; i < entries.count && walk.status >= 0; ++i, entries.data += info.elemSize)
+      visitElement(walk, &place, info.elem, {nullptr, "elem", 0, static_cast<uint32_t>(i), NameKind::entry},
+                   entries.data);
+  leave(walk, place);
+}
+
+static void visitChoice(Walk& walk, const Place* parent, const L3Row& row, const Name& name, const uint8_t* record)
+{
+  const L3Choice& choice = *static_cast<const L3Choice*>(row.info);
+  const L3Alternative* chosen = l3ChosenAlternative(choice, row, record);
+  if (name.kind == NameKind::none) {
+    if (chosen) visitElement(walk, parent, chosen->row, nameOf(chosen->row, name), record);
+    return;
+  }
+  Place place;
+  begin(place, parent, name, VELNOR3GPP_CHOICE);
+  if (enter(walk, place) && chosen) visitElement(walk, &place, chosen->row, nameOf(chosen->row, name), record);
+  leave(walk, place);
+}
+
+static void visitMessage(Walk& walk, const Place& body, const L3Body& info, const L3BodyRow& message,
+                         const uint8_t* record)
+{
+  Name name = {message.name(), message.elemName, static_cast<uint32_t>(strlen(message.name())), 0, NameKind::named};
+  const uint8_t* value = l3BodyValue(info, message, record);
+  if (value)
+    visitType(walk, &body, *message.type, name, value);
+  else if (!message.type)
+    visitNumber(walk, &body, name, VELNOR3GPP_NOTHING, 0, 0);
+}
+
+static void visitBody(Walk& walk, const Place* parent, const L3Row& row, const Name& name, const uint8_t* record)
+{
+  const L3Body& body = *static_cast<const L3Body*>(row.info);
+  uint64_t tag = l3Load(record + row.offset, 4);
+  Place place;
+  begin(place, parent, name, VELNOR3GPP_CHOICE);
+  if (enter(walk, place))
+    for (const L3BodyRow* message = body.rows; message < body.rows + body.count; ++message)
+      if (message->tag == tag) {
+        visitMessage(walk, place, body, *message, record);
+        break;
+      }
+  leave(walk, place);
+}
+
+static void visitElement(Walk& walk, const Place* parent, const L3Row& row, const Name& name, const uint8_t* record)
+{
+  const uint8_t* member = record + row.offset;
+  if (name.kind == NameKind::none && row.op != kL3Record && row.op != kL3Choice) return;
+  switch (row.op) {
+    case kL3UInt:
+    case kL3Unary:
+      return visitNumber(walk, parent, name, VELNOR3GPP_NUMBER, row.op == kL3Unary ? uint8_t{8} : row.bits,
+                         l3Load(member, row.store));
+    case kL3Bool:
+      return visitNumber(walk, parent, name, VELNOR3GPP_FLAG, 1, *member != 0);
+    case kL3Enumerated:
+      return visitEnumerated(walk, parent, row, name, member);
+    case kL3Octets:
+      return visitString(walk, parent, name, VELNOR3GPP_OCTETS,
+                         octetsOf(*static_cast<const L3Octets*>(row.info), member));
+    case kL3BitString:
+      return visitString(walk, parent, name, VELNOR3GPP_BITS,
+                         bitsOf(*static_cast<const L3BitString*>(row.info), member));
+    case kL3Text:
+      return visitString(walk, parent, name, VELNOR3GPP_TEXT,
+                         textOf(member, static_cast<const L3Text*>(row.info)->cap));
+    case kL3Record:
+    case kL3TextType:
+      return visitType(walk, parent, *row.type, name, member);
+    case kL3List:
+      return visitList(walk, parent, row, name, member);
+    case kL3Choice:
+      return visitChoice(walk, parent, row, name, record);
+    case kL3Body:
+      return visitBody(walk, parent, row, name, record);
+    case kL3Length:
+      if (static_cast<const L3Length*>(row.info)->member)
+        visitNumber(walk, parent, name, VELNOR3GPP_NUMBER, row.bits, l3Load(member, row.store));
+      return;
+    case kL3Nothing:
+      return visitNumber(walk, parent, name, VELNOR3GPP_NOTHING, 0, 0);
+    case kL3Release:
+    case kL3EndLength:
+    case kL3Tail:
+      return;
+  }
+}
+
+static void visitRows(Walk& walk, const Place* parent, const L3Row* rows, size_t count, const Name& name,
+                      const uint8_t* record)
+{
+  for (const L3Row* row = rows; row < rows + count && walk.status >= 0; ++row)
+    if (row->op != kL3Release && l3IsPresent(*row, record))
+      visitElement(walk, parent, *row, nameOf(*row, name), record);
+}
+
+static void visitMembers(Walk& walk, const Place* parent, const L3Type& type, const Name& name, const uint8_t* record)
+{
+  visitRows(walk, parent, type.rows, type.rowCount, name, record);
+  if (type.message) visitRows(walk, parent, type.message->options, type.message->count, name, record);
+}
+
+static void visitRecord(Walk& walk, const Place* parent, const L3Type& type, const Name& name, const uint8_t* record)
+{
+  static constexpr Name kNone = {nullptr, nullptr, 0, 0, NameKind::none};
+  if (l3IsBare(type)) return visitMembers(walk, parent, type, name, record);
+  if (name.kind == NameKind::none) return visitMembers(walk, parent, type, kNone, record);
+  Place place;
+  begin(place, parent, name, VELNOR3GPP_RECORD);
+  if (enter(walk, place)) visitMembers(walk, &place, type, kNone, record);
+  leave(walk, place);
+}
+
+static void visitType(Walk& walk, const Place* parent, const L3Type& type, const Name& name, const uint8_t* value)
+{
+  L3TextForm text = l3TextForm(type);
+  if (text != L3TextForm::none)
+    return visitString(walk, parent, name, VELNOR3GPP_TEXT, textOf(value, text == L3TextForm::array ? type.size : 0));
+  if (l3IsEmpty(type)) return visitNumber(walk, parent, name, VELNOR3GPP_NOTHING, 0, 0);
+  if (walk.depth == kMaxDepth) {
+    walk.status = RTX_E_NESTING_TOO_DEEP;
+    return;
+  }
+  ++walk.depth;
+  visitRecord(walk, parent, type, name, value);
+  --walk.depth;
+}
+
+const char* pushedName(const Node* node)
+{
+  return reinterpret_cast<const Place*>(node)->pushed;
+}
+
+int velnor3gpp_visit(velnor3gpp_Session* session, unsigned flags, velnor3gpp_VisitFunc visit, void* arg)
+{
+  if (!session || !visit) return RTX_E_NULL_POINTER;
+  if (!hasRecord(*session)) return RTX_E_BAD_PARAMETER;
+  Positions positions = {};
+  bool located = flags & VELNOR3GPP_POSITIONS && openPositions(positions, *session);
+  Walk walk = {visit, arg, located ? &positions : nullptr, 0, 0, (flags & VELNOR3GPP_NAMES) != 0};
+  const L3Type& type = typeOf(*session->known);
+  visitType(walk, nullptr, type, {nullptr, l3NameOf(type), 0, 0, NameKind::whole}, session->record);
+  return walk.status;
+}
+
+static size_t put(char* text, size_t room, size_t at, const char* chars, size_t count)
+{
+  for (size_t i = 0; i < count; ++i)
+    if (at + i + 1 < room) text[at + i] = chars[i];
+  return at + count;
+}
+
+static size_t putIndex(char* text, size_t room, size_t at, uint32_t index)
+{
+  char digits[12];
+  size_t first = sizeof digits;
+  digits[--first] = ']';
+  do digits[--first] = static_cast<char>('0' + index % 10);
+  while (index /= 10);
+  digits[--first] = '[';
+  return put(text, room, at, digits + first, sizeof digits - first);
+}
+
+static size_t putPath(const Node* node, char* text, size_t room)
+{
+  if (!node->parent) return 0;
+  size_t at = putPath(node->parent, text, room);
+  if (!node->name) return putIndex(text, room, at, node->index);
+  if (at) at = put(text, room, at, ".", 1);
+  return put(text, room, at, node->name, node->nameLength);
+}
+
+size_t velnor3gpp_nodePath(const Node* node, char* text, size_t room)
+{
+  if (!node) return 0;
+  size_t length = putPath(node, text, room);
+  if (text && room) text[length < room ? length : room - 1] = 0;
+  return length;
+}

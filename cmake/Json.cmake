@@ -1,0 +1,32 @@
+# The second library: messages as JSON, over the sessions of the first. The parser's headers are all it needs besides.
+include(GNUInstallDirs)
+find_path(VELNOR_RAPIDJSON rapidjson/reader.h)
+if(NOT VELNOR_RAPIDJSON)
+  message(STATUS "Left out: the library of JSON (install rapidjson-dev)")
+  return()
+endif()
+file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/json/*.cpp)
+add_library(velnor3gpp_json_objects OBJECT ${sources})
+target_include_directories(velnor3gpp_json_objects PUBLIC ${PROJECT_SOURCE_DIR}/json/include ${PROJECT_SOURCE_DIR}/include
+                           PRIVATE ${PROJECT_SOURCE_DIR})
+target_include_directories(velnor3gpp_json_objects SYSTEM PRIVATE ${VELNOR_RAPIDJSON})
+target_compile_options(velnor3gpp_json_objects PRIVATE ${VELNOR_WARNINGS} -fno-exceptions -fno-rtti)
+add_library(velnor3gpp_json SHARED $<TARGET_OBJECTS:velnor3gpp_json_objects>)
+target_link_libraries(velnor3gpp_json PUBLIC velnor3gpp)
+target_include_directories(velnor3gpp_json PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/json/include>)
+set(map ${PROJECT_SOURCE_DIR}/json/exports.map)
+target_link_options(velnor3gpp_json PRIVATE -Wl,-Bsymbolic -Wl,--version-script=${map} -Wl,-z,defs)
+set_target_properties(velnor3gpp_json PROPERTIES LINK_DEPENDS ${map} VERSION ${PROJECT_VERSION}
+                      SOVERSION ${PROJECT_VERSION_MAJOR})
+# The schema of all types, as the library writes it. A build for another processor leaves it out.
+if(NOT CMAKE_CROSSCOMPILING)
+  set(schema ${PROJECT_BINARY_DIR}/velnor3gpp.schema.json)
+  add_executable(velnor3gpp_schemaFile json/schemaFile/main.c)
+  target_link_libraries(velnor3gpp_schemaFile PRIVATE velnor3gpp_json)
+  add_custom_command(OUTPUT ${schema} COMMAND velnor3gpp_schemaFile ${schema} DEPENDS velnor3gpp_schemaFile)
+  add_custom_target(velnor3gpp_schema ALL DEPENDS ${schema})
+  install(FILES ${schema} DESTINATION ${CMAKE_INSTALL_DATADIR}/velnor3gpp)
+endif()
+install(TARGETS velnor3gpp_json EXPORT velnor3gppTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+        INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/json/include/velnor3gpp DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})

@@ -1,0 +1,248 @@
+// What came of a message as one object: a visitor of the record, and around it what is known of the message.
+#include "json/writer.h"
+
+static void begin(JsonWriter& writer, velnor3gpp_Session* session)
+{
+  writer = {session, nullptr, 0, 0, false, false};
+}
+
+static void open(JsonWriter& writer, char brace)
+{
+  jsonPut(writer, &brace, 1);
+  writer.comma = false;
+}
+
+static void close(JsonWriter& writer, char brace)
+{
+  jsonPut(writer, &brace, 1);
+  writer.comma = true;
+}
+
+template <size_t Size> static void name(JsonWriter& writer, const char (&text)[Size])
+{
+  jsonName(writer, text, Size - 1);
+}
+
+static void string(JsonWriter& writer, const char* text)
+{
+  jsonText(writer, reinterpret_cast<const uint8_t*>(text), strlen(text));
+}
+
+// The name before a member, or the comma before an entry.
+static void lead(JsonWriter& writer, const velnor3gpp_Node* node)
+{
+  if (node->name) return jsonName(writer, node->name, node->nameLength);
+  if (writer.comma) jsonPut(writer, ",");
+  writer.comma = true;
+}
+
+static void putValue(JsonWriter& writer, const velnor3gpp_Node* node)
+{
+  switch (node->kind) {
+    case VELNOR3GPP_NUMBER:
+    case VELNOR3GPP_ENUMERATED:
+      if (node->width > 53) jsonPut(writer, "\""); // more than a reader of numbers holds exactly
+      jsonNumber(writer, node->number);
+      if (node->width > 53) jsonPut(writer, "\"");
+      return;
+    case VELNOR3GPP_FLAG:
+      if (node->number)
+        jsonPut(writer, "true");
+      else
+        jsonPut(writer, "false");
+      return;
+    case VELNOR3GPP_OCTETS:
+      return jsonHex(writer, node->data, node->count);
+    case VELNOR3GPP_BITS:
+      return jsonBits(writer, node->data, node->count);
+    case VELNOR3GPP_TEXT:
+      return jsonText(writer, node->data, node->count);
+    default:
+      return jsonPut(writer, "true");
+  }
+}
+
+// The name of a value stands beside it, under the member's name and "$name".
+static void putName(JsonWriter& writer, const velnor3gpp_Node* node)
+{
+  jsonPut(writer, ",\"");
+  jsonPut(writer, node->name, node->nameLength);
+  jsonPut(writer, "$name\":");
+  string(writer, node->valueName);
+}
+
+static int writeNode(const velnor3gpp_Node* node, void* arg)
+{
+  JsonWriter& writer = *static_cast<JsonWriter*>(arg);
+  bool list = node->kind == VELNOR3GPP_LIST;
+  if (node->step == VELNOR3GPP_LEAVE) {
+    close(writer, list ? ']' : '}');
+    return writer.failed ? RTX_E_NO_MEMORY : 0;
+  }
+  lead(writer, node);
+  if (node->step == VELNOR3GPP_ENTER) {
+    open(writer, list ? '[' : '{');
+    return 0;
+  }
+  putValue(writer, node);
+  bool named = node->parent && node->parent->kind == VELNOR3GPP_RECORD; // a choice has one member
+  if (node->valueName && named) putName(writer, node);
+  return writer.failed ? RTX_E_NO_MEMORY : 0;
+}
+
+static int writeField(const velnor3gpp_Node* node, void* arg)
+{
+  JsonWriter& writer = *static_cast<JsonWriter*>(arg);
+  if (node->step == VELNOR3GPP_LEAVE || !node->bits) return 0;
+  char path[1024];
+  size_t length = velnor3gpp_nodePath(node, path, sizeof path);
+  if (writer.comma) jsonPut(writer, ",");
+  open(writer, '{');
+  name(writer, "path");
+  jsonText(writer, reinterpret_cast<const uint8_t*>(path), length < sizeof path ? length : sizeof path - 1);
+  name(writer, "octet");
+  jsonNumber(writer, node->bitOffset / 8);
+  name(writer, "bit");
+  jsonNumber(writer, 8 - node->bitOffset % 8);
+  name(writer, "bits");
+  jsonNumber(writer, node->bits);
+  close(writer, '}');
+  return writer.failed ? RTX_E_NO_MEMORY : 0;
+}
+
+static void writeFinding(JsonWriter& writer, const velnor3gpp_Finding& finding)
+{
+  if (writer.comma) jsonPut(writer, ",");
+  open(writer, '{');
+  name(writer, "status");
+  if (finding.status < 0) jsonPut(writer, "-");
+  jsonNumber(writer, static_cast<uint64_t>(finding.status < 0 ? -finding.status : finding.status));
+  name(writer, "fatal");
+  if (finding.fatal)
+    jsonPut(writer, "true");
+  else
+    jsonPut(writer, "false");
+  name(writer, "text");
+  string(writer, finding.text);
+  if (*finding.path) {
+    name(writer, "path");
+    string(writer, finding.path);
+  }
+  if (finding.octet != SIZE_MAX) {
+    name(writer, "octet");
+    jsonNumber(writer, finding.octet);
+    name(writer, "bit");
+    jsonNumber(writer, static_cast<uint64_t>(finding.bit));
+  }
+  if (*finding.clause) {
+    name(writer, "clause");
+    string(writer, finding.clause);
+  }
+  close(writer, '}');
+}
+
+static void writeFindings(JsonWriter& writer, size_t count)
+{
+  if (!count) return;
+  name(writer, "findings");
+  open(writer, '[');
+  velnor3gpp_Finding finding = {};
+  finding.size = sizeof finding;
+  for (size_t i = 0; i < count; ++i)
+    if (velnor3gpp_finding(writer.session, i, &finding) >= 0) writeFinding(writer, finding);
+  close(writer, ']');
+}
+
+static void writeProtection(JsonWriter& writer, const velnor3gpp_Result& result)
+{
+  static const char* const kChecks[] = {"plain",          "verified",    "forged",     "no keys",
+                                        "null algorithm", "not covered", "not reached"};
+  if (result.check == VELNOR3GPP_PLAIN) return;
+  name(writer, "protection");
+  open(writer, '{');
+  name(writer, "check");
+  string(writer, kChecks[result.check]);
+  if (result.check == VELNOR3GPP_VERIFIED) {
+    name(writer, "count");
+    jsonNumber(writer, result.nasCount);
+  }
+  name(writer, "sealed");
+  if (result.headerOnly)
+    jsonPut(writer, "true");
+  else
+    jsonPut(writer, "false");
+  close(writer, '}');
+}
+
+static void writeHead(JsonWriter& writer, const velnor3gpp_Result& result)
+{
+  if (result.type) {
+    velnor3gpp_TypeFacts facts = {};
+    facts.size = sizeof facts;
+    velnor3gpp_typeFacts(result.type, &facts);
+    name(writer, "type");
+    string(writer, facts.name);
+  }
+  if (*result.title || *result.message) {
+    name(writer, "message");
+    string(writer, *result.title ? result.title : result.message);
+  }
+  if (result.direction != VELNOR3GPP_DIRECTION_UNKNOWN) {
+    name(writer, "dir");
+    string(writer, result.direction == VELNOR3GPP_UP ? "up" : "down");
+  }
+  if (result.count) {
+    name(writer, "octets");
+    jsonHex(writer, result.octets, result.count);
+  }
+  name(writer, "status");
+  if (result.status < 0) jsonPut(writer, "-");
+  jsonNumber(writer, static_cast<uint64_t>(result.status < 0 ? -result.status : result.status));
+}
+
+static void writeObject(JsonWriter& writer, unsigned flags)
+{
+  velnor3gpp_Result result = {};
+  result.size = sizeof result;
+  velnor3gpp_result(writer.session, &result);
+  open(writer, '{');
+  writeHead(writer, result);
+  if (result.type) {
+    jsonPut(writer, ",\"record\":");
+    writer.comma = false;
+    velnor3gpp_visit(writer.session, flags & VELNOR3GPP_NAMES, writeNode, &writer);
+    writer.comma = true;
+  }
+  writeFindings(writer, result.findings);
+  writeProtection(writer, result);
+  if (result.type && flags & VELNOR3GPP_POSITIONS) {
+    name(writer, "fields");
+    open(writer, '[');
+    velnor3gpp_visit(writer.session, VELNOR3GPP_POSITIONS, writeField, &writer);
+    close(writer, ']');
+  }
+  close(writer, '}');
+}
+
+int velnor3gpp_toJson(velnor3gpp_Session* session, unsigned flags, const char** text, size_t* count)
+{
+  if (!session || !text || !count) return RTX_E_NULL_POINTER;
+  JsonWriter writer;
+  begin(writer, session);
+  writeObject(writer, flags);
+  return jsonEnd(writer, text, count);
+}
+
+int velnor3gpp_decodeMany(velnor3gpp_Session* session, const velnor3gpp_Type* type, const velnor3gpp_Octets* messages,
+                          size_t messageCount, unsigned flags, const char** text, size_t* count)
+{
+  if (!session || (!messages && messageCount) || !text || !count) return RTX_E_NULL_POINTER;
+  JsonWriter writer;
+  begin(writer, session);
+  for (const velnor3gpp_Octets* message = messages; message < messages + messageCount && !writer.failed; ++message) {
+    velnor3gpp_decode(session, type, message->direction, message->octets, message->count);
+    writeObject(writer, flags);
+    jsonPut(writer, "\n");
+  }
+  return jsonEnd(writer, text, count);
+}

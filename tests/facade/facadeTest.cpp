@@ -1,0 +1,205 @@
+// Guards what a caller of the small interface relies on who knows no type: every type is found by its names, every
+// value stands where its position says, findings lead to octet and clause, and keys outlast messages and follow their
+// counts.
+#include <gtest/gtest.h>
+
+#include <map>
+
+#include "tests/facade/session.h"
+
+namespace {
+
+velnor3gpp_TypeFacts factsOf(const velnor3gpp_Type* type)
+{
+  velnor3gpp_TypeFacts facts = {};
+  facts.size = sizeof facts;
+  EXPECT_EQ(velnor3gpp_typeFacts(type, &facts), 0);
+  return facts;
+}
+
+std::string upper(std::string text)
+{
+  for (char& c : text) c = char(toupper(c));
+  return text;
+}
+
+TEST(Facade, EveryTypeIsFoundByItsNames)
+{
+  std::map<std::string, size_t> shortNames;
+  for (size_t i = 0; i < velnor3gpp_typeCount(); ++i) ++shortNames[upper(factsOf(velnor3gpp_typeAt(i)).shortName)];
+  for (size_t i = 0; i < velnor3gpp_typeCount(); ++i) {
+    const velnor3gpp_Type* type = velnor3gpp_typeAt(i);
+    velnor3gpp_TypeFacts facts = factsOf(type);
+    EXPECT_EQ(velnor3gpp_typeByName(facts.name, nullptr), type) << facts.name;
+    EXPECT_EQ(velnor3gpp_typeByName(upper(facts.name).c_str(), nullptr), type) << facts.name;
+    size_t others = 0, count = shortNames[upper(facts.shortName)];
+    const velnor3gpp_Type* byShort = velnor3gpp_typeByName(facts.shortName, &others);
+    EXPECT_TRUE(count == 1 ? byShort == type : !byShort && others == count) << facts.name;
+    EXPECT_TRUE(std::string(facts.clause).starts_with("TS ") && strchr(facts.clause, ',')) << facts.clause;
+    EXPECT_TRUE(std::string(facts.name).starts_with(std::string(facts.module) + "_")) << facts.module;
+    EXPECT_TRUE(facts.use != VELNOR3GPP_MESSAGE || *facts.title) << facts.name << " has no standard's name";
+  }
+}
+
+uint64_t bitsAt(const Octets& octets, size_t offset, size_t count)
+{
+  uint64_t value = 0;
+  for (size_t i = offset; i < offset + count; ++i) value = value << 1 | (octets.at(i / 8) >> (7 - i % 8) & 1);
+  return value;
+}
+
+struct Placed {
+  const Octets& octets;
+  size_t values = 0, placed = 0;
+};
+
+// A number of so many bits is what stands in those bits of the message, and so are octets.
+int checkPlace(const velnor3gpp_Node* node, void* arg)
+{
+  Placed& placed = *static_cast<Placed*>(arg);
+  if (node->step != VELNOR3GPP_VALUE) return 0;
+  char path[512];
+  velnor3gpp_nodePath(node, path, sizeof path);
+  ++placed.values;
+  placed.placed += node->bits != 0;
+  if (strcmp(path, "msgType") == 0) return 0; // of TS 24.008, where it shares its octet with a sequence number
+  bool number = node->kind == VELNOR3GPP_NUMBER || node->kind == VELNOR3GPP_ENUMERATED || node->kind == VELNOR3GPP_FLAG;
+  if (number && node->bits == node->width) {
+    uint64_t stands = bitsAt(placed.octets, node->bitOffset, node->bits);
+    uint64_t padding = bitsAt(Octets(placed.octets.size(), 0x2B), node->bitOffset, node->bits); // of rest octets
+    EXPECT_TRUE(stands == node->number || (stands ^ padding) == node->number) << path << " is not " << stands;
+  }
+  if (node->kind == VELNOR3GPP_OCTETS && node->count && node->bits == node->count * 8 && node->bitOffset % 8 == 0) {
+    EXPECT_EQ(memcmp(&placed.octets.at(node->bitOffset / 8), node->data, node->count), 0) << path;
+  }
+  return 0;
+}
+
+TEST(Facade, EveryValueStandsWhereItsPositionSays)
+{
+  TestSession session;
+  size_t values = 0, placed = 0;
+  for (const TestMessage& message : corpusMessages(VELNOR_CORPUS)) {
+    SCOPED_TRACE(message.name);
+    bool good = session.decode(message.entry, message.octets) == 0 && !session.result().missing;
+    if (!good || session.result().check != VELNOR3GPP_PLAIN) continue;
+    Placed place{message.octets};
+    EXPECT_EQ(velnor3gpp_visit(session, VELNOR3GPP_POSITIONS, checkPlace, &place), 0);
+    values += place.values;
+    placed += place.placed;
+  }
+  EXPECT_GT(values, 8000U);
+  EXPECT_GT(placed * 100, values * 90) << placed << " of " << values << " have a place";
+}
+
+TEST(Facade, FindingsLeadToOctetAndClause)
+{
+  TestSession session;
+  auto told = [&](const char* hex) {
+    session.decode(nullptr, octetsOfHex(hex));
+    velnor3gpp_Finding f = {};
+    f.size = sizeof f;
+    if (velnor3gpp_finding(session, 0, &f) < 0) return std::string("in order");
+    return std::to_string(f.status) + " " + f.path + " octet " + std::to_string(long(f.octet)) + " bit " +
+           std::to_string(f.bit) + " " + f.clause;
+  };
+  EXPECT_EQ(told("7e005b01"), "in order");
+  EXPECT_EQ(told("7e0041790004f1"), "-9 data.RegRequest5G.mobileId.suci octet 7 bit 0 TS 24.501, 9.11.3.4");
+  EXPECT_EQ(told("7e005b"), "-2 data.IdentityRequest5G.spare octet 3 bit 8 TS 24.501, 8.2.21");
+  EXPECT_EQ(told("7e004201011502"),
+            "-2 data.RegAccept5G.allowedNSSAI.contents[0].length octet 7 bit 8 TS 24.501, 9.11.2.8");
+  EXPECT_EQ(told("0f"), "-113  octet -1 bit 0 ");
+  EXPECT_EQ(told(""), "-113  octet -1 bit 0 ");
+}
+
+struct Row {
+  std::string id;
+  const L3TypeEntry* type;
+  Octets octets;
+  velnor3gpp_Keys keys;
+  uint32_t count;
+  velnor3gpp_Direction direction;
+  bool verifies;
+};
+
+Row rowOf(const std::vector<std::string>& cells)
+{
+  auto number = [&cells](size_t column) { return uint32_t(std::stoul(cells[column])); };
+  Row row = {cells[0], l3FindType(cells[2].c_str()), octetsOfHex(cells[3]), {}, number(8), {}, cells[11] == "ok"};
+  row.keys.size = sizeof row.keys;
+  Octets integrity = octetsOfHex(cells[4]), cipher = octetsOfHex(cells[5]);
+  std::copy(integrity.begin(), integrity.end(), row.keys.integrityKey);
+  std::copy(cipher.begin(), cipher.end(), row.keys.cipherKey);
+  row.keys.integrityAlgorithm = number(6);
+  row.keys.cipherAlgorithm = number(7);
+  row.keys.bearer = int(number(9));
+  row.direction = number(10) ? VELNOR3GPP_DOWN : VELNOR3GPP_UP;
+  return row;
+}
+
+std::vector<Row> protectedRows()
+{
+  std::vector<Row> rows;
+  for (auto& cells : readTable(VELNOR_CORPUS "/security.tsv", 16)) rows.push_back(rowOf(cells));
+  return rows;
+}
+
+// The keys alone tell direction and count; the message comes back octet for octet, and wrong codes are told.
+TEST(Facade, KeysVerifyAndProtectAgain)
+{
+  TestSession session;
+  size_t verified = 0;
+  for (Row& row : protectedRows()) {
+    SCOPED_TRACE(row.id);
+    uint32_t behind = row.count > 3 ? row.count - 3 : 0;
+    row.keys.uplinkCount = row.keys.downlinkCount = behind;
+    ASSERT_EQ(velnor3gpp_setKeys(session, &row.keys), 0);
+    session.decode(row.type, row.octets);
+    velnor3gpp_Result result = session.result();
+    if (!row.keys.integrityAlgorithm) continue;
+    EXPECT_EQ(result.check, row.verifies ? VELNOR3GPP_VERIFIED : VELNOR3GPP_FORGED);
+    if (!row.verifies || result.check != VELNOR3GPP_VERIFIED) continue;
+    ++verified;
+    EXPECT_EQ(result.nasCount, row.count);
+    EXPECT_EQ(result.direction, row.direction);
+    if (result.status < 0) continue;
+    EXPECT_EQ(session.encoded(), hexText(row.octets));
+  }
+  EXPECT_GT(verified, 30U);
+}
+
+// A stream of messages of one connection: counts go on, across the sequence number's end too, and a late one is taken
+// within the window alone.
+TEST(Facade, CountsFollowTheMessages)
+{
+  TestSession session;
+  velnor3gpp_Keys keys = {};
+  keys.size = sizeof keys;
+  keys.integrityAlgorithm = keys.cipherAlgorithm = 2;
+  keys.bearer = -1;
+  keys.uplinkCount = 253;
+  std::vector<Octets> stream;
+  std::fill_n(keys.integrityKey, 16, uint8_t{7});
+  for (uint32_t count = 253; count < 260; ++count) {
+    keys.uplinkCount = count;
+    TestSession sender; // reads the message without keys, as it is not ciphered yet, and protects it
+    sender.decode(nullptr, octetsOfHex("7E0200000000" + hexText({uint8_t(count)}) + "7E0043"), VELNOR3GPP_UP);
+    ASSERT_EQ(velnor3gpp_setKeys(sender, &keys), 0);
+    stream.push_back(octetsOfHex(sender.encoded()));
+  }
+  keys.uplinkCount = 250;
+  keys.window = 4;
+  velnor3gpp_setKeys(session, &keys);
+  for (size_t i = 0; i < stream.size(); ++i) {
+    EXPECT_EQ(session.decode(nullptr, stream[i]), 0) << i << session.findings();
+    EXPECT_EQ(session.result().nasCount, 253 + i);
+    EXPECT_EQ(session.result().check, VELNOR3GPP_VERIFIED);
+  }
+  EXPECT_EQ(session.decode(nullptr, stream[3]), 0) << "late, and within the window";
+  session.decode(nullptr, stream[0]);
+  EXPECT_EQ(session.result().check, VELNOR3GPP_FORGED) << "too late";
+  ASSERT_EQ(velnor3gpp_getKeys(session, &keys), 0);
+  EXPECT_EQ(keys.uplinkCount, 259U);
+}
+
+} // namespace

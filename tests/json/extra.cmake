@@ -1,0 +1,10 @@
+# Its objects, so that the whole stands on the library under test.
+target_sources(test-${name} PRIVATE $<TARGET_OBJECTS:velnor3gpp_json_objects>)
+target_include_directories(test-${name} PRIVATE ${PROJECT_SOURCE_DIR}/json/include)
+execute_process(COMMAND python3 -c "import jsonschema" RESULT_VARIABLE missing OUTPUT_QUIET ERROR_QUIET)
+if(missing)
+  message(STATUS "Left out: the validation of JSON by its schema (install python3-jsonschema)")
+else()
+  target_compile_definitions(test-${name} PRIVATE VELNOR_PYTHON="python3")
+endif()
+target_compile_definitions(test-${name} PRIVATE VELNOR_CORPUS="${PROJECT_SOURCE_DIR}/tests/corpus/data")

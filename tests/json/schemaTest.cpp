@@ -1,0 +1,49 @@
+// Guards that what is written is what the schema says: all types and all real messages, with names and positions, are
+// valid by an independent validator, and changed ones are not.
+#include <gtest/gtest.h>
+
+#include "tests/json/session.h"
+
+namespace {
+
+std::string schemaOf(velnor3gpp_Session* session, const velnor3gpp_Type* type)
+{
+  const char* text = nullptr;
+  size_t count = 0;
+  EXPECT_EQ(velnor3gpp_schema(session, type, &text, &count), 0);
+  return {text, count};
+}
+
+TEST(JsonSchema, HoldsForAllThatIsWritten)
+{
+#ifndef VELNOR_PYTHON
+  GTEST_SKIP() << "python3-jsonschema is not installed";
+#else
+  JsonSession session;
+  const std::string folder = testing::TempDir(), schema = folder + "velnor.schema.json",
+                    lines = folder + "velnor.lines";
+  std::ofstream(schema) << schemaOf(session, nullptr);
+  std::ofstream out(lines);
+  for (size_t i = 0; i < velnor3gpp_typeCount(); ++i) {
+    velnor3gpp_sample(session, velnor3gpp_typeAt(i), nullptr, 0);
+    out << session.json(i % 2 ? VELNOR3GPP_NAMES : 0) << "\n";
+  }
+  for (const TestMessage& message : corpusMessages(VELNOR_CORPUS)) {
+    session.decode(message.entry, message.octets);
+    out << session.json(VELNOR3GPP_NAMES | VELNOR3GPP_POSITIONS) << "\n";
+  }
+  out.close();
+  EXPECT_EQ(system((VELNOR_PYTHON " " VELNOR_TEST_DATA "/schema.py " + schema + " " + lines).c_str()), 0);
+#endif
+}
+
+TEST(JsonSchema, OfOneTypeHoldsWhatItNeeds)
+{
+  JsonSession session;
+  std::string slice = schemaOf(session, velnor3gpp_typeByName("TS24501IE_NSSAI", nullptr));
+  EXPECT_NE(slice.find("\"TS24501IE_SNSSAI\":{"), std::string::npos) << slice;
+  EXPECT_EQ(slice.find("TS24501IE_MobileIdentity"), std::string::npos);
+  EXPECT_NE(slice.find("\"required\":[\"contents\"]"), std::string::npos) << slice;
+}
+
+} // namespace
