@@ -1,6 +1,7 @@
 // The walk over a record by the rows of its type, told node by node: the one place that turns records into named
 // values. Text of other forms, templates and positions are consumers of it. The walk trusts no count beyond an inline
 // array's end and follows no null pointer, as the printer does.
+#include "api/place.h"
 #include "api/positions.h"
 #include "api/session.h"
 #include "rt3gppsrc/engine/l3Enum.h"
@@ -29,13 +30,8 @@ struct Walk {
   Positions* positions; // or null
   unsigned depth;
   int status;
+  unsigned hidden; // types around that tell of a person
   bool names;
-};
-
-// A node with what the library knows of it besides.
-struct Place {
-  Node node;
-  const char* pushed;
 };
 
 struct Held {
@@ -75,11 +71,14 @@ static void begin(Place& place, const Place* parent, const Name& name, velnor3gp
   node.bitOffset = 0;
   node.bits = 0;
   place.pushed = name.pushed;
+  place.member = nullptr;
+  place.store = 0;
 }
 
 static int tell(Walk& walk, Place& place)
 {
   if (walk.positions && place.node.step != VELNOR3GPP_LEAVE) locate(*walk.positions, &place.node, &pushedName);
+  place.hidden = walk.hidden != 0;
   int answer = walk.visit(&place.node, walk.arg);
   if (answer < 0) walk.status = answer;
   return answer;
@@ -98,12 +97,14 @@ static void leave(Walk& walk, Place& place)
 }
 
 static void visitNumber(Walk& walk, const Place* parent, const Name& name, velnor3gpp_Kind kind, uint8_t width,
-                        uint64_t number)
+                        uint64_t number, const uint8_t* member = nullptr, uint8_t store = 0)
 {
   Place place;
   begin(place, parent, name, kind);
   place.node.width = width;
   place.node.number = number;
+  place.member = member;
+  place.store = store;
   tell(walk, place);
 }
 
@@ -230,7 +231,7 @@ static void visitElement(Walk& walk, const Place* parent, const L3Row& row, cons
     case kL3UInt:
     case kL3Unary:
       return visitNumber(walk, parent, name, VELNOR3GPP_NUMBER, row.op == kL3Unary ? uint8_t{8} : row.bits,
-                         l3Load(member, row.store));
+                         l3Load(member, row.store), member, row.store);
     case kL3Bool:
       return visitNumber(walk, parent, name, VELNOR3GPP_FLAG, 1, *member != 0);
     case kL3Enumerated:
@@ -294,6 +295,7 @@ static void visitRecord(Walk& walk, const Place* parent, const L3Type& type, con
 static void visitType(Walk& walk, const Place* parent, const L3Type& type, const Name& name, const uint8_t* value)
 {
   L3TextForm text = l3TextForm(type);
+  unsigned hidden = type.flags & kL3Private ? 1 : 0;
   if (text != L3TextForm::none)
     return visitString(walk, parent, name, VELNOR3GPP_TEXT, textOf(value, text == L3TextForm::array ? type.size : 0));
   if (l3IsEmpty(type)) return visitNumber(walk, parent, name, VELNOR3GPP_NOTHING, 0, 0);
@@ -302,7 +304,9 @@ static void visitType(Walk& walk, const Place* parent, const L3Type& type, const
     return;
   }
   ++walk.depth;
+  walk.hidden += hidden;
   visitRecord(walk, parent, type, name, value);
+  walk.hidden -= hidden;
   --walk.depth;
 }
 
@@ -317,7 +321,7 @@ int velnor3gpp_visit(velnor3gpp_Session* session, unsigned flags, velnor3gpp_Vis
   if (!hasRecord(*session)) return RTX_E_BAD_PARAMETER;
   Positions positions = {};
   bool located = flags & VELNOR3GPP_POSITIONS && openPositions(positions, *session);
-  Walk walk = {visit, arg, located ? &positions : nullptr, 0, 0, (flags & VELNOR3GPP_NAMES) != 0};
+  Walk walk = {visit, arg, located ? &positions : nullptr, 0, 0, 0, (flags & VELNOR3GPP_NAMES) != 0};
   const L3Type& type = typeOf(*session->known);
   visitType(walk, nullptr, type, {nullptr, l3NameOf(type), 0, 0, NameKind::whole}, session->record);
   return walk.status;

@@ -134,6 +134,7 @@ int main(void)
   showResult(session);
   velnor3gpp_visit(session, VELNOR3GPP_NAMES | VELNOR3GPP_POSITIONS, showValue, NULL);
   showOctets(session);
+  if (velnor3gpp_redact(session) == 0) showOctets(session);
   if (velnor3gpp_toText(session, &text, &count) == 0) printf("%.*s", (int)(strchr(text, '\n') - text + 1), text);
   velnor3gpp_decode(session, NULL, VELNOR3GPP_UP, cut, sizeof cut);
   showResult(session);

@@ -282,6 +282,12 @@ VELNOR_API int velnor3gpp_toText(velnor3gpp_Session* session, const char** text,
 VELNOR_API int velnor3gpp_sample(velnor3gpp_Session* session, const velnor3gpp_Type* type, const char* message,
                                  unsigned flags);
 
+/** Overwrites what tells who somebody is or what they said: identities, numbers, addresses, payloads, wherever the
+ *  definitions say `private`. The record keeps its shape and encodes to as many octets; what a message holds unread,
+ *  such as a container inside a container, stays as it is read: octets that no type knows are not looked into. The
+ *  message's own octets are forgotten. Returns 0, or RTX_E_BAD_PARAMETER without a record. */
+VELNOR_API int velnor3gpp_redact(velnor3gpp_Session* session);
+
 /** Takes one step of building a record from named values: the mirror of `velnor3gpp_visit`. The first mistake is told
  *  as a finding with its path and how to mend it; the steps behind it return its status and do nothing, to BEGIN.
  *  Members that are there become present, selectors of alternatives and counts are worked out; lengths may be left out.

@@ -289,7 +289,8 @@ enum L3TypeFlags : uint16_t {
   kL3RestOctets = 0x40, // ends wherever the octets do; padded to the next octet on encoding
   kL3DecAtOnce = 0x80,  // the direct coder does a whole call
   kL3EncAtOnce = 0x100,
-  kL3Padded = 0x200, // its last octet is filled with padding on encoding
+  kL3Padded = 0x200,  // its last octet is filled with padding on encoding
+  kL3Private = 0x400, // what it holds tells who somebody is, or what they said
 };
 
 struct L3Type {

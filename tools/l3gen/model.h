@@ -173,6 +173,7 @@ struct Type {
   int msgType = -1;
   std::string decodeFile, encodeFile, sampleFile, form;
   bool directByHand = false; // the file has the direct coders as well
+  bool isPrivate = false;    // it tells of a person
   bool plainByHand = false;  // the file tells what the rows alone code
   std::map<std::string, std::string> words;
   // laid out

@@ -236,6 +236,8 @@ static void takeHand(Words& w, Type& type)
     } else if (word(0) == "encode" && word(1) == "by" && word(2) == "hand") {
       type.encodeFile = word(3);
       i += 3;
+    } else if (word(0) == "private") {
+      type.isPrivate = true;
     } else if (word(0) == "direct" && word(1) == "by" && word(2) == "hand") {
       type.directByHand = true;
       i += 2;

@@ -439,6 +439,7 @@ static std::string typeFlags(const Type& type)
   if (bare && text) flags += " | kL3Pointer";
   if (type.choiceType) flags += " | kL3IsChoice";
   if (type.restOctets) flags += " | kL3RestOctets";
+  if (type.isPrivate) flags += " | kL3Private";
   if (!type.rows.empty() && type.rows.back().mark == Mark::Padding) flags += " | kL3Padded";
   if (type.kind == Kind::Message) flags += " | kL3IsMessage";
   if (type.kind == Kind::Pdu) flags += " | kL3IsPdu";
