@@ -96,9 +96,11 @@ size_t blocksOf(size_t length)
   return (length + kAesBlockOctets - 1) / kAesBlockOctets;
 }
 
-// The keystream of so many blocks from `from` on.
-template <size_t lanes> AES_FUNCTION inline void makeLanes(const RoundKeys& keys, Counter from, __m128i (&block)[lanes])
+// The keystream of so many blocks from `from` on. Blocks and keys together do not fit into sixteen registers: the
+// statement makes the compiler read each key from `keys` again, for copies that it kept on the stack nobody could wipe.
+template <size_t lanes> AES_FUNCTION inline void makeLanes(RoundKeys& keys, Counter from, __m128i (&block)[lanes])
 {
+  asm volatile("" : "+m"(keys));
 #pragma GCC unroll 8
   for (size_t i = 0; i < lanes; i++)
     block[i] = _mm_set_epi64x(static_cast<long long>(rtxBigEndian(from.low + i)), static_cast<long long>(from.fixed));
@@ -106,8 +108,7 @@ template <size_t lanes> AES_FUNCTION inline void makeLanes(const RoundKeys& keys
 }
 
 // The octets that do not fill all lanes. Lanes beyond them cost nothing: they run in the time that one takes.
-template <size_t lanes>
-AES_FUNCTION inline void cipherRest(const RoundKeys& keys, Counter from, uint8_t* data, size_t length)
+template <size_t lanes> AES_FUNCTION inline void cipherRest(RoundKeys& keys, Counter from, uint8_t* data, size_t length)
 {
   __m128i block[lanes];
   uint8_t stream[lanes * kAesBlockOctets];

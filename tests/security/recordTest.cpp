@@ -65,14 +65,16 @@ bool foundInMemory(const Octets& secret)
 int use(RtxContext* ctxt, int step, const uint8_t* keys)
 {
   uint32_t mac = 0;
-  uint8_t octets[9 * kAesBlockOctets] = {};
+  uint8_t octets[17 * kAesBlockOctets] = {};
   if (step == 0) return rtx3gppSecInitialize(ctxt);
   if (step == 1) return rtx3gppAssignAlgorithmKeys(ctxt, keys, keys + kAesBlockOctets, 2, 2);
-  const size_t length = step % 2 ? 3 : sizeof octets;
+  const size_t lengths[] = {sizeof octets, 3, sizeof octets, 3, 9 * kAesBlockOctets};
+  const size_t length = lengths[step - 2];
   return step < 4 ? rtx3gppComputeMAC(ctxt, octets, length, &mac) : rtx3gppCipher(ctxt, octets, length);
 }
 
-// What is made of the keys: the subkeys, and the schedules as words and as the octets in order.
+// What is made of the keys: the subkeys, and the schedules as words, as the octets in order, and with each key in all
+// four places of a wide register.
 std::vector<Octets> madeOfKeys(const Rtx3gppSecContext& security)
 {
   const uint8_t* words = reinterpret_cast<const uint8_t*>(security.keySchedules);
@@ -81,6 +83,12 @@ std::vector<Octets> madeOfKeys(const Rtx3gppSecContext& security)
   for (size_t i : {1, 2}) {
     made.push_back(made[i]);
     for (size_t word = 0; word < 176; word += 4) std::reverse(&made.back()[word], &made.back()[word] + 4);
+  }
+  for (size_t i : {3, 4}) {
+    Octets wide;
+    for (size_t key = 0; key < 176; key += kAesBlockOctets)
+      for (int place = 0; place < 4; ++place) wide.insert(wide.end(), &made[i][key], &made[i][key] + kAesBlockOctets);
+    made.push_back(wide);
   }
   return made;
 }
@@ -118,7 +126,7 @@ TEST(NasSecurityMemory, HoldsNoKeysOnHeapOrStackAfterSecFree)
       RtxContext ctxt;
       ASSERT_EQ(0, rtxInitContextExt(&ctxt, watchedMalloc, nullptr, watchedFree));
       rtxMemHeapSetFlags(&ctxt.pMemHeap, flags);
-      for (int step = 0; step < 6; ++step) {
+      for (int step = 0; step < 7; ++step) {
         int status = -1;
         runOnStack([&] { status = use(&ctxt, step, keys.data()); });
         ASSERT_EQ(0, status);
