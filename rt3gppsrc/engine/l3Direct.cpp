@@ -186,10 +186,10 @@ template <Go go> static bool directly(L3Call& call, const L3Type& type, void* re
 
 L3AtOnce l3DecAtOnce(RtxContext* pctxt, const L3Type& type, void* record)
 {
+  const L3Plain* plain = type.hand ? type.hand->plain : nullptr;
+  if (plain && !plain->decodes(pctxt->buffer, record)) return kL3NotTried;
   if (!isClear(*pctxt)) return kL3NotTried;
   RtxBuffer before = pctxt->buffer;
-  const L3Plain* plain = type.hand ? type.hand->plain : nullptr;
-  if (plain && !plain->decodes(before, record)) return kL3NotTried;
   L3Call call;
   L3Name frame;
   beginTrial(call, pctxt, type, frame);
@@ -208,9 +208,9 @@ L3AtOnce l3DecAtOnce(RtxContext* pctxt, const L3Type& type, void* record)
 
 L3AtOnce l3EncAtOnce(RtxContext* pctxt, const L3Type& type, void* record)
 {
-  if (!isClear(*pctxt)) return kL3NotTried;
   const L3Plain* plain = type.hand ? type.hand->plain : nullptr;
   if (plain && !plain->encodes(record)) return kL3NotTried;
+  if (!isClear(*pctxt)) return kL3NotTried;
   L3Call call;
   L3Name frame;
   beginTrial(call, pctxt, type, frame);
