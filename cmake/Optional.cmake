@@ -9,10 +9,10 @@ if(VELNOR_SANITIZE MATCHES "memory")
 endif()
 
 find_path(VELNOR_CLI11 CLI/CLI.hpp)
-if(VELNOR_CLI11 AND NOT VELNOR_COVERAGE) # the library alone is counted
+if(VELNOR_CLI11 AND VELNOR_RAPIDJSON AND NOT VELNOR_COVERAGE) # the library alone is counted
   add_subdirectory(tools/velnor3gpp)
-elseif(NOT VELNOR_CLI11)
-  message(STATUS "Left out: the program (install libcli11-dev)")
+elseif(NOT VELNOR_CLI11 OR NOT VELNOR_RAPIDJSON)
+  message(STATUS "Left out: the program (install libcli11-dev and rapidjson-dev)")
 endif()
 
 find_package(Threads QUIET)

@@ -124,4 +124,54 @@ TEST_P(CaseFile, HoldsToTheLetter)
 }
 INSTANTIATE_TEST_SUITE_P(, CaseFile, testing::ValuesIn(caseFiles()), [](auto& name) { return name.param; });
 
+// What follows a line, up to the next blank one.
+std::vector<std::string> linesBehind(const std::string& text, const std::string& title)
+{
+  std::istringstream in(text);
+  std::vector<std::string> lines;
+  bool found = false;
+  for (std::string line; std::getline(in, line) && !(found && line.empty());) {
+    if (found) lines.push_back(line);
+    found = found || line == title;
+  }
+  return lines;
+}
+
+struct Ran {
+  int code;
+  std::string out;
+};
+
+// Runs a command of the shell where the samples are at hand.
+Ran shell(const std::string& command)
+{
+  static const std::string kStart = "PATH=" + fs::path(VELNOR_PROGRAM).parent_path().string() + ":$PATH; cd " +
+                                    fs::path(VELNOR_SAMPLES).parent_path().string() + "; ";
+  FILE* pipe = popen((kStart + command + " 2>&1 </dev/null").c_str(), "r");
+  std::string text;
+  char piece[4096];
+  for (size_t count; (count = fread(piece, 1, sizeof piece, pipe)) > 0;) text.append(piece, count);
+  return {WEXITSTATUS(pclose(pipe)), text};
+}
+
+// Whoever copies an example from the help of a command sees it work.
+TEST(Program, ExamplesOfEveryCommandRun)
+{
+  size_t commands = 0;
+  for (const std::string& line : linesBehind(shell("velnor3gpp --help").out, "Subcommands:")) {
+    std::string name = line.substr(2, line.find(' ', 2) - 2);
+    size_t examples = 0;
+    for (const std::string& text : linesBehind(shell("velnor3gpp " + name + " -h").out, "Examples:")) {
+      if (text.find("# ") == 2) continue;
+      Ran ran = shell(text);
+      EXPECT_EQ(ran.code, 0) << text << "\n" << ran.out;
+      EXPECT_NE(ran.out, "") << text;
+      ++examples;
+    }
+    EXPECT_EQ(examples, 3U) << name;
+    ++commands;
+  }
+  EXPECT_GT(commands, 3U);
+}
+
 } // namespace

@@ -10,11 +10,26 @@
 #include <string_view>
 
 #include "job.h"
+#include "names.h"
+#include "session.h"
 #include "source.h"
 #include "velnor3gpp/rtxDiagBitTrace.h"
 #include "velnor3gpp/rtxPrintStream.h"
 
 namespace {
+
+struct Options {
+  std::vector<std::string> inputs;
+  SessionOptions session;
+  std::string htmlFile;
+  bool trace = false;
+  bool reencode = false;
+};
+
+struct TypeOptions {
+  std::string part;
+  bool formsOnly = false;
+};
 
 // What all messages of a run share.
 struct Run {
@@ -30,31 +45,23 @@ struct Run {
 
 static void openKeys(Run& run)
 {
-  const std::string& name = run.options.keyFile;
-  if (name.empty()) return;
-  std::ifstream in(name);
-  if (!in) throw UsageError(name + ": cannot be opened: " + strerror(errno));
-  readKeys(in, name, run.keys.emplace());
+  if (!run.options.session.keyFile.empty()) readKeyFile(run.options.session.keyFile, run.keys.emplace());
 }
 
 static JobOrder orderFor(Run& run, const Message& message)
 {
   JobOrder order;
-  order.direction = message.direction != Direction::kUnknown ? message.direction : readDirection(run.options.direction);
-  Channel channel = message.channel != Channel::kUnknown ? message.channel : readChannel(run.options.channel);
-  std::string type = message.type.empty() ? run.options.as : message.type;
+  order.direction =
+      message.direction != Direction::kUnknown ? message.direction : readWay(run.options.session.direction);
+  Channel channel = message.channel != Channel::kUnknown ? message.channel : readCarrier(run.options.session.channel);
+  std::string type = message.type.empty() ? run.options.session.as : message.type;
   order.forms = type.empty() ? formsOf(message.octets, order.direction, channel)
-                             : std::vector<const L3TypeEntry*>{&typeNamed(type)};
+                             : std::vector<const L3TypeEntry*>{&entryNamed(type)};
   order.entry = order.forms[0];
-  order.release = static_cast<uint16_t>(run.options.release);
+  order.release = static_cast<uint16_t>(run.options.session.release);
   order.trace = run.options.trace || !run.options.htmlFile.empty();
   order.keys = run.keys ? &*run.keys : nullptr;
   return order;
-}
-
-static std::string counted(size_t count, const char* what)
-{
-  return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
 
 static void complain(const std::string& place, const std::string& text)
@@ -100,7 +107,7 @@ static void printRecord(Job& job)
   rtxSetPrintStream(&job.ctxt, rtxPrintStreamToStdoutCB, nullptr);
   if (job.entry->print) job.entry->print(&job.ctxt, l3NameOf(*job.entry->type), job.record.data());
   if (job.protection.present) {
-    const char* way = job.check == Check::kVerified ? directionName(job.direction) : "";
+    const char* way = job.check == Check::kVerified ? wayName(job.direction) : "";
     printf("protection: %s%s%s\n", kCheckTexts[static_cast<size_t>(job.check)], *way ? ", " : "", way);
   }
   if (!job.failures.empty()) return;
@@ -288,7 +295,7 @@ static void roundtripOne(Run& run, const Message& message, const JobOrder& order
 template <typename One> static size_t runAll(Run& run, One one)
 {
   openKeys(run);
-  if (!run.options.as.empty()) typeNamed(run.options.as);
+  if (!run.options.session.as.empty()) entryNamed(run.options.session.as);
   return readMessages(run.options.inputs, [&](const Message& message) {
     ++run.messages;
     JobOrder order;
@@ -311,13 +318,13 @@ static int exitCode(const Run& run, size_t noMessages)
   return run.failed || run.different ? 1 : 0;
 }
 
-int decodeCommand(const Options& options)
+static int decode(const Options& options)
 {
   Run run{options, {}};
   return exitCode(run, runAll(run, decodeOne));
 }
 
-int roundtripCommand(const Options& options)
+static int roundtrip(const Options& options)
 {
   Run run{options, {}};
   size_t bad = runAll(run, roundtripOne);
@@ -326,13 +333,7 @@ int roundtripCommand(const Options& options)
   return exitCode(run, bad);
 }
 
-static std::string lower(std::string text)
-{
-  for (char& c : text) c = static_cast<char>(tolower(static_cast<unsigned char>(c)));
-  return text;
-}
-
-int typesCommand(const Options& options)
+static int listTypes(const TypeOptions& options)
 {
   size_t shown = 0;
   for (size_t i = 0; i < l3TypeCount; ++i) {
@@ -344,4 +345,56 @@ int typesCommand(const Options& options)
   }
   if (!shown) throw UsageError("no such type has '" + options.part + "' in its name; 'velnor3gpp types' lists all");
   return 0;
+}
+
+// These commands still print with stdio, whose end has to be watched apart from the program's own output.
+static int finish(int code)
+{
+  if (fflush(stdout) == 0 && !ferror(stdout)) return code;
+  throw OutputError(std::string("standard output: cannot be written: ") + strerror(errno), errno == EPIPE);
+}
+
+static void addCodingOptions(CLI::App& command, Options& options)
+{
+  command.add_option("input", options.inputs,
+                     "octets in hexadecimal, file names, or - for standard input (one message a line)");
+  addSessionOptions(command, options.session);
+}
+
+void addDecode(CLI::App& app, Program& program)
+{
+  CLI::App* command = newCommand(app, "decode", "Decode messages and print their records",
+                                 {{"velnor3gpp decode 7e005b01", "one message, its octets in hexadecimal"},
+                                  {"velnor3gpp decode samples/registration-request.hex", "a file, one message a line"},
+                                  {"velnor3gpp decode --as NSSAI 050401010203", "an element by itself"}});
+  auto options = std::make_shared<Options>();
+  addCodingOptions(*command, *options);
+  command->add_flag("--trace", options->trace, "print the bit trace behind each record");
+  command->add_option("--html", options->htmlFile, "write the bit trace as a page; later messages get -2, -3 ...")
+      ->type_name("FILE");
+  command->add_flag("--reencode", options->reencode, "encode each record again and compare the octets");
+  command->callback([&program, options] { program.code = finish(decode(*options)); });
+}
+
+void addRoundtrip(CLI::App& app, Program& program)
+{
+  CLI::App* command = newCommand(app, "roundtrip", "Decode, encode again and compare",
+                                 {{"velnor3gpp roundtrip 7e005b01", "one message"},
+                                  {"velnor3gpp roundtrip samples/*.hex", "many messages"},
+                                  {"velnor3gpp roundtrip --as NSSAI 050401010203", "an element by itself"}});
+  auto options = std::make_shared<Options>();
+  addCodingOptions(*command, *options);
+  command->callback([&program, options] { program.code = finish(roundtrip(*options)); });
+}
+
+void addTypes(CLI::App& app, Program& program)
+{
+  CLI::App* command = newCommand(app, "types", "List the types that --as takes",
+                                 {{"velnor3gpp types", "all of them"},
+                                  {"velnor3gpp types nssai", "those with this in their names"},
+                                  {"velnor3gpp types --forms", "whole messages"}});
+  auto options = std::make_shared<TypeOptions>();
+  command->add_option("part", options->part, "only types with this in their names");
+  command->add_flag("--forms", options->formsOnly, "only top-level forms of messages");
+  command->callback([&program, options] { program.code = finish(listTypes(*options)); });
 }

@@ -1,57 +1,17 @@
 #include "form.h"
 
-#include <algorithm>
-#include <cctype>
 #include <cstring>
-#include <numeric>
 
+#include "names.h"
 #include "velnor3gpp/velnor3gpp.h"
 
 static constexpr char kPseudoLength[] = "TS44018Msg_L2_PSEUDO_LEN_PDU";
 static constexpr char kShort[] = "TS44018Msg_RR_Short_PD_PDU";
 
-static size_t distance(const std::string& a, const std::string& b)
+const L3TypeEntry& entryNamed(const std::string& name)
 {
-  std::vector<size_t> row(b.size() + 1);
-  std::iota(row.begin(), row.end(), size_t{0});
-  for (size_t i = 1; i <= a.size(); ++i) {
-    size_t diagonal = row[0]++;
-    for (size_t j = 1; j <= b.size(); ++j) {
-      size_t changed = diagonal + (tolower(a[i - 1]) != tolower(b[j - 1]));
-      diagonal = row[j];
-      row[j] = std::min({row[j] + 1, row[j - 1] + 1, changed});
-    }
-  }
-  return row[b.size()];
-}
-
-// The name alone, without its module, is what people remember.
-static size_t distanceToName(const std::string& wanted, const std::string& fullName)
-{
-  size_t whole = distance(wanted, fullName);
-  size_t split = fullName.find('_');
-  return split == std::string::npos ? whole : std::min(whole, distance(wanted, fullName.substr(split + 1)));
-}
-
-static std::string nearNames(const std::string& wanted)
-{
-  std::vector<std::pair<size_t, std::string>> near;
-  for (size_t i = 0; i < l3TypeCount; ++i) {
-    std::string name = l3TypeTable[i].type->fullName;
-    size_t far = distanceToName(wanted, name);
-    if (far <= 1 + wanted.size() / 4) near.emplace_back(far, name);
-  }
-  std::sort(near.begin(), near.end());
-  std::string text;
-  for (size_t i = 0; i < near.size() && i < 3; ++i) text += (i ? ", " : "; did you mean ") + near[i].second;
-  return text;
-}
-
-const L3TypeEntry& typeNamed(const std::string& fullName)
-{
-  const L3TypeEntry* entry = l3FindType(fullName.c_str());
-  if (!entry) throw UsageError("no type '" + fullName + "'" + nearNames(fullName) + " ('velnor3gpp types' lists all)");
-  if (!entry->decode) throw UsageError("type '" + fullName + "' has no decoder of its own");
+  const L3TypeEntry* entry = l3FindType(factsOf(typeNamed(name)).name);
+  if (!entry || !entry->decode) throw UsageError("type '" + name + "' has no decoder of its own");
   return *entry;
 }
 
@@ -65,7 +25,7 @@ std::vector<const L3TypeEntry*> formsOf(const std::vector<uint8_t>& octets, Dire
                                   static_cast<velnor3gpp_Channel>(channel), types);
   for (size_t i = 0; i < count; ++i) {
     velnor3gpp_typeFacts(types[i], &facts);
-    forms.push_back(&typeNamed(facts.name));
+    forms.push_back(&entryNamed(facts.name));
   }
   if (!forms.empty()) return forms;
   bool radio = (octets[0] & 15) == 6;

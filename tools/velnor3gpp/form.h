@@ -11,7 +11,7 @@
 #include "usage.h"
 
 // The type of that full name; throws UsageError with the nearest names.
-const L3TypeEntry& typeNamed(const std::string& fullName);
+const L3TypeEntry& entryNamed(const std::string& fullName);
 // The top-level forms that the octets can belong to, by protocol discriminator and message type; throws UsageError if
 // there is none. More than one is possible for radio resource messages alone, whose channel tells.
 std::vector<const L3TypeEntry*> formsOf(const std::vector<uint8_t>& octets, Direction direction, Channel channel);

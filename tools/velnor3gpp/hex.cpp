@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdio>
 
+#include "names.h"
 #include "usage.h"
 
 // The value of each character as a digit. Digits are most of what the program reads, and a table tells them without a
@@ -85,21 +86,17 @@ std::string octetText(const unsigned char* octets, size_t count)
   return text;
 }
 
-Direction readDirection(std::string_view word)
+Direction readWay(std::string_view word)
 {
-  if (word == "up") return Direction::kUp;
-  return word == "down" ? Direction::kDown : Direction::kUnknown;
+  return static_cast<Direction>(readDirection(word));
 }
 
-Channel readChannel(std::string_view word)
+Channel readCarrier(std::string_view word)
 {
-  static constexpr std::string_view kWords[] = {"", "bcch", "ccch", "dcch", "sacch", "short"};
-  for (size_t i = 1; i < std::size(kWords); ++i)
-    if (word == kWords[i]) return static_cast<Channel>(i);
-  return Channel::kUnknown;
+  return static_cast<Channel>(readChannel(word));
 }
 
-const char* directionName(Direction direction)
+const char* wayName(Direction direction)
 {
   return direction == Direction::kUp ? "uplink" : direction == Direction::kDown ? "downlink" : "unknown direction";
 }

@@ -127,7 +127,7 @@ static std::unique_ptr<Job> decodeOnce(const std::vector<uint8_t>& octets, const
   makeRecord(*job, *order.entry);
   job->protection = protectionOf(*order.entry->type, octets);
   job->headerOnly = isSealed(*job, order);
-  if (job->headerOnly) makeRecord(*job, typeNamed(job->protection.header));
+  if (job->headerOnly) makeRecord(*job, entryNamed(job->protection.header));
   const Protection& p = job->protection;
   uint32_t count = order.keys && p.present ? countFor(*order.keys, direction, p.sequence, p.sequenceBits) : 0;
   int status = runDecoder(*job, order, count);

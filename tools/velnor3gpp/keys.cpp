@@ -1,6 +1,9 @@
 #include "keys.h"
 
+#include <cerrno>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <set>
 
 #include "hex.h"
@@ -81,7 +84,7 @@ static void readCount(Reader& reader, const Line& line)
 }
 
 // A name that does not look like one may be a key that strayed.
-static std::string quoted(const std::string& name)
+static std::string quotedName(const std::string& name)
 {
   bool likeName = name.find_first_not_of("abcdefghijklmnopqrstuvwxyz-") == std::string::npos;
   return likeName ? " '" + name + "'" : "";
@@ -105,7 +108,7 @@ static void takeLine(Reader& reader, const Line& line)
   else if (kCounts.count(line.name))
     readCount(reader, line);
   else
-    refuse(reader, "unknown name" + quoted(line.name) +
+    refuse(reader, "unknown name" + quotedName(line.name) +
                        "; known are integrity-algorithm, ciphering-algorithm, "
                        "integrity-key, ciphering-key, bearer, count, uplink-count, downlink-count");
 }
@@ -120,11 +123,11 @@ static Line splitLine(const Reader& reader, const std::string& text)
   size_t value = nameEnd == std::string::npos ? nameEnd : text.find_first_not_of(" \t\r=", nameEnd);
   std::string name = text.substr(start, nameEnd == std::string::npos ? nameEnd : nameEnd - start);
   if (name.size() > 40) refuse(reader, "no name at the start of the line: write name and value");
-  if (value == std::string::npos) refuse(reader, "name" + quoted(name) + " without a value");
+  if (value == std::string::npos) refuse(reader, "name" + quotedName(name) + " without a value");
   size_t valueEnd = text.find_first_of(kBlanks, value);
   size_t more = valueEnd == std::string::npos ? valueEnd : text.find_first_not_of(kBlanks, valueEnd);
   if (more != std::string::npos && text[more] != '#')
-    refuse(reader, "more than one value behind the name" + quoted(name));
+    refuse(reader, "more than one value behind the name" + quotedName(name));
   return {name, text.substr(value, valueEnd == std::string::npos ? valueEnd : valueEnd - value)};
 }
 
@@ -149,6 +152,16 @@ void readKeys(std::istream& in, const std::string& fileName, Keys& keys)
     wipe(line.value);
   }
   checkComplete(reader);
+}
+
+void readKeyFile(const std::string& fileName, Keys& keys)
+{
+  std::error_code ignored;
+  if (std::filesystem::is_directory(fileName, ignored))
+    throw UsageError(fileName + ": is a directory; name a key file");
+  std::ifstream in(fileName);
+  if (!in) throw UsageError(fileName + ": cannot be opened: " + strerror(errno));
+  readKeys(in, fileName, keys);
 }
 
 static size_t slot(Direction direction)

@@ -26,7 +26,8 @@ struct Keys {
   ~Keys();
 };
 
-// Reads a key file; throws UsageError with name, line and reason.
+// Opens and reads a key file; throws UsageError with name, line and reason.
+void readKeyFile(const std::string& fileName, Keys& keys);
 void readKeys(std::istream& in, const std::string& fileName, Keys& keys);
 
 // The count of a message in this direction with these low bits: the lowest one that is not below the next count.

@@ -1,110 +1,123 @@
 // The command line of velnor3gpp: reads options, calls a command, turns faults into one line and an exit code.
-#include <CLI/CLI.hpp>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
+#include <unistd.h>
+
+#include <csignal>
+#include <new>
+#include <sstream>
 
 #include "commands.h"
-#include "usage.h"
+#include "names.h"
+#include "velnor3gpp/velnor3gpp.h"
 
-#ifndef VELNOR_VERSION
-#error "the build names the version"
-#endif
+// Every command, in the order of the help.
+static constexpr void (*kCommands[])(CLI::App& app, Program& program) = {
+    addDecode,
+    addRoundtrip,
+    addTypes,
+    addVersion,
+};
 
-static void addCodingOptions(CLI::App& command, Options& options)
+static std::vector<std::string> commandNames(const CLI::App& app)
 {
-  command.add_option("input", options.inputs,
-                     "octets in hexadecimal, file names, or - for standard input (one message a line)");
-  command.add_option("--as", options.as, "type of the messages, by its full name")->type_name("TYPE");
-  command.add_option("--dir", options.direction, "direction of the messages")->check(CLI::IsMember({"up", "down"}));
-  command.add_option("--channel", options.channel, "channel of radio resource messages, which tells their form")
-      ->check(CLI::IsMember({"bcch", "ccch", "dcch", "sacch", "short"}));
-  command.add_option("--keys", options.keyFile, "key file: algorithms, keys, bearer, counts")->type_name("FILE");
-  command.add_option("--release", options.release, "newest release of radio capabilities to decode, 0: all")
-      ->check(CLI::Range(0, 255));
+  std::vector<std::string> names;
+  for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; }))
+    names.push_back(command->get_name());
+  return names;
 }
 
-static CLI::App* addDecode(CLI::App& app, Options& options)
+static std::string commandList(const CLI::App& app)
 {
-  CLI::App* command = app.add_subcommand("decode", "Decode messages and print their records");
-  addCodingOptions(*command, options);
-  command->add_flag("--trace", options.trace, "print the bit trace behind each record");
-  command->add_option("--html", options.htmlFile, "write the bit trace as a page; later messages get -2, -3 ...")
-      ->type_name("FILE");
-  command->add_flag("--reencode", options.reencode, "encode each record again and compare the octets");
-  return command;
+  std::string text;
+  for (const std::string& name : commandNames(app)) text += (text.empty() ? "" : ", ") + name;
+  return text + " ('velnor3gpp --help' explains them)";
 }
 
-static CLI::App* addRoundtrip(CLI::App& app, Options& options)
+// The command whose options are being read, or the program.
+static const CLI::App& currentOf(const CLI::App& app)
 {
-  CLI::App* command = app.add_subcommand("roundtrip", "Decode, encode again and compare");
-  addCodingOptions(*command, options);
-  return command;
+  std::vector<CLI::App*> given = app.get_subcommands();
+  return given.empty() ? app : *given.front();
 }
 
-static CLI::App* addTypes(CLI::App& app, Options& options)
+static std::vector<std::string> optionNames(const CLI::App& command)
 {
-  CLI::App* command = app.add_subcommand("types", "List the types that --as takes");
-  command->add_option("part", options.part, "only types with this in their names");
-  command->add_flag("--forms", options.formsOnly, "only top-level forms of messages");
-  return command;
+  std::vector<std::string> names;
+  for (const CLI::Option* option : command.get_options())
+    for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+  return names;
 }
 
-static int fail(const std::string& text)
+// The first word of the command line that nobody takes.
+static std::string extraFault(const CLI::App& app)
 {
-  std::string line = text;
-  for (char& c : line)
-    if (c == '\n') c = ' ';
-  fflush(stdout);
-  fprintf(stderr, "velnor3gpp: %s\n", line.c_str());
-  return 2;
+  const CLI::App& command = currentOf(app);
+  std::vector<std::string> extras = command.remaining();
+  if (extras.empty()) extras = app.remaining(true);
+  std::string word = extras.empty() ? "" : extras.front();
+  std::string help = " ('velnor3gpp " + (&command == &app ? "" : command.get_name() + " ") + "--help' explains)";
+  if (word.rfind('-', 0) != 0) return "'" + word + "' is too much here" + help;
+  std::string name = word.substr(0, word.find('='));
+  return "no option '" + name + "'" + didYouMean(name, optionNames(command)) + help;
 }
 
-static int finish(int code)
+static int fail(Output& out, int code, const std::string& text)
 {
-  if (fflush(stdout) == 0 && !ferror(stdout)) return code;
-  fprintf(stderr, "velnor3gpp: the output cannot be written: %s\n", strerror(errno));
-  return 1;
+  complain(out, text);
+  return code;
 }
 
-static bool hasCommand(const CLI::App& app, const std::string& name)
+static int parse(CLI::App& app, Program& program, int argc, char** argv)
 {
-  for (const CLI::App* command : app.get_subcommands({}))
-    if (command->get_name() == name) return true;
-  return false;
-}
-
-static int runProgram(int argc, char** argv)
-{
-  Options options;
-  CLI::App app("Decodes 3GPP layer-3 messages: records, bit traces, NAS security.", "velnor3gpp");
-  app.set_version_flag("--version", std::string("velnor3gpp ") + VELNOR_VERSION);
-  CLI::App* decode = addDecode(app, options);
-  CLI::App* roundtrip = addRoundtrip(app, options);
-  addTypes(app, options);
-  app.require_subcommand(1);
-  static const char kCommands[] = "; give decode, roundtrip or types ('velnor3gpp --help' explains them)";
-  if (argc < 2) return fail(std::string("no command") + kCommands);
-  if (argv[1][0] != '-' && !hasCommand(app, argv[1]))
-    return fail(std::string("no command '") + argv[1] + "'" + kCommands);
+  if (argc < 2) return fail(program.out, kExitUsage, "no command; give one of " + commandList(app));
+  std::vector<std::string> names = commandNames(app);
+  std::string first = argv[1];
+  if (first.rfind('-', 0) != 0 && std::find(names.begin(), names.end(), first) == names.end())
+    return fail(program.out, kExitUsage,
+                "no command '" + first + "'" + didYouMean(first, names) + "; give one of " + commandList(app));
   try {
     app.parse(argc, argv);
+  } catch (const CLI::ExtrasError&) {
+    return fail(program.out, kExitUsage, extraFault(app));
   } catch (const CLI::ParseError& error) {
-    if (error.get_exit_code() == 0) return app.exit(error);
-    return fail(std::string(error.what()) + " ('velnor3gpp --help' explains)");
+    std::ostringstream text, ignored;
+    if (error.get_exit_code() != 0)
+      return fail(program.out, kExitUsage, std::string(error.what()) + " ('velnor3gpp --help' explains)");
+    app.exit(error, text, ignored);
+    program.out.write(text.str());
   }
-  if (decode->parsed()) return decodeCommand(options);
-  if (roundtrip->parsed()) return roundtripCommand(options);
-  return typesCommand(options);
+  return program.code;
 }
 
+static int runProgram(Output& out, int argc, char** argv)
+{
+  CLI::App app("Decodes 3GPP layer-3 messages: records, bit traces, NAS security.", "velnor3gpp");
+  app.set_version_flag("--version", std::string("velnor3gpp ") + velnor3gpp_version());
+  app.require_subcommand(1);
+  Program program{app, out};
+  for (auto add : kCommands) add(app, program);
+  int code = parse(app, program, argc, argv);
+  out.flush();
+  return code;
+}
+
+// What went wrong, on standard error. Behind a fault of the output nothing can be written to it any more.
 int main(int argc, char** argv)
 {
+  signal(SIGPIPE, SIG_IGN); // writing then fails with EPIPE
+  signal(SIGXFSZ, SIG_IGN); // and beyond a limit of the file size with EFBIG
+  Output out(STDOUT_FILENO, "standard output");
   try {
-    return finish(runProgram(argc, argv));
+    return runProgram(out, argc, argv);
+  } catch (const OutputError& error) {
+    if (error.quiet) return kExitIo;
+    return fail(out, kExitIo, error.what());
+  } catch (const InputError& error) {
+    return fail(out, kExitIo, error.what());
+  } catch (const DamageError& error) {
+    return fail(out, kExitDamaged, error.what());
   } catch (const UsageError& error) {
-    return fail(error.what());
+    return fail(out, kExitUsage, error.what());
   } catch (const std::bad_alloc&) {
-    return fail("out of memory");
+    return fail(out, kExitUsage, "out of memory");
   }
 }

@@ -41,11 +41,11 @@ static size_t readLead(const std::string& line, Message& message)
     size_t end = at;
     while (end < line.size() && !isBlank(line[end])) ++end;
     std::string_view word = std::string_view(line).substr(at, end - at);
-    Direction direction = readDirection(word);
+    Direction direction = readWay(word);
     if (direction != Direction::kUnknown)
       message.direction = direction;
-    else if (readChannel(word) != Channel::kUnknown)
-      message.channel = readChannel(word);
+    else if (readCarrier(word) != Channel::kUnknown)
+      message.channel = readCarrier(word);
     else if (word.starts_with("TS") && word.find('_') != std::string_view::npos)
       message.type = word;
     else

@@ -1,0 +1,62 @@
+// What all commands share: how one is added, how it ends, and how it says what is wrong.
+//
+// A command is one file with one function `void addNAME(CLI::App& app, Program& program)`. It makes the command with
+// `newCommand`, adds its options to a record that the callback shares, and sets `program.code` in the callback.
+// main.cpp has the table of these functions. Faults are thrown: main turns each into one line and an exit code.
+#ifndef VELNOR3GPP_PROGRAM_FRAME_H
+#define VELNOR3GPP_PROGRAM_FRAME_H
+
+#include <CLI/CLI.hpp>
+#include <initializer_list>
+#include <stdexcept>
+#include <string>
+
+#include "output.h"
+
+// Exit codes. The program never ends by a signal that its output brings about.
+inline constexpr int kExitDone = 0;
+inline constexpr int kExitBadMessage = 1; // only where a command is asked to tell so (--fail-on-error)
+inline constexpr int kExitUsage = 2;
+inline constexpr int kExitDamaged = 3; // a capture or charging file that cannot be read to its end
+inline constexpr int kExitIo = 74;     // input or output failed
+
+// What the user can mend: what is wrong, where, and how to mend it, in one line. Text behind a line feed is shown below
+// as it stands (a caret under the fault).
+struct UsageError : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+// A container of messages whose framing is broken: nothing behind the fault can be found.
+struct DamageError : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+// Reading failed: no permission, a disk that gives no answer.
+struct InputError : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+// What a run is about.
+struct Program {
+  CLI::App& app;
+  Output& out;          // standard output; main flushes it at the end
+  int code = kExitDone; // set by the command
+};
+
+struct Example {
+  const char* call;    // as it is typed, "velnor3gpp decode 7e005b01"; tests run it in a directory with samples
+  const char* purpose; // what it is good for, a few words
+};
+
+// Makes a command that shows the examples (three) below its options.
+CLI::App* newCommand(CLI::App& app, const std::string& name, const std::string& purpose,
+                     std::initializer_list<Example> examples);
+
+// Writes a line to standard error, behind what is written to `out`: "velnor3gpp: TEXT". Control characters in it
+// become blanks; text behind the first line feed stands below it unchanged.
+void complain(Output& out, const std::string& text);
+
+// "1 octet", "2 octets".
+std::string counted(size_t count, const char* what);
+
+#endif

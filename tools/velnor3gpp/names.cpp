@@ -1,0 +1,113 @@
+#include "names.h"
+
+#include <algorithm>
+#include <numeric>
+
+#include "frame.h"
+
+std::string lower(std::string_view text)
+{
+  std::string result(text);
+  for (char& c : result)
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + ('a' - 'A'));
+  return result;
+}
+
+size_t distance(std::string_view first, std::string_view second)
+{
+  std::string a = lower(first), b = lower(second);
+  std::vector<size_t> row(b.size() + 1);
+  std::iota(row.begin(), row.end(), size_t{0});
+  for (size_t i = 1; i <= a.size(); ++i) {
+    size_t diagonal = row[0]++;
+    for (size_t j = 1; j <= b.size(); ++j) {
+      size_t changed = diagonal + (a[i - 1] != b[j - 1]);
+      diagonal = row[j];
+      row[j] = std::min({row[j] + 1, row[j - 1] + 1, changed});
+    }
+  }
+  return row[b.size()];
+}
+
+// A type's name alone, without its module, is what people remember.
+static size_t distanceToName(std::string_view wanted, std::string_view name)
+{
+  size_t whole = distance(wanted, name);
+  size_t split = name.find('_');
+  return split == std::string_view::npos ? whole : std::min(whole, distance(wanted, name.substr(split + 1)));
+}
+
+std::string didYouMean(std::string_view wanted, const std::vector<std::string>& known)
+{
+  std::vector<std::pair<size_t, std::string>> near;
+  if (wanted.size() > 100) return ""; // no name, and dear to compare with all of them
+  for (const std::string& name : known) {
+    size_t far = distanceToName(wanted, name);
+    if (far <= 1 + wanted.size() / 4) near.emplace_back(far, name);
+  }
+  std::sort(near.begin(), near.end());
+  std::string text;
+  for (size_t i = 0; i < near.size() && i < 3; ++i) text += (i ? ", " : "; did you mean ") + near[i].second;
+  return text;
+}
+
+velnor3gpp_TypeFacts factsOf(const velnor3gpp_Type* type)
+{
+  velnor3gpp_TypeFacts facts = {};
+  facts.size = sizeof facts;
+  velnor3gpp_typeFacts(type, &facts);
+  return facts;
+}
+
+const velnor3gpp_Type* findType(const std::string& name)
+{
+  return velnor3gpp_typeByName(name.c_str(), nullptr);
+}
+
+// Full names of all types, or only of those with the short name.
+static std::vector<std::string> typeNames(const std::string* shortName)
+{
+  std::vector<std::string> names;
+  for (size_t i = 0; i < velnor3gpp_typeCount(); ++i) {
+    velnor3gpp_TypeFacts facts = factsOf(velnor3gpp_typeAt(i));
+    if (!shortName || lower(facts.shortName) == lower(*shortName)) names.emplace_back(facts.name);
+  }
+  return names;
+}
+
+const velnor3gpp_Type* typeNamed(const std::string& name)
+{
+  size_t others = 0;
+  const velnor3gpp_Type* type = velnor3gpp_typeByName(name.c_str(), &others);
+  if (type) return type;
+  if (!others)
+    throw UsageError("no type '" + name + "'" + didYouMean(name, typeNames(nullptr)) +
+                     " ('velnor3gpp list' shows all)");
+  std::string text = "several types are called '" + name + "'; write one of";
+  for (const std::string& full : typeNames(&name)) text += " " + full;
+  throw UsageError(text);
+}
+
+velnor3gpp_Direction readDirection(std::string_view text)
+{
+  std::string word = lower(text);
+  for (const char* up : {"up", "ul", "mo", "uplink"})
+    if (word == up) return VELNOR3GPP_UP;
+  for (const char* down : {"down", "dl", "mt", "downlink"})
+    if (word == down) return VELNOR3GPP_DOWN;
+  return VELNOR3GPP_DIRECTION_UNKNOWN;
+}
+
+const char* directionName(velnor3gpp_Direction direction)
+{
+  return direction == VELNOR3GPP_UP ? "up" : direction == VELNOR3GPP_DOWN ? "down" : "";
+}
+
+velnor3gpp_Channel readChannel(std::string_view text)
+{
+  static constexpr std::string_view kWords[] = {"", "bcch", "ccch", "dcch", "sacch", "short"};
+  std::string word = lower(text);
+  for (size_t i = 1; i < std::size(kWords); ++i)
+    if (word == kWords[i]) return static_cast<velnor3gpp_Channel>(i);
+  return VELNOR3GPP_CHANNEL_UNKNOWN;
+}

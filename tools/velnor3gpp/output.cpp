@@ -1,0 +1,89 @@
+#include "output.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+
+Output::Output(int descriptor, std::string name)
+    : fd(descriptor), own(false), called(std::move(name)), buffer(new char[kRoom])
+{
+}
+
+Output::Output(const std::string& fileName, unsigned mode)
+    : fd(open(fileName.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode)), own(true), called(fileName),
+      buffer(new char[kRoom])
+{
+  if (fd < 0) fail(errno);
+}
+
+Output::~Output()
+{
+  if (own && fd >= 0) ::close(fd);
+}
+
+void Output::fail(int error)
+{
+  used = 0; // a later flush must not try again
+  throw OutputError(called + ": cannot be written: " + strerror(error), error == EPIPE);
+}
+
+// The system may take a part of the octets, above all a pipe.
+static bool writeAll(int fd, const char* data, size_t count)
+{
+  while (count) {
+    ssize_t done = ::write(fd, data, count);
+    if (done < 0 && errno == EINTR) continue;
+    if (done < 0) return false;
+    data += done;
+    count -= static_cast<size_t>(done);
+  }
+  return true;
+}
+
+void Output::flush()
+{
+  size_t count = used;
+  used = 0;
+  if (!writeAll(fd, buffer.get(), count)) fail(errno);
+}
+
+void Output::write(std::string_view text)
+{
+  if (text.size() > kRoom - used) flush();
+  if (text.size() > kRoom) {
+    if (!writeAll(fd, text.data(), text.size())) fail(errno);
+    return;
+  }
+  memcpy(buffer.get() + used, text.data(), text.size());
+  used += text.size();
+}
+
+void Output::print(const char* format, ...)
+{
+  va_list args, again;
+  va_start(args, format);
+  va_copy(again, args);
+  int count = vsnprintf(nullptr, 0, format, args);
+  va_end(args);
+  std::string text(count < 0 ? 0 : static_cast<size_t>(count), 0);
+  vsnprintf(text.data(), text.size() + 1, format, again);
+  va_end(again);
+  write(text);
+}
+
+void Output::close()
+{
+  flush();
+  int closing = own ? fd : -1;
+  fd = own ? -1 : fd;
+  if (closing >= 0 && ::close(closing) < 0) fail(errno);
+}
+
+bool Output::isTerminal() const
+{
+  return isatty(fd) == 1;
+}

@@ -1,0 +1,95 @@
+#include "session.h"
+
+#include <cstring>
+#include <new>
+
+#include "frame.h"
+#include "keys.h"
+#include "names.h"
+
+static std::string directionFault(const std::string& word)
+{
+  if (readDirection(word) != VELNOR3GPP_DIRECTION_UNKNOWN) return "";
+  return "'" + word + "' is no direction; write up (ul, mo, uplink) or down (dl, mt, downlink)";
+}
+
+static std::string channelFault(const std::string& word)
+{
+  if (readChannel(word) != VELNOR3GPP_CHANNEL_UNKNOWN) return "";
+  return "'" + word + "' is no channel; write bcch, ccch, dcch, sacch or short";
+}
+
+void addKeyOption(CLI::App& command, SessionOptions& options)
+{
+  command.add_option("--keys", options.keyFile, "key file: algorithms, keys, bearer, counts")->type_name("FILE");
+}
+
+void addSessionOptions(CLI::App& command, SessionOptions& options)
+{
+  command.add_option("--as", options.as, "type of the messages, by its full or short name")->type_name("TYPE");
+  command.add_option("--dir", options.direction, "direction of the messages: up or down (ul, dl, mo, mt)")
+      ->type_name("DIR")
+      ->check(directionFault);
+  command
+      .add_option("--channel", options.channel, "channel of radio resource messages: bcch, ccch, dcch, sacch, short")
+      ->type_name("NAME")
+      ->check(channelFault);
+  addKeyOption(command, options);
+  command.add_option("--release", options.release, "newest release of radio capabilities to decode, 0: all")
+      ->type_name("N")
+      ->check(CLI::Range(0, 255));
+}
+
+int checkMemory(int status)
+{
+  if (status == RTX_E_NO_MEMORY) throw std::bad_alloc();
+  return status;
+}
+
+static velnor3gpp_Keys sessionKeys(const Keys& file)
+{
+  velnor3gpp_Keys keys = {};
+  keys.size = sizeof keys;
+  memcpy(keys.integrityKey, file.integrityKey.data(), sizeof keys.integrityKey);
+  memcpy(keys.cipherKey, file.cipherKey.data(), sizeof keys.cipherKey);
+  keys.integrityAlgorithm = file.integrityAlg;
+  keys.cipherAlgorithm = file.cipherAlg;
+  keys.bearer = file.bearer ? *file.bearer : -1;
+  keys.uplinkCount = file.count ? *file.count : file.nextCount[0];
+  keys.downlinkCount = file.count ? *file.count : file.nextCount[1];
+  return keys;
+}
+
+void setKeys(velnor3gpp_Session* session, const SessionOptions& options)
+{
+  if (options.keyFile.empty()) return;
+  Keys file;
+  readKeyFile(options.keyFile, file);
+  velnor3gpp_Keys keys = sessionKeys(file);
+  int status = velnor3gpp_setKeys(session, &keys);
+  explicit_bzero(&keys, sizeof keys);
+  checkMemory(status);
+}
+
+Session openSession(const SessionOptions& options)
+{
+  velnor3gpp_Session* session = nullptr;
+  checkMemory(velnor3gpp_open(&session));
+  Session opened(session);
+  velnor3gpp_setOption(session, VELNOR3GPP_OPTION_RELEASE, options.release);
+  setKeys(session, options);
+  return opened;
+}
+
+const velnor3gpp_Type* typeOf(const SessionOptions& options)
+{
+  return options.as.empty() ? nullptr : typeNamed(options.as);
+}
+
+velnor3gpp_Result resultOf(velnor3gpp_Session* session)
+{
+  velnor3gpp_Result result = {};
+  result.size = sizeof result;
+  velnor3gpp_result(session, &result);
+  return result;
+}

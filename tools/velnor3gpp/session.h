@@ -1,0 +1,40 @@
+// A session of the library as the options of a command ask for it: type, direction, channel, keys.
+#ifndef VELNOR3GPP_PROGRAM_SESSION_H
+#define VELNOR3GPP_PROGRAM_SESSION_H
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <string>
+
+#include "velnor3gpp/velnor3gpp.h"
+
+// What messages are and how to read them. The texts are those of the command line.
+struct SessionOptions {
+  std::string as;        // name of a type, or empty
+  std::string direction; // or empty
+  std::string channel;   // or empty
+  std::string keyFile;   // or empty
+  unsigned release = 0;  // newest release of radio capabilities, 0: all
+};
+
+struct CloseSession {
+  void operator()(velnor3gpp_Session* session) const { velnor3gpp_close(session); }
+};
+using Session = std::unique_ptr<velnor3gpp_Session, CloseSession>;
+
+// Adds --as, --dir, --channel, --keys and --release.
+void addSessionOptions(CLI::App& command, SessionOptions& options);
+// Adds --keys alone.
+void addKeyOption(CLI::App& command, SessionOptions& options);
+// Opens a session with the keys and the release. Throws UsageError for a key file that is wrong, std::bad_alloc.
+Session openSession(const SessionOptions& options);
+// Reads the keys anew into the session, so that its counts begin again. Does nothing without a key file.
+void setKeys(velnor3gpp_Session* session, const SessionOptions& options);
+// The type of --as, or null without one. Throws UsageError.
+const velnor3gpp_Type* typeOf(const SessionOptions& options);
+// What came of the session's last message.
+velnor3gpp_Result resultOf(velnor3gpp_Session* session);
+// Throws std::bad_alloc for RTX_E_NO_MEMORY. Returns the status.
+int checkMemory(int status);
+
+#endif
