@@ -228,7 +228,7 @@ void rtxMemReset(RtxContext* pctxt)
   rtxErrReset(pctxt);
   // Nothing may lead to what the next job overwrites. What lies elsewhere stays for it.
   if (pctxt->buffer.dynamic && heapHolds(pctxt, pctxt->buffer.data)) forgetBuffer(&pctxt->buffer);
-  if (heapHolds(pctxt, pctxt->pSecurity)) pctxt->pSecurity = nullptr;
+  if (pctxt->pSecurity != nullptr && heapHolds(pctxt, pctxt->pSecurity)) pctxt->pSecurity = nullptr;
   endCapture(pctxt);
   emptyTrace(pctxt);
   rtxMemHeapReset(&pctxt->pMemHeap);

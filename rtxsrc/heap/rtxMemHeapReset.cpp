@@ -97,6 +97,9 @@ void rtxMemHeapReset(RtxMemHeap** ppHeap)
   resetRawBlocks(heap);
   RtxMemBlock* block = heap->curBlock;
   if (block == nullptr) return;
+  // One block, nothing saved, is what most heaps are: a third of the instructions.
+  const bool plain = (heap->flags & (RT_MH_FREE_EMPTY_BLOCKS | RT_MH_ZERO_ON_FREE)) == 0;
+  if (plain && block->next == block && block->nsaved == 0) return clearBlock(block);
   for (RtxMemBlock *last = block->prev, *next;; block = next) {
     next = block->next;
     const bool done = block == last;
