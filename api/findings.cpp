@@ -90,11 +90,11 @@ static void takeOrigin(velnor3gpp_Finding& finding, const RtxErrInfo& info)
 {
   finding.definition = finding.clause = "";
   for (unsigned i = 0; i < info.stkx && !*finding.clause; ++i) {
-    const char* clause = clauseAt(info.stack[i].module, info.stack[i].line);
+    const char* clause = clauseAt(info.stack[i].module, static_cast<int>(info.stack[i].line));
     if (!*clause) continue; // the run-time, which failed for the coder
     finding.clause = clause;
     finding.definition = info.stack[i].module;
-    finding.line = info.stack[i].line;
+    finding.line = static_cast<int>(info.stack[i].line);
   }
 }
 

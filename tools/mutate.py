@@ -144,6 +144,10 @@ def mutate_selector(lines, i, header, rng):
     match = re.match(r'\s+\|\s+(0x[0-9A-F]+|[0-9]+)\s', lines[i])
     if not match or lines[header].startswith('pdu'):
         return None
+    if re.match(r'0[0-9]', match.group(1)):  # a code of bits
+        at = rng.randrange(len(match.group(1)))
+        flipped = ''.join(bit if i != at else '10'[int(bit)] for i, bit in enumerate(match.group(1)))
+        return {i: replace_at(lines[i], match, flipped)}
     value = int(match.group(1), 0)
     return {i: replace_at(lines[i], match, str(rng.choice([v for v in (value - 1, value + 1, value + 3) if v >= 0])))}
 
