@@ -80,7 +80,7 @@ static int begin(velnor3gpp_Session& session, const velnor3gpp_BuildEvent& event
   }
   Build& build = *session.build;
   memset(&build, 0, offsetof(Build, frames));
-  build.budget = kBudgetBase + kBudgetFactor * (event.number < SIZE_MAX / 128 ? event.number : 0);
+  build.budget = kBudgetBase + kBudgetFactor * static_cast<size_t>(event.number < SIZE_MAX / 128 ? event.number : 0);
   size_t length = event.count < sizeof build.prefix ? event.count : sizeof build.prefix - 1;
   if (event.text) memcpy(build.prefix, event.text, length);
   if (!event.type) return buildFailed(session, RTX_E_NULL_POINTER, "no type is given");

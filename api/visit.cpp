@@ -129,7 +129,7 @@ static void visitString(Walk& walk, const Place* parent, const Name& name, velno
   Place place;
   begin(place, parent, name, kind);
   place.node.data = held.data;
-  place.node.count = held.count;
+  place.node.count = static_cast<size_t>(held.count);
   tell(walk, place);
 }
 
@@ -175,7 +175,7 @@ static void visitList(Walk& walk, const Place* parent, const L3Row& row, const N
   Held entries = heldValues<L3HeapList>(member, info.cap, info.elemOffset);
   Place place;
   begin(place, parent, name, VELNOR3GPP_LIST);
-  place.node.count = entries.count;
+  place.node.count = static_cast<size_t>(entries.count);
   if (enter(walk, place))
     for (uint64_t i = 0; i < entries.count && walk.status >= 0; ++i, entries.data += info.elemSize)
       visitElement(walk, &place, info.elem, {nullptr, "elem", 0, static_cast<uint32_t>(i), NameKind::entry},
