@@ -1,6 +1,7 @@
 #include "src2/NasProtection.h"
 
 #include "rt3gppsrc/engine/l3Encode.h"
+#include "rt3gppsrc/engine/l3Kept.h"
 #include "velnor3gpp/rt3gppNasSec.h"
 #include "velnor3gpp/rtxBitEncode.h"
 #include "velnor3gpp/rtxCheckBuffer.h"
@@ -20,7 +21,7 @@ void nasReturn(RtxContext* pctxt, const NasPosition& position)
 void nasVerify(L3Call& call, const L3Type& type, size_t from, uint32_t received)
 {
   if (call.onTrial()) {
-    l3Note(call, type.module->decoder, RTX_E_BAD_MAC, type.line);
+    l3RefuseTrial(call, RTX_E_BAD_MAC);
     return;
   }
   RtxContext* pctxt = call.pctxt;
@@ -41,7 +42,7 @@ void nasVerify(L3Call& call, const L3Type& type, size_t from, uint32_t received)
 int nasDecipher(L3Call& call, const L3Type& type, size_t from)
 {
   // What has been deciphered can not be tried again.
-  if (call.onTrial()) return l3Fail(call, type.module->decoder, RTX_E_NO_SECURITY, type.line);
+  if (call.onTrial()) return l3RefuseTrial(call, RTX_E_NO_SECURITY);
   const RtxBuffer& buffer = call.pctxt->buffer;
   size_t length = from < buffer.size ? buffer.size - from : 0;
   if (!call.pctxt->pSecurity) l3ToLists(call);

@@ -6,6 +6,7 @@
 
 #include "L3Descriptors.h"
 #include "rt3gppsrc/engine/l3Direct.h"
+#include "rt3gppsrc/engine/l3Kept.h"
 #include "src2/NamedParts.h"
 #include "src2/NasProtection.h"
 #include "velnor3gpp/TS24008Msgs.h"
@@ -184,6 +185,8 @@ int l3Dec_TS24008Msg_DetachAccept(L3Call& call, const L3Type& type, void* value)
   auto& accept = *static_cast<TS24008Msg_DetachAccept*>(value);
   memset(&accept.m, 0, sizeof accept.m);
   uint8_t ahead = 0;
+  if (l3Keeps(call) && !l3KeepsNothing(call)) // the element is one among others, which may stand before it
+    return l3DecOptions(call, type, static_cast<uint8_t*>(value), l3InnermostEnd(call));
   if (l3HasRoom(call) && rtxPeekByte(call.pctxt, &ahead) == 1 && ahead >> 4 == 0) {
     int status = l3DecBits(call, &ahead, 4, 1, "IEI");
     if (status < 0) return l3DecFailed(call, type, "forceToStandby", status);

@@ -102,6 +102,8 @@ typedef struct RtxErrInfo {
 
 /** Extension slots of a context. */
 #define RTX_CTXT_EXT_SLOTS 4
+/** The slot of what RTX_FLAG_KEEP_ELEMENTS keeps. It lies in the context's heap and ends with the job. */
+#define RTX_CTXT_KEPT_SLOT 1
 
 /**
  * The context: first argument of nearly every operation. It holds the heap, the octet buffer, the error records and
@@ -139,6 +141,8 @@ typedef struct RtxContext {
 /** Bits of RtxContext.flags. */
 #define RTX_FLAG_CANONICAL_TIME 0x00000100U    /**< Time-string parsers require the strict form. */
 #define RTX_FLAG_CANONICAL_TIME2 0x00000200U   /**< The same, second form. */
+#define RTX_FLAG_KEEP_ELEMENTS 0x00000400U     /**< Elements that cannot be read are kept and come back on encoding. */
+#define RTX_FLAG_STANDARD_FORMS 0x00000800U    /**< Rows that differ from the public standard follow the standard. */
 #define RTX_FLAG_CTXT_MALLOCED 0x00008000U     /**< The context record came from malloc in rtNewContext. */
 #define RTX_FLAG_NO_INDENT 0x00400000U         /**< rtxWriteIndent writes nothing. */
 #define RTX_FLAG_SYSMEM_BUFFER 0x00800000U     /**< buffer.data came from the system allocator. */

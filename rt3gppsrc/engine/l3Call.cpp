@@ -3,7 +3,9 @@
 #include <cstring>
 
 #include "rt3gppsrc/engine/l3Engine.h"
-#include "velnor3gpp/rtxBitDecode.h"
+#include "rt3gppsrc/engine/l3Kept.h"
+#include "rtxsrc/errors/rtxErrorInternal.h"
+#include "velnor3gpp//rtxBitDecode.h"
 #include "velnor3gpp/rtxDList.h"
 #include "velnor3gpp/rtxMemHeap.h"
 
@@ -101,6 +103,7 @@ static int negative(int reported, int status)
 // In a trial nothing is reported.
 static int giveUp(L3Call& call, int status)
 {
+  if (call.probe) l3NoteProbe(call, status);
   call.mode = kL3GivenUp;
   return status;
 }
@@ -131,8 +134,17 @@ static void addRangeParms(L3Call& call, uint64_t value)
     rtxErrAddUInt64Parm(call.pctxt, value);
 }
 
+// What a probe finds beside a value does not speak against the value; it is found again and then told.
+static bool passesOver(L3Call& call)
+{
+  if (call.mode != kL3Trial || !call.probe) return false;
+  rtxErrFreeRecordParms(call.pctxt, &call.pctxt->reservedErr);
+  return call.probe->again = true;
+}
+
 void l3Note(L3Call& call, const char* module, int status, uint16_t line)
 {
+  if (passesOver(call)) return;
   if (call.onTrial()) {
     giveUp(call, status);
     return;
@@ -146,6 +158,7 @@ void l3Note(L3Call& call, const char* module, int status, uint16_t line)
 
 void l3NoteRange(L3Call& call, const char* module, uint16_t line, uint64_t value)
 {
+  if (passesOver(call)) return;
   if (call.onTrial()) giveUp(call, RTX_E_CONSTRAINT);
   if (call.onTrial() || !l3MayNote(call)) return;
   size_t before = call.pctxt->errInfo.count;

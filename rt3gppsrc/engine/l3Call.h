@@ -12,6 +12,8 @@
 #include "velnor3gpp/rtxError.h"
 #include "velnor3gpp/rtxStatus.h"
 
+struct L3Probe;
+
 struct L3Name {
   const char* name;
   L3Name* outer;
@@ -53,9 +55,9 @@ struct L3Call {
   bool inlined() const { return mode != kL3Observed; }
   bool listed() const { return mode >= kL3Listed; }
   bool onTrial() const { return mode == kL3Trial || mode == kL3GivenUp; }
-  size_t earlier;    // error records older than the innermost message inside a message
-  size_t listOctets; // allocated for entries of lists so far
-  size_t argument;   // the count for the next type whose decoder takes one
+  size_t earlier;       // error records older than the innermost message inside a message
+  size_t listOctets;    // allocated for entries of lists so far
+  size_t argument;      // the count for the next type whose decoder takes one
   const char* lastPath; // of the trace's last entry, which owns it; the names of all frames that have an end begin it
   // Regions that early returns of a trial have left open. The next region to close is taken for the last of them, so
   // that one fewer stays behind: ends[0] is the end of the region around them.
@@ -66,6 +68,9 @@ struct L3Call {
   // The record under the coder, and the one that it stands in: counts may be fields of that one.
   const void* record = nullptr;
   const void* around = nullptr;
+  // With RTX_FLAG_KEEP_ELEMENTS: the value that the call decodes, and the trial of an element under way, or null.
+  const void* root = nullptr;
+  L3Probe* probe = nullptr;
   // What a trial has on the heap, to be released when it is given up; what finds no place here stays there.
   static constexpr unsigned kMaxHeld = 16;
   unsigned held = 0;

@@ -36,6 +36,14 @@ int l3DecOptions(L3Call& call, const L3Type& type, uint8_t* record, const L3End&
 // Passes over unknown elements to the end of the region, reporting a failure at the line.
 int l3SkipTail(L3Call& call, const L3Type& type, bool shifts, uint16_t line);
 
+// The same for what is to be kept; and octets behind the whole value.
+int l3KeepTail(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record);
+int l3KeepEnd(L3Call& call, const L3Type& type, void* value, size_t start);
+// Bits from the cursor to the end of a message, within the buffer.
+size_t l3BitsBefore(const L3Call& call, const L3End& end);
+// The octets of an element that a length of 8 or 16 bits begins, with that length; false where they are not all there.
+bool l3SeeLength(const L3Call& call, unsigned bits, size_t left, size_t& octets);
+
 // Octets still unread in the buffer, from the cursor's octet on.
 inline size_t l3Unread(const RtxContext* pctxt)
 {

@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "rt3gppsrc/engine/l3Decode.h"
+#include "rt3gppsrc/engine/l3Kept.h"
 #include "rt3gppsrc/engine/l3Padding.h"
 #include "velnor3gpp/rtxBitDecode.h"
 #include "velnor3gpp/rtxDiagBitTrace.h"
@@ -56,6 +57,7 @@ static uint8_t* nextEntry(L3Call& call, ListWalk& walk)
   void* grown = walk.entries ? rtxMemHeapRealloc(heap, walk.entries, capacity * info.elemSize)
                              : rtxMemHeapAlloc(heap, capacity * info.elemSize);
   if (!grown) return nullptr;
+  if (walk.entries) l3MoveKept(call.pctxt, walk.entries, walk.count * info.elemSize, grown);
   walk.entries = static_cast<uint8_t*>(grown);
   walk.capacity = capacity;
   return walk.entries + walk.count * info.elemSize;
@@ -151,6 +153,7 @@ static void storeList(L3Call& call, ListWalk& walk, uint8_t* member)
   }
   if (walk.count && walk.count < walk.capacity) {
     void* cut = rtxMemHeapRealloc(&call.pctxt->pMemHeap, walk.entries, walk.count * walk.info.elemSize);
+    if (cut) l3MoveKept(call.pctxt, walk.entries, walk.count * walk.info.elemSize, cut);
     if (cut) walk.entries = static_cast<uint8_t*>(cut);
   }
   struct {

@@ -4,6 +4,7 @@
 #include "rt3gppsrc/engine/l3Decode.h"
 #include "rt3gppsrc/engine/l3Direct.h"
 #include "rt3gppsrc/engine/l3Engine.h"
+#include "rt3gppsrc/engine/l3Kept.h"
 #include "rt3gppsrc/engine/l3Padding.h"
 #include "rtxsrc/errors/rtxReport.h"
 #include "velnor3gpp/rtx3GPP.h"
@@ -17,6 +18,7 @@ static constexpr unsigned kMaxRegions = 4;
 struct RowWalk {
   const L3Type& type;
   uint8_t* record;
+  const L3Row* lengths[kMaxRegions];
   L3Region frames[kMaxRegions];
   size_t ends[kMaxRegions]; // bit positions
   unsigned regions;
@@ -24,9 +26,11 @@ struct RowWalk {
   uint8_t extBit; // last extension bit: 0, the group goes on
   bool barred;    // a release group did not fit: all later ones are left
   bool done;      // early return
+  bool keeps;     // a message whose elements are kept where they cannot be read
+  L3End messageEnd;
   // Frames and ends are written when a region opens: clearing them first would cost more than most records.
   RowWalk(const L3Type& t, uint8_t* r)
-      : type(t), record(r), regions(0), running(0), extBit(1), barred(false), done(false)
+      : type(t), record(r), regions(0), running(0), extBit(1), barred(false), done(false), keeps(false), messageEnd{}
   {
   }
 };
@@ -113,6 +117,7 @@ int l3DecMember(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* rec
     case kL3Body:
       return l3DecBody(call, type, row, record);
     case kL3Tail:
+      if (l3Keeps(call)) return l3KeepTail(call, type, row, record);
       return l3SkipTail(call, type, row.bits != 0, row.line);
     default:
       return 0;
@@ -148,6 +153,7 @@ static int decLength(L3Call& call, RowWalk& walk, const L3Row& row)
   size_t lead = info.fromOctet ? (8 - start % 8) % 8 : 0;
   size_t counted = (static_cast<size_t>(value) + info.bias) * info.unitBits;
   walk.ends[walk.regions] = start + lead + counted;
+  walk.lengths[walk.regions] = &row;
   if (info.ranged && (value < info.lo || value > info.hi)) l3NoteRange(call, moduleOf(walk.type), row.line, value);
   bool bits = info.unitBits == 1 || lead;
   status = l3PushRegion(call, walk.frames[walk.regions], bits ? lead + counted : counted / 8, bits);
@@ -196,6 +202,27 @@ static void markPresent(RowWalk& walk, const L3Row& row)
   if (row.groupBit != kL3NoBit && !(row.flags & kL3InRelease)) l3SetBit(walk.record, row.groupBit);
 }
 
+// A mandatory element of a message that cannot be read is kept where its own length tells what lies behind it.
+static int decOrKeep(L3Call& call, RowWalk& walk, const L3Row& row, const L3End& end)
+{
+  size_t start = l3BitPos(call.pctxt), left = l3BitsBefore(call, end), octets = 0;
+  unsigned bits = l3LeadingLength(row);
+  bool framed = bits && row.lead == kL3NoLead && start % 8 == 0 && l3SeeLength(call, bits, left, octets);
+  L3Probe probe;
+  L3Probed probed = framed ? l3ProbeMember(call, walk.type, row, walk.record, probe) : kL3NotTold;
+  if (probed == kL3Read) return 0;
+  if (probed == kL3NotTold) return l3DecMember(call, walk.type, row, walk.record, walk.running);
+  l3InitMember(row, walk.record);
+  L3KeptFacts facts = {walk.record, &row, start, 0, 0, kL3KeptInstead, kL3KeptUnreadable, probe.status, probe.path};
+  return l3Keep(call, walk.type, row.line, facts, start + octets * 8);
+}
+
+static int decContent(L3Call& call, RowWalk& walk, const L3Row& row)
+{
+  if (walk.keeps) return decOrKeep(call, walk, row, walk.messageEnd);
+  return l3DecMember(call, walk.type, row, walk.record, walk.running);
+}
+
 static int decElement(L3Call& call, RowWalk& walk, const L3Row& row)
 {
   if (row.op == kL3Length) return decLength(call, walk, row);
@@ -208,7 +235,7 @@ static int decElement(L3Call& call, RowWalk& walk, const L3Row& row)
     return there;
   }
   if (there) {
-    int status = l3DecMember(call, walk.type, row, walk.record, walk.running);
+    int status = decContent(call, walk, row);
     if (status < 0) return status;
     if (row.flags & kL3ExtList) walk.extBit = 1;
     if (row.mBit != kL3NoBit) markPresent(walk, row);
@@ -239,10 +266,30 @@ static void leaveRelease(L3Call& call, RowWalk& walk, const L3Row& row)
   if (!(walk.type.flags & kL3EarlyReturn) || !walk.regions) return;
   if (l3BitPos(call.pctxt) != walk.ends[walk.regions - 1]) return;
   l3ToLists(call);
-  if (call.onTrial()) call.mode = kL3GivenUp; // a trial leaves nothing behind
+  if (call.probe && call.onTrial()) {
+    call.probe->again = true;
+    while (walk.regions--) l3PopRegion(call);
+    walk.regions = 0;
+  } else if (call.onTrial()) {
+    call.mode = kL3GivenUp; // a trial leaves nothing behind
+  }
   // Within another record there is no type name of its own to leave.
   if (call.pctxt->elemNameStack.count == 1) call.keepTypeName = true;
   walk.done = true;
+}
+
+// Octets behind what is known of an element, and bits that are not 0, which would come back as 0.
+static int keepSurplus(L3Call& call, const RowWalk& walk, size_t end, uint16_t line)
+{
+  const RtxBuffer& buffer = call.pctxt->buffer;
+  size_t start = l3BitPos(call.pctxt);
+  bool inside = static_cast<const L3Length*>(walk.lengths[walk.regions]->info)->unitBits == 8 && end % 8;
+  if (end > buffer.size * 8 || inside) return 0;
+  if (end - start < 8 && !l3BitsAt(buffer.data, buffer.size, start / 8, start % 8, static_cast<unsigned>(end - start)))
+    return 0;
+  if (l3KeepsNothing(call)) return l3RefuseTrial(call, RTX_E_GENERAL);
+  L3KeptFacts facts = {walk.record, walk.lengths[walk.regions], start, 0, 0, kL3KeptInside, kL3KeptSurplus, 0, nullptr};
+  return l3Keep(call, walk.type, line, facts, end);
 }
 
 // Closes the innermost region: what is left in it is passed over.
@@ -251,6 +298,8 @@ static int closeRegion(L3Call& call, RowWalk& walk, uint16_t line)
   RtxContext* pctxt = call.pctxt;
   size_t end = walk.ends[--walk.regions];
   if (l3BitPos(pctxt) > end) return reportOverrun(call, walk, line);
+  if (l3Keeps(call) && l3BitPos(pctxt) < end)
+    if (int status = keepSurplus(call, walk, end, line); status < 0) return status;
   if (call.inlined()) {
     pctxt->buffer.byteIndex = end / 8;
     pctxt->buffer.bitOffset = static_cast<int16_t>(8 - end % 8);
@@ -309,6 +358,8 @@ struct Enclosure {
   RowWalk walk(type, static_cast<uint8_t*>(record));
   Enclosure enclosure(call, type, record);
   L3End messageEnd = type.message ? l3InnermostEnd(call) : L3End{};
+  walk.keeps = type.message && l3Keeps(call) && !l3KeepsNothing(call);
+  walk.messageEnd = messageEnd;
   if (type.flags & kL3EarlyReturn)
     l3Init(type, record); // strings behind the return are never reached
   else if (type.mOctets)
@@ -359,13 +410,17 @@ static int decode(RtxContext* pctxt, const L3Type& type, void* value, size_t cou
   L3Name frame;
   l3Begin(call, pctxt, frame, l3NameOf(type));
   call.argument = count;
+  call.root = value;
   if (tried == kL3Tried) call.mode = kL3Walk;
+  size_t start = pctxt->buffer.byteIndex;
   int status = l3DecType(call, type, value);
+  if (status >= 0 && l3Keeps(call)) status = l3KeepEnd(call, type, value, start);
   return l3End(call, status, moduleOf(type), type.line);
 }
 
 int l3Decode(RtxContext* pctxt, const L3Type& type, void* value)
 {
+  if (l3KeptOf(pctxt)) l3ForgetKept(pctxt, value);
   L3AtOnce tried = type.flags & kL3DecAtOnce ? l3DecAtOnce(pctxt, type, value) : kL3NotTried;
   return tried == kL3Done ? 0 : decode(pctxt, type, value, 0, tried);
 }

@@ -3,6 +3,7 @@
 
 #include "rt3gppsrc/engine/l3Decode.h"
 #include "rt3gppsrc/engine/l3Encode.h"
+#include "rt3gppsrc/engine/l3Kept.h"
 #include "rtxsrc/heap/rtxMemHeapInline.h"
 #include "velnor3gpp/rtxBitDecode.h"
 #include "velnor3gpp/rtxBitEncode.h"
@@ -18,6 +19,7 @@ static bool mayTry(const L3Call& call, bool encoder)
   bool clean = !context.errInfo.count && !context.reservedErr.parmcount && !context.reservedErr.elemName;
   bool sound = buffer.byteIndex <= buffer.size && buffer.bitOffset >= 1 && buffer.bitOffset <= 8;
   bool open = !encoder && context.containerStack.dlist.head; // as an early return has left it
+  if (encoder && l3HasKept(&context)) return false;          // a direct coder does not look for what was kept
   return call.mode == kL3MayTry && !open && clean && sound && !call.failed;
 }
 
@@ -178,6 +180,7 @@ template <Go go> static bool runTrial(L3Call& call, const L3Type& type, void* re
 
 template <Go go> static bool directly(L3Call& call, const L3Type& type, void* record)
 {
+  if (call.probe) return false; // it needs the names
   if (!call.onTrial()) return mayTry(call, go == goEncode) && runTrial<go>(call, type, record);
   if (go(call, type, record)) return true;
   call.mode = kL3GivenUp;
@@ -199,7 +202,8 @@ L3AtOnce l3DecAtOnce(RtxContext* pctxt, const L3Type& type, void* record)
     setCursor(pctxt, pos);
     if (plain) plain->decoded(record);
     if (call.left) pushLeft(call);
-    if (!call.failed) return kL3Done;
+    bool surplus = pos >> 3 < before.size && l3KeepsFlag(pctxt); // the walk keeps it
+    if (!call.failed && !surplus) return kL3Done;
     rtxCtxtPopAllContainers(pctxt); // there were none
   }
   giveUp(call, before, flags);
@@ -210,7 +214,7 @@ L3AtOnce l3EncAtOnce(RtxContext* pctxt, const L3Type& type, void* record)
 {
   const L3Plain* plain = type.hand ? type.hand->plain : nullptr;
   if (plain && !plain->encodes(record)) return kL3NotTried;
-  if (!isClear(*pctxt)) return kL3NotTried;
+  if (!isClear(*pctxt) || l3HasKept(pctxt)) return kL3NotTried;
   L3Call call;
   L3Name frame;
   beginTrial(call, pctxt, type, frame);
@@ -339,6 +343,7 @@ void l3DirectCut(const L3Source& in, void** entries, size_t count, size_t capaci
 
 size_t l3DirectUnknown(const L3Source& in, size_t pos, size_t end, unsigned iei, bool half)
 {
+  if (l3DirectKeeps(in)) return kL3GaveUp;
   if (half || (iei & 0x80)) return pos;
   return (iei & 0x0F) && l3SkipLength(in, pos, end) ? pos : kL3GaveUp;
 }

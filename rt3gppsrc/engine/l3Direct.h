@@ -157,6 +157,12 @@ L3_INLINE bool l3Octets(const L3Source& in, size_t& pos, size_t end, uint8_t* ds
   return true;
 }
 
+// Is what cannot be read to be kept? The walk does that.
+L3_INLINE bool l3DirectKeeps(const L3Source& in)
+{
+  return in.call->pctxt->flags & RTX_FLAG_KEEP_ELEMENTS;
+}
+
 // Passes over an element out of its turn, by its size or by its length octet.
 L3_INLINE bool l3Skip(size_t& pos, size_t end, size_t octets)
 {

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "rt3gppsrc/engine/l3Encode.h"
+#include "rt3gppsrc/engine/l3Kept.h"
 #include "rtxsrc/bits/rtxBigEndian.h"
 #include "rtxsrc/bits/rtxBitEncodeInternal.h"
 #include "velnor3gpp/rtxBitEncode.h"
@@ -106,6 +107,7 @@ int l3PatchLength(L3Call& call, size_t end, unsigned bits, uint32_t length)
 int l3EncClose(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, size_t start)
 {
   const L3Length& info = *static_cast<const L3Length*>(row.info);
+  if (int status = l3PutKept(call, type, row.line, record, &row, kL3KeptInside); status < 0) return status;
   if (info.unitBits == 8)
     if (int status = align(call, type, row, start); status < 0) return status;
   size_t content = (l3BitPos(call.pctxt) - start) / info.unitBits;

@@ -4,6 +4,7 @@
 #include "rt3gppsrc/engine/l3Direct.h"
 #include "rt3gppsrc/engine/l3Encode.h"
 #include "rt3gppsrc/engine/l3Engine.h"
+#include "rt3gppsrc/engine/l3Kept.h"
 #include "rt3gppsrc/engine/l3Padding.h"
 #include "rtxsrc/errors/rtxReport.h"
 
@@ -123,6 +124,9 @@ static bool leavesPadding(const L3Row& row, bool present)
 
 static int encElement(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running)
 {
+  if (l3FirstKept(call.pctxt, record, &row, kL3KeptInstead))
+    return l3PutKept(call, type, row.line, record, &row, kL3KeptInstead);
+  if (row.op == kL3Tail) return l3PutKept(call, type, row.line, record, &row, kL3KeptBehind);
   bool present = isPresent(row, record);
   L3Name frame;
   if (int status = l3PushRow(call, moduleOf(type), row, frame); status < 0) return status;
@@ -226,6 +230,7 @@ int l3EncType(L3Call& call, const L3Type& type, void* value)
 int l3EncOptions(L3Call& call, const L3Type& type, uint8_t* record, int running)
 {
   const L3Message& message = *type.message;
+  if (int status = l3PutKept(call, type, type.line, record, &message, kL3KeptBehind); status < 0) return status;
   for (unsigned i = 0; i < message.count; ++i) {
     const L3Row& row = message.options[i];
     if (call.pctxt->flags & RTX_OPENTAIL_FLAG) break; // nothing can be found behind an open tail
@@ -238,6 +243,7 @@ int l3EncOptions(L3Call& call, const L3Type& type, uint8_t* record, int running)
     if (status < 0) return l3Fail(call, moduleOf(type), status, row.line);
     if (status = l3EncMember(call, type, row, record, running); status < 0) return status;
     l3PopName(call);
+    if (status = l3PutKept(call, type, row.line, record, &row, kL3KeptBehind); status < 0) return status;
   }
   return l3Ended(call, running);
 }
@@ -250,6 +256,11 @@ int l3Encode(RtxContext* pctxt, const L3Type& type, void* value)
   L3Name frame;
   l3Begin(call, pctxt, frame, l3EncNameOf(type));
   if (tried == kL3Tried) call.mode = kL3Walk;
+  size_t start = pctxt->buffer.byteIndex;
   int status = l3EncType(call, type, value);
+  if (status >= 0 && l3HasKept(pctxt)) {
+    int put = l3PutKeptEnd(call, type, value, start);
+    status = put < 0 ? put : status;
+  }
   return l3End(call, status, moduleOf(type), type.line);
 }

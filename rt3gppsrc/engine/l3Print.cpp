@@ -2,6 +2,7 @@
 // no count beyond an inline array's end and follows no null pointer.
 #include "rt3gppsrc/engine/l3Engine.h"
 #include "rt3gppsrc/engine/l3Enum.h"
+#include "rt3gppsrc/engine/l3Kept.h"
 #include "rt3gppsrc/engine/l3Record.h"
 #include "rtsrc/rtPrintForms.h"
 #include "rtxsrc/bits/rtxBigEndian.h"
@@ -16,6 +17,7 @@ static constexpr RtxPiece kNoName(nullptr, 0);
 struct PrintWalk {
   RtxPrintSink sink;
   unsigned depth;
+  const RtxContext* kept; // the context where something is kept, else null
 };
 
 static void printType(PrintWalk& walk, const L3Type& type, RtxPiece name, const uint8_t* value);
@@ -211,10 +213,29 @@ static void printElement(PrintWalk& walk, const L3Row& row, RtxPiece name, const
   }
 }
 
+// What is kept at a place of the record, a line for each. Is there any?
+static bool printKept(PrintWalk& walk, const void* record, const void* anchor, L3KeptAt at)
+{
+  const L3Kept* kept = walk.kept ? l3NextKept(walk.kept, nullptr, record, anchor, at) : nullptr;
+  bool any = kept;
+  for (; kept; kept = l3NextKept(walk.kept, kept, record, anchor, at)) {
+    if (kept->why == kL3KeptPadding) continue; // it says nothing
+    char name[kL3KeptName];
+    size_t length = l3KeptName(*kept, name);
+    rtxSinkIndent(walk.sink);
+    rtxFormHex(walk.sink, {name, length}, (kept->bits + 7) / 8, kept->octets(), true);
+  }
+  return any;
+}
+
 static void printRows(PrintWalk& walk, const L3Row* rows, size_t count, RtxPiece name, const uint8_t* record)
 {
-  for (const L3Row* row = rows; row < rows + count; ++row)
+  for (const L3Row* row = rows; row < rows + count; ++row) {
+    if (printKept(walk, record, row, kL3KeptInstead)) continue;
     if (row->op != kL3Release && l3IsPresent(*row, record)) printElement(walk, *row, nameOf(*row, name), record);
+    printKept(walk, record, row, kL3KeptInside);
+    printKept(walk, record, row, kL3KeptBehind);
+  }
 }
 
 static void printRecord(PrintWalk& walk, const L3Type& type, RtxPiece name, const uint8_t* record)
@@ -223,6 +244,7 @@ static void printRecord(PrintWalk& walk, const L3Type& type, RtxPiece name, cons
   bool braces = name.chars && !bare;
   if (braces) rtxFormOpenBrace(walk.sink, name);
   printRows(walk, type.rows, type.rowCount, bare ? name : kNoName, record);
+  if (type.message) printKept(walk, record, type.message, kL3KeptBehind);
   if (type.message) printRows(walk, type.message->options, type.message->count, kNoName, record);
   if (braces) rtxFormCloseBrace(walk.sink);
 }
@@ -242,11 +264,12 @@ static void printType(PrintWalk& walk, const L3Type& type, RtxPiece name, const 
 
 int l3Print(RtxContext* pctxt, const L3Type& type, const char* name, const void* value)
 {
-  PrintWalk walk{rtxSinkOfStream(pctxt), 0};
+  PrintWalk walk{rtxSinkOfStream(pctxt), 0, l3HasKept(pctxt) ? pctxt : nullptr};
   if (value)
     printType(walk, type, name ? RtxPiece(name) : kNoName, static_cast<const uint8_t*>(value));
   else
     printNull(walk, name);
+  printKept(walk, value, &type, kL3KeptEnd);
   rtxSinkDone(walk.sink);
   return 0;
 }

@@ -260,6 +260,7 @@ struct L3Message {
   uint16_t halves; // bit v: the message has the half-octet IEI v
   uint8_t shifts;  // 1: follows locking shifts; 2: and what other codesets hold need not be understood
   uint8_t tail;    // without options: skips any tail by rtx3GPPDecL3NonImperative
+  uint8_t wide;    // unknown elements from 0x78 to 0x7F have a length of two octets
   uint8_t selectingCount = 0;
   const L3Field* selecting = nullptr; // members of optional elements that choose among the alternatives of others
 };
@@ -335,11 +336,11 @@ struct L3TypeEntry {
 
 // What people ask of a type, parallel to l3TypeTable. Texts are places in l3FactText, so that they need no relocation.
 struct L3Facts {
-  uint32_t title;    // the standard's name, or an empty text
-  uint32_t clause;   // "TS 24.501, 8.2.6"
-  uint32_t module;   // "TS24501Msg"
-  int16_t msgType;   // of a message, or -1
-  uint8_t direction; // of a message: 1 up, 2 down, 0 either or not told
+  uint32_t title;        // the standard's name, or an empty text
+  uint32_t clause;       // "TS 24.501, 8.2.6"
+  uint32_t module;       // "TS24501Msg"
+  int16_t msgType;       // of a message, or -1
+  uint8_t direction;     // of a message: 1 up, 2 down, 0 either or not told
   bool decodes, encodes; // has exported operations
 };
 

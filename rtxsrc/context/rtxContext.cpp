@@ -92,8 +92,16 @@ int allocBuffer(RtxContext* pctxt, size_t size)
   return RTX_E_NO_MEMORY;
 }
 
+// What a job has kept lies in its heap, unlike the extensions of others.
+void forgetKept(RtxContext* pctxt)
+{
+  void*& slot = pctxt->extInfo[RTX_CTXT_KEPT_SLOT];
+  if (slot != nullptr && heapHolds(pctxt, slot)) slot = nullptr;
+}
+
 void releaseExtensions(RtxContext* pctxt)
 {
+  forgetKept(pctxt);
   for (void*& slot : pctxt->extInfo) {
     if (slot == nullptr) continue;
     const Extension* ext = static_cast<const Extension*>(slot);
@@ -219,6 +227,7 @@ void rtxMemFree(RtxContext* pctxt)
   rtxStackInit(pctxt, &pctxt->containerStack);
   pctxt->pSecurity = nullptr;
   pctxt->pBitFldList = nullptr;
+  forgetKept(pctxt);
   rtxErrReset(pctxt);
   rtxMemHeapFreeAll(&pctxt->pMemHeap);
 }
@@ -229,6 +238,7 @@ void rtxMemReset(RtxContext* pctxt)
   // Nothing may lead to what the next job overwrites. What lies elsewhere stays for it.
   if (pctxt->buffer.dynamic && heapHolds(pctxt, pctxt->buffer.data)) forgetBuffer(&pctxt->buffer);
   if (pctxt->pSecurity != nullptr && heapHolds(pctxt, pctxt->pSecurity)) pctxt->pSecurity = nullptr;
+  forgetKept(pctxt);
   endCapture(pctxt);
   emptyTrace(pctxt);
   rtxMemHeapReset(&pctxt->pMemHeap);

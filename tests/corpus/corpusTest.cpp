@@ -3,21 +3,11 @@
 // other octets.
 #include <gtest/gtest.h>
 
-#include "tests/messages.h"
+#include "tests/corpus/messageFacts.h"
 
 namespace {
 
-struct Row {
-  std::string id, source, form, hex, object, wellformed, facts, note;
-};
-
-std::vector<Row> readRows(const std::string& file)
-{
-  std::vector<Row> rows;
-  for (auto& cells : readTable(VELNOR_TEST_DATA "/data/" + file, 8))
-    rows.push_back({cells[0], cells[1], cells[2], cells[3], cells[4], cells[5], cells[6], cells[7]});
-  return rows;
-}
+using Row = CorpusRow;
 
 // Of radio resource messages every row is read, whatever other decoders say of it.
 bool isRadio(const Row& row)
@@ -33,58 +23,6 @@ bool isHeader(const Row& row)
 bool contains(const std::string& text, const std::string& part)
 {
   return text.find(part) != std::string::npos;
-}
-
-// Flags are numbers in the facts.
-std::string plain(std::string value)
-{
-  std::erase(value, '\'');
-  return value == "true" ? "1" : value == "false" ? "0" : value;
-}
-
-// One printed line: its own name, the names of the braces around it, its value.
-struct Line {
-  std::vector<std::string> around;
-  std::string name, value;
-};
-
-std::vector<Line> readPrint(const std::string& print)
-{
-  std::vector<Line> lines;
-  std::vector<std::string> around;
-  for (std::string text : split(print, '\n')) {
-    text.erase(0, text.find_first_not_of(' '));
-    size_t equals = text.find(" = ");
-    if (text == "}")
-      around.pop_back();
-    else if (equals != std::string::npos && text.ends_with(',')) // a string of more than one line
-      around.push_back(text.substr(0, equals));
-    else if (equals != std::string::npos)
-      lines.push_back({around, text.substr(0, equals), text.substr(equals + 3)});
-    else if (text.ends_with(" {"))
-      around.push_back(text.substr(0, text.size() - 2));
-  }
-  return lines;
-}
-
-// A name holds for itself and for entries of a list of that name.
-bool named(const std::string& shown, const std::string& name)
-{
-  return shown == name || (shown.starts_with(name + "[") && shown.ends_with("]"));
-}
-
-// Does a line lead along the names of the fact, others between them or not, to its value?
-bool holds(const std::vector<Line>& lines, const std::string& fact)
-{
-  size_t equals = fact.find('=');
-  auto path = split(fact.substr(0, equals), '.');
-  std::string name = path.back(), value = plain(fact.substr(equals + 1));
-  path.pop_back();
-  return std::any_of(lines.begin(), lines.end(), [&](const Line& line) {
-    size_t next = 0;
-    for (auto& around : line.around) next += next < path.size() && named(around, path[next]);
-    return named(line.name, name) && plain(line.value) == value && next == path.size();
-  });
 }
 
 // The code and the sequence number of a message of unknown key cannot come out again. They stand behind the octets of
@@ -125,7 +63,7 @@ void check(const Row& row)
   std::string print = decoding.text();
   EXPECT_TRUE(!row.object.starts_with("obj_") || contains(print, row.object)) << row.object << "\n" << print;
   auto lines = readPrint(print);
-  for (auto& fact : split(row.facts, ';')) EXPECT_TRUE(holds(lines, fact)) << fact << "\n" << print;
+  for (auto& fact : split(row.facts, ';')) EXPECT_TRUE(factHolds(lines, fact)) << fact << "\n" << print;
   if (!type->encode) return;
   rtxErrReset(decoding.ctxt);
   ASSERT_EQ(encodeInto(out, decoding.ctxt, *type, decoding.record.get()), 0) << print;
@@ -139,7 +77,7 @@ class Corpus : public testing::TestWithParam<const char*> {};
 
 TEST_P(Corpus, DecodesHoldsItsFactsAndEncodesBack)
 {
-  auto rows = readRows(GetParam() + std::string(".tsv"));
+  auto rows = readCorpus(GetParam() + std::string(".tsv"));
   ASSERT_FALSE(rows.empty());
   for (auto& row : rows)
     if (row.wellformed == "yes" || isRadio(row)) check(row);

@@ -314,7 +314,8 @@ static void option(DecodeWriter& w, const std::vector<const Row*>& options, size
   uint32_t octets = 0;
   std::string skip = skipForm(*last, octets);
   std::string how = skip == "length" ? "!l3SkipLength(in, pos, end)" : format("!l3Skip(pos, end, %u)", octets);
-  w.line(skip == "nothing" ? "}" : "} else if (" + how + ") {\nreturn kL3GaveUp;\n}");
+  if (skip == "nothing") how = "";
+  w.line("} else if (l3DirectKeeps(in)" + (how.empty() ? "" : " || " + how) + ") {\nreturn kL3GaveUp;\n}");
   w.line("break;");
 }
 
@@ -322,7 +323,7 @@ static void options(DecodeWriter& w)
 {
   auto all = optionRows(w.type);
   if (all.empty()) {
-    if (!w.type.has("no-tail")) w.giveUpIf("pos < end");
+    w.giveUpIf(w.type.has("no-tail") ? "pos < end && l3DirectKeeps(in)" : "pos < end");
     return;
   }
   for (auto& name : selectingOptions(w.type)) {

@@ -397,13 +397,15 @@ static std::string writeMessage(TableWriter& w, const std::vector<const Row*>& o
     rows = "options_" + w.type.full;
   }
   bool tail = options.empty() && !w.type.has("no-tail");
+  const std::string& spec = w.type.module->spec; // the standards whose elements may have lengths of two octets
+  bool wide = spec == "TS 24.301" || spec == "TS 24.501";
   std::string selecting = "nullptr";
   auto names = selectingOptions(w.type);
   if (!names.empty()) selecting = fieldTable(w, names);
   return w.object("L3Message",
-                  format("%s, %s, %s, %zu, 0x%04X, %d, %d, %zu, %s", rows.c_str(), table.c_str(), values.c_str(),
-                         options.size(), halves, w.type.has("shifts") + w.type.has("codeset-asked"), tail, names.size(),
-                         selecting.c_str()));
+                  format("%s, %s, %s, %zu, 0x%04X, %d, %d, %d, %zu, %s", rows.c_str(), table.c_str(), values.c_str(),
+                         options.size(), halves, w.type.has("shifts") + w.type.has("codeset-asked"), tail, wide,
+                         names.size(), selecting.c_str()));
 }
 
 static std::string writeRows(TableWriter& w, const char* name, const std::vector<const Row*>& rows)

@@ -1,0 +1,150 @@
+// With RTX_FLAG_KEEP_ELEMENTS no octet of a message is lost: whatever stands at whatever place among the elements of
+// whatever message is kept and comes back, and what stood there without it is read as before.
+#include <gtest/gtest.h>
+
+#include "rt3gppsrc/engine/l3Kept.h"
+#include "tests/messages.h"
+
+namespace {
+
+constexpr Setting kKeeping = {.flags = RTX_FLAG_KEEP_ELEMENTS};
+
+// Octets of a message with the places of its optional elements, the end included.
+struct Sample {
+  const L3TypeEntry& entry;
+  Octets octets;
+  std::vector<size_t> places;
+};
+
+// An element begins where the trace has an identifier that belongs to the message itself, not to one inside it.
+Sample sampleWithPlaces(const L3TypeEntry& entry)
+{
+  Sample sample{entry, sampleOf(entry), {}};
+  Decoding decoding(entry, sample.octets, {.trace = true});
+  EXPECT_EQ(decoding.status, 0) << entry.type->fullName;
+  const RtxBitFieldList* list = decoding.ctxt->pBitFldList;
+  for (const RtxSListNode* node = list->fieldList.head; node; node = node->next) {
+    const RtxBitField& field = *static_cast<const RtxBitField*>(node->data);
+    bool own = field.elemName && !strchr(field.elemName, '.');
+    if (own && strcmp(field.nameSuffix, "IEI") == 0) sample.places.push_back(field.bitOffset / 8);
+  }
+  sample.places.push_back(sample.octets.size());
+  return sample;
+}
+
+bool isKnown(const L3Message& message, unsigned iei)
+{
+  return (message.byValue && message.byValue[iei]) || (message.halves >> (iei >> 4) & 1) ||
+         (message.shifts && iei >> 4 == 9);
+}
+
+// Elements of each framing whose identifier the message does not have.
+std::vector<Octets> strangers(const L3Message& message)
+{
+  std::vector<Octets> found;
+  auto add = [&](unsigned from, unsigned to, Octets behind) {
+    for (unsigned iei = from; iei <= to; ++iei)
+      if (!isKnown(message, iei)) {
+        behind.insert(behind.begin(), uint8_t(iei));
+        found.push_back(behind);
+        return;
+      }
+  };
+  add(0x81, 0xFF, {});
+  add(0x11, 0x77, {3, 0xAA, 0xBB, 0xCC});
+  add(0x11, 0x77, {0});
+  if (message.wide) add(0x78, 0x7F, {0, 2, 0xAA, 0xBB});
+  return found;
+}
+
+Octets with(const Octets& octets, size_t place, const Octets& more)
+{
+  Octets all = octets;
+  all.insert(all.begin() + ptrdiff_t(place), more.begin(), more.end());
+  return all;
+}
+
+void expectKept(const Sample& sample, size_t place, const Octets& more, L3KeptWhy why)
+{
+  Octets octets = with(sample.octets, place, more), out(octets.size() + 64);
+  SCOPED_TRACE(std::string(sample.entry.type->fullName) + " " + hexText(more) + " at " + std::to_string(place) + ": " +
+               hexText(octets));
+  Decoding decoding(sample.entry, octets, kKeeping);
+  ASSERT_EQ(decoding.status, 0) << decoding.state();
+  const L3KeptList* list = l3KeptOf(decoding.ctxt);
+  ASSERT_TRUE(list && list->count == 1);
+  const L3Kept& kept = *list->first;
+  EXPECT_EQ(kept.position, place * 8);
+  EXPECT_EQ(kept.bits, more.size() * 8);
+  EXPECT_EQ(kept.why, why);
+  ASSERT_EQ(encodeInto(out, decoding.ctxt, sample.entry, decoding.record.get()), 0) << decoding.state();
+  EXPECT_EQ(hexText(out), hexText(octets));
+}
+
+// The messages whose octets behind the mandatory elements are elements.
+std::vector<Sample> messages()
+{
+  std::vector<Sample> found;
+  for (const L3TypeEntry* entry : takenTypes(3)) {
+    const L3Message* message = entry->type->message;
+    bool open = message && (message->count || message->tail);
+    if (open && entry->decode && entry->encode) found.push_back(sampleWithPlaces(*entry));
+  }
+  return found;
+}
+
+TEST(KeptElements, OfEveryFramingComeBackFromEveryPlaceOfEveryMessage)
+{
+  size_t count = 0;
+  for (auto& sample : messages())
+    for (size_t place : sample.places)
+      for (auto& stranger : strangers(*sample.entry.type->message)) {
+        expectKept(sample, place, stranger, kL3KeptUnknown);
+        ++count;
+      }
+  EXPECT_GT(count, 1000U);
+}
+
+// The whole element once more behind itself; where the message has its identifier twice, that one takes it.
+TEST(KeptElements, RepeatedOnesComeBack)
+{
+  for (auto& sample : messages())
+    for (size_t i = 0; i + 1 < sample.places.size(); ++i) {
+      Octets element(sample.octets.begin() + ptrdiff_t(sample.places[i]),
+                     sample.octets.begin() + ptrdiff_t(sample.places[i + 1]));
+      const L3Message& message = *sample.entry.type->message;
+      bool half = message.halves >> (element[0] >> 4) & 1;
+      if (!message.byValue) continue;
+      unsigned position = message.byValue[half ? element[0] >> 4 : element[0]];
+      if (!position || message.ieis[position - 1].nextSame) continue;
+      bool framed =
+          half || message.ieis[position - 1].skip != kL3SkipNothing || l3LeadingLength(message.options[position - 1]);
+      if (framed) expectKept(sample, sample.places[i + 1], element, kL3KeptRepeated);
+    }
+}
+
+// The octets of a record, without padding behind them.
+std::string encodedAgain(Decoding& decoding)
+{
+  if (!decoding.entry.encode) return "";
+  Octets out(decoding.ctxt->buffer.size + 64);
+  rtxErrReset(decoding.ctxt); // remarks
+  encodeInto(out, decoding.ctxt, decoding.entry, decoding.record.get());
+  while (!out.empty() && out.back() == 0x2B) out.pop_back();
+  return hexText(out);
+}
+
+// A message in order costs the record nothing: what is decoded is the same with elements kept and without, and in the
+// walk as in the direct coders.
+TEST(KeptElements, ChangeNothingWhereAllCanBeRead)
+{
+  for (auto& message : takenSamples(5)) {
+    Decoding plain(*message.entry, message.octets), keeping(*message.entry, message.octets, kKeeping);
+    EXPECT_EQ(plain.status, keeping.status) << message.name;
+    EXPECT_EQ(plain.text(), keeping.text()) << message.name;
+    EXPECT_EQ(encodedAgain(plain), encodedAgain(keeping)) << message.name;
+    EXPECT_EQ(decodingDiffers(*message.entry, message.octets, kKeeping), "") << message.name;
+  }
+}
+
+} // namespace
