@@ -27,8 +27,12 @@ protected:
   // The exit code; -1: ended by a signal.
   int generate(const std::string& out, const std::string& files)
   {
+    return run("'" + (folder / out).string() + "' " + files);
+  }
+  int run(const std::string& arguments)
+  {
     std::string said = (folder / "words").string();
-    int status = std::system((L3GEN " '" + (folder / out).string() + "' " + files + " 2>" + said).c_str());
+    int status = std::system((L3GEN " " + arguments + " 2>" + said).c_str());
     words = fileText(said);
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   }
@@ -89,6 +93,52 @@ TEST_F(Generator, RefusesWithFileLineAndReason)
     ++refused;
   }
   EXPECT_GT(refused, 50U);
+}
+
+// One file with a fault of each step, each in a block of its own; a block of another file that is refused; and blocks
+// that are right but for the names that these would have given. Each fault is told, once, and nothing else.
+TEST_F(Generator, ChecksAFileForAnEditorAndTellsEveryFault)
+{
+  std::ofstream(folder / "a.l3") << "module A file A spec \"TS 00.001\"\n"
+                                    "element Lost\n"
+                                    "  M x bits 8x\n"
+                                    "    M deeper bits 4\n"
+                                    "element Row [1]\n"
+                                    "  M x bits 4 often\n"
+                                    "  M inner record\n"
+                                    "    M lost  B_Odd_part\n"
+                                    "element Name [1]\n"
+                                    "  M y B_Missing\n"
+                                    "  M z Row\n"
+                                    "element Loop [1]\n"
+                                    "  M l Loop\n"
+                                    "element Order [1]\n"
+                                    "  if late x bits 8\n"
+                                    "  M late bits 8 in 0..256\n"
+                                    "element Good [1]\n"
+                                    "  M x Lost\n"
+                                    "  M y Lost_inner\n";
+  std::ofstream(folder / "b.l3") << "module B file B spec \"TS 00.002\"\nelement Odd bits [1]\n  M x bits 8\n"
+                                 << "enum E [1]\n  a = 0x\n";
+  std::string a = (folder / "a.l3").string(), b = (folder / "b.l3").string();
+  EXPECT_EQ(run("--check " + a), 1);
+  EXPECT_EQ(words, a + ":2:13: error: a block needs its clause in brackets at the end\n" + //
+                       a + ":3:12: error: not a number: '8x'\n" +                          //
+                       a + ":6:14: error: not understood: 'often'\n" +                     //
+                       a + ":10:7: error: an unknown type 'B_Missing'\n" +                 //
+                       a + ":12:9: error: 'Loop' holds itself\n" +                         //
+                       a + ":15:6: error: 'late' comes later\n" +                          //
+                       a + ":16:3: error: 0 to 256 does not fit in 8 bits\n" +             //
+                       b + ":2:13: error: not understood: 'bits'\n" +                      //
+                       b + ":4:6: error: expected bits and a width\n" +                    //
+                       b + ":5:7: error: not a number: '0x'\n");
+  std::ofstream(folder / "a.l3") << "modul A file A\nelement X [1]\n  M y Z\n";
+  EXPECT_EQ(run("--check " + a), 1);
+  EXPECT_TRUE(words.starts_with(a + ":1:1: error: ")) << words;
+  EXPECT_EQ(run("--check " L3_DEFINITIONS "/TS24501IES.l3"), 0) << words;
+  EXPECT_EQ(words, "");
+  EXPECT_EQ(run("--check " + (folder / "none.l3").string()), 1);
+  EXPECT_EQ(words.find(" error: cannot be read"), (folder / "none.l3").string().size() + 5) << words;
 }
 
 } // namespace

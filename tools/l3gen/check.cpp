@@ -356,9 +356,12 @@ static void checkModules(Model& model)
 
 void check(Model& model)
 {
-  checkUse(model);
-  checkSizes(model);
-  checkModules(model);
+  // What nobody uses, or needs what, can be told only of the whole.
+  if (model.refusals.empty()) {
+    checkUse(model);
+    checkSizes(model);
+    checkModules(model);
+  }
   forTypes(model, checkType);
   for (auto& type : model.types) checkRows(model, *type);
 }

@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,7 @@ namespace l3gen {
 struct Place {
   std::string file;
   int line = 0;
+  int column = 1; // of the word looked at last while the line is read, later of the row's or block's first word
 };
 
 // A refusal: one line for the person who wrote the definition.
@@ -197,6 +199,12 @@ struct Model {
   std::map<std::string, Type*> byName;
   std::vector<std::unique_ptr<Sizes>> sizes;
   std::vector<Refusal> refusals; // sorted by place when printed; with any of them nothing is written
+  // What a fault is kept from hiding or causing others by (faults.cpp).
+  std::map<std::string, std::set<int>> blocks;  // the lines of a file that a block, or a module line, begins at
+  std::set<std::pair<std::string, int>> faulty; // those among them with a fault
+  std::set<std::string> unread;                 // full names of blocks whose first line is refused
+  bool moduleUnread = false;                    // a module line is refused: any name may be one of its types
+  std::vector<std::unique_ptr<Type>> aside;     // types of faulty blocks, and all that need them
   Module* module(const std::string& name);
   Sizes* sizesNamed(const Module& from, const std::string& name) const;
 };
@@ -204,6 +212,16 @@ struct Model {
 // read.cpp: the modules of all files are read first, so that rows can name types of modules that come later.
 void readModules(Model& model, const std::string& path);
 void readFile(Model& model, const std::string& path);
+// faults.cpp: faults found so far take the types that they make doubtful out of `types`, so that the next step looks at
+// all others. A name that a refused line would have given is no fault of those who use it.
+void setAside(Model& model);
+void blame(Model& model, const Place& place);
+bool blamed(Model& model, const Place& place);
+bool couldBeUnread(Model& model, const Module& from, const std::string& name);
+// The faults as `file:line: words`, or as editors want them, `file:line:column: error: words`, with the lines of the
+// file that is named so to find the column of a word that is quoted.
+std::string tellRefusals(const Model& model);
+std::string tellFaults(const Model& model, const std::vector<std::string>& paths);
 // readNested.cpp: the type that rows deeper than an element make, within the choice that has the element, and the one
 // that an element's own content makes.
 Type* innerType(Model& model, const Type& owner, Row& row, const std::string& within);
@@ -233,15 +251,15 @@ std::vector<const Row*> bodiesOf(const Type& type);
 // Calls `use` for every type that the element names, with whether it stands behind a pointer only, as messages do.
 void collectUses(const What& what, bool pointed, const std::function<void(Type*, bool)>& use);
 std::vector<Type*> inDependencyOrder(Model& model, const Module& module);
-// Runs a step over all types and collects what it refuses: false if there is anything refused.
-template <typename Step> bool forTypes(Model& model, Step step)
+// Runs a step over all types and sets those aside that it refuses.
+template <typename Step> void forTypes(Model& model, Step step)
 {
   for (auto& type : model.types) try {
       step(*type);
     } catch (const Refusal& r) {
       model.refusals.push_back(r);
     }
-  return model.refusals.empty();
+  setAside(model);
 }
 // The row of a field, in a record within the record if the name has dots; `path` collects the C path.
 const Row* rowNamed(const Type& type, const std::string& name);

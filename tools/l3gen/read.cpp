@@ -196,9 +196,9 @@ static Row readAlternative(Words& w, const What& parent)
 static void takeClause(Words& w, Type& type)
 {
   std::string& last = w.list.back();
-  if (last.back() != ']') refuse(w.place, "a block needs its clause in brackets at the end");
-  size_t begin = w.list.size();
+  size_t begin = last.back() == ']' ? w.list.size() : 0;
   while (begin > 0 && w.list[begin - 1][0] != '[') --begin;
+  w.place.column = begin ? w.list[begin - 1].column : w.end;
   if (begin == 0) refuse(w.place, "a block needs its clause in brackets at the end");
   for (size_t i = begin - 1; i < w.list.size(); ++i) type.clause += (type.clause.empty() ? "" : " ") + w.list[i];
   type.clause = type.clause.substr(1, type.clause.size() - 2);
@@ -207,16 +207,19 @@ static void takeClause(Words& w, Type& type)
 }
 
 // A word in quotation marks is one word, whatever blanks it holds.
-static std::vector<std::string> wordsOf(const std::string& line)
+static std::vector<Word> wordsOf(const std::string& line)
 {
-  std::vector<std::string> words;
-  std::istringstream in(line);
-  for (std::string word; in >> word;) {
+  static const char kBlanks[] = " \t\r\v\f";
+  std::vector<Word> words;
+  size_t end = 0;
+  for (size_t begin; (begin = line.find_first_not_of(kBlanks, end)) != std::string::npos;) {
+    end = std::min(line.find_first_of(kBlanks, begin), line.size());
+    std::string word = line.substr(begin, end - begin);
     bool goesOn = !words.empty() && words.back()[0] == '"' && (words.back().size() == 1 || words.back().back() != '"');
     if (goesOn)
       words.back() += " " + word;
     else
-      words.push_back(word);
+      words.push_back({word, static_cast<int>(begin) + 1});
   }
   return words;
 }
@@ -224,9 +227,10 @@ static std::vector<std::string> wordsOf(const std::string& line)
 // What may stand on a block line besides its own columns.
 static void takeHand(Words& w, Type& type)
 {
-  std::vector<std::string> kept;
+  std::vector<Word> kept;
   for (size_t i = 0; i < w.list.size(); ++i) {
     auto word = [&](size_t k) { return i + k < w.list.size() ? w.list[i + k] : std::string(); };
+    w.place.column = w.list[i].column;
     if (word(0) == "by" && word(1) == "hand") {
       type.decodeFile = type.encodeFile = word(2);
       i += 2;
@@ -254,7 +258,7 @@ static void takeHand(Words& w, Type& type)
         refuse(w.place, "an unknown form '" + type.form + "'");
       i += fixed ? 2 : 1;
     } else
-      kept.push_back(word(0));
+      kept.push_back(w.list[i]);
   }
   w.list = kept;
 }
@@ -459,6 +463,7 @@ struct Source {
   std::vector<Level> levels;
   Sizes* sizes = nullptr;
   size_t skipped = SIZE_MAX; // rows deeper than this belong to a line that was refused
+  bool lost = false;         // the module line was refused
 };
 
 // Deeper rows are the parts of the row before them, or of its last alternative.
@@ -498,12 +503,38 @@ static void readLine(Source& source, Words& w, size_t indent)
   source.levels.clear();
   source.sizes = nullptr;
   source.skipped = 0;
-  if (w.list[0] == "module")
+  source.model.blocks[w.place.file].insert(w.place.line);
+  bool opens = w.list[0] == "module";
+  if (source.lost && !opens) return;
+  source.lost = opens;
+  if (opens)
     source.module = readModule(source.model, w);
   else if (w.list[0] == "sizes")
     source.sizes = readSizes(source.model, source.module, w);
   else
     source.levels.push_back({readBlock(source.model, source.module, w), 0});
+  source.skipped = SIZE_MAX;
+  source.lost = false;
+}
+
+// A line that begins a block is refused: its name is no fault of those who use it, and its rows are read all the same
+// for the faults that they have, into a type that nobody can name.
+static void readOn(Source& source, const Words& w)
+{
+  if (source.lost) source.model.moduleUnread = true;
+  if (source.lost || !source.module || w.list.size() < 2) return;
+  source.model.unread.insert(source.module->name + "_" + w.list[1]);
+  static const std::set<std::string> withRows = {"element", "part", "message", "rest", "pdu", "enum", "names"};
+  if (!withRows.count(w.list[0])) return;
+  auto type = std::make_unique<Type>();
+  bool values = w.list[0] == "enum" || w.list[0] == "names";
+  type->kind = values ? Kind::Enum : w.list[0] == "message" ? Kind::Message : Kind::Record;
+  type->bits = 8; // the most that an enumeration can have
+  type->module = source.module;
+  type->place = w.place;
+  type->name = type->full = "?" + std::to_string(source.model.aside.size());
+  source.levels.push_back({type.get(), 0});
+  source.model.aside.push_back(std::move(type));
   source.skipped = SIZE_MAX;
 }
 
@@ -517,8 +548,9 @@ static void readLines(Model& model, const std::string& path, bool modulesOnly)
   std::string line;
   for (int n = 1; std::getline(in, line); ++n) {
     Words w;
-    w.place = {shown, n};
     w.list = wordsOf(line);
+    w.place = {shown, n, w.list.empty() ? 1 : w.list[0].column};
+    w.end = static_cast<int>(line.find_last_not_of(" \t\r") + 2);
     if (w.list.empty() || w.list[0][0] == '#' || (modulesOnly && w.list[0] != "module")) continue;
     size_t indent = line.find_first_not_of(" \t");
     try {
@@ -526,6 +558,7 @@ static void readLines(Model& model, const std::string& path, bool modulesOnly)
     } catch (const Refusal& r) {
       model.refusals.push_back(r);
       source.skipped = std::min(source.skipped, indent);
+      if (!indent && !modulesOnly) readOn(source, w);
     }
   }
 }

@@ -56,10 +56,15 @@ std::vector<std::string> selectingOptions(const Type& type)
 static void resolveWhat(Model& model, Type& owner, Row& row)
 {
   What& what = row.what;
-  if (what.kind == WhatKind::Nested) model.refusals.push_back({row.place, "a record without rows"});
+  // Rows that were refused may have been its parts.
+  if (what.kind == WhatKind::Nested && !blamed(model, row.place))
+    model.refusals.push_back({row.place, "a record without rows"});
   if (what.kind == WhatKind::Type) {
     what.type = find(model, owner, what.typeName);
-    if (!what.type) model.refusals.push_back({row.place, "an unknown type '" + what.typeName + "'"});
+    if (!what.type && couldBeUnread(model, *owner.module, what.typeName))
+      blame(model, row.place);
+    else if (!what.type)
+      model.refusals.push_back({row.place, "an unknown type '" + what.typeName + "'"});
     if (what.rest && what.type && what.type->kind != Kind::Text)
       model.refusals.push_back({row.place, "'rest' is for string types"});
   }
@@ -356,6 +361,7 @@ static void markLender(Model& model, const Type& type, const Row& row)
 
 void resolve(Model& model)
 {
+  for (auto& refusal : model.refusals) blame(model, refusal.place);
   markParts(model);
   for (auto& type : model.types)
     for (auto& row : type->rows) markLender(model, *type, row);
@@ -363,9 +369,10 @@ void resolve(Model& model)
     nameMembers(*type);
     for (auto& row : type->rows) resolveWhat(model, *type, row);
   }
-  if (!model.refusals.empty() || !forTypes(model, [](Type& type) { scalarOf(type); })) return;
+  setAside(model);
+  forTypes(model, [](Type& type) { scalarOf(type); });
   std::set<Type*> sound;
-  if (!forTypes(model, [&](Type& type) { checkHolding(type, sound); })) return;
+  forTypes(model, [&](Type& type) { checkHolding(type, sound); });
   forTypes(model, layOut);
 }
 

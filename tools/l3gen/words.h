@@ -9,15 +9,26 @@
 
 namespace l3gen {
 
-// The words of a line, consumed from the left.
+struct Word : std::string {
+  int column = 1;
+};
+
+// The words of a line, consumed from the left. The column of the place follows the word that is looked at, so that
+// whoever refuses it says where it stands.
 struct Words {
   Place place;
-  std::vector<std::string> list;
+  std::vector<Word> list;
+  int end = 1; // the column behind the last word
   size_t at = 0;
   bool more() const { return at < list.size(); }
-  std::string peek(size_t k = 0) const { return at + k < list.size() ? list[at + k] : ""; }
+  std::string peek(size_t k = 0)
+  {
+    if (k == 0) place.column = more() ? list[at].column : end;
+    return at + k < list.size() ? static_cast<const std::string&>(list[at + k]) : "";
+  }
   std::string take(const char* wanted)
   {
+    peek();
     if (!more()) refuse(place, std::string("expected ") + wanted + " at the end of the line");
     return list[at++];
   }

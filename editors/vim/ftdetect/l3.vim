@@ -1,0 +1,1 @@
+autocmd BufNewFile,BufRead *.l3 setfiletype l3
