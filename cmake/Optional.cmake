@@ -31,6 +31,7 @@ if(GTest_FOUND AND Threads_FOUND)
     add_subdirectory(examples)
   endif()
   add_subdirectory(tests)
+  add_subdirectory(tools/site)
   # The seeds tell most under the sanitizers; optimised code runs them too late to be worth building the targets again.
   if(NOT VELNOR_COVERAGE AND NOT CMAKE_BUILD_TYPE MATCHES "^Rel")
     add_subdirectory(fuzz fuzz-targets) # build/fuzz is the preset of that name

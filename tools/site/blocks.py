@@ -1,0 +1,90 @@
+#!/usr/bin/env python3
+"""What the documents show is so: C, C++ and Rust stand in an example or a test, which are compiled and run, or in a
+header; commands are run and write what is shown ("..." in a line of its own stands for anything); JSON is JSON.
+Usage: blocks.py ROOT HEADERS BINARIES..."""
+import glob
+import json
+import os
+import re
+import subprocess
+import sys
+import tempfile
+
+ROOT, HEADERS = sys.argv[1:3]
+BINARIES = [folder for folder in sys.argv[3:] if os.path.isdir(folder)]
+NEEDED = {"tshark": "tshark", "text2pcap": "tshark", "jq": "jq", "velnor3gpp": "the program"}
+
+
+def plain(code):
+    """Code without comments, exports and layout."""
+    code = re.sub(r"/\*.*?\*/|//[^\n]*", "", code, flags=re.S).replace("VELNOR_API ", "")
+    return " ".join(code.split())
+
+
+def compiled():
+    paths = [f"{HEADERS}/velnor3gpp/*.h", f"{ROOT}/include/velnor3gpp/*.h", f"{ROOT}/examples/*.[cr]*", f"{ROOT}/tests/*/*.cpp"]
+    return {path: plain(open(path).read()) for pattern in paths for path in glob.glob(pattern)}
+
+
+def documents():
+    yield from sorted(glob.glob(f"{ROOT}/*.md") + glob.glob(f"{ROOT}/docs/**/*.md", recursive=True) +
+                      glob.glob(f"{ROOT}/examples/*.md") + glob.glob(f"{ROOT}/editors/*.md") + glob.glob(f"{ROOT}/fuzz/*.md"))
+
+
+def has(program):
+    folders = BINARIES + os.environ["PATH"].split(":")
+    return any(os.access(os.path.join(folder, program), os.X_OK) for folder in folders)
+
+
+def commands(block):
+    """Each command with the lines that it is said to write."""
+    for part in re.split(r"^\$ ", block, flags=re.M)[1:]:
+        command, _, output = part.partition("\n")
+        yield command, output
+
+
+def run(block):
+    """What is wrong with a session in a shell, or None."""
+    with tempfile.TemporaryDirectory() as folder:
+        for binaries in BINARIES:
+            for program in os.listdir(binaries):
+                os.symlink(os.path.join(binaries, program), os.path.join(folder, program))
+        environment = dict(os.environ, PATH=folder + ":" + os.environ["PATH"], HOME=folder)
+        for command, output in commands(block):
+            for program, package in NEEDED.items():
+                if re.search(rf"(^|\| *){program} ", command) and not has(program):
+                    print(f"passed over (install {package}): {command}")
+                    return None
+            done = subprocess.run(["bash", "-c", command], cwd=folder, env=environment, stdin=subprocess.DEVNULL,
+                                  stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True, timeout=60)
+            shown = ".*".join(re.escape(piece) for piece in re.split(r"^\.\.\.\n", output, flags=re.M))
+            if not re.fullmatch(shown, done.stdout, re.S):
+                return f"$ {command}\nwrites:\n{done.stdout}"
+    return None
+
+
+def fault(kind, block, sources):
+    if kind in ("c", "cpp", "rust"):
+        return None if any(plain(block) in text for text in sources.values()) else "stands in no example, test or header"
+    if kind == "console":
+        return run(block)
+    if kind == "json":
+        try:
+            json.loads(block)
+        except ValueError as error:
+            return str(error)
+        return None
+    return f"a block of a kind that is not tested: '{kind}'"
+
+
+SOURCES = compiled()
+count, faults = 0, 0
+for path in documents():
+    for block in re.finditer(r"^```(\w*)\n(.*?)^```$", open(path).read(), re.M | re.S):
+        count += 1
+        wrong = fault(block.group(1), block.group(2), SOURCES)
+        if wrong:
+            faults += 1
+            print(f"{os.path.relpath(path, ROOT)}: {wrong}\n{block.group(2)}")
+print(f"{count} blocks, {faults} faults")
+sys.exit(1 if faults or count < 20 else 0)
