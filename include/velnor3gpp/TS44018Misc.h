@@ -13,6 +13,7 @@ VELNOR_BEGIN_DECLS
 
 /**
  * Gives the channels of a cell channel description (10.5.2.1b), 16 octets on the wire.
+ * @param pctxt the context: heap and error records.
  * @param pvalue a decoded element; not changed.
  * @param pArfcns receives the array, on the context's heap, where it lives until that is reset.
  * @param pArfcnCount receives the number of channels, 0 to 124.

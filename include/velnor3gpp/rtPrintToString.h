@@ -37,7 +37,7 @@ VELNOR_API int rtPrintToStringUnsigned(const char* name, uint32_t value, char* b
 VELNOR_API int rtPrintToStringUInt64(const char* name, uint64_t value, char* buffer, size_t size);
 /** name = a number with up to 6 significant digits. */
 VELNOR_API int rtPrintToStringReal(const char* name, double value, char* buffer, size_t size);
-/** name = <null>. */
+/** `name = <null>`. */
 VELNOR_API int rtPrintToStringNull(const char* name, char* buffer, size_t size);
 /** name = 'value'. */
 VELNOR_API int rtPrintToStringCharStr(const char* name, const char* value, char* buffer, size_t size);

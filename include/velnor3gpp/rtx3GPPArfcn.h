@@ -31,6 +31,7 @@ typedef struct Rtx3gppRangeFormatInfo {
 
 /**
  * Turns the coded value of a frequency list into channel numbers.
+ * @param pctxt the context: heap and error records.
  * @param format 0 to 5.
  * @param data the value from its first bit on, left-aligned: `(numBits + 7) / 8` octets.
  * @param numBits bits of the value: 124 in format 0, at least 1 in format 1 and 10 in the others.
@@ -45,13 +46,16 @@ VELNOR_API int rtx3GPPDecARFCN(RtxContext* pctxt, uint8_t format, const uint8_t*
 
 /**
  * Turns channel numbers into the coded value of a frequency list.
- * @param arfcns `count` channels without repetition, in any order; 1 to 124 in format 0. Not changed.
+ * @param pctxt the context: heap and error records.
+ * @param arfcns channels without repetition, in any order; 1 to 124 in format 0. Not changed.
+ * @param count how many channels.
  * @param format 0 to 5.
  * @param range as rtx3GPPGetARFCNRange gives it: at most 1024, 512, 256 and 128 in formats 1 to 4; sizes format 5.
  * @param origin as rtx3GPPGetARFCNRange gives it; one of the channels in formats 2 to 5.
  * @param ppData two pointers. The first is the caller's buffer of `dataSize` octets, zero in formats 1 to 4, or null:
  *   it then receives octets on the context's heap. The second is for formats 2 to 4: where the low two bits of the
  *   origin go, which is the buffer's second octet; null stands for just that octet.
+ * @param dataSize octets of the caller's buffer.
  * @param pNumBits receives the bits of the value, so many that they fill whole octets with the format bits in front of
  *   them. Format 0 leaves it alone.
  * @return 0; RTX_E_ENCODE_OVERFLOW if the buffer is too small; RTX_E_BAD_VALUE for another format, a channel outside

@@ -55,7 +55,7 @@ VELNOR_API int rtxPrintUnicodeCharStr(const char* name, const uint16_t* chars, i
 VELNOR_API int rtxPrintUnicodeCharStr64(const char* name, const uint16_t* chars, int64_t count);
 /** name = a number with up to 12 significant digits, twice those of the stream form. */
 VELNOR_API int rtxPrintReal(const char* name, double value);
-/** name = <null>. */
+/** `name = <null>`. */
 VELNOR_API int rtxPrintNull(const char* name);
 /** Two lines, name.name and name.value. */
 VELNOR_API int rtxPrintNVP(const char* name, const RtxNameValuePair* pair);

@@ -55,7 +55,7 @@ VELNOR_API int rtxPrintToStreamUTF8CharStr(RtxContext* pctxt, const char* name, 
 VELNOR_API int rtxPrintToStreamUnicodeCharStr(RtxContext* pctxt, const char* name, const uint16_t* chars, int count);
 /** name = a number with up to 6 significant digits. */
 VELNOR_API int rtxPrintToStreamReal(RtxContext* pctxt, const char* name, double value);
-/** name = <null>. */
+/** `name = <null>`. */
 VELNOR_API int rtxPrintToStreamNull(RtxContext* pctxt, const char* name);
 /** Two lines, name.name and name.value. */
 VELNOR_API int rtxPrintToStreamNVP(RtxContext* pctxt, const char* name, const RtxNameValuePair* pair);

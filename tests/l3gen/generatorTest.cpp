@@ -130,7 +130,7 @@ TEST_F(Generator, ChecksAFileForAnEditorAndTellsEveryFault)
                        a + ":15:6: error: 'late' comes later\n" +                          //
                        a + ":16:3: error: 0 to 256 does not fit in 8 bits\n" +             //
                        b + ":2:13: error: not understood: 'bits'\n" +                      //
-                       b + ":4:6: error: expected bits and a width\n" +                    //
+                       b + ":4:11: error: expected bits and a width\n" +                   //
                        b + ":5:7: error: not a number: '0x'\n");
   std::ofstream(folder / "a.l3") << "modul A file A\nelement X [1]\n  M y Z\n";
   EXPECT_EQ(run("--check " + a), 1);

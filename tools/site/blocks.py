@@ -65,7 +65,10 @@ def run(block):
 
 def fault(kind, block, sources):
     if kind in ("c", "cpp", "rust"):
-        return None if any(plain(block) in text for text in sources.values()) else "stands in no example, test or header"
+        for part in block.split("\n\n"):  # declarations that stand apart in a header
+            if not any(plain(part) in text for text in sources.values()):
+                return "stands in no example, test or header"
+        return None
     if kind == "console":
         return run(block)
     if kind == "json":
