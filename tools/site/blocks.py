@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """What the documents show is so: C, C++ and Rust stand in an example or a test, which are compiled and run, or in a
-header; commands are run and write what is shown ("..." in a line of its own stands for anything); JSON is JSON.
+header; commands are run and write what is shown ("..." in a line of its own stands for anything); JSON of a
+message is read and encoded.
 Usage: blocks.py ROOT HEADERS BINARIES..."""
 import glob
 import json
@@ -63,6 +64,20 @@ def run(block):
     return None
 
 
+def wrong_json(block):
+    """What is wrong with JSON, or None: a message is read, and encoded to the octets that it says."""
+    try:
+        message = json.loads(block)
+    except ValueError as error:
+        return str(error)
+    reader = [path for path in (os.path.join(folder, "octets") for folder in BINARIES) if os.path.exists(path)]
+    if "record" not in message or not reader:
+        return None
+    done = subprocess.run(reader[:1], input=block, stdout=subprocess.PIPE, text=True, timeout=60)
+    same = done.returncode == 0 and done.stdout.strip() == message.get("octets", done.stdout.strip())
+    return None if same else f"reads as: {done.stdout}"
+
+
 def fault(kind, block, sources):
     if kind in ("c", "cpp", "rust"):
         for part in block.split("\n\n"):  # declarations that stand apart in a header
@@ -72,11 +87,7 @@ def fault(kind, block, sources):
     if kind == "console":
         return run(block)
     if kind == "json":
-        try:
-            json.loads(block)
-        except ValueError as error:
-            return str(error)
-        return None
+        return wrong_json(block)
     return f"a block of a kind that is not tested: '{kind}'"
 
 
