@@ -228,14 +228,26 @@ static bool printKept(PrintWalk& walk, const void* record, const void* anchor, L
   return any;
 }
 
+static void printRow(PrintWalk& walk, const L3Row& row, RtxPiece name, const uint8_t* record)
+{
+  if (row.op != kL3Release && l3IsPresent(row, record)) printElement(walk, row, nameOf(row, name), record);
+}
+
+[[gnu::cold]] static void printRowAndKept(PrintWalk& walk, const L3Row& row, RtxPiece name, const uint8_t* record)
+{
+  if (printKept(walk, record, &row, kL3KeptInstead)) return;
+  printRow(walk, row, name, record);
+  printKept(walk, record, &row, kL3KeptInside);
+  printKept(walk, record, &row, kL3KeptBehind);
+}
+
 static void printRows(PrintWalk& walk, const L3Row* rows, size_t count, RtxPiece name, const uint8_t* record)
 {
-  for (const L3Row* row = rows; row < rows + count; ++row) {
-    if (printKept(walk, record, row, kL3KeptInstead)) continue;
-    if (row->op != kL3Release && l3IsPresent(*row, record)) printElement(walk, *row, nameOf(*row, name), record);
-    printKept(walk, record, row, kL3KeptInside);
-    printKept(walk, record, row, kL3KeptBehind);
-  }
+  for (const L3Row* row = rows; row < rows + count; ++row)
+    if (walk.kept) // seldom: three questions for each row are a third of the printing
+      printRowAndKept(walk, *row, name, record);
+    else
+      printRow(walk, *row, name, record);
 }
 
 static void printRecord(PrintWalk& walk, const L3Type& type, RtxPiece name, const uint8_t* record)
@@ -244,7 +256,7 @@ static void printRecord(PrintWalk& walk, const L3Type& type, RtxPiece name, cons
   bool braces = name.chars && !bare;
   if (braces) rtxFormOpenBrace(walk.sink, name);
   printRows(walk, type.rows, type.rowCount, bare ? name : kNoName, record);
-  if (type.message) printKept(walk, record, type.message, kL3KeptBehind);
+  if (walk.kept && type.message) printKept(walk, record, type.message, kL3KeptBehind);
   if (type.message) printRows(walk, type.message->options, type.message->count, kNoName, record);
   if (braces) rtxFormCloseBrace(walk.sink);
 }
