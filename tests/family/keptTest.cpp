@@ -102,7 +102,7 @@ TEST(KeptElements, OfEveryFramingComeBackFromEveryPlaceOfEveryMessage)
         expectKept(sample, place, stranger, kL3KeptUnknown);
         ++count;
       }
-  EXPECT_GT(count, 1000U);
+  EXPECT_GT(count, 100U); // builds with a budget take a part of the types
 }
 
 // The whole element once more behind itself; where the message has its identifier twice, that one takes it.
