@@ -355,7 +355,8 @@ static void layOut(Type& type)
 static void markLender(Model& model, const Type& type, const Row& row)
 {
   bool borrows = row.what.count.ofAround() || row.often.count.ofAround() || (row.argument && row.argument->ofAround());
-  if (borrows && type.around) model.byName.at(type.around->full)->lends = true;
+  auto lender = borrows && type.around ? model.byName.find(type.around->full) : model.byName.end();
+  if (lender != model.byName.end()) lender->second->lends = true; // a refused block has no name
   for (auto& alternative : row.what.alternatives) markLender(model, type, alternative);
 }
 
