@@ -44,12 +44,22 @@ struct Counts {
 };
 
 static Counts counts;
+// What a report is about.
+static const L3TypeEntry* underway;
+static Octets input;
 static char text[kTextRoom];
 
 // Whatever leaves the library is set.
 static void leaves(const void* octets, size_t size)
 {
   __msan_check_mem_is_initialized(octets, size);
+}
+
+static void tellInput()
+{
+  fprintf(stderr, "%s, %zu octets: ", underway ? underway->type->fullName : "", input.size);
+  for (size_t i = 0; i < input.size; ++i) fprintf(stderr, "%02x", input.data[i]);
+  fputc('\n', stderr);
 }
 
 static void* unset(size_t size)
@@ -123,6 +133,8 @@ static void decode(const L3TypeEntry& entry, Octets octets, const Mode& mode, co
   RtxContext ctxt;
   uint8_t* copy = static_cast<uint8_t*>(memcpy(unset(octets.size), octets.data, octets.size));
   void* record = unset(entry.type->size);
+  underway = &entry;
+  input = {copy, octets.size};
   if (keepsWhatItHolds(entry)) entry.init(record);
   begin(ctxt, mode, security);
   rtxCtxtSetBufPtr(&ctxt, copy, octets.size);
@@ -254,6 +266,7 @@ static int encodeUnset()
 int main(int argc, char** argv)
 {
   if (argc == 2 && strcmp(argv[1], "--unset") == 0) return encodeUnset();
+  __msan_set_death_callback(tellInput);
   for (size_t i = 0; i < l3TypeCount; ++i)
     for (const Mode& mode : kModes) sample(l3TypeTable[i], mode);
   if (argc != 2 || !runFolder(argv[1])) return 2;
