@@ -8,14 +8,16 @@ if(VELNOR_SANITIZE MATCHES "memory")
   return()
 endif()
 
+find_package(Threads QUIET)
 find_path(VELNOR_CLI11 CLI/CLI.hpp)
-if(VELNOR_CLI11 AND VELNOR_RAPIDJSON AND NOT VELNOR_COVERAGE) # the library alone is counted
+if(VELNOR_CLI11 AND VELNOR_RAPIDJSON AND Threads_FOUND AND NOT VELNOR_COVERAGE) # the library alone is counted
   add_subdirectory(tools/velnor3gpp)
 elseif(NOT VELNOR_CLI11 OR NOT VELNOR_RAPIDJSON)
   message(STATUS "Left out: the program (install libcli11-dev and rapidjson-dev)")
+elseif(NOT Threads_FOUND)
+  message(STATUS "Left out: the program (there are no threads)")
 endif()
 
-find_package(Threads QUIET)
 if(VELNOR_GTEST_SOURCE)
   # No package has it for another machine, or under a sanitizer that must see all code.
   set(INSTALL_GTEST OFF)

@@ -30,6 +30,8 @@ needTests()
   needProgram tshark tshark
   needProgram doxygen doxygen
   python3 -c 'import jsonschema' >/dev/null 2>&1 || miss python3-jsonschema
+  needProgram parallel parallel
+  /usr/bin/python3 -c 'import distributed' >/dev/null 2>&1 || miss python3-distributed
 }
 
 needCoverage()

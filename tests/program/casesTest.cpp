@@ -147,7 +147,7 @@ Ran shell(const std::string& command)
 {
   static const std::string kStart = "PATH=" + fs::path(VELNOR_PROGRAM).parent_path().string() + ":$PATH; cd " +
                                     fs::path(VELNOR_SAMPLES).parent_path().string() + "; ";
-  FILE* pipe = popen((kStart + command + " 2>&1 </dev/null").c_str(), "r");
+  FILE* pipe = popen((kStart + "{ " + command + "\n} 2>&1 </dev/null").c_str(), "r");
   std::string text;
   char piece[4096];
   for (size_t count; (count = fread(piece, 1, sizeof piece, pipe)) > 0;) text.append(piece, count);

@@ -5,6 +5,7 @@
 #include "frame.h"
 
 void addDecode(CLI::App& app, Program& program);
+void addFilter(CLI::App& app, Program& program);
 void addRoundtrip(CLI::App& app, Program& program);
 void addTypes(CLI::App& app, Program& program);
 void addVersion(CLI::App& app, Program& program);

@@ -12,6 +12,7 @@
 // Every command, in the order of the help.
 static constexpr void (*kCommands[])(CLI::App& app, Program& program) = {
     addDecode,
+    addFilter,
     addRoundtrip,
     addTypes,
     addVersion,
