@@ -39,6 +39,7 @@ void promiseSame(const L3TypeEntry& entry, const char* where, const std::string&
 uint8_t takeFirst(Octets& input);
 
 FuzzTarget::Check checkMessage, checkModes, checkTrace, checkPrint, checkEncoder, checkProtected, checkStream,
-    checkDefinitions, checkCharging, checkChargingText, checkCapture, checkHex, checkKeys, checkFacade, checkJson;
+    checkDefinitions, checkCharging, checkChargingText, checkCapture, checkHex, checkKeys, checkFilterInput,
+    checkFacade, checkJson;
 std::vector<Octets> definitionSeeds();
 std::vector<Octets> jsonSeeds();

@@ -82,6 +82,16 @@ const std::vector<FuzzTarget>& fuzzTargets()
        .seeds = octets({"04 D4C3B2A1 02000400 00*8 0000040093000000 00*8 0400000004000000 7E005B01",
                         "07 A1B2C3D4 00020004 00*8 0004000000000001 00*8 0000001000000010 00*12 88B5 7E00"})},
 #ifdef VELNOR_FUZZ_PROGRAM
+      {.name = "filterInput",
+       .check = checkFilterInput,
+       .seeds = texts({std::string(1, 0) + "a\t7e005b01\r\n\t7e\n\n7e 00\nlast\t0x7e",
+                       "\x01\xEF\xBB\xBF"
+                       "7e\n\xEF",
+                       "\x02{\"key\":[1.0,{}],\"octets\":\"7e005b01\",\"dir\":\"up\"}\n{\"octets\":1}\n[[",
+                       std::string("\x03\0\2\x7e\0\0\0\0\5x", 10),
+                       "\x14"
+                       "2\na\tb\t7e\n\n0\n1\n7e\nx\n",
+                       "\x18k\t\xFE\nl\t7e005b01", "\x1a\xFE\xFE\n{}"})},
       {.name = "hexInput",
        .check = checkHex,
        .seeds = texts({"7e 00 41", "0x7E:0x00:41", "7e0041, 79", "7E 0", "7g", "", "0x", "::", "7e\t00\r\n"})},
