@@ -23,7 +23,7 @@ add_test(
   NAME coverage
   WORKING_DIRECTORY ${PROJECT_SOURCE_DIR}
   COMMAND ${VELNOR_GCOVR} --root . --object-directory ${PROJECT_BINARY_DIR} ${objects}
-          --filter rtxsrc/ --filter rtsrc/ --filter rt3gppsrc/ --filter src2/ --filter api/
+          --filter rtxsrc/ --filter rtsrc/ --filter rt3gppsrc/ --filter src2/ --filter api/ --filter capture/
           --gcov-ignore-parse-errors --exclude-throw-branches --exclude-unreachable-branches
           --txt ${PROJECT_BINARY_DIR}/coverage/coverage.txt --html-details ${PROJECT_BINARY_DIR}/coverage/index.html
           --print-summary --fail-under-line 95 --fail-under-branch 85)

@@ -1,6 +1,6 @@
 # The library: hand-written rooms, compiled once as objects for the shared library and for the tests.
 file(GLOB VELNOR_RUNTIME CONFIGURE_DEPENDS
-     rtxsrc/*/*.cpp rtsrc/*.cpp rt3gppsrc/*.cpp rt3gppsrc/engine/*.cpp src2/*.cpp api/*.cpp)
+     rtxsrc/*/*.cpp rtsrc/*.cpp rt3gppsrc/*.cpp rt3gppsrc/engine/*.cpp src2/*.cpp api/*.cpp capture/*.cpp)
 set_property(SOURCE api/types.cpp APPEND PROPERTY COMPILE_DEFINITIONS VELNOR3GPP_VERSION="${PROJECT_VERSION}")
 
 include(cmake/Generated.cmake)

@@ -1,0 +1,116 @@
+// GSMTAP: the header of version 2 (16 octets), the older layout of version 3 (the same, longer) and its newer one. Type
+// and sub-type lead to NAS messages or to the channels of the radio interface.
+#include "capture/capture.h"
+
+using Reason = velnor3gpp_CaptureReason;
+
+namespace {
+
+// What all layouts say.
+struct Header {
+  uint32_t type, subType;
+  size_t size;
+  bool hasRadio; // channel, timeslot, direction
+};
+
+enum class Kind { kNone, kRadio, kDtap, kEps, k5gs };
+
+struct TypeRow {
+  uint32_t version2, version3;
+  Kind kind;
+};
+
+} // namespace
+
+static constexpr uint32_t kNoType = UINT32_MAX;
+static constexpr TypeRow kTypes[] = {{0x01, 0x0200, Kind::kRadio},
+                                     {0x02, kNoType, Kind::kDtap}, // Abis: messages without layer 2
+                                     {0x12, 0x0404, Kind::kEps},
+                                     {kNoType, 0x0504, Kind::k5gs}};
+static constexpr unsigned kUplink = 0x4000, kArfcnMask = 0x3FFF;
+
+// Version 3 in the newer layout has a second octet of 0: the older one has its length there, at least 4 words.
+static bool readHeader(Span span, Header& header)
+{
+  const uint8_t* at = span.data;
+  if (span.size < 8) return false;
+  bool isNew = at[0] == 3 && at[1] == 0;
+  if (isNew) {
+    header = {load16(at + 4), load16(at + 6), load16(at + 2) * size_t{4}, false};
+    return header.size >= 8 && header.size <= span.size;
+  }
+  if ((at[0] != 2 && at[0] != 3) || at[1] < 4) return false;
+  header = {at[2], 0, at[1] * size_t{4}, true};
+  if (header.size > span.size) return false;
+  header.subType = at[12];
+  return true;
+}
+
+static Kind kindOf(const Header& header)
+{
+  for (const TypeRow& row : kTypes)
+    if (header.type == (header.hasRadio ? row.version2 : row.version3)) return row.kind;
+  return Kind::kNone;
+}
+
+// A channel number of 0 with NAS messages is one that nobody has set, and its direction bit with it.
+static void takeRadio(velnor3gpp_CaptureReader& reader, const uint8_t* at, Kind kind)
+{
+  velnor3gpp_CaptureFrame& frame = reader.frame;
+  unsigned number = load16(at + 4);
+  frame.connection.has |= VELNOR3GPP_CAPTURE_HAS_RADIO;
+  frame.connection.arfcn = static_cast<uint16_t>(number & kArfcnMask);
+  frame.connection.timeslot = at[3];
+  frame.connection.subslot = at[14];
+  frame.direction = number & kUplink ? VELNOR3GPP_UP : VELNOR3GPP_DOWN;
+  if (!number && kind != Kind::kRadio) frame.direction = VELNOR3GPP_DIRECTION_UNKNOWN;
+}
+
+static Reason readRadio(velnor3gpp_CaptureReader& reader, uint32_t subType, Span octets)
+{
+  if (subType & 0x80) return readDedicatedChannel(reader, static_cast<uint8_t>(subType), octets);
+  switch (subType) {
+    case 1:
+      return readCommonChannel(reader, VELNOR3GPP_BCCH, octets);
+    case 2: // common control, access grant, paging
+    case 4:
+    case 5:
+      return readCommonChannel(reader, VELNOR3GPP_CCCH, octets);
+    case 6: // dedicated control and fast associated ones
+    case 7:
+    case 8:
+    case 9:
+    case 10:
+      return readDedicatedChannel(reader, static_cast<uint8_t>(subType), octets);
+    default:
+      return VELNOR3GPP_CAPTURE_UNKNOWN;
+  }
+}
+
+static Reason readNamed(velnor3gpp_CaptureReader& reader, const char* name, Span octets)
+{
+  return readProtocol(reader, *protocolNamed(name, strlen(name)), octets);
+}
+
+// The flags that a capture has for a packet tell the way of the packet, not that of the message.
+Reason readGsmtap(velnor3gpp_CaptureReader& reader, Span span)
+{
+  Header header = {};
+  reader.frame.direction = VELNOR3GPP_DIRECTION_UNKNOWN;
+  if (!readHeader(span, header)) return VELNOR3GPP_CAPTURE_MALFORMED;
+  Kind kind = kindOf(header);
+  if (header.hasRadio) takeRadio(reader, span.data, kind);
+  skip(span, header.size);
+  switch (kind) {
+    case Kind::kRadio:
+      return readRadio(reader, header.subType, span);
+    case Kind::kDtap:
+      return readNamed(reader, "gsm_a_dtap", span);
+    case Kind::kEps:
+      return readNamed(reader, epsDissector(span), span);
+    case Kind::k5gs:
+      return readNamed(reader, "nas-5gs", span);
+    default:
+      return VELNOR3GPP_CAPTURE_UNKNOWN;
+  }
+}

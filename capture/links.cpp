@@ -1,0 +1,77 @@
+// Segments of messages put together: N(S) counts them modulo 8, and the bit M says whether more follow. What follows a
+// gap is told as fragments up to the next last segment, since nothing says where in a message it stands.
+#include "capture/links.h"
+
+#include <cstring>
+
+static bool isLink(const RadioLink& link, const RadioLinkKey& key)
+{
+  return link.used && link.key.channel == key.channel && link.key.point == key.point && link.key.up == key.up;
+}
+
+static RadioLink* find(RadioLinks& links, const RadioLinkKey& key)
+{
+  for (RadioLink& link : links.links)
+    if (isLink(link, key)) return &link;
+  return nullptr;
+}
+
+// The entry that was used longest ago is given up. A link begins at 0; one whose beginning the capture does not have
+// may stand in the middle of a message.
+static RadioLink& open(RadioLinks& links, const RadioLinkKey& key, uint8_t number)
+{
+  RadioLink* oldest = links.links;
+  for (RadioLink& link : links.links)
+    if (link.used < oldest->used) oldest = &link;
+  *oldest = {};
+  oldest->key = key;
+  oldest->next = number;
+  oldest->lost = number != 0;
+  return *oldest;
+}
+
+static uint32_t hashOf(const RadioSegment& segment)
+{
+  uint32_t hash = 2166136261U ^ segment.more;
+  for (size_t i = 0; i < segment.count; ++i) hash = (hash ^ segment.octets[i]) * 16777619U;
+  return hash | 1; // 0 is that of no frame
+}
+
+static void keep(RadioLink& link, const RadioSegment& segment)
+{
+  if (!link.inside) link.count = 0;
+  link.inside = true;
+  if (segment.count > sizeof link.octets - link.count) {
+    link.lost = true; // longer than any message
+    return;
+  }
+  memcpy(link.octets + link.count, segment.octets, segment.count);
+  link.count += segment.count;
+}
+
+SegmentResult takeSegment(RadioLinks& links, const RadioLinkKey& key, const RadioSegment& segment, RadioLink** link)
+{
+  RadioLink* found = find(links, key);
+  RadioLink& entry = found ? *found : open(links, key, segment.number);
+  *link = &entry;
+  entry.used = ++links.clock;
+  uint32_t hash = hashOf(segment);
+  if (((segment.number + 1) & 7) == entry.next && hash == entry.lastFrame) return SegmentResult::kRepeated;
+  if (segment.number != entry.next) entry.lost = true;
+  entry.next = (segment.number + 1) & 7;
+  entry.lastFrame = hash;
+  if (!entry.lost) keep(entry, segment);
+  bool whole = !entry.lost;
+  if (entry.lost || !segment.more) entry.inside = false;
+  if (!segment.more) entry.lost = false;
+  if (!whole) return SegmentResult::kFragment;
+  return segment.more ? SegmentResult::kSegment : SegmentResult::kMessage;
+}
+
+void resetLinks(RadioLinks& links, RadioLinkKey key)
+{
+  for (RadioLink& link : links.links) {
+    key.up = link.key.up; // both directions
+    if (isLink(link, key)) link = {};
+  }
+}

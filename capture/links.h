@@ -1,0 +1,49 @@
+// Layer-2 links of dedicated radio channels (LAPDm, TS 44.006): segments of messages are put together here, in a table
+// that has its size from the beginning. A link is one direction of one service access point of a channel.
+#ifndef VELNOR3GPP_CAPTURE_LINKS_H
+#define VELNOR3GPP_CAPTURE_LINKS_H
+
+#include <cstddef>
+#include <cstdint>
+
+inline constexpr size_t kMaxLinks = 128;
+inline constexpr size_t kMaxMessage = 512; // twice what layer 3 sends over LAPDm (TS 44.006, 5.8.5)
+
+struct RadioLinkKey {
+  uint64_t channel; // a hash of who sent the frame, on which channel; both directions have the same
+  uint8_t point;    // service access point
+  bool up;
+};
+
+struct RadioLink {
+  RadioLinkKey key;
+  uint64_t used;      // when a frame of it came last; 0: the entry is free
+  uint8_t next;       // the number N(S) that the next frame shall have
+  bool inside;        // segments of a message are held
+  bool lost;          // segments are missing: nothing is whole before the next last segment has passed
+  uint32_t lastFrame; // a hash of the frame before, to know it when it is sent again
+  size_t count;
+  uint8_t octets[kMaxMessage];
+};
+
+struct RadioLinks {
+  RadioLink links[kMaxLinks];
+  uint64_t clock;
+};
+
+// A numbered frame: its number, whether more segments follow, and its octets.
+struct RadioSegment {
+  uint8_t number;
+  bool more;
+  const uint8_t* octets;
+  size_t count;
+};
+
+enum class SegmentResult { kMessage, kSegment, kFragment, kRepeated };
+
+// Takes a segment. With kMessage the link holds the whole message.
+SegmentResult takeSegment(RadioLinks& links, const RadioLinkKey& key, const RadioSegment& segment, RadioLink** link);
+// A link begins or ends: both directions count from 0 and hold nothing.
+void resetLinks(RadioLinks& links, RadioLinkKey key);
+
+#endif
