@@ -4,6 +4,8 @@
 
 #include "frame.h"
 
+void addCapture(CLI::App& app, Program& program);
+void addCdr(CLI::App& app, Program& program);
 void addDecode(CLI::App& app, Program& program);
 void addFilter(CLI::App& app, Program& program);
 void addRoundtrip(CLI::App& app, Program& program);

@@ -15,6 +15,8 @@ static constexpr void (*kCommands[])(CLI::App& app, Program& program) = {
     addFilter,
     addRoundtrip,
     addTypes,
+    addCapture,
+    addCdr,
     addVersion,
 };
 

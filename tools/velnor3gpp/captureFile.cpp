@@ -1,0 +1,147 @@
+#include "captureFile.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+
+#include "frame.h"
+
+namespace {
+
+// A descriptor that is closed if it was opened here.
+struct Descriptor {
+  int number;
+  bool own;
+  explicit Descriptor(const std::string& name) : number(STDIN_FILENO), own(name != "-")
+  {
+    if (own) number = open(name.c_str(), O_RDONLY | O_CLOEXEC);
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  ~Descriptor()
+  {
+    if (own && number >= 0) close(number);
+  }
+};
+
+struct CloseReader {
+  void operator()(velnor3gpp_CaptureReader* reader) const { velnor3gpp_captureClose(reader); }
+};
+using Reader = std::unique_ptr<velnor3gpp_CaptureReader, CloseReader>;
+
+} // namespace
+
+static long readOctets(void* arg, uint8_t* octets, size_t room)
+{
+  ssize_t count;
+  do count = read(static_cast<Descriptor*>(arg)->number, octets, room);
+  while (count < 0 && errno == EINTR);
+  return static_cast<long>(count);
+}
+
+static std::string linkFault(const std::string& word)
+{
+  static const char kHelp[] = ": write N=NAME, N from 147 to 162, NAME one of nas-5gs, nas-eps, nas-eps_plain, "
+                              "gsm_a_dtap, gsm_a_rp, gsm_a_ccch, gsm_a_sacch, gsmtap";
+  size_t mark = word.find('=');
+  bool digits = mark > 0 && mark <= 3 && word.find_first_not_of("0123456789") == mark;
+  velnor3gpp_CaptureReader* reader = nullptr;
+  if (!digits || velnor3gpp_captureOpen(&reader, nullptr, nullptr) < 0) return "'" + word + "'" + kHelp;
+  Reader opened(reader);
+  int status = velnor3gpp_captureMap(reader, static_cast<uint32_t>(std::stoul(word)), word.c_str() + mark + 1);
+  return status < 0 || mark + 1 == word.size() ? "'" + word + "'" + kHelp : "";
+}
+
+void addLinkOption(CLI::App& command, LinkNames& names)
+{
+  command.add_option("--dlt", names.given, "captures: the dissector of a user link type, 147=nas-5gs")
+      ->type_name("N=NAME")
+      ->expected(1)
+      ->allow_extra_args(false)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      ->check(linkFault);
+}
+
+bool isCaptureFile(const std::string& name)
+{
+  uint8_t first[4];
+  Descriptor file(name);
+  return file.own && file.number >= 0 && readOctets(&file, first, sizeof first) == 4 &&
+         velnor3gpp_isCapture(first, sizeof first);
+}
+
+static std::string called(const std::string& name)
+{
+  return name == "-" ? "standard input" : name;
+}
+
+static Reader openReader(Descriptor& file, const LinkNames& names)
+{
+  velnor3gpp_CaptureReader* reader = nullptr;
+  if (velnor3gpp_captureOpen(&reader, readOctets, &file) < 0) throw std::bad_alloc();
+  Reader opened(reader);
+  for (const std::string& name : names.given)
+    velnor3gpp_captureMap(reader, static_cast<uint32_t>(std::stoul(name)), name.c_str() + name.find('=') + 1);
+  return opened;
+}
+
+// How a capture ended that did not end well. Its whole frames have all been handed over.
+[[noreturn]] static void fail(const std::string& name, int status, const velnor3gpp_CaptureCounts& counts)
+{
+  if (status == RTX_E_READ) throw InputError(called(name) + ": cannot be read: " + strerror(errno));
+  if (status == RTX_E_BAD_FORMAT && !counts.octets)
+    throw UsageError(called(name) + ": is no capture; give a pcap or pcapng file");
+  std::string what = "is damaged";
+  if (status == RTX_E_END_OF_FILE) what = "is cut in the middle of a record";
+  if (status == RTX_E_TOO_BIG) what = "has more than 1024 interfaces in a section";
+  throw DamageError(called(name) + ": " + what + ": octet " + std::to_string(counts.octets) + ", behind frame " +
+                    std::to_string(counts.frames));
+}
+
+velnor3gpp_CaptureCounts readCapture(const std::string& name, const LinkNames& names,
+                                     const std::function<void(const velnor3gpp_CaptureFrame&)>& take,
+                                     const std::function<void(const velnor3gpp_CaptureCounts&)>& ended)
+{
+  Descriptor file(name);
+  if (file.number < 0) throw InputError(name + ": cannot be opened: " + strerror(errno));
+  Reader reader = openReader(file, names);
+  velnor3gpp_CaptureFrame frame = {};
+  frame.size = sizeof frame;
+  int status;
+  while ((status = velnor3gpp_captureNext(reader.get(), &frame)) == VELNOR3GPP_CAPTURE_FRAME) take(frame);
+  int error = errno;
+  velnor3gpp_CaptureCounts counts = {};
+  counts.size = sizeof counts;
+  velnor3gpp_captureCounts(reader.get(), &counts);
+  bool isCapture = status != RTX_E_BAD_FORMAT || counts.octets;
+  if (ended && isCapture) ended(counts);
+  errno = error;
+  if (status < 0) fail(name, status, counts);
+  return counts;
+}
+
+std::string timeText(const velnor3gpp_CaptureFrame& frame)
+{
+  if (!frame.hasTime) return "";
+  time_t seconds = static_cast<time_t>(frame.time / 1000000000U);
+  struct tm parts = {};
+  char date[40], text[60];
+  gmtime_r(&seconds, &parts);
+  if (!strftime(date, sizeof date, "%Y-%m-%dT%H:%M:%S", &parts)) return "";
+  snprintf(text, sizeof text, "%s.%09uZ", date, static_cast<unsigned>(frame.time % 1000000000U));
+  return text;
+}
+
+std::string countsText(const velnor3gpp_CaptureCounts& counts)
+{
+  std::string text = counted(static_cast<size_t>(counts.frames), "frame") + ": " +
+                     counted(static_cast<size_t>(counts.reasons[VELNOR3GPP_CAPTURE_MESSAGE]), "message");
+  for (int i = 1; i < VELNOR3GPP_CAPTURE_REASONS; ++i)
+    if (counts.reasons[i])
+      text += ", " + std::to_string(counts.reasons[i]) + " " +
+              velnor3gpp_captureReasonText(static_cast<velnor3gpp_CaptureReason>(i));
+  return text;
+}

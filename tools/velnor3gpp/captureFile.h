@@ -1,0 +1,37 @@
+// Captures as the program meets them: files and standard input, link types of the user's, and texts for what a frame
+// is.
+#ifndef VELNOR3GPP_PROGRAM_CAPTURE_FILE_H
+#define VELNOR3GPP_PROGRAM_CAPTURE_FILE_H
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "velnor3gpp/velnor3gppCapture.h"
+
+// Which dissectors the user's link types belong to, as --dlt says.
+struct LinkNames {
+  std::vector<std::string> given; // "147=nas-5gs"
+};
+
+// Adds --dlt N=NAME, any number of times.
+void addLinkOption(CLI::App& command, LinkNames& names);
+
+// Does the file, which can be read twice, begin as a capture?
+bool isCaptureFile(const std::string& name);
+
+// Hands every frame of a capture to `take`, in order; "-" is standard input. Returns the counts. Throws UsageError if
+// it is no capture, InputError if it cannot be read, and DamageError behind the last whole frame of a damaged one,
+// after `ended` was called.
+velnor3gpp_CaptureCounts readCapture(const std::string& name, const LinkNames& names,
+                                     const std::function<void(const velnor3gpp_CaptureFrame&)>& take,
+                                     const std::function<void(const velnor3gpp_CaptureCounts&)>& ended = {});
+
+// "2023-11-14T22:13:20.000005000Z", or "" if the capture tells no time.
+std::string timeText(const velnor3gpp_CaptureFrame& frame);
+// "12 frames: 9 messages, 2 another protocol, 1 a fill frame".
+std::string countsText(const velnor3gpp_CaptureCounts& counts);
+
+#endif
