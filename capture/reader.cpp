@@ -1,5 +1,7 @@
 // The reader of captures: octets come in pieces of any size, and a step of the file is taken when all that it needs has
 // been gathered. Nothing is read ahead, so a capture may stop anywhere and go on later.
+#include <cstddef>
+
 #include "api/session.h"
 #include "capture/capture.h"
 
@@ -9,12 +11,13 @@ int velnor3gpp_captureOpen(velnor3gpp_CaptureReader** reader, velnor3gpp_Capture
   *reader = nullptr;
   RtxMemHeap* home = nullptr;
   if (rtxMemHeapCreate(&home) < 0) return RTX_E_NO_MEMORY;
-  void* memory = rtxMemHeapSysAllocZ(&home, sizeof(velnor3gpp_CaptureReader));
+  void* memory = rtxMemHeapSysAlloc(&home, sizeof(velnor3gpp_CaptureReader));
   if (!memory) {
     rtxMemHeapRelease(&home);
     return RTX_E_NO_MEMORY;
   }
   velnor3gpp_CaptureReader* made = static_cast<velnor3gpp_CaptureReader*>(memory);
+  memset(memory, 0, offsetof(velnor3gpp_CaptureReader, interfaces)); // what lies behind is written before it is read
   made->home = home;
   made->read = read;
   made->arg = arg;

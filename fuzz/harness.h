@@ -40,6 +40,7 @@ uint8_t takeFirst(Octets& input);
 
 FuzzTarget::Check checkMessage, checkModes, checkTrace, checkPrint, checkEncoder, checkProtected, checkStream,
     checkDefinitions, checkCharging, checkChargingText, checkCapture, checkHex, checkKeys, checkFilterInput,
-    checkFacade, checkJson;
+    checkFacade, checkJson, checkCaptures, checkRadio;
 std::vector<Octets> definitionSeeds();
 std::vector<Octets> jsonSeeds();
+std::vector<Octets> captureSeeds();

@@ -81,6 +81,13 @@ const std::vector<FuzzTarget>& fuzzTargets()
        .check = checkCapture,
        .seeds = octets({"04 D4C3B2A1 02000400 00*8 0000040093000000 00*8 0400000004000000 7E005B01",
                         "07 A1B2C3D4 00020004 00*8 0004000000000001 00*8 0000001000000010 00*12 88B5 7E00"})},
+      {.name = "captures", .check = checkCaptures, .seeds = captureSeeds()},
+      {.name = "gsmtap",
+       .check = checkRadio,
+       .seeds =
+           octets({"06 01 03 013F01 06 01 17 010053 05*20 06 01 08 010209 0502 2B2B", "01 00 17 2506210005F4C0 2B*16",
+                   "86 00 17 05000303 49061D05 00*15 86 01 17 05000103 49 0615 00*16 86 00 08 05000303140A02 01",
+                   "06 81 06 010009050200 08 80 06 030009050800 87 01 0B 0F000D000D090400 2B2B2B"})},
 #ifdef VELNOR_FUZZ_PROGRAM
       {.name = "filterInput",
        .check = checkFilterInput,
