@@ -1,4 +1,4 @@
-# The library: hand-written rooms, compiled once as objects for the shared library and for the tests.
+# The library: hand-written rooms, compiled once as objects for the libraries and for the tests.
 file(GLOB VELNOR_RUNTIME CONFIGURE_DEPENDS
      rtxsrc/*/*.cpp rtsrc/*.cpp rt3gppsrc/*.cpp rt3gppsrc/engine/*.cpp src2/*.cpp api/*.cpp capture/*.cpp)
 set_property(SOURCE api/types.cpp APPEND PROPERTY COMPILE_DEFINITIONS VELNOR3GPP_VERSION="${PROJECT_VERSION}")
@@ -16,9 +16,12 @@ target_include_directories(velnor3gpp_objects PUBLIC ${PROJECT_SOURCE_DIR}/inclu
 target_compile_options(velnor3gpp_objects PRIVATE ${VELNOR_WARNINGS} -fno-exceptions -fno-rtti)
 target_compile_definitions(velnor3gpp_objects PRIVATE _FILE_OFFSET_BITS=64) # files above 2 GiB, also with words of 32 bits
 
-add_library(velnor3gpp SHARED $<TARGET_OBJECTS:velnor3gpp_objects>)
-target_include_directories(velnor3gpp PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
-                           $<BUILD_INTERFACE:${VELNOR_GENERATED_DIR}/include>)
-# What no exported operation reaches stays out, above all the table of all types: a quarter of the relocations.
-target_link_options(velnor3gpp PRIVATE -Wl,-Bsymbolic -Wl,--gc-sections -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map)
-set_target_properties(velnor3gpp PROPERTIES LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/exports.map)
+set(guarded ${VELNOR_RUNTIME})
+list(FILTER guarded INCLUDE REGEX "/(api|rtxsrc/(capture|streams|text))/")
+velnorHarden(velnor3gpp_objects ${guarded})
+
+velnorLibrary(velnor3gpp velnor3gpp ${PROJECT_SOURCE_DIR}/cmake/exports.map)
+foreach(library IN LISTS VELNOR_LIBRARIES)
+  target_include_directories(${library} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+                             $<BUILD_INTERFACE:${VELNOR_GENERATED_DIR}/include>)
+endforeach()

@@ -6,6 +6,9 @@
 
 // Bad input never reaches what the parser asserts, and nothing may end the process.
 #define RAPIDJSON_ASSERT(condition) static_cast<void>(condition)
+// It is given its allocator, so it makes and deletes none: a program in C needs no run-time of C++.
+#define RAPIDJSON_NEW(allocator) nullptr
+#define RAPIDJSON_DELETE(allocator) static_cast<void>(allocator)
 #include <rapidjson/error/en.h>
 #include <rapidjson/reader.h>
 
@@ -166,7 +169,8 @@ static int parse(Reader& reader, char* copy, const char* text, size_t count)
   memcpy(copy, text, count);
   copy[count] = 0;
   rapidjson::InsituStringStream stream(copy);
-  rapidjson::Reader parser;
+  rapidjson::CrtAllocator allocator;
+  rapidjson::Reader parser(&allocator);
   constexpr unsigned kFlags = rapidjson::kParseInsituFlag | rapidjson::kParseValidateEncodingFlag;
   rapidjson::ParseResult result = parser.Parse<kFlags>(stream, reader);
   if (result || reader.status < 0) return reader.status;

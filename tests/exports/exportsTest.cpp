@@ -37,13 +37,23 @@ std::vector<std::smatch> matches(const std::string& text, const std::string& pat
   return {std::sregex_iterator(text.begin(), text.end(), regex), std::sregex_iterator()};
 }
 
+std::vector<std::smatch> matches(std::string&&, const std::string&) = delete; // they point into the text
+
+// Without their version, which has a symbol of its own (A).
 std::set<std::string> exportedNames(const std::string& library = VELNOR_LIBRARY)
 {
   std::set<std::string> names;
   std::istringstream lines(outputOf(VELNOR_NM " -D --defined-only " + library));
-  for (std::string address, kind, name; lines >> address >> kind >> name;) names.insert(name);
+  for (std::string address, kind, name; lines >> address >> kind >> name;)
+    if (kind != "A") names.insert(name.substr(0, name.find('@')));
   return names;
 }
+
+const char* const kLibraries[] = {VELNOR_LIBRARY,
+#ifdef VELNOR_JSON_LIBRARY
+                                  VELNOR_JSON_LIBRARY
+#endif
+};
 
 std::vector<fs::path> headers()
 {
@@ -71,6 +81,39 @@ TEST(Exports, OnlyNamesOfTheKnownFamiliesAreVisible)
     EXPECT_TRUE(std::any_of(patterns.begin(), patterns.end(), [&name](const std::smatch& pattern) {
       return fnmatch(pattern.str().c_str(), name.c_str(), 0) == 0;
     })) << name;
+}
+
+// Libraries that a C program loads: nothing of C++, and nothing of the system that nobody decided on.
+TEST(Exports, NothingIsImportedWithoutAReason)
+{
+  std::set<std::string> known;
+  std::istringstream lines(std::regex_replace(fileText(VELNOR_TEST_DATA "/imports.txt"), std::regex("#[^\n]*"), ""));
+  for (std::string name; lines >> name;) known.insert(name);
+  size_t imported = 0;
+  for (const char* library : kLibraries) {
+    const std::string names = outputOf(VELNOR_NM " -D --undefined-only " + std::string(library));
+    for (auto& name : matches(names, "[Uw] (\\S+)")) {
+      const std::string plain = std::regex_replace(name.str(1), std::regex("^_+|(64)?_*(_chk)?@.*|_+$"), "");
+      if (plain.starts_with("rtx") || plain.starts_with("velnor3gpp_")) continue; // of the first library
+      EXPECT_TRUE(known.count(plain)) << name.str(1) << " of " << library;
+      ++imported;
+    }
+  }
+  EXPECT_GT(imported, 20U);
+}
+
+// One version for all names, so that a program that was linked with another version of the library is told so.
+TEST(Exports, EveryNameHasTheVersionOfTheLibrary)
+{
+  for (const char* library : kLibraries) {
+    const std::string names = outputOf(VELNOR_NM " -D --defined-only " + std::string(library));
+    std::set<std::string> versions;
+    for (auto& name : matches(names, " [A-Z] \\w+(@@\\w+[.0-9]*)?\n")) versions.insert(name.str(1));
+    versions.erase(""); // the version itself
+    ASSERT_EQ(versions.size(), 1U) << library;
+    const std::string number = versions.begin()->substr(versions.begin()->rfind('_') + 1);
+    EXPECT_NE(std::string(library).find(".so." + number + "."), std::string::npos) << library;
+  }
 }
 
 // The table of all types has a relocation for each operation of each type: a quarter of what loading relocates. Only
@@ -149,9 +192,11 @@ TEST(Exports, TheExamplesOfTheSmallInterfaceWork)
   EXPECT_EQ(outputOf(VELNOR_EXAMPLES "/json"), fileText(VELNOR_TEST_DATA "/json.txt"));
 #endif
   std::string shown = fileText(VELNOR_ROOT "/examples/session.c") + fileText(VELNOR_ROOT "/examples/json.c");
-  for (const char* header : {"/include/velnor3gpp/velnor3gpp.h", "/json/include/velnor3gpp/velnor3gppJson.h"})
-    for (auto& name : matches(fileText(VELNOR_ROOT + std::string(header)), "VELNOR_API[^;(]*?(velnor3gpp_\\w+)\\("))
+  for (const char* header : {"/include/velnor3gpp/velnor3gpp.h", "/json/include/velnor3gpp/velnor3gppJson.h"}) {
+    const std::string text = fileText(VELNOR_ROOT + std::string(header));
+    for (auto& name : matches(text, "VELNOR_API[^;(]*?(velnor3gpp_\\w+)\\("))
       EXPECT_NE(shown.find(name.str(1) + "("), std::string::npos) << name.str(1) << " stands in no example";
+  }
 }
 
 #ifdef VELNOR_JSON_LIBRARY
