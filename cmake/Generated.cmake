@@ -2,7 +2,8 @@
 file(GLOB VELNOR_DEFINITIONS CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/*.l3)
 file(GLOB VELNOR_L3GEN_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tools/l3gen/*.cpp)
 list(FILTER VELNOR_L3GEN_SOURCES EXCLUDE REGEX "/main\\.cpp$")
-if(CMAKE_CROSSCOMPILING OR VELNOR_SANITIZE MATCHES "memory")
+set(VELNOR_L3GEN "" CACHE FILEPATH "l3gen of another build tree; empty: built here")
+if(CMAKE_CROSSCOMPILING OR VELNOR_SANITIZE MATCHES "memory" OR VELNOR_L3GEN)
   include(cmake/NativeGenerator.cmake)
 else()
   add_library(l3gen_objects OBJECT ${VELNOR_L3GEN_SOURCES}) # the fuzz target of definitions takes them too

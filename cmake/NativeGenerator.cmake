@@ -1,6 +1,5 @@
 # The generator for a build that cannot run its own, being for another machine or under the memory sanitizer: that of
 # another build tree (VELNOR_L3GEN), or built here by this machine's default compiler.
-set(VELNOR_L3GEN "" CACHE FILEPATH "l3gen of another build tree; empty: built by this machine's default compiler")
 set(generator ${VELNOR_L3GEN})
 if(NOT generator)
   include(ExternalProject)
@@ -8,7 +7,8 @@ if(NOT generator)
   ExternalProject_Add(l3gen_native
     SOURCE_DIR ${PROJECT_SOURCE_DIR}
     BINARY_DIR ${PROJECT_BINARY_DIR}/native
-    CMAKE_ARGS -DCMAKE_CXX_COMPILER_LAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER}
+    CMAKE_ARGS -DCMAKE_CXX_COMPILER_LAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER} -DVELNOR3GPP_BUILD_PROGRAM=OFF
+               -DVELNOR3GPP_BUILD_TESTS=OFF -DVELNOR3GPP_BUILD_BENCH=OFF
     BUILD_COMMAND ${CMAKE_COMMAND} --build . --target l3gen
     BUILD_BYPRODUCTS ${generator}
     BUILD_ALWAYS ON

@@ -1,4 +1,18 @@
 # Switches of the build and the flags that go with them.
+
+# A project that takes this one in (add_subdirectory, FetchContent) gets the libraries alone: none of these parts, no
+# build type, no rules of installation, and its own default for the kind of library.
+foreach(part "PROGRAM;the program" "TESTS;the tests" "FUZZ;the fuzz targets' seeds as tests" "BENCH;the benchmarks"
+        "DOCS;the documents")
+  list(GET part 0 name)
+  list(GET part 1 what)
+  option(VELNOR3GPP_BUILD_${name} "Build ${what}" ${PROJECT_IS_TOP_LEVEL})
+endforeach()
+option(VELNOR3GPP_INSTALL "Have rules of installation" ${PROJECT_IS_TOP_LEVEL})
+option(VELNOR3GPP_BUILD_ARCHIVES "Build static libraries beside the shared ones" OFF)
+if(PROJECT_IS_TOP_LEVEL)
+  option(BUILD_SHARED_LIBS "Shared libraries; OFF: static ones" ON)
+endif()
 option(VELNOR_WERROR "Warnings are errors in hand-written code" OFF)
 option(VELNOR_COVERAGE "Count executed lines and branches of the hand-written library (gcov)" OFF)
 option(VELNOR_TESTS_SHARED "Tests take the whole library from one shared object: a change links once" OFF)

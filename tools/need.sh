@@ -29,6 +29,8 @@ needTests()
   needHeader openssl/evp.h libssl-dev
   needProgram tshark tshark
   needProgram doxygen doxygen
+  needProgram pkg-config pkgconf
+  needProgram meson meson
   python3 -c 'import jsonschema' >/dev/null 2>&1 || miss python3-jsonschema
   needProgram parallel parallel
   /usr/bin/python3 -c 'import distributed' >/dev/null 2>&1 || miss python3-distributed

@@ -1,0 +1,26 @@
+# The tests, the examples that they run, and the fuzz targets over their seeds.
+if(VELNOR_GTEST_SOURCE)
+  # No package has it for another machine, or under a sanitizer that must see all code.
+  set(INSTALL_GTEST OFF)
+  set(BUILD_GMOCK OFF)
+  add_subdirectory(${VELNOR_GTEST_SOURCE} ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
+  set(GTest_FOUND TRUE)
+else()
+  find_package(GTest QUIET)
+endif()
+if(NOT GTest_FOUND OR NOT Threads_FOUND)
+  message(STATUS "Left out: the tests (install libgtest-dev)")
+  return()
+endif()
+enable_testing()
+if(NOT CMAKE_CROSSCOMPILING)
+  add_subdirectory(examples)
+endif()
+add_subdirectory(tests)
+if(VELNOR3GPP_BUILD_DOCS)
+  add_subdirectory(tools/site)
+endif()
+# The seeds tell most under the sanitizers; optimised code runs them too late to be worth building the targets again.
+if(VELNOR3GPP_BUILD_FUZZ AND NOT VELNOR_COVERAGE AND NOT CMAKE_BUILD_TYPE MATCHES "^Rel")
+  add_subdirectory(fuzz fuzz-targets) # build/fuzz is the preset of that name
+endif()

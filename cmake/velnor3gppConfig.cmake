@@ -1,0 +1,10 @@
+# find_package(velnor3gpp [COMPONENTS json]): the targets velnor3gpp::velnor3gpp and, where it was built, velnor3gpp::json.
+include(${CMAKE_CURRENT_LIST_DIR}/velnor3gppTargets.cmake)
+foreach(component IN LISTS velnor3gpp_FIND_COMPONENTS)
+  if(TARGET velnor3gpp::${component})
+    set(velnor3gpp_${component}_FOUND TRUE)
+  elseif(velnor3gpp_FIND_REQUIRED_${component})
+    set(velnor3gpp_FOUND FALSE)
+    set(velnor3gpp_NOT_FOUND_MESSAGE "velnor3gpp was built without ${component}")
+  endif()
+endforeach()
