@@ -2,6 +2,7 @@
 // letters, octets and wide numbers become 0; networks and countries, in up to three characters, stay.
 #include "api/place.h"
 #include "api/session.h"
+#include "rt3gppsrc/rt3gppCrypto.h"
 
 static constexpr unsigned kLeastWidth = 16; // narrower numbers are flags and kinds, which others depend on
 static constexpr size_t kMostCode = 3;
@@ -37,7 +38,7 @@ int velnor3gpp_redact(velnor3gpp_Session* session)
 {
   if (!session) return RTX_E_NULL_POINTER;
   int status = velnor3gpp_visit(session, 0, hide, nullptr);
-  if (session->count) explicit_bzero(session->octets.data, session->count * 2);
+  if (session->count) rtx3gppWipe(session->octets.data, session->count * 2);
   session->count = 0;
   return status;
 }

@@ -2,6 +2,7 @@
 #include "api/session.h"
 
 #include "api/build.h"
+#include "rt3gppsrc/rt3gppCrypto.h"
 #include "velnor3gpp/rt3gppNasSec.h"
 #include "velnor3gpp/rtContext.h"
 #include "velnor3gpp/rtxDiagBitTrace.h"
@@ -63,7 +64,7 @@ void velnor3gpp_close(velnor3gpp_Session* session)
   rtxMemHeapSysFreePtr(&home, session->octets.data);
   rtxMemHeapSysFreePtr(&home, session->text.data);
   rtxMemHeapSysFreePtr(&home, session->build);
-  explicit_bzero(session, sizeof *session);
+  rtx3gppWipe(session, sizeof *session);
   rtxMemHeapSysFreePtr(&home, session);
   rtxMemHeapRelease(&home);
 }
@@ -105,7 +106,7 @@ static int assign(velnor3gpp_Session& session)
 int velnor3gpp_setKeys(velnor3gpp_Session* session, const velnor3gpp_Keys* keys)
 {
   if (!session) return RTX_E_NULL_POINTER;
-  explicit_bzero(&session->keys, sizeof session->keys);
+  rtx3gppWipe(&session->keys, sizeof session->keys);
   session->hasKeys = false;
   rtx3gppAssignAlgorithmKeys(&session->keep, nullptr, nullptr, 0, 0);
   if (!keys) return 0;
@@ -113,7 +114,7 @@ int velnor3gpp_setKeys(velnor3gpp_Session* session, const velnor3gpp_Keys* keys)
   int status = assign(*session);
   session->hasKeys = status >= 0;
   if (status < 0) {
-    explicit_bzero(&session->keys, sizeof session->keys);
+    rtx3gppWipe(&session->keys, sizeof session->keys);
     rtx3gppAssignAlgorithmKeys(&session->keep, nullptr, nullptr, 0, 0);
   }
   rtxErrReset(&session->keep);

@@ -24,6 +24,10 @@ endif()
 # guard of the stack costs 2 % of the instructions of decoding and 3.5 % of protecting, so that it stands only in
 # GUARDED sources, which handle text, files and what callers hand in. A sanitizer sees more than both.
 function(velnorHarden target)
+  if(WIN32)
+    target_compile_definitions(${target} PRIVATE VELNOR3GPP_BUILDING __USE_MINGW_ANSI_STDIO=1)
+    target_compile_options(${target} PRIVATE -Wa,-mbig-obj) # the table of types has more sections than fit otherwise
+  endif()
   if(VELNOR_SANITIZE OR VELNOR_COVERAGE OR NOT VELNOR_ELF)
     return()
   endif()

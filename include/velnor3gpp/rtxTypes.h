@@ -10,8 +10,10 @@
 #include <stddef.h>
 #include <stdint.h>
 
-/** Marks what the library exports. */
-#if defined(_WIN32)
+/** Marks what the library exports. On Windows a caller needs no mark of its own. */
+#if defined(_WIN32) && defined(VELNOR3GPP_BUILDING)
+#define VELNOR_API __declspec(dllexport)
+#elif defined(_WIN32)
 #define VELNOR_API
 #else
 #define VELNOR_API __attribute__((visibility("default")))
