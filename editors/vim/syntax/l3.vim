@@ -15,7 +15,7 @@ syn match l3Number   /\<\(0x\x\+\|\d\+\)\(\.\.\(0x\x\+\|\d\+\)\)\?\>/
 syn match l3Number   /[+-]\d\+\>/
 syn keyword l3What   bits flag L/H unary octets ucs2 bitstring string labels chars choice body record
 syn keyword l3Often  while-room times more-bit while-ext until-zero heap
-syn keyword l3Clue   length by rest max in sizes own shared inline from-octet peek code under is fit
+syn keyword l3Clue   length by rest max in sizes own shared inline from-octet peek code under is fit standard
 syn keyword l3Hand   hand decode encode sample direct plain private form TLV TLV-E TV T up down file spec
 syn match l3Error    /!\S*/
 syn match l3Quirk    /!\(alone\|codeset-asked\|early-return\|full-length\|hyphen-encode\|iei-again\|init\|name-as\)\ze\(\s\|$\)/
@@ -33,7 +33,7 @@ syn match l3Name     /[A-Za-z_][A-Za-z0-9_]*/ contained
 syn match l3Error    /\%(^\s\+\)\@<=\S\+/
 syn match l3Element  /[A-Za-z0-9_-]\+/ contained
 syn match l3Value    /\%(^\s\+\)\@<=[A-Za-z0-9_-]\+\ze\s*=/
-syn match l3When     /\%(^\s\+\)\@<=\(M\|with\|more\|optional\|len\|group\|release\)\ze\s/ nextgroup=l3Wrong,l3Element skipwhite
+syn match l3When     /\%(^\s\+\)\@<=\(M\|with\|more\|optional\|len\|group\|release\|standard\)\ze\s/ nextgroup=l3Wrong,l3Element skipwhite
 syn match l3When     /\%(^\s\+\)\@<=\(end-len\|end-release\|tail\|padding\)\ze\(\s\|$\)/
 syn match l3When     /\%(^\s\+\)\@<=0x\x[0-9A-Fa-f-]\ze\s/ nextgroup=l3Wrong,l3Element skipwhite
 syn match l3When     /\%(^\s\+\)\@<=\(room\|0\/1\|L\/H\|ext\)\ze\s/ nextgroup=l3Wrong,l3More,l3If,l3Element skipwhite
