@@ -53,21 +53,22 @@ void* buildAlloc(velnor3gpp_Session& session, size_t size)
 }
 
 // A type that stands for its content alone leads to the row of that content.
-static Slot slotOf(const L3Type& type, uint8_t* at)
+static Slot slotOf(const L3Type& named, uint8_t* at, const RtxContext* ctxt)
 {
+  const L3Type& type = l3FormOf(named, ctxt);
   if (l3TextForm(type) != L3TextForm::none || l3IsEmpty(type) || !l3IsBare(type)) return {&type, nullptr, at};
   for (const L3Row* row = type.rows; row < type.rows + type.rowCount; ++row) {
-    if (row->op == kL3EndLength || row->op == kL3Release || row->op == kL3Tail) continue;
+    if (row->op == kL3EndLength || row->op == kL3Release || row->op == kL3Tail || row->op == kL3Extra) continue;
     if (row->op == kL3Length && !static_cast<const L3Length*>(row->info)->member) continue;
-    if (row->op == kL3Record || row->op == kL3TextType) return slotOf(*row->type, at + row->offset);
+    if (row->op == kL3Record || row->op == kL3TextType) return slotOf(*row->type, at + row->offset, ctxt);
     return {nullptr, row, at};
   }
   return {&type, nullptr, at};
 }
 
-static Slot slotOf(const L3Row& row, uint8_t* at)
+static Slot slotOf(const L3Row& row, uint8_t* at, const RtxContext* ctxt)
 {
-  if (row.op == kL3Record || row.op == kL3TextType) return slotOf(*row.type, at + row.offset);
+  if (row.op == kL3Record || row.op == kL3TextType) return slotOf(*row.type, at + row.offset, ctxt);
   return {nullptr, &row, at};
 }
 
@@ -87,7 +88,7 @@ static int begin(velnor3gpp_Session& session, const velnor3gpp_BuildEvent& event
   build.known = factsOf(event.type);
   uint8_t* record = static_cast<uint8_t*>(buildAlloc(session, typeOf(*build.known).size));
   if (!record) return RTX_E_NO_MEMORY;
-  build.slot = slotOf(typeOf(*build.known), record);
+  build.slot = slotOf(typeOf(*build.known), record, &session.ctxt);
   build.expected = true;
   session.record = record; // becomes the session's with its type, at the end
   return 0;
@@ -107,7 +108,7 @@ static int nextEntry(velnor3gpp_Session& session, Frame& frame)
     frame.entries = grown;
     frame.capacity = capacity;
   }
-  session.build->slot = slotOf(info.elem, frame.entries + frame.count++ * info.elemSize);
+  session.build->slot = slotOf(info.elem, frame.entries + frame.count++ * info.elemSize, &session.ctxt);
   session.build->expected = true;
   return 0;
 }
@@ -203,7 +204,7 @@ static int takeRecordMember(velnor3gpp_Session& session, Frame& frame, const cha
   setPresent(held, member.at);
   if (member.choice && static_cast<const L3Choice*>(member.choice->info)->tagged)
     l3Store(member.at + member.choice->offset, 4, member.tag);
-  session.build->slot = slotOf(*member.row, member.at);
+  session.build->slot = slotOf(*member.row, member.at, &session.ctxt);
   return 0;
 }
 
@@ -214,7 +215,7 @@ static int takeAlternative(velnor3gpp_Session& session, Frame& frame, const char
     const L3Alternative& alternative = choice.alternatives[i];
     if (!isKey(alternative.row, key, length)) continue;
     if (choice.tagged) l3Store(frame.at + frame.row->offset, 4, alternative.tag);
-    session.build->slot = slotOf(alternative.row, frame.at);
+    session.build->slot = slotOf(alternative.row, frame.at, &session.ctxt);
     return 0;
   }
   return unknownKey(session, frame, key, length);
@@ -233,7 +234,7 @@ static int takeMessage(velnor3gpp_Session& session, Frame& frame, const char* ke
     if (row->type && !value) return RTX_E_NO_MEMORY;
     l3SetBody(*frame.type, frame.at, *row, value);
     if (row->type && row->inlined) value = frame.at + body.pointerOffset;
-    session.build->slot = row->type ? slotOf(*row->type, value) : Slot{nullptr, &kNoContent, frame.at};
+    session.build->slot = row->type ? slotOf(*row->type, value, &session.ctxt) : Slot{nullptr, &kNoContent, frame.at};
     return 0;
   }
   return unknownKey(session, frame, key, length);
@@ -287,7 +288,7 @@ static int closeFrame(velnor3gpp_Session& session)
     closeList(frame);
     frame.count = 0;
   } else if (frame.kind == FrameKind::record) {
-    if (const char* missing = missingMember(frame)) {
+    if (const char* missing = missingMember(frame, session.forms & RTX_FLAG_KEEP_ELEMENTS)) {
       frame.key = missing;
       frame.keyLength = strlen(missing);
       return buildFailed(session, RTX_E_MISSING_ELEMENT, "is missing; it is always there");

@@ -56,7 +56,8 @@ struct Member {
 // The member of the key among the rows and optional elements, looked for from `from` on; false if there is none.
 bool findMember(const L3Type& type, uint8_t* record, const char* key, size_t length, unsigned from, Member& member);
 // The first member that is always there and has not been seen, or null; `key` is its name.
-const char* missingMember(const Frame& frame);
+// With `keeps` what may have been kept in its place is none.
+const char* missingMember(const Frame& frame, bool keeps);
 // Tells a mistake with the path of the frames. Returns the status.
 int buildFailed(velnor3gpp_Session& session, int status, const char* format, ...) __attribute__((format(printf, 3, 4)));
 // The name among the members that is nearest to a wrong one, or null.

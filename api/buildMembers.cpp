@@ -1,12 +1,13 @@
 // Members of a record by their names: which row a name leads to, which are missing, and what a wrong one may have
 // meant.
 #include "api/build.h"
+#include "rt3gppsrc/engine/l3Kept.h"
 
 // Rows that are no elements.
 static bool isMark(const L3Row& row)
 {
   if (row.op == kL3Length) return !static_cast<const L3Length*>(row.info)->member;
-  return row.op == kL3EndLength || row.op == kL3Release || row.op == kL3Tail;
+  return row.op == kL3EndLength || row.op == kL3Release || row.op == kL3Tail || row.op == kL3Extra;
 }
 
 static bool matches(const L3Row& row, uint8_t* record, unsigned index, const char* key, size_t length, Member& member)
@@ -86,12 +87,13 @@ static bool mayBeLeftOut(const L3Type& type, const L3Row& row, const uint8_t* re
   return followsFromBody(type, row, record);
 }
 
-const char* missingMember(const Frame& frame)
+const char* missingMember(const Frame& frame, bool keeps)
 {
   unsigned count = membersOf(*frame.type);
   for (unsigned i = 0; i < count; ++i) {
     const L3Row& row = rowAt(*frame.type, i);
     if (frame.seen[i / 64] >> (i % 64) & 1 || mayBeLeftOut(*frame.type, row, frame.at)) continue;
+    if (keeps && frame.type->message && l3LeadingLength(row)) continue;
     if (row.name) return l3KeyOf(row);
     if (row.op == kL3Choice) return l3KeyOf(static_cast<const L3Choice*>(row.info)->alternatives[0].row);
   }

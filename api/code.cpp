@@ -140,6 +140,7 @@ static int runDecoder(velnor3gpp_Session& session, RtxContext& ctxt, const Attem
   rtxCtxtClearFlag(&ctxt, RTX_FLAG_MOBILE_ORIGINATED);
   if (attempt.direction == VELNOR3GPP_UP) rtxCtxtSetFlag(&ctxt, RTX_FLAG_MOBILE_ORIGINATED);
   ctxt.specRelease = session.release;
+  setForms(ctxt, session.ctxt.flags & (RTX_FLAG_KEEP_ELEMENTS | RTX_FLAG_STANDARD_FORMS));
   return l3Decode(&ctxt, typeOf(*session.known), session.record);
 }
 
@@ -213,6 +214,26 @@ void tellDirection(velnor3gpp_Session& session)
   if (message) session.direction = static_cast<velnor3gpp_Direction>(message->direction);
 }
 
+// How far a reading is from one that says it all.
+static size_t faultsOf(const velnor3gpp_Session& session)
+{
+  return (session.status < 0 ? SIZE_MAX / 2 : 0) + (session.missing != 0) + keptInVain(session);
+}
+
+// A message that does not read as one to the mobile is tried as one from it, and the better reading is taken. The
+// decoder takes the first for granted where nobody tells.
+static void decodeEither(velnor3gpp_Session& session)
+{
+  decodeAs(session, {VELNOR3GPP_DIRECTION_UNKNOWN, 0});
+  size_t faults = faultsOf(session);
+  tellDirection(session);
+  bool told = session.direction != VELNOR3GPP_DIRECTION_UNKNOWN;
+  if (!faults || session.direction == VELNOR3GPP_DOWN || !startAgain(session)) return;
+  decodeAs(session, {VELNOR3GPP_UP, 0});
+  if (faultsOf(session) < faults || (told && faultsOf(session) == faults) || !startAgain(session)) return;
+  decodeAs(session, {VELNOR3GPP_DIRECTION_UNKNOWN, 0});
+}
+
 static int decodeForm(velnor3gpp_Session& session, const L3Facts* known, velnor3gpp_Direction direction)
 {
   if (!known->decodes) return velnor3gpp_report(&session, RTX_E_NO_DECODER, "", "the type has no decoder of its own");
@@ -222,6 +243,8 @@ static int decodeForm(velnor3gpp_Session& session, const L3Facts* known, velnor3
   if (!makeRecord(session, *known)) return velnor3gpp_report(&session, RTX_E_NO_MEMORY, "", "out of memory");
   if (session.protection.checkable && session.hasKeys)
     decodeProtected(session, direction);
+  else if (direction == VELNOR3GPP_DIRECTION_UNKNOWN)
+    decodeEither(session);
   else
     decodeAs(session, {direction, 0});
   if (session.headerOnly)
@@ -236,13 +259,17 @@ static const velnor3gpp_Type* formByTrial(velnor3gpp_Session& session, velnor3gp
   const velnor3gpp_Type* types[VELNOR3GPP_FORMS_MAX];
   size_t forms = velnor3gpp_forms(session.octets.data, session.count, direction, VELNOR3GPP_CHANNEL_UNKNOWN, types);
   if (forms < 2) return forms ? types[0] : nullptr;
-  for (size_t i = 0; i < forms; ++i) {
-    size_t count = session.count;
-    bool reads = decodeForm(session, factsOf(types[i]), direction) == 0 && !session.missing;
-    endJob(session);
-    session.count = count;
-    if (reads) return types[i];
-  }
+  // One that leaves nothing to be kept comes first.
+  for (size_t most : {size_t{0}, SIZE_MAX})
+    for (size_t i = 0; i < forms; ++i) {
+      size_t count = session.count;
+      bool reads = decodeForm(session, factsOf(types[i]), direction) == 0 && !session.missing;
+      reads = reads && keptInVain(session) <= most;
+      endJob(session);
+      session.count = count;
+      if (reads) return types[i];
+      if (i + 1 == forms && !(session.forms & RTX_FLAG_KEEP_ELEMENTS)) return types[0];
+    }
   return types[0];
 }
 

@@ -173,6 +173,7 @@ static void describeRow(Describe& walk, const L3Row& row, const Name& name, bool
       return tell(walk, memberOf(name, VELNOR3GPP_NOTHING, optional));
     case kL3Release:
     case kL3EndLength:
+    case kL3Extra:
     case kL3Tail:
       return;
   }

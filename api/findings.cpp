@@ -52,6 +52,7 @@ int velnor3gpp_result(velnor3gpp_Session* session, velnor3gpp_Result* result)
   all.check = session->check;
   all.headerOnly = session->headerOnly;
   all.nasCount = session->nasCount;
+  all.kept = keptCount(*session);
   return fillStruct(result, all);
 }
 

@@ -4,12 +4,16 @@
 
 #include "velnor3gpp/velnor3gpp.h"
 
+struct L3Type;
+
 struct Place {
   velnor3gpp_Node node;
   const char* pushed;    // its name in element paths
   const uint8_t* member; // of a number, its octets in the record
   uint8_t store;         // how many
-  bool hidden;           // it lies in something that tells of a person
+  const L3Type* type;    // of a record
+  const uint8_t* record;
+  bool hidden; // it lies in something that tells of a person
 };
 
 inline const Place& placeOf(const velnor3gpp_Node* node)

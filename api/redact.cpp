@@ -38,6 +38,7 @@ int velnor3gpp_redact(velnor3gpp_Session* session)
 {
   if (!session) return RTX_E_NULL_POINTER;
   int status = velnor3gpp_visit(session, 0, hide, nullptr);
+  hideKept(*session); // what is not read may tell of a person
   if (session->count) rtx3gppWipe(session->octets.data, session->count * 2);
   session->count = 0;
   return status;

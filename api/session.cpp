@@ -69,6 +69,12 @@ void velnor3gpp_close(velnor3gpp_Session* session)
   rtxMemHeapRelease(&home);
 }
 
+void setForms(RtxContext& ctxt, uint32_t forms)
+{
+  rtxCtxtClearFlag(&ctxt, RTX_FLAG_KEEP_ELEMENTS | RTX_FLAG_STANDARD_FORMS);
+  rtxCtxtSetFlag(&ctxt, forms);
+}
+
 void endJob(velnor3gpp_Session& session)
 {
   session.ctxt.pSecurity = session.slow.pSecurity = nullptr;
@@ -85,6 +91,7 @@ void endJob(velnor3gpp_Session& session)
   session.nasCount = 0;
   session.status = 0;
   session.reportCount = 0;
+  setForms(session.ctxt, session.forms);
 }
 
 bool makeRecord(velnor3gpp_Session& session, const L3Facts& known)
@@ -131,8 +138,14 @@ int velnor3gpp_getKeys(const velnor3gpp_Session* session, velnor3gpp_Keys* keys)
 int velnor3gpp_setOption(velnor3gpp_Session* session, velnor3gpp_Option option, uint32_t value)
 {
   if (!session) return RTX_E_NULL_POINTER;
-  if (option != VELNOR3GPP_OPTION_RELEASE || value > UINT16_MAX) return RTX_E_BAD_PARAMETER;
-  session->release = static_cast<uint16_t>(value);
+  bool isSwitch = option == VELNOR3GPP_OPTION_KEEP || option == VELNOR3GPP_OPTION_STANDARD;
+  if (isSwitch ? value > 1 : option != VELNOR3GPP_OPTION_RELEASE || value > UINT16_MAX) return RTX_E_BAD_PARAMETER;
+  if (!isSwitch) {
+    session->release = static_cast<uint16_t>(value);
+    return 0;
+  }
+  uint32_t flag = option == VELNOR3GPP_OPTION_KEEP ? RTX_FLAG_KEEP_ELEMENTS : RTX_FLAG_STANDARD_FORMS;
+  session->forms = value ? session->forms | flag : session->forms & ~flag;
   return 0;
 }
 

@@ -48,6 +48,7 @@ struct velnor3gpp_Session {
   bool hasKeys;
   velnor3gpp_Keys keys;
   uint16_t release;
+  uint32_t forms; // RTX_FLAG_KEEP_ELEMENTS, RTX_FLAG_STANDARD_FORMS
 
   Report reports[kMaxReports];
   size_t reportCount;
@@ -85,8 +86,14 @@ inline bool hasRecord(const velnor3gpp_Session& session)
   return session.known && session.record;
 }
 
+// Elements that were kept; without padding; and what stands in them is overwritten.
+size_t keptCount(const velnor3gpp_Session& session);
+size_t keptInVain(const velnor3gpp_Session& session);
+void hideKept(velnor3gpp_Session& session);
 // Makes room for so many octets; what was there stays. Without memory it is as before: false.
 bool growRoom(velnor3gpp_Session& session, Room& room, size_t size);
+// What the context keeps and which forms it reads.
+void setForms(RtxContext& ctxt, uint32_t forms);
 // Ends the message before.
 void endJob(velnor3gpp_Session& session);
 // A cleared record of the type on the job's heap, which becomes the session's; false without memory.

@@ -5,6 +5,7 @@
 #include "api/positions.h"
 #include "api/session.h"
 #include "rt3gppsrc/engine/l3Enum.h"
+#include "rt3gppsrc/engine/l3Kept.h"
 
 static constexpr unsigned kMaxDepth = 64;
 static constexpr size_t kMaxText = 255; // characters of a text in an array
@@ -32,6 +33,7 @@ struct Walk {
   int status;
   unsigned hidden; // types around that tell of a person
   bool names;
+  const RtxContext* ctxt;
 };
 
 struct Held {
@@ -72,6 +74,8 @@ static void begin(Place& place, const Place* parent, const Name& name, velnor3gp
   node.bits = 0;
   place.pushed = name.pushed;
   place.member = nullptr;
+  place.type = nullptr;
+  place.record = nullptr;
   place.store = 0;
 }
 
@@ -262,6 +266,7 @@ static void visitElement(Walk& walk, const Place* parent, const L3Row& row, cons
       return visitNumber(walk, parent, name, VELNOR3GPP_NOTHING, 0, 0);
     case kL3Release:
     case kL3EndLength:
+    case kL3Extra:
     case kL3Tail:
       return;
   }
@@ -271,7 +276,7 @@ static void visitRows(Walk& walk, const Place* parent, const L3Row* rows, size_t
                       const uint8_t* record)
 {
   for (const L3Row* row = rows; row < rows + count && walk.status >= 0; ++row)
-    if (row->op != kL3Release && l3IsPresent(*row, record))
+    if (row->op != kL3Release && l3IsPresent(*row, record) && !l3FirstKept(walk.ctxt, record, row, kL3KeptInstead))
       visitElement(walk, parent, *row, nameOf(*row, name), record);
 }
 
@@ -288,12 +293,15 @@ static void visitRecord(Walk& walk, const Place* parent, const L3Type& type, con
   if (name.kind == NameKind::none) return visitMembers(walk, parent, type, kNone, record);
   Place place;
   begin(place, parent, name, VELNOR3GPP_RECORD);
+  place.type = &type;
+  place.record = record;
   if (enter(walk, place)) visitMembers(walk, &place, type, kNone, record);
   leave(walk, place);
 }
 
-static void visitType(Walk& walk, const Place* parent, const L3Type& type, const Name& name, const uint8_t* value)
+static void visitType(Walk& walk, const Place* parent, const L3Type& named, const Name& name, const uint8_t* value)
 {
+  const L3Type& type = l3FormOf(named, walk.ctxt);
   L3TextForm text = l3TextForm(type);
   unsigned hidden = type.flags & kL3Private ? 1 : 0;
   if (text != L3TextForm::none)
@@ -321,7 +329,7 @@ int velnor3gpp_visit(velnor3gpp_Session* session, unsigned flags, velnor3gpp_Vis
   if (!hasRecord(*session)) return RTX_E_BAD_PARAMETER;
   Positions positions = {};
   bool located = flags & VELNOR3GPP_POSITIONS && openPositions(positions, *session);
-  Walk walk = {visit, arg, located ? &positions : nullptr, 0, 0, 0, (flags & VELNOR3GPP_NAMES) != 0};
+  Walk walk = {visit, arg, located ? &positions : nullptr, 0, 0, 0, (flags & VELNOR3GPP_NAMES) != 0, &session->ctxt};
   const L3Type& type = typeOf(*session->known);
   visitType(walk, nullptr, type, {nullptr, l3NameOf(type), 0, 0, NameKind::whole}, session->record);
   return walk.status;

@@ -40,7 +40,7 @@ uint8_t takeFirst(Octets& input);
 
 FuzzTarget::Check checkMessage, checkModes, checkTrace, checkPrint, checkEncoder, checkProtected, checkStream,
     checkDefinitions, checkCharging, checkChargingText, checkCapture, checkHex, checkKeys, checkFilterInput,
-    checkFacade, checkJson, checkCaptures, checkRadio;
+    checkFacade, checkJson, checkCaptures, checkRadio, checkKept;
 std::vector<Octets> definitionSeeds();
 std::vector<Octets> jsonSeeds();
 std::vector<Octets> captureSeeds();

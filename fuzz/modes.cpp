@@ -28,6 +28,25 @@ void checkModes(const L3TypeEntry& entry, Octets input)
       entry, [&](const Setting& mode) { return decodeOutcome(entry, input, mode); }, setting);
 }
 
+// With elements kept and in the standard's forms, as the first octet tells.
+void checkKept(const L3TypeEntry& entry, Octets input)
+{
+  uint8_t choice = takeFirst(input);
+  Setting setting = {.trace = (choice & 8) != 0};
+  setting.flags = choice & 4 ? RTX_FLAG_MOBILE_ORIGINATED : 0;
+  if (choice & 1) setting.flags |= RTX_FLAG_KEEP_ELEMENTS;
+  if (choice & 2) setting.flags |= RTX_FLAG_STANDARD_FORMS;
+  promiseModes(
+      entry, [&](const Setting& mode) { return decodeOutcome(entry, input, mode); }, setting);
+  Decoding decoding(entry, input, setting);
+  std::string text;
+  rtxSetPrintStream(decoding.ctxt, appendPrinted, &text);
+  entry.print(decoding.ctxt, "x", decoding.record.get());
+  rtxErrReset(decoding.ctxt);
+  Octets octets(4096);
+  if (entry.encode) encodeInto(octets, decoding.ctxt, entry, decoding.record.get());
+}
+
 // Any record that C allows: the octets draw it along the descriptor, the first of them tells damage and setting. It
 // fails or gives octets that the decoder takes without fault.
 void checkEncoder(const L3TypeEntry& entry, Octets input)

@@ -57,6 +57,7 @@ const std::vector<FuzzTarget>& fuzzTargets()
       {.name = "radioResource", .check = checkMessage, .types = radioForms()},
       {.name = "anyType", .check = checkMessage, .types = kAll},
       {.name = "fastSlow", .check = checkModes, .types = kAll, .leads = {{1}}},
+      {.name = "kept", .check = checkKept, .types = kAll, .leads = {{3}}},
       {.name = "trace", .check = checkTrace, .types = kAll},
       {.name = "print", .check = checkPrint, .types = kAll},
       {.name = "encoder", .check = checkEncoder, .types = allWith(&L3TypeEntry::encode), .leads = {drawn()}},

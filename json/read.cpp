@@ -16,7 +16,13 @@ static constexpr unsigned kMaxDepth = 72; // a record's 64 levels, the object ar
 
 namespace {
 
-enum class At : uint8_t { start, top, type, direction, record, other, done };
+enum class At : uint8_t { start, top, type, direction, record, kept, other, done };
+
+// One entry of "unknown". Texts lie in the reader's copy.
+struct KeptEntry {
+  velnor3gpp_Kept kept;
+  char key[8]; // of the member under work
+};
 
 // The events of one text.
 struct Reader {
@@ -30,6 +36,8 @@ struct Reader {
   int status = 0;
   bool noType = false; // a record before its type
   bool hasRecord = false;
+  bool recordEnded = false; // it is the session's
+  KeptEntry entry = {};
 
   bool fail(int code, const char* path, const char* text)
   {
@@ -56,6 +64,73 @@ struct Reader {
     return step(VELNOR3GPP_BUILD_BEGIN, kPrefix, sizeof kPrefix - 1, size);
   }
 
+  // What is kept belongs to the record, so it stands behind it.
+  bool beginKept()
+  {
+    if (findType || noType) return at = At::other, true;
+    if (!hasRecord) return fail(RTX_E_UNEXPECTED_ELEMENT, "$.unknown", "stands before the record; write it behind");
+    at = At::kept;
+    recordEnded = true;
+    return step(VELNOR3GPP_BUILD_END, nullptr, 0, static_cast<uint64_t>(direction));
+  }
+
+  bool isKey(const char* name) const { return strcmp(entry.key, name) == 0; }
+
+  bool keptNumber(uint64_t number)
+  {
+    if (number > UINT32_MAX) return fail(RTX_E_INVALID_FOR_TYPE, "$.unknown", "has a number that is too large");
+    if (isKey("octet")) entry.kept.octet = static_cast<size_t>(number);
+    if (isKey("bits")) entry.kept.bits = static_cast<size_t>(number);
+    if (isKey("status")) entry.kept.status = -static_cast<int>(number & 0x7FFF);
+    return true;
+  }
+
+  bool keptText(char* text, size_t count)
+  {
+    velnor3gpp_Kept& kept = entry.kept;
+    if (isKey("path")) kept.path = text;
+    if (isKey("fault")) kept.fault = text;
+    for (unsigned why = 0; why <= VELNOR3GPP_KEPT_PADDING && isKey("why"); ++why)
+      if (strcmp(text, kJsonWhys[why]) == 0) kept.why = static_cast<velnor3gpp_KeptWhy>(why);
+    for (unsigned place = 0; place < VELNOR3GPP_KEPT_END; ++place)
+      if (isKey(kJsonPlaces[place])) {
+        kept.at = static_cast<velnor3gpp_KeptAt>(place);
+        kept.element = text;
+      }
+    bool iei = isKey("iei");
+    if (!iei && !isKey("octets")) return true;
+    size_t octets = count / 2;
+    if (iei && count == 1) text[1] = text[0], text[0] = '0', octets = 1;
+    if ((count % 2 && !iei) || !jsonUnhex(text, octets))
+      return fail(RTX_E_BAD_HEX, "$.unknown.octets", "are no octets; write pairs of hexadecimal digits");
+    if (iei && octets == 1) {
+      kept.iei = static_cast<uint8_t>(text[0]);
+      kept.ieiBits = count == 1 ? 4 : 8;
+    } else if (!iei) {
+      kept.octets = reinterpret_cast<const uint8_t*>(text);
+      kept.count = octets;
+    }
+    return true;
+  }
+
+  bool keptValue(velnor3gpp_BuildStep kind, const char* text, size_t count, uint64_t number)
+  {
+    if (depth != 3) return fail(RTX_E_INVALID_FOR_TYPE, "$.unknown", "is no array of objects");
+    if (kind == VELNOR3GPP_BUILD_NUMBER) return keptNumber(number);
+    if (kind == VELNOR3GPP_BUILD_TEXT) return keptText(const_cast<char*>(text), count);
+    if (isKey("end")) entry.kept.at = VELNOR3GPP_KEPT_END;
+    return true;
+  }
+
+  bool keepEntry()
+  {
+    velnor3gpp_Kept& kept = entry.kept;
+    if (!kept.path || !kept.octets) return fail(RTX_E_MISSING_ELEMENT, "$.unknown", "lacks its path or its octets");
+    if (!kept.bits) kept.bits = kept.count * 8;
+    status = velnor3gpp_keep(session, &kept);
+    return status >= 0;
+  }
+
   // The value of a member of the whole is over.
   bool ended()
   {
@@ -68,6 +143,7 @@ struct Reader {
     if (at == At::start) return fail(RTX_E_BAD_FORMAT, "$", "is no object; write {\"type\":..., \"record\":...}");
     if (at == At::type || at == At::direction)
       return fail(RTX_E_INVALID_FOR_TYPE, at == At::type ? "$.type" : "$.dir", "is no string");
+    if (at == At::kept) return keptValue(kind, text, count, number);
     if (at == At::record && !step(kind, text, count, number)) return false;
     return ended();
   }
@@ -105,6 +181,14 @@ struct Reader {
       ++depth;
       return true;
     }
+    if (at == At::kept) {
+      if (depth != (kind == VELNOR3GPP_BUILD_LIST ? 1 : 2))
+        return fail(RTX_E_INVALID_FOR_TYPE, "$.unknown", "is no array of objects");
+      entry = {};
+      entry.kept.size = sizeof entry.kept;
+      entry.kept.element = entry.kept.fault = "";
+      return ++depth;
+    }
     if (at != At::record && at != At::other) return value(kind, nullptr, 0, 0);
     ++depth;
     return at != At::record || step(kind);
@@ -115,6 +199,7 @@ struct Reader {
     --depth;
     if (!depth) return at = At::done, true;
     if (at == At::record && !step(VELNOR3GPP_BUILD_CLOSE)) return false;
+    if (at == At::kept && depth == 2 && !keepEntry()) return false;
     return ended();
   }
 
@@ -125,7 +210,11 @@ struct Reader {
   }
   bool Null() { return other("null"); }
   bool Bool(bool flag) { return value(VELNOR3GPP_BUILD_FLAG, nullptr, 0, flag); }
-  bool Int(int) { return other("a negative number"); }
+  bool Int(int number)
+  {
+    if (at == At::kept && number > INT16_MIN) return value(VELNOR3GPP_BUILD_NUMBER, nullptr, 0, uint64_t(-number));
+    return other("a negative number");
+  }
   bool Uint(unsigned number) { return value(VELNOR3GPP_BUILD_NUMBER, nullptr, 0, number); }
   bool Int64(int64_t) { return other("a negative number"); }
   bool Uint64(uint64_t number) { return value(VELNOR3GPP_BUILD_NUMBER, nullptr, 0, number); }
@@ -143,8 +232,13 @@ struct Reader {
   {
     if (at == At::record) return step(VELNOR3GPP_BUILD_MEMBER, text, count);
     if (at == At::other) return true;
+    if (at == At::kept) {
+      snprintf(entry.key, sizeof entry.key, "%s", text);
+      return true;
+    }
     auto is = [&](const char* name) { return strlen(name) == count && memcmp(name, text, count) == 0; };
     if (is("record")) return beginRecord();
+    if (is("unknown")) return beginKept();
     at = is("type") ? At::type : is("dir") ? At::direction : At::other;
     return true;
   }
@@ -182,7 +276,7 @@ static int endRecord(Reader& reader)
 {
   if (!reader.hasRecord)
     return velnor3gpp_report(reader.session, RTX_E_MISSING_ELEMENT, "$.record", "is missing; it is always there");
-  reader.step(VELNOR3GPP_BUILD_END, nullptr, 0, static_cast<uint64_t>(reader.direction));
+  if (!reader.recordEnded) reader.step(VELNOR3GPP_BUILD_END, nullptr, 0, static_cast<uint64_t>(reader.direction));
   return reader.status;
 }
 

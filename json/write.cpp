@@ -153,6 +153,70 @@ static void writeFindings(JsonWriter& writer, size_t count)
   close(writer, ']');
 }
 
+static void signedNumber(JsonWriter& writer, int number)
+{
+  if (number < 0) jsonPut(writer, "-");
+  jsonNumber(writer, static_cast<uint64_t>(number < 0 ? -number : number));
+}
+
+// Where it stands: "behind", "instead" or "inside" with the element, or "end"; nothing: in front of all elements.
+static void writePlace(JsonWriter& writer, const velnor3gpp_Kept& kept)
+{
+  if (kept.at == VELNOR3GPP_KEPT_END) {
+    name(writer, "end");
+    return jsonPut(writer, "true");
+  }
+  if (kept.at == VELNOR3GPP_KEPT_BEHIND && !*kept.element) return;
+  jsonName(writer, kJsonPlaces[kept.at], strlen(kJsonPlaces[kept.at]));
+  string(writer, kept.element);
+}
+
+static void writeKept(JsonWriter& writer, const velnor3gpp_Kept& kept)
+{
+  if (writer.comma) jsonPut(writer, ",");
+  open(writer, '{');
+  name(writer, "why");
+  string(writer, kJsonWhys[kept.why]);
+  if (kept.ieiBits) {
+    static const char kDigits[] = "0123456789abcdef";
+    char iei[] = {kDigits[kept.iei >> 4 & 15], kDigits[kept.iei & 15], 0};
+    name(writer, "iei");
+    string(writer, kept.ieiBits == 8 ? iei : iei + 1);
+  }
+  name(writer, "path");
+  string(writer, kept.path);
+  writePlace(writer, kept);
+  name(writer, "octet");
+  jsonNumber(writer, kept.octet);
+  name(writer, "octets");
+  jsonHex(writer, kept.octets, kept.count);
+  if (kept.bits != kept.count * 8) {
+    name(writer, "bits");
+    jsonNumber(writer, kept.bits);
+  }
+  if (kept.status) {
+    name(writer, "status");
+    signedNumber(writer, kept.status);
+  }
+  if (*kept.fault) {
+    name(writer, "fault");
+    string(writer, kept.fault);
+  }
+  close(writer, '}');
+}
+
+static void writeAllKept(JsonWriter& writer, size_t count)
+{
+  if (!count) return;
+  name(writer, "unknown");
+  open(writer, '[');
+  velnor3gpp_Kept kept = {};
+  kept.size = sizeof kept;
+  for (size_t i = 0; i < count; ++i)
+    if (velnor3gpp_kept(writer.session, i, &kept) >= 0) writeKept(writer, kept);
+  close(writer, ']');
+}
+
 static void writeProtection(JsonWriter& writer, const velnor3gpp_Result& result)
 {
   static const char* const kChecks[] = {"plain",          "verified",    "forged",     "no keys",
@@ -213,6 +277,7 @@ static void writeObject(JsonWriter& writer, unsigned flags)
     velnor3gpp_visit(writer.session, flags & VELNOR3GPP_NAMES, writeNode, &writer);
     writer.comma = true;
   }
+  writeAllKept(writer, result.type ? result.kept : 0);
   writeFindings(writer, result.findings);
   writeProtection(writer, result);
   if (result.type && flags & VELNOR3GPP_POSITIONS) {

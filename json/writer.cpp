@@ -144,3 +144,20 @@ size_t jsonRestore(char* text, size_t count)
   }
   return to;
 }
+
+static int digitOf(char c)
+{
+  if (c >= '0' && c <= '9') return c - '0';
+  c = static_cast<char>(c | 0x20);
+  return c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
+}
+
+bool jsonUnhex(char* text, size_t octets)
+{
+  for (size_t i = 0; i < octets; ++i) {
+    int high = digitOf(text[2 * i]), low = digitOf(text[2 * i + 1]);
+    if (high < 0 || low < 0) return false;
+    text[i] = static_cast<char>(high << 4 | low);
+  }
+  return true;
+}

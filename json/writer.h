@@ -50,5 +50,11 @@ int jsonEnd(JsonWriter& writer, const char** text, size_t* count);
 void jsonText(JsonWriter& writer, const uint8_t* text, size_t count);
 // Octets of that private area back in place, which takes less room. Returns how many octets there are.
 size_t jsonRestore(char* text, size_t count);
+// Pairs of hexadecimal digits to octets, in place; false if one is none.
+bool jsonUnhex(char* text, size_t octets);
+
+// Words of kept elements, by VELNOR3GPP_KEPT_...
+inline constexpr const char* kJsonWhys[] = {"unknown", "repeated", "out of turn", "unreadable", "surplus", "padding"};
+inline constexpr const char* kJsonPlaces[] = {"behind", "instead", "inside", "end"};
 
 #endif

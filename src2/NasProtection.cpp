@@ -108,9 +108,21 @@ static bool knowsBody(const L3Type& pdu, const void* record)
   return tag < 256 && body.byTag[tag];
 }
 
+// A message that has another type in the standard's form goes out with that one.
+static void renumber(const RtxContext* pctxt, const L3Type& pdu, void* value)
+{
+  if (!(pctxt->flags & RTX_FLAG_STANDARD_FORMS)) return;
+  uint8_t* record = static_cast<uint8_t*>(value);
+  const L3Row& row = pdu.rows[pdu.rowCount - 1];
+  const L3Body& body = *static_cast<const L3Body*>(row.info);
+  const L3BodyRow& message = body.rows[body.byTag[l3Load(record + row.offset, 4)] - 1];
+  if (message.standardType) l3Store(record + body.msgType.offset, body.msgType.store, message.standardType);
+}
+
 int nasEncodePlain(L3Call& call, const L3Type& pdu, void* record, bool& known)
 {
   known = knowsBody(pdu, record);
+  if (known) renumber(call.pctxt, pdu, record);
   if (known) return l3EncRows(call, pdu, record);
   L3Type header = l3Slice(pdu, 0, pdu.rowCount - 1U);
   return l3EncRows(call, header, record);

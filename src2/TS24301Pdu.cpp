@@ -171,6 +171,14 @@ static int decServiceRequest(L3Call& call, TS24301Msg_PDU& pdu, const NasPositio
   return endServiceRequest(call, call.pctxt->errInfo.count ? rtxErrGetStatus(call.pctxt) : 0);
 }
 
+// The value of the first half-octet alone decides, whatever the discriminator: bearer identities 12 to 15 go the same
+// way, but for the standard's form, where they are what they are.
+static bool isServiceRequest(const L3Call& call, const FirstOctet& octet)
+{
+  bool bearer = call.pctxt->flags & RTX_FLAG_STANDARD_FORMS && octet.discriminator == kSession;
+  return octet.high >= kServiceRequestHeader && !bearer;
+}
+
 // Reads the first octet without a trace and steps back. With a service request the trace stays off.
 static int lookAhead(L3Call& call, const NasPosition& start, FirstOctet& octet)
 {
@@ -184,9 +192,11 @@ static int lookAhead(L3Call& call, const NasPosition& start, FirstOctet& octet)
   }
   rtxDiagSetBitFldDisabled(pctxt->pBitFldList, 1);
   int status = l3DecBits(call, &octet.high, 4, 1, "INTEGER");
-  if (status >= 0 && octet.high >= kServiceRequestHeader) return 0;
+  bool standard = pctxt->flags & RTX_FLAG_STANDARD_FORMS;
+  if (status >= 0 && octet.high >= kServiceRequestHeader && !standard) return 0;
   if (status >= 0) status = l3DecBits(call, &octet.discriminator, 4, 1, "INTEGER");
   if (status < 0) return l3DecFailed(call, kPdu, nullptr, status);
+  if (isServiceRequest(call, octet)) return 0;
   nasReturn(pctxt, start);
   rtxDiagSetBitFldDisabled(pctxt->pBitFldList, 0);
   return 0;
@@ -231,8 +241,7 @@ int l3Dec_TS24301Msg_PDU(L3Call& call, const L3Type& type, void* value)
   FirstOctet octet = {0, 0};
   pdu.m.secHdrPresent = 0;
   int status = lookAhead(call, start, octet);
-  // The value alone decides, whatever the discriminator: bearer identities 12 to 15 go the same way.
-  if (status >= 0 && octet.high >= kServiceRequestHeader) return decServiceRequest(call, pdu, start);
+  if (status >= 0 && isServiceRequest(call, octet)) return decServiceRequest(call, pdu, start);
   if (status >= 0 && octet.high != 0 && octet.discriminator == kMobility)
     status = decSecurity(call, type, pdu, start.byteIndex);
   if (status < 0) {

@@ -283,3 +283,47 @@ int l3Enc_TS24501IE_TrackingAreaIdentListItem(L3Call& call, const L3Type& type, 
 {
   return encTrackingItem(call, type, *static_cast<TS24501IE_TrackingAreaIdentListItem*>(value));
 }
+
+// The SUCI in a relay key request by the standard (TS 24.501, 9.11.3.89): a length of two octets and the first octet of
+// a mobile identity stand before it, 00 000D 01 and 12 octets, where the rows have 00 and the 12.
+static constexpr unsigned kIdentityRow = 2;
+static constexpr uint8_t kSuciOctet = 1; // IMSI as SUPI format, SUCI as type
+
+int l3Dec_TS24501IE_RemoteUEIdentity_standard(L3Call& call, const L3Type& type, void* value)
+{
+  const auto& identity = *static_cast<const TS24501IE_RemoteUEIdentity*>(value);
+  uint16_t length = 0;
+  uint8_t octet = 0;
+  L3Region region;
+  int status = l3DecRows(call, l3Slice(type, 0, kIdentityRow), value);
+  if (status < 0) return status;
+  if (identity.ruit) return l3DecRows(call, l3Slice(type, kIdentityRow, 1), value);
+  status = l3DecNamed(call, type, "length", reinterpret_cast<uint8_t*>(&length), 16, 2);
+  if (status < 0) return status;
+  if (status = l3PushRegion(call, region, length, false); status < 0) return l3DecFailed(call, type, nullptr, status);
+  size_t end = l3BitPos(call.pctxt) + size_t{length} * 8;
+  if (status = l3DecNamed(call, type, "identity", &octet, 8, 1); status < 0) return status;
+  if (octet != kSuciOctet) return l3DecFailed(call, type, "identity", RTX_E_INVALID_CHOICE);
+  if (status = l3DecRows(call, l3Slice(type, kIdentityRow, 1), value); status < 0) return status;
+  if (l3BitPos(call.pctxt) != end) return l3DecFailed(call, type, nullptr, RTX_E_BAD_LENGTH);
+  l3PopRegion(call);
+  return 0;
+}
+
+int l3Enc_TS24501IE_RemoteUEIdentity_standard(L3Call& call, const L3Type& type, void* value)
+{
+  int status = l3EncRows(call, l3Slice(type, 0, kIdentityRow), value);
+  if (status < 0) return status;
+  if (static_cast<const TS24501IE_RemoteUEIdentity*>(value)->ruit)
+    return l3EncRows(call, l3Slice(type, kIdentityRow, 1), value);
+  status = l3EncNamed(call, type, "length", 0, 16, 2);
+  size_t start = l3BitPos(call.pctxt);
+  if (status >= 0) status = l3EncNamed(call, type, "identity", kSuciOctet, 8, 1);
+  if (status >= 0) status = l3EncRows(call, l3Slice(type, kIdentityRow, 1), value);
+  if (status < 0) return status;
+  call.pctxt->flags &= ~RTX_OPENTAIL_FLAG; // the length in front bounds the tail
+  size_t octets = (l3BitPos(call.pctxt) - start) / 8;
+  if (octets > UINT16_MAX) return l3FailRange(call, type.module->encoder, type.line, octets);
+  status = l3PatchLength(call, start, 16, static_cast<uint32_t>(octets));
+  return status < 0 ? l3EncFailed(call, type, nullptr, status) : 0;
+}

@@ -147,7 +147,7 @@ struct Decoding {
     if (wantsInit(*entry.type)) l3Init(*entry.type, record.get());
     status = entry.decode(ctxt, record.get());
   }
-  std::string text() const { return printed(*entry.type, "x", record.get()); }
+  std::string text(uint32_t flags = 0) const { return printed(*entry.type, "x", record.get(), flags); }
   std::string state() { return stateOf(ctxt, status); }
 
   OutcomeContext ctxt;

@@ -23,13 +23,14 @@ inline void appendPrinted(void* text, const char* format, va_list args)
 }
 
 // Into a buffer that grows until the text fits: many thousand records are printed in a run.
-inline std::string printed(const L3Type& type, const char* name, const void* value)
+inline std::string printed(const L3Type& type, const char* name, const void* value, uint32_t flags = 0)
 {
   static thread_local std::string buffer(1 << 14, 0);
   for (;;) {
     RtxPrintToStringBuffer text = {buffer.data(), buffer.size(), 0};
     RtxContext ctxt;
     rtxInitContext(&ctxt);
+    ctxt.flags |= flags;
     rtxSetPrintStream(&ctxt, rtxPrintStreamToStringCB, &text);
     l3Print(&ctxt, type, name, value);
     rtxFreeContext(&ctxt);

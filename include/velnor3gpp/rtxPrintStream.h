@@ -22,8 +22,8 @@
 VELNOR_BEGIN_DECLS
 
 /**
- * Receives a piece of text as a printf format and its arguments, with the user data of the stream. A printer brings whole
- * lines, longer ones in parts of 1023 characters; only rtxPrintToStreamIndent brings each blank by itself.
+ * Receives a piece of text as a printf format and its arguments, with the user data of the stream. A printer brings
+ * whole lines, longer ones in parts of 1023 characters; only rtxPrintToStreamIndent brings each blank by itself.
  */
 typedef void (*rtxPrintCallback)(void* pUserData, const char* format, va_list args);
 

@@ -16,10 +16,11 @@
 #define RTX_E_SET_INDEX (-7)         /**< An element number outside a set. Parameter: the number. */
 #define RTX_E_REPEAT_LIMIT (-8)      /**< More entries than the repeated field may have. */
 #define RTX_E_INVALID_CHOICE (-9) /**< No alternative has this selector, tag or message type. Parameter: the value. */
-#define RTX_E_NO_MEMORY (-10) /**< The allocator refused, or the input asks for more memory than its size justifies.   \
-                               */
-#define RTX_E_BAD_HEX (-11)   /**< Text that is no hexadecimal string. */
-#define RTX_E_BAD_REAL (-12)  /**< Text that is no real number. */
+#define RTX_E_NO_MEMORY                                                                                                \
+  (-10)                      /**< The allocator refused, or the input asks for more memory than its size justifies.    \
+                              */
+#define RTX_E_BAD_HEX (-11)  /**< Text that is no hexadecimal string. */
+#define RTX_E_BAD_REAL (-12) /**< Text that is no real number. */
 #define RTX_E_STRING_TOO_LONG (-13)  /**< The target has no room for the string. */
 #define RTX_E_BAD_VALUE (-14)        /**< A value that the operation does not take. */
 #define RTX_E_NESTING_TOO_DEEP (-15) /**< Structures nested deeper than allowed. */
@@ -52,15 +53,17 @@
 #define RTX_E_UNEXPECTED_ELEMENT (-41) /**< An element that is not expected here. Parameter: its name. */
 #define RTX_E_OCCURRENCES (-42) /**< An element occurs too often or too rarely. Parameters: its name, the count. */
 #define RTX_E_BAD_MESSAGE_BUFFER (-43) /**< A message buffer that cannot be used. */
-#define RTX_E_ELEMENT_DECODE (-44) /**< The content of an element failed to decode. Parameters: text, type, element.   \
-                                    */
-#define RTX_E_ATTR_DECODE (-45)    /**< An attribute failed to decode. Parameters: element, attribute. */
-#define RTX_E_STREAM_OPEN (-46)    /**< The context has an open stream already. */
-#define RTX_E_NULL_POINTER (-47)   /**< A null pointer where a value is needed. Parameter: its name. */
-#define RTX_E_GENERAL (-48)        /**< A failure that has no code of its own. Parameter: words. */
-#define RTX_E_ATTR_FIXED (-49)     /**< An attribute differs from its fixed value. Parameters: attribute, value. */
-#define RTX_E_MULTIPLE (-50) /**< More than one record is fatal, or records differ: the list of errors has them all.   \
-                              */
+#define RTX_E_ELEMENT_DECODE                                                                                           \
+  (-44)                          /**< The content of an element failed to decode. Parameters: text, type, element.     \
+                                  */
+#define RTX_E_ATTR_DECODE (-45)  /**< An attribute failed to decode. Parameters: element, attribute. */
+#define RTX_E_STREAM_OPEN (-46)  /**< The context has an open stream already. */
+#define RTX_E_NULL_POINTER (-47) /**< A null pointer where a value is needed. Parameter: its name. */
+#define RTX_E_GENERAL (-48)      /**< A failure that has no code of its own. Parameter: words. */
+#define RTX_E_ATTR_FIXED (-49)   /**< An attribute differs from its fixed value. Parameters: attribute, value. */
+#define RTX_E_MULTIPLE                                                                                                 \
+  (-50) /**< More than one record is fatal, or records differ: the list of errors has them all.                        \
+         */
 #define RTX_E_NO_TYPE_INFO (-51)       /**< A derived type without type information. */
 #define RTX_E_ADDRESS_IN_USE (-52)     /**< The address of a socket is in use. */
 #define RTX_E_CONNECTION_RESET (-53)   /**< The other side reset the connection. */

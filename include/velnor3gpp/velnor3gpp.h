@@ -93,7 +93,9 @@ typedef struct {
 
 /** What can be set for a session. */
 typedef enum {
-  VELNOR3GPP_OPTION_RELEASE = 0 /**< Release limit of radio capabilities, 0 none. */
+  VELNOR3GPP_OPTION_RELEASE = 0, /**< Release limit of radio capabilities, 0 none. */
+  VELNOR3GPP_OPTION_KEEP = 1,    /**< 1: elements that cannot be read are kept and come back on encoding. */
+  VELNOR3GPP_OPTION_STANDARD = 2 /**< 1: what differs from the public standard follows the standard (docs/quirks.md). */
 } velnor3gpp_Option;
 
 /** What is known about a message's integrity. */
@@ -123,7 +125,44 @@ typedef struct {
   velnor3gpp_Check check;         /**< What is known about its integrity. */
   int headerOnly;                 /**< 1: ciphered, and no keys: the record is the security header alone. */
   uint32_t nasCount;              /**< The count that was used. */
+  size_t kept;                    /**< How many elements `velnor3gpp_kept` has. */
 } velnor3gpp_Result;
+
+/** Why an element was kept and not read. */
+typedef enum {
+  VELNOR3GPP_KEPT_UNKNOWN = 0,     /**< The message has no such element. */
+  VELNOR3GPP_KEPT_REPEATED = 1,    /**< It stood there before. */
+  VELNOR3GPP_KEPT_OUT_OF_TURN = 2, /**< Others that stand behind it have come. */
+  VELNOR3GPP_KEPT_UNREADABLE = 3,  /**< It fails inside its own length. */
+  VELNOR3GPP_KEPT_SURPLUS = 4,     /**< No element is known to be there. */
+  VELNOR3GPP_KEPT_PADDING = 5      /**< Octets 0x2B behind a message. */
+} velnor3gpp_KeptWhy;
+
+/** Where a kept element stands in its record. */
+typedef enum {
+  VELNOR3GPP_KEPT_BEHIND = 0,  /**< Behind the element; without one, in front of all that have an identifier. */
+  VELNOR3GPP_KEPT_INSTEAD = 1, /**< In place of the element. */
+  VELNOR3GPP_KEPT_INSIDE = 2,  /**< At the end of what the length of this name counts. */
+  VELNOR3GPP_KEPT_END = 3      /**< Behind everything. */
+} velnor3gpp_KeptAt;
+
+/** An element that was kept. Texts and octets are valid until the next call for the session. */
+typedef struct {
+  size_t size;            /**< sizeof this struct. */
+  velnor3gpp_KeptWhy why; /**< Why it was not read. */
+  velnor3gpp_KeptAt at;   /**< Where it stands. */
+  unsigned iei;           /**< Its identifier. */
+  unsigned ieiBits;       /**< 8, 4, or 0: none. */
+  size_t octet;           /**< Its first octet in the message, from 0. */
+  const uint8_t* octets;  /**< All of it, with identifier and length. */
+  size_t count;           /**< Octets, a begun one included. */
+  size_t bits;            /**< Bits; what a region has left need not be whole octets. */
+  int status;             /**< What is wrong inside it, or 0. */
+  const char* text;       /**< "unknown 0x7A", "unreadable 0x79: -2 at taiList". */
+  const char* path;       /**< Of the record it belongs to, as `velnor3gpp_nodePath` has it. */
+  const char* element;    /**< The element of that record where it stands, or "". */
+  const char* fault;      /**< The path inside it of what is wrong, or "". */
+} velnor3gpp_Kept;
 
 /** Something that a message or an input is not in order with. */
 typedef struct {
@@ -249,7 +288,7 @@ VELNOR_API void velnor3gpp_close(velnor3gpp_Session* session);
 VELNOR_API int velnor3gpp_setKeys(velnor3gpp_Session* session, const velnor3gpp_Keys* keys);
 /** Reads the keys back with the counts as they stand. Returns 0, or RTX_E_NO_SECURITY if there are none. */
 VELNOR_API int velnor3gpp_getKeys(const velnor3gpp_Session* session, velnor3gpp_Keys* keys);
-/** Sets an option. Returns 0, or RTX_E_BAD_PARAMETER. */
+/** Sets an option, from the next message on. Returns 0, or RTX_E_BAD_PARAMETER. */
 VELNOR_API int velnor3gpp_setOption(velnor3gpp_Session* session, velnor3gpp_Option option, uint32_t value);
 
 /** Ends the message before and decodes one. Without `type`, the forms are tried that the octets can belong to. They
@@ -264,6 +303,13 @@ VELNOR_API int velnor3gpp_encode(velnor3gpp_Session* session, const uint8_t** oc
 VELNOR_API int velnor3gpp_result(velnor3gpp_Session* session, velnor3gpp_Result* result);
 /** Tells a finding of the last call, from 0. Returns 0, or RTX_E_INDEX_RANGE. */
 VELNOR_API int velnor3gpp_finding(velnor3gpp_Session* session, size_t index, velnor3gpp_Finding* finding);
+
+/** Tells a kept element of the session's record, from 0, in the order of the wire. Returns 0, or RTX_E_INDEX_RANGE. */
+VELNOR_API int velnor3gpp_kept(velnor3gpp_Session* session, size_t index, velnor3gpp_Kept* kept);
+/** Puts an element under a record that was built: `path`, `at`, `element` and the octets tell all that is needed. It is
+ *  copied. Returns 0, RTX_E_UNEXPECTED_ELEMENT if the record has no such place, RTX_E_BAD_PARAMETER or RTX_E_NO_MEMORY.
+ */
+VELNOR_API int velnor3gpp_keep(velnor3gpp_Session* session, const velnor3gpp_Kept* kept);
 
 /** Walks over the session's record in the order of its definition; `flags` are VELNOR3GPP_NAMES and
  *  VELNOR3GPP_POSITIONS. Returns 0, what the function returned below 0, RTX_E_BAD_PARAMETER without a record, or

@@ -39,6 +39,8 @@ int l3SkipTail(L3Call& call, const L3Type& type, bool shifts, uint16_t line);
 // The same for what is to be kept; and octets behind the whole value.
 int l3KeepTail(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record);
 int l3KeepEnd(L3Call& call, const L3Type& type, void* value, size_t start);
+// Bits of the standard's form that no member keeps.
+int l3DecExtra(L3Call& call, const L3Type& type, const L3Row& row, const void* record);
 // Bits from the cursor to the end of a message, within the buffer.
 size_t l3BitsBefore(const L3Call& call, const L3End& end);
 // The octets of an element that a length of 8 or 16 bits begins, with that length; false where they are not all there.

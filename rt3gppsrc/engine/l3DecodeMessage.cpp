@@ -77,11 +77,45 @@ static int skipKnown(L3Call& call, const TailWalk& walk, const L3Iei& entry)
   return entry.skip == kL3SkipFixed ? skipOctets(call, walk, entry.skipOctets) : 0;
 }
 
+size_t l3BitsBefore(const L3Call& call, const L3End& end)
+{
+  const RtxBuffer& buffer = call.pctxt->buffer;
+  size_t all = buffer.size * 8, at = l3BitPos(call.pctxt);
+  size_t stop = end.region ? end.octet * 8 + 8 - end.bitOffset : all;
+  if (stop > all) stop = all;
+  return at < stop ? stop - at : 0;
+}
+
+bool l3SeeLength(const L3Call& call, unsigned bits, size_t left, size_t& octets)
+{
+  uint64_t length = 0;
+  if (bits > left || !l3SeeBits(call.pctxt->buffer, bits, length)) return false;
+  octets = static_cast<size_t>(length) + bits / 8;
+  return octets <= left / 8;
+}
+
+// The bits of an element from the cursor behind its identifier on; false where its framing cannot be followed. Those
+// from 0x80 on have one octet in all, those of EPS and 5GS from 0x78 to 0x7F a length of two octets where it fits
+// (7A 00 03 01 02 03), others one of one octet (TS 24.007, 11.2.4).
+static bool unknownBits(const L3Call& call, const TailWalk& walk, uint8_t iei, bool half, size_t left, size_t& bits)
+{
+  size_t octets = 0;
+  bits = half ? 4 : 0;
+  if (half || iei & 0x80) return bits <= left;
+  bool wide = walk.message.wide && iei >= 0x78 && l3SeeLength(call, 16, left, octets);
+  if (!wide && !l3SeeLength(call, 8, left, octets)) return false;
+  bits = octets * 8;
+  return true;
+}
+
 static int decUnknown(L3Call& call, TailWalk& walk, uint8_t iei, bool half, uint8_t active)
 {
   if (l3Keeps(call) && l3KeepsNothing(call)) return l3RefuseTrial(call, RTX_E_GENERAL);
   if (half || (iei & 0x80)) return 0;
-  if (int status = skipByLength(call, walk); status < 0) return status;
+  size_t bits = 0;
+  bool standard = call.pctxt->flags & RTX_FLAG_STANDARD_FORMS;
+  bool framed = standard && unknownBits(call, walk, iei, half, l3BitsBefore(call, walk.end), bits);
+  if (int status = framed ? skipOctets(call, walk, bits / 8) : skipByLength(call, walk); status < 0) return status;
   bool required = !(iei & 0x0F) && !(active && walk.message.shifts == 2);
   if (!required || iei == walk.previous) return 0;
   // The first one decides the status, however many remarks stand before it.
@@ -147,37 +181,6 @@ static void clearSelecting(const L3Message& message, uint8_t* record)
 {
   for (unsigned i = 0; i < message.selectingCount; ++i)
     l3Store(record + message.selecting[i].offset, message.selecting[i].store, 0);
-}
-
-size_t l3BitsBefore(const L3Call& call, const L3End& end)
-{
-  const RtxBuffer& buffer = call.pctxt->buffer;
-  size_t all = buffer.size * 8, at = l3BitPos(call.pctxt);
-  size_t stop = end.region ? end.octet * 8 + 8 - end.bitOffset : all;
-  if (stop > all) stop = all;
-  return at < stop ? stop - at : 0;
-}
-
-bool l3SeeLength(const L3Call& call, unsigned bits, size_t left, size_t& octets)
-{
-  uint64_t length = 0;
-  if (bits > left || !l3SeeBits(call.pctxt->buffer, bits, length)) return false;
-  octets = static_cast<size_t>(length) + bits / 8;
-  return octets <= left / 8;
-}
-
-// The bits of an element from the cursor behind its identifier on; false where its framing cannot be followed. Those
-// from 0x80 on have one octet in all, those of EPS and 5GS from 0x78 to 0x7F a length of two octets where it fits
-// (7A 00 03 01 02 03), others one of one octet (TS 24.007, 11.2.4).
-static bool unknownBits(const L3Call& call, const TailWalk& walk, uint8_t iei, bool half, size_t left, size_t& bits)
-{
-  size_t octets = 0;
-  bits = half ? 4 : 0;
-  if (half || iei & 0x80) return bits <= left;
-  bool wide = walk.message.wide && iei >= 0x78 && l3SeeLength(call, 16, left, octets);
-  if (!wide && !l3SeeLength(call, 8, left, octets)) return false;
-  bits = octets * 8;
-  return true;
 }
 
 static bool knownBits(const L3Call& call, const TailWalk& walk, unsigned position, size_t left, size_t& bits)
@@ -326,6 +329,18 @@ int l3KeepTail(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* reco
   return decAllKeeping(call, walk);
 }
 
+int l3DecExtra(L3Call& call, const L3Type& type, const L3Row& row, const void* record)
+{
+  uint32_t value = 0;
+  size_t start = l3BitPos(call.pctxt);
+  int status = l3DecBits(call, reinterpret_cast<uint8_t*>(&value), row.bits, 4, "INTEGER");
+  if (status < 0) return l3Fail(call, type.module->decoder, status, row.line);
+  if (!value || !l3Keeps(call)) return 0;
+  if (l3KeepsNothing(call)) return l3RefuseTrial(call, RTX_E_GENERAL);
+  L3KeptFacts facts = {record, &row, start, 0, 0, kL3KeptInstead, kL3KeptSurplus, 0, nullptr};
+  return l3Keep(call, type, row.line, facts, start + row.bits);
+}
+
 static bool isPadding(const L3Kept& kept)
 {
   size_t i = 0;
@@ -350,7 +365,7 @@ int l3DecOptions(L3Call& call, const L3Type& type, uint8_t* record, const L3End&
 {
   if (l3Keeps(call) && !l3KeepsNothing(call)) return decOptionsKeeping(call, type, record, end);
   if (!type.message->count) return type.message->tail ? l3SkipTail(call, type, type.message->shifts, type.line) : 0;
-  TailWalk walk{type, *type.message, record, 0, 0, 0};
+  TailWalk walk{type, *type.message, record, 0, 0, 0, nullptr, end};
   clearSelecting(*type.message, record);
   while (l3HasRoomBefore(call, end)) {
     uint8_t iei = 0;

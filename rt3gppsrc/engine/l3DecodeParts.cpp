@@ -262,6 +262,10 @@ static const L3BodyRow* findBody(L3Call& call, const L3Type& type, const L3Row& 
     known = known || same;
     if (same && body.rows[i].msgType == msgType) return &body.rows[i];
   }
+  if (call.pctxt->flags & RTX_FLAG_STANDARD_FORMS && msgType)
+    for (unsigned i = 0; i < body.count; ++i)
+      if (body.rows[i].standardType == msgType && (!column || body.rows[i].discriminator == discriminator))
+        return &body.rows[i];
   l3ToLists(call);
   status = RTX_E_INVALID_CHOICE;
   if (known) status = rtxErrInvUIntOpt(call.pctxt, static_cast<uint32_t>(msgType));

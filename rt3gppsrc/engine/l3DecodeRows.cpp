@@ -116,6 +116,8 @@ int l3DecMember(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* rec
       return l3DecChoice(call, type, row, record, running);
     case kL3Body:
       return l3DecBody(call, type, row, record);
+    case kL3Extra:
+      return l3DecExtra(call, type, row, record);
     case kL3Tail:
       if (l3Keeps(call)) return l3KeepTail(call, type, row, record);
       return l3SkipTail(call, type, row.bits != 0, row.line);
@@ -333,6 +335,19 @@ static bool endsHere(L3Call& call, const RowWalk& walk, const L3Row& row)
   return true;
 }
 
+// In the standard's form a capability ends wherever its length says: mobiles of an older release send less. What they
+// do not send is 0.
+static bool isCutOff(L3Call& call, const L3Type& type, const L3Row& row, void* record)
+{
+  if (!(type.flags & kL3EndsAnywhere) || l3HasRoom(call)) return false;
+  for (const L3Row* left = &row; left < type.rows + type.rowCount; ++left) {
+    bool scalar = left->op == kL3UInt || left->op == kL3Bool || left->op == kL3Enumerated;
+    if (left->op != kL3Length && left->mBit == kL3NoBit) l3InitMember(*left, record);
+    if (scalar) l3Store(static_cast<uint8_t*>(record) + left->offset, left->store, 0);
+  }
+  return true;
+}
+
 // Makes a record the one that its parts stand in, for as long as it is under the decoder. Lists and choices are no
 // records: their parts stand in the record that these are members of.
 struct Enclosure {
@@ -374,6 +389,7 @@ struct Enclosure {
       if (int status = closeRegion(call, walk, row->line); status < 0) return status;
       continue;
     }
+    if (row->op != kL3Length && isCutOff(call, type, *row, record)) break;
     if (endsHere(call, walk, *row)) {
       l3InitRest(type, static_cast<unsigned>(row - type.rows), record);
       return 0;
@@ -398,8 +414,9 @@ int l3DecRows(L3Call& call, const L3Type& type, void* record)
   return call.mode == kL3GivenUp ? RTX_E_GENERAL : walkRows(call, type, record);
 }
 
-int l3DecType(L3Call& call, const L3Type& type, void* value)
+int l3DecType(L3Call& call, const L3Type& named, void* value)
 {
+  const L3Type& type = l3FormOf(named, call.pctxt);
   if (type.hand && type.hand->decode) return type.hand->decode(call, type, value);
   return l3DecRows(call, type, value);
 }

@@ -343,7 +343,8 @@ void l3DirectCut(const L3Source& in, void** entries, size_t count, size_t capaci
 
 size_t l3DirectUnknown(const L3Source& in, size_t pos, size_t end, unsigned iei, bool half)
 {
-  if (l3DirectKeeps(in)) return kL3GaveUp;
+  bool wide = iei >= 0x78 && l3DirectStandard(in); // the length may have two octets
+  if (l3DirectKeeps(in) || (wide && !half && !(iei & 0x80))) return kL3GaveUp;
   if (half || (iei & 0x80)) return pos;
   return (iei & 0x0F) && l3SkipLength(in, pos, end) ? pos : kL3GaveUp;
 }

@@ -163,6 +163,17 @@ L3_INLINE bool l3DirectKeeps(const L3Source& in)
   return in.call->pctxt->flags & RTX_FLAG_KEEP_ELEMENTS;
 }
 
+// Are the standard's forms asked for, which the walk knows?
+L3_INLINE bool l3DirectStandard(const L3Source& in)
+{
+  return in.call->pctxt->flags & RTX_FLAG_STANDARD_FORMS;
+}
+
+L3_INLINE bool l3DirectStandard(const L3Sink& out)
+{
+  return out.call->pctxt->flags & RTX_FLAG_STANDARD_FORMS;
+}
+
 // Passes over an element out of its turn, by its size or by its length octet.
 L3_INLINE bool l3Skip(size_t& pos, size_t end, size_t octets)
 {

@@ -104,9 +104,30 @@ int l3PatchLength(L3Call& call, size_t end, unsigned bits, uint32_t length)
   return status;
 }
 
+static bool isZeroBetween(const RtxBuffer& buffer, size_t from, size_t to)
+{
+  for (; from < to; ++from)
+    if (buffer.data[from / 8] & 0x80U >> from % 8) return false;
+  return true;
+}
+
+// A capability that came shorter than it can be goes out as short: its length tells, and what is cut off is 0.
+static void cutToLength(L3Call& call, const L3Row& row, const uint8_t* record, size_t start)
+{
+  const L3Length& info = *static_cast<const L3Length*>(row.info);
+  RtxBuffer& buffer = call.pctxt->buffer;
+  size_t length = info.member ? static_cast<size_t>(l3Load(record + row.offset, row.store)) * info.unitBits : 0;
+  size_t now = l3BitPos(call.pctxt);
+  bool shorter = length && start + length < now && call.inlined() && !call.traced;
+  if (!shorter || !isZeroBetween(buffer, start + length, now)) return;
+  buffer.byteIndex = (start + length) / 8;
+  buffer.bitOffset = static_cast<int16_t>(8 - (start + length) % 8);
+}
+
 int l3EncClose(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, size_t start)
 {
   const L3Length& info = *static_cast<const L3Length*>(row.info);
+  if (type.flags & kL3EndsAnywhere) cutToLength(call, row, record, start);
   if (int status = l3PutKept(call, type, row.line, record, &row, kL3KeptInside); status < 0) return status;
   if (info.unitBits == 8)
     if (int status = align(call, type, row, start); status < 0) return status;

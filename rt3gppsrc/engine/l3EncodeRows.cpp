@@ -82,6 +82,9 @@ int l3EncMember(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* rec
       return l3EncChoice(call, type, row, record, running);
     case kL3Body:
       return l3EncBody(call, type, row, record);
+    case kL3Extra:
+      status = l3EncBits(call, 0, row.bits, "INTEGER");
+      break;
     default:
       return 0;
   }
@@ -221,8 +224,9 @@ int l3EncRows(L3Call& call, const L3Type& type, void* value)
   return call.mode == kL3GivenUp ? RTX_E_GENERAL : walkRows(call, type, value);
 }
 
-int l3EncType(L3Call& call, const L3Type& type, void* value)
+int l3EncType(L3Call& call, const L3Type& named, void* value)
 {
+  const L3Type& type = l3FormOf(named, call.pctxt);
   if (type.hand && type.hand->encode) return type.hand->encode(call, type, value);
   return l3EncRows(call, type, value);
 }

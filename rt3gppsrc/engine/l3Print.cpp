@@ -18,6 +18,7 @@ struct PrintWalk {
   RtxPrintSink sink;
   unsigned depth;
   const RtxContext* kept; // the context where something is kept, else null
+  const RtxContext* context;
 };
 
 static void printType(PrintWalk& walk, const L3Type& type, RtxPiece name, const uint8_t* value);
@@ -208,6 +209,7 @@ static void printElement(PrintWalk& walk, const L3Row& row, RtxPiece name, const
       return printNull(walk, name);
     case kL3Release:
     case kL3EndLength:
+    case kL3Extra:
     case kL3Tail:
       return;
   }
@@ -261,8 +263,9 @@ static void printRecord(PrintWalk& walk, const L3Type& type, RtxPiece name, cons
   if (braces) rtxFormCloseBrace(walk.sink);
 }
 
-static void printType(PrintWalk& walk, const L3Type& type, RtxPiece name, const uint8_t* value)
+static void printType(PrintWalk& walk, const L3Type& named, RtxPiece name, const uint8_t* value)
 {
+  const L3Type& type = named.standard && walk.context ? l3FormOf(named, walk.context) : named;
   L3TextForm text = l3TextForm(type);
   if (!name.chars && (text != L3TextForm::none || l3IsEmpty(type))) return;
   if (text == L3TextForm::pointer) return printText(walk, name, l3LoadShape<const char*>(value));
@@ -276,7 +279,7 @@ static void printType(PrintWalk& walk, const L3Type& type, RtxPiece name, const 
 
 int l3Print(RtxContext* pctxt, const L3Type& type, const char* name, const void* value)
 {
-  PrintWalk walk{rtxSinkOfStream(pctxt), 0, l3HasKept(pctxt) ? pctxt : nullptr};
+  PrintWalk walk{rtxSinkOfStream(pctxt), 0, pctxt && l3HasKept(pctxt) ? pctxt : nullptr, pctxt};
   if (value)
     printType(walk, type, name ? RtxPiece(name) : kNoName, static_cast<const uint8_t*>(value));
   else

@@ -87,6 +87,7 @@ enum L3Op : uint8_t {
   kL3Release,    // info: L3Release; opens a release group
   kL3Nothing,    // no member, nothing on the wire
   kL3Unary,      // info: L3Unary; a run of equal bits, stored as its length in one octet
+  kL3Extra,      // no member: row.bits bits that the standard's form alone has
   kL3Tail,       // no member: unknown elements to the end of the region; row.bits: shifts are followed
 };
 
@@ -202,11 +203,12 @@ struct L3BodyRow {
   uint16_t discriminator, msgType;
   uint16_t tag; // t
   uint16_t line;
-  const char* elemName;  // "u.obj_RegRequest5G", as pushed; behind its end the standard's name, or nothing
-  const L3Type* type;    // null: no body
-  uint16_t next = 0;     // position from 1 of the next row with this message type, under another discriminator
-  bool inlined = false;  // the value stands in u itself, not behind a pointer
-  uint8_t direction = 0; // 1 up, 2 down, 0 either or not told
+  const char* elemName;      // "u.obj_RegRequest5G", as pushed; behind its end the standard's name, or nothing
+  const L3Type* type;        // null: no body
+  uint16_t next = 0;         // position from 1 of the next row with this message type, under another discriminator
+  bool inlined = false;      // the value stands in u itself, not behind a pointer
+  uint8_t direction = 0;     // 1 up, 2 down, 0 either or not told
+  uint16_t standardType = 0; // the message type in the standard's form, where that is another
 
   const char* objName() const { return elemName + sizeof "u." - 1; }              // "obj_RegRequest5G", as printed
   const char* name() const { return elemName + sizeof "u.obj_" - 1; }             // "RegRequest5G"
@@ -290,8 +292,9 @@ enum L3TypeFlags : uint16_t {
   kL3RestOctets = 0x40, // ends wherever the octets do; padded to the next octet on encoding
   kL3DecAtOnce = 0x80,  // the direct coder does a whole call
   kL3EncAtOnce = 0x100,
-  kL3Padded = 0x200,  // its last octet is filled with padding on encoding
-  kL3Private = 0x400, // what it holds tells who somebody is, or what they said
+  kL3Padded = 0x200,       // its last octet is filled with padding on encoding
+  kL3Private = 0x400,      // what it holds tells who somebody is, or what they said
+  kL3EndsAnywhere = 0x800, // what its region does not hold is 0
 };
 
 struct L3Type {
@@ -310,7 +313,14 @@ struct L3Type {
   // See l3Direct.h; null: rows only.
   size_t (*decodeDirect)(const L3Source& in, size_t pos, size_t end, void* record);
   size_t (*encodeDirect)(L3Sink& out, size_t pos, void* record);
+  const L3Type* standard = nullptr; // the same record in the standard's form, where that is another
 };
+
+// The type in the form that is asked for.
+inline const L3Type& l3FormOf(const L3Type& type, const RtxContext* pctxt)
+{
+  return type.standard && pctxt->flags & RTX_FLAG_STANDARD_FORMS ? *type.standard : type;
+}
 
 // The name that the decoder pushes: "SNSSAI".
 inline const char* l3NameOf(const L3Type& type)

@@ -3,6 +3,10 @@
 
 #include <algorithm>
 
+#ifndef VELNOR_CORPUS
+#define VELNOR_CORPUS VELNOR_TEST_DATA "/data"
+#endif
+
 #include "tests/messages.h"
 
 struct CorpusRow {
@@ -12,7 +16,7 @@ struct CorpusRow {
 inline std::vector<CorpusRow> readCorpus(const std::string& file)
 {
   std::vector<CorpusRow> rows;
-  for (auto& cells : readTable(VELNOR_TEST_DATA "/data/" + file, 10))
+  for (auto& cells : readTable(VELNOR_CORPUS "/" + file, 10))
     rows.push_back(
         {cells[0], cells[1], cells[2], cells[3], cells[4], cells[5], cells[6], cells[7], cells[8], cells[9]});
   return rows;

@@ -148,9 +148,27 @@ TEST(KeptElements, ChangeNothingWhereAllCanBeRead)
     EXPECT_EQ(plain.status, keeping.status) << message.name;
     EXPECT_EQ(plain.text(), keeping.text()) << message.name;
     // A part whose place is inside an octet does not come back by itself.
-    if (encodedAgain(plain) == withoutPadding(message.octets))
-      EXPECT_EQ(encodedAgain(keeping), withoutPadding(message.octets)) << message.name;
+    bool comesBack = encodedAgain(plain) == withoutPadding(message.octets);
+    EXPECT_TRUE(!comesBack || encodedAgain(keeping) == withoutPadding(message.octets)) << message.name;
     EXPECT_EQ(decodingDiffers(*message.entry, message.octets, kKeeping), "") << message.name;
+  }
+}
+
+// Damaged in any octet, messages are read alike by the walk in both its modes and by the direct coders, and what is
+// read prints and encodes.
+TEST(KeptElements, OfDamagedMessagesAreTheSameInBothModes)
+{
+  Setting setting = {.flags = RTX_FLAG_KEEP_ELEMENTS | RTX_FLAG_STANDARD_FORMS};
+  for (auto& message : takenCorpus(VELNOR_TEST_DATA "/../corpus/data", 3)) {
+    if (message.octets.size() > 120) continue;
+    for (size_t at = 0; at < message.octets.size(); ++at) {
+      Octets octets = message.octets;
+      octets[at] = uint8_t(at % 3 == 0 ? octets[at] ^ 0xFF : at % 3 == 1 ? octets[at] + 1 : octets[at] ^ 0x40);
+      setting.trace = at % 5 == 0;
+      ASSERT_EQ(decodingDiffers(*message.entry, octets, setting), "") << message.name;
+      Decoding decoding(*message.entry, octets, setting);
+      useRecord(*message.entry, decoding.ctxt, decoding.record.get());
+    }
   }
 }
 

@@ -34,6 +34,7 @@ struct Job {
   const L3TypeEntry& entry;
   enum { kDecode, kBuild, kEncode } what;
   Octets message = {};
+  uint32_t flags = 0;
 
   int run(RtxContext* ctxt, void*& value) const
   {
@@ -59,6 +60,7 @@ Ending endingOf(RtxContext* ctxt, const Job& job, long refused, bool forGood)
   void* value = job.what == Job::kEncode ? sampleValue(job.entry, ctxt) : record.get();
   if (job.what == Job::kDecode) rtxCtxtSetBufPtr(ctxt, message.data(), job.message.size());
   if (job.what == Job::kEncode) rtxCtxtSetBufPtr(ctxt, nullptr, 1);
+  ctxt->flags = (ctxt->flags & ~(RTX_FLAG_KEEP_ELEMENTS | RTX_FLAG_STANDARD_FORMS)) | job.flags;
   failing::setUp(refused, forGood);
   int status = job.run(ctxt, value);
   Ending ending = {status, "", failing::calls};
@@ -120,6 +122,16 @@ TEST(AllocationFailure, DecodingSamplesAndTheCorpus)
       if (!endsWell(job, trace)) return;
       if (!trace && message.octets.size() < 60 && !endsWell(job, trace, RT_MH_FREE_EMPTY_BLOCKS)) return;
     }
+}
+
+TEST(AllocationFailure, KeepingElements)
+{
+  for (auto& row : readTable(VELNOR_TEST_DATA "/../corpus/data/standard.tsv", 4)) {
+    SCOPED_TRACE(row[0]);
+    const L3TypeEntry& entry = *l3FindType(row[2].c_str());
+    Job job = {entry, Job::kDecode, octetsOfHex(row[3]), RTX_FLAG_KEEP_ELEMENTS | RTX_FLAG_STANDARD_FORMS};
+    if (!endsWell(job, false) || !endsWell(job, true)) return;
+  }
 }
 
 // A trial of the direct coder gives back what it took. Where the walk over the rows then stops earlier than the trial

@@ -139,7 +139,8 @@ std::vector<const Row*> optionRows(const Type& type)
 static bool isFlat(const Type& type)
 {
   const Type& t = aliased(type);
-  if (t.kind != Kind::Record || !hasDirect(t) || !t.decodeFile.empty() || !t.encodeFile.empty() || t.mBits)
+  if (t.kind != Kind::Record || t.hasStandard() || !hasDirect(t) || !t.decodeFile.empty() || !t.encodeFile.empty() ||
+      t.mBits)
     return false;
   return std::all_of(t.rows.begin(), t.rows.end(), [](const Row& row) {
     bool plain = row.plain() && row.often.end == kL3NoList;

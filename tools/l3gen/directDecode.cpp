@@ -304,6 +304,7 @@ static void option(DecodeWriter& w, const std::vector<const Row*>& options, size
     if (same.number != row.number) continue;
     w.line(format("%s (order < %zu) {", lead.c_str(), i + 1));
     w.from(same);
+    if (same.standard.kind == Standard::Absent) w.giveUpIf("l3DirectStandard(in)");
     w.line(format("order = %zu;", i + 1));
     w.used = row.half ? 4 : 0;
     element(w, same.what, same.often, same.range, memberOf(w.type, same));
@@ -367,6 +368,9 @@ std::string decodeDirect(const Type& type)
   DecodeWriter w(type);
   begin(w, "l3DirectDec_");
   w.line("[[maybe_unused]] bool ext = true, barred = false;");
+  if (type.hasStandard())
+    w.line(
+        format("if (l3DirectStandard(in)) return l3DirectType(source, pos, end, l3_%s, record);", type.full.c_str()));
   if (!w.used) w.giveUpIf("pos & 7");
   if (type.mBits) w.line(format("memset(&r, 0, %d);", (type.mBits + 7) / 8));
   // An early return comes before them.

@@ -198,7 +198,7 @@ static void options(EncodeWriter& w)
   for (auto* row : optionRows(w.type)) {
     w.from(*row);
     w.line("if (sink.tail) return pos;\nif (" + present(w, *row) + ") {");
-    w.giveUpIf("pos & 7");
+    w.giveUpIf(row->standard.kind == Standard::Absent ? "pos & 7 || l3DirectStandard(sink)" : "pos & 7");
     w.used = 0;
     put(w, row->half ? 4 : 8, format("0x%02X", row->number));
     element(w, row->what, row->often, row->range, memberOf(w.type, *row));
@@ -220,6 +220,8 @@ std::string encodeDirect(const Type& type)
   EncodeWriter w(type);
   begin(w, "l3DirectEnc_");
   w.line("[[maybe_unused]] size_t count = 0;");
+  if (type.hasStandard())
+    w.line(format("if (l3DirectStandard(sink)) return l3DirectPutType(sink, pos, l3_%s, record);", type.full.c_str()));
   if (!w.used) w.giveUpIf("pos & 7");
   rows(w);
   if (type.kind == Kind::Message) options(w);

@@ -1,6 +1,7 @@
 // What l3gen knows: the blocks and rows as read, and the types they become. Everything is owned by the Model.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -35,7 +36,7 @@ struct Range {
 
 enum class WhatKind { Bits, Flag, Unary, Octets, BitString, Text, Chars, Type, Choice, Body, Nested, Nothing };
 // What a row is: an element, or something else that stands between elements.
-enum class Mark { Element, Length, EndLength, Tail, Padding, Group, Release, EndRelease };
+enum class Mark { Element, Length, EndLength, Extra, Tail, Padding, Group, Release, EndRelease };
 
 struct Type;
 struct Row;
@@ -99,6 +100,13 @@ struct Term {
   std::vector<Range> values;
 };
 
+// The second form of a row or block, where the public standard has another than the first.
+struct Standard {
+  enum Kind { None, Bits, Length, Absent, Part, Ends, ByHand, Number } kind = None;
+  unsigned number = 0; // bits; of Number a message type
+  Range part = {};     // rows of the row's type, from 1
+};
+
 struct Row {
   Place place;
   Mark mark = Mark::Element;
@@ -129,6 +137,8 @@ struct Row {
   bool other = false;
   uint32_t discriminator = 0, msgType = 0, tag = 0; // a body row's
   bool inlined = false;                             // a body row: the value stands in `u` itself
+  Standard standard;
+  unsigned storedBits = 0; // Length: of the first form, whose member the record has
   // laid out
   int mBit = -1, groupBit = -1;
   bool inRelease = false, extLast = false;
@@ -172,6 +182,10 @@ struct Type {
   unsigned bits = 0;                               // Enum, Names
   std::vector<std::pair<std::string, int>> values; // Enum, Names
   std::vector<Row> rows;
+  Standard standard;
+  std::vector<std::pair<size_t, Row>>
+      standardRows;                              // those of the standard's form alone, with the row they stand before
+  std::set<std::pair<unsigned, unsigned>> parts; // rows that others take for the whole in the standard's form
   int msgType = -1;
   std::string decodeFile, encodeFile, sampleFile, form;
   bool directByHand = false; // the file has the direct coders as well
@@ -182,6 +196,19 @@ struct Type {
   int mBits = 0;
   std::vector<std::string> mNames;
   bool has(const char* word) const { return words.count(word) || module->words.count(word); }
+  // Has the standard's form other rows? What only lacks an optional element is told by that.
+  bool hasStandard() const
+  {
+    bool row = std::any_of(rows.begin(), rows.end(), [](const Row& r) {
+      return r.standard.kind != Standard::None && !(r.isIei() && r.standard.kind == Standard::Absent);
+    });
+    return row || standard.kind != Standard::None || !standardRows.empty();
+  }
+  bool needsStandard() const
+  {
+    return hasStandard() ||
+           std::any_of(rows.begin(), rows.end(), [](const Row& r) { return r.standard.kind != Standard::None; });
+  }
 };
 
 // A scalar after following aliases: what a row of it can be flattened to.

@@ -126,13 +126,64 @@ static void readBehind(Words& w, Row& row)
   if (w.accept("length")) row.behind = bitCount(w.place, w.take("a width"), 16);
 }
 
+// `... standard FORM` at the end of a line: how the public standard has it.
+static Standard takeStandard(Words& w)
+{
+  auto at = std::find(w.list.begin() + 1, w.list.end(), "standard");
+  if (at == w.list.end()) return {};
+  Words form{w.place, {at + 1, w.list.end()}};
+  w.list.erase(at, w.list.end());
+  Standard standard;
+  if (form.accept("bits")) {
+    standard = {Standard::Bits, bitCount(w.place, form.take("a width"), 32), {}};
+  } else if (form.accept("length")) {
+    standard = {Standard::Length, bitCount(w.place, form.take("a width"), 16), {}};
+  } else if (form.accept("part")) {
+    standard = {Standard::Part, 0, range(w.place, form.take("rows"))};
+  } else if (form.accept("none")) {
+    standard.kind = Standard::Absent;
+  } else if (form.accept("ends")) {
+    standard.kind = Standard::Ends;
+  } else if (form.accept("by-hand")) {
+    standard.kind = Standard::ByHand;
+  } else {
+    standard = {Standard::Number, number(w.place, form.take("a form")), {}};
+  }
+  if (form.more()) refuse(w.place, "not understood: '" + form.peek() + "'");
+  return standard;
+}
+
+static void refuseStandard(const Place& place, const Standard& standard, bool fits)
+{
+  if (standard.kind != Standard::None && !fits) refuse(place, "a standard form that does not fit here");
+}
+
+// `standard NAME bits N [= V]`: bits that only the standard's form has, and that no member keeps.
+static Row readStandardRow(Words& w)
+{
+  Row row;
+  row.place = w.place;
+  w.take("");
+  row.name = checkedName(w.place, w.take("a name"));
+  if (!w.accept("bits")) refuse(w.place, "expected bits and a width");
+  row.what.kind = WhatKind::Bits;
+  row.what.bits = bitCount(w.place, w.take("a width"), 32);
+  if (w.more()) refuse(w.place, "not understood: '" + w.peek() + "'");
+  return row;
+}
+
 static Row readRow(Words& w)
 {
   static const std::set<std::string> marks = {"group", "release", "end-release", "end-len", "tail", "padding"};
   if (marks.count(w.peek())) return readMark(w);
   Row row;
   row.place = w.place;
+  row.standard = takeStandard(w);
   readWhen(w, row);
+  auto kind = row.standard.kind;
+  bool length = row.mark == Mark::Length && (kind == Standard::Length || kind == Standard::Absent);
+  bool content = row.mark == Mark::Element && (kind == Standard::Bits || kind == Standard::Part);
+  refuseStandard(w.place, row.standard, length || content || (row.isIei() && kind == Standard::Absent));
   row.name = checkedName(w.place, w.take("a name"));
   if (row.name == "-") row.name.clear();
   if (row.mark == Mark::Length) {
@@ -169,6 +220,8 @@ static Row readAlternative(Words& w, const What& parent)
   row.place = w.place;
   w.take("");
   if (parent.kind == WhatKind::Body) {
+    row.standard = takeStandard(w);
+    refuseStandard(w.place, row.standard, row.standard.kind == Standard::Number);
     takeTitle(w, row.title, row.direction);
     if (parent.fields.size() == 2 && !parent.underOnly) row.discriminator = number(w.place, w.take("a discriminator"));
     row.msgType = number(w.place, w.take("a message type"));
@@ -350,6 +403,7 @@ static Type* readBlock(Model& model, Module* module, Words& w)
   takeTitle(w, type->title, type->direction);
   if (!type->direction.empty() && block != "message") refuse(w.place, "only a message has a direction");
   takeHand(w, *type);
+  type->standard = takeStandard(w);
   w.take("");
   type->name = checkedName(w.place, w.take("a name"));
   if (type->name.find('-') != std::string::npos) refuse(w.place, "a hyphen in a type's name: '" + type->name + "'");
@@ -357,6 +411,12 @@ static Type* readBlock(Model& model, Module* module, Words& w)
   for (const char* word : kLengthWords)
     if (std::find(w.list.begin(), w.list.end(), std::string("!") + word) != w.list.end()) type->words[word] = "";
   readKind(w, *type, block);
+  if (type->standard.kind == Standard::Length && !type->rows.empty()) {
+    type->rows[0].standard = type->standard;
+    type->standard = {};
+  }
+  refuseStandard(w.place, type->standard,
+                 type->standard.kind == Standard::Ends || type->standard.kind == Standard::ByHand);
   readTail(w, nullptr, type->words);
   if (!model.byName.emplace(type->full, type.get()).second) refuse(w.place, "'" + type->name + "' is defined twice");
   model.types.push_back(std::move(type));
@@ -445,6 +505,10 @@ static void addRow(Model& model, Type& type, Words& w)
   }
   if (type.kind == Kind::Bare || type.kind == Kind::Text || type.has("bare"))
     refuse(w.place, "this block takes no rows");
+  if (w.list[0] == "standard") {
+    type.standardRows.emplace_back(type.rows.size(), readStandardRow(w));
+    return;
+  }
   Row row = readRow(w);
   giveOwnType(model, type, row);
   type.rows.push_back(row);

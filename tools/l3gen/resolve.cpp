@@ -65,6 +65,8 @@ static void resolveWhat(Model& model, Type& owner, Row& row)
       blame(model, row.place);
     else if (!what.type)
       model.refusals.push_back({row.place, "an unknown type '" + what.typeName + "'"});
+    if (what.type && row.standard.kind == Standard::Part)
+      what.type->parts.insert({row.standard.part.lo, row.standard.part.hi});
     if (what.rest && what.type && what.type->kind != Kind::Text)
       model.refusals.push_back({row.place, "'rest' is for string types"});
   }
@@ -135,7 +137,7 @@ std::optional<uint32_t> fixedBits(const Type& type)
   if (type.kind == Kind::Enum || type.kind == Kind::Names) return type.bits;
   if (type.form.starts_with("TV ")) return static_cast<uint32_t>(std::stoul(type.form.substr(3))) * 8;
   if (!type.decodeFile.empty() || type.kind == Kind::Text || type.kind == Kind::Pdu) return {};
-  if (type.restOctets) return {};
+  if (type.restOctets || type.hasStandard()) return {};
   uint32_t sum = 0;
   for (auto& row : type.rows) {
     auto bits = fixedBits(row);

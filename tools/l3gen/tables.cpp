@@ -13,16 +13,17 @@ struct TableWriter {
   const Type& type;
   std::string out;
   int objects = 0;
+  std::string tag; // of the names of tables, behind the type's
   TableWriter(const Model& m, const Type& t) : model(m), type(t) {}
   std::string object(const char* kind, const std::string& init)
   {
-    std::string name = format("info%d_%s", objects++, type.full.c_str());
+    std::string name = format("info%d_%s%s", objects++, type.full.c_str(), tag.c_str());
     out += format("static const %s %s = {%s};\n", kind, name.c_str(), init.c_str());
     return "&" + name;
   }
   std::string array(const char* kind, const std::vector<std::string>& items)
   {
-    std::string name = format("info%d_%s", objects++, type.full.c_str());
+    std::string name = format("info%d_%s%s", objects++, type.full.c_str(), tag.c_str());
     out += format("static const %s %s[] = {", kind, name.c_str());
     for (auto& item : items) out += "\n  {" + item + "},";
     out += "};\n";
@@ -153,7 +154,7 @@ static std::string choiceInfo(TableWriter& w, const Row& row, const std::string&
 // A table of 256 octets, by value.
 static std::string byteTable(TableWriter& w, const std::string& name, const std::vector<unsigned>& values)
 {
-  std::string table = name + "_" + w.type.full;
+  std::string table = name + "_" + w.type.full + w.tag;
   w.out += "static const uint8_t " + table + "[256] = {";
   for (unsigned value : values) w.out += std::to_string(value) + ",";
   w.out += "};\n";
@@ -170,13 +171,13 @@ static std::string bodyInfo(TableWriter& w, const Row& row, const std::string& p
     size_t next = i + 1;
     while (next < what.alternatives.size() && what.alternatives[next].msgType != m.msgType) ++next;
     const Type* told = m.title.empty() ? m.what.type : nullptr;
-    items.push_back(format("%u, 0x%02X, %u, %d, \"u.obj_%s\\0\" \"%s\", %s, %zu, %d, %d", m.discriminator, m.msgType,
-                           m.tag, m.place.line, m.name.c_str(), (told ? told->title : m.title).c_str(), type.c_str(),
-                           next < what.alternatives.size() ? next + 1 : 0, m.inlined,
-                           directionNumber(told ? told->direction : m.direction)));
+    items.push_back(format("%u, 0x%02X, %u, %d, \"u.obj_%s\\0\" \"%s\", %s, %zu, %d, %d, %u", m.discriminator,
+                           m.msgType, m.tag, m.place.line, m.name.c_str(), (told ? told->title : m.title).c_str(),
+                           type.c_str(), next < what.alternatives.size() ? next + 1 : 0, m.inlined,
+                           directionNumber(told ? told->direction : m.direction), m.standard.number));
   }
   std::string second = &row == bodiesOf(w.type)[0] ? "" : "_" + row.member,
-              name = "bodies" + second + "_" + w.type.full;
+              name = "bodies" + second + "_" + w.type.full + w.tag;
   w.out += "static const L3BodyRow " + name + "[] = {";
   for (auto& item : items) w.out += "\n  {" + item + "},";
   w.out += "};\n";
@@ -217,6 +218,11 @@ static std::string condInfo(TableWriter& w, const Row& row)
   }
   std::string table = w.array("L3Term", terms);
   return w.object("L3Cond", format("%s, %zu", table.c_str(), terms.size()));
+}
+
+static std::string partName(const Type& type, const Range& part)
+{
+  return format("l3part%u_%u_%s", part.lo, part.hi, type.full.c_str());
 }
 
 struct Coded {
@@ -288,6 +294,7 @@ static Coded code(TableWriter& w, const Row& row, const std::string& path)
     case WhatKind::Type:
       c.op = row.what.rest ? "kL3TextType" : "kL3Record";
       c.type = "&l3_" + row.what.type->full;
+      if (!w.tag.empty() && row.standard.kind == Standard::Part) c.type = "&" + partName(*row.what.type, row.standard.part);
       if (row.argument) c.info = w.object("L3Count", w.count(*row.argument));
       break;
     case WhatKind::Choice:
@@ -348,7 +355,7 @@ static std::string rowInit(TableWriter& w, const Row& row, const std::string& pa
     c.info = lengthInfo(w, row);
     c.offset = w.off(row.member);
     c.bits = row.number;
-    c.store = row.member.empty() ? 0 : storeForBits(row.number);
+    c.store = row.member.empty() ? 0 : storeForBits(row.storedBits ? row.storedBits : row.number);
   } else if (row.mark == Mark::EndLength) {
     c.op = "kL3EndLength";
   } else if (row.mark == Mark::Release) {
@@ -357,6 +364,9 @@ static std::string rowInit(TableWriter& w, const Row& row, const std::string& pa
     while (at + 1 + count < rows.size() && rows[at + 1 + count].inRelease) ++count;
     c.op = "kL3Release";
     c.info = w.object("L3Release", format("%u, %u, %zu", row.number, row.fit, count));
+  } else if (row.mark == Mark::Extra) {
+    c.op = "kL3Extra";
+    c.bits = row.what.bits;
   } else if (row.mark == Mark::Tail) {
     c.op = "kL3Tail";
     c.bits = row.words.count("shifts") != 0;
@@ -394,7 +404,7 @@ static std::string writeMessage(TableWriter& w, const std::vector<const Row*>& o
   if (!options.empty()) {
     table = w.array("L3Iei", ieis);
     values = byteTable(w, "ieis", byValue);
-    rows = "options_" + w.type.full;
+    rows = "options_" + w.type.full + w.tag;
   }
   bool tail = options.empty() && !w.type.has("no-tail");
   const std::string& spec = w.type.module->spec; // the standards whose elements may have lengths of two octets
@@ -414,7 +424,7 @@ static std::string writeRows(TableWriter& w, const char* name, const std::vector
   std::vector<std::string> inits;
   bool bare = w.type.kind == Kind::Bare || w.type.has("bare");
   for (auto* row : rows) inits.push_back(rowInit(w, *row, bare ? "" : row->member));
-  std::string table = std::string(name) + "_" + w.type.full;
+  std::string table = std::string(name) + "_" + w.type.full + w.tag;
   w.out += "static const L3Row " + table + "[] = {\n";
   for (auto& init : inits) w.out += "  {" + init + "},\n";
   w.out += "};\n";
@@ -481,6 +491,81 @@ static std::string direct(const Type& type, bool encoder)
   return direct ? (encoder ? "l3DirectEnc_" : "l3DirectDec_") + type.full : "nullptr";
 }
 
+// The rows in the standard's form.
+static std::vector<Row> standardRows(const Type& type)
+{
+  std::vector<Row> rows;
+  auto addOwn = [&](size_t before) {
+    for (auto& [place, row] : type.standardRows)
+      if (place == before) {
+        rows.push_back(row);
+        rows.back().mark = Mark::Extra;
+      }
+  };
+  for (size_t i = 0; i < type.rows.size(); ++i) {
+    addOwn(i);
+    Row row = type.rows[i];
+    if (row.standard.kind == Standard::Absent) continue;
+    if (row.standard.kind == Standard::Bits) {
+      row.what = What{};
+      row.what.kind = WhatKind::Bits;
+      row.what.bits = row.standard.number;
+      row.range.reset();
+    }
+    if (row.standard.kind == Standard::Length) {
+      row.storedBits = row.number;
+      row.number = row.standard.number;
+      row.words.erase("zero-widens");
+      row.words["full-length"] = "";
+    }
+    rows.push_back(row);
+  }
+  addOwn(type.rows.size());
+  return rows;
+}
+
+// The second form of a type: its rows, and coders by hand that know it.
+static std::string writeStandard(const Model& model, const Type& type, const std::string& names, size_t encNameAt)
+{
+  Type form = type;
+  form.rows = standardRows(type);
+  TableWriter w(model, form);
+  w.tag = "_standard";
+  std::vector<const Row*> rows, options;
+  for (auto& row : form.rows)
+    if (row.mark != Mark::Group && row.mark != Mark::EndRelease && row.mark != Mark::Padding)
+      (row.isIei() ? options : rows).push_back(&row);
+  std::string table = writeRows(w, "rows", rows);
+  writeRows(w, "options", options);
+  std::string message = writeMessage(w, options), hand = "nullptr", flags = typeFlags(type);
+  if (type.standard.kind == Standard::ByHand) {
+    std::string args = "(L3Call& call, const L3Type& type, void* value);\n", stem = type.full + "_standard";
+    w.out += "int l3Dec_" + stem + args + "int l3Enc_" + stem + args;
+    hand = w.object("L3Hand", "l3Dec_" + stem + ", l3Enc_" + stem + ", nullptr, nullptr");
+  }
+  if (type.standard.kind == Standard::Ends) flags += " | kL3EndsAnywhere";
+  w.out += format("static const L3Type standard_%s = {\"%s\", &file_%s, %s, %s, %s,\n  sizeof(%s), %zu, %d, %d, "
+                  "%s, %zu, %zu, %d, nullptr, nullptr, nullptr};\n\n",
+                  type.full.c_str(), names.c_str(), cName(fileStem(type)).c_str(), table.c_str(), message.c_str(),
+                  hand.c_str(), type.full.c_str(), rows.size(), type.place.line, (type.mBits + 7) / 8, flags.c_str(),
+                  type.full.size() - type.name.size(), encNameAt, type.mBits);
+  return w.out;
+}
+
+// Some of a type's rows, for rows that have no more of it in the standard's form.
+static std::string writeParts(const Type& type)
+{
+  std::string out;
+  for (auto& [lo, hi] : type.parts)
+    out +=
+        format("extern const L3Type %s = {\"%s\", &file_%s, rows_%s + %u, nullptr, nullptr, sizeof(%s), %u, %d, 0, 0, "
+               "%zu, %zu, 0, nullptr, nullptr, nullptr};\n",
+               partName(type, {lo, hi}).c_str(), type.full.c_str(), cName(fileStem(type)).c_str(), type.full.c_str(),
+               lo - 1, type.full.c_str(), hi - lo + 1, type.place.line, type.full.size() - type.name.size(),
+               type.full.size() - type.name.size());
+  return out;
+}
+
 static std::string writeType(const Model& model, const Type& type)
 {
   TableWriter w(model, type);
@@ -502,13 +587,16 @@ static std::string writeType(const Model& model, const Type& type)
     encNameAt = type.full.size() + 1;
     names += "\\0" + hyphens(type.name);
   }
+  bool second = type.needsStandard();
+  if (second) w.out += writeStandard(model, type, names, encNameAt);
+  std::string standard = second ? "&standard_" + type.full : "nullptr";
   w.out += format("extern const L3Type l3_%s = {\"%s\", &file_%s, %s, %s, %s,\n  sizeof(%s), %zu, %d, %d, "
-                  "%s, %zu, %zu, %d, %s, %s};\n\n",
+                  "%s, %zu, %zu, %d, %s, %s, %s};\n\n",
                   type.full.c_str(), names.c_str(), cName(fileStem(type)).c_str(), table.c_str(), message.c_str(),
                   hand.c_str(), type.full.c_str(), rows.size(), type.place.line, (type.mBits + 7) / 8,
                   typeFlags(type).c_str(), nameAt, encNameAt, type.mBits, direct(type, false).c_str(),
-                  direct(type, true).c_str());
-  return w.out;
+                  direct(type, true).c_str(), standard.c_str());
+  return w.out + writeParts(type);
 }
 
 static std::string writeEnum(const Type& type)

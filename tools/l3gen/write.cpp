@@ -336,6 +336,8 @@ std::string writeDescriptors(Model& model)
   out += "#include \"rt3gppsrc/engine/l3Types.h\"\n\n";
   for (auto& type : model.types) {
     out += "extern const L3Type l3_" + type->full + ";\n";
+    for (auto& [lo, hi] : type->parts)
+      out += format("extern const L3Type l3part%u_%u_%s;\n", lo, hi, type->full.c_str());
     const char* f = type->full.c_str();
     bool direct = hasDirect(*type) || type->directByHand;
     if (direct) out += format("size_t l3DirectDec_%s(const L3Source& in, size_t pos, size_t end, void* record);\n", f);

@@ -1,0 +1,184 @@
+// Elements that the decoder kept: told by number, and put under a record that was built. A kept element belongs to a
+// record and stands at one of its rows; callers know both by name.
+#include "rt3gppsrc/engine/l3Kept.h"
+
+#include "api/place.h"
+#include "api/session.h"
+
+namespace {
+
+// The node whose record an element belongs to; its members may lie in it without nodes of their own.
+struct Search {
+  const L3Kept* kept; // by what it belongs to
+  const char* path;   // or by the path of the node
+  size_t length;
+  const Place* found;
+  char text[1024];
+  const L3Type* type;
+  const uint8_t* record;
+};
+
+} // namespace
+
+static int lookForPath(const velnor3gpp_Node* node, void* arg)
+{
+  Search& search = *static_cast<Search*>(arg);
+  const Place& place = placeOf(node);
+  if (node->step != VELNOR3GPP_ENTER || !place.type) return 0;
+  char path[1024];
+  size_t length = velnor3gpp_nodePath(node, path, sizeof path);
+  if (length != search.length || length >= sizeof path || memcmp(path, search.path, length) != 0) return 0;
+  search.type = place.type;
+  search.record = place.record;
+  return 0;
+}
+
+// The innermost one comes last.
+static int lookForRecord(const velnor3gpp_Node* node, void* arg)
+{
+  Search& search = *static_cast<Search*>(arg);
+  const Place& place = placeOf(node);
+  if (node->step != VELNOR3GPP_ENTER || !place.type) return 0;
+  uintptr_t offset = reinterpret_cast<uintptr_t>(search.kept->record) - reinterpret_cast<uintptr_t>(place.record);
+  if (offset >= place.type->size && offset) return 0;
+  search.type = place.type;
+  search.record = place.record;
+  velnor3gpp_nodePath(node, search.text, sizeof search.text);
+  return 0;
+}
+
+static const L3Row* rowsOf(const L3Type& type, unsigned i)
+{
+  if (i < type.rowCount) return type.rows + i;
+  i -= type.rowCount;
+  return type.message && i < type.message->count ? type.message->options + i : nullptr;
+}
+
+// The row under which a name is known at a place of the record, or, without a name, the one that has such a place.
+static const void* findAnchor(const L3Type& type, const uint8_t*& record, L3KeptAt at, const char* name)
+{
+  if (at == kL3KeptEnd) return &type;
+  if (at == kL3KeptBehind && !*name && type.message) return type.message;
+  for (unsigned i = 0; const L3Row* row = rowsOf(type, i); ++i) {
+    const char* key = l3KeyOf(*row);
+    bool fits = at == kL3KeptInside ? row->op == kL3Length : at != kL3KeptBehind || *name || row->op == kL3Tail;
+    if (fits && strcmp(key ? key : "", name) == 0) return row;
+    if (key || row->op != kL3Record) continue;
+    const uint8_t* inside = record + row->offset;
+    if (const void* anchor = findAnchor(*row->type, inside, at, name)) {
+      record = inside;
+      return anchor;
+    }
+  }
+  return nullptr;
+}
+
+static const L3Kept* keptAt(const velnor3gpp_Session& session, size_t index)
+{
+  const L3KeptList* list = l3KeptOf(&session.ctxt);
+  const L3Kept* kept = list ? list->first : nullptr;
+  while (kept && index--) kept = kept->next;
+  return kept;
+}
+
+size_t keptCount(const velnor3gpp_Session& session)
+{
+  const L3KeptList* list = l3KeptOf(&session.ctxt);
+  return list ? list->count : 0;
+}
+
+size_t keptInVain(const velnor3gpp_Session& session)
+{
+  size_t count = 0;
+  for (size_t i = 0; const L3Kept* kept = keptAt(session, i); ++i) count += kept->why != kL3KeptPadding;
+  return count;
+}
+
+static const char* elementOf(const L3Kept& kept, const L3Type* type)
+{
+  if (kept.at == kL3KeptEnd || (type && kept.anchor == type->message)) return "";
+  const char* name = l3KeyOf(*static_cast<const L3Row*>(kept.anchor));
+  return name ? name : "";
+}
+
+int velnor3gpp_kept(velnor3gpp_Session* session, size_t index, velnor3gpp_Kept* target)
+{
+  if (!session || !target) return RTX_E_NULL_POINTER;
+  const L3Kept* kept = keptAt(*session, index);
+  if (!kept || !hasRecord(*session)) return RTX_E_INDEX_RANGE;
+  Search search = {kept, nullptr, 0, nullptr, "", nullptr, nullptr};
+  velnor3gpp_visit(session, 0, lookForRecord, &search);
+  char name[kL3KeptName];
+  size_t length = l3KeptName(*kept, name);
+  memcpy(session->words, name, length + 1);
+  memcpy(session->path, search.text, sizeof session->path);
+  velnor3gpp_Kept all = {};
+  all.why = static_cast<velnor3gpp_KeptWhy>(kept->why);
+  all.at = static_cast<velnor3gpp_KeptAt>(kept->at);
+  all.iei = kept->iei;
+  all.ieiBits = kept->ieiBits;
+  all.octet = kept->position / 8;
+  all.octets = kept->octets();
+  all.count = (kept->bits + 7) / 8;
+  all.bits = kept->bits;
+  all.status = kept->status;
+  all.text = session->words;
+  all.path = session->path;
+  all.element = elementOf(*kept, search.type);
+  all.fault = kept->path;
+  return fillStruct(target, all);
+}
+
+int velnor3gpp_keep(velnor3gpp_Session* session, const velnor3gpp_Kept* source)
+{
+  if (!session || !source) return RTX_E_NULL_POINTER;
+  velnor3gpp_Kept all = readStruct(source);
+  if (!all.path || !all.element || (!all.octets && all.count)) return RTX_E_NULL_POINTER;
+  if (!hasRecord(*session) || all.bits > all.count * 8 || all.at > VELNOR3GPP_KEPT_END) return RTX_E_BAD_PARAMETER;
+  Search search = {nullptr, all.path, strlen(all.path), nullptr, "", nullptr, nullptr};
+  int status = velnor3gpp_visit(session, 0, lookForPath, &search);
+  if (status < 0) return status;
+  if (!search.type)
+    return velnor3gpp_report(session, RTX_E_UNEXPECTED_ELEMENT, all.path, "is no element of this record");
+  L3KeptAt at = static_cast<L3KeptAt>(all.at);
+  const uint8_t* record = search.record;
+  const void* anchor = findAnchor(*search.type, record, at, all.element);
+  if (!anchor) return velnor3gpp_report(session, RTX_E_UNEXPECTED_ELEMENT, all.element, "is no place for kept octets");
+  L3KeptFacts facts = {record,
+                       anchor,
+                       all.octet * 8,
+                       static_cast<uint8_t>(all.iei),
+                       static_cast<uint8_t>(all.ieiBits),
+                       at,
+                       static_cast<L3KeptWhy>(all.why),
+                       all.status,
+                       all.fault};
+  L3Kept* kept = l3AddKept(&session->ctxt, facts, all.octets, all.bits ? all.bits : all.count * 8);
+  if (!kept) return velnor3gpp_report(session, RTX_E_NO_MEMORY, "", "out of memory");
+  kept->before = static_cast<uint32_t>(all.octet);
+  session->ctxt.flags |= RTX_FLAG_KEEP_ELEMENTS;
+  return 0;
+}
+
+// The octets that frame an element: what stands behind them may tell of a person.
+static size_t headOf(const L3Kept& kept)
+{
+  const uint8_t* octets = kept.octets();
+  size_t count = kept.bits / 8;
+  if (kept.at == kL3KeptInstead) {
+    const L3Row& row = *static_cast<const L3Row*>(kept.anchor);
+    return l3LeadingLength(row) / 8;
+  }
+  if (kept.ieiBits != 8) return kept.ieiBits ? 1 : 0;
+  if (count > 2 && octets[1] + 2U == count) return 2;
+  return count > 3 && (octets[1] << 8 | octets[2]) + size_t{3} == count ? 3 : 1;
+}
+
+void hideKept(velnor3gpp_Session& session)
+{
+  L3KeptList* list = l3KeptOf(&session.ctxt);
+  for (L3Kept* kept = list ? list->first : nullptr; kept; kept = kept->next) {
+    size_t head = headOf(*kept), count = (kept->bits + 7) / 8;
+    if (kept->why != kL3KeptPadding && head < count) explicit_bzero(kept->octets() + head, count - head);
+  }
+}
