@@ -24,7 +24,7 @@ static int lookForPath(const velnor3gpp_Node* node, void* arg)
 {
   Search& search = *static_cast<Search*>(arg);
   const Place& place = placeOf(node);
-  if (node->step != VELNOR3GPP_ENTER || !place.type) return 0;
+  if (node->step != VELNOR3GPP_ENTER || !place.record) return 0;
   char path[1024];
   size_t length = velnor3gpp_nodePath(node, path, sizeof path);
   if (length != search.length || length >= sizeof path || memcmp(path, search.path, length) != 0) return 0;
@@ -38,7 +38,7 @@ static int lookForRecord(const velnor3gpp_Node* node, void* arg)
 {
   Search& search = *static_cast<Search*>(arg);
   const Place& place = placeOf(node);
-  if (node->step != VELNOR3GPP_ENTER || !place.type) return 0;
+  if (node->step != VELNOR3GPP_ENTER || !place.record) return 0;
   uintptr_t offset = reinterpret_cast<uintptr_t>(search.kept->record) - reinterpret_cast<uintptr_t>(place.record);
   if (offset >= place.type->size && offset) return 0;
   search.type = place.type;

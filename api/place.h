@@ -11,9 +11,9 @@ struct Place {
   const char* pushed;    // its name in element paths
   const uint8_t* member; // of a number, its octets in the record
   uint8_t store;         // how many
-  const L3Type* type;    // of a record
-  const uint8_t* record;
-  bool hidden; // it lies in something that tells of a person
+  const L3Type* type;    // or null
+  const uint8_t* record; // of a record
+  bool hidden;           // it lies in something that tells of a person
 };
 
 inline const Place& placeOf(const velnor3gpp_Node* node)

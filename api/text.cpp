@@ -1,7 +1,9 @@
-// The record as text, by the printer.
+// The record as text, by the printer, and the bit trace of the message as text or as a page.
 #include <stdio.h>
 
 #include "api/session.h"
+#include "rtxsrc/trace/rtxTraceWalk.h"
+#include "velnor3gpp/rtxDiagBitTrace.h"
 #include "velnor3gpp/rtxPrintStream.h"
 
 namespace {
@@ -30,6 +32,17 @@ static void takePiece(void* arg, const char* format, va_list args)
   out.length += more;
 }
 
+// Terminates what was written and hands it out.
+static int finish(Output& out, const char** text, size_t* count)
+{
+  char* first = velnor3gpp_room(&out.session, out.length + 1);
+  if (out.failed || !first) return RTX_E_NO_MEMORY;
+  if (!out.length) first[0] = 0;
+  *text = first;
+  *count = out.length;
+  return 0;
+}
+
 int velnor3gpp_toText(velnor3gpp_Session* session, const char** text, size_t* count)
 {
   if (!session || !text || !count) return RTX_E_NULL_POINTER;
@@ -41,10 +54,30 @@ int velnor3gpp_toText(velnor3gpp_Session* session, const char** text, size_t* co
   const L3Type& type = typeOf(*session->known);
   l3Print(&session->ctxt, type, l3NameOf(type), session->record);
   rtxPrintStreamRelease(&session->ctxt);
-  char* first = velnor3gpp_room(session, out.length + 1);
-  if (out.failed || !first) return RTX_E_NO_MEMORY;
-  if (!out.length) first[0] = 0;
-  *text = first;
-  *count = out.length;
-  return 0;
+  return finish(out, text, count);
+}
+
+static void putTrace(RtxContext& ctxt, unsigned flags)
+{
+  RtxBitFieldList* list = ctxt.pBitFldList;
+  list->pLastPrinted = nullptr; // a print before this one does not shorten it
+  RtxTraceData data;
+  if (!(flags & VELNOR3GPP_HTML)) return rtxDiagBitTracePrint(list, nullptr);
+  if (!rtxTraceFindData(&ctxt, &data)) return;
+  RtxPrintSink sink = rtxSinkOfStream(&ctxt);
+  rtxTracePutPage(sink, list, nullptr, data);
+  rtxSinkDone(sink);
+}
+
+int velnor3gpp_trace(velnor3gpp_Session* session, unsigned flags, const char** text, size_t* count)
+{
+  if (!session || !text || !count) return RTX_E_NULL_POINTER;
+  *text = nullptr;
+  *count = 0;
+  if (!positionsOf(*session)) return RTX_E_BAD_PARAMETER;
+  Output out = {*session, 0, false};
+  if (rtxSetPrintStream(&session->slow, takePiece, &out) < 0) return RTX_E_NO_MEMORY;
+  putTrace(session->slow, flags);
+  rtxPrintStreamRelease(&session->slow);
+  return finish(out, text, count);
 }

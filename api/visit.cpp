@@ -23,6 +23,7 @@ struct Name {
   uint32_t length;    // of the key
   uint32_t index;
   NameKind kind;
+  const L3Type* type = nullptr; // that has nothing but this element
 };
 
 struct Walk {
@@ -74,9 +75,9 @@ static void begin(Place& place, const Place* parent, const Name& name, velnor3gp
   node.bits = 0;
   place.pushed = name.pushed;
   place.member = nullptr;
-  place.type = nullptr;
   place.record = nullptr;
   place.store = 0;
+  place.type = name.type;
 }
 
 static int tell(Walk& walk, Place& place)
@@ -286,14 +287,19 @@ static void visitMembers(Walk& walk, const Place* parent, const L3Type& type, co
   if (type.message) visitRows(walk, parent, type.message->options, type.message->count, name, record);
 }
 
+static Name ofType(Name name, const L3Type& type)
+{
+  name.type = &type;
+  return name;
+}
+
 static void visitRecord(Walk& walk, const Place* parent, const L3Type& type, const Name& name, const uint8_t* record)
 {
   static constexpr Name kNone = {nullptr, nullptr, 0, 0, NameKind::none};
-  if (l3IsBare(type)) return visitMembers(walk, parent, type, name, record);
+  if (l3IsBare(type)) return visitMembers(walk, parent, type, ofType(name, type), record);
   if (name.kind == NameKind::none) return visitMembers(walk, parent, type, kNone, record);
   Place place;
-  begin(place, parent, name, VELNOR3GPP_RECORD);
-  place.type = &type;
+  begin(place, parent, ofType(name, type), VELNOR3GPP_RECORD);
   place.record = record;
   if (enter(walk, place)) visitMembers(walk, &place, type, kNone, record);
   leave(walk, place);
@@ -305,8 +311,9 @@ static void visitType(Walk& walk, const Place* parent, const L3Type& named, cons
   L3TextForm text = l3TextForm(type);
   unsigned hidden = type.flags & kL3Private ? 1 : 0;
   if (text != L3TextForm::none)
-    return visitString(walk, parent, name, VELNOR3GPP_TEXT, textOf(value, text == L3TextForm::array ? type.size : 0));
-  if (l3IsEmpty(type)) return visitNumber(walk, parent, name, VELNOR3GPP_NOTHING, 0, 0);
+    return visitString(walk, parent, ofType(name, type), VELNOR3GPP_TEXT,
+                       textOf(value, text == L3TextForm::array ? type.size : 0));
+  if (l3IsEmpty(type)) return visitNumber(walk, parent, ofType(name, type), VELNOR3GPP_NOTHING, 0, 0);
   if (walk.depth == kMaxDepth) {
     walk.status = RTX_E_NESTING_TOO_DEEP;
     return;
@@ -316,6 +323,12 @@ static void visitType(Walk& walk, const Place* parent, const L3Type& named, cons
   visitRecord(walk, parent, type, name, value);
   walk.hidden -= hidden;
   --walk.depth;
+}
+
+const velnor3gpp_Type* velnor3gpp_nodeType(const velnor3gpp_Node* node)
+{
+  const L3Type* type = node ? placeOf(node).type : nullptr;
+  return type ? publicType(findType(type->fullName)) : nullptr;
 }
 
 const char* pushedName(const Node* node)

@@ -209,6 +209,8 @@ typedef struct velnor3gpp_Node {
 
 /** A sample as short as it can be. */
 #define VELNOR3GPP_MINIMAL 4U
+/** A trace as a page. */
+#define VELNOR3GPP_HTML 8U
 
 /** Gets each node. 0: go on; 1 on ENTER: pass over what lies inside; below 0: end, the walk returns that. */
 typedef int (*velnor3gpp_VisitFunc)(const velnor3gpp_Node* node, void* arg);
@@ -318,9 +320,16 @@ VELNOR_API int velnor3gpp_visit(velnor3gpp_Session* session, unsigned flags, vel
 /** Writes the path of a node, "data.RegAccept5G.taiList.elements[0].tac", cut to `room` characters with the terminator.
  *  Returns the characters of the whole path without it. */
 VELNOR_API size_t velnor3gpp_nodePath(const velnor3gpp_Node* node, char* text, size_t room);
+/** Tells the type of a node, which has the standard's name and clause: of a record, and of a value that is a type by
+ *  itself. Null for any other, and for a null pointer. */
+VELNOR_API const velnor3gpp_Type* velnor3gpp_nodeType(const velnor3gpp_Node* node);
 /** Prints the session's record as text of lines, terminated. Returns 0, RTX_E_BAD_PARAMETER without a record, or
  *  RTX_E_NO_MEMORY. */
 VELNOR_API int velnor3gpp_toText(velnor3gpp_Session* session, const char** text, size_t* count);
+/** Writes the bit trace of the message that was decoded: for each field its element path, its position, its bits. It
+ *  is text of lines, or with VELNOR3GPP_HTML a whole page; terminated. The message is decoded once more for it. Returns
+ *  0, RTX_E_BAD_PARAMETER where no message was decoded, or RTX_E_NO_MEMORY. */
+VELNOR_API int velnor3gpp_trace(velnor3gpp_Session* session, unsigned flags, const char** text, size_t* count);
 /** Makes a record of the type that encodes and decodes to itself, with every element that can be there; with
  *  VELNOR3GPP_MINIMAL a message goes without elements that have an identifier. In a form, `message` names the message,
  * as its definition or the standard does; null: the form's first one. Returns 0, RTX_E_INVALID_CHOICE if the form has

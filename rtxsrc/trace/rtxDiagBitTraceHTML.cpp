@@ -2,6 +2,7 @@
 #include <stdio.h>
 #include <string.h>
 
+#include "rtxsrc/print/rtxPrintSink.h"
 #include "rtxsrc/trace/rtxTraceWalk.h"
 
 static const size_t kHeadSize = 401;
@@ -41,34 +42,41 @@ td.xml { background: gray; color: white; font-weight: bold; font-size: 100%; ove
 
 static const char kPageEnd[] = "</table>\n</body>\n</html>\n";
 
-static void putEscaped(FILE* file, const char* text)
+static void putEscaped(RtxPrintSink& sink, const char* text)
 {
   static const char kSpecial[] = "&<>\"";
   static const char* const kEntities[] = {"&amp;", "&lt;", "&gt;", "&quot;"};
   for (; *text != 0; text++) {
     const char* special = strchr(kSpecial, *text);
     if (special != nullptr)
-      (void)fputs(kEntities[special - kSpecial], file);
+      rtxSinkPut(sink, {kEntities[special - kSpecial]});
     else
-      (void)fputc(*text, file);
+      rtxSinkWrite(sink, text, 1);
   }
 }
 
-static void putHeadRow(FILE* file, const RtxTraceEntry& entry, const char* varname)
+static RtxPiece signedText(RtxNumText& number, size_t value)
+{
+  return rtxDecimal(number, static_cast<ptrdiff_t>(value));
+}
+
+static void putHeadRow(RtxPrintSink& sink, const RtxTraceEntry& entry, const char* varname)
 {
   char head[kHeadSize];
+  RtxNumText offset, count, next;
   rtxTraceHead(head, sizeof head, entry.field, varname);
-  (void)fputs("<tr>\n<td colspan=\"3\" class=\"xml\">\n<code>\n", file);
-  putEscaped(file, head);
-  (void)fprintf(file, "<br/>\nbit offset: %zd bit count: %zd next bit offset: %zd</td>\n</tr>\n\n",
-                entry.field.bitOffset, entry.field.bitCount, entry.nextOffset);
+  rtxSinkPut(sink, {"<tr>\n<td colspan=\"3\" class=\"xml\">\n<code>\n"});
+  putEscaped(sink, head);
+  rtxSinkPut(sink, {"<br/>\nbit offset: ", signedText(offset, entry.field.bitOffset),
+                    " bit count: ", signedText(count, entry.field.bitCount),
+                    " next bit offset: ", signedText(next, entry.nextOffset), "</td>\n</tr>\n\n"});
 }
 
 enum class Column { bits, hex, chars };
 
 // One cell under construction: it takes one column of each line.
 struct Cell {
-  FILE* file;
+  RtxPrintSink& sink;
   Column column;
   size_t lines;
 };
@@ -76,55 +84,55 @@ struct Cell {
 static void putCellLine(void* arg, const RtxBitLine& line)
 {
   Cell& cell = *static_cast<Cell*>(arg);
-  if (cell.lines++ > 0) (void)fputs("<br/>\n", cell.file);
+  if (cell.lines++ > 0) rtxSinkPut(cell.sink, {"<br/>\n"});
   switch (cell.column) {
     case Column::bits:
-      return putEscaped(cell.file, line.bits);
+      return putEscaped(cell.sink, line.bits);
     case Column::hex:
-      return putEscaped(cell.file, line.hex);
+      return putEscaped(cell.sink, line.hex);
     case Column::chars:
-      return putEscaped(cell.file, line.chars);
+      return putEscaped(cell.sink, line.chars);
   }
 }
 
 // The lines run once for each cell, each time from the same state, so that none need be kept.
-static void putCell(FILE* file, Column column, const char* width, RtxBitLine& line, const RtxTraceData& data,
+static void putCell(RtxPrintSink& sink, Column column, const char* width, RtxBitLine& line, const RtxTraceData& data,
                     const RtxTraceEntry& entry)
 {
-  Cell cell = {file, column, 0};
-  (void)fprintf(file, "<td align=\"left\" width=\"%s\"><code>\n", width);
+  Cell cell = {sink, column, 0};
+  rtxSinkPut(sink, {"<td align=\"left\" width=\"", width, "\"><code>\n"});
   rtxBitLineField(line, data, entry.field, entry.nextOffset, {putCellLine, &cell});
   if (cell.lines > 0) {
-    (void)fputc('\n', file);
+    rtxSinkPut(sink, {"\n"});
   } else if (column == Column::hex) {
-    (void)fputs("&nbsp;\n", file);
+    rtxSinkPut(sink, {"&nbsp;\n"});
   }
-  (void)fputs("</code></td>\n", file);
+  rtxSinkPut(sink, {"</code></td>\n"});
 }
 
-static void putBitsRow(FILE* file, RtxBitLine& line, const RtxTraceData& data, const RtxTraceEntry& entry)
+static void putBitsRow(RtxPrintSink& sink, RtxBitLine& line, const RtxTraceData& data, const RtxTraceEntry& entry)
 {
   RtxBitLine forHex = line;
   RtxBitLine forChars = line;
-  (void)fputs("<tr>\n", file);
-  putCell(file, Column::bits, "60%", line, data, entry);
-  putCell(file, Column::hex, "25%", forHex, data, entry);
-  putCell(file, Column::chars, "15%", forChars, data, entry);
-  (void)fputs("</tr>\n\n", file);
+  rtxSinkPut(sink, {"<tr>\n"});
+  putCell(sink, Column::bits, "60%", line, data, entry);
+  putCell(sink, Column::hex, "25%", forHex, data, entry);
+  putCell(sink, Column::chars, "15%", forChars, data, entry);
+  rtxSinkPut(sink, {"</tr>\n\n"});
 }
 
-static void putPage(FILE* file, const RtxBitFieldList* pList, const char* varname, const RtxTraceData& data)
+void rtxTracePutPage(RtxPrintSink& sink, const RtxBitFieldList* pList, const char* varname, const RtxTraceData& data)
 {
   RtxTraceWalk walk;
   RtxBitLine line; // of its own: a text print that goes on later keeps its line
   rtxBitLineInit(line);
-  (void)fputs(kPageStart, file);
+  rtxSinkPut(sink, {kPageStart});
   for (rtxTraceStart(walk, pList->fieldList.head); walk.node != nullptr; walk.node = walk.node->next) {
     RtxTraceEntry entry = rtxTraceEntryAt(walk);
-    putHeadRow(file, entry, varname);
-    putBitsRow(file, line, data, entry);
+    putHeadRow(sink, entry, varname);
+    putBitsRow(sink, line, data, entry);
   }
-  (void)fputs(kPageEnd, file);
+  rtxSinkPut(sink, {kPageEnd});
 }
 
 static FILE* openPage(const char* filename)
@@ -145,6 +153,8 @@ void rtxDiagBitTracePrintHTML(const char* filename, RtxBitFieldList* pList, cons
   }
   FILE* file = openPage(filename);
   if (file == nullptr) return;
-  putPage(file, pList, varname, data);
+  RtxPrintSink sink = rtxSinkOfFile(file);
+  rtxTracePutPage(sink, pList, varname, data);
+  rtxSinkDone(sink);
   if (file != stdout) (void)fclose(file);
 }

@@ -3,6 +3,7 @@
 #ifndef VELNOR_RTX_TRACE_WALK_H
 #define VELNOR_RTX_TRACE_WALK_H
 
+#include "rtxsrc/print/rtxPrintSink.h"
 #include "rtxsrc/trace/rtxBitLine.h"
 
 // Whether the context's buffer holds all octets that were coded: no stream, or one that works in memory.
@@ -31,5 +32,8 @@ RtxTraceEntry rtxTraceEntryAt(const RtxTraceWalk& walk);
 
 // The head line: variable name, element path and label, cut to `size` - 1 characters.
 void rtxTraceHead(char* head, size_t size, const RtxBitField& field, const char* varname);
+
+// Writes the page of a trace.
+void rtxTracePutPage(RtxPrintSink& sink, const RtxBitFieldList* pList, const char* varname, const RtxTraceData& data);
 
 #endif

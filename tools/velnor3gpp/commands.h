@@ -9,7 +9,7 @@ void addCdr(CLI::App& app, Program& program);
 void addDecode(CLI::App& app, Program& program);
 void addFilter(CLI::App& app, Program& program);
 void addRoundtrip(CLI::App& app, Program& program);
-void addTypes(CLI::App& app, Program& program);
+void addTrace(CLI::App& app, Program& program);
 void addVersion(CLI::App& app, Program& program);
 
 #endif

@@ -7,6 +7,7 @@
 #define VELNOR3GPP_PROGRAM_FRAME_H
 
 #include <CLI/CLI.hpp>
+#include <chrono>
 #include <initializer_list>
 #include <stdexcept>
 #include <string>
@@ -55,6 +56,25 @@ CLI::App* newCommand(CLI::App& app, const std::string& name, const std::string& 
 // Writes a line to standard error, behind what is written to `out`: "velnor3gpp: TEXT". Control characters in it
 // become blanks; text behind the first line feed stands below it unchanged.
 void complain(Output& out, const std::string& text);
+// The same where nothing was written yet.
+void complain(const std::string& text);
+
+// A string of JSON with its quotes. What is no UTF-8 becomes U+FFFD.
+std::string jsonString(std::string_view text);
+
+// How far a long run has come, on standard error where that is a terminal and standard output is none: after the first
+// second, and then four times a second.
+class Progress {
+public:
+  explicit Progress(const Output& out);
+  void show(size_t octets, size_t messages);
+  void clear(); // takes the line away
+
+private:
+  bool on;
+  bool shown = false;
+  std::chrono::steady_clock::time_point next;
+};
 
 // "1 octet", "2 octets".
 std::string counted(size_t count, const char* what);

@@ -3,9 +3,6 @@
 #include <array>
 #include <cstdio>
 
-#include "names.h"
-#include "usage.h"
-
 // The value of each character as a digit. Digits are most of what the program reads, and a table tells them without a
 // branch that depends on the digit.
 static constexpr auto kDigitValues = [] {
@@ -32,7 +29,7 @@ std::string showChar(char c)
 
 static bool isGap(char c)
 {
-  return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == ':' || c == ',';
+  return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == ':' || c == ',' || c == '-';
 }
 
 static HexText fault(size_t column, std::string problem)
@@ -40,21 +37,27 @@ static HexText fault(size_t column, std::string problem)
   return {{}, column, std::move(problem)};
 }
 
+// 0x, 0X or, as strings of C and Python have it, \x.
+static bool isPrefix(std::string_view text, size_t at)
+{
+  return text.size() - at >= 2 && (text[at] == '0' || text[at] == '\\') && (text[at + 1] == 'x' || text[at + 1] == 'X');
+}
+
 // Reads one word from `at` and moves it behind. Gives the fault, or a result without one.
 static HexText readWord(std::string_view text, size_t& at, std::vector<uint8_t>& octets)
 {
   size_t start = at;
-  if (text.size() - at >= 2 && text[at] == '0' && (text[at + 1] == 'x' || text[at + 1] == 'X')) at += 2;
+  if (isPrefix(text, at)) at += 2;
   size_t digits = 0;
   int high = 0;
   for (; at < text.size(); ++at, ++digits) {
     int value = hexDigit(text[at]);
-    if (value < 0 && isGap(text[at])) break;
+    if (value < 0 && (isGap(text[at]) || text[at] == '#' || isPrefix(text, at))) break;
     if (value < 0) return fault(at + 1, showChar(text[at]) + " is no hexadecimal digit");
     if (digits % 2) octets.push_back(static_cast<uint8_t>(high << 4 | value));
     high = value;
   }
-  if (digits == 0) return fault(start + 1, "0x without digits behind it");
+  if (digits == 0) return fault(start + 1, std::string(text.substr(start, 2)) + " without digits behind it");
   if (digits % 2) return fault(at, "half an octet: write two digits for each octet");
   return {};
 }
@@ -64,6 +67,7 @@ HexText readHex(std::string_view text)
   HexText result;
   result.octets.reserve(text.size() / 2);
   for (size_t at = 0; at < text.size();) {
+    if (text[at] == '#') break; // a comment
     if (isGap(text[at])) {
       ++at;
       continue;
@@ -86,17 +90,12 @@ std::string octetText(const unsigned char* octets, size_t count)
   return text;
 }
 
-Direction readWay(std::string_view word)
+std::string plainHex(const uint8_t* octets, size_t count)
 {
-  return static_cast<Direction>(readDirection(word));
-}
-
-Channel readCarrier(std::string_view word)
-{
-  return static_cast<Channel>(readChannel(word));
-}
-
-const char* wayName(Direction direction)
-{
-  return direction == Direction::kUp ? "uplink" : direction == Direction::kDown ? "downlink" : "unknown direction";
+  std::string text(2 * count, 0);
+  for (size_t i = 0; i < count; ++i) {
+    text[2 * i] = "0123456789abcdef"[octets[i] >> 4];
+    text[2 * i + 1] = "0123456789abcdef"[octets[i] & 15];
+  }
+  return text;
 }

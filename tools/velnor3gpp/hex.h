@@ -1,5 +1,5 @@
-// Octets written in hexadecimal, as people paste them: in words of any even length, with or without 0x, between them
-// blanks, colons or commas.
+// Octets written in hexadecimal, as people paste them: in words of any even length, with or without 0x or \x, between
+// them blanks, colons, commas or hyphens; what follows a # is a comment.
 #ifndef VELNOR3GPP_PROGRAM_HEX_H
 #define VELNOR3GPP_PROGRAM_HEX_H
 
@@ -20,5 +20,10 @@ HexText readHex(std::string_view text);
 int hexDigit(char c);
 // A character as a person can read it: quoted, or by number if it does not print.
 std::string showChar(char c);
+
+// Octets as lower-case hexadecimal with blanks between them.
+std::string octetText(const uint8_t* octets, size_t count);
+// The same without blanks.
+std::string plainHex(const uint8_t* octets, size_t count);
 
 #endif

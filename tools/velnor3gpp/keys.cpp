@@ -1,11 +1,13 @@
 #include "keys.h"
 
+#include <sys/stat.h>
+
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <set>
 
+#include "frame.h"
 #include "hex.h"
 
 namespace {
@@ -154,31 +156,26 @@ void readKeys(std::istream& in, const std::string& fileName, Keys& keys)
   checkComplete(reader);
 }
 
+static void refuseDirectory(const std::string& fileName)
+{
+  struct stat facts = {};
+  if (stat(fileName.c_str(), &facts) < 0) throw UsageError(fileName + ": cannot be opened: " + strerror(errno));
+  if (S_ISDIR(facts.st_mode)) throw UsageError(fileName + ": is a directory; name a key file");
+}
+
+// Keys that every user of the machine can read are no secret any more.
+static void warnOfReaders(const std::string& fileName)
+{
+  struct stat facts = {};
+  if (stat(fileName.c_str(), &facts) == 0 && S_ISREG(facts.st_mode) && facts.st_mode & S_IROTH)
+    complain(fileName + ": all users can read these keys; 'chmod 600 " + fileName + "' mends that");
+}
+
 void readKeyFile(const std::string& fileName, Keys& keys)
 {
-  std::error_code ignored;
-  if (std::filesystem::is_directory(fileName, ignored))
-    throw UsageError(fileName + ": is a directory; name a key file");
+  refuseDirectory(fileName);
   std::ifstream in(fileName);
-  if (!in) throw UsageError(fileName + ": cannot be opened: " + strerror(errno));
+  if (!in) throw InputError(fileName + ": cannot be opened: " + strerror(errno));
   readKeys(in, fileName, keys);
-}
-
-static size_t slot(Direction direction)
-{
-  return direction == Direction::kDown ? 1 : 0;
-}
-
-uint32_t countFor(const Keys& keys, Direction direction, uint32_t sequence, unsigned sequenceBits)
-{
-  if (keys.count) return *keys.count;
-  uint32_t next = keys.nextCount[slot(direction)];
-  uint32_t mask = (1U << sequenceBits) - 1;
-  uint32_t count = (next & ~mask) | (sequence & mask);
-  return count < next ? count + mask + 1 : count;
-}
-
-void noteCount(Keys& keys, Direction direction, uint32_t count)
-{
-  keys.nextCount[slot(direction)] = count;
+  warnOfReaders(fileName);
 }

@@ -9,15 +9,13 @@
 #include <optional>
 #include <string>
 
-#include "usage.h"
-
 struct Keys {
   std::array<uint8_t, 16> integrityKey{};
   std::array<uint8_t, 16> cipherKey{};
   uint32_t integrityAlg = 0;
   uint32_t cipherAlg = 0;
   std::optional<uint8_t> bearer;       // none: 1 for 5GS, 0 for EPS
-  std::optional<uint32_t> count;       // of every message, whatever its sequence number
+  std::optional<uint32_t> count;       // the lowest one of every message
   std::array<uint32_t, 2> nextCount{}; // uplink, downlink: the lowest count of the next message
 
   Keys() = default;
@@ -26,13 +24,10 @@ struct Keys {
   ~Keys();
 };
 
-// Opens and reads a key file; throws UsageError with name, line and reason.
+// Opens and reads a key file; throws UsageError with name, line and reason. A file that all
+// users can read is named on standard error.
 void readKeyFile(const std::string& fileName, Keys& keys);
+// The same from a stream.
 void readKeys(std::istream& in, const std::string& fileName, Keys& keys);
-
-// The count of a message in this direction with these low bits: the lowest one that is not below the next count.
-uint32_t countFor(const Keys& keys, Direction direction, uint32_t sequence, unsigned sequenceBits);
-// Notes a count as used. Later messages of the direction have this count or a higher one.
-void noteCount(Keys& keys, Direction direction, uint32_t count);
 
 #endif

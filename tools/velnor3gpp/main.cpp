@@ -14,7 +14,7 @@ static constexpr void (*kCommands[])(CLI::App& app, Program& program) = {
     addDecode,
     addFilter,
     addRoundtrip,
-    addTypes,
+    addTrace,
     addCapture,
     addCdr,
     addVersion,

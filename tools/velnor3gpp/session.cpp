@@ -19,6 +19,12 @@ static std::string channelFault(const std::string& word)
   return "'" + word + "' is no channel; write bcch, ccch, dcch, sacch or short";
 }
 
+void addInputs(CLI::App& command, std::vector<std::string>& inputs)
+{
+  command.add_option("input", inputs,
+                     "octets in hexadecimal, file names, or - for standard input (one message a line)");
+}
+
 void addKeyOption(CLI::App& command, SessionOptions& options)
 {
   command.add_option("--keys", options.keyFile, "key file: algorithms, keys, bearer, counts")->type_name("FILE");
@@ -62,10 +68,8 @@ static velnor3gpp_Keys sessionKeys(const Keys& file)
 
 void setKeys(velnor3gpp_Session* session, const SessionOptions& options)
 {
-  if (options.keyFile.empty()) return;
-  Keys file;
-  readKeyFile(options.keyFile, file);
-  velnor3gpp_Keys keys = sessionKeys(file);
+  if (!options.keys) return;
+  velnor3gpp_Keys keys = sessionKeys(*options.keys);
   int status = velnor3gpp_setKeys(session, &keys);
   explicit_bzero(&keys, sizeof keys);
   checkMemory(status);
@@ -77,6 +81,10 @@ Session openSession(const SessionOptions& options)
   checkMemory(velnor3gpp_open(&session));
   Session opened(session);
   velnor3gpp_setOption(session, VELNOR3GPP_OPTION_RELEASE, options.release);
+  if (!options.keyFile.empty() && !options.keys) {
+    options.keys = std::make_shared<Keys>();
+    readKeyFile(options.keyFile, *options.keys);
+  }
   setKeys(session, options);
   return opened;
 }

@@ -5,16 +5,19 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
+#include <vector>
 
+#include "keys.h"
 #include "velnor3gpp/velnor3gpp.h"
 
 // What messages are and how to read them. The texts are those of the command line.
 struct SessionOptions {
-  std::string as;        // name of a type, or empty
-  std::string direction; // or empty
-  std::string channel;   // or empty
-  std::string keyFile;   // or empty
-  unsigned release = 0;  // newest release of radio capabilities, 0: all
+  std::string as;                     // name of a type, or empty
+  std::string direction;              // or empty
+  std::string channel;                // or empty
+  std::string keyFile;                // or empty
+  unsigned release = 0;               // newest release of radio capabilities, 0: all
+  mutable std::shared_ptr<Keys> keys; // of the key file, which is read once
 };
 
 struct CloseSession {
@@ -24,11 +27,13 @@ using Session = std::unique_ptr<velnor3gpp_Session, CloseSession>;
 
 // Adds --as, --dir, --channel, --keys and --release.
 void addSessionOptions(CLI::App& command, SessionOptions& options);
+// Adds the messages: octets, files or -.
+void addInputs(CLI::App& command, std::vector<std::string>& inputs);
 // Adds --keys alone.
 void addKeyOption(CLI::App& command, SessionOptions& options);
 // Opens a session with the keys and the release. Throws UsageError for a key file that is wrong, std::bad_alloc.
 Session openSession(const SessionOptions& options);
-// Reads the keys anew into the session, so that its counts begin again. Does nothing without a key file.
+// Sets the keys anew, so that the counts begin again. Does nothing without a key file.
 void setKeys(velnor3gpp_Session* session, const SessionOptions& options);
 // The type of --as, or null without one. Throws UsageError.
 const velnor3gpp_Type* typeOf(const SessionOptions& options);

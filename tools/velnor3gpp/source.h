@@ -5,20 +5,46 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "usage.h"
+#include "velnor3gpp/velnor3gpp.h"
+
+// The longest line, in octets. What is longer is read to its end and said to be too long.
+inline constexpr size_t kMostLine = 131072;
 
 struct Message {
   std::string place; // "file:line", or "arguments"
   std::vector<uint8_t> octets;
-  Direction direction = Direction::kUnknown; // if the line begins with "up" or "down"
-  Channel channel = Channel::kUnknown;       // if the line begins with one
-  std::string type;                          // if the line names one
+  velnor3gpp_Direction direction = VELNOR3GPP_DIRECTION_UNKNOWN; // if the line begins with one
+  velnor3gpp_Channel channel = VELNOR3GPP_CHANNEL_UNKNOWN;       // if the line begins with one
+  std::string type;                                              // if the line names one
 };
 
-// Hands every message of the inputs to `take`. A line that holds no octets is named on standard error and counted.
-// Returns the number of such lines. Throws UsageError for what is no input at all.
-size_t readMessages(const std::vector<std::string>& inputs, const std::function<void(const Message&)>& take);
+// A line that is no message.
+struct BadLine {
+  std::string place;
+  std::string problem;   // with the column
+  std::string_view line; // as it stands; valid during the call
+  size_t column;         // of the fault, from 1; 0: the line as a whole
+};
+
+struct Taker {
+  std::function<void(const Message&)> message;
+  std::function<void(const BadLine&)> bad;
+  std::function<void(size_t octets)> progress; // after each piece of a file; may be empty
+};
+
+// Hands every line of the inputs to `taker`, in order, and holds one line at a time. Without inputs, standard input is
+// read if it is no terminal. Throws UsageError for what is no input at all, InputError if reading fails.
+void readMessages(const std::vector<std::string>& inputs, const Taker& taker);
+// The same for any text: the lines, without what ends them. Lines that are too long come with `whole` false.
+void readLines(const std::vector<std::string>& inputs,
+               const std::function<void(const std::string& place, std::string_view line, bool whole)>& take,
+               const std::function<void(size_t octets)>& progress);
+
+// The fault with the line below it and a caret under the column. Of a long line the part around the column is shown;
+// what is no printing character stands as a dot.
+std::string withCaret(const std::string& fault, std::string_view line, size_t column);
 
 #endif

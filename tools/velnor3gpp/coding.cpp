@@ -1,0 +1,247 @@
+#include "coding.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "hex.h"
+#include "names.h"
+
+static constexpr char k5gs[] = "TS24501Msg_PDU";
+static constexpr char kEps[] = "TS24301Msg_PDU";
+static constexpr char kPseudoLength[] = "TS44018Msg_L2_PSEUDO_LEN_PDU";
+static constexpr char kShort[] = "TS44018Msg_RR_Short_PD_PDU";
+
+static bool isForm(const velnor3gpp_Type* type, const char* name)
+{
+  return type && strcmp(factsOf(type).name, name) == 0;
+}
+
+static std::vector<const velnor3gpp_Type*> formsOf(const Message& message, velnor3gpp_Direction direction,
+                                                   velnor3gpp_Channel channel)
+{
+  const velnor3gpp_Type* types[VELNOR3GPP_FORMS_MAX];
+  size_t count = velnor3gpp_forms(message.octets.data(), message.octets.size(), direction, channel, types);
+  if (count) return {types, types + count};
+  bool radio = (message.octets[0] & 15) == 6;
+  throw UsageError("the first octet " + octetText(message.octets.data(), 1) +
+                   " does not tell what the message is; name its type with --as TYPE" +
+                   (radio ? ", or its channel with --channel and its direction with --dir" : ""));
+}
+
+static void decodeAs(velnor3gpp_Session* session, const velnor3gpp_Type* type, velnor3gpp_Direction direction,
+                     const Message& message)
+{
+  checkMemory(velnor3gpp_decode(session, type, direction, message.octets.data(), message.octets.size()));
+}
+
+// How well a form fits: 0 if the octets come back, 1 if octets are passed over or lacking, 2 not at all.
+static int misfit(velnor3gpp_Session* session, const velnor3gpp_Type* type, velnor3gpp_Direction direction,
+                  const Message& message)
+{
+  decodeAs(session, type, direction, message);
+  velnor3gpp_Result result = resultOf(session);
+  if (result.status < 0) return 2;
+  bool whole = !result.missing && result.used == message.octets.size();
+  return whole && compareAgain(session).octets == message.octets ? 0 : 1;
+}
+
+// Only radio resource messages have more than one form, and those are not protected: trying takes no counts.
+static void decodeBest(velnor3gpp_Session* session, const std::vector<const velnor3gpp_Type*>& forms,
+                       velnor3gpp_Direction direction, const Message& message, std::vector<std::string>* tried)
+{
+  const velnor3gpp_Type* best = forms[0];
+  int least = 3;
+  for (const velnor3gpp_Type* form : forms) {
+    int fit = forms.size() > 1 ? misfit(session, form, direction, message) : 0;
+    if (fit < least) best = form;
+    least = std::min(least, fit);
+  }
+  decodeAs(session, best, direction, message);
+  for (const velnor3gpp_Type* form : forms)
+    if (tried && form != best) tried->emplace_back(factsOf(form).name);
+}
+
+static const velnor3gpp_Type* decodable(const std::string& name)
+{
+  const velnor3gpp_Type* type = typeNamed(name);
+  if (!factsOf(type).decodes) throw UsageError("type '" + name + "' has no decoder of its own");
+  return type;
+}
+
+void decodeMessage(velnor3gpp_Session* session, const SessionOptions& options, const Message& message,
+                   std::vector<std::string>* tried)
+{
+  velnor3gpp_Direction direction = message.direction ? message.direction : readDirection(options.direction);
+  velnor3gpp_Channel channel = message.channel ? message.channel : readChannel(options.channel);
+  const std::string& name = message.type.empty() ? options.as : message.type;
+  if (options.keys && options.keys->count) setKeys(session, options);
+  if (!name.empty()) return decodeAs(session, decodable(name), direction, message);
+  decodeBest(session, formsOf(message, direction, channel), direction, message, tried);
+}
+
+Outcome outcomeOf(velnor3gpp_Session* session)
+{
+  velnor3gpp_Result result = resultOf(session);
+  if (result.headerOnly && result.status == RTX_E_NO_SECURITY) return Outcome::kSealed;
+  if (result.status < 0) return Outcome::kBad;
+  return result.findings || result.missing ? Outcome::kRemarks : Outcome::kGood;
+}
+
+void count(Counts& counts, Outcome outcome)
+{
+  ++counts.messages;
+  counts.remarks += outcome == Outcome::kRemarks;
+  counts.sealed += outcome == Outcome::kSealed;
+  counts.bad += outcome == Outcome::kBad;
+}
+
+std::string findingText(const velnor3gpp_Finding& finding)
+{
+  std::string text = "status " + std::to_string(finding.status) + " (" + finding.text + ")";
+  if (*finding.path) text += std::string(", element ") + finding.path;
+  if (finding.octet != SIZE_MAX) text += ", octet " + std::to_string(finding.octet);
+  for (char& c : text)
+    if (static_cast<unsigned char>(c) < 0x20) c = ' ';
+  return text;
+}
+
+// The header of a form, of which a message needs all octets before anything can be said of it.
+struct Header {
+  const char* form;
+  uint8_t mask, first; // the octets that begin so
+  size_t octets;
+  const char* parts;
+};
+
+static constexpr Header kHeaders[] = {
+    {k5gs, 255, 126, 3, "7e, security header type, message type"},
+    {k5gs, 255, 46, 4, "2e, PDU session identity, transaction identity, message type"},
+    {kEps, 15, 2, 3, "bearer identity and 2, transaction identity, message type"},
+    {kEps, 15, 7, 2, "security header type and 7, message type"},
+    {"TS24008Msg_PDU", 0, 0, 2, "protocol discriminator, message type"},
+    {"TS24011Msg_CP_PDU", 0, 0, 2, "protocol discriminator, message type"},
+};
+
+std::string adviceFor(velnor3gpp_Session* session)
+{
+  velnor3gpp_Result result = resultOf(session);
+  if (!result.count || result.status >= 0) return "";
+  for (const Header& header : kHeaders)
+    if (isForm(result.type, header.form) && (result.octets[0] & header.mask) == header.first &&
+        result.count < header.octets)
+      return "has " + counted(result.count, "octet") + "; such a message has " + std::to_string(header.octets) +
+             " at least: " + header.parts;
+  return "";
+}
+
+std::string protectionText(velnor3gpp_Session* session)
+{
+  velnor3gpp_Result result = resultOf(session);
+  switch (result.check) {
+    case VELNOR3GPP_VERIFIED:
+      return std::string("verified, ") + (result.direction == VELNOR3GPP_DOWN ? "downlink" : "uplink");
+    case VELNOR3GPP_FORGED:
+      return "FAILED: the authentication code does not fit these keys and counts";
+    case VELNOR3GPP_NO_KEYS:
+      return result.headerOnly ? "ciphered, and no keys given (--keys): only the header can be read"
+                               : "not checked: no keys given (--keys)";
+    case VELNOR3GPP_NULL_ALGORITHM:
+      return "not checked: the key file says that integrity protection is null";
+    case VELNOR3GPP_NOT_COVERED:
+      return "not checked: this header type is not verified by the receiver";
+    case VELNOR3GPP_NOT_REACHED:
+      return "not checked: decoding ended before";
+    default:
+      return "";
+  }
+}
+
+bool needsSummary(const Counts& counts)
+{
+  return counts.messages != 1 ? counts.messages > 0 : counts.remarks || counts.sealed || counts.bad;
+}
+
+std::string summaryOf(const Counts& counts)
+{
+  std::string text = counted(counts.messages, "message");
+  size_t good = counts.messages - counts.remarks - counts.sealed - counts.bad;
+  text += ": " + std::to_string(good) + " in order";
+  if (counts.remarks) text += ", " + std::to_string(counts.remarks) + " with remarks";
+  if (counts.sealed) text += ", " + std::to_string(counts.sealed) + " ciphered (no keys)";
+  text += ", " + std::to_string(counts.bad) + " bad";
+  if (counts.noMessage) text += " (" + counted(counts.noMessage, "line") + " without a message)";
+  return text;
+}
+
+// Without keys the code cannot be made again: the comparison passes over it.
+static std::vector<uint8_t> withoutCode(const velnor3gpp_Result& result, std::vector<uint8_t> octets)
+{
+  if (result.check != VELNOR3GPP_NO_KEYS || octets.empty()) return octets;
+  bool fiveG = isForm(result.type, k5gs), request = !fiveG && octets[0] >> 4 >= 12;
+  size_t at = fiveG || request ? 2 : 1, count = request ? 2 : 4;
+  for (size_t i = at; i < octets.size() && i < at + count; ++i) octets[i] = 0;
+  return octets;
+}
+
+// The library ends with the octet that it has reached; a block goes on to its end with the same padding.
+static void fillBlock(const velnor3gpp_Result& result, std::vector<uint8_t>& octets)
+{
+  if ((isForm(result.type, kPseudoLength) || isForm(result.type, kShort)) && octets.size() < result.count)
+    octets.resize(result.count, 0x2B);
+}
+
+// Networks send fixed pseudo lengths with system information that is rest octets alone (0, 1, 22), encoders what the
+// header takes (2): the comparison passes over the six bits.
+static bool passOverPseudoLength(const velnor3gpp_Result& result, std::vector<uint8_t>& in, std::vector<uint8_t>& out)
+{
+  if (!isForm(result.type, kPseudoLength) || in.empty() || out.empty() || in[0] == out[0]) return false;
+  in[0] &= 3;
+  out[0] &= 3;
+  return true;
+}
+
+static void compare(const velnor3gpp_Result& result, const std::vector<uint8_t>& in, Comparison& done)
+{
+  const std::vector<uint8_t>& out = done.octets;
+  std::vector<uint8_t> a = withoutCode(result, in), b = withoutCode(result, out);
+  bool recounted = passOverPseudoLength(result, a, b);
+  done.equal = a == b;
+  std::string size = counted(in.size(), "octet");
+  if (!done.equal) {
+    auto parted =
+        std::mismatch(a.begin(), a.begin() + static_cast<std::ptrdiff_t>(std::min(a.size(), b.size())), b.begin());
+    done.text = "NOT EQUAL: from octet " + std::to_string(parted.first - a.begin()) + " on, " + size + " in, " +
+                std::to_string(out.size()) + " out";
+    return;
+  }
+  done.text = "equal: " + size;
+  if (recounted)
+    done.text += ", but for the pseudo length: " + std::to_string(in[0] >> 2) + " received, " +
+                 std::to_string(out[0] >> 2) + " counted";
+  else if (in != out)
+    done.text += ", but for the code, which needs keys (--keys)";
+}
+
+Comparison compareAgain(velnor3gpp_Session* session)
+{
+  velnor3gpp_Result result = resultOf(session);
+  std::vector<uint8_t> in(result.octets, result.octets + result.count);
+  const uint8_t* octets = nullptr;
+  size_t count = 0;
+  Comparison done;
+  if (checkMemory(velnor3gpp_encode(session, &octets, &count)) < 0) {
+    done.text = "not encoded:";
+    eachFinding(session, [&](const velnor3gpp_Finding& finding) { done.text += " " + findingText(finding); });
+    return done;
+  }
+  done.octets.assign(octets, octets + count);
+  fillBlock(result, done.octets);
+  compare(result, in, done);
+  return done;
+}
+
+void printOctets(Output& out, const char* title, const uint8_t* octets, size_t count)
+{
+  for (size_t at = 0; at < count; at += 24)
+    out.print("%-8s %s\n", at ? "" : title, octetText(octets + at, std::min<size_t>(24, count - at)).c_str());
+}

@@ -1,0 +1,161 @@
+// velnor3gpp decode: messages as text, JSON, values or a view. What is wrong with a message stands behind its record;
+// standard error has one line for the whole run.
+#include <unistd.h>
+
+#include "coding.h"
+#include "commands.h"
+#include "names.h"
+#include "velnor3gpp/velnor3gppJson.h"
+
+namespace {
+
+struct Options {
+  std::vector<std::string> inputs;
+  SessionOptions session;
+  bool json = false, names = false, positions = false;
+  bool trace = false, reencode = false, failOnError = false;
+};
+
+struct Run {
+  const Options& options;
+  Output& out;
+  Session session;
+  Counts counts;
+  bool different = false; // with --reencode
+};
+
+} // namespace
+
+static void printHeading(Run& run, const Message& message, const std::vector<std::string>& tried)
+{
+  velnor3gpp_Result result = resultOf(run.session.get());
+  std::string text = run.counts.messages > 1 ? "\n" : "";
+  text += message.place + "  " + (result.type ? factsOf(result.type).name : "no type") + "  ";
+  text += counted(message.octets.size(), "octet");
+  for (size_t i = 0; i < tried.size(); ++i) text += (i ? ", " : "; tried as ") + tried[i];
+  run.out.write(text + "\n");
+}
+
+static void printEnd(Run& run)
+{
+  velnor3gpp_Session* session = run.session.get();
+  velnor3gpp_Result result = resultOf(session);
+  std::string protection = protectionText(session);
+  if (!protection.empty()) run.out.write("protection: " + protection + "\n");
+  if (outcomeOf(session) == Outcome::kSealed) return;
+  if (result.status >= 0 && result.missing)
+    run.out.write("short by: " + counted(result.missing, "octet") + " of the declared lengths\n");
+  if (result.status >= 0 && result.used < result.count)
+    run.out.write("left over: " + counted(result.count - result.used, "octet") +
+                  " behind the last one that was read\n");
+  eachFinding(session, [&](const velnor3gpp_Finding& finding) {
+    run.out.write((finding.fatal ? "finding: " : "remark: ") + findingText(finding) + "\n");
+  });
+  std::string advice = adviceFor(session);
+  if (!advice.empty()) run.out.write("the message " + advice + "\n");
+}
+
+static void printRecord(Run& run)
+{
+  const char* text = nullptr;
+  size_t count = 0;
+  if (checkMemory(velnor3gpp_toText(run.session.get(), &text, &count)) >= 0) run.out.write({text, count});
+}
+
+static void printTrace(Run& run)
+{
+  const char* text = nullptr;
+  size_t count = 0;
+  if (checkMemory(velnor3gpp_trace(run.session.get(), 0, &text, &count)) < 0) return;
+  run.out.write("\nbit trace\n");
+  run.out.write({text, count});
+}
+
+// Encodes the record again and says whether the octets are the same.
+static void reencode(Run& run, const Message& message)
+{
+  Comparison done = compareAgain(run.session.get());
+  run.out.put('\n');
+  printOctets(run.out, "octets", message.octets.data(), message.octets.size());
+  printOctets(run.out, "again", done.octets.data(), done.octets.size());
+  run.out.write(done.text + "\n");
+  run.different = run.different || !done.equal;
+}
+
+static void printJson(Run& run)
+{
+  unsigned flags = (run.options.names ? VELNOR3GPP_NAMES : 0) | (run.options.positions ? VELNOR3GPP_POSITIONS : 0);
+  const char* text = nullptr;
+  size_t count = 0;
+  checkMemory(velnor3gpp_toJson(run.session.get(), flags, &text, &count));
+  run.out.write({text, count});
+  run.out.put('\n');
+}
+
+static void printText(Run& run, const Message& message, const std::vector<std::string>& tried, Outcome outcome)
+{
+  printHeading(run, message, tried);
+  printRecord(run);
+  printEnd(run);
+  if (run.options.trace) printTrace(run);
+  if (run.options.reencode && outcome <= Outcome::kRemarks) reencode(run, message);
+}
+
+static void printBadLine(Run& run, const BadLine& bad)
+{
+  ++run.counts.messages;
+  ++run.counts.bad;
+  ++run.counts.noMessage;
+  if (run.options.json)
+    return run.out.write("{\"err\":{\"text\":" + jsonString(bad.place + ": " + bad.problem) + "}}\n");
+  run.out.write(std::string(run.counts.messages > 1 ? "\n" : "") +
+                withCaret(bad.place + "  no message: " + bad.problem, bad.line, bad.column) + "\n");
+}
+
+static void decodeOne(Run& run, const Message& message)
+{
+  std::vector<std::string> tried;
+  try {
+    decodeMessage(run.session.get(), run.options.session, message, &tried);
+  } catch (const UsageError& error) { // of one line among others
+    if (message.place == "arguments") throw;
+    return printBadLine(run, {message.place, error.what(), "", 0});
+  }
+  Outcome outcome = outcomeOf(run.session.get());
+  count(run.counts, outcome);
+  if (run.options.json)
+    printJson(run);
+  else
+    printText(run, message, tried, outcome);
+}
+
+static int decode(const Options& options, Output& out)
+{
+  typeOf(options.session);
+  Run run{options, out, openSession(options.session), {}};
+  Progress progress(out);
+  readMessages(options.inputs, {[&](const Message& message) { decodeOne(run, message); },
+                                [&](const BadLine& bad) { printBadLine(run, bad); },
+                                [&](size_t octets) { progress.show(octets, run.counts.messages); }});
+  progress.clear();
+  if (needsSummary(run.counts)) complain(out, summaryOf(run.counts));
+  return options.failOnError && (run.counts.bad || run.different) ? kExitBadMessage : kExitDone;
+}
+
+void addDecode(CLI::App& app, Program& program)
+{
+  CLI::App* command = newCommand(app, "decode", "Decode messages and print their records",
+                                 {{"velnor3gpp decode 7e005b01", "one message, its octets in hexadecimal"},
+                                  {"velnor3gpp decode --json samples/registration-request.hex", "a file as JSON"},
+                                  {"velnor3gpp decode --as NSSAI 050401010203", "an element by itself"}});
+  auto options = std::make_shared<Options>();
+  addInputs(*command, options->inputs);
+  addSessionOptions(*command, options->session);
+  command->add_flag("--json", options->json, "an object of JSON for each message");
+  command->add_flag("--names", options->names, "with --json: names of values beside them (x$name)");
+  command->add_flag("--positions", options->positions, "with --json: where each element stands");
+  command->add_flag("--trace", options->trace, "print the bit trace behind each record");
+  command->add_flag("--reencode", options->reencode, "encode each record again and compare the octets");
+  command->add_flag("--fail-on-error", options->failOnError, "end with 1 if a message is bad");
+  command->callback([&program, options] { program.code = decode(*options, program.out); });
+}
