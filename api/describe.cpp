@@ -10,6 +10,8 @@ struct Name {
   const char* text;
   uint32_t length;
   bool has; // an element of its own, be it an entry or the whole
+  int identifier = -1;
+  const L3Type* type = nullptr; // that has nothing but this element
 };
 
 struct Describe {
@@ -33,6 +35,8 @@ static velnor3gpp_Member memberOf(const Name& name, velnor3gpp_Kind kind, bool o
   member.nameLength = name.length;
   member.optional = optional;
   member.most = SIZE_MAX;
+  member.identifier = name.identifier;
+  if (name.type) member.is = publicType(findType(name.type->fullName));
   return member;
 }
 
@@ -54,7 +58,7 @@ static Name nameOf(const L3Row& row, const Name& given)
 {
   if (!row.name) return given;
   const char* key = l3KeyOf(row);
-  return {key, static_cast<uint32_t>(strlen(key)), true};
+  return {key, static_cast<uint32_t>(strlen(key)), true, given.identifier, nullptr};
 }
 
 static void describeNumber(Describe& walk, const L3Row& row, const Name& name, bool optional, velnor3gpp_Kind kind)
@@ -187,10 +191,26 @@ static void describeRows(Describe& walk, const L3Row* rows, size_t count, const 
   }
 }
 
+static void describeOptions(Describe& walk, const L3Message& message)
+{
+  for (unsigned i = 0; i < message.count; ++i) {
+    const L3Iei& iei = message.ieis[i];
+    Name name = {nullptr, 0, false};
+    name.identifier = iei.half ? iei.value << 4 : iei.value;
+    describeRow(walk, message.options[i], nameOf(message.options[i], name), true);
+  }
+}
+
 static void describeMembers(Describe& walk, const L3Type& type, const Name& name, bool optional)
 {
   describeRows(walk, type.rows, type.rowCount, name, optional);
-  if (type.message) describeRows(walk, type.message->options, type.message->count, name, optional);
+  if (type.message) describeOptions(walk, *type.message);
+}
+
+static Name ofType(Name name, const L3Type& type)
+{
+  name.type = &type;
+  return name;
 }
 
 static void describeType(Describe& walk, const L3Type& type, const Name& name, bool optional, bool whole)
@@ -198,9 +218,9 @@ static void describeType(Describe& walk, const L3Type& type, const Name& name, b
   const L3Facts* known = whole ? nullptr : findType(type.fullName);
   L3TextForm text = l3TextForm(type);
   if (text != L3TextForm::none)
-    return describeString(walk, name, optional, VELNOR3GPP_TEXT, 0,
+    return describeString(walk, ofType(name, type), optional, VELNOR3GPP_TEXT, 0,
                           charactersIn(text == L3TextForm::array ? type.size : 0));
-  if (l3IsEmpty(type)) return tell(walk, memberOf(name, VELNOR3GPP_NOTHING, optional));
+  if (l3IsEmpty(type)) return tell(walk, memberOf(ofType(name, type), VELNOR3GPP_NOTHING, optional));
   if (walk.depth == kMaxDepth) {
     walk.status = RTX_E_NESTING_TOO_DEEP;
     return;
@@ -211,7 +231,7 @@ static void describeType(Describe& walk, const L3Type& type, const Name& name, b
   ++walk.depth;
   bool bare = l3IsBare(type), open = !bare && name.has;
   if (open) step(walk, member, VELNOR3GPP_ENTER);
-  describeMembers(walk, type, bare ? name : Name{nullptr, 0, false}, bare && optional);
+  describeMembers(walk, type, bare ? ofType(name, type) : Name{nullptr, 0, false}, bare && optional);
   if (open) step(walk, member, VELNOR3GPP_LEAVE);
   --walk.depth;
 }

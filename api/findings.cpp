@@ -53,6 +53,7 @@ int velnor3gpp_result(velnor3gpp_Session* session, velnor3gpp_Result* result)
   all.headerOnly = session->headerOnly;
   all.nasCount = session->nasCount;
   all.kept = keptCount(*session);
+  all.deciphered = session->octets.data + session->count;
   return fillStruct(result, all);
 }
 

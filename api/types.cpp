@@ -2,10 +2,18 @@
 #include <strings.h>
 
 #include "api/session.h"
+#include "rtxsrc/errors/rtxErrorInternal.h"
 
 const char* velnor3gpp_version(void)
 {
   return VELNOR3GPP_VERSION;
+}
+
+const char* velnor3gpp_statusText(int status)
+{
+  if (status <= kRtxMessageFirst && status > kRtxMessageBound) return kRtxMessages[kRtxMessageFirst - status];
+  if (status <= kRtMessageFirst && status > kRtMessageBound) return kRtMessages[kRtMessageFirst - status];
+  return nullptr;
 }
 
 size_t velnor3gpp_typeCount(void)

@@ -19,6 +19,17 @@ static int showValue(const velnor3gpp_Node* node, void* arg)
   return 0;
 }
 
+/* Prints the standard's name of each record that has one. */
+static int showRecord(const velnor3gpp_Node* node, void* arg)
+{
+  velnor3gpp_TypeFacts facts;
+  (void)arg;
+  facts.size = sizeof facts;
+  if (node->step != VELNOR3GPP_ENTER || velnor3gpp_typeFacts(velnor3gpp_nodeType(node), &facts) < 0) return 0;
+  if (*facts.title) printf("  %.*s: %s, %s\n", (int)node->nameLength, node->name, facts.title, facts.clause);
+  return 0;
+}
+
 static void showResult(velnor3gpp_Session* session)
 {
   velnor3gpp_Result result;
@@ -116,6 +127,19 @@ static void readProtected(velnor3gpp_Session* session)
   velnor3gpp_setKeys(session, NULL);
 }
 
+/* The same identity becomes the same other one under a key, which is random where it matters. */
+static void replaceIdentity(velnor3gpp_Session* session)
+{
+  static const uint8_t response[] = {0x05, 0x59, 0x08, 0x29, 0x10, 0x32, 0x54, 0x76, 0x98, 0x10, 0x32};
+  static const uint8_t key[16] = {1, 2, 3, 4, 5, 6, 7, 8};
+  const uint8_t* octets;
+  size_t count;
+  velnor3gpp_decode(session, NULL, VELNOR3GPP_UP, response, sizeof response);
+  if (velnor3gpp_pseudonymise(session, key) < 0 || velnor3gpp_encode(session, &octets, &count) < 0) return;
+  printf("replaced: network %s, subscriber %s\n", memcmp(octets, response, 5) == 0 ? "kept" : "changed",
+         memcmp(octets + 6, response + 6, 5) == 0 ? "kept" : "changed");
+}
+
 int main(void)
 {
   static const uint8_t identity[] = {0x7E, 0x00, 0x5B, 0x01}, cut[] = {0x7E, 0x00, 0x41, 0x79, 0x00, 0x04, 0xF1};
@@ -133,6 +157,8 @@ int main(void)
   velnor3gpp_decode(session, form, VELNOR3GPP_DOWN, identity, sizeof identity);
   showResult(session);
   velnor3gpp_visit(session, VELNOR3GPP_NAMES | VELNOR3GPP_POSITIONS, showValue, NULL);
+  velnor3gpp_visit(session, 0, showRecord, NULL);
+  if (velnor3gpp_trace(session, 0, &text, &count) == 0) printf("trace of %lu characters\n", (unsigned long)count);
   showOctets(session);
   if (velnor3gpp_redact(session) == 0) showOctets(session);
   if (velnor3gpp_toText(session, &text, &count) == 0) printf("%.*s", (int)(strchr(text, '\n') - text + 1), text);
@@ -143,6 +169,8 @@ int main(void)
   showOctets(session);
   buildSlice(session);
   readProtected(session);
+  replaceIdentity(session);
+  printf("-2: %s\n", velnor3gpp_statusText(RTX_E_END_OF_BUFFER));
   note = velnor3gpp_room(session, 16);
   if (note) strcpy(note, "$.type");
   velnor3gpp_report(session, RTX_E_BAD_FORMAT, note, "words of a caller's own");

@@ -126,6 +126,7 @@ typedef struct {
   int headerOnly;                 /**< 1: ciphered, and no keys: the record is the security header alone. */
   uint32_t nasCount;              /**< The count that was used. */
   size_t kept;                    /**< How many elements `velnor3gpp_kept` has. */
+  const uint8_t* deciphered;      /**< As many octets as the decoder read them: positions are theirs. */
 } velnor3gpp_Result;
 
 /** Why an element was kept and not read. */
@@ -253,6 +254,8 @@ typedef struct {
   uint8_t width;               /**< Bits on the wire of a number, flag or enumeration. */
   size_t least;                /**< The fewest octets, bits or characters. */
   size_t most;                 /**< The most of them, or entries of a list; SIZE_MAX: no bound. */
+  int identifier;              /**< The octet before an element of a message, 0x77, or its high half, 0x80; else -1. */
+  const velnor3gpp_Type* is;   /**< Of a value that is a type by itself, which has a name and a clause; else null. */
 } velnor3gpp_Member;
 
 /** Gets each element. 0: go on; below 0: end, the description returns that. */
@@ -260,6 +263,8 @@ typedef int (*velnor3gpp_DescribeFunc)(const velnor3gpp_Member* member, void* ar
 
 /** Returns the version of the library, "0.1.0". */
 VELNOR_API const char* velnor3gpp_version(void);
+/** Returns what a status of rtxStatus.h means, with "%s" where a finding has its parameters; null for another. */
+VELNOR_API const char* velnor3gpp_statusText(int status);
 /** Returns how many types there are. */
 VELNOR_API size_t velnor3gpp_typeCount(void);
 /** Returns a type by its place, 0 to the count less 1, in the order of names; null beyond. */
@@ -342,6 +347,13 @@ VELNOR_API int velnor3gpp_sample(velnor3gpp_Session* session, const velnor3gpp_T
  *  such as a container inside a container, stays as it is read: octets that no type knows are not looked into. The
  *  message's own octets are forgotten. Returns 0, or RTX_E_BAD_PARAMETER without a record. */
 VELNOR_API int velnor3gpp_redact(velnor3gpp_Session* session);
+
+/** Replaces what `velnor3gpp_redact` overwrites by values that a key of 16 octets makes of it: under the same key the
+ *  same identity becomes the same other one, whatever message or element it stands in. Digits stay digits, as many; an
+ *  IMSI keeps country and network, an IMEI has the check digit that belongs to it. It looks into messages that other
+ *  messages carry. A key of random octets that is thrown away afterwards leaves no way back. Returns 0,
+ *  RTX_E_NULL_POINTER, RTX_E_NO_MEMORY, or RTX_E_BAD_PARAMETER without a record. */
+VELNOR_API int velnor3gpp_pseudonymise(velnor3gpp_Session* session, const uint8_t key[16]);
 
 /** Takes one step of building a record from named values: the mirror of `velnor3gpp_visit`. The first mistake is told
  *  as a finding with its path and how to mend it; the steps behind it return its status and do nothing, to BEGIN.

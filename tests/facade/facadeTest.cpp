@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <set>
 
 #include "tests/facade/session.h"
 
@@ -136,6 +137,117 @@ TEST(Facade, RedactingKeepsTheShape)
   session.decode(nullptr, octetsOfHex("0559082980430000000010"));
   ASSERT_EQ(velnor3gpp_redact(session), 0);
   EXPECT_EQ(session.encoded(), "0559080900000000000000");
+}
+
+// The digits that tell who somebody is: of texts of digits, what stands behind country and network.
+int takeDigits(const velnor3gpp_Node* node, void* arg)
+{
+  std::string text(reinterpret_cast<const char*>(node->data), node->kind == VELNOR3GPP_TEXT ? node->count : 0);
+  bool digits = text.size() > 11 && text.find_first_not_of("0123456789") == std::string::npos;
+  if (digits) static_cast<std::set<std::string>*>(arg)->insert(text);
+  return 0;
+}
+
+// In octets two digits stand in each, the second one first; which one begins an octet depends on what is before.
+bool hasDigits(const std::string& hex, const std::string& digits)
+{
+  std::string swapped;
+  for (size_t i = 0; i + 1 < hex.size(); i += 2) swapped += {hex[i + 1], hex[i]};
+  return swapped.find(digits) != std::string::npos;
+}
+
+int takeImei(const velnor3gpp_Node* node, void* arg)
+{
+  bool found = node->name && std::string(node->name, node->nameLength) == "imei";
+  if (found) static_cast<std::string*>(arg)->assign(reinterpret_cast<const char*>(node->data), node->count);
+  return 0;
+}
+
+unsigned digitSum(const std::string& digits)
+{
+  unsigned sum = 0;
+  for (size_t i = 0; i < digits.size(); ++i) {
+    unsigned value = unsigned(digits[i] - '0') * (i % 2 ? 2 : 1);
+    sum += value / 10 + value % 10;
+  }
+  return sum;
+}
+
+// No digits of a subscriber or a phone are left in text, JSON or octets of any message of the corpus, and the same
+// digits become the same others under a key.
+TEST(Facade, PseudonymsLeaveNoDigits)
+{
+  const uint8_t key[16] = {1, 2, 3}, other[16] = {4};
+  TestSession session, again;
+  std::map<std::string, std::string> pseudonyms;
+  size_t looked = 0;
+  for (const TestMessage& message : corpusMessages(VELNOR_CORPUS)) {
+    SCOPED_TRACE(message.name);
+    if (session.decode(message.entry, message.octets) < 0 || session.result().check != VELNOR3GPP_PLAIN) continue;
+    std::set<std::string> digits, replaced;
+    velnor3gpp_visit(session, 0, takeDigits, &digits);
+    std::string before = session.encoded();
+    if (before.find(':') != std::string::npos) continue;
+    ASSERT_EQ(velnor3gpp_pseudonymise(session, key), 0);
+    velnor3gpp_visit(session, 0, takeDigits, &replaced);
+    const char* text = nullptr;
+    size_t count = 0;
+    ASSERT_EQ(velnor3gpp_toText(session, &text, &count), 0);
+    std::string printed(text, count), after = session.encoded();
+    EXPECT_EQ(after.size(), before.size());
+    for (const std::string& number : digits) {
+      EXPECT_EQ(printed.find(number.substr(5, 9)), std::string::npos);
+      EXPECT_FALSE(hasDigits(after, number.substr(5, 9))) << number << " in " << after;
+      ++looked;
+    }
+    if (digits.size() == 1 && replaced.size() == 1) {
+      auto [known, isNew] = pseudonyms.emplace(*digits.begin(), *replaced.begin());
+      EXPECT_EQ(known->second, *replaced.begin());
+    }
+  }
+  EXPECT_GT(looked, 10U);
+  EXPECT_GT(pseudonyms.size(), 5U);
+  // Under another key it is another one; a message within a message is looked into; a phone keeps a right check digit.
+  auto replace = [&](const char* hex, const uint8_t* under) {
+    session.decode(nullptr, octetsOfHex(hex));
+    velnor3gpp_pseudonymise(session, under);
+    return session.encoded();
+  };
+  const char* response = "0559082910325476981032";
+  EXPECT_NE(replace(response, key), replace(response, other));
+  EXPECT_EQ(replace(response, key), replace(response, key));
+  // IMEI 49015420323751 and its check digit 8 (TS 23.003, annex B).
+  EXPECT_NE(replace("055908"
+                    "4A09512430325781",
+                    key),
+            "0559084A09512430325781");
+  std::string imei;
+  velnor3gpp_visit(session, 0, takeImei, &imei);
+  EXPECT_EQ(imei.size(), 15U);
+  EXPECT_EQ(digitSum(imei) % 10, 0U) << imei;
+  // The subscriber of a request is that of the message in its container.
+  std::string request =
+      replace("7e004179000d0102f8390000000021436587f97100127e005c000d0102f8390000000021436587f9", key);
+  std::string subscriber = request.substr(request.size() - 10);
+  EXPECT_NE(subscriber, "21436587F9");
+  EXPECT_NE(request.find(subscriber), request.rfind(subscriber)) << request;
+}
+
+// The trace of a message, twice the same, as text and as a page.
+TEST(Facade, TraceIsTextOrAPage)
+{
+  TestSession session;
+  const char* text = nullptr;
+  size_t count = 0;
+  EXPECT_EQ(velnor3gpp_trace(session, 0, &text, &count), RTX_E_BAD_PARAMETER);
+  session.decode(nullptr, octetsOfHex("7e005b01"));
+  ASSERT_EQ(velnor3gpp_trace(session, 0, &text, &count), 0);
+  std::string first(text, count);
+  EXPECT_NE(first.find("PDU.msgType INTEGER"), std::string::npos);
+  ASSERT_EQ(velnor3gpp_trace(session, VELNOR3GPP_HTML, &text, &count), 0);
+  EXPECT_TRUE(std::string(text, count).ends_with("</html>\n"));
+  ASSERT_EQ(velnor3gpp_trace(session, 0, &text, &count), 0);
+  EXPECT_EQ(std::string(text, count), first);
 }
 
 struct Row {

@@ -15,6 +15,7 @@
 
 #include <cstdlib>
 #include <regex>
+#include <set>
 
 #include "tests/fileText.h"
 
@@ -176,6 +177,44 @@ TEST(Program, ExamplesOfEveryCommandRun)
     ++commands;
   }
   EXPECT_GT(commands, 3U);
+}
+
+// The names of options in a text, each behind `mark`.
+std::set<std::string> optionsIn(const std::string& text, const std::string& mark)
+{
+  std::set<std::string> names;
+  std::regex form(mark + "-([a-z][a-z-]*)");
+  for (std::sregex_iterator at(text.begin(), text.end(), form), end; at != end; ++at) names.insert((*at)[1]);
+  return names;
+}
+
+// Whoever reads the manual reads of the options that are there, and of all of them.
+TEST(Program, ManualHasTheOptionsOfEveryHelp)
+{
+  std::string manual = shell("velnor3gpp manual").out;
+  for (const std::string& line : linesBehind(shell("velnor3gpp --help").out, "Subcommands:")) {
+    std::string name = line.substr(2, line.find(' ', 2) - 2);
+    size_t start = manual.find(".Ss " + name + "\n");
+    ASSERT_NE(start, std::string::npos) << name;
+    std::string section = manual.substr(start, manual.find("\nExamples:", start) - start);
+    std::string help = shell("velnor3gpp " + name + " -h").out;
+    EXPECT_EQ(optionsIn(section, "Fl "), optionsIn(help.substr(0, help.find("Examples:")), "[ ,]-")) << name;
+  }
+  // Elsewhere than in an installed system the pages that these refer to are not found.
+  Ran lint =
+      shell("command -v mandoc >/dev/null || exit 0\n"
+            "{ velnor3gpp manual | mandoc -Tlint; mandoc -Tlint docs/man/*.7; } | grep -v 'manual not found' || true");
+  EXPECT_EQ(lint.code, 0) << lint.out;
+  EXPECT_EQ(lint.out, "");
+}
+
+// The page on the filter names no option that the filter has not.
+TEST(Program, FilterPageNamesOptionsThatAreThere)
+{
+  Ran help = shell("velnor3gpp filter --help");
+  if (help.code != 0) GTEST_SKIP() << "there is no filter";
+  for (const std::string& name : optionsIn(shell("cat docs/man/velnor3gpp-filter.7").out, "Fl "))
+    EXPECT_NE(help.out.find("--" + name), std::string::npos) << name;
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include "commands.h"
 #include "names.h"
 #include "velnor3gpp/velnor3gppJson.h"
+#include "view.h"
 
 namespace {
 
@@ -13,6 +14,9 @@ struct Options {
   std::vector<std::string> inputs;
   SessionOptions session;
   bool json = false, names = false, positions = false;
+  bool view = false;
+  unsigned depth = 0;
+  std::string colour = "auto";
   bool trace = false, reencode = false, failOnError = false;
 };
 
@@ -20,6 +24,7 @@ struct Run {
   const Options& options;
   Output& out;
   Session session;
+  ViewStyle style;
   Counts counts;
   bool different = false; // with --reencode
 };
@@ -30,10 +35,21 @@ static void printHeading(Run& run, const Message& message, const std::vector<std
 {
   velnor3gpp_Result result = resultOf(run.session.get());
   std::string text = run.counts.messages > 1 ? "\n" : "";
-  text += message.place + "  " + (result.type ? factsOf(result.type).name : "no type") + "  ";
+  text += message.place + "  ";
+  if (run.options.view && *result.title)
+    text += std::string(result.title) + (result.direction ? std::string(", ") + directionName(result.direction) : "");
+  else
+    text += result.type ? factsOf(result.type).name : "no type";
+  text += "  ";
   text += counted(message.octets.size(), "octet");
   for (size_t i = 0; i < tried.size(); ++i) text += (i ? ", " : "; tried as ") + tried[i];
   run.out.write(text + "\n");
+}
+
+static void printAdvice(Run& run)
+{
+  std::string advice = adviceFor(run.session.get());
+  if (!advice.empty()) run.out.write("the message " + advice + "\n");
 }
 
 static void printEnd(Run& run)
@@ -48,11 +64,11 @@ static void printEnd(Run& run)
   if (result.status >= 0 && result.used < result.count)
     run.out.write("left over: " + counted(result.count - result.used, "octet") +
                   " behind the last one that was read\n");
+  if (run.options.view) return printAdvice(run); // which has the findings
   eachFinding(session, [&](const velnor3gpp_Finding& finding) {
     run.out.write((finding.fatal ? "finding: " : "remark: ") + findingText(finding) + "\n");
   });
-  std::string advice = adviceFor(session);
-  if (!advice.empty()) run.out.write("the message " + advice + "\n");
+  printAdvice(run);
 }
 
 static void printRecord(Run& run)
@@ -95,7 +111,10 @@ static void printJson(Run& run)
 static void printText(Run& run, const Message& message, const std::vector<std::string>& tried, Outcome outcome)
 {
   printHeading(run, message, tried);
-  printRecord(run);
+  if (run.options.view)
+    printView(run.out, run.style, run.session.get());
+  else
+    printRecord(run);
   printEnd(run);
   if (run.options.trace) printTrace(run);
   if (run.options.reencode && outcome <= Outcome::kRemarks) reencode(run, message);
@@ -132,7 +151,7 @@ static void decodeOne(Run& run, const Message& message)
 static int decode(const Options& options, Output& out)
 {
   typeOf(options.session);
-  Run run{options, out, openSession(options.session), {}};
+  Run run{options, out, openSession(options.session), styleFor(out, options.colour, options.depth), {}};
   Progress progress(out);
   readMessages(options.inputs, {[&](const Message& message) { decodeOne(run, message); },
                                 [&](const BadLine& bad) { printBadLine(run, bad); },
@@ -154,6 +173,11 @@ void addDecode(CLI::App& app, Program& program)
   command->add_flag("--json", options->json, "an object of JSON for each message");
   command->add_flag("--names", options->names, "with --json: names of values beside them (x$name)");
   command->add_flag("--positions", options->positions, "with --json: where each element stands");
+  command->add_flag("--view", options->view, "a line for each field: its octet, its bits, its name, what it means");
+  command->add_option("--depth", options->depth, "with --view: open so many levels, 0: all")->type_name("N");
+  command->add_option("--color", options->colour, "with --view: auto (on a terminal), always or never")
+      ->type_name("WHEN")
+      ->check(CLI::IsMember({"auto", "always", "never"}));
   command->add_flag("--trace", options->trace, "print the bit trace behind each record");
   command->add_flag("--reencode", options->reencode, "encode each record again and compare the octets");
   command->add_flag("--fail-on-error", options->failOnError, "end with 1 if a message is bad");

@@ -11,21 +11,22 @@
 
 // Every command, in the order of the help.
 static constexpr void (*kCommands[])(CLI::App& app, Program& program) = {
-    addDecode,
-    addFilter,
-    addRoundtrip,
-    addTrace,
-    addCapture,
-    addCdr,
-    addVersion,
+    addDecode, addEncode, addRoundtrip, addTrace,   addFilter,     addCapture, addCdr,    addTemplate,
+    addSchema, addRedact, addList,      addExplain, addCompletion, addVersion, addManual,
 };
 
 static std::vector<std::string> commandNames(const CLI::App& app)
 {
   std::vector<std::string> names;
   for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; }))
-    names.push_back(command->get_name());
+    if (!command->get_group().empty()) names.push_back(command->get_name());
   return names;
+}
+
+// Also one that stands in no help.
+static bool hasCommand(const CLI::App& app, const std::string& name)
+{
+  return !app.get_subcommands([&name](const CLI::App* each) { return each->get_name() == name; }).empty();
 }
 
 static std::string commandList(const CLI::App& app)
@@ -74,7 +75,7 @@ static int parse(CLI::App& app, Program& program, int argc, char** argv)
   if (argc < 2) return fail(program.out, kExitUsage, "no command; give one of " + commandList(app));
   std::vector<std::string> names = commandNames(app);
   std::string first = argv[1];
-  if (first.rfind('-', 0) != 0 && std::find(names.begin(), names.end(), first) == names.end())
+  if (first.rfind('-', 0) != 0 && !hasCommand(app, first))
     return fail(program.out, kExitUsage,
                 "no command '" + first + "'" + didYouMean(first, names) + "; give one of " + commandList(app));
   try {

@@ -103,11 +103,17 @@ const char* directionName(velnor3gpp_Direction direction)
   return direction == VELNOR3GPP_UP ? "up" : direction == VELNOR3GPP_DOWN ? "down" : "";
 }
 
+static constexpr const char* kChannels[] = {"", "bcch", "ccch", "dcch", "sacch", "short"};
+
 velnor3gpp_Channel readChannel(std::string_view text)
 {
-  static constexpr std::string_view kWords[] = {"", "bcch", "ccch", "dcch", "sacch", "short"};
   std::string word = lower(text);
-  for (size_t i = 1; i < std::size(kWords); ++i)
-    if (word == kWords[i]) return static_cast<velnor3gpp_Channel>(i);
+  for (size_t i = 1; i < std::size(kChannels); ++i)
+    if (word == kChannels[i]) return static_cast<velnor3gpp_Channel>(i);
   return VELNOR3GPP_CHANNEL_UNKNOWN;
+}
+
+const char* channelName(velnor3gpp_Channel channel)
+{
+  return kChannels[channel];
 }

@@ -22,6 +22,8 @@ velnor3gpp_Direction readDirection(std::string_view word);
 const char* directionName(velnor3gpp_Direction direction);
 // Reads bcch, ccch, dcch, sacch or short in any case; anything else is unknown.
 velnor3gpp_Channel readChannel(std::string_view word);
+// The word for a channel, or "".
+const char* channelName(velnor3gpp_Channel channel);
 
 // In how many letters two words differ, whatever their case.
 size_t distance(std::string_view a, std::string_view b);

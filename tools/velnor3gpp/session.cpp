@@ -7,7 +7,7 @@
 #include "keys.h"
 #include "names.h"
 
-static std::string directionFault(const std::string& word)
+std::string directionFault(const std::string& word)
 {
   if (readDirection(word) != VELNOR3GPP_DIRECTION_UNKNOWN) return "";
   return "'" + word + "' is no direction; write up (ul, mo, uplink) or down (dl, mt, downlink)";

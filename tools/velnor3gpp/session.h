@@ -25,6 +25,8 @@ struct CloseSession {
 };
 using Session = std::unique_ptr<velnor3gpp_Session, CloseSession>;
 
+// Why a word is no direction, or "".
+std::string directionFault(const std::string& word);
 // Adds --as, --dir, --channel, --keys and --release.
 void addSessionOptions(CLI::App& command, SessionOptions& options);
 // Adds the messages: octets, files or -.

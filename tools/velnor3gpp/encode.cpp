@@ -1,0 +1,103 @@
+// velnor3gpp encode: records as JSON to octets.
+#include "coding.h"
+#include "commands.h"
+#include "hex.h"
+#include "names.h"
+#include "pretty.h"
+#include "velnor3gpp/velnor3gppJson.h"
+
+namespace {
+
+struct Options {
+  std::vector<std::string> inputs;
+  SessionOptions session;
+  std::string fileName;
+  bool binary = false, json = false;
+};
+
+struct Run {
+  const Options& options;
+  Output& out;    // standard error goes behind it
+  Output& target; // of the octets
+  Session session;
+  const velnor3gpp_Type* type;
+  size_t objects = 0, bad = 0;
+};
+
+} // namespace
+
+static void refuse(Run& run, const std::string& place)
+{
+  ++run.bad;
+  bool told = false;
+  eachFinding(run.session.get(), [&](const velnor3gpp_Finding& finding) {
+    std::string path = *finding.path ? std::string(finding.path) + ": " : "";
+    if (!told && finding.fatal) complain(run.out, place + ": " + path + finding.text);
+    told = told || finding.fatal;
+  });
+}
+
+static void encodeOne(Run& run, const std::string& place, const std::string& text)
+{
+  ++run.objects;
+  velnor3gpp_Session* session = run.session.get();
+  const uint8_t* octets = nullptr;
+  size_t count = 0;
+  if (checkMemory(velnor3gpp_fromJson(session, run.type, text.data(), text.size())) < 0) return refuse(run, place);
+  if (checkMemory(velnor3gpp_encode(session, &octets, &count)) < 0) return refuse(run, place);
+  if (run.options.binary) return run.target.write({reinterpret_cast<const char*>(octets), count});
+  std::string hex = plainHex(octets, count);
+  velnor3gpp_Result result = resultOf(session);
+  if (run.options.json)
+    hex = "{\"type\":" + jsonString(result.type ? factsOf(result.type).name : "") + ",\"octets\":\"" + hex + "\"}";
+  run.target.write(hex + "\n");
+}
+
+static void encodeAll(Run& run)
+{
+  ObjectCutter cutter;
+  std::string last;
+  auto take = [&](const std::string& place, std::string_view line, bool whole) {
+    last = place;
+    bool blank = line.find_first_not_of(" \t\r") == std::string_view::npos;
+    if (blank && !cutter.isOpen()) return;
+    if (!whole || cutter.object().size() > VELNOR3GPP_JSON_MAX) throw UsageError(place + ": the object is too long");
+    if (!cutter.isOpen() && line[line.find_first_not_of(" \t\r")] != '{')
+      throw UsageError(place + ": no object of JSON; 'velnor3gpp template RegAccept' shows one");
+    if (!cutter.add(line)) return;
+    encodeOne(run, place, cutter.object());
+    cutter.drop();
+  };
+  readLines(run.options.inputs, take, {});
+  if (cutter.isOpen()) throw UsageError(last + ": the object does not end");
+}
+
+static int encode(const Options& options, Output& out)
+{
+  std::unique_ptr<Output> file;
+  if (!options.fileName.empty()) file = std::make_unique<Output>(options.fileName);
+  Run run{options, out, file ? *file : out, openSession(options.session), typeOf(options.session)};
+  encodeAll(run);
+  if (file) file->close();
+  if (run.bad && run.objects > 1)
+    complain(out, std::to_string(run.bad) + " of " + counted(run.objects, "object") + " not encoded");
+  return run.bad ? kExitUsage : kExitDone;
+}
+
+void addEncode(CLI::App& app, Program& program)
+{
+  CLI::App* command = newCommand(
+      app, "encode", "Encode records that are given as JSON",
+      {{"velnor3gpp template RegAccept | velnor3gpp encode", "a message made from a template"},
+       {"velnor3gpp decode --json 7e005b01 | sed s/91,/92,/ | velnor3gpp encode", "what decode wrote, edited"},
+       {"velnor3gpp template NSSAI | velnor3gpp encode --as NSSAI", "an element by itself"}});
+  auto options = std::make_shared<Options>();
+  command->add_option("input", options->inputs, "files of JSON; without any, standard input");
+  command->add_option("--as", options->session.as, "type of the records; without it each object tells its own")
+      ->type_name("TYPE");
+  addKeyOption(*command, options->session);
+  command->add_flag("--binary", options->binary, "write the octets themselves instead of a line of hexadecimal each");
+  command->add_flag("--json", options->json, "an object of JSON for each message: type and octets");
+  command->add_option("-o,--output", options->fileName, "write to this file")->type_name("FILE");
+  command->callback([&program, options] { program.code = encode(*options, program.out); });
+}

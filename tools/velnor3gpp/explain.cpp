@@ -1,0 +1,262 @@
+// velnor3gpp explain: says what a status, an identifier, a type or octets are.
+#include <cstring>
+
+#include "coding.h"
+#include "commands.h"
+#include "hex.h"
+#include "list.h"
+#include "names.h"
+#include "words.h"
+
+namespace {
+
+// A member of a type, kept from its description.
+struct Row {
+  std::string name;
+  unsigned level;
+  std::string what; // "number of 8 bits", "list of at most 8"
+  int identifier;
+  bool optional;
+  const velnor3gpp_Type* type;
+};
+
+struct Rows {
+  std::vector<Row> rows;
+  unsigned level = 0;
+};
+
+struct Use {
+  velnor3gpp_TypeFacts in;
+  Row row;
+};
+
+} // namespace
+
+static std::string bounds(const velnor3gpp_Member& member, const char* unit)
+{
+  std::string text;
+  if (member.least && member.least == member.most) return " of " + counted(member.least, unit);
+  if (member.most != SIZE_MAX) text = " of at most " + counted(member.most, unit);
+  return text;
+}
+
+static std::string whatIs(const velnor3gpp_Member& member)
+{
+  switch (member.kind) {
+    case VELNOR3GPP_RECORD:
+      return member.type ? factsOf(member.type).name : "";
+    case VELNOR3GPP_CHOICE:
+      return "one of";
+    case VELNOR3GPP_LIST:
+      return member.most != SIZE_MAX ? "at most " + std::to_string(member.most) + " of" : "list of";
+    case VELNOR3GPP_NUMBER:
+      return "number, " + counted(member.width, "bit");
+    case VELNOR3GPP_FLAG:
+      return "flag";
+    case VELNOR3GPP_ENUMERATED:
+      return "enumeration, " + counted(member.width, "bit");
+    case VELNOR3GPP_OCTETS:
+      return "octets" + bounds(member, "octet");
+    case VELNOR3GPP_BITS:
+      return "bits" + bounds(member, "bit");
+    case VELNOR3GPP_TEXT:
+      return "text" + bounds(member, "character");
+    default:
+      return "no content";
+  }
+}
+
+static int keepRow(const velnor3gpp_Member* member, void* arg)
+{
+  Rows& rows = *static_cast<Rows*>(arg);
+  if (member->step == VELNOR3GPP_LEAVE) {
+    --rows.level;
+    return 0;
+  }
+  std::string name = member->name ? std::string(member->name, member->nameLength) : "";
+  const velnor3gpp_Type* type = member->type ? member->type : member->is;
+  rows.rows.push_back({name, rows.level, whatIs(*member), member->identifier, member->optional != 0, type});
+  if (member->step == VELNOR3GPP_ENTER) ++rows.level;
+  return 0;
+}
+
+static std::vector<Row> rowsOf(const velnor3gpp_Type* type)
+{
+  Rows rows;
+  checkMemory(velnor3gpp_describe(type, keepRow, &rows));
+  return std::move(rows.rows);
+}
+
+// Every row of every type that the test accepts.
+template <typename Test> static std::vector<Use> usesWhere(Test test)
+{
+  std::vector<Use> uses;
+  for (size_t i = 0; i < velnor3gpp_typeCount(); ++i) {
+    const velnor3gpp_Type* type = velnor3gpp_typeAt(i);
+    for (const Row& row : rowsOf(type))
+      if (test(row)) uses.push_back({factsOf(type), row});
+  }
+  return uses;
+}
+
+static std::string identifierText(int identifier)
+{
+  if (identifier < 0) return "";
+  char text[16];
+  snprintf(text, sizeof text, "0x%02X", static_cast<unsigned>(identifier));
+  return text;
+}
+
+static std::string useJson(const Use& use)
+{
+  std::string text = "{\"in\":" + jsonString(use.in.name) + ",\"name\":" + jsonString(use.row.name);
+  if (use.row.type) text += ",\"type\":" + jsonString(factsOf(use.row.type).name);
+  if (use.row.identifier >= 0) text += ",\"identifier\":" + std::to_string(use.row.identifier);
+  return text + "}";
+}
+
+static std::string joined(const std::vector<Use>& uses)
+{
+  std::string text;
+  for (const Use& use : uses) text += (text.empty() ? "" : ",") + useJson(use);
+  return "[" + text + "]";
+}
+
+static void printUse(Output& out, const Use& use)
+{
+  out.print("  %-40s %-32s %-5s", use.in.name, use.row.name.c_str(), identifierText(use.row.identifier).c_str());
+  out.write(use.row.type ? std::string(" ") + factsOf(use.row.type).name + "\n" : "\n");
+}
+
+static void printRows(Output& out, const velnor3gpp_Type* type)
+{
+  for (const Row& row : rowsOf(type)) {
+    std::string name = std::string(2 * row.level, ' ') + row.name;
+    std::string what = row.what;
+    if (row.type && what != factsOf(row.type).name) what += ", " + std::string(factsOf(row.type).name);
+    out.print("  %-40s %-5s%-9s %s\n", name.c_str(), identifierText(row.identifier).c_str(),
+              row.optional ? "optional" : "", what.c_str());
+  }
+}
+
+static std::string headOf(const velnor3gpp_TypeFacts& facts)
+{
+  std::string text = std::string(facts.name) + ": " + useName(facts.use);
+  if (*facts.title) text += std::string(" \"") + facts.title + "\"";
+  if (facts.messageType >= 0) text += ", type " + identifierText(facts.messageType);
+  if (facts.direction)
+    text += std::string(", ") + (facts.direction == VELNOR3GPP_UP ? "from the mobile" : "from the network");
+  return text + (*facts.clause ? std::string(" (") + facts.clause + ")" : "");
+}
+
+static void explainType(Output& out, const velnor3gpp_Type* type, bool json)
+{
+  velnor3gpp_TypeFacts facts = factsOf(type);
+  std::vector<Use> uses = usesWhere([&](const Row& row) { return row.type == type; });
+  if (json) {
+    std::string text = factsJson(facts), rows;
+    for (const Row& row : rowsOf(type)) rows += (rows.empty() ? "" : ",") + useJson({facts, row});
+    text.pop_back();
+    return out.write(text + ",\"rows\":[" + rows + "],\"uses\":" + joined(uses) + "}\n");
+  }
+  out.write(headOf(facts) + "\n");
+  printRows(out, type);
+  if (!uses.empty()) out.write("used in\n");
+  for (const Use& use : uses) printUse(out, use);
+}
+
+static void explainStatus(Output& out, int status, bool json)
+{
+  const char* text = velnor3gpp_statusText(status);
+  if (status > 0 || (status < 0 && !text)) throw UsageError("no status " + std::to_string(status));
+  std::string words = status ? text : "in order";
+  if (json)
+    out.write("{\"status\":" + std::to_string(status) + ",\"text\":" + jsonString(words) + "}\n");
+  else
+    out.write("status " + std::to_string(status) + ": " + words + "\n");
+}
+
+// An octet: as an identifier, of eight bits or in its high half, and as the type of messages.
+static void explainOctet(Output& out, unsigned octet, bool json)
+{
+  auto fits = [&](const Row& row) {
+    return row.identifier == static_cast<int>(octet) ||
+           (octet >= 0x80 && row.identifier >= 0x80 && row.identifier == static_cast<int>(octet & 0xF0));
+  };
+  std::vector<Use> uses = usesWhere(fits);
+  std::string messages;
+  for (size_t i = 0; i < velnor3gpp_typeCount(); ++i) {
+    velnor3gpp_TypeFacts facts = factsOf(velnor3gpp_typeAt(i));
+    if (facts.messageType != static_cast<int>(octet)) continue;
+    messages += json ? (messages.empty() ? "" : ",") + factsJson(facts) : "  " + headOf(facts) + "\n";
+  }
+  if (json)
+    return out.write("{\"octet\":" + std::to_string(octet) + ",\"identifier\":" + joined(uses) + ",\"messages\":[" +
+                     messages + "]}\n");
+  out.write(identifierText(static_cast<int>(octet)) + " as the identifier of an element\n");
+  for (const Use& use : uses) printUse(out, use);
+  if (uses.empty()) out.write("  nowhere\n");
+  out.write("as the type of a message\n" + (messages.empty() ? "  nowhere\n" : messages));
+}
+
+static void explainOctets(Output& out, const Message& message, bool json)
+{
+  Session session = openSession({});
+  SessionOptions options;
+  std::vector<std::string> tried;
+  decodeMessage(session.get(), options, message, &tried);
+  velnor3gpp_Result result = resultOf(session.get());
+  if (!result.type) throw UsageError("nothing tells what these octets are");
+  velnor3gpp_TypeFacts facts = factsOf(result.type);
+  std::string protection = protectionText(session.get());
+  if (json)
+    return out.write("{\"type\":" + jsonString(facts.name) + ",\"title\":" + jsonString(result.title) + ",\"dir\":\"" +
+                     directionName(result.direction) + "\",\"status\":" + std::to_string(result.status) +
+                     ",\"octets\":" + std::to_string(result.count) + "}\n");
+  out.write(counted(result.count, "octet") + " of " + facts.name);
+  for (const std::string& form : tried) out.write(", or " + form);
+  if (*result.title) out.write(std::string(": \"") + result.title + "\"");
+  if (result.direction) out.write(std::string(", ") + directionName(result.direction));
+  out.put('\n');
+  if (!protection.empty()) out.write("protection: " + protection + "\n");
+  eachFinding(session.get(),
+              [&](const velnor3gpp_Finding& finding) { out.write("finding: " + findingText(finding) + "\n"); });
+  std::string advice = adviceFor(session.get());
+  if (!advice.empty()) out.write("the message " + advice + "\n");
+}
+
+static bool isNumber(const std::string& word)
+{
+  size_t digits = word.size() && word[0] == '-' ? 1 : 0;
+  return word.size() > digits && word.find_first_not_of("0123456789", digits) == std::string::npos && word.size() < 7;
+}
+
+static void explain(const std::string& what, bool json, Output& out)
+{
+  if (isNumber(what) && what[0] == '-') return explainStatus(out, std::stoi(what), json);
+  if (const velnor3gpp_Type* type = findType(what)) return explainType(out, type, json);
+  HexText hex = readHex(what);
+  if (hex.column || hex.octets.empty()) {
+    typeNamed(what); // several have the short name, or the nearest are named
+    return;
+  }
+  if (hex.octets.size() == 1) return explainOctet(out, hex.octets[0], json);
+  Message message;
+  message.place = "arguments";
+  message.octets = hex.octets;
+  explainOctets(out, message, json);
+}
+
+void addExplain(CLI::App& app, Program& program)
+{
+  CLI::App* command = newCommand(app, "explain", "Say what an identifier, a status, a type or octets are",
+                                 {{"velnor3gpp explain 0x77", "an identifier: the elements that have it"},
+                                  {"velnor3gpp explain -- -67", "a status"},
+                                  {"velnor3gpp explain RegAccept", "a type: clause, rows, where it is used"}});
+  auto what = std::make_shared<std::string>();
+  auto json = std::make_shared<bool>(false);
+  command->add_option("what", *what, "one octet, a status below 0 (behind --), a type, or a message in hexadecimal")
+      ->required();
+  command->add_flag("--json", *json, "as one object of JSON");
+  command->callback([&program, what, json] { explain(*what, *json, program.out); });
+}

@@ -1,0 +1,136 @@
+// velnor3gpp manual: the man page velnor3gpp(1) in mdoc, made from the commands and options as they are, so that it
+// cannot say anything else than their help. The command is for packagers and stands in no help.
+#include "commands.h"
+
+static constexpr char kHead[] = R"(.Dd November 22, 2026
+.Dt VELNOR3GPP 1
+.Os
+.Sh NAME
+.Nm velnor3gpp
+.Nd decode, encode and explain 3GPP layer-3 messages
+.Sh SYNOPSIS
+.Nm
+.Ar command
+.Op Ar options
+.Op Ar input ...
+.Nm
+.Op Fl -help | -version
+.Sh DESCRIPTION
+.Nm
+turns 3GPP layer-3 signalling into records and back: 5GS and EPS NAS, mobility
+and session management, call control, short messages, radio resource messages.
+It verifies and deciphers NAS messages with the keys that it is given.
+.Pp
+Messages are octets in hexadecimal on the command line, files with a message
+a line, or standard input.
+Digits may have blanks, colons, commas or hyphens between them, and 0x or \ex
+before them; what follows a # is a comment.
+A line may begin with the direction (up, down, ul, dl, mo, mt), a channel and
+the name of a type.
+.Sh COMMANDS
+)";
+
+static constexpr char kTail[] = R"(.Sh KEY FILES
+Each line is a name and a value:
+.Cm integrity-algorithm
+and
+.Cm ciphering-algorithm
+(0 or 2),
+.Cm integrity-key
+and
+.Cm ciphering-key
+(32 hexadecimal digits),
+.Cm bearer
+(0 to 31),
+.Cm uplink-count
+and
+.Cm downlink-count ,
+or
+.Cm count
+for all messages.
+Keys are never arguments, since all users can read those.
+.Sh ENVIRONMENT
+.Bl -tag -width NO_COLOR
+.It Ev NO_COLOR
+If it is set and not empty, nothing is coloured unless
+.Fl -color Cm always
+says so.
+.El
+.Sh EXIT STATUS
+.Bl -tag -width 74 -compact
+.It 0
+Done, whatever the messages hold.
+.It 1
+A message is bad, and
+.Fl -fail-on-error
+asked for it.
+.It 2
+The call, a key file or a record cannot be served.
+.It 3
+A capture or charging file is damaged.
+.It 74
+Input or output failed.
+A pipe that nobody reads ends the program with this, without a word.
+.El
+.Sh SEE ALSO
+.Xr velnor3gpp-filter 7
+)";
+
+// A line of text: what mdoc takes for a request or an escape is shown as it is.
+static std::string escaped(const std::string& text)
+{
+  std::string result;
+  for (char c : text) result += c == '\\' ? std::string("\\e") : c == '-' ? "\\-" : std::string(1, c);
+  if (!result.empty() && (result[0] == '.' || result[0] == '\'')) result.insert(0, "\\&");
+  return result;
+}
+
+// "N" of "N:INT in [0 - 255]".
+static std::string valueName(const CLI::Option& option)
+{
+  std::string name = option.get_type_name();
+  return name.substr(0, name.find_first_of(": "));
+}
+
+static void writeOption(const CLI::Option& option, Output& out)
+{
+  if (option.nonpositional()) {
+    std::string flags;
+    for (const std::string& name : option.get_snames()) flags += (flags.empty() ? "Fl " : " , Fl ") + name;
+    for (const std::string& name : option.get_lnames()) flags += (flags.empty() ? "Fl -" : " , Fl -") + name;
+    bool takes = option.get_expected_max() > 0 && option.get_type_size() > 0;
+    out.write(".It " + flags + (takes ? " Ar " + valueName(option) : "") + "\n");
+  } else
+    out.write(".It Ar " + option.get_name() + "\n");
+  out.write(escaped(option.get_description()) + "\n");
+}
+
+// The footer has a line "  # purpose" and a line "  call" for each example.
+static void writeExamples(const std::string& footer, Output& out)
+{
+  std::istringstream in(footer);
+  std::string line;
+  std::getline(in, line);
+  out.write(".Pp\nExamples:\n.Bd -literal -offset indent\n");
+  while (std::getline(in, line)) out.write(escaped(line.substr(2)) + "\n");
+  out.write(".Ed\n");
+}
+
+static void writeManual(const CLI::App& app, Output& out)
+{
+  out.write(kHead);
+  for (const CLI::App* command : app.get_subcommands([](const CLI::App* each) { return !each->get_group().empty(); })) {
+    out.write(".Ss " + command->get_name() + "\n" + escaped(command->get_description()) + ".\n.Bl -tag -width Ds\n");
+    for (const CLI::Option* option : command->get_options()) writeOption(*option, out);
+    out.write(".El\n");
+    writeExamples(command->get_footer(), out);
+  }
+  out.write(kTail);
+}
+
+void addManual(CLI::App& app, Program& program)
+{
+  CLI::App* command = newCommand(app, "manual", "Print the man page", {});
+  command->group(""); // in no help
+  command->callback([&program, &app] { writeManual(app, program.out); });
+}

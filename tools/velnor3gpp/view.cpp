@@ -1,0 +1,389 @@
+#include "view.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "coding.h"
+#include "hex.h"
+#include "names.h"
+#include "words.h"
+
+namespace {
+
+constexpr size_t kMargin = 18; // octet and bits
+constexpr size_t kValueColumn = 48;
+constexpr size_t kLeastValue = 16; // columns that a value has in any case
+constexpr size_t kOctetBits = 8;
+
+struct Note {
+  std::string path, text;
+  bool fatal;
+  bool shown = false;
+};
+
+enum class Paint { plain, dim, name, value, bad };
+
+struct Line {
+  std::string octet, bits, name, value;
+  Paint nameInk = Paint::plain;
+  unsigned level = 0;
+};
+
+struct View {
+  Output& out;
+  const ViewStyle& style;
+  velnor3gpp_Session* session;
+  velnor3gpp_Result result;
+  std::vector<Note> notes;
+  unsigned level = 0; // of containers around
+  size_t next = 0;    // the first bit that no line has shown
+  std::vector<Line> lines;
+  std::vector<size_t> open; // the lines of the containers around
+};
+
+} // namespace
+
+static const char* paintOf(const View& view, Paint paint)
+{
+  static constexpr const char* kCodes[] = {"", "\033[2m", "\033[1m", "\033[36m", "\033[1;31m"};
+  return view.style.colour ? kCodes[static_cast<size_t>(paint)] : "";
+}
+
+static std::string painted(const View& view, Paint paint, const std::string& text)
+{
+  const char* code = paintOf(view, paint);
+  return *code && !text.empty() ? code + text + "\033[0m" : text;
+}
+
+// The bits of a field where they stand in their octet, dots for the others: 4 bits from bit 4 on of 0x57 are
+// ".... 0111".
+static std::string bitsInOctet(uint8_t octet, size_t first, size_t count)
+{
+  std::string text;
+  for (size_t i = 0; i < kOctetBits; ++i) {
+    if (i == 4) text += ' ';
+    bool inside = i >= first && i < first + count;
+    text += !inside ? '.' : octet >> (7 - i) & 1 ? '1' : '0';
+  }
+  return text;
+}
+
+// Up to four whole octets, or three and a sign that there are more.
+static std::string shortHex(const uint8_t* octets, size_t count)
+{
+  if (count <= 3) return octetText(octets, count);
+  return count == 4 ? plainHex(octets, 4) : plainHex(octets, 3) + "...";
+}
+
+static bool isInside(const View& view, size_t bit, size_t bits)
+{
+  size_t all = view.result.count * kOctetBits;
+  return bits && bit < all && bits <= all - bit;
+}
+
+// Cuts text into lines: the first of `first` columns, the others of `rest`. It breaks at blanks, and words that are
+// longer than a line anywhere.
+static std::vector<std::string> wrapped(const std::string& text, size_t first, size_t rest)
+{
+  std::vector<std::string> lines;
+  size_t at = 0, room = first;
+  while (text.size() - at > room) {
+    size_t cut = text.rfind(' ', at + room);
+    bool blank = cut != std::string::npos && cut > at;
+    lines.push_back(text.substr(at, blank ? cut - at : room));
+    at = blank ? cut + 1 : at + room;
+    room = rest;
+  }
+  lines.push_back(text.substr(at));
+  return lines;
+}
+
+static void printLine(const View& view, const Line& line)
+{
+  char margin[32];
+  snprintf(margin, sizeof margin, "%5s  %-9s  ", line.octet.c_str(), line.bits.c_str());
+  size_t width = std::max<size_t>(view.style.width, kMargin + 2 * kLeastValue);
+  size_t indent = std::min<size_t>(2 * line.level, width / 2 - kMargin);
+  size_t nameEnd = kMargin + indent + line.name.size();
+  size_t column = std::min(kValueColumn, width - kLeastValue);
+  size_t start = line.value.empty() ? nameEnd : std::max(column, nameEnd + 2);
+  std::string text = painted(view, Paint::dim, margin) + std::string(indent, ' ');
+  std::vector<std::string> names = wrapped(line.name, width - kMargin - indent, width - kMargin - indent - 2);
+  for (size_t i = 0; i < names.size(); ++i)
+    text += (i ? "\n" + std::string(kMargin + indent + 2, ' ') : "") + painted(view, line.nameInk, names[i]);
+  if (names.size() > 1) nameEnd = kMargin + indent + 2 + names.back().size(), start = std::max(column, nameEnd + 2);
+  if (!line.value.empty() && start + std::min(line.value.size(), kLeastValue) > width) {
+    text += '\n';
+    nameEnd = 0;
+    start = column;
+  }
+  std::vector<std::string> values = wrapped(line.value, width - start, width - column);
+  for (size_t i = 0; i < values.size() && !line.value.empty(); ++i)
+    text += (i ? "\n" + std::string(column, ' ') : std::string(start - nameEnd, ' ')) +
+            painted(view, Paint::value, values[i]);
+  view.out.write(text + "\n");
+}
+
+static void addLine(View& view, Line line)
+{
+  line.level = view.level;
+  view.lines.push_back(std::move(line));
+}
+
+// The margin of a field: its octet, and its bits there or its octets. A field across octets that does not fill them
+// has a line for each octet; those behind the first go to `more`.
+static void place(const View& view, size_t bit, size_t bits, Line& line, std::vector<Line>& more)
+{
+  if (!isInside(view, bit, bits)) return;
+  const uint8_t* octets = view.result.deciphered;
+  size_t octet = bit / kOctetBits, first = bit % kOctetBits;
+  line.octet = std::to_string(octet);
+  if (!first && bits % kOctetBits == 0 && bits > kOctetBits) {
+    line.bits = shortHex(octets + octet, bits / kOctetBits);
+    return;
+  }
+  line.bits = bitsInOctet(octets[octet], first, bits);
+  if (bits > 8 * kOctetBits) return; // a string of bits, whose value shows them
+  for (size_t done = kOctetBits - first; done < bits; done += kOctetBits) {
+    ++octet;
+    more.push_back({std::to_string(octet), bitsInOctet(octets[octet], 0, bits - done), "", "", Paint::plain, 0});
+  }
+}
+
+static void printPlaced(View& view, size_t bit, size_t bits, Line line)
+{
+  std::vector<Line> more;
+  place(view, bit, bits, line, more);
+  addLine(view, line);
+  for (const Line& next : more) addLine(view, next);
+  if (isInside(view, bit, bits)) view.next = bit + bits;
+}
+
+static std::string quoted(const uint8_t* text, size_t count)
+{
+  std::string result = "'";
+  for (size_t i = 0; i < count; ++i) result += text[i] >= 0x20 && text[i] < 0x7F ? static_cast<char>(text[i]) : '.';
+  return result + "'";
+}
+
+static bool isReadable(const uint8_t* octets, size_t count)
+{
+  return count > 3 && std::all_of(octets, octets + count, [](uint8_t c) { return c >= 0x20 && c < 0x7F; });
+}
+
+static std::string bitText(const uint8_t* bits, size_t count)
+{
+  std::string text;
+  for (size_t i = 0; i < count; ++i) text += bits[i / 8] >> (7 - i % 8) & 1 ? '1' : '0';
+  return text;
+}
+
+static std::string nameOf(const velnor3gpp_Node* node)
+{
+  return node->name ? std::string(node->name, node->nameLength) : "";
+}
+
+static std::string numberText(const View& view, const velnor3gpp_Node* node)
+{
+  std::string text = std::to_string(node->number);
+  bool shown =
+      node->width > kOctetBits && node->bitOffset % kOctetBits == 0 && isInside(view, node->bitOffset, node->bits);
+  if (node->width >= kOctetBits && node->number > 9 && !shown) {
+    char hex[80];
+    snprintf(hex, sizeof hex, " (0x%0*llx)", (node->width + 3) / 4, static_cast<unsigned long long>(node->number));
+    text += hex;
+  }
+  if (nameOf(node) == "msgType" && *view.result.title) text += std::string("  ") + view.result.title;
+  return text;
+}
+
+static std::string valueText(const View& view, const velnor3gpp_Node* node)
+{
+  switch (node->kind) {
+    case VELNOR3GPP_NUMBER:
+      return numberText(view, node);
+    case VELNOR3GPP_FLAG:
+      return node->number ? "1  yes" : "0  no";
+    case VELNOR3GPP_ENUMERATED:
+      return std::to_string(node->number) + "  " + (node->valueName ? asWords(node->valueName) : "(no such value)");
+    case VELNOR3GPP_OCTETS:
+      return octetText(node->data, node->count) +
+             (isReadable(node->data, node->count) ? "  " + quoted(node->data, node->count) : "");
+    case VELNOR3GPP_BITS:
+      return bitText(node->data, node->count);
+    case VELNOR3GPP_TEXT:
+      return quoted(node->data, node->count);
+    default:
+      return "present";
+  }
+}
+
+static std::string labelOf(const velnor3gpp_Node* node)
+{
+  if (node->name) return asTitle(nameOf(node));
+  return "[" + std::to_string(node->index) + "]";
+}
+
+// A message has the standard's name, and so has an element whose own name says less than that ("Mobile identity" and
+// "5GS mobile identity"). What says more ("Requested NSSAI") stays, with the standard's name behind it.
+static void nameContainer(const velnor3gpp_Node* node, Line& line)
+{
+  line.name = labelOf(node);
+  line.nameInk = Paint::name;
+  if (node->kind == VELNOR3GPP_LIST)
+    line.value = std::to_string(node->count) + (node->count == 1 ? " entry" : " entries");
+  const velnor3gpp_Type* type = velnor3gpp_nodeType(node);
+  if (!type) return;
+  velnor3gpp_TypeFacts facts = factsOf(type);
+  std::string title = facts.title, clause = facts.clause;
+  size_t comma = clause.find(", ");
+  if (comma != std::string::npos) clause.erase(0, comma + 2);
+  bool says = facts.use == VELNOR3GPP_MESSAGE || lower(title).find(lower(line.name)) != std::string::npos;
+  if (says && !title.empty())
+    line.name = title;
+  else if (!title.empty())
+    line.value = title;
+  if (!line.value.empty() && !clause.empty()) line.value += ", ";
+  line.value += clause;
+}
+
+static std::string pathOf(const velnor3gpp_Node* node)
+{
+  char path[1024];
+  size_t length = velnor3gpp_nodePath(node, path, sizeof path);
+  return {path, std::min(length, sizeof path - 1)};
+}
+
+static void printNote(View& view, Note& note)
+{
+  note.shown = true;
+  Line line;
+  line.name = (note.fatal ? "!! " : "! ") + note.text;
+  line.nameInk = Paint::bad;
+  addLine(view, line);
+}
+
+static void printNotes(View& view, const velnor3gpp_Node* node)
+{
+  if (view.notes.empty()) return;
+  std::string path = pathOf(node);
+  for (Note& note : view.notes)
+    if (!note.shown && !note.path.empty() && note.path == path) printNote(view, note);
+}
+
+// Bits that belong to no element: identifiers, lengths that records leave out, what tells alternatives apart.
+static void printGap(View& view, const velnor3gpp_Node* node)
+{
+  if (!node->bits || node->bitOffset <= view.next || !isInside(view, view.next, node->bitOffset - view.next)) return;
+  size_t bits = node->bitOffset - view.next;
+  Line line;
+  const velnor3gpp_Node* around = node->parent;
+  bool option = around && around->parent && around->parent->kind == VELNOR3GPP_CHOICE && bits == kOctetBits;
+  line.name = option ? "(element identifier)" : "(tells what follows)";
+  line.nameInk = Paint::dim;
+  printPlaced(view, view.next, bits, line);
+}
+
+static int enter(View& view, const velnor3gpp_Node* node)
+{
+  if (!node->parent) return 0;
+  if (node->kind == VELNOR3GPP_CHOICE && node->name) return 0; // its alternative says it
+  printGap(view, node);
+  Line line;
+  nameContainer(node, line);
+  if (isInside(view, node->bitOffset, node->bits)) line.octet = std::to_string(node->bitOffset / kOctetBits);
+  bool closed = view.style.depth && view.level + 1 > view.style.depth;
+  view.open.push_back(view.lines.size());
+  if (closed) {
+    printPlaced(view, node->bitOffset, node->bits, line);
+    ++view.level;
+    return 1;
+  }
+  addLine(view, line);
+  printNotes(view, node);
+  ++view.level;
+  return 0;
+}
+
+// Where no element inside has a place of its own (MCC and MNC share octets), the container shows the octets.
+static void leave(View& view, const velnor3gpp_Node* node)
+{
+  Line& line = view.lines[view.open.back()];
+  view.open.pop_back();
+  --view.level;
+  if (!isInside(view, node->bitOffset, node->bits) || view.next > node->bitOffset) return;
+  std::vector<Line> more;
+  place(view, node->bitOffset, node->bits, line, more);
+  if (more.empty()) view.next = node->bitOffset + node->bits;
+}
+
+static int showNode(const velnor3gpp_Node* node, void* arg)
+{
+  View& view = *static_cast<View*>(arg);
+  bool whole = !node->parent, passed = node->kind == VELNOR3GPP_CHOICE && node->name;
+  if (node->step == VELNOR3GPP_ENTER) return enter(view, node);
+  if (node->step == VELNOR3GPP_LEAVE) {
+    if (!whole && !passed) leave(view, node);
+    return 0;
+  }
+  printGap(view, node);
+  Line line;
+  line.name = node->name || node->parent ? labelOf(node) : asTitle(factsOf(view.result.type).shortName);
+  line.value = valueText(view, node);
+  printPlaced(view, node->bitOffset, node->bits, line);
+  printNotes(view, node);
+  return 0;
+}
+
+ViewStyle styleFor(const Output& out, const std::string& colour, unsigned depth)
+{
+  ViewStyle style;
+  const char* none = getenv("NO_COLOR");
+  const char* terminal = getenv("TERM");
+  bool dumb = terminal && strcmp(terminal, "dumb") == 0;
+  style.colour = colour == "always" || (colour == "auto" && out.isTerminal() && !(none && *none) && !dumb);
+  style.depth = depth;
+  struct winsize size = {};
+  if (out.isTerminal() && ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col >= 60)
+    style.width = std::min<size_t>(size.ws_col, 120);
+  return style;
+}
+
+static void takeNotes(View& view)
+{
+  if (outcomeOf(view.session) == Outcome::kSealed) return;
+  eachFinding(view.session, [&](const velnor3gpp_Finding& finding) {
+    std::string text = findingText(finding);
+    view.notes.push_back({finding.path, text, finding.fatal != 0});
+  });
+}
+
+static void printRest(View& view)
+{
+  view.level = 0;
+  size_t all = view.result.count * kOctetBits;
+  if (view.next < all) {
+    Line line;
+    bool aligned = view.next % kOctetBits == 0;
+    line.name = "(behind the last element)";
+    line.nameInk = Paint::dim;
+    if (aligned) line.value = octetText(view.result.deciphered + view.next / 8, view.result.count - view.next / 8);
+    printPlaced(view, view.next, all - view.next, line);
+  }
+  for (Note& note : view.notes)
+    if (!note.shown) printNote(view, note);
+}
+
+void printView(Output& out, const ViewStyle& style, velnor3gpp_Session* session)
+{
+  View view{out, style, session, resultOf(session), {}, 0, 0, {}, {}};
+  takeNotes(view);
+  velnor3gpp_visit(session, VELNOR3GPP_NAMES | VELNOR3GPP_POSITIONS, showNode, &view);
+  printRest(view);
+  for (const Line& line : view.lines) printLine(view, line);
+}

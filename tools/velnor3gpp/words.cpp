@@ -1,0 +1,261 @@
+#include "words.h"
+
+#include <cctype>
+#include <iterator>
+
+namespace {
+
+struct Word {
+  std::string_view written;
+  std::string_view meant;
+};
+
+} // namespace
+
+// What definitions shorten, and letters that stand for words. A word that is not here stands for itself.
+static constexpr Word kWords[] = {
+    {"ac", "access class"},
+    {"ack", "acknowledgement"},
+    {"add", "additional"},
+    {"addr", "address"},
+    {"alg", "algorithm"},
+    {"algs", "algorithms"},
+    {"alt", "alternative"},
+    {"ambr", "AMBR"},
+    {"amf", "AMF"},
+    {"apn", "APN"},
+    {"arfcn", "ARFCN"},
+    {"assign", "assignment"},
+    {"auth", "authentication"},
+    {"bcch", "BCCH"},
+    {"bsic", "BSIC"},
+    {"cag", "CAG"},
+    {"cap", "capability"},
+    {"caps", "capabilities"},
+    {"cfg", "configuration"},
+    {"ciph", "ciphering"},
+    {"ciot", "CIoT"},
+    {"cmd", "command"},
+    {"config", "configuration"},
+    {"cp", "CP"},
+    {"cs", "CS"},
+    {"csg", "CSG"},
+    {"ctxt", "context"},
+    {"dest", "destination"},
+    {"dereg", "deregistration"},
+    {"desc", "description"},
+    {"descr", "description"},
+    {"discr", "discriminator"},
+    {"dl", "downlink"},
+    {"dnn", "DNN"},
+    {"drx", "DRX"},
+    {"dtm", "DTM"},
+    {"dtx", "DTX"},
+    {"eap", "EAP"},
+    {"ebi", "EPS bearer identity"},
+    {"emm", "EMM"},
+    {"epc", "EPC"},
+    {"eps", "EPS"},
+    {"equiv", "equivalent"},
+    {"esm", "ESM"},
+    {"ext", "extended"},
+    {"fdd", "FDD"},
+    {"for", "for"},
+    {"regis", "registration"},
+    {"by", "by"},
+    {"freq", "frequency"},
+    {"geran", "GERAN"},
+    {"gfbr", "GFBR"},
+    {"gmm", "GMM"},
+    {"gprs", "GPRS"},
+    {"gsm", "GSM"},
+    {"guti", "GUTI"},
+    {"hdr", "header"},
+    {"id", "identity"},
+    {"ident", "identity"},
+    {"ie", "element"},
+    {"iei", "element identifier"},
+    {"imei", "IMEI"},
+    {"imeisv", "IMEISV"},
+    {"imsi", "IMSI"},
+    {"inc", "increment"},
+    {"ind", "indication"},
+    {"info", "information"},
+    {"init", "initial"},
+    {"integ", "integrity"},
+    {"ip", "IP"},
+    {"lac", "location area code"},
+    {"lcs", "LCS"},
+    {"len", "length"},
+    {"loc", "location"},
+    {"mac", "MAC"},
+    {"mgmt", "management"},
+    {"max", "maximum"},
+    {"mbms", "MBMS"},
+    {"mcc", "MCC"},
+    {"mfbr", "MFBR"},
+    {"min", "minimum"},
+    {"mm", "MM"},
+    {"mnc", "MNC"},
+    {"mob", "mobile"},
+    {"mod", "modification"},
+    {"ms", "mobile station"},
+    {"msg", "message"},
+    {"msin", "MSIN"},
+    {"mult", "multiple"},
+    {"nas", "NAS"},
+    {"net", "network"},
+    {"nid", "NID"},
+    {"nr", "NR"},
+    {"nssai", "NSSAI"},
+    {"num", "number"},
+    {"opts", "options"},
+    {"orig", "originating"},
+    {"param", "parameter"},
+    {"params", "parameters"},
+    {"pdn", "PDN"},
+    {"pdp", "PDP"},
+    {"pdu", "PDU"},
+    {"plmn", "PLMN"},
+    {"proc", "procedure"},
+    {"prot", "protection"},
+    {"proto", "protocol"},
+    {"ps", "PS"},
+    {"psi", "PDU session identity"},
+    {"qos", "QoS"},
+    {"rac", "routing area code"},
+    {"rai", "RAI"},
+    {"ref", "reference"},
+    {"reg", "registration"},
+    {"rel", "release"},
+    {"req", "request"},
+    {"resp", "response"},
+    {"rlc", "RLC"},
+    {"rr", "RR"},
+    {"sd", "slice differentiator"},
+    {"sec", "security"},
+    {"sel", "selected"},
+    {"seq", "sequence"},
+    {"serv", "service"},
+    {"sess", "session"},
+    {"sm", "SM"},
+    {"sms", "SMS"},
+    {"snssai", "S-NSSAI"},
+    {"sst", "slice/service type"},
+    {"std", "standard"},
+    {"suci", "SUCI"},
+    {"supi", "SUPI"},
+    {"supp", "supplementary"},
+    {"svc", "service"},
+    {"tac", "tracking area code"},
+    {"tai", "TAI"},
+    {"tdd", "TDD"},
+    {"tech", "technology"},
+    {"temp", "temporary"},
+    {"term", "terminating"},
+    {"tmsi", "TMSI"},
+    {"trans", "transaction"},
+    {"trk", "tracking"},
+    {"tsc", "type of security context"},
+    {"ue", "UE"},
+    {"ul", "uplink"},
+    {"umts", "UMTS"},
+    {"unsupp", "unsupported"},
+    {"utran", "UTRAN"},
+    {"val", "value"},
+};
+
+static char lowered(char c)
+{
+  return static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+}
+
+static bool isUpper(char c)
+{
+  return c >= 'A' && c <= 'Z';
+}
+
+static bool isDigit(char c)
+{
+  return c >= '0' && c <= '9';
+}
+
+static bool isLower(char c)
+{
+  return c >= 'a' && c <= 'z';
+}
+
+// Where the word that begins at `at` ends: "NASKeySet" has the words NAS, Key, Set; "x128-eea1" stays one.
+static size_t wordEnd(std::string_view name, size_t at)
+{
+  if (name.substr(at, 4) == "CIoT") return at + 4;
+  size_t end = at + 1;
+  bool letters = isUpper(name[at]);
+  while (end < name.size() && name[end] != '-' && name[end] != '_') {
+    char c = name[end];
+    bool beforeLower = end + 1 < name.size() && isLower(name[end + 1]);
+    bool startsWord = isUpper(c) && (isLower(name[end - 1]) || (isDigit(name[end - 1]) && beforeLower));
+    bool endsLetters = letters && isLower(c) && end - at > 1 && isUpper(name[end - 1]);
+    if (endsLetters) return end - 1;
+    if (startsWord) return end;
+    ++end;
+  }
+  return end;
+}
+
+static const Word* known(std::string_view word)
+{
+  std::string small;
+  for (char c : word) small += lowered(c);
+  for (const Word& one : kWords)
+    if (one.written == small) return &one;
+  return nullptr;
+}
+
+// Letters without a vowel, or with a number behind them, stand for words: LPP, EA0.
+static bool isLetters(std::string_view word)
+{
+  bool numbered = isDigit(word.back()) && word.size() < 6;
+  return word.size() < 6 && (numbered || word.find_first_of("aeiouyAEIOUY") == std::string_view::npos);
+}
+
+static std::string meaningOf(std::string_view word)
+{
+  if (const Word* one = known(word)) return std::string(one->meant);
+  // "Ind2" and "Request5G": a word and what is counted.
+  size_t digits = 0;
+  while (digits < word.size() && !isDigit(word[digits])) ++digits;
+  if (digits > 1 && digits < word.size() && (digits > 4 || known(word.substr(0, digits))))
+    return meaningOf(word.substr(0, digits)) + " " + std::string(word.substr(digits));
+  if (word.size() > 2 && word[0] == 'x' && isDigit(word[1])) word.remove_prefix(1); // names do not begin with digits
+  bool capitals = word.size() > 1 && isUpper(word[0]) && isUpper(word[1]);
+  std::string text;
+  for (char c : word)
+    text += capitals          ? c
+            : isLetters(word) ? static_cast<char>(std::toupper(static_cast<unsigned char>(c)))
+                              : lowered(c);
+  return text;
+}
+
+std::string asWords(std::string_view name)
+{
+  std::string text;
+  for (size_t at = 0; at < name.size();) {
+    if (name[at] == '-' || name[at] == '_') {
+      ++at;
+      continue;
+    }
+    size_t end = wordEnd(name, at);
+    text += (text.empty() ? "" : " ") + meaningOf(name.substr(at, end - at));
+    at = end;
+  }
+  return text;
+}
+
+std::string asTitle(std::string_view name)
+{
+  std::string text = asWords(name);
+  bool mixed = text.size() > 1 && isUpper(text[1]);
+  if (!text.empty() && !mixed && isLower(text[0])) text[0] = static_cast<char>(text[0] - 'a' + 'A');
+  return text;
+}
