@@ -4,6 +4,7 @@
 
 #include "api/place.h"
 #include "api/session.h"
+#include "rt3gppsrc/rt3gppCrypto.h"
 
 namespace {
 
@@ -179,6 +180,6 @@ void hideKept(velnor3gpp_Session& session)
   L3KeptList* list = l3KeptOf(&session.ctxt);
   for (L3Kept* kept = list ? list->first : nullptr; kept; kept = kept->next) {
     size_t head = headOf(*kept), count = (kept->bits + 7) / 8;
-    if (kept->why != kL3KeptPadding && head < count) explicit_bzero(kept->octets() + head, count - head);
+    if (kept->why != kL3KeptPadding && head < count) rtx3gppWipe(kept->octets() + head, count - head);
   }
 }

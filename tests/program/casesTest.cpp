@@ -203,7 +203,7 @@ TEST(Program, ManualHasTheOptionsOfEveryHelp)
   // Elsewhere than in an installed system the pages that these refer to are not found.
   Ran lint =
       shell("command -v mandoc >/dev/null || exit 0\n"
-            "{ velnor3gpp manual | mandoc -Tlint; mandoc -Tlint docs/man/*.7; } | grep -v 'manual not found' || true");
+            "{ velnor3gpp manual | mandoc -Tlint; mandoc -Tlint man/*.7; } | grep -v 'manual not found' || true");
   EXPECT_EQ(lint.code, 0) << lint.out;
   EXPECT_EQ(lint.out, "");
 }
@@ -213,7 +213,7 @@ TEST(Program, FilterPageNamesOptionsThatAreThere)
 {
   Ran help = shell("velnor3gpp filter --help");
   if (help.code != 0) GTEST_SKIP() << "there is no filter";
-  for (const std::string& name : optionsIn(shell("cat docs/man/velnor3gpp-filter.7").out, "Fl "))
+  for (const std::string& name : optionsIn(shell("cat man/velnor3gpp-filter.7").out, "Fl "))
     EXPECT_NE(help.out.find("--" + name), std::string::npos) << name;
 }
 
