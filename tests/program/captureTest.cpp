@@ -1,4 +1,5 @@
-// Promise: the memory of the program does not grow with a capture.
+// Promises: the program reads captures wherever it reads messages: connections have keys of their own, memory does not
+// grow with the capture, and cut anywhere it gives all whole frames and ends with 3.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -31,6 +32,67 @@ Ran run(const std::string& command)
   Ran ran = {WIFEXITED(status) ? WEXITSTATUS(status) : -1, fileText(file), used.ru_maxrss};
   std::filesystem::remove(file);
   return ran;
+}
+
+size_t countOf(const std::string& text, const std::string& part)
+{
+  size_t count = 0;
+  for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
+  return count;
+}
+
+Octets from(uint8_t host, const Octets& message)
+{
+  Octets packet = ethernet(ipv4(udp(gsmtap3(0x0504, 1, message))));
+  packet[14 + 15] = host; // the last octet of the source
+  return packet;
+}
+
+const char kFirst[] = "integrity-algorithm 2\nciphering-algorithm 2\nintegrity-key 0102030405060708090a0b0c0d0e0f10\n"
+                      "ciphering-key 2122232425262728292a2b2c2d2e2f30\n";
+
+// The same message on two connections, which count apart from each other, and on one that nobody has keys for.
+TEST(ProgramCaptures, EveryConnectionHasItsKeysAndCounts)
+{
+  const Folder folder;
+  const Octets request = hex("7E02C6F8DD7D00C9D14D35139BB81B6789EDB6FB972D912B9C3761BD2886");
+  std::vector<Frame> frames;
+  for (uint8_t host : {1, 2, 3, 1}) frames.push_back({1, from(host, request)});
+  const std::string capture = folder.keep("c.pcap", pcap(frames));
+  auto keys = [&](const std::string& text) {
+    std::ofstream(folder + "/keys") << text;
+    std::filesystem::permissions(folder + "/keys", std::filesystem::perms(0600));
+    return run("decode --dir up --keys " + folder + "/keys " + capture).out;
+  };
+  const std::string both =
+      std::string("connection address 192.0.2.1 port 4729\n") + kFirst + "connection address 192.0.2.2\n" + kFirst;
+  std::string out = keys(both);
+  EXPECT_EQ(countOf(out, "verified, uplink"), 3U) << out;
+  EXPECT_EQ(countOf(out, "no keys given"), 1U) << out;
+  // The last one, sent again behind the count of the others, is no news to a connection that counts on.
+  out = keys("connection address 192.0.2.1\n" + std::string(kFirst) + "uplink-count 1\nconnection interface 0\n" +
+             kFirst);
+  EXPECT_EQ(countOf(out, "FAILED"), 2U) << out;
+  EXPECT_EQ(countOf(out, "verified, uplink"), 2U) << out;
+  EXPECT_EQ(countOf(keys(kFirst), "verified, uplink"), 4U);
+  for (const char* wrong : {"connection\n", "connection host 1\n", "connection address 192.0.2\n",
+                            "connection port 70000\n", "connection port\n"})
+    EXPECT_NE(keys(wrong + std::string(kFirst)).find("keys:1: "), std::string::npos) << wrong;
+  EXPECT_NE(keys("connection port 1\nbearer 1\n").find("no line integrity-algorithm"), std::string::npos);
+}
+
+TEST(ProgramCaptures, CutAnywhereGiveAllWholeFrames)
+{
+  const Folder folder;
+  const Octets file = pcap({{151, hex("7E005B01")}, {151, hex("7E005B02")}});
+  for (size_t size : {0, 4, 20, 24, 30, 40, 43, 44, 60, 63}) {
+    const Octets cut(file.begin(), file.begin() + long(size));
+    const Ran ran = run("decode --json " + folder.keep("cut", cut));
+    const bool whole = size == 0 || size == 24 || size == 44;
+    EXPECT_EQ(ran.code, whole ? 0 : 3) << size << ran.out;
+    EXPECT_EQ(countOf(ran.out, "{\"frame\":"), size < 44 ? 0U : 1U) << size << ran.out;
+  }
+  EXPECT_EQ(run("decode --json " + folder.keep("whole", file)).code, 0);
 }
 
 // A capture of large frames that are holes in the file. VELNOR_TEST_EFFORT=50 makes it one of 13 GiB.

@@ -15,8 +15,7 @@ namespace {
 
 struct Options {
   std::string in, out;
-  LinkNames links;
-  SessionOptions session; // its key file alone
+  SessionOptions session; // its key file and link types alone
   bool redact = false;
 };
 
@@ -84,6 +83,7 @@ struct Run {
 static bool redact(Run& run, velnor3gpp_CaptureFrame& frame)
 {
   velnor3gpp_Session* session = run.session.get();
+  selectKeys(session, run.options.session, &frame.connection);
   if (checkMemory(velnor3gpp_decode(session, frame.type, frame.direction, frame.octets, frame.count)) < 0) return false;
   velnor3gpp_Result result = resultOf(session);
   if (result.missing || result.headerOnly) return false;
@@ -128,8 +128,8 @@ static void run(const Options& options, Output& words, Output& file)
 {
   CaptureOutput out(file, formatOf(options.out));
   Run run{options, out, openSession(options.session)};
-  readCapture(
-      options.in, options.links, [&](const velnor3gpp_CaptureFrame& frame) { convert(run, frame); },
+  readCaptureFile(
+      options.in, options.session.links, [&](const velnor3gpp_CaptureFrame& frame) { convert(run, frame); },
       [&](const velnor3gpp_CaptureCounts& counts) {
         out.finish();
         std::string text = countsText(counts) + "; " + std::to_string(run.written) + " written";
@@ -176,7 +176,7 @@ void addCapture(CLI::App& app, Program& program)
       ->add_option("out", options->out, "capture to write: pcapng, or pcap if it ends in .pcap; - is standard output")
       ->required();
   command->add_flag("--redact", options->redact, "take out what tells of a person, and comments and addresses");
-  addLinkOption(*command, options->links);
+  addLinkOption(*command, options->session.links);
   addKeyOption(*command, options->session);
   command->callback([&program, options] { program.code = capture(*options, program.out); });
 }

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <ctime>
@@ -34,11 +35,21 @@ using Reader = std::unique_ptr<velnor3gpp_CaptureReader, CloseReader>;
 
 } // namespace
 
-static long readOctets(void* arg, uint8_t* octets, size_t room)
+static long readOctets(int descriptor, uint8_t* octets, size_t room)
 {
   ssize_t count;
-  do count = read(static_cast<Descriptor*>(arg)->number, octets, room);
+  do count = read(descriptor, octets, room);
   while (count < 0 && errno == EINTR);
+  return static_cast<long>(count);
+}
+
+static long readInput(void* arg, uint8_t* octets, size_t room)
+{
+  CaptureInput& input = *static_cast<CaptureInput*>(arg);
+  if (input.first.empty()) return readOctets(input.descriptor, octets, room);
+  size_t count = std::min(room, input.first.size());
+  std::copy_n(input.first.begin(), count, octets);
+  input.first.erase(input.first.begin(), input.first.begin() + static_cast<std::ptrdiff_t>(count));
   return static_cast<long>(count);
 }
 
@@ -69,19 +80,14 @@ bool isCaptureFile(const std::string& name)
 {
   uint8_t first[4];
   Descriptor file(name);
-  return file.own && file.number >= 0 && readOctets(&file, first, sizeof first) == 4 &&
+  return file.own && file.number >= 0 && readOctets(file.number, first, sizeof first) == 4 &&
          velnor3gpp_isCapture(first, sizeof first);
 }
 
-static std::string called(const std::string& name)
-{
-  return name == "-" ? "standard input" : name;
-}
-
-static Reader openReader(Descriptor& file, const LinkNames& names)
+static Reader openReader(CaptureInput& input, const LinkNames& names)
 {
   velnor3gpp_CaptureReader* reader = nullptr;
-  if (velnor3gpp_captureOpen(&reader, readOctets, &file) < 0) throw std::bad_alloc();
+  if (velnor3gpp_captureOpen(&reader, readInput, &input) < 0) throw std::bad_alloc();
   Reader opened(reader);
   for (const std::string& name : names.given)
     velnor3gpp_captureMap(reader, static_cast<uint32_t>(std::stoul(name)), name.c_str() + name.find('=') + 1);
@@ -91,23 +97,21 @@ static Reader openReader(Descriptor& file, const LinkNames& names)
 // How a capture ended that did not end well. Its whole frames have all been handed over.
 [[noreturn]] static void fail(const std::string& name, int status, const velnor3gpp_CaptureCounts& counts)
 {
-  if (status == RTX_E_READ) throw InputError(called(name) + ": cannot be read: " + strerror(errno));
+  if (status == RTX_E_READ) throw InputError(name + ": cannot be read: " + strerror(errno));
   if (status == RTX_E_BAD_FORMAT && !counts.octets)
-    throw UsageError(called(name) + ": is no capture; give a pcap or pcapng file");
+    throw UsageError(name + ": is no capture; give a pcap or pcapng file");
   std::string what = "is damaged";
   if (status == RTX_E_END_OF_FILE) what = "is cut in the middle of a record";
   if (status == RTX_E_TOO_BIG) what = "has more than 1024 interfaces in a section";
-  throw DamageError(called(name) + ": " + what + ": octet " + std::to_string(counts.octets) + ", behind frame " +
+  throw DamageError(name + ": " + what + ": octet " + std::to_string(counts.octets) + ", behind frame " +
                     std::to_string(counts.frames));
 }
 
-velnor3gpp_CaptureCounts readCapture(const std::string& name, const LinkNames& names,
+velnor3gpp_CaptureCounts readCapture(CaptureInput input, const LinkNames& names,
                                      const std::function<void(const velnor3gpp_CaptureFrame&)>& take,
                                      const std::function<void(const velnor3gpp_CaptureCounts&)>& ended)
 {
-  Descriptor file(name);
-  if (file.number < 0) throw InputError(name + ": cannot be opened: " + strerror(errno));
-  Reader reader = openReader(file, names);
+  Reader reader = openReader(input, names);
   velnor3gpp_CaptureFrame frame = {};
   frame.size = sizeof frame;
   int status;
@@ -119,8 +123,17 @@ velnor3gpp_CaptureCounts readCapture(const std::string& name, const LinkNames& n
   bool isCapture = status != RTX_E_BAD_FORMAT || counts.octets;
   if (ended && isCapture) ended(counts);
   errno = error;
-  if (status < 0) fail(name, status, counts);
+  if (status < 0) fail(input.name, status, counts);
   return counts;
+}
+
+velnor3gpp_CaptureCounts readCaptureFile(const std::string& name, const LinkNames& names,
+                                         const std::function<void(const velnor3gpp_CaptureFrame&)>& take,
+                                         const std::function<void(const velnor3gpp_CaptureCounts&)>& ended)
+{
+  Descriptor file(name);
+  if (file.number < 0) throw InputError(name + ": cannot be opened: " + strerror(errno));
+  return readCapture({name == "-" ? "standard input" : name, file.number}, names, take, ended);
 }
 
 std::string timeText(const velnor3gpp_CaptureFrame& frame)

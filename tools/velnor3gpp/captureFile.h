@@ -22,12 +22,24 @@ void addLinkOption(CLI::App& command, LinkNames& names);
 // Does the file, which can be read twice, begin as a capture?
 bool isCaptureFile(const std::string& name);
 
-// Hands every frame of a capture to `take`, in order; "-" is standard input. Returns the counts. Throws UsageError if
+// Octets of a capture: those that were read before, then what a descriptor gives.
+struct CaptureInput {
+  std::string name;
+  int descriptor;
+  std::vector<uint8_t> first = {};
+};
+
+// Hands every frame of a capture to `take`, in order. Returns the counts. Throws UsageError if
 // it is no capture, InputError if it cannot be read, and DamageError behind the last whole frame of a damaged one,
 // after `ended` was called.
-velnor3gpp_CaptureCounts readCapture(const std::string& name, const LinkNames& names,
+velnor3gpp_CaptureCounts readCapture(CaptureInput input, const LinkNames& names,
                                      const std::function<void(const velnor3gpp_CaptureFrame&)>& take,
                                      const std::function<void(const velnor3gpp_CaptureCounts&)>& ended = {});
+
+// The same for a file by its name; "-" is standard input.
+velnor3gpp_CaptureCounts readCaptureFile(const std::string& name, const LinkNames& names,
+                                         const std::function<void(const velnor3gpp_CaptureFrame&)>& take,
+                                         const std::function<void(const velnor3gpp_CaptureCounts&)>& ended = {});
 
 // "2023-11-14T22:13:20.000005000Z", or "" if the capture tells no time.
 std::string timeText(const velnor3gpp_CaptureFrame& frame);

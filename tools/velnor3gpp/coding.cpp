@@ -74,7 +74,7 @@ void decodeMessage(velnor3gpp_Session* session, const SessionOptions& options, c
   velnor3gpp_Direction direction = message.direction ? message.direction : readDirection(options.direction);
   velnor3gpp_Channel channel = message.channel ? message.channel : readChannel(options.channel);
   const std::string& name = message.type.empty() ? options.as : message.type;
-  if (options.keys && options.keys->count) setKeys(session, options);
+  selectKeys(session, options, message.connection);
   if (!name.empty()) return decodeAs(session, decodable(name), direction, message);
   decodeBest(session, formsOf(message, direction, channel), direction, message, tried);
 }

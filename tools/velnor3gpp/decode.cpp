@@ -98,13 +98,14 @@ static void reencode(Run& run, const Message& message)
   run.different = run.different || !done.equal;
 }
 
-static void printJson(Run& run)
+static void printJson(Run& run, const Message& message)
 {
   unsigned flags = (run.options.names ? VELNOR3GPP_NAMES : 0) | (run.options.positions ? VELNOR3GPP_POSITIONS : 0);
   const char* text = nullptr;
   size_t count = 0;
   checkMemory(velnor3gpp_toJson(run.session.get(), flags, &text, &count));
-  run.out.write({text, count});
+  run.out.write("{" + message.lead);
+  run.out.write({text + 1, count - 1}); // behind its brace
   run.out.put('\n');
 }
 
@@ -143,7 +144,7 @@ static void decodeOne(Run& run, const Message& message)
   Outcome outcome = outcomeOf(run.session.get());
   count(run.counts, outcome);
   if (run.options.json)
-    printJson(run);
+    printJson(run, message);
   else
     printText(run, message, tried, outcome);
 }
@@ -153,9 +154,10 @@ static int decode(const Options& options, Output& out)
   typeOf(options.session);
   Run run{options, out, openSession(options.session), styleFor(out, options.colour, options.depth), {}};
   Progress progress(out);
-  readMessages(options.inputs, {[&](const Message& message) { decodeOne(run, message); },
-                                [&](const BadLine& bad) { printBadLine(run, bad); },
-                                [&](size_t octets) { progress.show(octets, run.counts.messages); }});
+  readMessages(options.inputs,
+               {[&](const Message& message) { decodeOne(run, message); },
+                [&](const BadLine& bad) { printBadLine(run, bad); },
+                [&](size_t octets) { progress.show(octets, run.counts.messages); }, &options.session.links});
   progress.clear();
   if (needsSummary(run.counts)) complain(out, summaryOf(run.counts));
   return options.failOnError && (run.counts.bad || run.different) ? kExitBadMessage : kExitDone;

@@ -144,16 +144,51 @@ static void checkComplete(const Reader& reader)
   if (reader.keys.cipherAlg && !has("ciphering-key")) refuseWhole("ciphering-algorithm 2 needs a line ciphering-key");
 }
 
-void readKeys(std::istream& in, const std::string& fileName, Keys& keys)
+// The terms behind the word "connection", or nothing.
+static std::optional<std::string> connectionIn(const std::string& text)
 {
-  Reader reader{fileName, keys, 0, {}};
-  for (std::string text; std::getline(in, text); wipe(text)) {
+  static const std::string kWord = "connection";
+  size_t start = text.find_first_not_of(" \t\r");
+  if (start == std::string::npos || text.compare(start, kWord.size(), kWord)) return {};
+  size_t end = start + kWord.size();
+  if (end < text.size() && !strchr(" \t\r=", text[end])) return {};
+  return text.substr(end, text.find('#') == std::string::npos ? std::string::npos : text.find('#') - end);
+}
+
+static Keys& addSection(const Reader& reader, Keys& all, const std::string& terms)
+{
+  all.connections.push_back(std::make_unique<Keys>());
+  Keys& section = *all.connections.back();
+  std::string fault = readConnection(terms, section.connection);
+  if (!fault.empty()) refuse(reader, fault);
+  return section;
+}
+
+// Reads up to the next section, which it returns, or to the end.
+static Keys* readSection(std::istream& in, const std::string& fileName, Keys& keys, Keys& all, size_t& lineNumber)
+{
+  Reader reader{fileName, keys, lineNumber, {}};
+  Keys* next = nullptr;
+  for (std::string text; !next && std::getline(in, text); wipe(text)) {
     ++reader.lineNumber;
+    if (std::optional<std::string> terms = connectionIn(text)) {
+      next = &addSection(reader, all, *terms);
+      continue;
+    }
     Line line = splitLine(reader, text);
     if (!line.name.empty()) takeLine(reader, line);
     wipe(line.value);
   }
-  checkComplete(reader);
+  lineNumber = reader.lineNumber;
+  keys.none = &keys == &all && next && reader.seen.empty();
+  if (!keys.none) checkComplete(reader);
+  return next;
+}
+
+void readKeys(std::istream& in, const std::string& fileName, Keys& keys)
+{
+  size_t lineNumber = 0;
+  for (Keys* section = &keys; section;) section = readSection(in, fileName, *section, keys, lineNumber);
 }
 
 static void refuseDirectory(const std::string& fileName)

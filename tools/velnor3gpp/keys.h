@@ -6,8 +6,12 @@
 #include <array>
 #include <cstdint>
 #include <istream>
+#include <memory>
 #include <optional>
 #include <string>
+#include <vector>
+
+#include "captureKeys.h"
 
 struct Keys {
   std::array<uint8_t, 16> integrityKey{};
@@ -17,6 +21,11 @@ struct Keys {
   std::optional<uint8_t> bearer;       // none: 1 for 5GS, 0 for EPS
   std::optional<uint32_t> count;       // the lowest one of every message
   std::array<uint32_t, 2> nextCount{}; // uplink, downlink: the lowest count of the next message
+
+  // Of single connections in captures: sections of the file. `none`: there are no keys for the others.
+  ConnectionTerms connection;
+  std::vector<std::unique_ptr<Keys>> connections;
+  bool none = false;
 
   Keys() = default;
   Keys(const Keys&) = delete;

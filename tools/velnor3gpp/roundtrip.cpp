@@ -67,7 +67,8 @@ static int roundtrip(const Options& options, Output& out)
   Run run{options, out, openSession(options.session)};
   readMessages(options.inputs, {[&](const Message& message) { roundtripOne(run, message); },
                                 [&](const BadLine& bad) { tellBad(run, bad.place, bad.problem); },
-                                {}});
+                                {},
+                                &options.session.links});
   size_t bad = run.different + run.notDecoded;
   std::string text = counted(run.equal + bad, "message") + ": " + std::to_string(run.equal) + " equal, " +
                      std::to_string(run.different) + " different, " + std::to_string(run.notDecoded) + " not decoded";

@@ -22,7 +22,7 @@ static std::string channelFault(const std::string& word)
 void addInputs(CLI::App& command, std::vector<std::string>& inputs)
 {
   command.add_option("input", inputs,
-                     "octets in hexadecimal, file names, or - for standard input (one message a line)");
+                     "octets in hexadecimal, file names (one message a line, or captures), or - for standard input");
 }
 
 void addKeyOption(CLI::App& command, SessionOptions& options)
@@ -44,6 +44,7 @@ void addSessionOptions(CLI::App& command, SessionOptions& options)
   command.add_option("--release", options.release, "newest release of radio capabilities to decode, 0: all")
       ->type_name("N")
       ->check(CLI::Range(0, 255));
+  addLinkOption(command, options.links);
 }
 
 int checkMemory(int status)
@@ -66,13 +67,45 @@ static velnor3gpp_Keys sessionKeys(const Keys& file)
   return keys;
 }
 
+static void giveKeys(velnor3gpp_Session* session, const Keys& file)
+{
+  velnor3gpp_Keys keys = sessionKeys(file);
+  int status = velnor3gpp_setKeys(session, file.none ? nullptr : &keys);
+  explicit_bzero(&keys, sizeof keys);
+  checkMemory(status);
+}
+
 void setKeys(velnor3gpp_Session* session, const SessionOptions& options)
 {
   if (!options.keys) return;
-  velnor3gpp_Keys keys = sessionKeys(*options.keys);
-  int status = velnor3gpp_setKeys(session, &keys);
+  options.current = options.keys.get();
+  giveKeys(session, *options.current);
+}
+
+static Keys* keysFor(Keys& all, const velnor3gpp_CaptureConnection* connection)
+{
+  for (const std::unique_ptr<Keys>& section : all.connections)
+    if (connection && isConnection(section->connection, *connection)) return section.get();
+  return &all;
+}
+
+static void keepCounts(const velnor3gpp_Session* session, Keys& file)
+{
+  velnor3gpp_Keys keys = {};
+  keys.size = sizeof keys;
+  if (velnor3gpp_getKeys(session, &keys) >= 0) file.nextCount = {keys.uplinkCount, keys.downlinkCount};
   explicit_bzero(&keys, sizeof keys);
-  checkMemory(status);
+}
+
+void selectKeys(velnor3gpp_Session* session, const SessionOptions& options,
+                const velnor3gpp_CaptureConnection* connection)
+{
+  if (!options.keys) return;
+  Keys* wanted = keysFor(*options.keys, connection);
+  if (wanted == options.current && !wanted->count) return;
+  if (options.current && wanted != options.current) keepCounts(session, *options.current);
+  options.current = wanted;
+  giveKeys(session, *wanted);
 }
 
 Session openSession(const SessionOptions& options)

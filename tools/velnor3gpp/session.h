@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "captureFile.h"
 #include "keys.h"
 #include "velnor3gpp/velnor3gpp.h"
 
@@ -18,6 +19,8 @@ struct SessionOptions {
   std::string keyFile;                // or empty
   unsigned release = 0;               // newest release of radio capabilities, 0: all
   mutable std::shared_ptr<Keys> keys; // of the key file, which is read once
+  mutable Keys* current = nullptr;    // those that the session has
+  LinkNames links;                    // of captures
 };
 
 struct CloseSession {
@@ -27,7 +30,7 @@ using Session = std::unique_ptr<velnor3gpp_Session, CloseSession>;
 
 // Why a word is no direction, or "".
 std::string directionFault(const std::string& word);
-// Adds --as, --dir, --channel, --keys and --release.
+// Adds --as, --dir, --channel, --keys, --release and --dlt.
 void addSessionOptions(CLI::App& command, SessionOptions& options);
 // Adds the messages: octets, files or -.
 void addInputs(CLI::App& command, std::vector<std::string>& inputs);
@@ -37,6 +40,9 @@ void addKeyOption(CLI::App& command, SessionOptions& options);
 Session openSession(const SessionOptions& options);
 // Sets the keys anew, so that the counts begin again. Does nothing without a key file.
 void setKeys(velnor3gpp_Session* session, const SessionOptions& options);
+// Sets the keys of a connection, null for none that a capture tells; the counts of the others stay with them.
+void selectKeys(velnor3gpp_Session* session, const SessionOptions& options,
+                const velnor3gpp_CaptureConnection* connection);
 // The type of --as, or null without one. Throws UsageError.
 const velnor3gpp_Type* typeOf(const SessionOptions& options);
 // What came of the session's last message.

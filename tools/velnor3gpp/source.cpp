@@ -9,6 +9,7 @@
 #include <cstring>
 #include <memory>
 
+#include "captureMessages.h"
 #include "frame.h"
 #include "hex.h"
 #include "names.h"
@@ -84,7 +85,7 @@ static void refuseWide(const std::string& name, std::string_view start)
 }
 
 static void readAll(const File& file, const std::string& name, const TakeLine& take,
-                    const std::function<void(size_t)>& progress)
+                    const std::function<void(size_t)>& progress, const TakeCapture& capture)
 {
   static constexpr size_t kPiece = 65536;
   std::unique_ptr<char[]> room(new char[kPiece]);
@@ -96,6 +97,7 @@ static void readAll(const File& file, const std::string& name, const TakeLine& t
     if (count < 0) throw InputError(name + ": cannot be read: " + strerror(errno));
     if (count == 0) break;
     std::string_view piece(room.get(), static_cast<size_t>(count));
+    if (!done && capture && capture(name, file.fd, piece)) return;
     if (!done) refuseWide(name, piece);
     cutter.add(piece);
     done += piece.size();
@@ -104,15 +106,16 @@ static void readAll(const File& file, const std::string& name, const TakeLine& t
   cutter.finish();
 }
 
-static void readInput(const std::string& input, const TakeLine& take, const std::function<void(size_t)>& progress)
+static void readInput(const std::string& input, const TakeLine& take, const std::function<void(size_t)>& progress,
+                      const TakeCapture& capture)
 {
-  if (input == "-") return readAll({STDIN_FILENO, false}, "standard input", take, progress);
+  if (input == "-") return readAll({STDIN_FILENO, false}, "standard input", take, progress, capture);
   struct stat facts = {};
   if (stat(input.c_str(), &facts) == 0 && S_ISDIR(facts.st_mode))
     throw UsageError(input + ": is a directory; name a file in it");
   File file{open(input.c_str(), O_RDONLY | O_CLOEXEC), true};
   if (file.fd < 0) throw InputError(input + ": cannot be opened: " + strerror(errno));
-  readAll(file, input, take, progress);
+  readAll(file, input, take, progress, capture);
 }
 
 static bool isFile(const std::string& input)
@@ -122,12 +125,12 @@ static bool isFile(const std::string& input)
 }
 
 void readLines(const std::vector<std::string>& inputs, const TakeLine& take,
-               const std::function<void(size_t)>& progress)
+               const std::function<void(size_t)>& progress, const TakeCapture& capture)
 {
-  if (inputs.empty()) return readInput("-", take, progress);
+  if (inputs.empty()) return readInput("-", take, progress, capture);
   for (const std::string& input : inputs)
     if (!isFile(input)) throw UsageError("no file '" + input + "'");
-  for (const std::string& input : inputs) readInput(input, take, progress);
+  for (const std::string& input : inputs) readInput(input, take, progress, capture);
 }
 
 static bool isBlank(char c)
@@ -229,7 +232,8 @@ void readMessages(const std::vector<std::string>& inputs, const Taker& taker)
     if (!isFile(input)) throw UsageError("no file '" + input + "'; behind a file only files can stand");
   readLines(
       inputs, [&](const std::string& place, std::string_view line, bool whole) { takeLine(taker, place, line, whole); },
-      taker.progress);
+      taker.progress,
+      [&](const std::string& name, int fd, std::string_view first) { return takeCapture(taker, name, fd, first); });
 }
 
 std::string withCaret(const std::string& fault, std::string_view line, size_t column)

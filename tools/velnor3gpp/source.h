@@ -8,7 +8,9 @@
 #include <string_view>
 #include <vector>
 
-#include "velnor3gpp/velnor3gpp.h"
+#include "velnor3gpp/velnor3gppCapture.h"
+
+struct LinkNames;
 
 // The longest line, in octets. What is longer is read to its end and said to be too long.
 inline constexpr size_t kMostLine = 131072;
@@ -19,6 +21,9 @@ struct Message {
   velnor3gpp_Direction direction = VELNOR3GPP_DIRECTION_UNKNOWN; // if the line begins with one
   velnor3gpp_Channel channel = VELNOR3GPP_CHANNEL_UNKNOWN;       // if the line begins with one
   std::string type;                                              // if the line names one
+  // Of a frame of a capture: members that lead its object of JSON, and what tells its connection.
+  std::string lead = {};
+  const velnor3gpp_CaptureConnection* connection = nullptr;
 };
 
 // A line that is no message.
@@ -33,15 +38,20 @@ struct Taker {
   std::function<void(const Message&)> message;
   std::function<void(const BadLine&)> bad;
   std::function<void(size_t octets)> progress; // after each piece of a file; may be empty
+  const LinkNames* links = nullptr;            // of --dlt; may be null
 };
 
-// Hands every line of the inputs to `taker`, in order, and holds one line at a time. Without inputs, standard input is
+// Hands every line of the inputs to `taker`, in order, and holds one line at a time; and every message of an input that
+// begins as a capture does. Without inputs, standard input is
 // read if it is no terminal. Throws UsageError for what is no input at all, InputError if reading fails.
 void readMessages(const std::vector<std::string>& inputs, const Taker& taker);
+// Reads a capture whose first octets are given to its end, if it is one; false otherwise.
+using TakeCapture = std::function<bool(const std::string& name, int descriptor, std::string_view first)>;
+
 // The same for any text: the lines, without what ends them. Lines that are too long come with `whole` false.
 void readLines(const std::vector<std::string>& inputs,
                const std::function<void(const std::string& place, std::string_view line, bool whole)>& take,
-               const std::function<void(size_t octets)>& progress);
+               const std::function<void(size_t octets)>& progress, const TakeCapture& capture = {});
 
 // The fault with the line below it and a caret under the column. Of a long line the part around the column is shown;
 // what is no printing character stands as a dot.

@@ -54,7 +54,8 @@ static int trace(const Options& options, Output& out)
   Run run{options, out, openSession(options.session), {}, {}};
   readMessages(options.inputs, {[&](const Message& message) { traceOne(run, message); },
                                 [&](const BadLine& bad) { takeBadLine(run, bad); },
-                                {}});
+                                {},
+                                &options.session.links});
   if (options.page == "-")
     out.write(run.page);
   else if (!options.page.empty()) {
