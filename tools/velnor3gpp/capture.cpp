@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "captureFile.h"
+#include "coding.h"
 #include "commands.h"
 #include "names.h"
 #include "session.h"
@@ -75,31 +76,45 @@ struct Run {
   size_t written = 0;
   size_t leftOut = 0; // messages that are not written
   std::vector<uint8_t> octets = {};
+  uint8_t key[16] = {};
+
+  ~Run() { explicit_bzero(key, sizeof key); }
 };
 
 } // namespace
 
-// Whoever cannot be read cannot be redacted: what is ciphered, damaged, or told by no type.
-static bool redact(Run& run, velnor3gpp_CaptureFrame& frame)
+// Words and addresses tell of persons as well.
+static void hideFrame(velnor3gpp_CaptureFrame& frame)
 {
-  velnor3gpp_Session* session = run.session.get();
-  selectKeys(session, run.options.session, &frame.connection);
-  if (checkMemory(velnor3gpp_decode(session, frame.type, frame.direction, frame.octets, frame.count)) < 0) return false;
-  velnor3gpp_Result result = resultOf(session);
-  if (result.missing || result.headerOnly) return false;
+  frame.commentCount = 0;
+  frame.connection.has = 0;
+}
+
+// Encodes the record that is left. Blocks of radio channels keep their size; encoders end with the octet they reach.
+static bool encode(Run& run, velnor3gpp_CaptureFrame& frame)
+{
   const uint8_t* octets = nullptr;
   size_t count = 0;
-  if (checkMemory(velnor3gpp_redact(session)) < 0 || checkMemory(velnor3gpp_encode(session, &octets, &count)) < 0)
-    return false;
+  if (checkMemory(velnor3gpp_encode(run.session.get(), &octets, &count)) < 0) return false;
   run.octets.assign(octets, octets + count);
-  // Blocks of radio channels keep their size; encoders end with the octet that they reach.
   bool isBlock = strcmp(frame.dissector, "gsm_a_ccch") == 0 || strcmp(frame.dissector, "gsm_a_sacch") == 0;
   if (isBlock && count < frame.count) run.octets.resize(frame.count, 0x2B);
   frame.octets = run.octets.data();
   frame.count = run.octets.size();
-  frame.commentCount = 0; // words and addresses tell of persons as well
-  frame.connection.has = 0;
   return true;
+}
+
+// What is ciphered tells nothing and stays. What cannot be read whole would tell everything and is left out.
+static bool redact(Run& run, velnor3gpp_CaptureFrame& frame)
+{
+  velnor3gpp_Session* session = run.session.get();
+  selectKeys(session, run.options.session, &frame.connection);
+  hideFrame(frame);
+  checkMemory(velnor3gpp_decode(session, frame.type, frame.direction, frame.octets, frame.count));
+  velnor3gpp_Result result = resultOf(session);
+  if (outcomeOf(session) == Outcome::kSealed) return true;
+  bool whole = result.status == 0 && !result.missing && result.used == result.count;
+  return whole && checkMemory(velnor3gpp_pseudonymise(session, run.key)) >= 0 && encode(run, frame);
 }
 
 static void convert(Run& run, const velnor3gpp_CaptureFrame& read)
@@ -128,6 +143,7 @@ static void run(const Options& options, Output& words, Output& file)
 {
   CaptureOutput out(file, formatOf(options.out));
   Run run{options, out, openSession(options.session)};
+  if (options.redact) makeKey(run.key);
   readCaptureFile(
       options.in, options.session.links, [&](const velnor3gpp_CaptureFrame& frame) { convert(run, frame); },
       [&](const velnor3gpp_CaptureCounts& counts) {
@@ -175,7 +191,8 @@ void addCapture(CLI::App& app, Program& program)
   command
       ->add_option("out", options->out, "capture to write: pcapng, or pcap if it ends in .pcap; - is standard output")
       ->required();
-  command->add_flag("--redact", options->redact, "take out what tells of a person, and comments and addresses");
+  command->add_flag("--redact", options->redact,
+                    "replace identities, numbers, places, payloads; no comments, no addresses");
   addLinkOption(*command, options->session.links);
   addKeyOption(*command, options->session);
   command->callback([&program, options] { program.code = capture(*options, program.out); });

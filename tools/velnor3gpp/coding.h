@@ -53,6 +53,9 @@ std::string summaryOf(const Counts& counts);
 // Is there anything to say of the run?
 bool needsSummary(const Counts& counts);
 
+// Draws a key for replacing what tells of persons. Throws InputError.
+void makeKey(uint8_t (&key)[16]);
+
 // What encoding the session's record gives beside the octets that were decoded.
 struct Comparison {
   std::vector<uint8_t> octets; // that came back

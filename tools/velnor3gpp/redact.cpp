@@ -29,7 +29,7 @@ struct Run {
 
 } // namespace
 
-static void makeKey(uint8_t (&key)[16])
+void makeKey(uint8_t (&key)[16])
 {
   if (getrandom(key, sizeof key, 0) != static_cast<ssize_t>(sizeof key))
     throw InputError(std::string("no random octets to be had: ") + strerror(errno));
@@ -101,7 +101,8 @@ static int redact(const Options& options, Output& out)
                                   ++run.counts.messages;
                                   leaveOut(run, bad.place, RTX_E_BAD_HEX);
                                 },
-                                {}});
+                                {},
+                                &options.session.links});
   explicit_bzero(run.key, sizeof run.key);
   if (run.counts.bad)
     complain(out, counted(run.counts.messages, "message") + ": " + std::to_string(run.counts.bad) + " left out");

@@ -21,8 +21,7 @@ static std::string channelFault(const std::string& word)
 
 void addInputs(CLI::App& command, std::vector<std::string>& inputs)
 {
-  command.add_option("input", inputs,
-                     "octets in hexadecimal, file names (one message a line, or captures), or - for standard input");
+  command.add_option("input", inputs, "octets in hexadecimal, files of lines, captures, or - for standard input");
 }
 
 void addKeyOption(CLI::App& command, SessionOptions& options)
