@@ -107,7 +107,9 @@ const std::vector<FuzzTarget>& fuzzTargets()
        .check = checkKeys,
        .seeds = texts({"# one\nciphering-algorithm 2 # AES\nciphering-key 0102030405060708090a0b0c0d0e0f10\ncount 5\n",
                        "integrity-algorithm 2\nintegrity-key 0102030405060708090a0b0c0d0e0f10\nbearer 1\n"
-                       "uplink-count 250\ndownlink-count = 0\n"})},
+                       "uplink-count 250\ndownlink-count = 0\n",
+                       "connection address 192.0.2.1 port 40000 # UE 1\nintegrity-algorithm 0\nciphering-algorithm 0\n"
+                       "connection arfcn 871 timeslot 2\nciphering-algorithm 0\nintegrity-algorithm null\n"})},
 #endif
   };
   return kTargets;
