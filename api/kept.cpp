@@ -13,7 +13,6 @@ struct Search {
   const L3Kept* kept; // by what it belongs to
   const char* path;   // or by the path of the node
   size_t length;
-  const Place* found;
   char text[1024];
   const L3Type* type;
   const uint8_t* record;
@@ -82,6 +81,24 @@ static const L3Kept* keptAt(const velnor3gpp_Session& session, size_t index)
   return kept;
 }
 
+static const L3Kept* nextKept(velnor3gpp_Session& session, size_t index)
+{
+  bool follows = session.told && index == session.toldIndex + 1;
+  session.told = follows ? session.told->next : keptAt(session, index);
+  session.toldIndex = index;
+  return session.told;
+}
+
+static void findRecord(velnor3gpp_Session& session, const L3Kept& kept)
+{
+  if (session.toldRecord == kept.record) return;
+  Search search = {&kept, nullptr, 0, "", nullptr, nullptr};
+  velnor3gpp_visit(&session, 0, lookForRecord, &search);
+  session.toldRecord = kept.record;
+  session.toldType = search.type;
+  memcpy(session.toldPath, search.text, sizeof session.toldPath);
+}
+
 size_t keptCount(const velnor3gpp_Session& session)
 {
   const L3KeptList* list = l3KeptOf(&session.ctxt);
@@ -91,7 +108,8 @@ size_t keptCount(const velnor3gpp_Session& session)
 size_t keptInVain(const velnor3gpp_Session& session)
 {
   size_t count = 0;
-  for (size_t i = 0; const L3Kept* kept = keptAt(session, i); ++i) count += kept->why != kL3KeptPadding;
+  const L3KeptList* list = l3KeptOf(&session.ctxt);
+  for (const L3Kept* kept = list ? list->first : nullptr; kept; kept = kept->next) count += kept->why != kL3KeptPadding;
   return count;
 }
 
@@ -105,14 +123,12 @@ static const char* elementOf(const L3Kept& kept, const L3Type* type)
 int velnor3gpp_kept(velnor3gpp_Session* session, size_t index, velnor3gpp_Kept* target)
 {
   if (!session || !target) return RTX_E_NULL_POINTER;
-  const L3Kept* kept = keptAt(*session, index);
-  if (!kept || !hasRecord(*session)) return RTX_E_INDEX_RANGE;
-  Search search = {kept, nullptr, 0, nullptr, "", nullptr, nullptr};
-  velnor3gpp_visit(session, 0, lookForRecord, &search);
+  const L3Kept* kept = hasRecord(*session) ? nextKept(*session, index) : nullptr;
+  if (!kept) return RTX_E_INDEX_RANGE;
+  findRecord(*session, *kept);
   char name[kL3KeptName];
   size_t length = l3KeptName(*kept, name);
   memcpy(session->words, name, length + 1);
-  memcpy(session->path, search.text, sizeof session->path);
   velnor3gpp_Kept all = {};
   all.why = static_cast<velnor3gpp_KeptWhy>(kept->why);
   all.at = static_cast<velnor3gpp_KeptAt>(kept->at);
@@ -124,8 +140,8 @@ int velnor3gpp_kept(velnor3gpp_Session* session, size_t index, velnor3gpp_Kept* 
   all.bits = kept->bits;
   all.status = kept->status;
   all.text = session->words;
-  all.path = session->path;
-  all.element = elementOf(*kept, search.type);
+  all.path = session->toldPath;
+  all.element = elementOf(*kept, session->toldType);
   all.fault = kept->path;
   return fillStruct(target, all);
 }
@@ -136,7 +152,7 @@ int velnor3gpp_keep(velnor3gpp_Session* session, const velnor3gpp_Kept* source)
   velnor3gpp_Kept all = readStruct(source);
   if (!all.path || !all.element || (!all.octets && all.count)) return RTX_E_NULL_POINTER;
   if (!hasRecord(*session) || all.bits > all.count * 8 || all.at > VELNOR3GPP_KEPT_END) return RTX_E_BAD_PARAMETER;
-  Search search = {nullptr, all.path, strlen(all.path), nullptr, "", nullptr, nullptr};
+  Search search = {nullptr, all.path, strlen(all.path), "", nullptr, nullptr};
   int status = velnor3gpp_visit(session, 0, lookForPath, &search);
   if (status < 0) return status;
   if (!search.type)
@@ -158,6 +174,8 @@ int velnor3gpp_keep(velnor3gpp_Session* session, const velnor3gpp_Kept* source)
   if (!kept) return velnor3gpp_report(session, RTX_E_NO_MEMORY, "", "out of memory");
   kept->before = static_cast<uint32_t>(all.octet);
   session->ctxt.flags |= RTX_FLAG_KEEP_ELEMENTS;
+  session->told = nullptr;
+  session->toldRecord = nullptr;
   return 0;
 }
 

@@ -91,6 +91,8 @@ void endJob(velnor3gpp_Session& session)
   session.nasCount = 0;
   session.status = 0;
   session.reportCount = 0;
+  session.told = nullptr;
+  session.toldRecord = nullptr;
   setForms(session.ctxt, session.forms);
 }
 

@@ -27,6 +27,7 @@ struct Report {
 inline constexpr size_t kMaxReports = 4;
 
 struct Build;
+struct L3Kept;
 
 struct velnor3gpp_Session {
   RtxMemHeap* home; // of the session itself and its rooms
@@ -54,6 +55,14 @@ struct velnor3gpp_Session {
   size_t reportCount;
   char words[1024]; // of the finding that was asked for last
   char path[1024];
+
+  // The kept element told last, its place in the list, and where its record stands: they are asked for one after the
+  // other, and a walk for each would cost a message of nothing else the square of its size.
+  const L3Kept* told;
+  size_t toldIndex;
+  const void* toldRecord;
+  const L3Type* toldType;
+  char toldPath[1024];
 
   RtxContext slow; // of the decoding that lists positions; its trace is that of the job while `located` is set
   bool located;

@@ -122,9 +122,8 @@ static void visitEnumerated(Walk& walk, const Place* parent, const L3Row& row, c
   if (walk.names) {
     const L3Enum& set = *static_cast<const L3Enum*>(row.info);
     uint64_t raw = place.node.number;
-    const RtxEnumItem* item =
-        l3EnumItem(set, set.printOpen ? static_cast<int64_t>(raw) : static_cast<int64_t>(static_cast<int32_t>(raw)));
-    if (item) place.node.valueName = item->name;
+    place.node.valueName =
+        l3EnumTitle(set, set.printOpen ? static_cast<int64_t>(raw) : static_cast<int64_t>(static_cast<int32_t>(raw)));
   }
   tell(walk, place);
 }

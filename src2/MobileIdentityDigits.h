@@ -5,6 +5,7 @@
 
 #include "rt3gppsrc/engine/l3Decode.h"
 #include "rt3gppsrc/engine/l3Encode.h"
+#include "rt3gppsrc/engine/l3Kept.h"
 
 // `type` is the identity under the coder, whose rows failures are reported for.
 // Reads the length, remarks one that is not in 1..most, and what `inside` reads up to the end, a bit position.
@@ -46,6 +47,9 @@ int decIdentity(L3Call& call, const L3Type& type, Length& length, size_t most, I
   size_t end = l3BitPos(call.pctxt) + size_t{length} * 8;
   if (status = inside(end); status < 0) return status;
   if (l3BitPos(call.pctxt) > end) return l3DecFailed(call, type, nullptr, RTX_E_BAD_LENGTH);
+  // Octets behind an identity have no place in it: it is kept as a whole.
+  bool surplus = l3BitPos(call.pctxt) < end && l3Keeps(call) && call.onTrial();
+  if (surplus) return l3DecFailed(call, type, nullptr, RTX_E_BAD_LENGTH);
   if (status = rtxCtxtSetBitOffset(call.pctxt, end); status < 0) return l3DecFailed(call, type, nullptr, status);
   l3PopRegion(call);
   return 0;

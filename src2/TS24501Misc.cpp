@@ -248,6 +248,7 @@ size_t l3DirectDec_TS24501IE_MobileIdentity(const L3Source& in, size_t pos, size
   } else {
     return l3DirectType(in, start, outer, l3_TS24501IE_MobileIdentity, record);
   }
+  if (pos != end && l3DirectKeeps(in)) return kL3GaveUp;
   return pos == kL3GaveUp ? pos : end;
 }
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "rt3gppsrc/engine/l3Engine.h"
+#include "rt3gppsrc/engine/l3Kept.h"
 #include "tests/octets.h"
 #include "tests/printed.h"
 #include "velnor3gpp/rt3gppNasSec.h"
@@ -105,13 +106,26 @@ inline std::string traceOf(const RtxContext* ctxt)
   return text;
 }
 
-// Status, cursor, flags, errors, stacks and trace.
+inline std::string keptOf(const RtxContext* ctxt)
+{
+  std::string text;
+  const L3KeptList* list = l3KeptOf(ctxt);
+  for (const L3Kept* kept = list ? list->first : nullptr; kept; kept = kept->next) {
+    char name[kL3KeptName];
+    l3KeptName(*kept, name);
+    text += std::string("kept ") + name + " at " + std::to_string(kept->position) + "+" + std::to_string(kept->bits) +
+            " " + hexText(Octets(kept->octets(), kept->octets() + (kept->bits + 7) / 8)) + "\n";
+  }
+  return text;
+}
+
+// Status, cursor, flags, errors, stacks, trace and what is kept.
 inline std::string stateOf(RtxContext* ctxt, int status)
 {
   const RtxBuffer& buffer = ctxt->buffer;
   return "status " + std::to_string(status) + " cursor " + std::to_string(buffer.byteIndex) + "/" +
          std::to_string(buffer.bitOffset) + " flags " + std::to_string(ctxt->flags) + "\n" + errorsOf(ctxt) +
-         stacksOf(ctxt) + traceOf(ctxt);
+         stacksOf(ctxt) + traceOf(ctxt) + keptOf(ctxt);
 }
 
 // Storage for a value of the type, of its exact size up to the alignment.

@@ -233,6 +233,7 @@ static int takeOrKeep(L3Call& call, TailWalk& walk, unsigned position, size_t st
   L3Probed probed = kL3NotTold;
   if (knownBits(call, walk, position, l3BitsBefore(call, walk.end), bits))
     probed = l3ProbeMember(call, walk.type, row, walk.record, probe);
+  if (probed == kL3NoMemory) return l3Fail(call, walk.type.module->decoder, RTX_E_NO_MEMORY, row.line);
   if (probed == kL3Unreadable) {
     bool half = walk.message.ieis[position - 1].half;
     l3InitMember(row, walk.record);

@@ -213,6 +213,7 @@ static int decOrKeep(L3Call& call, RowWalk& walk, const L3Row& row, const L3End&
   L3Probe probe;
   L3Probed probed = framed ? l3ProbeMember(call, walk.type, row, walk.record, probe) : kL3NotTold;
   if (probed == kL3Read) return 0;
+  if (probed == kL3NoMemory) return l3Fail(call, moduleOf(walk.type), RTX_E_NO_MEMORY, row.line);
   if (probed == kL3NotTold) return l3DecMember(call, walk.type, row, walk.record, walk.running);
   l3InitMember(row, walk.record);
   L3KeptFacts facts = {walk.record, &row, start, 0, 0, kL3KeptInstead, kL3KeptUnreadable, probe.status, probe.path};

@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "rt3gppsrc/engine/l3Encode.h"
+#include "rt3gppsrc/engine/l3Kept.h"
 #include "rt3gppsrc/engine/l3Padding.h"
 #include "rt3gppsrc/engine/l3Record.h"
 #include "velnor3gpp/rtxBitEncode.h"
@@ -58,7 +59,7 @@ static int encOctetString(L3Call& call, const L3Type& type, const L3Row& row, co
   }
   auto [count, data] = contentOf(member, info.cap, info.dataOffset);
   bool tooLong = info.cap && count > info.cap;
-  if (tooLong || (info.ranged && (count < info.lo || count > info.hi)))
+  if (tooLong || (info.ranged && (count < info.lo || count > info.hi) && !l3TakesAll(call)))
     return l3FailRange(call, type.module->encoder, row.line, count);
   if (count && !data) return failNull(call, type, row);
   if (int status = encOwnLength(call, type, row, info.from, info.lengthBits, count); status < 0) return status;
@@ -112,7 +113,7 @@ static int encText(L3Call& call, const L3Type& type, const L3Row& row, const uin
   if (!text) text = "";
   size_t length = strlen(text);
   size_t count = info.labels ? (length ? length + 1 : 0) : length;
-  if (info.ranged && (count < info.lo || count > info.hi))
+  if (info.ranged && (count < info.lo || count > info.hi) && !l3TakesAll(call))
     return l3FailRange(call, type.module->encoder, row.line, count);
   if (tooLong(info, count)) return l3Fail(call, type.module->encoder, RTX_E_TOO_BIG, row.line);
   if (int status = encOwnLength(call, type, row, info.from, info.lengthBits, count); status < 0) return status;
@@ -168,7 +169,7 @@ int l3EncList(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* recor
   } heap = {member[0], member + info.elemOffset};
   if (!info.cap) memcpy(&heap, member, sizeof heap);
   bool tooMany = info.cap && heap.n > info.cap;
-  if (tooMany || (info.ranged && (heap.n < info.lo || heap.n > info.hi)))
+  if (tooMany || (info.ranged && (heap.n < info.lo || heap.n > info.hi) && !l3TakesAll(call)))
     return l3FailRange(call, type.module->encoder, row.line, heap.n);
   // An index of 8 bits never reaches a count above 255: the loop would not end.
   if (heap.n > 255) return l3FailNew(call, type.module->encoder, RTX_E_BAD_VALUE, row.line);

@@ -141,7 +141,7 @@ int l3EncClose(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* reco
   int status = l3PatchLength(call, start, info.bits, written);
   if (status < 0) return l3Fail(call, type.module->encoder, status, row.line);
   bool cut = info.unitBits == 1 && count != written;
-  if (cut || (info.ranged && (count < info.lo || count > info.hi)))
+  if (cut || (info.ranged && (count < info.lo || count > info.hi) && !l3TakesAll(call)))
     return l3FailRange(call, type.module->encoder, row.line, count);
   return 0;
 }

@@ -30,6 +30,14 @@ const RtxEnumItem* l3EnumItem(const L3Enum& set, int64_t value)
   return nullptr;
 }
 
+const char* l3EnumTitle(const L3Enum& set, int64_t value)
+{
+  const RtxEnumItem* item = l3EnumItem(set, value);
+  for (unsigned i = 0; item && set.titles && i < set.rows; ++i)
+    if (set.table + set.table[i].transformedIdx == item) return set.titles[i];
+  return item ? item->name : nullptr;
+}
+
 int l3EnumValue(RtxContext* pctxt, const L3Type& type, const L3Enum& set, const char* name, size_t namelen, int& value)
 {
   int row = rtxLookupEnum(name, namelen, set.table, set.rows);

@@ -344,5 +344,6 @@ L3Probed l3ProbeMember(L3Call& call, const L3Type& type, const L3Row& row, uint8
   if (read && (before.probe || !(probe.again || before.traced))) return kL3Read;
   before.restoreInput();
   if (probe.refused && before.probe) l3RefuseTrial(call, probe.status);
-  return read || probe.refused || probe.status == RTX_E_NO_MEMORY ? kL3NotTold : kL3Unreadable;
+  if (!read && probe.status == RTX_E_NO_MEMORY) return kL3NoMemory;
+  return read || probe.refused ? kL3NotTold : kL3Unreadable;
 }

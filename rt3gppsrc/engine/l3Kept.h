@@ -73,6 +73,12 @@ inline bool l3KeepsFlag(const RtxContext* pctxt)
   return pctxt->flags & RTX_FLAG_KEEP_ELEMENTS;
 }
 
+// Is a value outside the standard's range no reason to refuse an encoding? Decoders take it with a remark.
+inline bool l3TakesAll(const L3Call& call)
+{
+  return l3KeepsFlag(call.pctxt);
+}
+
 // Are elements kept in this call?
 inline bool l3Keeps(const L3Call& call)
 {
@@ -126,10 +132,10 @@ struct L3Probe {
   char path[160];
 };
 
-enum L3Probed { kL3Read, kL3NotTold, kL3Unreadable };
+enum L3Probed { kL3Read, kL3NotTold, kL3Unreadable, kL3NoMemory };
 
 // Decodes the content of a row from the cursor. kL3Read: done. kL3NotTold: nothing happened, and an ordinary decoding
-// tells what there is to tell. kL3Unreadable: `probe` tells why, and nothing else happened.
+// tells what there is to tell. kL3Unreadable: `probe` tells why, and nothing else happened. kL3NoMemory: the call ends.
 L3Probed l3ProbeMember(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, L3Probe& probe);
 // What gives up on trial tells it here.
 void l3NoteProbe(L3Call& call, int status);

@@ -280,8 +280,21 @@ static void leaveRelease(DecodeWriter& w)
   w.line(format("if (pos == end) return l3DirectLeave(source, pos, end, outer%zu);", w.regions.size() - 1));
 }
 
+// Does the last row read all that is left in its region?
+static bool readsAll(const Type& type)
+{
+  if (type.rows.empty()) return false;
+  const Row& last = type.rows.back();
+  if (last.often.end == kL3WhileRoom) return !last.room && last.given == kL3GivenAlways;
+  bool string = last.what.kind == WhatKind::Octets || last.what.kind == WhatKind::Text ||
+                last.what.kind == WhatKind::BitString;
+  return last.plain() && last.often.end == kL3NoList && string && last.what.from == kL3Rest && !last.what.max;
+}
+
 static void closeLengths(DecodeWriter& w)
 {
+  // What no row knows is to be kept.
+  if (!w.regions.empty() && !readsAll(w.type)) w.giveUpIf("pos != end && l3DirectKeeps(in)");
   while (!w.regions.empty()) {
     w.used = w.regions.back();
     w.regions.pop_back();

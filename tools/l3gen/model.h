@@ -181,6 +181,7 @@ struct Type {
   bool counted = false;                            // the decoder is given the count of bits or entries
   unsigned bits = 0;                               // Enum, Names
   std::vector<std::pair<std::string, int>> values; // Enum, Names
+  std::map<int, std::string> valueTitles;          // what the standard calls them, where it is told
   std::vector<Row> rows;
   Standard standard;
   std::vector<std::pair<size_t, Row>>

@@ -131,7 +131,7 @@ static Standard takeStandard(Words& w)
 {
   auto at = std::find(w.list.begin() + 1, w.list.end(), "standard");
   if (at == w.list.end()) return {};
-  Words form{w.place, {at + 1, w.list.end()}};
+  Words form{w.place, {at + 1, w.list.end()}, w.end};
   w.list.erase(at, w.list.end());
   Standard standard;
   if (form.accept("bits")) {
@@ -483,6 +483,10 @@ static void readValue(Type& type, Words& w)
   std::string name = checkedName(w.place, w.take("a name"));
   if (!w.accept("=")) refuse(w.place, "expected 'name = value'");
   uint32_t value = number(w.place, w.take("a value"));
+  if (w.peek().starts_with("\"")) {
+    std::string none;
+    takeTitle(w, type.valueTitles[static_cast<int>(value)], none);
+  }
   if (w.more()) refuse(w.place, "not understood: '" + w.peek() + "'");
   if (value >> type.bits) refuse(w.place, format("value %u does not fit in %u bits", value, type.bits));
   for (auto& [other, v] : type.values)

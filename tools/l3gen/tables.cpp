@@ -618,11 +618,23 @@ static std::string writeEnum(const Type& type)
   }
   uint32_t members[8] = {};
   for (int value : rising) members[value >> 5] |= 1U << (value & 31);
+  out += "};\n";
+  std::string titles = "nullptr";
+  if (!type.valueTitles.empty()) {
+    titles = type.full + "_titles";
+    out += "static const char* const " + titles + "[] = {";
+    for (int value : rising) {
+      auto title = type.valueTitles.find(value);
+      auto own = std::find_if(byName.begin(), byName.end(), [&](auto& row) { return row.second == value; });
+      out += "\"" + (title == type.valueTitles.end() ? own->first : title->second) + "\", ";
+    }
+    out += "};\n";
+  }
   out +=
-      format("};\nextern const L3Enum l3enum_%s = {%s, %zu, %u, %d, %d, %d, %d, {", type.full.c_str(), table.c_str(),
+      format("extern const L3Enum l3enum_%s = {%s, %zu, %u, %d, %d, %d, %d, {", type.full.c_str(), table.c_str(),
              byName.size(), type.bits, open || type.has("open-decode"), open || type.has("open-encode"), open, gapless);
   for (uint32_t word : members) out += format("0x%08XU, ", word);
-  return out + "}};\n";
+  return out + "}, " + titles + "};\n";
 }
 
 static std::string writeSource(const std::string& stem)
