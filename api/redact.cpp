@@ -179,16 +179,18 @@ static bool replaceHalves(const Replace& replace, uint8_t* octets, size_t count)
   return true;
 }
 
-// Octets of no private type may be a message in which something is: it is replaced there if the message comes back
-// octet for octet.
+// Octets of no private type may be a message in which something is: it is replaced there. What is a message and does
+// not come back octet for octet may hold anything in what was not read, and goes as a whole.
 static void replaceInside(const Replace& replace, uint8_t* octets, size_t count)
 {
   velnor3gpp_Session* inside = replace.inside;
   const uint8_t* again = nullptr;
   size_t length = 0;
-  if (!inside || count < 2 || velnor3gpp_decode(inside, nullptr, VELNOR3GPP_DIRECTION_UNKNOWN, octets, count) < 0)
-    return;
-  if (velnor3gpp_encode(inside, &again, &length) < 0 || length != count || memcmp(again, octets, count) != 0) return;
+  if (!inside || count < 2) return;
+  int status = velnor3gpp_decode(inside, nullptr, VELNOR3GPP_DIRECTION_UNKNOWN, octets, count);
+  if (!messageOf(*inside)) return;
+  bool back = status == 0 && velnor3gpp_encode(inside, &again, &length) == 0 && length == count;
+  if (!back || memcmp(again, octets, count) != 0) return replaceOctets(replace.cipher, octets, count);
   if (pseudonymise(*inside, replace.cipher, replace.depth + 1) < 0) return;
   if (velnor3gpp_encode(inside, &again, &length) == 0 && length == count) memcpy(octets, again, count);
 }

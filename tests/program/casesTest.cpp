@@ -7,8 +7,8 @@
 //   out 3 times  TEXT    so many times
 //   only err  TEXT       the whole of it, without the last line feed; TEXT may be missing
 //
-// "\n" in a text is a line feed. A call that cannot be served (code 2) says so in one line and prints nothing else, and
-// the keys of key files are never shown.
+// "\n" in a text is a line feed, "\t" a TAB. A call that cannot be served (code 2) says so in one line and prints
+// nothing else, and the keys of key files are never shown.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -60,6 +60,7 @@ protected:
     ASSERT_TRUE(std::regex_match(line, words, kForm)) << line;
     std::string text = fileText(dir / (words[3].matched ? words[3].str() : words[2].str()));
     std::string part = std::regex_replace(words[6].str(), std::regex("\\\\n"), "\n");
+    part = std::regex_replace(part, std::regex("\\\\t"), "\t");
     if (words[1] == "only ")
       EXPECT_EQ(text, part.empty() ? "" : part + "\n");
     else if (words[5].matched || words[1] == "not ")

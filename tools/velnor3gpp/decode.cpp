@@ -1,9 +1,10 @@
 // velnor3gpp decode: messages as text, JSON, values or a view. What is wrong with a message stands behind its record;
 // standard error has one line for the whole run.
-#include <unistd.h>
+#include <algorithm>
 
 #include "coding.h"
 #include "commands.h"
+#include "fieldPath.h"
 #include "names.h"
 #include "velnor3gpp/velnor3gppJson.h"
 #include "view.h"
@@ -14,6 +15,7 @@ struct Options {
   std::vector<std::string> inputs;
   SessionOptions session;
   bool json = false, names = false, positions = false;
+  std::vector<std::string> fields;
   bool view = false;
   unsigned depth = 0;
   std::string colour = "auto";
@@ -25,6 +27,7 @@ struct Run {
   Output& out;
   Session session;
   ViewStyle style;
+  std::vector<FieldPath> fields;
   Counts counts;
   bool different = false; // with --reencode
 };
@@ -98,14 +101,31 @@ static void reencode(Run& run, const Message& message)
   run.different = run.different || !done.equal;
 }
 
-static void printJson(Run& run, const Message& message)
+static std::string_view jsonOf(Run& run, unsigned flags)
 {
-  unsigned flags = (run.options.names ? VELNOR3GPP_NAMES : 0) | (run.options.positions ? VELNOR3GPP_POSITIONS : 0);
   const char* text = nullptr;
   size_t count = 0;
   checkMemory(velnor3gpp_toJson(run.session.get(), flags, &text, &count));
+  return {text, count};
+}
+
+static void printJson(Run& run, const Message& message)
+{
+  unsigned flags = (run.options.names ? VELNOR3GPP_NAMES : 0) | (run.options.positions ? VELNOR3GPP_POSITIONS : 0);
   run.out.write("{" + message.lead);
-  run.out.write({text + 1, count - 1}); // behind its brace
+  run.out.write(jsonOf(run, flags).substr(1)); // behind its brace
+  run.out.put('\n');
+}
+
+// The values of a message between TABs; without a message a line of none, so that lines stay together.
+static void printFields(Run& run, bool message)
+{
+  bool names = std::any_of(run.fields.begin(), run.fields.end(), asksForName);
+  std::string_view json = message ? jsonOf(run, names ? VELNOR3GPP_NAMES : 0) : "{}";
+  for (size_t i = 0; i < run.fields.size(); ++i) {
+    if (i) run.out.put('\t');
+    run.out.write(findField(json, run.fields[i]));
+  }
   run.out.put('\n');
 }
 
@@ -126,6 +146,7 @@ static void printBadLine(Run& run, const BadLine& bad)
   ++run.counts.messages;
   ++run.counts.bad;
   ++run.counts.noMessage;
+  if (!run.fields.empty()) return printFields(run, false);
   if (run.options.json)
     return run.out.write("{\"err\":{\"text\":" + jsonString(bad.place + ": " + bad.problem) + "}}\n");
   run.out.write(std::string(run.counts.messages > 1 ? "\n" : "") +
@@ -143,7 +164,9 @@ static void decodeOne(Run& run, const Message& message)
   }
   Outcome outcome = outcomeOf(run.session.get());
   count(run.counts, outcome);
-  if (run.options.json)
+  if (!run.fields.empty())
+    printFields(run, true);
+  else if (run.options.json)
     printJson(run, message);
   else
     printText(run, message, tried, outcome);
@@ -152,7 +175,8 @@ static void decodeOne(Run& run, const Message& message)
 static int decode(const Options& options, Output& out)
 {
   typeOf(options.session);
-  Run run{options, out, openSession(options.session), styleFor(out, options.colour, options.depth), {}};
+  Run run{options, out, openSession(options.session), styleFor(out, options.colour, options.depth), {}, {}};
+  for (const std::string& path : options.fields) run.fields.push_back(readFieldPath(path));
   Progress progress(out);
   readMessages(options.inputs,
                {[&](const Message& message) { decodeOne(run, message); },
@@ -175,6 +199,11 @@ void addDecode(CLI::App& app, Program& program)
   command->add_flag("--json", options->json, "an object of JSON for each message");
   command->add_flag("--names", options->names, "with --json: names of values beside them (x$name)");
   command->add_flag("--positions", options->positions, "with --json: where each element stands");
+  command
+      ->add_option("--field", options->fields, "this value alone, a line for each message; several stand between TABs")
+      ->type_name("PATH")
+      ->take_all()
+      ->expected(1);
   command->add_flag("--view", options->view, "a line for each field: its octet, its bits, its name, what it means");
   command->add_option("--depth", options->depth, "with --view: open so many levels, 0: all")->type_name("N");
   command->add_option("--color", options->colour, "with --view: auto (on a terminal), always or never")
