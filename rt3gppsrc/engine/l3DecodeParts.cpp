@@ -75,7 +75,10 @@ static int decEntry(L3Call& call, ListWalk& walk)
   size_t before = l3BitPos(call.pctxt);
   int running = 0;
   status = l3DecMember(call, walk.type, elem, entry, running);
-  if (status >= 0) status = running;
+  if (status >= 0 && running < 0) {
+    if (call.probe) l3NoteProbe(call, running); // while the entry's name is there to be told
+    status = running;
+  }
   if (status < 0) return status;
   if (l3BitPos(call.pctxt) == before && walk.info.end == kL3WhileRoom)
     return l3Fail(call, moduleOf(walk), RTX_E_BAD_LENGTH, walk.row.line); // an entry of nothing would never end

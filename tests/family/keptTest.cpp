@@ -168,7 +168,7 @@ TEST(KeptElements, OctetsBehindWhatIsKnownOfAnElementComeBack)
       unsigned bits = !half && position ? l3LeadingLength(message.options[position - 1]) : 0;
       uint8_t& low = sample.octets[place + bits / 8];
       if (!bits || low == 0xFF || message.ieis[position - 1].nextSame) continue;
-      Octets octets = with(sample.octets, next, {0xC5});
+      Octets octets = with(sample.octets, next, {0x45});
       ++octets[place + bits / 8];
       Decoding decoding(sample.entry, octets, kKeeping);
       Octets out(octets.size() + 64);
