@@ -140,6 +140,28 @@ static void replaceIdentity(velnor3gpp_Session* session)
          memcmp(octets + 6, response + 6, 5) == 0 ? "kept" : "changed");
 }
 
+/* What no type knows is told, and goes out where it stood: here behind a registration complete, then behind a sample.
+ */
+static void keepUnknown(velnor3gpp_Session* session)
+{
+  static const uint8_t complete[] = {0x7E, 0x00, 0x43, 0x7A, 0x00, 0x01, 0xFF};
+  velnor3gpp_Kept kept;
+  kept.size = sizeof kept;
+  velnor3gpp_setOption(session, VELNOR3GPP_OPTION_KEEP, 1);
+  velnor3gpp_decode(session, NULL, VELNOR3GPP_UP, complete, sizeof complete);
+  showResult(session);
+  if (velnor3gpp_kept(session, 0, &kept) < 0) return;
+  printf("  %s in %s at octet %lu\n", kept.text, kept.path, (unsigned long)kept.octet);
+  showOctets(session);
+  velnor3gpp_sample(session, velnor3gpp_typeByName("TS24501Msg_PDU", NULL), "Registration complete",
+                    VELNOR3GPP_MINIMAL);
+  kept.octets = complete + 3;
+  kept.path = "data.RegComplete5G";
+  kept.element = kept.fault = "";
+  if (velnor3gpp_keep(session, &kept) == 0) showOctets(session);
+  velnor3gpp_setOption(session, VELNOR3GPP_OPTION_KEEP, 0);
+}
+
 int main(void)
 {
   static const uint8_t identity[] = {0x7E, 0x00, 0x5B, 0x01}, cut[] = {0x7E, 0x00, 0x41, 0x79, 0x00, 0x04, 0xF1};
@@ -167,6 +189,7 @@ int main(void)
   velnor3gpp_sample(session, form, "Registration complete", VELNOR3GPP_MINIMAL);
   showResult(session);
   showOctets(session);
+  keepUnknown(session);
   buildSlice(session);
   readProtected(session);
   replaceIdentity(session);
