@@ -190,7 +190,7 @@ static size_t headOf(const L3Kept& kept)
   }
   if (kept.ieiBits != 8) return kept.ieiBits ? 1 : 0;
   if (count > 2 && octets[1] + 2U == count) return 2;
-  return count > 3 && (octets[1] << 8 | octets[2]) + size_t{3} == count ? 3 : 1;
+  return count > 3 && static_cast<size_t>(octets[1] << 8 | octets[2]) + 3 == count ? 3 : 1;
 }
 
 void hideKept(velnor3gpp_Session& session)
