@@ -23,7 +23,9 @@ size_t l3RoomOctets(const L3Call& call);
 
 // What a failing decoder owes its record: members that it has not come to hold no pointer, count or selector of earlier
 // use. The rows from a position on, and one row that failed before it stored anything. Costs nothing on success.
-void l3InitRest(const L3Type& type, unsigned from, void* record);
+// Where a type may end before its last row, numbers behind the end are 0: they are printed.
+enum class L3Numbers : uint8_t { leave, clear };
+void l3InitRest(const L3Type& type, unsigned from, void* record, L3Numbers numbers = L3Numbers::leave);
 void l3InitMember(const L3Row& row, void* record);
 
 // Parts of the walk, in files of their own.

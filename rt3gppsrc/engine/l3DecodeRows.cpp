@@ -341,11 +341,7 @@ static bool endsHere(L3Call& call, const RowWalk& walk, const L3Row& row)
 static bool isCutOff(L3Call& call, const L3Type& type, const L3Row& row, void* record)
 {
   if (!(type.flags & kL3EndsAnywhere) || l3HasRoom(call)) return false;
-  for (const L3Row* left = &row; left < type.rows + type.rowCount; ++left) {
-    bool scalar = left->op == kL3UInt || left->op == kL3Bool || left->op == kL3Enumerated;
-    if (left->op != kL3Length && left->mBit == kL3NoBit) l3InitMember(*left, record);
-    if (scalar) l3Store(static_cast<uint8_t*>(record) + left->offset, left->store, 0);
-  }
+  l3InitRest(type, static_cast<unsigned>(&row - type.rows), record, L3Numbers::clear);
   return true;
 }
 
@@ -392,7 +388,7 @@ struct Enclosure {
     }
     if (row->op != kL3Length && isCutOff(call, type, *row, record)) break;
     if (endsHere(call, walk, *row)) {
-      l3InitRest(type, static_cast<unsigned>(row - type.rows), record);
+      l3InitRest(type, static_cast<unsigned>(row - type.rows), record, L3Numbers::clear);
       return 0;
     }
     int status = decElement(call, walk, *row);
@@ -415,11 +411,25 @@ int l3DecRows(L3Call& call, const L3Type& type, void* record)
   return call.mode == kL3GivenUp ? RTX_E_GENERAL : walkRows(call, type, record);
 }
 
+static int decForm(L3Call& call, const L3Type& type, void* value)
+{
+  if (type.hand && type.hand->decode) return type.hand->decode(call, type, value);
+  return l3DecRows(call, type, value);
+}
+
+// What fails on a probe has not always told so, and then leaves the names of its frames behind when these are gone.
+[[gnu::noinline]] static int decFormOnProbe(L3Call& call, const L3Type& type, void* value)
+{
+  L3Name* names = call.names;
+  int status = decForm(call, type, value);
+  if (status < 0) call.names = names;
+  return status;
+}
+
 int l3DecType(L3Call& call, const L3Type& named, void* value)
 {
   const L3Type& type = l3FormOf(named, call.pctxt);
-  if (type.hand && type.hand->decode) return type.hand->decode(call, type, value);
-  return l3DecRows(call, type, value);
+  return call.probe ? decFormOnProbe(call, type, value) : decForm(call, type, value);
 }
 
 static int decode(RtxContext* pctxt, const L3Type& type, void* value, size_t count, L3AtOnce tried)

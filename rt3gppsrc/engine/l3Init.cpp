@@ -99,15 +99,24 @@ int l3Init(const L3Type& type, void* value)
   return 0;
 }
 
-// An array of characters ends at once: encoders read one up to its end. Numbers may be anything.
-static void initUnread(const L3Row& row, uint8_t* record)
+static bool isNumber(const L3Row& row)
+{
+  return row.op == kL3UInt || row.op == kL3Bool || row.op == kL3Enumerated || row.op == kL3Unary ||
+         (row.op == kL3Length && static_cast<const L3Length*>(row.info)->member);
+}
+
+// An array of characters ends at once: encoders read one up to its end.
+static void initUnread(const L3Row& row, uint8_t* record, L3Numbers numbers)
 {
   uint8_t* member = record + row.offset;
-  if (row.op == kL3UInt || row.op == kL3Bool) return;
+  if (isNumber(row)) {
+    if (numbers == L3Numbers::clear) l3Store(member, row.store, 0);
+    return;
+  }
   if (row.op == kL3Record || row.op == kL3TextType) {
     if (l3TextForm(*row.type) == L3TextForm::array) member[0] = 0;
     if (row.type->mOctets) memset(member, 0, row.type->mOctets);
-    return l3InitRest(*row.type, 0, member);
+    return l3InitRest(*row.type, 0, member, numbers);
   }
   bool array = row.op == kL3Text && static_cast<const L3Text*>(row.info)->cap;
   if (array)
@@ -118,14 +127,14 @@ static void initUnread(const L3Row& row, uint8_t* record)
 
 // Elements with a presence bit are not there: it has been cleared, and is set behind them. What a coder by hand decodes
 // is its own.
-void l3InitRest(const L3Type& type, unsigned from, void* record)
+void l3InitRest(const L3Type& type, unsigned from, void* record, L3Numbers numbers)
 {
   if (l3TextForm(type) == L3TextForm::pointer) l3StorePointer(static_cast<uint8_t*>(record), nullptr);
   for (const L3Row* row = type.rows + from; row < type.rows + type.rowCount; ++row)
-    if (row->mBit == kL3NoBit && row->given != kL3ByHand) initUnread(*row, static_cast<uint8_t*>(record));
+    if (row->mBit == kL3NoBit && row->given != kL3ByHand) initUnread(*row, static_cast<uint8_t*>(record), numbers);
 }
 
 void l3InitMember(const L3Row& row, void* record)
 {
-  initUnread(row, static_cast<uint8_t*>(record));
+  initUnread(row, static_cast<uint8_t*>(record), L3Numbers::leave);
 }

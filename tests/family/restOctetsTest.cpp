@@ -83,15 +83,19 @@ TEST(RestOctets, HaveEachPartAlone)
   EXPECT_GE(parts, 40U);
 }
 
-// An end between octets is no failure but within a part, and what stands in front of it is read as it is.
+// An end between octets is no failure but within a part, and what stands in front of it is read as it is. Nothing of
+// what the record held before shows behind it.
 TEST(RestOctets, EndWhereTheirOctetsEnd)
 {
   for (const L3TypeEntry* entry : restOctets()) {
     Octets octets = sampleOf(*entry);
     for (size_t size = 0; size < octets.size(); ++size) {
-      Decoding cut(*entry, Octets(octets.begin(), octets.begin() + ptrdiff_t(size)));
+      Octets front(octets.begin(), octets.begin() + ptrdiff_t(size));
+      Decoding cut(*entry, front), used(*entry, front, {.fill = 0xA5});
       EXPECT_TRUE(cut.status == 0 || cut.status == RTX_E_END_OF_BUFFER) << entry->type->fullName << " " << size << "\n"
                                                                         << cut.state();
+      std::string expected = cut.status == 0 ? cut.text() : used.text();
+      EXPECT_EQ(used.text(), expected) << entry->type->fullName << " " << size;
     }
   }
 }
