@@ -16,9 +16,38 @@ struct Search {
   char text[1024];
   const L3Type* type;
   const uint8_t* record;
+  bool exact; // the node is the one whose type has the anchor
 };
 
 } // namespace
+
+static const L3Row* rowsOf(const L3Type& type, unsigned i)
+{
+  if (i < type.rowCount) return type.rows + i;
+  i -= type.rowCount;
+  return type.message && i < type.message->count ? type.message->options + i : nullptr;
+}
+
+// Is it the message of this type? A nameless record inside has no node of its own: its message is the type's as well.
+static bool isMessageOf(const L3Type& type, const void* anchor)
+{
+  if (type.message == anchor) return true;
+  for (unsigned i = 0; i < type.rowCount; ++i) {
+    const L3Row& row = type.rows[i];
+    if (row.op == kL3Record && !l3KeyOf(row) && isMessageOf(*row.type, anchor)) return true;
+  }
+  return type.standard && isMessageOf(*type.standard, anchor);
+}
+
+static bool hasAnchor(const L3Type& type, const void* anchor)
+{
+  if (anchor == &type) return true;
+  for (unsigned i = 0; const L3Row* row = rowsOf(type, i); ++i) {
+    if (row == anchor) return true;
+    if (row->op == kL3Record && !l3KeyOf(*row) && hasAnchor(*row->type, anchor)) return true;
+  }
+  return type.standard && hasAnchor(*type.standard, anchor);
+}
 
 static int lookForPath(const velnor3gpp_Node* node, void* arg)
 {
@@ -33,25 +62,20 @@ static int lookForPath(const velnor3gpp_Node* node, void* arg)
   return 0;
 }
 
-// The innermost one comes last.
+// A record's first member can be a record as well, at the same address: the anchor tells which of them is meant. Where
+// no type has it, the innermost one comes last.
 static int lookForRecord(const velnor3gpp_Node* node, void* arg)
 {
   Search& search = *static_cast<Search*>(arg);
   const Place& place = placeOf(node);
   if (node->step != VELNOR3GPP_ENTER || !place.record) return 0;
   uintptr_t offset = reinterpret_cast<uintptr_t>(search.kept->record) - reinterpret_cast<uintptr_t>(place.record);
-  if (offset >= place.type->size && offset) return 0;
+  if (search.exact || (offset >= place.type->size && offset)) return 0;
+  search.exact = isMessageOf(*place.type, search.kept->anchor) || hasAnchor(*place.type, search.kept->anchor);
   search.type = place.type;
   search.record = place.record;
   velnor3gpp_nodePath(node, search.text, sizeof search.text);
   return 0;
-}
-
-static const L3Row* rowsOf(const L3Type& type, unsigned i)
-{
-  if (i < type.rowCount) return type.rows + i;
-  i -= type.rowCount;
-  return type.message && i < type.message->count ? type.message->options + i : nullptr;
 }
 
 // The row under which a name is known at a place of the record, or, without a name, the one that has such a place.
@@ -92,7 +116,7 @@ static const L3Kept* nextKept(velnor3gpp_Session& session, size_t index)
 static void findRecord(velnor3gpp_Session& session, const L3Kept& kept)
 {
   if (session.toldRecord == kept.record) return;
-  Search search = {&kept, nullptr, 0, "", nullptr, nullptr};
+  Search search = {&kept, nullptr, 0, "", nullptr, nullptr, false};
   velnor3gpp_visit(&session, 0, lookForRecord, &search);
   session.toldRecord = kept.record;
   session.toldType = search.type;
@@ -115,7 +139,8 @@ size_t keptInVain(const velnor3gpp_Session& session)
 
 static const char* elementOf(const L3Kept& kept, const L3Type* type)
 {
-  if (kept.at == kL3KeptEnd || (type && kept.anchor == type->message)) return "";
+  bool named = kept.at != kL3KeptEnd && type && !isMessageOf(*type, kept.anchor);
+  if (!named || !hasAnchor(*type, kept.anchor)) return "";
   const char* name = l3KeyOf(*static_cast<const L3Row*>(kept.anchor));
   return name ? name : "";
 }
@@ -152,7 +177,7 @@ int velnor3gpp_keep(velnor3gpp_Session* session, const velnor3gpp_Kept* source)
   velnor3gpp_Kept all = readStruct(source);
   if (!all.path || !all.element || (!all.octets && all.count)) return RTX_E_NULL_POINTER;
   if (!hasRecord(*session) || all.bits > all.count * 8 || all.at > VELNOR3GPP_KEPT_END) return RTX_E_BAD_PARAMETER;
-  Search search = {nullptr, all.path, strlen(all.path), "", nullptr, nullptr};
+  Search search = {nullptr, all.path, strlen(all.path), "", nullptr, nullptr, false};
   int status = velnor3gpp_visit(session, 0, lookForPath, &search);
   if (status < 0) return status;
   if (!search.type)
@@ -160,6 +185,12 @@ int velnor3gpp_keep(velnor3gpp_Session* session, const velnor3gpp_Kept* source)
   L3KeptAt at = static_cast<L3KeptAt>(all.at);
   const uint8_t* record = search.record;
   const void* anchor = findAnchor(*search.type, record, at, all.element);
+  if (!anchor && at == kL3KeptBehind && !*all.element && search.type->flags & kL3RestOctets) {
+    // A message that is rest octets alone: behind it everything ends.
+    at = kL3KeptEnd;
+    record = session->record;
+    anchor = &typeOf(*session->known);
+  }
   if (!anchor) return velnor3gpp_report(session, RTX_E_UNEXPECTED_ELEMENT, all.element, "is no place for kept octets");
   L3KeptFacts facts = {record,
                        anchor,

@@ -54,13 +54,23 @@ velnor3gpp_Keys keysOf(uint8_t first)
 
 } // namespace
 
-// The first octet tells direction and keys.
+static void lookAtKept(velnor3gpp_Session* session)
+{
+  velnor3gpp_Kept kept = {};
+  kept.size = sizeof kept;
+  for (size_t i = 0; i < 20 && velnor3gpp_kept(session, i, &kept) == 0; ++i)
+    promise(kept.bits <= kept.count * 8 && strlen(kept.text) + strlen(kept.path) + strlen(kept.element) < 2000, "kept");
+}
+
+// The first octet tells direction and keys, and what is made of what no type knows.
 void checkFacade(const L3TypeEntry& entry, Octets input)
 {
   static Session session;
   uint8_t first = takeFirst(input);
   velnor3gpp_Keys keys = keysOf(first);
   velnor3gpp_setKeys(session, first & 8 ? &keys : nullptr);
+  velnor3gpp_setOption(session, VELNOR3GPP_OPTION_KEEP, first >> 4 & 1);
+  velnor3gpp_setOption(session, VELNOR3GPP_OPTION_STANDARD, first >> 5 & 1);
   auto* type = first & 1 ? nullptr : velnor3gpp_typeAt(size_t(&entry - l3TypeTable));
   velnor3gpp_decode(session, type, velnor3gpp_Direction(first % 3), input.data(), input.size());
   lookAtFindings(session);
@@ -71,6 +81,10 @@ void checkFacade(const L3TypeEntry& entry, Octets input)
   velnor3gpp_toText(session, &text, &count);
   velnor3gpp_encode(session, &octets, &count);
   lookAtFindings(session);
+  lookAtKept(session);
+#ifdef VELNOR_FUZZ_JSON
+  velnor3gpp_toJson(session, VELNOR3GPP_NAMES | VELNOR3GPP_POSITIONS, &text, &count);
+#endif
 }
 
 #ifdef VELNOR_FUZZ_JSON

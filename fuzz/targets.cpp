@@ -63,7 +63,7 @@ const std::vector<FuzzTarget>& fuzzTargets()
       {.name = "encoder", .check = checkEncoder, .types = allWith(&L3TypeEntry::encode), .leads = {drawn()}},
       {.name = "protectedMessages", .check = checkProtected, .types = {k5gs, kEps}, .leads = {{0}, {0x0E}, {0x3C}}},
       {.name = "streams", .check = checkStream, .types = kAll, .leads = {{4}}},
-      {.name = "facade", .check = checkFacade, .types = kAll, .leads = {{0}, {0x0F}}},
+      {.name = "facade", .check = checkFacade, .types = kAll, .leads = {{0}, {0x0F}, {0x30}, {0x3F}}},
 #ifdef VELNOR_FUZZ_JSON
       {.name = "json", .check = checkJson, .seeds = jsonSeeds()},
 #endif

@@ -175,10 +175,30 @@ TEST(KeptElements, OctetsBehindWhatIsKnownOfAnElementComeBack)
       if (decoding.status < 0) continue;
       surplus += l3KeptOf(decoding.ctxt) != nullptr;
       rtxErrReset(decoding.ctxt); // a length beyond its range is remarked
-      if (encodeInto(out, decoding.ctxt, sample.entry, decoding.record.get()) == 0)
+      if (encodeInto(out, decoding.ctxt, sample.entry, decoding.record.get()) == 0) {
         EXPECT_EQ(hexText(out), hexText(octets)) << sample.entry.type->fullName;
+      }
     }
   EXPECT_GT(surplus, 10U);
+}
+
+// By the rows an identifier that ends in 0 asks for comprehension, 0F and all others are passed over; where elements
+// are kept it is one that begins with 0 (TS 24.007, 11.2.5), and that is a remark.
+TEST(KeptElements, ThatAskForComprehensionFailOrAreRemarked)
+{
+  const L3TypeEntry& entry = *l3FindType("TS24501Msg_PDU");
+  struct {
+    uint8_t iei;
+    int status, remarkWhenKept;
+  } cases[] = {{0x0F, 0, RTX_E_UNKNOWN_IE}, {0x10, RTX_E_UNKNOWN_IE, 0}, {0x11, 0, 0}};
+  for (auto& one : cases) {
+    Octets octets = {0x7E, 0, 0x44, 0x0F, one.iei, 1, 2};
+    Decoding plain(entry, octets), keeping(entry, octets, kKeeping);
+    EXPECT_EQ(plain.status, one.status) << int(one.iei);
+    EXPECT_EQ(plain.ctxt->errInfo.count, one.status ? 1U : 0U) << int(one.iei);
+    EXPECT_EQ(keeping.status, 0) << int(one.iei);
+    EXPECT_EQ(rtxErrCheckNonFatal(keeping.ctxt), one.remarkWhenKept) << int(one.iei);
+  }
 }
 
 // Damaged in any octet, messages are read alike by the walk in both its modes and by the direct coders, and what is

@@ -195,5 +195,6 @@ void addCapture(CLI::App& app, Program& program)
                     "replace identities, numbers, places, payloads; no comments, no addresses");
   addLinkOption(*command, options->session.links);
   addKeyOption(*command, options->session);
+  addFormsOption(*command, options->session);
   command->callback([&program, options] { program.code = capture(*options, program.out); });
 }

@@ -34,7 +34,16 @@ static void decodeAs(velnor3gpp_Session* session, const velnor3gpp_Type* type, v
   checkMemory(velnor3gpp_decode(session, type, direction, message.octets.data(), message.octets.size()));
 }
 
-// How well a form fits: 0 if the octets come back, 1 if octets are passed over or lacking, 2 not at all.
+bool isAllRead(velnor3gpp_Session* session)
+{
+  velnor3gpp_Kept kept = {};
+  kept.size = sizeof kept;
+  for (size_t i = 0; velnor3gpp_kept(session, i, &kept) == 0; ++i)
+    if (kept.why != VELNOR3GPP_KEPT_PADDING) return false;
+  return true;
+}
+
+// How well a form fits: 0 if the octets come back, 1 if octets are kept unread, passed over or lacking, 2 not at all.
 static int misfit(velnor3gpp_Session* session, const velnor3gpp_Type* type, velnor3gpp_Direction direction,
                   const Message& message)
 {
@@ -42,7 +51,7 @@ static int misfit(velnor3gpp_Session* session, const velnor3gpp_Type* type, veln
   velnor3gpp_Result result = resultOf(session);
   if (result.status < 0) return 2;
   bool whole = !result.missing && result.used == message.octets.size();
-  return whole && compareAgain(session).octets == message.octets ? 0 : 1;
+  return whole && isAllRead(session) && compareAgain(session).octets == message.octets ? 0 : 1;
 }
 
 // Only radio resource messages have more than one form, and those are not protected: trying takes no counts.
@@ -84,7 +93,7 @@ Outcome outcomeOf(velnor3gpp_Session* session)
   velnor3gpp_Result result = resultOf(session);
   if (result.headerOnly && result.status == RTX_E_NO_SECURITY) return Outcome::kSealed;
   if (result.status < 0) return Outcome::kBad;
-  return result.findings || result.missing ? Outcome::kRemarks : Outcome::kGood;
+  return result.findings || result.missing || !isAllRead(session) ? Outcome::kRemarks : Outcome::kGood;
 }
 
 void count(Counts& counts, Outcome outcome)

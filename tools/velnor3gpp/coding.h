@@ -12,7 +12,7 @@
 // How a message ended, from good to bad.
 enum class Outcome {
   kGood,    // in order
-  kRemarks, // decoded; values outside their ranges and the like
+  kRemarks, // decoded; values outside their ranges, elements that were kept unread and the like
   kSealed,  // ciphered, and no keys were given
   kBad
 };
@@ -32,6 +32,8 @@ struct Counts {
 void decodeMessage(velnor3gpp_Session* session, const SessionOptions& options, const Message& message,
                    std::vector<std::string>* tried = nullptr);
 Outcome outcomeOf(velnor3gpp_Session* session);
+// Was no element kept that nobody can read? Padding behind a message is none.
+bool isAllRead(velnor3gpp_Session* session);
 void count(Counts& counts, Outcome outcome);
 
 // Calls with each finding, whose texts live while the function runs.

@@ -6,6 +6,7 @@
 #include "commands.h"
 #include "fieldPath.h"
 #include "names.h"
+#include "titles.h"
 #include "velnor3gpp/velnor3gppJson.h"
 #include "view.h"
 
@@ -34,17 +35,28 @@ struct Run {
 
 } // namespace
 
+// The direction of a message that reads otherwise in each. Where nobody told it, the octets did.
+static std::string directionText(const Run& run, const Message& message, const velnor3gpp_Result& result)
+{
+  if (!result.direction) return "";
+  bool told = message.direction || !run.options.session.direction.empty() || result.check == VELNOR3GPP_VERIFIED;
+  bool either = senderOf(run.session.get()) == VELNOR3GPP_DIRECTION_UNKNOWN;
+  return std::string(", ") + directionName(result.direction) + (either && !told ? " by trial" : "");
+}
+
 static void printHeading(Run& run, const Message& message, const std::vector<std::string>& tried)
 {
   velnor3gpp_Result result = resultOf(run.session.get());
+  std::string title = *result.title ? result.title + directionText(run, message, result) : "";
   std::string text = run.counts.messages > 1 ? "\n" : "";
   text += message.place + "  ";
-  if (run.options.view && *result.title)
-    text += std::string(result.title) + (result.direction ? std::string(", ") + directionName(result.direction) : "");
+  if (run.options.view && !title.empty())
+    text += title;
   else
     text += result.type ? factsOf(result.type).name : "no type";
   text += "  ";
   text += counted(message.octets.size(), "octet");
+  if (!run.options.view && !title.empty()) text += "  " + title;
   for (size_t i = 0; i < tried.size(); ++i) text += (i ? ", " : "; tried as ") + tried[i];
   run.out.write(text + "\n");
 }
@@ -78,7 +90,8 @@ static void printRecord(Run& run)
 {
   const char* text = nullptr;
   size_t count = 0;
-  if (checkMemory(velnor3gpp_toText(run.session.get(), &text, &count)) >= 0) run.out.write({text, count});
+  if (checkMemory(velnor3gpp_toText(run.session.get(), &text, &count)) >= 0)
+    run.out.write(withTitles(run.session.get(), {text, count}));
 }
 
 static void printTrace(Run& run)

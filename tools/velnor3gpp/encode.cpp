@@ -96,6 +96,7 @@ void addEncode(CLI::App& app, Program& program)
   command->add_option("--as", options->session.as, "type of the records; without it each object tells its own")
       ->type_name("TYPE");
   addKeyOption(*command, options->session);
+  addFormsOption(*command, options->session);
   command->add_flag("--binary", options->binary, "write the octets themselves instead of a line of hexadecimal each");
   command->add_flag("--json", options->json, "an object of JSON for each message: type and octets");
   command->add_option("-o,--output", options->fileName, "write to this file")->type_name("FILE");

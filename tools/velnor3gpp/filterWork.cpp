@@ -3,6 +3,7 @@
 #include <new>
 #include <utility>
 
+#include "coding.h"
 #include "names.h"
 #include "velnor3gpp/velnor3gppJson.h"
 
@@ -36,16 +37,22 @@ bool FilterWork::readNext(std::string_view& block)
   return true;
 }
 
-// The first form of the channel that reads the message in order, or else the likeliest.
+// The first form of the channel that reads all of the message, or else the first that reads it, or the likeliest.
 static const velnor3gpp_Type* formOnChannel(velnor3gpp_Session* session, velnor3gpp_Channel channel,
                                             const FilterMessage& message)
 {
   const velnor3gpp_Type* types[VELNOR3GPP_FORMS_MAX];
   const uint8_t* octets = message.octets.data();
   size_t count = message.octets.size(), forms = velnor3gpp_forms(octets, count, message.direction, channel, types);
+  const velnor3gpp_Type* best = forms ? types[0] : nullptr;
+  for (size_t i = forms; forms > 1 && i-- > 0;) {
+    if (velnor3gpp_decode(session, types[i], message.direction, octets, count) < 0) continue;
+    best = types[i];
+  }
   for (size_t i = 0; forms > 1 && i < forms; ++i)
-    if (velnor3gpp_decode(session, types[i], message.direction, octets, count) == 0) return types[i];
-  return forms ? types[0] : nullptr;
+    if (velnor3gpp_decode(session, types[i], message.direction, octets, count) == 0 && isAllRead(session))
+      return types[i];
+  return best;
 }
 
 // The first finding that ended decoding says what the message is not in order with.

@@ -29,6 +29,12 @@ void addKeyOption(CLI::App& command, SessionOptions& options)
   command.add_option("--keys", options.keyFile, "key file: algorithms, keys, bearer, counts")->type_name("FILE");
 }
 
+void addFormsOption(CLI::App& command, SessionOptions& options)
+{
+  command.add_flag("--as-specified", options.asSpecified,
+                   "by the definitions' own rows: no forms of the standard beside them, nothing kept");
+}
+
 void addSessionOptions(CLI::App& command, SessionOptions& options)
 {
   command.add_option("--as", options.as, "type of the messages, by its full or short name")->type_name("TYPE");
@@ -43,6 +49,7 @@ void addSessionOptions(CLI::App& command, SessionOptions& options)
   command.add_option("--release", options.release, "newest release of radio capabilities to decode, 0: all")
       ->type_name("N")
       ->check(CLI::Range(0, 255));
+  addFormsOption(command, options);
   addLinkOption(command, options.links);
 }
 
@@ -113,6 +120,8 @@ Session openSession(const SessionOptions& options)
   checkMemory(velnor3gpp_open(&session));
   Session opened(session);
   velnor3gpp_setOption(session, VELNOR3GPP_OPTION_RELEASE, options.release);
+  velnor3gpp_setOption(session, VELNOR3GPP_OPTION_KEEP, !options.asSpecified);
+  velnor3gpp_setOption(session, VELNOR3GPP_OPTION_STANDARD, !options.asSpecified);
   if (!options.keyFile.empty() && !options.keys) {
     options.keys = std::make_shared<Keys>();
     readKeyFile(options.keyFile, *options.keys);

@@ -18,6 +18,7 @@ struct SessionOptions {
   std::string channel;                // or empty
   std::string keyFile;                // or empty
   unsigned release = 0;               // newest release of radio capabilities, 0: all
+  bool asSpecified = false;           // by the definitions' own rows, without what they do not know
   mutable std::shared_ptr<Keys> keys; // of the key file, which is read once
   mutable Keys* current = nullptr;    // those that the session has
   LinkNames links;                    // of captures
@@ -30,13 +31,16 @@ using Session = std::unique_ptr<velnor3gpp_Session, CloseSession>;
 
 // Why a word is no direction, or "".
 std::string directionFault(const std::string& word);
-// Adds --as, --dir, --channel, --keys, --release and --dlt.
+// Adds --as, --dir, --channel, --keys, --release, --as-specified and --dlt.
 void addSessionOptions(CLI::App& command, SessionOptions& options);
 // Adds the messages: octets, files or -.
 void addInputs(CLI::App& command, std::vector<std::string>& inputs);
 // Adds --keys alone.
 void addKeyOption(CLI::App& command, SessionOptions& options);
-// Opens a session with the keys and the release. Throws UsageError for a key file that is wrong, std::bad_alloc.
+// Adds --as-specified alone.
+void addFormsOption(CLI::App& command, SessionOptions& options);
+// Opens a session with the keys, the release and, unless told otherwise, what real messages ask for: the standard's
+// forms, and elements kept that nobody can read. Throws UsageError for a key file that is wrong, std::bad_alloc.
 Session openSession(const SessionOptions& options);
 // Sets the keys anew, so that the counts begin again. Does nothing without a key file.
 void setKeys(velnor3gpp_Session* session, const SessionOptions& options);

@@ -34,6 +34,12 @@ struct Line {
   unsigned level = 0;
 };
 
+// An element that was kept unread.
+struct Unread {
+  size_t bit, bits; // where it stands
+  std::string text; // "unknown 0x7A"
+};
+
 struct View {
   Output& out;
   const ViewStyle& style;
@@ -43,7 +49,9 @@ struct View {
   unsigned level = 0; // of containers around
   size_t next = 0;    // the first bit that no line has shown
   std::vector<Line> lines;
-  std::vector<size_t> open; // the lines of the containers around
+  std::vector<size_t> open;   // the lines of the containers around
+  std::vector<Unread> unread; // in the order of the wire; those before `keptDone` are shown
+  size_t keptDone = 0;
 };
 
 } // namespace
@@ -277,16 +285,47 @@ static void printNotes(View& view, const velnor3gpp_Node* node)
 }
 
 // Bits that belong to no element: identifiers, lengths that records leave out, what tells alternatives apart.
+static void printBetween(View& view, size_t end, const char* name)
+{
+  if (end <= view.next || !isInside(view, view.next, end - view.next)) return;
+  Line line;
+  line.name = name;
+  line.nameInk = Paint::dim;
+  printPlaced(view, view.next, end - view.next, line);
+}
+
+static void printUnread(View& view, const Unread& unread)
+{
+  Line line;
+  line.name = unread.text;
+  line.nameInk = Paint::bad;
+  size_t octet = unread.bit / kOctetBits, count = unread.bits / kOctetBits;
+  if (unread.bit % kOctetBits == 0 && count && isInside(view, unread.bit, unread.bits))
+    line.value = octetText(view.result.deciphered + octet, count);
+  printPlaced(view, unread.bit, unread.bits, line);
+}
+
+// What stands between the last element and `end`: elements that were kept unread, in their places.
+static void printUpTo(View& view, size_t end, const char* name)
+{
+  for (; view.keptDone < view.unread.size() && view.unread[view.keptDone].bit < end; ++view.keptDone) {
+    const Unread& unread = view.unread[view.keptDone];
+    printBetween(view, unread.bit, name);
+    printUnread(view, unread);
+  }
+  printBetween(view, end, name);
+}
+
 static void printGap(View& view, const velnor3gpp_Node* node)
 {
-  if (!node->bits || node->bitOffset <= view.next || !isInside(view, view.next, node->bitOffset - view.next)) return;
-  size_t bits = node->bitOffset - view.next;
-  Line line;
+  if (!node->bits) return;
   const velnor3gpp_Node* around = node->parent;
-  bool option = around && around->parent && around->parent->kind == VELNOR3GPP_CHOICE && bits == kOctetBits;
-  line.name = option ? "(element identifier)" : "(tells what follows)";
-  line.nameInk = Paint::dim;
-  printPlaced(view, view.next, bits, line);
+  size_t start = view.next; // the identifier of an element stands right in front of it
+  for (size_t i = view.keptDone; i < view.unread.size() && view.unread[i].bit < node->bitOffset; ++i)
+    start = view.unread[i].bit + view.unread[i].bits;
+  bool option =
+      around && around->parent && around->parent->kind == VELNOR3GPP_CHOICE && node->bitOffset - start == kOctetBits;
+  printUpTo(view, node->bitOffset, option ? "(element identifier)" : "(tells what follows)");
 }
 
 static int enter(View& view, const velnor3gpp_Node* node)
@@ -363,10 +402,21 @@ static void takeNotes(View& view)
   });
 }
 
+static void takeUnread(View& view)
+{
+  velnor3gpp_Kept kept = {};
+  kept.size = sizeof kept;
+  for (size_t i = 0; velnor3gpp_kept(view.session, i, &kept) == 0; ++i)
+    view.unread.push_back({kept.octet * kOctetBits, kept.bits, kept.text});
+  std::stable_sort(view.unread.begin(), view.unread.end(), [](auto& a, auto& b) { return a.bit < b.bit; });
+}
+
 static void printRest(View& view)
 {
   view.level = 0;
   size_t all = view.result.count * kOctetBits;
+  while (view.keptDone < view.unread.size())
+    printUpTo(view, view.unread[view.keptDone].bit + 1, "(tells what follows)");
   if (view.next < all) {
     Line line;
     bool aligned = view.next % kOctetBits == 0;
@@ -381,8 +431,9 @@ static void printRest(View& view)
 
 void printView(Output& out, const ViewStyle& style, velnor3gpp_Session* session)
 {
-  View view{out, style, session, resultOf(session), {}, 0, 0, {}, {}};
+  View view{out, style, session, resultOf(session), {}, 0, 0, {}, {}, {}};
   takeNotes(view);
+  takeUnread(view);
   velnor3gpp_visit(session, VELNOR3GPP_NAMES | VELNOR3GPP_POSITIONS, showNode, &view);
   printRest(view);
   for (const Line& line : view.lines) printLine(view, line);

@@ -237,9 +237,27 @@ static std::string meaningOf(std::string_view word)
   return text;
 }
 
+// NAS algorithms have names of their own: "ea0" is 5G-EA0 and "ia2" 128-5G-IA2 (TS 24.501, 9.11.3.54), "eea2" and
+// "x128-eea2" are 128-EEA2 (TS 24.301, 9.9.3.36). The first of them is null, and those behind the third have no key
+// length yet. What a definition already calls by the standard's name stays. Empty for anything else.
+static std::string algorithmName(std::string_view name)
+{
+  for (std::string_view lead : {"x", "128-", "5G-"})
+    if (name.substr(0, lead.size()) == lead) name.remove_prefix(lead.size());
+  std::string text;
+  for (char c : name) text += static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  bool fiveG = text.size() == 3, eps = text.size() == 4 && text[0] == 'E';
+  std::string_view letters = std::string_view(text).substr(eps ? 1 : 0);
+  if ((!fiveG && !eps) || letters[1] != 'A' || (letters[0] != 'E' && letters[0] != 'I')) return "";
+  char number = letters[2];
+  if (number < '0' || number > '7') return "";
+  return std::string(number >= '1' && number <= '3' ? "128-" : "") + (fiveG ? "5G-" : "") + text;
+}
+
 std::string asWords(std::string_view name)
 {
-  std::string text;
+  std::string text = algorithmName(name);
+  if (!text.empty()) return text;
   for (size_t at = 0; at < name.size();) {
     if (name[at] == '-' || name[at] == '_') {
       ++at;
