@@ -278,6 +278,21 @@ static void closeList(const Frame& frame)
     l3StoreList(member, frame.count, frame.entries);
 }
 
+// A record is whole, and its members go together.
+static int closeRecord(velnor3gpp_Session& session, Frame& frame)
+{
+  if (const char* missing = missingMember(frame, session.forms & RTX_FLAG_KEEP_ELEMENTS)) {
+    frame.key = missing;
+    frame.keyLength = strlen(missing);
+    return buildFailed(session, RTX_E_MISSING_ELEMENT, "is missing; it is always there");
+  }
+  const L3Row* choice = contradictedChoice(frame);
+  if (!choice) return 0;
+  frame.key = choice->name ? l3KeyOf(*choice) : nullptr; // a choice without a name lies in the record itself
+  frame.keyLength = frame.key ? strlen(frame.key) : 0;
+  return buildFailed(session, RTX_E_INVALID_CHOICE, "has another alternative than the members tell that select it");
+}
+
 static int closeFrame(velnor3gpp_Session& session)
 {
   Build& build = *session.build;
@@ -288,11 +303,7 @@ static int closeFrame(velnor3gpp_Session& session)
     closeList(frame);
     frame.count = 0;
   } else if (frame.kind == FrameKind::record) {
-    if (const char* missing = missingMember(frame, session.forms & RTX_FLAG_KEEP_ELEMENTS)) {
-      frame.key = missing;
-      frame.keyLength = strlen(missing);
-      return buildFailed(session, RTX_E_MISSING_ELEMENT, "is missing; it is always there");
-    }
+    if (int status = closeRecord(session, frame); status < 0) return status;
   }
   --build.depth;
   build.done = !build.depth;

@@ -58,6 +58,8 @@ bool findMember(const L3Type& type, uint8_t* record, const char* key, size_t len
 // The first member that is always there and has not been seen, or null; `key` is its name.
 // With `keeps` what may have been kept in its place is none.
 const char* missingMember(const Frame& frame, bool keeps);
+// A choice that has another alternative than the members tell that select it, or null.
+const L3Row* contradictedChoice(const Frame& frame);
 // Tells a mistake with the path of the frames. Returns the status.
 int buildFailed(velnor3gpp_Session& session, int status, const char* format, ...) __attribute__((format(printf, 3, 4)));
 // The name among the members that is nearest to a wrong one, or null.

@@ -100,6 +100,26 @@ const char* missingMember(const Frame& frame, bool keeps)
   return nullptr;
 }
 
+// A choice that other members select has the alternative that they tell. An encoder goes by those members, and would
+// take the octets of one alternative for the pointers of another. Members that tell none go with a choice of none.
+static bool isContradicted(const L3Row& row, const uint8_t* record)
+{
+  const L3Choice& choice = *static_cast<const L3Choice*>(row.info);
+  if (choice.from != kL3SelectFields || !choice.tagged) return false;
+  const L3Alternative* told = l3FindBySelector(choice, l3JoinFields(choice.fields, choice.fieldCount, record));
+  return (told ? told->tag : 0) != static_cast<uint32_t>(l3Load(record + row.offset, 4));
+}
+
+const L3Row* contradictedChoice(const Frame& frame)
+{
+  unsigned count = membersOf(*frame.type);
+  for (unsigned i = 0; i < count; ++i) {
+    const L3Row& row = rowAt(*frame.type, i);
+    if (row.op == kL3Choice && frame.seen[i / 64] >> (i % 64) & 1 && isContradicted(row, frame.at)) return &row;
+  }
+  return nullptr;
+}
+
 static char lower(char c)
 {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
