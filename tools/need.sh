@@ -33,6 +33,9 @@ needTests()
   needProgram meson meson
   python3 -c 'import jsonschema' >/dev/null 2>&1 || miss python3-jsonschema
   needProgram parallel parallel
+  for module in pytest hypothesis mypy pandas; do
+    /usr/bin/python3 -c "import $module" >/dev/null 2>&1 || miss "$(echo python3-$module | sed s/python3-mypy/mypy/)"
+  done
   /usr/bin/python3 -c 'import distributed' >/dev/null 2>&1 || miss python3-distributed
 }
 

@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 """What the documents show is so: C, C++ and Rust stand in an example or a test, which are compiled and run, or in a
 header; commands are run and write what is shown ("..." in a line of its own stands for anything); JSON of a
-message is read and encoded.
+message is read and encoded; what is typed into Python is answered as it is shown.
 Usage: blocks.py ROOT HEADERS BINARIES..."""
+import doctest
 import glob
 import json
 import os
@@ -79,6 +80,19 @@ def wrong_json(block):
     return None if same else f"reads as: {done.stdout}"
 
 
+def wrong_python(block):
+    """What is wrong with a session in Python, or None. Names last from block to block."""
+    if "VELNOR3GPP_LIBRARIES" not in os.environ:
+        print("passed over (there are no shared libraries): Python")
+        return None
+    said = []
+    os.chdir(ROOT)
+    test = doctest.DocTestParser().get_doctest(block, PYTHON, "block", None, 0)
+    doctest.DocTestRunner(verbose=False).run(test, out=said.append, clear_globs=False)
+    PYTHON.update(test.globs)
+    return "".join(said) or None
+
+
 def fault(kind, block, sources):
     if kind in ("c", "cpp", "rust"):
         for part in block.split("\n\n"):  # declarations that stand apart in a header
@@ -89,10 +103,13 @@ def fault(kind, block, sources):
         return run(block)
     if kind == "json":
         return wrong_json(block)
+    if kind == "python":
+        return wrong_python(block)
     return f"a block of a kind that is not tested: '{kind}'"
 
 
 SOURCES = compiled()
+PYTHON = {}
 count, faults = 0, 0
 for path in documents():
     for block in re.finditer(r"^```(\w*)\n(.*?)^```$", open(path).read(), re.M | re.S):
