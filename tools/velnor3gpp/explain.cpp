@@ -75,7 +75,13 @@ static int keepRow(const velnor3gpp_Member* member, void* arg)
   }
   std::string name = member->name ? std::string(member->name, member->nameLength) : "";
   const velnor3gpp_Type* type = member->type ? member->type : member->is;
-  rows.rows.push_back({name, rows.level, whatIs(*member), member->identifier, member->optional != 0, type});
+  if (!name.empty()) {
+    rows.rows.push_back({name, rows.level, whatIs(*member), member->identifier, member->optional != 0, type});
+  } else if (!rows.rows.empty()) { // what a list holds; the first of all is the type itself
+    Row& list = rows.rows.back();
+    list.what += " " + whatIs(*member);
+    if (!list.type) list.type = type;
+  }
   if (member->step == VELNOR3GPP_ENTER) ++rows.level;
   return 0;
 }
@@ -133,7 +139,7 @@ static void printRows(Output& out, const velnor3gpp_Type* type)
   for (const Row& row : rowsOf(type)) {
     std::string name = std::string(2 * row.level, ' ') + row.name;
     std::string what = row.what;
-    if (row.type && what != factsOf(row.type).name) what += ", " + std::string(factsOf(row.type).name);
+    if (row.type && !what.ends_with(factsOf(row.type).name)) what += ", " + std::string(factsOf(row.type).name);
     out.print("  %-40s %-5s%-9s %s\n", name.c_str(), identifierText(row.identifier).c_str(),
               row.optional ? "optional" : "", what.c_str());
   }
