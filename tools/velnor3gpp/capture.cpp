@@ -1,10 +1,11 @@
-// velnor3gpp capture: the messages of a capture in a capture that opens without a setting, as they are or without what
-// tells of a person.
+// velnor3gpp capture: the messages of a capture, or of lines, in a capture that opens without a setting, as they are or
+// without what tells of a person.
+#include <algorithm>
 #include <cstring>
-#include <exception>
 #include <filesystem>
 
 #include "captureFile.h"
+#include "captureOutput.h"
 #include "coding.h"
 #include "commands.h"
 #include "names.h"
@@ -16,65 +17,20 @@ namespace {
 
 struct Options {
   std::string in, out;
-  SessionOptions session; // its key file and link types alone
+  std::vector<std::string> only;
+  SessionOptions session;
   bool redact = false;
-};
-
-// The writer of the library in front of a file. Exceptions may not cross the library, so they wait here.
-class CaptureOutput {
-public:
-  CaptureOutput(Output& target, velnor3gpp_CaptureFormat format) : file(target)
-  {
-    check(velnor3gpp_captureCreate(&writer, format, take, this));
-  }
-  CaptureOutput(const CaptureOutput&) = delete;
-  CaptureOutput& operator=(const CaptureOutput&) = delete;
-  ~CaptureOutput() { velnor3gpp_captureFinish(writer); }
-
-  // Returns 0, or the status of a message that no frame can hold.
-  int write(const velnor3gpp_CaptureFrame& frame)
-  {
-    int status = velnor3gpp_captureWrite(writer, &frame);
-    if (status == RTX_E_WRITE) check(status);
-    return status;
-  }
-  void finish()
-  {
-    int status = velnor3gpp_captureFinish(writer);
-    writer = nullptr;
-    check(status);
-    file.flush();
-  }
-
-private:
-  Output& file;
-  velnor3gpp_CaptureWriter* writer = nullptr;
-  std::exception_ptr fault;
-
-  void check(int status)
-  {
-    if (status >= 0) return;
-    if (fault) std::rethrow_exception(fault);
-    checkMemory(status);
-  }
-  static int take(void* arg, const uint8_t* octets, size_t count)
-  {
-    CaptureOutput& self = *static_cast<CaptureOutput*>(arg);
-    try {
-      if (!self.fault) self.file.write({reinterpret_cast<const char*>(octets), count});
-    } catch (...) {
-      self.fault = std::current_exception();
-    }
-    return self.fault ? -1 : 0;
-  }
 };
 
 struct Run {
   const Options& options;
-  CaptureOutput& out;
+  Output& words; // standard error goes behind it
+  CaptureOutput out;
   Session session;
-  size_t written = 0;
-  size_t leftOut = 0; // messages that are not written
+  size_t messages = 0, written = 0, bad = 0;
+  size_t notChosen = 0, leftOut = 0; // messages that are not written
+  std::string frames = {};           // of a capture: what its frames were
+  std::string firstBad = {};         // the first line without a message, and why
   std::vector<uint8_t> octets = {};
   uint8_t key[16] = {};
 
@@ -104,97 +60,139 @@ static bool encode(Run& run, velnor3gpp_CaptureFrame& frame)
   return true;
 }
 
+static void decode(Run& run, const velnor3gpp_CaptureFrame& frame)
+{
+  velnor3gpp_Session* session = run.session.get();
+  selectKeys(session, run.options.session, &frame.connection);
+  checkMemory(velnor3gpp_decode(session, frame.type, frame.direction, frame.octets, frame.count));
+}
+
 // What is ciphered tells nothing and stays. What cannot be read whole would tell everything and is left out.
 static bool redact(Run& run, velnor3gpp_CaptureFrame& frame)
 {
   velnor3gpp_Session* session = run.session.get();
-  selectKeys(session, run.options.session, &frame.connection);
   hideFrame(frame);
-  checkMemory(velnor3gpp_decode(session, frame.type, frame.direction, frame.octets, frame.count));
   velnor3gpp_Result result = resultOf(session);
   if (outcomeOf(session) == Outcome::kSealed) return true;
   bool whole = result.status == 0 && !result.missing && result.used == result.count;
   return whole && checkMemory(velnor3gpp_pseudonymise(session, run.key)) >= 0 && encode(run, frame);
 }
 
-static void convert(Run& run, const velnor3gpp_CaptureFrame& read)
+// A word of --only is a direction, a dissector's name, or a part of the message's name.
+static bool isChosen(const Run& run, const velnor3gpp_CaptureFrame& frame)
 {
-  if (read.reason != VELNOR3GPP_CAPTURE_MESSAGE) return;
-  velnor3gpp_CaptureFrame frame = read;
+  velnor3gpp_Result result = resultOf(run.session.get());
+  std::string name = lower(result.message ? result.message : "");
+  return std::all_of(run.options.only.begin(), run.options.only.end(), [&](const std::string& word) {
+    velnor3gpp_Direction direction = readDirection(word);
+    if (direction != VELNOR3GPP_DIRECTION_UNKNOWN) return direction == frame.direction;
+    return word == frame.dissector || name.find(lower(word)) != std::string::npos;
+  });
+}
+
+static void convert(Run& run, velnor3gpp_CaptureFrame frame)
+{
+  ++run.messages;
+  bool asked = run.options.redact || !run.options.only.empty();
+  if (asked) decode(run, frame);
+  if (!isChosen(run, frame)) {
+    ++run.notChosen;
+    return;
+  }
   bool good = (!run.options.redact || redact(run, frame)) && run.out.write(frame) >= 0;
   ++(good ? run.written : run.leftOut);
 }
 
-static velnor3gpp_CaptureFormat formatOf(const std::string& name)
+static void refuse(Run& run, const std::string& place, const std::string& problem)
 {
-  std::string ending = lower(fs::path(name).extension().string());
-  return ending == ".pcap" || ending == ".cap" ? VELNOR3GPP_CAPTURE_PCAP : VELNOR3GPP_CAPTURE_PCAPNG;
+  if (!run.bad++) run.firstBad = place + ": " + problem;
+}
+
+// A message of a line goes under the dissector of its form, without a time.
+static void convertLine(Run& run, const Message& message)
+{
+  velnor3gpp_Session* session = run.session.get();
+  try {
+    decodeMessage(session, run.options.session, message);
+  } catch (const UsageError& error) {
+    return refuse(run, message.place, error.what());
+  }
+  velnor3gpp_Result result = resultOf(session);
+  velnor3gpp_CaptureFrame frame = {};
+  frame.size = sizeof frame;
+  frame.type = result.type;
+  frame.direction = result.direction;
+  frame.dissector = velnor3gpp_captureDissector(result.type, message.octets.data(), message.octets.size());
+  frame.octets = message.octets.data();
+  frame.count = message.octets.size();
+  if (!frame.dissector)
+    return refuse(run, message.place, std::string("no dissector reads ") + factsOf(result.type).name);
+  convert(run, frame);
 }
 
 static void refuseSame(const Options& options)
 {
   std::error_code ignored;
   if (options.in != "-" && options.out != "-" && fs::equivalent(options.in, options.out, ignored))
-    throw UsageError(options.out + ": is the capture that is read; name another file");
+    throw UsageError(options.out + ": is the file that is read; name another one");
 }
 
-// A capture is written to its end before damage of the one that is read is told.
-static void run(const Options& options, Output& words, Output& file)
+static void tell(const Run& run)
 {
-  CaptureOutput out(file, formatOf(options.out));
-  Run run{options, out, openSession(options.session)};
-  if (options.redact) makeKey(run.key);
-  readCaptureFile(
-      options.in, options.session.links, [&](const velnor3gpp_CaptureFrame& frame) { convert(run, frame); },
-      [&](const velnor3gpp_CaptureCounts& counts) {
-        out.finish();
-        std::string text = countsText(counts) + "; " + std::to_string(run.written) + " written";
-        if (run.leftOut) text += ", " + std::to_string(run.leftOut) + " left out that cannot be read whole";
-        complain(words, text);
-      });
+  std::string text = (run.frames.empty() ? counted(run.messages, "message") : run.frames) + "; " +
+                     std::to_string(run.written) + " written";
+  if (run.notChosen) text += ", " + std::to_string(run.notChosen) + " not chosen";
+  if (run.leftOut) text += ", " + std::to_string(run.leftOut) + " left out that cannot be read whole";
+  if (run.bad) text += ", " + counted(run.bad, "line") + " without a message (" + run.firstBad + ")";
+  complain(run.words, text);
 }
 
-// What can be looked at before it is read is, so that no file is made for nothing.
-static void checkInput(const std::string& name)
-{
-  if (name == "-") return;
-  if (!fs::exists(name)) throw UsageError("no file '" + name + "'");
-  if (fs::is_directory(name)) throw UsageError(name + ": is a directory; name a file in it");
-  if (fs::is_regular_file(name) && fs::file_size(name) > 3 && !isCaptureFile(name))
-    throw UsageError(name + ": is no capture; give a pcap or pcapng file");
-}
-
+// A capture is written to its end before damage of the one that is read is told. Where no line holds a message, none is
+// written.
 static int capture(const Options& options, Output& out)
 {
-  checkInput(options.in);
   refuseSame(options);
-  if (options.out == "-") {
-    run(options, out, out);
-    return kExitDone;
-  }
-  Output file(options.out);
-  run(options, out, file);
-  file.close();
-  return kExitDone;
+  Run run{options, out, {out, options.out}, openSession(options.session)};
+  if (options.redact) makeKey(run.key);
+  Taker taker;
+  taker.message = [&](const Message& message) { convertLine(run, message); };
+  taker.bad = [&](const BadLine& bad) { refuse(run, bad.place, "no message: " + bad.problem); };
+  taker.links = &options.session.links;
+  taker.frame = [&](const velnor3gpp_CaptureFrame& frame) {
+    if (frame.reason == VELNOR3GPP_CAPTURE_MESSAGE) convert(run, frame);
+  };
+  taker.ended = [&](const velnor3gpp_CaptureCounts& counts) {
+    run.frames = countsText(counts);
+    run.out.finish();
+    tell(run);
+  };
+  readMessages({options.in}, taker);
+  if (!run.frames.empty()) return kExitDone;
+  if (run.bad && !run.messages) throw UsageError(run.firstBad);
+  run.out.finish();
+  tell(run);
+  return run.bad ? kExitUsage : kExitDone;
 }
 
 void addCapture(CLI::App& app, Program& program)
 {
-  CLI::App* command = newCommand(
-      app, "capture", "Write the messages of a capture into one that opens without a setting",
-      {{"velnor3gpp capture samples/attach.pcap /tmp/attach.pcapng", "find the messages in a capture"},
-       {"velnor3gpp capture --redact samples/attach.pcap /tmp/attach.pcap", "take out what tells of a person"},
-       {"velnor3gpp capture --dlt 149=nas-eps samples/attach.pcap /tmp/attach.pcapng",
-        "name what a user link type holds"}});
+  CLI::App* command =
+      newCommand(app, "capture", "Write messages into a capture that opens without a setting",
+                 {{"velnor3gpp capture samples/attach.pcap /tmp/attach.pcapng", "find the messages in a capture"},
+                  {"velnor3gpp capture --redact --only up samples/attach.pcap /tmp/attach.pcap",
+                   "those of one direction, without what tells of a person"},
+                  {"velnor3gpp capture samples/registration-request.hex /tmp/request.pcapng",
+                   "lines of octets for the dissector"}});
   auto options = std::make_shared<Options>();
-  command->add_option("in", options->in, "capture to read, pcap or pcapng; - is standard input")->required();
+  command->add_option("in", options->in, "capture or lines of octets to read; - is standard input")->required();
   command
       ->add_option("out", options->out, "capture to write: pcapng, or pcap if it ends in .pcap; - is standard output")
       ->required();
+  addRepeated(*command, "--only", options->only,
+              "by direction, dissector or a word of the name; several: all have to hold")
+      ->type_name("WORD");
   command->add_flag("--redact", options->redact,
                     "replace identities, numbers, places, payloads; no comments, no addresses");
-  addLinkOption(*command, options->session.links);
-  addKeyOption(*command, options->session);
-  addFormsOption(*command, options->session);
+  addSessionOptions(*command, options->session);
   command->callback([&program, options] { program.code = capture(*options, program.out); });
 }

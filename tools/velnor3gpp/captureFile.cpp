@@ -68,11 +68,8 @@ static std::string linkFault(const std::string& word)
 
 void addLinkOption(CLI::App& command, LinkNames& names)
 {
-  command.add_option("--dlt", names.given, "captures: the dissector of a user link type, 147=nas-5gs")
+  addRepeated(command, "--dlt", names.given, "captures: the dissector of a user link type, 147=nas-5gs")
       ->type_name("N=NAME")
-      ->expected(1)
-      ->allow_extra_args(false)
-      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
       ->check(linkFault);
 }
 

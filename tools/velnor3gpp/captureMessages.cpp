@@ -38,9 +38,13 @@ bool takeCapture(const Taker& taker, const std::string& name, int descriptor, st
   if (!velnor3gpp_isCapture(octets, first.size())) return false;
   static const LinkNames kNone;
   auto ended = [&](const velnor3gpp_CaptureCounts& counts) {
+    if (taker.ended) return taker.ended(counts);
     if (counts.frames != counts.reasons[VELNOR3GPP_CAPTURE_MESSAGE]) complain(name + ": " + countsText(counts));
   };
-  auto take = [&](const velnor3gpp_CaptureFrame& frame) { takeFrame(taker, name, frame); };
+  auto take = [&](const velnor3gpp_CaptureFrame& frame) {
+    if (taker.frame) return taker.frame(frame);
+    takeFrame(taker, name, frame);
+  };
   readCapture({name, descriptor, {octets, octets + first.size()}}, taker.links ? *taker.links : kNone, take, ended);
   return true;
 }

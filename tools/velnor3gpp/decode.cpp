@@ -212,11 +212,9 @@ void addDecode(CLI::App& app, Program& program)
   command->add_flag("--json", options->json, "an object of JSON for each message");
   command->add_flag("--names", options->names, "with --json: names of values beside them (x$name)");
   command->add_flag("--positions", options->positions, "with --json: where each element stands");
-  command
-      ->add_option("--field", options->fields, "this value alone, a line for each message; several stand between TABs")
-      ->type_name("PATH")
-      ->take_all()
-      ->expected(1);
+  addRepeated(*command, "--field", options->fields,
+              "this value alone, a line for each message; several stand between TABs")
+      ->type_name("PATH");
   command->add_flag("--view", options->view, "a line for each field: its octet, its bits, its name, what it means");
   command->add_option("--depth", options->depth, "with --view: open so many levels, 0: all")->type_name("N");
   command->add_option("--color", options->colour, "with --view: auto (on a terminal), always or never")

@@ -1,4 +1,5 @@
 // velnor3gpp encode: records as JSON to octets.
+#include "captureOutput.h"
 #include "coding.h"
 #include "commands.h"
 #include "hex.h"
@@ -18,7 +19,8 @@ struct Options {
 struct Run {
   const Options& options;
   Output& out;    // standard error goes behind it
-  Output& target; // of the octets
+  Output& target; // of the octets, but of a capture
+  CaptureOutput* capture;
   Session session;
   const velnor3gpp_Type* type;
   size_t objects = 0, bad = 0;
@@ -37,6 +39,21 @@ static void refuse(Run& run, const std::string& place)
   });
 }
 
+// The message in a frame under the dissector of its form.
+static void writeFrame(Run& run, const std::string& place, const uint8_t* octets, size_t count)
+{
+  velnor3gpp_Result result = resultOf(run.session.get());
+  velnor3gpp_CaptureFrame frame = {};
+  frame.size = sizeof frame;
+  frame.direction = result.direction;
+  frame.dissector = result.type ? velnor3gpp_captureDissector(result.type, octets, count) : nullptr;
+  frame.octets = octets;
+  frame.count = count;
+  if (frame.dissector && run.capture->write(frame) >= 0) return;
+  ++run.bad;
+  complain(run.out, place + ": no dissector reads " + (result.type ? factsOf(result.type).name : "it"));
+}
+
 static void encodeOne(Run& run, const std::string& place, const std::string& text)
 {
   ++run.objects;
@@ -45,6 +62,7 @@ static void encodeOne(Run& run, const std::string& place, const std::string& tex
   size_t count = 0;
   if (checkMemory(velnor3gpp_fromJson(session, run.type, text.data(), text.size())) < 0) return refuse(run, place);
   if (checkMemory(velnor3gpp_encode(session, &octets, &count)) < 0) return refuse(run, place);
+  if (run.capture) return writeFrame(run, place, octets, count);
   if (run.options.binary) return run.target.write({reinterpret_cast<const char*>(octets), count});
   std::string hex = plainHex(octets, count);
   velnor3gpp_Result result = resultOf(session);
@@ -75,10 +93,18 @@ static void encodeAll(Run& run)
 static int encode(const Options& options, Output& out)
 {
   std::unique_ptr<Output> file;
-  if (!options.fileName.empty()) file = std::make_unique<Output>(options.fileName);
-  Run run{options, out, file ? *file : out, openSession(options.session), typeOf(options.session)};
+  CaptureOutput capture(out, options.fileName);
+  bool toCapture = isCaptureName(options.fileName);
+  if (!options.fileName.empty() && !toCapture) file = std::make_unique<Output>(options.fileName);
+  Run run{options,
+          out,
+          file ? *file : out,
+          toCapture ? &capture : nullptr,
+          openSession(options.session),
+          typeOf(options.session)};
   encodeAll(run);
   if (file) file->close();
+  if (toCapture && (run.objects == 0 || run.bad < run.objects)) capture.finish();
   if (run.bad && run.objects > 1)
     complain(out, std::to_string(run.bad) + " of " + counted(run.objects, "object") + " not encoded");
   return run.bad ? kExitUsage : kExitDone;
@@ -99,6 +125,9 @@ void addEncode(CLI::App& app, Program& program)
   addFormsOption(*command, options->session);
   command->add_flag("--binary", options->binary, "write the octets themselves instead of a line of hexadecimal each");
   command->add_flag("--json", options->json, "an object of JSON for each message: type and octets");
-  command->add_option("-o,--output", options->fileName, "write to this file")->type_name("FILE");
+  command
+      ->add_option("-o,--output", options->fileName,
+                   "write to this file; into a capture if it ends in .pcapng, .pcap or .cap")
+      ->type_name("FILE");
   command->callback([&program, options] { program.code = encode(*options, program.out); });
 }

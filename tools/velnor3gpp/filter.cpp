@@ -120,9 +120,8 @@ static void addOptions(CLI::App& command, FilterArguments& arguments)
   command.add_option("--key-columns", arguments.keyColumns, "columns of the key in tsv, 0: none")
       ->type_name("N")
       ->check(CLI::Range(0, 1000));
-  command.add_option("--field", arguments.fields, "write this value instead of JSON; several stand between TABs")
-      ->type_name("PATH")
-      ->allow_extra_args(false);
+  addRepeated(command, "--field", arguments.fields, "write this value instead of JSON; several stand between TABs")
+      ->type_name("PATH");
   command.add_flag("--names", arguments.names, "beside enumerations \"x\" also \"x$name\"");
   command.add_option("--flush", arguments.flush, "when output is handed on: line or block")->type_name("WHEN");
   command.add_flag("--chunk-header", arguments.chunkHeader,

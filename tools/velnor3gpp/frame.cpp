@@ -12,6 +12,15 @@ CLI::App* newCommand(CLI::App& app, const std::string& name, const std::string& 
   return command;
 }
 
+CLI::Option* addRepeated(CLI::App& command, const std::string& name, std::vector<std::string>& values,
+                         const std::string& purpose)
+{
+  return command.add_option(name, values, purpose)
+      ->expected(1)
+      ->allow_extra_args(false)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+}
+
 void complain(Output& out, const std::string& text)
 {
   out.flush();

@@ -53,6 +53,10 @@ struct Example {
 CLI::App* newCommand(CLI::App& app, const std::string& name, const std::string& purpose,
                      std::initializer_list<Example> examples);
 
+// An option that can be given several times, with one value each: inputs may stand behind it.
+CLI::Option* addRepeated(CLI::App& command, const std::string& name, std::vector<std::string>& values,
+                         const std::string& purpose);
+
 // Writes a line to standard error, behind what is written to `out`: "velnor3gpp: TEXT". Control characters in it
 // become blanks; text behind the first line feed stands below it unchanged.
 void complain(Output& out, const std::string& text);

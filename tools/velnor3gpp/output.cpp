@@ -53,6 +53,7 @@ void Output::flush()
 
 void Output::write(std::string_view text)
 {
+  if (text.empty()) return; // it may have no address to copy from
   if (text.size() > kRoom - used) flush();
   if (text.size() > kRoom) {
     if (!writeAll(fd, text.data(), text.size())) fail(errno);

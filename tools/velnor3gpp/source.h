@@ -39,6 +39,9 @@ struct Taker {
   std::function<void(const BadLine&)> bad;
   std::function<void(size_t octets)> progress; // after each piece of a file; may be empty
   const LinkNames* links = nullptr;            // of --dlt; may be null
+  // If set: of captures every frame instead of its message, and what was counted at their end.
+  std::function<void(const velnor3gpp_CaptureFrame&)> frame = {};
+  std::function<void(const velnor3gpp_CaptureCounts&)> ended = {};
 };
 
 // Hands every line of the inputs to `taker`, in order, and holds one line at a time; and every message of an input that

@@ -1,0 +1,65 @@
+#include "captureOutput.h"
+
+#include <filesystem>
+
+#include "names.h"
+#include "session.h"
+
+static std::string endingOf(const std::string& name)
+{
+  return lower(std::filesystem::path(name).extension().string());
+}
+
+static bool isPcapName(const std::string& name)
+{
+  return endingOf(name) == ".pcap" || endingOf(name) == ".cap";
+}
+
+bool isCaptureName(const std::string& name)
+{
+  return isPcapName(name) || endingOf(name) == ".pcapng";
+}
+
+void CaptureOutput::open()
+{
+  if (writer) return;
+  if (name != "-") file.emplace(name);
+  check(velnor3gpp_captureCreate(&writer, isPcapName(name) ? VELNOR3GPP_CAPTURE_PCAP : VELNOR3GPP_CAPTURE_PCAPNG, take,
+                                 this));
+}
+
+int CaptureOutput::write(const velnor3gpp_CaptureFrame& frame)
+{
+  open();
+  int status = velnor3gpp_captureWrite(writer, &frame);
+  if (status == RTX_E_WRITE) check(status);
+  return status;
+}
+
+void CaptureOutput::finish()
+{
+  open();
+  int status = velnor3gpp_captureFinish(writer);
+  writer = nullptr;
+  check(status);
+  target().flush();
+  if (file) file->close();
+}
+
+void CaptureOutput::check(int status)
+{
+  if (status >= 0) return;
+  if (fault) std::rethrow_exception(fault);
+  checkMemory(status);
+}
+
+int CaptureOutput::take(void* arg, const uint8_t* octets, size_t count)
+{
+  CaptureOutput& self = *static_cast<CaptureOutput*>(arg);
+  try {
+    if (!self.fault) self.target().write({reinterpret_cast<const char*>(octets), count});
+  } catch (...) {
+    self.fault = std::current_exception();
+  }
+  return self.fault ? -1 : 0;
+}
