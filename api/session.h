@@ -72,7 +72,7 @@ struct velnor3gpp_Session {
 };
 
 // A type of the interface is its row in the table of facts.
-inline const L3Facts* factsOf(const velnor3gpp_Type* type)
+static inline const L3Facts* factsOf(const velnor3gpp_Type* type)
 {
   return reinterpret_cast<const L3Facts*>(type);
 }
