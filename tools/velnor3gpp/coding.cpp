@@ -3,25 +3,15 @@
 #include <algorithm>
 #include <cstring>
 
+#include "forms.h"
 #include "hex.h"
 #include "names.h"
 
 static constexpr char k5gs[] = "TS24501Msg_PDU";
 static constexpr char kEps[] = "TS24301Msg_PDU";
-static constexpr char kPseudoLength[] = "TS44018Msg_L2_PSEUDO_LEN_PDU";
-static constexpr char kShort[] = "TS44018Msg_RR_Short_PD_PDU";
 
-static bool isForm(const velnor3gpp_Type* type, const char* name)
+[[noreturn]] static void refuseUnknown(const Message& message)
 {
-  return type && strcmp(factsOf(type).name, name) == 0;
-}
-
-static std::vector<const velnor3gpp_Type*> formsOf(const Message& message, velnor3gpp_Direction direction,
-                                                   velnor3gpp_Channel channel)
-{
-  const velnor3gpp_Type* types[VELNOR3GPP_FORMS_MAX];
-  size_t count = velnor3gpp_forms(message.octets.data(), message.octets.size(), direction, channel, types);
-  if (count) return {types, types + count};
   bool radio = (message.octets[0] & 15) == 6;
   throw UsageError("the first octet " + octetText(message.octets.data(), 1) +
                    " does not tell what the message is; name its type with --as TYPE" +
@@ -32,42 +22,6 @@ static void decodeAs(velnor3gpp_Session* session, const velnor3gpp_Type* type, v
                      const Message& message)
 {
   checkMemory(velnor3gpp_decode(session, type, direction, message.octets.data(), message.octets.size()));
-}
-
-bool isAllRead(velnor3gpp_Session* session)
-{
-  velnor3gpp_Kept kept = {};
-  kept.size = sizeof kept;
-  for (size_t i = 0; velnor3gpp_kept(session, i, &kept) == 0; ++i)
-    if (kept.why != VELNOR3GPP_KEPT_PADDING) return false;
-  return true;
-}
-
-// How well a form fits: 0 if the octets come back, 1 if octets are kept unread, passed over or lacking, 2 not at all.
-static int misfit(velnor3gpp_Session* session, const velnor3gpp_Type* type, velnor3gpp_Direction direction,
-                  const Message& message)
-{
-  decodeAs(session, type, direction, message);
-  velnor3gpp_Result result = resultOf(session);
-  if (result.status < 0) return 2;
-  bool whole = !result.missing && result.used == message.octets.size();
-  return whole && isAllRead(session) && compareAgain(session).octets == message.octets ? 0 : 1;
-}
-
-// Only radio resource messages have more than one form, and those are not protected: trying takes no counts.
-static void decodeBest(velnor3gpp_Session* session, const std::vector<const velnor3gpp_Type*>& forms,
-                       velnor3gpp_Direction direction, const Message& message, std::vector<std::string>* tried)
-{
-  const velnor3gpp_Type* best = forms[0];
-  int least = 3;
-  for (const velnor3gpp_Type* form : forms) {
-    int fit = forms.size() > 1 ? misfit(session, form, direction, message) : 0;
-    if (fit < least) best = form;
-    least = std::min(least, fit);
-  }
-  decodeAs(session, best, direction, message);
-  for (const velnor3gpp_Type* form : forms)
-    if (tried && form != best) tried->emplace_back(factsOf(form).name);
 }
 
 static const velnor3gpp_Type* decodable(const std::string& name)
@@ -85,7 +39,12 @@ void decodeMessage(velnor3gpp_Session* session, const SessionOptions& options, c
   const std::string& name = message.type.empty() ? options.as : message.type;
   selectKeys(session, options, message.connection);
   if (!name.empty()) return decodeAs(session, decodable(name), direction, message);
-  decodeBest(session, formsOf(message, direction, channel), direction, message, tried);
+  std::vector<const velnor3gpp_Type*> forms = formsOf(message.octets, direction, channel);
+  if (forms.empty()) refuseUnknown(message);
+  const velnor3gpp_Type* best = bestForm(session, forms, direction, message.octets);
+  decodeAs(session, best, direction, message);
+  for (const velnor3gpp_Type* form : forms)
+    if (tried && form != best) tried->emplace_back(factsOf(form).name);
 }
 
 Outcome outcomeOf(velnor3gpp_Session* session)
@@ -192,18 +151,11 @@ static std::vector<uint8_t> withoutCode(const velnor3gpp_Result& result, std::ve
   return octets;
 }
 
-// The library ends with the octet that it has reached; a block goes on to its end with the same padding.
-static void fillBlock(const velnor3gpp_Result& result, std::vector<uint8_t>& octets)
-{
-  if ((isForm(result.type, kPseudoLength) || isForm(result.type, kShort)) && octets.size() < result.count)
-    octets.resize(result.count, 0x2B);
-}
-
 // Networks send fixed pseudo lengths with system information that is rest octets alone (0, 1, 22), encoders what the
 // header takes (2): the comparison passes over the six bits.
 static bool passOverPseudoLength(const velnor3gpp_Result& result, std::vector<uint8_t>& in, std::vector<uint8_t>& out)
 {
-  if (!isForm(result.type, kPseudoLength) || in.empty() || out.empty() || in[0] == out[0]) return false;
+  if (!isForm(result.type, kPseudoLengthForm) || in.empty() || out.empty() || in[0] == out[0]) return false;
   in[0] &= 3;
   out[0] &= 3;
   return true;
@@ -235,16 +187,12 @@ Comparison compareAgain(velnor3gpp_Session* session)
 {
   velnor3gpp_Result result = resultOf(session);
   std::vector<uint8_t> in(result.octets, result.octets + result.count);
-  const uint8_t* octets = nullptr;
-  size_t count = 0;
   Comparison done;
-  if (checkMemory(velnor3gpp_encode(session, &octets, &count)) < 0) {
+  if (checkMemory(encodeAgain(session, done.octets)) < 0) {
     done.text = "not encoded:";
     eachFinding(session, [&](const velnor3gpp_Finding& finding) { done.text += " " + findingText(finding); });
     return done;
   }
-  done.octets.assign(octets, octets + count);
-  fillBlock(result, done.octets);
   compare(result, in, done);
   return done;
 }

@@ -32,8 +32,6 @@ struct Counts {
 void decodeMessage(velnor3gpp_Session* session, const SessionOptions& options, const Message& message,
                    std::vector<std::string>* tried = nullptr);
 Outcome outcomeOf(velnor3gpp_Session* session);
-// Was no element kept that nobody can read? Padding behind a message is none.
-bool isAllRead(velnor3gpp_Session* session);
 void count(Counts& counts, Outcome outcome);
 
 // Calls with each finding, whose texts live while the function runs.

@@ -3,7 +3,7 @@
 #include <new>
 #include <utility>
 
-#include "coding.h"
+#include "forms.h"
 #include "names.h"
 #include "velnor3gpp/velnor3gppJson.h"
 

@@ -9,9 +9,9 @@
 #include <CLI/CLI.hpp>
 #include <chrono>
 #include <initializer_list>
-#include <stdexcept>
 #include <string>
 
+#include "faults.h"
 #include "output.h"
 
 // Exit codes. The program never ends by a signal that its output brings about.
@@ -20,22 +20,6 @@ inline constexpr int kExitBadMessage = 1; // only where a command is asked to te
 inline constexpr int kExitUsage = 2;
 inline constexpr int kExitDamaged = 3; // a capture or charging file that cannot be read to its end
 inline constexpr int kExitIo = 74;     // input or output failed
-
-// What the user can mend: what is wrong, where, and how to mend it, in one line. Text behind a line feed is shown below
-// as it stands (a caret under the fault).
-struct UsageError : std::runtime_error {
-  using std::runtime_error::runtime_error;
-};
-
-// A container of messages whose framing is broken: nothing behind the fault can be found.
-struct DamageError : std::runtime_error {
-  using std::runtime_error::runtime_error;
-};
-
-// Reading failed: no permission, a disk that gives no answer.
-struct InputError : std::runtime_error {
-  using std::runtime_error::runtime_error;
-};
 
 // What a run is about.
 struct Program {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <numeric>
 
-#include "frame.h"
+#include "faults.h"
 
 std::string lower(std::string_view text)
 {

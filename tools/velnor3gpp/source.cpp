@@ -16,57 +16,6 @@
 
 namespace {
 
-using TakeLine = std::function<void(const std::string& place, std::string_view line, bool whole)>;
-
-// Cuts octets into lines. A line lies in one piece of input, or is gathered from several.
-class LineCutter {
-public:
-  LineCutter(const std::string& name, const TakeLine& take) : fileName(name), takeLine(take) {}
-
-  void add(std::string_view piece)
-  {
-    while (!piece.empty()) {
-      size_t end = piece.find('\n');
-      std::string_view part = piece.substr(0, end);
-      if (end == std::string_view::npos) return keep(part);
-      if (kept.empty() && !tooLong && part.size() <= kMostLine)
-        tell(part);
-      else {
-        keep(part);
-        tell(kept);
-      }
-      piece.remove_prefix(end + 1);
-    }
-  }
-  // A last line need not end.
-  void finish()
-  {
-    if (!kept.empty() || tooLong) tell(kept);
-  }
-
-private:
-  void keep(std::string_view part)
-  {
-    tooLong = tooLong || part.size() > kMostLine - kept.size();
-    if (!tooLong) kept += part;
-  }
-  void tell(std::string_view line)
-  {
-    ++number;
-    if (number == 1 && line.substr(0, 3) == "\xEF\xBB\xBF") line.remove_prefix(3); // a byte order mark
-    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-    takeLine(fileName + ":" + std::to_string(number), line, !tooLong);
-    kept.clear();
-    tooLong = false;
-  }
-
-  const std::string& fileName;
-  const TakeLine& takeLine;
-  std::string kept; // the beginning of a line that goes on
-  bool tooLong = false;
-  size_t number = 0;
-};
-
 struct File {
   int fd;
   bool own;
@@ -133,74 +82,6 @@ void readLines(const std::vector<std::string>& inputs, const TakeLine& take,
   for (const std::string& input : inputs) readInput(input, take, progress, capture);
 }
 
-static bool isBlank(char c)
-{
-  return c == ' ' || c == '\t' || c == '\r';
-}
-
-// Takes a leading word off the line: a direction, a channel, a type. What could be octets is octets.
-static bool takeWord(std::string_view word, Message& message)
-{
-  if (word.empty() || std::all_of(word.begin(), word.end(), [](char c) { return hexDigit(c) >= 0; })) return false;
-  if (readDirection(word) != VELNOR3GPP_DIRECTION_UNKNOWN)
-    message.direction = readDirection(word);
-  else if (readChannel(word) != VELNOR3GPP_CHANNEL_UNKNOWN)
-    message.channel = readChannel(word);
-  else if (word.find('_') != std::string_view::npos || findType(std::string(word)))
-    message.type = word;
-  else
-    return false;
-  return true;
-}
-
-// Takes the leading words off. Returns where the octets begin.
-static size_t readLead(std::string_view line, Message& message)
-{
-  size_t at = 0;
-  for (;;) {
-    while (at < line.size() && isBlank(line[at])) ++at;
-    size_t end = at;
-    while (end < line.size() && !isBlank(line[end])) ++end;
-    if (!takeWord(line.substr(at, end - at), message)) return at;
-    at = end;
-  }
-}
-
-// Where a control character stands, from 1, or 0.
-static size_t controlColumn(std::string_view line)
-{
-  for (size_t i = 0; i < line.size(); ++i) {
-    unsigned char c = static_cast<unsigned char>(line[i]);
-    if ((c < 0x20 && c != '\t' && c != '\r') || c == 0x7F) return i + 1;
-  }
-  return 0;
-}
-
-static std::string columnText(size_t column, const std::string& problem)
-{
-  return "column " + std::to_string(column) + ": " + problem;
-}
-
-static void takeLine(const Taker& taker, const std::string& place, std::string_view line, bool whole)
-{
-  if (!whole) return taker.bad({place, "the line is longer than 131,072 octets, and so than any message", line, 0});
-  if (size_t column = controlColumn(line))
-    return taker.bad({place, columnText(column, showChar(line[column - 1]) + " is no text"), line, column});
-  Message message;
-  message.place = place;
-  size_t at = readLead(line, message);
-  if (at == line.size() || line[at] == '#') {
-    if (at && (!message.type.empty() || message.direction || message.channel))
-      taker.bad({place, "no octets behind the first word; write the message on the same line", line, 0});
-    return;
-  }
-  HexText hex = readHex(line.substr(at));
-  if (hex.column) return taker.bad({place, columnText(at + hex.column, hex.problem), line, at + hex.column});
-  if (hex.octets.empty()) return taker.bad({place, "no octets, but marks between octets", line, 0});
-  message.octets = std::move(hex.octets);
-  taker.message(message);
-}
-
 // A word that is no octets is more often a mistyped file name than mistyped octets.
 static std::string argumentFault(const std::string& input, const HexText& hex)
 {
@@ -231,7 +112,10 @@ void readMessages(const std::vector<std::string>& inputs, const Taker& taker)
   for (const std::string& input : inputs)
     if (!isFile(input)) throw UsageError("no file '" + input + "'; behind a file only files can stand");
   readLines(
-      inputs, [&](const std::string& place, std::string_view line, bool whole) { takeLine(taker, place, line, whole); },
+      inputs,
+      [&](const std::string& place, std::string_view line, bool whole) {
+        readMessageLine(place, line, whole, taker.message, taker.bad);
+      },
       taker.progress,
       [&](const std::string& name, int fd, std::string_view first) { return takeCapture(taker, name, fd, first); });
 }

@@ -8,31 +8,9 @@
 #include <string_view>
 #include <vector>
 
-#include "velnor3gpp/velnor3gppCapture.h"
+#include "lines.h"
 
 struct LinkNames;
-
-// The longest line, in octets. What is longer is read to its end and said to be too long.
-inline constexpr size_t kMostLine = 131072;
-
-struct Message {
-  std::string place; // "file:line", or "arguments"
-  std::vector<uint8_t> octets;
-  velnor3gpp_Direction direction = VELNOR3GPP_DIRECTION_UNKNOWN; // if the line begins with one
-  velnor3gpp_Channel channel = VELNOR3GPP_CHANNEL_UNKNOWN;       // if the line begins with one
-  std::string type;                                              // if the line names one
-  // Of a frame of a capture: members that lead its object of JSON, and what tells its connection.
-  std::string lead = {};
-  const velnor3gpp_CaptureConnection* connection = nullptr;
-};
-
-// A line that is no message.
-struct BadLine {
-  std::string place;
-  std::string problem;   // with the column
-  std::string_view line; // as it stands; valid during the call
-  size_t column;         // of the fault, from 1; 0: the line as a whole
-};
 
 struct Taker {
   std::function<void(const Message&)> message;

@@ -1,0 +1,112 @@
+#include "lines.h"
+
+#include <algorithm>
+
+#include "hex.h"
+#include "names.h"
+
+void LineCutter::add(std::string_view piece)
+{
+  while (!piece.empty()) {
+    size_t end = piece.find('\n');
+    std::string_view part = piece.substr(0, end);
+    if (end == std::string_view::npos) return keep(part);
+    if (kept.empty() && !tooLong && part.size() <= kMostLine)
+      tell(part);
+    else {
+      keep(part);
+      tell(kept);
+    }
+    piece.remove_prefix(end + 1);
+  }
+}
+
+void LineCutter::finish()
+{
+  if (!kept.empty() || tooLong) tell(kept);
+}
+
+void LineCutter::keep(std::string_view part)
+{
+  tooLong = tooLong || part.size() > kMostLine - kept.size();
+  if (!tooLong) kept += part;
+}
+
+void LineCutter::tell(std::string_view line)
+{
+  ++number;
+  if (number == 1 && line.substr(0, 3) == "\xEF\xBB\xBF") line.remove_prefix(3); // a byte order mark
+  if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+  takeLine(fileName + ":" + std::to_string(number), line, !tooLong);
+  kept.clear();
+  tooLong = false;
+}
+
+static bool isBlank(char c)
+{
+  return c == ' ' || c == '\t' || c == '\r';
+}
+
+// Takes a leading word off the line: a direction, a channel, a type. What could be octets is octets.
+static bool takeWord(std::string_view word, Message& message)
+{
+  if (word.empty() || std::all_of(word.begin(), word.end(), [](char c) { return hexDigit(c) >= 0; })) return false;
+  if (readDirection(word) != VELNOR3GPP_DIRECTION_UNKNOWN)
+    message.direction = readDirection(word);
+  else if (readChannel(word) != VELNOR3GPP_CHANNEL_UNKNOWN)
+    message.channel = readChannel(word);
+  else if (word.find('_') != std::string_view::npos || findType(std::string(word)))
+    message.type = word;
+  else
+    return false;
+  return true;
+}
+
+// Takes the leading words off. Returns where the octets begin.
+static size_t readLead(std::string_view line, Message& message)
+{
+  size_t at = 0;
+  for (;;) {
+    while (at < line.size() && isBlank(line[at])) ++at;
+    size_t end = at;
+    while (end < line.size() && !isBlank(line[end])) ++end;
+    if (!takeWord(line.substr(at, end - at), message)) return at;
+    at = end;
+  }
+}
+
+// Where a control character stands, from 1, or 0.
+static size_t controlColumn(std::string_view line)
+{
+  for (size_t i = 0; i < line.size(); ++i) {
+    unsigned char c = static_cast<unsigned char>(line[i]);
+    if ((c < 0x20 && c != '\t' && c != '\r') || c == 0x7F) return i + 1;
+  }
+  return 0;
+}
+
+std::string columnText(size_t column, const std::string& problem)
+{
+  return "column " + std::to_string(column) + ": " + problem;
+}
+
+void readMessageLine(const std::string& place, std::string_view line, bool whole,
+                     const std::function<void(const Message&)>& take, const std::function<void(const BadLine&)>& bad)
+{
+  if (!whole) return bad({place, "the line is longer than 131,072 octets, and so than any message", line, 0});
+  if (size_t column = controlColumn(line))
+    return bad({place, columnText(column, showChar(line[column - 1]) + " is no text"), line, column});
+  Message message;
+  message.place = place;
+  size_t at = readLead(line, message);
+  if (at == line.size() || line[at] == '#') {
+    if (at && (!message.type.empty() || message.direction || message.channel))
+      bad({place, "no octets behind the first word; write the message on the same line", line, 0});
+    return;
+  }
+  HexText hex = readHex(line.substr(at));
+  if (hex.column) return bad({place, columnText(at + hex.column, hex.problem), line, at + hex.column});
+  if (hex.octets.empty()) return bad({place, "no octets, but marks between octets", line, 0});
+  message.octets = std::move(hex.octets);
+  take(message);
+}
