@@ -8,7 +8,7 @@ if(DEFINED BUILD_SHARED_LIBS AND NOT BUILD_SHARED_LIBS)
 endif()
 
 # Only the linkers of ELF know version scripts and -z.
-if(WIN32 OR APPLE)
+if(WIN32 OR APPLE OR EMSCRIPTEN)
   set(VELNOR_ELF OFF)
 else()
   set(VELNOR_ELF ON)

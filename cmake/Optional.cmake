@@ -28,3 +28,8 @@ endif()
 if(VELNOR3GPP_BUILD_BENCH AND NOT VELNOR_COVERAGE AND NOT CMAKE_CROSSCOMPILING)
   add_subdirectory(bench)
 endif()
+
+# The page for browsers; Emscripten's own build tree has nothing else.
+if(VELNOR3GPP_BUILD_WEB AND (EMSCRIPTEN OR NOT CMAKE_CROSSCOMPILING) AND NOT VELNOR_COVERAGE)
+  add_subdirectory(web)
+endif()

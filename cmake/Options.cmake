@@ -8,6 +8,12 @@ foreach(part "PROGRAM;the program" "TESTS;the tests" "FUZZ;the fuzz targets' see
   list(GET part 1 what)
   option(VELNOR3GPP_BUILD_${name} "Build ${what}" ${PROJECT_IS_TOP_LEVEL})
 endforeach()
+# The page takes the library once more, for WebAssembly; what is built over and over goes without it.
+set(web OFF)
+if(PROJECT_IS_TOP_LEVEL AND CMAKE_BUILD_TYPE MATCHES "^Rel|^MinSize")
+  set(web ON)
+endif()
+option(VELNOR3GPP_BUILD_WEB "Build the page for browsers (Emscripten)" ${web})
 option(VELNOR3GPP_INSTALL "Have rules of installation" ${PROJECT_IS_TOP_LEVEL})
 option(VELNOR3GPP_BUILD_ARCHIVES "Build static libraries beside the shared ones" OFF)
 if(PROJECT_IS_TOP_LEVEL)

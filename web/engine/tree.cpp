@@ -1,0 +1,64 @@
+// The message as a tree of elements: name, title and clause, kind, what the value means, and where it stands. Values
+// are not told: the page has them from the JSON, under the same path.
+#include "engine.h"
+#include "tools/velnor3gpp/names.h"
+#include "tools/velnor3gpp/words.h"
+
+static std::string pathOf(const velnor3gpp_Node* node)
+{
+  char path[1024];
+  size_t length = velnor3gpp_nodePath(node, path, sizeof path);
+  return {path, length < sizeof path ? length : sizeof path - 1};
+}
+
+static std::string labelOf(const velnor3gpp_Node* node)
+{
+  if (node->name) return asTitle({node->name, node->nameLength});
+  return node->parent ? "[" + std::to_string(node->index) + "]" : "";
+}
+
+// What the types that the definitions name say of an element: the standard's name of it, and where it is told.
+static std::string typeMembers(const velnor3gpp_Node* node)
+{
+  const velnor3gpp_Type* type = velnor3gpp_nodeType(node);
+  if (!type) return "";
+  velnor3gpp_TypeFacts facts = factsOf(type);
+  std::string text = ",\"title\":" + quoted(facts.title) + ",\"clause\":" + quoted(facts.clause);
+  return facts.use == VELNOR3GPP_MESSAGE ? text + ",\"message\":true" : text;
+}
+
+static std::string membersOf(const velnor3gpp_Node* node)
+{
+  std::string text = "\"path\":" + quoted(pathOf(node)) + ",\"name\":" + quoted(labelOf(node));
+  text += ",\"kind\":" + std::to_string(node->kind) + ",\"width\":" + std::to_string(node->width);
+  text += ",\"bit\":" + std::to_string(node->bitOffset) + ",\"bits\":" + std::to_string(node->bits);
+  if (node->valueName) text += ",\"means\":" + quoted(asWords(node->valueName));
+  return text + typeMembers(node);
+}
+
+// A choice is told by its alternative.
+static bool isPassedOver(const velnor3gpp_Node* node)
+{
+  return node->kind == VELNOR3GPP_CHOICE && node->parent;
+}
+
+static int addNode(const velnor3gpp_Node* node, void*)
+{
+  std::string& text = engine().text;
+  if (isPassedOver(node)) return 0;
+  if (node->step == VELNOR3GPP_LEAVE) {
+    text += "]}";
+    return 0;
+  }
+  if (text.back() == '}') text += ',';
+  text += '{' + membersOf(node) + (node->step == VELNOR3GPP_ENTER ? ",\"inside\":[" : "}");
+  return 0;
+}
+
+PAGE_CALL(tree) void tree()
+{
+  Engine& own = engine();
+  own.text = "[";
+  velnor3gpp_visit(own.session, VELNOR3GPP_NAMES | VELNOR3GPP_POSITIONS, addNode, nullptr);
+  own.text += "]";
+}

@@ -1,0 +1,174 @@
+// The library, behind functions that take and give plain values. Memory of the library may move with any call, so that
+// every view of it is made anew.
+
+const decoder = new TextDecoder();
+const encoder = new TextEncoder();
+
+export const DIRECTIONS = ["", "up", "down"];
+const CHECKS = ["", "verified", "FAILED: the code does not fit these keys and counts", "not checked: no keys",
+  "not checked: the keys say that integrity is null", "not checked: a header type that the receiver does not verify",
+  "not checked: decoding ended before"];
+
+// What the module asks the system for. A page has no files, so that writing fails and ending is an error.
+function systemOf(module) {
+  const system = {};
+  for (const { module: room, name } of WebAssembly.Module.imports(module))
+    (system[room] ??= {})[name] = name === "proc_exit" ? code => { throw new Error(`ended with ${code}`); } : () => 52;
+  return system;
+}
+
+function fromText(characters) {
+  const octets = new Uint8Array(characters.length);
+  for (let i = 0; i < octets.length; ++i) octets[i] = characters.charCodeAt(i);
+  return octets;
+}
+
+// The module stands in the page, packed and in base 64.
+async function unpack(text) {
+  const packed = Uint8Array.fromBase64?.(text) ?? fromText(atob(text));
+  return new Response(new Blob([packed]).stream().pipeThrough(new DecompressionStream("gzip"))).arrayBuffer();
+}
+
+export async function openEngine(text) {
+  const module = await WebAssembly.compile(await unpack(text));
+  const { exports: calls } = await WebAssembly.instantiate(module, systemOf(module));
+  calls._initialize();
+  return new Engine(calls);
+}
+
+export function octetsOf(hex) {
+  const octets = new Uint8Array(hex.length / 2);
+  for (let i = 0; i < octets.length; ++i) octets[i] = parseInt(hex.substr(2 * i, 2), 16);
+  return octets;
+}
+
+export function hexOf(octets, between = "") {
+  return Array.from(octets, octet => octet.toString(16).padStart(2, "0")).join(between);
+}
+
+class Engine {
+  #calls;
+  #types = new Map();
+  hasKeys = false;
+
+  constructor(calls) {
+    this.#calls = calls;
+  }
+
+  // Lays octets or text into the room; returns how many octets.
+  #give(content) {
+    const octets = typeof content === "string" ? encoder.encode(content) : content;
+    const at = this.#calls.room(octets.length);
+    new Uint8Array(this.#calls.memory.buffer, at, octets.length).set(octets);
+    return octets.length;
+  }
+
+  #told() {
+    return decoder.decode(new Uint8Array(this.#calls.memory.buffer, this.#calls.text(), this.#calls.textSize()));
+  }
+
+  #tell(name, ...args) {
+    this.#calls[name](...args);
+    return this.#told();
+  }
+
+  version() { return this.#tell("version"); }
+  types() { return JSON.parse(this.#tell("types")); }
+
+  // The number of a type, 0 for none of that name.
+  typeNamed(name) {
+    if (!name) return 0;
+    if (!this.#types.has(name)) this.#types.set(name, this.#calls.typeNamed(this.#give(name)));
+    return this.#types.get(name);
+  }
+
+  setKeys({ integrityKey, cipherKey, integrity, cipher, bearer, up, down }) {
+    const both = new Uint8Array(32);
+    both.set(integrityKey);
+    both.set(cipherKey, 16);
+    this.#give(both);
+    both.fill(0);
+    this.hasKeys = this.#calls.setKeys(integrity, cipher, bearer, up, down) >= 0;
+  }
+
+  forgetKeys() {
+    this.#calls.forgetKeys();
+    this.hasKeys = false;
+  }
+
+  counts() { return [this.#calls.nextCount(1) >>> 0, this.#calls.nextCount(2) >>> 0]; }
+
+  // Decodes a message as it was first read. Its keys count on from message to message, so that the counts of the first
+  // time are kept with it. Returns false if nothing tells what the octets are.
+  decode(message) {
+    if (message.counts) this.#calls.setCounts(...message.counts);
+    else if (this.hasKeys) message.counts = this.counts();
+    const type = this.typeNamed(message.type);
+    return this.#calls.decode(type, message.dir, message.channel, this.#give(message.octets)) !== 0;
+  }
+
+  summary() {
+    const told = JSON.parse(this.#tell("summary"));
+    told.protection = CHECKS[told.check];
+    if (told.outcome === "sealed") told.protection = "ciphered, and no keys: only the header can be read";
+    return told;
+  }
+
+  json({ names = false, places = false } = {}) { return this.#tell("json", (names ? 1 : 0) | (places ? 2 : 0)); }
+  trace() { return this.#tell("trace"); }
+  record() { return this.#tell("record"); }
+  tree() { return JSON.parse(this.#tell("tree"))[0]; }
+  deciphered() { return octetsOf(this.#tell("deciphered")); }
+
+  // The message with one value changed: { octets } or { problem }. Elements that are not known come back as they were.
+  change(message, path, value) {
+    this.#calls.keepUnread(1);
+    try {
+      this.decode(message);
+      const whole = JSON.parse(this.json());
+      setAt(whole.record, path, value);
+      this.decode(message); // whose direction and counts an encoding goes by
+      const status = this.#calls.encode(this.#give(JSON.stringify(whole)), message.octets.length);
+      return status < 0 ? { problem: this.#told() } : { octets: octetsOf(this.#told()) };
+    } finally {
+      this.#calls.keepUnread(0);
+    }
+  }
+
+  // Takes a file or text, a piece at a time, and hands over its messages. Returns what there is to say at its end.
+  async read(blob, links, take) {
+    const piece = 1 << 18;
+    const block = async at => new Uint8Array(await blob.slice(at, at + piece).arrayBuffer());
+    let octets = await block(0);
+    if (octets[0] + octets[1] === 0x1FD && octets[0] >= 0xFE) return "is text in UTF-16; write it in UTF-8";
+    const capture = this.#calls.beginInput(this.#give(octets)) !== 0;
+    for (const [link, name] of capture ? links : []) this.#calls.mapLink(link, this.#give(name));
+    for (let at = 0, step = 2; ; octets = await block(at += piece)) {
+      step = this.#calls[capture ? "addCapture" : "addLines"](this.#give(octets));
+      const enough = take(JSON.parse(this.#told())) === false;
+      if (capture && step !== 2) return this.#endOf(step);
+      if (enough || !octets.length) return "";
+    }
+  }
+
+  #endOf(status) {
+    const { frames, octets, without } = JSON.parse(this.#tell("captureCounts"));
+    const why = without.map(([count, words]) => `${count} ${words}`).join(", ");
+    const damage = status < 0 ? `; damaged at octet ${octets}, nothing behind it is read` : "";
+    return `${frames} frames${why ? ", without a message: " + why : ""}${damage}`;
+  }
+}
+
+// "data.RegRequest5G.taiList.elements[0].tac" as steps.
+export function stepsOf(path) {
+  return Array.from(path.matchAll(/\[(\d+)\]|[^.[\]]+/g), ([step, index]) => index === undefined ? step : Number(index));
+}
+
+export function valueAt(record, path) {
+  return stepsOf(path).reduce((inside, step) => inside?.[step], record);
+}
+
+function setAt(record, path, value) {
+  const steps = stepsOf(path), last = steps.pop();
+  steps.reduce((inside, step) => inside[step], record)[last] = value;
+}

@@ -1,0 +1,381 @@
+// The page: messages come in, one of them is shown, and what is done to one view is done to the others.
+import { DIRECTIONS, hexOf, octetsOf, openEngine } from "./engine.js";
+import { byId, openKeys } from "./keys.js";
+import { List, nameOf, timeOf } from "./list.js";
+import { FieldMap, Octets, placeOf } from "./octets.js";
+import { nameField, Tree } from "./tree.js";
+
+const MOST_MESSAGES = 500000;
+const SLICE = 12; // milliseconds of work before the page may draw
+
+const state = { messages: [], current: null, map: null, picked: null, hovered: null, run: 0, view: "fields" };
+const engine = await openEngine(byId("engine").textContent);
+const bus = { hover, pick, change };
+const octets = new Octets(byId("octets"), byId("bits"), bus);
+const tree = new Tree(byId("tree"), bus);
+const list = new List(byId("rows"), byId("rowsRoom"), show);
+
+function notice(text, bad = false) {
+  byId("notice").textContent = text;
+  byId("notice").className = bad ? "bad" : "";
+}
+
+const pause = () => new Promise(resolve => setTimeout(resolve));
+
+// ---- Messages in
+
+// A message as it is kept: what the line or frame says, or else the choices above.
+function messageOf(told, name) {
+  const place = (name ? name + " " : "") + told.place;
+  if (told.problem) return { place, problem: told.problem, line: told.line, dir: 0 };
+  const message = { place, time: told.time, dir: told.dir, channel: told.channel, type: told.type, octets: octetsOf(told.octets) };
+  message.given = { dir: message.dir, channel: message.channel, type: message.type };
+  return choose(message);
+}
+
+function choose(message) {
+  message.dir = message.given.dir || Number(byId("direction").value);
+  message.channel = message.given.channel || Number(byId("channel").value);
+  message.type = message.given.type || byId("type").value.trim();
+  message.counts = undefined;
+  return message;
+}
+
+// Reads texts or files, in their order, and shows the first message as soon as it is there.
+async function load(sources) {
+  const run = ++state.run;
+  const messages = state.messages = [];
+  list.set(messages);
+  state.current = null;
+  for (const { blob, name, alone } of sources) {
+    let full = false;
+    const take = told => {
+      if (run !== state.run) return false;
+      for (const one of told) if (messages.length < MOST_MESSAGES) messages.push(messageOf(one, alone ? "" : name)); else full = true;
+      if (!state.current && messages.length) begin(messages);
+      return !full;
+    };
+    let said;
+    try {
+      said = await engine.read(blob, [], take);
+    } catch (error) {
+      said = `cannot be read: ${error.message}`;
+    }
+    if (run !== state.run) return;
+    if (name) notice(`${name}: ${said || counted(messages.length, "message")}${full ? `; more than ${MOST_MESSAGES} messages are left out` : ""}`);
+  }
+  arrange(messages);
+  await summarise(run, messages);
+}
+
+const counted = (count, what) => `${count} ${what}${count === 1 ? "" : "s"}`;
+
+function begin(messages) {
+  byId("hello").hidden = true;
+  byId("work").hidden = false;
+  summariseOne(messages[0]);
+  show(messages[0]);
+  performance.mark("first-result");
+}
+
+function arrange(messages) {
+  byId("list").hidden = messages.length < 2;
+  byId("work").classList.toggle("several", messages.length > 1);
+  byId("work").hidden = !messages.length;
+  byId("hello").hidden = messages.length > 0;
+  byId("listTitle").textContent = counted(messages.length, "message");
+  list.set(messages);
+  if (messages.length > 1 && state.current === messages[0]) list.go(0);
+}
+
+function summariseOne(message) {
+  if (message.problem || message.summary) return;
+  if (engine.typeNamed(message.type) || !message.type) {
+    if (engine.decode(message)) message.summary = engine.summary();
+    else message.summary = { title: "", type: "unknown", outcome: "bad", dir: message.dir, fault: "The first octet does not tell what the message is: choose a type above, or a channel and direction." };
+  } else message.summary = { title: "", type: "unknown", outcome: "bad", dir: message.dir, fault: `There is no type '${message.type}'.` };
+}
+
+// Keys count on, so that messages are read in their order.
+async function summarise(run, messages) {
+  let until = performance.now() + SLICE;
+  for (const message of messages) {
+    summariseOne(message);
+    if (performance.now() < until) continue;
+    list.draw();
+    await pause();
+    if (run !== state.run) return;
+    until = performance.now() + SLICE;
+  }
+  list.find(byId("find").value);
+  const bad = messages.filter(message => message.problem || message.summary.outcome === "bad").length;
+  if (messages.length > 1) byId("listTitle").textContent = counted(messages.length, "message") + (bad ? `, ${bad} bad` : "");
+}
+
+// Reads all messages again, after keys or choices changed.
+async function again() {
+  const run = ++state.run, messages = state.messages, current = state.current;
+  for (const message of messages) if (!message.problem) choose(message).summary = undefined;
+  await summarise(run, messages);
+  if (run === state.run && current) show(current);
+}
+
+function readInput() {
+  const text = byId("input").value;
+  notice("");
+  load([{ blob: new Blob([text]), name: "", alone: true }]);
+}
+
+// ---- A message out
+
+function show(message) {
+  state.current = message;
+  state.picked = state.hovered = null;
+  const fine = !message.problem && (summariseOne(message), message.summary.fault === "" || message.summary.type !== "unknown");
+  const decoded = fine && engine.decode(message);
+  const whole = decoded ? JSON.parse(engine.json()) : {};
+  const root = decoded ? engine.tree() : null;
+  if (root) nameField(root);
+  const given = message.octets ?? new Uint8Array();
+  const read = decoded ? engine.deciphered() : given;
+  const changed = message.original;
+  state.map = new FieldMap(root, given.length);
+  showAbout(message, whole, root);
+  octets.show(read, state.map, changed ?? given, changed ? "changed" : "deciphered");
+  tree.show(root, whole.record, whole.findings ?? []);
+  byId("octetsTitle").textContent = hexOf(read) === hexOf(given) ? counted(given.length, "octet") : counted(given.length, "octet") + ", deciphered";
+  byId("undo").hidden = !changed;
+  state.texts = {};
+  showView(state.view);
+  light(false);
+}
+
+function showAbout(message, whole, root) {
+  const summary = message.summary ?? {};
+  byId("title").textContent = nameOf(message);
+  const facts = [["place", message.place], ["time", timeOf(message.time)], ["dir " + DIRECTIONS[summary.dir ?? 0], { 1: "up, from the mobile", 2: "down, to the mobile" }[summary.dir]],
+    ["type", summary.title ? summary.type : ""], ["check " + (summary.check === 1 ? "good" : summary.check === 2 ? "bad" : ""), summary.protection],
+    ["left", whole.octets && !(summary.outcome === "sealed") && message.octets.length > summary.used ? `${counted(message.octets.length - summary.used, "octet")} left over` : ""],
+    ["short", summary.missing ? `short by ${counted(summary.missing, "octet")}` : ""]];
+  byId("facts").replaceChildren(...facts.filter(([, text]) => text && text !== "line 1").map(([kind, text]) => element("span", "fact " + kind, text)));
+  const findings = (whole.findings ?? []).map(finding => {
+    finding.shown = root && fieldAt(finding.path);
+    const item = element("li", finding.fatal ? "bad" : "remark");
+    const where = [finding.path, finding.octet === undefined ? "" : `octet ${finding.octet}`].filter(Boolean).join(", ");
+    item.append(element("b", "", finding.text), where ? ` at ${where}` : "");
+    if (finding.shown) item.tabIndex = 0;
+    const go = () => finding.shown && pick(finding.shown, true);
+    item.onclick = go;
+    item.onkeydown = event => event.key === "Enter" && go();
+    return item;
+  });
+  const other = message.problem ?? (root ? "" : summary.fault);
+  if (other) findings.push(element("li", "bad", other));
+  if (message.problem) findings.push(element("li", "quote", message.line));
+  byId("findings").replaceChildren(...findings);
+}
+
+// The field of a path, or the one around it that the tree has.
+function fieldAt(path = "") {
+  let best = null;
+  for (const field of state.map.fields)
+    if (field.parent && (path === field.path || path.startsWith(field.path + ".") || path.startsWith(field.path + "["))) best = field;
+  return best;
+}
+
+function element(tag, className, text = "") {
+  const made = document.createElement(tag);
+  made.className = className;
+  made.textContent = text;
+  return made;
+}
+
+// ---- One field in all views
+
+function hover(field) {
+  if (state.hovered === field) return;
+  state.hovered = field;
+  light(false);
+}
+
+function pick(field) {
+  state.picked = field;
+  state.hovered = null;
+  light(true);
+}
+
+function light(scroll) {
+  const field = state.hovered ?? state.picked;
+  octets.light(field, scroll);
+  tree.light(field, scroll);
+  byId("place").replaceChildren(...field ? [element("b", "", field.label), ` ${placeOf(field) || "no octets of its own"}`, element("span", "clause", field.clause ?? "")] : []);
+}
+
+// ---- Changing a value
+
+// Returns what is wrong, or "".
+function change(field, value) {
+  const message = state.current, path = field.path;
+  const result = engine.change(message, path, value);
+  if (result.problem !== undefined) {
+    engine.decode(message); // whose record the session holds again
+    return result.problem || "The value cannot be encoded.";
+  }
+  const same = hexOf(result.octets) === hexOf(message.octets);
+  message.original ??= message.octets;
+  message.octets = result.octets;
+  if (hexOf(message.original) === hexOf(message.octets)) message.original = undefined;
+  message.summary = undefined;
+  show(message);
+  list.draw();
+  tree.focusPath(path);
+  notice(same ? "The octets stay as they were: other fields tell this value." : `${counted(result.octets.length, "octet")} with the change.`);
+  return "";
+}
+
+function undo() {
+  const message = state.current;
+  message.octets = message.original;
+  message.original = message.summary = undefined;
+  show(message);
+  list.draw();
+  notice("The octets are those that were given.");
+}
+
+// ---- Views, buttons, files
+
+const VIEWS = ["fields", "record", "trace", "json"];
+
+function textOfView(view) {
+  const options = { names: byId("jsonNames").checked, places: byId("jsonPlaces").checked };
+  if (!state.map.fields.length) return "";
+  engine.decode(state.current);
+  if (view !== "json") return engine[view]();
+  const lead = { frame: state.current.time !== undefined || /frame \d+$/.test(state.current.place) ? Number(/\d+$/.exec(state.current.place)) : undefined, time: timeOf(state.current.time) || undefined };
+  return JSON.stringify({ ...lead, ...JSON.parse(engine.json(options)) }, null, 2);
+}
+
+function showView(view) {
+  state.view = view;
+  for (const name of VIEWS) {
+    const tab = byId("tab-" + name);
+    tab.ariaSelected = name === view;
+    tab.tabIndex = name === view ? 0 : -1;
+    byId(name).hidden = name !== view;
+  }
+  byId("copyText").hidden = view === "fields";
+  for (const label of document.querySelectorAll(".forJson")) label.hidden = view !== "json";
+  if (view !== "fields") byId(view).textContent = textOfView(view);
+}
+
+async function copy(text, what) {
+  try {
+    await navigator.clipboard.writeText(text);
+    notice(`${what} copied.`);
+  } catch {
+    notice(`${what} cannot be copied here: ${text}`);
+  }
+}
+
+const LINE = { dir: ["", "up ", "down "], channel: ["", "bcch ", "ccch ", "dcch ", "sacch ", "short "] };
+
+// The message as a line that reads the same again.
+function lineOf(message) {
+  return LINE.dir[message.dir] + LINE.channel[message.channel] + (message.type ? message.type + " " : "") + hexOf(message.octets);
+}
+
+function openFiles(files) {
+  if (!files.length) return;
+  byId("input").value = "";
+  load(Array.from(files, file => ({ blob: file, name: file.name, alone: files.length === 1 })));
+}
+
+function readAddress() {
+  let text = location.hash.slice(1);
+  try {
+    text = decodeURIComponent(text.replaceAll("+", " "));
+  } catch { /* a percent sign that leads no code stands for itself */ }
+  if (!text || document.getElementById(text)) return;
+  byId("input").value = text;
+  readInput();
+}
+
+const THEMES = { "": "◐ auto", light: "☀ light", dark: "☾ dark" };
+
+function showTheme(theme) {
+  if (theme) document.documentElement.dataset.theme = theme;
+  else delete document.documentElement.dataset.theme;
+  byId("theme").textContent = THEMES[theme];
+}
+
+function dragging(event) {
+  if (!event.dataTransfer?.types.includes("Files")) return;
+  event.preventDefault();
+  byId("drop").hidden = event.type === "drop" || event.type === "dragleave" && !event.relatedTarget;
+  if (event.type === "drop") openFiles(event.dataTransfer.files);
+}
+
+let typing = 0;
+byId("input").addEventListener("input", () => {
+  clearTimeout(typing);
+  typing = setTimeout(readInput, 60);
+});
+for (const id of ["direction", "channel", "type"]) byId(id).addEventListener("change", again);
+for (const button of document.querySelectorAll("[data-try]")) button.onclick = () => {
+  byId("input").value = button.dataset.try;
+  readInput();
+};
+byId("open").onclick = () => byId("file").click();
+byId("file").onchange = () => {
+  openFiles(byId("file").files);
+  byId("file").value = "";
+};
+byId("keysButton").onclick = () => openKeys(keys => {
+  if (keys) engine.setKeys(keys);
+  else engine.forgetKeys();
+  byId("keysButton").classList.toggle("active", engine.hasKeys);
+  byId("keysButton").textContent = engine.hasKeys ? "Keys ✓" : "Keys…";
+  again();
+});
+byId("theme").onclick = () => {
+  const all = Object.keys(THEMES);
+  showTheme(all[(all.indexOf(document.documentElement.dataset.theme ?? "") + 1) % all.length]);
+};
+byId("find").oninput = () => list.find(byId("find").value);
+byId("undo").onclick = undo;
+byId("copyOctets").onclick = () => copy(hexOf(state.current.octets), "The octets are");
+byId("copyLink").onclick = () => copy(location.href.replace(/#.*/, "") + "#" + encodeURIComponent(lineOf(state.current)), "The link is");
+byId("copyText").onclick = () => copy(byId(state.view).textContent, "The text is");
+byId("jsonNames").onchange = byId("jsonPlaces").onchange = () => showView("json");
+for (const view of VIEWS) {
+  byId("tab-" + view).onclick = () => showView(view);
+  byId("tab-" + view).onkeydown = event => {
+    const step = { ArrowLeft: -1, ArrowRight: 1 }[event.key];
+    if (!step) return;
+    const next = VIEWS[(VIEWS.indexOf(view) + step + VIEWS.length) % VIEWS.length];
+    showView(next);
+    byId("tab-" + next).focus();
+  };
+}
+byId("skip").onclick = event => {
+  event.preventDefault();
+  byId("tree").querySelector("[tabindex='0']")?.focus();
+};
+for (const type of ["dragenter", "dragover", "dragleave", "drop"]) document.addEventListener(type, dragging);
+document.addEventListener("paste", event => {
+  if (event.clipboardData.files.length) openFiles(event.clipboardData.files);
+  else if (["INPUT", "TEXTAREA"].includes(document.activeElement?.tagName)) return;
+  else {
+    byId("input").value = event.clipboardData.getData("text");
+    readInput();
+  }
+  event.preventDefault();
+});
+addEventListener("hashchange", readAddress);
+addEventListener("pagehide", () => engine.forgetKeys());
+showTheme("");
+readAddress();
+byId("version").textContent = engine.version();
+// The list of types is long, and the first result does not wait for it.
+setTimeout(() => byId("types").replaceChildren(...engine.types().map(([name, title]) => new Option(title, name))), 300);
+document.documentElement.dataset.ready = "yes";
