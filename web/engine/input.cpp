@@ -68,12 +68,6 @@ PAGE_CALL(beginInput) int beginInput(size_t count)
   return 0;
 }
 
-// Says which dissector a user link type of the capture belongs to; its name stands in the room. Returns a status.
-PAGE_CALL(mapLink) int mapLink(uint32_t linkType, size_t count)
-{
-  return velnor3gpp_captureMap(input().capture, linkType, std::string(roomText(count)).c_str());
-}
-
 // The next piece of text; none (`count` 0) ends it.
 PAGE_CALL(addLines) void addLines(size_t count)
 {
@@ -109,7 +103,7 @@ PAGE_CALL(addCapture) int addCapture(size_t count)
   return step;
 }
 
-// How many frames the capture has and, of those without a message, why: "12 frames, 3 without a message: 2 ..."
+// How many frames the capture has, how far it was read, and why frames have no message, with how many of each reason.
 PAGE_CALL(captureCounts) void captureCounts()
 {
   velnor3gpp_CaptureCounts counts = {};

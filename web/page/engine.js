@@ -37,6 +37,7 @@ export async function openEngine(text) {
 }
 
 export function octetsOf(hex) {
+  if (Uint8Array.fromHex) return Uint8Array.fromHex(hex);
   const octets = new Uint8Array(hex.length / 2);
   for (let i = 0; i < octets.length; ++i) octets[i] = parseInt(hex.substr(2 * i, 2), 16);
   return octets;
@@ -135,20 +136,22 @@ class Engine {
     }
   }
 
-  // Takes a file or text, a piece at a time, and hands over its messages. Returns what there is to say at its end.
-  async read(blob, links, take) {
-    const piece = 1 << 18;
+  // Takes a file or text, a piece at a time, and hands over its messages. Returns what there is to say at its end. The
+  // library reads one at a time: `wanted` tells whether this is still the one.
+  async read(blob, take, wanted) {
+    const piece = 1 << 16; // what is read without a pause
     const block = async at => new Uint8Array(await blob.slice(at, at + piece).arrayBuffer());
     let octets = await block(0);
+    if (!wanted()) return "";
     if (octets[0] + octets[1] === 0x1FD && octets[0] >= 0xFE) return "is text in UTF-16; write it in UTF-8";
     const capture = this.#calls.beginInput(this.#give(octets)) !== 0;
-    for (const [link, name] of capture ? links : []) this.#calls.mapLink(link, this.#give(name));
-    for (let at = 0, step = 2; ; octets = await block(at += piece)) {
-      step = this.#calls[capture ? "addCapture" : "addLines"](this.#give(octets));
+    for (let at = 0; wanted(); octets = await block(at += piece)) {
+      const step = this.#calls[capture ? "addCapture" : "addLines"](this.#give(octets));
       const enough = take(JSON.parse(this.#told())) === false;
       if (capture && step !== 2) return this.#endOf(step);
-      if (enough || !octets.length) return "";
+      if (enough || !octets.length) break;
     }
+    return "";
   }
 
   #endOf(status) {

@@ -50,14 +50,13 @@ async function load(sources) {
   for (const { blob, name, alone } of sources) {
     let full = false;
     const take = told => {
-      if (run !== state.run) return false;
       for (const one of told) if (messages.length < MOST_MESSAGES) messages.push(messageOf(one, alone ? "" : name)); else full = true;
       if (!state.current && messages.length) begin(messages);
       return !full;
     };
     let said;
     try {
-      said = await engine.read(blob, [], take);
+      said = await engine.read(blob, take, () => run === state.run);
     } catch (error) {
       said = `cannot be read: ${error.message}`;
     }
@@ -305,7 +304,8 @@ const THEMES = { "": "◐ auto", light: "☀ light", dark: "☾ dark" };
 function showTheme(theme) {
   if (theme) document.documentElement.dataset.theme = theme;
   else delete document.documentElement.dataset.theme;
-  byId("theme").textContent = THEMES[theme];
+  const [sign, word] = THEMES[theme].split(" ");
+  byId("theme").replaceChildren(sign, element("span", "wide", " " + word));
 }
 
 function dragging(event) {

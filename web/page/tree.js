@@ -222,14 +222,15 @@ export class Tree {
     input.spellcheck = false;
     input.setAttribute("aria-label", "new value of " + field.label);
     input.addEventListener("keydown", event => {
-      if (event.key === "Escape") this.#restore(item);
+      if (event.key === "Escape") item.focus({ preventScroll: true });
       if (event.key !== "Enter") return;
       event.preventDefault();
       const typed = readValue(field, input.value);
       if (typed === undefined) this.#refuse(item, `${field.label} takes ${WANTED[field.kind]}`);
       else this.#finish(item, typed);
     });
-    input.addEventListener("blur", () => this.#restore(item));
+    // Rows cannot be exchanged while the browser is taking the focus away.
+    input.addEventListener("blur", () => setTimeout(() => this.#restore(item)));
     shown.replaceWith(input);
     input.focus();
     input.select();
@@ -237,9 +238,7 @@ export class Tree {
 
   #restore(item) {
     if (!item.isConnected || !item.querySelector(":scope > .row > input")) return;
-    const inside = document.activeElement === item.querySelector("input");
     item.firstChild.replaceWith(this.#row(item.field, Number(item.ariaLevel)));
-    if (inside) item.focus({ preventScroll: true });
   }
 
   #finish(item, value) {
