@@ -141,10 +141,12 @@ class PageTest(unittest.TestCase):
         self.assertEqual(page.octets(), REQUEST)
 
     def test_a_changed_message_keeps_what_is_not_known(self):
-        # An element 7A that no identity request has stands behind the identity.
-        self.page.open("#up%207e004171000d0109f10700000000000000000010" + "02e060" + "7a0003010203")
+        self.page.open("#up%20" + REQUEST + "7a0003010203")  # an element 7A that no registration request has
+        self.assertIn("unknown 0x7A7a 00 03 01 02 03", self.page.text(".row.kept"))
+        self.page.point(self.page.find(".row.kept"))
+        self.assertEqual(self.page.lit()[0], list(range(23, 29)))
         self.page.item("data.RegRequest5G.registrationType.forBit").find_element("css selector", ".value").click()
-        self.assertEqual(self.page.octets(), "7e004179000d0109f107000000000000000000" + "1002e060" + "7a0003010203")
+        self.assertEqual(self.page.octets(), REQUEST.replace("71", "79", 1) + "7a0003010203")
 
     def test_a_value_that_cannot_be_is_refused_with_the_reason(self):
         page = self.page

@@ -8,7 +8,11 @@
 Engine& engine()
 {
   static Engine only;
-  if (!only.session) velnor3gpp_open(&only.session);
+  if (only.session) return only;
+  // As the program does: messages as they are on the air.
+  velnor3gpp_open(&only.session);
+  velnor3gpp_setOption(only.session, VELNOR3GPP_OPTION_KEEP, 1);
+  velnor3gpp_setOption(only.session, VELNOR3GPP_OPTION_STANDARD, 1);
   return only;
 }
 
@@ -123,10 +127,4 @@ PAGE_CALL(setCounts) void setCounts(uint32_t up, uint32_t down)
   keys.downlinkCount = down;
   velnor3gpp_setKeys(engine().session, &keys);
   explicit_bzero(&keys, sizeof keys);
-}
-
-// Keeps what cannot be read, so that it comes back on encoding.
-PAGE_CALL(keepUnread) void keepUnread(uint32_t on)
-{
-  velnor3gpp_setOption(engine().session, VELNOR3GPP_OPTION_KEEP, on);
 }

@@ -5,6 +5,7 @@
 #include "tools/velnor3gpp/forms.h"
 #include "tools/velnor3gpp/hex.h"
 #include "tools/velnor3gpp/names.h"
+#include "tools/velnor3gpp/titles.h"
 #include "velnor3gpp/velnor3gppJson.h"
 
 // Decodes the octets in the room. Without a type the forms that the octets can belong to are tried. Returns 0 if
@@ -44,11 +45,14 @@ PAGE_CALL(trace) void trace()
   tell(velnor3gpp_trace, 0);
 }
 
+// The text, with the standard's names above ours.
 PAGE_CALL(record) void record()
 {
-  tell([](velnor3gpp_Session* session, unsigned, const char** told,
-          size_t* count) { return velnor3gpp_toText(session, told, count); },
-       0);
+  const char* told = nullptr;
+  size_t count = 0;
+  Engine& own = engine();
+  bool good = velnor3gpp_toText(own.session, &told, &count) >= 0;
+  own.text = good ? withTitles(own.session, {told, count}) : "";
 }
 
 // "Unexpected end of buffer on decode, at lac", of the first finding that is no remark, or "".
@@ -65,7 +69,7 @@ static const char* outcomeOf(const velnor3gpp_Result& result)
 {
   if (result.headerOnly && result.status == RTX_E_NO_SECURITY) return "sealed";
   if (result.status < 0) return "bad";
-  return result.findings || result.missing ? "remarks" : "good";
+  return result.findings || result.missing || !isAllRead(engine().session) ? "remarks" : "good";
 }
 
 // What a list says of the message.
@@ -75,7 +79,8 @@ PAGE_CALL(summary) void summary()
   std::string name = result.type ? factsOf(result.type).name : "";
   std::string& text = engine().text;
   text = "{\"title\":" + quoted(*result.title ? result.title : result.message) + ",\"type\":" + quoted(name);
-  text += ",\"dir\":" + std::to_string(result.direction) + ",\"outcome\":" + quoted(outcomeOf(result));
+  text += ",\"dir\":" + std::to_string(result.direction);
+  text += ",\"sender\":" + std::to_string(senderOf(engine().session)) + ",\"outcome\":" + quoted(outcomeOf(result));
   text += ",\"fault\":" + quoted(result.status < 0 ? firstFault() : "");
   text += ",\"check\":" + std::to_string(result.check) + ",\"used\":" + std::to_string(result.used);
   text += ",\"missing\":" + std::to_string(result.missing) + "}";

@@ -55,10 +55,20 @@ static int addNode(const velnor3gpp_Node* node, void*)
   return 0;
 }
 
+static std::string keptMembers(const velnor3gpp_Kept& kept)
+{
+  std::string text = "{\"around\":" + quoted(kept.path) + ",\"name\":" + quoted(kept.text);
+  return text + ",\"bit\":" + std::to_string(8 * kept.octet) + ",\"bits\":" + std::to_string(kept.bits) + '}';
+}
+
 PAGE_CALL(tree) void tree()
 {
   Engine& own = engine();
   own.text = "[";
   velnor3gpp_visit(own.session, VELNOR3GPP_NAMES | VELNOR3GPP_POSITIONS, addNode, nullptr);
-  own.text += "]";
+  own.text += own.text == "[" ? "null,[" : ",[";
+  velnor3gpp_Kept kept = {};
+  kept.size = sizeof kept;
+  for (size_t i = 0; velnor3gpp_kept(own.session, i, &kept) == 0; ++i) own.text += (i ? "," : "") + keptMembers(kept);
+  own.text += "]]";
 }

@@ -4,6 +4,7 @@
 const decoder = new TextDecoder();
 const encoder = new TextEncoder();
 
+export const KEPT = 10; // the kind, beside those of the library
 export const DIRECTIONS = ["", "up", "down"];
 const CHECKS = ["", "verified", "FAILED: the code does not fit these keys and counts", "not checked: no keys",
   "not checked: the keys say that integrity is null", "not checked: a header type that the receiver does not verify",
@@ -118,22 +119,27 @@ class Engine {
   json({ names = false, places = false } = {}) { return this.#tell("json", (names ? 1 : 0) | (places ? 2 : 0)); }
   trace() { return this.#tell("trace"); }
   record() { return this.#tell("record"); }
-  tree() { return JSON.parse(this.#tell("tree"))[0]; }
+
+  // The fields, with what was kept unread where it stands.
+  tree() {
+    const [root, kept] = JSON.parse(this.#tell("tree"));
+    for (const one of kept) {
+      const around = fieldOf(root, one.around).inside;
+      const next = around.findIndex(field => field.bits && field.bit > one.bit);
+      around.splice(next < 0 ? around.length : next, 0, { ...one, kind: KEPT, width: 0, path: `${one.around}/${one.bit}` });
+    }
+    return root;
+  }
+
   deciphered() { return octetsOf(this.#tell("deciphered")); }
 
   // The message with one value changed: { octets } or { problem }. Elements that are not known come back as they were.
   change(message, path, value) {
-    this.#calls.keepUnread(1);
-    try {
-      this.decode(message);
-      const whole = JSON.parse(this.json());
-      setAt(whole.record, path, value);
-      this.decode(message); // whose direction and counts an encoding goes by
-      const status = this.#calls.encode(this.#give(JSON.stringify(whole)), message.octets.length);
-      return status < 0 ? { problem: this.#told() } : { octets: octetsOf(this.#told()) };
-    } finally {
-      this.#calls.keepUnread(0);
-    }
+    this.decode(message); // whose direction and counts an encoding goes by
+    const whole = JSON.parse(this.json());
+    setAt(whole.record, path, value);
+    const status = this.#calls.encode(this.#give(JSON.stringify(whole)), message.octets.length);
+    return status < 0 ? { problem: this.#told() } : { octets: octetsOf(this.#told()) };
   }
 
   // Takes a file or text, a piece at a time, and hands over its messages. Returns what there is to say at its end. The
@@ -160,6 +166,12 @@ class Engine {
     const damage = status < 0 ? `; damaged at octet ${octets}, nothing behind it is read` : "";
     return `${frames} frames${why ? ", without a message: " + why : ""}${damage}`;
   }
+}
+
+// The innermost record or list whose path leads to the path.
+function fieldOf(field, path) {
+  const leads = field.inside?.find(inside => inside.inside && (path + ".").replaceAll("[", ".[").startsWith((inside.path + ".").replaceAll("[", ".[")));
+  return leads ? fieldOf(leads, path) : field;
 }
 
 // "data.RegRequest5G.taiList.elements[0].tac" as steps.

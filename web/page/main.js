@@ -141,7 +141,7 @@ function show(message) {
   state.map = new FieldMap(root, given.length);
   showAbout(message, whole, root);
   octets.show(read, state.map, changed ?? given, changed ? "changed" : "deciphered");
-  tree.show(root, whole.record, whole.findings ?? []);
+  tree.show(root, whole.record, read, whole.findings ?? []);
   byId("octetsTitle").textContent = hexOf(read) === hexOf(given) ? counted(given.length, "octet") : counted(given.length, "octet") + ", deciphered";
   byId("undo").hidden = !changed;
   state.texts = {};
@@ -151,8 +151,9 @@ function show(message) {
 
 function showAbout(message, whole, root) {
   const summary = message.summary ?? {};
+  const byTrial = !message.dir && summary.sender === 0 && summary.check !== 1;
   byId("title").textContent = nameOf(message);
-  const facts = [["place", message.place], ["time", timeOf(message.time)], ["dir " + DIRECTIONS[summary.dir ?? 0], { 1: "up, from the mobile", 2: "down, to the mobile" }[summary.dir]],
+  const facts = [["place", message.place], ["time", timeOf(message.time)], ["dir " + DIRECTIONS[summary.dir ?? 0], { 1: "up, from the mobile", 2: "down, to the mobile" }[summary.dir]?.concat(byTrial ? " (by trial)" : "")],
     ["type", summary.title ? summary.type : ""], ["check " + (summary.check === 1 ? "good" : summary.check === 2 ? "bad" : ""), summary.protection],
     ["left", whole.octets && !(summary.outcome === "sealed") && message.octets.length > summary.used ? `${counted(message.octets.length - summary.used, "octet")} left over` : ""],
     ["short", summary.missing ? `short by ${counted(summary.missing, "octet")}` : ""]];

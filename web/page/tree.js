@@ -1,6 +1,6 @@
 // The fields of a message as a tree: each with its name, value, what the value means and the clause that tells it. Keys
 // walk over it; Enter changes a value.
-import { valueAt } from "./engine.js";
+import { hexOf, KEPT, valueAt } from "./engine.js";
 import { placeOf } from "./octets.js";
 
 export const KIND = { record: 0, choice: 1, list: 2, number: 3, flag: 4, enumerated: 5, octets: 6, bits: 7, text: 8, nothing: 9 };
@@ -31,6 +31,7 @@ export function textOf(field, value) {
     case KIND.text: return [`“${shorten(value.replace(/\0/g, "·"))}”`, ""];
     case KIND.bits: return [shorten(value), ""];
     case KIND.list: return [`${field.inside.length} ${field.inside.length === 1 ? "entry" : "entries"}`, ""];
+    case KEPT: return [shorten(value), ""];
     default: return [field.kind === KIND.nothing ? "present" : "", ""];
   }
 }
@@ -68,7 +69,7 @@ export function readValue(field, text) {
 const WANTED = { [KIND.number]: "a number", [KIND.enumerated]: "a number", [KIND.octets]: "pairs of hexadecimal digits", [KIND.bits]: "0 and 1" };
 
 export class Tree {
-  #root; #bus; #items = new Map(); #record; #focus = null; #lit = [];
+  #root; #bus; #items = new Map(); #record; #octets; #focus = null; #lit = [];
 
   // `bus` has hover(field), pick(field), and change(field, value), which returns what is wrong or "".
   constructor(root, bus) {
@@ -81,8 +82,9 @@ export class Tree {
     root.addEventListener("keydown", event => this.#key(event));
   }
 
-  show(tree, record, findings) {
+  show(tree, record, octets, findings) {
     this.#record = record;
+    this.#octets = octets;
     this.#items.clear();
     this.#focus = null;
     this.#root.replaceChildren();
@@ -112,9 +114,9 @@ export class Tree {
 
   #row(field, level) {
     const row = document.createElement("div");
-    row.className = "row" + (field.inside ? " container" : "");
+    row.className = "row" + (field.inside ? " container" : field.kind === KEPT ? " kept" : "");
     row.style.setProperty("--level", level - 1);
-    const [value, means] = textOf(field, valueAt(this.#record, field.path));
+    const [value, means] = textOf(field, this.#valueOf(field));
     const add = (className, text) => {
       const part = document.createElement("span");
       part.className = className;
@@ -131,8 +133,13 @@ export class Tree {
     return row;
   }
 
+  #valueOf(field) {
+    if (field.kind === KEPT) return hexOf(this.#octets.subarray(field.bit >> 3, (field.bit + field.bits + 7) >> 3), " ");
+    return valueAt(this.#record, field.path);
+  }
+
   #spoken(field) {
-    const [value, means] = textOf(field, valueAt(this.#record, field.path));
+    const [value, means] = textOf(field, this.#valueOf(field));
     return [field.label, value, means, field.note, placeOf(field)].filter(Boolean).join(", ");
   }
 
@@ -211,7 +218,7 @@ export class Tree {
   // Changing: a flag turns over, anything else gets a place to type in.
   #begin(field) {
     if (!field || !CHANGES.has(field.kind)) return;
-    const item = this.#items.get(field), value = valueAt(this.#record, field.path);
+    const item = this.#items.get(field), value = this.#valueOf(field);
     if (field.kind === KIND.flag) return this.#finish(item, !value);
     const shown = item.querySelector(":scope > .row > .value");
     if (!shown || shown.tagName === "INPUT") return;
