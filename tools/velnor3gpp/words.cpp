@@ -1,7 +1,9 @@
 #include "words.h"
 
+#include <algorithm>
 #include <cctype>
 #include <iterator>
+#include <map>
 
 namespace {
 
@@ -29,22 +31,23 @@ static constexpr Word kWords[] = {
     {"auth", "authentication"},
     {"bcch", "BCCH"},
     {"bsic", "BSIC"},
+    {"by", "by"},
     {"cag", "CAG"},
     {"cap", "capability"},
     {"caps", "capabilities"},
     {"cfg", "configuration"},
-    {"ciph", "ciphering"},
     {"ciot", "CIoT"},
+    {"ciph", "ciphering"},
     {"cmd", "command"},
     {"config", "configuration"},
     {"cp", "CP"},
     {"cs", "CS"},
     {"csg", "CSG"},
     {"ctxt", "context"},
-    {"dest", "destination"},
     {"dereg", "deregistration"},
     {"desc", "description"},
     {"descr", "description"},
+    {"dest", "destination"},
     {"discr", "discriminator"},
     {"dl", "downlink"},
     {"dnn", "DNN"},
@@ -61,8 +64,6 @@ static constexpr Word kWords[] = {
     {"ext", "extended"},
     {"fdd", "FDD"},
     {"for", "for"},
-    {"regis", "registration"},
-    {"by", "by"},
     {"freq", "frequency"},
     {"geran", "GERAN"},
     {"gfbr", "GFBR"},
@@ -89,11 +90,11 @@ static constexpr Word kWords[] = {
     {"len", "length"},
     {"loc", "location"},
     {"mac", "MAC"},
-    {"mgmt", "management"},
     {"max", "maximum"},
     {"mbms", "MBMS"},
     {"mcc", "MCC"},
     {"mfbr", "MFBR"},
+    {"mgmt", "management"},
     {"min", "minimum"},
     {"mm", "MM"},
     {"mnc", "MNC"},
@@ -127,6 +128,7 @@ static constexpr Word kWords[] = {
     {"rai", "RAI"},
     {"ref", "reference"},
     {"reg", "registration"},
+    {"regis", "registration"},
     {"rel", "release"},
     {"req", "request"},
     {"resp", "response"},
@@ -164,6 +166,14 @@ static constexpr Word kWords[] = {
     {"utran", "UTRAN"},
     {"val", "value"},
 };
+
+static constexpr bool isBefore(const Word& word, std::string_view written)
+{
+  return word.written < written;
+}
+
+static_assert(std::is_sorted(std::begin(kWords), std::end(kWords),
+                             [](const Word& a, const Word& b) { return isBefore(a, b.written); }));
 
 static char lowered(char c)
 {
@@ -207,9 +217,8 @@ static const Word* known(std::string_view word)
 {
   std::string small;
   for (char c : word) small += lowered(c);
-  for (const Word& one : kWords)
-    if (one.written == small) return &one;
-  return nullptr;
+  const Word* one = std::lower_bound(std::begin(kWords), std::end(kWords), small, isBefore);
+  return one != std::end(kWords) && one->written == small ? one : nullptr;
 }
 
 // Letters without a vowel, or with a number behind them, stand for words: LPP, EA0.
@@ -254,7 +263,7 @@ static std::string algorithmName(std::string_view name)
   return std::string(number >= '1' && number <= '3' ? "128-" : "") + (fiveG ? "5G-" : "") + text;
 }
 
-std::string asWords(std::string_view name)
+static std::string makeWords(std::string_view name)
 {
   std::string text = algorithmName(name);
   if (!text.empty()) return text;
@@ -264,10 +273,19 @@ std::string asWords(std::string_view name)
       continue;
     }
     size_t end = wordEnd(name, at);
-    text += (text.empty() ? "" : " ") + meaningOf(name.substr(at, end - at));
+    if (!text.empty()) text += ' ';
+    text += meaningOf(name.substr(at, end - at));
     at = end;
   }
   return text;
+}
+
+const std::string& asWords(std::string_view name)
+{
+  thread_local std::map<std::string, std::string, std::less<>> made; // a message has few names, and the next the same
+  auto at = made.find(name);
+  if (at == made.end()) at = made.emplace(name, makeWords(name)).first;
+  return at->second;
 }
 
 std::string asTitle(std::string_view name)

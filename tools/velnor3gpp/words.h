@@ -8,7 +8,7 @@
 
 // With a capital letter in front.
 std::string asTitle(std::string_view name);
-// As it stands within a sentence.
-std::string asWords(std::string_view name);
+// As it stands within a sentence; lives as long as the thread.
+const std::string& asWords(std::string_view name);
 
 #endif
