@@ -86,6 +86,15 @@ class PageTest(unittest.TestCase):
         for line, one, other in zip(lines.splitlines(), told, expected):
             self.assertEqual(one, other, line)
 
+    def test_record_and_trace_are_those_of_the_program(self):
+        self.page.open("#up%20" + REQUEST)
+        expected = subprocess.run([PROGRAM, "decode", "--dir", "up", "--trace", REQUEST], capture_output=True, text=True, check=True).stdout
+        for view in ("record", "trace"):
+            self.page.find("#tab-" + view).click()
+            text = self.page.text("#" + view)
+            self.assertGreater(len(text), 500)
+            self.assertIn(text, expected)
+
     def test_a_capture_is_read_as_the_program_reads_it(self):
         self.page.drop(attach_pcap=sample("attach.pcap"))
         self.assertEqual(self.each_as_json(3), program("decode", "--json", str(pathlib.Path(SAMPLES, "attach.pcap"))))
@@ -110,6 +119,18 @@ class PageTest(unittest.TestCase):
         self.assertLess(min(times), 300 * SLACK)
         self.page.run("location.hash = '#down%2007415308'")
         self.page.wait("document.getElementById('title').textContent !== 'Identity request'")
+
+    def test_a_link_leads_back_to_the_message_as_it_was_read(self):
+        page = self.page
+        page.open("#dl%20dcch%20060d00c1")
+        shown = page.text("#facts"), page.text("#tree")
+        page.run("navigator.clipboard.writeText = async text => { window.copied = text }")
+        page.find("#copyLink").click()
+        link = page.run("return window.copied")
+        self.assertTrue(link.startswith(page.address + "#"), link)
+        page.open(link.removeprefix(page.address))
+        self.assertEqual((page.text("#facts"), page.text("#tree")), shown)
+        self.assertEqual(page.octets(), "060d00c1")
 
     def test_a_field_and_its_octets_light_up_both_ways(self):
         page = self.page
@@ -143,6 +164,7 @@ class PageTest(unittest.TestCase):
     def test_a_changed_message_keeps_what_is_not_known(self):
         self.page.open("#up%20" + REQUEST + "7a0003010203")  # an element 7A that no registration request has
         self.assertIn("unknown 0x7A7a 00 03 01 02 03", self.page.text(".row.kept"))
+        self.assertIn("1 element kept unread", self.page.text("#facts"))
         self.page.point(self.page.find(".row.kept"))
         self.assertEqual(self.page.lit()[0], list(range(23, 29)))
         self.page.item("data.RegRequest5G.registrationType.forBit").find_element("css selector", ".value").click()
@@ -198,6 +220,21 @@ class PageTest(unittest.TestCase):
         page.find("#keysButton").click()
         page.find("#forgetKeys").click()
         page.wait("document.getElementById('facts').textContent.includes('no keys')")
+
+    def test_counts_go_on_from_message_to_message_whichever_is_looked_at(self):
+        page, keys = self.page, dict(line.split() for line in sample("protected-registration.keys").decode().splitlines() if line[0] != "#")
+        page.drop(some_txt=sample("protected-registration.txt"))
+        page.find("#rows").send_keys(Keys.END)
+        page.find("#keysButton").click()
+        page.find("#integrityKey").send_keys(keys["integrity-key"])
+        page.find("#cipher").send_keys("null")
+        page.find("#useKeys").click()
+        for key in (Keys.HOME, Keys.END, Keys.HOME, Keys.ARROW_DOWN, Keys.ARROW_DOWN):
+            page.wait("document.getElementById('facts').textContent.includes('verified')")
+            page.find("#rows").send_keys(key)
+        expected = program("decode", "--json", "--keys", str(pathlib.Path(SAMPLES, "protected-registration.keys")),
+                           str(pathlib.Path(SAMPLES, "protected-registration.txt")))
+        self.assertEqual(self.each_as_json(len(expected)), expected)
 
     def test_nothing_can_be_sent(self):
         ways = ["fetch('http://127.0.0.1:9/')", "new Promise((good, bad) => { const i = new Image(); i.onload = good; i.onerror = bad; i.src = 'http://127.0.0.1:9/a.png'; })",

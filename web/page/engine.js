@@ -1,6 +1,8 @@
 // The library, behind functions that take and give plain values. Memory of the library may move with any call, so that
 // every view of it is made anew.
 
+export const SLICE = 40; // milliseconds of work before the page may draw
+export const pause = () => new Promise(resolve => setTimeout(resolve));
 const decoder = new TextDecoder();
 const encoder = new TextEncoder();
 
@@ -48,9 +50,28 @@ export function hexOf(octets, between = "") {
   return Array.from(octets, octet => octet.toString(16).padStart(2, "0")).join(between);
 }
 
+// The octets in pieces that take a few milliseconds each, and none at the end. The page may draw now and then: each time
+// costs more than a piece. Fetching octets from a file is slow, however few.
+async function* piecesOf(blob) {
+  const fetched = 1 << 23, piece = 1 << 15;
+  let drawn = performance.now();
+  for (let from = 0; from < blob.size; from += fetched) {
+    const octets = new Uint8Array(await blob.slice(from, from + fetched).arrayBuffer());
+    for (let at = 0; at < octets.length; at += piece) {
+      yield octets.subarray(at, at + piece);
+      if (performance.now() - drawn < SLICE) continue;
+      await pause();
+      drawn = performance.now();
+    }
+  }
+  yield new Uint8Array();
+}
+
 class Engine {
   #calls;
   #types = new Map();
+  #first = [0, 0]; // counts: as they were typed
+  #next = [0, 0];  // and of the message behind all that were read in turn
   hasKeys = false;
 
   constructor(calls) {
@@ -91,22 +112,27 @@ class Engine {
     this.#give(both);
     both.fill(0);
     this.hasKeys = this.#calls.setKeys(integrity, cipher, bearer, up, down) >= 0;
+    this.#first = [up, down];
   }
+
+  // The next message is the first one again.
+  rewind() { this.#next = this.#first; }
 
   forgetKeys() {
     this.#calls.forgetKeys();
     this.hasKeys = false;
   }
 
-  counts() { return [this.#calls.nextCount(1) >>> 0, this.#calls.nextCount(2) >>> 0]; }
-
-  // Decodes a message as it was first read. Its keys count on from message to message, so that the counts of the first
-  // time are kept with it. Returns false if nothing tells what the octets are.
-  decode(message) {
-    if (message.counts) this.#calls.setCounts(...message.counts);
-    else if (this.hasKeys) message.counts = this.counts();
+  // Decodes a message. Keys count on from message to message: one that is read in turn keeps its counts, so that it reads
+  // the same again whatever was read since. Returns false if nothing tells what the octets are.
+  decode(message, inTurn = false) {
+    const first = inTurn && this.hasKeys && !message.counts;
+    if (first) message.counts = this.#next;
+    if (this.hasKeys) this.#calls.setCounts(...message.counts ?? this.#next);
     const type = this.typeNamed(message.type);
-    return this.#calls.decode(type, message.dir, message.channel, this.#give(message.octets)) !== 0;
+    const told = this.#calls.decode(type, message.dir, message.channel, this.#give(message.octets)) !== 0;
+    if (first) this.#next = [this.#calls.nextCount(1) >>> 0, this.#calls.nextCount(2) >>> 0];
+    return told;
   }
 
   summary() {
@@ -145,17 +171,17 @@ class Engine {
   // Takes a file or text, a piece at a time, and hands over its messages. Returns what there is to say at its end. The
   // library reads one at a time: `wanted` tells whether this is still the one.
   async read(blob, take, wanted) {
-    const piece = 1 << 16; // what is read without a pause
-    const block = async at => new Uint8Array(await blob.slice(at, at + piece).arrayBuffer());
-    let octets = await block(0);
-    if (!wanted()) return "";
-    if (octets[0] + octets[1] === 0x1FD && octets[0] >= 0xFE) return "is text in UTF-16; write it in UTF-8";
-    const capture = this.#calls.beginInput(this.#give(octets)) !== 0;
-    for (let at = 0; wanted(); octets = await block(at += piece)) {
+    let capture;
+    for await (const octets of piecesOf(blob)) {
+      if (!wanted()) return "";
+      if (capture === undefined) {
+        if (octets[0] + octets[1] === 0x1FD && octets[0] >= 0xFE) return "is text in UTF-16; write it in UTF-8";
+        capture = this.#calls.beginInput(this.#give(octets)) !== 0;
+      }
       const step = this.#calls[capture ? "addCapture" : "addLines"](this.#give(octets));
       const enough = take(JSON.parse(this.#told())) === false;
       if (capture && step !== 2) return this.#endOf(step);
-      if (enough || !octets.length) break;
+      if (enough) break;
     }
     return "";
   }

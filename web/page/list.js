@@ -38,7 +38,7 @@ export class List {
     this.draw();
   }
 
-  // Messages were added behind the others, or know more of themselves now.
+  // Messages were added behind the others.
   grow(from) {
     for (let i = from; i < this.#all.length; ++i) if (this.#isWanted(this.#all[i])) this.#shown.push(this.#all[i]);
     this.draw();
@@ -86,7 +86,7 @@ export class List {
     more.className = "more";
     const direction = DIRECTIONS[message.summary?.dir ?? message.dir ?? 0];
     const size = message.octets ? `${message.octets.length} octet${message.octets.length === 1 ? "" : "s"}` : "";
-    more.textContent = [message.place, clockOf(message.time), { up: "↑ up", down: "↓ down" }[direction], size].filter(Boolean).join("  ");
+    more.textContent = [message.place, clockOf(message.time), { up: "↑ up", down: "↓ down" }[direction], size, message.problem].filter(Boolean).join("  ");
     row.append(name, more);
     return row;
   }

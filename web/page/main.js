@@ -1,12 +1,11 @@
 // The page: messages come in, one of them is shown, and what is done to one view is done to the others.
-import { DIRECTIONS, hexOf, octetsOf, openEngine } from "./engine.js";
+import { DIRECTIONS, hexOf, octetsOf, openEngine, pause, SLICE } from "./engine.js";
 import { byId, openKeys } from "./keys.js";
 import { List, nameOf, timeOf } from "./list.js";
 import { FieldMap, Octets, placeOf } from "./octets.js";
 import { nameField, Tree } from "./tree.js";
 
 const MOST_MESSAGES = 500000;
-const SLICE = 12; // milliseconds of work before the page may draw
 
 const state = { messages: [], current: null, map: null, picked: null, hovered: null, run: 0, view: "fields" };
 const engine = await openEngine(byId("engine").textContent);
@@ -19,8 +18,6 @@ function notice(text, bad = false) {
   byId("notice").textContent = text;
   byId("notice").className = bad ? "bad" : "";
 }
-
-const pause = () => new Promise(resolve => setTimeout(resolve));
 
 // ---- Messages in
 
@@ -43,63 +40,72 @@ function choose(message) {
 
 // Reads texts or files, in their order, and shows the first message as soon as it is there.
 async function load(sources) {
-  const run = ++state.run;
-  const messages = state.messages = [];
+  const run = ++state.run, messages = state.messages = [], said = [];
   list.set(messages);
   state.current = null;
+  engine.rewind();
   for (const { blob, name, alone } of sources) {
-    let full = false;
-    const take = told => {
-      for (const one of told) if (messages.length < MOST_MESSAGES) messages.push(messageOf(one, alone ? "" : name)); else full = true;
-      if (!state.current && messages.length) begin(messages);
-      return !full;
-    };
-    let said;
-    try {
-      said = await engine.read(blob, take, () => run === state.run);
-    } catch (error) {
-      said = `cannot be read: ${error.message}`;
-    }
+    const before = messages.length;
+    const told = await read(blob, alone ? "" : name, run);
     if (run !== state.run) return;
-    if (name) notice(`${name}: ${said || counted(messages.length, "message")}${full ? `; more than ${MOST_MESSAGES} messages are left out` : ""}`);
+    if (name) said.push(`${name}: ${told || counted(messages.length - before, "message")}`);
   }
-  arrange(messages);
-  await summarise(run, messages);
+  arrange();
+  if (said.length) notice(said.join("; "));
+  await summarise(run);
+}
+
+// Returns what there is to say at the end of a file or text, or nothing.
+async function read(blob, name, run) {
+  let full = false;
+  const take = told => {
+    const messages = state.messages, from = messages.length;
+    full ||= from + told.length > MOST_MESSAGES;
+    for (const one of told.slice(0, MOST_MESSAGES - from)) messages.push(messageOf(one, name));
+    list.grow(from);
+    if (!from && messages.length) begin();
+    if (from) arrange();
+    return !full;
+  };
+  try {
+    const said = await engine.read(blob, take, () => run === state.run);
+    return full ? `more than ${MOST_MESSAGES} messages are left out` : said;
+  } catch (error) {
+    return `cannot be read: ${error.message}`;
+  }
 }
 
 const counted = (count, what) => `${count} ${what}${count === 1 ? "" : "s"}`;
 
-function begin(messages) {
-  byId("hello").hidden = true;
-  byId("work").hidden = false;
-  summariseOne(messages[0]);
-  show(messages[0]);
+function begin() {
+  arrange();
+  if (state.messages.length > 1) list.go(0);
+  else show(state.messages[0]);
   performance.mark("first-result");
 }
 
-function arrange(messages) {
-  byId("list").hidden = messages.length < 2;
-  byId("work").classList.toggle("several", messages.length > 1);
-  byId("work").hidden = !messages.length;
-  byId("hello").hidden = messages.length > 0;
-  byId("listTitle").textContent = counted(messages.length, "message");
-  list.set(messages);
-  if (messages.length > 1 && state.current === messages[0]) list.go(0);
+function arrange() {
+  const count = state.messages.length;
+  byId("list").hidden = count < 2;
+  byId("work").classList.toggle("several", count > 1);
+  byId("work").hidden = !count;
+  byId("hello").hidden = count > 0;
+  byId("listTitle").textContent = counted(count, "message");
 }
 
-function summariseOne(message) {
-  if (message.problem || message.summary) return;
-  if (engine.typeNamed(message.type) || !message.type) {
-    if (engine.decode(message)) message.summary = engine.summary();
-    else message.summary = { title: "", type: "unknown", outcome: "bad", dir: message.dir, fault: "The first octet does not tell what the message is: choose a type above, or a channel and direction." };
-  } else message.summary = { title: "", type: "unknown", outcome: "bad", dir: message.dir, fault: `There is no type '${message.type}'.` };
+// What the list says of a message.
+function summaryOf(message, inTurn) {
+  const unknown = fault => ({ title: "", type: "unknown", outcome: "bad", dir: message.dir, fault });
+  if (message.type && !engine.typeNamed(message.type)) return unknown(`There is no type '${message.type}'.`);
+  if (engine.decode(message, inTurn)) return engine.summary();
+  return unknown("The first octet does not tell what the message is: choose a type above, or a channel and direction.");
 }
 
 // Keys count on, so that messages are read in their order.
-async function summarise(run, messages) {
+async function summarise(run) {
   let until = performance.now() + SLICE;
-  for (const message of messages) {
-    summariseOne(message);
+  for (const message of state.messages) {
+    if (!message.problem && (!message.summary || engine.hasKeys)) message.summary = summaryOf(message, true);
     if (performance.now() < until) continue;
     list.draw();
     await pause();
@@ -107,15 +113,17 @@ async function summarise(run, messages) {
     until = performance.now() + SLICE;
   }
   list.find(byId("find").value);
-  const bad = messages.filter(message => message.problem || message.summary.outcome === "bad").length;
-  if (messages.length > 1) byId("listTitle").textContent = counted(messages.length, "message") + (bad ? `, ${bad} bad` : "");
+  const bad = state.messages.filter(message => message.problem || message.summary.outcome === "bad").length;
+  if (bad && state.messages.length > 1) byId("listTitle").textContent += `, ${bad} bad`;
 }
 
 // Reads all messages again, after keys or choices changed.
 async function again() {
-  const run = ++state.run, messages = state.messages, current = state.current;
-  for (const message of messages) if (!message.problem) choose(message).summary = undefined;
-  await summarise(run, messages);
+  const run = ++state.run, current = state.current;
+  for (const message of state.messages) if (!message.problem) choose(message).summary = undefined;
+  engine.rewind();
+  arrange();
+  await summarise(run);
   if (run === state.run && current) show(current);
 }
 
@@ -130,8 +138,8 @@ function readInput() {
 function show(message) {
   state.current = message;
   state.picked = state.hovered = null;
-  const fine = !message.problem && (summariseOne(message), message.summary.fault === "" || message.summary.type !== "unknown");
-  const decoded = fine && engine.decode(message);
+  if (!message.problem) message.summary ??= summaryOf(message);
+  const decoded = !message.problem && message.summary.type !== "unknown" && engine.decode(message);
   const whole = decoded ? JSON.parse(engine.json()) : {};
   const root = decoded ? engine.tree() : null;
   if (root) nameField(root);
@@ -151,13 +159,15 @@ function show(message) {
 
 function showAbout(message, whole, root) {
   const summary = message.summary ?? {};
+  const unread = (whole.unknown ?? []).filter(kept => kept.why !== "padding").length;
   const byTrial = !message.dir && summary.sender === 0 && summary.check !== 1;
   byId("title").textContent = nameOf(message);
-  const facts = [["place", message.place], ["time", timeOf(message.time)], ["dir " + DIRECTIONS[summary.dir ?? 0], { 1: "up, from the mobile", 2: "down, to the mobile" }[summary.dir]?.concat(byTrial ? " (by trial)" : "")],
+  const facts = [["place", state.messages.length > 1 || message.time ? message.place : ""], ["time", timeOf(message.time)], ["dir " + DIRECTIONS[summary.dir ?? 0], { 1: "up, from the mobile", 2: "down, to the mobile" }[summary.dir]?.concat(byTrial ? " (by trial)" : "")],
     ["type", summary.title ? summary.type : ""], ["check " + (summary.check === 1 ? "good" : summary.check === 2 ? "bad" : ""), summary.protection],
     ["left", whole.octets && !(summary.outcome === "sealed") && message.octets.length > summary.used ? `${counted(message.octets.length - summary.used, "octet")} left over` : ""],
+    ["kept", unread ? `${counted(unread, "element")} kept unread` : ""],
     ["short", summary.missing ? `short by ${counted(summary.missing, "octet")}` : ""]];
-  byId("facts").replaceChildren(...facts.filter(([, text]) => text && text !== "line 1").map(([kind, text]) => element("span", "fact " + kind, text)));
+  byId("facts").replaceChildren(...facts.filter(([, text]) => text).map(([kind, text]) => element("span", "fact " + kind, text)));
   const findings = (whole.findings ?? []).map(finding => {
     finding.shown = root && fieldAt(finding.path);
     const item = element("li", finding.fatal ? "bad" : "remark");
