@@ -174,6 +174,11 @@ class PageTest(unittest.TestCase):
         page = self.page
         page.open("#7e005b01")
         path = "data.IdentityRequest5G.identity.typeOfIdent"
+        page.item(path).find_element("css selector", ".value").click()
+        self.assertEqual(page.run("return [...document.querySelector('.row input').list.options].slice(0, 3).map(o => o.label)"),
+                         ["0 none", "1 SUCI", "2 GUTI"])
+        page.keys(Keys.ESCAPE)
+        page.wait("!document.querySelector('.row input')")
         for typed, reason in (("9", "it takes 0 to 7"), ("x", "takes a number"), ("", "takes a number")):
             page.item(path).find_element("css selector", ".value").click()
             page.keys(Keys.BACKSPACE, typed, Keys.ENTER)

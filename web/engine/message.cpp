@@ -93,22 +93,30 @@ PAGE_CALL(deciphered) void deciphered()
   engine().text = result.deciphered ? plainHex(result.deciphered, result.count) : "";
 }
 
-// Encodes the message whose JSON stands in the room; what came in a block fills one of `block` octets again. Returns a
-// status; the text is its octets, or what is wrong.
-PAGE_CALL(encode) int encode(size_t count, size_t block)
+// Makes the record of the JSON in the room the session's. Returns a status.
+PAGE_CALL(takeJson) int takeJson(size_t count)
+{
+  std::string_view changed = roomText(count);
+  return velnor3gpp_fromJson(engine().session, nullptr, changed.data(), changed.size());
+}
+
+// Encodes the session's record; what came in a block fills one of `block` octets again. Returns a status; the text is
+// its octets.
+PAGE_CALL(encode) int encode(size_t block)
 {
   Engine& own = engine();
-  std::string_view changed = roomText(count);
   const uint8_t* octets = nullptr;
   size_t size = 0;
-  int status = velnor3gpp_fromJson(own.session, nullptr, changed.data(), changed.size());
-  if (status >= 0) status = velnor3gpp_encode(own.session, &octets, &size);
-  if (status < 0) {
-    own.text = firstFault();
-    return status;
-  }
+  int status = velnor3gpp_encode(own.session, &octets, &size);
+  if (status < 0) return status;
   std::vector<uint8_t> whole(octets, octets + size);
   fillBlock(resultOf(own.session).type, block, whole);
   own.text = plainHex(whole.data(), whole.size());
   return 0;
+}
+
+// What is wrong with the record that was taken or encoded.
+PAGE_CALL(fault) void fault()
+{
+  engine().text = firstFault();
 }

@@ -72,3 +72,26 @@ PAGE_CALL(tree) void tree()
   for (size_t i = 0; velnor3gpp_kept(own.session, i, &kept) == 0; ++i) own.text += (i ? "," : "") + keptMembers(kept);
   own.text += "]]";
 }
+
+struct Wanted {
+  std::string_view path;
+  uint64_t value;
+  std::string name;
+};
+
+static int findName(const velnor3gpp_Node* node, void* arg)
+{
+  Wanted& wanted = *static_cast<Wanted*>(arg);
+  if (node->kind != VELNOR3GPP_ENUMERATED || pathOf(node) != wanted.path) return 0;
+  if (node->valueName && node->number == wanted.value) wanted.name = asWords(node->valueName);
+  return -1;
+}
+
+// The name of the value of the field whose path stands in the room; nothing if it has none, or if the field did not take
+// the value, because others tell it.
+PAGE_CALL(nameAt) void nameAt(size_t count, uint32_t value)
+{
+  Wanted wanted{roomText(count), value, ""};
+  velnor3gpp_visit(engine().session, VELNOR3GPP_NAMES, findName, &wanted);
+  engine().text = wanted.name;
+}

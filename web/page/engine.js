@@ -7,6 +7,7 @@ const decoder = new TextDecoder();
 const encoder = new TextEncoder();
 
 export const KEPT = 10; // the kind, beside those of the library
+const MOST_WIDTH = 8;   // bits of an enumerated field whose values are listed
 export const DIRECTIONS = ["", "up", "down"];
 const CHECKS = ["", "verified", "FAILED: the code does not fit these keys and counts", "not checked: no keys",
   "not checked: the keys say that integrity is null", "not checked: a header type that the receiver does not verify",
@@ -164,9 +165,24 @@ class Engine {
     this.decode(message); // whose direction and counts an encoding goes by
     const whole = JSON.parse(this.json());
     setAt(whole.record, path, value);
-    const status = this.#calls.encode(this.#give(JSON.stringify(whole)), message.octets.length);
-    return status < 0 ? { problem: this.#told() } : { octets: octetsOf(this.#told()) };
+    const good = this.#take(whole) && this.#calls.encode(message.octets.length) >= 0;
+    return good ? { octets: octetsOf(this.#told()) } : { problem: this.#tell("fault") };
   }
+
+  // The names that values of an enumerated field have: pairs of number and name. The library is asked for each number,
+  // in the message as it stands.
+  namesOf(message, field) {
+    this.decode(message);
+    const whole = JSON.parse(this.json()), names = [];
+    for (let value = 0; value < 1 << Math.min(field.width, MOST_WIDTH); ++value) {
+      setAt(whole.record, field.path, value);
+      const name = this.#take(whole) ? this.#tell("nameAt", this.#give(field.path), value) : "";
+      if (name) names.push([value, name]);
+    }
+    return names;
+  }
+
+  #take(whole) { return this.#calls.takeJson(this.#give(JSON.stringify(whole))) >= 0; }
 
   // Takes a file or text, a piece at a time, and hands over its messages. Returns what there is to say at its end. The
   // library reads one at a time: `wanted` tells whether this is still the one.

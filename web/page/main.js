@@ -9,7 +9,7 @@ const MOST_MESSAGES = 500000;
 
 const state = { messages: [], current: null, map: null, picked: null, hovered: null, run: 0, view: "fields" };
 const engine = await openEngine(byId("engine").textContent);
-const bus = { hover, pick, change };
+const bus = { hover, pick, change, namesOf: field => engine.namesOf(state.current, field) };
 const octets = new Octets(byId("octets"), byId("bits"), bus);
 const tree = new Tree(byId("tree"), bus);
 const list = new List(byId("rows"), byId("rowsRoom"), show);

@@ -71,7 +71,7 @@ const WANTED = { [KIND.number]: "a number", [KIND.enumerated]: "a number", [KIND
 export class Tree {
   #root; #bus; #items = new Map(); #record; #octets; #focus = null; #lit = [];
 
-  // `bus` has hover(field), pick(field), and change(field, value), which returns what is wrong or "".
+  // `bus` has hover(field), pick(field), namesOf(field), and change(field, value), which returns what is wrong or "".
   constructor(root, bus) {
     this.#root = root;
     this.#bus = bus;
@@ -239,8 +239,18 @@ export class Tree {
     // Rows cannot be exchanged while the browser is taking the focus away.
     input.addEventListener("blur", () => setTimeout(() => this.#restore(item)));
     shown.replaceWith(input);
+    if (field.kind === KIND.enumerated) input.after(this.#choices(input, this.#bus.namesOf(field)));
     input.focus();
     input.select();
+  }
+
+  // Numbers with the names that they have, to choose from while typing.
+  #choices(input, names) {
+    const list = document.createElement("datalist");
+    list.id = "values";
+    list.append(...names.map(([number, name]) => new Option(`${number} ${name}`, number)));
+    input.setAttribute("list", list.id);
+    return list;
   }
 
   #restore(item) {
@@ -268,12 +278,13 @@ export class Tree {
   }
 
   light(field, scroll) {
-    for (const item of this.#lit) item.classList.remove("on");
+    for (const item of this.#lit) item.classList.remove("on"), item.ariaSelected = false;
     this.#lit = [];
     if (!field) return;
     const item = scroll ? this.reveal(field) : this.#items.get(field);
     if (!item) return;
     item.classList.add("on");
+    item.ariaSelected = true;
     this.#lit.push(item);
     if (scroll) item.firstChild.scrollIntoView({ block: "nearest" });
   }
