@@ -6,6 +6,7 @@
 #include "L3Descriptors.h"
 #include "rt3gppsrc/engine/l3Decode.h"
 #include "rt3gppsrc/engine/l3Encode.h"
+#include "rt3gppsrc/engine/l3Kept.h"
 #include "src2/NamedParts.h"
 #include "src2/NasProtection.h"
 #include "velnor3gpp/TS44018Msgs.h"
@@ -20,6 +21,30 @@ static int decRows(L3Call& call, const L3Type& type, unsigned from, unsigned unt
   return status;
 }
 
+// The pseudo length of some messages counts otherwise than their octets (1 for system information type 2quater, of
+// which only the rest octets vary: TS 44.018, 9.1.34a). It is kept with what an encoder would count, so that it goes
+// out again as long as the message stays as it was.
+static int keepLength(L3Call& call, const L3Type& type, void* value, size_t counted)
+{
+  const auto& length = static_cast<const TS44018Msg_L2_PSEUDO_LEN_PDU*>(value)->l2PseudoLen;
+  if (!l3Keeps(call) || length.pseudo_length == counted) return 0;
+  if (l3KeepsNothing(call)) return l3RefuseTrial(call, RTX_E_GENERAL);
+  const uint8_t octet = static_cast<uint8_t>(length.pseudo_length << 2);
+  L3KeptFacts facts = {value, &type.rows[kLength], 0, 0, 0, kL3KeptBehind, kL3KeptPadding, 0, nullptr};
+  L3Kept* kept = l3AddKept(call.pctxt, facts, &octet, 6);
+  if (!kept) return l3Fail(call, type.module->decoder, RTX_E_NO_MEMORY, type.line);
+  kept->root = call.root;
+  kept->before = static_cast<uint32_t>(counted);
+  return 0;
+}
+
+static uint8_t lengthOf(const L3Call& call, const L3Type& type, const void* value, size_t counted)
+{
+  const L3Kept* kept = l3FirstKept(call.pctxt, value, &type.rows[kLength], kL3KeptBehind);
+  bool same = kept && (!kept->before || kept->before == counted);
+  return static_cast<uint8_t>(same ? kept->octets()[0] >> 2 : counted);
+}
+
 int l3Dec_TS44018Msg_L2_PSEUDO_LEN_PDU(L3Call& call, const L3Type& type, void* value)
 {
   const auto& pdu = *static_cast<const TS44018Msg_L2_PSEUDO_LEN_PDU*>(value);
@@ -30,7 +55,9 @@ int l3Dec_TS44018Msg_L2_PSEUDO_LEN_PDU(L3Call& call, const L3Type& type, void* v
   L3Region frame;
   status = l3PushRegion(call, frame, pdu.l2PseudoLen.pseudo_length, false);
   if (status < 0) return l3DecFailed(call, type, "l2PseudoLen", status);
+  size_t start = l3BitPos(call.pctxt);
   status = decRows(call, type, kHeader, kRestOctets, value);
+  if (status >= 0) status = keepLength(call, type, value, (l3BitPos(call.pctxt) - start) / 8);
   if (status < 0) return status;
   l3PopRegion(call);
   return decRows(call, type, kRestOctets, kRows, value);
@@ -47,7 +74,7 @@ int l3Enc_TS44018Msg_L2_PSEUDO_LEN_PDU(L3Call& call, const L3Type& type, void* v
   bool known;
   status = nasEncodePlain(call, l3Slice(type, kHeader, kRestOctets - kHeader), value, known);
   if (status < 0) return status;
-  length.pseudo_length = static_cast<uint8_t>((l3BitPos(call.pctxt) - start) / 8);
+  length.pseudo_length = lengthOf(call, type, value, (l3BitPos(call.pctxt) - start) / 8);
   // Six bits in front of the two that are fixed: 18 octets are 0x49. Of more than 63 the low bits alone are sent.
   status = l3PatchLength(call, start - 2, 6, length.pseudo_length & 0x3FU);
   if (status < 0) return l3EncFailed(call, type, "l2PseudoLen", status);

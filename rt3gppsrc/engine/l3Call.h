@@ -71,6 +71,9 @@ struct L3Call {
   // With RTX_FLAG_KEEP_ELEMENTS: the value that the call decodes, and the trial of an element under way, or null.
   const void* root = nullptr;
   L3Probe* probe = nullptr;
+  // The bit position behind the last part that padding follows, for what stands there instead.
+  static constexpr size_t kNotPadded = SIZE_MAX;
+  size_t padded = kNotPadded;
   // What a trial has on the heap, to be released when it is given up; what finds no place here stays there.
   static constexpr unsigned kMaxHeld = 16;
   unsigned held = 0;

@@ -2,6 +2,7 @@
 // strict, and an element out of its turn is skipped by its form alone.
 #include "rt3gppsrc/engine/l3Decode.h"
 #include "rt3gppsrc/engine/l3Kept.h"
+#include "rt3gppsrc/engine/l3Padding.h"
 #include "velnor3gpp/rtx3GPP.h"
 #include "velnor3gpp/rtxBitDecode.h"
 #include "velnor3gpp/rtxDiagBitTrace.h"
@@ -302,12 +303,20 @@ static int decAllKeeping(L3Call& call, TailWalk& walk)
   return call.pctxt->errInfo.count > call.earlier ? l3Ended(call, ownStatus(call)) : 0;
 }
 
-// Behind a message that has no more elements, octets of whatever kind.
+// Behind a message that has no more elements, octets of whatever kind. Bits that fill an octet are among them unless
+// they are what an encoder fills it with: padding behind rest octets, else 0.
 static int keepRest(L3Call& call, const L3Type& type, const void* record, const void* anchor, L3KeptAt at, size_t left)
 {
-  size_t start = l3BitPos(call.pctxt), lead = (8 - start % 8) % 8;
-  if (left < lead + 8) return 0;
-  L3KeptFacts facts = {record, anchor, start + lead, 0, 0, at, kL3KeptSurplus, 0, nullptr};
+  const RtxBuffer& buffer = call.pctxt->buffer;
+  size_t start = l3BitPos(call.pctxt), from = start;
+  unsigned fill = static_cast<unsigned>(8 - start % 8) % 8;
+  if (fill > left) fill = static_cast<unsigned>(left);
+  if (fill) {
+    uint32_t expected = call.padded == start ? l3PaddingAhead(call.pctxt, fill) : 0;
+    if (l3BitsAt(buffer.data, buffer.size, start / 8, start % 8, fill) == expected) from += fill;
+  }
+  if (from == start + left) return 0;
+  L3KeptFacts facts = {record, anchor, from, 0, 0, at, kL3KeptSurplus, 0, nullptr};
   return l3Keep(call, type, type.line, facts, start + left);
 }
 
@@ -344,6 +353,7 @@ int l3DecExtra(L3Call& call, const L3Type& type, const L3Row& row, const void* r
 
 static bool isPadding(const L3Kept& kept)
 {
+  if (kept.bits % 8) return false;
   size_t i = 0;
   while (i < kept.bits / 8 && kept.octets()[i] == 0x2B) ++i;
   return i == kept.bits / 8;

@@ -204,12 +204,31 @@ static void markPresent(RowWalk& walk, const L3Row& row)
   if (row.groupBit != kL3NoBit && !(row.flags & kL3InRelease)) l3SetBit(walk.record, row.groupBit);
 }
 
-// A mandatory element of a message that cannot be read is kept where its own length tells what lies behind it.
+// The bits of an element that always has the same number of them, or 0. A number or flag by itself fails only where
+// its bits are not there.
+static size_t fixedBits(const L3Row& row)
+{
+  if (row.op == kL3Enumerated) return row.bits;
+  if (row.op != kL3Record || (row.type->hand && row.type->hand->decode)) return 0;
+  size_t all = 0;
+  for (const L3Row* part = row.type->rows; part < row.type->rows + row.type->rowCount; ++part) {
+    bool number = part->op == kL3UInt || part->op == kL3Bool;
+    size_t bits = number ? part->bits : fixedBits(*part);
+    if (!bits || part->lead != kL3NoLead || part->given != kL3GivenAlways || part->room) return 0;
+    all += bits;
+  }
+  return all;
+}
+
+// A mandatory element of a message that cannot be read is kept where its own length, or its size, tells what lies
+// behind it. A cause of one octet that nobody has defined does not end the message: 62 00 C7 00.
 static int decOrKeep(L3Call& call, RowWalk& walk, const L3Row& row, const L3End& end)
 {
   size_t start = l3BitPos(call.pctxt), left = l3BitsBefore(call, end), octets = 0;
   unsigned bits = l3LeadingLength(row);
   bool framed = bits && row.lead == kL3NoLead && start % 8 == 0 && l3SeeLength(call, bits, left, octets);
+  size_t all = framed ? octets * 8 : fixedBits(row);
+  if (!framed && row.lead == kL3NoLead) framed = all && all <= left;
   L3Probe probe;
   L3Probed probed = framed ? l3ProbeMember(call, walk.type, row, walk.record, probe) : kL3NotTold;
   if (probed == kL3Read) return 0;
@@ -217,7 +236,7 @@ static int decOrKeep(L3Call& call, RowWalk& walk, const L3Row& row, const L3End&
   if (probed == kL3NotTold) return l3DecMember(call, walk.type, row, walk.record, walk.running);
   l3InitMember(row, walk.record);
   L3KeptFacts facts = {walk.record, &row, start, 0, 0, kL3KeptInstead, kL3KeptUnreadable, probe.status, probe.path};
-  return l3Keep(call, walk.type, row.line, facts, start + octets * 8);
+  return l3Keep(call, walk.type, row.line, facts, start + all);
 }
 
 static int decContent(L3Call& call, RowWalk& walk, const L3Row& row)
@@ -401,6 +420,7 @@ struct Enclosure {
     if (walk.done) return 0;
   }
   int status = closeRegions(call, walk);
+  if (type.flags & (kL3RestOctets | kL3Padded)) call.padded = l3BitPos(call.pctxt);
   if (status < 0 || !type.message) return status;
   return l3DecOptions(call, type, walk.record, messageEnd);
 }

@@ -154,6 +154,20 @@ static int putBits(L3Call& call, const L3Kept& kept)
   return status;
 }
 
+// An encoder has filled the octet with padding behind the last part. What stood there instead takes its place: from
+// the part on where it began inside an octet (00 03: three bits, then 0s), else from the next octet on.
+static void takePlaceOfPadding(L3Call& call, const L3Kept& kept)
+{
+  RtxBuffer& buffer = call.pctxt->buffer;
+  size_t from = call.padded, end = l3BitPos(call.pctxt);
+  if (from == L3Call::kNotPadded || call.pctxt->pStream || end != (from / 8 + 1) * 8) return;
+  if (kept.bits % 8 == 0) from = (from + 7) / 8 * 8;
+  if (from >= end) return;
+  moveTo(buffer, from);
+  buffer.data[from / 8] = static_cast<uint8_t>(buffer.data[from / 8] & ~((1U << buffer.bitOffset) - 1));
+  call.padded = L3Call::kNotPadded;
+}
+
 int l3PutKept(L3Call& call, const L3Type& type, uint16_t line, const void* record, const void* anchor, L3KeptAt at)
 {
   for (const L3Kept* kept = l3FirstKept(call.pctxt, record, anchor, at); kept;
@@ -161,6 +175,7 @@ int l3PutKept(L3Call& call, const L3Type& type, uint16_t line, const void* recor
     char name[kL3KeptName];
     L3Name frame;
     l3KeptName(*kept, name);
+    if (at == kL3KeptBehind) takePlaceOfPadding(call, *kept);
     int status = l3PushName(call, frame, name);
     if (status >= 0) status = putBits(call, *kept);
     if (status < 0) return l3Fail(call, type.module->encoder, status, line);
@@ -173,11 +188,17 @@ int l3PutKeptEnd(L3Call& call, const L3Type& type, const void* value, size_t sta
 {
   const L3Kept* kept = l3FirstKept(call.pctxt, value, &type, kL3KeptEnd);
   if (!kept) return 0;
+  takePlaceOfPadding(call, *kept);
+  if (kept->why != kL3KeptPadding) {
+    int status = putBits(call, *kept);
+    return status < 0 ? l3Fail(call, type.module->encoder, status, type.line) : 0;
+  }
+  // A record that has grown takes the place of padding: a block keeps its size.
   const RtxBuffer& buffer = call.pctxt->buffer;
-  size_t count = kept->bits / 8, stands = start + kept->before, written = 0;
-  if (buffer.bitOffset == 8 && stands < buffer.byteIndex) written = buffer.byteIndex - stands;
-  if (written > count || memcmp(buffer.data + buffer.byteIndex - written, kept->octets(), written) != 0) written = 0;
-  int status = l3EncOctets(call, kept->octets() + written, count - written);
+  size_t count = kept->bits / 8, stands = start + kept->before, grown = 0;
+  if (stands < buffer.byteIndex) grown = buffer.byteIndex - stands;
+  if (grown >= count) return 0;
+  int status = l3EncOctets(call, kept->octets() + grown, count - grown);
   return status < 0 ? l3Fail(call, type.module->encoder, status, type.line) : 0;
 }
 

@@ -131,6 +131,7 @@ int l3EncUnary(L3Call& call, const L3Unary& unary, uint8_t count)
 int l3PadRest(L3Call& call, const L3Type& type)
 {
   unsigned bits = static_cast<unsigned>(call.pctxt->buffer.bitOffset);
+  call.padded = l3BitPos(call.pctxt);
   if (call.inlined() && l3PutBits(call.pctxt->buffer, bits, l3PaddingAhead(call.pctxt, bits))) return 0;
   l3ToLists(call);
   int status = rtxEncBits(call.pctxt, 0x2B, bits);

@@ -34,7 +34,7 @@ struct L3Enum {
   uint8_t
       printOpen;   // a value without name prints as an integer, and the field is an unsigned integer of `store` octets
   uint8_t gapless; // values run without a gap from the lowest
-  uint32_t members[8]; // bit v set: value v (0 to 255) is a member
+  uint32_t members[8];                 // bit v set: value v (0 to 255) is a member
   const char* const* titles = nullptr; // the standard's names of the values from the lowest up, or null
 };
 

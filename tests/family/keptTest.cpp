@@ -201,6 +201,39 @@ TEST(KeptElements, ThatAskForComprehensionFailOrAreRemarked)
   }
 }
 
+struct Wire {
+  const char *what, *form, *octets;
+};
+
+// What once did not come back though it was read.
+const Wire kWires[] = {
+    {"zeros where padding belongs, in front of octets of padding", "TS44018Msg_RR_Short_PD_PDU",
+     "140A0201000B2B2B2B2B2B2B2B2B2B2B2B2B"},
+    {"zeros to the end of a block", "TS44018Msg_RR_Short_PD_PDU", "10CA0D3A1F80000000000000000000000000"},
+    {"other bits than padding in the last octet", "TS44018Msg_RR_Short_PD_PDU", "0003"},
+    {"other bits than padding in front of other octets", "TS44018Msg_RR_Short_PD_PDU", "00030007913306"},
+    {"a pseudo length of the standard that does not count what the block holds", "TS44018Msg_L2_PSEUDO_LEN_PDU",
+     "0106009000D85A6FC9E58410AB2B2B2B2B2B2B2B2B2B2B"},
+    {"a fixed pseudo length", "TS44018Msg_L2_PSEUDO_LEN_PDU", "050607EB000486418C4E5B4F04AC010040100401000803"},
+    {"a cause that nobody has defined, of one octet without a length", "TS24301Msg_PDU", "6200C700"},
+    {"such a cause in front of other elements", "TS24301Msg_PDU", "6200C7002703010203"},
+};
+
+TEST(KeptElements, AndBitsBesideThemComeBack)
+{
+  for (auto& wire : kWires) {
+    SCOPED_TRACE(std::string(wire.what) + " " + wire.octets);
+    Octets octets = octetsOfHex(wire.octets), out(octets.size() + 64);
+    const L3TypeEntry& entry = *l3FindType(wire.form);
+    Decoding decoding(entry, octets, {.flags = RTX_FLAG_KEEP_ELEMENTS | RTX_FLAG_STANDARD_FORMS});
+    ASSERT_EQ(decoding.status, 0) << decoding.state();
+    ASSERT_EQ(encodeInto(out, decoding.ctxt, entry, decoding.record.get()), 0) << decoding.state();
+    out.resize(std::max(out.size(), octets.size()), 0x2B);
+    EXPECT_EQ(hexText(out), hexText(octets));
+    EXPECT_EQ(decodingDiffers(entry, octets, kKeeping), "");
+  }
+}
+
 // Damaged in any octet, messages are read alike by the walk in both its modes and by the direct coders, and what is
 // read prints and encodes.
 TEST(KeptElements, OfDamagedMessagesAreTheSameInBothModes)
