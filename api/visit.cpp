@@ -227,10 +227,18 @@ static void visitBody(Walk& walk, const Place* parent, const L3Row& row, const N
   leave(walk, place);
 }
 
-static void visitElement(Walk& walk, const Place* parent, const L3Row& row, const Name& name, const uint8_t* record)
+static Name ofType(Name name, const L3Type& type)
+{
+  name.type = &type;
+  return name;
+}
+
+static void visitElement(Walk& walk, const Place* parent, const L3Row& row, const Name& given, const uint8_t* record)
 {
   const uint8_t* member = record + row.offset;
-  if (name.kind == NameKind::none && row.op != kL3Record && row.op != kL3Choice) return;
+  if (given.kind == NameKind::none && row.op != kL3Record && row.op != kL3Choice) return;
+  bool number = row.op == kL3UInt || row.op == kL3Bool || row.op == kL3Enumerated;
+  const Name name = number && row.type ? ofType(given, *row.type) : given;
   switch (row.op) {
     case kL3UInt:
     case kL3Unary:
@@ -284,12 +292,6 @@ static void visitMembers(Walk& walk, const Place* parent, const L3Type& type, co
 {
   visitRows(walk, parent, type.rows, type.rowCount, name, record);
   if (type.message) visitRows(walk, parent, type.message->options, type.message->count, name, record);
-}
-
-static Name ofType(Name name, const L3Type& type)
-{
-  name.type = &type;
-  return name;
 }
 
 static void visitRecord(Walk& walk, const Place* parent, const L3Type& type, const Name& name, const uint8_t* record)

@@ -73,6 +73,20 @@ void takeOptions(const L3Type& type, uint8_t* value)
       if (bit != kL3NoBit) value[bit / 8] = uint8_t(value[bit / 8] & ~(1U << bit % 8));
 }
 
+} // namespace
+
+std::vector<Bits> tracedBits(const RtxContext& ctxt)
+{
+  std::vector<Bits> bits;
+  for (const RtxSListNode* node = ctxt.pBitFldList->fieldList.head; node; node = node->next) {
+    const RtxBitField& field = *static_cast<const RtxBitField*>(node->data);
+    bits.push_back({field.bitOffset, field.bitOffset + field.bitCount, field.elemName ? field.elemName : ""});
+  }
+  return bits;
+}
+
+namespace {
+
 // The message under construction.
 class Maker {
 public:
@@ -153,11 +167,7 @@ public:
     OutcomeContext traced({.trace = true});
     traced.bind(octets.data(), octets.size());
     entry.decode(traced, recordStorage(*entry.type, 0).get());
-    for (const RtxSListNode* node = traced->pBitFldList->fieldList.head; node; node = node->next) {
-      const RtxBitField& field = *static_cast<const RtxBitField*>(node->data);
-      const char* element = field.elemName ? field.elemName : "";
-      message.bits.push_back({field.bitOffset, field.bitOffset + field.bitCount, element});
-    }
+    message.bits = tracedBits(*traced);
     return message;
   }
 

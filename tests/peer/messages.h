@@ -16,6 +16,9 @@ struct Message {
   std::string fault;      // what went wrong in encoding it or decoding it back
 };
 
+// The fields of a decoding with the trace on.
+std::vector<Bits> tracedBits(const RtxContext& ctxt);
+
 // A path in a record and what is set there.
 struct Place {
   std::string path, value;

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <set>
 
+#include "tests/fileText.h"
 #include "tests/messages.h"
 #include "tests/peer/messages.h"
 
@@ -152,7 +153,18 @@ std::vector<Place> readPlaces(const std::string& text)
   return places;
 }
 
-// Values set in records here are the values shown there, where "field#1" is the second of that name.
+// Is every value where it belongs? "field#1" is the second of that name.
+void expectValues(Found& found, const std::string& expected)
+{
+  for (auto& place : readPlaces(expected)) {
+    auto field = split(place.path, '#');
+    size_t index = field.size() > 1 ? std::stoul(field[1]) : 0;
+    auto& values = found.values[field[0]];
+    EXPECT_EQ(index < values.size() ? values[index] : "nothing", place.value) << place.path;
+  }
+}
+
+// Values set in records here are the values shown there.
 TEST_F(Peer, ShowsTheSameValues)
 {
   auto rows = table("values.tsv");
@@ -164,13 +176,59 @@ TEST_F(Peer, ShowsTheSameValues)
     SCOPED_TRACE(rows[i][0] + " " + rows[i][1] + " " + hexText(messages[i].frame.octets));
     EXPECT_EQ(messages[i].fault, "");
     EXPECT_EQ(found[i].complaints, "");
-    for (auto& place : readPlaces(rows[i][2])) {
-      auto field = split(place.path, '#');
-      size_t index = field.size() > 1 ? std::stoul(field[1]) : 0;
-      auto& values = found[i].values[field[0]];
-      EXPECT_EQ(index < values.size() ? values[index] : "nothing", place.value) << place.path;
-    }
+    expectValues(found[i], rows[i][2]);
   }
+}
+
+// The dissector by which a form is read.
+const char* dissectorOf(const std::string& form)
+{
+  if (form == "TS24501Msg_PDU") return "nas-5gs";
+  if (form == "TS24301Msg_PDU") return "nas-eps_plain";
+  return form == "TS44018Msg_L2_PSEUDO_LEN_PDU" ? "gsm_a_ccch" : "gsm_a_dtap";
+}
+
+// The first cells of the documents' table of standard forms.
+std::vector<std::string> documentedRows()
+{
+  std::string page = fileText(VELNOR_TEST_DATA "/../../docs/quirks.md");
+  size_t begin = page.find("\n# Standard forms"), end = page.find("\n# Kept elements");
+  EXPECT_TRUE(begin < end && end != std::string::npos);
+  std::vector<std::string> cells;
+  for (auto& line : split(page.substr(begin, end - begin), '\n'))
+    if (line.starts_with("| ") && !line.starts_with("| Row")) cells.push_back(line.substr(0, line.find(" | ", 2)));
+  EXPECT_GT(cells.size(), 15U);
+  return cells;
+}
+
+// Messages of the standard's form are read there as they are here, with the standard's forms on: the values of the
+// table, and all others at bits that fit into each other. What the dissector does not know it complains of, so that a
+// newer one that knows it is noticed. Every row of the documents' table has its message.
+TEST_F(Peer, ReadsTheStandardsForms)
+{
+  auto rows = table("standard.tsv", 5);
+  std::vector<Frame> frames;
+  for (auto& row : rows) frames.push_back({dissectorOf(row[1]), octetsOfHex(row[3]), row[2] == "up"});
+  auto found = dissect(frames);
+  ASSERT_EQ(found.size(), rows.size());
+  for (size_t i = 0; i < rows.size(); ++i) {
+    SCOPED_TRACE(rows[i][0] + " " + rows[i][3]);
+    uint32_t direction = rows[i][2] == "up" ? RTX_FLAG_MOBILE_ORIGINATED : 0U;
+    Decoding decoding(*l3FindType(rows[i][1].c_str()), frames[i].octets,
+                      {.trace = true, .flags = RTX_FLAG_KEEP_ELEMENTS | RTX_FLAG_STANDARD_FORMS | direction});
+    EXPECT_EQ(decoding.status, 0) << decoding.state();
+    if (rows[i][4][0] == '!') {
+      EXPECT_NE(found[i].complaints.find(rows[i][4].substr(1)), std::string::npos) << found[i].complaints;
+      continue;
+    }
+    Message message{"", "", 0, "", frames[i], tracedBits(*decoding.ctxt), ""};
+    EXPECT_EQ(differences(message, found[i]), "");
+    expectValues(found[i], rows[i][4]);
+  }
+  for (auto& line : documentedRows())
+    EXPECT_TRUE(std::any_of(rows.begin(), rows.end(), [&](auto& row) {
+      return line.find(row[0]) != std::string::npos;
+    })) << line;
 }
 
 } // namespace

@@ -40,14 +40,14 @@ static std::string directionText(const Run& run, const Message& message, const v
 {
   if (!result.direction) return "";
   bool told = message.direction || !run.options.session.direction.empty() || result.check == VELNOR3GPP_VERIFIED;
-  bool either = senderOf(run.session.get()) == VELNOR3GPP_DIRECTION_UNKNOWN;
-  return std::string(", ") + directionName(result.direction) + (either && !told ? " by trial" : "");
+  return std::string(", ") + directionName(result.direction) +
+         (!told && isSentByBoth(run.session.get()) ? " by trial" : "");
 }
 
 static void printHeading(Run& run, const Message& message, const std::vector<std::string>& tried)
 {
   velnor3gpp_Result result = resultOf(run.session.get());
-  std::string title = *result.title ? result.title + directionText(run, message, result) : "";
+  std::string title = *result.title && *result.message ? result.title + directionText(run, message, result) : "";
   std::string text = run.counts.messages > 1 ? "\n" : "";
   text += message.place + "  ";
   if (run.options.view && !title.empty())

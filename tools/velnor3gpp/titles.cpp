@@ -22,15 +22,15 @@ static int findMessage(const velnor3gpp_Node* node, void* arg)
 {
   const velnor3gpp_Type* type = node->step == VELNOR3GPP_LEAVE ? nullptr : velnor3gpp_nodeType(node);
   if (!type || factsOf(type).use != VELNOR3GPP_MESSAGE) return 0;
-  *static_cast<velnor3gpp_Direction*>(arg) = factsOf(type).direction;
+  *static_cast<bool*>(arg) = factsOf(type).direction == VELNOR3GPP_DIRECTION_UNKNOWN;
   return -1;
 }
 
-velnor3gpp_Direction senderOf(velnor3gpp_Session* session)
+bool isSentByBoth(velnor3gpp_Session* session)
 {
-  velnor3gpp_Direction direction = VELNOR3GPP_DIRECTION_UNKNOWN;
-  velnor3gpp_visit(session, 0, findMessage, &direction);
-  return direction;
+  bool both = false;
+  velnor3gpp_visit(session, 0, findMessage, &both);
+  return both;
 }
 
 // Values that the standard has a name for, which is all capitals: 128-EEA2.

@@ -7,8 +7,8 @@
 
 #include "velnor3gpp/velnor3gpp.h"
 
-// Who sends the session's message by its type; unknown where both do.
-velnor3gpp_Direction senderOf(velnor3gpp_Session* session);
+// Is the session's message one that both sides send, so that its octets alone do not tell its direction?
+bool isSentByBoth(velnor3gpp_Session* session);
 // The text of the session's record with a line "-- 5GS mobile identity" in front of each element that the standard
 // calls otherwise than its name does, and "-- 128-EEA2" in front of an algorithm. The lines of the record stay as they
 // are, for those who read them by program.
