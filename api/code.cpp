@@ -341,6 +341,7 @@ int velnor3gpp_encode(velnor3gpp_Session* session, const uint8_t** octets, size_
   if (!session->known->encodes)
     return velnor3gpp_report(session, RTX_E_NOT_SUPPORTED, "", "the type has no encoder of its own");
   lendForEncoding(*session);
+  rtxCtxtClearFlag(&session->ctxt, RTX_OPENTAIL_FLAG); // of a message before, behind which nothing can be found
   int status = rtxCtxtSetBufPtr(&session->ctxt, nullptr, 0);
   if (status >= 0) status = l3Encode(&session->ctxt, typeOf(*session->known), session->record);
   session->status = statusOf(*session, status < 0 ? status : 0);
