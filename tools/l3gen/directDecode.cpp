@@ -286,8 +286,8 @@ static bool readsAll(const Type& type)
   if (type.rows.empty()) return false;
   const Row& last = type.rows.back();
   if (last.often.end == kL3WhileRoom) return !last.room && last.given == kL3GivenAlways;
-  bool string = last.what.kind == WhatKind::Octets || last.what.kind == WhatKind::Text ||
-                last.what.kind == WhatKind::BitString;
+  bool string =
+      last.what.kind == WhatKind::Octets || last.what.kind == WhatKind::Text || last.what.kind == WhatKind::BitString;
   return last.plain() && last.often.end == kL3NoList && string && last.what.from == kL3Rest && !last.what.max;
 }
 
@@ -381,7 +381,8 @@ std::string decodeDirect(const Type& type)
   DecodeWriter w(type);
   begin(w, "l3DirectDec_");
   w.line("[[maybe_unused]] bool ext = true, barred = false;");
-  if (type.hasStandard())
+  // What differs only where the region cuts it off is read alike where all of it is there; else the walk takes over.
+  if (type.hasStandard() && !type.onlyEnds())
     w.line(
         format("if (l3DirectStandard(in)) return l3DirectType(source, pos, end, l3_%s, record);", type.full.c_str()));
   if (!w.used) w.giveUpIf("pos & 7");

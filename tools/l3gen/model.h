@@ -205,6 +205,12 @@ struct Type {
     });
     return row || standard.kind != Standard::None || !standardRows.empty();
   }
+  // Does its standard's form differ in nothing but where it may end?
+  bool onlyEnds() const
+  {
+    bool row = std::any_of(rows.begin(), rows.end(), [](const Row& r) { return r.standard.kind != Standard::None; });
+    return standard.kind == Standard::Ends && !row && standardRows.empty();
+  }
   bool needsStandard() const
   {
     return hasStandard() ||
