@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "names.h"
+#include "session.h"
 #include "words.h"
 
 namespace {
@@ -22,15 +23,17 @@ static int findMessage(const velnor3gpp_Node* node, void* arg)
 {
   const velnor3gpp_Type* type = node->step == VELNOR3GPP_LEAVE ? nullptr : velnor3gpp_nodeType(node);
   if (!type || factsOf(type).use != VELNOR3GPP_MESSAGE) return 0;
-  *static_cast<bool*>(arg) = factsOf(type).direction == VELNOR3GPP_DIRECTION_UNKNOWN;
+  *static_cast<velnor3gpp_TypeFacts*>(arg) = factsOf(type);
   return -1;
 }
 
 bool isSentByBoth(velnor3gpp_Session* session)
 {
-  bool both = false;
-  velnor3gpp_visit(session, 0, findMessage, &both);
-  return both;
+  velnor3gpp_TypeFacts facts = {};
+  velnor3gpp_Result result = resultOf(session);
+  velnor3gpp_visit(session, 0, findMessage, &facts);
+  // One type can serve two messages with names and directions of their own (uplink and downlink NAS transport).
+  return facts.title && !facts.direction && std::string_view(facts.title) == result.title;
 }
 
 // Values that the standard has a name for, which is all capitals: 128-EEA2.
