@@ -9,16 +9,11 @@
 #include "velnor3gpp/rtxDList.h"
 #include "velnor3gpp/rtxMemHeap.h"
 
-static bool gSlowMode = false;
+bool gL3SlowMode = false;
 
 void l3SetSlowMode(bool on)
 {
-  gSlowMode = on;
-}
-
-bool l3IsSlow()
-{
-  return gSlowMode;
+  gL3SlowMode = on;
 }
 
 // With a trace alone, names stay frames. Those of the caller would come before them in the paths: the real stack gets
@@ -28,7 +23,7 @@ bool l3IsSlow()
   const RtxContext& context = *call.pctxt;
   call.traced = context.pBitFldList;
   call.mode = kL3Walk;
-  if (!gSlowMode && !stream && !context.elemNameStack.count) return;
+  if (!gL3SlowMode && !stream && !context.elemNameStack.count) return;
   l3ToLists(call);
   call.mode = kL3Observed;
 }
@@ -36,7 +31,7 @@ bool l3IsSlow()
 void l3Begin(L3Call& call, RtxContext* pctxt, L3Name& frame, const char* typeName)
 {
   bool stream = pctxt->pStream && !(pctxt->flags & RTX_FLAG_BUFFER_MODE);
-  bool plain = !gSlowMode && !stream && !pctxt->pBitFldList;
+  bool plain = !gL3SlowMode && !stream && !pctxt->pBitFldList;
   l3Fresh(call, pctxt, frame, typeName);
   if (!plain) observe(call, stream);
 }

@@ -102,7 +102,11 @@ inline void l3Fresh(L3Call& call, RtxContext* pctxt, L3Name& frame, const char* 
 }
 // Opens a call for a type of this name; the frame is the caller's.
 void l3Begin(L3Call& call, RtxContext* pctxt, L3Name& frame, const char* typeName);
-bool l3IsSlow();
+extern bool gL3SlowMode; // for all threads; set by l3SetSlowMode
+inline bool l3IsSlow()
+{
+  return gL3SlowMode;
+}
 // Ends a call: takes the type name away where its coder came to its end. Gives the status to return.
 int l3End(L3Call& call, int status, const char* module, uint16_t line);
 // Puts all frames on the real stacks; from here on the real stacks are worked on.

@@ -4,6 +4,7 @@
 #include "rt3gppsrc/engine/l3Decode.h"
 #include "rt3gppsrc/engine/l3Encode.h"
 #include "rt3gppsrc/engine/l3Kept.h"
+#include "rtxsrc/errors/rtxErrorInternal.h"
 #include "rtxsrc/heap/rtxMemHeapInline.h"
 #include "velnor3gpp/rtxBitDecode.h"
 #include "velnor3gpp/rtxBitEncode.h"
@@ -78,9 +79,7 @@ static bool isClear(const RtxContext& context)
 {
   const RtxBuffer& buffer = context.buffer;
   bool stream = context.pStream && !(context.flags & RTX_FLAG_BUFFER_MODE);
-  bool found = context.errInfo.count || context.reservedErr.parmcount || context.reservedErr.elemName;
-  bool open = context.containerStack.dlist.head || context.elemNameStack.count;
-  return !l3IsSlow() && !stream && !context.pBitFldList && !found && !open && buffer.byteIndex <= buffer.size &&
+  return rtxErrIsReset(context) && !l3IsSlow() && !stream && !context.pBitFldList && buffer.byteIndex <= buffer.size &&
          buffer.bitOffset == 8;
 }
 

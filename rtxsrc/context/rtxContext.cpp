@@ -4,6 +4,7 @@
 #include <string.h>
 
 #include "rtxsrc/bits/rtxBitCursor.h"
+#include "rtxsrc/errors/rtxErrorInternal.h"
 #include "rtxsrc/errors/rtxReport.h"
 #include "rtxsrc/streams/rtxStreamBinding.h"
 #include "velnor3gpp/rtxBitEncode.h"
@@ -181,9 +182,11 @@ uint32_t rtxCtxtClearFlag(RtxContext* pctxt, uint32_t mask)
   return pctxt->flags &= ~mask;
 }
 
-int rtxInitContextBuffer(RtxContext* pctxt, uint8_t* bufaddr, size_t bufsize)
+// Inline, since every message of a caller begins here.
+static inline int bindBuffer(RtxContext* pctxt, uint8_t* bufaddr, size_t bufsize)
 {
-  if (rtxCheckContext(pctxt) != 0) return RTX_E_NO_CONTEXT; // nothing in it can be followed, not even the error list
+  if (pctxt == nullptr || pctxt->initCode != RTX_CTXT_INIT_CODE)
+    return RTX_E_NO_CONTEXT; // nothing in it can be followed, not even the error list
   if (!rtxBitsAreCountable(bufsize)) return rtxReport(pctxt, RTX_E_TOO_BIG, kModule, __LINE__);
   RtxBuffer* buffer = &pctxt->buffer;
   const bool ownsSystemMemory = buffer->dynamic && (pctxt->flags & RTX_FLAG_SYSMEM_BUFFER) != 0;
@@ -204,9 +207,14 @@ int rtxInitContextBuffer(RtxContext* pctxt, uint8_t* bufaddr, size_t bufsize)
   return 0;
 }
 
+int rtxInitContextBuffer(RtxContext* pctxt, uint8_t* bufaddr, size_t bufsize)
+{
+  return bindBuffer(pctxt, bufaddr, bufsize);
+}
+
 int rtxCtxtSetBufPtr(RtxContext* pctxt, uint8_t* bufaddr, size_t bufsize)
 {
-  int status = rtxInitContextBuffer(pctxt, bufaddr, bufsize);
+  int status = bindBuffer(pctxt, bufaddr, bufsize);
   if (status == RTX_E_NO_CONTEXT) return status;
   if (status < 0) return rtxReport(pctxt, status, kModule, __LINE__);
   pctxt->flags |= RTX_FLAG_BUFFER_MODE;
@@ -234,7 +242,7 @@ void rtxMemFree(RtxContext* pctxt)
 
 void rtxMemReset(RtxContext* pctxt)
 {
-  rtxErrReset(pctxt);
+  if (!rtxErrIsReset(*pctxt)) rtxErrReset(pctxt);
   // Nothing may lead to what the next job overwrites. What lies elsewhere stays for it.
   if (pctxt->buffer.dynamic && heapHolds(pctxt, pctxt->buffer.data)) forgetBuffer(&pctxt->buffer);
   if (pctxt->pSecurity != nullptr && heapHolds(pctxt, pctxt->pSecurity)) pctxt->pSecurity = nullptr;

@@ -109,11 +109,11 @@ inline void* rtxMemHeapAllocFast(RtxMemHeap* heap, size_t size)
 {
   RtxMemBlock* block = heap->curBlock;
   if ((heap->flags & (RT_MH_STATIC | RT_MH_CHECK_HEAP | RT_MH_USE_SYSMEM)) != 0 || block == nullptr) return nullptr;
-  if (size > kMemMaxBlockElem) return nullptr;
-  const unsigned need = rtxMemUnitsFor(size);
+  const size_t units = size / kMemUnit + (size % kMemUnit != 0) + (size == 0) + 1; // rtxMemUnitsFor of any size
   const unsigned linkOff = block->freeElemOff;
-  const unsigned freeSize = rtxMemFreeSizeAt(block, linkOff);
-  if (need > block->maxFreeElem || freeSize < need + kMemMinElem || freeSize >= linkOff) return nullptr;
+  const unsigned freeSize = rtxMemFreeSizeAt(block, linkOff); // never above the block's bound
+  if (freeSize < units + kMemMinElem || freeSize >= linkOff) return nullptr;
+  const unsigned need = static_cast<unsigned>(units);
   const unsigned nextSize = rtxMemFreeSizeAt(block, rtxMemLinkAt(block, linkOff)->nextFree);
   if (nextSize >= need && nextSize < freeSize) return nullptr; // The smaller neighbour fits better.
   block->maxFreeElem = kMemMaxFreeUnknown;

@@ -5,8 +5,19 @@ namespace {
 
 const char kModule[] = "rtxMemHeapReset";
 
-// A block without saved elements becomes one free element. Of many blocks most have not been used since: reading that
-// costs less than writing it again.
+// A block without saved elements becomes one free element.
+inline void emptyBlock(RtxMemBlock* block)
+{
+  const unsigned nunits = block->nunits;
+  const unsigned size = nunits - kMemFirstElem;
+  rtxMemSetElem(rtxMemElemAt(block, kMemFirstElem), size, 1, kMemFirstElem, kMemElemFree, 0);
+  rtxMemElemAt(block, nunits)->prevOff = static_cast<uint16_t>(size);
+  block->maxFreeElem = static_cast<uint16_t>(size);
+  block->freeElemOff = block->head.nextFree = block->head.prevFree = static_cast<uint16_t>(nunits - 1);
+  *rtxMemLinkAt(block, nunits - 1) = {0, 0, 0};
+}
+
+// Of many blocks most have not been used since: reading that costs less than writing it again.
 void clearBlock(RtxMemBlock* block)
 {
   const unsigned nunits = block->nunits;
@@ -14,11 +25,7 @@ void clearBlock(RtxMemBlock* block)
   const bool asReset = block->maxFreeElem == size && block->freeElemOff == nunits - 1;
   const RtxMemElem& first = *rtxMemElemAt(block, kMemFirstElem);
   if (asReset && (first.flags & kMemElemFree) != 0 && rtxMemFreeSizeAt(block, nunits - 1) == size) return;
-  rtxMemSetElem(rtxMemElemAt(block, kMemFirstElem), size, 1, kMemFirstElem, kMemElemFree, 0);
-  rtxMemElemAt(block, nunits)->prevOff = static_cast<uint16_t>(size);
-  block->maxFreeElem = static_cast<uint16_t>(size);
-  block->freeElemOff = block->head.nextFree = block->head.prevFree = static_cast<uint16_t>(nunits - 1);
-  *rtxMemLinkAt(block, nunits - 1) = {0, 0, 0};
+  emptyBlock(block);
 }
 
 // Makes the units from `begin` up to `end` one free element at the tail of the ring.
@@ -88,22 +95,31 @@ void resetRawBlocks(RtxMemHeap* heap)
 
 } // namespace
 
-void rtxMemHeapReset(RtxMemHeap** ppHeap)
+// Kept out of rtxMemHeapReset, which then saves no registers for what most heaps need.
+[[gnu::noinline]] static void resetGeneral(RtxMemHeap** ppHeap)
 {
-  if (ppHeap == nullptr || *ppHeap == nullptr) return;
   RtxMemHeap* heap = *ppHeap;
   if (rtxMemIsStatic(heap)) return rtxMemSetStaticUsed(heap, 0);
   if ((heap->flags & RT_MH_CHECK_HEAP) != 0) rtxMemHeapCheck(ppHeap, kModule, __LINE__);
   resetRawBlocks(heap);
   RtxMemBlock* block = heap->curBlock;
   if (block == nullptr) return;
-  // One block, nothing saved, is what most heaps are: a third of the instructions.
-  const bool plain = (heap->flags & (RT_MH_FREE_EMPTY_BLOCKS | RT_MH_ZERO_ON_FREE)) == 0;
-  if (plain && block->next == block && block->nsaved == 0) return clearBlock(block);
   for (RtxMemBlock *last = block->prev, *next;; block = next) {
     next = block->next;
     const bool done = block == last;
     resetBlock(heap, block);
     if (done) return;
   }
+}
+
+// One block, nothing saved, nothing from the system, is what most heaps are.
+void rtxMemHeapReset(RtxMemHeap** ppHeap)
+{
+  if (ppHeap == nullptr || *ppHeap == nullptr) return;
+  RtxMemHeap* heap = *ppHeap;
+  const uint32_t special = RT_MH_STATIC | RT_MH_CHECK_HEAP | RT_MH_FREE_EMPTY_BLOCKS | RT_MH_ZERO_ON_FREE;
+  if ((heap->flags & special) != 0 || heap->phead != heap || heap->curBlock == nullptr) return resetGeneral(ppHeap);
+  RtxMemBlock* block = heap->curBlock;
+  if (block->next != block || block->nsaved != 0) return resetGeneral(ppHeap);
+  emptyBlock(block);
 }
