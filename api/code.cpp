@@ -121,9 +121,10 @@ static int statusOf(const velnor3gpp_Session& session, int status)
 static void finish(velnor3gpp_Session& session, int status)
 {
   const RtxBuffer& buffer = session.ctxt.buffer;
+  size_t begun = buffer.byteIndex < session.count && buffer.bitOffset != 8; // an octet that was read in part
   session.used =
-      buffer.byteIndex < session.count ? buffer.byteIndex : session.count; // a length can lead behind the end
-  session.missing = buffer.byteIndex - session.used;
+      buffer.byteIndex < session.count ? buffer.byteIndex + begun : session.count; // a length can lead beyond
+  session.missing = buffer.byteIndex > session.count ? buffer.byteIndex - session.count : 0;
   session.check = checkOf(session);
   session.status = statusOf(session, status);
 }
