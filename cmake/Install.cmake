@@ -1,5 +1,5 @@
-# What `cmake --install` lays down, in four components: `runtime` (the shared libraries), `dev` (headers, what CMake and
-# pkg-config need to find them, static libraries, the schema of JSON), `program` and `doc`.
+# What `cmake --install` lays down, in five components: `runtime` (the shared libraries), `dev` (headers, what CMake and
+# pkg-config need to find them, static libraries, the schema of JSON), `program`, `sqlite` and `doc`.
 if(NOT VELNOR3GPP_INSTALL)
   return()
 endif()

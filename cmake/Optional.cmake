@@ -20,6 +20,10 @@ if(VELNOR3GPP_BUILD_PROGRAM AND NOT VELNOR_COVERAGE) # the library alone is coun
   endif()
 endif()
 
+if(VELNOR3GPP_BUILD_SQLITE)
+  add_subdirectory(sqlite)
+endif()
+
 if(VELNOR3GPP_BUILD_TESTS)
   include(cmake/Tests.cmake)
 endif()

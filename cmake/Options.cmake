@@ -2,7 +2,7 @@
 
 # A project that takes this one in (add_subdirectory, FetchContent) gets the libraries alone: none of these parts, no
 # build type, no rules of installation, and its own default for the kind of library.
-foreach(part "PROGRAM;the program" "TESTS;the tests" "FUZZ;the fuzz targets' seeds as tests" "BENCH;the benchmarks"
+foreach(part "PROGRAM;the program" "SQLITE;the extension of SQLite" "TESTS;the tests" "FUZZ;the fuzz targets' seeds as tests" "BENCH;the benchmarks"
         "DOCS;the documents")
   list(GET part 0 name)
   list(GET part 1 what)

@@ -27,6 +27,7 @@ needTests()
 {
   needHeader gtest/gtest.h libgtest-dev
   needHeader openssl/evp.h libssl-dev
+  needHeader sqlite3ext.h libsqlite3-dev
   needProgram tshark tshark
   needProgram doxygen doxygen
   needProgram pkg-config pkgconf

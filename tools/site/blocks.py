@@ -14,7 +14,7 @@ import tempfile
 
 ROOT, HEADERS = sys.argv[1:3]
 BINARIES = [folder for folder in sys.argv[3:] if os.path.isdir(folder)]
-NEEDED = {"tshark": "tshark", "text2pcap": "tshark", "jq": "jq", "velnor3gpp": "the program"}
+NEEDED = {"tshark": "tshark", "text2pcap": "tshark", "jq": "jq", "velnor3gpp": "the program", "sqlite3": "sqlite3"}
 
 
 def plain(code):
@@ -51,12 +51,16 @@ def run(block):
         for binaries in BINARIES:
             for program in os.listdir(binaries):
                 os.symlink(os.path.join(binaries, program), os.path.join(folder, program))
-        environment = dict(os.environ, PATH=folder + ":" + os.environ["PATH"], HOME=folder)
+        environment = dict(os.environ, PATH=folder + ":" + os.environ["PATH"], HOME=folder,
+                           LD_LIBRARY_PATH=os.environ.get("VELNOR3GPP_SQLITE", ""))
         for command, output in commands(block):
             for program, package in NEEDED.items():
                 if re.search(rf"(^|\| *){program} ", command) and not has(program):
                     print(f"passed over (install {package}): {command}")
                     return None
+            if "mod_velnor3gpp" in block and "VELNOR3GPP_SQLITE" not in os.environ:
+                print(f"passed over (install libsqlite3-dev): {command}")
+                return None
             done = subprocess.run(["bash", "-c", command], cwd=folder, env=environment, stdin=subprocess.DEVNULL,
                                   stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True, timeout=60)
             shown = ".*".join(re.escape(piece) for piece in re.split(r"^\.\.\.\n", output, flags=re.M))

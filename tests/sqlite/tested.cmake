@@ -1,0 +1,2 @@
+set(tested velnor3gpp_sqlite)
+find_library(VELNOR_SQLITE sqlite3)
