@@ -1,7 +1,8 @@
 add_dependencies(test-${name} velnor3gpp_program)
 target_compile_definitions(test-${name} PRIVATE VELNOR_PROGRAM="$<TARGET_FILE:velnor3gpp_program>"
                            VELNOR_SAMPLES="${PROJECT_SOURCE_DIR}/samples")
-target_compile_definitions(test-${name} PRIVATE VELNOR_CORPUS="${PROJECT_SOURCE_DIR}/tests/corpus/data")
+target_compile_definitions(test-${name} PRIVATE VELNOR_CORPUS="${PROJECT_SOURCE_DIR}/tests/corpus/data"
+                           VELNOR_EXAMPLES="${PROJECT_SOURCE_DIR}/examples")
 # What runs the filter as others do. Debian's packages of Python belong to its own interpreter.
 find_program(VELNOR_PARALLEL_PROGRAM parallel)
 if(VELNOR_PARALLEL_PROGRAM)

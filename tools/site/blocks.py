@@ -14,7 +14,8 @@ import tempfile
 
 ROOT, HEADERS = sys.argv[1:3]
 BINARIES = [folder for folder in sys.argv[3:] if os.path.isdir(folder)]
-NEEDED = {"tshark": "tshark", "text2pcap": "tshark", "jq": "jq", "velnor3gpp": "the program", "sqlite3": "sqlite3"}
+NEEDED = {"tshark": "tshark", "text2pcap": "tshark", "jq": "jq", "velnor3gpp": "the program", "sqlite3": "sqlite3",
+          "parallel": "parallel"}
 
 
 def plain(code):
