@@ -150,7 +150,9 @@ static std::string stringWords(const What& what)
 
 static std::string choiceWords(const What& what)
 {
-  if (what.untagged) return "The alternative that " + joined(what.fields, ", ", " and ") + " tells";
+  if (what.untagged)
+    return "The alternative that " + joined(what.fields, ", ", " and ") +
+           " tells. Decoding leaves the others as they were: initialise the record before it is used";
   return "One of several alternatives";
 }
 
