@@ -208,13 +208,22 @@ static int takeRecordMember(velnor3gpp_Session& session, Frame& frame, const cha
   return 0;
 }
 
+static void noteTaken(Frame& record, const Frame& choice, const L3Row& alternative)
+{
+  record.untagged = choice.row;
+  record.taken = &alternative;
+}
+
 static int takeAlternative(velnor3gpp_Session& session, Frame& frame, const char* key, size_t length)
 {
   const L3Choice& choice = *static_cast<const L3Choice*>(frame.row->info);
   for (unsigned i = 0; i < choice.count; ++i) {
     const L3Alternative& alternative = choice.alternatives[i];
     if (!isKey(alternative.row, key, length)) continue;
-    if (choice.tagged) l3Store(frame.at + frame.row->offset, 4, alternative.tag);
+    if (choice.tagged)
+      l3Store(frame.at + frame.row->offset, 4, alternative.tag);
+    else if (choice.from == kL3SelectFields)
+      noteTaken((&frame)[-1], frame, alternative.row); // the record around the choice
     session.build->slot = slotOf(alternative.row, frame.at, &session.ctxt);
     return 0;
   }

@@ -28,6 +28,8 @@ struct Frame {
   uint8_t* entries; // list
   size_t count, capacity;
   uint64_t seen[kMaxRows / 64];
+  const L3Row* untagged; // record: the choice in it that keeps no number of its alternative, if that is there
+  const L3Row* taken;    // its alternative
 };
 
 struct Build {

@@ -100,18 +100,28 @@ const char* missingMember(const Frame& frame, bool keeps)
   return nullptr;
 }
 
+static const L3Alternative* toldAlternative(const L3Choice& choice, const uint8_t* record)
+{
+  return l3FindBySelector(choice, l3JoinFields(choice.fields, choice.fieldCount, record));
+}
+
 // A choice that other members select has the alternative that they tell. An encoder goes by those members, and would
 // take the octets of one alternative for the pointers of another. Members that tell none go with a choice of none.
 static bool isContradicted(const L3Row& row, const uint8_t* record)
 {
   const L3Choice& choice = *static_cast<const L3Choice*>(row.info);
   if (choice.from != kL3SelectFields || !choice.tagged) return false;
-  const L3Alternative* told = l3FindBySelector(choice, l3JoinFields(choice.fields, choice.fieldCount, record));
+  const L3Alternative* told = toldAlternative(choice, record);
   return (told ? told->tag : 0) != static_cast<uint32_t>(l3Load(record + row.offset, 4));
 }
 
 const L3Row* contradictedChoice(const Frame& frame)
 {
+  if (frame.untagged) {
+    const L3Alternative* told = toldAlternative(*static_cast<const L3Choice*>(frame.untagged->info), frame.at);
+    bool same = told && told->row.type == frame.taken->type && told->row.offset == frame.taken->offset;
+    if (!same) return frame.untagged;
+  }
   unsigned count = membersOf(*frame.type);
   for (unsigned i = 0; i < count; ++i) {
     const L3Row& row = rowAt(*frame.type, i);

@@ -59,6 +59,14 @@ velnor3gpp_TypeFacts factsOf(const velnor3gpp_Type* type)
   return facts;
 }
 
+velnor3gpp_Result resultOf(velnor3gpp_Session* session)
+{
+  velnor3gpp_Result result = {};
+  result.size = sizeof result;
+  velnor3gpp_result(session, &result);
+  return result;
+}
+
 const velnor3gpp_Type* findType(const std::string& name)
 {
   return velnor3gpp_typeByName(name.c_str(), nullptr);

@@ -11,6 +11,8 @@
 
 // The facts of a type.
 velnor3gpp_TypeFacts factsOf(const velnor3gpp_Type* type);
+// What came of the session's last message.
+velnor3gpp_Result resultOf(velnor3gpp_Session* session);
 // The type of that full or short name in any case, or null.
 const velnor3gpp_Type* findType(const std::string& name);
 // The same; throws UsageError with the nearest names, or with all of them where several have the short name.

@@ -134,11 +134,3 @@ const velnor3gpp_Type* typeOf(const SessionOptions& options)
 {
   return options.as.empty() ? nullptr : typeNamed(options.as);
 }
-
-velnor3gpp_Result resultOf(velnor3gpp_Session* session)
-{
-  velnor3gpp_Result result = {};
-  result.size = sizeof result;
-  velnor3gpp_result(session, &result);
-  return result;
-}

@@ -9,6 +9,7 @@
 
 #include "captureFile.h"
 #include "keys.h"
+#include "names.h"
 #include "velnor3gpp/velnor3gpp.h"
 
 // What messages are and how to read them. The texts are those of the command line.
@@ -49,8 +50,6 @@ void selectKeys(velnor3gpp_Session* session, const SessionOptions& options,
                 const velnor3gpp_CaptureConnection* connection);
 // The type of --as, or null without one. Throws UsageError.
 const velnor3gpp_Type* typeOf(const SessionOptions& options);
-// What came of the session's last message.
-velnor3gpp_Result resultOf(velnor3gpp_Session* session);
 // Throws std::bad_alloc for RTX_E_NO_MEMORY. Returns the status.
 int checkMemory(int status);
 

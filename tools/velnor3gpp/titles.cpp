@@ -4,7 +4,6 @@
 #include <vector>
 
 #include "names.h"
-#include "session.h"
 #include "words.h"
 
 namespace {

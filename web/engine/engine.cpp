@@ -32,14 +32,6 @@ std::string quoted(std::string_view text)
   return result + '"';
 }
 
-velnor3gpp_Result resultOf(velnor3gpp_Session* session)
-{
-  velnor3gpp_Result result = {};
-  result.size = sizeof result;
-  velnor3gpp_result(session, &result);
-  return result;
-}
-
 // Makes room for `count` octets and returns where.
 PAGE_CALL(room) uint8_t* room(size_t count)
 {

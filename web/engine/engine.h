@@ -25,6 +25,5 @@ Engine& engine();
 std::string_view roomText(size_t count);
 // A string of JSON with its quotes. What is no ASCII becomes a question mark: names and words of the library have none.
 std::string quoted(std::string_view text);
-velnor3gpp_Result resultOf(velnor3gpp_Session* session);
 
 #endif

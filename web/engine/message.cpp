@@ -80,7 +80,8 @@ PAGE_CALL(summary) void summary()
   std::string& text = engine().text;
   text = "{\"title\":" + quoted(*result.title ? result.title : result.message) + ",\"type\":" + quoted(name);
   text += ",\"dir\":" + std::to_string(result.direction);
-  text += ",\"sender\":" + std::to_string(senderOf(engine().session)) + ",\"outcome\":" + quoted(outcomeOf(result));
+  text += std::string(",\"both\":") + (isSentByBoth(engine().session) ? "true" : "false") +
+          ",\"outcome\":" + quoted(outcomeOf(result));
   text += ",\"fault\":" + quoted(result.status < 0 ? firstFault() : "");
   text += ",\"check\":" + std::to_string(result.check) + ",\"used\":" + std::to_string(result.used);
   text += ",\"missing\":" + std::to_string(result.missing) + "}";

@@ -160,7 +160,7 @@ function show(message) {
 function showAbout(message, whole, root) {
   const summary = message.summary ?? {};
   const unread = (whole.unknown ?? []).filter(kept => kept.why !== "padding").length;
-  const byTrial = !message.dir && summary.sender === 0 && summary.check !== 1;
+  const byTrial = !message.dir && summary.both && summary.check !== 1;
   byId("title").textContent = nameOf(message);
   const facts = [["place", state.messages.length > 1 || message.time ? message.place : ""], ["time", timeOf(message.time)], ["dir " + DIRECTIONS[summary.dir ?? 0], { 1: "up, from the mobile", 2: "down, to the mobile" }[summary.dir]?.concat(byTrial ? " (by trial)" : "")],
     ["type", summary.title ? summary.type : ""], ["check " + (summary.check === 1 ? "good" : summary.check === 2 ? "bad" : ""), summary.protection],
