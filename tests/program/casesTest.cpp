@@ -23,6 +23,13 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// KiB of addresses that a command needs at most. Sanitizers have memory of their own.
+#if defined __SANITIZE_ADDRESS__ || defined __SANITIZE_THREAD__
+constexpr char kRoom[] = "unlimited";
+#else
+constexpr char kRoom[] = "200000";
+#endif
+
 size_t countOf(const std::string& text, const std::string& part)
 {
   size_t count = 0;
@@ -49,6 +56,7 @@ protected:
     umask(077); // key files are made as they should be
     setenv("PATH", (fs::path(VELNOR_PROGRAM).parent_path().string() + ":" + getenv("PATH")).c_str(), 1);
     setenv("SAMPLES", VELNOR_SAMPLES, 1);
+    setenv("ROOM", kRoom, 1);
   }
   void TearDown() override { fs::remove_all(dir); }
 

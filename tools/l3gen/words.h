@@ -49,6 +49,14 @@ std::vector<Range> ranges(const Place& place, const std::string& text);
 std::vector<Term> condition(const Place& place, const std::string& text);
 unsigned bitCount(const Place& place, const std::string& text, unsigned most);
 
+// One row: readRow.cpp.
+void readLength(Words& w, Row& row);
+Standard takeStandard(Words& w);
+void refuseStandard(const Place& place, const Standard& standard, bool fits);
+Row readStandardRow(Words& w);
+Row readRow(Words& w);
+void takeTitle(Words& w, std::string& title, std::string& direction);
+Row readAlternative(Words& w, const What& parent);
 // What an element is, how often, and the words behind: readWhat.cpp.
 What readWhat(Words& w);
 void readSelector(Words& w, What& what);

@@ -1,0 +1,338 @@
+// Writing of the rows of a type's descriptor, and of the tables that they point at.
+#include <algorithm>
+#include <numeric>
+#include <set>
+
+#include "tables.h"
+
+namespace l3gen {
+
+static std::string join(const std::string& path, const std::string& member)
+{
+  return path.empty() || member.empty() ? path + member : path + "." + member;
+}
+
+static std::string limits(const std::optional<Range>& range)
+{
+  return range ? format("%uU, %uU", range->lo, range->hi) : "0, 0";
+}
+
+
+static std::string octetsInfo(TableWriter& w, const Row& row)
+{
+  const What& what = row.what;
+  return w.object("L3Octets",
+                  format("%s, %u, %d, %u, %u, 1, {%s}, %s", l3Traits(what.from).symbol, what.bits, row.range ? 1 : 0,
+                         what.max, what.octets, w.count(what.count).c_str(), limits(row.range).c_str()));
+}
+
+static std::string textInfo(TableWriter& w, const Row& row)
+{
+  const What& what = row.what;
+  bool chars = what.kind == WhatKind::Chars;
+  return w.object("L3Text", format("%s, %u, %d, %d, %u, %s, %s", chars ? "kL3Rest" : l3Traits(what.from).symbol,
+                                   what.bits, what.labels, row.range ? 1 : 0, chars ? what.octets : 0,
+                                   w.field(what.count.field).c_str(), limits(row.range).c_str()));
+}
+
+static std::string listInfo(TableWriter& w, const Row& row, const std::string& path)
+{
+  const Often& often = row.often;
+  Row elem;
+  elem.place = row.place;
+  elem.name = "elem";
+  elem.what = row.what;
+  elem.range = row.range;
+  std::string entry = rowInit(w, elem, "");
+  std::string at = join(path, "elem");
+  std::string offset = "static_cast<uint32_t>(" + w.off(at) + " - " + w.off(path) + ")";
+  std::string size = "sizeof(static_cast<" + w.type.full + "*>(nullptr)->" + at + "[0])";
+  return w.object("L3List",
+                  format("%s, %u, %d, %u, %s, %s, {%s}, %s, {%s}", l3Traits(often.end).symbol, often.zeroBits,
+                         often.range ? 1 : 0, often.bounded() ? often.range->hi : 0, offset.c_str(), size.c_str(),
+                         w.count(often.count).c_str(), limits(often.range).c_str(), entry.c_str()));
+}
+
+// The codes of a choice, entry for entry of its table, and the tree that finds them.
+static std::string codesInfo(TableWriter& w, const What& what)
+{
+  std::vector<std::string> codes, nodes;
+  for (auto& alternative : what.alternatives)
+    for (auto& code : alternative.codes)
+      codes.push_back(format("%uU, 0x%08XU, %zu", codeValue(code), codeMask(code), code.size()));
+  for (auto& node : what.nodes)
+    nodes.push_back(
+        format("%d, %d, 0x%08XU, %d, 0x%08XU", node.padded, node.next[0], node.value[0], node.next[1], node.value[1]));
+  std::string codeTable = w.array("L3Code", codes);
+  return codeTable + ", " + (nodes.empty() ? "nullptr" : w.array("Rtx3gppAltDetmntNode", nodes)) +
+         format(", %zu", nodes.size());
+}
+
+std::string fieldTable(TableWriter& w, const std::vector<std::string>& names)
+{
+  std::vector<std::string> fields;
+  for (auto& name : names) {
+    std::string field = w.field(name);
+    fields.push_back(field.substr(1, field.size() - 2));
+  }
+  return w.array("L3Field", fields);
+}
+
+static std::string choiceInfo(TableWriter& w, const Row& row, const std::string& path)
+{
+  const What& what = row.what;
+  std::vector<std::string> items;
+  std::string unionPath = what.untagged ? path : join(path, "u");
+  unsigned tag = 0, count = 0;
+  for (auto& alternative : what.alternatives) {
+    ++tag;
+    std::string init = rowInit(w, alternative, join(unionPath, alternative.member));
+    auto values = alternative.values.empty() ? std::vector<Range>{{0, 0}} : alternative.values;
+    for (auto& value : values) {
+      items.push_back(format("%uU, %uU, %u, %d, {%s}", value.lo, value.hi, tag, alternative.other, init.c_str()));
+      ++count;
+    }
+  }
+  std::string table = w.array("L3Alternative", items);
+  std::string selectors = what.fields.empty() ? "nullptr" : fieldTable(w, what.fields);
+  std::string size = "sizeof(static_cast<" + w.type.full + "*>(nullptr)->" + unionPath + ")";
+  if (unionPath.empty()) size = "sizeof(" + w.type.full + ")";
+  std::string codes = what.select == kL3SelectCode ? codesInfo(w, what) : "nullptr, nullptr, 0";
+  return w.object("L3Choice",
+                  format("%s, %u, %d, %zu, %u, %uU, %s, %s, %s, %s, %s", l3Traits(what.select).symbol, what.bits,
+                         !what.untagged, what.fields.size(), count, what.mask, w.off(unionPath).c_str(), size.c_str(),
+                         selectors.c_str(), table.c_str(), codes.c_str()));
+}
+
+// A table of 256 octets, by value.
+std::string byteTable(TableWriter& w, const std::string& name, const std::vector<unsigned>& values)
+{
+  std::string table = name + "_" + w.type.full + w.tag;
+  w.out += "static const uint8_t " + table + "[256] = {";
+  for (unsigned value : values) w.out += std::to_string(value) + ",";
+  w.out += "};\n";
+  return table;
+}
+
+static std::string bodyInfo(TableWriter& w, const Row& row, const std::string& path)
+{
+  const What& what = row.what;
+  std::vector<std::string> items;
+  for (size_t i = 0; i < what.alternatives.size(); ++i) {
+    const Row& m = what.alternatives[i];
+    std::string type = m.what.type ? "&l3_" + m.what.type->full : "nullptr";
+    size_t next = i + 1;
+    while (next < what.alternatives.size() && what.alternatives[next].msgType != m.msgType) ++next;
+    const Type* told = m.title.empty() ? m.what.type : nullptr;
+    items.push_back(format("%u, 0x%02X, %u, %d, \"u.obj_%s\\0\" \"%s\", %s, %zu, %d, %d, %u", m.discriminator,
+                           m.msgType, m.tag, m.place.line, m.name.c_str(), (told ? told->title : m.title).c_str(),
+                           type.c_str(), next < what.alternatives.size() ? next + 1 : 0, m.inlined,
+                           directionNumber(told ? told->direction : m.direction), m.standard.number));
+  }
+  std::string second = &row == bodiesOf(w.type)[0] ? "" : "_" + row.member,
+              name = "bodies" + second + "_" + w.type.full + w.tag;
+  w.out += "static const L3BodyRow " + name + "[] = {";
+  for (auto& item : items) w.out += "\n  {" + item + "},";
+  w.out += "};\n";
+  unsigned position = 0;
+  std::vector<unsigned> byType(256, 0), byTag(256, 0);
+  for (auto& m : what.alternatives) {
+    ++position;
+    if (m.msgType < 256 && !byType[m.msgType]) byType[m.msgType] = position;
+    if (m.tag < 256) byTag[m.tag] = position;
+  }
+  std::string types = byteTable(w, "types" + second, byType), tags = byteTable(w, "tags" + second, byTag);
+  bool two = what.fields.size() == 2;
+  std::string only = what.underOnly ? format("%uU", what.under) : "kL3NoLimit";
+  return w.object("L3Body",
+                  format("%s, %s, %s, %s, %zu, %s, %s, %s", two ? w.field(what.fields[0]).c_str() : "{0, 0, 0}",
+                         w.field(what.fields.back()).c_str(), only.c_str(), w.off(join(path, "u")).c_str(),
+                         items.size(), name.c_str(), types.c_str(), tags.c_str()));
+}
+
+static std::string lengthInfo(TableWriter& w, const Row& row)
+{
+  return w.object("L3Length",
+                  format("%u, %d, %d, %d, %d, %d, %u, %s, %d", row.number, row.countsBits ? 1 : 8, row.range ? 1 : 0,
+                         row.words.count("full-length") != 0, !row.member.empty(), row.fromOctet, row.bias,
+                         limits(row.range).c_str(), row.words.count("zero-widens") != 0));
+}
+
+static std::string condInfo(TableWriter& w, const Row& row)
+{
+  if (row.cond.empty()) return "nullptr";
+  std::vector<std::string> terms;
+  int any = 0;
+  for (auto& term : row.cond) {
+    for (auto& value : term.values)
+      terms.push_back(
+          format("%s, %uU, %uU, %d, %d", w.field(term.field).c_str(), value.lo, value.hi, term.negate, any));
+    ++any;
+  }
+  std::string table = w.array("L3Term", terms);
+  return w.object("L3Cond", format("%s, %zu", table.c_str(), terms.size()));
+}
+
+std::string partName(const Type& type, const Range& part)
+{
+  return format("l3part%u_%u_%s", part.lo, part.hi, type.full.c_str());
+}
+
+struct Coded {
+  const char* op = "kL3Nothing";
+  std::string info = "nullptr", type = "nullptr", offset = "0";
+  unsigned bits = 0, store = 0;
+  std::optional<Range> range;
+};
+
+static std::string unaryInfo(TableWriter& w, const What& what)
+{
+  const What& counted = what.type ? what.type->rows[0].what : what;
+  if (counted.type) return unaryInfo(w, counted);
+  switch (counted.repeated) {
+    case 'L':
+      return w.object("L3Unary", "0x2B, 1");
+    case 'H':
+      return w.object("L3Unary", "0xD4, 1");
+    default:
+      return w.object("L3Unary", counted.repeated == '1' ? "0xFF, 0" : "0x00, 0");
+  }
+}
+
+static void codeScalar(TableWriter& w, const Row& row, Coded& c)
+{
+  Scalar scalar = *scalarOf(row.what);
+  c.bits = scalar.bits;
+  c.store = storeOf(row.what);
+  c.op = scalar.kind == WhatKind::Flag ? "kL3Bool" : "kL3UInt";
+  if (row.what.type && row.what.type != &w.type) c.type = "&l3_" + row.what.type->full;
+  c.range = row.range ? row.range : scalar.range;
+  if (scalar.kind == WhatKind::Unary) {
+    c.op = "kL3Unary";
+    c.info = unaryInfo(w, row.what);
+  }
+  if (!scalar.named) return;
+  c.op = "kL3Enumerated";
+  c.info = "&l3enum_" + scalar.named->full;
+}
+
+static Coded code(TableWriter& w, const Row& row, const std::string& path)
+{
+  Coded c;
+  c.offset = w.off(path);
+  if (row.often.end != kL3NoList) {
+    c.op = "kL3List";
+    c.info = listInfo(w, row, path);
+    return c;
+  }
+  if (scalarOf(row.what)) {
+    codeScalar(w, row, c);
+    return c;
+  }
+  switch (row.what.kind) {
+    case WhatKind::Octets:
+      c.op = "kL3Octets";
+      c.info = octetsInfo(w, row);
+      break;
+    case WhatKind::BitString:
+      c.op = "kL3BitString";
+      c.info = w.object("L3BitString", format("%u, 1, %s, {%s}", row.what.max, l3Traits(row.what.from).symbol,
+                                              w.count(row.what.count).c_str()));
+      break;
+    case WhatKind::Text:
+    case WhatKind::Chars:
+      c.op = "kL3Text";
+      c.info = textInfo(w, row);
+      break;
+    case WhatKind::Type:
+      c.op = row.what.rest ? "kL3TextType" : "kL3Record";
+      c.type = "&l3_" + row.what.type->full;
+      if (!w.tag.empty() && row.standard.kind == Standard::Part) c.type = "&" + partName(*row.what.type, row.standard.part);
+      if (row.argument) c.info = w.object("L3Count", w.count(*row.argument));
+      break;
+    case WhatKind::Choice:
+      c.op = "kL3Choice";
+      c.info = choiceInfo(w, row, path);
+      if (!row.what.untagged) c.offset = w.off(join(path, "t"));
+      break;
+    case WhatKind::Body:
+      c.op = "kL3Body";
+      c.info = bodyInfo(w, row, path);
+      c.offset = w.off(join(path, "t"));
+      break;
+    default:
+      c.offset = "0";
+      break;
+  }
+  return c;
+}
+
+// Pushed and printed under the name of another element: what a record calls it stands behind the name's end.
+static bool hasOwnKey(const Row& row)
+{
+  return row.words.count("name-as") != 0;
+}
+
+static std::string rowName(const Row& row)
+{
+  if (row.name.empty() || row.mark == Mark::Release) return "nullptr";
+  return "\"" + row.name + (hasOwnKey(row) ? "\\0\" \"" + row.member : "") + "\"";
+}
+
+static std::string rowFlags(const Row& row, const Coded& c)
+{
+  std::string flags = "0";
+  bool extList = row.given == kL3GivenMore && row.what.type && !row.what.type->rows.empty() &&
+                 row.what.type->rows.back().often.end == kL3WhileExt;
+  if (row.extLast) flags += " | kL3ExtLast";
+  if (extList || row.often.end == kL3WhileExt) flags += row.given == kL3GivenMore ? " | kL3ExtList" : "";
+  if (row.inRelease) flags += " | kL3InRelease";
+  if (row.what.wide) flags += " | kL3Wide";
+  auto scalar = row.often.end == kL3NoList ? scalarOf(row.what) : std::nullopt;
+  if (scalar && scalar->padded) flags += " | kL3LH";
+  if (c.range) flags += " | kL3Ranged";
+  if (hasOwnKey(row)) flags += " | kL3OwnKey";
+  return flags;
+}
+
+static std::string bit(int number)
+{
+  return number < 0 ? "kL3NoBit" : std::to_string(number);
+}
+
+std::string rowInit(TableWriter& w, const Row& row, const std::string& path)
+{
+  Coded c;
+  if (row.mark == Mark::Length) {
+    c.op = "kL3Length";
+    c.info = lengthInfo(w, row);
+    c.offset = w.off(row.member);
+    c.bits = row.number;
+    c.store = row.member.empty() ? 0 : storeForBits(row.storedBits ? row.storedBits : row.number);
+  } else if (row.mark == Mark::EndLength) {
+    c.op = "kL3EndLength";
+  } else if (row.mark == Mark::Release) {
+    const auto& rows = w.type.rows;
+    size_t at = static_cast<size_t>(&row - rows.data()), count = 0;
+    while (at + 1 + count < rows.size() && rows[at + 1 + count].inRelease) ++count;
+    c.op = "kL3Release";
+    c.info = w.object("L3Release", format("%u, %u, %zu", row.number, row.fit, count));
+  } else if (row.mark == Mark::Extra) {
+    c.op = "kL3Extra";
+    c.bits = row.what.bits;
+  } else if (row.mark == Mark::Tail) {
+    c.op = "kL3Tail";
+    c.bits = row.words.count("shifts") != 0;
+  } else {
+    c = code(w, row, path);
+  }
+  std::string cond = condInfo(w, row);
+  std::string name = rowName(row);
+  size_t nameLength = name == "nullptr" ? 0 : row.name.size();
+  return format("%s, %s, %s, %s, %s, %s, %d, %s, %s, %s, %d, %s, %s, %u, %u, %s, %zu", name.c_str(), c.type.c_str(),
+                c.info.c_str(), cond.c_str(), c.offset.c_str(), limits(c.range).c_str(), row.place.line,
+                bit(row.mBit).c_str(), bit(row.groupBit).c_str(), c.op, row.room, l3Traits(row.given).symbol,
+                l3Traits(row.lead).symbol, c.bits, c.store, rowFlags(row, c).c_str(), nameLength);
+}
+
+} // namespace l3gen
