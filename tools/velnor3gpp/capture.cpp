@@ -95,7 +95,7 @@ static void convert(Run& run, velnor3gpp_CaptureFrame frame)
   ++run.messages;
   bool asked = run.options.redact || !run.options.only.empty();
   if (asked) decode(run, frame);
-  if (!isChosen(run, frame)) {
+  if (!run.options.only.empty() && !isChosen(run, frame)) {
     ++run.notChosen;
     return;
   }
@@ -112,21 +112,13 @@ static void refuse(Run& run, const std::string& place, const std::string& proble
 static void convertLine(Run& run, const Message& message)
 {
   velnor3gpp_Session* session = run.session.get();
+  velnor3gpp_CaptureFrame frame;
   try {
     decodeMessage(session, run.options.session, message);
+    frame = frameOf(session, message.octets.data(), message.octets.size());
   } catch (const UsageError& error) {
     return refuse(run, message.place, error.what());
   }
-  velnor3gpp_Result result = resultOf(session);
-  velnor3gpp_CaptureFrame frame = {};
-  frame.size = sizeof frame;
-  frame.type = result.type;
-  frame.direction = result.direction;
-  frame.dissector = velnor3gpp_captureDissector(result.type, message.octets.data(), message.octets.size());
-  frame.octets = message.octets.data();
-  frame.count = message.octets.size();
-  if (!frame.dissector)
-    return refuse(run, message.place, std::string("no dissector reads ") + factsOf(result.type).name);
   convert(run, frame);
 }
 

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "frame.h"
 #include "names.h"
 #include "session.h"
 
@@ -18,6 +19,21 @@ static bool isPcapName(const std::string& name)
 bool isCaptureName(const std::string& name)
 {
   return isPcapName(name) || endingOf(name) == ".pcapng";
+}
+
+velnor3gpp_CaptureFrame frameOf(velnor3gpp_Session* session, const uint8_t* octets, size_t count)
+{
+  velnor3gpp_Result result = resultOf(session);
+  velnor3gpp_CaptureFrame frame = {};
+  frame.size = sizeof frame;
+  frame.type = result.type;
+  frame.direction = result.direction;
+  frame.dissector = result.type ? velnor3gpp_captureDissector(result.type, octets, count) : nullptr;
+  frame.octets = octets;
+  frame.count = count;
+  if (!frame.dissector)
+    throw UsageError(std::string("no dissector reads ") + (result.type ? factsOf(result.type).name : "the octets"));
+  return frame;
 }
 
 void CaptureOutput::open()

@@ -7,10 +7,15 @@
 #include <string>
 
 #include "output.h"
+#include "velnor3gpp/velnor3gpp.h"
 #include "velnor3gpp/velnor3gppCapture.h"
 
 // Is the file named as captures are: .pcapng, .pcap or .cap?
 bool isCaptureName(const std::string& name);
+
+// A frame with the octets of the session's last message, under the dissector of its form and without a time. Throws
+// UsageError where no dissector reads the form.
+velnor3gpp_CaptureFrame frameOf(velnor3gpp_Session* session, const uint8_t* octets, size_t count);
 
 // A capture under a name, "-" for an output that is open: pcap if the name ends in .pcap or .cap, else pcapng. Nothing
 // is made before the first message is written or the end is there, so that a mistake leaves no file behind.

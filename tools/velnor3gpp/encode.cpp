@@ -42,16 +42,14 @@ static void refuse(Run& run, const std::string& place)
 // The message in a frame under the dissector of its form.
 static void writeFrame(Run& run, const std::string& place, const uint8_t* octets, size_t count)
 {
-  velnor3gpp_Result result = resultOf(run.session.get());
-  velnor3gpp_CaptureFrame frame = {};
-  frame.size = sizeof frame;
-  frame.direction = result.direction;
-  frame.dissector = result.type ? velnor3gpp_captureDissector(result.type, octets, count) : nullptr;
-  frame.octets = octets;
-  frame.count = count;
-  if (frame.dissector && run.capture->write(frame) >= 0) return;
+  std::string fault = "the octets fit in no frame";
+  try {
+    if (run.capture->write(frameOf(run.session.get(), octets, count)) >= 0) return;
+  } catch (const UsageError& error) {
+    fault = error.what();
+  }
   ++run.bad;
-  complain(run.out, place + ": no dissector reads " + (result.type ? factsOf(result.type).name : "it"));
+  complain(run.out, place + ": " + fault);
 }
 
 static void encodeOne(Run& run, const std::string& place, const std::string& text)
