@@ -166,9 +166,9 @@ static int capture(const Options& options, Output& out)
   return run.bad ? kExitUsage : kExitDone;
 }
 
-void addCapture(CLI::App& app, Program& program)
+void addCapture(Command& app, Program& program)
 {
-  CLI::App* command =
+  Command command =
       newCommand(app, "capture", "Write messages into a capture that opens without a setting",
                  {{"velnor3gpp capture samples/attach.pcap /tmp/attach.pcapng", "find the messages in a capture"},
                   {"velnor3gpp capture --redact --only up samples/attach.pcap /tmp/attach.pcap",
@@ -176,15 +176,14 @@ void addCapture(CLI::App& app, Program& program)
                   {"velnor3gpp capture samples/registration-request.hex /tmp/request.pcapng",
                    "lines of octets for the dissector"}});
   auto options = std::make_shared<Options>();
-  command->add_option("in", options->in, "capture or lines of octets to read; - is standard input")->required();
+  command.addOption("in", options->in, "capture or lines of octets to read; - is standard input").required();
+  command.addOption("out", options->out, "capture to write: pcapng, or pcap if it ends in .pcap; - is standard output")
+      .required();
   command
-      ->add_option("out", options->out, "capture to write: pcapng, or pcap if it ends in .pcap; - is standard output")
-      ->required();
-  addRepeated(*command, "--only", options->only,
-              "by direction, dissector or a word of the name; several: all have to hold")
-      ->type_name("WORD");
-  command->add_flag("--redact", options->redact,
-                    "replace identities, numbers, places, payloads; no comments, no addresses");
-  addSessionOptions(*command, options->session);
-  command->callback([&program, options] { program.code = capture(*options, program.out); });
+      .addRepeated("--only", options->only, "by direction, dissector or a word of the name; several: all have to hold")
+      .valueName("WORD");
+  command.addFlag("--redact", options->redact,
+                  "replace identities, numbers, places, payloads; no comments, no addresses");
+  addSessionOptions(command, options->session);
+  command.callback([&program, options] { program.code = capture(*options, program.out); });
 }

@@ -66,11 +66,11 @@ static std::string linkFault(const std::string& word)
   return status < 0 || mark + 1 == word.size() ? "'" + word + "'" + kHelp : "";
 }
 
-void addLinkOption(CLI::App& command, LinkNames& names)
+void addLinkOption(Command& command, LinkNames& names)
 {
-  addRepeated(command, "--dlt", names.given, "captures: the dissector of a user link type, 147=nas-5gs")
-      ->type_name("N=NAME")
-      ->check(linkFault);
+  command.addRepeated("--dlt", names.given, "captures: the dissector of a user link type, 147=nas-5gs")
+      .valueName("N=NAME")
+      .check(linkFault);
 }
 
 bool isCaptureFile(const std::string& name)

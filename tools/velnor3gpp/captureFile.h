@@ -3,7 +3,6 @@
 #ifndef VELNOR3GPP_PROGRAM_CAPTURE_FILE_H
 #define VELNOR3GPP_PROGRAM_CAPTURE_FILE_H
 
-#include <CLI/CLI.hpp>
 #include <functional>
 #include <memory>
 #include <string>
@@ -11,13 +10,15 @@
 
 #include "velnor3gpp/velnor3gppCapture.h"
 
+class Command;
+
 // Which dissectors the user's link types belong to, as --dlt says.
 struct LinkNames {
   std::vector<std::string> given; // "147=nas-5gs"
 };
 
 // Adds --dlt N=NAME, any number of times.
-void addLinkOption(CLI::App& command, LinkNames& names);
+void addLinkOption(Command& command, LinkNames& names);
 
 // Does the file, which can be read twice, begin as a capture?
 bool isCaptureFile(const std::string& name);

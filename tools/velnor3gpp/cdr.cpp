@@ -281,16 +281,16 @@ static int walkFile(const Options& options, Output& out)
   return kExitDone;
 }
 
-void addCdr(CLI::App& app, Program& program)
+void addCdr(Command& app, Program& program)
 {
-  CLI::App* command =
+  Command command =
       newCommand(app, "cdr", "Walk through a file of charging data records",
                  {{"velnor3gpp cdr samples/records.cdr", "its header, and a line for each record"},
                   {"velnor3gpp cdr --json samples/records.cdr", "the same as JSON, a line each"},
                   {"velnor3gpp cdr --extract /tmp/records samples/records.cdr", "write each record to a file"}});
   auto options = std::make_shared<Options>();
-  command->add_option("file", options->file, "charging file (TS 32.297); - is standard input")->required();
-  command->add_option("--extract", options->folder, "write each record to a file in this folder")->type_name("DIR");
-  command->add_flag("--json", options->json, "a line of JSON for the header and for each record");
-  command->callback([&program, options] { program.code = walkFile(*options, program.out); });
+  command.addOption("file", options->file, "charging file (TS 32.297); - is standard input").required();
+  command.addOption("--extract", options->folder, "write each record to a file in this folder").valueName("DIR");
+  command.addFlag("--json", options->json, "a line of JSON for the header and for each record");
+  command.callback([&program, options] { program.code = walkFile(*options, program.out); });
 }

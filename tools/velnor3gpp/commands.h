@@ -4,20 +4,20 @@
 
 #include "frame.h"
 
-void addCapture(CLI::App& app, Program& program);
-void addCdr(CLI::App& app, Program& program);
-void addCompletion(CLI::App& app, Program& program);
-void addDecode(CLI::App& app, Program& program);
-void addEncode(CLI::App& app, Program& program);
-void addExplain(CLI::App& app, Program& program);
-void addFilter(CLI::App& app, Program& program);
-void addList(CLI::App& app, Program& program);
-void addManual(CLI::App& app, Program& program);
-void addRedact(CLI::App& app, Program& program);
-void addRoundtrip(CLI::App& app, Program& program);
-void addSchema(CLI::App& app, Program& program);
-void addTemplate(CLI::App& app, Program& program);
-void addTrace(CLI::App& app, Program& program);
-void addVersion(CLI::App& app, Program& program);
+void addCapture(Command& app, Program& program);
+void addCdr(Command& app, Program& program);
+void addCompletion(Command& app, Program& program);
+void addDecode(Command& app, Program& program);
+void addEncode(Command& app, Program& program);
+void addExplain(Command& app, Program& program);
+void addFilter(Command& app, Program& program);
+void addList(Command& app, Program& program);
+void addManual(Command& app, Program& program);
+void addRedact(Command& app, Program& program);
+void addRoundtrip(Command& app, Program& program);
+void addSchema(Command& app, Program& program);
+void addTemplate(Command& app, Program& program);
+void addTrace(Command& app, Program& program);
+void addVersion(Command& app, Program& program);
 
 #endif

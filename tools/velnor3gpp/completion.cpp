@@ -10,39 +10,38 @@ struct Offer {
   bool takesValue;
 };
 
-struct Command {
+struct Topic {
   std::string name, purpose;
   std::vector<Offer> offers;
 };
 
 } // namespace
 
-static std::vector<Command> commandsOf(const CLI::App& app)
+static std::vector<Topic> topicsOf(const Command& app)
 {
-  std::vector<Command> commands;
-  for (const CLI::App* sub : app.get_subcommands([](const CLI::App* each) { return !each->get_group().empty(); })) {
-    Command command{sub->get_name(), sub->get_description(), {}};
-    for (const CLI::Option* option : sub->get_options())
-      for (const std::string& name : option->get_lnames())
-        command.offers.push_back({"--" + name, option->get_description(), option->get_type_name() == "FILE",
-                                  option->get_expected_max() > 0 && option->get_type_size() > 0});
-    commands.push_back(command);
+  std::vector<Topic> topics;
+  for (const CommandText& command : app.commands()) {
+    Topic topic{command.name, command.purpose, {}};
+    for (const OptionText& option : command.options)
+      for (const std::string& name : option.longNames)
+        topic.offers.push_back({"--" + name, option.purpose, option.valueName == "FILE", option.takesValue});
+    topics.push_back(topic);
   }
-  return commands;
+  return topics;
 }
 
-static std::string words(const Command& command)
+static std::string words(const Topic& topic)
 {
   std::string text;
-  for (const Offer& offer : command.offers) text += (text.empty() ? "" : " ") + offer.option;
+  for (const Offer& offer : topic.offers) text += (text.empty() ? "" : " ") + offer.option;
   return text;
 }
 
 // Types stand where --as, explain, template and schema take them; the program lists them itself.
-static void writeBash(const std::vector<Command>& commands, Output& out)
+static void writeBash(const std::vector<Topic>& topics, Output& out)
 {
   std::string names;
-  for (const Command& command : commands) names += (names.empty() ? "" : " ") + command.name;
+  for (const Topic& topic : topics) names += (names.empty() ? "" : " ") + topic.name;
   out.write("_velnor3gpp()\n{\n"
             "  local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD-1]} offers=\n"
             "  COMPREPLY=()\n"
@@ -56,8 +55,8 @@ static void writeBash(const std::vector<Command>& commands, Output& out)
             "    *:--channel) offers='bcch ccch dcch sacch short' ;;\n"
             "    *:--color) offers='auto always never' ;;\n"
             "    completion:completion) offers='bash zsh fish' ;;\n");
-  for (const Command& command : commands)
-    out.write("    " + command.name + ":*) [[ $word == -* ]] && offers='" + words(command) + "' ;;\n");
+  for (const Topic& topic : topics)
+    out.write("    " + topic.name + ":*) [[ $word == -* ]] && offers='" + words(topic) + "' ;;\n");
   out.write("  esac\n"
             "  if [[ $offers ]]; then COMPREPLY=($(compgen -W \"$offers\" -- \"$word\"))\n"
             "  else COMPREPLY=($(compgen -f -- \"$word\")); fi\n"
@@ -72,10 +71,10 @@ static std::string plain(const std::string& text)
   return result;
 }
 
-static void writeZsh(const std::vector<Command>& commands, Output& out)
+static void writeZsh(const std::vector<Topic>& topics, Output& out)
 {
   out.write("#compdef velnor3gpp\n_velnor3gpp()\n{\n  if ((CURRENT == 2)); then\n    local -a commands=(\n");
-  for (const Command& command : commands) out.write("      '" + command.name + ":" + plain(command.purpose) + "'\n");
+  for (const Topic& topic : topics) out.write("      '" + topic.name + ":" + plain(topic.purpose) + "'\n");
   out.write("    )\n    _describe command commands\n    return\n  fi\n"
             "  case $words[CURRENT-1] in\n"
             "    --as | explain | template | schema) compadd -- ${(f)\"$(velnor3gpp list --names)\"}; return ;;\n"
@@ -83,19 +82,19 @@ static void writeZsh(const std::vector<Command>& commands, Output& out)
             "    --channel) compadd bcch ccch dcch sacch short; return ;;\n"
             "    --color) compadd auto always never; return ;;\n"
             "    completion) compadd bash zsh fish; return ;;\n  esac\n  case $words[2] in\n");
-  for (const Command& command : commands)
-    out.write("    " + command.name + ") [[ $PREFIX == -* ]] && compadd -- " + words(command) + " || _files ;;\n");
+  for (const Topic& topic : topics)
+    out.write("    " + topic.name + ") [[ $PREFIX == -* ]] && compadd -- " + words(topic) + " || _files ;;\n");
   out.write("  esac\n}\ncompdef _velnor3gpp velnor3gpp\n");
 }
 
-static void writeFish(const std::vector<Command>& commands, Output& out)
+static void writeFish(const std::vector<Topic>& topics, Output& out)
 {
-  for (const Command& command : commands)
-    out.write("complete -c velnor3gpp -n __fish_use_subcommand -f -a " + command.name + " -d '" +
-              plain(command.purpose) + "'\n");
-  for (const Command& command : commands)
-    for (const Offer& offer : command.offers) {
-      std::string line = "complete -c velnor3gpp -n '__fish_seen_subcommand_from " + command.name + "' -l " +
+  for (const Topic& topic : topics)
+    out.write("complete -c velnor3gpp -n __fish_use_subcommand -f -a " + topic.name + " -d '" + plain(topic.purpose) +
+              "'\n");
+  for (const Topic& topic : topics)
+    for (const Offer& offer : topic.offers) {
+      std::string line = "complete -c velnor3gpp -n '__fish_seen_subcommand_from " + topic.name + "' -l " +
                          offer.option.substr(2) + " -d '" + plain(offer.purpose) + "'";
       if (offer.takesFile)
         line += " -r";
@@ -107,23 +106,23 @@ static void writeFish(const std::vector<Command>& commands, Output& out)
     }
 }
 
-static void complete(const std::string& shell, const CLI::App& app, Output& out)
+static void complete(const std::string& shell, const Command& app, Output& out)
 {
-  std::vector<Command> commands = commandsOf(app);
-  if (shell == "bash") return writeBash(commands, out);
-  if (shell == "zsh") return writeZsh(commands, out);
-  if (shell == "fish") return writeFish(commands, out);
+  std::vector<Topic> topics = topicsOf(app);
+  if (shell == "bash") return writeBash(topics, out);
+  if (shell == "zsh") return writeZsh(topics, out);
+  if (shell == "fish") return writeFish(topics, out);
   throw UsageError("no completion for '" + shell + "'; there is one for bash, zsh and fish");
 }
 
-void addCompletion(CLI::App& app, Program& program)
+void addCompletion(Command& app, Program& program)
 {
-  CLI::App* command =
+  Command command =
       newCommand(app, "completion", "Print the completion of command lines for a shell",
                  {{"velnor3gpp completion bash", "for ~/.local/share/bash-completion/completions/velnor3gpp"},
                   {"velnor3gpp completion zsh", "for a file _velnor3gpp in a directory of $fpath"},
                   {"velnor3gpp completion fish", "for ~/.config/fish/completions/velnor3gpp.fish"}});
   auto shell = std::make_shared<std::string>();
-  command->add_option("shell", *shell, "bash, zsh or fish")->required();
-  command->callback([&program, shell, &app] { complete(*shell, app, program.out); });
+  command.addOption("shell", *shell, "bash, zsh or fish").required();
+  command.callback([&program, shell, &app] { complete(*shell, app, program.out); });
 }

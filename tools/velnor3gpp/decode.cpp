@@ -200,28 +200,28 @@ static int decode(const Options& options, Output& out)
   return options.failOnError && (run.counts.bad || run.different) ? kExitBadMessage : kExitDone;
 }
 
-void addDecode(CLI::App& app, Program& program)
+void addDecode(Command& app, Program& program)
 {
-  CLI::App* command = newCommand(app, "decode", "Decode messages and print their records",
-                                 {{"velnor3gpp decode 7e005b01", "one message, its octets in hexadecimal"},
-                                  {"velnor3gpp decode --json samples/registration-request.hex", "a file as JSON"},
-                                  {"velnor3gpp decode --as NSSAI 050401010203", "an element by itself"}});
+  Command command = newCommand(app, "decode", "Decode messages and print their records",
+                               {{"velnor3gpp decode 7e005b01", "one message, its octets in hexadecimal"},
+                                {"velnor3gpp decode --json samples/registration-request.hex", "a file as JSON"},
+                                {"velnor3gpp decode --as NSSAI 050401010203", "an element by itself"}});
   auto options = std::make_shared<Options>();
-  addInputs(*command, options->inputs);
-  addSessionOptions(*command, options->session);
-  command->add_flag("--json", options->json, "an object of JSON for each message");
-  command->add_flag("--names", options->names, "with --json: names of values beside them (x$name)");
-  command->add_flag("--positions", options->positions, "with --json: where each element stands");
-  addRepeated(*command, "--field", options->fields,
-              "this value alone, a line for each message; several stand between TABs")
-      ->type_name("PATH");
-  command->add_flag("--view", options->view, "a line for each field: its octet, its bits, its name, what it means");
-  command->add_option("--depth", options->depth, "with --view: open so many levels, 0: all")->type_name("N");
-  command->add_option("--color", options->colour, "with --view: auto (on a terminal), always or never")
-      ->type_name("WHEN")
-      ->check(CLI::IsMember({"auto", "always", "never"}));
-  command->add_flag("--trace", options->trace, "print the bit trace behind each record");
-  command->add_flag("--reencode", options->reencode, "encode each record again and compare the octets");
-  command->add_flag("--fail-on-error", options->failOnError, "end with 1 if a message is bad");
-  command->callback([&program, options] { program.code = decode(*options, program.out); });
+  addInputs(command, options->inputs);
+  addSessionOptions(command, options->session);
+  command.addFlag("--json", options->json, "an object of JSON for each message");
+  command.addFlag("--names", options->names, "with --json: names of values beside them (x$name)");
+  command.addFlag("--positions", options->positions, "with --json: where each element stands");
+  command
+      .addRepeated("--field", options->fields, "this value alone, a line for each message; several stand between TABs")
+      .valueName("PATH");
+  command.addFlag("--view", options->view, "a line for each field: its octet, its bits, its name, what it means");
+  command.addOption("--depth", options->depth, "with --view: open so many levels, 0: all").valueName("N");
+  command.addOption("--color", options->colour, "with --view: auto (on a terminal), always or never")
+      .valueName("WHEN")
+      .oneOf({"auto", "always", "never"});
+  command.addFlag("--trace", options->trace, "print the bit trace behind each record");
+  command.addFlag("--reencode", options->reencode, "encode each record again and compare the octets");
+  command.addFlag("--fail-on-error", options->failOnError, "end with 1 if a message is bad");
+  command.callback([&program, options] { program.code = decode(*options, program.out); });
 }

@@ -108,24 +108,24 @@ static int encode(const Options& options, Output& out)
   return run.bad ? kExitUsage : kExitDone;
 }
 
-void addEncode(CLI::App& app, Program& program)
+void addEncode(Command& app, Program& program)
 {
-  CLI::App* command = newCommand(
+  Command command = newCommand(
       app, "encode", "Encode records that are given as JSON",
       {{"velnor3gpp template RegAccept | velnor3gpp encode", "a message made from a template"},
        {"velnor3gpp decode --json 7e005b01 | sed s/91,/92,/ | velnor3gpp encode", "what decode wrote, edited"},
        {"velnor3gpp template NSSAI | velnor3gpp encode --as NSSAI", "an element by itself"}});
   auto options = std::make_shared<Options>();
-  command->add_option("input", options->inputs, "files of JSON; without any, standard input");
-  command->add_option("--as", options->session.as, "type of the records; without it each object tells its own")
-      ->type_name("TYPE");
-  addKeyOption(*command, options->session);
-  addFormsOption(*command, options->session);
-  command->add_flag("--binary", options->binary, "write the octets themselves instead of a line of hexadecimal each");
-  command->add_flag("--json", options->json, "an object of JSON for each message: type and octets");
+  command.addOption("input", options->inputs, "files of JSON; without any, standard input");
+  command.addOption("--as", options->session.as, "type of the records; without it each object tells its own")
+      .valueName("TYPE");
+  addKeyOption(command, options->session);
+  addFormsOption(command, options->session);
+  command.addFlag("--binary", options->binary, "write the octets themselves instead of a line of hexadecimal each");
+  command.addFlag("--json", options->json, "an object of JSON for each message: type and octets");
   command
-      ->add_option("-o,--output", options->fileName,
-                   "write to this file; into a capture if it ends in .pcapng, .pcap or .cap")
-      ->type_name("FILE");
-  command->callback([&program, options] { program.code = encode(*options, program.out); });
+      .addOption("-o,--output", options->fileName,
+                 "write to this file; into a capture if it ends in .pcapng, .pcap or .cap")
+      .valueName("FILE");
+  command.callback([&program, options] { program.code = encode(*options, program.out); });
 }

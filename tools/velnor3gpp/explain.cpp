@@ -253,16 +253,16 @@ static void explain(const std::string& what, bool json, Output& out)
   explainOctets(out, message, json);
 }
 
-void addExplain(CLI::App& app, Program& program)
+void addExplain(Command& app, Program& program)
 {
-  CLI::App* command = newCommand(app, "explain", "Say what an identifier, a status, a type or octets are",
-                                 {{"velnor3gpp explain 0x77", "an identifier: the elements that have it"},
-                                  {"velnor3gpp explain -- -67", "a status"},
-                                  {"velnor3gpp explain RegAccept", "a type: clause, rows, where it is used"}});
+  Command command = newCommand(app, "explain", "Say what an identifier, a status, a type or octets are",
+                               {{"velnor3gpp explain 0x77", "an identifier: the elements that have it"},
+                                {"velnor3gpp explain -- -67", "a status"},
+                                {"velnor3gpp explain RegAccept", "a type: clause, rows, where it is used"}});
   auto what = std::make_shared<std::string>();
   auto json = std::make_shared<bool>(false);
-  command->add_option("what", *what, "one octet, a status below 0 (behind --), a type, or a message in hexadecimal")
-      ->required();
-  command->add_flag("--json", *json, "as one object of JSON");
-  command->callback([&program, what, json] { explain(*what, *json, program.out); });
+  command.addOption("what", *what, "one octet, a status below 0 (behind --), a type, or a message in hexadecimal")
+      .required();
+  command.addFlag("--json", *json, "as one object of JSON");
+  command.callback([&program, what, json] { explain(*what, *json, program.out); });
 }

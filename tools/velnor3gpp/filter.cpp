@@ -113,29 +113,27 @@ static void runFilter(const FilterArguments& arguments, Output& out)
   }
 }
 
-static void addOptions(CLI::App& command, FilterArguments& arguments)
+static void addOptions(Command& command, FilterArguments& arguments)
 {
-  command.add_option("--in", arguments.format, "form of the input: tsv (key TAB hex, or hex), hex, ndjson, len16")
-      ->type_name("FORMAT");
-  command.add_option("--key-columns", arguments.keyColumns, "columns of the key in tsv, 0: none")
-      ->type_name("N")
-      ->check(CLI::Range(0, 1000));
-  addRepeated(command, "--field", arguments.fields, "write this value instead of JSON; several stand between TABs")
-      ->type_name("PATH");
-  command.add_flag("--names", arguments.names, "beside enumerations \"x\" also \"x$name\"");
-  command.add_option("--flush", arguments.flush, "when output is handed on: line or block")->type_name("WHEN");
-  command.add_flag("--chunk-header", arguments.chunkHeader,
-                   "a line with the number of its lines leads each block of the input");
-  command.add_option("--summary", arguments.summaryFile, "write the counts there, as JSON")->type_name("FILE");
-  command.add_option("-j,--jobs", arguments.workers, "threads; the order stays")
-      ->type_name("N")
-      ->check(CLI::Range(1, 256));
+  command.addOption("--in", arguments.format, "form of the input: tsv (key TAB hex, or hex), hex, ndjson, len16")
+      .valueName("FORMAT");
+  command.addOption("--key-columns", arguments.keyColumns, "columns of the key in tsv, 0: none")
+      .valueName("N")
+      .between(0, 1000);
+  command.addRepeated("--field", arguments.fields, "write this value instead of JSON; several stand between TABs")
+      .valueName("PATH");
+  command.addFlag("--names", arguments.names, "beside enumerations \"x\" also \"x$name\"");
+  command.addOption("--flush", arguments.flush, "when output is handed on: line or block").valueName("WHEN");
+  command.addFlag("--chunk-header", arguments.chunkHeader,
+                  "a line with the number of its lines leads each block of the input");
+  command.addOption("--summary", arguments.summaryFile, "write the counts there, as JSON").valueName("FILE");
+  command.addOption("-j,--jobs", arguments.workers, "threads; the order stays").valueName("N").between(1, 256);
   addSessionOptions(command, arguments.session);
 }
 
-void addFilter(CLI::App& app, Program& program)
+void addFilter(Command& app, Program& program)
 {
-  CLI::App* command = newCommand(
+  Command command = newCommand(
       app, "filter", "Decode standard input line by line, for data engines",
       {{"printf 'a\\t7e005b01\\n' | velnor3gpp filter", "a line of JSON with the key"},
        {"grep -v '#' samples/protected-registration.txt | tr ' ' '\\t' | velnor3gpp filter --field message -j 4",
@@ -143,6 +141,6 @@ void addFilter(CLI::App& app, Program& program)
        {"printf '1\\na\\t7e005b01\\n' | velnor3gpp filter --chunk-header",
         "for an engine that sends blocks with their number of lines"}});
   auto arguments = std::make_shared<FilterArguments>();
-  addOptions(*command, *arguments);
-  command->callback([arguments, &program] { runFilter(*arguments, program.out); });
+  addOptions(command, *arguments);
+  command.callback([arguments, &program] { runFilter(*arguments, program.out); });
 }

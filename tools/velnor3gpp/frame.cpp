@@ -2,23 +2,12 @@
 
 #include <unistd.h>
 
-CLI::App* newCommand(CLI::App& app, const std::string& name, const std::string& purpose,
-                     std::initializer_list<Example> examples)
+Command newCommand(Command& app, const std::string& name, const std::string& purpose,
+                   std::initializer_list<Example> examples)
 {
-  CLI::App* command = app.add_subcommand(name, purpose);
-  std::string text = "Examples:";
+  std::string text = examples.size() ? "Examples:" : "";
   for (const Example& example : examples) text += std::string("\n  # ") + example.purpose + "\n  " + example.call;
-  if (examples.size()) command->footer(text);
-  return command;
-}
-
-CLI::Option* addRepeated(CLI::App& command, const std::string& name, std::vector<std::string>& values,
-                         const std::string& purpose)
-{
-  return command.add_option(name, values, purpose)
-      ->expected(1)
-      ->allow_extra_args(false)
-      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+  return app.addCommand(name, purpose, text);
 }
 
 void complain(Output& out, const std::string& text)

@@ -1,16 +1,16 @@
 // What all commands share: how one is added, how it ends, and how it says what is wrong.
 //
-// A command is one file with one function `void addNAME(CLI::App& app, Program& program)`. It makes the command with
+// A command is one file with one function `void addNAME(Command& app, Program& program)`. It makes the command with
 // `newCommand`, adds its options to a record that the callback shares, and sets `program.code` in the callback.
 // main.cpp has the table of these functions. Faults are thrown: main turns each into one line and an exit code.
 #ifndef VELNOR3GPP_PROGRAM_FRAME_H
 #define VELNOR3GPP_PROGRAM_FRAME_H
 
-#include <CLI/CLI.hpp>
 #include <chrono>
 #include <initializer_list>
 #include <string>
 
+#include "arguments.h"
 #include "faults.h"
 #include "output.h"
 
@@ -23,7 +23,6 @@ inline constexpr int kExitIo = 74;     // input or output failed
 
 // What a run is about.
 struct Program {
-  CLI::App& app;
   Output& out;          // standard output; main flushes it at the end
   int code = kExitDone; // set by the command
 };
@@ -34,12 +33,8 @@ struct Example {
 };
 
 // Makes a command that shows the examples (three) below its options.
-CLI::App* newCommand(CLI::App& app, const std::string& name, const std::string& purpose,
-                     std::initializer_list<Example> examples);
-
-// An option that can be given several times, with one value each: inputs may stand behind it.
-CLI::Option* addRepeated(CLI::App& command, const std::string& name, std::vector<std::string>& values,
-                         const std::string& purpose);
+Command newCommand(Command& app, const std::string& name, const std::string& purpose,
+                   std::initializer_list<Example> examples);
 
 // Writes a line to standard error, behind what is written to `out`: "velnor3gpp: TEXT". Control characters in it
 // become blanks; text behind the first line feed stands below it unchanged.

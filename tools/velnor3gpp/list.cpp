@@ -120,25 +120,25 @@ static void list(const Options& options, Output& out)
     throw UsageError("no such type has '" + options.part + "' in its name; 'velnor3gpp list' shows all");
 }
 
-void addList(CLI::App& app, Program& program)
+void addList(Command& app, Program& program)
 {
-  CLI::App* command = newCommand(app, "list", "List types by protocol, direction, release",
-                                 {{"velnor3gpp list nssai", "those with this in their names"},
-                                  {"velnor3gpp list --protocol 5gs --direction down", "what a 5G network sends"},
-                                  {"velnor3gpp list --use form --json", "whole messages, for a program"}});
+  Command command = newCommand(app, "list", "List types by protocol, direction, release",
+                               {{"velnor3gpp list nssai", "those with this in their names"},
+                                {"velnor3gpp list --protocol 5gs --direction down", "what a 5G network sends"},
+                                {"velnor3gpp list --use form --json", "whole messages, for a program"}});
   auto options = std::make_shared<Options>();
-  command->add_option("part", options->part, "only types with this in their names or titles");
-  command->add_option("--protocol", options->protocol, "specification or protocol: 24.501, 5gs, eps, sms, rr ...")
-      ->type_name("P");
-  command->add_option("--direction", options->direction, "only messages that this side sends: up or down")
-      ->type_name("D")
-      ->check(directionFault);
-  command->add_option("--release", options->release, "only specifications that this release has: 3 (99), 4, 8, 15 ...")
-      ->type_name("R");
-  command->add_option("--use", options->use, "only forms, messages or elements")
-      ->type_name("USE")
-      ->check(CLI::IsMember({"form", "message", "element"}));
-  command->add_flag("--names", options->namesOnly, "full names alone");
-  command->add_flag("--json", options->json, "an object of JSON for each");
-  command->callback([&program, options] { list(*options, program.out); });
+  command.addOption("part", options->part, "only types with this in their names or titles");
+  command.addOption("--protocol", options->protocol, "specification or protocol: 24.501, 5gs, eps, sms, rr ...")
+      .valueName("P");
+  command.addOption("--direction", options->direction, "only messages that this side sends: up or down")
+      .valueName("D")
+      .check(directionFault);
+  command.addOption("--release", options->release, "only specifications that this release has: 3 (99), 4, 8, 15 ...")
+      .valueName("R");
+  command.addOption("--use", options->use, "only forms, messages or elements")
+      .valueName("USE")
+      .oneOf({"form", "message", "element"});
+  command.addFlag("--names", options->namesOnly, "full names alone");
+  command.addFlag("--json", options->json, "an object of JSON for each");
+  command.callback([&program, options] { list(*options, program.out); });
 }

@@ -1,5 +1,7 @@
 // velnor3gpp manual: the man page velnor3gpp(1) in mdoc, made from the commands and options as they are, so that it
 // cannot say anything else than their help. The command is for packagers and stands in no help.
+#include <sstream>
+
 #include "commands.h"
 
 static constexpr char kHead[] = R"(.Dd November 22, 2026
@@ -86,23 +88,21 @@ static std::string escaped(const std::string& text)
 }
 
 // "N" of "N:INT in [0 - 255]".
-static std::string valueName(const CLI::Option& option)
+static std::string valueName(const OptionText& option)
 {
-  std::string name = option.get_type_name();
-  return name.substr(0, name.find_first_of(": "));
+  return option.valueName.substr(0, option.valueName.find_first_of(": "));
 }
 
-static void writeOption(const CLI::Option& option, Output& out)
+static void writeOption(const OptionText& option, Output& out)
 {
-  if (option.nonpositional()) {
-    std::string flags;
-    for (const std::string& name : option.get_snames()) flags += (flags.empty() ? "Fl " : " , Fl ") + name;
-    for (const std::string& name : option.get_lnames()) flags += (flags.empty() ? "Fl -" : " , Fl -") + name;
-    bool takes = option.get_expected_max() > 0 && option.get_type_size() > 0;
-    out.write(".It " + flags + (takes ? " Ar " + valueName(option) : "") + "\n");
-  } else
-    out.write(".It Ar " + option.get_name() + "\n");
-  out.write(escaped(option.get_description()) + "\n");
+  std::string flags;
+  for (const std::string& name : option.shortNames) flags.append(flags.empty() ? "Fl " : " , Fl ").append(name);
+  for (const std::string& name : option.longNames) flags.append(flags.empty() ? "Fl -" : " , Fl -").append(name);
+  if (flags.empty())
+    out.write(".It Ar " + option.name + "\n");
+  else
+    out.write(".It " + flags + (option.takesValue ? " Ar " + valueName(option) : "") + "\n");
+  out.write(escaped(option.purpose) + "\n");
 }
 
 // The footer has a line "  # purpose" and a line "  call" for each example.
@@ -116,21 +116,21 @@ static void writeExamples(const std::string& footer, Output& out)
   out.write(".Ed\n");
 }
 
-static void writeManual(const CLI::App& app, Output& out)
+static void writeManual(const Command& app, Output& out)
 {
   out.write(kHead);
-  for (const CLI::App* command : app.get_subcommands([](const CLI::App* each) { return !each->get_group().empty(); })) {
-    out.write(".Ss " + command->get_name() + "\n" + escaped(command->get_description()) + ".\n.Bl -tag -width Ds\n");
-    for (const CLI::Option* option : command->get_options()) writeOption(*option, out);
+  for (const CommandText& command : app.commands()) {
+    out.write(".Ss " + command.name + "\n" + escaped(command.purpose) + ".\n.Bl -tag -width Ds\n");
+    for (const OptionText& option : command.options) writeOption(option, out);
     out.write(".El\n");
-    writeExamples(command->get_footer(), out);
+    writeExamples(command.footer, out);
   }
   out.write(kTail);
 }
 
-void addManual(CLI::App& app, Program& program)
+void addManual(Command& app, Program& program)
 {
-  CLI::App* command = newCommand(app, "manual", "Print the man page", {});
-  command->group(""); // in no help
-  command->callback([&program, &app] { writeManual(app, program.out); });
+  Command command = newCommand(app, "manual", "Print the man page", {});
+  command.hide(); // in no help
+  command.callback([&program, &app] { writeManual(app, program.out); });
 }

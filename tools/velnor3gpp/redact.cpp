@@ -109,17 +109,17 @@ static int redact(const Options& options, Output& out)
   return kExitDone;
 }
 
-void addRedact(CLI::App& app, Program& program)
+void addRedact(Command& app, Program& program)
 {
-  CLI::App* command =
+  Command command =
       newCommand(app, "redact", "Replace identities, numbers, places and payloads in messages",
                  {{"velnor3gpp redact samples/registration-request.hex", "octets, to be decoded like the others"},
                   {"velnor3gpp redact --json samples/attach-request.hex", "records as JSON"},
                   {"velnor3gpp redact --text samples/*.hex", "records as text"}});
   auto options = std::make_shared<Options>();
-  addInputs(*command, options->inputs);
-  addSessionOptions(*command, options->session);
-  command->add_flag("--text", options->text, "the record as text instead of octets");
-  command->add_flag("--json", options->json, "an object of JSON for each message instead of octets");
-  command->callback([&program, options] { program.code = redact(*options, program.out); });
+  addInputs(command, options->inputs);
+  addSessionOptions(command, options->session);
+  command.addFlag("--text", options->text, "the record as text instead of octets");
+  command.addFlag("--json", options->json, "an object of JSON for each message instead of octets");
+  command.callback([&program, options] { program.code = redact(*options, program.out); });
 }

@@ -79,16 +79,16 @@ static int roundtrip(const Options& options, Output& out)
   return options.failOnError && bad ? kExitBadMessage : kExitDone;
 }
 
-void addRoundtrip(CLI::App& app, Program& program)
+void addRoundtrip(Command& app, Program& program)
 {
-  CLI::App* command = newCommand(app, "roundtrip", "Decode, encode again and compare",
-                                 {{"velnor3gpp roundtrip 7e005b01", "one message"},
-                                  {"velnor3gpp roundtrip --fail-on-error samples/*.hex", "many, for a script"},
-                                  {"velnor3gpp roundtrip --as NSSAI 050401010203", "an element by itself"}});
+  Command command = newCommand(app, "roundtrip", "Decode, encode again and compare",
+                               {{"velnor3gpp roundtrip 7e005b01", "one message"},
+                                {"velnor3gpp roundtrip --fail-on-error samples/*.hex", "many, for a script"},
+                                {"velnor3gpp roundtrip --as NSSAI 050401010203", "an element by itself"}});
   auto options = std::make_shared<Options>();
-  addInputs(*command, options->inputs);
-  addSessionOptions(*command, options->session);
-  command->add_flag("--json", options->json, "an object of JSON for each message");
-  command->add_flag("--fail-on-error", options->failOnError, "end with 1 if a message does not come back");
-  command->callback([&program, options] { program.code = roundtrip(*options, program.out); });
+  addInputs(command, options->inputs);
+  addSessionOptions(command, options->session);
+  command.addFlag("--json", options->json, "an object of JSON for each message");
+  command.addFlag("--fail-on-error", options->failOnError, "end with 1 if a message does not come back");
+  command.callback([&program, options] { program.code = roundtrip(*options, program.out); });
 }

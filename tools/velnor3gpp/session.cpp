@@ -19,36 +19,35 @@ static std::string channelFault(const std::string& word)
   return "'" + word + "' is no channel; write bcch, ccch, dcch, sacch or short";
 }
 
-void addInputs(CLI::App& command, std::vector<std::string>& inputs)
+void addInputs(Command& command, std::vector<std::string>& inputs)
 {
-  command.add_option("input", inputs, "octets in hexadecimal, files of lines, captures, or - for standard input");
+  command.addOption("input", inputs, "octets in hexadecimal, files of lines, captures, or - for standard input");
 }
 
-void addKeyOption(CLI::App& command, SessionOptions& options)
+void addKeyOption(Command& command, SessionOptions& options)
 {
-  command.add_option("--keys", options.keyFile, "key file: algorithms, keys, bearer, counts")->type_name("FILE");
+  command.addOption("--keys", options.keyFile, "key file: algorithms, keys, bearer, counts").valueName("FILE");
 }
 
-void addFormsOption(CLI::App& command, SessionOptions& options)
+void addFormsOption(Command& command, SessionOptions& options)
 {
-  command.add_flag("--as-specified", options.asSpecified,
-                   "by the definitions' own rows: no forms of the standard beside them, nothing kept");
+  command.addFlag("--as-specified", options.asSpecified,
+                  "by the definitions' own rows: no forms of the standard beside them, nothing kept");
 }
 
-void addSessionOptions(CLI::App& command, SessionOptions& options)
+void addSessionOptions(Command& command, SessionOptions& options)
 {
-  command.add_option("--as", options.as, "type of the messages, by its full or short name")->type_name("TYPE");
-  command.add_option("--dir", options.direction, "direction of the messages: up or down (ul, dl, mo, mt)")
-      ->type_name("DIR")
-      ->check(directionFault);
-  command
-      .add_option("--channel", options.channel, "channel of radio resource messages: bcch, ccch, dcch, sacch, short")
-      ->type_name("NAME")
-      ->check(channelFault);
+  command.addOption("--as", options.as, "type of the messages, by its full or short name").valueName("TYPE");
+  command.addOption("--dir", options.direction, "direction of the messages: up or down (ul, dl, mo, mt)")
+      .valueName("DIR")
+      .check(directionFault);
+  command.addOption("--channel", options.channel, "channel of radio resource messages: bcch, ccch, dcch, sacch, short")
+      .valueName("NAME")
+      .check(channelFault);
   addKeyOption(command, options);
-  command.add_option("--release", options.release, "newest release of radio capabilities to decode, 0: all")
-      ->type_name("N")
-      ->check(CLI::Range(0, 255));
+  command.addOption("--release", options.release, "newest release of radio capabilities to decode, 0: all")
+      .valueName("N")
+      .between(0, 255);
   addFormsOption(command, options);
   addLinkOption(command, options.links);
 }

@@ -2,7 +2,6 @@
 #ifndef VELNOR3GPP_PROGRAM_SESSION_H
 #define VELNOR3GPP_PROGRAM_SESSION_H
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 #include <vector>
@@ -11,6 +10,8 @@
 #include "keys.h"
 #include "names.h"
 #include "velnor3gpp/velnor3gpp.h"
+
+class Command;
 
 // What messages are and how to read them. The texts are those of the command line.
 struct SessionOptions {
@@ -33,13 +34,13 @@ using Session = std::unique_ptr<velnor3gpp_Session, CloseSession>;
 // Why a word is no direction, or "".
 std::string directionFault(const std::string& word);
 // Adds --as, --dir, --channel, --keys, --release, --as-specified and --dlt.
-void addSessionOptions(CLI::App& command, SessionOptions& options);
+void addSessionOptions(Command& command, SessionOptions& options);
 // Adds the messages: octets, files or -.
-void addInputs(CLI::App& command, std::vector<std::string>& inputs);
+void addInputs(Command& command, std::vector<std::string>& inputs);
 // Adds --keys alone.
-void addKeyOption(CLI::App& command, SessionOptions& options);
+void addKeyOption(Command& command, SessionOptions& options);
 // Adds --as-specified alone.
-void addFormsOption(CLI::App& command, SessionOptions& options);
+void addFormsOption(Command& command, SessionOptions& options);
 // Opens a session with the keys, the release and, unless told otherwise, what real messages ask for: the standard's
 // forms, and elements kept that nobody can read. Throws UsageError for a key file that is wrong, std::bad_alloc.
 Session openSession(const SessionOptions& options);

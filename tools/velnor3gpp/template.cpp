@@ -68,30 +68,29 @@ static void printSchema(const Options& options, Output& out)
   print(out, text, count, options.json);
 }
 
-void addTemplate(CLI::App& app, Program& program)
+void addTemplate(Command& app, Program& program)
 {
-  CLI::App* command =
-      newCommand(app, "template", "Print a record of a type as JSON, to be edited and encoded",
-                 {{"velnor3gpp template RegAccept", "a message as short as it can be"},
-                  {"velnor3gpp template --full NSSAI", "an element with all that it can have"},
-                  {"velnor3gpp template TS24501Msg_PDU --message 'Registration reject'", "by its name"}});
+  Command command = newCommand(app, "template", "Print a record of a type as JSON, to be edited and encoded",
+                               {{"velnor3gpp template RegAccept", "a message as short as it can be"},
+                                {"velnor3gpp template --full NSSAI", "an element with all that it can have"},
+                                {"velnor3gpp template TS24501Msg_PDU --message 'Registration reject'", "by its name"}});
   auto options = std::make_shared<Options>();
-  command->add_option("type", options->type, "a type, by its full or short name")->required();
-  command->add_option("--message", options->message, "of a form: which of its messages")->type_name("NAME");
-  command->add_flag("--full", options->full, "with every element that can be there");
-  command->add_flag("--body", options->body, "of a message: without its header");
-  command->add_flag("--json", options->json, "in one line");
-  command->callback([&program, options] { printTemplate(*options, program.out); });
+  command.addOption("type", options->type, "a type, by its full or short name").required();
+  command.addOption("--message", options->message, "of a form: which of its messages").valueName("NAME");
+  command.addFlag("--full", options->full, "with every element that can be there");
+  command.addFlag("--body", options->body, "of a message: without its header");
+  command.addFlag("--json", options->json, "in one line");
+  command.callback([&program, options] { printTemplate(*options, program.out); });
 }
 
-void addSchema(CLI::App& app, Program& program)
+void addSchema(Command& app, Program& program)
 {
-  CLI::App* command = newCommand(app, "schema", "Print the JSON Schema of messages of a type, or of all types",
-                                 {{"velnor3gpp schema NSSAI", "of an element"},
-                                  {"velnor3gpp schema TS24501Msg_PDU", "of all messages of 5GS"},
-                                  {"velnor3gpp schema --json", "of everything, in one line"}});
+  Command command = newCommand(app, "schema", "Print the JSON Schema of messages of a type, or of all types",
+                               {{"velnor3gpp schema NSSAI", "of an element"},
+                                {"velnor3gpp schema TS24501Msg_PDU", "of all messages of 5GS"},
+                                {"velnor3gpp schema --json", "of everything, in one line"}});
   auto options = std::make_shared<Options>();
-  command->add_option("type", options->type, "a type, by its full or short name; without it all types");
-  command->add_flag("--json", options->json, "in one line");
-  command->callback([&program, options] { printSchema(*options, program.out); });
+  command.addOption("type", options->type, "a type, by its full or short name; without it all types");
+  command.addFlag("--json", options->json, "in one line");
+  command.callback([&program, options] { printSchema(*options, program.out); });
 }

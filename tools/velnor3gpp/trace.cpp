@@ -67,16 +67,16 @@ static int trace(const Options& options, Output& out)
   return kExitDone;
 }
 
-void addTrace(CLI::App& app, Program& program)
+void addTrace(Command& app, Program& program)
 {
-  CLI::App* command = newCommand(app, "trace", "Print the bit trace of messages",
-                                 {{"velnor3gpp trace 7e005b01", "each field with its bits"},
-                                  {"velnor3gpp trace samples/session-accept.hex", "of a file"},
-                                  {"velnor3gpp trace --html - 7e005b01", "a page for a browser"}});
+  Command command = newCommand(app, "trace", "Print the bit trace of messages",
+                               {{"velnor3gpp trace 7e005b01", "each field with its bits"},
+                                {"velnor3gpp trace samples/session-accept.hex", "of a file"},
+                                {"velnor3gpp trace --html - 7e005b01", "a page for a browser"}});
   auto options = std::make_shared<Options>();
-  addInputs(*command, options->inputs);
-  addSessionOptions(*command, options->session);
-  command->add_option("--html", options->page, "write one message as a page to the file, - for standard output")
-      ->type_name("FILE");
-  command->callback([&program, options] { program.code = trace(*options, program.out); });
+  addInputs(command, options->inputs);
+  addSessionOptions(command, options->session);
+  command.addOption("--html", options->page, "write one message as a page to the file, - for standard output")
+      .valueName("FILE");
+  command.callback([&program, options] { program.code = trace(*options, program.out); });
 }

@@ -2,15 +2,15 @@
 #include "commands.h"
 #include "velnor3gpp/velnor3gpp.h"
 
-void addVersion(CLI::App& app, Program& program)
+void addVersion(Command& app, Program& program)
 {
-  CLI::App* command = newCommand(app, "version", "Tell the version and how many types there are",
-                                 {{"velnor3gpp version", "for a report"},
-                                  {"velnor3gpp version --json", "for a program"},
-                                  {"velnor3gpp --version", "the first line alone"}});
+  Command command = newCommand(app, "version", "Tell the version and how many types there are",
+                               {{"velnor3gpp version", "for a report"},
+                                {"velnor3gpp version --json", "for a program"},
+                                {"velnor3gpp --version", "the first line alone"}});
   auto json = std::make_shared<bool>(false);
-  command->add_flag("--json", *json, "as one object of JSON");
-  command->callback([&program, json] {
+  command.addFlag("--json", *json, "as one object of JSON");
+  command.callback([&program, json] {
     const char* version = velnor3gpp_version();
     size_t types = velnor3gpp_typeCount();
     if (*json)

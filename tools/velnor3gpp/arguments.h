@@ -1,0 +1,80 @@
+// Commands and options as the program declares them. The parser behind them takes four seconds to compile in each file
+// that sees it, so that arguments.cpp alone does.
+#ifndef VELNOR3GPP_PROGRAM_ARGUMENTS_H
+#define VELNOR3GPP_PROGRAM_ARGUMENTS_H
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace CLI {
+class App;
+class Option;
+} // namespace CLI
+
+struct Program;
+
+// An option or an input of a command. Each function returns the same option, so that they stand in a row.
+class Option {
+public:
+  explicit Option(CLI::Option* made) : made(made) {}
+  Option required();
+  Option valueName(const std::string& name); // in the help, "FILE"
+  // `fault` says why a word cannot be the value, or "".
+  Option check(std::string (*fault)(const std::string& word));
+  Option between(int least, int most);
+  Option oneOf(const std::vector<std::string>& words);
+
+private:
+  CLI::Option* made;
+};
+
+// What the help says of an option; completion and the manual say the same.
+struct OptionText {
+  std::vector<std::string> shortNames, longNames; // none: an input, which has its name alone
+  std::string name, purpose, valueName;           // valueName may go on: "N:INT in [0 - 255]"
+  bool takesValue;
+};
+
+struct CommandText {
+  std::string name, purpose, footer;
+  std::vector<OptionText> options;
+};
+
+// A command, or the program with its commands. The values that options are given have to live until the end.
+class Command {
+public:
+  explicit Command(CLI::App* made) : made(made) {}
+  Command addCommand(const std::string& name, const std::string& purpose, const std::string& footer);
+  Option addOption(const std::string& name, std::string& value, const std::string& purpose);
+  Option addOption(const std::string& name, unsigned& value, const std::string& purpose);
+  Option addOption(const std::string& name, std::vector<std::string>& values, const std::string& purpose);
+  // An option that can be given several times, with one value each: inputs may stand behind it.
+  Option addRepeated(const std::string& name, std::vector<std::string>& values, const std::string& purpose);
+  Option addFlag(const std::string& name, bool& value, const std::string& purpose);
+  void callback(std::function<void()> run);
+  void hide(); // from the help
+
+  // The commands that stand in the help.
+  std::vector<CommandText> commands() const;
+
+private:
+  CLI::App* made;
+};
+
+// The program as a whole.
+class CommandLine {
+public:
+  CommandLine(const std::string& name, const std::string& purpose, const std::string& version);
+  ~CommandLine();
+  Command top() const { return Command(made.get()); }
+  // Reads the arguments and calls their command. Returns the exit code; what is wrong with the arguments is said on
+  // standard error.
+  int run(Program& program, int argc, char** argv);
+
+private:
+  std::unique_ptr<CLI::App> made;
+};
+
+#endif
