@@ -81,6 +81,14 @@ void Command::hide()
   made->group("");
 }
 
+Command newCommand(Command& app, const std::string& name, const std::string& purpose,
+                   std::initializer_list<Example> examples)
+{
+  std::string text = examples.size() ? "Examples:" : "";
+  for (const Example& example : examples) text += std::string("\n  # ") + example.purpose + "\n  " + example.call;
+  return app.addCommand(name, purpose, text);
+}
+
 static OptionText textOf(const CLI::Option& option)
 {
   return {option.get_snames(),    option.get_lnames(),

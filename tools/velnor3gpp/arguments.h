@@ -4,6 +4,7 @@
 #define VELNOR3GPP_PROGRAM_ARGUMENTS_H
 
 #include <functional>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <vector>
@@ -62,6 +63,15 @@ public:
 private:
   CLI::App* made;
 };
+
+struct Example {
+  const char* call;    // as it is typed, "velnor3gpp decode 7e005b01"; tests run it in a directory with samples
+  const char* purpose; // what it is good for, a few words
+};
+
+// Makes a command that shows the examples (three) below its options.
+Command newCommand(Command& app, const std::string& name, const std::string& purpose,
+                   std::initializer_list<Example> examples);
 
 // The program as a whole.
 class CommandLine {

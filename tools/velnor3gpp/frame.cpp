@@ -2,14 +2,6 @@
 
 #include <unistd.h>
 
-Command newCommand(Command& app, const std::string& name, const std::string& purpose,
-                   std::initializer_list<Example> examples)
-{
-  std::string text = examples.size() ? "Examples:" : "";
-  for (const Example& example : examples) text += std::string("\n  # ") + example.purpose + "\n  " + example.call;
-  return app.addCommand(name, purpose, text);
-}
-
 void complain(Output& out, const std::string& text)
 {
   out.flush();

@@ -1,13 +1,13 @@
 // What all commands share: how one is added, how it ends, and how it says what is wrong.
 //
 // A command is one file with one function `void addNAME(Command& app, Program& program)`. It makes the command with
-// `newCommand`, adds its options to a record that the callback shares, and sets `program.code` in the callback.
-// main.cpp has the table of these functions. Faults are thrown: main turns each into one line and an exit code.
+// `newCommand` (arguments.h), adds its options to a record that the callback shares, and sets `program.code` in the
+// callback. main.cpp has the table of these functions. Faults are thrown: main turns each into one line and an exit
+// code.
 #ifndef VELNOR3GPP_PROGRAM_FRAME_H
 #define VELNOR3GPP_PROGRAM_FRAME_H
 
 #include <chrono>
-#include <initializer_list>
 #include <string>
 
 #include "arguments.h"
@@ -26,15 +26,6 @@ struct Program {
   Output& out;          // standard output; main flushes it at the end
   int code = kExitDone; // set by the command
 };
-
-struct Example {
-  const char* call;    // as it is typed, "velnor3gpp decode 7e005b01"; tests run it in a directory with samples
-  const char* purpose; // what it is good for, a few words
-};
-
-// Makes a command that shows the examples (three) below its options.
-Command newCommand(Command& app, const std::string& name, const std::string& purpose,
-                   std::initializer_list<Example> examples);
 
 // Writes a line to standard error, behind what is written to `out`: "velnor3gpp: TEXT". Control characters in it
 // become blanks; text behind the first line feed stands below it unchanged.
