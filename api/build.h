@@ -3,6 +3,7 @@
 #define VELNOR3GPP_API_BUILD_H
 
 #include "api/session.h"
+#include "velnor3gpp/rtxPrintStream.h"
 
 inline constexpr unsigned kMaxBuildDepth = 64;
 inline constexpr unsigned kMaxRows = 512; // of one record, options included
@@ -63,7 +64,7 @@ const char* missingMember(const Frame& frame, bool keeps);
 // A choice that has another alternative than the members tell that select it, or null.
 const L3Row* contradictedChoice(const Frame& frame);
 // Tells a mistake with the path of the frames. Returns the status.
-int buildFailed(velnor3gpp_Session& session, int status, const char* format, ...) __attribute__((format(printf, 3, 4)));
+int buildFailed(velnor3gpp_Session& session, int status, const char* format, ...) RTX_PRINTF_LIKE(3, 4);
 // The name among the members that is nearest to a wrong one, or null.
 const char* nearestKey(const Frame& frame, const char* key, size_t length);
 // Is it the name of the member?

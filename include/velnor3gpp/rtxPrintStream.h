@@ -13,7 +13,10 @@
 #include "velnor3gpp/rtxTypes.h"
 
 /** Lets the compiler compare a format with its arguments; numbers of both among the function's arguments, from 1. */
-#if defined(__GNUC__)
+#if defined(__MINGW32__) && !defined(__clang__)
+#define RTX_PRINTF_LIKE(formatArg, firstArg)                                                                           \
+  __attribute__((format(gnu_printf, formatArg, firstArg))) /* not Microsoft's */
+#elif defined(__GNUC__)
 #define RTX_PRINTF_LIKE(formatArg, firstArg) __attribute__((format(printf, formatArg, firstArg)))
 #else
 #define RTX_PRINTF_LIKE(formatArg, firstArg)

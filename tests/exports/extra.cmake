@@ -2,7 +2,8 @@
 add_dependencies(test-${name} velnor3gpp)
 target_compile_definitions(test-${name} PRIVATE
   VELNOR_LIBRARY="$<TARGET_FILE:velnor3gpp>" VELNOR_CC="${CMAKE_C_COMPILER}" VELNOR_CXX="${CMAKE_CXX_COMPILER}"
-  VELNOR_NM="${CMAKE_NM}" VELNOR_INCLUDE="${PROJECT_SOURCE_DIR}/include" VELNOR_ROOT="${PROJECT_SOURCE_DIR}"
+  VELNOR_NM="${CMAKE_NM}" VELNOR_READELF="${CMAKE_READELF}"
+  VELNOR_INCLUDE="${PROJECT_SOURCE_DIR}/include" VELNOR_ROOT="${PROJECT_SOURCE_DIR}"
   VELNOR_GENERATED_INCLUDE="${VELNOR_GENERATED_DIR}/include" VELNOR_EXPORTS="${PROJECT_SOURCE_DIR}/cmake/exports.map")
 add_dependencies(test-${name} example-decode example-loop example-session)
 if(TARGET velnor3gpp_json)
