@@ -18,7 +18,8 @@ needBuild()
 {
   needProgram g++ g++
   needProgram cmake cmake
-  command -v ninja >/dev/null 2>&1 || needProgram make ninja-build
+  # ninja builds faster; without make, "cmake -S . -B build" of the README finds no program to build with.
+  command -v ninja >/dev/null 2>&1 || command -v make >/dev/null 2>&1 || miss "ninja-build make"
   needHeader CLI/CLI.hpp libcli11-dev
   needHeader rapidjson/reader.h rapidjson-dev
 }
@@ -56,8 +57,8 @@ getMissing()
 {
   [ -n "$missing" ] || return 0
   if [ "$(id -u)" != 0 ] || ! command -v apt-get >/dev/null 2>&1; then
-    say "Missing:$missing (names of Debian 12 packages). Install them, then run this again:"
-    say "  sudo apt-get install --no-install-recommends$missing"
+    say "Packages of Debian 12 are missing. Install them, then run this again:"
+    say "  sudo apt-get update && sudo apt-get install --no-install-recommends$missing"
     exit 2
   fi
   say "Installing:$missing"

@@ -70,6 +70,7 @@ make)
   ;;
 cmake)
   need "$CMAKE"
+  command -v make >/dev/null 2>&1 || export CMAKE_GENERATOR=Ninja
   for standard in "C 99" "CXX 11" "CXX 20"; do
     set -- $standard
     "$CMAKE" -S "$here/installed" -B $1$2 -DLANGUAGE=$1 -DSTANDARD=$2 -DWITH_JSON=${JSON:+ON} -DCMAKE_C_COMPILER="$CC" \
