@@ -182,8 +182,16 @@ uint32_t rtxCtxtClearFlag(RtxContext* pctxt, uint32_t mask)
   return pctxt->flags &= ~mask;
 }
 
-// Inline, since every message of a caller begins here.
-static inline int bindBuffer(RtxContext* pctxt, uint8_t* bufaddr, size_t bufsize)
+static void setBuffer(RtxBuffer* buffer, uint8_t* bufaddr, size_t bufsize, bool dynamic)
+{
+  buffer->data = bufaddr;
+  buffer->size = bufsize;
+  buffer->dynamic = dynamic;
+  buffer->byteIndex = 0;
+  buffer->bitOffset = 8;
+}
+
+int rtxInitContextBuffer(RtxContext* pctxt, uint8_t* bufaddr, size_t bufsize)
 {
   if (pctxt == nullptr || pctxt->initCode != RTX_CTXT_INIT_CODE)
     return RTX_E_NO_CONTEXT; // nothing in it can be followed, not even the error list
@@ -192,31 +200,35 @@ static inline int bindBuffer(RtxContext* pctxt, uint8_t* bufaddr, size_t bufsize
   const bool ownsSystemMemory = buffer->dynamic && (pctxt->flags & RTX_FLAG_SYSMEM_BUFFER) != 0;
   if (ownsSystemMemory && buffer->data != nullptr) dropBuffer(pctxt);
   pctxt->flags &= ~RTX_FLAG_SYSMEM_BUFFER;
-  if (bufaddr != nullptr) {
-    buffer->data = bufaddr;
-  } else {
+  const bool dynamic = bufaddr == nullptr;
+  if (dynamic) {
     if (bufsize == 0) bufsize = kDefaultBufferSize;
     int status = allocBuffer(pctxt, bufsize);
     if (status < 0) return rtxReport(pctxt, status, kModule, __LINE__);
+    bufaddr = buffer->data;
   }
-  buffer->size = bufsize;
-  buffer->dynamic = bufaddr == nullptr;
+  setBuffer(buffer, bufaddr, bufsize, dynamic);
   rtxTellCapacity(pctxt, bufsize);
-  buffer->byteIndex = 0;
-  buffer->bitOffset = 8;
   return 0;
 }
 
-int rtxInitContextBuffer(RtxContext* pctxt, uint8_t* bufaddr, size_t bufsize)
+// The caller's octets in a context that has neither a stream nor a buffer of its own, as for nearly every message.
+static bool bindSimply(RtxContext* pctxt, uint8_t* bufaddr, size_t bufsize)
 {
-  return bindBuffer(pctxt, bufaddr, bufsize);
+  if (pctxt == nullptr || pctxt->initCode != RTX_CTXT_INIT_CODE || bufaddr == nullptr) return false;
+  if (pctxt->buffer.dynamic || pctxt->pStream != nullptr || !rtxBitsAreCountable(bufsize)) return false;
+  setBuffer(&pctxt->buffer, bufaddr, bufsize, false);
+  pctxt->flags &= ~RTX_FLAG_SYSMEM_BUFFER;
+  return true;
 }
 
 int rtxCtxtSetBufPtr(RtxContext* pctxt, uint8_t* bufaddr, size_t bufsize)
 {
-  int status = bindBuffer(pctxt, bufaddr, bufsize);
-  if (status == RTX_E_NO_CONTEXT) return status;
-  if (status < 0) return rtxReport(pctxt, status, kModule, __LINE__);
+  if (!bindSimply(pctxt, bufaddr, bufsize)) {
+    int status = rtxInitContextBuffer(pctxt, bufaddr, bufsize);
+    if (status == RTX_E_NO_CONTEXT) return status;
+    if (status < 0) return rtxReport(pctxt, status, kModule, __LINE__);
+  }
   pctxt->flags |= RTX_FLAG_BUFFER_MODE;
   pctxt->state = 0;
   return 0;
@@ -240,15 +252,30 @@ void rtxMemFree(RtxContext* pctxt)
   rtxMemHeapFreeAll(&pctxt->pMemHeap);
 }
 
-void rtxMemReset(RtxContext* pctxt)
+// Nothing may lead to what the next job overwrites. What lies elsewhere stays for it.
+[[gnu::noinline]] static void forgetBindings(RtxContext* pctxt)
 {
-  if (!rtxErrIsReset(*pctxt)) rtxErrReset(pctxt);
-  // Nothing may lead to what the next job overwrites. What lies elsewhere stays for it.
   if (pctxt->buffer.dynamic && heapHolds(pctxt, pctxt->buffer.data)) forgetBuffer(&pctxt->buffer);
   if (pctxt->pSecurity != nullptr && heapHolds(pctxt, pctxt->pSecurity)) pctxt->pSecurity = nullptr;
   forgetKept(pctxt);
   endCapture(pctxt);
   emptyTrace(pctxt);
+}
+
+// Has the context anything that may lie in its heap? One jump for all of it.
+static bool isBound(const RtxContext& context)
+{
+  const void* const bindings[] = {context.pSecurity, context.extInfo[RTX_CTXT_KEPT_SLOT], context.pStream,
+                                  context.pBitFldList};
+  uintptr_t any = context.buffer.dynamic;
+  for (const void* binding : bindings) any |= reinterpret_cast<uintptr_t>(binding);
+  return any != 0;
+}
+
+void rtxMemReset(RtxContext* pctxt)
+{
+  if (!rtxErrIsReset(*pctxt)) rtxErrReset(pctxt);
+  if (isBound(*pctxt)) forgetBindings(pctxt);
   rtxMemHeapReset(&pctxt->pMemHeap);
 }
 
