@@ -1,4 +1,5 @@
-// Reading: lines to blocks, and rows into them. Every word is accounted for; what is not understood is refused with its place.
+// Reading: lines to blocks, and rows into them. Every word is accounted for; what is not understood is refused with its
+// place.
 #include <algorithm>
 #include <fstream>
 #include <set>

@@ -17,7 +17,6 @@ static std::string limits(const std::optional<Range>& range)
   return range ? format("%uU, %uU", range->lo, range->hi) : "0, 0";
 }
 
-
 static std::string octetsInfo(TableWriter& w, const Row& row)
 {
   const What& what = row.what;
@@ -247,7 +246,8 @@ static Coded code(TableWriter& w, const Row& row, const std::string& path)
     case WhatKind::Type:
       c.op = row.what.rest ? "kL3TextType" : "kL3Record";
       c.type = "&l3_" + row.what.type->full;
-      if (!w.tag.empty() && row.standard.kind == Standard::Part) c.type = "&" + partName(*row.what.type, row.standard.part);
+      if (!w.tag.empty() && row.standard.kind == Standard::Part)
+        c.type = "&" + partName(*row.what.type, row.standard.part);
       if (row.argument) c.info = w.object("L3Count", w.count(*row.argument));
       break;
     case WhatKind::Choice:
