@@ -213,11 +213,11 @@ static int decSecurity(L3Call& call, const L3Type& type, TS24301Msg_PDU& pdu, si
   return nasIsCiphered(header) ? nasDecipher(call, type, start + kSpans.cipheredFrom) : 0;
 }
 
-static bool decodesPlain(const RtxBuffer& buffer, void*)
+static bool decodesPlain(const uint8_t* octets, size_t left, void*)
 {
-  uint64_t octet = 0;
-  if (!l3SeeBits(buffer, 8, octet)) return false;
-  return octet >> 4 < kServiceRequestHeader && (octet >> 4 == 0 || (octet & 15) != kMobility);
+  if (!left) return false;
+  unsigned high = octets[0] >> 4, low = octets[0] & 15;
+  return high < kServiceRequestHeader && (high == 0 || low != kMobility);
 }
 
 static void decodedPlain(void* record)

@@ -14,20 +14,26 @@ static constexpr int kSession = 46, kMobility = 126;
 // Octets from the start of the message: the code, then what it covers, then what is ciphered.
 static constexpr NasSpans kSpans = {2, 6, 7};
 
-// Discriminator and security header type of two octets at hand that are in order; the cursor stays.
-static bool seesHeader(const RtxBuffer& buffer, TS24501Msg_NAS5GSecProtMsgHdr& header)
+// Discriminator and security header type of two octets that are in order.
+static bool seesHeader(const uint8_t* octets, size_t left, TS24501Msg_NAS5GSecProtMsgHdr& header)
 {
-  uint64_t octets = 0;
-  if (buffer.bitOffset != 8 || !l3SeeBits(buffer, 16, octets)) return false;
-  if (octets >> 8 == kSession) {
+  if (left < 2) return false;
+  if (octets[0] == kSession) {
     header.protoDiscr = TS24501Msg_NAS5GProtoDiscr_sessMgmt5G;
     return true;
   }
-  unsigned type = octets & 15;
-  if (octets >> 8 != kMobility || type > TS24501Msg_NAS5GSecHdrType_integProtAndCipherAnd5GSecCtxt) return false;
+  unsigned type = octets[1] & 15;
+  if (octets[0] != kMobility || type > TS24501Msg_NAS5GSecHdrType_integProtAndCipherAnd5GSecCtxt) return false;
   header.protoDiscr = TS24501Msg_NAS5GProtoDiscr_mobMgmt5G;
   header.secHdrType = static_cast<TS24501Msg_NAS5GSecHdrType>(type);
   return true;
+}
+
+// The same at the cursor, which stays.
+static bool seesHeader(const RtxBuffer& buffer, TS24501Msg_NAS5GSecProtMsgHdr& header)
+{
+  if (buffer.bitOffset != 8 || buffer.byteIndex > buffer.size) return false;
+  return seesHeader(buffer.data + buffer.byteIndex, buffer.size - buffer.byteIndex, header);
 }
 
 // Reads discriminator and security header type into the record, silently, and steps back.
@@ -60,20 +66,18 @@ static int decSecurity(L3Call& call, const L3Type& type, TS24501Msg_PDU& pdu)
 }
 
 // The header of a plain message, as the look ahead leaves it.
-static bool decodesPlain(const RtxBuffer& buffer, void* record)
+static bool decodesPlain(const uint8_t* octets, size_t left, void* record)
 {
   auto& header = static_cast<TS24501Msg_PDU*>(record)->secHdr;
-  return seesHeader(buffer, header) && (header.protoDiscr == kSession || header.secHdrType == 0);
+  return seesHeader(octets, left, header) && (header.protoDiscr == kSession || header.secHdrType == 0);
 }
-
-static void decodedPlain(void*) {}
 
 static bool encodesPlain(const void* record)
 {
   return !static_cast<const TS24501Msg_PDU*>(record)->m.secHdrPresent;
 }
 
-extern const L3Plain l3Plain_TS24501Msg_PDU = {decodesPlain, decodedPlain, encodesPlain};
+extern const L3Plain l3Plain_TS24501Msg_PDU = {decodesPlain, nullptr, encodesPlain};
 
 int l3Dec_TS24501Msg_PDU(L3Call& call, const L3Type& type, void* value)
 {

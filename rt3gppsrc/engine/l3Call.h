@@ -7,6 +7,7 @@
 #define VELNOR3GPP_L3_CALL_H
 
 #include "rt3gppsrc/engine/l3Record.h"
+#include "rtxsrc/heap/rtxMemHeapInline.h"
 #include "velnor3gpp/rtxContainer.h"
 #include "velnor3gpp/rtxContext.h"
 #include "velnor3gpp/rtxError.h"
@@ -39,9 +40,8 @@ enum L3Mode : uint8_t {
   kL3Observed, // the same, and each field goes through the public bit functions, where trace and stream see it
 };
 
-struct L3Call {
-  RtxContext* pctxt;
-  L3Name* names;
+// What a call begins with as zeros: it lies together, so that a few stores set it up.
+struct L3CallState {
   L3Region* regions;
   L3Mode mode;
   bool keepTypeName; // an early return leaves the type name behind
@@ -49,35 +49,42 @@ struct L3Call {
   bool failed;       // memory was out where nobody could return it
   bool inBody;       // inside a message of a top-level form
   bool traced;       // the bit trace is on: each field leaves an entry
+  unsigned left;     // of L3Call.ends
+  unsigned held;     // of L3Call.holds
+  size_t earlier;    // error records older than the innermost message inside a message
+  size_t listOctets; // allocated for entries of lists so far
+  size_t argument;   // the count for the next type whose decoder takes one
+  // The record under the coder, and the one that it stands in: counts may be fields of that one.
+  const void* record;
+  const void* around;
+  // With RTX_FLAG_KEEP_ELEMENTS: the value that the call decodes, and the trial of an element under way, or null.
+  const void* root;
+  L3Probe* probe;
+};
+
+struct L3Call : L3CallState {
+  RtxContext* pctxt;
+  L3Name* names;
+  const L3Type* tried; // what the trial decodes
+  // The bit position behind the last part that padding follows, for what stands there instead.
+  static constexpr size_t kNotPadded = SIZE_MAX;
+  size_t padded;
+  const char* lastPath; // of the trace's last entry, which owns it; the names of all frames that have an end begin it
   // Nothing is observed: several fields may be read or written in one step.
   bool plain() const { return mode != kL3Observed && !traced; }
   // Fields are read and written inline, with an entry in the trace if there is one.
   bool inlined() const { return mode != kL3Observed; }
   bool listed() const { return mode >= kL3Listed; }
   bool onTrial() const { return mode == kL3Trial || mode == kL3GivenUp; }
-  size_t earlier;       // error records older than the innermost message inside a message
-  size_t listOctets;    // allocated for entries of lists so far
-  size_t argument;      // the count for the next type whose decoder takes one
-  const char* lastPath; // of the trace's last entry, which owns it; the names of all frames that have an end begin it
   // Regions that early returns of a trial have left open. The next region to close is taken for the last of them, so
   // that one fewer stays behind: ends[0] is the end of the region around them.
   static constexpr unsigned kMaxLeft = 8;
-  const L3Type* tried = nullptr; // what the trial decodes
-  unsigned left = 0;
   size_t ends[kMaxLeft + 1];
-  // The record under the coder, and the one that it stands in: counts may be fields of that one.
-  const void* record = nullptr;
-  const void* around = nullptr;
-  // With RTX_FLAG_KEEP_ELEMENTS: the value that the call decodes, and the trial of an element under way, or null.
-  const void* root = nullptr;
-  L3Probe* probe = nullptr;
-  // The bit position behind the last part that padding follows, for what stands there instead.
-  static constexpr size_t kNotPadded = SIZE_MAX;
-  size_t padded = kNotPadded;
-  // What a trial has on the heap, to be released when it is given up; what finds no place here stays there.
+  // What a trial has on the heap, to be released when it is given up: the elements of an open run, and others, of which
+  // what finds no place here stays there.
   static constexpr unsigned kMaxHeld = 16;
-  unsigned held = 0;
   void* holds[kMaxHeld];
+  RtxMemRun run;
 };
 
 // Findings that a call records beside a decoded value; further ones are passed over, so that no message of many small
@@ -93,12 +100,12 @@ inline constexpr size_t kL3ListBase = 4096, kL3ListFactor = 40, kL3TrialFactor =
 inline void l3Fresh(L3Call& call, RtxContext* pctxt, L3Name& frame, const char* typeName)
 {
   frame = {typeName, nullptr, 0, 0, 0};
+  l3Clear<sizeof(L3CallState)>(static_cast<L3CallState*>(&call));
   call.pctxt = pctxt;
   call.names = &frame;
-  call.regions = nullptr;
-  call.mode = kL3MayTry;
-  call.traced = call.keepTypeName = call.ended = call.failed = call.inBody = false;
-  call.earlier = call.listOctets = call.argument = 0;
+  call.tried = nullptr;
+  call.run.next = nullptr;
+  call.padded = L3Call::kNotPadded;
 }
 // Opens a call for a type of this name; the frame is the caller's.
 void l3Begin(L3Call& call, RtxContext* pctxt, L3Name& frame, const char* typeName);

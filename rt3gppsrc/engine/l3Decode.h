@@ -8,6 +8,8 @@
 
 // Decodes a value of the type inside a call.
 int l3DecType(L3Call& call, const L3Type& type, void* value);
+// A whole call that is not done at once, from this mode on.
+int l3DecByRows(RtxContext* pctxt, const L3Type& type, void* value, L3Mode mode);
 // The rows of a type, without its hand-written coder: what such a coder calls to do the plain part.
 int l3DecRows(L3Call& call, const L3Type& type, void* record);
 

@@ -452,28 +452,39 @@ int l3DecType(L3Call& call, const L3Type& named, void* value)
   return call.probe ? decFormOnProbe(call, type, value) : decForm(call, type, value);
 }
 
-static int decode(RtxContext* pctxt, const L3Type& type, void* value, size_t count, L3AtOnce tried)
+static int decode(RtxContext* pctxt, const L3Type& type, void* value, size_t count, L3Mode mode)
 {
   L3Call call;
   L3Name frame;
   l3Begin(call, pctxt, frame, l3NameOf(type));
   call.argument = count;
   call.root = value;
-  if (tried == kL3Tried) call.mode = kL3Walk;
+  if (call.mode < mode) call.mode = mode;
   size_t start = pctxt->buffer.byteIndex;
   int status = l3DecType(call, type, value);
   if (status >= 0 && l3Keeps(call)) status = l3KeepEnd(call, type, value, start);
   return l3End(call, status, moduleOf(type), type.line);
 }
 
+int l3DecByRows(RtxContext* pctxt, const L3Type& type, void* value, L3Mode mode)
+{
+  return decode(pctxt, type, value, 0, mode);
+}
+
+// Kept out of l3Decode, which then saves no registers.
+[[gnu::noinline]] static int decodeAfresh(RtxContext* pctxt, const L3Type& type, void* value)
+{
+  l3ForgetKept(pctxt, value);
+  return decode(pctxt, type, value, 0, kL3MayTry);
+}
+
 int l3Decode(RtxContext* pctxt, const L3Type& type, void* value)
 {
-  if (l3KeptOf(pctxt)) l3ForgetKept(pctxt, value);
-  L3AtOnce tried = type.flags & kL3DecAtOnce ? l3DecAtOnce(pctxt, type, value) : kL3NotTried;
-  return tried == kL3Done ? 0 : decode(pctxt, type, value, 0, tried);
+  if (l3KeptOf(pctxt)) return decodeAfresh(pctxt, type, value);
+  return type.flags & kL3DecAtOnce ? l3DecAtOnce(pctxt, type, value) : decode(pctxt, type, value, 0, kL3MayTry);
 }
 
 int l3DecodeCounted(RtxContext* pctxt, const L3Type& type, void* value, size_t count)
 {
-  return decode(pctxt, type, value, count, kL3NotTried);
+  return decode(pctxt, type, value, count, kL3MayTry);
 }

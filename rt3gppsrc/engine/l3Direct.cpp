@@ -88,21 +88,44 @@ static void beginTrial(L3Call& call, RtxContext* pctxt, const L3Type& type, L3Na
 {
   l3Fresh(call, pctxt, frame, l3NameOf(type));
   call.mode = kL3Trial;
-  call.held = call.left = 0;
   call.tried = &type;
 }
 
-static void* allocate(L3Call& call, size_t octets)
+static void hold(L3Call& call, void* storage)
 {
-  RtxMemHeap* heap = call.pctxt->pMemHeap;
-  void* storage = heap ? rtxMemHeapAllocFast(heap, octets) : nullptr;
-  if (!storage) storage = rtxMemHeapAlloc(&call.pctxt->pMemHeap, octets);
-  if (storage && call.held < L3Call::kMaxHeld) call.holds[call.held++] = storage;
+  if (call.held < L3Call::kMaxHeld) call.holds[call.held++] = storage;
+}
+
+// Ends the run of elements, before anybody else asks the heap for anything. The trial may still be given up.
+static void endRun(L3Call& call)
+{
+  if (!call.run.next) return;
+  for (RtxMemElem* elem = call.run.first; elem != call.run.next; elem += elem->nunits) hold(call, elem + 1);
+  rtxMemRunClose(call.run);
+}
+
+[[gnu::cold, gnu::noinline]] static void* allocateAlone(L3Call& call, size_t octets)
+{
+  endRun(call);
+  void* storage = rtxMemHeapAlloc(&call.pctxt->pMemHeap, octets);
+  if (storage) hold(call, storage);
   return storage;
 }
 
-static void* holdNew(L3Call& call, void* before, void* storage)
+void* l3DirectRoom(L3Call& call, size_t octets)
 {
+  const RtxMemHeap* heap = call.pctxt->pMemHeap;
+  if (!call.run.next && (!heap || !rtxMemRunOpen(call.run, heap))) return allocateAlone(call, octets);
+  void* storage = rtxMemRunAlloc(call.run, octets);
+  return storage ? storage : allocateAlone(call, octets);
+}
+
+// Null, with everything as before, if memory is out.
+static void* reallocate(L3Call& call, void* before, size_t octets)
+{
+  if (call.run.next && rtxMemRunResize(call.run, before, octets)) return before;
+  endRun(call);
+  void* storage = rtxMemHeapRealloc(&call.pctxt->pMemHeap, before, octets);
   for (unsigned i = call.held; storage && i-- > 0;)
     if (call.holds[i] == before) call.holds[i] = storage;
   return storage;
@@ -110,6 +133,7 @@ static void* holdNew(L3Call& call, void* before, void* storage)
 
 static void releaseHeld(L3Call& call)
 {
+  if (call.run.next) rtxMemRunDrop(call.run);
   while (call.held) rtxMemHeapFreePtr(&call.pctxt->pMemHeap, call.holds[--call.held]);
 }
 
@@ -170,6 +194,7 @@ template <Go go> static bool runTrial(L3Call& call, const L3Type& type, void* re
   call.mode = good ? kL3MayTry : kL3Walk;
   call.names = names;
   call.regions = regions;
+  if (good && call.run.next) rtxMemRunClose(call.run);
   if (good && call.left) pushLeft(call);
   if (good) return true;
   call.listOctets = 0;
@@ -181,39 +206,47 @@ template <Go go> static bool directly(L3Call& call, const L3Type& type, void* re
 {
   if (call.probe) return false; // it needs the names
   if (!call.onTrial()) return mayTry(call, go == goEncode) && runTrial<go>(call, type, record);
-  if (go(call, type, record)) return true;
-  call.mode = kL3GivenUp;
-  return false;
+  bool good = go(call, type, record);
+  endRun(call); // what the walk around asks the heap for comes next
+  if (!good) call.mode = kL3GivenUp;
+  return good;
 }
 
-L3AtOnce l3DecAtOnce(RtxContext* pctxt, const L3Type& type, void* record)
+int l3DecAtOnce(RtxContext* pctxt, const L3Type& type, void* record)
 {
+  if (!isClear(*pctxt)) return l3DecByRows(pctxt, type, record, kL3MayTry);
+  RtxBuffer& buffer = pctxt->buffer;
+  const uint8_t* data = buffer.data;
+  size_t start = buffer.byteIndex, octets = buffer.size;
   const L3Plain* plain = type.hand ? type.hand->plain : nullptr;
-  if (plain && !plain->decodes(pctxt->buffer, record)) return kL3NotTried;
-  if (!isClear(*pctxt)) return kL3NotTried;
-  RtxBuffer before = pctxt->buffer;
+  if (plain && !plain->decodes(data + start, octets - start, record))
+    return l3DecByRows(pctxt, type, record, kL3MayTry);
   L3Call call;
   L3Name frame;
   beginTrial(call, pctxt, type, frame);
   uint32_t flags = pctxt->flags;
-  size_t pos = type.decodeDirect({before.data, before.size, &call}, before.byteIndex * 8, before.size * 8, record);
+  size_t pos = type.decodeDirect({data, octets, &call}, start * 8, octets * 8, record);
   if (pos != kL3GaveUp && wentWell(call, 0)) {
+    if (call.run.next) rtxMemRunClose(call.run);
     setCursor(pctxt, pos);
-    if (plain) plain->decoded(record);
+    if (plain && plain->decoded) plain->decoded(record);
     if (call.left) pushLeft(call);
-    bool surplus = pos >> 3 < before.size && l3KeepsFlag(pctxt); // the walk keeps it
-    if (!call.failed && !surplus) return kL3Done;
+    bool surplus = pos >> 3 < octets && l3KeepsFlag(pctxt); // the walk keeps it
+    if (!call.failed && !surplus) return 0;
     rtxCtxtPopAllContainers(pctxt); // there were none
   }
+  RtxBuffer before = buffer; // of which a decoding moves the cursor alone
+  before.byteIndex = start;
+  before.bitOffset = 8;
   giveUp(call, before, flags);
-  return kL3Tried;
+  return l3DecByRows(pctxt, type, record, kL3Walk);
 }
 
-L3AtOnce l3EncAtOnce(RtxContext* pctxt, const L3Type& type, void* record)
+int l3EncAtOnce(RtxContext* pctxt, const L3Type& type, void* record)
 {
   const L3Plain* plain = type.hand ? type.hand->plain : nullptr;
-  if (plain && !plain->encodes(record)) return kL3NotTried;
-  if (!isClear(*pctxt) || l3HasKept(pctxt)) return kL3NotTried;
+  if (plain && !plain->encodes(record)) return l3EncByRows(pctxt, type, record, kL3MayTry);
+  if (!isClear(*pctxt) || l3HasKept(pctxt)) return l3EncByRows(pctxt, type, record, kL3MayTry);
   L3Call call;
   L3Name frame;
   beginTrial(call, pctxt, type, frame);
@@ -226,10 +259,10 @@ L3AtOnce l3EncAtOnce(RtxContext* pctxt, const L3Type& type, void* record)
   if (pos != kL3GaveUp && wentWell(call, 0)) {
     setCursor(pctxt, pos);
     setTail(pctxt, out.tail);
-    return kL3Done;
+    return 0;
   }
   giveUp(call, before, flags);
-  return kL3Tried;
+  return l3EncByRows(pctxt, type, record, kL3Walk);
 }
 
 bool l3DecDirectly(L3Call& call, const L3Type& type, void* record)
@@ -245,6 +278,7 @@ bool l3EncDirectly(L3Call& call, const L3Type& type, void* record)
 size_t l3DirectType(const L3Source& in, size_t pos, size_t end, const L3Type& type, void* value)
 {
   L3Call& call = *in.call;
+  endRun(call);
   L3Region region{end >> 3, static_cast<uint16_t>(8 - (end & 7)), call.regions};
   call.regions = &region;
   setCursor(call.pctxt, pos);
@@ -266,28 +300,13 @@ size_t l3DirectPutType(L3Sink& out, size_t pos, const L3Type& type, void* value)
   return wentWell(call, status) && pos <= out.end ? pos : kL3GaveUp;
 }
 
-bool l3DirectBody(const L3Source& in, const L3Gap* gaps, void*& message)
-{
-  const L3Gap* last = gaps;
-  while (last->size) ++last;
-  message = allocate(*in.call, last->offset);
-  if (!message) return false;
-  uint8_t* octets = static_cast<uint8_t*>(message);
-  size_t from = 0;
-  for (const L3Gap* gap = gaps; gap <= last; ++gap) {
-    memset(octets + from, 0, gap->offset - from);
-    from = gap->offset + gap->size;
-  }
-  return true;
-}
-
 bool l3DirectHeap(const L3Source& in, size_t pos, size_t end, size_t octets, uint32_t& numocts, uint8_t*& data)
 {
   if ((pos & 7) || octets > (end - pos) >> 3) return false;
   numocts = static_cast<uint32_t>(octets);
   data = nullptr;
   if (!octets) return true;
-  data = static_cast<uint8_t*>(allocate(*in.call, octets));
+  data = static_cast<uint8_t*>(l3DirectRoom(*in.call, octets));
   return data && l3Octets(in, pos, end, data, octets);
 }
 
@@ -297,7 +316,7 @@ bool l3DirectBits(const L3Source& in, size_t pos, size_t end, uint32_t& numbits,
   numbits = static_cast<uint32_t>(bits);
   data = nullptr;
   if (!bits) return true;
-  data = static_cast<uint8_t*>(allocate(*in.call, bits / 8 + 1));
+  data = static_cast<uint8_t*>(l3DirectRoom(*in.call, bits / 8 + 1));
   if (!data) return false;
   memset(data, 0, bits / 8 + 1);
   setCursor(in.call->pctxt, pos);
@@ -307,7 +326,7 @@ bool l3DirectBits(const L3Source& in, size_t pos, size_t end, uint32_t& numbits,
 bool l3DirectText(const L3Source& in, size_t pos, size_t end, size_t octets, bool labels, char*& text)
 {
   if ((pos & 7) || octets > (end - pos) >> 3) return false;
-  text = static_cast<char*>(allocate(*in.call, octets + 1));
+  text = static_cast<char*>(l3DirectRoom(*in.call, octets + 1));
   if (!text || !l3Octets(in, pos, end, reinterpret_cast<uint8_t*>(text), octets)) return false;
   text[octets] = 0;
   if (labels) l3JoinLabels(text, octets);
@@ -318,14 +337,16 @@ bool l3DirectText(const L3Source& in, size_t pos, size_t end, size_t octets, boo
 // a second time.
 bool l3DirectGrow(const L3Source& in, void** entries, size_t count, size_t& capacity, size_t entrySize)
 {
-  if (count < capacity) return true;
+  static constexpr size_t kFirst = 8, kFirstOctets = 512; // most lists never grow
   L3Call& call = *in.call;
-  RtxMemHeap** heap = &call.pctxt->pMemHeap;
-  capacity = capacity ? capacity * 2 : 2;
+  if (capacity)
+    capacity *= 2;
+  else
+    capacity = entrySize * kFirst <= kFirstOctets ? kFirst : 2;
   size_t size = capacity * entrySize;
   call.listOctets += size;
   if (call.listOctets > kL3ListBase + kL3TrialFactor * in.octets) return false;
-  void* grown = count ? holdNew(call, *entries, rtxMemHeapRealloc(heap, *entries, size)) : allocate(call, size);
+  void* grown = count ? reallocate(call, *entries, size) : l3DirectRoom(call, size);
   if (!grown) return false;
   *entries = grown;
   return true;
@@ -336,7 +357,7 @@ void l3DirectCut(const L3Source& in, void** entries, size_t count, size_t capaci
   static constexpr size_t kWorthwhile = 512; // octets; below that the shrinking costs more than the rest is worth
   if (!count || (capacity - count) * entrySize < kWorthwhile) return;
   L3Call& call = *in.call;
-  void* cut = holdNew(call, *entries, rtxMemHeapRealloc(&call.pctxt->pMemHeap, *entries, count * entrySize));
+  void* cut = reallocate(call, *entries, count * entrySize);
   if (cut) *entries = cut;
 }
 

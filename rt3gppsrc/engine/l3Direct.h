@@ -38,29 +38,22 @@ static constexpr size_t kL3GaveUp = ~static_cast<size_t>(0);
 // flags and the findings are as before, and the rows are to be walked; inside a trial the whole trial is then given up.
 bool l3DecDirectly(L3Call& call, const L3Type& type, void* record);
 bool l3EncDirectly(L3Call& call, const L3Type& type, void* record);
-// What became of a try to do a whole call by the direct coder: most calls are nothing else, and need no names or
+// A whole call, by the direct coder or else by the rows: most calls are nothing but the first, and need no names or
 // regions.
-enum L3AtOnce { kL3NotTried, kL3Tried, kL3Done };
-L3AtOnce l3DecAtOnce(RtxContext* pctxt, const L3Type& type, void* record);
-L3AtOnce l3EncAtOnce(RtxContext* pctxt, const L3Type& type, void* record);
+int l3DecAtOnce(RtxContext* pctxt, const L3Type& type, void* record);
+int l3EncAtOnce(RtxContext* pctxt, const L3Type& type, void* record);
 // From inside a direct coder: a type with a coder by hand, or one that has only rows.
 size_t l3DirectType(const L3Source& in, size_t pos, size_t end, const L3Type& type, void* value);
 size_t l3DirectPutType(L3Sink& out, size_t pos, const L3Type& type, void* value);
 
-// Octets of a record that need no clearing; the last of a row of gaps is empty and stands at the record's end.
-struct L3Gap {
-  uint32_t offset, size;
-};
-
-// Storage of a message body, cleared but for the entries of its lists: of 15 KB some hundred octets remain to be
-// cleared.
-bool l3DirectBody(const L3Source& in, const L3Gap* gaps, void*& message);
+// Storage on the heap, 1 octet or more, that goes away with the trial; null: no memory.
+void* l3DirectRoom(L3Call& call, size_t octets);
 // Octets and texts on the heap; the caller moves the cursor behind them.
 bool l3DirectHeap(const L3Source& in, size_t pos, size_t end, size_t octets, uint32_t& numocts, uint8_t*& data);
 bool l3DirectText(const L3Source& in, size_t pos, size_t end, size_t octets, bool labels, char*& text);
 // All bits to the region's end, on the heap.
 bool l3DirectBits(const L3Source& in, size_t pos, size_t end, uint32_t& numbits, uint8_t*& data);
-// Room for entry number `count` of a list on the heap.
+// Room for entry number `count` of a list on the heap, which has none.
 bool l3DirectGrow(const L3Source& in, void** entries, size_t count, size_t& capacity, size_t entrySize);
 void l3DirectCut(const L3Source& in, void** entries, size_t count, size_t capacity, size_t entrySize);
 // Leaves the region that ends at `end` open behind a release group that ends with it; `outer` is the end of the one

@@ -8,6 +8,8 @@
 
 // Encodes a value of the type inside a call; `value` points to it, also for scalars.
 int l3EncType(L3Call& call, const L3Type& type, void* value);
+// A whole call that is not done at once, from this mode on.
+int l3EncByRows(RtxContext* pctxt, const L3Type& type, void* value, L3Mode mode);
 // The rows of a type, without its hand-written coder.
 int l3EncRows(L3Call& call, const L3Type& type, void* record);
 // A failure of a hand-written coder of the type: of the row that has the name, or with null of the type itself.

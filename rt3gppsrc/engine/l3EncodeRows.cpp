@@ -252,14 +252,12 @@ int l3EncOptions(L3Call& call, const L3Type& type, uint8_t* record, int running)
   return l3Ended(call, running);
 }
 
-int l3Encode(RtxContext* pctxt, const L3Type& type, void* value)
+int l3EncByRows(RtxContext* pctxt, const L3Type& type, void* value, L3Mode mode)
 {
-  L3AtOnce tried = type.flags & kL3EncAtOnce ? l3EncAtOnce(pctxt, type, value) : kL3NotTried;
-  if (tried == kL3Done) return 0;
   L3Call call;
   L3Name frame;
   l3Begin(call, pctxt, frame, l3EncNameOf(type));
-  if (tried == kL3Tried) call.mode = kL3Walk;
+  if (call.mode < mode) call.mode = mode;
   size_t start = pctxt->buffer.byteIndex;
   int status = l3EncType(call, type, value);
   if (status >= 0 && l3HasKept(pctxt)) {
@@ -267,4 +265,9 @@ int l3Encode(RtxContext* pctxt, const L3Type& type, void* value)
     status = put < 0 ? put : status;
   }
   return l3End(call, status, moduleOf(type), type.line);
+}
+
+int l3Encode(RtxContext* pctxt, const L3Type& type, void* value)
+{
+  return type.flags & kL3EncAtOnce ? l3EncAtOnce(pctxt, type, value) : l3EncByRows(pctxt, type, value, kL3MayTry);
 }

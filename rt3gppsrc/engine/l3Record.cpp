@@ -1,5 +1,10 @@
 #include "rt3gppsrc/engine/l3Record.h"
 
+void l3ClearLong(void* at, size_t octets)
+{
+  memset(at, 0, octets);
+}
+
 uint32_t l3JoinFields(const L3Field* fields, unsigned count, const uint8_t* record)
 {
   uint32_t value = 0;

@@ -25,6 +25,31 @@ struct L3HeapList {
   uint8_t* elem;
 };
 
+void l3ClearLong(void* at, size_t octets);
+
+// Clears so many octets, up to some hundred by stores of their own: what compilers make of memset in code that they
+// take for seldom used is an instruction that repeats, slower to begin than these are to end.
+template <size_t octets> [[gnu::always_inline]] inline void l3Clear(void* at)
+{
+  static constexpr size_t kInline = 256;
+  using Wide [[gnu::vector_size(16), gnu::aligned(1), gnu::may_alias]] = uint64_t;
+  using Half [[gnu::aligned(1), gnu::may_alias]] = uint64_t;
+  uint8_t* to = static_cast<uint8_t*>(at);
+  if constexpr (octets > kInline) {
+    l3ClearLong(at, octets);
+  } else if constexpr (octets > 16) {
+    *reinterpret_cast<Wide*>(to) = Wide{};
+    l3Clear<octets - 16>(to + 16);
+  } else if constexpr (octets == 16) {
+    *reinterpret_cast<Wide*>(to) = Wide{};
+  } else if constexpr (octets >= 8) {
+    *reinterpret_cast<Half*>(to) = 0;
+    l3Clear<octets - 8>(to + 8);
+  } else {
+    memset(to, 0, octets);
+  }
+}
+
 inline bool l3HasBit(const void* record, uint16_t bit)
 {
   return (static_cast<const uint8_t*>(record)[bit >> 3] >> (bit & 7)) & 1;

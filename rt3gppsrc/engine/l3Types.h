@@ -270,8 +270,8 @@ struct L3Message {
 
 // Which messages of a hand-coded form its rows alone can code, because nothing protects them.
 struct L3Plain {
-  bool (*decodes)(const RtxBuffer& buffer, void* record); // writes to the record what the coder would
-  void (*decoded)(void* record);                          // does what the coder does behind the rows
+  bool (*decodes)(const uint8_t* octets, size_t left, void* record); // writes to the record what the coder would
+  void (*decoded)(void* record);                                     // what the coder does behind the rows, or null
   bool (*encodes)(const void* record);
 };
 

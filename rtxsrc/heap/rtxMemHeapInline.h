@@ -120,4 +120,72 @@ inline void* rtxMemHeapAllocFast(RtxMemHeap* heap, size_t size)
   return rtxMemCutFront(block, linkOff, freeSize, need);
 }
 
+// A run of elements that are cut one behind the other off the front of a block's only free element. That element is
+// told of them once, at the end: until then the heap serves nobody else.
+struct RtxMemRun {
+  RtxMemElem* next;  // the header of the next element, or null: not open
+  RtxMemElem* limit; // the last place for the header of what remains free
+  RtxMemElem head;   // of the next element, but for its size
+  RtxMemElem* first; // where the run began
+};
+
+// False if the heap is of a special kind, has no block or more than one free element in it.
+inline bool rtxMemRunOpen(RtxMemRun& run, const RtxMemHeap* heap)
+{
+  RtxMemBlock* block = heap->curBlock;
+  if ((heap->flags & (RT_MH_STATIC | RT_MH_CHECK_HEAP | RT_MH_USE_SYSMEM)) != 0 || block == nullptr) return false;
+  const unsigned linkOff = block->freeElemOff;
+  const unsigned size = rtxMemFreeSizeAt(block, linkOff);
+  const RtxMemFreeLink* link = rtxMemLinkAt(block, linkOff);
+  if (size == 0 || size >= linkOff || (link->nextFree | link->prevFree) != 0) return false;
+  const unsigned off = linkOff + 1 - size;
+  run.first = run.next = rtxMemElemAt(block, off);
+  run.limit = run.next + size - kMemMinElem;
+  rtxMemSetElem(&run.head, 0, run.next->prevOff, off, 0, 1);
+  return true;
+}
+
+// An element for 1 octet or more from an open run; null if it does not fit.
+inline void* rtxMemRunAlloc(RtxMemRun& run, size_t size)
+{
+  const size_t units = size / kMemUnit + (size % kMemUnit != 0) + 1;
+  RtxMemElem* elem = run.next;
+  if (units > static_cast<size_t>(run.limit - elem)) return nullptr;
+  *elem = run.head;
+  elem->nunits = run.head.prevOff = static_cast<uint16_t>(units);
+  run.head.beginOff = static_cast<uint16_t>(run.head.beginOff + units);
+  run.next = elem + units;
+  return elem + 1;
+}
+
+// Gives the run's last element another size, in place. False if `ptr` is not that element, or it does not fit.
+inline bool rtxMemRunResize(RtxMemRun& run, const void* ptr, size_t size)
+{
+  RtxMemElem* last = run.next - run.head.prevOff;
+  if (run.next == run.first || ptr != last + 1) return false;
+  const size_t units = size / kMemUnit + (size % kMemUnit != 0) + 1;
+  if (units > static_cast<size_t>(run.limit - last)) return false;
+  last->nunits = run.head.prevOff = static_cast<uint16_t>(units);
+  run.head.beginOff = static_cast<uint16_t>(last->beginOff + units);
+  run.next = last + units;
+  return true;
+}
+
+// Ends a run: what it has not taken is the free element again.
+inline void rtxMemRunClose(RtxMemRun& run)
+{
+  const size_t left = static_cast<size_t>(run.limit - run.next) + kMemMinElem;
+  rtxMemSetElem(run.next, static_cast<unsigned>(left), run.head.prevOff, run.head.beginOff, kMemElemFree, 0);
+  run.next[left].prevOff = static_cast<uint16_t>(left);
+  run.next = nullptr;
+}
+
+// Ends a run and frees all its elements at once.
+inline void rtxMemRunDrop(RtxMemRun& run)
+{
+  rtxMemSetElem(&run.head, 0, run.first->prevOff, run.first->beginOff, 0, 1); // as the first element has kept them
+  run.next = run.first;
+  rtxMemRunClose(run);
+}
+
 #endif

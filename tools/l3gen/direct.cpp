@@ -60,19 +60,35 @@ bool hasBodyDirect(const Type& type)
   return type.kind == Kind::Pdu && type.directByHand;
 }
 
+static bool isAlias(const Type& type)
+{
+  if (type.kind != Kind::Bare || type.rows.size() != 1 || !type.decodeFile.empty() || !type.encodeFile.empty())
+    return false;
+  const Row& row = type.rows[0];
+  return row.what.kind == WhatKind::Type && !row.what.rest && row.often.end == kL3NoList && !row.range;
+}
+
+const Type& aliased(const Type& type)
+{
+  return isAlias(type) ? aliased(*type.rows[0].what.type) : type;
+}
+
 static bool hasLength(const Type& type)
 {
   if (type.rows.empty() || type.rows[0].mark != Mark::Length) return false;
   return !type.rows[0].countsBits && !type.rows[0].fromOctet && type.rows[0].number % 8 == 0;
 }
 
-bool startsAligned(const Type& type)
+int beginsAt(const Type& type)
 {
+  if (type.kind == Kind::Message || type.kind == Kind::Pdu || hasLength(type) || type.beginsAt == Type::kNotReached)
+    return 0;
   auto bits = fixedBits(type);
-  return type.kind == Kind::Message || type.kind == Kind::Pdu || hasLength(type) || (bits && *bits && *bits % 8 == 0);
+  bool octets = bits && *bits && *bits % 8 == 0;
+  return type.beginsAt < 0 && octets ? 0 : type.beginsAt;
 }
 
-DirectWriter::DirectWriter(const Type& t) : type(t), used(startsAligned(t) ? 0 : -1) {}
+DirectWriter::DirectWriter(const Type& t) : type(t), used(l3gen::beginsAt(t)) {}
 
 void DirectWriter::movedOver(const Type& named)
 {
@@ -80,8 +96,37 @@ void DirectWriter::movedOver(const Type& named)
   bool byHand = !t.decodeFile.empty() || !t.encodeFile.empty();
   if (!byHand && hasDirect(t) && hasLength(t))
     used = 0;
+  else if (!byHand && hasDirect(t) && !fixedBits(t) && used == 0)
+    used = t.endsAt;
   else
     moved(fixedBits(t));
+}
+
+void DirectWriter::reached(Type& named) const
+{
+  Type* type = &named;
+  while (isAlias(*type)) type = type->rows[0].what.type;
+  if (type->beginsAt == Type::kNotReached)
+    type->beginsAt = used;
+  else if (type->beginsAt != used)
+    type->beginsAt = -1;
+}
+
+// Every type is taken to end with an octet until a way through it shows another place: all are gone through anew until
+// nothing changes. Where a type is reached is noted on the way.
+void layOutOctets(Model& model)
+{
+  for (bool changed = true; changed;) {
+    changed = false;
+    for (auto& type : model.types) {
+      if (!hasDirect(*type)) continue;
+      int began = beginsAt(*type), end = decodeEndsAt(*type, 0);
+      if (began) decodeEndsAt(*type, began), encodeEndsAt(*type, began);
+      if (end != encodeEndsAt(*type, 0)) end = -1;
+      changed = changed || end != type->endsAt || began != beginsAt(*type);
+      type->endsAt = end;
+    }
+  }
 }
 
 bool keepsPlace(const What& what)
@@ -104,19 +149,6 @@ std::string directCall(const Type& named, const std::string& pointer, bool encod
   const char *f = type.full.c_str(), *p = pointer.c_str();
   return direct ? format("l3Direct%s_%s(%s, %s)", side, f, at, p)
                 : format("l3Direct%sType(%s, l3_%s, %s)", put, at, f, p);
-}
-
-static bool isAlias(const Type& type)
-{
-  if (type.kind != Kind::Bare || type.rows.size() != 1 || !type.decodeFile.empty() || !type.encodeFile.empty())
-    return false;
-  const Row& row = type.rows[0];
-  return row.what.kind == WhatKind::Type && !row.what.rest && row.often.end == kL3NoList && !row.range;
-}
-
-const Type& aliased(const Type& type)
-{
-  return isAlias(type) ? aliased(*type.rows[0].what.type) : type;
 }
 
 std::vector<const Row*> plainRows(const Type& type)

@@ -46,10 +46,15 @@ struct DirectWriter {
   void maybeFrom(int before) { used = used == before ? before : -1; }
   // Behind a value of the type.
   void movedOver(const Type& type);
+  // Before one.
+  void reached(Type& type) const;
 };
 
-// Is the type read and written from the beginning of an octet only? Elsewhere the walk does it.
-bool startsAligned(const Type& type);
+// Where in its octet a value ends, in bits used, if it began with so many; -1: not told.
+int decodeEndsAt(const Type& type, int began);
+int encodeEndsAt(const Type& type, int began);
+// Where in an octet the type is read and written, in bits used: elsewhere the walk does it. -1: anywhere.
+int beginsAt(const Type& type);
 // Does an entry of a list end where in its octet it began?
 bool keepsPlace(const What& what);
 // Can the type's rows be decoded and encoded in straight lines? Others are left to the walk.
@@ -90,7 +95,7 @@ std::string decodeBodyDirect(const Type& type);
 std::string encodeBodyDirect(const Type& type);
 
 // The writers' common walks. What they call is found beside the writer: leafRun, octets, bitString, text, choice, body,
-// list for elements; length, closeLengths, conditional, enterRelease, leaveRelease for rows.
+// list for elements; roomRun, length, closeLengths, conditional, enterRelease, leaveRelease for rows.
 template <class Writer>
 void element(Writer& w, const What& what, const Often& often, const std::optional<Range>& range,
              const std::string& member)
@@ -106,6 +111,7 @@ void element(Writer& w, const What& what, const Often& often, const std::optiona
     case WhatKind::Text:
       return text(w, what, range, member);
     case WhatKind::Type:
+      w.reached(*what.type);
       w.go(directCall(*what.type, "&" + member, Writer::kEncoder));
       return w.movedOver(*what.type);
     case WhatKind::Choice:
@@ -159,6 +165,7 @@ template <class Writer> void rows(Writer& w)
       leafRun(w, leaves);
       continue;
     }
+    if (roomRun(w, all, at)) continue;
     const Row& row = *all[at++];
     if (row.mark == Mark::Release || row.mark == Mark::EndRelease)
       changeRelease(w, row.mark == Mark::Release ? &row : nullptr);

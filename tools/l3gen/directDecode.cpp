@@ -10,6 +10,11 @@ struct DecodeWriter : DirectWriter {
   using DirectWriter::DirectWriter;
 };
 
+static std::string clear(const std::string& at, const std::string& octets)
+{
+  return "l3Clear<" + octets + ">(" + at + ");";
+}
+
 static void take(DecodeWriter& w, unsigned bits)
 {
   w.giveUpIf(w.used < 0 ? format("!l3Take<%u>(in, pos, end, w)", bits)
@@ -103,13 +108,15 @@ static void choice(DecodeWriter& w, const What& what, const std::string& member)
     if (!what.untagged) w.line(format("%s.t = %u;", member.c_str(), tag));
     std::string inner = place + "." + alternative.member;
     bool alone = isRecord(alternative.what) && alternative.often.end == kL3NoList;
-    if (alone) w.line(format("memset(&%s, 0, sizeof %s);", inner.c_str(), inner.c_str()));
+    if (alone) w.line(clear("&" + inner, "sizeof " + inner));
     element(w, alternative.what, alternative.often, alternative.range, inner);
   });
 }
 
-// The entries of inline lists in a record, wherever they stand outside of unions: a new message is cleared around them.
-static void listGaps(const Type& named, const std::string& path, const std::string& root, std::string& out)
+// The entries of inline lists in a record, wherever they stand outside of unions: a new message is cleared around them,
+// since of 15 KB some hundred octets remain. Each is left out by what is cleared up to it.
+static void clearAround(DecodeWriter& w, const Type& named, const std::string& path, const std::string& root,
+                        std::string& from)
 {
   const Type& type = aliased(named);
   for (auto& row : type.rows) {
@@ -117,20 +124,23 @@ static void listGaps(const Type& named, const std::string& path, const std::stri
     std::string place = bare ? path : (path.empty() ? "" : path + ".") + row.member;
     if (row.often.bounded() && isRecord(row.what)) {
       std::string entries = (place.empty() ? "" : place + ".") + "elem";
-      out += format("{offsetof(%s, %s), sizeof(static_cast<%s*>(nullptr)->%s)}, ", root.c_str(), entries.c_str(),
-                    root.c_str(), entries.c_str());
+      std::string at = format("offsetof(%s, %s)", root.c_str(), entries.c_str());
+      w.line(clear("octets + (" + from + ")", at + " - (" + from + ")"));
+      from = at + format(" + sizeof(static_cast<%s*>(nullptr)->%s)", root.c_str(), entries.c_str());
     } else if (row.often.end == kL3NoList && isRecord(row.what)) {
-      listGaps(*row.what.type, place, root, out);
+      clearAround(w, *row.what.type, place, root, from);
     }
   }
 }
 
 static void newMessage(DecodeWriter& w, const Type& type)
 {
-  std::string gaps;
-  listGaps(type, "", type.full, gaps);
-  w.line("static constexpr L3Gap gaps[] = {" + gaps + "{sizeof(" + type.full + "), 0}};");
-  w.giveUpIf("!l3DirectBody(source, gaps, message)");
+  const char* f = type.full.c_str();
+  w.giveUpIf(format("!(message = l3DirectRoom(*in.call, sizeof(%s)))", f));
+  w.line("uint8_t* octets = static_cast<uint8_t*>(message);");
+  std::string from = "0";
+  clearAround(w, type, "", type.full, from);
+  w.line(clear("octets + (" + from + ")", format("sizeof(%s) - (%s)", f, from.c_str())));
 }
 
 static void body(DecodeWriter& w, const What& what, const std::string& member)
@@ -170,8 +180,9 @@ static void entry(DecodeWriter& w, const What& what, const Often& often, const s
     w.giveUpIf(format("%s >= %u", c, often.range->hi));
   else
     w.giveUpIf(
-        format("!l3DirectGrow(source, reinterpret_cast<void**>(&%s.elem), %s, room%s, sizeof *%s.elem)", m, c, c, m));
-  if (isRecord(what)) w.line(format("memset(&%s, 0, sizeof %s);", elem.c_str(), elem.c_str()));
+        format("%s == room%s && !l3DirectGrow(source, reinterpret_cast<void**>(&%s.elem), %s, room%s, sizeof *%s.elem)",
+               c, c, m, c, c, m));
+  if (isRecord(what)) w.line(clear("&" + elem, "sizeof " + elem));
   bool watch = often.end == kL3WhileRoom && leavesOf(what, range, elem).empty();
   if (watch) w.line("size_t before" + n + " = pos;");
   element(w, what, Often{}, range, elem);
@@ -265,6 +276,32 @@ static void conditional(DecodeWriter& w, const Row& row)
   if (row.extLast) w.line("while (!ext) {\nif (!l3Take<8>(in, pos, end, w)) return kL3GaveUp;\next = w >> 7;\n}");
   w.line("}");
   if (!always) w.maybeFrom(before);
+}
+
+// Fixed fields that are there while there is room, from `at` on: in a region of whole octets those that share an octet
+// with the one before are there if it is. Moves `at` behind two or more, or writes nothing.
+static bool roomRun(DecodeWriter& w, const std::vector<const Row*>& rows, size_t& at)
+{
+  if (w.used < 0 || w.regions.empty() || w.regions.back() != 0) return false;
+  std::vector<Leaf> leaves;
+  size_t end = at;
+  for (; end < rows.size(); ++end) {
+    const Row& row = *rows[end];
+    bool fixed =
+        row.room && row.given == kL3GivenAlways && row.lead == kL3NoLead && row.often.end == kL3NoList && !row.extLast;
+    bool shares = end == at || (static_cast<unsigned>(w.used) + bitsOf(leaves)) % 8;
+    auto more = fixed && shares ? leavesOf(row.what, row.range, memberOf(w.type, row)) : std::vector<Leaf>{};
+    if (more.empty()) break;
+    leaves.insert(leaves.end(), more.begin(), more.end());
+  }
+  if (end - at < 2) return false;
+  int before = w.used;
+  w.line("if (pos < end) {");
+  leafRun(w, leaves);
+  for (; at < end; ++at) mark(w, *rows[at]);
+  w.line("}");
+  w.maybeFrom(before);
+  return true;
 }
 
 static void enterRelease(DecodeWriter& w, const std::string& mark, const Row& row)
@@ -385,8 +422,8 @@ std::string decodeDirect(const Type& type)
   if (type.hasStandard() && !type.onlyEnds())
     w.line(
         format("if (l3DirectStandard(in)) return l3DirectType(source, pos, end, l3_%s, record);", type.full.c_str()));
-  if (!w.used) w.giveUpIf("pos & 7");
-  if (type.mBits) w.line(format("memset(&r, 0, %d);", (type.mBits + 7) / 8));
+  if (w.used >= 0) w.giveUpIf(w.used ? format("(pos & 7) != %d", w.used) : "pos & 7");
+  if (type.mBits) w.line(clear("&r", std::to_string((type.mBits + 7) / 8)));
   // An early return comes before them.
   for (auto& row : type.rows)
     if (type.has("early-return") && row.what.kind == WhatKind::BitString)
@@ -394,6 +431,15 @@ std::string decodeDirect(const Type& type)
   rows(w);
   if (type.kind == Kind::Message) options(w);
   return indented(w.out + "return pos;\n}\n\n");
+}
+
+int decodeEndsAt(const Type& type, int began)
+{
+  DecodeWriter w(type);
+  w.used = began;
+  rows(w);
+  if (type.kind == Kind::Message) options(w);
+  return w.used;
 }
 
 std::string decodeBodyDirect(const Type& type)

@@ -169,6 +169,12 @@ static void length(EncodeWriter& w, const Row& row)
   w.open.push_back(&row);
 }
 
+// Each field is there by itself.
+static bool roomRun(EncodeWriter&, const std::vector<const Row*>&, size_t&)
+{
+  return false;
+}
+
 static void enterRelease(EncodeWriter& w, const std::string& mark, const Row&)
 {
   w.line("if (" + mark + ") {");
@@ -222,10 +228,19 @@ std::string encodeDirect(const Type& type)
   w.line("[[maybe_unused]] size_t count = 0;");
   if (type.hasStandard())
     w.line(format("if (l3DirectStandard(sink)) return l3DirectPutType(sink, pos, l3_%s, record);", type.full.c_str()));
-  if (!w.used) w.giveUpIf("pos & 7");
+  if (w.used >= 0) w.giveUpIf(w.used ? format("(pos & 7) != %d", w.used) : "pos & 7");
   rows(w);
   if (type.kind == Kind::Message) options(w);
   return indented(w.out + "return pos;\n}\n\n");
+}
+
+int encodeEndsAt(const Type& type, int began)
+{
+  EncodeWriter w(type);
+  w.used = began;
+  rows(w);
+  if (type.kind == Kind::Message) options(w);
+  return w.used;
 }
 
 std::string encodeBodyDirect(const Type& type)

@@ -29,6 +29,7 @@ static bool writeAll(l3gen::Model& model, const fs::path& dir)
   fs::create_directories(headers);
   fs::create_directories(sources);
   bool ok = true;
+  l3gen::layOutOctets(model);
   for (auto& module : model.modules) {
     ok &= writeIfChanged(headers / (module->stem + ".h"), l3gen::writeHeader(model, *module));
     ok &= writeIfChanged(sources / (module->stem + ".cpp"), l3gen::writeTables(model, *module));

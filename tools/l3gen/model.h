@@ -196,6 +196,11 @@ struct Type {
   // laid out
   int mBits = 0;
   std::vector<std::string> mNames;
+  // Laid out for the direct coders: how many bits of an octet are used where the types that hold this one reach it, and
+  // behind a value that began with an octet. -1: it differs.
+  static constexpr int kNotReached = -2;
+  int beginsAt = kNotReached;
+  int endsAt = 0;
   bool has(const char* word) const { return words.count(word) || module->words.count(word); }
   // Has the standard's form other rows? What only lacks an optional element is told by that.
   bool hasStandard() const
@@ -308,6 +313,8 @@ bool isWord(const std::string& name);
 unsigned storeOf(const What& what);
 unsigned storeForBits(unsigned bits);
 // write*.cpp
+// Tells of every type where in their octets its values begin and end; the direct coders are written by that.
+void layOutOctets(Model& model);
 std::string writeHeader(Model& model, const Module& module);
 std::string writeTables(Model& model, const Module& module);
 std::string writeCoders(Model& model, const Module& module, bool encoder);
