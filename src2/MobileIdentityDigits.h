@@ -4,6 +4,7 @@
 #define VELNOR3GPP_MOBILE_IDENTITY_DIGITS_H
 
 #include "rt3gppsrc/engine/l3Decode.h"
+#include "rt3gppsrc/engine/l3Direct.h"
 #include "rt3gppsrc/engine/l3Encode.h"
 #include "rt3gppsrc/engine/l3Kept.h"
 
@@ -55,42 +56,76 @@ int decIdentity(L3Call& call, const L3Type& type, Length& length, size_t most, I
   return 0;
 }
 
+// The digits of so many octets behind the first one, which has digit1; an even count has a filler at its end.
+inline bool unpackIdentity(const uint8_t* octets, size_t count, bool odd, unsigned digit1, char* digits, size_t size)
+{
+  if (digit1 > 9 || 2 * count + (odd ? 1 : 0) >= size) return false;
+  *digits++ = static_cast<char>('0' + digit1);
+  for (size_t i = 1; i <= count; ++i) {
+    uint8_t octet = *octets++;
+    rtxTBCDBinToChar(octet & 15, digits++);
+    if (i < count || odd) rtxTBCDBinToChar(octet >> 4, digits++);
+  }
+  *digits = 0;
+  return true;
+}
+
+// Length, first octet and digits as they stand on the wire; gives how many octets, 0 where the shared function is to
+// say what is wrong.
+static constexpr size_t kMaxIdentityDigits = 16;
+using IdentityOctets = uint8_t[kMaxIdentityDigits / 2 + 2];
+
+inline size_t packIdentity(IdentityOctets& octets, unsigned identType, const char* digits)
+{
+  size_t count = strnlen(digits, kMaxIdentityDigits + 1);
+  if (count > kMaxIdentityDigits || identType > 7) return 0;
+  uint8_t nibbles[kMaxIdentityDigits + 2];
+  memset(nibbles, RTX_TBCD_FILLER, sizeof nibbles);
+  for (size_t i = 0; i < count; ++i)
+    if (rtxTBCDCharToBin(digits[i], &nibbles[i]) < 0) return 0;
+  uint8_t* at = octets;
+  *at++ = static_cast<uint8_t>(count / 2 + 1);
+  *at++ = static_cast<uint8_t>(nibbles[0] << 4 | (count & 1 ? 8U : 0U) | identType);
+  for (size_t i = 1; i < count; i += 2) *at++ = static_cast<uint8_t>(nibbles[i + 1] << 4 | nibbles[i]);
+  return count / 2 + 2;
+}
+
 // The digits at once, as one field in the trace, where nothing can fail; false leaves all to the shared function.
 inline bool takeIdentityDigits(L3Call& call, uint8_t length, uint8_t odd, uint8_t digit1, char* digits, size_t size)
 {
   RtxBuffer& buffer = call.pctxt->buffer;
   size_t octets = length > 1 ? length - 1U : 1U;
-  bool fits = length && digit1 <= 9 && 2 * octets + (odd ? 1 : 0) < size && octets <= l3Unread(call.pctxt);
-  if (!call.inlined() || buffer.bitOffset != 8 || !fits) return false;
+  if (!length || octets > l3Unread(call.pctxt) || !call.inlined() || buffer.bitOffset != 8) return false;
+  if (!unpackIdentity(buffer.data + buffer.byteIndex, octets, odd, digit1, digits, size)) return false;
   l3TraceField(call, "");
-  *digits++ = static_cast<char>('0' + digit1);
-  for (size_t i = 1; i <= octets; ++i) {
-    uint8_t octet = buffer.data[buffer.byteIndex++];
-    rtxTBCDBinToChar(octet & 15, digits++);
-    if (i < octets || odd) rtxTBCDBinToChar(octet >> 4, digits++);
-  }
-  *digits = 0;
+  buffer.byteIndex += octets;
   if (call.traced) rtxDiagSetBitFldCount(call.pctxt->pBitFldList);
   return true;
 }
 
 inline bool putIdentityDigits(L3Call& call, uint8_t identType, const char* digits)
 {
-  static constexpr size_t kMaxDigits = 16;
   RtxBuffer& buffer = call.pctxt->buffer;
-  size_t count = strnlen(digits, kMaxDigits + 1), octets = count / 2 + 1;
-  bool room = buffer.byteIndex < buffer.size && octets < buffer.size - buffer.byteIndex;
-  if (!call.plain() || buffer.bitOffset != 8 || count > kMaxDigits || !room) return false;
-  uint8_t nibbles[kMaxDigits + 2];
-  memset(nibbles, RTX_TBCD_FILLER, sizeof nibbles);
-  for (size_t i = 0; i < count; ++i)
-    if (rtxTBCDCharToBin(digits[i], &nibbles[i]) < 0) return false;
-  uint8_t* at = buffer.data + buffer.byteIndex;
-  *at++ = static_cast<uint8_t>(octets);
-  *at++ = static_cast<uint8_t>(nibbles[0] << 4 | (count & 1 ? 8 : 0) | identType);
-  for (size_t i = 1; i < count; i += 2) *at++ = static_cast<uint8_t>(nibbles[i + 1] << 4 | nibbles[i]);
-  buffer.byteIndex += octets + 1;
+  IdentityOctets octets;
+  size_t count = call.plain() && buffer.bitOffset == 8 ? packIdentity(octets, identType, digits) : 0;
+  if (!count || buffer.byteIndex > buffer.size || count > buffer.size - buffer.byteIndex) return false;
+  memcpy(buffer.data + buffer.byteIndex, octets, count);
+  buffer.byteIndex += count;
   return true;
+}
+
+// The same in direct coders: a whole identity of digits, its length at the cursor.
+inline size_t directDigits(const L3Source& in, size_t pos, uint8_t length, unsigned first, char* digits, size_t size)
+{
+  bool good = length > 1 && unpackIdentity(in.data + (pos >> 3), length - 1U, first & 8, first >> 4, digits, size);
+  return good ? pos + (length - 1U) * 8 : kL3GaveUp;
+}
+
+inline size_t directPutDigits(L3Sink& out, size_t pos, unsigned identType, const char* digits)
+{
+  IdentityOctets octets;
+  size_t count = packIdentity(octets, identType, digits);
+  return count && l3PutOctets(out.data, pos, out.end, octets, count) ? pos : kL3GaveUp;
 }
 
 inline int decIdentityDigits(L3Call& call, const L3Type& type, const char* name, uint8_t length, uint8_t odd,

@@ -184,3 +184,47 @@ int l3Enc_TS24008IE_MobileIdentity(L3Call& call, const L3Type&, void* value)
       return l3FailNew(call, kIdentity.module->encoder, RTX_E_INVALID_CHOICE, kIdentity.line);
   }
 }
+
+// Directly for digits and a TMSI, which nearly every identity is.
+size_t l3DirectDec_TS24008IE_MobileIdentity(const L3Source& in, size_t pos, size_t end, void* record)
+{
+  Identity& identity = *static_cast<Identity*>(record);
+  size_t start = pos;
+  uint64_t lead = 0;
+  if ((pos & 7) || !l3Take<16>(in, pos, end, lead)) return kL3GaveUp;
+  uint8_t length = static_cast<uint8_t>(lead >> 8);
+  unsigned first = lead & 0xFF, type = first & 7;
+  auto& u = identity.u;
+  bool whole = length && length <= kMaxLength && length - 1U <= (end - pos) >> 3;
+  bool tmsi = type == TS24008IE_MobileIdentity_t_tmsi && length == 1 + sizeof u.tmsi && !(first & 8);
+  bool digits = type >= TS24008IE_MobileIdentity_t_imsi && type <= TS24008IE_MobileIdentity_t_imeisv;
+  if (!whole || !(tmsi || digits)) return l3DirectType(in, start, end, kIdentity, record);
+  identity.m = {};
+  identity.length = length;
+  identity.t = type;
+  if (tmsi) {
+    keepLead(identity, static_cast<uint8_t>(first >> 4));
+    return l3Octets(in, pos, end, u.tmsi, sizeof u.tmsi) ? pos : kL3GaveUp;
+  }
+  bool version = type == TS24008IE_MobileIdentity_t_imeisv; // one digit more
+  return directDigits(in, pos, length, first, version ? u.imeisv : u.imsi, version ? sizeof u.imeisv : sizeof u.imsi);
+}
+
+size_t l3DirectEnc_TS24008IE_MobileIdentity(L3Sink& out, size_t pos, void* record)
+{
+  Identity& identity = *static_cast<Identity*>(record);
+  auto& u = identity.u;
+  unsigned lead = leadOf(identity);
+  if (identity.t == TS24008IE_MobileIdentity_t_tmsi && lead <= 15 && !(pos & 7)) {
+    identity.length = 1 + sizeof u.tmsi;
+    bool put = l3Put<16>(out.data, pos, out.end, identity.length << 8 | lead << 4 | identity.t);
+    return put && l3PutOctets(out.data, pos, out.end, u.tmsi, sizeof u.tmsi) ? pos : kL3GaveUp;
+  }
+  bool version = identity.t == TS24008IE_MobileIdentity_t_imeisv;
+  const char* digits = version ? u.imeisv : u.imsi;
+  size_t size = version ? sizeof u.imeisv : sizeof u.imsi, count = strnlen(digits, size);
+  bool known = identity.t >= TS24008IE_MobileIdentity_t_imsi && identity.t <= TS24008IE_MobileIdentity_t_imeisv;
+  if (!known || count == size) return l3DirectPutType(out, pos, kIdentity, record);
+  identity.length = static_cast<uint8_t>(count / 2 + 1);
+  return directPutDigits(out, pos, identity.t, digits);
+}

@@ -108,20 +108,30 @@ int l3Enc_TS24301IE_EPSMobileIdentity(L3Call& call, const L3Type&, void* value)
 // Length and first octet, but for its upper bits.
 static constexpr uint64_t kGutiLead = kGutiOctets << 8 | TS24301IE_EPSMobileIdentity_typeOfIdent_guti;
 
-// Directly for the GUTI, which nearly every identity is.
+// Directly for the GUTI, which nearly every identity is, and for digits.
 size_t l3DirectDec_TS24301IE_EPSMobileIdentity(const L3Source& in, size_t pos, size_t end, void* record)
 {
   Identity& identity = *static_cast<Identity*>(record);
   size_t start = pos;
   uint64_t word = 0;
-  if (!l3Take<16>(in, pos, end, word)) return kL3GaveUp;
-  if ((word & 0xFF07) != kGutiLead) return l3DirectType(in, start, end, l3_TS24301IE_EPSMobileIdentity, record);
-  identity.length = kGutiOctets;
+  if ((pos & 7) || !l3Take<16>(in, pos, end, word)) return kL3GaveUp;
+  uint8_t length = static_cast<uint8_t>(word >> 8);
+  unsigned type = word & 7;
+  bool guti = (word & 0xFF07) == kGutiLead;
+  bool imsi = type == TS24301IE_EPSMobileIdentity_typeOfIdent_imsi;
+  bool digits = (imsi || type == TS24301IE_EPSMobileIdentity_typeOfIdent_imei) && length && length <= kGutiOctets &&
+                length - 1U <= (end - pos) >> 3;
+  if (!guti && !digits) return l3DirectType(in, start, end, kIdentity, record);
+  identity.length = length;
   identity.filler = word >> 4 & 15;
   identity.oddEvenInd = word >> 3 & 1;
-  identity.typeOfIdent = TS24301IE_EPSMobileIdentity_typeOfIdent_guti;
-  identity.t = TS24301IE_EPSMobileIdentity_t_guti;
-  return l3DirectDec_TS24301IE_EPSMobileIdentity_GUTI(in, pos, end, &identity.u.guti);
+  identity.typeOfIdent = static_cast<decltype(identity.typeOfIdent)>(type);
+  identity.t = guti   ? TS24301IE_EPSMobileIdentity_t_guti
+               : imsi ? TS24301IE_EPSMobileIdentity_t_imsi
+                      : TS24301IE_EPSMobileIdentity_t_imei;
+  auto& u = identity.u;
+  if (guti) return l3DirectDec_TS24301IE_EPSMobileIdentity_GUTI(in, pos, end, &u.guti);
+  return directDigits(in, pos, length, word & 0xFF, imsi ? u.imsi : u.imei, imsi ? sizeof u.imsi : sizeof u.imei);
 }
 
 size_t l3DirectEnc_TS24301IE_EPSMobileIdentity(L3Sink& out, size_t pos, void* record)
@@ -146,6 +156,22 @@ int l3Dec_TS24301IE_TrackingAreaIdentListItem(L3Call& call, const L3Type&, void*
 int l3Enc_TS24301IE_TrackingAreaIdentListItem(L3Call& call, const L3Type& type, void* value)
 {
   return encTrackingItem(call, type, *static_cast<TS24301IE_TrackingAreaIdentListItem*>(value));
+}
+
+static constexpr DirectTracking<TS24301IE_TrackingAreaIdentListItem> kTracking = {
+    {l3DirectDec_TS24301IE_PartialTrkAreaIdent0, l3DirectDec_TS24301IE_PartialTrkAreaIdent1,
+     l3DirectDec_TS24301IE_PartialTrkAreaIdent2},
+    {l3DirectEnc_TS24301IE_PartialTrkAreaIdent0, l3DirectEnc_TS24301IE_PartialTrkAreaIdent1,
+     l3DirectEnc_TS24301IE_PartialTrkAreaIdent2}};
+
+size_t l3DirectDec_TS24301IE_TrackingAreaIdentListItem(const L3Source& in, size_t pos, size_t end, void* record)
+{
+  return directTrackingItem(kTracking, in, pos, end, *static_cast<TS24301IE_TrackingAreaIdentListItem*>(record));
+}
+
+size_t l3DirectEnc_TS24301IE_TrackingAreaIdentListItem(L3Sink& out, size_t pos, void* record)
+{
+  return directPutTrackingItem(kTracking, out, pos, *static_cast<TS24301IE_TrackingAreaIdentListItem*>(record));
 }
 
 // A context without the flag decodes the second direction.

@@ -285,6 +285,22 @@ int l3Enc_TS24501IE_TrackingAreaIdentListItem(L3Call& call, const L3Type& type, 
   return encTrackingItem(call, type, *static_cast<TS24501IE_TrackingAreaIdentListItem*>(value));
 }
 
+static constexpr DirectTracking<TS24501IE_TrackingAreaIdentListItem> kTracking = {
+    {l3DirectDec_TS24501IE_PartialTrkAreaIdent0, l3DirectDec_TS24501IE_PartialTrkAreaIdent1,
+     l3DirectDec_TS24501IE_PartialTrkAreaIdent2},
+    {l3DirectEnc_TS24501IE_PartialTrkAreaIdent0, l3DirectEnc_TS24501IE_PartialTrkAreaIdent1,
+     l3DirectEnc_TS24501IE_PartialTrkAreaIdent2}};
+
+size_t l3DirectDec_TS24501IE_TrackingAreaIdentListItem(const L3Source& in, size_t pos, size_t end, void* record)
+{
+  return directTrackingItem(kTracking, in, pos, end, *static_cast<TS24501IE_TrackingAreaIdentListItem*>(record));
+}
+
+size_t l3DirectEnc_TS24501IE_TrackingAreaIdentListItem(L3Sink& out, size_t pos, void* record)
+{
+  return directPutTrackingItem(kTracking, out, pos, *static_cast<TS24501IE_TrackingAreaIdentListItem*>(record));
+}
+
 // The SUCI in a relay key request by the standard (TS 24.501, 9.11.3.89): a length of two octets and the first octet of
 // a mobile identity stand before it, 00 000D 01 and 12 octets, where the rows have 00 and the 12.
 static constexpr unsigned kIdentityRow = 2;

@@ -6,6 +6,7 @@
 
 #include "L3Descriptors.h"
 #include "rt3gppsrc/engine/l3Decode.h"
+#include "rt3gppsrc/engine/l3Direct.h"
 #include "rt3gppsrc/engine/l3Encode.h"
 #include "src2/NamedParts.h"
 #include "velnor3gpp/rtxMemHeap.h"
@@ -105,15 +106,69 @@ template <class Item> int decTrackingItem(L3Call& call, const TrackingAreaTypes&
   return status;
 }
 
-// Writes an item. The count on the wire follows from the entries and goes back into the record, as a length does.
-template <class Item> int encTrackingItem(L3Call& call, const L3Type& type, Item& item)
+// The count on the wire follows from the entries and goes back into the record, as a length does.
+template <class Item> void tellTrackingCount(Item& item)
 {
   auto& u = item.elements.u;
   uint64_t count = 0;
   if (item.typeOfList == 0) count = u.partTrkIdentList0.tacs.n;
   if (item.typeOfList == 2) count = u.partTrkIdentList2.n;
   if (count >= 1 && count <= 32) item.numElements = static_cast<uint8_t>(count - 1);
+}
+
+template <class Item> int encTrackingItem(L3Call& call, const L3Type& type, Item& item)
+{
+  tellTrackingCount(item);
   return l3EncRows(call, type, &item);
+}
+
+// The direct coders of the three kinds of list. What the lists hold they read as far as their region goes.
+template <class Item> struct DirectTracking {
+  size_t (*decode[3])(const L3Source& in, size_t pos, size_t end, void* record);
+  size_t (*encode[3])(L3Sink& out, size_t pos, void* record);
+};
+
+template <class Item>
+size_t directTrackingItem(const DirectTracking<Item>& kinds, const L3Source& in, size_t pos, size_t end, Item& item)
+{
+  static constexpr size_t kPlmn = 3, kCode = sizeof item.elements.u.partTrkIdentList1.tac;
+  uint64_t first = 0;
+  if ((pos & 7) || !l3Take<8>(in, pos, end, first)) return kL3GaveUp;
+  uint8_t bit = static_cast<uint8_t>(first >> 7);
+  if constexpr (requires { item.spare; })
+    item.spare = bit;
+  else
+    item.allowedType = bit;
+  item.typeOfList = first >> 5 & 3;
+  item.numElements = first & 31;
+  item.elements.t = item.typeOfList + 1U;
+  auto& u = item.elements.u;
+  if constexpr (requires { u.partTrkIdentList3; })
+    if (item.typeOfList == 3) return l3DirectDec_TS24008IE_MCCMNCPair(in, pos, end, &u.partTrkIdentList3);
+  size_t count = item.numElements + 1U;
+  size_t octets = item.typeOfList == 0   ? kPlmn + count * kCode
+                  : item.typeOfList == 1 ? kPlmn + kCode
+                                         : count * (kPlmn + kCode);
+  if (item.typeOfList > 2 || octets > (end - pos) >> 3) return kL3GaveUp;
+  return kinds.decode[item.typeOfList](in, pos, pos + octets * 8, &u);
+}
+
+template <class Item>
+size_t directPutTrackingItem(const DirectTracking<Item>& kinds, L3Sink& out, size_t pos, Item& item)
+{
+  tellTrackingCount(item);
+  auto& u = item.elements.u;
+  unsigned bit;
+  if constexpr (requires { item.spare; })
+    bit = item.spare;
+  else
+    bit = item.allowedType;
+  if ((pos & 7) || bit > 1 || item.typeOfList > 3 || item.numElements > 31) return kL3GaveUp;
+  unsigned first = bit << 7 | unsigned{item.typeOfList} << 5 | item.numElements;
+  if (!l3Put<8>(out.data, pos, out.end, first)) return kL3GaveUp;
+  if constexpr (requires { u.partTrkIdentList3; })
+    if (item.typeOfList == 3) return l3DirectEnc_TS24008IE_MCCMNCPair(out, pos, &u.partTrkIdentList3);
+  return item.typeOfList > 2 ? kL3GaveUp : kinds.encode[item.typeOfList](out, pos, &u);
 }
 
 #endif
