@@ -132,6 +132,7 @@ void layOutOctets(Model& model)
 bool keepsPlace(const What& what)
 {
   if (what.kind == WhatKind::Octets || what.kind == WhatKind::Text) return true;
+  if (auto scalar = scalarOf(what)) return scalar->bits % 8 == 0;
   if (what.kind != WhatKind::Type) return false;
   DirectWriter trial(*what.type);
   trial.used = 0;
@@ -213,6 +214,20 @@ unsigned bitsOf(const std::vector<Leaf>& leaves)
   unsigned bits = 0;
   for (auto& leaf : leaves) bits += leaf.scalar.bits;
   return bits;
+}
+
+size_t sharedOctet(const DirectWriter& w, const std::vector<const Row*>& rows, size_t at, std::vector<Leaf>& leaves)
+{
+  size_t end = at;
+  for (; w.used >= 0 && end < rows.size(); ++end) {
+    const Row& row = *rows[end];
+    bool fixed = row.room && row.given == kL3GivenAlways && row.lead == kL3NoLead && row.often.end == kL3NoList;
+    bool shares = end == at || (static_cast<unsigned>(w.used) + bitsOf(leaves)) % 8;
+    auto more = fixed && shares ? leavesOf(row.what, row.range, memberOf(w.type, row)) : std::vector<Leaf>{};
+    if (more.empty()) break;
+    leaves.insert(leaves.end(), more.begin(), more.end());
+  }
+  return end - at < 2 ? at : end;
 }
 
 std::vector<std::vector<Leaf>> pieces(const std::vector<Leaf>& leaves)

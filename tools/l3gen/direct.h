@@ -74,6 +74,9 @@ std::vector<Leaf> leavesOf(const What& what, const std::optional<Range>& range, 
 // The leaves in pieces of at most 56 bits.
 std::vector<std::vector<Leaf>> pieces(const std::vector<Leaf>& leaves);
 unsigned bitsOf(const std::vector<Leaf>& leaves);
+// Where fixed fields end, from `at` on, that are there while there is room and of which each begins in the octet that
+// the one before ends in: two or more, or `at`.
+size_t sharedOctet(const DirectWriter& w, const std::vector<const Row*>& rows, size_t at, std::vector<Leaf>& leaves);
 // C++ expressions on the record `r`.
 std::string memberOf(const Type& type, const Row& row);
 std::string fieldOf(const Type& type, const std::string& name);

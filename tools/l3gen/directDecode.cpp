@@ -278,23 +278,13 @@ static void conditional(DecodeWriter& w, const Row& row)
   if (!always) w.maybeFrom(before);
 }
 
-// Fixed fields that are there while there is room, from `at` on: in a region of whole octets those that share an octet
-// with the one before are there if it is. Moves `at` behind two or more, or writes nothing.
+// Fields that share octets, in a region of whole octets: all are there if the first one is. False: no such fields.
 static bool roomRun(DecodeWriter& w, const std::vector<const Row*>& rows, size_t& at)
 {
-  if (w.used < 0 || w.regions.empty() || w.regions.back() != 0) return false;
+  bool octets = !w.regions.empty() && w.regions.back() == 0;
   std::vector<Leaf> leaves;
-  size_t end = at;
-  for (; end < rows.size(); ++end) {
-    const Row& row = *rows[end];
-    bool fixed =
-        row.room && row.given == kL3GivenAlways && row.lead == kL3NoLead && row.often.end == kL3NoList && !row.extLast;
-    bool shares = end == at || (static_cast<unsigned>(w.used) + bitsOf(leaves)) % 8;
-    auto more = fixed && shares ? leavesOf(row.what, row.range, memberOf(w.type, row)) : std::vector<Leaf>{};
-    if (more.empty()) break;
-    leaves.insert(leaves.end(), more.begin(), more.end());
-  }
-  if (end - at < 2) return false;
+  size_t end = octets ? sharedOctet(w, rows, at, leaves) : at;
+  if (end == at) return false;
   int before = w.used;
   w.line("if (pos < end) {");
   leafRun(w, leaves);

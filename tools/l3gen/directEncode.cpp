@@ -169,10 +169,24 @@ static void length(EncodeWriter& w, const Row& row)
   w.open.push_back(&row);
 }
 
-// Each field is there by itself.
-static bool roomRun(EncodeWriter&, const std::vector<const Row*>&, size_t&)
+// Fields that share octets: all are there, or none. Some without the others are left to the walk.
+static bool roomRun(EncodeWriter& w, const std::vector<const Row*>& rows, size_t& at)
 {
-  return false;
+  std::vector<Leaf> leaves;
+  size_t end = sharedOctet(w, rows, at, leaves);
+  if (end == at) return false;
+  std::string all, any;
+  for (; at < end; ++at) {
+    std::string there = "(" + present(w, *rows[at]) + ")";
+    all += (all.empty() ? "" : " & ") + there;
+    any += (any.empty() ? "" : " | ") + there;
+  }
+  int before = w.used;
+  w.line("if (" + all + ") {");
+  leafRun(w, leaves);
+  w.line("} else if (" + any + ") {\nreturn kL3GaveUp;\n}");
+  w.maybeFrom(before);
+  return true;
 }
 
 static void enterRelease(EncodeWriter& w, const std::string& mark, const Row&)
