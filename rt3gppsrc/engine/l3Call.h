@@ -64,8 +64,9 @@ struct L3CallState {
 
 struct L3Call : L3CallState {
   RtxContext* pctxt;
-  L3Name* names;
+  L3Name* names;       // null in a trial from the beginning of the call, until it comes to what needs them
   const L3Type* tried; // what the trial decodes
+  L3Name base;         // of such a trial
   // The bit position behind the last part that padding follows, for what stands there instead.
   static constexpr size_t kNotPadded = SIZE_MAX;
   size_t padded;
@@ -96,13 +97,12 @@ inline constexpr size_t kL3MaxFindings = 16;
 // others that come near, but one of entries that hold next to nothing would.
 inline constexpr size_t kL3ListBase = 4096, kL3ListFactor = 40, kL3TrialFactor = 32;
 
-// A call that has done nothing yet, under a frame of this name, which is the caller's.
-inline void l3Fresh(L3Call& call, RtxContext* pctxt, L3Name& frame, const char* typeName)
+// A call that has done nothing yet; it has no names.
+inline void l3Fresh(L3Call& call, RtxContext* pctxt)
 {
-  frame = {typeName, nullptr, 0, 0, 0};
   l3Clear<sizeof(L3CallState)>(static_cast<L3CallState*>(&call));
   call.pctxt = pctxt;
-  call.names = &frame;
+  call.names = nullptr;
   call.tried = nullptr;
   call.run.next = nullptr;
   call.padded = L3Call::kNotPadded;

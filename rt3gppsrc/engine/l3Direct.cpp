@@ -84,11 +84,18 @@ static bool isClear(const RtxContext& context)
 }
 
 // A call that is a trial from its beginning.
-static void beginTrial(L3Call& call, RtxContext* pctxt, const L3Type& type, L3Name& frame)
+static void beginTrial(L3Call& call, RtxContext* pctxt, const L3Type& type)
 {
-  l3Fresh(call, pctxt, frame, l3NameOf(type));
+  l3Fresh(call, pctxt);
   call.mode = kL3Trial;
   call.tried = &type;
+}
+
+static void needNames(L3Call& call)
+{
+  if (call.names) return;
+  call.base = {l3NameOf(*call.tried), nullptr, 0, 0, 0};
+  call.names = &call.base;
 }
 
 static void hold(L3Call& call, void* storage)
@@ -157,7 +164,7 @@ size_t l3DirectLeave(const L3Source& in, size_t pos, size_t end, size_t outer)
 // What the walk leaves behind is left here as well: callers see it on the context's stack.
 [[gnu::cold]] static void pushLeft(L3Call& call)
 {
-  if (call.names->outer || call.regions) l3ToLists(call); // more is to come, behind what is left
+  if ((call.names && call.names->outer) || call.regions) l3ToLists(call); // more is to come, behind what is left
   RtxContext* pctxt = call.pctxt;
   size_t pos = cursor(pctxt);
   for (unsigned i = 0; i < call.left && !call.failed; ++i) {
@@ -222,8 +229,7 @@ int l3DecAtOnce(RtxContext* pctxt, const L3Type& type, void* record)
   if (plain && !plain->decodes(data + start, octets - start, record))
     return l3DecByRows(pctxt, type, record, kL3MayTry);
   L3Call call;
-  L3Name frame;
-  beginTrial(call, pctxt, type, frame);
+  beginTrial(call, pctxt, type);
   uint32_t flags = pctxt->flags;
   size_t pos = type.decodeDirect({data, octets, &call}, start * 8, octets * 8, record);
   if (pos != kL3GaveUp && wentWell(call, 0)) {
@@ -248,8 +254,7 @@ int l3EncAtOnce(RtxContext* pctxt, const L3Type& type, void* record)
   if (plain && !plain->encodes(record)) return l3EncByRows(pctxt, type, record, kL3MayTry);
   if (!isClear(*pctxt) || l3HasKept(pctxt)) return l3EncByRows(pctxt, type, record, kL3MayTry);
   L3Call call;
-  L3Name frame;
-  beginTrial(call, pctxt, type, frame);
+  beginTrial(call, pctxt, type);
   RtxBuffer before = pctxt->buffer;
   uint32_t flags = pctxt->flags;
   pctxt->buffer.dynamic = 0; // as in runTrial
@@ -279,6 +284,7 @@ size_t l3DirectType(const L3Source& in, size_t pos, size_t end, const L3Type& ty
 {
   L3Call& call = *in.call;
   endRun(call);
+  needNames(call);
   L3Region region{end >> 3, static_cast<uint16_t>(8 - (end & 7)), call.regions};
   call.regions = &region;
   setCursor(call.pctxt, pos);
@@ -292,6 +298,7 @@ size_t l3DirectPutType(L3Sink& out, size_t pos, const L3Type& type, void* value)
 {
   L3Call& call = *out.call;
   RtxContext* pctxt = call.pctxt;
+  needNames(call);
   setCursor(pctxt, pos);
   setTail(pctxt, out.tail);
   int status = l3EncType(call, type, value);

@@ -137,7 +137,7 @@ inline bool rtxMemRunOpen(RtxMemRun& run, const RtxMemHeap* heap)
   const unsigned linkOff = block->freeElemOff;
   const unsigned size = rtxMemFreeSizeAt(block, linkOff);
   const RtxMemFreeLink* link = rtxMemLinkAt(block, linkOff);
-  if (size == 0 || size >= linkOff || (link->nextFree | link->prevFree) != 0) return false;
+  if (size >= linkOff || (link->nextFree | link->prevFree) != 0) return false; // the list head's place is 0
   const unsigned off = linkOff + 1 - size;
   run.first = run.next = rtxMemElemAt(block, off);
   run.limit = run.next + size - kMemMinElem;
