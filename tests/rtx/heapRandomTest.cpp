@@ -112,4 +112,51 @@ TEST(HeapRandom, FastPathLaysOutAsTheGeneralOne)
   }
 }
 
+// What a run has taken lies as single allocations would, and dropped it has never been.
+TEST(HeapRandom, RunsLayOutAsSingleAllocations)
+{
+  Heap runs(0, 1024), singles(0, 1024);
+  std::mt19937 random(5);
+  std::vector<std::pair<uint8_t*, uint8_t*>> pieces;
+  unsigned opened = 0;
+  for (int i = 0; i < 3000; i++) {
+    const std::string before = runs.layout();
+    RtxMemRun run;
+    const bool open = runs.block() && rtxMemRunOpen(run, runs.ctxt.pMemHeap), drop = random() % 4 == 0;
+    opened += open;
+    for (unsigned n = random() % 5; open && n > 0; n--) {
+      const size_t size = 1 + random() % 150, other = 1 + random() % 300;
+      uint8_t* taken = static_cast<uint8_t*>(rtxMemRunAlloc(run, size));
+      if (taken == nullptr) break;
+      memset(taken, 0xEE, size);
+      const bool resized = random() % 3 == 0 && rtxMemRunResize(run, taken, other);
+      if (resized) memset(taken, 0xDD, other);
+      ASSERT_FALSE(rtxMemRunResize(run, taken - 8, 8));
+      if (!drop) pieces.emplace_back(taken, singles.alloc(resized ? other : size));
+    }
+    if (open && drop) rtxMemRunDrop(run);
+    if (open && !drop) rtxMemRunClose(run);
+    if (open && drop) ASSERT_EQ(runs.layout(), before) << i;
+    if (!open) pieces.emplace_back(runs.alloc(40), singles.alloc(40));
+    if (random() % 3 == 0 && !pieces.empty()) {
+      runs.free(pieces.back().first);
+      singles.free(pieces.back().second);
+      pieces.pop_back();
+    }
+    runs.check();
+    ASSERT_EQ(runs.layout(), singles.layout()) << i;
+    if (i % 20 != 0) continue;
+    rtxMemHeapReset(runs.pp);
+    rtxMemHeapReset(singles.pp);
+    pieces.clear();
+  }
+  EXPECT_GT(opened, 1000U);
+  RtxMemRun run;
+  for (uint32_t flags : {RT_MH_CHECK_HEAP, RT_MH_USE_SYSMEM}) {
+    Heap special(flags);
+    special.alloc(8);
+    EXPECT_FALSE(rtxMemRunOpen(run, special.ctxt.pMemHeap));
+  }
+}
+
 } // namespace
