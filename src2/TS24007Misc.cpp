@@ -60,7 +60,7 @@ size_t l3DirectDec_TS24007L3_L3HdrOptions(const L3Source& in, size_t pos, size_t
 {
   auto& options = *static_cast<TS24007L3_L3HdrOptions*>(record);
   uint64_t bits = 0;
-  if (!l3Take<4>(in, pos, end, bits)) return kL3GaveUp;
+  if ((pos & 7) || !l3TakeAt<4, 0>(in, pos, end, bits)) return kL3GaveUp;
   options.t = TS24007L3_L3HdrOptions_t_skipInd;
   options.u.skipInd = static_cast<uint8_t>(bits);
   return pos;

@@ -94,7 +94,9 @@ void DirectWriter::movedOver(const Type& named)
 {
   const Type& t = aliased(named);
   bool byHand = !t.decodeFile.empty() || !t.encodeFile.empty();
-  if (!byHand && hasDirect(t) && hasLength(t))
+  if (t.directByHand)
+    used = used == 0 ? t.endsAt : -1;
+  else if (!byHand && hasDirect(t) && hasLength(t))
     used = 0;
   else if (!byHand && hasDirect(t) && !fixedBits(t) && used == 0)
     used = t.endsAt;

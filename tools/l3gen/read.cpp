@@ -74,7 +74,8 @@ static void takeHand(Words& w, Type& type)
       type.isPrivate = true;
     } else if (word(0) == "direct" && word(1) == "by" && word(2) == "hand") {
       type.directByHand = true;
-      i += 2;
+      type.endsAt = word(3) == "ends" ? static_cast<int>(bitCount(w.place, word(4), 8) % 8) : -1;
+      i += word(3) == "ends" ? 4 : 2;
     } else if (word(0) == "plain" && word(1) == "by" && word(2) == "hand") {
       type.plainByHand = true;
       i += 2;
