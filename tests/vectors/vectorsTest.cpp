@@ -2,7 +2,7 @@
 // Every block of every .vec file here is one case, held to in fast and in slow mode. What a block leaves out is 0, and
 // an element is read to its last bit:
 //
-//   type    TS24008IE_TimeZone        full name
+//   type    TS24008IE_TimeZone        full name; without it that of the block before
 //   octets  21 00*3                   hexadecimal; an octet and how many times it comes
 //   bits    0101 1                    instead of octets or behind them, filled up with zeros
 //   keys    aes 5                     algorithms and count, as of the keys below
@@ -21,10 +21,12 @@
 //   left    0 1                       regions and names that encoding leaves open
 //   print   the record without its outer braces, the first line behind the word, the others below it
 //   shows   lines that the print has, however deep, where the others do not matter
-//   reads   22 01 > 22 | value = 22   octets, what is encoded if others, lines as in shows with ";" between them
-//   fails   -2 TimeZone  21           status, path and octets
+//   reads   22 01 > 22 | value = 22   octets, or b and bits; what is encoded if others, or how that is refused; lines
+//                                     as in shows with ";" between them
+//   marks   -16 TimeZone  22 01 ...   finding and path in front of that
+//   fails   -2 TimeZone  21           status and path in front of that
 //
-// Each line of the last two is a case of its own, with the type and keys of its block.
+// Each line of the last three is a case of its own, with the type and keys of its block.
 //
 // What cannot be decoded can be printed and encoded only if the block says what comes out; so can a changed record.
 #include <gtest/gtest.h>
@@ -41,9 +43,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const std::set<std::string> kWords = {"type",    "octets", "bits",  "keys", "uplink", "release", "status",
-                                      "finding", "path",   "words", "rest", "open",   "again",   "room",
-                                      "refused", "print",  "shows", "set",  "left",   "fails",   "reads"};
+const std::set<std::string> kWords = {"type",  "octets", "bits", "keys",  "uplink", "release", "status",  "finding",
+                                      "path",  "words",  "rest", "open",  "again",  "room",    "refused", "print",
+                                      "shows", "set",    "left", "fails", "reads",  "marks"};
 constexpr size_t kIndent = 8; // of what stands behind the words
 
 const uint8_t kIntegrityKey[] = {0x2B, 0xD6, 0x45, 0x9F, 0x82, 0xC4, 0x40, 0xE0,
@@ -72,37 +74,38 @@ void addLine(Vector& vector, const std::string& line)
   vector.words[vector.lastWord] += line.substr(std::min(kIndent, line.size())) + "\n";
 }
 
-void addFailing(Vector& vector, const std::string& line)
-{
-  std::istringstream in(line);
-  in >> vector.words["status"] >> vector.words["path"];
-  std::getline(in, vector.words["octets"]);
-}
-
 void addReading(Vector& vector, const std::string& line)
 {
-  const size_t bar = line.find('|');
+  const size_t bar = std::min(line.find('|'), line.size()), first = std::min(line.find_first_not_of(' '), bar);
   std::istringstream octets(line.substr(0, bar)), lines(line.substr(std::min(line.size(), bar + 1)));
-  std::getline(octets, vector.words["octets"], '>');
-  if (std::string again; std::getline(octets, again)) vector.words["again"] = again;
+  std::getline(octets, vector.words[line[first] == 'b' ? "bits" : "octets"], '>');
+  if (std::string again; std::getline(octets, again))
+    vector.words[again.find('-') < again.size() ? "refused" : "again"] = again;
   for (std::string shown; std::getline(lines, shown, ';');) vector.words["shows"] += shown + "\n";
 }
 
-// One case for each line of `fails` and `reads`; whatever else the block has is a case of its own.
+// Of the word that tells how it goes.
+void addAnswered(Vector& vector, const std::string& word, const std::string& line)
+{
+  std::istringstream in(line);
+  std::string rest;
+  if (word != "reads") in >> vector.words[word == "fails" ? "status" : "finding"] >> vector.words["path"];
+  std::getline(in, rest);
+  addReading(vector, rest);
+}
+
+// One case for each line of `fails`, `marks` and `reads`; whatever else the block has is a case of its own.
 std::vector<Vector> casesOf(const std::vector<Vector>& blocks)
 {
   std::vector<Vector> cases;
   for (const Vector& block : blocks) {
-    auto addEach = [&](const char* word, void (*add)(Vector&, const std::string&)) {
-      for (const std::string& line : split(block.lines(word), '\n')) {
-        cases.push_back({block.place, "", {{"type", block.lines("type")}}});
-        if (block.has("keys")) cases.back().words["keys"] = block.lines("keys");
-        add(cases.back(), line);
-      }
-    };
     const size_t before = cases.size();
-    addEach("fails", addFailing);
-    addEach("reads", addReading);
+    for (const char* word : {"fails", "marks", "reads"})
+      for (const std::string& line : split(block.lines(word), '\n')) {
+        cases.push_back({block.place + " " + line, "", {{"type", block.lines("type")}}});
+        if (block.has("keys")) cases.back().words["keys"] = block.lines("keys");
+        addAnswered(cases.back(), word, line);
+      }
     if (cases.size() == before || block.has("octets") || block.has("bits")) cases.push_back(block);
   }
   return cases;
@@ -114,12 +117,15 @@ std::vector<Vector> readVectors(const fs::path& file)
   std::ifstream in(file);
   bool open = false;
   size_t number = 0;
+  std::string type;
   for (std::string line; ++number, std::getline(in, line);) {
     if (line.empty()) open = false;
     if (line.empty() || line[0] == '#') continue;
-    if (!open) vectors.push_back({file.filename().string() + ":" + std::to_string(number), "", {}});
+    if (!open) vectors.push_back({file.filename().string() + ":" + std::to_string(number), "", {{"type", type}}});
+    if (line.starts_with("type ")) vectors.back().words["type"] = "";
     open = true;
     addLine(vectors.back(), line);
+    type = vectors.back().words["type"];
   }
   return casesOf(vectors);
 }
