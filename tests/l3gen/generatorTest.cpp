@@ -75,22 +75,27 @@ TEST_F(Generator, WritesCommentsAndConstantsBesideTheRecords)
   EXPECT_EQ(header, goldenText(VELNOR_TEST_DATA "/../golden/l3gen/Words.h", header));
 }
 
-// The blocks of refused.txt: lines led by ">" are the refusals, the others the definitions behind the module line.
+// Of refused.txt lines led by ">" are the refusals, those below them the definitions behind the module line; rows that
+// come first belong to an element A.
 TEST_F(Generator, RefusesWithFileLineAndReason)
 {
-  std::istringstream lines(fileText(VELNOR_TEST_DATA "/refused.txt") + "\n");
+  std::istringstream lines(fileText(VELNOR_TEST_DATA "/refused.txt") + "> \n");
   std::string definition, expected;
   unsigned refused = 0;
   for (std::string line; std::getline(lines, line);) {
-    if (line.starts_with("> ")) expected += "case.l3:" + line.substr(2) + "\n";
-    if (!line.empty() && !line.starts_with("> ") && !line.starts_with("#")) definition += line + "\n";
-    if (!line.empty() || definition.empty()) continue;
-    std::ofstream(folder / "case.l3") << "module T file T spec \"TS 00.001\"\n" << definition;
-    EXPECT_EQ(generate("out", (folder / "case.l3").string()), 1) << definition;
-    EXPECT_EQ(words, expected) << definition;
-    EXPECT_FALSE(fs::exists(folder / "out")) << "half generated: " << definition;
-    definition = expected = "";
-    ++refused;
+    if (line.empty() || line.starts_with("#")) continue;
+    if (line.starts_with("> ") && !definition.empty()) {
+      std::ofstream(folder / "case.l3") << "module T file T spec \"TS 00.001\"\n" << definition;
+      EXPECT_EQ(generate("out", (folder / "case.l3").string()), 1) << definition;
+      EXPECT_EQ(words, expected) << definition;
+      EXPECT_FALSE(fs::exists(folder / "out")) << "half generated: " << definition;
+      definition = expected = "";
+      ++refused;
+    }
+    if (line.starts_with("> "))
+      expected += "case.l3:" + line.substr(2) + "\n";
+    else
+      definition += (definition.empty() && line[0] == ' ' ? "element A [1]\n" : "") + line + "\n";
   }
   EXPECT_GT(refused, 50U);
 }
