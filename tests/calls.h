@@ -315,3 +315,5 @@ inline void check(const std::string& file, const Functions& functions, const Nam
 
 // A function under its name.
 #define CALL(name) std::pair(#name, &calls::calling<name>)
+// Another under a name.
+#define CALL_AS(name, ...) std::pair(name, &calls::calling<__VA_ARGS__>)

@@ -201,6 +201,18 @@ TEST(KeptElements, ThatAskForComprehensionFailOrAreRemarked)
   }
 }
 
+// 0x66 is another element in three messages of bearers; 0x68 in a tracking area update accept is the status in both
+// forms (TS 24.301, 8.2.26).
+TEST(StandardForms, ReadTheStatusOfHeaderCompressionWhereTheStandardHasIt)
+{
+  const L3TypeEntry& entry = *l3FindType("TS24301Msg_PDU");
+  for (uint32_t forms : {0U, RTX_FLAG_STANDARD_FORMS}) {
+    Decoding decoding(entry, octetsOfHex("07490068022000"), {.flags = RTX_FLAG_KEEP_ELEMENTS | forms});
+    EXPECT_EQ(decoding.status, 0) << decoding.state();
+    EXPECT_NE(decoding.text(forms).find("hdrCompressConfigStat {"), std::string::npos) << decoding.text(forms);
+  }
+}
+
 struct Wire {
   const char *what, *form, *octets;
 };

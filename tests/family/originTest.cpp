@@ -255,18 +255,6 @@ bool isString(const std::string& element)
   return false;
 }
 
-// Does a level name the element that failed, or its alternatives, where there is a row that does? A block stands for an
-// element of its type; a string at the end of its record is reported by the row that the record stands in.
-bool isFound(const std::string& element, const std::vector<const Level*>& levels)
-{
-  for (auto* level : levels)
-    if (level->within.count(element)) return true;
-  if (levels.empty()) return true;
-  const Level& inner = *levels[0];
-  if (inner.isRow ? isString(element) : elementsOf(plain(inner.type)).count(element) != 0) return true;
-  return !hasRow(inner, element);
-}
-
 // A string that fails lets its siblings follow. When one of them fails as well, its levels join the record, which keeps
 // the path of the string: nothing can be said of them. A string alone has one level of the run-time on decoding, three
 // on encoding.
@@ -308,10 +296,6 @@ private:
     for (unsigned i = 0; i < error.stkx; ++i)
       if (!isReport(error.stack[i])) levels.push_back(&readLevel(coder, error.stack[i]));
     if (isJoined(error, levels)) return;
-    const std::string last = componentsOf(error.elemName).back();
-    // The record of several failures begins where the status became that.
-    bool nameless = error.status == RTX_E_BAD_LENGTH || error.status == RTX_E_MULTIPLE;
-    if (!nameless && !isFound(last, levels)) tell(error, *levels[0]);
     for (size_t i = 0; i < levels.size(); ++i) {
       rows += levels[i]->isRow;
       if (!isRight(error, *levels[i], i + 1 < levels.size() ? levels[i + 1] : nullptr)) tell(error, *levels[i]);

@@ -1,11 +1,10 @@
-// Promises of rest octets (TS 44.018, 10.5.2): padding is parts that are absent, each part can stand alone, an end at
-// any octet is an end, and a bit relative to the padding means the same at each place of its octet.
+// Promises of rest octets (TS 44.018, 10.5.2): padding is parts that are absent, each part can stand alone, and an
+// end at any octet is an end.
 #include <gtest/gtest.h>
 
 #include "rt3gppsrc/engine/l3Record.h"
 #include "tests/descriptors.h"
 #include "tests/messages.h"
-#include "velnor3gpp/TS44018IES.h"
 
 namespace {
 
@@ -98,24 +97,6 @@ TEST(RestOctets, EndWhereTheirOctetsEnd)
       EXPECT_EQ(used.text(), expected) << entry->type->fullName << " " << size;
     }
   }
-}
-
-// 0x2B is 00101011: L is the bit of its place, H the other.
-TEST(RestOctets, HaveBitsRelativeToEachPlace)
-{
-  for (unsigned skip = 0; skip < 8; ++skip)
-    for (uint32_t high : {0U, 1U}) {
-      uint8_t octet = 0, expected = uint8_t((0x2BU >> (7 - skip) & 1) ^ high);
-      OutcomeContext ctxt({.skipBits = skip});
-      ctxt.bind(&octet, 1);
-      ASSERT_EQ(NASEnc_TS44018IE_LHType(ctxt, TS44018IE_LHType(high)), 0);
-      EXPECT_EQ(octet >> (7 - skip) & 1, expected) << skip;
-      TS44018IE_LHType value = {};
-      OutcomeContext back({.skipBits = skip});
-      back.bind(&octet, 1);
-      ASSERT_EQ(NASDec_TS44018IE_LHType(back, &value), 0);
-      EXPECT_EQ(uint32_t(value), high) << skip;
-    }
 }
 
 } // namespace

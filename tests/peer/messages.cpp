@@ -52,7 +52,7 @@ const TopForm kForms[] = {
     {"TS44018Msg_RR_Short_PD_PDU", "gsm_a_sacch", {{0, "gsm_a.rr.short_pd_type", {}, "short."}}}};
 constexpr char kRelay[] = "TS24011Msg_RP_PDU";
 
-// Contents of elements that another dissector looks into, where drawn values would not please it: type, path, value.
+// Contents of elements that another dissector looks into, where drawn values would not please it: types, paths, value.
 const std::vector<std::vector<std::string>>& contents()
 {
   static const auto all = readTable(VELNOR_TEST_DATA "/contents.tsv", 3);
@@ -249,10 +249,14 @@ private:
 
   void fillContents(const L3Type& type, uint8_t* value)
   {
-    for (auto& content : contents())
-      if ((content[0] == type.fullName || content[0] == name + "/" + type.fullName) &&
-          !setByPath(&ctxt, type, value, content[1], content[2]))
-        ADD_FAILURE() << content[0] << ": no " << content[1];
+    for (auto& content : contents()) {
+      auto types = split(content[0], ' '), paths = split(content[1], ' ');
+      auto isMeant = [&](auto& one) { return one == type.fullName || one == name + "/" + type.fullName; };
+      if (std::none_of(types.begin(), types.end(), isMeant)) continue;
+      if (paths.empty()) paths = {""};
+      for (auto& path : paths)
+        if (!setByPath(&ctxt, type, value, path, content[2])) ADD_FAILURE() << content[0] << ": no " << path;
+    }
   }
 
   // In all values of types within the record; messages within the message have no options.

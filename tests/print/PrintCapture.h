@@ -1,5 +1,5 @@
 // What the print tests share: a context, ways to see what a print call wrote, and the texts that they expect. Those
-// stand in files beside the tests, each below a line "== heading".
+// stand in files beside the tests, each below a line "== heading", or behind it: "== heading => text".
 #pragma once
 
 #include <gtest/gtest.h>
@@ -27,8 +27,9 @@ inline Texts textsOf(const std::string& file)
   std::ifstream in(std::string(VELNOR_TEST_DATA "/") + file);
   std::string heading;
   for (std::string line; std::getline(in, line);) {
+    const size_t arrow = line.find(" => ");
     if (line.compare(0, 3, "== ") == 0)
-      texts[heading = line.substr(3)];
+      texts[heading = line.substr(3, arrow - 3)] = arrow < line.size() ? line.substr(arrow + 4) + "\n" : "";
     else if (!heading.empty())
       texts[heading] += line + "\n";
   }

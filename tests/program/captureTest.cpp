@@ -1,5 +1,5 @@
-// Promises: the program reads captures wherever it reads messages: connections have keys of their own, memory does not
-// grow with the capture, and cut anywhere it gives all whole frames and ends with 3.
+// Promises: the program reads captures wherever it reads messages: connections have keys of their own, and memory does
+// not grow with the capture.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -79,20 +79,6 @@ TEST(ProgramCaptures, EveryConnectionHasItsKeysAndCounts)
                             "connection port 70000\n", "connection port\n"})
     EXPECT_NE(keys(wrong + std::string(kFirst)).find("keys:1: "), std::string::npos) << wrong;
   EXPECT_NE(keys("connection port 1\nbearer 1\n").find("no line integrity-algorithm"), std::string::npos);
-}
-
-TEST(ProgramCaptures, CutAnywhereGiveAllWholeFrames)
-{
-  const Folder folder;
-  const Octets file = pcap({{151, hex("7E005B01")}, {151, hex("7E005B02")}});
-  for (size_t size : {0, 4, 20, 24, 30, 40, 43, 44, 60, 63}) {
-    const Octets cut(file.begin(), file.begin() + long(size));
-    const Ran ran = run("decode --json " + folder.keep("cut", cut));
-    const bool whole = size == 0 || size == 24 || size == 44;
-    EXPECT_EQ(ran.code, whole ? 0 : 3) << size << ran.out;
-    EXPECT_EQ(countOf(ran.out, "{\"frame\":"), size < 44 ? 0U : 1U) << size << ran.out;
-  }
-  EXPECT_EQ(run("decode --json " + folder.keep("whole", file)).code, 0);
 }
 
 // A capture of large frames that are holes in the file. VELNOR_TEST_EFFORT=50 makes it one of 13 GiB.

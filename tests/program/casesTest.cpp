@@ -6,6 +6,7 @@
 //   out  TEXT            part of the standard output, of the errors (err), of the file f (in f); "not" denies any
 //   out 3 times  TEXT    so many times
 //   only err  TEXT       the whole of it, without the last line feed; TEXT may be missing
+//   2 $ COMMAND => TEXT  a case of its own: exit code and part of the errors, or of the output with exit code 0
 //
 // "\n" in a text is a line feed, "\t" a TAB. A call that cannot be served (code 2) says so in one line and prints
 // nothing else, and the keys of key files are never shown.
@@ -99,7 +100,13 @@ protected:
   void take(Case& tested, const std::string& line, fs::path& file)
   {
     std::string rest = line.substr(std::min(line.size(), line.find(' ') + 1));
-    if (line.rfind("| ", 0) == 0)
+    if (const size_t arrow = line.find(" => "); isdigit(uint8_t(line[0]))) {
+      const int code = line[0] - '0';
+      run({tested.place + " " + line,
+           {line.substr(4, arrow - 4)},
+           {(code ? "err " : "out ") + line.substr(arrow + 4)},
+           code});
+    } else if (line.rfind("| ", 0) == 0)
       std::ofstream(file, std::ios::app) << rest << "\n";
     else if (line.rfind("file ", 0) == 0)
       std::ofstream(file = dir / rest);
@@ -132,7 +139,7 @@ TEST_P(CaseFile, HoldsToTheLetter)
     if (line.empty() || line[0] == '#') continue;
     if (tested.place.empty()) tested.place = GetParam() + ".case:" + std::to_string(number);
     take(tested, line, file);
-    commands += line[0] == '$';
+    commands += line.find("$ ") < 3;
   }
   EXPECT_GT(commands, 5U);
 }

@@ -209,27 +209,6 @@ std::string manyLines(size_t count)
   return text;
 }
 
-// Hadoop streaming and Spark's pipe: a split has the lines that begin in it; each is a process, whose lines are
-// counted. Hadoop takes the text before the first TAB of what comes out for the key, and sorts by it.
-TEST(FilterEngines, SplitsJoinToTheWhole)
-{
-  const std::string input = manyLines(3000), whole = filtered({"--field", "message"}, input).out;
-  std::vector<std::pair<std::string, std::string>> pairs;
-  std::string joined;
-  for (size_t splits = 7, i = 0, from = 0; i < splits; ++i) {
-    size_t to = i + 1 == splits ? input.size() : input.find('\n', input.size() * (i + 1) / splits) + 1;
-    Filtered part = filtered({"--field", "message"}, input.substr(from, to - from), {65536});
-    ASSERT_EQ(part.code, 0);
-    joined += part.out;
-    from = to;
-  }
-  EXPECT_EQ(joined, whole);
-  for (const std::string& line : linesOf(joined)) pairs.emplace_back(line.substr(0, line.find('\t')), line);
-  std::sort(pairs.begin(), pairs.end());
-  EXPECT_EQ(std::unique(pairs.begin(), pairs.end(), [](auto& a, auto& b) { return a.first == b.first; }), pairs.end());
-  EXPECT_EQ(pairs.size(), 3000U);
-}
-
 // ClickHouse keeps a pool of processes: a chunk goes in under its header, as many rows are awaited as were sent, and
 // only then comes the next one. At the end it closes the pipe and sends SIGTERM.
 TEST(FilterEngines, PoolGetsARowForARow)

@@ -141,38 +141,20 @@ template <auto print, class Record> std::string shown(const Record* pvalue)
   return testing::internal::GetCapturedStdout();
 }
 
-const calls::Functions kFunctions = {CALL(readFile),
-                                     CALL(asked),
-                                     CALL(dropFile),
-                                     CALL(file),
-                                     CALL(fill),
-                                     CALL(extend),
-                                     CALL(loseFilter),
-                                     CALL(writeRecord),
-                                     CALL(specifications),
-                                     {"failure", calls::calling<calls::failure>},
-                                     {"printFile", calls::calling<streamed<rtPrtToStrmTS32297FileHdr, TS32297FileHdr>>},
-                                     {"printRecord", calls::calling<streamed<rtPrtToStrmTS32297Hdr, TS32297Hdr>>},
-                                     {"printCapture", calls::calling<shown<rtxPrintPcapHdr, RtxPcapHdr>>},
-                                     {"printPacket", calls::calling<shown<rtxPrintPcapRecHdr, RtxPcapRecHdr>>},
-                                     // charging files
-                                     CALL(rtInitTS32297FileHdr),
-                                     CALL(rtInitTS32297Hdr),
-                                     CALL(rtDecTS32297FileHdr),
-                                     CALL(rtEncTS32297FileHdr),
-                                     CALL(rtDecTS32297Hdr),
-                                     CALL(rtTS32297CalcFileHdrLen),
-                                     CALL(rtTS32297GetReleaseNumber),
-                                     CALL(rtTS32297RelVersIdToText),
-                                     CALL(rtTS32297TimestampToText),
-                                     CALL(rtTS32297TSNumberToText),
-                                     CALL(rtParseTS32297RelVersText),
-                                     CALL(rtParseTS32297TimestampText),
-                                     CALL(rtParseTS32297TSNumberText),
-                                     // captures
-                                     CALL(rtxDecPcapHdr),
-                                     CALL(rtxDecPcapRecHdr),
-                                     CALL(rtxDecEtherHdr)};
+const calls::Functions kFunctions = {
+    CALL(readFile), CALL(asked), CALL(dropFile), CALL(file), CALL(fill), CALL(extend), CALL(loseFilter),
+    CALL(writeRecord), CALL(specifications), CALL_AS("failure", calls::failure),
+    CALL_AS("printFile", streamed<rtPrtToStrmTS32297FileHdr, TS32297FileHdr>),
+    CALL_AS("printRecord", streamed<rtPrtToStrmTS32297Hdr, TS32297Hdr>),
+    CALL_AS("printCapture", shown<rtxPrintPcapHdr, RtxPcapHdr>),
+    CALL_AS("printPacket", shown<rtxPrintPcapRecHdr, RtxPcapRecHdr>),
+    // charging files
+    CALL(rtInitTS32297FileHdr), CALL(rtInitTS32297Hdr), CALL(rtDecTS32297FileHdr), CALL(rtEncTS32297FileHdr),
+    CALL(rtDecTS32297Hdr), CALL(rtTS32297CalcFileHdrLen), CALL(rtTS32297GetReleaseNumber),
+    CALL(rtTS32297RelVersIdToText), CALL(rtTS32297TimestampToText), CALL(rtTS32297TSNumberToText),
+    CALL(rtParseTS32297RelVersText), CALL(rtParseTS32297TimestampText), CALL(rtParseTS32297TSNumberText),
+    // captures
+    CALL(rtxDecPcapHdr), CALL(rtxDecPcapRecHdr), CALL(rtxDecEtherHdr)};
 
 TEST(RecordCalls, GiveWhatTheirLinesSay)
 {
