@@ -21,8 +21,8 @@
 //   left    0 1                       regions and names that encoding leaves open
 //   print   the record without its outer braces, the first line behind the word, the others below it
 //   shows   lines that the print has, however deep, where the others do not matter
-//   reads   22 01 > 22 | value = 22   octets, or b and bits; what is encoded if others, or how that is refused; lines
-//                                     as in shows with ";" between them
+//   reads   22 01 {rest 8} > 22 | value = 22   octets, or b and bits; other words with ";" between them; what is
+//                                     encoded if others, or how that is refused; lines as in shows
 //   marks   -16 TimeZone  22 01 ...   finding and path in front of that
 //   fails   -2 TimeZone  21           status and path in front of that
 //
@@ -74,14 +74,32 @@ void addLine(Vector& vector, const std::string& line)
   vector.words[vector.lastWord] += line.substr(std::min(kIndent, line.size())) + "\n";
 }
 
+std::string trimmed(const std::string& line)
+{
+  const size_t first = std::min(line.find_first_not_of(' '), line.size());
+  return line.substr(first, line.find_last_not_of(' ') + 1 - first);
+}
+
+// A word as at the beginning of a line, with what is behind it in its column.
+std::string inColumns(const std::string& text)
+{
+  const std::string line = trimmed(text);
+  const size_t blank = std::min(line.find(' '), line.size());
+  return line.substr(0, blank) + std::string(kIndent - blank, ' ') + trimmed(line.substr(blank));
+}
+
 void addReading(Vector& vector, const std::string& line)
 {
-  const size_t bar = std::min(line.find('|'), line.size()), first = std::min(line.find_first_not_of(' '), bar);
-  std::istringstream octets(line.substr(0, bar)), lines(line.substr(std::min(line.size(), bar + 1)));
-  std::getline(octets, vector.words[line[first] == 'b' ? "bits" : "octets"], '>');
-  if (std::string again; std::getline(octets, again))
-    vector.words[again.find('-') < again.size() ? "refused" : "again"] = again;
-  for (std::string shown; std::getline(lines, shown, ';');) vector.words["shows"] += shown + "\n";
+  const size_t bar = std::min(line.find('|'), line.size()), open = std::min(line.find('{'), bar);
+  const size_t close = open < bar ? line.find('}') : open, sign = std::min(line.find('>'), bar);
+  vector.words[trimmed(line)[0] == 'b' ? "bits" : "octets"] = line.substr(0, std::min(open, sign));
+  if (open < bar)
+    for (const std::string& word : split(line.substr(open + 1, close - open - 1), ';'))
+      addLine(vector, inColumns(word));
+  if (const std::string again = line.substr(sign, bar - sign); !again.empty())
+    vector.words[again.find('-') < again.size() ? "refused" : "again"] = again.substr(1);
+  for (const std::string& shown : split(line.substr(std::min(line.size(), bar + 1)), ';'))
+    vector.words["shows"] += shown + "\n";
 }
 
 // Of the word that tells how it goes.
@@ -206,12 +224,6 @@ std::string innerText(RtxContext* pctxt, const L3TypeEntry& entry, const void* r
   if (line != l3NameOf(*entry.type) + std::string(" {")) return text;
   while (std::getline(lines, line) && line != "}") inner += line.substr(std::min<size_t>(3, line.size())) + "\n";
   return inner;
-}
-
-std::string trimmed(const std::string& line)
-{
-  const size_t first = std::min(line.find_first_not_of(' '), line.size());
-  return line.substr(first, line.find_last_not_of(' ') + 1 - first);
 }
 
 void checkPrint(RtxContext* pctxt, const Vector& vector, const L3TypeEntry& entry, const void* record)
