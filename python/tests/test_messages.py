@@ -96,12 +96,6 @@ def test_lines_are_read_as_the_program_reads_them() -> None:
     assert [message.error.status for message in messages if message.error] == [-113, -11, -11]
 
 
-def test_a_file_of_lines_needs_no_opening(samples: pathlib.Path) -> None:
-    by_name = [message.json() for message in iterdecode(samples / "session-accept.hex")]
-    with open(samples / "session-accept.hex") as file:
-        assert [message.json() for message in iterdecode(file, batch=1)] == by_name != []
-
-
 def test_keys_serve_a_connection_from_message_to_message(program: Program, samples: pathlib.Path) -> None:
     path, text = samples / "protected-registration.keys", samples / "protected-registration.txt"
     theirs = [json.loads(line) for line in program("decode", "--json", "--keys", path, text)]
@@ -121,12 +115,6 @@ def test_keys_serve_a_connection_from_message_to_message(program: Program, sampl
     assert encode(messages[0], keys=again) == messages[0].octets
     # Keys do not outlast their call.
     assert decode(messages[0].octets).protection["check"] == "no keys"
-
-
-def test_a_sealed_message_is_no_bad_one() -> None:
-    message = decode(bytes.fromhex("7e02deadbeef01a20304050607"))
-    assert message.sealed and message.status == -71 and message.error is None
-    assert redact(message).octets == message.octets
 
 
 def test_errors_say_where() -> None:

@@ -279,33 +279,10 @@ inline Reading read(const Octets& file, Way way = {0, false}, const char* userTy
   return reading;
 }
 
-inline std::string outputOf(const std::string& command)
-{
-  std::string text;
-  FILE* pipe = popen(command.c_str(), "r");
-  if (!pipe) return "cannot run " + command;
-  char piece[4096];
-  for (size_t n; (n = fread(piece, 1, sizeof piece, pipe)) > 0;) text.append(piece, n);
-  return pclose(pipe) == 0 ? text : text + "failed: " + command;
-}
-
 inline bool hasTools()
 {
   return system("command -v tshark text2pcap editcap mergecap >/dev/null 2>&1") == 0;
 }
-
-// A folder of this process's own.
-struct Folder : std::string {
-  Folder() : std::string("/tmp/velnor3gpp-capture-XXXXXX") { mkdtemp(data()); }
-  Folder(const Folder&) = delete;
-  ~Folder() { std::filesystem::remove_all(c_str()); }
-  std::string keep(const std::string& name, const Octets& content) const
-  {
-    std::ofstream(*this + "/" + name, std::ios::binary)
-        .write(reinterpret_cast<const char*>(content.data()), long(content.size()));
-    return *this + "/" + name;
-  }
-};
 
 inline Octets contentOf(const std::string& path)
 {

@@ -1,5 +1,5 @@
 // Promises: what is written is read as it was, by this reader and by an independent dissector without a setting: every
-// real message under its name and type; what stands in radio blocks, both find alike.
+// real message under its name and type.
 #include <gtest/gtest.h>
 
 #include "tests/capture/captures.h"
@@ -166,59 +166,6 @@ TEST(CaptureWriter, TheDissectorNamesEveryRealMessage)
       EXPECT_TRUE(isUnnamed(messages[i].octets) || isNamed(lines[i], messages[i].title)) << messages[i].title << shown;
     }
   }
-}
-
-// Radio blocks, each behind Ethernet: the dissector finds in the frames themselves what it finds in the messages that
-// were taken out of them.
-TEST(CaptureWriter, TheDissectorFindsTheSameInRadioBlocks)
-{
-  if (!hasTools()) GTEST_SKIP() << "install tshark";
-  struct Block {
-    unsigned subType, channel;
-    const char* octets;
-  };
-  std::vector<Frame> frames;
-  for (const Block& block : {Block{6, 0x4001, "013F01 2B*20"},
-                             {6, 1, "017301 2B*20"},
-                             {6, 0x4001, "010053 0508700201F1000001230829015051525354 5556"},
-                             {6, 0x4001, "010209 5758 2B*18"},
-                             {6, 1, "032009 0502 2B*18"},
-                             {6, 1, "030101 2B*20"},
-                             {1, 1, "49061B041A02F801B5ADC8031E56A500B800008000004B"},
-                             {5, 1, "2506210005F4C0000001 2B*13"},
-                             {0x86, 1, "05000303 49061D05540000001148000000000000000000"},
-                             {0x86, 0x4001, "05000103490615 00*16"},
-                             {0x87, 1, "05000303 140A0201 2B*15"}})
-    frames.push_back({1, ethernet(ipv4(udp(gsmtap(1, block.subType, block.channel, hex(block.octets)))))});
-  const Octets file = pcap(frames);
-  const Folder folder;
-  std::vector<velnor3gpp_CaptureFrame> messages;
-  std::vector<Octets> kept(frames.size());
-  Source source = {file, 0};
-  Reader reader(Source::read, &source);
-  velnor3gpp_CaptureFrame frame = {};
-  frame.size = sizeof frame;
-  while (velnor3gpp_captureNext(reader, &frame) == VELNOR3GPP_CAPTURE_FRAME) {
-    if (frame.reason != VELNOR3GPP_CAPTURE_MESSAGE) continue;
-    Octets& octets = kept[messages.size()];
-    octets.assign(frame.octets, frame.octets + frame.count);
-    messages.push_back(frame);
-    messages.back().octets = octets.data();
-  }
-  ASSERT_EQ(messages.size(), 7U);
-  auto named = [](const std::string& path) {
-    std::string names;
-    for (const std::string& line :
-         split(outputOf("HOME=/nonexistent tshark -n -r " + path + " -T fields -e _ws.col.Info 2>/dev/null"), '\n'))
-      if (line.find("(RR) ") != std::string::npos || line.find("(MM) ") != std::string::npos)
-        names += line.substr(line.find(") ") + 2) + "\n";
-    return names;
-  };
-  std::string names = named(folder.keep("frames.pcap", file));
-  EXPECT_EQ(std::count(names.begin(), names.end(), '\n'), 6) << names; // it has no name for a short header here
-  const std::string found = named(folder.keep("messages.pcapng", written(VELNOR3GPP_CAPTURE_PCAPNG, messages)));
-  EXPECT_EQ(found.substr(0, names.size()), names);
-  EXPECT_NE(found.find("Measurement Information"), std::string::npos) << found;
 }
 
 } // namespace

@@ -113,23 +113,9 @@ TEST(Facade, FindingsLeadToOctetAndClause)
   EXPECT_EQ(told(""), "-113  octet -1 bit 0 ");
 }
 
-// Redacted messages keep their shape, so that they are decoded like others, and lose what tells of a person.
-TEST(Facade, RedactingKeepsTheShape)
+TEST(Facade, RedactingLeavesZeros)
 {
-  TestSession session, again;
-  size_t changed = 0;
-  for (const TestMessage& message : corpusMessages(VELNOR_CORPUS)) {
-    SCOPED_TRACE(message.name);
-    if (session.decode(message.entry, message.octets) < 0 || session.result().check != VELNOR3GPP_PLAIN) continue;
-    std::string before = session.encoded();
-    if (before.find(':') != std::string::npos) continue;
-    ASSERT_EQ(velnor3gpp_redact(session), 0);
-    EXPECT_EQ(session.result().count, 0U);
-    std::string after = session.encoded();
-    EXPECT_EQ(after.size(), before.size()) << before << " " << after;
-    changed += after != before;
-  }
-  EXPECT_GT(changed, 100U);
+  TestSession session;
   // A mobile identity of a subscriber: the network stays, the subscriber goes.
   session.decode(nullptr, octetsOfHex("7E005C000D0102F8390000000021436587F9"));
   ASSERT_EQ(velnor3gpp_redact(session), 0);

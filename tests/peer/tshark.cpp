@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <fstream>
 
+#include "tests/fileText.h"
 #include "tests/messages.h"
 
 namespace peer {
@@ -65,7 +66,7 @@ Octets captureOf(const std::vector<Frame>& frames)
 // What tshark prints of the frames, as XML.
 std::string read(const std::vector<Frame>& frames)
 {
-  char path[] = "/tmp/velnor3gpp-peer-XXXXXX", piece[4096];
+  char path[] = "/tmp/velnor3gpp-peer-XXXXXX";
   int file = mkstemp(path);
   if (file < 0) return "";
   Octets capture = captureOf(frames);
@@ -74,9 +75,7 @@ std::string read(const std::vector<Frame>& frames)
   std::string text, command = "HOME=/nonexistent tshark -n -o nas-5gs.null_decipher:TRUE -o nas-eps.null_decipher:TRUE "
                               "-T pdml -r " +
                               std::string(path) + " 2>/dev/null";
-  FILE* pipe = good ? popen(command.c_str(), "r") : nullptr;
-  for (size_t size; pipe && (size = fread(piece, 1, sizeof piece, pipe)) > 0;) text.append(piece, size);
-  if (pipe) pclose(pipe);
+  if (good) text = outputOf(command);
   unlink(path);
   return text;
 }

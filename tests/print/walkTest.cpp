@@ -1,5 +1,5 @@
-// Guards what the printing walk and the clearing one make of records that no coder would store: counts, pointers and
-// tags are taken as far as they go and not followed. Whole records of every kind are vectors (tests/vectors).
+// Guards what the clearing walk makes of records that no coder would store: selectors, counts and pointers go. Whole
+// records of every kind are vectors (tests/vectors), damaged ones print in tests/differential.
 #include <cstddef>
 
 #include "rt3gppsrc/engine/l3Record.h"
@@ -53,51 +53,6 @@ const L3Row kRows[] = {TestRow("bounded", kL3Octets, offsetof(Damaged, bounded),
                        TestRow("tagged", kL3Choice, offsetof(Damaged, tagged), &kChoice),
                        uintRow("number", offsetof(Damaged, number))};
 const L3Type kDamaged = typeOf("Damaged", kRows, sizeof(Damaged));
-
-TEST(Walk, PrintsDamagedRecordsAsFarAsTheyGo)
-{
-  Texts texts = textsOf("walk.txt");
-  const uint8_t many[33] = {'A', 'B'};
-  Damaged value = {{200, {1, 2, 3, 4}},
-                   {33, nullptr},
-                   {200, {0xFF, 0xF0}},
-                   nullptr,
-                   {'1', '2', '3', '4'},
-                   {255, {8, 9}},
-                   {3, nullptr},
-                   {7, 5},
-                   6};
-  EXPECT_EQ(printed(kDamaged, "x", &value), texts["damaged"]);
-  value = {{}, {33, many}, {}, "net", "42", {1, {8}}, {2, many}, {1, 5}, 6};
-  EXPECT_EQ(printed(kDamaged, "x", &value), texts["sound"]);
-  EXPECT_EQ(printed(kDamaged, "x", nullptr), "x = <null>\n");
-  const L3Row bareRows[] = {TestRow(nullptr, kL3List, 0, &kList)};
-  const L3Type bare = typeOf("Bare", bareRows, 16, kL3Bare);
-  std::string name(600, 'a'); // of an entry it is cut, not the value
-  EXPECT_EQ(printed(bare, name.c_str(), &value.list).substr(0, 517), name.substr(0, 511) + " = 65\n");
-}
-
-// A message without its record, and one that the form does not know.
-TEST(Walk, PrintsDamagedBodies)
-{
-  size_t forms = 0;
-  for (size_t i = 0; i < l3TypeCount; ++i) {
-    const L3Type& type = *l3TypeTable[i].type;
-    if (!type.rowCount || type.rows[type.rowCount - 1].op != kL3Body) continue;
-    const L3Row& row = type.rows[type.rowCount - 1];
-    const L3Body& body = *static_cast<const L3Body*>(row.info);
-    std::vector<uint64_t> record(type.size / 8 + 1);
-    uint8_t* tag = reinterpret_cast<uint8_t*>(record.data()) + row.offset;
-    l3Store(tag, 4, body.rows[0].tag);
-    std::string data = std::string("   ") + row.name + " {\n";
-    std::string missing = data + "      " + body.rows[0].objName() + " = <null>\n   }\n}\n";
-    EXPECT_NE(printed(type, "x", record.data()).find(missing), std::string::npos) << l3NameOf(type);
-    l3Store(tag, 4, 0xFFFFFF);
-    EXPECT_NE(printed(type, "x", record.data()).find(data + "   }\n}\n"), std::string::npos) << l3NameOf(type);
-    ++forms;
-  }
-  EXPECT_GE(forms, 4U);
-}
 
 // Selectors, counts and pointers are cleared, and an array of characters is the empty text; whatever else lies in the
 // record stays.

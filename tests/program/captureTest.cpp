@@ -34,13 +34,6 @@ Ran run(const std::string& command)
   return ran;
 }
 
-size_t countOf(const std::string& text, const std::string& part)
-{
-  size_t count = 0;
-  for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
-  return count;
-}
-
 Octets from(uint8_t host, const Octets& message)
 {
   Octets packet = ethernet(ipv4(udp(gsmtap3(0x0504, 1, message))));

@@ -31,13 +31,6 @@ constexpr char kRoom[] = "unlimited";
 constexpr char kRoom[] = "200000";
 #endif
 
-size_t countOf(const std::string& text, const std::string& part)
-{
-  size_t count = 0;
-  for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
-  return count;
-}
-
 struct Case {
   std::string place;
   std::vector<std::string> commands, expectations;

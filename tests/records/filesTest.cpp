@@ -16,26 +16,6 @@ Octets octetsOf(const std::string& text)
   return Octets(text.begin(), text.end());
 }
 
-std::string outputOf(const std::string& command)
-{
-  std::string text;
-  FILE* pipe = popen(command.c_str(), "r");
-  if (pipe == nullptr) return "cannot run " + command;
-  for (int c; (c = fgetc(pipe)) != EOF;) text += char(c);
-  return pclose(pipe) == 0 ? text : text + "failed: " + command;
-}
-
-// A folder of this process's own.
-struct Folder : std::string {
-  Folder() : std::string(testing::TempDir() + "velnor3gpp-records-XXXXXX") { EXPECT_TRUE(mkdtemp(data())); }
-  ~Folder() { std::filesystem::remove_all(c_str()); }
-  std::string keep(const std::string& name, const std::string& content) const
-  {
-    std::ofstream(*this + "/" + name, std::ios::binary) << content;
-    return *this + "/" + name;
-  }
-};
-
 // Both kinds of stream give what memory does, the end of a file but for its status.
 void checkAllWays(Walker* walk, const Octets& whole)
 {
@@ -113,7 +93,7 @@ TEST(ChargingFiles, AreReadAsTheyWereWritten)
     const std::string printed = fromMemory(walkCharging, octets).text;
     EXPECT_EQ(quotedIn(printed), texts);
     checkAllWays(walkCharging, octets);
-    EXPECT_EQ(outputOf(VELNOR_CHARGING " " + folder.keep("cdr", {octets.begin(), octets.end()})), printed);
+    EXPECT_EQ(outputOf(VELNOR_CHARGING " " + folder.keep("cdr", octets)), printed);
   }
 }
 

@@ -29,6 +29,13 @@ std::string path(RtxContext* pctxt)
   return names;
 }
 
+// Is something left of the region, does it end here, and how many bits are left?
+std::string region(RtxContext* pctxt)
+{
+  return std::to_string(rtxCtxtContainerHasRemBits(pctxt)) + " " + std::to_string(rtxCtxtContainerEnd(pctxt)) + " " +
+         std::to_string(rtxCtxtGetContainerRemBits(pctxt));
+}
+
 int level(RtxContext* pctxt)
 {
   return pctxt->level;
@@ -112,7 +119,8 @@ const calls::Functions kFunctions = {
     CALL(rtxCtxtPushElemNameCopy), CALL(rtxCtxtPopElemNameCopy), CALL(rtxCtxtPushArrayElemName),
     CALL(rtxCtxtPopArrayElemName), CALL(rtxCtxtPushContainerBytes), CALL(rtxCtxtPushContainerBits),
     CALL(rtxCtxtPopContainer), CALL(rtxCtxtPopAllContainers), CALL(rtxCtxtContainerHasRemBits),
-    CALL(rtxCtxtContainerEnd), CALL(rtxCtxtGetContainerRemBits), CALL(rtxMemFree), CALL(path), CALL(level),
+    CALL(rtxCtxtContainerEnd), CALL(rtxCtxtGetContainerRemBits), CALL(rtxMemFree), CALL(path), CALL(region),
+    CALL(level),
     // failures
     CALL(rtxErrSetData), CALL(rtxErrSetNewData), CALL(rtxErrSetNonFatal), CALL(rtxErrGetStatus),
     CALL(rtxErrCheckNonFatal), CALL(rtxErrGetFirstError), CALL(rtxErrGetLastError), CALL(rtxErrGetErrorCnt),

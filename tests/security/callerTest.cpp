@@ -29,28 +29,6 @@ TEST(CallersTests, ForgedCodeOfAPartlyCipheredMessageIsFoundByComputingIt)
   }
 }
 
-TEST(CallersTests, LengthBeyondTheInputIsFoundByTheCursor)
-{
-  Bench ctxt(octetsOfHex("07560746000006"));
-  TS24301Msg_PDU pdu;
-  EXPECT_EQ(0, NASDec_TS24301Msg_PDU(&ctxt, &pdu));
-  EXPECT_EQ(0U, rtxErrGetErrorCnt(&ctxt));
-  EXPECT_GT(ctxt.buffer.byteIndex, ctxt.buffer.size);
-}
-
-TEST(CallersTests, TextOfAWrongCodeHoldsTheRightOne)
-{
-  SecureContext ctxt;
-  ASSERT_EQ(0, rtx3gppAssignAlgorithmKeys(&ctxt, kKey.data(), kKey.data(), 2, 2));
-  Octets octets = octetsOfHex("7e0101020304007e005b01");
-  uint32_t code = 0;
-  ASSERT_EQ(0, rtx3gppComputeMAC(&ctxt, &octets[6], octets.size() - 6, &code));
-  ctxt.bind(octets);
-  TS24501Msg_PDU pdu;
-  EXPECT_EQ(RTX_E_BAD_MAC, NASDec_TS24501Msg_PDU(&ctxt, &pdu));
-  EXPECT_EQ(std::to_string(code), ctxt.lastError()->parms[1]);
-}
-
 // The security record of another context's heap stays through the end of a job, one of its own goes with it. Ended
 // jobs leave nothing, whether they were good or bad.
 TEST(CallersTests, LentKeysOutlastAJobAndEndedJobsLeaveNothing)
