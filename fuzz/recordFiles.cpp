@@ -102,15 +102,15 @@ void checkChargingText(const L3TypeEntry&, Octets input)
                 sameRelease.version == release.version,
             again);
   }
-  if (rtParseTS32297TimestampText(text.c_str(), &time) == 0) {
-    const std::string again = textIn(20, [&](char* dst, size_t size) { rtTS32297TimestampToText(&time, dst, size); });
-    promise(rtParseTS32297TimestampText(again.c_str(), &sameTime) == 0 && !memcmp(&time, &sameTime, sizeof time),
-            again);
-  }
-  if (rtParseTS32297TSNumberText(text.c_str(), &number) == 0) {
-    const std::string again = textIn(20, [&](char* dst, size_t size) { rtTS32297TSNumberToText(number, dst, size); });
-    promise(rtParseTS32297TSNumberText(again.c_str(), &sameNumber) == 0 && number == sameNumber, again);
-  }
+  auto comesBack = [&text](auto& value, auto& same, auto parse, auto print) {
+    if (parse(text.c_str(), &value) != 0) return;
+    const std::string again = textIn(20, [&](char* dst, size_t size) { print(dst, size); });
+    promise(parse(again.c_str(), &same) == 0 && !memcmp(&value, &same, sizeof value), again);
+  };
+  comesBack(time, sameTime, rtParseTS32297TimestampText,
+            [&](char* dst, size_t size) { rtTS32297TimestampToText(&time, dst, size); });
+  comesBack(number, sameNumber, rtParseTS32297TSNumberText,
+            [&](char* dst, size_t size) { rtTS32297TSNumberToText(number, dst, size); });
   // Whatever a record holds, into whatever room.
   input.resize(sizeof time);
   memcpy(&time, input.data(), sizeof time);

@@ -34,22 +34,6 @@ static Octets contentOf(const fs::path& path)
   return Octets(std::istreambuf_iterator<char>(in), {});
 }
 
-static Octets changed(Octets input, const Octets& other, Draw& draw)
-{
-  for (unsigned i = 0; i <= draw.below(4); ++i) {
-    size_t at = draw.below(uint32_t(input.size()) + 1), from = draw.below(uint32_t(other.size()) + 1);
-    unsigned way = draw.below(4);
-    if (way == 0)
-      input.insert(input.begin() + long(at), other.begin() + long(from), other.end());
-    else if (way == 1)
-      input.resize(at);
-    else if (at < input.size())
-      input[at] = uint8_t(way == 2 ? draw.octet() : input[at] ^ 1U << draw.below(8));
-  }
-  input.resize(std::min<size_t>(input.size(), 1024));
-  return input;
-}
-
 static void runSeeds(const FuzzTarget& target, unsigned rounds)
 {
   std::vector<Octets> seeds = seedsOf(target);
@@ -60,7 +44,7 @@ static void runSeeds(const FuzzTarget& target, unsigned rounds)
   for (const Octets& seed : seeds) run(target, seed);
   Draw draw(rounds);
   auto any = [&]() -> const Octets& { return seeds[draw.below(uint32_t(seeds.size()))]; };
-  for (unsigned i = 0; i < rounds; ++i) run(target, changed(any(), any(), draw));
+  for (unsigned i = 0; i < rounds; ++i) run(target, changed(any(), any(), draw, 1024));
   printf("%s: %zu inputs and %u changed ones\n", target.name, seeds.size(), rounds);
 }
 

@@ -34,6 +34,23 @@ private:
   bool seeded;
 };
 
+// Some octets of the input are others, gone, or come from another input.
+inline Octets changed(Octets input, const Octets& other, Draw& draw, size_t most)
+{
+  for (unsigned i = 0; i <= draw.below(4); ++i) {
+    size_t at = draw.below(uint32_t(input.size()) + 1), from = draw.below(uint32_t(other.size()) + 1);
+    unsigned way = draw.below(4);
+    if (way == 0)
+      input.insert(input.begin() + long(at), other.begin() + long(from), other.end());
+    else if (way == 1)
+      input.resize(at);
+    else if (at < input.size())
+      input[at] = uint8_t(way == 2 ? draw.octet() : input[at] ^ 1U << draw.below(8));
+  }
+  input.resize(std::min(input.size(), most));
+  return input;
+}
+
 class ArbitraryRecord {
 public:
   // Of `damage` decisions, one breaks a bound; 0: none does.

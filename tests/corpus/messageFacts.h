@@ -22,6 +22,47 @@ inline std::vector<CorpusRow> readCorpus(const std::string& file)
   return rows;
 }
 
+// A protected message and its keys.
+struct ProtectedRow {
+  std::string id;
+  const L3TypeEntry* type;
+  Octets octets, integrityKey, cipherKey;
+  uint32_t integrityAlgorithm, cipherAlgorithm, count;
+  uint8_t bearer, direction;
+  bool verifies;
+  Octets inner;
+  uint32_t flags;
+};
+
+inline ProtectedRow protectedRow(const std::vector<std::string>& cells)
+{
+  auto number = [&cells](size_t column) { return uint32_t(std::stoul(cells[column])); };
+  auto key = [&cells](size_t column) {
+    return octetsOfHex(cells[column] + std::string(32 - cells[column].size(), '0'));
+  };
+  bool fromMobile = cells[14].find("ueOrig.") != std::string::npos;
+  return {cells[0],
+          l3FindType(cells[2].c_str()),
+          octetsOfHex(cells[3]),
+          key(4),
+          key(5),
+          number(6),
+          number(7),
+          number(8),
+          uint8_t(number(9)),
+          uint8_t(number(10)),
+          cells[11] == "ok",
+          octetsOfHex(cells[12]),
+          fromMobile ? RTX_FLAG_MOBILE_ORIGINATED : 0U};
+}
+
+inline std::vector<ProtectedRow> protectedRows()
+{
+  std::vector<ProtectedRow> rows;
+  for (auto& cells : readTable(VELNOR_CORPUS "/security.tsv", 16)) rows.push_back(protectedRow(cells));
+  return rows;
+}
+
 // Flags are numbers in the facts.
 inline std::string plainValue(std::string value)
 {

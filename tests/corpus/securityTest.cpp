@@ -2,42 +2,11 @@
 // clear, and signing and ciphering the record again gives the same octets.
 #include <gtest/gtest.h>
 
-#include "tests/messages.h"
+#include "tests/corpus/messageFacts.h"
 
 namespace {
 
-struct Row {
-  std::string id;
-  const L3TypeEntry* type;
-  Octets octets, integrityKey, cipherKey;
-  uint32_t integrityAlgorithm, cipherAlgorithm, count;
-  uint8_t bearer, direction;
-  bool verifies;
-  Octets inner;
-  uint32_t flags;
-};
-
-Row rowOf(const std::vector<std::string>& cells)
-{
-  auto number = [&cells](size_t column) { return uint32_t(std::stoul(cells[column])); };
-  auto key = [&cells](size_t column) {
-    return octetsOfHex(cells[column] + std::string(32 - cells[column].size(), '0'));
-  };
-  bool fromMobile = cells[14].find("ueOrig.") != std::string::npos;
-  return {cells[0],
-          l3FindType(cells[2].c_str()),
-          octetsOfHex(cells[3]),
-          key(4),
-          key(5),
-          number(6),
-          number(7),
-          number(8),
-          uint8_t(number(9)),
-          uint8_t(number(10)),
-          cells[11] == "ok",
-          octetsOfHex(cells[12]),
-          fromMobile ? RTX_FLAG_MOBILE_ORIGINATED : 0U};
-}
+using Row = ProtectedRow;
 
 // Two messages hold an EAP packet of code 0, which its enumeration does not know: verified, but not decoded.
 int expectedStatus(const Row& row)
@@ -73,16 +42,14 @@ void check(const Row& row)
 
 TEST(ProtectedMessages, VerifyDecipherAndComeBack)
 {
-  auto rows = readTable(VELNOR_TEST_DATA "/data/security.tsv", 16);
-  ASSERT_GT(rows.size(), 50U);
-  for (auto& cells : rows) check(rowOf(cells));
+  ASSERT_GT(protectedRows().size(), 50U);
+  for (auto& row : protectedRows()) check(row);
 }
 
 // Without a record of keys a signed message is read and reported, a ciphered one ends at its header.
 TEST(ProtectedMessages, NeedASecurityRecord)
 {
-  for (auto& cells : readTable(VELNOR_TEST_DATA "/data/security.tsv", 16)) {
-    Row row = rowOf(cells);
+  for (auto& row : protectedRows()) {
     Decoding decoding(*row.type, row.octets, {.security = false});
     EXPECT_LT(decoding.status, 0) << row.id;
     EXPECT_EQ(rtxErrGetFirstError(decoding.ctxt), RTX_E_NO_SECURITY) << row.id;

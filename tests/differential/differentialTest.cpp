@@ -30,34 +30,6 @@ bool agrees(const L3TypeEntry& entry, const Octets& octets, Setting setting, boo
   return !testing::Test::HasFailure();
 }
 
-Octets mutated(Octets octets, Draw& draw)
-{
-  for (unsigned i = 0; i <= draw.below(3) && !octets.empty(); ++i) {
-    size_t place = draw.below(uint32_t(octets.size()));
-    auto at = octets.begin() + long(place);
-    switch (draw.below(5)) {
-      case 0:
-        *at = uint8_t(draw.octet());
-        break;
-      case 1:
-        *at = uint8_t(*at ^ 1U << draw.below(8));
-        break;
-      case 2:
-        octets.insert(at, uint8_t(draw.octet()));
-        break;
-      case 3:
-        octets.erase(at);
-        break;
-      default: {
-        const Octets tail(at, octets.end());
-        octets.insert(octets.end(), tail.begin(), tail.end());
-      }
-    }
-  }
-  if (octets.size() > 300) octets.resize(300);
-  return octets;
-}
-
 Setting anySetting(Draw& draw)
 {
   Setting setting;
@@ -86,7 +58,7 @@ bool agreesDamaged(const TestMessage& message, unsigned mutations, uint64_t seed
     if (!agrees(entry, octets, {}, false)) return false;
   }
   for (unsigned i = 0; i < mutations; ++i) {
-    Octets octets = mutated(message.octets, draw);
+    Octets octets = changed(message.octets, message.octets, draw, 300);
     if (!agrees(entry, octets, anySetting(draw), i % 4 == 0)) return false;
   }
   return true;

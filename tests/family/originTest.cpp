@@ -9,7 +9,6 @@
 #include "tests/arbitraryRecord.h"
 #include "tests/fileText.h"
 #include "tests/messages.h"
-#include "velnor3gpp/TS24008IES.h"
 
 namespace {
 
@@ -347,26 +346,6 @@ TEST(Origin, FilesBeginAsTheirModules)
       std::istringstream(line) >> word >> module >> word >> stem;
       EXPECT_TRUE(file.path().stem().string().starts_with(stem)) << file.path();
     }
-}
-
-// Decoders that are told how many octets to take are not in the table of types.
-TEST(Origin, OfTextsIsTheBlock)
-{
-  Judge judge("Dec");
-  uint8_t octet = 0x21;
-  char digits[17], *text = nullptr;
-  for (int i = 0; i < 5; ++i) {
-    OutcomeContext ctxt;
-    ctxt.bind(&octet, 1);
-    int status = i == 0   ? NASDec_TS24008IE_IMSI(ctxt, digits, 8)
-                 : i == 1 ? NASDec_TS24008IE_IMEI(ctxt, digits, 8)
-                 : i == 2 ? NASDec_TS24008IE_IMEISV(ctxt, digits, 9)
-                 : i == 3 ? NASDec_TS24008IE_TBCDString(ctxt, &text, 3)
-                          : NASDec_TS24008IE_GSMString(ctxt, &text, 3, 0);
-    EXPECT_LT(status, 0);
-    judge.judge(ctxt);
-  }
-  judge.expectGood(0);
 }
 
 void encodeAndJudge(Judge& judge, const L3TypeEntry& entry, const Make& make, size_t capacity)

@@ -1,4 +1,4 @@
-// The forms of radio resource messages from a caller's side: two bodies of one message, the pseudo length that the
+// The forms of radio resource messages from a caller's side: the pseudo length that the
 // encoder counts, and numbers that no message has.
 #include <gtest/gtest.h>
 
@@ -38,17 +38,6 @@ struct Paging {
     return hexText(octets);
   }
 };
-
-TEST(RadioForms, BodyAndRestOctetsAreSetInEitherOrder)
-{
-  Paging one, other;
-  asn1SetTC_TS44018Msg_L2_PSEUDO_LEN_PDU_obj_PagingRequestType1(one.ctxt, &one.pdu, &one.body);
-  asn1SetTC_TS44018Msg_L2_PSEUDO_LEN_PDU_restOctets_obj_PagingRequestType1(one.ctxt, &one.pdu, &one.rest);
-  asn1SetTC_TS44018Msg_L2_PSEUDO_LEN_PDU_restOctets_obj_PagingRequestType1(other.ctxt, &other.pdu, &other.rest);
-  asn1SetTC_TS44018Msg_L2_PSEUDO_LEN_PDU_obj_PagingRequestType1(other.ctxt, &other.pdu, &other.body);
-  EXPECT_EQ(one.pdu.data.t, one.pdu.restOctets.t);
-  EXPECT_EQ(one.encoded(), other.encoded());
-}
 
 // The length is the body's, in the octets and in the record, whatever stood there and however often it is written.
 TEST(RadioForms, ThePseudoLengthIsCountedEachTime)
