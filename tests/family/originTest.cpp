@@ -336,18 +336,6 @@ TEST(Origin, OfDecodingIsTheRow)
   judge.expectGood(5 * messages.size());
 }
 
-// A module's errors are known by its name, whatever file its rows stand in.
-TEST(Origin, FilesBeginAsTheirModules)
-{
-  for (auto& file : fs::directory_iterator(L3_DEFINITIONS))
-    for (auto& line : linesOf(file.path())) {
-      std::string word, module, stem;
-      if (!line.starts_with("module ")) continue;
-      std::istringstream(line) >> word >> module >> word >> stem;
-      EXPECT_TRUE(file.path().stem().string().starts_with(stem)) << file.path();
-    }
-}
-
 void encodeAndJudge(Judge& judge, const L3TypeEntry& entry, const Make& make, size_t capacity)
 {
   OutcomeContext ctxt;

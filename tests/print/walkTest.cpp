@@ -71,6 +71,7 @@ TEST(Walk, ClearsWhatDecidesAndNothingElse)
   ASSERT_EQ(l3Init(kDamaged, &value), 0);
   EXPECT_EQ(memcmp(&value, &cleared, sizeof value), 0);
   EXPECT_EQ(l3Init(kDamaged, nullptr), RTX_E_NULL_POINTER);
+  EXPECT_EQ(printed(kDamaged, "x", nullptr), "x = <null>\n");
 }
 
 } // namespace
