@@ -72,7 +72,7 @@ TEST(Mended, OptionalElementsEndWithTheMessageAndNotWithARegionLeftOpen)
   const L3Iei ieis[] = {{0x21, 0, kL3SkipFixed, 1, 0}};
   uint8_t byValue[256] = {};
   byValue[0x21] = 1;
-  const L3Message message = {options, ieis, byValue, 1, 0, 0, 0};
+  const L3Message message = {options, ieis, byValue, 1, 0, 0, 0, 0};
   const L3Row rows[] = {recordRow("inner", offsetof(Record, inner), inner)};
   L3Type type = presenceTypeOf("Message", rows, sizeof(Record), 1);
   type.message = &message;
@@ -110,7 +110,7 @@ TEST(Mended, UnknownElementCountsBehindManyFindings)
   const L3Iei ieis[] = {{0x21, 0, kL3SkipFixed, 1, 0}};
   uint8_t byValue[256] = {};
   byValue[0x21] = 1;
-  const L3Message message = {options, ieis, byValue, 1, 0, 0, 0};
+  const L3Message message = {options, ieis, byValue, 1, 0, 0, 0, 0};
   const L3Row rows[] = {uintRow("count", offsetof(Record, count)),
                         TestRow("list", kL3List, offsetof(Record, list), &list)};
   L3Type type = presenceTypeOf("Message", rows, sizeof(Record), 1);
