@@ -63,6 +63,15 @@ def test_a_captures_messages_are_the_programs(program: Program, samples: pathlib
     assert first.connection["source"] == ("192.0.2.1", 40000) and first.connection["arfcn"] == 5
 
 
+def test_octets_are_taken_as_text_and_numbers_are_not() -> None:
+    assert decode("7E 00 5b:01").octets == redact("7e005b01").octets == bytes.fromhex("7e005b01")
+    with pytest.raises(VelnorError) as caught:
+        decode("7e005x01")
+    assert caught.value.status == -11
+    with pytest.raises(TypeError):
+        decode(5)  # type: ignore[arg-type]
+
+
 def test_frames_without_messages_and_damage_are_told(samples: pathlib.Path, tmp_path: pathlib.Path) -> None:
     whole = (samples / "attach.pcap").read_bytes()
     path = tmp_path / "cut.pcap"

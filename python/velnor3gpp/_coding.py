@@ -27,14 +27,26 @@ def _flags(names: bool, positions: bool) -> int:
     return native.NAMES * names | native.POSITIONS * positions
 
 
-def decode(octets: Buffer, type: Optional[str] = None, dir: Optional[str] = None, keys: Optional[Keys] = None, *,
-           names: bool = False, positions: bool = False, as_specified: bool = False) -> Message:
-    """Decodes one message, of the type that its octets tell or that is named. Raises a VelnorError if it is bad, whose
-    `message` has what was read. A ciphered message without its keys is not bad: `sealed` says so. Elements that
-    cannot be read stand in `unknown` and come back on encoding, and rows that differ from the public standard are read
-    as it has them, unless `as_specified` is set: as with the option of that name of the program."""
+def _octets(octets: Union[str, Buffer]) -> bytes:
+    """The octets, or those that a text has in hexadecimal. A number is neither: bytes() would make zeros of it."""
+    if not isinstance(octets, str):
+        return bytes(memoryview(octets))
+    try:
+        return bytes.fromhex(_SPACING.sub("", octets))
+    except ValueError as error:
+        raise VelnorError(native.BAD_HEX, "octets", text=str(error)) from None
+
+
+def decode(octets: Union[str, Buffer], type: Optional[str] = None, dir: Optional[str] = None,
+           keys: Optional[Keys] = None, *, names: bool = False, positions: bool = False,
+           as_specified: bool = False) -> Message:
+    """Decodes one message, octets or a text of their hexadecimal digits, of the type that they tell or that is named.
+    Raises a VelnorError if it is bad, whose `message` has what was read. A ciphered message without its keys is not
+    bad: `sealed` says so. Elements that cannot be read stand in `unknown` and come back on encoding, and rows that
+    differ from the public standard are read as it has them, unless `as_specified` is set: as with the option of that
+    name of the program."""
     with session().under(keys, as_specified) as here:
-        here.decode(type_named(type), direction(dir), bytes(octets))
+        here.decode(type_named(type), direction(dir), _octets(octets))
         message = Message(here.json(_flags(names, positions)))
     error = message.error
     if error:
@@ -65,7 +77,7 @@ def encode(message: Union[Message, Mapping[str, Any]], type: Optional[str] = Non
         return here.encode()
 
 
-def redact(message: Union[Buffer, Message], type: Optional[str] = None, dir: Optional[str] = None,
+def redact(message: Union[str, Buffer, Message], type: Optional[str] = None, dir: Optional[str] = None,
            keys: Optional[Keys] = None, *, key: Optional[bytes] = None, as_specified: bool = False) -> Message:
     """The message without identities, numbers, addresses and payloads, which become 0; or with `key`, 16 octets,
     others that the key makes of them: the same for the same, wherever they stand. A Message is taken by its octets.
@@ -74,7 +86,7 @@ def redact(message: Union[Buffer, Message], type: Optional[str] = None, dir: Opt
         own = None if message.sealed else message.type  # which is the header alone
         type, dir = type or own, dir or message.dir
         message = message.octets
-    octets = bytes(message)
+    octets = _octets(message)
     with session().under(keys, as_specified) as here:
         here.decode(type_named(type), direction(dir), octets)
         error = Message(here.json(0)).error
