@@ -182,6 +182,16 @@ TEST(KeptElements, OctetsBehindWhatIsKnownOfAnElementComeBack)
   EXPECT_GT(surplus, 10U);
 }
 
+// The last octet lies in the ECS address, behind the length of its contents.
+TEST(KeptElements, OctetsBehindAnInnerLengthAreKept)
+{
+  const L3TypeEntry& entry = *l3FindType("TS24501IE_ECSAddress");
+  const Octets octets = {0, 9, 1, 0x21, 0x43, 0x65, 0x87, 0, 1, 0x21, 0x43};
+  EXPECT_EQ(decodingDiffers(entry, octets, kKeeping), "");
+  Decoding decoding(entry, octets, kKeeping);
+  EXPECT_TRUE(decoding.status == 0 && l3KeptOf(decoding.ctxt));
+}
+
 // By the rows an identifier that ends in 0 asks for comprehension, 0F and all others are passed over; where elements
 // are kept it is one that begins with 0 (TS 24.007, 11.2.5), and that is a remark.
 TEST(KeptElements, ThatAskForComprehensionFailOrAreRemarked)

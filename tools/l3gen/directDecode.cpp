@@ -320,9 +320,10 @@ static bool readsAll(const Type& type)
 
 static void closeLengths(DecodeWriter& w)
 {
-  // What no row knows is to be kept.
-  if (!w.regions.empty() && !readsAll(w.type)) w.giveUpIf("pos != end && l3DirectKeeps(in)");
+  bool surplus = !readsAll(w.type);
   while (!w.regions.empty()) {
+    if (surplus) w.giveUpIf("pos != end && l3DirectKeeps(in)"); // what no row knows is to be kept
+    surplus = true;                                             // in the regions around the innermost
     w.used = w.regions.back();
     w.regions.pop_back();
     w.line(format("l3Shut(pos, end, outer%zu);", w.regions.size()));
