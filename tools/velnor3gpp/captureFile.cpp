@@ -124,15 +124,6 @@ velnor3gpp_CaptureCounts readCapture(CaptureInput input, const LinkNames& names,
   return counts;
 }
 
-velnor3gpp_CaptureCounts readCaptureFile(const std::string& name, const LinkNames& names,
-                                         const std::function<void(const velnor3gpp_CaptureFrame&)>& take,
-                                         const std::function<void(const velnor3gpp_CaptureCounts&)>& ended)
-{
-  Descriptor file(name);
-  if (file.number < 0) throw InputError(name + ": cannot be opened: " + strerror(errno));
-  return readCapture({name == "-" ? "standard input" : name, file.number}, names, take, ended);
-}
-
 std::string timeText(const velnor3gpp_CaptureFrame& frame)
 {
   if (!frame.hasTime) return "";

@@ -37,11 +37,6 @@ velnor3gpp_CaptureCounts readCapture(CaptureInput input, const LinkNames& names,
                                      const std::function<void(const velnor3gpp_CaptureFrame&)>& take,
                                      const std::function<void(const velnor3gpp_CaptureCounts&)>& ended = {});
 
-// The same for a file by its name; "-" is standard input.
-velnor3gpp_CaptureCounts readCaptureFile(const std::string& name, const LinkNames& names,
-                                         const std::function<void(const velnor3gpp_CaptureFrame&)>& take,
-                                         const std::function<void(const velnor3gpp_CaptureCounts&)>& ended = {});
-
 // "2023-11-14T22:13:20.000005000Z", or "" if the capture tells no time.
 std::string timeText(const velnor3gpp_CaptureFrame& frame);
 // "12 frames: 9 messages, 2 another protocol, 1 a fill frame".
