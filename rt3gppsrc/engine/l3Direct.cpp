@@ -164,6 +164,7 @@ size_t l3DirectLeave(const L3Source& in, size_t pos, size_t end, size_t outer)
 // What the walk leaves behind is left here as well: callers see it on the context's stack.
 [[gnu::cold]] static void pushLeft(L3Call& call)
 {
+  endRun(call);
   if ((call.names && call.names->outer) || call.regions) l3ToLists(call); // more is to come, behind what is left
   RtxContext* pctxt = call.pctxt;
   size_t pos = cursor(pctxt);
@@ -201,8 +202,8 @@ template <Go go> static bool runTrial(L3Call& call, const L3Type& type, void* re
   call.mode = good ? kL3MayTry : kL3Walk;
   call.names = names;
   call.regions = regions;
-  if (good && call.run.next) rtxMemRunClose(call.run);
   if (good && call.left) pushLeft(call);
+  if (good && call.run.next) rtxMemRunClose(call.run);
   if (good) return true;
   call.listOctets = 0;
   giveUp(call, before, flags);
@@ -232,13 +233,15 @@ int l3DecAtOnce(RtxContext* pctxt, const L3Type& type, void* record)
   beginTrial(call, pctxt, type);
   uint32_t flags = pctxt->flags;
   size_t pos = type.decodeDirect({data, octets, &call}, start * 8, octets * 8, record);
-  if (pos != kL3GaveUp && wentWell(call, 0)) {
-    if (call.run.next) rtxMemRunClose(call.run);
+  bool surplus = pos >> 3 < octets && l3KeepsFlag(pctxt); // the walk keeps it
+  if (pos != kL3GaveUp && wentWell(call, 0) && !surplus) {
     setCursor(pctxt, pos);
     if (plain && plain->decoded) plain->decoded(record);
     if (call.left) pushLeft(call);
-    bool surplus = pos >> 3 < octets && l3KeepsFlag(pctxt); // the walk keeps it
-    if (!call.failed && !surplus) return 0;
+    if (!call.failed) {
+      if (call.run.next) rtxMemRunClose(call.run);
+      return 0;
+    }
     rtxCtxtPopAllContainers(pctxt); // there were none
   }
   RtxBuffer before = buffer; // of which a decoding moves the cursor alone

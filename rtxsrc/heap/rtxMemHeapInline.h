@@ -129,11 +129,13 @@ struct RtxMemRun {
   RtxMemElem* first; // where the run began
 };
 
-// False if the heap is of a special kind, has no block or more than one free element in it.
+// False if the heap is of a special kind (one that zeroes what is freed could not, of a run that is dropped), has no
+// block or more than one free element in it.
 inline bool rtxMemRunOpen(RtxMemRun& run, const RtxMemHeap* heap)
 {
+  const uint32_t special = RT_MH_STATIC | RT_MH_CHECK_HEAP | RT_MH_USE_SYSMEM | RT_MH_ZERO_ON_FREE;
   RtxMemBlock* block = heap->curBlock;
-  if ((heap->flags & (RT_MH_STATIC | RT_MH_CHECK_HEAP | RT_MH_USE_SYSMEM)) != 0 || block == nullptr) return false;
+  if ((heap->flags & special) != 0 || block == nullptr) return false;
   const unsigned linkOff = block->freeElemOff;
   const unsigned size = rtxMemFreeSizeAt(block, linkOff);
   const RtxMemFreeLink* link = rtxMemLinkAt(block, linkOff);

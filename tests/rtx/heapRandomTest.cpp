@@ -152,7 +152,7 @@ TEST(HeapRandom, RunsLayOutAsSingleAllocations)
   }
   EXPECT_GT(opened, 1000U);
   RtxMemRun run;
-  for (uint32_t flags : {RT_MH_CHECK_HEAP, RT_MH_USE_SYSMEM}) {
+  for (uint32_t flags : {RT_MH_CHECK_HEAP, RT_MH_USE_SYSMEM, RT_MH_ZERO_ON_FREE}) {
     Heap special(flags);
     special.alloc(8);
     EXPECT_FALSE(rtxMemRunOpen(run, special.ctxt.pMemHeap));
