@@ -192,6 +192,23 @@ TEST(KeptElements, OctetsBehindAnInnerLengthAreKept)
   EXPECT_TRUE(decoding.status == 0 && l3KeptOf(decoding.ctxt));
 }
 
+// The first reading, which finds octets behind the element only at its end, gives back what it took.
+TEST(KeptElements, OctetsBehindAnElementLeaveNothingOfAFirstReading)
+{
+  const L3TypeEntry& entry = *l3FindType("TS24008IE_ProtocolConfigOptions");
+  size_t taken[2];
+  for (bool slow : {false, true}) {
+    Decoding decoding(entry, {6, 0x80, 0, 13, 2, 0xAA, 0xBB, 0x45}, {.slow = slow, .flags = RTX_FLAG_KEEP_ELEMENTS});
+    EXPECT_TRUE(l3KeptOf(decoding.ctxt));
+    RtxContext* ctxt = decoding.ctxt;
+    RtxMemBlock* block = ctxt->pMemHeap->curBlock;
+    taken[slow] = 0;
+    for (unsigned at = kMemFirstElem; at < block->nunits; at += rtxMemElemAt(block, at)->nunits)
+      taken[slow] += !(rtxMemElemAt(block, at)->flags & kMemElemFree);
+  }
+  EXPECT_EQ(taken[0], taken[1]);
+}
+
 // By the rows an identifier that ends in 0 asks for comprehension, 0F and all others are passed over; where elements
 // are kept it is one that begins with 0 (TS 24.007, 11.2.5), and that is a remark.
 TEST(KeptElements, ThatAskForComprehensionFailOrAreRemarked)
