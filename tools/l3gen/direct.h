@@ -181,4 +181,14 @@ template <class Writer> void rows(Writer& w)
   closeLengths(w);
 }
 
+// Where in its octet a value ends if it began with so many bits used. A message also calls options.
+template <class Writer> int endOf(const Type& type, int began)
+{
+  Writer w(type);
+  w.used = began;
+  rows(w);
+  if (type.kind == Kind::Message) options(w);
+  return w.used;
+}
+
 } // namespace l3gen

@@ -426,11 +426,7 @@ std::string decodeDirect(const Type& type)
 
 int decodeEndsAt(const Type& type, int began)
 {
-  DecodeWriter w(type);
-  w.used = began;
-  rows(w);
-  if (type.kind == Kind::Message) options(w);
-  return w.used;
+  return endOf<DecodeWriter>(type, began);
 }
 
 std::string decodeBodyDirect(const Type& type)

@@ -250,11 +250,7 @@ std::string encodeDirect(const Type& type)
 
 int encodeEndsAt(const Type& type, int began)
 {
-  EncodeWriter w(type);
-  w.used = began;
-  rows(w);
-  if (type.kind == Kind::Message) options(w);
-  return w.used;
+  return endOf<EncodeWriter>(type, began);
 }
 
 std::string encodeBodyDirect(const Type& type)
