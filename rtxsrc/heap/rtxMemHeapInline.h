@@ -1,9 +1,10 @@
 /**
  * @file rtxMemHeapInline.h
- * The layout of the heap's storage and the one fast path of allocation, for the heap's own sources and for coders that
- * allocate in a loop. A block is a row of elements, each an 8-octet header and its data, counted in units of 8 octets
- * from unit 0 of the block. A free element keeps its list links in its own last unit, so that the `prevOff` of the
- * following header is at once the free element's size, and cutting an element off its front leaves the links alone.
+ * The layout of the heap's storage and the fast paths of allocation, for the heap's own sources and for coders that
+ * allocate in a loop or in a run. A block is a row of elements, each an 8-octet header and its data, counted in units
+ * of 8 octets from unit 0 of the block. A free element keeps its list links in its own last unit, so that the `prevOff`
+ * of the following header is at once the free element's size, and cutting an element off its front leaves the links
+ * alone.
  */
 #ifndef VELNOR3GPP_RTXSRC_RTX_MEM_HEAP_INLINE_H
 #define VELNOR3GPP_RTXSRC_RTX_MEM_HEAP_INLINE_H
