@@ -24,8 +24,8 @@ TOP = pathlib.Path(__file__).resolve().parent.parent
 # Programs that know what definitions should say. Those that compare the library with itself or do not reach the
 # definitions are left out: they could only catch more. The second ones see generated headers, so they are compiled anew
 # for many mutants: only for what the first ones let through.
-FIRST = ['golden', 'vectors', 'corpus']
-SECOND = ['family', 'core24008', 'quirks', 'peer']
+FIRST = ['golden', 'vectors']
+SECOND = ['corpus', 'family', 'core24008', 'quirks', 'peer']
 PRESENCE = {'M': ['room', '0/1'], 'room': ['M'], '0/1': ['M'], 'L/H': ['M', '0/1'], 'ext': ['M']}
 
 
@@ -249,6 +249,8 @@ class Bench:
         self.run(['ninja', '-C', str(build)] + [f'test-{p}' for stage in self.stages for p in stage])
         commands = json.loads((build / 'compile_commands.json').read_text())
         self.commands = {c['file']: c['command'] for c in commands}
+        made = {re.search(r' -o (\S+)', command).group(1): file for file, command in self.commands.items()}
+        self.headers = self.headers_of({o: file for o, file in made.items() if 'velnor3gpp_objects.dir' in o})
         self.link = subprocess.run(['ninja', '-C', str(build), '-t', 'commands', '-s',
                                     'tests/libvelnor3gpp_tested.so'],
                                    capture_output=True, text=True).stdout.strip()
@@ -258,6 +260,17 @@ class Bench:
         done = subprocess.run(['nice'] + command, capture_output=True, text=True)
         if done.returncode:
             sys.exit(f'{" ".join(command)}\n{done.stdout[-3000:]}{done.stderr[-3000:]}')
+
+    def headers_of(self, files):
+        """For each source of the library the generated headers that its object was made from."""
+        told = subprocess.run(['ninja', '-C', str(self.build), '-t', 'deps'] + list(files), capture_output=True, text=True)
+        found = collections.defaultdict(set)
+        for line in told.stdout.splitlines():
+            if line and line[0] != ' ':
+                file = files[line.split(': #deps')[0]]
+            elif line:
+                found[file].add(str(self.build / line.strip()))
+        return {file: {h for h in headers if h.startswith(str(self.generated))} for file, headers in found.items()}
 
     def generate(self, mutants):
         """False if the generator refuses."""
@@ -288,12 +301,10 @@ class Bench:
         return changed
 
     def patch(self, changed):
-        """Compiles what changed and, with a header, all tables and hand-written coders, which know the layout of records.
-        The exported functions hand pointers on: they need not be compiled for tests that go by the tables."""
+        """Compiles what changed and all that includes a changed header: tables, hand-written coders and the coders of
+        each module know the layout of records. One that is left out has the layout of a mutant before this one."""
         self.stale |= {f for f in changed if f.endswith('.cpp')}
-        if any(f.endswith('.h') for f in changed):
-            self.stale |= {f for f in self.commands if f'{TOP}/src2/' in f or
-                           (f'{self.generated}/src/' in f and not f.endswith(('Dec.cpp', 'Enc.cpp', 'L3TypeTable.cpp')))}
+        self.stale |= {f for f, headers in self.headers.items() if headers & changed}
         for file in sorted(self.stale):
             if subprocess.run(['nice'] + shlex.split(self.commands[file]), cwd=self.build, capture_output=True).returncode:
                 return False
