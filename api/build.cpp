@@ -332,7 +332,7 @@ static int storeValue(velnor3gpp_Session& session, const velnor3gpp_BuildEvent& 
 static int end(velnor3gpp_Session& session, const velnor3gpp_BuildEvent& event)
 {
   Build& build = *session.build;
-  if (!build.done || build.depth) return buildFailed(session, RTX_E_MISSING_ELEMENT, "the record is missing");
+  if (!build.done) return buildFailed(session, RTX_E_MISSING_ELEMENT, "the record is missing");
   session.known = build.known;
   session.direction = static_cast<velnor3gpp_Direction>(event.number <= VELNOR3GPP_DOWN ? event.number : 0);
   tellDirection(session);
