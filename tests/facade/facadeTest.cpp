@@ -6,12 +6,13 @@
 #include <map>
 #include <set>
 
+#include "api/build.h"
 #include "tests/corpus/messageFacts.h"
 #include "tests/facade/session.h"
 
 namespace {
 
-velnor3gpp_TypeFacts factsOf(const velnor3gpp_Type* type)
+velnor3gpp_TypeFacts factsAbout(const velnor3gpp_Type* type)
 {
   velnor3gpp_TypeFacts facts = {};
   facts.size = sizeof facts;
@@ -28,10 +29,11 @@ std::string upper(std::string text)
 TEST(Facade, EveryTypeIsFoundByItsNames)
 {
   std::map<std::string, size_t> shortNames;
-  for (size_t i = 0; i < velnor3gpp_typeCount(); ++i) ++shortNames[upper(factsOf(velnor3gpp_typeAt(i)).shortName)];
+  EXPECT_EQ(velnor3gpp_typeByName(nullptr, nullptr), nullptr);
+  for (size_t i = 0; i < velnor3gpp_typeCount(); ++i) ++shortNames[upper(factsAbout(velnor3gpp_typeAt(i)).shortName)];
   for (size_t i = 0; i < velnor3gpp_typeCount(); ++i) {
     const velnor3gpp_Type* type = velnor3gpp_typeAt(i);
-    velnor3gpp_TypeFacts facts = factsOf(type);
+    velnor3gpp_TypeFacts facts = factsAbout(type);
     EXPECT_EQ(velnor3gpp_typeByName(facts.name, nullptr), type) << facts.name;
     EXPECT_EQ(velnor3gpp_typeByName(upper(facts.name).c_str(), nullptr), type) << facts.name;
     size_t others = 0, count = shortNames[upper(facts.shortName)];
@@ -112,6 +114,28 @@ TEST(Facade, FindingsLeadToOctetAndClause)
             "-2 data.RegAccept5G.allowedNSSAI.contents[0].length octet 7 bit 8 TS 24.501, 9.11.2.8");
   EXPECT_EQ(told("0f"), "-113  octet -1 bit 0 ");
   EXPECT_EQ(told(""), "-113  octet -1 bit 0 ");
+}
+
+// A record that is not complete is none, and types that lie in each other without end fill no more than the frames.
+TEST(Facade, BuildingEndsWithAWholeRecordOfBoundedDepth)
+{
+  TestSession session;
+  velnor3gpp_BuildEvent event = {};
+  event.size = sizeof event;
+  event.type = velnor3gpp_typeByName("TS24501IE_SNSSAI", nullptr);
+  auto step = [&](velnor3gpp_BuildStep kind) { return event.step = kind, velnor3gpp_build(session, &event); };
+  for (bool opened : {false, true}) {
+    EXPECT_EQ(step(VELNOR3GPP_BUILD_BEGIN), 0);
+    if (opened) EXPECT_EQ(step(VELNOR3GPP_BUILD_OPEN), 0);
+    EXPECT_EQ(step(VELNOR3GPP_BUILD_END), RTX_E_MISSING_ELEMENT);
+    EXPECT_EQ(session.result().type, nullptr);
+  }
+  step(VELNOR3GPP_BUILD_BEGIN);
+  Build& build = *session.session->build;
+  for (unsigned depth = 0; depth <= kMaxBuildDepth; ++depth) {
+    build.expected = true; // as if the record were its own member
+    EXPECT_EQ(step(VELNOR3GPP_BUILD_OPEN), depth < kMaxBuildDepth ? 0 : RTX_E_NESTING_TOO_DEEP) << depth;
+  }
 }
 
 // Redacted messages keep their shape, so that they are decoded like others.

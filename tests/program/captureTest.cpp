@@ -69,8 +69,9 @@ TEST(ProgramCaptures, EveryConnectionHasItsKeysAndCounts)
   EXPECT_EQ(countOf(out, "verified, uplink"), 2U) << out;
   EXPECT_EQ(countOf(keys(kFirst), "verified, uplink"), 4U);
   for (const char* wrong : {"connection\n", "connection host 1\n", "connection address 192.0.2\n",
-                            "connection port 70000\n", "connection port\n"})
+                            "connection port 70000\n", "connection port\n", "connection port 99999999999999999999\n"})
     EXPECT_NE(keys(wrong + std::string(kFirst)).find("keys:1: "), std::string::npos) << wrong;
+  EXPECT_EQ(countOf(keys("connection interface 4294967295\n" + std::string(kFirst)), "no keys given"), 4U);
   EXPECT_NE(keys("connection port 1\nbearer 1\n").find("no line integrity-algorithm"), std::string::npos);
 }
 

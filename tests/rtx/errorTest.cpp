@@ -54,7 +54,10 @@ TEST_F(Error, CopiesAreDeepAndFreedParametersStayFreed)
   for (; failing::allow(allowed), rtxErrCopy(&other, &ctxt) != 0; allowed++) EXPECT_EQ(0U, rtxErrGetErrorCnt(&other));
   EXPECT_GT(allowed, 3);
   failing::allow(-1);
+  void* path = ctxt.lastError()->elemName;
+  EXPECT_EQ(1, rtxMemHeapCheckPtr(&ctxt.pMemHeap, path));
   rtxErrFreeParms(&ctxt);
+  EXPECT_EQ(0, rtxMemHeapCheckPtr(&ctxt.pMemHeap, path));
   EXPECT_EQ(0, rtxErrGetLastError(&ctxt) + ctxt.reservedErr.parmcount);
   char* texts[8]; // These take over the freed storage, which the reset must then leave alone.
   for (char*& text : texts) text = rtxStrdup(&ctxt, "0123456789ABCDEF");
