@@ -2,13 +2,11 @@
 //
 //   context function arguments = result
 //
-// The context is its octets in hexadecimal: "-" is none, "." not even a buffer, "D4*32" an octet 32
-// times, ">16" a buffer of 16 octets that grows. With "+12" behind them it
-// stands at a bit, with "~" they are tried at each bit of an octet; "&" goes on
-// with the context of the line before. Arguments are numbers, "characters" with
-// others as \x and two digits, octets, `null`, and names of values that the
-// test has. One that the function fills is told by its size in octets, 8:"ab"
-// with something in it.
+// The context is its octets in hexadecimal: "-" is none, "." not even a buffer, "D4*32" an octet 32 times, ">16" a
+// buffer of 16 octets that grows. With "+12" behind them it stands at a bit, with "~" they are tried at each bit of an
+// octet; "&" goes on with the context of the call before, on a line of its own or behind that: `- f 1 = 0 & g 2 = 3`.
+// Arguments are numbers, "characters" with others as \x and two digits, octets, `null`, and names of values that the
+// test has. One that the function fills is told by its size in octets, 8:"ab" with something in it.
 //
 // The result is the status or the text, then what the call changed: the bit
 // where the context stands, counted from its first, with the octets up to
@@ -234,6 +232,19 @@ inline std::string withoutLists(std::string line, size_t number)
   return given ? line : "";
 }
 
+// The calls of a line of several: " & " begins one anew where it stands in no characters.
+inline std::vector<std::string> callsOf(const std::string& line)
+{
+  std::vector<std::string> calls(1);
+  bool quoted = false;
+  for (size_t i = 0; i < line.size(); ++i) {
+    quoted ^= line[i] == '"';
+    if (!quoted && line.compare(i, 3, " & ") == 0) calls.emplace_back(), ++i;
+    calls.back() += line[i];
+  }
+  return calls;
+}
+
 // The lines of a file by their contexts.
 inline std::vector<std::vector<Line>> readScenes(const std::string& name)
 {
@@ -245,12 +256,13 @@ inline std::vector<std::vector<Line>> readScenes(const std::string& name)
       scenes.back().back().expected += "\n" + (line.size() > 2 ? line.substr(2) : "");
       continue;
     }
-    for (size_t i = 0; i == 0 || !withoutLists(line, i).empty(); ++i) {
-      const std::string one = withoutLists(line, i);
-      size_t sign = std::min(one.find(" ="), one.size());
-      if (one[0] != '&') scenes.emplace_back();
-      scenes.back().push_back({one.substr(0, sign), one.size() > sign + 3 ? one.substr(sign + 3) : ""});
-    }
+    for (const std::string& call : callsOf(line))
+      for (size_t i = 0; i == 0 || !withoutLists(call, i).empty(); ++i) {
+        const std::string one = withoutLists(call, i);
+        size_t sign = std::min(one.find(" ="), one.size());
+        if (one[0] != '&') scenes.emplace_back();
+        scenes.back().push_back({one.substr(0, sign), one.size() > sign + 3 ? one.substr(sign + 3) : ""});
+      }
   }
   return scenes;
 }

@@ -6,7 +6,8 @@
 //   out  TEXT            part of the standard output, of the errors (err), of the file f (in f); "not" denies any
 //   out 3 times  TEXT    so many times
 //   only err  TEXT       the whole of it, without the last line feed; TEXT may be missing
-//   2 $ COMMAND => TEXT  a case of its own: exit code and part of the errors, or of the output with exit code 0
+//   2 $ COMMAND => TEXT  a case of its own: exit code and part of the errors, or of the output with exit code 0; behind
+//                        " => " again, other lines of the forms above
 //
 // "\n" in a text is a line feed, "\t" a TAB. A call that cannot be served (code 2) says so in one line and prints
 // nothing else, and the keys of key files are never shown.
@@ -93,12 +94,13 @@ protected:
   void take(Case& tested, const std::string& line, fs::path& file)
   {
     std::string rest = line.substr(std::min(line.size(), line.find(' ') + 1));
-    if (const size_t arrow = line.find(" => "); isdigit(uint8_t(line[0]))) {
+    if (isdigit(uint8_t(line[0]))) {
+      std::vector<std::string> parts;
+      for (size_t at = 0, end = 0; end != std::string::npos; at = end + 4)
+        end = line.find(" => ", at), parts.push_back(line.substr(at, end - at));
       const int code = line[0] - '0';
-      run({tested.place + " " + line,
-           {line.substr(4, arrow - 4)},
-           {(code ? "err " : "out ") + line.substr(arrow + 4)},
-           code});
+      parts[1] = (code ? "err " : "out ") + parts[1];
+      run({tested.place + " " + line, {parts[0].substr(4)}, {parts.begin() + 1, parts.end()}, code});
     } else if (line.rfind("| ", 0) == 0)
       std::ofstream(file, std::ios::app) << rest << "\n";
     else if (line.rfind("file ", 0) == 0)
