@@ -51,8 +51,7 @@ static Octets written(const Octets& file, size_t& messages)
   captures::Reader reader(captures::Source::read, &source);
   velnor3gpp_CaptureWriter* writer = nullptr;
   velnor3gpp_captureCreate(&writer, VELNOR3GPP_CAPTURE_PCAPNG, append, &out);
-  velnor3gpp_CaptureFrame frame = {};
-  frame.size = sizeof frame;
+  auto frame = sized<velnor3gpp_CaptureFrame>();
   while (velnor3gpp_captureNext(reader, &frame) == VELNOR3GPP_CAPTURE_FRAME) {
     promise(frame.reason < VELNOR3GPP_CAPTURE_REASONS, "a reason that there is not");
     promise((frame.reason == VELNOR3GPP_CAPTURE_MESSAGE) == (frame.octets && frame.count), "a message without octets");

@@ -28,11 +28,9 @@ int lookAt(const velnor3gpp_Node* node, void* arg)
 
 void lookAtFindings(velnor3gpp_Session* session)
 {
-  velnor3gpp_Result result = {};
-  result.size = sizeof result;
+  auto result = sized<velnor3gpp_Result>();
   velnor3gpp_result(session, &result);
-  velnor3gpp_Finding finding = {};
-  finding.size = sizeof finding;
+  auto finding = sized<velnor3gpp_Finding>();
   for (size_t i = 0; i < result.findings; ++i) {
     promise(velnor3gpp_finding(session, i, &finding) == 0, "a finding that is counted");
     promise(finding.text && *finding.text && finding.path && finding.clause, "a finding without words");
@@ -43,8 +41,7 @@ void lookAtFindings(velnor3gpp_Session* session)
 
 velnor3gpp_Keys keysOf(uint8_t first)
 {
-  velnor3gpp_Keys keys = {};
-  keys.size = sizeof keys;
+  auto keys = sized<velnor3gpp_Keys>();
   keys.integrityAlgorithm = first & 2;
   keys.cipherAlgorithm = (first >> 1) & 2;
   keys.bearer = -1;
@@ -56,8 +53,7 @@ velnor3gpp_Keys keysOf(uint8_t first)
 
 static void lookAtKept(velnor3gpp_Session* session)
 {
-  velnor3gpp_Kept kept = {};
-  kept.size = sizeof kept;
+  auto kept = sized<velnor3gpp_Kept>();
   for (size_t i = 0; i < 20 && velnor3gpp_kept(session, i, &kept) == 0; ++i)
     promise(kept.bits <= kept.count * 8 && strlen(kept.text) + strlen(kept.path) + strlen(kept.element) < 2000, "kept");
 }

@@ -10,6 +10,14 @@
 
 #include "tests/outcome.h"
 
+// A struct of the small interface, which begins with its size.
+template <class T> T sized()
+{
+  T value = {};
+  value.size = sizeof value;
+  return value;
+}
+
 struct TestMessage {
   std::string name;
   const L3TypeEntry* entry;

@@ -219,8 +219,7 @@ inline std::string addressText(const uint8_t* address, size_t size)
 inline std::string textOf(const velnor3gpp_CaptureFrame& frame)
 {
   char line[200];
-  velnor3gpp_TypeFacts facts = {};
-  facts.size = sizeof facts;
+  auto facts = sized<velnor3gpp_TypeFacts>();
   if (frame.type) velnor3gpp_typeFacts(frame.type, &facts);
   snprintf(line, sizeof line, "%llu %llu.%09llu %s", (unsigned long long)frame.frame,
            (unsigned long long)frame.time / 1000000000, (unsigned long long)frame.time % 1000000000,
@@ -243,7 +242,7 @@ inline std::string textOf(const velnor3gpp_CaptureFrame& frame)
 struct Reading {
   int status = 0;
   std::vector<std::string> lines = {};
-  velnor3gpp_CaptureCounts counts = {};
+  velnor3gpp_CaptureCounts counts = sized<velnor3gpp_CaptureCounts>();
 };
 
 struct Reader {
@@ -260,9 +259,7 @@ inline Reading read(const Octets& file, Way way = {0, false}, const char* userTy
   Reader reader(way.fed ? nullptr : Source::read, &source);
   if (userType) velnor3gpp_captureMap(reader, 147, userType);
   Reading reading;
-  velnor3gpp_CaptureFrame frame = {};
-  frame.size = sizeof frame;
-  reading.counts.size = sizeof reading.counts;
+  auto frame = sized<velnor3gpp_CaptureFrame>();
   Octets piece;
   for (;;) {
     reading.status = velnor3gpp_captureNext(reader, &frame);

@@ -23,8 +23,7 @@ struct Output {
 
 velnor3gpp_CaptureFrame frameOf(const char* dissector, const Octets& octets)
 {
-  velnor3gpp_CaptureFrame frame = {};
-  frame.size = sizeof frame;
+  auto frame = sized<velnor3gpp_CaptureFrame>();
   frame.dissector = dissector;
   frame.octets = octets.data();
   frame.count = octets.size();
@@ -101,8 +100,7 @@ void add(std::vector<CorpusMessage>& messages, velnor3gpp_Session* session, cons
   const Octets octets = octetsOfHex(row[3]);
   const char* dissector = velnor3gpp_captureDissector(type, octets.data(), octets.size());
   if (!dissector || row[5] != "yes") return;
-  velnor3gpp_Result result = {};
-  result.size = sizeof result;
+  auto result = sized<velnor3gpp_Result>();
   const auto direction = row[7].find("uplink") != std::string::npos     ? VELNOR3GPP_UP
                          : row[7].find("downlink") != std::string::npos ? VELNOR3GPP_DOWN
                                                                         : VELNOR3GPP_DIRECTION_UNKNOWN;

@@ -119,7 +119,6 @@ TEST(Exports, NoTableOfAllTypesIsLoaded)
   EXPECT_EQ(symbols.find("l3TypeTable"), std::string::npos);
 }
 
-// How many decoders, encoders, printers, initialisers, sample builders and setters each finished module exports.
 // Libraries find each other beside themselves. With the path of the build within, two builds had different hashes.
 TEST(Exports, ThePlaceOfTheBuildIsNotInWhatIsLinked)
 {
@@ -131,6 +130,7 @@ TEST(Exports, ThePlaceOfTheBuildIsNotInWhatIsLinked)
   }
 }
 
+// How many decoders, encoders, printers, initialisers, sample builders and setters each finished module exports.
 TEST(Exports, ModulesHaveTheirNumberOfOperations)
 {
   const char* kKinds[] = {"NASDec_", "NASEnc_", "asn1PrtToStrm_", "asn1Init_", "asn1Test_", "asn1SetTC_"};

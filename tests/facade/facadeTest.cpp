@@ -14,8 +14,7 @@ namespace {
 
 velnor3gpp_TypeFacts factsAbout(const velnor3gpp_Type* type)
 {
-  velnor3gpp_TypeFacts facts = {};
-  facts.size = sizeof facts;
+  auto facts = sized<velnor3gpp_TypeFacts>();
   EXPECT_EQ(velnor3gpp_typeFacts(type, &facts), 0);
   return facts;
 }
@@ -101,8 +100,7 @@ TEST(Facade, FindingsLeadToOctetAndClause)
   TestSession session;
   auto told = [&](const char* hex) {
     session.decode(nullptr, octetsOfHex(hex));
-    velnor3gpp_Finding f = {};
-    f.size = sizeof f;
+    auto f = sized<velnor3gpp_Finding>();
     if (velnor3gpp_finding(session, 0, &f) < 0) return std::string("in order");
     return std::to_string(f.status) + " " + f.path + " octet " + std::to_string(long(f.octet)) + " bit " +
            std::to_string(f.bit) + " " + f.clause;
@@ -120,8 +118,7 @@ TEST(Facade, FindingsLeadToOctetAndClause)
 TEST(Facade, BuildingEndsWithAWholeRecordOfBoundedDepth)
 {
   TestSession session;
-  velnor3gpp_BuildEvent event = {};
-  event.size = sizeof event;
+  auto event = sized<velnor3gpp_BuildEvent>();
   event.type = velnor3gpp_typeByName("TS24501IE_SNSSAI", nullptr);
   auto step = [&](velnor3gpp_BuildStep kind) { return event.step = kind, velnor3gpp_build(session, &event); };
   for (bool opened : {false, true}) {
@@ -271,8 +268,7 @@ TEST(Facade, TraceIsTextOrAPage)
 
 velnor3gpp_Keys keysOf(const ProtectedRow& row)
 {
-  velnor3gpp_Keys keys = {};
-  keys.size = sizeof keys;
+  auto keys = sized<velnor3gpp_Keys>();
   std::copy(row.integrityKey.begin(), row.integrityKey.end(), keys.integrityKey);
   std::copy(row.cipherKey.begin(), row.cipherKey.end(), keys.cipherKey);
   keys.integrityAlgorithm = row.integrityAlgorithm;
@@ -310,8 +306,7 @@ TEST(Facade, KeysVerifyAndProtectAgain)
 TEST(Facade, CountsFollowTheMessages)
 {
   TestSession session;
-  velnor3gpp_Keys keys = {};
-  keys.size = sizeof keys;
+  auto keys = sized<velnor3gpp_Keys>();
   keys.integrityAlgorithm = keys.cipherAlgorithm = 2;
   keys.bearer = -1;
   keys.uplinkCount = 253;

@@ -26,8 +26,7 @@ struct TestSession {
   }
   velnor3gpp_Result result()
   {
-    velnor3gpp_Result result = {};
-    result.size = sizeof result;
+    auto result = sized<velnor3gpp_Result>();
     velnor3gpp_result(session, &result);
     return result;
   }
@@ -35,8 +34,7 @@ struct TestSession {
   std::string findings()
   {
     std::string lines;
-    velnor3gpp_Finding finding = {};
-    finding.size = sizeof finding;
+    auto finding = sized<velnor3gpp_Finding>();
     for (size_t i = 0; velnor3gpp_finding(session, i, &finding) == 0; ++i)
       lines += std::to_string(finding.status) + " " + finding.path + ": " + finding.text + "\n";
     return lines;

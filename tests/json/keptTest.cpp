@@ -10,21 +10,16 @@ TEST(JsonKept, MessagesComeBackThroughTheirObject)
 {
   for (auto& row : readTable(VELNOR_CORPUS "/standard.tsv", 10)) {
     SCOPED_TRACE(row[0] + " " + row[9] + " " + row[3]);
-    TestSession session;
+    JsonSession session;
     velnor3gpp_setOption(session, VELNOR3GPP_OPTION_KEEP, 1);
     velnor3gpp_setOption(session, VELNOR3GPP_OPTION_STANDARD, 1);
     velnor3gpp_Direction direction = row[8] == "up" ? VELNOR3GPP_UP : VELNOR3GPP_DOWN;
     Octets wire = octetsOfHex(row[3]);
     ASSERT_EQ(session.decode(l3FindType(row[2].c_str()), wire, direction), 0) << session.findings();
-    const char* text = nullptr;
-    size_t count = 0;
-    ASSERT_EQ(velnor3gpp_toJson(session, 0, &text, &count), 0);
-    std::string object(text, count);
+    std::string object = session.json();
     EXPECT_EQ(object.find("\"unknown\":") != std::string::npos, session.result().kept != 0) << object;
-    ASSERT_EQ(velnor3gpp_fromJson(session, nullptr, object.data(), object.size()), 0) << session.findings() << object;
-    const uint8_t* octets = nullptr;
-    ASSERT_EQ(velnor3gpp_encode(session, &octets, &count), 0) << session.findings() << object;
-    EXPECT_EQ(hexText(Octets(octets, octets + count)), hexText(wire)) << object;
+    ASSERT_EQ(session.read(object), 0) << session.findings() << object;
+    EXPECT_EQ(session.encoded(), hexText(wire)) << object;
   }
 }
 
@@ -35,8 +30,7 @@ TEST(JsonKept, RedactingEmptiesWhatIsKept)
   velnor3gpp_setOption(session, VELNOR3GPP_OPTION_KEEP, 1);
   Octets wire = octetsOfHex("7e004149000d0109f107f0ff000000002031907a0003010203");
   ASSERT_EQ(session.decode(nullptr, wire, VELNOR3GPP_UP), 0) << session.findings();
-  velnor3gpp_Kept kept = {};
-  kept.size = sizeof kept;
+  auto kept = sized<velnor3gpp_Kept>();
   ASSERT_EQ(velnor3gpp_kept(session, 0, &kept), 0);
   EXPECT_STREQ(kept.text, "unknown 0x7A");
   EXPECT_STREQ(kept.path, "data.RegRequest5G");
@@ -55,9 +49,8 @@ TEST(JsonKept, MistakesAreTold)
         R"([{"path":"data.IdentityRequest5G","octets":"8"}])", R"([{"path":"data.IdentityRequest5G","octets":"xy"}])",
         R"([{"path":"data.IdentityRequest5G","octets":"81","behind":"nothing"}])",
         R"([{"path":"data.IdentityRequest5G","octets":"81","bits":9}])"}) {
-    TestSession session;
-    std::string text = std::string(kRecord) + wrong + "}";
-    EXPECT_LT(velnor3gpp_fromJson(session, nullptr, text.data(), text.size()), 0) << wrong;
+    JsonSession session;
+    EXPECT_LT(session.read(std::string(kRecord) + wrong + "}"), 0) << wrong;
     EXPECT_NE(session.findings(), "") << wrong;
   }
 }

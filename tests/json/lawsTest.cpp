@@ -28,8 +28,7 @@ TEST(JsonLaws, EverySampleComesBack)
 {
   JsonSession session;
   for (size_t i = 0; i < velnor3gpp_typeCount(); ++i) {
-    velnor3gpp_TypeFacts facts = {};
-    facts.size = sizeof facts;
+    auto facts = sized<velnor3gpp_TypeFacts>();
     velnor3gpp_typeFacts(velnor3gpp_typeAt(i), &facts);
     SCOPED_TRACE(facts.name);
     ASSERT_EQ(velnor3gpp_sample(session, velnor3gpp_typeAt(i), nullptr, 0), 0);

@@ -57,19 +57,6 @@ TEST(Context, BindingABufferToNoContextIsRefused)
   }
 }
 
-// Where a size has 32 bits, positions in bits would wrap.
-TEST(Context, BuffersWhoseBitsASizeCannotCountAreRefused)
-{
-  if (sizeof(size_t) >= 8) GTEST_SKIP() << "a size counts them all";
-  RtxContext ctxt;
-  rtxInitContext(&ctxt);
-  uint8_t octet = 0;
-  EXPECT_EQ(0, rtxCtxtSetBufPtr(&ctxt, &octet, SIZE_MAX / 8));
-  EXPECT_EQ(RTX_E_TOO_BIG, rtxCtxtSetBufPtr(&ctxt, &octet, SIZE_MAX / 8 + 1));
-  EXPECT_EQ(RTX_E_TOO_BIG, rtxInitContextBuffer(&ctxt, nullptr, SIZE_MAX / 8 + 1));
-  rtxFreeContext(&ctxt);
-}
-
 RtxContext* gHooked = nullptr;
 int gReleases = 0;
 
