@@ -84,7 +84,6 @@ const Form kForms[] = {
     {ALL(rt, BitStr, "s", 0, kBits, ".")},
     {ALL(rt, BitStr, "s", 3, kBits, ".")},
     {ALL(rt, BitStr, "s", 12, kBits, ".")},
-    {ALL(rt, BitStr, "s", 64, kBits, ".")},
     {ALL(rt, BitStr, "s", 129, kBits, ".")},
     {ALL(rt, BitStrExt, "s", 8, kBits, 0xbeef, "->")},
     {ALL(rt, BitStrBin, "s", 10, kBits, ".")},
