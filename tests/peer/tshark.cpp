@@ -1,13 +1,6 @@
 #include "tests/peer/tshark.h"
 
-#include <unistd.h>
-
-#include <cstdio>
-#include <cstdlib>
-#include <fstream>
-
-#include "tests/fileText.h"
-#include "tests/messages.h"
+#include "tests/capture/captures.h"
 
 namespace peer {
 
@@ -18,66 +11,21 @@ bool hasTshark()
 
 namespace {
 
-constexpr uint32_t kExportedPdu = 252; // link type: a list of tags, then the message
-constexpr uint16_t kDissectorName = 12, kDirection = 35;
-
-void put(Octets& to, uint64_t value, unsigned octets)
+// A frame of the capture: a list of tags, then the message.
+Octets packetOf(const Frame& frame, const Octets& message)
 {
-  while (octets-- > 0) to.push_back(uint8_t(value >> 8 * octets));
-}
-
-void putTag(Octets& to, uint16_t tag, const Octets& value)
-{
-  put(to, tag, 2);
-  put(to, value.size(), 2);
-  to.insert(to.end(), value.begin(), value.end());
-}
-
-// What stands in front of the message.
-Octets tagsOf(const Frame& frame)
-{
-  Octets name(frame.dissector.begin(), frame.dissector.end()), all;
-  name.resize((name.size() + 4) / 4 * 4);
-  putTag(all, kDissectorName, name);
-  putTag(all, kDirection, {0, 0, 0, uint8_t(frame.toNetwork ? 0 : 1)});
-  putTag(all, 0, {});
-  return all;
-}
-
-Octets captureOf(const std::vector<Frame>& frames)
-{
-  Octets file;
-  put(file, 0xA1B2C3D4, 4);
-  put(file, 0x00020004, 4);
-  put(file, 0, 8);
-  put(file, 0x40000, 4);
-  put(file, kExportedPdu, 4);
-  for (const Frame& frame : frames) {
-    Octets packet = tagsOf(frame);
-    packet.insert(packet.end(), frame.octets.begin(), frame.octets.end());
-    put(file, 0, 8);
-    put(file, packet.size(), 4);
-    put(file, packet.size(), 4);
-    file.insert(file.end(), packet.begin(), packet.end());
-  }
-  return file;
+  return captures::upperPdu(frame.dissector, message, frame.toNetwork ? 0 : 1);
 }
 
 // What tshark prints of the frames, as XML.
 std::string read(const std::vector<Frame>& frames)
 {
-  char path[] = "/tmp/velnor3gpp-peer-XXXXXX";
-  int file = mkstemp(path);
-  if (file < 0) return "";
-  Octets capture = captureOf(frames);
-  bool good = write(file, capture.data(), capture.size()) == ssize_t(capture.size());
-  close(file);
-  std::string text, command = "HOME=/nonexistent tshark -n -o nas-5gs.null_decipher:TRUE -o nas-eps.null_decipher:TRUE "
-                              "-T pdml -r " +
-                              std::string(path) + " 2>/dev/null";
-  if (good) text = outputOf(command);
-  unlink(path);
-  return text;
+  const Folder folder;
+  std::vector<captures::Frame> packets;
+  for (const Frame& frame : frames) packets.push_back({252, packetOf(frame, frame.octets)});
+  return outputOf("HOME=/nonexistent tshark -n -o nas-5gs.null_decipher:TRUE -o nas-eps.null_decipher:TRUE "
+                  "-T pdml -r " +
+                  folder.keep("capture", captures::pcap(packets)) + " 2>/dev/null");
 }
 
 // The value of an XML attribute.
@@ -115,7 +63,7 @@ std::vector<Found> dissect(const std::vector<Frame>& frames)
     if (all.empty() || all.size() > frames.size() || name.empty()) continue;
     Found& found = all.back();
     found.values[name].push_back(value);
-    addBits(found.bits, line, tagsOf(frames[all.size() - 1]).size());
+    addBits(found.bits, line, packetOf(frames[all.size() - 1], {}).size());
     if (name == "_ws.malformed") value = attribute(line, "showname");
     if (name == "_ws.malformed" || name == "_ws.expert.message") found.complaints += value + "; ";
   }

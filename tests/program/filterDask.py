@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Runs the example of Dask on a scheduler and two workers, and kills one of them in the middle of a task, which runs
-again on the other. What comes out has to be what one process makes of the whole file, and the counts have to add up.
+"""Runs the example of Dask on a cluster of two workers, and kills one of them in the middle of a task, which runs
+again. What comes out has to be what one process makes of the whole file, and the counts have to add up.
 Usage: filterDask.py EXAMPLE PROGRAM INPUT FOLDER"""
 import glob
 import json
@@ -9,6 +9,8 @@ import signal
 import subprocess
 import sys
 import time
+
+from distributed import LocalCluster
 
 SLOW = """#!/bin/sh
 echo $PPID >>%s/pids
@@ -34,34 +36,17 @@ def main(example, program, name, folder):
     with open(folder + "/slow", "w") as file:
         file.write(SLOW % (folder, program))
     os.chmod(folder + "/slow", 0o755)
-    file = folder + "/scheduler.json"
-    dask = [sys.executable, "-m"]
-    quiet = dict(stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, cwd=folder)
-    begun = [subprocess.Popen(dask + ["distributed.cli.dask_scheduler", "--host", "127.0.0.1", "--port", "0", "--no-dashboard",
-                                      "--scheduler-file", file], **quiet)]
-    begun += [subprocess.Popen(dask + ["distributed.cli.dask_worker", "--scheduler-file", file, "--nthreads", "1",
-                                       "--no-nanny", "--no-dashboard"], **quiet) for _ in range(2)]
-    workers = {worker.pid: worker for worker in begun[1:]}
-
-    def address():
-        return os.path.exists(file) and os.path.getsize(file) and json.load(open(file))["address"]
 
     def tasks_of_both_workers():
         pids = open(folder + "/pids").read().split() if os.path.exists(folder + "/pids") else []
         return len(set(pids)) == 2 and pids
 
-    try:
-        run = subprocess.Popen([sys.executable, example, "--scheduler", until(address), "--program", folder + "/slow",
-                                "--block", str(os.path.getsize(name) // 12), folder + "/out", name],
-                               stdout=subprocess.PIPE, text=True)
-        victim = int(until(tasks_of_both_workers)[-1])
-        os.kill(victim, signal.SIGKILL)
-        workers[victim].wait()
+    with LocalCluster(n_workers=2, threads_per_worker=1, dashboard_address=None, local_directory=folder) as cluster:
+        run = subprocess.Popen([sys.executable, example, "--scheduler", cluster.scheduler_address,
+                                "--program", folder + "/slow", "--block", str(os.path.getsize(name) // 12),
+                                folder + "/out", name], stdout=subprocess.PIPE, text=True)
+        os.kill(int(until(tasks_of_both_workers)[-1]), signal.SIGKILL)
         said = run.communicate(timeout=120)[0]
-    finally:
-        for process in begun:
-            process.kill()
-            process.wait()
     counts = json.load(open(folder + "/counts"))
     runs = open(folder + "/pids").read().split()
     names = sorted(glob.glob(folder + "/out/*"))
