@@ -1,19 +1,12 @@
 // The small interface with octets and JSON from strangers: whatever comes, a session answers, what it says is read back
 // as it was, and it serves the next message.
 #include "fuzz/harness.h"
-#include "velnor3gpp/velnor3gpp.h"
+#include "tests/facade/session.h"
 #ifdef VELNOR_FUZZ_JSON
-#include "velnor3gpp/velnor3gppJson.h"
+#include "tests/json/session.h"
 #endif
 
 namespace {
-
-struct Session {
-  velnor3gpp_Session* session = nullptr;
-  Session() { promise(velnor3gpp_open(&session) == 0, "a session opens"); }
-  ~Session() { velnor3gpp_close(session); }
-  operator velnor3gpp_Session*() const { return session; }
-};
 
 // Every finding has words, and every node a path.
 int lookAt(const velnor3gpp_Node* node, void* arg)
@@ -26,10 +19,9 @@ int lookAt(const velnor3gpp_Node* node, void* arg)
   return 0;
 }
 
-void lookAtFindings(velnor3gpp_Session* session)
+void lookAtFindings(TestSession& session)
 {
-  auto result = sized<velnor3gpp_Result>();
-  velnor3gpp_result(session, &result);
+  const velnor3gpp_Result result = session.result();
   auto finding = sized<velnor3gpp_Finding>();
   for (size_t i = 0; i < result.findings; ++i) {
     promise(velnor3gpp_finding(session, i, &finding) == 0, "a finding that is counted");
@@ -61,14 +53,13 @@ static void lookAtKept(velnor3gpp_Session* session)
 // The first octet tells direction and keys, and what is made of what no type knows.
 void checkFacade(const L3TypeEntry& entry, Octets input)
 {
-  static Session session;
+  static TestSession session;
   uint8_t first = takeFirst(input);
   velnor3gpp_Keys keys = keysOf(first);
   velnor3gpp_setKeys(session, first & 8 ? &keys : nullptr);
   velnor3gpp_setOption(session, VELNOR3GPP_OPTION_KEEP, first >> 4 & 1);
   velnor3gpp_setOption(session, VELNOR3GPP_OPTION_STANDARD, first >> 5 & 1);
-  auto* type = first & 1 ? nullptr : velnor3gpp_typeAt(size_t(&entry - l3TypeTable));
-  velnor3gpp_decode(session, type, velnor3gpp_Direction(first % 3), input.data(), input.size());
+  session.decode(first & 1 ? nullptr : &entry, input, velnor3gpp_Direction(first % 3));
   lookAtFindings(session);
   size_t nodes = 0, count = 0;
   velnor3gpp_visit(session, VELNOR3GPP_NAMES | VELNOR3GPP_POSITIONS, lookAt, &nodes);
@@ -84,25 +75,16 @@ void checkFacade(const L3TypeEntry& entry, Octets input)
 }
 
 #ifdef VELNOR_FUZZ_JSON
-static std::string jsonOf(velnor3gpp_Session* session)
-{
-  const char* text = nullptr;
-  size_t count = 0;
-  promise(velnor3gpp_toJson(session, VELNOR3GPP_NAMES, &text, &count) == 0, "JSON of whatever there is");
-  return {text, count};
-}
-
 // What is read is written alike, and that is read alike.
 void checkJson(const L3TypeEntry&, Octets input)
 {
-  static Session session;
-  const std::string text(input.begin(), input.end());
-  bool read = velnor3gpp_fromJson(session, nullptr, text.data(), text.size()) == 0;
+  static JsonSession session;
+  bool read = session.read({input.begin(), input.end()}) == 0;
   lookAtFindings(session);
   if (!read) return;
-  const std::string once = jsonOf(session);
-  promise(velnor3gpp_fromJson(session, nullptr, once.data(), once.size()) == 0, [&] { return "not read: " + once; });
-  const std::string again = jsonOf(session);
+  const std::string once = session.json(VELNOR3GPP_NAMES);
+  promise(session.read(once) == 0, [&] { return "not read: " + once; });
+  const std::string again = session.json(VELNOR3GPP_NAMES);
   promise(once == again, [&] { return once + "\nand\n" + again; });
   const uint8_t* octets = nullptr;
   size_t count = 0;
@@ -113,17 +95,19 @@ void checkJson(const L3TypeEntry&, Octets input)
 // The first octets of every form as JSON.
 std::vector<Octets> jsonSeeds()
 {
-  Session session;
+  JsonSession session;
   std::vector<Octets> seeds;
-  for (const L3TypeEntry* entry = l3TypeTable; entry < l3TypeTable + l3TypeCount; entry += 7) {
-    velnor3gpp_sample(session, velnor3gpp_typeAt(size_t(entry - l3TypeTable)), nullptr, 0);
-    std::string json = jsonOf(session);
+  auto add = [&] {
+    const std::string json = session.json(VELNOR3GPP_NAMES);
     seeds.emplace_back(json.begin(), json.end());
+  };
+  for (const L3TypeEntry* entry = l3TypeTable; entry < l3TypeTable + l3TypeCount; entry += 7) {
+    velnor3gpp_sample(session, typeOf(entry), nullptr, 0);
+    add();
   }
   for (const TestMessage& message : corpusMessages(VELNOR_CORPUS)) {
-    velnor3gpp_decode(session, nullptr, VELNOR3GPP_UP, message.octets.data(), message.octets.size());
-    std::string json = jsonOf(session);
-    seeds.emplace_back(json.begin(), json.end());
+    session.decode(nullptr, message.octets, VELNOR3GPP_UP);
+    add();
   }
   return seeds;
 }

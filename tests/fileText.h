@@ -35,6 +35,12 @@ inline std::string outputOf(const std::string& command)
   return pclose(pipe) == 0 ? text : text + "failed: " + command;
 }
 
+// Whether the dissector is there, with the tools that come with it.
+inline bool hasTools()
+{
+  return system("command -v tshark text2pcap editcap mergecap >/dev/null 2>&1") == 0;
+}
+
 // A folder of this process's own, gone afterwards.
 struct Folder : std::string {
   Folder() : std::string((std::filesystem::temp_directory_path() / "velnor3gppXXXXXX").string()) { mkdtemp(data()); }

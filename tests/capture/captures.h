@@ -276,11 +276,6 @@ inline Reading read(const Octets& file, Way way = {0, false}, const char* userTy
   return reading;
 }
 
-inline bool hasTools()
-{
-  return system("command -v tshark text2pcap editcap mergecap >/dev/null 2>&1") == 0;
-}
-
 inline Octets contentOf(const std::string& path)
 {
   const std::string text = fileText(path);

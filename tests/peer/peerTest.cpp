@@ -19,7 +19,7 @@ class Peer : public testing::Test {
 protected:
   void SetUp() override
   {
-    if (!hasTshark()) GTEST_SKIP() << "tshark is not on the PATH";
+    if (!hasTools()) GTEST_SKIP() << "tshark is not on the PATH";
   }
   static std::vector<std::vector<std::string>> table(const std::string& file, size_t columns = 3)
   {

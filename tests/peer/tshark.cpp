@@ -4,11 +4,6 @@
 
 namespace peer {
 
-bool hasTshark()
-{
-  return system("command -v tshark >/dev/null 2>&1") == 0;
-}
-
 namespace {
 
 // A frame of the capture: a list of tags, then the message.

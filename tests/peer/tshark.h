@@ -30,7 +30,6 @@ struct Found {
   std::string complaints; // malformed, unknown or left over octets; empty if nothing
 };
 
-bool hasTshark();
 // An empty list when it failed.
 std::vector<Found> dissect(const std::vector<Frame>& frames);
 

@@ -126,7 +126,7 @@ const char kMessages[] = "0000 7e 00 5b 01\n0000 7e 00 5b 02\n"
 
 TEST(Captures, ReadAsTheirOwnToolsDo)
 {
-  if (system("command -v tshark text2pcap editcap mergecap >/dev/null 2>&1") != 0) GTEST_SKIP() << "install tshark";
+  if (!hasTools()) GTEST_SKIP() << "install tshark";
   const Folder folder;
   const std::string text = folder.keep("text", kMessages);
   for (const std::string linkType : {"-l 147", "-e 88b5"}) {

@@ -88,22 +88,14 @@ void setAlgorithms(RtxContext* pctxt, uint32_t integrityAlg, uint32_t cipherAlg)
   pctxt->pSecurity->cipherAlg = cipherAlg;
 }
 
-const calls::Functions kFunctions = {CALL(block),
-                                     CALL(counterMode),
-                                     CALL(cmac),
-                                     CALL_AS("counterAtFront", counter<CounterPlace::atFront>),
-                                     CALL_AS("counterAtEnd", counter<CounterPlace::atEnd>),
-                                     CALL(ciphered),
-                                     CALL(coded),
-                                     CALL(algorithms),
-                                     CALL(setAlgorithms),
-                                     CALL(failure),
-                                     CALL(rtx3gppSecInitialize),
-                                     CALL(rtx3gppAssignAlgorithmKeys),
-                                     CALL(rtx3gppComputeMAC),
-                                     CALL(rtx3gppCipher),
-                                     CALL(rtx3gppSecFree),
-                                     CALL(rtxErrReset)};
+const calls::Functions kFunctions = {
+    // algorithms
+    CALL(block), CALL(counterMode), CALL(cmac), CALL_AS("counterAtFront", counter<CounterPlace::atFront>),
+    CALL_AS("counterAtEnd", counter<CounterPlace::atEnd>), CALL(ciphered), CALL(coded), CALL(algorithms),
+    CALL(setAlgorithms),
+    // calls of a user
+    CALL(failure), CALL(rtx3gppSecInitialize), CALL(rtx3gppAssignAlgorithmKeys), CALL(rtx3gppComputeMAC),
+    CALL(rtx3gppCipher), CALL(rtx3gppSecFree), CALL(rtxErrReset)};
 
 TEST(NasSecurity, CallsGiveWhatTheirLinesSayBothWays)
 {
