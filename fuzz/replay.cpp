@@ -8,6 +8,7 @@
 #include <csignal>
 
 #include "fuzz/harness.h"
+#include "tests/fileText.h"
 
 namespace fs = std::filesystem;
 
@@ -28,18 +29,12 @@ static void run(const FuzzTarget& target, const Octets& input)
   runTarget(target, input);
 }
 
-static Octets contentOf(const fs::path& path)
-{
-  std::ifstream in(path, std::ios::binary);
-  return Octets(std::istreambuf_iterator<char>(in), {});
-}
-
 static void runSeeds(const FuzzTarget& target, unsigned rounds)
 {
   std::vector<Octets> seeds = seedsOf(target);
   std::error_code missing;
   for (auto& file : fs::directory_iterator(fs::path(VELNOR_FINDINGS) / target.name, missing))
-    seeds.push_back(contentOf(file.path()));
+    seeds.push_back(octetsOfText(fileText(file.path())));
   seeds.push_back({});
   for (const Octets& seed : seeds) run(target, seed);
   Draw draw(rounds);
@@ -71,5 +66,5 @@ int main(int argc, char** argv)
   for (int signal : {SIGABRT, SIGSEGV, SIGBUS, SIGFPE}) std::signal(signal, showInput);
   bool files = argc > 2 && fs::exists(argv[2]);
   if (!files) runSeeds(*target, argc > 2 ? unsigned(atoi(argv[2])) : 3000);
-  for (int i = 2; i < argc && files; ++i) run(*target, contentOf(argv[i]));
+  for (int i = 2; i < argc && files; ++i) run(*target, octetsOfText(fileText(argv[i])));
 }

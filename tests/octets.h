@@ -15,7 +15,12 @@ inline Octets octetsOfHex(const std::string& hex)
   return octets;
 }
 
-// The same with runs, each behind a blank: "D4*32" is an octet 32 times.
+inline Octets octetsOfText(const std::string& text)
+{
+  return Octets(text.begin(), text.end());
+}
+
+// Of hexadecimal runs, each behind a blank: "D4*32" is an octet 32 times.
 inline Octets octetsOfRuns(const std::string& text)
 {
   Octets octets;

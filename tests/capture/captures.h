@@ -276,10 +276,4 @@ inline Reading read(const Octets& file, Way way = {0, false}, const char* userTy
   return reading;
 }
 
-inline Octets contentOf(const std::string& path)
-{
-  const std::string text = fileText(path);
-  return Octets(text.begin(), text.end());
-}
-
 } // namespace captures

@@ -173,7 +173,7 @@ std::string listed(const std::string& file)
 
 std::string listedHere(const std::string& file)
 {
-  const Octets octets = contentOf(file);
+  const Octets octets = octetsOfText(fileText(file));
   Source source = {octets, 1000};
   Reader reader(Source::read, &source);
   auto frame = sized<velnor3gpp_CaptureFrame>();
@@ -192,7 +192,7 @@ std::string listedHere(const std::string& file)
 
 size_t messagesIn(const std::string& file)
 {
-  return read(contentOf(file), {0, false}, "nas-5gs").counts.reasons[VELNOR3GPP_CAPTURE_MESSAGE];
+  return read(octetsOfText(fileText(file)), {0, false}, "nas-5gs").counts.reasons[VELNOR3GPP_CAPTURE_MESSAGE];
 }
 
 TEST(CaptureFiles, AreReadAsTheirOwnToolsDo)
@@ -223,7 +223,7 @@ TEST(CaptureFiles, AreReadAsTheirOwnToolsDo)
     ++files;
   }
   EXPECT_EQ(files, 16U);
-  const Reading noted = read(contentOf(folder + "/noted.pcapng"), {0, false}, "nas-5gs");
+  const Reading noted = read(octetsOfText(fileText(folder + "/noted.pcapng")), {0, false}, "nas-5gs");
   EXPECT_NE(noted.lines[1].find("\"a comment\""), std::string::npos);
 }
 

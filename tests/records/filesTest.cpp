@@ -11,11 +11,6 @@
 
 namespace {
 
-Octets octetsOf(const std::string& text)
-{
-  return Octets(text.begin(), text.end());
-}
-
 // Both kinds of stream give what memory does, the end of a file but for its status.
 void checkAllWays(Walker* walk, const Octets& whole)
 {
@@ -141,8 +136,8 @@ TEST(Captures, ReadAsTheirOwnToolsDo)
     EXPECT_EQ(std::count(expected.begin(), expected.end(), '\n'), 6) << expected;
     EXPECT_EQ(dissected(folder + "/d"), expected);
     for (const std::string& file : {capture, other}) {
-      EXPECT_EQ(fromMemory(walkCapture, octetsOf(file)).text, expected);
-      checkAllWays(walkCapture, octetsOf(file));
+      EXPECT_EQ(fromMemory(walkCapture, octetsOfText(file)).text, expected);
+      checkAllWays(walkCapture, octetsOfText(file));
     }
     for (const char* name : {"/c", "/d"}) {
       const std::string shown =

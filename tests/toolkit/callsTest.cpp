@@ -86,12 +86,4 @@ TEST(Toolkit, NumbersNeedATarget)
   EXPECT_EQ(rtStringToDynBCD64(&bench, "1", nullptr, 0), RTX_E_BAD_PARAMETER);
 }
 
-TEST(Toolkit, CharacterSetsHoldTheDigits)
-{
-  for (const char* set : {gs_TS24008IES_IMSI_CharSet, gs_TS24008IES_IMEI_CharSet, gs_TS24008IES_IMEISV_CharSet})
-    EXPECT_STREQ(set, "0123456789");
-  for (const char* set : {gs_TS24008IES_TBCDString_CharSet, gs_TS24008IES_TBCDString3_CharSet})
-    EXPECT_STREQ(set, "#*0123456789abc");
-}
-
 } // namespace
