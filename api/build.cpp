@@ -230,8 +230,8 @@ static int takeAlternative(velnor3gpp_Session& session, Frame& frame, const char
   return unknownKey(session, frame, key, length);
 }
 
-static const L3Row kNoContent = {nullptr,  nullptr,    nullptr, nullptr,        0,         0, 0, 0, kL3NoBit,
-                                 kL3NoBit, kL3Nothing, 0,       kL3GivenAlways, kL3NoLead, 0, 0, 0, 0};
+static const L3Row kNoContent = {{},        {}, {}, {}, 0, 0, 0, 0, kL3NoBit, kL3NoBit, kL3Nothing, 0, kL3GivenAlways,
+                                 kL3NoLead, 0,  0,  0,  0};
 
 // The message's type and discriminator are set with it: they tell nothing that its name does not.
 static int takeMessage(velnor3gpp_Session& session, Frame& frame, const char* key, size_t length)

@@ -14,7 +14,8 @@ else()
 endif()
 
 set(VELNOR_GENERATED_DIR ${PROJECT_BINARY_DIR}/generated)
-set(VELNOR_GENERATED ${VELNOR_GENERATED_DIR}/src/L3TypeTable.cpp ${VELNOR_GENERATED_DIR}/src/L3TypeFacts.cpp)
+set(VELNOR_GENERATED ${VELNOR_GENERATED_DIR}/src/L3Tables.cpp ${VELNOR_GENERATED_DIR}/src/L3TypeTable.cpp
+    ${VELNOR_GENERATED_DIR}/src/L3TypeFacts.cpp)
 set(VELNOR_GENERATED_HEADERS "")
 set(stems "")
 foreach(definition IN LISTS VELNOR_DEFINITIONS)
@@ -27,8 +28,7 @@ foreach(definition IN LISTS VELNOR_DEFINITIONS)
 endforeach()
 list(REMOVE_DUPLICATES stems)
 foreach(stem IN LISTS stems)
-  list(APPEND VELNOR_GENERATED ${VELNOR_GENERATED_DIR}/src/${stem}.cpp ${VELNOR_GENERATED_DIR}/src/${stem}Dec.cpp
-       ${VELNOR_GENERATED_DIR}/src/${stem}Enc.cpp)
+  list(APPEND VELNOR_GENERATED ${VELNOR_GENERATED_DIR}/src/${stem}Dec.cpp ${VELNOR_GENERATED_DIR}/src/${stem}Enc.cpp)
   list(APPEND VELNOR_GENERATED_HEADERS ${VELNOR_GENERATED_DIR}/include/velnor3gpp/${stem}.h)
 endforeach()
 

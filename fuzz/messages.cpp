@@ -41,7 +41,7 @@ static bool encodeAgain(const L3TypeEntry& entry, Decoding& decoding, Octets& oc
   // Lists that end with the message hold more entries than the encoder's index of 8 bits counts.
   if (status == RTX_E_BAD_VALUE && decoding.text().find("[255]") != std::string::npos) return false;
   promise(status >= 0, [&] {
-    return std::string("an accepted ") + entry.type->fullName + " does not encode: " + std::to_string(status) + "\n" +
+    return std::string("an accepted ") + entry.type->fullName.get() + " does not encode: " + std::to_string(status) + "\n" +
            errorsOf(decoding.ctxt) + decoding.text();
   });
   return true;
@@ -71,7 +71,7 @@ static void checkSecond(const L3TypeEntry& entry, Decoding& first, const Octets&
   // Lists without bound are held to the size of the input, which is shorter without what stood behind the element.
   if (second.status == RTX_E_NO_MEMORY && octets.size() < input.size()) return;
   promise(second.status >= 0, [&] {
-    return entry.type->fullName + (" does not decode what it encoded: " + std::to_string(second.status)) + "\n" +
+    return entry.type->fullName.get() + (" does not decode what it encoded: " + std::to_string(second.status)) + "\n" +
            errorsOf(second.ctxt) + hexText(input) + "\n" + hexText(octets) + "\n" + text;
   });
   std::string again = second.text();
@@ -104,7 +104,7 @@ void checkMessage(const L3TypeEntry& entry, Octets input)
   Decoding first(entry, input, {.pieces = pieces});
   size_t taken = heap::peak - before;
   promise(pieces || taken <= heap::mostFor(*entry.type, input.size()), [&] {
-    return entry.type->fullName + (" of " + std::to_string(input.size())) + " octets takes " + std::to_string(taken);
+    return entry.type->fullName.get() + (" of " + std::to_string(input.size())) + " octets takes " + std::to_string(taken);
   });
   // Elements within elements, as deep as the definitions lay them.
   promise(first.ctxt->elemNameStack.count <= 40, [&] { return "too deep:\n" + stacksOf(first.ctxt); });

@@ -40,7 +40,7 @@ void checkProtected(const L3TypeEntry& entry, Octets input)
     return Decoding(entry, octets, {}, [&](RtxContext* ctxt) { setSecurity(ctxt, choice); });
   };
   Decoding plain = decoding(input);
-  bool eps = entry.type->fullName == std::string("TS24301Msg_PDU");
+  bool eps = entry.type->fullName.get() == std::string("TS24301Msg_PDU");
   bool isPlain = eps ? input[0] == 7 : input.size() > 1 && input[0] == 0x7E && (input[1] & 0x0F) == 0;
   if (plain.status < 0 || !isPlain) return;
   size_t codeAt = eps ? 1 : 2;

@@ -161,6 +161,6 @@ uint8_t takeFirst(Octets& input)
 void promiseSame(const L3TypeEntry& entry, const char* where, const std::string& one, const std::string& other)
 {
   promise(one == other, [&] {
-    return entry.type->fullName + (std::string(" is not the same ") + where) + ":\n" + one + "and\n" + other;
+    return entry.type->fullName.get() + (std::string(" is not the same ") + where) + ":\n" + one + "and\n" + other;
   });
 }

@@ -14,7 +14,7 @@ static constexpr unsigned kBeforeIdentities = 2;
 static L3Type someRows(const L3Type& type, unsigned from, unsigned count)
 {
   L3Type slice = l3Slice(type, from, count);
-  slice.message = nullptr;
+  slice.message = {};
   return slice;
 }
 

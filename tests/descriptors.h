@@ -1,21 +1,38 @@
-// Descriptors written by hand, for tests that hold the engine to its rules without the generated types.
+// Descriptors written by hand, for tests that hold the engine to its rules without the generated types. They are kept
+// where places of the library's tables reach: beside those, until the program ends.
 #pragma once
+
+#include <cstring>
 
 #include "rt3gppsrc/engine/l3Engine.h"
 
-inline constexpr L3Module kTestModule = {"TestDec", "TestEnc"};
+void* keptAside(const void* things, size_t octets);
+
+template <typename T> int32_t placeOf(const T* thing, size_t count = 1)
+{
+  return int32_t(static_cast<const char*>(keptAside(thing, count * sizeof(T))) - l3Base<T>());
+}
+
+inline L3At<char> textOf(const char* text)
+{
+  return {text ? placeOf(text, strlen(text) + 1) : 0};
+}
 
 // A row that is always there; the members change what differs.
 struct TestRow : L3Row {
-  TestRow(const char* rowName, L3Op rowOp, size_t at, const void* rowInfo = nullptr) : L3Row{}
+  TestRow(const char* rowName, L3Op rowOp, size_t at) : L3Row{}
   {
-    name = rowName;
+    name = textOf(rowName);
     nameLength = uint8_t(rowName ? strlen(rowName) : 0);
     op = rowOp;
     offset = uint32_t(at);
-    info = rowInfo;
     mBit = groupBit = kL3NoBit;
     line = 1;
+  }
+  template <typename Info>
+  TestRow(const char* rowName, L3Op rowOp, size_t at, const Info* rowInfo) : TestRow(rowName, rowOp, at)
+  {
+    info = {placeOf(rowInfo)};
   }
   TestRow& sized(unsigned width, unsigned octets)
   {
@@ -25,7 +42,7 @@ struct TestRow : L3Row {
   }
   TestRow& of(const L3Type& rowType)
   {
-    type = &rowType;
+    type = {placeOf(&rowType)};
     return *this;
   }
   TestRow& there(L3Given rowGiven, unsigned bit = kL3NoBit, unsigned group = kL3NoBit)
@@ -37,7 +54,7 @@ struct TestRow : L3Row {
   }
   TestRow& on(const L3Cond& rowCond)
   {
-    cond = &rowCond;
+    cond = {placeOf(&rowCond)};
     return *this;
   }
   TestRow& in(uint32_t low, uint32_t high)
@@ -66,10 +83,11 @@ inline TestRow recordRow(const char* name, size_t offset, const L3Type& type)
 
 template <size_t count> L3Type typeOf(const char* name, const L3Row (&rows)[count], size_t size, unsigned flags = 0)
 {
+  L3Module module = {{textOf("TestDec").at}, {textOf("TestEnc").at}};
   L3Type type{};
-  type.fullName = name;
-  type.module = &kTestModule;
-  type.rows = rows;
+  type.fullName = {textOf(name).at};
+  type.module = {placeOf(&module)};
+  type.rows = {placeOf(rows, count)};
   type.rowCount = uint16_t(count);
   type.size = uint32_t(size);
   type.flags = uint8_t(flags);

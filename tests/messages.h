@@ -84,7 +84,7 @@ inline std::vector<const L3TypeEntry*> takenTypes(size_t turn)
 
 inline void addSample(std::vector<TestMessage>& messages, const L3TypeEntry& entry)
 {
-  if (entry.decode) messages.push_back({entry.type->fullName, &entry, sampleOf(entry)});
+  if (entry.decode) messages.push_back({entry.type->fullName.get(), &entry, sampleOf(entry)});
 }
 
 // The samples of all types that can be decoded.

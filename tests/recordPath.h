@@ -48,7 +48,7 @@ inline bool RecordPath::inChoice(const L3Row& row, uint8_t* record, size_t i) co
   if (atEnd(i)) return choice.tagged && (l3Store(record + row.offset, 4, std::stoull(value)), true);
   for (unsigned k = 0; k < choice.count; ++k) {
     const L3Alternative& alternative = choice.alternatives[k];
-    if (!alternative.row.name || alternative.row.name != path[i]) continue;
+    if (!alternative.row.name || alternative.row.name.get() != path[i]) continue;
     if (choice.tagged) l3Store(record + row.offset, 4, alternative.tag);
     return inRow(alternative.row, record, i + 1);
   }
@@ -60,7 +60,7 @@ inline bool RecordPath::inBody(const L3Body& body, uint8_t* member, uint8_t* rec
 {
   if (atEnd(i) && value == "-") return l3StorePointer(record + body.pointerOffset, nullptr), true;
   if (atEnd(i)) return l3Store(member, 4, std::stoull(value)), true;
-  auto* held = std::find_if(body.rows, body.rows + body.count, [&](auto& row) { return row.tag == l3Load(member, 4); });
+  auto* held = std::find_if(body.rows.get(), body.rows + body.count, [&](auto& row) { return row.tag == l3Load(member, 4); });
   if (held == body.rows + body.count || !held->type || held->name() != path[i]) return false;
   return inType(*held->type, l3BodyValue(body, *held, record), i + 1);
 }
@@ -92,7 +92,7 @@ inline bool RecordPath::inRow(const L3Row& row, uint8_t* record, size_t i) const
 inline bool RecordPath::named(const L3Row* rows, size_t count, uint8_t* record, size_t i) const
 {
   return std::any_of(rows, rows + count, [&](const L3Row& row) {
-    if (row.name && row.name == path[i]) return inRow(row, record, i + 1);
+    if (row.name && row.name.get() == path[i]) return inRow(row, record, i + 1);
     return !row.name && row.op == kL3Choice && inChoice(row, record, i);
   });
 }

@@ -19,6 +19,8 @@ void* l3Sample(RtxContext* pctxt, const L3Type& type);
 // Makes a PDU record of the given message row: the body of the exported setters. A body that stands in the record
 // itself is copied from `message`.
 void l3SetBody(const L3Type& pdu, void* record, const L3BodyRow& row, void* message);
+// The same, of a row that is a body, for one of its messages.
+void l3SetBodyOf(const L3Type& pdu, void* record, unsigned row, unsigned message, void* value);
 // The descriptor of a type by its full name, or null.
 const L3TypeEntry* l3FindType(const char* fullName);
 

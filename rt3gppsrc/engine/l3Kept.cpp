@@ -208,7 +208,8 @@ size_t l3KeptName(const L3Kept& kept, char (&name)[kL3KeptName])
   size_t at = static_cast<size_t>(snprintf(name, sizeof name, "%s", kWords[kept.why]));
   if (kept.ieiBits)
     at += static_cast<size_t>(snprintf(name + at, sizeof name - at, kept.ieiBits == 8 ? " 0x%02X" : " 0x%X", kept.iei));
-  const char* element = kept.at == kL3KeptInstead ? static_cast<const L3Row*>(kept.anchor)->name : nullptr;
+  const char* element = nullptr;
+  if (kept.at == kL3KeptInstead) element = static_cast<const L3Row*>(kept.anchor)->name;
   if (element) at += static_cast<size_t>(snprintf(name + at, sizeof name - at, " %.80s", element));
   if (kept.why != kL3KeptUnreadable) return at;
   at += static_cast<size_t>(snprintf(name + at, sizeof name - at, ": %d", kept.status));

@@ -26,7 +26,7 @@ size_t l3CountBy(const L3Count& count, const uint8_t* record)
 L3Type l3Slice(const L3Type& type, unsigned from, unsigned count)
 {
   L3Type slice = type;
-  slice.rows += from;
+  slice.rows = type.rows.from(from);
   slice.rowCount = static_cast<uint16_t>(count);
   slice.decodeDirect = nullptr; // they are for all rows
   slice.encodeDirect = nullptr;

@@ -96,7 +96,7 @@ static L3Cond groupAt(const L3Cond& cond, unsigned first)
 {
   unsigned end = first;
   while (end < cond.count && cond.terms[end].any == cond.terms[first].any) ++end;
-  return {cond.terms + first, static_cast<uint16_t>(end - first)};
+  return {cond.terms.from(first), static_cast<uint16_t>(end - first)};
 }
 
 // Do all groups hold that name the field?

@@ -50,6 +50,11 @@ static const L3Row* findBodyRow(const L3Type& pdu, const L3BodyRow& message)
   return nullptr;
 }
 
+void l3SetBodyOf(const L3Type& pdu, void* record, unsigned row, unsigned message, void* value)
+{
+  l3SetBody(pdu, record, static_cast<const L3Body*>(pdu.rows[row].info)->rows[message], value);
+}
+
 void l3SetBody(const L3Type& pdu, void* record, const L3BodyRow& row, void* message)
 {
   const L3Row* bodyRow = findBodyRow(pdu, row);

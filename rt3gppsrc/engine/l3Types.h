@@ -1,15 +1,15 @@
 // The descriptors: what the engine knows of a protocol type. They are constant tables, written by l3gen from the
 // definition files; the engine walks them to decode, encode, print, initialise and build samples, and never names a
-// type. Offsets are those of the public records. Nothing here owns memory.
+// type. Offsets are those of the public records. Nothing here owns memory. Tables name each other by place (l3At.h).
 #ifndef VELNOR3GPP_L3_TYPES_H
 #define VELNOR3GPP_L3_TYPES_H
 
+#include "rt3gppsrc/engine/l3At.h"
 #include "rt3gppsrc/engine/l3Forms.h"
 #include "velnor3gpp/rtx3GPP.h"
 #include "velnor3gpp/rtxEnum.h"
 #include "velnor3gpp/rtxTypes.h"
 
-struct L3Type;
 struct L3Call;
 struct L3Source;
 struct L3Sink;
@@ -20,8 +20,8 @@ inline constexpr uint32_t kL3NoLimit = 0xFFFFFFFFU;
 
 // What error records give as module for the rows of a definition file: its name and the coder.
 struct L3Module {
-  const char* decoder; // "TS24501IESSessionDec": TS24501IESSession.l3
-  const char* encoder; // "TS24501IESSessionEnc"
+  L3Run<char> decoder; // "TS24501IESSessionDec": TS24501IESSession.l3
+  L3Run<char> encoder; // "TS24501IESSessionEnc"
 };
 
 // An enumeration or, with open set, an integer whose values have names.
@@ -55,7 +55,7 @@ struct L3Term {
 };
 
 struct L3Cond {
-  const L3Term* terms;
+  L3Run<L3Term> terms;
   uint16_t count;
 };
 
@@ -66,9 +66,9 @@ struct L3Count {
   int8_t bias;
   int8_t sign;
   uint8_t argument;
-  uint8_t ofAround;     // the field stands in the record around this one
-  uint8_t sizeCount;    // rows of the table; a field beyond them counts 0
-  const uint8_t* sizes; // or null
+  uint8_t ofAround;    // the field stands in the record around this one
+  uint8_t sizeCount;   // rows of the table; a field beyond them counts 0
+  L3At<uint8_t> sizes; // or null
 };
 
 enum L3Op : uint8_t {
@@ -103,15 +103,15 @@ enum L3RowFlags : uint8_t {
 };
 
 struct L3Row {
-  const char* name;   // pushed and printed; null in a bare type: nothing is pushed and the printer's name is used
-  const L3Type* type; // kL3Record, kL3TextType: the element's type; other ops: the named type that stands here, or null
-  const void* info;   // by op
-  const L3Cond* cond; // kL3GivenIf, kL3GivenWhen
-  uint32_t offset;    // of the member from the record's start
-  uint32_t lo, hi;    // kL3Ranged: integers
-  uint16_t line;      // in the definition file
-  uint16_t mBit;      // presence bit, or kL3NoBit
-  uint16_t groupBit;  // bit of the extension or release group, or kL3NoBit
+  L3At<char> name;   // pushed and printed; null in a bare type: nothing is pushed and the printer's name is used
+  L3At<L3Type> type; // kL3Record, kL3TextType: the element's type; other ops: the named type that stands here, or null
+  L3Info info;       // by op
+  L3At<L3Cond> cond; // kL3GivenIf, kL3GivenWhen
+  uint32_t offset;   // of the member from the record's start
+  uint32_t lo, hi;   // kL3Ranged: integers
+  uint16_t line;     // in the definition file
+  uint16_t mBit;     // presence bit, or kL3NoBit
+  uint16_t groupBit; // bit of the extension or release group, or kL3NoBit
   L3Op op;
   uint8_t room; // bits must remain in the region
   L3Given given;
@@ -192,10 +192,10 @@ struct L3Choice {
   uint16_t count;
   uint32_t mask;                   // kL3SelectPeek; kL3SelectCode: left-justified, bits relative to the padding
   uint32_t unionOffset, unionSize; // from the record's start
-  const L3Field* fields;
-  const L3Alternative* alternatives; // several entries may share a tag when a value list has gaps
-  const L3Code* codes = nullptr;     // kL3SelectCode: parallel to `alternatives`
-  const Rtx3gppAltDetmntNode* nodes = nullptr;
+  L3Run<L3Field> fields;
+  L3Run<L3Alternative> alternatives;     // several entries may share a tag when a value list has gaps
+  L3Run<L3Code> codes = {};              // kL3SelectCode: parallel to `alternatives`
+  L3At<Rtx3gppAltDetmntNode> nodes = {}; // or null
   uint32_t nodeCount = 0;
 };
 
@@ -204,8 +204,8 @@ struct L3BodyRow {
   uint16_t discriminator, msgType;
   uint16_t tag; // t
   uint16_t line;
-  const char* elemName;      // "u.obj_RegRequest5G", as pushed; behind its end the standard's name, or nothing
-  const L3Type* type;        // null: no body
+  L3Run<char> elemName;      // "u.obj_RegRequest5G", as pushed; behind its end the standard's name, or nothing
+  L3At<L3Type> type;         // null: no body
   uint16_t next = 0;         // position from 1 of the next row with this message type, under another discriminator
   bool inlined = false;      // the value stands in u itself, not behind a pointer
   uint8_t direction = 0;     // 1 up, 2 down, 0 either or not told
@@ -221,9 +221,9 @@ struct L3Body {
   uint32_t onlyDiscriminator;     // the one legal value where there is no column for it, or kL3NoLimit
   uint32_t pointerOffset;         // of u from the record's start; t stands at row.offset
   uint16_t count;
-  const L3BodyRow* rows;
-  const uint8_t* byType; // 256 entries: position from 1 of the first row with that message type, or null
-  const uint8_t* byTag;  // 256 entries: position from 1 of the row with that t, or null
+  L3Run<L3BodyRow> rows;
+  L3At<uint8_t> byType; // 256 entries: position from 1 of the first row with that message type, or null
+  L3At<uint8_t> byTag;  // 256 entries: position from 1 of the row with that t, or null
 };
 
 struct L3Length {
@@ -256,16 +256,16 @@ struct L3Iei {
 };
 
 struct L3Message {
-  const L3Row* options; // optional elements in definition order
-  const L3Iei* ieis;
-  const uint8_t* byValue; // 256 entries: position from 1 of the first element with that IEI, 0: unknown
+  L3Run<L3Row> options; // optional elements in definition order
+  L3Run<L3Iei> ieis;
+  L3At<uint8_t> byValue; // 256 entries: position from 1 of the first element with that IEI, 0: unknown
   uint16_t count;
   uint16_t halves; // bit v: the message has the half-octet IEI v
   uint8_t shifts;  // 1: follows locking shifts; 2: and what other codesets hold need not be understood
   uint8_t tail;    // without options: skips any tail by rtx3GPPDecL3NonImperative
   uint8_t wide;    // unknown elements from 0x78 to 0x7F have a length of two octets
   uint8_t selectingCount = 0;
-  const L3Field* selecting = nullptr; // members of optional elements that choose among the alternatives of others
+  L3Run<L3Field> selecting = {}; // members of optional elements that choose among the alternatives of others
 };
 
 // Which messages of a hand-coded form its rows alone can code, because nothing protects them.
@@ -299,23 +299,37 @@ enum L3TypeFlags : uint16_t {
 };
 
 struct L3Type {
-  const char* fullName; // "TS24501IE_SNSSAI"; another name for the encoder stands behind its end
-  const L3Module* module;
-  const L3Row* rows;
-  const L3Message* message; // messages only
-  const L3Hand* hand;       // or null
-  uint32_t size;            // sizeof the value
+  L3Run<char> fullName; // "TS24501IE_SNSSAI"; another name for the encoder stands behind its end
+  L3Run<L3Module> module;
+  L3Run<L3Row> rows;
+  uint32_t size; // sizeof the value
   uint16_t rowCount;
-  uint16_t line;   // of the block
-  uint8_t mOctets; // octets of m, which stands at offset 0
+  uint16_t line;             // of the block
+  uint8_t nameAt, encNameAt; // where the names begin in fullName
+  uint8_t mOctets;           // octets of m, which stands at offset 0
   uint16_t flags;
-  uint8_t nameAt, encNameAt; // where the names begin in fullName: each pointer less is one less to relocate
-  uint16_t mBits;            // bits given out, groups included
+  uint16_t mBits;          // bits given out, groups included
+  L3At<L3Message> message; // messages only
+  L3At<L3Type> standard;   // the same record in the standard's form, where that is another
+  const L3Hand* hand;      // or null
   // See l3Direct.h; null: rows only.
   size_t (*decodeDirect)(const L3Source& in, size_t pos, size_t end, void* record);
   size_t (*encodeDirect)(L3Sink& out, size_t pos, void* record);
-  const L3Type* standard = nullptr; // the same record in the standard's form, where that is another
 };
+
+// All types, those without exported operations included, and all enumerations; the first of each is none.
+L3_WITHIN extern const L3Type l3AllTypes[];
+L3_WITHIN extern const L3Enum l3AllEnums[];
+
+template <> inline const char* l3Base<L3Type>()
+{
+  return reinterpret_cast<const char*>(l3AllTypes);
+}
+
+template <> inline const char* l3Base<L3Enum>()
+{
+  return reinterpret_cast<const char*>(l3AllEnums);
+}
 
 // The type in the form that is asked for.
 inline const L3Type& l3FormOf(const L3Type& type, const RtxContext* pctxt)
@@ -357,10 +371,10 @@ struct L3Facts {
 
 // The types in the order of l3TypeTable, of which the shared library has none of the operations: it needs a relocation
 // a type here, and six there.
-extern const L3Type* const l3Types[];
-extern const L3Facts l3TypeFacts[];
-extern const char l3FactText[];
-extern const size_t l3KnownTypes;
+L3_WITHIN extern const L3At<L3Type> l3Types[];
+L3_WITHIN extern const L3Facts l3TypeFacts[];
+L3_WITHIN extern const char l3FactText[];
+L3_WITHIN extern const size_t l3KnownTypes;
 extern const L3TypeEntry l3TypeTable[];
 extern const size_t l3TypeCount;
 

@@ -72,10 +72,10 @@ TEST(Mended, OptionalElementsEndWithTheMessageAndNotWithARegionLeftOpen)
   const L3Iei ieis[] = {{0x21, 0, kL3SkipFixed, 1, 0}};
   uint8_t byValue[256] = {};
   byValue[0x21] = 1;
-  const L3Message message = {options, ieis, byValue, 1, 0, 0, 0, 0};
+  const L3Message message = {{placeOf(options)}, {placeOf(ieis)}, {placeOf(byValue, 256)}, 1, 0, 0, 0, 0};
   const L3Row rows[] = {recordRow("inner", offsetof(Record, inner), inner)};
   L3Type type = presenceTypeOf("Message", rows, sizeof(Record), 1);
-  type.message = &message;
+  type.message = {placeOf(&message)};
   for (bool slow : {false, true})
     for (size_t around : {2, 4, 5}) { // octets of the caller's region; the buffer has four
       Bench bench({1, 7, 0x21, 9}, {.slow = slow});
@@ -102,7 +102,7 @@ TEST(Mended, UnknownElementCountsBehindManyFindings)
                        0,
                        8,
                        1,
-                       {{offsetof(Record, count), 1, 8}, 0, 1, 0, 0, 0, nullptr},
+                       {{offsetof(Record, count), 1, 8}, 0, 1, 0, 0, 0, {}},
                        0,
                        0,
                        uintRow("elem", 0).in(1, 255)};
@@ -110,11 +110,11 @@ TEST(Mended, UnknownElementCountsBehindManyFindings)
   const L3Iei ieis[] = {{0x21, 0, kL3SkipFixed, 1, 0}};
   uint8_t byValue[256] = {};
   byValue[0x21] = 1;
-  const L3Message message = {options, ieis, byValue, 1, 0, 0, 0, 0};
+  const L3Message message = {{placeOf(options)}, {placeOf(ieis)}, {placeOf(byValue, 256)}, 1, 0, 0, 0, 0};
   const L3Row rows[] = {uintRow("count", offsetof(Record, count)),
                         TestRow("list", kL3List, offsetof(Record, list), &list)};
   L3Type type = presenceTypeOf("Message", rows, sizeof(Record), 1);
-  type.message = &message;
+  type.message = {placeOf(&message)};
   Octets octets(1 + 40);
   octets[0] = 40;
   octets.insert(octets.end(), {0x10, 0, 0x20, 0, 0x30, 0});
@@ -190,7 +190,7 @@ TEST(Mended, AContainerWithoutItsTypeIsNotReadByAnOlderType)
       const L3TypeEntry& entry = *l3FindType(name);
       Octets record(entry.type->size);
       for (unsigned i = 0; i < entry.type->message->count; ++i)
-        if (entry.type->message->options[i].name == std::string("containerType"))
+        if (entry.type->message->options[i].name.get() == std::string("containerType"))
           record[entry.type->message->options[i].offset] = name[11] == 'R' ? 5 : 7; // UE policy, location services
       Bench bench(octetsOfHex(hex), {.slow = slow});
       EXPECT_EQ(entry.decode(bench, record.data()), RTX_E_INVALID_CHOICE) << name;

@@ -39,11 +39,11 @@ std::optional<Array> arrayOf(const L3Row& row)
 // The row as all of a type, always there.
 L3Row standingAlone(L3Row row)
 {
-  if (!row.name) row.name = "array";
+  if (!row.name) row.name = textOf("array");
   row.given = kL3GivenAlways;
   row.lead = kL3NoLead;
   row.room = 0;
-  row.cond = nullptr;
+  row.cond = {};
   row.mBit = row.groupBit = kL3NoBit;
   return row;
 }

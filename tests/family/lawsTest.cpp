@@ -52,7 +52,7 @@ const std::set<std::string> kPartSamples = {
 void collectParts(const L3Type& type, uint8_t* record, std::set<std::string>& lacking)
 {
   for (unsigned bit = 0; bit < type.mBits; ++bit)
-    if (!l3HasBit(record, uint16_t(bit))) lacking.insert(type.fullName);
+    if (!l3HasBit(record, uint16_t(bit))) lacking.insert(type.fullName.get());
   eachPresent(type, record, [&](const L3Row& row, uint8_t* inside) {
     if (row.op == kL3Record) collectParts(*row.type, inside + row.offset, lacking);
     return row.op != kL3Record;

@@ -31,7 +31,7 @@ TEST(RestOctets, AreThirtyThree)
 // Are all bits in front of parts relative to the padding?
 bool isRelative(const L3Type& type)
 {
-  return std::all_of(type.rows, type.rows + type.rowCount, [](const L3Row& row) {
+  return std::all_of(type.rows.get(), type.rows + type.rowCount, [](const L3Row& row) {
     return row.lead == kL3LeadLH || row.flags & kL3LH || (row.op == kL3Record && isRelative(*row.type));
   });
 }

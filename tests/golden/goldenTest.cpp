@@ -23,7 +23,7 @@ std::string ofTheTable(std::string row, const std::string& stored)
 
 std::string moduleOf(const L3TypeEntry& entry)
 {
-  return split(entry.type->fullName, '_')[0];
+  return split(entry.type->fullName.get(), '_')[0];
 }
 
 std::set<std::string> modules()
@@ -52,9 +52,9 @@ TEST_P(Golden, TypesAreWhatTheyWere)
   for (std::string line; std::getline(in, line);)
     if (line[0] != '#') stored[line.substr(0, line.find('\t'))] = line;
   for (const L3TypeEntry* entry : types) {
-    const std::string& row = stored[entry->type->fullName];
+    const std::string& row = stored[entry->type->fullName.get()];
     EXPECT_EQ(row, ofTheTable(rowOf(*entry), row)) << entry->type->fullName;
-    stored.erase(entry->type->fullName);
+    stored.erase(entry->type->fullName.get());
     if (HasFailure() && GTEST_FLAG_GET(fail_fast)) return;
   }
   for (auto& [type, row] : stored) ADD_FAILURE() << type << " is gone";

@@ -108,7 +108,7 @@ inline void decodeChanged(Digest& digest, const L3TypeEntry& entry, Octets octet
 // Has the record a list or string that a field of its own counts?
 inline bool counts(const L3Type& type)
 {
-  return std::any_of(type.rows, type.rows + type.rowCount, [](const L3Row& row) {
+  return std::any_of(type.rows.get(), type.rows + type.rowCount, [](const L3Row& row) {
     return (row.op == kL3List && static_cast<const L3List*>(row.info)->end == kL3Times) ||
            (row.op == kL3Octets && static_cast<const L3Octets*>(row.info)->from == kL3ByField);
   });

@@ -42,7 +42,7 @@ TEST(JsonLaws, EveryRealMessageComesBack)
   for (const TestMessage& message : corpusMessages(VELNOR_CORPUS)) {
     SCOPED_TRACE(message.name);
     if (session.decode(message.entry, message.octets) < 0) continue;
-    checkRecord(session, message.entry->type->fullName);
+    checkRecord(session, message.entry->type->fullName.get());
   }
 }
 
@@ -57,7 +57,7 @@ TEST(JsonLaws, EveryMessageHasATemplate)
     while (row->op != kL3Body) ++row;
     const L3Body& body = *static_cast<const L3Body*>(row->info);
     for (const L3BodyRow* message = body.rows; message < body.rows + body.count; ++message, ++messages) {
-      SCOPED_TRACE(entry->type->fullName + std::string(" ") + message->name());
+      SCOPED_TRACE(entry->type->fullName.get() + std::string(" ") + message->name());
       for (unsigned flags : {0U, VELNOR3GPP_MINIMAL}) {
         auto* type = typeOf(entry);
         ASSERT_EQ(velnor3gpp_sample(session, type, message->name(), flags), 0);

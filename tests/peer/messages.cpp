@@ -105,7 +105,7 @@ public:
     if (body) hostIs(*row.type, body);
   }
   // A relay message.
-  explicit Maker(const L3Alternative& relay) : Maker(kRelay, "gsm_a_rp", relay.row.name, relay.lo)
+  explicit Maker(const L3Alternative& relay) : Maker(kRelay, "gsm_a_rp", relay.row.name.get(), relay.lo)
   {
     frame.toNetwork = msgType % 2 == 0;
     typeField = "gsm_a.rp.msg_type";
@@ -251,7 +251,7 @@ private:
   {
     for (auto& content : contents()) {
       auto types = split(content[0], ' '), paths = split(content[1], ' ');
-      auto isMeant = [&](auto& one) { return one == type.fullName || one == name + "/" + type.fullName; };
+      auto isMeant = [&](auto& one) { return one == type.fullName.get() || one == name + "/" + type.fullName.get(); };
       if (std::none_of(types.begin(), types.end(), isMeant)) continue;
       if (paths.empty()) paths = {""};
       for (auto& path : paths)
@@ -287,7 +287,7 @@ std::vector<std::pair<std::string, Begin>> makers()
   std::vector<std::pair<std::string, Begin>> all;
   for (const TopForm& form : kForms) {
     const L3Type& pdu = *l3FindType(form.type)->type;
-    const L3Row* first = std::find_if(pdu.rows, pdu.rows + pdu.rowCount, [](auto& row) { return row.op == kL3Body; });
+    const L3Row* first = std::find_if(pdu.rows.get(), pdu.rows + pdu.rowCount, [](auto& row) { return row.op == kL3Body; });
     const L3Body& body = *static_cast<const L3Body*>(first->info);
     for (const L3BodyRow* row = body.rows; row < body.rows + body.count; ++row)
       if (row->msgType)
@@ -307,7 +307,7 @@ void addAlternatives(std::vector<Message>& messages, const Begin& begin, const L
     const L3Choice* choice = row->op == kL3Choice ? static_cast<const L3Choice*>(row->info) : nullptr;
     for (unsigned i = 0; choice && choice->from == kL3SelectFields && i < choice->count; ++i) {
       const L3Alternative& one = choice->alternatives[i];
-      std::string form = std::string(row->name) + "." + one.row.name;
+      std::string form = std::string(row->name) + "." + one.row.name.get();
       messages.push_back(begin()->add(*row).choose(*row, one).fillContents().make(form));
     }
   }
@@ -319,7 +319,7 @@ Message fullWith(const Begin& begin, const LeavesOut& leavesOut, const std::stri
 {
   auto full = begin();
   for (unsigned i = 0; i < full->options(); ++i) {
-    std::string element = full->option(i).name;
+    std::string element = full->option(i).name.get();
     if (i == one || (!leavesOut(name, element) && !leavesOut(name, "full+" + element))) full->add(full->option(i));
   }
   return full->fillContents().make(form);
@@ -334,7 +334,7 @@ std::vector<Message> allMessages(const LeavesOut& leavesOut)
     auto minimal = begin();
     messages.push_back(minimal->fillContents().make("minimal"));
     for (unsigned i = 0; i < minimal->options(); ++i) {
-      std::string element = minimal->option(i).name, form = "full+" + element;
+      std::string element = minimal->option(i).name.get(), form = "full+" + element;
       messages.push_back(begin()->add(minimal->option(i)).fillContents().make(element));
       if (leavesOut(name, form)) messages.push_back(fullWith(begin, leavesOut, name, form, i));
     }

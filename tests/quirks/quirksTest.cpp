@@ -38,9 +38,9 @@ TEST(Quirks, WordsTakeAndGiveFunctions)
   for (auto& [type, missing] : kMissing)
     for (const std::string& kind : kKinds) {
       std::string name = kind + "Quirks_" + type;
+      if (type == "NoSample" && kind == "asn1PrtToStrm_") name += "_"; // null-suffix
       EXPECT_EQ(dlsym(RTLD_DEFAULT, name.c_str()) == nullptr, kind == missing) << name;
     }
-  EXPECT_TRUE(dlsym(RTLD_DEFAULT, "asn1PrtToStrm_TS24301Msg_RemoteUEReportResp_")); // null-suffix
 }
 
 TEST(Quirks, AWalkedTypeHasNoDirectCoders)

@@ -51,7 +51,7 @@ TEST(Sqlite, GivesTheObjectsAndFieldsOfTheLibrary)
   size_t values = 0, different = 0;
   for (const TestMessage& message : takenCorpus(VELNOR_CORPUS, 0)) {
     SCOPED_TRACE(message.name);
-    const std::string type = std::string("'") + message.entry->type->fullName + "'";
+    const std::string type = std::string("'") + message.entry->type->fullName.get() + "'";
     session.decode(message.entry, message.octets);
     EXPECT_EQ(base.ask("SELECT nas_json(?1, " + type + ")", message.octets), Rows{{session.json(VELNOR3GPP_NAMES)}});
     if (message.octets.size() > 1000) continue;

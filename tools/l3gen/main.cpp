@@ -32,10 +32,10 @@ static bool writeAll(l3gen::Model& model, const fs::path& dir)
   l3gen::layOutOctets(model);
   for (auto& module : model.modules) {
     ok &= writeIfChanged(headers / (module->stem + ".h"), l3gen::writeHeader(model, *module));
-    ok &= writeIfChanged(sources / (module->stem + ".cpp"), l3gen::writeTables(model, *module));
     ok &= writeIfChanged(sources / (module->stem + "Dec.cpp"), l3gen::writeCoders(model, *module, false));
     ok &= writeIfChanged(sources / (module->stem + "Enc.cpp"), l3gen::writeCoders(model, *module, true));
   }
+  ok &= writeIfChanged(sources / "L3Tables.cpp", l3gen::writeTables(model));
   ok &= writeIfChanged(sources / "L3TypeTable.cpp", l3gen::writeTypeTable(model));
   ok &= writeIfChanged(sources / "L3TypeFacts.cpp", l3gen::writeTypeFacts(model));
   ok &= writeIfChanged(sources / "L3Descriptors.h", l3gen::writeDescriptors(model));

@@ -316,7 +316,7 @@ unsigned storeForBits(unsigned bits);
 // Tells of every type where in their octets its values begin and end; the direct coders are written by that.
 void layOutOctets(Model& model);
 std::string writeHeader(Model& model, const Module& module);
-std::string writeTables(Model& model, const Module& module);
+std::string writeTables(Model& model);
 std::string writeCoders(Model& model, const Module& module, bool encoder);
 std::string writeTypeTable(Model& model);
 std::string writeTypeFacts(Model& model);

@@ -63,7 +63,7 @@ static std::string codesInfo(TableWriter& w, const What& what)
     nodes.push_back(
         format("%d, %d, 0x%08XU, %d, 0x%08XU", node.padded, node.next[0], node.value[0], node.next[1], node.value[1]));
   std::string codeTable = w.array("L3Code", codes);
-  return codeTable + ", " + (nodes.empty() ? "nullptr" : w.array("Rtx3gppAltDetmntNode", nodes)) +
+  return codeTable + ", " + (nodes.empty() ? kNone : w.array("Rtx3gppAltDetmntNode", nodes)) +
          format(", %zu", nodes.size());
 }
 
@@ -93,24 +93,21 @@ static std::string choiceInfo(TableWriter& w, const Row& row, const std::string&
     }
   }
   std::string table = w.array("L3Alternative", items);
-  std::string selectors = what.fields.empty() ? "nullptr" : fieldTable(w, what.fields);
+  std::string selectors = what.fields.empty() ? kNone : fieldTable(w, what.fields);
   std::string size = "sizeof(static_cast<" + w.type.full + "*>(nullptr)->" + unionPath + ")";
   if (unionPath.empty()) size = "sizeof(" + w.type.full + ")";
-  std::string codes = what.select == kL3SelectCode ? codesInfo(w, what) : "nullptr, nullptr, 0";
+  std::string codes = what.select == kL3SelectCode ? codesInfo(w, what) : "{0}, {0}, 0";
   return w.object("L3Choice",
                   format("%s, %u, %d, %zu, %u, %uU, %s, %s, %s, %s, %s", l3Traits(what.select).symbol, what.bits,
                          !what.untagged, what.fields.size(), count, what.mask, w.off(unionPath).c_str(), size.c_str(),
                          selectors.c_str(), table.c_str(), codes.c_str()));
 }
 
-// A table of 256 octets, by value.
-std::string byteTable(TableWriter& w, const std::string& name, const std::vector<unsigned>& values)
+std::string octetTable(Tables& tables, const std::vector<unsigned>& values)
 {
-  std::string table = name + "_" + w.type.full + w.tag;
-  w.out += "static const uint8_t " + table + "[256] = {";
-  for (unsigned value : values) w.out += std::to_string(value) + ",";
-  w.out += "};\n";
-  return table;
+  std::vector<std::string> octets;
+  for (unsigned value : values) octets.push_back(std::to_string(value));
+  return tables.run("uint8_t", octets);
 }
 
 static std::string bodyInfo(TableWriter& w, const Row& row, const std::string& path)
@@ -119,20 +116,16 @@ static std::string bodyInfo(TableWriter& w, const Row& row, const std::string& p
   std::vector<std::string> items;
   for (size_t i = 0; i < what.alternatives.size(); ++i) {
     const Row& m = what.alternatives[i];
-    std::string type = m.what.type ? "&l3_" + m.what.type->full : "nullptr";
+    std::string type = m.what.type ? typePlace(m.what.type->full) : kNone;
     size_t next = i + 1;
     while (next < what.alternatives.size() && what.alternatives[next].msgType != m.msgType) ++next;
     const Type* told = m.title.empty() ? m.what.type : nullptr;
-    items.push_back(format("%u, 0x%02X, %u, %d, \"u.obj_%s\\0\" \"%s\", %s, %zu, %d, %d, %u", m.discriminator,
-                           m.msgType, m.tag, m.place.line, m.name.c_str(), (told ? told->title : m.title).c_str(),
-                           type.c_str(), next < what.alternatives.size() ? next + 1 : 0, m.inlined,
-                           directionNumber(told ? told->direction : m.direction), m.standard.number));
+    std::string name = w.tables.text({"u.obj_" + m.name, told ? told->title : m.title});
+    items.push_back(format("%u, 0x%02X, %u, %d, %s, %s, %zu, %d, %d, %u", m.discriminator, m.msgType, m.tag,
+                           m.place.line, name.c_str(), type.c_str(), next < what.alternatives.size() ? next + 1 : 0,
+                           m.inlined, directionNumber(told ? told->direction : m.direction), m.standard.number));
   }
-  std::string second = &row == bodiesOf(w.type)[0] ? "" : "_" + row.member,
-              name = "bodies" + second + "_" + w.type.full + w.tag;
-  w.out += "static const L3BodyRow " + name + "[] = {";
-  for (auto& item : items) w.out += "\n  {" + item + "},";
-  w.out += "};\n";
+  std::string rows = w.tables.apart("L3BodyRow", items); // setters find the body by its rows
   unsigned position = 0;
   std::vector<unsigned> byType(256, 0), byTag(256, 0);
   for (auto& m : what.alternatives) {
@@ -140,13 +133,13 @@ static std::string bodyInfo(TableWriter& w, const Row& row, const std::string& p
     if (m.msgType < 256 && !byType[m.msgType]) byType[m.msgType] = position;
     if (m.tag < 256) byTag[m.tag] = position;
   }
-  std::string types = byteTable(w, "types" + second, byType), tags = byteTable(w, "tags" + second, byTag);
+  std::string types = octetTable(w.tables, byType), tags = octetTable(w.tables, byTag);
   bool two = what.fields.size() == 2;
   std::string only = what.underOnly ? format("%uU", what.under) : "kL3NoLimit";
   return w.object("L3Body",
                   format("%s, %s, %s, %s, %zu, %s, %s, %s", two ? w.field(what.fields[0]).c_str() : "{0, 0, 0}",
                          w.field(what.fields.back()).c_str(), only.c_str(), w.off(join(path, "u")).c_str(),
-                         items.size(), name.c_str(), types.c_str(), tags.c_str()));
+                         items.size(), rows.c_str(), types.c_str(), tags.c_str()));
 }
 
 static std::string lengthInfo(TableWriter& w, const Row& row)
@@ -159,7 +152,7 @@ static std::string lengthInfo(TableWriter& w, const Row& row)
 
 static std::string condInfo(TableWriter& w, const Row& row)
 {
-  if (row.cond.empty()) return "nullptr";
+  if (row.cond.empty()) return kNone;
   std::vector<std::string> terms;
   int any = 0;
   for (auto& term : row.cond) {
@@ -174,12 +167,22 @@ static std::string condInfo(TableWriter& w, const Row& row)
 
 std::string partName(const Type& type, const Range& part)
 {
-  return format("l3part%u_%u_%s", part.lo, part.hi, type.full.c_str());
+  return format("part%u_%u_%s", part.lo, part.hi, type.full.c_str());
+}
+
+std::string typePlace(const std::string& name)
+{
+  return "TYPE(" + name + ")";
+}
+
+std::string enumPlace(const Type& type)
+{
+  return "ENUM(" + type.full + ")";
 }
 
 struct Coded {
   const char* op = "kL3Nothing";
-  std::string info = "nullptr", type = "nullptr", offset = "0";
+  std::string info = kNone, type = kNone, offset = "0";
   unsigned bits = 0, store = 0;
   std::optional<Range> range;
 };
@@ -204,7 +207,7 @@ static void codeScalar(TableWriter& w, const Row& row, Coded& c)
   c.bits = scalar.bits;
   c.store = storeOf(row.what);
   c.op = scalar.kind == WhatKind::Flag ? "kL3Bool" : "kL3UInt";
-  if (row.what.type && row.what.type != &w.type) c.type = "&l3_" + row.what.type->full;
+  if (row.what.type && row.what.type != &w.type) c.type = typePlace(row.what.type->full);
   c.range = row.range ? row.range : scalar.range;
   if (scalar.kind == WhatKind::Unary) {
     c.op = "kL3Unary";
@@ -212,7 +215,7 @@ static void codeScalar(TableWriter& w, const Row& row, Coded& c)
   }
   if (!scalar.named) return;
   c.op = "kL3Enumerated";
-  c.info = "&l3enum_" + scalar.named->full;
+  c.info = enumPlace(*scalar.named);
 }
 
 static Coded code(TableWriter& w, const Row& row, const std::string& path)
@@ -245,9 +248,9 @@ static Coded code(TableWriter& w, const Row& row, const std::string& path)
       break;
     case WhatKind::Type:
       c.op = row.what.rest ? "kL3TextType" : "kL3Record";
-      c.type = "&l3_" + row.what.type->full;
-      if (!w.tag.empty() && row.standard.kind == Standard::Part)
-        c.type = "&" + partName(*row.what.type, row.standard.part);
+      c.type = typePlace(row.what.type->full);
+      if (w.standard && row.standard.kind == Standard::Part)
+        c.type = typePlace(partName(*row.what.type, row.standard.part));
       if (row.argument) c.info = w.object("L3Count", w.count(*row.argument));
       break;
     case WhatKind::Choice:
@@ -273,10 +276,9 @@ static bool hasOwnKey(const Row& row)
   return row.words.count("name-as") != 0;
 }
 
-static std::string rowName(const Row& row)
+static bool isNamed(const Row& row)
 {
-  if (row.name.empty() || row.mark == Mark::Release) return "nullptr";
-  return "\"" + row.name + (hasOwnKey(row) ? "\\0\" \"" + row.member : "") + "\"";
+  return !row.name.empty() && row.mark != Mark::Release;
 }
 
 static std::string rowFlags(const Row& row, const Coded& c)
@@ -327,8 +329,10 @@ std::string rowInit(TableWriter& w, const Row& row, const std::string& path)
     c = code(w, row, path);
   }
   std::string cond = condInfo(w, row);
-  std::string name = rowName(row);
-  size_t nameLength = name == "nullptr" ? 0 : row.name.size();
+  std::vector<std::string> names = {row.name};
+  if (hasOwnKey(row)) names.push_back(row.member);
+  std::string name = isNamed(row) ? w.tables.text(names) : kNone;
+  size_t nameLength = isNamed(row) ? row.name.size() : 0;
   return format("%s, %s, %s, %s, %s, %s, %d, %s, %s, %s, %d, %s, %s, %u, %u, %s, %zu", name.c_str(), c.type.c_str(),
                 c.info.c_str(), cond.c_str(), c.offset.c_str(), limits(c.range).c_str(), row.place.line,
                 bit(row.mBit).c_str(), bit(row.groupBit).c_str(), c.op, row.room, l3Traits(row.given).symbol,

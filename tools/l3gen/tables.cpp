@@ -7,9 +7,34 @@
 
 namespace l3gen {
 
-static std::string writeMessage(TableWriter& w, const std::vector<const Row*>& options)
+std::string placeOf(const char* kind, size_t number)
 {
-  if (w.type.kind != Kind::Message) return "nullptr";
+  return format("AT(%s, %zu)", kind, number);
+}
+
+std::string Tables::apart(const char* kind, const std::vector<std::string>& items)
+{
+  auto& all = kinds[kind].items;
+  all.insert(all.end(), items.begin(), items.end());
+  return placeOf(kind, all.size() - items.size());
+}
+
+std::string Tables::run(const char* kind, const std::vector<std::string>& items)
+{
+  std::string key;
+  for (auto& item : items) key += item + "\n";
+  auto [at, fresh] = kinds[kind].runs.emplace(key, kinds[kind].items.size());
+  return fresh ? apart(kind, items) : placeOf(kind, at->second);
+}
+
+std::string Tables::text(const std::vector<std::string>& parts)
+{
+  return placeOf("char", names.place(parts));
+}
+
+static std::string writeMessage(TableWriter& w, const std::string& rows, const std::vector<const Row*>& options)
+{
+  if (w.type.kind != Kind::Message) return kNone;
   std::vector<std::string> ieis;
   std::vector<unsigned> byValue(256, 0), next(options.size() + 1, 0);
   unsigned halves = 0;
@@ -25,16 +50,15 @@ static std::string writeMessage(TableWriter& w, const std::vector<const Row*>& o
     const char* how = skip == "length" ? "kL3SkipLength" : skip == "fixed" ? "kL3SkipFixed" : "kL3SkipNothing";
     ieis.push_back(format("0x%02X, %d, %s, %u, %u", options[i]->number, options[i]->half, how, octets, next[i]));
   }
-  std::string table = "nullptr", values = "nullptr", rows = "nullptr";
+  std::string table = kNone, values = kNone;
   if (!options.empty()) {
     table = w.array("L3Iei", ieis);
-    values = byteTable(w, "ieis", byValue);
-    rows = "options_" + w.type.full + w.tag;
+    values = octetTable(w.tables, byValue);
   }
   bool tail = options.empty() && !w.type.has("no-tail");
   const std::string& spec = w.type.module->spec; // the standards whose elements may have lengths of two octets
   bool wide = spec == "TS 24.301" || spec == "TS 24.501";
-  std::string selecting = "nullptr";
+  std::string selecting = kNone;
   auto names = selectingOptions(w.type);
   if (!names.empty()) selecting = fieldTable(w, names);
   return w.object("L3Message",
@@ -43,17 +67,13 @@ static std::string writeMessage(TableWriter& w, const std::vector<const Row*>& o
                          names.size(), selecting.c_str()));
 }
 
-static std::string writeRows(TableWriter& w, const char* name, const std::vector<const Row*>& rows)
+static std::string writeRows(TableWriter& w, const std::vector<const Row*>& rows)
 {
-  if (rows.empty()) return "nullptr";
+  if (rows.empty()) return kNone;
   std::vector<std::string> inits;
   bool bare = w.type.kind == Kind::Bare || w.type.has("bare");
   for (auto* row : rows) inits.push_back(rowInit(w, *row, bare ? "" : row->member));
-  std::string table = std::string(name) + "_" + w.type.full + w.tag;
-  w.out += "static const L3Row " + table + "[] = {\n";
-  for (auto& init : inits) w.out += "  {" + init + "},\n";
-  w.out += "};\n";
-  return table;
+  return w.tables.apart("L3Row", inits);
 }
 
 static Row scalarRow(const Type& type)
@@ -87,21 +107,28 @@ static std::string typeFlags(const Type& type)
   return flags;
 }
 
+static std::string handOf(TableWriter& w, const std::string& name, const std::string& init)
+{
+  w.tables.before += "static const L3Hand hand_" + name + " = {" + init + "};\n";
+  return "&hand_" + name;
+}
+
 static std::string writeHand(TableWriter& w)
 {
   const Type& type = w.type;
   if (type.decodeFile.empty() && type.encodeFile.empty() && type.sampleFile.empty()) return "nullptr";
   std::string dec = "nullptr", enc = "nullptr", args = "(L3Call& call, const L3Type& type, void* value);\n";
-  if (!type.decodeFile.empty()) w.out += "int " + (dec = "l3Dec_" + type.full) + args;
-  if (!type.encodeFile.empty()) w.out += "int " + (enc = "l3Enc_" + type.full) + args;
+  if (!type.decodeFile.empty()) w.tables.before += "int " + (dec = "l3Dec_" + type.full) + args;
+  if (!type.encodeFile.empty()) w.tables.before += "int " + (enc = "l3Enc_" + type.full) + args;
   std::string settle = "nullptr";
-  if (!type.sampleFile.empty()) w.out += "bool " + (settle = "l3Settle_" + type.full) + "(RtxContext*, void* value);\n";
+  if (!type.sampleFile.empty())
+    w.tables.before += "bool " + (settle = "l3Settle_" + type.full) + "(RtxContext*, void* value);\n";
   std::string plain = "nullptr";
   if (type.plainByHand) {
-    w.out += "extern const L3Plain l3Plain_" + type.full + ";\n";
+    w.tables.before += "extern const L3Plain l3Plain_" + type.full + ";\n";
     plain = "&l3Plain_" + type.full;
   }
-  return w.object("L3Hand", dec + ", " + enc + ", " + settle + ", " + plain);
+  return handOf(w, type.full, dec + ", " + enc + ", " + settle + ", " + plain);
 }
 
 static std::string hyphens(std::string name)
@@ -149,82 +176,81 @@ static std::vector<Row> standardRows(const Type& type)
   return rows;
 }
 
+// Error records name the definition file, so that their lines lead to a row.
+static std::string modulePlace(Tables& tables, const Type& type)
+{
+  std::string stem = fileStem(type);
+  return tables.run("L3Module", {tables.text({stem + "Dec"}) + ", " + tables.text({stem + "Enc"})});
+}
+
+static std::string writeDescriptor(Tables& tables, const Type& type, const std::string& rows, size_t rowCount,
+                                   const std::string& rest)
+{
+  size_t nameAt = type.full.size() - type.name.size(), encNameAt = nameAt;
+  std::vector<std::string> names = {type.full};
+  if (type.has("hyphen-encode")) {
+    encNameAt = type.full.size() + 1;
+    names.push_back(hyphens(type.name));
+  }
+  return format("%s, %s, %s, sizeof(%s), %zu, %d, %zu, %zu, %s", tables.text(names).c_str(),
+                modulePlace(tables, type).c_str(), rows.c_str(), type.full.c_str(), rowCount, type.place.line, nameAt,
+                encNameAt, rest.c_str());
+}
+
+// Writes the rows and the options of a type or a form of it, and the descriptor; the number of the first row.
+static size_t writeForm(TableWriter& w, const std::string& flags, const std::string& standard, const std::string& codes)
+{
+  const Type& type = w.type;
+  std::vector<const Row*> rows, options;
+  Row scalar = scalarRow(type);
+  for (auto& row : type.rows)
+    if (row.mark != Mark::Group && row.mark != Mark::EndRelease && row.mark != Mark::Padding)
+      (row.isIei() ? options : rows).push_back(&row);
+  if (type.kind == Kind::Enum || type.kind == Kind::Names) rows = {&scalar};
+  size_t firstRow = w.tables.kinds["L3Row"].items.size();
+  std::string table = writeRows(w, rows), optional = writeRows(w, options);
+  std::string rest = format("%d, %s, %d, %s, %s, %s", (type.mBits + 7) / 8, flags.c_str(), type.mBits,
+                            writeMessage(w, optional, options).c_str(), standard.c_str(), codes.c_str());
+  w.tables.types.push_back(writeDescriptor(w.tables, type, table, rows.size(), rest));
+  return firstRow;
+}
+
 // The second form of a type: its rows, and coders by hand that know it.
-static std::string writeStandard(const Model& model, const Type& type, const std::string& names, size_t encNameAt)
+static void writeStandard(const Model& model, const Type& type, Tables& tables)
 {
   Type form = type;
   form.rows = standardRows(type);
-  TableWriter w(model, form);
-  w.tag = "_standard";
-  std::vector<const Row*> rows, options;
-  for (auto& row : form.rows)
-    if (row.mark != Mark::Group && row.mark != Mark::EndRelease && row.mark != Mark::Padding)
-      (row.isIei() ? options : rows).push_back(&row);
-  std::string table = writeRows(w, "rows", rows);
-  writeRows(w, "options", options);
-  std::string message = writeMessage(w, options), hand = "nullptr", flags = typeFlags(type);
+  TableWriter w(model, form, tables);
+  w.standard = true;
+  std::string hand = "nullptr", flags = typeFlags(type);
   if (type.standard.kind == Standard::ByHand) {
     std::string args = "(L3Call& call, const L3Type& type, void* value);\n", stem = type.full + "_standard";
-    w.out += "int l3Dec_" + stem + args + "int l3Enc_" + stem + args;
-    hand = w.object("L3Hand", "l3Dec_" + stem + ", l3Enc_" + stem + ", nullptr, nullptr");
+    tables.before += "int l3Dec_" + stem + args + "int l3Enc_" + stem + args;
+    hand = handOf(w, stem, "l3Dec_" + stem + ", l3Enc_" + stem + ", nullptr, nullptr");
   }
   if (type.standard.kind == Standard::Ends) flags += " | kL3EndsAnywhere";
-  w.out += format("static const L3Type standard_%s = {\"%s\", &file_%s, %s, %s, %s,\n  sizeof(%s), %zu, %d, %d, "
-                  "%s, %zu, %zu, %d, nullptr, nullptr, nullptr};\n\n",
-                  type.full.c_str(), names.c_str(), cName(fileStem(type)).c_str(), table.c_str(), message.c_str(),
-                  hand.c_str(), type.full.c_str(), rows.size(), type.place.line, (type.mBits + 7) / 8, flags.c_str(),
-                  type.full.size() - type.name.size(), encNameAt, type.mBits);
-  return w.out;
+  writeForm(w, flags, kNone, hand + ", nullptr, nullptr");
 }
 
 // Some of a type's rows, for rows that have no more of it in the standard's form.
-static std::string writeParts(const Type& type)
+static void writeParts(const Type& type, size_t firstRow, Tables& tables)
 {
-  std::string out;
   for (auto& [lo, hi] : type.parts)
-    out +=
-        format("extern const L3Type %s = {\"%s\", &file_%s, rows_%s + %u, nullptr, nullptr, sizeof(%s), %u, %d, 0, 0, "
-               "%zu, %zu, 0, nullptr, nullptr, nullptr};\n",
-               partName(type, {lo, hi}).c_str(), type.full.c_str(), cName(fileStem(type)).c_str(), type.full.c_str(),
-               lo - 1, type.full.c_str(), hi - lo + 1, type.place.line, type.full.size() - type.name.size(),
-               type.full.size() - type.name.size());
-  return out;
+    tables.types.push_back(writeDescriptor(tables, type, placeOf("L3Row", firstRow + lo - 1), hi - lo + 1,
+                                           "0, 0, 0, {0}, {0}, nullptr, nullptr, nullptr"));
 }
 
-static std::string writeType(const Model& model, const Type& type)
+static void writeType(const Model& model, const Type& type, Tables& tables)
 {
-  TableWriter w(model, type);
-  std::vector<const Row*> rows, options;
-  Row scalar = scalarRow(type);
-  for (auto& row : type.rows) {
-    bool mark = row.mark == Mark::Group || row.mark == Mark::EndRelease || row.mark == Mark::Padding;
-    if (!mark) (row.isIei() ? options : rows).push_back(&row);
-  }
-  bool number = type.kind == Kind::Enum || type.kind == Kind::Names;
-  if (number) rows = {&scalar};
-  std::string table = writeRows(w, "rows", rows);
-  writeRows(w, "options", options);
-  std::string message = writeMessage(w, options);
-  std::string hand = writeHand(w);
-  size_t nameAt = type.full.size() - type.name.size(), encNameAt = nameAt;
-  std::string names = type.full;
-  if (type.has("hyphen-encode")) {
-    encNameAt = type.full.size() + 1;
-    names += "\\0" + hyphens(type.name);
-  }
+  TableWriter w(model, type, tables);
+  std::string codes = writeHand(w) + ", " + direct(type, false) + ", " + direct(type, true);
   bool second = type.needsStandard();
-  if (second) w.out += writeStandard(model, type, names, encNameAt);
-  std::string standard = second ? "&standard_" + type.full : "nullptr";
-  w.out += format("extern const L3Type l3_%s = {\"%s\", &file_%s, %s, %s, %s,\n  sizeof(%s), %zu, %d, %d, "
-                  "%s, %zu, %zu, %d, %s, %s, %s};\n\n",
-                  type.full.c_str(), names.c_str(), cName(fileStem(type)).c_str(), table.c_str(), message.c_str(),
-                  hand.c_str(), type.full.c_str(), rows.size(), type.place.line, (type.mBits + 7) / 8,
-                  typeFlags(type).c_str(), nameAt, encNameAt, type.mBits, direct(type, false).c_str(),
-                  direct(type, true).c_str(), standard.c_str());
-  return w.out + writeParts(type);
+  size_t firstRow = writeForm(w, typeFlags(type), second ? typePlace("standard_" + type.full) : kNone, codes);
+  if (second) writeStandard(model, type, tables);
+  writeParts(type, firstRow, tables);
 }
 
-static std::string writeEnum(const Type& type)
+static void writeEnum(const Type& type, Tables& tables)
 {
   auto byName = type.values;
   std::sort(byName.begin(), byName.end());
@@ -255,42 +281,40 @@ static std::string writeEnum(const Type& type)
     }
     out += "};\n";
   }
-  out +=
-      format("extern const L3Enum l3enum_%s = {%s, %zu, %u, %d, %d, %d, %d, {", type.full.c_str(), table.c_str(),
-             byName.size(), type.bits, open || type.has("open-decode"), open || type.has("open-encode"), open, gapless);
-  for (uint32_t word : members) out += format("0x%08XU, ", word);
-  return out + "}, " + titles + "};\n";
+  tables.before += out;
+  std::string set = format("%s, %zu, %u, %d, %d, %d, %d, {", table.c_str(), byName.size(), type.bits,
+                           open || type.has("open-decode"), open || type.has("open-encode"), open, gapless);
+  for (uint32_t word : members) set += format("0x%08XU, ", word);
+  tables.enums.push_back(set + "}, " + titles);
 }
 
-static std::string writeSource(const std::string& stem)
+static std::string braced(const std::vector<std::string>& items, bool numbers = false)
 {
-  return "static constexpr L3Module file_" + cName(stem) + " = {\"" + stem + "Dec\", \"" + stem + "Enc\"};\n";
+  std::string out = "{";
+  for (auto& item : items) out += numbers ? item + "," : "\n  {" + item + "},";
+  return out + "}";
 }
 
-static std::string writeSizes(const Sizes& sizes)
+std::string writeTables(Model& model)
 {
-  std::string out = "extern const uint8_t sizes_" + sizes.full + "[] = {";
-  for (unsigned value : sizes.values) out += std::to_string(value) + ", ";
-  return out + "};\n";
-}
-
-std::string writeTables(Model& model, const Module& module)
-{
-  std::string out = "// Descriptor tables of module " + module.name + ". Generated; change the definitions instead.\n";
-  out += "#include <cstddef>\n\n#include \"L3Descriptors.h\"\n#include \"velnor3gpp/" + module.stem + ".h\"\n\n";
-  // Error records name the definition file, so that their lines lead to a row.
-  std::set<std::string> stems;
+  Tables tables;
   for (auto& type : model.types)
-    if (type->module == &module && stems.insert(fileStem(*type)).second) out += writeSource(fileStem(*type));
-  for (auto& sizes : model.sizes)
-    if (sizes->module == &module) out += writeSizes(*sizes);
-  out += "\n";
-  for (auto& type : model.types)
-    if (type->module == &module && !type->values.empty()) out += writeEnum(*type);
-  out += "\n";
-  for (auto& type : model.types)
-    if (type->module == &module) out += writeType(model, *type);
-  return out;
+    if (!type->values.empty()) writeEnum(*type, tables);
+  for (auto& type : model.types) writeType(model, *type, tables);
+  std::string out = "// Descriptor tables of all types. Generated; change the definitions instead.\n"
+                    "#include <cstddef>\n\n#include \"L3Descriptors.h\"\n";
+  for (auto& module : model.modules) out += "#include \"velnor3gpp/" + module->stem + ".h\"\n";
+  out += "\n" + tables.before + "\nextern const L3Enum l3AllEnums[] = " + braced(tables.enums) +
+         ";\n\nstruct L3Tables {\n  char none[8]; // no place is 0\n";
+  for (auto& [kind, all] : tables.kinds)
+    out += format("  %s all_%s[%zu];\n", kind.c_str(), kind.c_str(), all.items.size());
+  out += format("  char all_char[%zu];\n};\n\n", tables.names.size + 1) +
+         "#define AT(kind, number) {static_cast<int32_t>(offsetof(L3Tables, all_##kind) + (number) * sizeof(kind))}\n"
+         "#define TYPE(name) {static_cast<int32_t>(kL3At_##name * sizeof(L3Type))}\n"
+         "#define ENUM(name) {static_cast<int32_t>(kL3EnumAt_##name * sizeof(L3Enum))}\n\n"
+         "extern const L3Tables l3Tables = {{},\n";
+  for (auto& [kind, all] : tables.kinds) out += "// " + kind + "\n" + braced(all.items, kind == "uint8_t") + ",\n";
+  return out + tables.names.out + "};\n\nextern const L3Type l3AllTypes[] = " + braced(tables.types) + ";\n";
 }
 
 } // namespace l3gen

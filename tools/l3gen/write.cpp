@@ -6,6 +6,7 @@
 
 #include "direct.h"
 #include "header.h"
+#include "tables.h"
 
 namespace l3gen {
 
@@ -179,11 +180,8 @@ static std::string writeSetters(const Type& type, const Row& bodyRow)
   const char* end = type.has("setters-return") ? " return pdu;" : "";
   for (auto& row : bodyRow.what.alternatives) {
     const char* message = !row.what.type ? "nullptr" : row.inlined ? "&msg" : "msg";
-    out +=
-        body(setterLine(type, bodyRow, row),
-             format("(void)pctxt; l3SetBody(l3_%s, pdu, static_cast<const L3Body*>(l3_%s.rows[%zu].info)->rows[%zu], "
-                    "%s);%s",
-                    f, f, place, i++, message, end));
+    out += body(setterLine(type, bodyRow, row),
+                format("(void)pctxt; l3SetBodyOf(l3_%s, pdu, %zu, %zu, %s);%s", f, place, i++, message, end));
   }
   return out;
 }
@@ -271,21 +269,6 @@ static std::string clauseText(const Type& type)
   return type.module->spec + ", " + clause;
 }
 
-// Every text once, each behind the end of the one before it.
-struct TextTable {
-  std::map<std::string, size_t> places = {{"", 0}};
-  std::string out = "\"\\0\"";
-  size_t size = 1;
-  size_t place(const std::string& text)
-  {
-    auto [at, fresh] = places.emplace(text, size);
-    if (!fresh) return at->second;
-    out += "\n  \"" + text + "\\0\"";
-    size += text.size() + 1;
-    return at->second;
-  }
-};
-
 // The types that callers know, sorted by name.
 static std::vector<const Type*> knownTypes(const Model& model)
 {
@@ -300,21 +283,21 @@ std::string writeTypeFacts(Model& model)
 {
   std::vector<const Type*> types = knownTypes(model);
   TextTable texts;
-  std::string rows, pointers;
+  std::string rows, places;
   for (auto* type : types) {
-    size_t title = texts.place(type->title), clause = texts.place(clauseText(*type));
-    size_t module = texts.place(type->module->name);
+    size_t title = texts.place({type->title}), clause = texts.place({clauseText(*type)});
+    size_t module = texts.place({type->module->name});
     rows += format("  {%zu, %zu, %zu, %d, %d, %d, %d},\n", title, clause, module, type->msgType,
                    directionNumber(type->direction), hasDecoder(*type), hasEncoder(*type));
-    pointers += "  &l3_" + type->full + ",\n";
+    places += format("  {kL3At_%s * sizeof(L3Type)},\n", type->full.c_str());
   }
   if (types.empty()) {
     rows = "  {0, 0, 0, -1, 0, 0, 0},\n";
-    pointers = "  nullptr,\n";
+    places = "  {0},\n";
   }
   return "// What is known of all types, sorted by name. Generated; change the definitions instead.\n"
-         "#include \"L3Descriptors.h\"\n\nextern const L3Type* const l3Types[] = {\n" +
-         pointers + "};\nextern const L3Facts l3TypeFacts[] = {\n" + rows +
+         "#include \"L3Descriptors.h\"\n\nextern const L3At<L3Type> l3Types[] = {\n" +
+         places + "};\nextern const L3Facts l3TypeFacts[] = {\n" + rows +
          "};\nextern const char l3FactText[] = " + texts.out +
          format(";\nextern const size_t l3KnownTypes = %zu;\n", types.size());
 }
@@ -332,23 +315,31 @@ std::string writeTypeTable(Model& model)
 
 std::string writeDescriptors(Model& model)
 {
-  std::string out = "// Descriptors of all types. Generated; change the definitions instead.\n#pragma once\n";
-  out += "#include \"rt3gppsrc/engine/l3Types.h\"\n\n";
+  std::string out;
+  size_t types = 1, enums = 1; // as they stand in the tables, where the first is none
   for (auto& type : model.types) {
-    out += "extern const L3Type l3_" + type->full + ";\n";
-    for (auto& [lo, hi] : type->parts)
-      out += format("extern const L3Type l3part%u_%u_%s;\n", lo, hi, type->full.c_str());
     const char* f = type->full.c_str();
+    out += format("inline constexpr int32_t kL3At_%s = %zu;\n", f, types);
+    out += format("inline constexpr const L3Type& l3_%s = l3AllTypes[%zu];\n", f, types++);
+    if (type->needsStandard()) out += format("inline constexpr int32_t kL3At_standard_%s = %zu;\n", f, types++);
+    for (auto& part : type->parts)
+      out += format("inline constexpr int32_t kL3At_%s = %zu;\n", partName(*type, {part.first, part.second}).c_str(),
+                    types++);
     bool direct = hasDirect(*type) || type->directByHand;
     if (direct) out += format("size_t l3DirectDec_%s(const L3Source& in, size_t pos, size_t end, void* record);\n", f);
     if (direct) out += format("size_t l3DirectEnc_%s(L3Sink& out, size_t pos, void* record);\n", f);
     if (hasBodyDirect(*type))
       out += format("size_t l3DirectDecBody_%s(const L3Source& in, size_t pos, size_t end, void* record);\n", f);
     if (hasBodyDirect(*type)) out += format("size_t l3DirectEncBody_%s(L3Sink& out, size_t pos, void* record);\n", f);
-    if (!type->values.empty()) out += "extern const L3Enum l3enum_" + type->full + ";\n";
+    if (type->values.empty()) continue;
+    out += format("inline constexpr int32_t kL3EnumAt_%s = %zu;\n", f, enums);
+    out += format("inline constexpr const L3Enum& l3enum_%s = l3AllEnums[%zu];\n", f, enums++);
   }
-  for (auto& sizes : model.sizes) out += "extern const uint8_t sizes_" + sizes->full + "[];\n";
-  return out;
+  return "// Descriptors of all types. Generated; change the definitions instead.\n#pragma once\n"
+         "#include \"rt3gppsrc/engine/l3Types.h\"\n\n" +
+         format("L3_WITHIN extern const L3Type l3AllTypes[%zu];\nL3_WITHIN extern const L3Enum l3AllEnums[%zu];\n",
+                types, enums) +
+         out;
 }
 
 } // namespace l3gen
