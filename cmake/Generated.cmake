@@ -18,6 +18,7 @@ set(VELNOR_GENERATED ${VELNOR_GENERATED_DIR}/src/L3Tables.cpp ${VELNOR_GENERATED
     ${VELNOR_GENERATED_DIR}/src/L3TypeFacts.cpp)
 set(VELNOR_GENERATED_HEADERS "")
 set(stems "")
+set(jumps "")
 foreach(definition IN LISTS VELNOR_DEFINITIONS)
   file(STRINGS ${definition} lines REGEX "^module ")
   foreach(line IN LISTS lines)
@@ -28,9 +29,12 @@ foreach(definition IN LISTS VELNOR_DEFINITIONS)
 endforeach()
 list(REMOVE_DUPLICATES stems)
 foreach(stem IN LISTS stems)
+  list(APPEND jumps ${VELNOR_GENERATED_DIR}/src/${stem}.cpp)
   list(APPEND VELNOR_GENERATED ${VELNOR_GENERATED_DIR}/src/${stem}Dec.cpp ${VELNOR_GENERATED_DIR}/src/${stem}Enc.cpp)
   list(APPEND VELNOR_GENERATED_HEADERS ${VELNOR_GENERATED_DIR}/include/velnor3gpp/${stem}.h)
 endforeach()
+
+list(APPEND VELNOR_GENERATED ${jumps})
 
 # The stamp tells that l3gen ran; the files themselves change only when their content does.
 add_custom_command(
@@ -46,3 +50,6 @@ if(VELNOR_TESTS_SHARED OR (VELNOR_SANITIZE AND NOT VELNOR_FUZZ))
   list(APPEND options -O0) # compiled over and over, or for one run of the tests
 endif()
 set_source_files_properties(${VELNOR_GENERATED} PROPERTIES COMPILE_OPTIONS "${options}")
+# Where they are jumps indeed, the functions that only hand on never stand on the stack.
+set_property(SOURCE ${jumps} APPEND PROPERTY COMPILE_OPTIONS
+             "$<$<CONFIG:Release>:-Os;-fno-asynchronous-unwind-tables;-fno-unwind-tables>")

@@ -20,7 +20,7 @@ static std::string written(const std::string& path)
   }
   if (!model.refusals.empty()) return text;
   for (auto& module : model.modules) {
-    text += l3gen::writeHeader(model, *module);
+    text += l3gen::writeHeader(model, *module) + l3gen::writeJumps(model, *module);
     text += l3gen::writeCoders(model, *module, false) + l3gen::writeCoders(model, *module, true);
   }
   return text + l3gen::writeTables(model) + l3gen::writeTypeTable(model) + l3gen::writeDescriptors(model);

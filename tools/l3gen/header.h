@@ -41,4 +41,15 @@ std::string decoderWords(const Type& type);
 std::string encoderWords(const Type& type);
 std::string initialiserWords();
 
+// operations.cpp: the signatures of the exported functions.
+std::string decoderLine(const Type& type);
+std::string encoderLine(const Type& type);
+std::string printerLine(const Type& type);
+std::string initLine(const Type& type);
+std::string sampleLine(const Type& type);
+std::string setterLine(const Type& type, const Row& body, const Row& row);
+// Are there such as take a pointer to the value and no more?
+bool hasDecoder(const Type& type);
+bool hasEncoder(const Type& type);
+
 } // namespace l3gen

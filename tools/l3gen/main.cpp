@@ -32,6 +32,7 @@ static bool writeAll(l3gen::Model& model, const fs::path& dir)
   l3gen::layOutOctets(model);
   for (auto& module : model.modules) {
     ok &= writeIfChanged(headers / (module->stem + ".h"), l3gen::writeHeader(model, *module));
+    ok &= writeIfChanged(sources / (module->stem + ".cpp"), l3gen::writeJumps(model, *module));
     ok &= writeIfChanged(sources / (module->stem + "Dec.cpp"), l3gen::writeCoders(model, *module, false));
     ok &= writeIfChanged(sources / (module->stem + "Enc.cpp"), l3gen::writeCoders(model, *module, true));
   }

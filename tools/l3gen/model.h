@@ -318,6 +318,7 @@ void layOutOctets(Model& model);
 std::string writeHeader(Model& model, const Module& module);
 std::string writeTables(Model& model);
 std::string writeCoders(Model& model, const Module& module, bool encoder);
+std::string writeJumps(Model& model, const Module& module);
 std::string writeTypeTable(Model& model);
 std::string writeTypeFacts(Model& model);
 std::string writeDescriptors(Model& model);

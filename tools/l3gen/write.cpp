@@ -1,4 +1,4 @@
-// Writing of headers, of the exported one-line functions and of the table of all types.
+// Writing of headers and of the table of all types.
 #include <algorithm>
 #include <functional>
 #include <map>
@@ -9,83 +9,6 @@
 #include "tables.h"
 
 namespace l3gen {
-
-static bool isNumber(const Type& type)
-{
-  return scalarOf(type).has_value();
-}
-
-// Is an operation of this kind ("decode", "encode", "print", "init", "sample") exported?
-bool exports(const Type& type, const char* kind)
-{
-  std::string k = kind;
-  if (type.part) return false;
-  if (k == "decode") return !type.has("no-decoder");
-  if (k == "encode") return !type.has("no-encoder");
-  if (k == "print") return !type.has("no-printer");
-  if (k == "init") return type.has("init") || (needsInit(type) && !type.has("no-init"));
-  return type.has("sample") || !type.has("no-sample");
-}
-
-static bool isArray(const Type& type)
-{
-  if (type.kind == Kind::Text) return type.rows[0].what.kind == WhatKind::Chars;
-  if (type.kind != Kind::Bare || type.rows.back().often.end != kL3NoList) return false;
-  const What& what = type.rows.back().what;
-  if (what.kind == WhatKind::Type) return isArray(*what.type);
-  return (what.kind == WhatKind::Octets || what.kind == WhatKind::BitString) && what.from == kL3Fixed;
-}
-
-static bool byHandArguments(const Type& type)
-{
-  return type.has("octets-argument") || type.has("spare-argument");
-}
-
-static std::string decoderLine(const Type& type)
-{
-  const char* f = type.full.c_str();
-  if (type.has("spare-argument"))
-    return format("int NASDec_%s(RtxContext* pctxt, %s* pvalue, size_t octets, uint8_t spareBits)", f, f);
-  if (type.counted) return format("int NASDec_%s(RtxContext* pctxt, %s* pvalue, size_t count)", f, f);
-  if (isArray(type) && byHandArguments(type))
-    return format("int NASDec_%s(RtxContext* pctxt, char* dest, size_t octets)", f);
-  if (byHandArguments(type)) return format("int NASDec_%s(RtxContext* pctxt, %s* pvalue, size_t octets)", f, f);
-  return format("int NASDec_%s(RtxContext* pctxt, %s* pvalue)", f, f);
-}
-
-static std::string encoderLine(const Type& type)
-{
-  const char* f = type.full.c_str();
-  if (type.kind == Kind::Text) return format("int NASEnc_%s(RtxContext* pctxt, const char* value)", f);
-  bool byValue = isNumber(type) || isArray(type);
-  return byValue ? format("int NASEnc_%s(RtxContext* pctxt, %s value)", f, f)
-                 : format("int NASEnc_%s(RtxContext* pctxt, %s* pvalue)", f, f);
-}
-
-static std::string printerLine(const Type& type)
-{
-  return format("int asn1PrtToStrm_%s%s(RtxContext* pctxt, const char* name, const %s* pvalue)", type.full.c_str(),
-                type.has("null-suffix") ? "_" : "", type.full.c_str());
-}
-
-static std::string initLine(const Type& type)
-{
-  return format("int asn1Init_%s(%s* pvalue)", type.full.c_str(), type.full.c_str());
-}
-
-static std::string sampleLine(const Type& type)
-{
-  return format("%s* asn1Test_%s(RtxContext* pctxt)", type.full.c_str(), type.full.c_str());
-}
-
-static std::string setterLine(const Type& type, const Row& body, const Row& row)
-{
-  std::string second = &body == bodiesOf(type)[0] ? "" : body.name + "_";
-  std::string message = row.what.type ? ", " + row.what.type->full + (row.inlined ? " msg" : "* msg") : "";
-  std::string gives = type.has("setters-return") ? type.full + "*" : "void";
-  return format("%s asn1SetTC_%s_%sobj_%s(RtxContext* pctxt, %s* pdu%s)", gives.c_str(), type.full.c_str(),
-                second.c_str(), row.name.c_str(), type.full.c_str(), message.c_str());
-}
 
 static std::string writePrototypes(const Type& type)
 {
@@ -144,96 +67,6 @@ std::string writeHeader(Model& model, const Module& module)
   for (auto* type : inDependencyOrder(model, module)) out += writeDefinition(*type) + "\n";
   for (auto* type : inDependencyOrder(model, module)) out += writePrototypes(*type);
   return out + "\nVELNOR_END_DECLS\n\n#endif\n";
-}
-
-static std::string body(const std::string& line, const std::string& code)
-{
-  return "extern \"C\" " + line + " { " + code + " }\n";
-}
-
-static std::string operand(const Type& type)
-{
-  if (isArray(type)) return "value";
-  return isNumber(type) ? "&value" : "pvalue";
-}
-
-static std::string writeEnumFunctions(const Type& type)
-{
-  const char* f = type.full.c_str();
-  std::string out =
-      body(format("const char* %s_ToString(int32_t value)", f), format("return l3EnumName(l3enum_%s, value);", f));
-  out += body(format("int %s_ToEnum(RtxContext* pctxt, const char* name, %s* pvalue)", f, f),
-              format("return %s_ToEnum2(pctxt, name, rtxUTF8LenBytes(name), pvalue);", f));
-  out += body(
-      format("int %s_ToEnum2(RtxContext* pctxt, const char* name, size_t namelen, %s* pvalue)", f, f),
-      format("int value; int status = l3EnumValue(pctxt, l3_%s, l3enum_%s, name, namelen, value); if (status >= 0) "
-             "*pvalue = static_cast<%s>(value); return status;",
-             f, f, f));
-  return out;
-}
-
-static std::string writeSetters(const Type& type, const Row& bodyRow)
-{
-  std::string out;
-  const char* f = type.full.c_str();
-  size_t place = static_cast<size_t>(&bodyRow - type.rows.data()), i = 0;
-  const char* end = type.has("setters-return") ? " return pdu;" : "";
-  for (auto& row : bodyRow.what.alternatives) {
-    const char* message = !row.what.type ? "nullptr" : row.inlined ? "&msg" : "msg";
-    out += body(setterLine(type, bodyRow, row),
-                format("(void)pctxt; l3SetBodyOf(l3_%s, pdu, %zu, %zu, %s);%s", f, place, i++, message, end));
-  }
-  return out;
-}
-
-static std::string writeOthers(const Type& type)
-{
-  const char* f = type.full.c_str();
-  std::string out;
-  if (exports(type, "print")) out += body(printerLine(type), format("return l3Print(pctxt, l3_%s, name, pvalue);", f));
-  if (exports(type, "init")) out += body(initLine(type), format("return l3Init(l3_%s, pvalue);", f));
-  if (exports(type, "sample"))
-    out += body(sampleLine(type), format("return static_cast<%s*>(l3Sample(pctxt, l3_%s));", f, f));
-  for (auto* row : bodiesOf(type)) out += writeSetters(type, *row);
-  if (type.kind == Kind::Enum) out += writeEnumFunctions(type);
-  return out;
-}
-
-std::string writeCoders(Model& model, const Module& module, bool encoder)
-{
-  std::string out = std::string("// Exported ") +
-                    (encoder ? "encoders" : "decoders, printers, initialisers, samples and setters") + " of module " +
-                    module.name + ". Generated; change the definitions instead.\n";
-  out += "#include \"L3Descriptors.h\"\n#include \"rt3gppsrc/engine/l3Direct.h\"\n#include "
-         "\"rt3gppsrc/engine/l3Engine.h\"\n#include \"rt3gppsrc/engine/l3Enum.h\"\n#include \"velnor3gpp/" +
-         module.stem + ".h\"\n#include \"velnor3gpp/rtxStrings.h\"\n\n";
-  out += writeDirect(model, module, encoder);
-  for (auto& type : model.types) {
-    if (type->module != &module) continue;
-    const char* f = type->full.c_str();
-    bool hand = byHandArguments(*type);
-    if (!encoder && type->counted && exports(*type, "decode"))
-      out += body(decoderLine(*type), format("return l3DecodeCounted(pctxt, l3_%s, pvalue, count);", f));
-    if (encoder && exports(*type, "encode") && type->kind == Kind::Text)
-      out += isArray(*type) ? body(encoderLine(*type), format("return l3EncodeText(pctxt, l3_%s, value);", f))
-                            : body(encoderLine(*type), format("return l3Encode(pctxt, l3_%s, &value);", f));
-    else if (encoder && exports(*type, "encode"))
-      out += body(encoderLine(*type), format("return l3Encode(pctxt, l3_%s, %s);", f, operand(*type).c_str()));
-    if (!encoder && !hand && !type->counted && exports(*type, "decode"))
-      out += body(decoderLine(*type), format("return l3Decode(pctxt, l3_%s, pvalue);", f));
-    if (!encoder) out += writeOthers(*type);
-  }
-  return out;
-}
-
-static bool hasDecoder(const Type& type)
-{
-  return !byHandArguments(type) && !type.counted && exports(type, "decode");
-}
-
-static bool hasEncoder(const Type& type)
-{
-  return !byHandArguments(type) && exports(type, "encode");
 }
 
 static std::string tableEntry(const Type& type)
