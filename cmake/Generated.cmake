@@ -50,6 +50,9 @@ if(VELNOR_TESTS_SHARED OR (VELNOR_SANITIZE AND NOT VELNOR_FUZZ))
   list(APPEND options -O0) # compiled over and over, or for one run of the tests
 endif()
 set_source_files_properties(${VELNOR_GENERATED} PROPERTIES COMPILE_OPTIONS "${options}")
+# Straight code gains nothing by -O3 or by places that are even: 98 KB less, at 0.1 to 1.1 % more instructions.
+set_property(SOURCE ${VELNOR_GENERATED} APPEND PROPERTY COMPILE_OPTIONS
+             "$<$<CONFIG:Release>:-O2;-falign-functions=1;-falign-jumps=1;-falign-loops=1;-falign-labels=1>")
 # Where they are jumps indeed, the functions that only hand on never stand on the stack.
 set_property(SOURCE ${jumps} APPEND PROPERTY COMPILE_OPTIONS
              "$<$<CONFIG:Release>:-Os;-fno-asynchronous-unwind-tables;-fno-unwind-tables>")
