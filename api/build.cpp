@@ -230,7 +230,7 @@ static int takeAlternative(velnor3gpp_Session& session, Frame& frame, const char
   return unknownKey(session, frame, key, length);
 }
 
-static const L3Row kNoContent = {{},        {}, {}, {}, 0, 0, 0, 0, kL3NoBit, kL3NoBit, kL3Nothing, 0, kL3GivenAlways,
+static const L3Row kNoContent = {{},        {}, {}, {}, 0, 0, kL3NoBit, kL3NoBit, kL3Nothing, 0, kL3GivenAlways,
                                  kL3NoLead, 0,  0,  0,  0};
 
 // The message's type and discriminator are set with it: they tell nothing that its name does not.

@@ -84,7 +84,8 @@ static void clearNumbers(const L3Type& type, uint8_t* record)
 {
   for (const L3Row* row = type.rows; row < type.rows + type.rowCount; ++row) {
     if (row->op == kL3Record && !l3IsBare(*row->type)) clearNumbers(*row->type, record + row->offset);
-    if (row->op <= kL3Enumerated) l3Store(record + row->offset, row->store, row->flags & kL3Ranged ? row->lo : 0);
+    if (row->op > kL3Enumerated) continue;
+    l3Store(record + row->offset, row->store, row->flags & kL3Ranged ? l3RangeOf(*row).lo : 0);
   }
 }
 

@@ -127,8 +127,7 @@ private:
       const L3Enum& set = *static_cast<const L3Enum*>(row.info);
       return set.rows ? uint32_t(set.table[value % set.rows].value) : value;
     }
-    bool outside = row.flags & kL3Ranged && (value < row.lo || value > row.hi);
-    return outside ? row.lo : value;
+    return l3IsOutside(row, value) ? l3RangeOf(row).lo : value;
   }
 
   // A null pointer has a count all the same.

@@ -60,8 +60,8 @@ struct TestRow : L3Row {
   TestRow& in(uint32_t low, uint32_t high)
   {
     flags |= kL3Ranged;
-    lo = low;
-    hi = high;
+    L3Range range = {low, high};
+    info = {placeOf(&range)};
     return *this;
   }
 };

@@ -85,7 +85,7 @@ static int decScalar(L3Call& call, const L3Type& type, const L3Row& row, uint8_t
   }
   if (row.flags & kL3Ranged) {
     uint64_t value = l3Load(member, row.store);
-    if (value < row.lo || value > row.hi) l3NoteRange(call, moduleOf(type), row.line, value);
+    if (l3IsOutside(row, value)) l3NoteRange(call, moduleOf(type), row.line, value);
   }
   return status;
 }

@@ -36,7 +36,7 @@ static int encEnumerated(L3Call& call, const L3Type& leaf, const L3Row& row, uin
 
 static int encNumber(L3Call& call, const L3Type& leaf, const L3Row& row, uint64_t value, bool& reported)
 {
-  bool ranged = row.flags & kL3Ranged && (value < row.lo || value > row.hi) && !l3TakesAll(call);
+  bool ranged = l3IsOutside(row, value) && !l3TakesAll(call);
   bool narrow = row.op == kL3UInt && row.bits < row.store * 8U && value >> row.bits;
   reported = ranged || narrow;
   if (reported) return l3FailRange(call, moduleOf(leaf), row.type ? leaf.line : row.line, value);

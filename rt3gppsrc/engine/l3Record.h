@@ -61,6 +61,17 @@ inline void l3SetBit(void* record, uint16_t bit)
       static_cast<uint8_t>(static_cast<uint8_t*>(record)[bit >> 3] | (1U << (bit & 7)));
 }
 
+inline const L3Range& l3RangeOf(const L3Row& row)
+{
+  return *static_cast<const L3Range*>(row.info);
+}
+
+// Is the value outside the range that the row may have?
+inline bool l3IsOutside(const L3Row& row, uint64_t value)
+{
+  return row.flags & kL3Ranged && (value < l3RangeOf(row).lo || value > l3RangeOf(row).hi);
+}
+
 // An integer member of 1, 2, 4 or 8 octets.
 inline uint64_t l3Load(const uint8_t* member, uint8_t store)
 {

@@ -54,7 +54,7 @@ static bool canHold(const L3SampleRecord& sample, const L3Field& field, uint64_t
   const L3Row* row = findRow(sample.type, field);
   if (!row) return true;
   if (row->op == kL3Length) return false;
-  if (row->flags & kL3Ranged && (value < row->lo || value > row->hi)) return false;
+  if (l3IsOutside(*row, value)) return false;
   return row->op != kL3Enumerated || isMember(*static_cast<const L3Enum*>(row->info), value);
 }
 
@@ -70,7 +70,7 @@ uint64_t l3SampleValue(const L3Row& row)
     if (isMember(set, 1) || !set.rows) return 1;
     return static_cast<uint32_t>(set.table[set.table[0].transformedIdx].value);
   }
-  if (row.flags & kL3Ranged) return row.lo;
+  if (row.flags & kL3Ranged) return l3RangeOf(row).lo;
   return startsWithSpare(row.name) ? 0 : 1;
 }
 

@@ -96,7 +96,7 @@ enum L3RowFlags : uint8_t {
   kL3ExtLast = 0x01,   // last row of an extension-bit group: further octets of the group are dropped
   kL3ExtList = 0x02,   // the element reads and writes its own extension bits (a while-ext list)
   kL3InRelease = 0x04, // belongs to the release group opened before it
-  kL3Ranged = 0x08,    // lo..hi holds an explicit range
+  kL3Ranged = 0x08,    // an integer with a range; info: L3Range
   kL3Wide = 0x10,      // octets are 16-bit characters, which print as such
   kL3LH = 0x20,        // the bits are relative to the padding: 0 is L, 1 is H
   kL3OwnKey = 0x40,    // the name is another element's; what tells it from that one stands behind the name's end
@@ -108,7 +108,6 @@ struct L3Row {
   L3Info info;       // by op
   L3At<L3Cond> cond; // kL3GivenIf, kL3GivenWhen
   uint32_t offset;   // of the member from the record's start
-  uint32_t lo, hi;   // kL3Ranged: integers
   uint16_t line;     // in the definition file
   uint16_t mBit;     // presence bit, or kL3NoBit
   uint16_t groupBit; // bit of the extension or release group, or kL3NoBit
@@ -120,6 +119,10 @@ struct L3Row {
   uint8_t store; // octets of the member of integers
   uint8_t flags;
   uint8_t nameLength; // characters of the name
+};
+
+struct L3Range {
+  uint32_t lo, hi;
 };
 
 struct L3Octets {
@@ -143,6 +146,7 @@ struct L3BitString {
 
 // The bit that is repeated, as an octet: all zeros, all ones, or with byPosition the bits at their place in the octet.
 struct L3Unary {
+  L3Range range; // comes first: ranges of all integers are found alike
   uint8_t pattern;
   uint8_t byPosition;
 };
@@ -361,9 +365,9 @@ struct L3TypeEntry {
 
 // What people ask of a type, parallel to l3TypeTable. Texts are places in l3FactText, so that they need no relocation.
 struct L3Facts {
-  uint32_t title;        // the standard's name, or an empty text
-  uint32_t clause;       // "TS 24.501, 8.2.6"
-  uint32_t module;       // "TS24501Msg"
+  uint16_t title;        // the standard's name, or an empty text
+  uint16_t clause;       // "TS 24.501, 8.2.6"
+  uint16_t module;       // "TS24501Msg"
   int16_t msgType;       // of a message, or -1
   uint8_t direction;     // of a message: 1 up, 2 down, 0 either or not told
   bool decodes, encodes; // has exported operations

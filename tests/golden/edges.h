@@ -27,7 +27,8 @@ struct EdgeWalk {
     uint64_t count = 0;
     if (done) return false;
     if (row.op == kL3UInt || row.op == kL3Enumerated) {
-      if (take(row.flags & kL3Ranged, row.lo, row.hi, count)) l3Store(member, row.store, count);
+      const L3Range range = row.flags & kL3Ranged ? l3RangeOf(row) : L3Range{};
+      if (take(row.flags & kL3Ranged, range.lo, range.hi, count)) l3Store(member, row.store, count);
     } else if (row.op == kL3Octets) {
       const L3Octets& info = *static_cast<const L3Octets*>(row.info);
       if (take(info.ranged, info.lo, info.hi, count) && count <= kMost) octets(info, member, count);

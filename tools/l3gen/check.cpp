@@ -57,7 +57,8 @@ static void checkRange(const Row& row)
   if (!row.range) return;
   bool string = row.what.kind == WhatKind::Octets || row.what.kind == WhatKind::Text;
   auto scalar = scalarOf(row.what);
-  if (!string && !scalar && row.mark != Mark::Length) refuse(row.place, "'in' has nothing to test here");
+  bool number = scalar && !scalar->named;
+  if (!string && !number && row.mark != Mark::Length) refuse(row.place, "'in' has nothing to test here");
   unsigned bits = row.mark == Mark::Length ? row.number : scalar ? scalar->bits : 32;
   if (string && row.what.from == kL3OwnLength) bits = row.what.bits;
   if (bits < 32 && row.range->hi >> bits)

@@ -187,18 +187,15 @@ struct Coded {
   std::optional<Range> range;
 };
 
-static std::string unaryInfo(TableWriter& w, const What& what)
+static std::string unaryInfo(TableWriter& w, const What& what, const std::optional<Range>& range)
 {
   const What& counted = what.type ? what.type->rows[0].what : what;
-  if (counted.type) return unaryInfo(w, counted);
-  switch (counted.repeated) {
-    case 'L':
-      return w.object("L3Unary", "0x2B, 1");
-    case 'H':
-      return w.object("L3Unary", "0xD4, 1");
-    default:
-      return w.object("L3Unary", counted.repeated == '1' ? "0xFF, 0" : "0x00, 0");
-  }
+  if (counted.type) return unaryInfo(w, counted, range);
+  const char* pattern = "0x00, 0";
+  if (counted.repeated == 'L') pattern = "0x2B, 1";
+  if (counted.repeated == 'H') pattern = "0xD4, 1";
+  if (counted.repeated == '1') pattern = "0xFF, 0";
+  return w.object("L3Unary", "{" + limits(range) + "}, " + pattern);
 }
 
 static void codeScalar(TableWriter& w, const Row& row, Coded& c)
@@ -211,7 +208,9 @@ static void codeScalar(TableWriter& w, const Row& row, Coded& c)
   c.range = row.range ? row.range : scalar.range;
   if (scalar.kind == WhatKind::Unary) {
     c.op = "kL3Unary";
-    c.info = unaryInfo(w, row.what);
+    c.info = unaryInfo(w, row.what, c.range);
+  } else if (c.range) {
+    c.info = w.object("L3Range", limits(c.range));
   }
   if (!scalar.named) return;
   c.op = "kL3Enumerated";
@@ -333,10 +332,10 @@ std::string rowInit(TableWriter& w, const Row& row, const std::string& path)
   if (hasOwnKey(row)) names.push_back(row.member);
   std::string name = isNamed(row) ? w.tables.text(names) : kNone;
   size_t nameLength = isNamed(row) ? row.name.size() : 0;
-  return format("%s, %s, %s, %s, %s, %s, %d, %s, %s, %s, %d, %s, %s, %u, %u, %s, %zu", name.c_str(), c.type.c_str(),
-                c.info.c_str(), cond.c_str(), c.offset.c_str(), limits(c.range).c_str(), row.place.line,
-                bit(row.mBit).c_str(), bit(row.groupBit).c_str(), c.op, row.room, l3Traits(row.given).symbol,
-                l3Traits(row.lead).symbol, c.bits, c.store, rowFlags(row, c).c_str(), nameLength);
+  return format("%s, %s, %s, %s, %s, %d, %s, %s, %s, %d, %s, %s, %u, %u, %s, %zu", name.c_str(), c.type.c_str(),
+                c.info.c_str(), cond.c_str(), c.offset.c_str(), row.place.line, bit(row.mBit).c_str(),
+                bit(row.groupBit).c_str(), c.op, row.room, l3Traits(row.given).symbol, l3Traits(row.lead).symbol,
+                c.bits, c.store, rowFlags(row, c).c_str(), nameLength);
 }
 
 } // namespace l3gen
