@@ -51,8 +51,9 @@ if(VELNOR_TESTS_SHARED OR (VELNOR_SANITIZE AND NOT VELNOR_FUZZ))
 endif()
 set_source_files_properties(${VELNOR_GENERATED} PROPERTIES COMPILE_OPTIONS "${options}")
 # Straight code gains nothing by -O3 or by places that are even: 98 KB less, at 0.1 to 1.1 % more instructions.
+set(places -falign-functions=1 -falign-jumps=1 -falign-loops=1 -falign-labels=1)
 set_property(SOURCE ${VELNOR_GENERATED} APPEND PROPERTY COMPILE_OPTIONS
-             "$<$<CONFIG:Release>:-O2;-falign-functions=1;-falign-jumps=1;-falign-loops=1;-falign-labels=1>")
+             $<$<NOT:$<CONFIG:Debug>>:-O2> "$<$<AND:$<NOT:$<CONFIG:Debug>>,$<CXX_COMPILER_ID:GNU>>:${places}>")
 # Where they are jumps indeed, the functions that only hand on never stand on the stack.
 set_property(SOURCE ${jumps} APPEND PROPERTY COMPILE_OPTIONS
-             "$<$<CONFIG:Release>:-Os;-fno-asynchronous-unwind-tables;-fno-unwind-tables>")
+             "$<$<NOT:$<CONFIG:Debug>>:-Os;-fno-asynchronous-unwind-tables;-fno-unwind-tables>")
