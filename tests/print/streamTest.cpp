@@ -107,7 +107,8 @@ TEST_F(HexDump, LooksTheSameOnEveryTarget)
   Texts texts = textsOf("dumps.txt");
   const std::pair<size_t, size_t> dumps[] = {{0, 1},  {1, 1},  {16, 1}, {17, 1},  {18, 1}, {6, 2},
                                              {16, 3}, {16, 4}, {16, 0}, {16, 17}, {10, 8}};
-  for (auto [octets, unit] : dumps) {
+  for (auto& dump : dumps) {
+    const size_t octets = dump.first, unit = dump.second; // a lambda of clang 14 takes no part of a binding
     std::string expected = texts[std::to_string(octets) + " octets by " + std::to_string(unit)];
     EXPECT_EQ(viaCallback([&](RtxContext* pctxt) { rtxHexDumpToStreamEx(pctxt, kData, octets, unit); }), expected);
     EXPECT_EQ(viaStdout([&] { unit == 1 ? rtxHexDump(kData, octets) : rtxHexDumpEx(kData, octets, unit); }), expected);
