@@ -58,7 +58,7 @@ static int decEnumerated(L3Call& call, const L3Type& type, const L3Row& row, uin
                                  : l3DecBits(call, member, row.bits, row.store, label);
   if (status < 0 || set.openDecode) return status;
   uint32_t value = static_cast<uint32_t>(l3Load(member, row.store));
-  if (value < 256 && (set.members[value >> 5] >> (value & 31) & 1)) return status;
+  if (l3IsMemberOf(set, value)) return status;
   reported = true;
   l3ToLists(call);
   rtxErrAddUIntParm(call.pctxt, value);
@@ -383,6 +383,28 @@ struct Enclosure {
   Enclosure(const Enclosure&) = delete;
 };
 
+// Fields side by side that are always there are read without names and reports, as far as they are all there and good:
+// most rows of radio resource messages. The first that is not is left to the walk, which says what is wrong with it.
+static const L3Row* takeRun(L3Call& call, const L3Row* row, const L3Row* end, uint8_t* record)
+{
+  RtxBuffer& buffer = call.pctxt->buffer;
+  size_t at = l3BitPos(call.pctxt), room = l3RoomBits(call), last = buffer.size * 8; // a region may end behind
+  if (at > last) return row;
+  if (room < last - at) last = at + room;
+  for (; row < end && row->flags == kL3InRun && row->bits <= last - at; ++row) {
+    uint64_t value = l3BitsAt(buffer.data, buffer.size, at / 8, at % 8, row->bits);
+    if (row->op == kL3Enumerated) {
+      const L3Enum& set = *static_cast<const L3Enum*>(row->info);
+      if (!set.openDecode && !l3IsMemberOf(set, value)) break;
+    }
+    l3Store(record + row->offset, row->store, value);
+    at += row->bits;
+  }
+  buffer.byteIndex = at / 8;
+  buffer.bitOffset = static_cast<int16_t>(8 - at % 8);
+  return row;
+}
+
 // Apart from l3DecRows, so that a direct coder does not pay for the walk's frame.
 [[gnu::noinline]] static int walkRows(L3Call& call, const L3Type& type, void* record)
 {
@@ -397,6 +419,10 @@ struct Enclosure {
     memset(record, 0, type.mOctets);
   const L3Row* end = type.rows + type.rowCount;
   for (const L3Row* row = type.rows; row < end; ++row) {
+    if (row->flags == kL3InRun && call.plain()) {
+      walk.running = 0;
+      if ((row = takeRun(call, row, end, walk.record)) == end) break;
+    }
     if (row->op == kL3Release) {
       row += enterRelease(call, walk, *row);
       continue;

@@ -23,8 +23,7 @@ static const char* moduleOf(const L3Type& type)
 static int encEnumerated(L3Call& call, const L3Type& leaf, const L3Row& row, uint64_t value, bool& reported)
 {
   const L3Enum& set = *static_cast<const L3Enum*>(row.info);
-  bool member = value < 256 && (set.members[value >> 5] >> (value & 31) & 1);
-  if (!set.openEncode && !member) {
+  if (!set.openEncode && !l3IsMemberOf(set, value)) {
     reported = true;
     l3ToLists(call);
     rtxErrAddUIntParm(call.pctxt, static_cast<uint32_t>(value));
@@ -185,6 +184,26 @@ static int padEnd(L3Call& call, const L3Type& type, bool over)
   return type.flags & kL3RestOctets || (type.flags & kL3Padded && !filled) ? l3PadRest(call, type) : 0;
 }
 
+// Can the value be written as it stands in the record?
+static bool isGood(const L3Row& row, uint64_t value)
+{
+  if (row.op == kL3UInt) return !(value >> row.bits);
+  if (row.op == kL3Bool) return true;
+  const L3Enum& set = *static_cast<const L3Enum*>(row.info);
+  return set.openEncode || l3IsMemberOf(set, value);
+}
+
+// The counterpart of the decoder's run: what does not fit, in its bits or in the buffer, is left to the walk.
+static const L3Row* putRun(L3Call& call, const L3Row* row, const L3Row* end, const uint8_t* record)
+{
+  for (; row < end && row->flags == kL3InRun; ++row) {
+    uint64_t value = l3Load(record + row->offset, row->store);
+    if (row->op == kL3Bool) value = value != 0;
+    if (!isGood(*row, value) || !l3PutBits(call.pctxt->buffer, row->bits, value)) break;
+  }
+  return row;
+}
+
 // Apart from l3EncRows, so that a direct coder does not pay for the walk's frame.
 [[gnu::noinline]] static int walkRows(L3Call& call, const L3Type& type, void* value)
 {
@@ -193,8 +212,13 @@ static int padEnd(L3Call& call, const L3Type& type, bool over)
   unsigned opened = 0;
   int running = 0;
   bool over = false; // nothing can stand behind what was written
+  bool runs = call.plain() && !l3HasKept(call.pctxt);
   const L3Row* end = type.rows + type.rowCount;
   for (const L3Row* row = type.rows; row < end; ++row) {
+    if (row->flags == kL3InRun && runs) {
+      running = 0;
+      if ((row = putRun(call, row, end, record)) == end) break;
+    }
     if (row->op == kL3Release) {
       if (!l3HasBit(record, row->mBit)) row += static_cast<const L3Release*>(row->info)->rows;
       continue;

@@ -100,6 +100,7 @@ enum L3RowFlags : uint8_t {
   kL3Wide = 0x10,      // octets are 16-bit characters, which print as such
   kL3LH = 0x20,        // the bits are relative to the padding: 0 is L, 1 is H
   kL3OwnKey = 0x40,    // the name is another element's; what tells it from that one stands behind the name's end
+  kL3InRun = 0x80,     // alone: 1 to 56 bits that are always there, a number, flag or enumeration without a range
 };
 
 struct L3Row {

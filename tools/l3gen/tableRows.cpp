@@ -280,6 +280,15 @@ static bool isNamed(const Row& row)
   return !row.name.empty() && row.mark != Mark::Release;
 }
 
+// A field of a few bits that is always there.
+static bool standsInRun(const Row& row, const Coded& c)
+{
+  bool number =
+      c.op == std::string("kL3UInt") || c.op == std::string("kL3Bool") || c.op == std::string("kL3Enumerated");
+  bool always = row.given == kL3GivenAlways && row.lead == kL3NoLead && !row.room && row.mBit < 0 && row.groupBit < 0;
+  return number && always && c.bits >= 1 && c.bits <= 56;
+}
+
 static std::string rowFlags(const Row& row, const Coded& c)
 {
   std::string flags = "0";
@@ -293,7 +302,7 @@ static std::string rowFlags(const Row& row, const Coded& c)
   if (scalar && scalar->padded) flags += " | kL3LH";
   if (c.range) flags += " | kL3Ranged";
   if (hasOwnKey(row)) flags += " | kL3OwnKey";
-  return flags;
+  return flags == "0" && standsInRun(row, c) ? "kL3InRun" : flags;
 }
 
 static std::string bit(int number)
