@@ -1,4 +1,4 @@
-// Writing of the descriptor tables of a module: messages and types, with the rows of tableRows.cpp.
+// Writing of the descriptor tables: enumerations, messages and types, with the rows of tableRows.cpp.
 #include <algorithm>
 #include <numeric>
 #include <set>
@@ -179,8 +179,8 @@ static std::vector<Row> standardRows(const Type& type)
 // Error records name the definition file, so that their lines lead to a row.
 static std::string modulePlace(Tables& tables, const Type& type)
 {
-  std::string stem = fileStem(type);
-  return tables.run("L3Module", {tables.text({stem + "Dec"}) + ", " + tables.text({stem + "Enc"})});
+  std::string stem = fileStem(type), decoder = tables.text({stem + "Dec"}), encoder = tables.text({stem + "Enc"});
+  return tables.run("L3Module", {decoder + ", " + encoder});
 }
 
 static std::string writeDescriptor(Tables& tables, const Type& type, const std::string& rows, size_t rowCount,
@@ -192,9 +192,9 @@ static std::string writeDescriptor(Tables& tables, const Type& type, const std::
     encNameAt = type.full.size() + 1;
     names.push_back(hyphens(type.name));
   }
-  return format("%s, %s, %s, sizeof(%s), %zu, %d, %zu, %zu, %s", tables.text(names).c_str(),
-                modulePlace(tables, type).c_str(), rows.c_str(), type.full.c_str(), rowCount, type.place.line, nameAt,
-                encNameAt, rest.c_str());
+  std::string name = tables.text(names), module = modulePlace(tables, type); // in this order whatever the compiler
+  return format("%s, %s, %s, sizeof(%s), %zu, %d, %zu, %zu, %s", name.c_str(), module.c_str(), rows.c_str(),
+                type.full.c_str(), rowCount, type.place.line, nameAt, encNameAt, rest.c_str());
 }
 
 // Writes the rows and the options of a type or a form of it, and the descriptor; the number of the first row.
