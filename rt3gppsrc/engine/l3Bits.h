@@ -28,6 +28,13 @@ inline unsigned l3UsedBits(const RtxBuffer& buffer)
   return 8U - static_cast<unsigned>(buffer.bitOffset);
 }
 
+// Puts the cursor at a bit, counted from the start of the buffer.
+inline void l3MoveTo(RtxBuffer& buffer, size_t position)
+{
+  buffer.byteIndex = position / 8;
+  buffer.bitOffset = static_cast<int16_t>(8 - position % 8);
+}
+
 // Moves over bits that are known to be there.
 inline void l3PassBits(RtxBuffer& buffer, unsigned bits)
 {

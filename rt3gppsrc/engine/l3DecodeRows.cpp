@@ -58,7 +58,7 @@ static int decEnumerated(L3Call& call, const L3Type& type, const L3Row& row, uin
                                  : l3DecBits(call, member, row.bits, row.store, label);
   if (status < 0 || set.openDecode) return status;
   uint32_t value = static_cast<uint32_t>(l3Load(member, row.store));
-  if (l3IsMemberOf(set, value)) return status;
+  if (l3IsMember(set, value)) return status;
   reported = true;
   l3ToLists(call);
   rtxErrAddUIntParm(call.pctxt, value);
@@ -323,8 +323,7 @@ static int closeRegion(L3Call& call, RowWalk& walk, uint16_t line)
   if (l3Keeps(call) && l3BitPos(pctxt) < end)
     if (int status = keepSurplus(call, walk, end, line); status < 0) return status;
   if (call.inlined()) {
-    pctxt->buffer.byteIndex = end / 8;
-    pctxt->buffer.bitOffset = static_cast<int16_t>(8 - end % 8);
+    l3MoveTo(pctxt->buffer, end);
   } else if (int status = rtxCtxtSetBitOffset(pctxt, end); status < 0) {
     return l3Fail(call, moduleOf(walk.type), status, line);
   }
@@ -395,13 +394,12 @@ static const L3Row* takeRun(L3Call& call, const L3Row* row, const L3Row* end, ui
     uint64_t value = l3BitsAt(buffer.data, buffer.size, at / 8, at % 8, row->bits);
     if (row->op == kL3Enumerated) {
       const L3Enum& set = *static_cast<const L3Enum*>(row->info);
-      if (!set.openDecode && !l3IsMemberOf(set, value)) break;
+      if (!set.openDecode && !l3IsMember(set, value)) break;
     }
     l3Store(record + row->offset, row->store, value);
     at += row->bits;
   }
-  buffer.byteIndex = at / 8;
-  buffer.bitOffset = static_cast<int16_t>(8 - at % 8);
+  l3MoveTo(buffer, at);
   return row;
 }
 

@@ -29,12 +29,6 @@ static size_t cursor(const RtxContext* pctxt)
   return pctxt->buffer.byteIndex * 8 + 8 - static_cast<size_t>(pctxt->buffer.bitOffset);
 }
 
-static void setCursor(RtxContext* pctxt, size_t pos)
-{
-  pctxt->buffer.byteIndex = pos >> 3;
-  pctxt->buffer.bitOffset = static_cast<int16_t>(8 - (pos & 7));
-}
-
 static void setTail(RtxContext* pctxt, bool tail)
 {
   pctxt->flags = tail ? pctxt->flags | RTX_OPENTAIL_FLAG : pctxt->flags & ~RTX_OPENTAIL_FLAG;
@@ -56,7 +50,7 @@ static bool goDecode(L3Call& call, const L3Type& type, void* record)
   if (end > buffer.size * 8 || pos > end) return false;
   pos = type.decodeDirect({buffer.data, buffer.size, &call}, pos, end, record);
   if (pos == kL3GaveUp) return false;
-  setCursor(pctxt, pos);
+  l3MoveTo(pctxt->buffer, pos);
   return true;
 }
 
@@ -69,7 +63,7 @@ static bool goEncode(L3Call& call, const L3Type& type, void* record)
   if (pos > out.end) return false;
   pos = type.encodeDirect(out, pos, record);
   if (pos == kL3GaveUp) return false;
-  setCursor(pctxt, pos);
+  l3MoveTo(pctxt->buffer, pos);
   setTail(pctxt, out.tail);
   return true;
 }
@@ -169,10 +163,10 @@ size_t l3DirectLeave(const L3Source& in, size_t pos, size_t end, size_t outer)
   RtxContext* pctxt = call.pctxt;
   size_t pos = cursor(pctxt);
   for (unsigned i = 0; i < call.left && !call.failed; ++i) {
-    setCursor(pctxt, call.ends[i]);
+    l3MoveTo(pctxt->buffer, call.ends[i]);
     call.failed = rtxCtxtPushContainerBytes(pctxt, 0) < 0;
   }
-  setCursor(pctxt, pos);
+  l3MoveTo(pctxt->buffer, pos);
 }
 
 using Go = bool (*)(L3Call& call, const L3Type& type, void* record);
@@ -235,7 +229,7 @@ int l3DecAtOnce(RtxContext* pctxt, const L3Type& type, void* record)
   size_t pos = type.decodeDirect({data, octets, &call}, start * 8, octets * 8, record);
   bool surplus = pos >> 3 < octets && l3KeepsFlag(pctxt); // the walk keeps it
   if (pos != kL3GaveUp && wentWell(call, 0) && !surplus) {
-    setCursor(pctxt, pos);
+    l3MoveTo(pctxt->buffer, pos);
     if (plain && plain->decoded) plain->decoded(record);
     if (call.left) pushLeft(call);
     if (!call.failed) {
@@ -265,7 +259,7 @@ int l3EncAtOnce(RtxContext* pctxt, const L3Type& type, void* record)
   size_t pos = type.encodeDirect(out, before.byteIndex * 8, record);
   pctxt->buffer.dynamic = before.dynamic;
   if (pos != kL3GaveUp && wentWell(call, 0)) {
-    setCursor(pctxt, pos);
+    l3MoveTo(pctxt->buffer, pos);
     setTail(pctxt, out.tail);
     return 0;
   }
@@ -290,7 +284,7 @@ size_t l3DirectType(const L3Source& in, size_t pos, size_t end, const L3Type& ty
   needNames(call);
   L3Region region{end >> 3, static_cast<uint16_t>(8 - (end & 7)), call.regions};
   call.regions = &region;
-  setCursor(call.pctxt, pos);
+  l3MoveTo(call.pctxt->buffer, pos);
   int status = l3DecType(call, type, value);
   call.regions = region.outer;
   pos = cursor(call.pctxt);
@@ -302,7 +296,7 @@ size_t l3DirectPutType(L3Sink& out, size_t pos, const L3Type& type, void* value)
   L3Call& call = *out.call;
   RtxContext* pctxt = call.pctxt;
   needNames(call);
-  setCursor(pctxt, pos);
+  l3MoveTo(pctxt->buffer, pos);
   setTail(pctxt, out.tail);
   int status = l3EncType(call, type, value);
   pos = cursor(pctxt);
@@ -329,7 +323,7 @@ bool l3DirectBits(const L3Source& in, size_t pos, size_t end, uint32_t& numbits,
   data = static_cast<uint8_t*>(l3DirectRoom(*in.call, bits / 8 + 1));
   if (!data) return false;
   memset(data, 0, bits / 8 + 1);
-  setCursor(in.call->pctxt, pos);
+  l3MoveTo(in.call->pctxt->buffer, pos);
   return rtxDecBitsToByteArray(in.call->pctxt, data, bits / 8 + 1, bits) >= 0;
 }
 
@@ -414,7 +408,7 @@ bool l3DirectPutBits(L3Sink& out, size_t pos, const uint8_t* data, uint32_t numb
 {
   if (!numbits) return true;
   if (!data || numbits > out.end - pos) return false;
-  setCursor(out.call->pctxt, pos);
+  l3MoveTo(out.call->pctxt->buffer, pos);
   return rtxEncBitsFromByteArray(out.call->pctxt, data, numbits) >= 0;
 }
 

@@ -112,11 +112,6 @@ template <typename Member> inline uint64_t l3Number(Member member)
     return member;
 }
 
-inline bool l3IsMember(const L3Enum& set, uint64_t value)
-{
-  return value < 256 && (set.members[value >> 5] >> (value & 31) & 1);
-}
-
 // Opens a region of so many bits; one that leaves its container is for the walk to report.
 L3_INLINE bool l3Open(size_t pos, size_t& end, size_t bits, size_t& outer)
 {

@@ -23,7 +23,7 @@ static const char* moduleOf(const L3Type& type)
 static int encEnumerated(L3Call& call, const L3Type& leaf, const L3Row& row, uint64_t value, bool& reported)
 {
   const L3Enum& set = *static_cast<const L3Enum*>(row.info);
-  if (!set.openEncode && !l3IsMemberOf(set, value)) {
+  if (!set.openEncode && !l3IsMember(set, value)) {
     reported = true;
     l3ToLists(call);
     rtxErrAddUIntParm(call.pctxt, static_cast<uint32_t>(value));
@@ -190,7 +190,7 @@ static bool isGood(const L3Row& row, uint64_t value)
   if (row.op == kL3UInt) return !(value >> row.bits);
   if (row.op == kL3Bool) return true;
   const L3Enum& set = *static_cast<const L3Enum*>(row.info);
-  return set.openEncode || l3IsMemberOf(set, value);
+  return set.openEncode || l3IsMember(set, value);
 }
 
 // The counterpart of the decoder's run: what does not fit, in its bits or in the buffer, is left to the walk.

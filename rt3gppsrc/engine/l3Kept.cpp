@@ -57,12 +57,6 @@ static void copyBits(const RtxBuffer& buffer, size_t from, size_t bits, uint8_t*
   }
 }
 
-static void moveTo(RtxBuffer& buffer, size_t position)
-{
-  buffer.byteIndex = position / 8;
-  buffer.bitOffset = static_cast<int16_t>(8 - position % 8);
-}
-
 int l3Keep(L3Call& call, const L3Type& type, uint16_t line, const L3KeptFacts& facts, size_t end)
 {
   RtxContext* pctxt = call.pctxt;
@@ -76,11 +70,11 @@ int l3Keep(L3Call& call, const L3Type& type, uint16_t line, const L3KeptFacts& f
     l3KeptName(*kept, name);
     if (int status = l3PushName(call, frame, name); status < 0) return l3Fail(call, type.module->decoder, status, line);
     l3TraceField(call, "OCTET STRING");
-    moveTo(pctxt->buffer, end);
+    l3MoveTo(pctxt->buffer, end);
     rtxDiagSetBitFldCount(pctxt->pBitFldList);
     l3PopName(call);
   }
-  moveTo(pctxt->buffer, end);
+  l3MoveTo(pctxt->buffer, end);
   return 0;
 }
 
@@ -163,7 +157,7 @@ static void takePlaceOfPadding(L3Call& call, const L3Kept& kept)
   if (from == L3Call::kNotPadded || call.pctxt->pStream || end != (from / 8 + 1) * 8) return;
   if (kept.bits % 8 == 0) from = (from + 7) / 8 * 8;
   if (from >= end) return;
-  moveTo(buffer, from);
+  l3MoveTo(buffer, from);
   buffer.data[from / 8] = static_cast<uint8_t>(buffer.data[from / 8] & ~((1U << buffer.bitOffset) - 1));
   call.padded = L3Call::kNotPadded;
 }

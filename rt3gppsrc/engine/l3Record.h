@@ -61,7 +61,7 @@ inline void l3SetBit(void* record, uint16_t bit)
       static_cast<uint8_t>(static_cast<uint8_t*>(record)[bit >> 3] | (1U << (bit & 7)));
 }
 
-inline bool l3IsMemberOf(const L3Enum& set, uint64_t value)
+inline bool l3IsMember(const L3Enum& set, uint64_t value)
 {
   return value < 256 && (set.members[value >> 5] >> (value & 31) & 1);
 }

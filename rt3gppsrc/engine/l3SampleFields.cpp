@@ -22,11 +22,6 @@ static void settle(L3SampleRecord& sample, const L3Field& field)
   if (!isFixed(sample, field)) sample.settled[sample.settledCount++] = field.offset;
 }
 
-static bool isMember(const L3Enum& set, uint64_t value)
-{
-  return value < 256 && (set.members[value >> 5] >> (value & 31) & 1);
-}
-
 // The row of a field, which may lie in a record within the record; null if it is none of the type's rows.
 static const L3Row* findIn(const L3Row* rows, size_t count, uint32_t offset)
 {
@@ -55,7 +50,7 @@ static bool canHold(const L3SampleRecord& sample, const L3Field& field, uint64_t
   if (!row) return true;
   if (row->op == kL3Length) return false;
   if (l3IsOutside(*row, value)) return false;
-  return row->op != kL3Enumerated || isMember(*static_cast<const L3Enum*>(row->info), value);
+  return row->op != kL3Enumerated || l3IsMember(*static_cast<const L3Enum*>(row->info), value);
 }
 
 static bool startsWithSpare(const char* name)
@@ -67,7 +62,7 @@ uint64_t l3SampleValue(const L3Row& row)
 {
   if (row.op == kL3Enumerated) {
     const L3Enum& set = *static_cast<const L3Enum*>(row.info);
-    if (isMember(set, 1) || !set.rows) return 1;
+    if (l3IsMember(set, 1) || !set.rows) return 1;
     return static_cast<uint32_t>(set.table[set.table[0].transformedIdx].value);
   }
   if (row.flags & kL3Ranged) return l3RangeOf(row).lo;

@@ -1,7 +1,5 @@
 // Writing of the rows of a type's descriptor, and of the tables that they point at.
 #include <algorithm>
-#include <numeric>
-#include <set>
 
 #include "tables.h"
 

@@ -1,7 +1,5 @@
 // Writing of the descriptor tables: enumerations, messages and types, with the rows of tableRows.cpp.
 #include <algorithm>
-#include <numeric>
-#include <set>
 
 #include "tables.h"
 
