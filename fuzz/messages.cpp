@@ -41,8 +41,8 @@ static bool encodeAgain(const L3TypeEntry& entry, Decoding& decoding, Octets& oc
   // Lists that end with the message hold more entries than the encoder's index of 8 bits counts.
   if (status == RTX_E_BAD_VALUE && decoding.text().find("[255]") != std::string::npos) return false;
   promise(status >= 0, [&] {
-    return std::string("an accepted ") + entry.type->fullName.get() + " does not encode: " + std::to_string(status) + "\n" +
-           errorsOf(decoding.ctxt) + decoding.text();
+    return std::string("an accepted ") + entry.type->fullName.get() + " does not encode: " + std::to_string(status) +
+           "\n" + errorsOf(decoding.ctxt) + decoding.text();
   });
   return true;
 }
@@ -104,7 +104,8 @@ void checkMessage(const L3TypeEntry& entry, Octets input)
   Decoding first(entry, input, {.pieces = pieces});
   size_t taken = heap::peak - before;
   promise(pieces || taken <= heap::mostFor(*entry.type, input.size()), [&] {
-    return entry.type->fullName.get() + (" of " + std::to_string(input.size())) + " octets takes " + std::to_string(taken);
+    return entry.type->fullName.get() + (" of " + std::to_string(input.size())) + " octets takes " +
+           std::to_string(taken);
   });
   // Elements within elements, as deep as the definitions lay them.
   promise(first.ctxt->elemNameStack.count <= 40, [&] { return "too deep:\n" + stacksOf(first.ctxt); });

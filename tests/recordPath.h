@@ -60,7 +60,8 @@ inline bool RecordPath::inBody(const L3Body& body, uint8_t* member, uint8_t* rec
 {
   if (atEnd(i) && value == "-") return l3StorePointer(record + body.pointerOffset, nullptr), true;
   if (atEnd(i)) return l3Store(member, 4, std::stoull(value)), true;
-  auto* held = std::find_if(body.rows.get(), body.rows + body.count, [&](auto& row) { return row.tag == l3Load(member, 4); });
+  auto* held =
+      std::find_if(body.rows.get(), body.rows + body.count, [&](auto& row) { return row.tag == l3Load(member, 4); });
   if (held == body.rows + body.count || !held->type || held->name() != path[i]) return false;
   return inType(*held->type, l3BodyValue(body, *held, record), i + 1);
 }

@@ -287,7 +287,8 @@ std::vector<std::pair<std::string, Begin>> makers()
   std::vector<std::pair<std::string, Begin>> all;
   for (const TopForm& form : kForms) {
     const L3Type& pdu = *l3FindType(form.type)->type;
-    const L3Row* first = std::find_if(pdu.rows.get(), pdu.rows + pdu.rowCount, [](auto& row) { return row.op == kL3Body; });
+    const L3Row* first =
+        std::find_if(pdu.rows.get(), pdu.rows + pdu.rowCount, [](auto& row) { return row.op == kL3Body; });
     const L3Body& body = *static_cast<const L3Body*>(first->info);
     for (const L3BodyRow* row = body.rows; row < body.rows + body.count; ++row)
       if (row->msgType)

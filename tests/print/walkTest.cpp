@@ -42,7 +42,8 @@ const L3Text kText = {kL3Rest, 0, 0, 0, 0, {}, 0, 0}, kArray = {kL3Rest, 0, 0, 0
 const L3List kInner = {kL3WhileRoom, 0, 0, 2, 1, 1, {}, 0, 0, uintRow("elem", 0)};
 const L3List kList = {kL3WhileRoom, 0, 0, 0, 8, 1, {}, 0, 0, uintRow("elem", 0)};
 const L3Alternative kAlternatives[] = {alternative(0, 9, 1, uintRow("number", offsetof(Damaged, tagged.number)))};
-const L3Choice kChoice = {kL3SelectBits, 8, 1, 0, 1, 0, offsetof(Damaged, tagged.number), 1, {}, {placeOf(kAlternatives)}};
+const L3Choice kChoice = {kL3SelectBits,           8, 1, 0, 1, 0, offsetof(Damaged, tagged.number), 1, {},
+                          {placeOf(kAlternatives)}};
 const L3Row kRows[] = {TestRow("bounded", kL3Octets, offsetof(Damaged, bounded), &kBounded),
                        TestRow("heap", kL3Octets, offsetof(Damaged, heap), &kHeap),
                        TestRow("bits", kL3BitString, offsetof(Damaged, bits), &kBits),
