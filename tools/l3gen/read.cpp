@@ -54,21 +54,29 @@ static std::vector<Word> wordsOf(const std::string& line)
   return words;
 }
 
+// `element A by hand [1]`: a type is by hand if it has a file, so one without would be coded by its rows.
+static std::string noFile(Words& w)
+{
+  w.place.column = w.end;
+  refuse(w.place, "expected the file of the coders by hand");
+}
+
 // What may stand on a block line besides its own columns.
 static void takeHand(Words& w, Type& type)
 {
   std::vector<Word> kept;
   for (size_t i = 0; i < w.list.size(); ++i) {
     auto word = [&](size_t k) { return i + k < w.list.size() ? w.list[i + k] : std::string(); };
+    auto file = [&](size_t k) { return i + k < w.list.size() ? word(k) : noFile(w); };
     w.place.column = w.list[i].column;
     if (word(0) == "by" && word(1) == "hand") {
-      type.decodeFile = type.encodeFile = word(2);
+      type.decodeFile = type.encodeFile = file(2);
       i += 2;
     } else if (word(0) == "decode" && word(1) == "by" && word(2) == "hand") {
-      type.decodeFile = word(3);
+      type.decodeFile = file(3);
       i += 3;
     } else if (word(0) == "encode" && word(1) == "by" && word(2) == "hand") {
-      type.encodeFile = word(3);
+      type.encodeFile = file(3);
       i += 3;
     } else if (word(0) == "private") {
       type.isPrivate = true;
@@ -80,7 +88,7 @@ static void takeHand(Words& w, Type& type)
       type.plainByHand = true;
       i += 2;
     } else if (word(0) == "sample" && word(1) == "by" && word(2) == "hand") {
-      type.sampleFile = word(3);
+      type.sampleFile = file(3);
       i += 3;
     } else if (word(0) == "form") {
       bool fixed = word(1) == "TV";
@@ -309,6 +317,7 @@ struct Source {
   std::vector<Level> levels;
   Sizes* sizes = nullptr;
   size_t skipped = SIZE_MAX; // rows deeper than this belong to a line that was refused
+  bool choiceLost = false;   // and so do the alternatives at its own depth, unless it was one of them
   bool lost = false;         // the module line was refused
 };
 
@@ -329,7 +338,7 @@ static void enter(Source& source, size_t indent, const Place& place)
 
 static void readIndented(Source& source, Words& w, size_t indent)
 {
-  if (indent > source.skipped) return;
+  if (indent > source.skipped || (indent == source.skipped && source.choiceLost && w.list[0] == "|")) return;
   source.skipped = SIZE_MAX;
   if (source.sizes) return addSize(*source.sizes, w);
   if (source.levels.empty()) refuse(w.place, "a row without a block");
@@ -404,6 +413,7 @@ static void readLines(Model& model, const std::string& path, bool modulesOnly)
     } catch (const Refusal& r) {
       model.refusals.push_back(r);
       source.skipped = std::min(source.skipped, indent);
+      source.choiceLost = w.list[0] != "|";
       if (!indent && !modulesOnly) readOn(source, w);
     }
   }

@@ -1,4 +1,5 @@
 // Reading of what an element is and how often it stands there.
+#include <algorithm>
 #include <set>
 
 #include "words.h"
@@ -57,11 +58,20 @@ static void readSource(Words& w, What& what)
   if (what.kind == WhatKind::Octets && what.max > 255) refuse(w.place, "an inline string holds at most 255 octets");
 }
 
+// `by FIELD[,FIELD...]`: the fields that select. `by ,a` is refused: no row has the name of the first of these two.
+static std::vector<std::string> selectingFields(Words& w)
+{
+  std::string text = w.take("a field");
+  std::vector<std::string> fields = split(text, ',');
+  if (std::count(fields.begin(), fields.end(), "")) refuse(w.place, "a selecting field without a name: '" + text + "'");
+  return fields;
+}
+
 void readSelector(Words& w, What& what)
 {
   if (w.accept("by")) {
     what.select = kL3SelectFields;
-    what.fields = split(w.take("a field"), ',');
+    what.fields = selectingFields(w);
   } else if (w.accept("bits")) {
     what.select = kL3SelectBits;
     what.bits = bitCount(w.place, w.take("a width"), 16);
@@ -90,12 +100,16 @@ static void readBody(Words& w, What& what)
 {
   what.kind = WhatKind::Body;
   if (!w.accept("by")) refuse(w.place, "expected 'by' behind body");
-  what.fields = split(w.take("a field"), ',');
+  what.fields = selectingFields(w);
   if (w.accept("under")) {
-    auto terms = condition(w.place, w.take("a field and its value"));
+    std::string text = w.take("a field and its value");
+    auto terms = condition(w.place, text);
+    const Term& only = terms[0];
+    bool one = terms.size() == 1 && !only.negate && only.values.size() == 1 && only.values[0].lo == only.values[0].hi;
+    if (!one) refuse(w.place, "'under' takes one field and one value: '" + text + "'");
     what.underOnly = true;
-    what.under = terms[0].values[0].lo;
-    what.fields.insert(what.fields.begin(), terms[0].field);
+    what.under = only.values[0].lo;
+    what.fields.insert(what.fields.begin(), only.field);
   }
   if (what.fields.size() > 2) refuse(w.place, "a body has at most two selecting fields");
 }
