@@ -296,14 +296,19 @@ static void useSizes(Model& model, const Type& type, const Place& place, const C
     sizes->used = true;
 }
 
+// A row's counts and those of its alternatives: `| 1 x bitstring by n sizes S`.
+static void useSizes(Model& model, const Type& type, const Row& row)
+{
+  useSizes(model, type, row.place, row.what.count);
+  useSizes(model, type, row.place, row.often.count);
+  if (row.argument) useSizes(model, type, row.place, *row.argument);
+  for (auto& alternative : row.what.alternatives) useSizes(model, type, alternative);
+}
+
 static void checkSizes(Model& model)
 {
   for (auto& type : model.types)
-    for (auto& row : type->rows) {
-      useSizes(model, *type, row.place, row.what.count);
-      useSizes(model, *type, row.place, row.often.count);
-      if (row.argument) useSizes(model, *type, row.place, *row.argument);
-    }
+    for (auto& row : type->rows) useSizes(model, *type, row);
   for (auto& sizes : model.sizes) {
     if (!sizes->used) model.refusals.push_back({sizes->place, "nothing uses the sizes '" + sizes->full + "'"});
     if (sizes->values.empty()) model.refusals.push_back({sizes->place, "'" + sizes->full + "' has no rows"});
