@@ -73,10 +73,12 @@ static void checkBits(const Type& type, const Row& element)
   std::string name = what.count.field;
   const Row* field = findField(*holderOf(type, name), name);
   unsigned bits = field->mark == Mark::Length ? field->number : scalarOf(field->what)->bits;
+  bits = std::min(bits, 32U); // no string has more bits than that, and 1 << 64 is no number
   int64_t most = what.count.sign > 0 ? (1LL << bits) - 1 + what.count.bias : what.count.bias;
   if (!what.count.sizes.empty()) return;
   if (most > static_cast<int64_t>(what.max))
-    refuse(element.place, format("'%s' counts up to %u bits", what.count.field.c_str(), unsigned(most)));
+    refuse(element.place,
+           format("'%s' counts up to %lld bits", what.count.field.c_str(), static_cast<long long>(most)));
 }
 
 // What holds for a row and for an alternative; fields are looked up as for `row`, the row of the record.
@@ -243,8 +245,9 @@ static void checkOrder(const Type& type, const Row& row, RowOrder& order)
   if (row.mark == Mark::Padding && (!padded || type.restOctets || &row != &type.rows.back()))
     refuse(row.place, "padding ends an element or a message, and rest octets without saying so");
   if (row.mark == Mark::Release && !order.open) refuse(row.place, "a release group outside a length");
-  if (row.mark == Mark::EndLength && !order.open--) refuse(row.place, "'end-len' without a length");
+  if (row.mark == Mark::EndLength && !order.open) refuse(row.place, "'end-len' without a length");
   order.open += row.mark == Mark::Length;
+  order.open -= row.mark == Mark::EndLength;
   if (order.open > 4) refuse(row.place, "more than four lengths in one record");
   bool bit = order.before && order.before->isElement() && order.before->mBit >= 0;
   if (row.given == kL3GivenWith && !bit) refuse(row.place, "'with' needs a row with a presence bit before it");
