@@ -27,15 +27,22 @@ std::string format(const char* text, ...)
   return out;
 }
 
+// The words that C++20 and C99 reserve: public headers are compiled as both.
 static const std::set<std::string> kKeywords = {
-    "auto",    "bool",      "break",  "case",     "catch",    "char",      "class",    "const",    "continue",
-    "default", "delete",    "do",     "double",   "else",     "enum",      "explicit", "export",   "extern",
-    "false",   "float",     "for",    "friend",   "goto",     "if",        "inline",   "int",      "long",
-    "mutable", "namespace", "new",    "operator", "private",  "protected", "public",   "register", "restrict",
-    "return",  "short",     "signed", "sizeof",   "static",   "struct",    "switch",   "template", "this",
-    "throw",   "true",      "try",    "typedef",  "typename", "union",     "unsigned", "using",    "virtual",
-    "void",    "volatile",  "while",  "and",      "or",       "not",       "xor",      "requires", "concept",
-    "signed",  "static"};
+    "alignas",     "alignof",   "and",        "and_eq",    "asm",       "auto",         "bitand",
+    "bitor",       "bool",      "break",      "case",      "catch",     "char",         "char8_t",
+    "char16_t",    "char32_t",  "class",      "compl",     "concept",   "const",        "consteval",
+    "constexpr",   "constinit", "const_cast", "continue",  "co_await",  "co_return",    "co_yield",
+    "decltype",    "default",   "delete",     "do",        "double",    "dynamic_cast", "else",
+    "enum",        "explicit",  "export",     "extern",    "false",     "float",        "for",
+    "friend",      "goto",      "if",         "inline",    "int",       "long",         "mutable",
+    "namespace",   "new",       "noexcept",   "not",       "not_eq",    "nullptr",      "operator",
+    "or",          "or_eq",     "private",    "protected", "public",    "register",     "reinterpret_cast",
+    "requires",    "return",    "short",      "signed",    "sizeof",    "static",       "static_assert",
+    "static_cast", "struct",    "switch",     "template",  "this",      "thread_local", "throw",
+    "true",        "try",       "typedef",    "typeid",    "typename",  "union",        "unsigned",
+    "using",       "virtual",   "void",       "volatile",  "wchar_t",   "while",        "xor",
+    "xor_eq",      "restrict",  "_Bool",      "_Complex",  "_Imaginary"};
 
 std::string cName(const std::string& name)
 {
