@@ -331,7 +331,6 @@ static void nameMembers(Type& type)
   for (auto& row : type.rows) {
     nameMember(row);
     for (auto& alternative : row.what.alternatives) nameMember(alternative);
-    if (row.what.kind == WhatKind::Choice && row.words.count("untagged")) row.what.untagged = true;
   }
 }
 

@@ -290,10 +290,8 @@ static bool standsInRun(const Row& row, const Coded& c)
 static std::string rowFlags(const Row& row, const Coded& c)
 {
   std::string flags = "0";
-  bool extList = row.given == kL3GivenMore && row.what.type && !row.what.type->rows.empty() &&
-                 row.what.type->rows.back().often.end == kL3WhileExt;
   if (row.extLast) flags += " | kL3ExtLast";
-  if (extList || row.often.end == kL3WhileExt) flags += row.given == kL3GivenMore ? " | kL3ExtList" : "";
+  if (ownBits(row)) flags += " | kL3ExtList";
   if (row.inRelease) flags += " | kL3InRelease";
   if (row.what.wide) flags += " | kL3Wide";
   auto scalar = row.often.end == kL3NoList ? scalarOf(row.what) : std::nullopt;

@@ -1,7 +1,5 @@
 // Writing of headers and of the table of all types.
 #include <algorithm>
-#include <functional>
-#include <map>
 #include <set>
 
 #include "direct.h"
@@ -40,13 +38,12 @@ static std::string writePrototypes(const Type& type)
 
 static void usedModules(Model& model, const Module& module, std::set<std::string>& stems)
 {
-  std::function<void(const What&)> look = [&](const What& what) {
-    if (what.type && what.type->module != &module) stems.insert(what.type->module->stem);
-    for (auto& alternative : what.alternatives) look(alternative.what);
+  auto note = [&](const Type* used, bool) {
+    if (used->module != &module) stems.insert(used->module->stem);
   };
   for (auto& type : model.types)
     if (type->module == &module)
-      for (auto& row : type->rows) look(row.what);
+      for (auto& row : type->rows) collectUses(row.what, false, note);
 }
 
 std::string writeHeader(Model& model, const Module& module)
