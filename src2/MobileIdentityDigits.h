@@ -1,5 +1,13 @@
-// What the mobile identities of all protocols share: their length, and the digit forms (IMSI, IMEI, IMEISV; TS 24.008,
-// 10.5.1.4), whose first octet the caller has read or will write as it belongs to the protocol.
+// What the mobile identities of TS 24.008 (10.5.1.4), TS 24.301 (9.9.3.12) and TS 24.501 (9.11.3.4) have in common: the
+// length that bounds them, and the forms that are digits (IMSI, IMEI, IMEISV). The hand-written coders of these three
+// elements include this file; nothing else does. The first octet belongs to the protocol: its coder reads it and hands
+// the odd flag and the first digit over. Nothing here allocates: digits go into an array of the caller's record.
+//
+// The IMEI 490154203237518 as TS 24.008 has it, 08 4A 09 51 24 30 32 57 81:
+//   08            eight octets follow
+//   4A = 0100 1 010   first digit 4, odd count of digits, type 2 (IMEI)
+//   09 51 ...     digits by pairs, the earlier one in the low half-octet: 90 is 09, 15 is 51
+// An identity of an even count of digits has 1111, the filler, in the high half of its last octet: F1 is a lone 1.
 #ifndef VELNOR3GPP_MOBILE_IDENTITY_DIGITS_H
 #define VELNOR3GPP_MOBILE_IDENTITY_DIGITS_H
 
@@ -8,14 +16,18 @@
 #include "rt3gppsrc/engine/l3Encode.h"
 #include "rt3gppsrc/engine/l3Kept.h"
 
-// `type` is the identity under the coder, whose rows failures are reported for.
-// Reads the length, remarks one that is not in 1..most, and what `inside` reads up to the end, a bit position.
+// `type` is the identity under the coder: failures name the row of `type` that failed.
+// Reads the length, records a remark (-16) where it is not in 1..most, and opens a region of that many octets. `inside`
+// reads what is in it and gets the region's end as a bit position. On success the cursor stands at that end, whatever
+// `inside` has read, and the region is closed. On failure the names stay pushed, because they are the error's path.
 template <typename Length, typename Inside>
 int decIdentity(L3Call& call, const L3Type& type, Length& length, size_t most, Inside inside);
-// Reads the digits behind the first octet into a zero-ended array, under the element name.
+// Reads the digits behind the first octet, under the element name, into the zero-ended array `digits` of `size` octets.
+// `length` is the value of the length octet, `odd` and `digit1` come from the first octet.
 inline int decIdentityDigits(L3Call& call, const L3Type& type, const char* name, uint8_t length, uint8_t odd,
                              uint8_t digit1, char* digits, size_t size);
-// Writes length, first octet and digits.
+// Writes length, first octet and the zero-ended digits. -24 for a character that is no digit, `*`, `#`, `a`, `b` or
+// `c`.
 inline int encIdentityDigits(L3Call& call, const L3Type& type, const char* name, uint8_t identType, const char* digits);
 
 #include <cstring>
@@ -25,6 +37,8 @@ inline int encIdentityDigits(L3Call& call, const L3Type& type, const char* name,
 #include "velnor3gpp/rtxDiagBitTrace.h"
 #include "velnor3gpp/rtxTBCD.h"
 
+// Reads the length of 8 or 16 bits and opens the region. A length out of its range is remarked and used as it stands:
+// networks send such identities, and the octets behind them are only found through the length.
 template <typename Length>
 int openIdentity(L3Call& call, const L3Type& type, Length& length, size_t most, L3Region& region)
 {
@@ -47,8 +61,11 @@ int decIdentity(L3Call& call, const L3Type& type, Length& length, size_t most, I
   if (status < 0) return status;
   size_t end = l3BitPos(call.pctxt) + size_t{length} * 8;
   if (status = inside(end); status < 0) return status;
+  // An identity that is longer than its length fails with -66: 01 29 26, an IMSI of length 1, whose decoder reads one
+  // octet behind it all the same (see takeIdentityDigits).
   if (l3BitPos(call.pctxt) > end) return l3DecFailed(call, type, nullptr, RTX_E_BAD_LENGTH);
-  // Octets behind an identity have no place in it: it is kept as a whole.
+  // The record has no member for octets behind the identity. Where such octets are to be kept, the trial of the element
+  // fails, so that the engine keeps the element whole; otherwise they are passed over below.
   bool surplus = l3BitPos(call.pctxt) < end && l3Keeps(call) && call.onTrial();
   if (surplus) return l3DecFailed(call, type, nullptr, RTX_E_BAD_LENGTH);
   if (status = rtxCtxtSetBitOffset(call.pctxt, end); status < 0) return l3DecFailed(call, type, nullptr, status);
@@ -56,7 +73,10 @@ int decIdentity(L3Call& call, const L3Type& type, Length& length, size_t most, I
   return 0;
 }
 
-// The digits of so many octets behind the first one, which has digit1; an even count has a filler at its end.
+// Unpacks `count` octets behind the first octet, which had digit1: 09 51 with digit1 4, odd, gives "49015". With an
+// even count of digits the high half of the last octet is filler and left out. False, with nothing read, where the
+// shared function has an error to report: a first digit above 9, or a text that does not fit into `size` with its
+// ending zero.
 inline bool unpackIdentity(const uint8_t* octets, size_t count, bool odd, unsigned digit1, char* digits, size_t size)
 {
   if (digit1 > 9 || 2 * count + (odd ? 1 : 0) >= size) return false;
@@ -70,16 +90,18 @@ inline bool unpackIdentity(const uint8_t* octets, size_t count, bool odd, unsign
   return true;
 }
 
-// Length, first octet and digits as they stand on the wire; gives how many octets, 0 where the shared function is to
-// say what is wrong.
+// Length, first octet and digits as they stand on the wire; an IMEISV, the longest, has 16 digits and so 10 octets.
 static constexpr size_t kMaxIdentityDigits = 16;
 using IdentityOctets = uint8_t[kMaxIdentityDigits / 2 + 2];
 
+// Packs the digits and gives the count of octets. 0 leaves the identity to rtx3GPPEncMobileIdentityType1: more than 16
+// digits, a type above 3 bits, or a character without a code, which that function reports.
 inline size_t packIdentity(IdentityOctets& octets, unsigned identType, const char* digits)
 {
   size_t count = strnlen(digits, kMaxIdentityDigits + 1);
   if (count > kMaxIdentityDigits || identType > 7) return 0;
   uint8_t nibbles[kMaxIdentityDigits + 2];
+  // All filler, so that an even count of digits needs no case of its own: "1234" as an IMEI is 03 12 32 F4.
   memset(nibbles, RTX_TBCD_FILLER, sizeof nibbles);
   for (size_t i = 0; i < count; ++i)
     if (rtxTBCDCharToBin(digits[i], &nibbles[i]) < 0) return 0;
@@ -90,11 +112,12 @@ inline size_t packIdentity(IdentityOctets& octets, unsigned identType, const cha
   return count / 2 + 2;
 }
 
-// The digits at once, as one field in the trace, where nothing can fail; false leaves all to the shared function.
+// Reads all digits in one step and as one field of the trace. False, with the cursor untouched, leaves them to the
+// shared function: on a stream, in slow mode, within an octet, or where it has a failure to report.
 inline bool takeIdentityDigits(L3Call& call, uint8_t length, uint8_t odd, uint8_t digit1, char* digits, size_t size)
 {
   RtxBuffer& buffer = call.pctxt->buffer;
-  size_t octets = length > 1 ? length - 1U : 1U;
+  size_t octets = length > 1 ? length - 1U : 1U; // a length of 1 reads one octet as well, as the shared function does
   if (!length || octets > l3Unread(call.pctxt) || !call.inlined() || buffer.bitOffset != 8) return false;
   if (!unpackIdentity(buffer.data + buffer.byteIndex, octets, odd, digit1, digits, size)) return false;
   l3TraceField(call, "");
@@ -103,6 +126,8 @@ inline bool takeIdentityDigits(L3Call& call, uint8_t length, uint8_t odd, uint8_
   return true;
 }
 
+// Writes length, first octet and digits in one step, where no trace sees fields. False, with nothing written, leaves
+// them to the shared function.
 inline bool putIdentityDigits(L3Call& call, uint8_t identType, const char* digits)
 {
   RtxBuffer& buffer = call.pctxt->buffer;
@@ -114,13 +139,15 @@ inline bool putIdentityDigits(L3Call& call, uint8_t identType, const char* digit
   return true;
 }
 
-// The same in direct coders: a whole identity of digits, its length at the cursor.
+// The digits of an identity for direct coders. The cursor stands behind the first octet `first`; the caller has seen
+// that length - 1 octets are there.
 inline size_t directDigits(const L3Source& in, size_t pos, uint8_t length, unsigned first, char* digits, size_t size)
 {
   bool good = length > 1 && unpackIdentity(in.data + (pos >> 3), length - 1U, first & 8, first >> 4, digits, size);
   return good ? pos + (length - 1U) * 8 : kL3GaveUp;
 }
 
+// The whole identity for direct coders: length, first octet, digits.
 inline size_t directPutDigits(L3Sink& out, size_t pos, unsigned identType, const char* digits)
 {
   IdentityOctets octets;

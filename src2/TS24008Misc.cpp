@@ -1,5 +1,11 @@
-// Coders of TS 24.008 that rows cannot say: the PLMN pair, whose digits cross each other's octets; the digit and text
-// strings, which get their size from the element around them; and what two elements test beyond their rows.
+// Coders by hand of small types of TS 24.008. The engine calls the l3Dec_/l3Enc_ functions for types that name this
+// file, direct coders call the l3Direct ones, and callers the five NASDec_ functions at the end. Each is by hand for a
+// reason:
+//   - the PLMN pair (10.5.1.3), because the digits of MCC and MNC cross each other's octets;
+//   - digit and text strings (10.5.1.4, 10.5.4.7, 10.5.3.5a), because the element around them tells their size;
+//   - network name and linked transaction identifier (10.5.3.5a, 10.5.6.7), because they test more than rows can say.
+// Strings without a bound are allocated on the context's heap and end with the job; the others fill arrays of the
+// record.
 #include <cstring>
 
 #include "L3Descriptors.h"
@@ -15,8 +21,13 @@
 static constexpr size_t kMaxIdentityOctets = 8;
 static constexpr char kNibbles[] = "0123456789*#abc"; // its ending zero stands for the filler
 
-// The PLMN pair (10.5.1.3). Many elements hold one, so that three octets at hand are taken and put at once; everything
-// else, every failure among it, is left to the shared functions.
+// The PLMN pair (10.5.1.3) has its six digits in this order, high half-octet first:
+//   octet 1  MCC 2, MCC 1     62   MCC 262, MNC 42 is 62 F2 24
+//   octet 2  MNC 3, MCC 3     F2   F: an MNC of two digits
+//   octet 3  MNC 2, MNC 1     24
+// Many elements hold one, so three octets that are at hand are read and written in one step, as a number of 24 bits
+// (0x62F224: MCC 1 is bits 16 to 19). Everything else, every failure among it, is left to the functions of rtx3GPP.cpp.
+// A filler becomes a zero, which ends the text.
 static void unpackPair(uint64_t word, TS24008IE_MCCMNCPair& pair)
 {
   const char mcc[4] = {kNibbles[word >> 16 & 15], kNibbles[word >> 20 & 15], kNibbles[word >> 8 & 15], 0};
@@ -25,7 +36,8 @@ static void unpackPair(uint64_t word, TS24008IE_MCCMNCPair& pair)
   memcpy(pair.mnc, mnc, sizeof mnc);
 }
 
-// Appends the half-octet of a digit. False leaves the pair to the shared function, which knows the other characters.
+// Appends the half-octet of a digit to `word`. False leaves the pair to rtx3GPPEnc_MCC_MNC, which knows the characters
+// `*`, `#`, `a` to `c` and reports the others.
 static bool packDigit(char digit, uint64_t& word)
 {
   unsigned number = static_cast<unsigned>(digit - '0');
@@ -33,6 +45,7 @@ static bool packDigit(char digit, uint64_t& word)
   return number <= 9;
 }
 
+// Builds the 24 bits in the order of the wire. An MNC that ends after two digits gets the filler.
 static bool packPair(const TS24008IE_MCCMNCPair& pair, uint64_t& word)
 {
   const char *mcc = pair.mcc, *mnc = pair.mnc;
@@ -44,7 +57,8 @@ static bool packPair(const TS24008IE_MCCMNCPair& pair, uint64_t& word)
   return plain && packDigit(mcc[2], word) && packDigit(mnc[1], word) && packDigit(mnc[0], word);
 }
 
-// The three octets as one field, as the shared function traces them.
+// Reads the three octets as one field, as the shared function traces them. A fourth octet has to be there when the
+// cursor stands inside an octet.
 static bool takePair(L3Call& call, uint64_t& word)
 {
   RtxBuffer& buffer = call.pctxt->buffer;
@@ -55,6 +69,8 @@ static bool takePair(L3Call& call, uint64_t& word)
   return true;
 }
 
+// The order is that of all coders here: take the pair at once if nothing can be seen or fail, otherwise put names and
+// regions on the real stacks and call the public function, whose errors take their path from there.
 int l3Dec_TS24008IE_MCCMNCPair(L3Call& call, const L3Type& type, void* value)
 {
   auto& pair = *static_cast<TS24008IE_MCCMNCPair*>(value);
@@ -78,6 +94,7 @@ int l3Enc_TS24008IE_MCCMNCPair(L3Call& call, const L3Type& type, void* value)
   return status < 0 ? l3EncFailed(call, type, nullptr, status) : 0;
 }
 
+// No half-octet is refused by the decoder, so the direct one gives up for a shortage only.
 size_t l3DirectDec_TS24008IE_MCCMNCPair(const L3Source& in, size_t pos, size_t end, void* record)
 {
   uint64_t word = 0;
@@ -93,15 +110,17 @@ size_t l3DirectEnc_TS24008IE_MCCMNCPair(L3Sink& out, size_t pos, void* record)
   return good && l3Put<24>(out.data, pos, out.end, word) ? pos : kL3GaveUp;
 }
 
-// No more octets than one beyond the input's end: reading fails there whatever was asked for, and nothing is allocated
-// for octets that cannot come.
+// Bounds an allocation by what can come: one octet more than the input has is enough for reading to fail there,
+// whatever was asked for. Without it, a caller's octet count of 2^40 for five octets of input would be allocated. A
+// stream may have more than its buffer, so it is left alone.
 static size_t boundOctets(const L3Call& call, size_t octets)
 {
   size_t readable = l3Unread(call.pctxt) + 1;
   return octets > readable && !call.pctxt->pStream ? readable : octets;
 }
 
-// Digits of whole octets that are at hand, as the shared function reads them; a filler stores a zero and goes on.
+// Digits of whole octets that are at hand, the earlier one in the low half: 21 43 is "1234". Reads them as
+// rtxDecQ825TBCDString does, down to `lastChar`; a filler stores a zero and goes on.
 static bool takeDigits(L3Call& call, size_t octets, char* text, size_t size)
 {
   RtxBuffer& buffer = call.pctxt->buffer;
@@ -116,6 +135,7 @@ static bool takeDigits(L3Call& call, size_t octets, char* text, size_t size)
   return true;
 }
 
+// The digits of so many octets, at once or through the public function with an entry in the trace.
 static int readDigits(L3Call& call, const L3Type& type, size_t octets, char* text, size_t size)
 {
   if (takeDigits(call, octets, text, size)) return 0;
@@ -127,6 +147,7 @@ static int readDigits(L3Call& call, const L3Type& type, size_t octets, char* tex
   return 0;
 }
 
+// Zero-ended digits; an odd count gets a filler in the high half of its last octet. -24 for another character.
 static int writeDigits(L3Call& call, const L3Type& type, const char* digits)
 {
   l3ToLists(call);
@@ -137,7 +158,7 @@ static int writeDigits(L3Call& call, const L3Type& type, const char* digits)
   return 0;
 }
 
-// Telephony digits on the heap (10.5.4.7).
+// Telephony digits (10.5.4.7): two for each octet, on the heap.
 static int decTelephony(L3Call& call, const L3Type& type, char** text, size_t octets)
 {
   octets = boundOctets(call, octets);
@@ -148,18 +169,20 @@ static int decTelephony(L3Call& call, const L3Type& type, char** text, size_t oc
   return octets ? readDigits(call, type, octets, digits, 2 * octets + 1) : 0;
 }
 
-// Identity digits into an array (10.5.1.4).
+// Identity digits (10.5.1.4): into an array of the record, which `type.size` bounds.
 static int decIdentity(L3Call& call, const L3Type& type, char* array, size_t octets)
 {
   char digits[2 * kMaxIdentityOctets + 1];
   if (int status = readDigits(call, type, octets, digits, sizeof digits); status < 0) return status;
+  // Sixteen digits fit into an IMEISV and fail with -23 in an IMSI or IMEI, which have room for fifteen.
   size_t count = strlen(digits);
   if (count >= type.size) return l3FailNew(call, type.module->decoder, RTX_E_TOO_BIG, type.line);
   memcpy(array, digits, count + 1);
   return 0;
 }
 
-// Packed 7-bit text (10.5.3.5a). Seven spare bits in the last octet make its last septet no character.
+// Packed 7-bit text (10.5.3.5a; TS 23.038, 6.1.2.1): seven octets hold eight characters. Seven octets may also hold
+// seven characters and seven spare bits, which look like an eighth character `@`: `spareBits` of 7 takes it off again.
 static int decPacked(L3Call& call, const L3Type& type, char** text, size_t octets, uint8_t spareBits)
 {
   octets = boundOctets(call, octets);
@@ -176,6 +199,7 @@ static int decPacked(L3Call& call, const L3Type& type, char** text, size_t octet
   return 0;
 }
 
+// The forms that the engine calls take what is left of the innermost region; three octets for TBCDString3.
 int l3Dec_TS24008IE_TBCDString(L3Call& call, const L3Type& type, void* value)
 {
   return decTelephony(call, type, static_cast<char**>(value), l3RoomOctets(call));
@@ -231,6 +255,7 @@ int l3Dec_TS24008IE_GSMString(L3Call& call, const L3Type& type, void* value)
   return decPacked(call, type, static_cast<char**>(value), l3RoomOctets(call), 0);
 }
 
+// Null writes nothing. rtx3GPPEncGSMCharStr starts at an octet.
 int l3Enc_TS24008IE_GSMString(L3Call& call, const L3Type& type, void* value)
 {
   l3ToLists(call);
@@ -241,7 +266,8 @@ int l3Enc_TS24008IE_GSMString(L3Call& call, const L3Type& type, void* value)
   return 0;
 }
 
-// The exported decoders that are told how many octets to take.
+// The exported decoders of these strings take the count of octets as an argument (`!octets-argument`, docs/quirks.md),
+// because a call for the string alone has no element around it. Each opens and ends a call as generated decoders do.
 template <typename Decode> static int decodeText(RtxContext* pctxt, const L3Type& type, Decode decode)
 {
   L3Call call;
@@ -282,18 +308,23 @@ int NASDec_TS24008IE_GSMString(RtxContext* pctxt, TS24008IE_GSMString* pvalue, s
   return decodeText(pctxt, type, [=](L3Call& call) { return decPacked(call, type, pvalue, octets, spareBits); });
 }
 
-// The network name tells its text how many bits of the last octet are spare (10.5.3.5a).
+// The network name (10.5.3.5a) tells in its first octet how many bits of the last one are spare, which the decoder of
+// the text does not see: it is called by the rows and takes all octets. So the character that seven spare bits make is
+// taken off afterwards. 43 08 87 41 ...: identifier, a length of 8, and 87 = 1 000 0 111 with seven spare bits.
 int l3Dec_TS24008IE_NetworkName(L3Call& call, const L3Type& type, void* value)
 {
   auto& name = *static_cast<TS24008IE_NetworkName*>(value);
   int status = l3DecRows(call, type, value);
   bool packed = status >= 0 && name.codingScheme == TS24008IE_NetworkName_codingScheme_callBcastData;
   if (!packed || name.numSpareBitsInLastOct != 7 || name.length < 2) return status;
+  // The text has (length - 1) * 8 / 7 characters, since the first of the element's octets is none of it.
   name.textString.u.callBcastData[(name.length - 1) * 8 / 7 - 1] = 0;
   return status;
 }
 
-// A linked transaction identifier of 7 stands for the number in a second octet (10.5.6.7; TS 24.007, 11.2.3.1.3).
+// A linked transaction identifier of 7 stands for the number in a second octet (10.5.6.7; TS 24.007, 11.2.3.1.3), so 01
+// 70 fails with -14, while 02 70 87 names transaction 7. The rows read the second octet where there is one; only that
+// it must be there is said here.
 int l3Dec_TS24008IE_LinkedTI(L3Call& call, const L3Type& type, void* value)
 {
   const auto& linked = *static_cast<const TS24008IE_LinkedTI*>(value);

@@ -1,6 +1,13 @@
-// Elements and a message of TS 24.301 that rows cannot say. The mobile identity (9.9.3.12), because the digits of an
-// IMSI or IMEI begin inside its first octet. The entries of a list of tracking areas (9.9.3.33), because their counts
-// stand outside them. The detach request (8.2.11), because the context and not the octets tells its direction.
+// Elements and a message of TS 24.301 that rows cannot say:
+//   - the mobile identity (9.9.3.12), because the digits of an IMSI or IMEI begin inside its first octet;
+//   - the entries of a list of tracking areas (9.9.3.33), because their counts stand outside of them
+//   (TrackingAreaItem.h);
+//   - the detach request (8.2.11), because the context and not the octets tells its direction.
+// The engine and direct coders call what is defined here. All values lie in the caller's record, but for tracking areas
+// of several networks, which are on the context's heap.
+//
+//   0B F6 62 F2 24 00 01 02 03 04 05 06   1111 0 110: filler, type 6, a GUTI of network 262 42
+//   08 29 26 24 00 00 00 00 10            0010 1 001: first digit 2, odd count of digits, type 1, an IMSI
 #include <cstring>
 
 #include "L3Descriptors.h"
@@ -17,6 +24,7 @@ static constexpr const L3Type& kIdentity = l3_TS24301IE_EPSMobileIdentity;
 
 static constexpr uint8_t kGutiOctets = 11;
 
+// The odd flag is a member of the record, also of a GUTI, where it says nothing.
 static int decOddEven(L3Call& call, uint8_t& odd)
 {
   L3Name frame;
@@ -24,6 +32,8 @@ static int decOddEven(L3Call& call, uint8_t& odd)
   return endDecPart(call, kIdentity, "oddEvenInd", l3DecBits(call, &odd, 1, 1, "BOOLEAN"));
 }
 
+// What follows the first octet. The upper half-octet, `filler`, is the first digit of an IMSI or IMEI. Other types than
+// 1 and 3 come here as GUTI only, because the decoder of typeOfIdent refuses what is not 1, 3 or 6.
 static int decByType(L3Call& call, Identity& identity)
 {
   const L3Type& guti = l3_TS24301IE_EPSMobileIdentity_GUTI;
@@ -42,7 +52,8 @@ static int decByType(L3Call& call, Identity& identity)
   }
 }
 
-// The first octet and what follows. An empty identity ends in the middle of its first octet.
+// The first octet and what follows. 00 F6, an identity of length 0, ends with -66 before its odd flag; the test stands
+// between half-octet and flag because callers know where such an identity fails.
 static int decInside(L3Call& call, Identity& identity, size_t end)
 {
   int status = l3DecNamed(call, kIdentity, "filler", &identity.filler, 4, 1);
@@ -54,6 +65,7 @@ static int decInside(L3Call& call, Identity& identity, size_t end)
   return status < 0 ? status : decByType(call, identity);
 }
 
+// `t` is cleared first, so that a cut identity has no form and can be printed.
 int l3Dec_TS24301IE_EPSMobileIdentity(L3Call& call, const L3Type&, void* value)
 {
   Identity& identity = *static_cast<Identity*>(value);
@@ -62,7 +74,8 @@ int l3Dec_TS24301IE_EPSMobileIdentity(L3Call& call, const L3Type&, void* value)
                      [&](size_t end) { return decInside(call, identity, end); });
 }
 
-// The digit forms write length and first octet themselves; the record tells afterwards what was written.
+// The digit forms write length and first octet themselves; length, odd flag and first digit of the record are set to
+// what is written, so that record and octets agree afterwards. An array without an ending zero is refused (-16).
 static int encDigits(L3Call& call, Identity& identity, const char* name, const char* digits)
 {
   size_t count = strnlen(digits, sizeof identity.u.imsi);
@@ -73,6 +86,7 @@ static int encDigits(L3Call& call, Identity& identity, const char* name, const c
   return encIdentityDigits(call, kIdentity, name, static_cast<uint8_t>(identity.typeOfIdent), digits);
 }
 
+// Writes a GUTI by its parts. `filler` goes out as it stands: 1111 in a GUTI that was decoded.
 static int encGuti(L3Call& call, Identity& identity)
 {
   identity.length = kGutiOctets;
@@ -90,6 +104,7 @@ static int encGuti(L3Call& call, Identity& identity)
   return encPart(call, kIdentity, "guti", l3_TS24301IE_EPSMobileIdentity_GUTI, &identity.u.guti);
 }
 
+// The type of identity selects the form here, not `t`: they are set together, and the type is what goes out.
 int l3Enc_TS24301IE_EPSMobileIdentity(L3Call& call, const L3Type&, void* value)
 {
   Identity& identity = *static_cast<Identity*>(value);
@@ -105,10 +120,10 @@ int l3Enc_TS24301IE_EPSMobileIdentity(L3Call& call, const L3Type&, void* value)
   }
 }
 
-// Length and first octet, but for its upper bits.
+// Length and first octet of a GUTI but for the upper five bits: 0x0B06. 0B F6 masked with FF 07 gives it.
 static constexpr uint64_t kGutiLead = kGutiOctets << 8 | TS24301IE_EPSMobileIdentity_typeOfIdent_guti;
 
-// Directly for the GUTI, which nearly every identity is, and for digits.
+// The direct decoder reads the GUTI, which nearly every identity is, and digits. All else goes to the decoder above.
 size_t l3DirectDec_TS24301IE_EPSMobileIdentity(const L3Source& in, size_t pos, size_t end, void* record)
 {
   Identity& identity = *static_cast<Identity*>(record);
@@ -134,6 +149,7 @@ size_t l3DirectDec_TS24301IE_EPSMobileIdentity(const L3Source& in, size_t pos, s
   return directDigits(in, pos, length, word & 0xFF, imsi ? u.imsi : u.imei, imsi ? sizeof u.imsi : sizeof u.imei);
 }
 
+// The direct encoder writes the GUTI only; the encoder above writes the others, inside the trial.
 size_t l3DirectEnc_TS24301IE_EPSMobileIdentity(L3Sink& out, size_t pos, void* record)
 {
   Identity& identity = *static_cast<Identity*>(record);
@@ -145,6 +161,7 @@ size_t l3DirectEnc_TS24301IE_EPSMobileIdentity(L3Sink& out, size_t pos, void* re
   return l3DirectEnc_TS24301IE_EPSMobileIdentity_GUTI(out, pos, &identity.u.guti);
 }
 
+// An entry of a list of tracking areas. EPS has no list of whole networks, so there is no fourth alternative.
 int l3Dec_TS24301IE_TrackingAreaIdentListItem(L3Call& call, const L3Type&, void* value)
 {
   static constexpr TrackingAreaTypes types = {l3_TS24301IE_TrackingAreaIdentListItem, l3_TS24301IE_PartialTrkAreaIdent0,
@@ -174,7 +191,8 @@ size_t l3DirectEnc_TS24301IE_TrackingAreaIdentListItem(L3Sink& out, size_t pos, 
   return directPutTrackingItem(kTracking, out, pos, *static_cast<TS24301IE_TrackingAreaIdentListItem*>(record));
 }
 
-// A context without the flag decodes the second direction.
+// The sample is the form from the network, since a context without RTX_FLAG_MOBILE_ORIGINATED, as a new one is, decodes
+// that one. False without memory.
 bool l3Settle_TS24301Msg_DetachRequest(RtxContext* pctxt, void* value)
 {
   auto& request = *static_cast<TS24301Msg_DetachRequest*>(value);
@@ -185,6 +203,8 @@ bool l3Settle_TS24301Msg_DetachRequest(RtxContext* pctxt, void* value)
   return true;
 }
 
+// Both directions have message type 0x45 (8.2.11.1, 8.2.11.2): 07 45 01 0B F6 ... from the mobile, 07 45 01 from the
+// network. The caller tells the direction by the flag.
 int l3Dec_TS24301Msg_DetachRequest(L3Call& call, const L3Type& type, void* value)
 {
   auto& request = *static_cast<TS24301Msg_DetachRequest*>(value);
@@ -196,6 +216,7 @@ int l3Dec_TS24301Msg_DetachRequest(L3Call& call, const L3Type& type, void* value
   return decPart(call, type, "ueTerm", l3_TS24301Msg_DetachRequestUETerm, &request.u.ueTerm);
 }
 
+// The encoder goes by `t`, which tells the direction by itself.
 int l3Enc_TS24301Msg_DetachRequest(L3Call& call, const L3Type& type, void* value)
 {
   auto& request = *static_cast<TS24301Msg_DetachRequest*>(value);

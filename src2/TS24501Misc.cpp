@@ -1,5 +1,15 @@
-// The 5GS mobile identity (TS 24.501, 9.11.3.4). By hand because one octet holds type, SUPI format, odd flag and first
-// digit in a way that depends on the type, and because the encoder works its length out beforehand.
+// Elements of TS 24.501 that rows cannot say. The engine and direct coders call what is defined here.
+//   - The 5GS mobile identity (9.11.3.4), because its first octet holds type, SUPI format, odd flag and first digit in
+//   a
+//     way that depends on the type, and because the encoder works its length out beforehand.
+//   - The entries of a list of tracking areas (9.11.3.9), because their counts stand outside of them.
+//   - The SUCI of a relay key request (9.11.3.89) in the form of the standard.
+// All values lie in the caller's record, but for strings without a bound, which are on the context's heap.
+//
+//   00 0B F2 09 F1 07 ...   11110 010: five leading bits 30, type 2, a GUTI
+//   00 0D 01 09 F1 07 ...   0 000 0 001: SUPI format 0, type 1, a SUCI of an IMSI
+//   00 08 4B 09 51 15 ...   0100 1 011: first digit 4, odd count of digits, type 3, an IMEI
+// The coders take the first octet as five leading bits and three of type; leading bits 01001 are digit 4 and odd.
 #include <cstring>
 
 #include "L3Descriptors.h"
@@ -16,6 +26,8 @@ static constexpr const L3Type& kIdentity = l3_TS24501IE_MobileIdentity;
 static constexpr const L3Type& kSuciPart = l3_TS24501IE_MobileIdentity_SUCI;
 static constexpr const L3Type& kMacPart = l3_TS24501IE_MobileIdentity_MAC;
 
+// The SUCI, whose SUPI format is bits 1 to 3 of the leading ones: 0 an IMSI, 1 a network specific identifier. Formats 2
+// and 3 (GCI, GLI) have no alternative in the record and fail with -9.
 static int decSuci(L3Call& call, Identity& identity, uint8_t leading)
 {
   auto& suci = identity.u.suci;
@@ -35,7 +47,8 @@ static int decSuci(L3Call& call, Identity& identity, uint8_t leading)
   return status;
 }
 
-// The bits in front of a GUTI or S-TMSI are 1111 and a spare bit; anything below is refused.
+// A GUTI or S-TMSI. The leading bits are 1111 and a spare bit, so 30 or 31; anything below is refused with -16 and the
+// value as parameter: 00 0B 02.
 static int decTemporary(L3Call& call, const char* name, const L3Type& type, void* part, uint8_t leading)
 {
   if (leading < 30) {
@@ -47,6 +60,7 @@ static int decTemporary(L3Call& call, const char* name, const L3Type& type, void
   return decPart(call, kIdentity, name, type, part);
 }
 
+// An IMEI or IMEISV. The shared function takes a length of 8 bits; a longer one could not be digits anyway (-16).
 static int decDigits(L3Call& call, const char* name, uint16_t length, uint8_t leading, char* digits, size_t size)
 {
   if (length > 255) {
@@ -60,6 +74,7 @@ static int decDigits(L3Call& call, const char* name, uint16_t length, uint8_t le
                            static_cast<uint8_t>(leading >> 1), digits, size);
 }
 
+// A MAC address. The lowest of the leading bits is MAURI, the MAC address usage restriction indication.
 static int decMac(L3Call& call, Identity& identity, uint8_t leading)
 {
   L3Name frame;
@@ -70,6 +85,7 @@ static int decMac(L3Call& call, Identity& identity, uint8_t leading)
   return status;
 }
 
+// What follows the first octet. Type 0, no identity, has nothing.
 static int decByType(L3Call& call, Identity& identity, uint8_t leading)
 {
   switch (identity.t) {
@@ -92,6 +108,7 @@ static int decByType(L3Call& call, Identity& identity, uint8_t leading)
   }
 }
 
+// First octet and what follows. All eight types are members of the enumeration, so `t` is always one of 1 to 8.
 static int decInside(L3Call& call, Identity& identity)
 {
   uint8_t leading = 0;
@@ -104,6 +121,7 @@ static int decInside(L3Call& call, Identity& identity)
   return decByType(call, identity, leading);
 }
 
+// Any length of 16 bits but 0 is in range: a network specific identifier has no bound.
 int l3Dec_TS24501IE_MobileIdentity(L3Call& call, const L3Type&, void* value)
 {
   Identity& identity = *static_cast<Identity*>(value);
@@ -111,7 +129,9 @@ int l3Dec_TS24501IE_MobileIdentity(L3Call& call, const L3Type&, void* value)
   return decIdentity(call, kIdentity, identity.length, UINT16_MAX, [&](size_t) { return decInside(call, identity); });
 }
 
-// Octets behind the length, known from the record alone.
+// Octets behind the length, known from the record alone, so that the length can be written in front of them: 8 in front
+// of the scheme output of a SUCI (first octet, PLMN 3, routing indicator 2, scheme 1, key identifier 1), 11 of a GUTI
+// (first octet, PLMN 3, region 1, set and pointer 2, TMSI 4), 7 of an S-TMSI, the same less PLMN and region.
 static size_t identityLength(const Identity& identity)
 {
   const auto& suci = identity.u.suci;
@@ -132,6 +152,8 @@ static size_t identityLength(const Identity& identity)
   }
 }
 
+// The five bits in front of the type, the inverse of what decByType makes of them. The spare bit in front of a GUTI
+// goes out as 0 whatever was received.
 static uint8_t leadingBits(const Identity& identity)
 {
   switch (identity.t) {
@@ -147,11 +169,14 @@ static uint8_t leadingBits(const Identity& identity)
   }
 }
 
+// 30 and type 2 are 11110 010, F2.
 static uint8_t firstOctet(const Identity& identity)
 {
   return static_cast<uint8_t>(unsigned{leadingBits(identity)} << 3 | (identity.t - 1));
 }
 
+// The scheme output or identifier ends the element. It runs to the end of its container ("open tail"), which the flag
+// says to the engine: left standing, it would keep the message's optional elements from being written.
 static int encSuci(L3Call& call, Identity& identity)
 {
   auto& suci = identity.u.suci;
@@ -171,6 +196,7 @@ static int encSuci(L3Call& call, Identity& identity)
   return 0;
 }
 
+// MAURI is in the first octet already.
 static int encMac(L3Call& call, const Identity& identity)
 {
   L3Name frame;
@@ -198,7 +224,8 @@ static int encByType(L3Call& call, Identity& identity)
   }
 }
 
-// The digit forms write length and first octet themselves: an 8-bit length behind a high octet of 0.
+// The digit forms write length and first octet themselves: a length of 8 bits, in front of which an octet of 0 makes
+// 16.
 static int encDigits(L3Call& call, Identity& identity)
 {
   bool imei = identity.t == TS24501IE_MobileIdentity_t_imei;
@@ -211,6 +238,7 @@ static int encDigits(L3Call& call, Identity& identity)
   return encIdentityDigits(call, kIdentity, imei ? "imei" : "imeisv", static_cast<uint8_t>(identity.t - 1), digits);
 }
 
+// Encodes the form that `t` names; the length in the record is set to what is written, up to 65,535.
 int l3Enc_TS24501IE_MobileIdentity(L3Call& call, const L3Type&, void* value)
 {
   Identity& identity = *static_cast<Identity*>(value);
@@ -227,7 +255,8 @@ int l3Enc_TS24501IE_MobileIdentity(L3Call& call, const L3Type&, void* value)
   return status < 0 ? status : encByType(call, identity);
 }
 
-// Directly for the three forms that real traffic has most of.
+// The direct decoder reads the three forms that real traffic has most of: GUTI, S-TMSI and SUCI of an IMSI. `end` is
+// narrowed to the identity's region; `outer` is the end around it, for the decoder above, to which all else goes.
 size_t l3DirectDec_TS24501IE_MobileIdentity(const L3Source& in, size_t pos, size_t end, void* record)
 {
   Identity& identity = *static_cast<Identity*>(record);
@@ -248,10 +277,12 @@ size_t l3DirectDec_TS24501IE_MobileIdentity(const L3Source& in, size_t pos, size
   } else {
     return l3DirectType(in, start, outer, l3_TS24501IE_MobileIdentity, record);
   }
+  // Octets behind the identity are passed over, or kept by the walk where they are asked for.
   if (pos != end && l3DirectKeeps(in)) return kL3GaveUp;
   return pos == kL3GaveUp ? pos : end;
 }
 
+// The direct encoder writes the same three; the others go to the encoder above.
 size_t l3DirectEnc_TS24501IE_MobileIdentity(L3Sink& out, size_t pos, void* record)
 {
   Identity& identity = *static_cast<Identity*>(record);
@@ -272,6 +303,7 @@ size_t l3DirectEnc_TS24501IE_MobileIdentity(L3Sink& out, size_t pos, void* recor
   return pos;
 }
 
+// An entry of a list of tracking areas, or of service areas (9.11.3.49), whose first bit is the allowed type.
 int l3Dec_TS24501IE_TrackingAreaIdentListItem(L3Call& call, const L3Type&, void* value)
 {
   static constexpr TrackingAreaTypes types = {l3_TS24501IE_TrackingAreaIdentListItem, l3_TS24501IE_PartialTrkAreaIdent0,
@@ -302,10 +334,13 @@ size_t l3DirectEnc_TS24501IE_TrackingAreaIdentListItem(L3Sink& out, size_t pos, 
 }
 
 // The SUCI in a relay key request by the standard (TS 24.501, 9.11.3.89): a length of two octets and the first octet of
-// a mobile identity stand before it, 00 000D 01 and 12 octets, where the rows have 00 and the 12.
+// a mobile identity stand before it, 00 00 0D 01 and 12 octets, where the rows have 00 and the 12. By hand because a
+// second row can have a length of its own, but not a length with an octet of a fixed value behind it. With `ruit` 1 the
+// identity is a PRUK identity, the same in both.
 static constexpr unsigned kIdentityRow = 2;
 static constexpr uint8_t kSuciOctet = 1; // IMSI as SUPI format, SUCI as type
 
+// Another identity than a SUCI of an IMSI fails with -9, one shorter or longer than its length with -66.
 int l3Dec_TS24501IE_RemoteUEIdentity_standard(L3Call& call, const L3Type& type, void* value)
 {
   const auto& identity = *static_cast<const TS24501IE_RemoteUEIdentity*>(value);
@@ -327,6 +362,7 @@ int l3Dec_TS24501IE_RemoteUEIdentity_standard(L3Call& call, const L3Type& type, 
   return 0;
 }
 
+// The length is written as 0 and patched once the identity stands behind it.
 int l3Enc_TS24501IE_RemoteUEIdentity_standard(L3Call& call, const L3Type& type, void* value)
 {
   int status = l3EncRows(call, l3Slice(type, 0, kIdentityRow), value);
