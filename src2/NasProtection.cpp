@@ -1,3 +1,6 @@
+// Protection of EPS and 5GS messages; NasProtection.h says what each function is for. The security operations
+// themselves are rtx3gpp functions (rt3gppNasSec.cpp). What stands here is the part that knows a call: which octets of
+// the buffer are meant, what a failure leaves on the stacks, and why nothing of this can happen in a direct coder.
 #include "src2/NasProtection.h"
 
 #include "rt3gppsrc/engine/l3Encode.h"
@@ -20,6 +23,7 @@ void nasReturn(RtxContext* pctxt, const NasPosition& position)
 
 void nasVerify(L3Call& call, const L3Type& type, size_t from, uint32_t received)
 {
+  // A trial may not record anything. It is given up, and the walk verifies.
   if (call.onTrial()) {
     l3RefuseTrial(call, RTX_E_BAD_MAC);
     return;
@@ -28,11 +32,13 @@ void nasVerify(L3Call& call, const L3Type& type, size_t from, uint32_t received)
   const RtxBuffer& buffer = pctxt->buffer;
   size_t length = from < buffer.size ? buffer.size - from : 0;
   uint32_t computed = 0;
-  if (!pctxt->pSecurity) l3ToLists(call); // the operation is about to record a failure
+  // Without keys the operation records a failure, whose path is taken from the real stacks.
+  if (!pctxt->pSecurity) l3ToLists(call);
   int status = rtx3gppComputeMAC(pctxt, buffer.data + from, length, &computed);
   if (status < 0) {
     l3Fail(call, type.module->decoder, status, type.line);
   } else if (computed != received) {
+    // The order of the parameters is that of the error's text: received, then computed.
     rtxErrAddUIntParm(pctxt, received);
     rtxErrAddUIntParm(pctxt, computed);
     l3Note(call, type.module->decoder, RTX_E_BAD_MAC, type.line);
@@ -41,7 +47,8 @@ void nasVerify(L3Call& call, const L3Type& type, size_t from, uint32_t received)
 
 int nasDecipher(L3Call& call, const L3Type& type, size_t from)
 {
-  // What has been deciphered can not be tried again.
+  // A message that ends behind its header has nothing to decipher; the rows report the shortage. Deciphering overwrites
+  // the octets, so a trial that is given up later could not begin again from them.
   if (call.onTrial()) return l3RefuseTrial(call, RTX_E_NO_SECURITY);
   const RtxBuffer& buffer = call.pctxt->buffer;
   size_t length = from < buffer.size ? buffer.size - from : 0;
@@ -50,7 +57,7 @@ int nasDecipher(L3Call& call, const L3Type& type, size_t from)
   return status < 0 ? l3Fail(call, type.module->decoder, status, type.line) : 0;
 }
 
-// Ciphers in place from an octet to the cursor.
+// Ciphers in place from an octet to the cursor: what stands behind the cursor is not part of the message.
 static int nasCipher(L3Call& call, const L3Type& type, size_t from)
 {
   const RtxBuffer& buffer = call.pctxt->buffer;
@@ -60,7 +67,8 @@ static int nasCipher(L3Call& call, const L3Type& type, size_t from)
   return status < 0 ? l3Fail(call, type.module->encoder, status, type.line) : 0;
 }
 
-// Computes the code over the octets up to the cursor, stores it and writes it at its place.
+// Computes the code over the octets from the sequence number to the cursor, stores it in the record and writes it over
+// the 32 bits of 0 or of an earlier code that stand at its place. The cursor goes back to the end of the message.
 static int nasSign(L3Call& call, const L3Type& type, size_t start, const NasSpans& spans, uint32_t& code)
 {
   RtxContext* pctxt = call.pctxt;
@@ -92,14 +100,17 @@ int nasRefuseStream(L3Call& call, const L3Type& type)
 
 int nasProtect(L3Call& call, const L3Type& type, size_t start, const NasSpans& spans, int secHdrType, uint32_t& code)
 {
+  // Ciphering overwrites the octets, and a direct coder could not report what fails: a trial ends here.
   if (call.onTrial()) return l3Fail(call, type.module->encoder, RTX_E_NO_SECURITY, type.line);
   if (int status = nasRefuseStream(call, type); status < 0) return status;
+  // The code is taken over the ciphered octets, so ciphering comes first (TS 24.301, 4.4.3.3; TS 24.501, 4.4.3.3).
   if (nasIsCiphered(secHdrType))
     if (int status = nasCipher(call, type, start + spans.cipheredFrom); status < 0) return status;
   return nasSign(call, type, start, spans, code);
 }
 
-// Is the record's message alternative one of the table?
+// Has the form a message of this number? The last row of a form is always its body; `byTag` maps the number `t` of the
+// record, at most 255, to the message's place from 1 on.
 static bool knowsBody(const L3Type& pdu, const void* record)
 {
   const L3Row& row = pdu.rows[pdu.rowCount - 1];
@@ -108,7 +119,9 @@ static bool knowsBody(const L3Type& pdu, const void* record)
   return tag < 256 && body.byTag[tag];
 }
 
-// A message that has another type in the standard's form goes out with that one.
+// Gives the record the message type that the standard has, where the rows have another one: PagingResponse is 0x5C by
+// the rows and 0x27 on the air (docs/quirks.md, "Standard forms"). Only with RTX_FLAG_STANDARD_FORMS, and only for a
+// message that knowsBody has accepted, since `byTag` is used without a test.
 static void renumber(const RtxContext* pctxt, const L3Type& pdu, void* value)
 {
   if (!(pctxt->flags & RTX_FLAG_STANDARD_FORMS)) return;

@@ -1,11 +1,15 @@
-// The first half-octet of a layer-3 header. By hand because its four readings cannot be told apart on decoding, which
-// takes the first always, and because a transaction identifier above 7 is cut on encoding instead of refused.
+// Coders by hand of the first half-octet of a layer-3 header (TS 24.007, 11.2.3.1), which the forms of TS 24.301 hold.
+// By hand because the half-octet has four readings that only the discriminator in the other half tells apart: skip
+// indicator, transaction identifier, EPS bearer identity, security header type. The decoder comes first and cannot
+// know, so it always takes the skip indicator; the form relabels it afterwards (TS24301Pdu.cpp). And because a
+// transaction identifier above 7 is cut to 7 on encoding, where a row of 3 bits would refuse it.
 #include "L3Descriptors.h"
 #include "rt3gppsrc/engine/l3Decode.h"
 #include "rt3gppsrc/engine/l3Direct.h"
 #include "rt3gppsrc/engine/l3Encode.h"
 #include "velnor3gpp/TS24007L3.h"
 
+// 0x52 0x00 0xC1: the 5 is read here as skipInd = 5; behind discriminator 2 it becomes epsBearerIdent = 5.
 int l3Dec_TS24007L3_L3HdrOptions(L3Call& call, const L3Type& type, void* value)
 {
   auto& options = *static_cast<TS24007L3_L3HdrOptions*>(value);
@@ -13,6 +17,8 @@ int l3Dec_TS24007L3_L3HdrOptions(L3Call& call, const L3Type& type, void* value)
   return l3DecNamed(call, type, "skipInd", &options.u.skipInd, 4, 1);
 }
 
+// A transaction identifier, 1 bit of flag and 3 of value (11.2.3.1.3): flag 1 and value 2 are 1010. 7 says that the
+// value goes on in a further octet, which this half-octet does not write.
 static int encTransId(L3Call& call, uint8_t flag, uint8_t number)
 {
   const L3Type& type = l3_TS24007L3_L3HdrOptions_transId;
@@ -31,7 +37,8 @@ static int encBearer(L3Call& call, const L3Type& type, int32_t identity)
 {
   L3Name frame;
   l3PushName(call, frame, "epsBearerIdent");
-  // The alternative's own descriptor tests membership: it is the third of the choice.
+  // The descriptor of the alternative is asked for by its number, so that its enumeration is tested as in the rows: 4,
+  // which is no bearer identity, fails with -4.
   const auto& choice = *static_cast<const L3Choice*>(type.rows[0].info);
   int status = l3EncType(call, *l3FindByTag(choice, TS24007L3_L3HdrOptions_t_epsBearerIdent)->row.type, &identity);
   if (status < 0) return l3EncFailed(call, type, "epsBearerIdent", status);
@@ -39,6 +46,7 @@ static int encBearer(L3Call& call, const L3Type& type, int32_t identity)
   return status;
 }
 
+// Writes the reading that `t` names. `t` is the caller's; 0 or anything above 4 fails with -9.
 int l3Enc_TS24007L3_L3HdrOptions(L3Call& call, const L3Type& type, void* value)
 {
   auto& options = *static_cast<TS24007L3_L3HdrOptions*>(value);
@@ -56,6 +64,8 @@ int l3Enc_TS24007L3_L3HdrOptions(L3Call& call, const L3Type& type, void* value)
   }
 }
 
+// The direct coder reads the same at an octet's start only: generated coders that follow rely on the cursor being 4
+// bits into the octet ("ends 4" in the definition).
 size_t l3DirectDec_TS24007L3_L3HdrOptions(const L3Source& in, size_t pos, size_t end, void* record)
 {
   auto& options = *static_cast<TS24007L3_L3HdrOptions*>(record);
@@ -66,7 +76,7 @@ size_t l3DirectDec_TS24007L3_L3HdrOptions(const L3Source& in, size_t pos, size_t
   return pos;
 }
 
-// The half-octet of the options, or above 15 what the walk has to refuse.
+// The half-octet that the options come to, or above 15 where the walk has something to refuse and to report.
 static uint64_t halfOctet(const TS24007L3_L3HdrOptions& options)
 {
   const auto& transId = options.u.transId;

@@ -1,7 +1,15 @@
-// The top-level forms of TS 24.301. By hand because the first half-octet means something else for each discriminator
-// behind it, because a service request has no message type and a code of 16 bits, and because the decoder looks ahead,
-// verifies and deciphers before the plain part, and the encoder ciphers, signs and back-patches behind it
-// (TS 24.301, 4.4 and 9.1); the plain part itself is the engine's.
+// The top-level forms of TS 24.301: all EPS NAS messages, and the session message inside a mobility message (PDU_SM).
+// The engine calls the coders here for NASDec_TS24301Msg_PDU and its like. By hand because
+//   - the first half-octet means something else for each discriminator behind it (TS 24.301, 9.1 and 9.3);
+//   - a service request has no message type and a code of 16 bits (8.2.25, 9.9.3.28);
+//   - the decoder looks ahead, verifies and deciphers before the plain part, and the encoder ciphers, signs and
+//     back-patches behind it (4.4.3).
+// The plain part itself is the rows'. Keys and counts are the context's; deciphering changes the caller's buffer.
+//
+//   07 41 ...                 0 and 7: plain mobility management, attach request
+//   52 00 C1 ...              bearer 5, discriminator 2: session management, transaction 0
+//   27 code 05 07 42 ...      header type 2: code of 4 octets, sequence number, ciphered message
+//   C7 02 CD 24               header type 12: service request, key set and sequence number, code CD24
 #include <cstring>
 
 #include "L3Descriptors.h"
@@ -19,7 +27,7 @@
 
 static constexpr const L3Type& kPdu = l3_TS24301Msg_PDU;
 static constexpr uint8_t kSession = 2, kMobility = 7, kShortMessage = 9;
-// Octets from the start of the message: the code, then what it covers, then what is ciphered.
+// Octets from the start of the message: code, sequence number with all that the code covers, ciphered part.
 static constexpr NasSpans kSpans = {1, 5, 6};
 static constexpr uint8_t kServiceRequestHeader = 12;
 static constexpr size_t kServiceRequestSigned = 2; // octets that the short code covers
@@ -30,7 +38,8 @@ struct FirstOctet {
   uint8_t discriminator; // not read for a service request
 };
 
-// Decodes some of a form's rows.
+// Decodes `count` of a form's rows, from row `from` on. The presence bits stay as they are, since the caller has set
+// some.
 static int decSlice(L3Call& call, const L3Type& pdu, unsigned from, unsigned count, void* record)
 {
   L3Type slice = l3Slice(pdu, from, count);
@@ -38,7 +47,8 @@ static int decSlice(L3Call& call, const L3Type& pdu, unsigned from, unsigned cou
   return l3DecRows(call, slice, record);
 }
 
-// Gives the first half-octet the meaning that it has under the discriminator.
+// Gives the first half-octet the meaning that it has under the discriminator. The decoder of the half-octet could not
+// know it (TS24007Misc.cpp) and left it as `skipInd`: of 52 it is 5, which becomes EPS bearer identity 5.
 static void relabel(TS24007L3_L3HdrOptions& options, int discriminator)
 {
   uint8_t bits = options.u.skipInd;
@@ -61,7 +71,8 @@ static void relabel(TS24007L3_L3HdrOptions& options, int discriminator)
   }
 }
 
-// The plain part by the direct coder, whose relabelling can wait. It clears the presence bits, which are the caller's.
+// The plain part by the direct coder; the half-octet gets its label afterwards, because no message looks at it. The
+// direct coder clears the presence bits, of which the caller has set that of the security header: they are put back.
 template <class Pdu> static bool decAtOnce(L3Call& call, const L3Type& type, Pdu& pdu)
 {
   uint8_t presence;
@@ -72,7 +83,8 @@ template <class Pdu> static bool decAtOnce(L3Call& call, const L3Type& type, Pdu
   return done;
 }
 
-// The plain part: header, its new label, and the three rows behind it (transaction identity, type, body).
+// The plain part by the rows, if not at once. The label has to stand before the rows behind the header (transaction
+// identity, type, body) are read, so that a cut message prints its bearer identity.
 template <class Pdu> static int decPlain(L3Call& call, const L3Type& type, Pdu& pdu)
 {
   if (decAtOnce(call, type, pdu)) return 0;
@@ -86,12 +98,14 @@ template <class Pdu> static int decPlain(L3Call& call, const L3Type& type, Pdu& 
   return decSlice(call, type, header, 3, &pdu);
 }
 
+// A session message inside an attach request or accept: no header of its own.
 int l3Dec_TS24301Msg_PDU_SM(L3Call& call, const L3Type& type, void* value)
 {
   return decPlain(call, type, *static_cast<TS24301Msg_PDU_SM*>(value));
 }
 
-// The half-octet of a sample, as the decoder will label it.
+// Gives the sample of a session message a half-octet as the decoder will label it; the rows would make a skip
+// indicator.
 bool l3Settle_TS24301Msg_PDU_SM(RtxContext*, void* value)
 {
   auto& options = static_cast<TS24301Msg_PDU_SM*>(value)->l3HdrOpts;
@@ -100,6 +114,7 @@ bool l3Settle_TS24301Msg_PDU_SM(RtxContext*, void* value)
   return true;
 }
 
+// The sample has a security header of type 1, for which decoders verify and do not decipher.
 bool l3Settle_TS24301Msg_PDU(RtxContext*, void* value)
 {
   auto& pdu = *static_cast<TS24301Msg_PDU*>(value);
@@ -110,7 +125,8 @@ bool l3Settle_TS24301Msg_PDU(RtxContext*, void* value)
   return true;
 }
 
-// What the short code of a service request is, or false with the failure recorded.
+// Computes the code that a service request should have, over its first two octets: the lower 16 bits of the code of 32
+// (TS 24.301, 9.9.3.28). False without keys, with the failure recorded; decoding goes on.
 static bool shortCode(L3Call& call, size_t start, uint32_t& code)
 {
   const RtxBuffer& buffer = call.pctxt->buffer;
@@ -123,6 +139,7 @@ static bool shortCode(L3Call& call, size_t start, uint32_t& code)
   return status >= 0;
 }
 
+// Records a wrong code (-70) as a fatal finding that does not stop the decoding.
 static void compareShortCode(L3Call& call, const TS24301Msg_ServiceRequest& request, uint32_t computed)
 {
   uint32_t received = static_cast<uint32_t>(rtxLoadOctets<2>(request.shortMAC));
@@ -132,7 +149,8 @@ static void compareShortCode(L3Call& call, const TS24301Msg_ServiceRequest& requ
   l3Note(call, kPdu.module->decoder, RTX_E_BAD_MAC, kPdu.line);
 }
 
-// A header that no octet carries: the form has neither code nor sequence number nor message type in these places.
+// Fills the header of the record, which no octet carries: in place of code, sequence number and message type the form
+// has key set and sequence number (KSI, 3 and 5 bits) and the short code.
 static void fillServiceRequest(TS24301Msg_PDU& pdu)
 {
   pdu.m.secHdrPresent = 1;
@@ -147,7 +165,8 @@ static void fillServiceRequest(TS24301Msg_PDU& pdu)
   pdu.data.t = TS24301Msg_PDU_data_t_ServiceRequest;
 }
 
-// The type name stays pushed behind a service request, on success as well.
+// Ends a service request. The type name stays on the stack, on success as well: callers that look at the stacks have
+// seen it so from the start.
 static int endServiceRequest(L3Call& call, int status)
 {
   l3ToLists(call);
@@ -155,6 +174,8 @@ static int endServiceRequest(L3Call& call, int status)
   return status;
 }
 
+// C7 02 CD 24. The code is computed before the octets are read, because a failure to compute it is recorded first. The
+// message lies on the context's heap. The status is that of the findings, if there are any.
 static int decServiceRequest(L3Call& call, TS24301Msg_PDU& pdu, const NasPosition& start)
 {
   uint32_t code = 0;
@@ -171,15 +192,17 @@ static int decServiceRequest(L3Call& call, TS24301Msg_PDU& pdu, const NasPositio
   return endServiceRequest(call, call.pctxt->errInfo.count ? rtxErrGetStatus(call.pctxt) : 0);
 }
 
-// The value of the first half-octet alone decides, whatever the discriminator: bearer identities 12 to 15 go the same
-// way, but for the standard's form, where they are what they are.
+// The value of the first half-octet alone decides, whatever the discriminator: C2 00 CD 24, a session message of bearer
+// 12, goes the same way. With RTX_FLAG_STANDARD_FORMS it is the session message that it says it is (TS 24.007,
+// 11.2.3.1.5 has bearer identities up to 15).
 static bool isServiceRequest(const L3Call& call, const FirstOctet& octet)
 {
   bool bearer = call.pctxt->flags & RTX_FLAG_STANDARD_FORMS && octet.discriminator == kSession;
   return octet.high >= kServiceRequestHeader && !bearer;
 }
 
-// Reads the first octet without a trace and steps back. With a service request the trace stays off.
+// Reads the first octet, if possible without moving the cursor, and otherwise without a trace and stepping back. With a
+// service request the trace stays off and the cursor behind the half-octet; decServiceRequest steps back.
 static int lookAhead(L3Call& call, const NasPosition& start, FirstOctet& octet)
 {
   RtxContext* pctxt = call.pctxt;
@@ -192,6 +215,7 @@ static int lookAhead(L3Call& call, const NasPosition& start, FirstOctet& octet)
   }
   rtxDiagSetBitFldDisabled(pctxt->pBitFldList, 1);
   int status = l3DecBits(call, &octet.high, 4, 1, "INTEGER");
+  // The upper half-octet alone tells a service request, unless the standard's forms ask for the discriminator too.
   bool standard = pctxt->flags & RTX_FLAG_STANDARD_FORMS;
   if (status >= 0 && octet.high >= kServiceRequestHeader && !standard) return 0;
   if (status >= 0) status = l3DecBits(call, &octet.discriminator, 4, 1, "INTEGER");
@@ -202,7 +226,8 @@ static int lookAhead(L3Call& call, const NasPosition& start, FirstOctet& octet)
   return 0;
 }
 
-// Types 1 to 4 are verified; the partly ciphered 5 is not, though the encoder signs it.
+// Reads the security header, verifies and deciphers. Types 1 to 4 are verified. Type 5, partly ciphered, is not, though
+// the encoder signs it: see the warning in rt3gppNasSec.h.
 static int decSecurity(L3Call& call, const L3Type& type, TS24301Msg_PDU& pdu, size_t start)
 {
   int status = decPart(call, kPdu, "secHdr", l3_TS24007L3_SecProtMsgHeader, &pdu.secHdr);
@@ -213,6 +238,8 @@ static int decSecurity(L3Call& call, const L3Type& type, TS24301Msg_PDU& pdu, si
   return nasIsCiphered(header) ? nasDecipher(call, type, start + kSpans.cipheredFrom) : 0;
 }
 
+// Three functions for the fast way (l3Plain): may these octets, or this record, be coded by the rows alone? Octets may
+// if they begin with neither a service request nor a security header; a relabelled half-octet is all they need.
 static bool decodesPlain(const uint8_t* octets, size_t left, void*)
 {
   if (!left) return false;
@@ -234,6 +261,8 @@ static bool encodesPlain(const void* record)
 
 extern const L3Plain l3Plain_TS24301Msg_PDU = {decodesPlain, decodedPlain, encodesPlain};
 
+// Decodes any message: look ahead, then the header of a protected one, then the plain part. Findings of the header do
+// not stop the plain part, but the call ends with their status. 7 in the lower half with 0 in the upper is plain.
 int l3Dec_TS24301Msg_PDU(L3Call& call, const L3Type& type, void* value)
 {
   TS24301Msg_PDU& pdu = *static_cast<TS24301Msg_PDU*>(value);
@@ -253,7 +282,8 @@ int l3Dec_TS24301Msg_PDU(L3Call& call, const L3Type& type, void* value)
   return call.pctxt->errInfo.count ? l3Ended(call, rtxErrGetStatus(call.pctxt)) : 0;
 }
 
-// The short code goes into the record and over the two octets just written for it.
+// Writes a service request, computes the code over its first two octets, and puts it into the record and over the two
+// octets just written for it.
 static int encServiceRequest(L3Call& call, const L3Type& type, TS24301Msg_PDU& pdu, size_t start)
 {
   RtxContext* pctxt = call.pctxt;
@@ -274,6 +304,8 @@ static int encServiceRequest(L3Call& call, const L3Type& type, TS24301Msg_PDU& p
   return endServiceRequest(call, status);
 }
 
+// Encodes any message. A security header is written if the record has one of mobility management with a type other than
+// 0; anything else in the header of the record is passed over, and the message goes out plain.
 int l3Enc_TS24301Msg_PDU(L3Call& call, const L3Type& type, void* value)
 {
   TS24301Msg_PDU& pdu = *static_cast<TS24301Msg_PDU*>(value);
@@ -286,7 +318,8 @@ int l3Enc_TS24301Msg_PDU(L3Call& call, const L3Type& type, void* value)
   bool known;
   status = nasEncodePlain(call, type, value, known);
   if (status < 0) return status;
-  // A body left out is forgotten once the message is signed.
+  // A message number that the form does not have (`known` false) is no failure once the header is signed: callers
+  // protect a header alone in this way.
   if (header != 0) return nasProtect(call, type, start, kSpans, header, pdu.secHdr.msgAuthCode);
   return known ? status : l3Ended(call, RTX_E_INVALID_CHOICE);
 }

@@ -1,5 +1,11 @@
-// The top-level form of TS 24.501. By hand because it looks ahead, verifies and deciphers before the plain part is
-// read, and ciphers, signs and back-patches behind it (TS 24.501, 4.4); the plain part itself is the engine's.
+// The top-level form of TS 24.501: all 5GS NAS messages. The engine calls the coders here for NASDec_TS24501Msg_PDU and
+// NASEnc_TS24501Msg_PDU. By hand because the decoder looks ahead, verifies and deciphers before the plain part is read,
+// and the encoder ciphers, signs and back-patches behind it (TS 24.501, 4.4.3); the plain part itself is the rows'.
+// Keys and counts are the context's; deciphering changes the caller's buffer.
+//
+//   7E 00 5B 01                         mobility management, plain, identity request
+//   7E 02 11223344 05 7E 00 5B 01       header type 2: code of 4 octets, sequence number, ciphered message
+//   2E 01 00 C1                         session management: never with a security header of its own
 #include "L3Descriptors.h"
 #include "rt3gppsrc/engine/l3Decode.h"
 #include "rt3gppsrc/engine/l3Encode.h"
@@ -11,10 +17,11 @@
 
 static constexpr const L3Type& kPdu = l3_TS24501Msg_PDU;
 static constexpr int kSession = 46, kMobility = 126;
-// Octets from the start of the message: the code, then what it covers, then what is ciphered.
+// Octets from the start of the message: code, sequence number with all that the code covers, ciphered part.
 static constexpr NasSpans kSpans = {2, 6, 7};
 
-// Discriminator and security header type of two octets that are in order.
+// Discriminator and security header type of the first two octets, of which `left` are there. False, where something is
+// wrong with them, leaves them to the decoders of the rows, which report it.
 static bool seesHeader(const uint8_t* octets, size_t left, TS24501Msg_NAS5GSecProtMsgHdr& header)
 {
   if (left < 2) return false;
@@ -29,14 +36,15 @@ static bool seesHeader(const uint8_t* octets, size_t left, TS24501Msg_NAS5GSecPr
   return true;
 }
 
-// The same at the cursor, which stays.
+// The same at the cursor, which stays where it is.
 static bool seesHeader(const RtxBuffer& buffer, TS24501Msg_NAS5GSecProtMsgHdr& header)
 {
   if (buffer.bitOffset != 8 || buffer.byteIndex > buffer.size) return false;
   return seesHeader(buffer.data + buffer.byteIndex, buffer.size - buffer.byteIndex, header);
 }
 
-// Reads discriminator and security header type into the record, silently, and steps back.
+// Reads discriminator and security header type into the record and steps back, with the trace off, so that no field is
+// traced twice. A failure is final: an unknown discriminator (-4) leaves nothing to decode.
 static int lookAhead(L3Call& call, TS24501Msg_NAS5GSecProtMsgHdr& header)
 {
   RtxContext* pctxt = call.pctxt;
@@ -55,6 +63,8 @@ static int lookAhead(L3Call& call, TS24501Msg_NAS5GSecProtMsgHdr& header)
   return 0;
 }
 
+// Reads the security header, verifies the message and deciphers it if it is of type 2 or 4. The octets behind are then
+// plain and are read by the rows like any others.
 static int decSecurity(L3Call& call, const L3Type& type, TS24501Msg_PDU& pdu)
 {
   size_t start = call.pctxt->buffer.byteIndex;
@@ -65,7 +75,8 @@ static int decSecurity(L3Call& call, const L3Type& type, TS24501Msg_PDU& pdu)
   return nasIsCiphered(pdu.secHdr.secHdrType) ? nasDecipher(call, type, start + kSpans.cipheredFrom) : 0;
 }
 
-// The header of a plain message, as the look ahead leaves it.
+// Two functions for the fast way (l3Plain): may these octets, or this record, be coded by the rows alone? Decoding sets
+// the header members of the record as lookAhead leaves them.
 static bool decodesPlain(const uint8_t* octets, size_t left, void* record)
 {
   auto& header = static_cast<TS24501Msg_PDU*>(record)->secHdr;
@@ -79,6 +90,7 @@ static bool encodesPlain(const void* record)
 
 extern const L3Plain l3Plain_TS24501Msg_PDU = {decodesPlain, nullptr, encodesPlain};
 
+// Decodes any message. A wrong code is a finding that does not stop the plain part, but the call ends with its status.
 int l3Dec_TS24501Msg_PDU(L3Call& call, const L3Type& type, void* value)
 {
   TS24501Msg_PDU& pdu = *static_cast<TS24501Msg_PDU*>(value);
@@ -96,6 +108,7 @@ int l3Dec_TS24501Msg_PDU(L3Call& call, const L3Type& type, void* value)
   return call.pctxt->errInfo.count ? l3Ended(call, rtxErrGetStatus(call.pctxt)) : 0;
 }
 
+// Encodes any message. Without a security header in the record it goes out plain.
 int l3Enc_TS24501Msg_PDU(L3Call& call, const L3Type& type, void* value)
 {
   TS24501Msg_PDU& pdu = *static_cast<TS24501Msg_PDU*>(value);
@@ -107,8 +120,9 @@ int l3Enc_TS24501Msg_PDU(L3Call& call, const L3Type& type, void* value)
   bool known;
   status = nasEncodePlain(call, type, value, known);
   if (status < 0) return status;
-  // The presence bit alone decides: it looks at neither discriminator nor header type, and a body left out is
-  // forgotten.
+  // The presence bit alone decides about signing, whatever discriminator and header type say: a record with a header of
+  // type 0 gets no header, but its code is written over octets 2 to 5 all the same. A message number that the form does
+  // not have (`known` false) is no failure here.
   if (pdu.m.secHdrPresent) return nasProtect(call, type, start, kSpans, pdu.secHdr.secHdrType, pdu.secHdr.msgAuthCode);
   return known ? status : l3Ended(call, RTX_E_INVALID_CHOICE);
 }
