@@ -1,5 +1,6 @@
-// The cause of the relay protocol (TS 24.011, 8.2.5.4). By hand because an element of length 0 is taken as it stands,
-// without a cause, where the rows would read on into what follows.
+// The decoder of the cause of the relay protocol (TS 24.011, 8.2.5.4), called by the engine for RP-ERROR. By hand
+// because an element of length 0 is taken as it stands, with a remark (-16) and without a cause: the rows have the
+// cause as mandatory and would read it from the octet behind the element. The encoder is that of the rows.
 #include "L3Descriptors.h"
 #include "rt3gppsrc/engine/l3Decode.h"
 #include "velnor3gpp/TS24011IES.h"
@@ -9,6 +10,7 @@ int l3Dec_TS24011IE_RPCauseElem(L3Call& call, const L3Type& type, void* value)
 {
   uint8_t ahead = 0;
   if (rtxPeekByte(call.pctxt, &ahead) != 1 || ahead != 0) return l3DecRows(call, type, value);
+  // The rows would have cleared the list; a printer follows it.
   auto& cause = *static_cast<TS24011IE_RPCauseElem*>(value);
   cause.diagField.n = 0;
   cause.diagField.elem = nullptr;

@@ -1,14 +1,22 @@
-// Session elements whose first octets decide their form: the service-level-AA parameter (TS 24.501, 9.11.2.10), whose
-// pending indication shares the octet of the type, and the QoS rule (9.11.4.13), which ends behind a length of 0.
+// Two session elements of TS 24.501 whose first octets decide which rows follow. The engine calls these coders; the
+// rows of the types do all but the decision.
+//   - The service-level-AA parameter (9.11.2.10): its pending indication is a type 1 element, whose value shares the
+//   octet
+//     of the type. A1 is the whole parameter, while 10 01 02 is type, length and value of a device identity.
+//   - The QoS rule (9.11.4.13): one with a length of 0, 01 00 00, ends behind it. The rows go on with the operation
+//   code,
+//     as a rule of length 3 has it: 01 00 03 ...
 #include "L3Descriptors.h"
 #include "src2/NamedParts.h"
 #include "velnor3gpp/TS24501IES.h"
 
-// The type 1 form of the pending indication: 0xA in the upper half of the type's octet, the value in the lower.
+// The upper half-octet of a pending indication; the lower one holds its value.
 static constexpr uint8_t kSharedForm = 0xA;
 
 using Parameter = TS24501IE_SLAAParameter;
 
+// The pending indication. The type of the record is set by hand, since no octet of its own says it, and the names are
+// those that the rows would push.
 static int decShared(L3Call& call, Parameter& parameter)
 {
   L3Name frame;
@@ -21,6 +29,7 @@ static int decShared(L3Call& call, Parameter& parameter)
   return status;
 }
 
+// The same octet on encoding.
 static int encShared(L3Call& call, Parameter& parameter)
 {
   L3Name frame;
@@ -31,6 +40,7 @@ static int encShared(L3Call& call, Parameter& parameter)
   return status;
 }
 
+// Looks at the next octet without a step. No other parameter has a type of 0xA0 to 0xAF.
 int l3Dec_TS24501IE_SLAAParameter(L3Call& call, const L3Type& type, void* value)
 {
   uint32_t octet = 0;
@@ -38,6 +48,7 @@ int l3Dec_TS24501IE_SLAAParameter(L3Call& call, const L3Type& type, void* value)
   return l3DecRows(call, type, value);
 }
 
+// A pending indication whose record has no 0xA in its upper half (`spare1`) is written with type and value by the rows.
 int l3Enc_TS24501IE_SLAAParameter(L3Call& call, const L3Type& type, void* value)
 {
   Parameter& parameter = *static_cast<Parameter*>(value);
@@ -48,9 +59,11 @@ int l3Enc_TS24501IE_SLAAParameter(L3Call& call, const L3Type& type, void* value)
 
 using Rule = TS24501IE_QoSRule;
 
-static constexpr uint16_t kEmptyRuleRows = 2; // identifier and length
+// What an empty rule consists of: identifier and length.
+static constexpr uint16_t kEmptyRuleRows = 2;
 static constexpr unsigned kEmptyRuleBits = 24;
 
+// An empty rule has two rows; the others of the record are set to what printers and encoders expect of no operation.
 int l3Dec_TS24501IE_QoSRule(L3Call& call, const L3Type& type, void* value)
 {
   Rule& rule = *static_cast<Rule*>(value);
@@ -61,6 +74,8 @@ int l3Dec_TS24501IE_QoSRule(L3Call& call, const L3Type& type, void* value)
   return l3DecRows(call, l3Slice(type, 0, kEmptyRuleRows), value);
 }
 
+// A rule without operation and with length 0 goes out as it came. The length alone does not decide: callers leave it 0
+// in rules that they build, and the encoder works it out.
 int l3Enc_TS24501IE_QoSRule(L3Call& call, const L3Type& type, void* value)
 {
   const Rule& rule = *static_cast<const Rule*>(value);

@@ -1,4 +1,7 @@
-// The channel numbers of the elements of TS 44.018 that list channels: which format, which bits, how many.
+// The channel numbers (ARFCN) of the elements of TS 44.018 that list channels, for callers who have decoded such an
+// element. A frequency list has up to six formats (10.5.2.13.1); the record keeps the list as bits under the format
+// that the decoder has found. What stands here finds format, bits and count in each of seven records; rtx3GPPDecARFCN
+// (rtx3GPPArfcn.cpp) turns the bits into numbers. Nothing is changed in the record; the array is on the context's heap.
 #include "velnor3gpp/TS44018Misc.h"
 
 #include <cstdio>
@@ -17,8 +20,9 @@ struct Coded {
 
 constexpr uint8_t kNoFormat = 255;
 
-// Behind the format's code range 1024 has two bits more than the others, whose codes are as much longer. The number of
-// the alternative is that of the format; all of them begin at the same place.
+// The list behind the second stage of the format code. Range 1024 has the code 10..0, the others 10..100 to 10..111:
+// two bits more of code, so two bits less of list. The number of the alternative is that of the format. All
+// alternatives are arrays of octets at the same place of a union, so the first stands for all.
 template <typename Formats> Coded inFormats(const Formats& formats, size_t bits)
 {
   if (formats.t < RTX_3GPP_ARFCN_RANGE_1024 || formats.t > RTX_3GPP_ARFCN_VARIABLE_BITMAP) return {kNoFormat};
@@ -26,20 +30,21 @@ template <typename Formats> Coded inFormats(const Formats& formats, size_t bits)
   return {static_cast<uint8_t>(formats.t), formats.u.range_1024, bits - shorter};
 }
 
-// The bits of a frequency list are as many as its length lets there be.
+// A frequency list has a length, so its bits are counted in the record instead of known from the type.
 Coded inFormats(const TS44018IE_Frequency_List_choice_2_component_2& formats, size_t)
 {
   if (formats.t < RTX_3GPP_ARFCN_RANGE_1024 || formats.t > RTX_3GPP_ARFCN_VARIABLE_BITMAP) return {kNoFormat};
   return {static_cast<uint8_t>(formats.t), formats.u.range_1024.data, formats.u.range_1024.numbits};
 }
 
-// An element of 16 octets or a frequency list. Its formats behind the second stage are its second or third part.
+// An element with bitmap 0 (124 channels, GSM 900) as its first alternative and the other formats as its second.
 template <typename Element, typename Formats> Coded inElement(const Element& element, const Formats& formats)
 {
   if (element.t == 1) return {RTX_3GPP_ARFCN_BITMAP_0, element.u.bitmap0.bitmap0, 124};
   return element.t == 2 ? inFormats(formats, 123) : Coded{kNoFormat};
 }
 
+// A count of bits that rtx3GPPDecARFCN cannot take, 65,536 or more, is refused like an unknown format.
 int decode(RtxContext* pctxt, const Coded& coded, uint16_t** pArfcns, uint16_t* pArfcnCount)
 {
   constexpr const char* kModule = "TS44018Misc";
@@ -52,6 +57,8 @@ int decode(RtxContext* pctxt, const Coded& coded, uint16_t** pArfcns, uint16_t* 
 
 } // namespace
 
+// One exported function for each element. A macro, because seven functions differ in nothing but a type and an
+// expression, and their names are made of the type's. 67 and 51 are the bits of range 1024 in the two short lists.
 #define VELNOR_DECODE_ARFCN(ELEMENT, CODED)                                                                            \
   int TS44018IE_##ELEMENT##_decodeARFCN(RtxContext* pctxt, const TS44018IE_##ELEMENT* pvalue, uint16_t** pArfcns,      \
                                         uint16_t* pArfcnCount)                                                         \
@@ -68,6 +75,7 @@ VELNOR_DECODE_ARFCN(Frequency_Short_List, inFormats(pvalue->component_3, 67))
 VELNOR_DECODE_ARFCN(Frequency_Short_List_2, inFormats(pvalue->component_3, 51))
 #undef VELNOR_DECODE_ARFCN
 
+// Prints to standard output, as the header says; a failure of that is nobody's to report.
 void TS44018IE_printArfcns(const uint16_t* arfcns, uint16_t count)
 {
   (void)printf("[");

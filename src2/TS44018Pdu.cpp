@@ -1,8 +1,12 @@
-// The forms of radio resource messages. The form with a pseudo length is by hand because the length bounds header and
-// body without being a region whose end is gone to: the rest octets begin where the body ended, inside the length or
-// behind it, and the length written back is that of the body (TS 44.018, 10.5.2.19). The encoders of the other forms
-// are by hand for one thing: a number that no message has is refused without an error record, as callers have always
-// seen it.
+// The forms of radio resource messages (TS 44.018). The form with a pseudo length is by hand because the length bounds
+// header and body without being a region whose end is gone to: the rest octets begin where the body ended, inside the
+// length or behind it, and the length written back is that of the body (10.5.2.19). The encoders of the other forms are
+// by hand for one thing: a message number that no message has is refused without an error record, as callers have
+// always seen it.
+//
+//   49 06 1B ... 2B 2B    0100 10 01: pseudo length 18 and the fixed bits 01; 06 1B is system information type 3, of
+//   which
+//                         18 octets follow behind the length and are followed by rest octets up to 23 in all
 #include "L3Descriptors.h"
 #include "rt3gppsrc/engine/l3Decode.h"
 #include "rt3gppsrc/engine/l3Encode.h"
@@ -11,9 +15,11 @@
 #include "src2/NasProtection.h"
 #include "velnor3gpp/TS44018Msgs.h"
 
-// Rows of the form with a pseudo length: the length, then the header and the body, then the rest octets.
+// Rows of the form with a pseudo length, as from..until of decRows: 0 the length, 1 to 4 half-octet, discriminator,
+// type and body, 5 the rest octets.
 enum : unsigned { kLength, kHeader, kRestOctets = 5, kRows };
 
+// Decodes the rows from `from` to before `until`.
 static int decRows(L3Call& call, const L3Type& type, unsigned from, unsigned until, void* value)
 {
   int status = l3DecRows(call, l3Slice(type, from, until - from), value);
@@ -21,9 +27,9 @@ static int decRows(L3Call& call, const L3Type& type, unsigned from, unsigned unt
   return status;
 }
 
-// The pseudo length of some messages counts otherwise than their octets (1 for system information type 2quater, of
-// which only the rest octets vary: TS 44.018, 9.1.34a). It is kept with what an encoder would count, so that it goes
-// out again as long as the message stays as it was.
+// The pseudo length of some messages counts otherwise than their octets: it is 1 in system information type 2quater, of
+// which only the rest octets vary (TS 44.018, 9.1.34a). With RTX_FLAG_KEEP_ELEMENTS it is kept together with what an
+// encoder would count, so that it goes out again as long as the message stays as it was. `counted` is that count.
 static int keepLength(L3Call& call, const L3Type& type, void* value, size_t counted)
 {
   const auto& length = static_cast<const TS44018Msg_L2_PSEUDO_LEN_PDU*>(value)->l2PseudoLen;
@@ -38,6 +44,8 @@ static int keepLength(L3Call& call, const L3Type& type, void* value, size_t coun
   return 0;
 }
 
+// The length to write: the kept one if the body has the octets that it had on decoding, or if nobody counted those then
+// (`before` 0: a kept entry that comes from JSON); else the count.
 static uint8_t lengthOf(const L3Call& call, const L3Type& type, const void* value, size_t counted)
 {
   const L3Kept* kept = l3FirstKept(call.pctxt, value, &type.rows[kLength], kL3KeptBehind);
@@ -70,7 +78,8 @@ int l3Enc_TS44018Msg_L2_PSEUDO_LEN_PDU(L3Call& call, const L3Type& type, void* v
   int status = l3EncRows(call, l3Slice(type, kLength, kHeader), value);
   if (status < 0) return status;
   size_t start = l3BitPos(call.pctxt);
-  // A bad number of the body is lost: the header alone goes out, and the rest octets decide about the result.
+  // A number that no message has leaves the body out here; the rest octets, which have the same number, decide about
+  // the result below.
   bool known;
   status = nasEncodePlain(call, l3Slice(type, kHeader, kRestOctets - kHeader), value, known);
   if (status < 0) return status;
@@ -82,6 +91,8 @@ int l3Enc_TS44018Msg_L2_PSEUDO_LEN_PDU(L3Call& call, const L3Type& type, void* v
   return status < 0 || known ? status : l3Ended(call, RTX_E_INVALID_CHOICE);
 }
 
+// Encodes any other form by its rows. A number that no message has ends with -9 and the header written.
+// Encodes any other form by its rows. A number that no message has ends with -9 and the header written.
 static int encForm(L3Call& call, const L3Type& type, void* value)
 {
   bool known;

@@ -1,6 +1,9 @@
-// Radio resource types as the public standard has them where no second row can say it: identities of a paging request
-// that are TMSIs without type and length (TS 44.018, 10.5.2.42), and a format that one bit tells where the rows take
-// two (10.5.2.22a).
+// Radio resource types in the form of the public standard, where no second row can say it. The engine calls these
+// coders instead of the rows for a context with RTX_FLAG_STANDARD_FORMS; the records are the same in both forms.
+//   - Identities of a paging request that are TMSIs of four octets, without the length and first octet of a mobile
+//   identity
+//     (TS 44.018, 9.1.23, 9.1.24, 10.5.2.42): C9 58 5D 28 where the rows read 05 F4 C9 58 5D 28.
+//   - The neighbour cell description 2 (10.5.2.22a), of which one bit tells the format where the rows take two.
 #include "L3Descriptors.h"
 #include "rt3gppsrc/engine/l3Record.h"
 #include "src2/NamedParts.h"
@@ -10,7 +13,8 @@
 // Rows of a paging request in front of its identities: channels needed, page mode.
 static constexpr unsigned kBeforeIdentities = 2;
 
-// The rows without the message's optional elements, which follow the last of them.
+// Some of a message's rows, without its optional elements: those follow the last row and would be looked for behind
+// any.
 static L3Type someRows(const L3Type& type, unsigned from, unsigned count)
 {
   L3Type slice = l3Slice(type, from, count);
@@ -18,6 +22,7 @@ static L3Type someRows(const L3Type& type, unsigned from, unsigned count)
   return slice;
 }
 
+// One TMSI, into the mobile identity that the record has for both forms: with the length that it would have as such.
 static int decPaged(L3Call& call, const L3Type& type, unsigned row, TS24008IE_MobileIdentity& identity)
 {
   L3Name frame;
@@ -29,6 +34,7 @@ static int decPaged(L3Call& call, const L3Type& type, unsigned row, TS24008IE_Mo
   return endDecPart(call, type, name, decFixed(call, type, "tmsi", identity.u.tmsi));
 }
 
+// One TMSI. Any other identity has no place in four octets and fails with -9.
 static int encPaged(L3Call& call, const L3Type& type, unsigned row, const TS24008IE_MobileIdentity& identity)
 {
   L3Name frame;
@@ -40,11 +46,14 @@ static int encPaged(L3Call& call, const L3Type& type, unsigned row, const TS2400
                          : l3EncFailed(call, type, name, RTX_E_INVALID_CHOICE));
 }
 
+// The member of a row; the two messages have two and four of them at places of their own.
 static TS24008IE_MobileIdentity& identityAt(const L3Type& type, unsigned row, void* value)
 {
   return *reinterpret_cast<TS24008IE_MobileIdentity*>(static_cast<uint8_t*>(value) + type.rows[row].offset);
 }
 
+// Page mode and channels by the rows, the TMSIs here, the optional elements by the engine. `end` is asked for first,
+// because it is that of the region in which the message began.
 static int decPaging(L3Call& call, const L3Type& type, void* value)
 {
   L3End end = l3InnermostEnd(call);
@@ -55,6 +64,7 @@ static int decPaging(L3Call& call, const L3Type& type, void* value)
   return status < 0 ? status : l3DecOptions(call, type, static_cast<uint8_t*>(value), end);
 }
 
+// The same order on encoding; `status` is what the engine's loop over optional elements goes on from.
 static int encPaging(L3Call& call, const L3Type& type, void* value)
 {
   int status = l3EncRows(call, someRows(type, 0, kBeforeIdentities), value);
