@@ -1,7 +1,11 @@
 // Places in the constant tables, of 32 bits: octets from where the tables begin. A pointer would take 8 octets, and 24
-// more of a relocation that is worked off whenever a process loads the library: tables without any are shared by all
-// processes and need no work. The types and the enumerations stand apart from the other tables, because they name
-// functions and public tables, which only pointers reach.
+// more for a relocation that every process has to apply when it loads the library. Tables without relocations are
+// shared by all processes and need no work at load time (docs/adr/0008-tables-without-pointers.md). The types and the
+// enumerations stand apart from the other tables, because they name functions and public tables, which only pointers
+// reach.
+//
+// A place is used like the pointer that it stands for: `row.type->size`, `*row.cond`. Nothing here tests a bound; l3gen
+// writes the places and the counts beside them.
 #ifndef VELNOR3GPP_L3_AT_H
 #define VELNOR3GPP_L3_AT_H
 
@@ -11,8 +15,8 @@ struct L3Type;
 struct L3Enum;
 struct L3Tables; // one object of all the rest, known in whole where it is written
 
-// Of the same library: without that word a place in them is looked up before it is added to. Tests may take them from
-// another.
+// The tables are never taken from another library, and "hidden" tells the compiler so: otherwise each access would
+// first load their address from a table of addresses. Tests may link them from another object.
 #if defined(__ELF__) && !defined(VELNOR_TESTS_SHARED)
 #define L3_WITHIN [[gnu::visibility("hidden")]]
 #else
@@ -21,7 +25,7 @@ struct L3Tables; // one object of all the rest, known in whole where it is writt
 
 L3_WITHIN extern const L3Tables l3Tables;
 
-// Where the tables with things of this kind begin.
+// Where the tables with things of this kind begin. Types and enumerations have a base of their own (l3Types.h).
 template <typename T> inline const char* l3Base()
 {
   return reinterpret_cast<const char*>(&l3Tables);
@@ -34,7 +38,8 @@ template <typename T> inline const T* l3Place(int32_t at)
   return reinterpret_cast<const T*>(l3Base<T>() + at);
 }
 
-// One thing, or none: 0, where no thing is.
+// One thing, or none. Place 0 means none, so no thing is ever put there. `->` does not test for it: a row whose op
+// needs the thing always has it.
 template <typename T> struct L3At {
   int32_t at;
   const T* get() const { return at ? l3Place<T>(at) : nullptr; }
@@ -42,17 +47,20 @@ template <typename T> struct L3At {
   const T* operator->() const { return l3Place<T>(at); }
 };
 
-// The first of a run whose count stands beside it, or that ends by itself: never asked for where there is none.
+// The first of several things whose count stands beside the place, or that end by themselves (texts). Such a place is
+// never empty, so a test for null is a mistake and does not compile.
 template <typename T> struct L3Run {
   int32_t at;
   explicit operator bool() const = delete;
+  // The run without its first things.
   L3Run from(unsigned number) const { return {at + static_cast<int32_t>(number * sizeof(T))}; }
   const T* get() const { return l3Place<T>(at); }
   operator const T*() const { return get(); }
   const T* operator->() const { return get(); }
 };
 
-// What a row needs beside itself, of the kind that its op tells.
+// What a row needs beside itself. The kind is not kept: the row's op tells it, and the caller names it in a cast, as in
+// static_cast<const L3Length*>(row.info).
 struct L3Info {
   int32_t at;
   template <typename T> explicit operator const T*() const { return l3Place<T>(at); }
