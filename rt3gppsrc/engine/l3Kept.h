@@ -1,42 +1,66 @@
-// Elements that a decoder could not read, kept as they came so that an encoder puts them back (RTX_FLAG_KEEP_ELEMENTS).
+// Elements that a decoder could not read, kept as they came so that an encoder puts them back (RTX_FLAG_KEEP_ELEMENTS):
+// who changes one field of a message and sends it on must not lose what the library does not know.
+//
 // The list hangs on an extension slot of the context and lies on its heap, so it ends with the job; an entry takes some
-// eighty octets and those of its element. An entry is found again by the record that it belongs to and the row that it
-// stands behind. Nothing is kept from a stream: what has been read of one is gone.
+// eighty octets and those of its element. An entry is found again by the address of the record that it belongs to and
+// the row that it stands behind, so it does not follow a record that a caller copies. Nothing is kept from a stream:
+// what has been read of one is gone.
 #ifndef VELNOR3GPP_L3_KEPT_H
 #define VELNOR3GPP_L3_KEPT_H
 
 #include "rt3gppsrc/engine/l3Call.h"
 
-// Where in the record's octets it stands.
+// Where it stands in the octets of its record.
 enum L3KeptAt : uint8_t {
-  kL3KeptBehind,  // behind the element of the row, or where the anchor is a message, in front of all with an identifier
-  kL3KeptInstead, // in place of a mandatory element
-  kL3KeptInside,  // at the end of the region of the row, a length
-  kL3KeptEnd,     // behind everything
+  // Behind the element of the row. Where the anchor is a message: in front of all elements with an identifier.
+  kL3KeptBehind,
+  // In place of a mandatory element.
+  kL3KeptInstead,
+  // At the end of the region of the row, which is a length.
+  kL3KeptInside,
+  // Behind the whole value.
+  kL3KeptEnd,
 };
 
-// Why it was not read.
+// Why it was not read. The words of l3KeptName stand in this order.
 enum L3KeptWhy : uint8_t {
+  // No element of the message has this identifier (TS 24.008, 8.6.1).
   kL3KeptUnknown,
+  // The element is there already; the first one counts (TS 24.008, 8.6.3).
   kL3KeptRepeated,
+  // An element behind it in the message's table has been read (TS 24.008, 8.6.2).
   kL3KeptOutOfTurn,
-  kL3KeptUnreadable, // `status` and `path` tell what is wrong inside
-  kL3KeptSurplus,    // no element is known to be there
-  kL3KeptPadding,    // octets 0x2B behind everything
+  // Its content is wrong; `status` and `path` tell how.
+  kL3KeptUnreadable,
+  // No element is known to be there.
+  kL3KeptSurplus,
+  // Octets 2B behind everything.
+  kL3KeptPadding,
 };
 
+// One entry; its octets stand behind it in the same block, and behind them the path, if there is one.
 struct L3Kept {
   L3Kept* next;
-  const void* root;   // the value that the call decoded
-  const void* record; // what it belongs to
-  const void* anchor; // an L3Row, or the L3Message of the record
-  const char* path;   // of the failure inside the element, or ""
-  size_t position;    // its first bit, from the start of the input
-  uint32_t bits;      // with its identifier and length
-  uint32_t before;    // of what stands behind everything: the octets of the value before it
+  // The value that the call decoded.
+  const void* root;
+  // The record it belongs to.
+  const void* record;
+  // What it stands at: an L3Row, the L3Message of the record, or behind everything the L3Type.
+  const void* anchor;
+  // Path of the failure inside the element, or "".
+  const char* path;
+  // Its first bit, from the start of the input.
+  size_t position;
+  // Its length, with identifier and length octets.
+  uint32_t bits;
+  // kL3KeptEnd: the octets of the value before it.
+  uint32_t before;
+  // Of the failure, or 0.
   int16_t status;
+  // The identifier.
   uint8_t iei;
-  uint8_t ieiBits; // 8, 4 or 0: none
+  // 8, 4, or 0 if it has none.
+  uint8_t ieiBits;
   L3KeptAt at;
   L3KeptWhy why;
 
@@ -44,18 +68,22 @@ struct L3Kept {
   const uint8_t* octets() const { return reinterpret_cast<const uint8_t*>(this + 1); }
 };
 
+// The entries of a context, in the order of the input.
 struct L3KeptList {
-  int (*release)(RtxContext* pctxt); // as the extension slots have it; null
+  // The first member of whatever hangs on an extension slot: a function that releases it, or null. Here it is null,
+  // since the heap's end releases the list.
+  int (*release)(RtxContext* pctxt);
   L3Kept* first;
   L3Kept* last;
   size_t count;
 };
 
-// What is known of an element before it is kept.
+// What is known of an element before it is kept; the members are those of L3Kept.
 struct L3KeptFacts {
   const void* record;
   const void* anchor;
-  size_t position; // where it begins; it ends at the cursor or behind
+  // Where it begins. It ends at the cursor or behind it.
+  size_t position;
   uint8_t iei, ieiBits;
   L3KeptAt at;
   L3KeptWhy why;
@@ -63,17 +91,20 @@ struct L3KeptFacts {
   const char* path;
 };
 
+// The context's list, or null if nothing has been kept.
 inline L3KeptList* l3KeptOf(const RtxContext* pctxt)
 {
   return static_cast<L3KeptList*>(pctxt->extInfo[RTX_CTXT_KEPT_SLOT]);
 }
 
+// Has the caller asked for it?
 inline bool l3KeepsFlag(const RtxContext* pctxt)
 {
   return pctxt->flags & RTX_FLAG_KEEP_ELEMENTS;
 }
 
-// Is a value outside the standard's range no reason to refuse an encoding? Decoders take it with a remark.
+// May a value outside the standard's range be encoded? A decoder takes it with a remark, so who keeps everything wants
+// it back.
 inline bool l3TakesAll(const L3Call& call)
 {
   return l3KeepsFlag(call.pctxt);
@@ -85,7 +116,7 @@ inline bool l3Keeps(const L3Call& call)
   return l3KeepsFlag(call.pctxt) && (!call.pctxt->pStream || call.pctxt->flags & RTX_FLAG_BUFFER_MODE);
 }
 
-// Is this a trial that is to be given up where something would have to be kept?
+// Is this a trial of a direct coder, which has to be given up where something would have to be kept? A probe can keep.
 inline bool l3KeepsNothing(const L3Call& call)
 {
   return call.onTrial() && !call.probe;
@@ -97,49 +128,58 @@ inline bool l3HasKept(const RtxContext* pctxt)
   return l3KeptOf(pctxt) && l3KeepsFlag(pctxt);
 }
 
-// Keeps the bits from `facts.position` to `end` and moves the cursor there, with an entry in the bit trace for what it
-// has not passed yet. 0, or a status with the failure recorded.
+// Keeps the bits from `facts.position` to `end` and moves the cursor to `end`, with an entry in the bit trace for what
+// the cursor has not passed yet. Returns 0, or a status with the failure recorded.
 int l3Keep(L3Call& call, const L3Type& type, uint16_t line, const L3KeptFacts& facts, size_t end);
-// Adds an entry of `bits` bits for a record that no decoder made; null without memory.
+// Adds an entry of `bits` bits that do not come from the cursor: octets that a caller brings for a record of its own,
+// or bits that a coder by hand has read in another place. Null without memory.
 L3Kept* l3AddKept(RtxContext* pctxt, const L3KeptFacts& facts, const uint8_t* octets, size_t bits);
-// Forgets what a former decoding of the value kept.
+// Forgets what an earlier decoding into the same value kept. On entry the context has a list.
 void l3ForgetKept(RtxContext* pctxt, const void* root);
-// Follows entries of a list that have moved.
+// Follows entries of a list that has been moved: `octets` octets of records went from `from` to `to`.
 void l3MoveKept(RtxContext* pctxt, const void* from, size_t octets, const void* to);
-// The entry behind `after` (null: the first) at this place of the record; null if there is none.
+// The entry behind `after` (null: the first one) at this place of the record, or null. On entry the context has a list.
 const L3Kept* l3NextKept(const RtxContext* pctxt, const L3Kept* after, const void* record, const void* anchor,
                          L3KeptAt at);
 inline const L3Kept* l3FirstKept(const RtxContext* pctxt, const void* record, const void* anchor, L3KeptAt at)
 {
   return l3HasKept(pctxt) ? l3NextKept(pctxt, nullptr, record, anchor, at) : nullptr;
 }
-// Writes what stood behind the whole value, which began at an octet. Of padding an encoder has written some by itself.
+// Writes all that stands at this place of the record.
 int l3PutKeptEnd(L3Call& call, const L3Type& type, const void* value, size_t start);
 // Writes all that stands at this place of the record.
 int l3PutKept(L3Call& call, const L3Type& type, uint16_t line, const void* record, const void* anchor, L3KeptAt at);
-// "unknown 0x7A", "unreadable 0x79: -2 at taiList": what stands for it in a text. Its characters, without the end.
+// What stands for it in a text: "unknown 0x7A", "unreadable 0x79: -2 at taiList". Returns its characters, without the
+// end.
 inline constexpr size_t kL3KeptName = 256;
 size_t l3KeptName(const L3Kept& kept, char (&name)[kL3KeptName]);
 
-// Bits of the length that the row's value begins with, 8 or 16; 0 if it begins otherwise.
+// The bits, 8 or 16, of the length in octets that the row's value begins with; 0 if it begins otherwise. Such a value
+// can be passed over without reading it.
 unsigned l3LeadingLength(const L3Row& row);
 
-// A decoding that leaves no trace where it fails.
+// A decoding on trial by the ordinary walk: where it fails, nothing is left of it but what stands here. It finds out
+// whether an element can be read before anything is reported about it.
 struct L3Probe {
-  bool again;   // it was read, but not all that it leaves behind was left: decode it once more
-  bool refused; // it cannot be tried
-  int status;   // of the failure
+  // It was read, but not all that it would leave behind has been left (remarks, open regions): decode it once more.
+  bool again;
+  // It cannot be tried, since its octets are changed where they stand (deciphering).
+  bool refused;
+  // Of the failure, or 0.
+  int status;
+  // Path of the failure inside the element.
   char path[160];
 };
 
+// What a probe comes to. kL3Read: done. kL3NotTold: nothing happened, and an ordinary decoding has to tell what there
+// is to tell. kL3Unreadable: `probe` tells why, and nothing else happened. kL3NoMemory: the call has to end.
 enum L3Probed { kL3Read, kL3NotTold, kL3Unreadable, kL3NoMemory };
 
-// Decodes the content of a row from the cursor. kL3Read: done. kL3NotTold: nothing happened, and an ordinary decoding
-// tells what there is to tell. kL3Unreadable: `probe` tells why, and nothing else happened. kL3NoMemory: the call ends.
+// Decodes the content of a row from the cursor.
 L3Probed l3ProbeMember(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, L3Probe& probe);
-// What gives up on trial tells it here.
+// Tells the probe under way that something gives up, with its status. The first one counts: it is the innermost.
 void l3NoteProbe(L3Call& call, int status);
-// Ends a trial whose octets cannot be tried: what is deciphered where it stands.
+// Ends a trial that must not go on: of octets that are deciphered where they stand, or where something is to be kept.
 int l3RefuseTrial(L3Call& call, int status);
 
 #endif
