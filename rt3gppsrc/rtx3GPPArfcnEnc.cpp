@@ -77,9 +77,11 @@ static int encodeVariableBitmap(ArfcnBuffer& buffer, const ArfcnSet& set, uint8_
                                 uint16_t* pNumBits)
 {
   size_t need = (set.range + 7U) / 8 + 2;
+  // All of the caller's octets are cleared, also those behind the value. New octets are `need`, whatever the size.
+  size_t cleared = *ppData ? dataSize : need;
   int status = bindBuffer(buffer, ppData, dataSize, need);
   if (status < 0) return status;
-  memset(buffer.octets, 0, dataSize > need ? dataSize : need);
+  memset(buffer.octets, 0, cleared);
   status = writeBits(buffer, 0, set.origin & kArfcnMask, kOriginBits);
   for (unsigned i = 0; i < set.count && status >= 0; i++) {
     unsigned distance = (set.arfcns[i] - set.origin) & kArfcnMask;

@@ -197,6 +197,22 @@ TEST(ChannelNumbers, NoValueReadsBeyondItsBits)
   }
 }
 
+// Without a buffer the size says nothing: what lies behind the octets that the context makes is somebody else's.
+TEST(ChannelNumbers, SizeWithoutABufferClearsNothingBehindTheOctets)
+{
+  constexpr size_t kNeed = 16, kGuard = 256; // range 112
+  Bench bench;
+  RtxContext* pctxt = &bench;
+  void* place = rtxMemHeapAlloc(&pctxt->pMemHeap, kNeed);
+  auto* guard = static_cast<uint8_t*>(rtxMemHeapAlloc(&pctxt->pMemHeap, kGuard));
+  memset(guard, 0xAA, kGuard);
+  rtxMemHeapFreePtr(&pctxt->pMemHeap, place); // so that the octets come to lie in front of the guard
+  uint8_t* pair[] = {nullptr, nullptr};
+  uint16_t channel = 100, bits = 0;
+  ASSERT_EQ(rtx3GPPEncARFCN(pctxt, &channel, 1, RTX_3GPP_ARFCN_VARIABLE_BITMAP, 112, 100, pair, 512, &bits), 0);
+  EXPECT_EQ(std::count(guard, guard + kGuard, 0xAA), static_cast<std::ptrdiff_t>(kGuard));
+}
+
 TEST(ChannelNumbers, NullPointersAreRefused)
 {
   Bench bench;
