@@ -1,6 +1,8 @@
 // AES-128 with the AES instructions of ARMv8 processors. They are asked for function by function, so that the library
-// as a whole still runs on processors without them. One instruction adds the round key before it substitutes, so the
-// last two round keys meet at the end: AESE, AESMC nine times, then AESE and an exclusive or.
+// as a whole still runs on processors without them: rtx3gppAesInstructions asks the system. One instruction adds the
+// round key before it substitutes, so the last two round keys meet at the end: AESE, AESMC nine times, then AESE and an
+// exclusive or. Nothing is allocated; keys are wiped before each function returns. rt3gppCryptoNi.cpp is its pendant
+// for x86.
 #include "rt3gppsrc/rt3gppCrypto.h"
 
 #if defined(VELNOR_AES_ARM)
@@ -59,6 +61,7 @@ template <size_t lanes> AES_FUNCTION inline void encryptLanes(const RoundKeys& k
   for (uint8x16_t& b : block) b = veorq_u8(vaeseq_u8(b, keys.round[kAesRounds - 1]), keys.round[kAesRounds]);
 }
 
+// One block after the other: only the subkeys of CMAC are made in this way, one block each.
 AES_FUNCTION void encryptBlocks(const uint32_t* schedule, const uint8_t* in, uint8_t* out, size_t blocks)
 {
   RoundKeys keys = loadKeys(schedule);
@@ -70,6 +73,7 @@ AES_FUNCTION void encryptBlocks(const uint32_t* schedule, const uint8_t* in, uin
   rtx3gppWipe(&keys, sizeof keys);
 }
 
+// Each block needs the one before, so nothing can run beside it.
 AES_FUNCTION void chainBlocks(const uint32_t* schedule, const uint8_t* message, size_t blocks, const uint8_t* last,
                               uint8_t* tag)
 {
@@ -96,6 +100,7 @@ AES_FUNCTION inline void makeLanes(const RoundKeys& keys, uint8_t* counter, uint
   rtxStoreOctets<8>(counter + 8, low + kLanes);
 }
 
+// The octets that do not fill all lanes; the counter steps on by the blocks that were used, not by the lanes.
 AES_FUNCTION inline void cipherRest(const RoundKeys& keys, uint8_t* counter, uint8_t* data, size_t length)
 {
   uint8x16_t block[kLanes];

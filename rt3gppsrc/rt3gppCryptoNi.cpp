@@ -1,5 +1,8 @@
-// AES-128 with the AES instructions of x86 processors. The instructions are asked for function by function, so that
-// the library as a whole still runs on processors without them.
+// AES-128 with the AES instructions of x86 processors. The instructions are asked for function by function, so that the
+// library as a whole still runs on processors without them: rtx3gppAesInstructions asks the processor, and its
+// functions are called only where it has them. Two ways of counter mode: eight blocks under way (AES-NI), and sixteen
+// in four wide registers (VAES, AVX-512) for long messages. Nothing is allocated; keys are wiped before each function
+// returns.
 #include "rt3gppsrc/rt3gppCrypto.h"
 
 // Eight registers, which is all that these processors have in 32-bit code, would leave round keys on the stack.
@@ -61,6 +64,7 @@ template <size_t lanes> AES_FUNCTION inline void encryptLanes(const RoundKeys& k
   for (__m128i& b : block) b = _mm_aesenclast_si128(b, keys.round[kAesRounds]);
 }
 
+// One block after the other: only the subkeys of CMAC are made in this way, one block each.
 AES_FUNCTION void encryptBlocks(const uint32_t* schedule, const uint8_t* in, uint8_t* out, size_t blocks)
 {
   RoundKeys keys = loadKeys(schedule);
@@ -72,6 +76,7 @@ AES_FUNCTION void encryptBlocks(const uint32_t* schedule, const uint8_t* in, uin
   rtx3gppWipe(&keys, sizeof keys);
 }
 
+// Each block needs the one before, so nothing can run beside it.
 AES_FUNCTION void chainBlocks(const uint32_t* schedule, const uint8_t* message, size_t blocks, const uint8_t* last,
                               uint8_t* tag)
 {
@@ -157,6 +162,7 @@ WIDE_FUNCTION inline void cipherStride(const WideKeys& keys, Counter from, uint8
   }
 }
 
+// The octets behind the last stride are ciphered in a copy, so that nothing behind the message is touched.
 WIDE_FUNCTION Counter cipherWide(const uint32_t* schedule, Counter from, uint8_t* data, size_t length)
 {
   WideKeys keys;
@@ -219,6 +225,7 @@ AES_FUNCTION Counter cipherNarrow(const uint32_t* schedule, Counter from, uint8_
   return from;
 }
 
+// `counter` is 16 octets; its low 64 bits are a number, big-endian. It is left behind the last block used.
 void counterMode(const uint32_t* schedule, uint8_t* counter, uint8_t* data, size_t length)
 {
   Counter from;
@@ -243,6 +250,7 @@ AES_FUNCTION inline __m128i nextKey(__m128i key, uint8_t constant)
   return _mm_xor_si128(key, substituted);
 }
 
+// Stores the eleven round keys as words that are big-endian by value, which is how all ways keep a schedule.
 AES_FUNCTION void expandKey(uint32_t* schedule, const uint8_t* octets)
 {
   __m128i key = loadBlock(octets);

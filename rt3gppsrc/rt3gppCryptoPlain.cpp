@@ -1,6 +1,7 @@
-// AES-128 in plain logic: four blocks at a time, held as eight words with one bit of every octet each. There are no
+// AES-128 in plain logic: four blocks at a time, held as eight words with one bit of every octet each ("bit slices").
+// Hosts without AES instructions compute with it, and tests force it to compare it with the others. There are no
 // tables, so neither time nor memory addresses tell anything of key or data, and the order of octets in the host's
-// words does not matter.
+// words does not matter. Nothing is allocated; keys on the stack are wiped. Only kPlain at the end leaves this file.
 #include <string.h>
 
 #include "rt3gppsrc/rt3gppCrypto.h"
@@ -22,6 +23,7 @@ struct RoundKeys {
 
 // ---- Octets to planes and back ----
 
+// A column of the state (FIPS 197, 3.4) with row 0 in the low octet, on hosts of either order of octets.
 uint32_t loadColumn(const uint8_t* at)
 {
   return at[0] | uint32_t{at[1]} << 8 | uint32_t{at[2]} << 16 | uint32_t{at[3]} << 24;
@@ -32,12 +34,13 @@ void storeColumn(uint32_t column, uint8_t* at)
   for (int row = 0; row < 4; row++) at[row] = static_cast<uint8_t>(column >> 8 * row);
 }
 
+// Words of the schedule have row 0 in the high octet, columns have it in the low one.
 uint32_t swapOctets(uint32_t word)
 {
   return word >> 24 | (word >> 8 & 0xFF00U) | (word << 8 & 0xFF0000U) | word << 24;
 }
 
-// Four octets apart to the even octet places.
+// Four octets apart to the even octet places: 44332211 becomes 0044003300220011. gather puts them together again.
 uint64_t spread(uint32_t column)
 {
   uint64_t x = column;
@@ -71,6 +74,8 @@ void transpose(uint64_t* w)
   swapBits(w, 4, 0x0F0F0F0F0F0F0F0FULL);
 }
 
+// Columns to planes: two columns share a word, eight words hold four blocks, and transpose makes bit i of all octets
+// word i.
 Planes packColumns(const uint32_t* columns)
 {
   Planes p;
@@ -93,6 +98,7 @@ void unpackColumns(Planes p, uint32_t* columns)
   }
 }
 
+// Fewer blocks than four leave the others zero; they are computed and dropped.
 Planes packOctets(const uint8_t* in, size_t blocks)
 {
   uint32_t columns[kColumns] = {};
@@ -136,6 +142,7 @@ inline Gf4 timesW2(Gf4 a)
   return {a.lo, a.hi ^ a.lo};
 }
 
+// Three multiplications of bits instead of four (Karatsuba).
 inline Gf4 multiply(Gf4 a, Gf4 b)
 {
   const uint64_t low = a.lo & b.lo;
@@ -159,6 +166,8 @@ inline Gf16 square(Gf16 a)
   return {high, add(timesW2(high), square(a.lo))};
 }
 
+// The inverse is the conjugate divided by the norm, which lies in GF(4), where squaring inverts. 0 becomes 0, as in the
+// S-box.
 inline Gf16 invert(Gf16 a)
 {
   const Gf4 norm = add(timesW2(square(a.hi)), multiply(a.lo, add(a.hi, a.lo)));
@@ -191,6 +200,7 @@ inline void fromTower(const Gf16& hi, const Gf16& lo, uint64_t* y)
   y[4] = t4, y[5] = ~(x4 ^ x5 ^ t1), y[6] = ~t3, y[7] = x2 ^ t3;
 }
 
+// SubBytes on 64 octets at once: the inverse in GF(256) as the conjugate divided by the norm in GF(16).
 void substitute(Planes& p)
 {
   Gf16 hi, lo;
@@ -202,6 +212,7 @@ void substitute(Planes& p)
 
 // ---- The other steps of a round ----
 
+// ShiftRows: each row has 16 bits of the word, each column four of them, one for each block.
 inline uint64_t shiftRowsOfPlane(uint64_t x)
 {
   // Rows 1 and 3 by one column, then rows 2 and 3 by two.
@@ -209,6 +220,7 @@ inline uint64_t shiftRowsOfPlane(uint64_t x)
   return (x & 0x00000000FFFFFFFFULL) | (x >> 8 & 0x00FF00FF00000000ULL) | (x << 8 & 0xFF00FF0000000000ULL);
 }
 
+// The rows of each column turned by one: 16 bits are one row.
 inline uint64_t nextRow(uint64_t x)
 {
   return x >> 16 | x << 48;
@@ -241,6 +253,7 @@ void substituteAndShift(Planes& p)
   for (uint64_t& plane : p.bit) plane = shiftRowsOfPlane(plane);
 }
 
+// The rounds of FIPS 197, 5.1; the last one mixes no columns.
 void encryptPlanes(const RoundKeys& keys, Planes& p)
 {
   addPlanes(p, keys.round[0]);
@@ -281,6 +294,7 @@ void encryptBlocks(const uint32_t* schedule, const uint8_t* in, uint8_t* out, si
   rtx3gppWipe(&keys, sizeof keys);
 }
 
+// CMAC needs the block before to compute the next, so three of the four places run empty here.
 void chainBlocks(const uint32_t* schedule, const uint8_t* message, size_t blocks, const uint8_t* last, uint8_t* tag)
 {
   RoundKeys keys;
@@ -294,6 +308,7 @@ void chainBlocks(const uint32_t* schedule, const uint8_t* message, size_t blocks
   rtx3gppWipe(&keys, sizeof keys);
 }
 
+// Encrypts counter blocks; only the low 64 bits count, which is more than any message needs (TS 33.401, B.1.3).
 void makeKeystream(const uint32_t* schedule, uint8_t* counter, uint8_t* stream, size_t blocks)
 {
   for (size_t i = 0; i < blocks; i++) {
@@ -303,6 +318,7 @@ void makeKeystream(const uint32_t* schedule, uint8_t* counter, uint8_t* stream, 
   encryptBlocks(schedule, stream, stream, blocks);
 }
 
+// `stream` belongs to this message alone; unlike keys it is not wiped.
 void counterMode(const uint32_t* schedule, uint8_t* counter, uint8_t* data, size_t length)
 {
   uint8_t stream[2 * kBlocks * kAesBlockOctets];
@@ -325,6 +341,7 @@ uint32_t substituteWord(uint32_t word)
   return columns[0];
 }
 
+// FIPS 197, 5.2. RotWord is a rotation by one octet, and the round constant stands in the high one.
 void expandKey(uint32_t* schedule, const uint8_t* key)
 {
   for (size_t i = 0; i < 4; i++) schedule[i] = static_cast<uint32_t>(rtxLoadOctets<4>(key + 4 * i));

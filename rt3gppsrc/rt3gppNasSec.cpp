@@ -1,4 +1,8 @@
-// NAS security: the record of one connection, its keys, and the two services over a span of octets.
+// NAS security as callers see it (TS 24.301 and TS 24.501, 4.4.3; TS 33.401, annex B): the record of one connection,
+// its keys, and the two services over a span of octets. The top-level coders of EPS and 5GS call the services
+// (src2/NasProtection.cpp), applications the rest. The record, subkeys and schedules are blocks of the context's heap
+// and are wiped before they are freed; the keys themselves stay the caller's. Nothing here changes count, bearer or
+// direction.
 #include "velnor3gpp/rt3gppNasSec.h"
 
 #include <string.h>
@@ -12,9 +16,12 @@
 namespace {
 
 constexpr const char* kModule = "rt3gppNasSec";
+// Two schedules in one block: integrity first, cipher behind it.
 constexpr size_t kScheduleOctets = 2 * kAesScheduleWords * sizeof(uint32_t);
+// Octets of COUNT, BEARER, DIRECTION and zeros in front of the message that the code covers.
 constexpr size_t kMacPrefixOctets = 8;
 
+// Reports an algorithm that is not there, with its kind and number: -60.
 int notSupported(RtxContext* pctxt, const char* what, uint32_t algorithm, int line)
 {
   rtxErrAddStrParm(pctxt, what);
@@ -30,6 +37,7 @@ int keysGone(RtxContext* pctxt, const char* what, int line)
   return rtxErrSetData(pctxt, RTX_E_NULL_POINTER, kModule, line);
 }
 
+// Wipes key material before the heap can give its octets to somebody else.
 template <typename T> void wipeAndFree(RtxContext* pctxt, T*& memory, size_t octets)
 {
   if (!memory) return;
@@ -38,6 +46,7 @@ template <typename T> void wipeAndFree(RtxContext* pctxt, T*& memory, size_t oct
   memory = nullptr;
 }
 
+// Allocates what is not there yet, so that assigning keys again for each message takes no further memory.
 template <typename T> int allocateOnce(RtxContext* pctxt, T*& memory, size_t octets)
 {
   if (!memory) memory = static_cast<T*>(rtxMemHeapAllocZ(&pctxt->pMemHeap, octets));
@@ -53,6 +62,7 @@ void wipeUnused(RtxContext* pctxt, uint32_t integrityAlg, uint32_t cipherAlg)
   if (cipherAlg != RTX_3GPP_ALG_AES) wipeAndFree(pctxt, sec->keySchedules, kScheduleOctets);
 }
 
+// Makes schedule and subkeys of the integrity key. The record names the new algorithm only when both keys are in order.
 int prepareIntegrity(RtxContext* pctxt, const uint8_t* key, uint32_t algorithm)
 {
   if (algorithm == RTX_3GPP_ALG_NULL) return 0;
@@ -78,6 +88,7 @@ int dropIntegrity(RtxContext* pctxt, int status)
   return status;
 }
 
+// Makes the schedule of the ciphering key, behind that of the integrity key.
 int prepareCipher(RtxContext* pctxt, const uint8_t* key, uint32_t algorithm)
 {
   if (algorithm == RTX_3GPP_ALG_NULL) return 0;
@@ -90,7 +101,8 @@ int prepareCipher(RtxContext* pctxt, const uint8_t* key, uint32_t algorithm)
   return 0;
 }
 
-// COUNT, BEARER and DIRECTION as both algorithms begin with them (TS 33.401, B.1.3 and B.2.3).
+// COUNT, BEARER and DIRECTION, with which both algorithms begin (TS 33.401, B.1.3 and B.2.3): 4 octets, 5 bits, 1 bit,
+// and zeros. Count 5, bearer 1, downlink: 00 00 00 05 0C 00 00 00, where 0C is 00001 1 00.
 void writePrefix(const Rtx3gppSecContext* sec, uint8_t* prefix)
 {
   rtxStoreOctets<4>(prefix, sec->count);
@@ -98,7 +110,8 @@ void writePrefix(const Rtx3gppSecContext* sec, uint8_t* prefix)
   memset(prefix + 5, 0, kMacPrefixOctets - 5);
 }
 
-// `work` holds the message behind eight octets of room for the prefix.
+// Computes the code: the first 32 bits of the CMAC. `work` holds the message behind eight octets of room for the
+// prefix, `octets` counts both.
 int codeOf(RtxContext* pctxt, uint8_t* work, size_t octets, uint32_t* pMac)
 {
   const Rtx3gppSecContext* sec = pctxt->pSecurity;
@@ -110,6 +123,8 @@ int codeOf(RtxContext* pctxt, uint8_t* work, size_t octets, uint32_t* pMac)
   return 0;
 }
 
+// Copies the message behind the prefix, because CMAC takes one span of octets, and the octets in front of the caller's
+// message are the message's own header.
 int computeAesMac(RtxContext* pctxt, const uint8_t* octets, uint64_t length, uint32_t* pMac)
 {
   // A length without room for the prefix is more than any heap has, so the heap refuses it.
@@ -124,6 +139,7 @@ int computeAesMac(RtxContext* pctxt, const uint8_t* octets, uint64_t length, uin
 
 } // namespace
 
+// An older record is not freed: it may be one that was lent to this context (rt3gppNasSec.h).
 int rtx3gppSecInitialize(RtxContext* pctxt)
 {
   Rtx3gppSecContext* sec = nullptr;
@@ -133,6 +149,8 @@ int rtx3gppSecInitialize(RtxContext* pctxt)
   return 0;
 }
 
+// What the new algorithms do not need is wiped first; the record gets the algorithms last, when nothing can fail any
+// more.
 int rtx3gppAssignAlgorithmKeys(RtxContext* pctxt, const uint8_t* integrityKey, const uint8_t* cipherKey,
                                uint32_t integrityAlg, uint32_t cipherAlg)
 {
@@ -173,6 +191,7 @@ int rtx3gppCipher(RtxContext* pctxt, uint8_t* octets, uint64_t length)
   return 0;
 }
 
+// Assigning null algorithms wipes and frees subkeys and schedules; without a record it leaves its error record behind.
 void rtx3gppSecFree(RtxContext* pctxt)
 {
   rtx3gppAssignAlgorithmKeys(pctxt, nullptr, nullptr, RTX_3GPP_ALG_NULL, RTX_3GPP_ALG_NULL);

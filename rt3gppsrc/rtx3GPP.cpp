@@ -1,4 +1,7 @@
-// Selectors and counters relative to the padding pattern, the non-imperative tail, PLMN pairs and identities.
+// Coding helpers that many layer-3 elements share: selectors and counters relative to the padding pattern, the tail of
+// unknown elements, PLMN pairs, identities of digits. Applications call them as public functions; the engine and the
+// coders by hand call them where they cannot do the same in one step, above all where something fails. They code at the
+// cursor, whatever bit it stands at, report failures with element path and position, and allocate nothing.
 #include "velnor3gpp/rtx3GPP.h"
 
 #include <string.h>
@@ -15,10 +18,12 @@
 
 static const char kModule[] = "rtx3GPP";
 
-// Unused bits follow this octet, at the position they have in their own octet (TS 44.018, 10.5.2).
+// Unused bits follow this octet, 0010 1011, at the position that they have in their own octet (TS 44.018, 10.5.2). A
+// bit is L where it equals that pattern and H where it differs.
 static constexpr uint8_t kPadding = 0x2B;
 
-// The bits of the padding at the next `nbits` positions, right-aligned, where `mask` has a one.
+// The bits of the padding at the next `nbits` positions, right-aligned, where `mask` has a one. At the start of an
+// octet (bitOffset 8) the next three are 001: 2B rotated by 3 to the left ends with them.
 static uint32_t paddingUnder(const RtxContext* pctxt, uint32_t nbits, uint32_t mask)
 {
   if (nbits == 0 || nbits > 32) return 0;
@@ -26,6 +31,7 @@ static uint32_t paddingUnder(const RtxContext* pctxt, uint32_t nbits, uint32_t m
   return std::rotl(kPadding * 0x01010101U, static_cast<int>(shift)) & (mask >> (32 - nbits));
 }
 
+// An exclusive or with the padding turns L into 0 and H into 1, and back on encoding.
 int rtx3GPPDecAltDetmnt(RtxContext* pctxt, uint32_t* pvalue, uint32_t nbits, uint32_t mask)
 {
   uint32_t padding = paddingUnder(pctxt, nbits, mask);
@@ -48,6 +54,7 @@ static uint8_t bitJustPassed(const RtxContext* pctxt, uint8_t octet)
   return octet >> (pctxt->buffer.bitOffset & 7) & 1;
 }
 
+// The bit that a repeated octet has at the position to be written next.
 static uint8_t bitAhead(const RtxContext* pctxt, uint8_t octet)
 {
   return octet >> (pctxt->buffer.bitOffset - 1) & 1;
@@ -63,6 +70,7 @@ static int readBranch(RtxContext* pctxt, const Rtx3gppAltDetmntNode& node, uint8
   return 0;
 }
 
+// Walks the tree by one bit for each node, up to a leaf. A tree that leads in a circle ends with the input.
 int rtx3GPPDecVarAltDetmnt(RtxContext* pctxt, uint32_t* pvalue, const Rtx3gppAltDetmntNode* nodes, uint32_t maxNode)
 {
   if (!pvalue || !nodes) return rtxErrSetData(pctxt, RTX_E_BAD_PARAMETER, kModule, __LINE__);
@@ -85,12 +93,14 @@ int rtx3GPPDecVarAltDetmnt(RtxContext* pctxt, uint32_t* pvalue, const Rtx3gppAlt
   }
 }
 
+// For counters of plain bits, where the octet is the bit itself.
 static uint8_t sameBit(const RtxContext*, uint8_t bit)
 {
   return bit;
 }
 
-// Counts the bits that equal what `expected` gives for `octet` after each read.
+// Counts the bits that equal what `expected` gives for `octet` after each read; the first other one is read too. LLL H
+// is 3. The bound of 255 ends the loop on an input of one bit only.
 static int countBits(RtxContext* pctxt, uint8_t* pcount, uint8_t octet, uint8_t (*expected)(const RtxContext*, uint8_t))
 {
   if (!pcount) return rtxErrSetData(pctxt, RTX_E_BAD_PARAMETER, kModule, __LINE__);
@@ -115,6 +125,7 @@ int rtx3GPPDecIntAsBitsPattern(RtxContext* pctxt, uint8_t* pcount, uint8_t patte
   return countBits(pctxt, pcount, pattern, bitJustPassed);
 }
 
+// Writes `count` bits and one that differs.
 static int writeCount(RtxContext* pctxt, uint8_t count, uint8_t octet, uint8_t (*toWrite)(const RtxContext*, uint8_t))
 {
   for (unsigned i = 0; i < count; i++) {
@@ -135,7 +146,7 @@ int rtx3GPPEncIntAsBitsPattern(RtxContext* pctxt, uint8_t count, uint8_t pattern
   return writeCount(pctxt, count, pattern, bitAhead);
 }
 
-// Opens and closes an entry of the bit trace.
+// Opens an entry of the bit trace, if there is a trace; endField closes it with the bits read or written since.
 static void beginField(RtxContext* pctxt, const char* name)
 {
   if (pctxt->pBitFldList) rtxDiagNewBitField(pctxt->pBitFldList, name);
@@ -155,6 +166,7 @@ static int readTailOctet(RtxContext* pctxt, const char* name, uint8_t* poctet)
   return status;
 }
 
+// Is there a whole octet behind a shift? A shift as the last octet ends the tail without an element.
 static bool octetRemains(RtxContext* pctxt)
 {
   // Past the end of a region the count of bits would wrap.
@@ -167,6 +179,8 @@ struct Codesets {
   uint8_t active;
 };
 
+// 9x is a shift: 1001, a bit that is 0 for locking, codeset in three bits (TS 24.008, 10.5.4.2 and 10.5.4.3). 96 locks
+// codeset 6 for all that follows, 9E holds for one element. A locking shift to a lower codeset is passed over.
 static void shiftCodeset(Codesets* codesets, uint8_t shift)
 {
   uint8_t codeset = shift & 7;
@@ -194,7 +208,8 @@ static int readTailIei(RtxContext* pctxt, bool shiftsAllowed, Codesets* codesets
   }
 }
 
-// Passes over the rest of an element of the tail.
+// Passes over the rest of an element of the tail (TS 24.007, 11.2.4): identifiers from 80 on are a single octet, all
+// others have a length behind them. 1A 02 aa bb is one element, B1 another.
 static int dropTailElement(RtxContext* pctxt, uint8_t iei, uint8_t codeset)
 {
   if (iei & 0x80) return 0;
@@ -210,6 +225,7 @@ static int dropTailElement(RtxContext* pctxt, uint8_t iei, uint8_t codeset)
   return status < 0 ? rtxErrSetData(pctxt, status, kModule, __LINE__) : 0;
 }
 
+// Each turn reads at least one octet, so the loop ends with the input.
 int rtx3GPPDecL3NonImperative(RtxContext* pctxt, uint8_t shiftsAllowed)
 {
   Codesets codesets = {0, 0};
@@ -223,10 +239,12 @@ int rtx3GPPDecL3NonImperative(RtxContext* pctxt, uint8_t shiftsAllowed)
   return 0;
 }
 
-// The characters of a PLMN in the order of their half-octets on the wire (TS 24.008, 10.5.1.3).
+// The characters of a PLMN in the order of their half-octets on the wire (TS 24.008, 10.5.1.3): MCC 262, MNC 42 is
+// 62 F2 24, with F for the third digit of the MNC.
 static constexpr size_t kPlmnDigits = 6;
 static constexpr size_t kPlmnThirdMncDigit = 2;
 
+// A third digit of 15, as some callers store the filler, counts as none.
 static char plmnDigit(const char* mcc, const char* mnc, size_t place)
 {
   const char digits[kPlmnDigits] = {mcc[1], mcc[0], mnc[2], mcc[2], mnc[1], mnc[0]};
@@ -240,7 +258,8 @@ static void setPlmnDigit(char* mcc, char* mnc, size_t place, uint8_t nibble)
   rtxTBCDBinToChar(nibble, digits[place]);
 }
 
-// Whether three octets from the cursor lie in the buffer, so that one access does for six half-octets.
+// Do three octets from the cursor lie in the buffer, wherever in its octet the cursor stands? Then one access does for
+// six half-octets. Otherwise they are coded one by one, up to the one that fails.
 static bool plmnAtHand(const RtxContext* pctxt)
 {
   const RtxBuffer& buffer = pctxt->buffer;
@@ -259,6 +278,7 @@ static bool packPlmn(const char* mcc, const char* mnc, uint32_t* pbits)
   return true;
 }
 
+// Writes what can be written before the failure: callers see the cursor at the digit that is wrong.
 static int writePlmnByDigits(RtxContext* pctxt, const char* mcc, const char* mnc)
 {
   for (size_t i = 0; i < kPlmnDigits; i++) {
@@ -324,7 +344,8 @@ static int writeField(RtxContext* pctxt, const char* name, uint32_t value, size_
   return 0;
 }
 
-// Writes zero-ended digits by pairs, each octet at whatever bit position the cursor has.
+// Writes zero-ended digits by pairs, the earlier one in the low half: "123" is 21 F3. The zero at the end converts to
+// the filler. The cursor may stand at any bit.
 static int writeDigitPairs(RtxContext* pctxt, const char* digits)
 {
   beginField(pctxt, "");
@@ -341,6 +362,7 @@ static int writeDigitPairs(RtxContext* pctxt, const char* digits)
   return 0;
 }
 
+// IMSI 262 as type 1: 02 29 26, a length of 2, then 0010 1 001 with the first digit, then 6 and 2.
 int rtx3GPPEncMobileIdentityType1(RtxContext* pctxt, uint8_t identType, const char* digits)
 {
   if (!digits) return rtxErrSetData(pctxt, RTX_E_BAD_PARAMETER, kModule, __LINE__);
@@ -353,10 +375,11 @@ int rtx3GPPEncMobileIdentityType1(RtxContext* pctxt, uint8_t identType, const ch
   if ((status = writeField(pctxt, "digit1", digit1, 4)) < 0) return status;
   if ((status = writeField(pctxt, "odd", count & 1, 1)) < 0) return status;
   if ((status = writeField(pctxt, "type", identType, 3)) < 0) return status;
+  // Without digits the first half-octet is the filler, and the zero at the end must not be stepped over.
   return writeDigitPairs(pctxt, count ? digits + 1 : digits);
 }
 
-// Reads an octet of two digits and stores the first, and the second if `both`.
+// Reads an octet of two digits and stores the earlier one, of the low half, and the later one if `both`.
 static int readDigitPair(RtxContext* pctxt, bool both, char* dest)
 {
   uint32_t high = 0, low = 0;

@@ -1,7 +1,14 @@
-// Coded values of frequency lists to channel numbers (TS 44.018, Annex J). The range formats hold a set as a balanced
-// binary tree: the root's value W(1) is a channel, the values below it say where in the half of the range to their
-// parent's left or right a channel lies, in one bit less on each level. With g the greatest power of 2 not above i,
-// the children of W(i) are W(i + g) and W(i + 2g).
+// Coded values of frequency lists to channel numbers (TS 44.018, 10.5.2.13 and annex J); rtx3GPPArfcnEnc.cpp goes the
+// other way. Called by applications and by TS44018Misc.cpp, never while an element is decoded. The array is on the
+// context's heap. The range formats hold a set as a balanced binary tree: the root's value W(1) is a channel, the
+// values below it say where in the half of the range to their parent's left or right a channel lies, in one bit less on
+// each level. With g the greatest power of 2 not above i, the children of W(i) are W(i + g) and W(i + 2g):
+//
+//              W1             10 bits in format 1024
+//        W2          W3        9 bits
+//      W4  W6      W5  W7      8 bits
+//
+// On the wire the values stand level by level, W1 W2 W3 W4 ..., up to the first that is 0.
 #include "rt3gppsrc/rtx3GPPArfcn.h"
 
 #include "velnor3gpp/rtxError.h"
@@ -10,12 +17,13 @@
 
 static const char kModule[] = "rtx3GPP";
 
-// Level k has 2 to the power k-1 values of `levels` + 1 - k bits.
+// Level k has 2 to the power k-1 values of `levels` + 1 - k bits; the sums tell where a level ends: 10, 10 + 2 * 9, ...
 static constexpr uint16_t kBits1024[] = {0, 10, 28, 60, 116, 212, 372, 628, 1012, 1524, 2036};
 static constexpr uint16_t kBits512[] = {0, 9, 25, 53, 101, 181, 309, 501, 757, 1013};
 static constexpr uint16_t kBits256[] = {0, 8, 22, 46, 86, 150, 246, 374, 502};
 static constexpr uint16_t kBits128[] = {0, 7, 19, 39, 71, 119, 183, 247};
 
+// The first value stands behind the bit for channel 0 in format 1024, behind 10 bits of origin in the others.
 static constexpr Rtx3gppRangeFormatInfo kRangeFormats[] = {
     {kBits1024, 1023, 10, 1, 3}, {kBits512, 511, 9, 10, 1}, {kBits256, 255, 8, 10, 1}, {kBits128, 127, 7, 10, 1}};
 
@@ -31,6 +39,7 @@ struct ArfcnOut {
   uint16_t* pCount;
 };
 
+// Reports a value that no encoder makes (-14), with words and the number that is wrong.
 static int fail(RtxContext* pctxt, const char* words, unsigned value)
 {
   rtxErrAddStrParm(pctxt, words);
@@ -38,6 +47,7 @@ static int fail(RtxContext* pctxt, const char* words, unsigned value)
   return rtxErrSetData(pctxt, RTX_E_BAD_VALUE, kModule, __LINE__);
 }
 
+// Allocates the array for the most channels that can come; the count is lowered when they are known.
 static int makeRoom(const ArfcnOut& out, size_t capacity)
 {
   // An empty list has an array too: no caller has to tell null from nothing.
@@ -58,6 +68,7 @@ static uint16_t originOf(const uint8_t* data)
   return static_cast<uint16_t>(data[0] << 2 | data[1] >> 6);
 }
 
+// Bit 0 is channel 124, bit 123 channel 1.
 static int decodeBitmap0(const ArfcnOut& out, const uint8_t* data, uint16_t numBits)
 {
   static constexpr unsigned kChannels = 124;
@@ -71,6 +82,7 @@ static int decodeBitmap0(const ArfcnOut& out, const uint8_t* data, uint16_t numB
   return 0;
 }
 
+// The origin, then a bit for each channel behind it: 19 20, 0001100100 1..., has channels 100 and 101.
 static int decodeVariableBitmap(const ArfcnOut& out, const uint8_t* data, uint16_t numBits)
 {
   if (numBits < kOriginBits) return fail(out.pctxt, "variable bitmap has less than 10 bits", numBits);
@@ -100,6 +112,7 @@ static uint16_t readValue(TreeCursor& cursor)
   return static_cast<uint16_t>(value);
 }
 
+// Goes on to the next value, at the end of a level to the next level, whose values have one bit less.
 static void nextPlace(TreeCursor& cursor)
 {
   cursor.bitsLeft -= cursor.width;
@@ -132,9 +145,10 @@ static unsigned capacityOf(const Rtx3gppRangeFormatInfo& info, uint16_t treeBits
   return width ? capacity + (treeBits - info.cumulativeBits[level]) / width : capacity;
 }
 
-// Goes from a value up to the root. On the way each parent shifts the number: a left child lies in the half that begins
-// behind the middle of the parent's range, a right child in the one that begins at the parent.
-// `first` is the index of values[0].
+// The channel of value number `index`, counted from the origin, before 1 is added (annex J). It goes from the value up
+// to the root, and each parent shifts the number: a left child lies in the half that begins behind the middle of the
+// parent's range, a right child in the one that begins at the parent. The range doubles on each level up. `first` is
+// the index of values[0]; one turn for each level.
 template <typename Value> static int64_t climb(const Value* values, uint32_t first, uint32_t index, uint32_t maxRange)
 {
   uint32_t power = greatestPower(index);
@@ -149,6 +163,7 @@ template <typename Value> static int64_t climb(const Value* values, uint32_t fir
   return number;
 }
 
+// Reads one of the four range formats. The values are read first, and each is then replaced by its channel.
 static int decodeRange(const ArfcnOut& out, const Rtx3gppRangeFormatInfo& info, const uint8_t* data, uint16_t numBits)
 {
   bool range1024 = info.firstValueBit < kOriginBits;

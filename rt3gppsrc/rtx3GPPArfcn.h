@@ -1,4 +1,5 @@
 // What decoding and encoding of channel numbers share: the range formats as constant records, and the tree's shape.
+// rtx3GPPArfcn.cpp defines the records and explains the tree; nothing here is exported.
 #ifndef VELNOR3GPP_RT3GPPSRC_RTX_3GPP_ARFCN_H
 #define VELNOR3GPP_RT3GPPSRC_RTX_3GPP_ARFCN_H
 

@@ -1,4 +1,6 @@
-// Channel numbers to coded values of frequency lists (TS 44.018, Annex J); rtx3GPPArfcn.cpp tells of the tree.
+// Channel numbers to coded values of frequency lists (TS 44.018, 10.5.2.13 and annex J); rtx3GPPArfcn.cpp tells of the
+// tree and goes the other way. Only applications call it: element coders take the value as bits. The octets are the
+// caller's or on the context's heap, and stay there, partly written, after a failure.
 #include <string.h>
 
 #include <utility>
@@ -17,6 +19,7 @@ struct ArfcnBuffer {
   size_t size;
 };
 
+// Reports what the format cannot hold (-14). The line breaks in the words are part of the text that callers know.
 static int fail(RtxContext* pctxt, const char* words, const char* more = nullptr)
 {
   rtxErrAddStrParm(pctxt, words);
@@ -24,6 +27,7 @@ static int fail(RtxContext* pctxt, const char* words, const char* more = nullptr
   return rtxErrSetData(pctxt, RTX_E_BAD_VALUE, kModule, __LINE__);
 }
 
+// The numbers cannot be divided evenly, which happens with one that stands twice and with more than the format holds.
 static int failPivot(RtxContext* pctxt)
 {
   return fail(pctxt, "\nUnable to locate pivot value.", "\nCheck for uniqueness of ARFCN values.");
@@ -52,6 +56,7 @@ static int bindBuffer(ArfcnBuffer& buffer, uint8_t** ppData, size_t dataSize, si
   return 0;
 }
 
+// Channel 124 is bit 0 of 16 octets. A count of bits is not given: the format has always 124.
 static int encodeBitmap0(ArfcnBuffer& buffer, const uint16_t* arfcns, uint16_t count, uint8_t** ppData, size_t dataSize)
 {
   static constexpr unsigned kChannels = 124;
@@ -73,6 +78,7 @@ struct ArfcnSet {
   uint16_t count, range, origin;
 };
 
+// Origin 100 and channel 101 are 0001100100 1: the origin in 10 bits, then a bit for each channel behind it.
 static int encodeVariableBitmap(ArfcnBuffer& buffer, const ArfcnSet& set, uint8_t** ppData, size_t dataSize,
                                 uint16_t* pNumBits)
 {
@@ -102,6 +108,7 @@ struct Subtree {
   unsigned width;
 };
 
+// Writes the value of the tree's root at its place in its level.
 static int writeValue(const ArfcnBuffer& buffer, const Subtree& tree, uint32_t value)
 {
   return writeBits(buffer, tree.levelBit + (tree.index - tree.levelStart) * tree.width, value, tree.width);
@@ -153,6 +160,7 @@ static bool partition(const Subtree& tree, unsigned pivot)
 
 static int encodeTree(const ArfcnBuffer& buffer, const Subtree& tree);
 
+// The level below begins where this one ends, has twice as many values, and each is one bit narrower.
 static int encodeChildren(const ArfcnBuffer& buffer, const Subtree& tree)
 {
   uint32_t power = greatestPower(tree.index);
@@ -165,7 +173,8 @@ static int encodeChildren(const ArfcnBuffer& buffer, const Subtree& tree)
                              2 * tree.levelStart, tree.width - 1});
 }
 
-// Each step down halves the range, so that no tree is deeper than its format's levels.
+// Writes the pivot, which has half of the others on each side, and both subtrees. Recursive: each step down halves the
+// range, so that no tree is deeper than its format's levels, ten at most. The set is reordered in place.
 static int encodeTree(const ArfcnBuffer& buffer, const Subtree& tree)
 {
   if (tree.count <= 1) return writeValue(buffer, tree, tree.count ? tree.set[0] + 1U : 0);
@@ -221,6 +230,7 @@ static void writeHeader(const ArfcnBuffer& buffer, unsigned format, bool channel
   if (second) *second = buffer.octets[1];
 }
 
+// One of the four range formats. The working copy of the channels stays on the heap until the job ends.
 static int encodeRange(ArfcnBuffer& buffer, const ArfcnSet& set, unsigned format, uint8_t** ppData, size_t dataSize,
                        uint16_t* pNumBits)
 {
@@ -266,7 +276,8 @@ struct Presence {
   void add(unsigned channel) { words[channel / 32] |= 1U << channel % 32; }
 };
 
-// How far behind the candidate the last channel lies: just before the first gap is over, going down from it.
+// How far above the candidate the last channel lies, modulo 1024. That one is found from the other side: it is the
+// first channel below the candidate.
 static unsigned farthest(const Presence& present, unsigned candidate)
 {
   unsigned below = 1;
@@ -274,6 +285,8 @@ static unsigned farthest(const Presence& present, unsigned candidate)
   return (1024 - below) & kArfcnMask;
 }
 
+// Tries each channel as origin once. `tried` keeps a list that repeats one channel 65,535 times from 1024 steps for
+// each.
 int rtx3GPPGetARFCNRange(const uint16_t* arfcns, uint16_t count, uint16_t* pOrigin, uint16_t* pRange)
 {
   Presence present = {}, tried = {};
@@ -286,6 +299,7 @@ int rtx3GPPGetARFCNRange(const uint16_t* arfcns, uint16_t count, uint16_t* pOrig
     if (tried.has(candidate)) continue;
     tried.add(candidate);
     unsigned size = farthest(present, candidate) + 1;
+    // The first of several that are equally good is taken; one of 1024, the whole circle, is none.
     if (size >= range) continue;
     range = static_cast<uint16_t>(size);
     origin = arfcns[i];

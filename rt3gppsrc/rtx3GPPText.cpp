@@ -1,4 +1,12 @@
-// The GSM 7-bit default alphabet (TS 23.038, 6.2.1) in packed form, and the character sets of digit strings.
+// The GSM 7-bit default alphabet (TS 23.038, 6.2.1) in packed form, and the character sets of digit strings. The coders
+// of network names call it (src2/TS24008Misc.cpp), and applications may. Text is ISO 8859-1 on the caller's side.
+// Octets are read and written at the cursor, which stands at an octet's start; nothing is allocated.
+//
+// Eight septets share seven octets, each in the lowest bits that are free. "abc" is 61 F1 18:
+//   a 1100001, b 1100010, c 1100011
+//   61 = 0 1100001        the lowest bit of b, then a
+//   F1 = 11 110001        the lower two bits of c, then the upper six of b
+//   18 = 000 11000        three bits of nothing, then the upper five of c
 #include <stdint.h>
 
 #include "velnor3gpp/rtx3GPP.h"
@@ -40,6 +48,8 @@ static const char kAlphabet[129] = "@\xA3$\xA5\xE8\xE9\xF9\xEC\xF2\xC7\n\xD8\xF8
                                    "\xBF"
                                    "abcdefghijklmnopqrstuvwxyz\xE4\xF6\xF1\xFC\xE0";
 
+// Is the character one that the encoder knows from the extension table? The euro sign is not: it has no place in ISO
+// 8859-1.
 static bool isExtension(char text)
 {
   for (const ExtensionChar& row : kExtension) {
@@ -48,6 +58,8 @@ static bool isExtension(char text)
   return false;
 }
 
+// A character of the extension table becomes the escape alone, whose second septet is left out. Callers have got these
+// octets from the start; the header says so.
 static uint8_t toSeptet(char text)
 {
   if (isExtension(text)) return kEscape;
@@ -74,6 +86,7 @@ static int writeOctet(RtxContext* pctxt, uint8_t octet)
   return status < 0 ? rtxErrSetData(pctxt, status, kModule, __LINE__) : 0;
 }
 
+// `carry` holds the upper bits of the septet before, which begin the next octet.
 int rtx3GPPEncGSMCharStr(RtxContext* pctxt, const char* str)
 {
   if (!str) return 0;
@@ -107,6 +120,7 @@ static char extensionChar(uint8_t septet)
   return '?';
 }
 
+// Stores the character of a septet, or notes an escape, which counts as a character and stores nothing.
 static int deliver(RtxContext* pctxt, TextTarget* target, uint8_t septet)
 {
   if (septet == kEscape) {
@@ -129,6 +143,7 @@ static int takeOctet(RtxContext* pctxt, uint8_t* poctet)
   return 0;
 }
 
+// `shift` is how many bits of the next octet belong to the septet under way, 7 to 1; `carry` are those it has already.
 int rtx3GPPDecGSMCharStr(RtxContext* pctxt, char* dest, size_t destsize, size_t nchars)
 {
   if (!dest) return rtxErrSetData(pctxt, RTX_E_BAD_PARAMETER, kModule, __LINE__);
