@@ -113,11 +113,12 @@ static void giveOtherCodes(What& what)
 void layOutCodes(What& what)
 {
   if (what.alternatives.empty()) return;
+  for (auto& alternative : what.alternatives)
+    for (auto& code : alternative.codes) checkCode(alternative.place, code);
   giveOtherCodes(what);
   what.nodes.emplace_back();
   for (auto& alternative : what.alternatives) {
     if (alternative.codes.empty()) refuse(alternative.place, "an alternative without a code");
-    for (auto& code : alternative.codes) checkCode(alternative.place, code);
     for (auto& code : alternative.codes) addCode(what, alternative.place, code);
   }
   bool alike = allAlike(what);
