@@ -1,18 +1,27 @@
-// Alternatives told by codes of 0, 1, L and H: codes of one length and kind are read at once, others bit by bit through
-// a tree. No code may begin another, and no bit may be plain in one code and L/H in another.
+// Alternatives that are told by codes, as CSN.1 has them: `| 0 a`, `| 10 b`, `| LH,HL c`. resolve calls layOutCodes for
+// each such choice. Codes that have one length and are L/H at the same places are read at once, as a number that
+// selects like any other; codes that differ are read bit by bit, through a tree. Both ways each code ends up among the
+// values of its alternative, so that the writers treat a choice by codes like one by a field.
+//
+// Two things are refused, because no decoder could tell the alternatives apart: a code that begins another one (`0`
+// beside `01`), and a bit that is plain in one code and L/H in another at the same place (`0` beside `H`).
 #include <algorithm>
 
 #include "model.h"
 
 namespace l3gen {
 
+// Codes are kept in 32 bits; this is the longest one that is accepted.
 static constexpr size_t kMaxCode = 16;
 
+// Relative to the padding: what the wire has to hold depends on the place in the octet (docs/definition-language.md,
+// Bits relative to the padding).
 static bool isPadded(char bit)
 {
   return bit == 'L' || bit == 'H';
 }
 
+// H is the bit that differs from the padding. It counts as 1, as in all other values relative to the padding.
 static bool isOne(char bit)
 {
   return bit == '1' || bit == 'H';
@@ -25,6 +34,7 @@ uint32_t codeValue(const std::string& code)
   return value;
 }
 
+// "1LH" is 0x60000000: the second and the third bit.
 uint32_t codeMask(const std::string& code)
 {
   uint32_t mask = 0;
@@ -32,6 +42,7 @@ uint32_t codeMask(const std::string& code)
   return mask;
 }
 
+// "10" is 0x80000000. Codes of different lengths stay different values that way, since none begins another.
 static uint32_t leftJustified(const std::string& code)
 {
   return codeValue(code) << (32 - code.size());
@@ -43,12 +54,19 @@ static void checkCode(const Place& place, const std::string& code)
     refuse(place, "a code is up to 16 of 0, 1, L and H: '" + code + "'");
 }
 
-// A branch of the tree: a bit relative to the padding counts as 1 where it equals it.
+// The branch that a node takes for this bit of a code. The engine's walk asks of a bit relative to the padding whether
+// it equals the padding's, so there L leads to branch 1, while L counts as 0 everywhere else.
 static int branchOf(char bit)
 {
   return isPadded(bit) ? bit == 'L' : bit == '1';
 }
 
+// Enters one code into the tree, from the root on. For `0 a`, `10 b`, `11 c` the nodes are
+//
+//   node 0   next[0] =  0, value[0] = 0x00000000     a ends here
+//            next[1] =  1                            read on at node 1
+//   node 1   next[0] =  0, value[0] = 0x80000000     b
+//            next[1] =  0, value[1] = 0xC0000000     c
 static void addCode(What& what, const Place& place, const std::string& code)
 {
   size_t index = 0;
@@ -59,6 +77,7 @@ static void addCode(What& what, const Place& place, const std::string& code)
       refuse(place, "a bit that is both plain and L/H: '" + code + "'");
     int branch = branchOf(code[i]);
     int next = what.nodes[index].next[branch];
+    // An end is already here (`0` before `01`), or the code ends where another one goes on (`01` before `0`).
     if (next == 0 || (last && next > 0)) refuse(place, "a code that begins another: '" + code + "'");
     if (last) {
       what.nodes[index].next[branch] = 0;
@@ -71,6 +90,7 @@ static void addCode(What& what, const Place& place, const std::string& code)
   }
 }
 
+// Can the codes be read at once? Then there is one length to read and one mask of bits relative to the padding.
 static bool allAlike(const What& what)
 {
   const std::string& first = what.alternatives[0].codes[0];
@@ -80,8 +100,9 @@ static bool allAlike(const What& what)
   return true;
 }
 
-// `else` takes the codes that the others leave, in rising order, so that the lowest is written. They all have one
-// length.
+// `else` gets the codes that the others leave, in rising order, so that the lowest one is written. From here on it is
+// an alternative like all others. With at most 6 bits there are at most 64 codes; `0`, `10`, `else` is refused, since
+// codes of different lengths do not say how long those left over are.
 static void giveOtherCodes(What& what)
 {
   Row* other = nullptr;
@@ -99,6 +120,7 @@ static void giveOtherCodes(What& what)
     return t.size() == code.size() && codeMask(t) == codeMask(code);
   });
   if (!alike || code.size() > 6) refuse(place, "'else' needs codes of one length and kind, of at most 6 bits");
+  // Each number becomes a code that is L/H at the same places as the first one.
   for (unsigned value = 0; value < 1U << code.size(); ++value) {
     for (size_t i = 0; i < code.size(); ++i) {
       bool one = value >> (code.size() - 1 - i) & 1;
@@ -110,12 +132,15 @@ static void giveOtherCodes(What& what)
   other->other = false;
 }
 
+// Leaves behind: What::bits and What::mask, if all codes are alike, else What::nodes; and the values of each
+// alternative.
 void layOutCodes(What& what)
 {
   if (what.alternatives.empty()) return;
   for (auto& alternative : what.alternatives)
     for (auto& code : alternative.codes) checkCode(alternative.place, code);
   giveOtherCodes(what);
+  // The tree is built in either case, because building it finds codes that begin others or stand twice.
   what.nodes.emplace_back();
   for (auto& alternative : what.alternatives) {
     if (alternative.codes.empty()) refuse(alternative.place, "an alternative without a code");

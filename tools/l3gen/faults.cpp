@@ -1,5 +1,10 @@
-// Faults: what they make doubtful is set aside, so that one fault neither hides others nor causes any; and how they are
-// told to people and to editors.
+// Faults. A person who repairs a definition sees all its faults at once, each told once: no fault may hide another one,
+// and none may cause refusals of rows that are right. So setAside is called between the phases: it removes the blocks
+// with faults, and all that need them, from what the next phase looks at. The functions at the end tell the faults to
+// people and to editors.
+//
+// For example, `element A` without a clause is refused. A row `M x A` of another block is right all the same: its block
+// is set aside without a word, because A's first line would have given the name (couldBeUnread).
 #include <fstream>
 #include <sstream>
 #include <tuple>
@@ -8,7 +13,8 @@
 
 namespace l3gen {
 
-// The line that the block around a place begins at: a nested type is as doubtful as the block that it stands in.
+// The line at which the block around a place begins. A nested type is as doubtful as the block that it stands in, so
+// blame goes by blocks and not by types.
 static std::pair<std::string, int> blockOf(Model& model, const Place& place)
 {
   auto& lines = model.blocks[place.file];
@@ -26,7 +32,8 @@ bool blamed(Model& model, const Place& place)
   return model.faulty.count(blockOf(model, place)) != 0;
 }
 
-// Nested types have the names of their block in front of their own.
+// An unknown name may be that of a block whose first line was refused, or of a type nested in such a block, which would
+// have the block's name in front of its own: with `A` unread, `A_part` and `T_A_part` are no faults of their users.
 bool couldBeUnread(Model& model, const Module& from, const std::string& name)
 {
   auto isUnread = [&](const std::string& full) {
@@ -37,7 +44,8 @@ bool couldBeUnread(Model& model, const Module& from, const std::string& name)
   return model.moduleUnread || isUnread(name) || isUnread(from.name + "_" + name);
 }
 
-// Types that hold a doubtful one, or stand in it, are doubtful too.
+// The types that stand in blamed blocks, those that hold one of these, those nested in one of these, and so on. They
+// are found from the faulty ones outwards, along `users`.
 static std::set<const Type*> doubtful(Model& model)
 {
   std::map<const Type*, std::vector<const Type*>> users;
@@ -48,6 +56,7 @@ static std::set<const Type*> doubtful(Model& model)
     if (type->around) users[type->around].push_back(type.get());
     if (blamed(model, type->place)) open.push_back(type.get());
   }
+  // What was set aside by an earlier phase may be used by types that this phase found.
   for (auto& type : model.aside) open.push_back(type.get());
   std::set<const Type*> all;
   while (!open.empty()) {
@@ -59,6 +68,7 @@ static std::set<const Type*> doubtful(Model& model)
   return all;
 }
 
+// A type is moved, not destroyed: rows, byName and the `around` of others point to it.
 void setAside(Model& model)
 {
   for (auto& refusal : model.refusals) blame(model, refusal.place);
@@ -69,6 +79,7 @@ void setAside(Model& model)
   model.types = std::move(sound);
 }
 
+// The set sorts by file and line, and tells what is said twice of one line only once.
 std::string tellRefusals(const Model& model)
 {
   std::set<std::tuple<std::string, int, std::string>> lines;
@@ -78,6 +89,7 @@ std::string tellRefusals(const Model& model)
   return out.str();
 }
 
+// The lines of a file as it is now; none if it cannot be read, which is then a fault of its own.
 static std::vector<std::string> linesOf(const std::string& path)
 {
   std::vector<std::string> lines;
@@ -86,7 +98,8 @@ static std::vector<std::string> linesOf(const std::string& path)
   return lines;
 }
 
-// Where a word stands whole in a line, from a column on, else from its beginning; 0: nowhere.
+// The column, from 1, at which a word stands whole in a line; 0 if it does not. The search begins at `from`, where the
+// refusal points, and if nothing is found there, at the start of the line.
 static int columnOf(const std::string& line, const std::string& word, int from)
 {
   static const std::string kInWords = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_-";
@@ -97,7 +110,8 @@ static int columnOf(const std::string& line, const std::string& word, int from)
   return 0;
 }
 
-// The word that a refusal quotes tells the column better than the place of the row.
+// Many refusals quote the word that is at fault: 'late' comes later. Its column leads the eye better than that of the
+// row, which is all that is known of it when it is found in a later phase than reading.
 static int columnOf(const Refusal& refusal, const std::vector<std::string>& lines)
 {
   const Place& place = refusal.place;
@@ -109,6 +123,8 @@ static int columnOf(const Refusal& refusal, const std::vector<std::string>& line
   return column ? column : place.column;
 }
 
+// In the order of the paths, and within a file in the order of the lines. A fault of the file as a whole has line 0,
+// which editors do not know, so it is told of line 1.
 std::string tellFaults(const Model& model, const std::vector<std::string>& paths)
 {
   std::ostringstream out;

@@ -1,6 +1,11 @@
-// l3gen OUTDIR FILE.l3...: reads the definitions and writes headers, tables and functions. Files whose content is
-// unchanged are left alone, so that nothing is compiled without need.
-// l3gen --check FILE.l3...: writes nothing and tells the faults as editors want them.
+// The program. It has two forms:
+//
+//   l3gen OUTDIR FILE.l3...     reads all definitions and writes headers, tables and functions below OUTDIR
+//   l3gen --check FILE.l3...    writes nothing and tells the faults of these files as editors want them
+//
+// The build runs the first form with all files of src/ (cmake/Generated.cmake). The exit code is 0 if all is well, 1 if
+// a definition is refused or a file cannot be written, and 2 if the arguments make no sense. The order of the phases is
+// here; what each does is in model.h.
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
@@ -12,6 +17,8 @@
 
 namespace fs = std::filesystem;
 
+// Leaves a file alone whose text would be the same. Its time would change otherwise, and everything that includes it
+// would be compiled again, also where a definition of another module has changed.
 static bool writeIfChanged(const fs::path& path, const std::string& text)
 {
   std::ifstream in(path, std::ios::binary);
@@ -23,6 +30,15 @@ static bool writeIfChanged(const fs::path& path, const std::string& text)
   return static_cast<bool>(out.flush());
 }
 
+// What is below OUTDIR afterwards, for a module with the stem TS24501IES:
+//
+//   include/velnor3gpp/TS24501IES.h   records and prototypes, for callers
+//   src/TS24501IES.cpp                operations that only jump to the engine
+//   src/TS24501IESDec.cpp, ...Enc.cpp direct coders, and the operations that do more than jump
+//   src/L3Tables.cpp                  the descriptors of all modules
+//   src/L3TypeTable.cpp               all types with their operations, for tools and tests
+//   src/L3TypeFacts.cpp               what people ask of a type, for the shared library
+//   src/L3Descriptors.h               the names by which these files reach descriptors and direct coders
 static bool writeAll(l3gen::Model& model, const fs::path& dir)
 {
   fs::path headers = dir / "include" / "velnor3gpp", sources = dir / "src";
@@ -43,6 +59,9 @@ static bool writeAll(l3gen::Model& model, const fs::path& dir)
   return ok;
 }
 
+// All modules are read before the first row, because names of lists depend on them: `M p T_B more-bit shared` in module
+// U makes the list _SeqOfT_B if T is a module, perhaps of a file that is read later, else _SeqOfU_T_B (listName in
+// readNested.cpp).
 static l3gen::Model read(const std::vector<std::string>& files)
 {
   l3gen::Model model;
@@ -53,7 +72,10 @@ static l3gen::Model read(const std::vector<std::string>& files)
   return model;
 }
 
-// Types name types of other files: all definitions in the folders of the files are read as well.
+// An editor checks the file that is open, and its rows name types of other files: all definitions in the folders of the
+// files are read with them, and their faults are told behind those of the files. The listing of a folder has the files
+// themselves again, perhaps with their paths spelled otherwise; since files are told apart by name alone (Place), the
+// later of two with one name is dropped.
 static int checkAlone(std::vector<std::string> files)
 {
   for (auto& folder : std::set<fs::path>(files.begin(), files.end())) {

@@ -1,4 +1,5 @@
-// C names, the sizes of members, and the formatting of all that is written.
+// C names, the sizes of members, and two helpers that every file of the generator uses: refuse and format. Nothing here
+// has a state.
 #include <algorithm>
 #include <cctype>
 #include <cstdarg>
@@ -10,11 +11,13 @@
 
 namespace l3gen {
 
+// Throws. Who catches it is said at Refusal (model.h).
 void refuse(const Place& place, const std::string& words)
 {
   throw Refusal{place, words};
 }
 
+// Measures first, because lines of tables and comments have any length.
 std::string format(const char* text, ...)
 {
   va_list args, again;
@@ -27,7 +30,7 @@ std::string format(const char* text, ...)
   return out;
 }
 
-// The words that C++20 and C99 reserve: public headers are compiled as both.
+// The words that C++20 and C99 reserve: callers compile the public headers as either.
 static const std::set<std::string> kKeywords = {
     "alignas",     "alignof",   "and",        "and_eq",    "asm",       "auto",         "bitand",
     "bitor",       "bool",      "break",      "case",      "catch",     "char",         "char8_t",
@@ -44,6 +47,8 @@ static const std::set<std::string> kKeywords = {
     "using",       "virtual",   "void",       "volatile",  "wchar_t",   "while",        "xor",
     "xor_eq",      "restrict",  "_Bool",      "_Complex",  "_Imaginary"};
 
+// The changes that docs/definition-language.md promises. Two names of one record can become equal by them, `a-b` and
+// `a_b`; check.cpp refuses that.
 std::string cName(const std::string& name)
 {
   std::string out;
@@ -53,23 +58,27 @@ std::string cName(const std::string& name)
   return out;
 }
 
+// "TS24501IESSession" of a type in TS24501IESSession.l3: error records have it as module.
 std::string fileStem(const Type& type)
 {
   return std::filesystem::path(type.place.file).stem().string();
 }
 
-// Names are letters, digits, hyphens and underscores.
+// Hyphens are for names of elements and values: a type's name is part of names of C functions, and readBlock refuses a
+// hyphen in it.
 bool isWord(const std::string& name)
 {
   return !name.empty() && std::all_of(name.begin(), name.end(),
                                       [](unsigned char c) { return (c < 128 && isalnum(c)) || c == '-' || c == '_'; });
 }
 
+// A number of 24 bits is kept in 4 octets.
 unsigned storeForBits(unsigned bits)
 {
   return bits <= 8 ? 1 : bits <= 16 ? 2 : bits <= 32 ? 4 : 8;
 }
 
+// An Enum is a C enumeration, which has 32 bits whatever it holds on the wire; a Names is an integer of its width.
 unsigned storeOf(const What& what)
 {
   auto scalar = scalarOf(what);

@@ -1,4 +1,5 @@
-// Single words of a definition: names, numbers, ranges and conditions.
+// Single words of a definition: names, numbers, ranges and conditions (words.h says what each function takes). Nothing
+// here has a state or knows a type.
 #include "words.h"
 
 #include <charconv>
@@ -12,6 +13,7 @@ const std::string& checkedName(const Place& place, const std::string& name)
   return name;
 }
 
+// from_chars takes no sign and no blank, and it tells overflow: 4294967296 is refused like 8x.
 uint32_t number(const Place& place, const std::string& text)
 {
   bool hex = text.starts_with("0x");
@@ -55,6 +57,8 @@ std::vector<Range> ranges(const Place& place, const std::string& text)
   return list;
 }
 
+// A condition is a conjunction, `octet1.eBit=1&length!=2`. Several values behind `=` are alternatives of each other;
+// with `!=` there is one value, because `x!=1,2` could be read in two ways.
 std::vector<Term> condition(const Place& place, const std::string& text)
 {
   std::vector<Term> terms;
@@ -62,6 +66,7 @@ std::vector<Term> condition(const Place& place, const std::string& text)
     Term term;
     size_t eq = part.find('=');
     bool unequal = eq != std::string::npos && eq > 0 && part[eq - 1] == '!';
+    // A field without a value is tested for not being 0: `if numDays` is `if numDays!=0`.
     term.negate = eq == std::string::npos || unequal;
     term.field = part.substr(0, eq == std::string::npos ? eq : eq - unequal);
     if (term.field.empty()) refuse(place, "a condition without a field: '" + part + "'");
