@@ -175,7 +175,7 @@ Row readRow(Words& w)
   }
   readBehind(w, row);
   row.what = readWhat(w);
-  if (w.peek() != "in") row.often = readOften(w);
+  row.often = readOften(w);
   readPlace(w, row);
   readTail(w, &row.range, row.words);
   row.what.untagged = row.words.count("untagged") != 0;
