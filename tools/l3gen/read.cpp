@@ -1,5 +1,16 @@
-// Reading: lines to blocks, and rows into them. Every word is accounted for; what is not understood is refused with its
-// place.
+// Reading: files to lines, lines to words, and words to modules, blocks and rows. main.cpp calls readModules for all
+// files and then readFile for each. What is left behind is a Model whose types have their rows as they were written;
+// names of types and fields are still text, which resolve.cpp looks up.
+//
+// Every word is accounted for: functions consume the words that they understand, and what is left over at the end of a
+// line is refused (readTail). A line that is refused does not end the reading. The rows below it are skipped, or read
+// into a type that nobody can name, so that one run tells the faults of all lines.
+//
+// A block line is not read from left to right. First takeClause, takeTitle, takeHand and takeStandard remove what may
+// stand anywhere; the block's own columns are read from what remains:
+//
+//   element NSSAI "NSSAI" length 8 in 2..144 [9.11.3.37]
+//   element NSSAI         length 8 in 2..144               after takeClause and takeTitle
 #include <algorithm>
 #include <fstream>
 #include <set>
@@ -9,6 +20,7 @@
 
 namespace l3gen {
 
+// `S` in module T and `T_S` anywhere are the same table.
 Sizes* Model::sizesNamed(const Module& from, const std::string& name) const
 {
   for (auto& table : sizes)
@@ -23,6 +35,8 @@ Module* Model::module(const std::string& name)
   return nullptr;
 }
 
+// `[9.11.3.37]`, or `[24.193 6.1.4.2]` in several words, at the end of a block line. Every block has one, so that
+// somebody can lay it beside the standard; the headers quote it.
 static void takeClause(Words& w, Type& type)
 {
   std::string& last = w.list.back();
@@ -36,7 +50,8 @@ static void takeClause(Words& w, Type& type)
   if (type.clause.empty()) refuse(w.place, "an empty clause");
 }
 
-// A word in quotation marks is one word, whatever blanks it holds.
+// The words between the blanks. One that begins with a quotation mark goes on to the word that ends with one, whatever
+// blanks it holds; several blanks within it become one.
 static std::vector<Word> wordsOf(const std::string& line)
 {
   static const char kBlanks[] = " \t\r\v\f";
@@ -54,14 +69,15 @@ static std::vector<Word> wordsOf(const std::string& line)
   return words;
 }
 
-// `element A by hand [1]`: a type is by hand if it has a file, so one without would be coded by its rows.
+// `element A by hand [1]` is refused: a type is by hand if it has a file, so without one its rows would code it.
 static std::string noFile(Words& w)
 {
   w.place.column = w.end;
   refuse(w.place, "expected the file of the coders by hand");
 }
 
-// What may stand on a block line besides its own columns.
+// What may stand on a block line besides its own columns: `by hand FILE` and its kin, `private`, `form F`. Each `i +=`
+// passes over the words behind the first one; what is none of these stays in the line.
 static void takeHand(Words& w, Type& type)
 {
   std::vector<Word> kept;
@@ -102,10 +118,11 @@ static void takeHand(Words& w, Type& type)
   w.list = kept;
 }
 
-// Words of a block that bend its length.
+// Words of a block line that bend its length. They are given to the row of the length, where the engine looks for them.
 static constexpr const char* kLengthWords[] = {"full-length", "zero-widens"};
 
-// `length W [bits] [in a..b]`: a first row; `member` tells whether the record keeps it.
+// `length W [bits] [in a..b]` on a block line becomes the first row of the type. An `element` keeps the length as the
+// member `length`; a `type` does not, `member` tells.
 static void takeLength(Words& w, Type& type, bool member)
 {
   if (!w.accept("length")) return;
@@ -119,6 +136,7 @@ static void takeLength(Words& w, Type& type, bool member)
   type.rows.push_back(row);
 }
 
+// The only row of a type that is one thing: `type Name octets length 8 in 1..9` has all of it on the block line.
 static void bareRow(Words& w, Type& type, const std::string& name)
 {
   Row row;
@@ -130,6 +148,8 @@ static void bareRow(Words& w, Type& type, const std::string& name)
   type.rows.push_back(row);
 }
 
+// The columns behind the block's name. What they give depends on the block; those with rows of their own (element,
+// part, message, pdu, rest) have little here, those that are one thing get their only row.
 static void readKind(Words& w, Type& type, const std::string& block)
 {
   if (block == "enum" || block == "names") {
@@ -170,11 +190,13 @@ static void readKind(Words& w, Type& type, const std::string& block)
   } else {
     type.part = block == "part";
     type.restOctets = block == "rest";
+    // Rest octets have no length: they end wherever the octets do.
     if (type.restOctets) return;
     takeLength(w, type, true);
   }
 }
 
+// A block line. The type is in Model::types and byName afterwards, so that the rows below can be added to it.
 static Type* readBlock(Model& model, Module* module, Words& w)
 {
   static const std::set<std::string> blocks = {"enum", "names",  "type",    "text", "element",
@@ -194,9 +216,11 @@ static Type* readBlock(Model& model, Module* module, Words& w)
   type->name = checkedName(w.place, w.take("a name"));
   if (type->name.find('-') != std::string::npos) refuse(w.place, "a hyphen in a type's name: '" + type->name + "'");
   type->full = module->name + "_" + type->name;
+  // readTail will read these words again at the end of the line, but takeLength needs them before.
   for (const char* word : kLengthWords)
     if (std::find(w.list.begin(), w.list.end(), std::string("!") + word) != w.list.end()) type->words[word] = "";
   readKind(w, *type, block);
+  // `element A length 8 standard length 16`: it is the length that has another form, so the form moves to its row.
   if (type->standard.kind == Standard::Length && !type->rows.empty()) {
     type->rows[0].standard = type->standard;
     type->standard = {};
@@ -209,7 +233,8 @@ static Type* readBlock(Model& model, Module* module, Words& w)
   return model.types.back().get();
 }
 
-// A table of sizes, and its rows `n = size` from 0 on.
+// `sizes Growth [21]`. The rows `0 = 2`, `1 = 5` are read by addSize, in rising order from 0, because the table that is
+// written has the size for n as its entry n.
 static Sizes* readSizes(Model& model, Module* module, Words& w)
 {
   if (!module) refuse(w.place, "a block before the module line");
@@ -225,6 +250,7 @@ static Sizes* readSizes(Model& model, Module* module, Words& w)
   return model.sizes.back().get();
 }
 
+// 255 is what an octet of the table can hold, and the count of entries stands in an octet as well (L3Count).
 static void addSize(Sizes& sizes, Words& w)
 {
   uint32_t entry = number(w.place, w.take("a number"));
@@ -236,9 +262,11 @@ static void addSize(Sizes& sizes, Words& w)
   sizes.values.push_back(size);
 }
 
-// What holds for every block of a module.
+// The words that may stand on a module line and then hold for every block of it.
 static const std::set<std::string> kModuleWords = {"hyphen-encode", "walk"};
 
+// Opens a module, or continues one that another file has opened. What is said twice must be said alike, since file stem
+// and words belong to the module and not to the file.
 static Module* readModule(Model& model, Words& w)
 {
   w.take("");
@@ -264,6 +292,8 @@ static Module* readModule(Model& model, Words& w)
   return model.modules.back().get();
 }
 
+// `name = value "its name in the standard"`: a row of an enumeration. Names and values stand once each: a value with
+// two names could not be printed, a name with two values not be read back.
 static void readValue(Type& type, Words& w)
 {
   std::string name = checkedName(w.place, w.take("a name"));
@@ -280,6 +310,7 @@ static void readValue(Type& type, Words& w)
   type.values.emplace_back(name, static_cast<int>(value));
 }
 
+// A row of the block, or of the nested type, that is open. Where it goes depends on its first word and on the type.
 static void addRow(Model& model, Type& type, Words& w)
 {
   if (type.kind == Kind::Enum || type.kind == Kind::Names) return readValue(type, w);
@@ -288,6 +319,7 @@ static void addRow(Model& model, Type& type, Words& w)
     What& what = type.rows.back().what;
     if (what.kind != WhatKind::Choice && what.kind != WhatKind::Body)
       refuse(w.place, "an alternative without a choice");
+    // The alternatives of a choice are kept with the row of the choice, which is the last row that was read.
     Row row = readAlternative(w, what);
     giveOwnType(model, type, row);
     what.alternatives.push_back(row);
@@ -304,24 +336,33 @@ static void addRow(Model& model, Type& type, Words& w)
   type.rows.push_back(row);
 }
 
-// A type that rows are being added to, and how far they are indented; 0 before the first.
+// A type that rows are being added to, and the columns by which its rows are indented; 0 until its first row says it.
 struct Level {
   Type* type;
   size_t indent;
 };
 
-// A file under the reader. The levels are the block and the elements that the present line lies within.
+// A file that is being read. `levels` has the open block at its bottom and above it, for each deeper indentation, the
+// type that the rows there are parts of.
 struct Source {
   Model& model;
   Module* module = nullptr;
   std::vector<Level> levels;
+  // The open block if it is a table of sizes; `levels` is empty then.
   Sizes* sizes = nullptr;
-  size_t skipped = SIZE_MAX; // rows deeper than this belong to a line that was refused
-  bool choiceLost = false;   // and so do the alternatives at its own depth, unless it was one of them
-  bool lost = false;         // the module line was refused
+  // Rows that are indented deeper than this belong to a line that was refused, and are passed over. SIZE_MAX: none are.
+  size_t skipped = SIZE_MAX;
+  // That line was no alternative, so the alternatives at its own depth belonged to it and are passed over, too.
+  bool choiceLost = false;
+  // The module line was refused: nobody knows what the blocks below it are named, so they are passed over.
+  bool lost = false;
 };
 
-// Deeper rows are the parts of the row before them, or of its last alternative.
+// The first row that stands deeper than the one before it: from here on rows are parts of that one, or, if it is a
+// choice, of its last alternative. innerType makes the type that they go into.
+//
+//   M     component-2   record             last row of the outer type
+//     M     x             bits 3           enter() has opened A_component_2
 static void enter(Source& source, size_t indent, const Place& place)
 {
   Type& type = *source.levels.back().type;
@@ -336,6 +377,12 @@ static void enter(Source& source, size_t indent, const Place& place)
   source.levels.push_back({inner, indent});
 }
 
+// The indentation alone says what a row belongs to. Rows that stand less deep than the innermost level close it; then
+// the row must stand exactly as the rows of a level that is still open, or nobody can say what it is a part of:
+//
+//   M x record
+//     M y bits 8
+//    M z bits 8        refused: indented like none before it
 static void readIndented(Source& source, Words& w, size_t indent)
 {
   if (indent > source.skipped || (indent == source.skipped && source.choiceLost && w.list[0] == "|")) return;
@@ -352,6 +399,8 @@ static void readIndented(Source& source, Words& w, size_t indent)
   addRow(source.model, *source.levels.back().type, w);
 }
 
+// A line at column 0 opens a module, a table of sizes or a block. `skipped` and `lost` are set before the line is read
+// and taken back behind it: if it is refused, the exception leaves them set.
 static void readLine(Source& source, Words& w, size_t indent)
 {
   if (indent) return readIndented(source, w, indent);
@@ -372,14 +421,15 @@ static void readLine(Source& source, Words& w, size_t indent)
   source.lost = false;
 }
 
-// A line that begins a block is refused: its name is no fault of those who use it, and its rows are read all the same
-// for the faults that they have, into a type that nobody can name.
+// A line that begins a block was refused. Its name is no fault of those who use it (Model::unread), and its rows are
+// read all the same for the faults that they have, into a type that nobody can name: "?0".
 static void readOn(Source& source, const Words& w)
 {
   if (source.lost) source.model.moduleUnread = true;
   if (source.lost || !source.module || w.list.size() < 2) return;
   source.model.unread.insert(source.module->name + "_" + w.list[1]);
   static const std::set<std::string> withRows = {"element", "part", "message", "rest", "pdu", "enum", "names"};
+  // Rows of other blocks cannot be told without their first line: alternatives need their choice.
   if (!withRows.count(w.list[0])) return;
   auto type = std::make_unique<Type>();
   bool values = w.list[0] == "enum" || w.list[0] == "names";
@@ -393,7 +443,8 @@ static void readOn(Source& source, const Words& w)
   source.skipped = SIZE_MAX;
 }
 
-// All lines of a file, or its module lines alone.
+// Reads a file line by line and notes what is refused. With modulesOnly nothing but the module lines is read; they are
+// read again in the second pass, where they open the module for the blocks below them.
 static void readLines(Model& model, const std::string& path, bool modulesOnly)
 {
   std::ifstream in(path);
@@ -407,6 +458,7 @@ static void readLines(Model& model, const std::string& path, bool modulesOnly)
     w.place = {shown, n, w.list.empty() ? 1 : w.list[0].column};
     w.end = static_cast<int>(line.find_last_not_of(" \t\r") + 2);
     if (w.list.empty() || w.list[0][0] == '#' || (modulesOnly && w.list[0] != "module")) continue;
+    // A tabulator counts as one column, as a blank does.
     size_t indent = line.find_first_not_of(" \t");
     try {
       readLine(source, w, indent);

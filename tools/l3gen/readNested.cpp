@@ -1,5 +1,7 @@
 // Types that stand within another's block. Rows that are indented deeper than an element are its parts, as the braces
-// of CSN.1 hold the parts of a structure; the element's type is then named after the record and the element:
+// of CSN.1 hold the parts of a structure; the element's type is then named after the record and the element. All this
+// is done while the rows are read: later phases see flat types that refer to each other by name
+// (docs/adr/0005-nested-rows.md).
 //
 //   element A                            [1]
 //     0/1   component-2    record
@@ -19,6 +21,7 @@
 
 namespace l3gen {
 
+// A new type of the owner's module, with the clause of the owner's block. Its place is the row that made it.
 static Type* addType(Model& model, const Type& owner, const Row& row, const std::string& name, Kind kind)
 {
   auto type = std::make_unique<Type>();
@@ -37,6 +40,8 @@ static Type* addType(Model& model, const Type& owner, const Row& row, const std:
   return model.types.back().get();
 }
 
+// "A_component_2", or "A_component_4_z" for an alternative of the choice `within`. Hyphens become underscores here
+// because the names of types are parts of C names.
 static std::string innerName(const Type& owner, const Row& row, const std::string& within = "")
 {
   if (row.name.empty()) refuse(row.place, "an element with a type of its own needs a name");
@@ -45,6 +50,7 @@ static std::string innerName(const Type& owner, const Row& row, const std::strin
   return name;
 }
 
+// "It is of this type", as if the row had named it. The full name is found from any module.
 static What typeWhat(Type& type)
 {
   What what;
@@ -53,7 +59,9 @@ static What typeWhat(Type& type)
   return what;
 }
 
-// A type that is one thing: what the row is, so often as the row says. The row is of that type then.
+// Makes a type of what the row is and how often, and leaves the row as one element of that type:
+//
+//   M w bits 9 more-bit own        becomes        M w A_w        and        type A_w bits 9 more-bit
 static Type* moveOut(Model& model, const Type& owner, Row& row, const std::string& name)
 {
   Type* type = addType(model, owner, row, name, Kind::Bare);
@@ -62,6 +70,8 @@ static Type* moveOut(Model& model, const Type& owner, Row& row, const std::strin
   content.what = std::move(row.what);
   content.often = row.often;
   content.range = row.range;
+  // The new type cannot see the field that counts, which stands in the record. So the count stays with the row, and the
+  // decoder of the new type gets the number that it comes to as an argument.
   for (Count* count : {&content.what.count, &content.often.count})
     if (!count->field.empty()) {
       row.argument = std::exchange(*count, {});
@@ -76,14 +86,16 @@ static Type* moveOut(Model& model, const Type& owner, Row& row, const std::strin
   return type;
 }
 
-// Entries of another module bring its name with them.
+// "_SeqOf" and the full name of the entries. An entry of another module is written with that module's name in front.
 static std::string listName(Model& model, const Type& owner, const std::string& entry)
 {
   bool foreign = model.module(entry.substr(0, entry.find('_'))) != nullptr;
   return "_SeqOf" + (foreign ? entry : owner.module->name + "_" + entry);
 }
 
-// A counted list is its element's alone; any other is named after its entries.
+// `record` with deeper rows: a record for the rows and, if the element is a list, a list type around it. A counted list
+// takes its count from this element's record, so it is named after the element and is this element's alone; any other
+// is named after its entries.
 static Type* nestedRecord(Model& model, const Type& owner, Row& row, const std::string& within)
 {
   std::string name = innerName(owner, row, within);
@@ -95,6 +107,7 @@ static Type* nestedRecord(Model& model, const Type& owner, Row& row, const std::
   return record;
 }
 
+// Only `record`, and a choice whose alternatives have not begun at its own depth, can have deeper rows.
 Type* innerType(Model& model, const Type& owner, Row& row, const std::string& within)
 {
   if (row.what.kind == WhatKind::Nested) return nestedRecord(model, owner, row, within);
@@ -102,7 +115,8 @@ Type* innerType(Model& model, const Type& owner, Row& row, const std::string& wi
   return choice ? moveOut(model, owner, row, innerName(owner, row)) : nullptr;
 }
 
-// The row is of a part that has the length in front of its content. No encoder cuts such a length.
+// `M v length 8 B` becomes `M v A_v`, a part that begins with the length. Its length is written whole (`!full-length`),
+// while the engine cuts other lengths of 16 bits to their lower 8 on encoding.
 static void moveBehind(Model& model, const Type& owner, Row& row)
 {
   Type* part = moveOut(model, owner, row, innerName(owner, row));
@@ -115,6 +129,7 @@ static void moveBehind(Model& model, const Type& owner, Row& row)
   part->rows.insert(part->rows.begin(), length);
 }
 
+// Called for each row as soon as it is read, since deeper rows may follow.
 void giveOwnType(Model& model, const Type& owner, Row& row)
 {
   if (row.behind) moveBehind(model, owner, row);
@@ -123,6 +138,8 @@ void giveOwnType(Model& model, const Type& owner, Row& row)
   if (row.what.kind != WhatKind::Type || row.often.end == kL3NoList)
     refuse(row.place, "'shared' is for lists of a type");
   std::string name = listName(model, owner, row.what.typeName);
+  // The first row with such a list makes its type, all others use it. They must mean the same list: `more-bit` and
+  // `more-bit 0` would both be _SeqOfT_B.
   auto known = model.byName.find(owner.module->name + "_" + name);
   if (known == model.byName.end()) {
     moveOut(model, owner, row, name);

@@ -1,10 +1,14 @@
-// Reading of one row: when it is there, its name, what it is, its form in the standard.
+// Reading of one row: when the element is there, its name, and its form in the standard. What the element is and how
+// often it stands there is read by readWhat.cpp. read.cpp calls readRow for the rows of a record, readAlternative for
+// `|` rows and readStandardRow for rows of the standard's form alone. Nothing here looks at other rows; whether a row
+// may stand where it does is asked in check.cpp.
 #include <algorithm>
 
 #include "words.h"
 
 namespace l3gen {
 
+// `0x5E`, or `0xA-` for an IEI of a half octet: always four characters.
 static bool isIei(const std::string& word)
 {
   if (word.size() != 4 || word[0] != '0' || word[1] != 'x' || !isxdigit(static_cast<unsigned char>(word[2])))
@@ -12,6 +16,7 @@ static bool isIei(const std::string& word)
   return word[3] == '-' || isxdigit(static_cast<unsigned char>(word[3]));
 }
 
+// `W [bits] [from-octet] [+k]` behind `len` or `length`: see the five members of Row that begin with countsBits.
 void readLength(Words& w, Row& row)
 {
   row.mark = Mark::Length;
@@ -21,7 +26,8 @@ void readLength(Words& w, Row& row)
   if (w.peek().starts_with("+")) row.bias = bitCount(w.place, w.take("").substr(1), 100);
 }
 
-// `0/1`, `L/H` or `ext`: a bit in front of the element.
+// `0/1`, `L/H` or `ext`: a bit in front of the element. The words stand in l3Forms.h, so that a new kind of bit needs
+// no change here.
 static bool acceptLead(Words& w, Row& row)
 {
   for (auto& traits : kL3LeadTraits)
@@ -32,6 +38,7 @@ static bool acceptLead(Words& w, Row& row)
   return false;
 }
 
+// `if COND` or `when COND`. Both test the same on decoding; only `if` gives the element a presence bit.
 static bool acceptCondition(Words& w, Row& row)
 {
   row.given = w.accept("if") ? kL3GivenIf : w.accept("when") ? kL3GivenWhen : kL3GivenAlways;
@@ -39,11 +46,12 @@ static bool acceptCondition(Words& w, Row& row)
   return row.given != kL3GivenAlways;
 }
 
-// What stands alone in the first column.
+// The first columns that answer everything by one word: `M`, `with`, `more`, `optional`, or an IEI.
 static bool acceptAlone(Words& w, Row& row)
 {
   std::string word = w.peek();
   if (word == "more") {
+    // It is there if the extension bit before it was 0, and an extension bit of its own leads it.
     row.given = kL3GivenMore;
     row.lead = kL3LeadExt;
   } else if (word == "with") {
@@ -61,6 +69,7 @@ static bool acceptAlone(Words& w, Row& row)
   return true;
 }
 
+// The first column. Up to three answers may stand together, `room 0/1 if x=1`, always in this order.
 static void readWhen(Words& w, Row& row)
 {
   if (w.accept("len")) return readLength(w, row);
@@ -70,6 +79,7 @@ static void readWhen(Words& w, Row& row)
   if (!row.room && !lead && !cond) refuse(w.place, "an unknown first column '" + w.peek() + "'");
 }
 
+// A row that is no element: it opens or closes something, or says what stands at the end.
 static Row readMark(Words& w)
 {
   Row row;
@@ -89,6 +99,7 @@ static Row readMark(Words& w)
   } else {
     row.mark = Mark::Release;
     row.number = number(w.place, w.take("a release"));
+    // The presence bit of the group is named after it: release7Present.
     row.name = "release" + std::to_string(row.number);
     if (w.accept("fit")) row.fit = number(w.place, w.take("a size in bits"));
   }
@@ -96,20 +107,22 @@ static Row readMark(Words& w)
   return row;
 }
 
-// A content that gets a type of its own says so: `own` is named after the element, `shared` after the entries' type.
+// `own` and `shared`: the content gets a type of its own, which is named after the element or after the entries' type.
 static void readPlace(Words& w, Row& row)
 {
   row.own = w.accept("own");
   row.shared = !row.own && w.accept("shared");
 }
 
-// `length W TYPE`: the type behind a length that stands on the wire alone.
+// `M v length 8 B`: the type stands behind a length that is on the wire alone. giveOwnType makes a part of it.
 static void readBehind(Words& w, Row& row)
 {
   if (w.accept("length")) row.behind = bitCount(w.place, w.take("a width"), 16);
 }
 
-// `... standard FORM` at the end of a line: how the public standard has it.
+// `... standard FORM` at the end of a line: how the public standard has it. Everything from that word on is removed, so
+// that the rest of the line reads like one without it. The search begins behind the first word, since a row may begin
+// with `standard` (readStandardRow).
 Standard takeStandard(Words& w)
 {
   auto at = std::find(w.list.begin() + 1, w.list.end(), "standard");
@@ -136,12 +149,13 @@ Standard takeStandard(Words& w)
   return standard;
 }
 
+// Each place knows which forms it can have: `M x flag standard length 8` says nothing that could be coded.
 void refuseStandard(const Place& place, const Standard& standard, bool fits)
 {
   if (standard.kind != Standard::None && !fits) refuse(place, "a standard form that does not fit here");
 }
 
-// `standard NAME bits N [= V]`: bits that only the standard's form has, and that no member keeps.
+// `standard NAME bits N`: bits that only the standard's form has and that no member keeps.
 Row readStandardRow(Words& w)
 {
   Row row;
@@ -155,6 +169,11 @@ Row readStandardRow(Words& w)
   return row;
 }
 
+// One row of a record, from left to right:
+//
+//   room  sd     SD            octets 3                     when, name, what
+//   M     list   B             while-room 1..16 heap own    what, how often, a type of its own
+//   M     count  bits 5        in 1..9  !name-as number     what, range, words
 Row readRow(Words& w)
 {
   static const std::set<std::string> marks = {"group", "release", "end-release", "end-len", "tail", "padding"};
@@ -164,6 +183,8 @@ Row readRow(Words& w)
   row.standard = takeStandard(w);
   readWhen(w, row);
   auto kind = row.standard.kind;
+  // The forms that fit: another width of a length or none, other bits or a part of an element, an optional element that
+  // the standard does not have.
   bool length = row.mark == Mark::Length && (kind == Standard::Length || kind == Standard::Absent);
   bool content = row.mark == Mark::Element && (kind == Standard::Bits || kind == Standard::Part);
   refuseStandard(w.place, row.standard, length || content || (row.isIei() && kind == Standard::Absent));
@@ -182,8 +203,8 @@ Row readRow(Words& w)
   return row;
 }
 
-// `"Registration request" up`: the name that the standard has for it and, of a message, who sends it. Without a
-// direction either side does.
+// `"Registration request" up`: the name that the standard has for it and, of a message, who sends it; without a
+// direction either side does. A backslash is refused because the title is written into C strings and comments.
 void takeTitle(Words& w, std::string& title, std::string& direction)
 {
   auto at = std::find_if(w.list.begin(), w.list.end(), [](const std::string& word) { return word[0] == '"'; });
@@ -197,6 +218,10 @@ void takeTitle(Words& w, std::string& title, std::string& direction)
   w.list.erase(at);
 }
 
+// A `|` row. Those of a body and those of a choice have different columns:
+//
+//   | 126 0x41 RegRequest5G RegRequest 6      discriminator, message type, name, type, number t
+//   | 1,4..6   x            bits 5            selector values, name, what; no number: t counts the alternatives
 Row readAlternative(Words& w, const What& parent)
 {
   Row row;
@@ -206,6 +231,7 @@ Row readAlternative(Words& w, const What& parent)
     row.standard = takeStandard(w);
     refuseStandard(w.place, row.standard, row.standard.kind == Standard::Number);
     takeTitle(w, row.title, row.direction);
+    // With one selecting field, or with `under`, there is no column for the discriminator.
     if (parent.fields.size() == 2 && !parent.underOnly) row.discriminator = number(w.place, w.take("a discriminator"));
     row.msgType = number(w.place, w.take("a message type"));
     row.name = checkedName(w.place, w.take("a name"));

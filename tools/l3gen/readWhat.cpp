@@ -1,4 +1,6 @@
-// Reading of what an element is and how often it stands there.
+// Reading of what an element is, how often it stands there, and the words at the end of a line. readRow.cpp and
+// read.cpp call readWhat, readOften and readTail in this order. Each consumes the words that it understands and stops
+// at the first that it does not.
 #include <algorithm>
 #include <set>
 
@@ -6,13 +8,16 @@
 
 namespace l3gen {
 
+// All quirk words of rows and blocks; docs/quirks.md has a paragraph for each. Whether one has a meaning on the row
+// where it stands is asked for some of them only (check.cpp).
 static const std::set<std::string> kWords = {
     "alone",           "number-gaps",    "iei-again",    "walk",          "open-decode",   "open-encode", "no-tail",
     "shifts",          "untagged",       "early-return", "hyphen-encode", "full-length",   "null-suffix", "no-decoder",
     "no-encoder",      "no-printer",     "no-sample",    "no-init",       "init",          "sample",      "name-as",
     "octets-argument", "spare-argument", "zero-widens",  "codeset-asked", "setters-return"};
 
-// `FIELD`, `FIELD +k`, `FIELD -k`, `k - FIELD` or `FIELD sizes TABLE`.
+// `FIELD`, `FIELD +k`, `FIELD -k`, `k - FIELD` or `FIELD sizes TABLE`. The minus of `8 - n` stands alone as a word,
+// that of `n -1` does not, which tells the two apart.
 static Count readCount(Words& w)
 {
   Count count;
@@ -32,6 +37,9 @@ static Count readCount(Words& w)
   return count;
 }
 
+// Where the size of a string comes from, behind `octets`, `bitstring`, `string` or `labels`: `rest`, `by COUNT`,
+// `length W`, or a number. A bit string of a fixed size keeps its bits in `max`, an octet string its octets in
+// `octets`.
 static void readSource(Words& w, What& what)
 {
   if (w.accept("rest"))
@@ -55,6 +63,7 @@ static void readSource(Words& w, What& what)
     refuse(w.place, "expected rest, by or length");
   }
   if (w.accept("max")) what.max = number(w.place, w.take("a bound"));
+  // The count of an inline string is a member of 8 bits.
   if (what.kind == WhatKind::Octets && what.max > 255) refuse(w.place, "an inline string holds at most 255 octets");
 }
 
@@ -67,6 +76,7 @@ static std::vector<std::string> selectingFields(Words& w)
   return fields;
 }
 
+// What stands behind `choice`: where the number that selects comes from.
 void readSelector(Words& w, What& what)
 {
   if (w.accept("by")) {
@@ -87,6 +97,7 @@ void readSelector(Words& w, What& what)
   }
 }
 
+// `unary 1`: a run of equal bits, ended by one that differs. The record keeps its length in 8 bits.
 static void readUnary(Words& w, What& what)
 {
   std::string bit = w.take("the bit to count");
@@ -96,6 +107,8 @@ static void readUnary(Words& w, What& what)
   what.repeated = bit[0];
 }
 
+// `body by protoDiscr,msgType`, or `body by msgType under protoDiscr=9`, where the one legal discriminator goes in
+// front of the fields, as if the rows had a column for it.
 static void readBody(Words& w, What& what)
 {
   what.kind = WhatKind::Body;
@@ -114,6 +127,8 @@ static void readBody(Words& w, What& what)
   if (what.fields.size() > 2) refuse(w.place, "a body has at most two selecting fields");
 }
 
+// The third column. A word that is none of the forms is taken for the name of a type; whether there is such a type is
+// asked in resolve.cpp.
 What readWhat(Words& w)
 {
   What what;
@@ -163,6 +178,7 @@ What readWhat(Words& w)
   return what;
 }
 
+// How often, or nothing said: once.
 Often readOften(Words& w)
 {
   Often often;
@@ -182,12 +198,15 @@ Often readOften(Words& w)
     return often;
   if (isRange(w.peek())) often.range = range(w.place, w.take(""));
   often.heap = w.accept("heap");
+  // The count of an inline list is a member of 8 bits, and an array needs at least one entry.
   if (often.range && !often.heap && often.range->hi > 255)
     refuse(w.place, "an inline list holds at most 255 entries; add heap");
   if (often.bounded() && often.range->hi == 0) refuse(w.place, "an inline list without room");
   return often;
 }
 
+// The end of every line: `in a..b`, if the caller takes a range and the line has none yet, and quirk words. Any other
+// word is refused here, whoever should have understood it.
 void readTail(Words& w, std::optional<Range>* r, std::map<std::string, std::string>& words)
 {
   while (w.more()) {
