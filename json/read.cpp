@@ -257,11 +257,15 @@ static int tellSyntax(velnor3gpp_Session* session, const rapidjson::ParseResult&
   return velnor3gpp_report(session, RTX_E_PARSE, "$", words);
 }
 
+// Zero octets behind the copy of a text. The first one ends it. The parser takes a character of UTF-8 in full before it
+// judges it: where the text ends behind the first octet of four, F0, it reads the three octets that follow.
+static constexpr size_t kZeros = 3;
+
 // Parses a fresh copy of the text, which the parser changes.
 static int parse(Reader& reader, char* copy, const char* text, size_t count)
 {
   memcpy(copy, text, count);
-  copy[count] = 0;
+  memset(copy + count, 0, kZeros);
   rapidjson::InsituStringStream stream(copy);
   rapidjson::CrtAllocator allocator;
   rapidjson::Reader parser(&allocator);
@@ -293,7 +297,7 @@ int velnor3gpp_fromJson(velnor3gpp_Session* session, const velnor3gpp_Type* type
   clear(session);
   if (count > VELNOR3GPP_JSON_MAX)
     return velnor3gpp_report(session, RTX_E_TOO_BIG, "$", "has more than 16 MiB; give one message at a time");
-  char* copy = velnor3gpp_room(session, count + 1);
+  char* copy = velnor3gpp_room(session, count + kZeros);
   if (!copy) return velnor3gpp_report(session, RTX_E_NO_MEMORY, "$", "out of memory");
   Reader reader{session, type, false};
   reader.size = count;
