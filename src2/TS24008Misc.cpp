@@ -311,24 +311,39 @@ int NASDec_TS24008IE_GSMString(RtxContext* pctxt, TS24008IE_GSMString* pvalue, s
 // The network name (10.5.3.5a) tells in its first octet how many bits of the last one are spare, which the decoder of
 // the text does not see: it is called by the rows and takes all octets. So the character that seven spare bits make is
 // taken off afterwards. 43 08 87 41 ...: identifier, a length of 8, and 87 = 1 000 0 111 with seven spare bits.
-int l3Dec_TS24008IE_NetworkName(L3Call& call, const L3Type& type, void* value)
+static bool cutNetworkName(void* value)
 {
   auto& name = *static_cast<TS24008IE_NetworkName*>(value);
-  int status = l3DecRows(call, type, value);
-  bool packed = status >= 0 && name.codingScheme == TS24008IE_NetworkName_codingScheme_callBcastData;
-  if (!packed || name.numSpareBitsInLastOct != 7 || name.length < 2) return status;
+  bool packed = name.codingScheme == TS24008IE_NetworkName_codingScheme_callBcastData;
+  if (!packed || name.numSpareBitsInLastOct != 7 || name.length < 2) return true;
   // The text has (length - 1) * 8 / 7 characters, since the first of the element's octets is none of it.
   name.textString.u.callBcastData[(name.length - 1) * 8 / 7 - 1] = 0;
+  return true;
+}
+
+extern const L3Plain l3Plain_TS24008IE_NetworkName = {nullptr, cutNetworkName, nullptr};
+
+int l3Dec_TS24008IE_NetworkName(L3Call& call, const L3Type& type, void* value)
+{
+  int status = l3DecRows(call, type, value);
+  if (status >= 0) cutNetworkName(value);
   return status;
 }
 
 // A linked transaction identifier of 7 stands for the number in a second octet (10.5.6.7; TS 24.007, 11.2.3.1.3), so 01
 // 70 fails with -14, while 02 70 87 names transaction 7. The rows read the second octet where there is one; only that
 // it must be there is said here.
-int l3Dec_TS24008IE_LinkedTI(L3Call& call, const L3Type& type, void* value)
+static bool isWhole(void* value)
 {
   const auto& linked = *static_cast<const TS24008IE_LinkedTI*>(value);
+  return linked.value != 7 || linked.m.extPresent;
+}
+
+extern const L3Plain l3Plain_TS24008IE_LinkedTI = {nullptr, isWhole, nullptr};
+
+int l3Dec_TS24008IE_LinkedTI(L3Call& call, const L3Type& type, void* value)
+{
   int status = l3DecRows(call, type, value);
-  if (status < 0 || linked.value != 7 || linked.m.extPresent) return status;
+  if (status < 0 || isWhole(value)) return status;
   return l3FailNew(call, type.module->decoder, RTX_E_BAD_VALUE, type.line);
 }

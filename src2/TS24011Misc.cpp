@@ -6,6 +6,13 @@
 #include "velnor3gpp/TS24011IES.h"
 #include "velnor3gpp/rtxBitDecode.h"
 
+static bool hasCause(const uint8_t* octets, size_t left, void*)
+{
+  return !left || octets[0] != 0;
+}
+
+extern const L3Plain l3Plain_TS24011IE_RPCauseElem = {hasCause, nullptr, nullptr};
+
 int l3Dec_TS24011IE_RPCauseElem(L3Call& call, const L3Type& type, void* value)
 {
   uint8_t ahead = 0;

@@ -247,10 +247,11 @@ static bool decodesPlain(const uint8_t* octets, size_t left, void*)
   return high < kServiceRequestHeader && (high == 0 || low != kMobility);
 }
 
-static void decodedPlain(void* record)
+template <class Pdu> static bool decodedPlain(void* record)
 {
-  TS24301Msg_PDU& pdu = *static_cast<TS24301Msg_PDU*>(record);
+  Pdu& pdu = *static_cast<Pdu*>(record);
   relabel(pdu.l3HdrOpts, pdu.protoDiscr);
+  return true;
 }
 
 static bool encodesPlain(const void* record)
@@ -259,7 +260,8 @@ static bool encodesPlain(const void* record)
   return !pdu.m.secHdrPresent || pdu.secHdr.protoDiscr != kMobility || pdu.secHdr.secHdrType == 0;
 }
 
-extern const L3Plain l3Plain_TS24301Msg_PDU = {decodesPlain, decodedPlain, encodesPlain};
+extern const L3Plain l3Plain_TS24301Msg_PDU = {decodesPlain, decodedPlain<TS24301Msg_PDU>, encodesPlain};
+extern const L3Plain l3Plain_TS24301Msg_PDU_SM = {nullptr, decodedPlain<TS24301Msg_PDU_SM>, nullptr};
 
 // Decodes any message: look ahead, then the header of a protected one, then the plain part. Findings of the header do
 // not stop the plain part, but the call ends with their status. 7 in the lower half with 0 in the upper is plain.

@@ -40,6 +40,21 @@ static int encShared(L3Call& call, Parameter& parameter)
   return status;
 }
 
+static bool hasOwnType(const uint8_t* octets, size_t left, void*)
+{
+  return !left || octets[0] >> 4 != kSharedForm;
+}
+
+// A pending indication whose record has no 0xA in its upper half (`spare1`) is written with type and value by the rows.
+static bool putsOwnType(const void* value)
+{
+  const Parameter& parameter = *static_cast<const Parameter*>(value);
+  bool pending = parameter.type == TS24501IE_SLAAParamTypes_ptPendingInd;
+  return !pending || parameter.value.u.pendingInd.spare1 != kSharedForm;
+}
+
+extern const L3Plain l3Plain_TS24501IE_SLAAParameter = {hasOwnType, nullptr, putsOwnType};
+
 // Looks at the next octet without a step. No other parameter has a type of 0xA0 to 0xAF.
 int l3Dec_TS24501IE_SLAAParameter(L3Call& call, const L3Type& type, void* value)
 {
@@ -48,13 +63,9 @@ int l3Dec_TS24501IE_SLAAParameter(L3Call& call, const L3Type& type, void* value)
   return l3DecRows(call, type, value);
 }
 
-// A pending indication whose record has no 0xA in its upper half (`spare1`) is written with type and value by the rows.
 int l3Enc_TS24501IE_SLAAParameter(L3Call& call, const L3Type& type, void* value)
 {
-  Parameter& parameter = *static_cast<Parameter*>(value);
-  bool pending = parameter.type == TS24501IE_SLAAParamTypes_ptPendingInd;
-  if (pending && parameter.value.u.pendingInd.spare1 == kSharedForm) return encShared(call, parameter);
-  return l3EncRows(call, type, value);
+  return putsOwnType(value) ? l3EncRows(call, type, value) : encShared(call, *static_cast<Parameter*>(value));
 }
 
 using Rule = TS24501IE_QoSRule;
@@ -62,6 +73,21 @@ using Rule = TS24501IE_QoSRule;
 // What an empty rule consists of: identifier and length.
 static constexpr uint16_t kEmptyRuleRows = 2;
 static constexpr unsigned kEmptyRuleBits = 24;
+
+static bool hasContent(const uint8_t* octets, size_t left, void*)
+{
+  return left < kEmptyRuleBits / 8 || octets[1] || octets[2];
+}
+
+// A rule without operation and with length 0 goes out as it came. The length alone does not decide: callers leave it 0
+// in rules that they build, and the encoder works it out.
+static bool putsContent(const void* value)
+{
+  const Rule& rule = *static_cast<const Rule*>(value);
+  return rule.ruleLen != 0 || rule.ruleOpCode != 0;
+}
+
+extern const L3Plain l3Plain_TS24501IE_QoSRule = {hasContent, nullptr, putsContent};
 
 // An empty rule has two rows; the others of the record are set to what printers and encoders expect of no operation.
 int l3Dec_TS24501IE_QoSRule(L3Call& call, const L3Type& type, void* value)
@@ -74,11 +100,7 @@ int l3Dec_TS24501IE_QoSRule(L3Call& call, const L3Type& type, void* value)
   return l3DecRows(call, l3Slice(type, 0, kEmptyRuleRows), value);
 }
 
-// A rule without operation and with length 0 goes out as it came. The length alone does not decide: callers leave it 0
-// in rules that they build, and the encoder works it out.
 int l3Enc_TS24501IE_QoSRule(L3Call& call, const L3Type& type, void* value)
 {
-  const Rule& rule = *static_cast<const Rule*>(value);
-  bool empty = rule.ruleLen == 0 && rule.ruleOpCode == 0;
-  return l3EncRows(call, empty ? l3Slice(type, 0, kEmptyRuleRows) : type, value);
+  return l3EncRows(call, putsContent(value) ? type : l3Slice(type, 0, kEmptyRuleRows), value);
 }

@@ -214,6 +214,21 @@ template <Go go> static bool directly(L3Call& call, const L3Type& type, void* re
   return good;
 }
 
+static bool decodesPlain(const L3Plain& plain, const uint8_t* octets, size_t left, void* record)
+{
+  return !plain.decodes || plain.decodes(octets, left, record);
+}
+
+static bool decodedPlain(const L3Plain& plain, void* record)
+{
+  return !plain.decoded || plain.decoded(record);
+}
+
+static bool encodesPlain(const L3Plain& plain, const void* record)
+{
+  return !plain.encodes || plain.encodes(record);
+}
+
 int l3DecAtOnce(RtxContext* pctxt, const L3Type& type, void* record)
 {
   if (!isClear(*pctxt)) return l3DecByRows(pctxt, type, record, kL3MayTry);
@@ -221,16 +236,15 @@ int l3DecAtOnce(RtxContext* pctxt, const L3Type& type, void* record)
   const uint8_t* data = buffer.data;
   size_t start = buffer.byteIndex, octets = buffer.size;
   const L3Plain* plain = type.hand ? type.hand->plain : nullptr;
-  if (plain && !plain->decodes(data + start, octets - start, record))
+  if (plain && !decodesPlain(*plain, data + start, octets - start, record))
     return l3DecByRows(pctxt, type, record, kL3MayTry);
   L3Call call;
   beginTrial(call, pctxt, type);
   uint32_t flags = pctxt->flags;
   size_t pos = type.decodeDirect({data, octets, &call}, start * 8, octets * 8, record);
   bool surplus = pos >> 3 < octets && l3KeepsFlag(pctxt); // the walk keeps it
-  if (pos != kL3GaveUp && wentWell(call, 0) && !surplus) {
+  if (pos != kL3GaveUp && wentWell(call, 0) && !surplus && (!plain || decodedPlain(*plain, record))) {
     l3MoveTo(pctxt->buffer, pos);
-    if (plain && plain->decoded) plain->decoded(record);
     if (call.left) pushLeft(call);
     if (!call.failed) {
       if (call.run.next) rtxMemRunClose(call.run);
@@ -248,7 +262,7 @@ int l3DecAtOnce(RtxContext* pctxt, const L3Type& type, void* record)
 int l3EncAtOnce(RtxContext* pctxt, const L3Type& type, void* record)
 {
   const L3Plain* plain = type.hand ? type.hand->plain : nullptr;
-  if (plain && !plain->encodes(record)) return l3EncByRows(pctxt, type, record, kL3MayTry);
+  if (plain && !encodesPlain(*plain, record)) return l3EncByRows(pctxt, type, record, kL3MayTry);
   if (!isClear(*pctxt) || l3HasKept(pctxt)) return l3EncByRows(pctxt, type, record, kL3MayTry);
   L3Call call;
   beginTrial(call, pctxt, type);
@@ -302,6 +316,21 @@ size_t l3DirectPutType(L3Sink& out, size_t pos, const L3Type& type, void* value)
   pos = cursor(pctxt);
   out.tail = (pctxt->flags & RTX_OPENTAIL_FLAG) != 0;
   return wentWell(call, status) && pos <= out.end ? pos : kL3GaveUp;
+}
+
+size_t l3DirectPlain(const L3Source& in, size_t pos, size_t end, const L3Type& type, void* value)
+{
+  const L3Plain& plain = *type.hand->plain;
+  bool rows = !(pos & 7) && decodesPlain(plain, in.data + (pos >> 3), (end - pos) >> 3, value);
+  if (!rows) return l3DirectType(in, pos, end, type, value);
+  pos = type.decodeDirect(in, pos, end, value);
+  return pos != kL3GaveUp && decodedPlain(plain, value) ? pos : kL3GaveUp;
+}
+
+size_t l3DirectPutPlain(L3Sink& out, size_t pos, const L3Type& type, void* value)
+{
+  bool rows = encodesPlain(*type.hand->plain, value);
+  return rows ? type.encodeDirect(out, pos, value) : l3DirectPutType(out, pos, type, value);
 }
 
 bool l3DirectHeap(const L3Source& in, size_t pos, size_t end, size_t octets, uint32_t& numocts, uint8_t*& data)

@@ -45,6 +45,9 @@ int l3EncAtOnce(RtxContext* pctxt, const L3Type& type, void* record);
 // From inside a direct coder: a type with a coder by hand, or one that has only rows.
 size_t l3DirectType(const L3Source& in, size_t pos, size_t end, const L3Type& type, void* value);
 size_t l3DirectPutType(L3Sink& out, size_t pos, const L3Type& type, void* value);
+// The same for a type whose coder by hand mostly does what the rows say: those cases go straight through the rows.
+size_t l3DirectPlain(const L3Source& in, size_t pos, size_t end, const L3Type& type, void* value);
+size_t l3DirectPutPlain(L3Sink& out, size_t pos, const L3Type& type, void* value);
 
 // Storage on the heap, 1 octet or more, that goes away with the trial; null: no memory.
 void* l3DirectRoom(L3Call& call, size_t octets);

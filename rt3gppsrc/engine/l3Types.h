@@ -437,14 +437,15 @@ struct L3Message {
   L3Run<L3Field> selecting = {};
 };
 
-// Tells which messages of a hand-coded form are not protected, so that its rows alone can code them. The direct coder
-// of the form then does the whole call without the security functions.
+// For types with coders by hand: which of their values the rows alone can code, as a message that nothing protects or a
+// QoS rule that is not empty. The direct coders code such a value in their straight line; all others go to the coders by
+// hand.
 struct L3Plain {
-  // May the rows decode these octets? If so, it writes to the record what the coder by hand would.
+  // May the rows decode these octets? If so, it writes to the record what the coder by hand would. Null: always.
   bool (*decodes)(const uint8_t* octets, size_t left, void* record);
-  // What the coder by hand does behind the rows; or null.
-  void (*decoded)(void* record);
-  // May the rows encode this record?
+  // What the coder by hand does behind the rows, or null. False: the octets were not for the rows after all.
+  bool (*decoded)(void* record);
+  // May the rows encode this record? Null: always.
   bool (*encodes)(const void* record);
 };
 

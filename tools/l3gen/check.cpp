@@ -187,8 +187,8 @@ static void checkForm(const Type& type)
 {
   if (type.directByHand && (type.decodeFile.empty() || type.encodeFile.empty()))
     refuse(type.place, "direct coders by hand are for hand-coded elements");
-  if (type.plainByHand && (type.decodeFile.empty() || type.encodeFile.empty() || !hasDirect(type)))
-    refuse(type.place, "'plain by hand' is for hand-coded forms whose rows can be coded directly");
+  if (type.plainByHand && (type.decodeFile.empty() || !hasDirect(type)))
+    refuse(type.place, "'plain by hand' is for hand-decoded types whose rows can be coded directly");
   if (type.form.empty()) return;
   if (type.decodeFile.empty()) refuse(type.place, "a form is for hand-coded elements");
   unsigned length = type.rows.empty() || type.rows[0].mark != Mark::Length ? 0 : type.rows[0].number;

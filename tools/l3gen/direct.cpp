@@ -93,7 +93,8 @@ DirectWriter::DirectWriter(const Type& t) : type(t), used(l3gen::beginsAt(t)) {}
 void DirectWriter::movedOver(const Type& named)
 {
   const Type& t = aliased(named);
-  bool byHand = !t.decodeFile.empty() || !t.encodeFile.empty();
+  // A coder by hand ends where the rows of its type do if these are what it mostly does.
+  bool byHand = !t.plainByHand && (!t.decodeFile.empty() || !t.encodeFile.empty());
   if (t.directByHand)
     used = used == 0 ? t.endsAt : -1;
   else if (!byHand && hasDirect(t) && hasLength(t))
@@ -151,7 +152,7 @@ std::string directCall(const Type& named, const std::string& pointer, bool encod
              *at = encoder ? "sink, pos" : "source, pos, end";
   const char *f = type.full.c_str(), *p = pointer.c_str();
   return direct ? format("l3Direct%s_%s(%s, %s)", side, f, at, p)
-                : format("l3Direct%sType(%s, l3_%s, %s)", put, at, f, p);
+                : format("l3Direct%s%s(%s, l3_%s, %s)", put, type.plainByHand ? "Plain" : "Type", at, f, p);
 }
 
 std::vector<const Row*> plainRows(const Type& type)
