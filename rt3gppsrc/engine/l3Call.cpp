@@ -1,3 +1,9 @@
+// The call record: how it begins and ends, how its frames go to the context's real stacks, and how failures and
+// findings are reported. Coders call it for everything but the octets themselves: nothing here codes a field.
+//
+// A failure ends the decoding or encoding of a record and passes all coders around it, each of which adds a level to
+// the one error record (l3Fail). A finding is remarked and the work goes on (l3Note, l3NoteRange). In a trial neither
+// is recorded: the trial is given up, and the walk that follows comes to the same place and reports it.
 #include "rt3gppsrc/engine/l3Call.h"
 
 #include <cstring>
@@ -16,8 +22,9 @@ void l3SetSlowMode(bool on)
   gL3SlowMode = on;
 }
 
-// With a trace alone, names stay frames. Those of the caller would come before them in the paths: the real stack gets
-// these right.
+// Sets the mode of a call that somebody watches. With a trace alone, the names stay frames, from which the trace writes
+// its paths. If the caller has pushed names of its own, those belong in front of the paths, and only the real stack has
+// them: then, as with a stream or in slow mode, the call works on the real stacks from the start.
 [[gnu::noinline]] static void observe(L3Call& call, bool stream)
 {
   const RtxContext& context = *call.pctxt;
@@ -38,20 +45,25 @@ void l3Begin(L3Call& call, RtxContext* pctxt, L3Name& frame, const char* typeNam
   if (!plain) observe(call, stream);
 }
 
+// A failed call keeps its names on the real stack: they are the element path that the caller reads. If the coder came
+// to its end, with or without findings, the stack is as it was before the call.
 int l3End(L3Call& call, int status, const char* module, uint16_t line)
 {
+  // Memory was out for an entry of a stack or for a remark. Nobody could return that at the time.
   if (status >= 0 && call.failed) return l3Fail(call, module, RTX_E_NO_MEMORY, line);
   if (status < 0) {
     l3ToLists(call);
     if (!call.ended) return status;
   }
-  // A single name left by the caller goes like a type name: it stands in its place.
+  // The type name is taken off only if it is the single name. A single name that the caller had pushed goes in its
+  // place; callers rely on it.
   bool single = call.pctxt->elemNameStack.count == 1;
   if (single && !call.keepTypeName) rtxCtxtPopTypeName(call.pctxt);
   return status;
 }
 
-// Each push of a frame counts on the one before it: after a refusal none is tried.
+// Pushes the frames from the outermost in, so the recursion goes out first; it is as deep as the types nest. An entry
+// counts on the one before it: after a refusal none is tried.
 static void pushFrames(L3Call& call, const L3Name* frame)
 {
   if (!frame) return;
@@ -67,6 +79,8 @@ static void pushFrames(L3Call& call, const L3Name* frame)
   call.failed = status < 0;
 }
 
+// Pushes the regions from the outermost in. A public push counts from the cursor, so the cursor is put at the frame's
+// end for a region of 0 octets, which then ends there.
 static void pushRegions(L3Call& call, const L3Region* frame)
 {
   if (!frame) return;
@@ -83,6 +97,8 @@ static void pushRegions(L3Call& call, const L3Region* frame)
   buffer.bitOffset = bitOffset;
 }
 
+// From here on `listed()` sends every push and pop to the real stacks; the frames are not looked at any more. A trial
+// has nothing to show: it is either good, and leaves no names, or is done again by the walk.
 void l3ToLists(L3Call& call)
 {
   if (call.listed() || call.onTrial()) return;
@@ -91,13 +107,15 @@ void l3ToLists(L3Call& call)
   pushRegions(call, call.regions);
 }
 
-// A failure that joins a record marked non-fatal reads as 0: it stays a failure here.
+// rtxErrSetData returns the status of all fatal records together, which is 0 if the failure joins a record that was
+// marked non-fatal. A coder that took this 0 for success would go on behind its failure, so the status stays negative
+// here.
 static int negative(int reported, int status)
 {
   return reported < 0 ? reported : status;
 }
 
-// In a trial nothing is reported.
+// Ends a trial. Nothing is recorded; a probe remembers what went wrong first, and where.
 static int giveUp(L3Call& call, int status)
 {
   if (call.probe) l3NoteProbe(call, status);
@@ -108,6 +126,7 @@ static int giveUp(L3Call& call, int status)
 int l3Fail(L3Call& call, const char* module, int status, uint16_t line)
 {
   if (call.onTrial()) return giveUp(call, status);
+  // A failure inside a coder that had come to its end keeps the names after all.
   call.ended = false;
   l3ToLists(call);
   return negative(rtxErrSetData(call.pctxt, status, module, line), status);
@@ -121,6 +140,8 @@ int l3FailNew(L3Call& call, const char* module, int status, uint16_t line)
   return negative(rtxErrSetNewData(call.pctxt, status, module, line), status);
 }
 
+// The words of status -16 tell the element path and the value. The path is read from the real stack, so the frames go
+// there first. Small values are added as int: that is how they have always been printed.
 static void addRangeParms(L3Call& call, uint64_t value)
 {
   l3ToLists(call);
@@ -131,7 +152,9 @@ static void addRangeParms(L3Call& call, uint64_t value)
     rtxErrAddUInt64Parm(call.pctxt, value);
 }
 
-// What a probe finds beside a value does not speak against the value; it is found again and then told.
+// A finding beside a value does not make the value unreadable, so a probe passes over it. The element is then decoded
+// once more in earnest, and the finding is told there. Parameters that were collected for it are thrown away. True:
+// done.
 static bool passesOver(L3Call& call)
 {
   if (call.mode != kL3Trial || !call.probe) return false;
@@ -150,6 +173,7 @@ void l3Note(L3Call& call, const char* module, int status, uint16_t line)
   l3ToLists(call);
   if (call.failed) return; // the call ends with that
   rtxErrSetNewData(call.pctxt, status, module, line);
+  // No record was added, so there was no memory for one.
   if (call.pctxt->errInfo.count == before) call.failed = true;
 }
 
@@ -161,6 +185,7 @@ void l3NoteRange(L3Call& call, const char* module, uint16_t line, uint64_t value
   size_t before = call.pctxt->errInfo.count;
   addRangeParms(call, value);
   l3Note(call, module, RTX_E_CONSTRAINT, line);
+  // Only the last record is marked. Without a new one that would be an older record, which may be fatal.
   if (call.pctxt->errInfo.count > before) rtxErrSetNonFatal(call.pctxt);
 }
 
@@ -171,7 +196,8 @@ int l3FailRange(L3Call& call, const char* module, uint16_t line, uint64_t value)
   return negative(rtxErrSetData(call.pctxt, RTX_E_CONSTRAINT, module, line), RTX_E_CONSTRAINT);
 }
 
-// On the real stacks a refused entry is missing from there on, so nothing is taken off any more.
+// If an entry is refused, the real stack lacks it. Every pop from there on would take off somebody else's entry, so
+// nothing is pushed or popped any more (`failed`).
 static int pushed(L3Call& call, int status)
 {
   if (status < 0) call.failed = true;
@@ -210,11 +236,13 @@ void l3PopRegionSlow(L3Call& call)
   if (!call.failed) rtxCtxtPopContainer(call.pctxt);
 }
 
+// The public function may refill a stream's buffer, so it takes the context without const.
 bool l3HasRoomSlow(const RtxContext* pctxt)
 {
   return rtxCtxtContainerHasRemBits(const_cast<RtxContext*>(pctxt));
 }
 
+// Frames come first: until they are on the real stacks, these hold only what the caller had opened before.
 L3End l3InnermostEnd(const L3Call& call)
 {
   if (!call.listed() && call.regions) return {true, call.regions->byteIndex, call.regions->bitOffset};
@@ -224,17 +252,19 @@ L3End l3InnermostEnd(const L3Call& call)
   return {true, region.byteIndex, region.bitOffset};
 }
 
+// As l3HasRoom, but against an end that was noted earlier.
 bool l3HasRoomBefore(const L3Call& call, const L3End& end)
 {
   RtxContext* pctxt = call.pctxt;
   if (!end.region && call.plain()) return pctxt->buffer.byteIndex < pctxt->buffer.size;
-  // The look ahead refills the buffer of a stream.
+  // On a stream the buffer may be empty while the input goes on: the look ahead refills it.
   if (!end.region) return rtxPeekByte(pctxt, nullptr) > 0;
   size_t octet = l3BitPos(pctxt) / 8;
   if (octet != end.octet) return octet < end.octet;
   return pctxt->buffer.bitOffset > static_cast<int>(end.bitOffset);
 }
 
+// With 3 bits left in octet 2 and a region that ends at the start of octet 4: (4 - 2) * 8 - 8 + 3 = 11 bits.
 size_t l3RoomBits(const L3Call& call)
 {
   RtxContext* pctxt = call.pctxt;

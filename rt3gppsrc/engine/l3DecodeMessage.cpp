@@ -1,5 +1,11 @@
-// The non-imperative part of a message: optional elements by IEI (TS 24.007, 11.2.4). First occurrence wins, order is
-// strict, and an element out of its turn is skipped by its form alone.
+// The non-imperative part of a message: optional elements, found by their identifiers (TS 24.007, 11.2.4). The walk
+// over the rows calls l3DecOptions behind the last mandatory element. The order of the message's table is strict: an
+// element is decoded only if it stands behind the one decoded last. One that comes too late or again has lost its turn
+// and is passed over by its form alone (TS 24.008, 8.6.2 and 8.6.3).
+//
+// A second loop does the same for a caller who wants back what could not be read (RTX_FLAG_KEEP_ELEMENTS): it looks
+// ahead for where an element ends, and keeps what it cannot read (l3Kept.h). Without the flag no element costs more for
+// it.
 #include "rt3gppsrc/engine/l3Decode.h"
 #include "rt3gppsrc/engine/l3Kept.h"
 #include "rt3gppsrc/engine/l3Padding.h"
@@ -7,17 +13,27 @@
 #include "velnor3gpp/rtxBitDecode.h"
 #include "velnor3gpp/rtxDiagBitTrace.h"
 
+// The walk over the optional elements of one message.
 struct TailWalk {
   const L3Type& type;
   const L3Message& message;
   uint8_t* record;
-  unsigned order;               // position of the last element taken, or kept because it cannot be read
-  uint8_t previous;             // IEI of the turn before
-  uint8_t locked;               // codeset by locking shift
-  const void* behind = nullptr; // what stands in the record of all that came: the last element's row, or the message
+  // Position of the last element taken, or kept because it could not be read; 0 at first.
+  unsigned order;
+  // Identifier of the turn before. An unknown element that asks for comprehension is remarked once if it comes twice
+  // running.
+  uint8_t previous;
+  // The codeset of the last locking shift, 0 at first. In another codeset every element is unknown.
+  uint8_t locked;
+  // What stands in the record of all that came before: the row of the last element, or the message. Kept elements are
+  // put back behind it.
+  const void* behind = nullptr;
+  // Where the message ends.
   L3End end = {};
 };
 
+// Reads an identifier. Of an octet whose upper half is one of the message's half-octet identifiers, only that half is
+// taken: B3 in a message with an element 0xB- gives 0xB, and the cursor stands before the 3, which is the value.
 static int readIei(L3Call& call, const TailWalk& walk, uint8_t& iei, bool& half)
 {
   RtxBuffer& buffer = call.pctxt->buffer;
@@ -25,6 +41,7 @@ static int readIei(L3Call& call, const TailWalk& walk, uint8_t& iei, bool& half)
   if (status < 0) return status;
   half = walk.message.halves >> (iei >> 4) & 1;
   if (!half) return 0;
+  // Back to the octet's start and over its upper half. The trace has an entry of 8 bits already; its end is set anew.
   --buffer.byteIndex;
   iei = static_cast<uint8_t>(iei >> 4);
   l3PassBits(buffer, 4);
@@ -32,6 +49,7 @@ static int readIei(L3Call& call, const TailWalk& walk, uint8_t& iei, bool& half)
   return 0;
 }
 
+// Decodes an element whose turn it is and marks it present, and the extension group with it, if it belongs to one.
 static int decOption(L3Call& call, TailWalk& walk, unsigned position)
 {
   const L3Row& row = walk.message.options[position - 1];
@@ -41,6 +59,7 @@ static int decOption(L3Call& call, TailWalk& walk, unsigned position)
   int status = l3PushRow(call, module, row, frame);
   if (status < 0) return status;
   status = l3DecMember(call, walk.type, row, walk.record, running);
+  // A string that could not be read whole lets a record go on; an optional element ends the message with it.
   if (status >= 0 && running < 0) status = l3Fail(call, module, running, row.line);
   if (status < 0) return status;
   l3SetBit(walk.record, row.mBit);
@@ -50,6 +69,7 @@ static int decOption(L3Call& call, TailWalk& walk, unsigned position)
   return 0;
 }
 
+// Passes over whole octets. What is not all there is left to the public function, which reports -2.
 static int skipOctets(L3Call& call, const TailWalk& walk, size_t octets)
 {
   if (!octets) return 0;
@@ -62,6 +82,7 @@ static int skipOctets(L3Call& call, const TailWalk& walk, size_t octets)
   return status < 0 ? l3Fail(call, walk.type.module->decoder, status, walk.type.line) : 0;
 }
 
+// Passes over a value by the length octet in front of it.
 static int skipByLength(L3Call& call, const TailWalk& walk)
 {
   uint8_t length = 0;
@@ -70,7 +91,9 @@ static int skipByLength(L3Call& call, const TailWalk& walk)
   return skipOctets(call, walk, length);
 }
 
-// A known element that has lost its turn: skipped by its length octet or fixed size; others leave the reader there.
+// Passes over a known element that has lost its turn: by its length octet or by its fixed size. For other forms nothing
+// is read, as callers know it: the value of a TLV-E is then taken for identifiers, and behind a half-octet element the
+// next identifier is read from the middle of the octet.
 static int skipKnown(L3Call& call, const TailWalk& walk, const L3Iei& entry)
 {
   if (l3Keeps(call) && l3KeepsNothing(call)) return l3RefuseTrial(call, RTX_E_GENERAL);
@@ -78,10 +101,12 @@ static int skipKnown(L3Call& call, const TailWalk& walk, const L3Iei& entry)
   return entry.skip == kL3SkipFixed ? skipOctets(call, walk, entry.skipOctets) : 0;
 }
 
+// A region may end behind the buffer, by a length that promises too much, so the nearer of the two ends counts.
 size_t l3BitsBefore(const L3Call& call, const L3End& end)
 {
   const RtxBuffer& buffer = call.pctxt->buffer;
   size_t all = buffer.size * 8, at = l3BitPos(call.pctxt);
+  // A region's end is kept as octet and bits left in it: octet 4 with 8 bits left is bit 32, with 3 left bit 37.
   size_t stop = end.region ? end.octet * 8 + 8 - end.bitOffset : all;
   if (stop > all) stop = all;
   return at < stop ? stop - at : 0;
@@ -91,13 +116,14 @@ bool l3SeeLength(const L3Call& call, unsigned bits, size_t left, size_t& octets)
 {
   uint64_t length = 0;
   if (bits > left || !l3SeeBits(call.pctxt->buffer, bits, length)) return false;
+  // 02 0A 0B: a length octet of 2 makes an element of 3 octets.
   octets = static_cast<size_t>(length) + bits / 8;
   return octets <= left / 8;
 }
 
-// The bits of an element from the cursor behind its identifier on; false where its framing cannot be followed. Those
-// from 0x80 on have one octet in all, those of EPS and 5GS from 0x78 to 0x7F a length of two octets where it fits
-// (7A 00 03 01 02 03), others one of one octet (TS 24.007, 11.2.4).
+// The bits of an unknown element from behind its identifier on; false if its end cannot be told. An identifier from 80
+// on is an element of one octet; from 78 to 7F an element of EPS and 5GS has a length of two octets where that fits
+// into what is left (7A 00 03 01 02 03); all others have a length of one octet (TS 24.007, 11.2.4).
 static bool unknownBits(const L3Call& call, const TailWalk& walk, uint8_t iei, bool half, size_t left, size_t& bits)
 {
   size_t octets = 0;
@@ -109,6 +135,8 @@ static bool unknownBits(const L3Call& call, const TailWalk& walk, uint8_t iei, b
   return true;
 }
 
+// Passes over an unknown element. One whose identifier ends in 0 asks for comprehension: the message is read to its
+// end, but fails with -67. `active` is the codeset in which the element stands.
 static int decUnknown(L3Call& call, TailWalk& walk, uint8_t iei, bool half, uint8_t active)
 {
   if (l3Keeps(call) && l3KeepsNothing(call)) return l3RefuseTrial(call, RTX_E_GENERAL);
@@ -117,16 +145,22 @@ static int decUnknown(L3Call& call, TailWalk& walk, uint8_t iei, bool half, uint
   bool standard = call.pctxt->flags & RTX_FLAG_STANDARD_FORMS;
   bool framed = standard && unknownBits(call, walk, iei, half, l3BitsBefore(call, walk.end), bits);
   if (int status = framed ? skipOctets(call, walk, bits / 8) : skipByLength(call, walk); status < 0) return status;
+  // The low half decides, as in 10, 20 or 70; the half that the general rule asks about is the high one
+  // (rtx3GPPDecL3NonImperative). Setup asks in codeset 0 alone (shifts == 2): networks may send it elements of their
+  // own.
   bool required = !(iei & 0x0F) && !(active && walk.message.shifts == 2);
   if (!required || iei == walk.previous) return 0;
-  // The first one decides the status, however many remarks stand before it.
+  // If there are too many findings already, this one is left out; but a message fails by it, so it is recorded if
+  // nothing else has made the message fail.
   if (!l3MayNote(call) && rtxErrGetStatus(call.pctxt) < 0) return 0;
   rtxErrAddIntParm(call.pctxt, iei);
   l3Note(call, walk.type.module->decoder, RTX_E_UNKNOWN_IE, walk.type.line);
   return 0;
 }
 
-// The first element of this IEI whose turn has not passed, or the last one when all have.
+// The position of an identifier in the message's table, 0 if it is unknown. Several elements may share one
+// (`!iei-again`: two bearer capabilities in a Setup): the first whose turn has not passed, or the last one when all
+// turns have passed.
 static unsigned findPosition(const TailWalk& walk, uint8_t iei)
 {
   unsigned position = walk.message.byValue[iei];
@@ -135,10 +169,14 @@ static unsigned findPosition(const TailWalk& walk, uint8_t iei)
   return position;
 }
 
+// One element: a shift, an unknown one, one whose turn it is, or one that has lost its turn.
 static int decTurn(L3Call& call, TailWalk& walk, uint8_t iei, bool half)
 {
   uint8_t active = walk.locked;
   if (walk.message.shifts && !half && (iei >> 4) == 9) {
+    // A locking shift, 90 to 97, with the new codeset in its low bits; it can only go up (TS 24.008, 10.5.4.2). A
+    // non-locking shift, 98 to 9F, would hold for the next element; this loop passes over it without effect, as callers
+    // know it.
     if (!(iei & 8) && (iei & 7) > walk.locked) walk.locked = iei & 7;
     return 0;
   }
@@ -154,6 +192,8 @@ static int decTurn(L3Call& call, TailWalk& walk, uint8_t iei, bool half)
   return status;
 }
 
+// Passes over whatever follows the last mandatory element, by the general rule. The public function reads the real
+// stacks.
 int l3SkipTail(L3Call& call, const L3Type& type, bool shifts, uint16_t line)
 {
   if (!l3HasRoom(call)) return 0;
@@ -164,7 +204,7 @@ int l3SkipTail(L3Call& call, const L3Type& type, bool shifts, uint16_t line)
 }
 
 // The status of the records that this message has added. A finding from before it, such as a wrong code of the message
-// around it, is not its own: returning it would keep the outer message from its remaining elements.
+// around it, is not its own: if it were returned here, the outer message would end before its remaining elements.
 static int ownStatus(const L3Call& call)
 {
   const RtxDList& records = call.pctxt->errInfo;
@@ -175,15 +215,17 @@ static int ownStatus(const L3Call& call)
   return 0;
 }
 
-// An element that chooses among the alternatives of another one can be missing. Its member is 0 then, which chooses
-// none here: the record may hold anything before it is decoded (0x7B in a registration request without a container
-// type).
+// An element that chooses among the alternatives of another one can be missing. Its member is then made 0, which
+// chooses none here; otherwise the choice would go by whatever the record held before (element 7B of a registration
+// request without a container type).
 static void clearSelecting(const L3Message& message, uint8_t* record)
 {
   for (unsigned i = 0; i < message.selectingCount; ++i)
     l3Store(record + message.selecting[i].offset, message.selecting[i].store, 0);
 }
 
+// The bits of a known element from behind its identifier on, found by looking ahead alone. False if its form does not
+// tell (a type without length or fixed size), or if the bits are not all there.
 static bool knownBits(const L3Call& call, const TailWalk& walk, unsigned position, size_t left, size_t& bits)
 {
   const L3Row& row = walk.message.options[position - 1];
@@ -202,6 +244,7 @@ static bool knownBits(const L3Call& call, const TailWalk& walk, unsigned positio
   return bits <= left;
 }
 
+// Keeps an element from `facts.position` to `bits` behind the cursor, at its place behind what the record has.
 static int keepElement(L3Call& call, const TailWalk& walk, const L3KeptFacts& facts, size_t bits)
 {
   L3KeptFacts all = facts;
@@ -211,6 +254,8 @@ static int keepElement(L3Call& call, const TailWalk& walk, const L3KeptFacts& fa
   return l3Keep(call, walk.type, walk.type.line, all, l3BitPos(call.pctxt) + bits);
 }
 
+// What is known of an element by its identifier. Octets from 80 on are elements of one octet: the identifier is taken
+// to be their upper half (9A is "0x9"), except that a known one has its identifier set by the caller.
 static L3KeptFacts factsOf(size_t start, uint8_t iei, bool half, L3KeptWhy why)
 {
   bool short1 = half || iei & 0x80;
@@ -225,7 +270,9 @@ static L3KeptFacts factsOf(size_t start, uint8_t iei, bool half, L3KeptWhy why)
           nullptr};
 }
 
-// An element whose turn it is. One that cannot be read has had its turn all the same.
+// An element whose turn it is, where elements are kept. It is probed first: if it is sound, it is done; if it can
+// neither be read nor be kept (its end cannot be told), the ordinary way reports what is wrong. One that cannot be read
+// has had its turn all the same, so that a second one of its kind is not taken for it.
 static int takeOrKeep(L3Call& call, TailWalk& walk, unsigned position, size_t start, uint8_t iei)
 {
   const L3Row& row = walk.message.options[position - 1];
@@ -237,6 +284,7 @@ static int takeOrKeep(L3Call& call, TailWalk& walk, unsigned position, size_t st
   if (probed == kL3NoMemory) return l3Fail(call, walk.type.module->decoder, RTX_E_NO_MEMORY, row.line);
   if (probed == kL3Unreadable) {
     bool half = walk.message.ieis[position - 1].half;
+    // The probe has left parts of the element in the record; pointers and counts among them must not be followed.
     l3InitMember(row, walk.record);
     walk.order = position;
     L3KeptFacts facts = factsOf(start, iei, half, kL3KeptUnreadable);
@@ -256,7 +304,8 @@ static int takeOrKeep(L3Call& call, TailWalk& walk, unsigned position, size_t st
   return 0;
 }
 
-// What asks for comprehension is kept as well, with a remark.
+// Keeps an unknown element. If it asks for comprehension, that is remarked, but does not fail the message: the caller
+// gets it back and can judge.
 static int keepUnknown(L3Call& call, TailWalk& walk, size_t start, uint8_t iei, bool half, uint8_t active, size_t bits)
 {
   int status = keepElement(call, walk, factsOf(start, iei, half, kL3KeptUnknown), bits);
@@ -265,16 +314,20 @@ static int keepUnknown(L3Call& call, TailWalk& walk, size_t start, uint8_t iei, 
   size_t before = call.pctxt->errInfo.count;
   rtxErrAddIntParm(call.pctxt, iei);
   l3Note(call, walk.type.module->decoder, RTX_E_UNKNOWN_IE, walk.type.line);
+  // As in l3NoteRange: only a new record may be marked.
   if (call.pctxt->errInfo.count > before) rtxErrSetNonFatal(call.pctxt);
   return 0;
 }
 
+// decTurn where elements are kept. Shifts are kept too, as unknown elements, so that an encoder puts them back. What
+// cannot be framed goes the ordinary way.
 static int decTurnKeeping(L3Call& call, TailWalk& walk, size_t start, uint8_t iei, bool half)
 {
   uint8_t active = walk.locked;
   bool shift = walk.message.shifts && !half && (iei >> 4) == 9;
   if (shift && !(iei & 8) && (iei & 7) > walk.locked) walk.locked = iei & 7;
   unsigned position = active || shift || !walk.message.byValue ? 0 : findPosition(walk, iei);
+  // The table finds a whole octet 0D for the half octet 0xD-. Here that is an unknown element.
   if (position && walk.message.ieis[position - 1].half != half) position = 0;
   size_t bits = 0, left = l3BitsBefore(call, walk.end);
   if (position > walk.order) return takeOrKeep(call, walk, position, start, iei);
@@ -284,10 +337,12 @@ static int decTurnKeeping(L3Call& call, TailWalk& walk, size_t start, uint8_t ie
   if (!position) return keepUnknown(call, walk, start, iei, half, active, bits);
   L3KeptFacts facts = factsOf(start, iei, half, kL3KeptOutOfTurn);
   if (!half) facts.iei = iei, facts.ieiBits = 8;
+  // It came before, or it came too late: two words for what is kept.
   if (l3HasBit(walk.record, walk.message.options[position - 1].mBit)) facts.why = kL3KeptRepeated;
   return keepElement(call, walk, facts, bits);
 }
 
+// The loop of l3DecOptions where elements are kept.
 static int decAllKeeping(L3Call& call, TailWalk& walk)
 {
   while (l3HasRoomBefore(call, walk.end)) {
@@ -303,8 +358,9 @@ static int decAllKeeping(L3Call& call, TailWalk& walk)
   return call.pctxt->errInfo.count > call.earlier ? l3Ended(call, ownStatus(call)) : 0;
 }
 
-// Behind a message that has no more elements, octets of whatever kind. Bits that fill an octet are among them unless
-// they are what an encoder fills it with: padding behind rest octets, else 0.
+// Keeps what stands behind a message or value that has no more elements, octets of whatever kind. Bits that fill the
+// last octet are part of it only if they differ from what an encoder would write there: padding behind rest octets,
+// else 0.
 static int keepRest(L3Call& call, const L3Type& type, const void* record, const void* anchor, L3KeptAt at, size_t left)
 {
   const RtxBuffer& buffer = call.pctxt->buffer;
@@ -315,11 +371,13 @@ static int keepRest(L3Call& call, const L3Type& type, const void* record, const 
     uint32_t expected = call.padded == start ? l3PaddingAhead(call.pctxt, fill) : 0;
     if (l3BitsAt(buffer.data, buffer.size, start / 8, start % 8, fill) == expected) from += fill;
   }
+  // Nothing but filling is left.
   if (from == start + left) return 0;
   L3KeptFacts facts = {record, anchor, from, 0, 0, at, kL3KeptSurplus, 0, nullptr};
   return l3Keep(call, type, type.line, facts, start + left);
 }
 
+// l3DecOptions where elements are kept.
 static int decOptionsKeeping(L3Call& call, const L3Type& type, uint8_t* record, const L3End& end)
 {
   const L3Message& message = *type.message;
@@ -330,6 +388,8 @@ static int decOptionsKeeping(L3Call& call, const L3Type& type, uint8_t* record, 
   return decAllKeeping(call, walk);
 }
 
+// A row `tail`: unknown elements to the end of the region, each kept by itself, by the loop of a message without any
+// elements of its own.
 int l3KeepTail(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record)
 {
   if (l3KeepsNothing(call)) return l3RefuseTrial(call, RTX_E_GENERAL);
@@ -339,6 +399,7 @@ int l3KeepTail(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* reco
   return decAllKeeping(call, walk);
 }
 
+// 0 is what the encoder writes for these bits, so only another value has to be kept.
 int l3DecExtra(L3Call& call, const L3Type& type, const L3Row& row, const void* record)
 {
   uint32_t value = 0;
@@ -351,6 +412,7 @@ int l3DecExtra(L3Call& call, const L3Type& type, const L3Row& row, const void* r
   return l3Keep(call, type, row.line, facts, start + row.bits);
 }
 
+// Are these whole octets of padding, 2B 2B 2B?
 static bool isPadding(const L3Kept& kept)
 {
   if (kept.bits % 8) return false;
@@ -359,6 +421,8 @@ static bool isPadding(const L3Kept& kept)
   return i == kept.bits / 8;
 }
 
+// A block of a broadcast channel is filled with 2B to its fixed size. If a record grows, its padding may shrink; so
+// octets of 2B are remembered as padding, with the size of the value in front of them.
 int l3KeepEnd(L3Call& call, const L3Type& type, void* value, size_t start)
 {
   const L3KeptList* list = l3KeptOf(call.pctxt);
@@ -372,6 +436,8 @@ int l3KeepEnd(L3Call& call, const L3Type& type, void* value, size_t start)
   return 0;
 }
 
+// The loop over the optional elements. It ends where the message does, which need not be where the buffer does: a
+// message may be an element of another one.
 int l3DecOptions(L3Call& call, const L3Type& type, uint8_t* record, const L3End& end)
 {
   if (l3Keeps(call) && !l3KeepsNothing(call)) return decOptionsKeeping(call, type, record, end);

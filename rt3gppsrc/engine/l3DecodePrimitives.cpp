@@ -1,10 +1,13 @@
-// Reading of single fields: inline where nothing can be observed, through the public bit functions otherwise.
+// Reading of single fields. Where nothing can be observed a field is taken from the buffer inline (l3Bits.h).
+// Otherwise, and whenever the bits are not all there, the public bit functions read it: they refill a stream's buffer,
+// they make the trace's entries, and on a shortage they leave cursor and error records as callers know them.
 #include <cstring>
 
 #include "rt3gppsrc/engine/l3Decode.h"
 #include "velnor3gpp/rtxBitDecode.h"
 #include "velnor3gpp/rtxDiagBitTrace.h"
 
+// Reads more than 16 bits. Whole octets (24, 32 bits) have a function of their own.
 static int readWide(RtxContext* pctxt, uint8_t* member, unsigned bits, uint8_t store)
 {
   if (bits == 24 || bits == 32) {
@@ -20,7 +23,8 @@ static int readWide(RtxContext* pctxt, uint8_t* member, unsigned bits, uint8_t s
   return status;
 }
 
-// The functions by width that a field of its kind is read with: they differ in cursor and records on failure.
+// Reads a field with the public function of its width. They differ in where they leave the cursor on failure and in
+// what they record, so the width decides the function and nothing else does.
 static int readPublic(RtxContext* pctxt, uint8_t* member, unsigned bits, uint8_t store, bool boolean)
 {
   uint8_t octet = 0;
@@ -40,6 +44,7 @@ static int readPublic(RtxContext* pctxt, uint8_t* member, unsigned bits, uint8_t
   return status;
 }
 
+// With a trace alone the field can still be taken inline, between the beginning and the end of its entry.
 int l3DecBitsSlow(L3Call& call, uint8_t* member, unsigned bits, uint8_t store, const char* label)
 {
   RtxContext* pctxt = call.pctxt;
@@ -50,12 +55,14 @@ int l3DecBitsSlow(L3Call& call, uint8_t* member, unsigned bits, uint8_t store, c
     rtxDiagSetBitFldCount(pctxt->pBitFldList);
     return 0;
   }
+  // The public function may fail, and reads the real stacks then.
   l3ToLists(call);
   int status = readPublic(pctxt, member, bits, store, label[0] == 'B');
   if (status >= 0) rtxDiagSetBitFldCount(pctxt->pBitFldList);
   return status;
 }
 
+// As l3DecBitsSlow, for one bit; its label decides nothing.
 int l3DecBit(L3Call& call, const char* label, uint8_t& bit)
 {
   uint64_t value = 0;
@@ -74,6 +81,7 @@ int l3DecBit(L3Call& call, const char* label, uint8_t& bit)
 bool l3LookAhead(L3Call& call, unsigned bits, uint32_t& ahead)
 {
   uint64_t value = 0;
+  // 24 bits that begin inside an octet touch four octets.
   uint8_t window[4] = {}; // up to 24 bits from any bit on
   unsigned used = l3UsedBits(call.pctxt->buffer);
   size_t octets = (used + bits + 7) / 8, held = 0;
@@ -81,6 +89,7 @@ bool l3LookAhead(L3Call& call, unsigned bits, uint32_t& ahead)
   if (call.plain()) {
     seen = l3SeeBits(call.pctxt->buffer, bits, value);
   } else {
+    // On a stream the peek refills the buffer; the bits are then cut out of the copy.
     seen = rtxPeekBytes(call.pctxt, window, sizeof window, octets, &held) >= 0 && held == octets;
     value = l3BitsAt(window, sizeof window, 0, used, bits);
   }
@@ -88,6 +97,8 @@ bool l3LookAhead(L3Call& call, unsigned bits, uint32_t& ahead)
   return seen;
 }
 
+// On whole octets a copy is enough. Octets across octet borders, and those that are not all there, are the public
+// function's.
 int l3DecOctets(L3Call& call, uint8_t* dst, size_t octets)
 {
   RtxContext* pctxt = call.pctxt;

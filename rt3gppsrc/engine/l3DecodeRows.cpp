@@ -1,4 +1,10 @@
-// The walk over the rows of a record: when an element is there, what bounds it, and what a breach of the bounds means.
+// The walk over the rows of a record, decoding, and the entries of exported decoders. The walk answers the questions
+// that a row asks, one small function each: is the element there, what leads it, what bounds it, and what a breach of
+// the bounds means. What an element is (a string, a list, a choice) stands in l3DecodeParts.cpp and
+// l3DecodeStrings.cpp.
+//
+// The walk is the one statement of what rows mean. The direct coders (l3Direct.h) are faster and know success alone:
+// when one gives up, the walk does the work again and says what is wrong. So the walk must get to the same record.
 #include <cstring>
 
 #include "rt3gppsrc/engine/l3Decode.h"
@@ -11,22 +17,33 @@
 #include "velnor3gpp/rtxBitDecode.h"
 #include "velnor3gpp/rtxDiagBitTrace.h"
 
-// Lengths inside lengths within one record; the deepest known has two.
+// Lengths inside lengths within one record. l3gen refuses a definition with more; the deepest known has two.
 static constexpr unsigned kMaxRegions = 4;
 
 // What the walk over one record remembers between its rows.
+// What the walk over one record remembers between its rows. Its regions are frames of the call (L3Call.regions) as
+// well.
 struct RowWalk {
   const L3Type& type;
+  // The record under the walk; presence bits stand at its start.
   uint8_t* record;
+  // Of each open region: the row of its length, its frame, and its end as a bit position.
   const L3Row* lengths[kMaxRegions];
   L3Region frames[kMaxRegions];
-  size_t ends[kMaxRegions]; // bit positions
+  size_t ends[kMaxRegions];
+  // How many are open.
   unsigned regions;
-  int running;    // status of the last element: what the record's decoder returns
-  uint8_t extBit; // last extension bit: 0, the group goes on
-  bool barred;    // a release group did not fit: all later ones are left
-  bool done;      // early return
-  bool keeps;     // a message whose elements are kept where they cannot be read
+  // Status of the last element: 0, or of a string that could not be read whole. The record's decoder returns it.
+  int running;
+  // The last extension bit: 0 while the group goes on.
+  uint8_t extBit;
+  // A release group did not fit: all later ones are left out.
+  bool barred;
+  // An early return has ended the record.
+  bool done;
+  // The record is a message whose unreadable elements are kept.
+  bool keeps;
+  // Where the message ends; only for messages.
   L3End messageEnd;
   // Frames and ends are written when a region opens: clearing them first would cost more than most records.
   RowWalk(const L3Type& t, uint8_t* r)
@@ -35,6 +52,8 @@ struct RowWalk {
   }
 };
 
+// Has an element been read beyond the end of its region? Inside, each read is bounded by the buffer alone, so that this
+// test after each element is what keeps an element from taking its neighbour's octets.
 static bool overrun(const L3Call& call, const RowWalk& walk)
 {
   return walk.regions && l3BitPos(call.pctxt) > walk.ends[walk.regions - 1];
@@ -45,11 +64,15 @@ static const char* moduleOf(const L3Type& type)
   return type.module->decoder;
 }
 
+// A region that was left behind: -66.
 static int reportOverrun(L3Call& call, const RowWalk& walk, uint16_t line)
 {
   return l3Fail(call, moduleOf(walk.type), RTX_E_BAD_LENGTH, line);
 }
 
+// Reads an enumeration and tests that the value is a member. `reported` tells that the error record of a strange value
+// has been made, at the enumeration's own block, with the value as parameter. In a trial that record goes away with the
+// trial.
 static int decEnumerated(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* member, bool& reported)
 {
   const L3Enum& set = *static_cast<const L3Enum*>(row.info);
@@ -66,6 +89,7 @@ static int decEnumerated(L3Call& call, const L3Type& type, const L3Row& row, uin
   return rtxReport(call.pctxt, RTX_E_ENUM_VALUE, moduleOf(leaf), leaf.line);
 }
 
+// Reads an integer or a flag, in the way that its flags ask for.
 static int decNumber(L3Call& call, const L3Row& row, uint8_t* member)
 {
   if (row.op == kL3Unary) return l3DecUnary(call, *static_cast<const L3Unary*>(row.info), member);
@@ -73,16 +97,20 @@ static int decNumber(L3Call& call, const L3Row& row, uint8_t* member)
   return l3DecBits(call, member, row.bits, row.store, row.op == kL3Bool ? "BOOLEAN" : "INTEGER");
 }
 
+// Reads a number, flag or enumeration into its member.
 static int decScalar(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* member)
 {
   bool reported = false;
   int status =
       row.op == kL3Enumerated ? decEnumerated(call, type, row, member, reported) : decNumber(call, row, member);
   if (status < 0) {
+    // The named type of the row (`TypeOfIdentity`) is a level of its own in the error record, as if its decoder had
+    // been called.
     if (row.type && !reported) status = l3Fail(call, moduleOf(*row.type), status, row.type->line);
-    // What the type's own coder has reported is not reported by it again.
+    // In the decoder of the enumeration itself (row.type is null) the level has been recorded already.
     return row.type || !reported ? l3Fail(call, moduleOf(type), status, row.line) : status;
   }
+  // A value outside its range stays in the record; the decoding goes on.
   if (row.flags & kL3Ranged) {
     uint64_t value = l3Load(member, row.store);
     if (l3IsOutside(row, value)) l3NoteRange(call, moduleOf(type), row.line, value);
@@ -90,7 +118,7 @@ static int decScalar(L3Call& call, const L3Type& type, const L3Row& row, uint8_t
   return status;
 }
 
-// A member's content, without its name and without what leads it.
+// Decodes the content of a row, without its name and without what leads it.
 int l3DecMember(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running)
 {
   running = 0;
@@ -107,6 +135,7 @@ int l3DecMember(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* rec
       return l3DecString(call, type, row, record, running);
     case kL3Record:
     case kL3TextType:
+      // The decoder of the type takes a count, which a field of this record tells.
       if (row.info) call.argument = l3CountOf(call, *static_cast<const L3Count*>(row.info), record);
       status = l3DecType(call, *row.type, record + row.offset);
       break;
@@ -127,7 +156,8 @@ int l3DecMember(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* rec
   return status < 0 ? l3Fail(call, moduleOf(type), status, row.line) : status;
 }
 
-// Behind the last octet that is known of a group, octets are read and dropped until one ends it.
+// Behind the last octet that is known of a group, octets are read and dropped until one ends it. In 05 7F 83 with one
+// known octet, 05 has more behind it, 7F too, and 83 (top bit 1) is the last.
 static int dropExtension(L3Call& call, RowWalk& walk, const L3Row& row)
 {
   while (walk.extBit == 0) {
@@ -139,6 +169,7 @@ static int dropExtension(L3Call& call, RowWalk& walk, const L3Row& row)
   return 0;
 }
 
+// Reads a length and opens its region, to the end of the record or to its `end-len`.
 static int decLength(L3Call& call, RowWalk& walk, const L3Row& row)
 {
   const L3Length& info = *static_cast<const L3Length*>(row.info);
@@ -147,16 +178,19 @@ static int decLength(L3Call& call, RowWalk& walk, const L3Row& row)
   uint16_t value = 0;
   uint8_t* member = reinterpret_cast<uint8_t*>(&value);
   int status = l3DecBits(call, member, info.bits, 2, "INTEGER");
+  // 00 02: the first octet is the upper half of a length of 16 bits, so the second one is the length.
   if (status >= 0 && info.zeroWidens && !value) status = l3DecBits(call, member, 8, 2, "INTEGER");
   if (status < 0) return l3Fail(call, moduleOf(walk.type), status, row.line);
   if (info.member) l3Store(walk.record + row.offset, row.store, value);
-  // A length may share its octet with an element that it does not count (TS 24.501, 9.11.3.46).
+  // A length may share its octet with an element that it does not count (TS 24.501, 9.11.3.46): in 31 01 a length of 3
+  // is followed by a cause of 4 bits, and its region begins with 01. `lead` is the bits up to there.
   size_t start = l3BitPos(call.pctxt);
   size_t lead = info.fromOctet ? (8 - start % 8) % 8 : 0;
   size_t counted = (static_cast<size_t>(value) + info.bias) * info.unitBits;
   walk.ends[walk.regions] = start + lead + counted;
   walk.lengths[walk.regions] = &row;
   if (info.ranged && (value < info.lo || value > info.hi)) l3NoteRange(call, moduleOf(walk.type), row.line, value);
+  // The region is as long in octets or in bits; the real stack has a function for either.
   bool bits = info.unitBits == 1 || lead;
   status = l3PushRegion(call, walk.frames[walk.regions], bits ? lead + counted : counted / 8, bits);
   if (status < 0) return l3Fail(call, moduleOf(walk.type), status, row.line);
@@ -165,11 +199,14 @@ static int decLength(L3Call& call, RowWalk& walk, const L3Row& row)
   return 0;
 }
 
-// Is the element there? Reads the bit that leads it; negative on failure. The name stands already.
+// Is the element there? Reads the bit that leads it. 1 or 0, or a negative status. The name has been pushed, so that
+// the trace shows the bit under it. An extension bit is remembered for the next row and tells nothing of this one.
 static int isThere(L3Call& call, RowWalk& walk, const L3Row& row)
 {
   if (row.lead == kL3NoLead || row.flags & kL3ExtList) return 1;
   const L3LeadTraits& traits = l3Traits(row.lead);
+  // The bit that says "absent": L, which is the padding's bit at this place, or 0. It is looked up before the cursor
+  // moves.
   uint8_t absent = traits.padded ? static_cast<uint8_t>(l3PaddingAhead(call.pctxt, 1)) : 0;
   uint8_t bit = 0;
   int status = l3DecBit(call, traits.label, bit);
@@ -179,6 +216,7 @@ static int isThere(L3Call& call, RowWalk& walk, const L3Row& row)
   return 1;
 }
 
+// Does anything but a leading bit say that the element is absent? Nothing has been read of it yet.
 static bool passedOver(const L3Call& call, const RowWalk& walk, const L3Row& row)
 {
   if (row.room && !l3HasRoom(call)) return true;
@@ -197,15 +235,15 @@ static bool passedOver(const L3Call& call, const RowWalk& walk, const L3Row& row
   }
 }
 
-// With its group's bit, but for a release group, which counts as there once it has been left.
+// Sets the presence bit of an element, and of its group. A release group counts as there only once it has been left.
 static void markPresent(RowWalk& walk, const L3Row& row)
 {
   l3SetBit(walk.record, row.mBit);
   if (row.groupBit != kL3NoBit && !(row.flags & kL3InRelease)) l3SetBit(walk.record, row.groupBit);
 }
 
-// The bits of an element that always has the same number of them, or 0. A number or flag by itself fails only where
-// its bits are not there.
+// The bits of an element that always has the same number of them, or 0. It is asked for elements that may be kept where
+// they cannot be read, so a plain number or flag gives 0: it fails only where its bits are not there.
 static size_t fixedBits(const L3Row& row)
 {
   if (row.op == kL3Enumerated) return row.bits;
@@ -220,12 +258,13 @@ static size_t fixedBits(const L3Row& row)
   return all;
 }
 
-// A mandatory element of a message that cannot be read is kept where its own length, or its size, tells what lies
-// behind it. A cause of one octet that nobody has defined does not end the message: 62 00 C7 00.
+// Decodes a mandatory element of a message or, if it cannot be read, keeps it, as long as its own length or its size
+// tells what lies behind it. A cause of one octet that nobody has defined then does not end the message: 62 00 C7 00.
 static int decOrKeep(L3Call& call, RowWalk& walk, const L3Row& row, const L3End& end)
 {
   size_t start = l3BitPos(call.pctxt), left = l3BitsBefore(call, end), octets = 0;
   unsigned bits = l3LeadingLength(row);
+  // A length tells the end only where it begins at an octet, with no bit in front that says whether it is there.
   bool framed = bits && row.lead == kL3NoLead && start % 8 == 0 && l3SeeLength(call, bits, left, octets);
   size_t all = framed ? octets * 8 : fixedBits(row);
   if (!framed && row.lead == kL3NoLead) framed = all && all <= left;
@@ -234,17 +273,20 @@ static int decOrKeep(L3Call& call, RowWalk& walk, const L3Row& row, const L3End&
   if (probed == kL3Read) return 0;
   if (probed == kL3NoMemory) return l3Fail(call, moduleOf(walk.type), RTX_E_NO_MEMORY, row.line);
   if (probed == kL3NotTold) return l3DecMember(call, walk.type, row, walk.record, walk.running);
+  // The probe may have left pointers and counts of what it read.
   l3InitMember(row, walk.record);
   L3KeptFacts facts = {walk.record, &row, start, 0, 0, kL3KeptInstead, kL3KeptUnreadable, probe.status, probe.path};
   return l3Keep(call, walk.type, row.line, facts, start + all);
 }
 
+// Decodes the content of an element that is there.
 static int decContent(L3Call& call, RowWalk& walk, const L3Row& row)
 {
   if (walk.keeps) return decOrKeep(call, walk, row, walk.messageEnd);
   return l3DecMember(call, walk.type, row, walk.record, walk.running);
 }
 
+// One row: is it there, its name, what leads it, its content, its presence bit.
 static int decElement(L3Call& call, RowWalk& walk, const L3Row& row)
 {
   if (row.op == kL3Length) return decLength(call, walk, row);
@@ -252,6 +294,7 @@ static int decElement(L3Call& call, RowWalk& walk, const L3Row& row)
   L3Name frame;
   int there = l3PushRow(call, moduleOf(walk.type), row, frame);
   if (there >= 0) there = isThere(call, walk, row);
+  // A record that is printed after the failure must not lead to what an earlier use left in this member.
   if (there < 0) {
     l3InitMember(row, walk.record);
     return there;
@@ -259,6 +302,7 @@ static int decElement(L3Call& call, RowWalk& walk, const L3Row& row)
   if (there) {
     int status = decContent(call, walk, row);
     if (status < 0) return status;
+    // The list has read its own extension bits to the last one; the group is over.
     if (row.flags & kL3ExtList) walk.extBit = 1;
     if (row.mBit != kL3NoBit) markPresent(walk, row);
   }
@@ -268,7 +312,8 @@ static int decElement(L3Call& call, RowWalk& walk, const L3Row& row)
   return 0;
 }
 
-// Enters a release group or passes over it: the number of its rows to skip.
+// Enters a release group (0) or passes over it: the number of its rows to skip. It is passed over if the input has
+// ended, if the caller is held to an older release, or if it or an earlier group did not fit.
 static unsigned enterRelease(const L3Call& call, RowWalk& walk, const L3Row& row)
 {
   const L3Release& info = *static_cast<const L3Release*>(row.info);
@@ -281,13 +326,16 @@ static unsigned enterRelease(const L3Call& call, RowWalk& walk, const L3Row& row
   return 0;
 }
 
-// Behind the last row of a release group: its presence bit, and the early return that leaves region and name behind.
+// Behind the last row of a release group: sets its presence bit. With `!early-return` a group that ends exactly where
+// the region does ends the decoding at once, and leaves region and type name on the stacks, where callers have always
+// seen them.
 static void leaveRelease(L3Call& call, RowWalk& walk, const L3Row& row)
 {
   l3SetBit(walk.record, row.groupBit);
   if (!(walk.type.flags & kL3EarlyReturn) || !walk.regions) return;
   if (l3BitPos(call.pctxt) != walk.ends[walk.regions - 1]) return;
   l3ToLists(call);
+  // A probe leaves nothing behind. It asks to be done once more, outside, where the region can stay.
   if (call.probe && call.onTrial()) {
     call.probe->again = true;
     while (walk.regions--) l3PopRegion(call);
@@ -300,11 +348,14 @@ static void leaveRelease(L3Call& call, RowWalk& walk, const L3Row& row)
   walk.done = true;
 }
 
-// Octets behind what is known of an element, and bits that are not 0, which would come back as 0.
+// Keeps what a region has behind the last element that is known of it. Less than an octet is kept only if it is not 0,
+// since an encoder fills up with 0s by itself.
 static int keepSurplus(L3Call& call, const RowWalk& walk, size_t end, uint16_t line)
 {
   const RtxBuffer& buffer = call.pctxt->buffer;
   size_t start = l3BitPos(call.pctxt);
+  // A region of octets that ends inside an octet belongs to a structure of bits; nothing is kept there, nor behind the
+  // input.
   bool inside = static_cast<const L3Length*>(walk.lengths[walk.regions]->info)->unitBits == 8 && end % 8;
   if (end > buffer.size * 8 || inside) return 0;
   if (end - start < 8 && !l3BitsAt(buffer.data, buffer.size, start / 8, start % 8, static_cast<unsigned>(end - start)))
@@ -314,7 +365,7 @@ static int keepSurplus(L3Call& call, const RowWalk& walk, size_t end, uint16_t l
   return l3Keep(call, walk.type, line, facts, end);
 }
 
-// Closes the innermost region: what is left in it is passed over.
+// Closes the innermost region: what is left in it is passed over, since a later release may have put more there.
 static int closeRegion(L3Call& call, RowWalk& walk, uint16_t line)
 {
   RtxContext* pctxt = call.pctxt;
@@ -331,6 +382,7 @@ static int closeRegion(L3Call& call, RowWalk& walk, uint16_t line)
   return 0;
 }
 
+// The end of a record closes what is still open. The status may be that of a string that was cut short.
 static int closeRegions(L3Call& call, RowWalk& walk)
 {
   while (walk.regions)
@@ -338,13 +390,16 @@ static int closeRegions(L3Call& call, RowWalk& walk)
   return l3Ended(call, walk.running);
 }
 
+// Is this the last row of its release group? Groups that follow each other are told apart by the kL3Release row
+// between.
 static bool lastOfRelease(const L3Type& type, const L3Row* row)
 {
   const L3Row* next = row + 1;
   return (row->flags & kL3InRelease) && (next == type.rows + type.rowCount || !(next->flags & kL3InRelease));
 }
 
-// Rest octets end wherever their octets do. The names of the type and of the part that would follow stay behind.
+// Rest octets end wherever their octets do (TS 44.018, 10.5.2). The names of the type and of the part that would follow
+// stay on the stack, as callers know it.
 static bool endsHere(L3Call& call, const RowWalk& walk, const L3Row& row)
 {
   if (!(walk.type.flags & kL3RestOctets) || l3HasRoom(call)) return false;
@@ -355,7 +410,7 @@ static bool endsHere(L3Call& call, const RowWalk& walk, const L3Row& row)
 }
 
 // In the standard's form a capability ends wherever its length says: mobiles of an older release send less. What they
-// do not send is 0.
+// do not send is 0 in the record.
 static bool isCutOff(L3Call& call, const L3Type& type, const L3Row& row, void* record)
 {
   if (!(type.flags & kL3EndsAnywhere) || l3HasRoom(call)) return false;
@@ -363,8 +418,8 @@ static bool isCutOff(L3Call& call, const L3Type& type, const L3Row& row, void* r
   return true;
 }
 
-// Makes a record the one that its parts stand in, for as long as it is under the decoder. Lists and choices are no
-// records: their parts stand in the record that these are members of.
+// Makes a record the one that its parts stand in (L3Call.record), for as long as it is under the decoder. Lists and
+// choices are no records: their parts stand in the record that these are members of. A bare type is none either.
 struct Enclosure {
   L3Call& call;
   const void *record, *around;
@@ -382,12 +437,14 @@ struct Enclosure {
   Enclosure(const Enclosure&) = delete;
 };
 
-// Fields side by side that are always there are read without names and reports, as far as they are all there and good:
-// most rows of radio resource messages. The first that is not is left to the walk, which says what is wrong with it.
+// Reads fields that stand side by side and are always there, without names and reports, as far as they are all there
+// and good: most rows of radio resource messages. Returns the first row that it has not read; if that is not the end,
+// the walk reads it in the ordinary way and says what is wrong with it.
 static const L3Row* takeRun(L3Call& call, const L3Row* row, const L3Row* end, uint8_t* record)
 {
   RtxBuffer& buffer = call.pctxt->buffer;
   size_t at = l3BitPos(call.pctxt), room = l3RoomBits(call), last = buffer.size * 8; // a region may end behind
+  // A length may have put the cursor behind the input.
   if (at > last) return row;
   if (room < last - at) last = at + room;
   for (; row < end && row->flags == kL3InRun && row->bits <= last - at; ++row) {
@@ -403,14 +460,18 @@ static const L3Row* takeRun(L3Call& call, const L3Row* row, const L3Row* end, ui
   return row;
 }
 
-// Apart from l3DecRows, so that a direct coder does not pay for the walk's frame.
+// The walk over one record. It stands apart from l3DecRows, so that a direct coder does not pay for its stack frame. On
+// failure everything that it has not come to is cleared (l3InitRest), so that the caller can print the record.
 [[gnu::noinline]] static int walkRows(L3Call& call, const L3Type& type, void* record)
 {
   RowWalk walk(type, static_cast<uint8_t*>(record));
   Enclosure enclosure(call, type, record);
+  // It is noted before the rows, since one of them may leave a region open (an early return).
   L3End messageEnd = type.message ? l3InnermostEnd(call) : L3End{};
   walk.keeps = type.message && l3Keeps(call) && !l3KeepsNothing(call);
   walk.messageEnd = messageEnd;
+  // Rows behind an early return are never reached, so that their strings are cleared at once. Other records need only
+  // their presence bits cleared: each row writes its own member.
   if (type.flags & kL3EarlyReturn)
     l3Init(type, record); // strings behind the return are never reached
   else if (type.mOctets)
@@ -429,12 +490,14 @@ static const L3Row* takeRun(L3Call& call, const L3Row* row, const L3Row* end, ui
       if (int status = closeRegion(call, walk, row->line); status < 0) return status;
       continue;
     }
+    // A missing length is a failure: the structure does not even say where it ends.
     if (row->op != kL3Length && isCutOff(call, type, *row, record)) break;
     if (endsHere(call, walk, *row)) {
       l3InitRest(type, static_cast<unsigned>(row - type.rows), record, L3Numbers::clear);
       return 0;
     }
     int status = decElement(call, walk, *row);
+    // The element is good by itself, but has taken octets from behind its region.
     if (status >= 0 && overrun(call, walk)) status = reportOverrun(call, walk, row->line);
     if (status < 0) {
       l3InitRest(type, static_cast<unsigned>(row + 1 - type.rows), record);
@@ -444,24 +507,28 @@ static const L3Row* takeRun(L3Call& call, const L3Row* row, const L3Row* end, ui
     if (walk.done) return 0;
   }
   int status = closeRegions(call, walk);
+  // What is kept behind here stood where an encoder puts padding (keepRest).
   if (type.flags & (kL3RestOctets | kL3Padded)) call.padded = l3BitPos(call.pctxt);
   if (status < 0 || !type.message) return status;
   return l3DecOptions(call, type, walk.record, messageEnd);
 }
 
+// The direct coder first. If a trial around this record has been given up, the walk would be for nothing.
 int l3DecRows(L3Call& call, const L3Type& type, void* record)
 {
   if (l3DecDirectly(call, type, record)) return 0;
   return call.mode == kL3GivenUp ? RTX_E_GENERAL : walkRows(call, type, record);
 }
 
+// A coder by hand comes before the rows. It calls l3DecRows itself for the part that rows can say.
 static int decForm(L3Call& call, const L3Type& type, void* value)
 {
   if (type.hand && type.hand->decode) return type.hand->decode(call, type, value);
   return l3DecRows(call, type, value);
 }
 
-// What fails on a probe has not always told so, and then leaves the names of its frames behind when these are gone.
+// A failure on a probe leaves frames linked that are gone when their functions have returned: the names are put back
+// here. (Otherwise a failure puts them on the real stacks first.)
 [[gnu::noinline]] static int decFormOnProbe(L3Call& call, const L3Type& type, void* value)
 {
   L3Name* names = call.names;
@@ -470,12 +537,14 @@ static int decForm(L3Call& call, const L3Type& type, void* value)
   return status;
 }
 
+// Takes the standard's form of the type, if the context asks for it.
 int l3DecType(L3Call& call, const L3Type& named, void* value)
 {
   const L3Type& type = l3FormOf(named, call.pctxt);
   return call.probe ? decFormOnProbe(call, type, value) : decForm(call, type, value);
 }
 
+// A whole call.
 static int decode(RtxContext* pctxt, const L3Type& type, void* value, size_t count, L3Mode mode)
 {
   L3Call call;
@@ -483,6 +552,7 @@ static int decode(RtxContext* pctxt, const L3Type& type, void* value, size_t cou
   l3Begin(call, pctxt, frame, l3NameOf(type));
   call.argument = count;
   call.root = value;
+  // A trial has been given up already (kL3Walk): no other one is begun.
   if (call.mode < mode) call.mode = mode;
   size_t start = pctxt->buffer.byteIndex;
   int status = l3DecType(call, type, value);
@@ -495,7 +565,8 @@ int l3DecByRows(RtxContext* pctxt, const L3Type& type, void* value, L3Mode mode)
   return decode(pctxt, type, value, 0, mode);
 }
 
-// Kept out of l3Decode, which then saves no registers.
+// Decoding into a value forgets what an earlier decoding of it kept. Kept out of l3Decode, which then saves no
+// registers.
 [[gnu::noinline]] static int decodeAfresh(RtxContext* pctxt, const L3Type& type, void* value)
 {
   l3ForgetKept(pctxt, value);

@@ -1,5 +1,9 @@
-// Octet, bit and character strings. A failed read of octets or bits does not end the decoding of the record: its
-// status is kept as the running status, which the next element overwrites, while the error record stands.
+// Octet, bit and character strings. A failed read of octets or bits does not end the decoding of the record: its status
+// is kept as the running status (`running`), which the next element overwrites, while the error record stands. So a
+// record whose last string is cut short fails, and one with elements behind it fails at the first of those. Texts fail
+// at once.
+//
+// Storage is never taken on the word of a length: FF FF in front of nothing would otherwise cost 64 KiB.
 #include <cstring>
 
 #include "rt3gppsrc/engine/l3Decode.h"
@@ -7,12 +11,14 @@
 #include "velnor3gpp/rtxDiagBitTrace.h"
 #include "velnor3gpp/rtxMemHeap.h"
 
+// Storage on the context's heap, or null.
 static void* allocate(L3Call& call, size_t octets)
 {
   return rtxMemHeapAlloc(&call.pctxt->pMemHeap, octets);
 }
 
-// How many octets the string has. A region that is overrun already holds none: -66, so that no huge count arises.
+// How many octets the string has: by a field, by a length of its own, or all that the region has left. In a region that
+// is overrun already, that is none.
 static int countOctets(L3Call& call, const L3Row& row, const uint8_t* record, L3CountFrom from, const L3Field& field,
                        uint8_t lengthBits, size_t& count)
 {
@@ -33,39 +39,46 @@ static int countOctets(L3Call& call, const L3Row& row, const uint8_t* record, L3
   (void)row;
 }
 
-// The octets of a string that the input can fill: storage for more would be had for a length alone. What a stream
-// still brings is unknown.
+// How many of the string's octets the input can fill; no more storage is taken. What a stream still brings is unknown.
 static size_t fillable(const L3Call& call, size_t count)
 {
   if (call.pctxt->pStream && !(call.pctxt->flags & RTX_FLAG_BUFFER_MODE)) return count;
   return count < l3Unread(call.pctxt) ? count : l3Unread(call.pctxt);
 }
 
-// A string that was not stored.
+// Fails for a string that was not stored: its member must not hold a count or pointer of an earlier use.
 static int failString(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int status)
 {
   l3InitMember(row, record);
   return l3Fail(call, type.module->decoder, status, row.line);
 }
 
+// Reads a string into storage of its own. The member is set before the read, so that it is sound whatever the read
+// does.
 static int decHeapOctets(L3Call& call, uint8_t* member, size_t count, int& running)
 {
   size_t fill = fillable(call, count);
   uint32_t numocts = static_cast<uint32_t>(fill);
+  // An empty string has no storage, and a null pointer.
   uint8_t* data = nullptr;
   if (fill && !(data = static_cast<uint8_t*>(allocate(call, fill)))) return RTX_E_NO_MEMORY;
+  // A read across octet borders that fails has written some of the octets; the others would be whatever the heap held.
   if (fill && call.pctxt->buffer.bitOffset != 8) memset(data, 0, fill); // a failing read leaves some of them
   struct {
     uint32_t numocts;
     uint8_t* data;
   } value = {numocts, data};
   memcpy(member, &value, sizeof value);
+  // The public function takes a null target for "pass over", which would move the cursor.
   uint8_t none = 0; // a null target would move the cursor
   if (count) running = l3DecOctets(call, fill ? data : &none, count);
+  // A short input is not read at all: the octets that the member promises are 0.
   if (running < 0 && fill) memset(data, 0, fill); // a short input is not read at all
   return 0;
 }
 
+// Reads a string into the record. The array takes what it has room for; the rest is passed over. `numocts` says how
+// many came, in 8 bits.
 static void decInlineOctets(L3Call& call, const L3Octets& info, uint8_t* member, size_t count, int& running)
 {
   size_t store = count < info.cap ? count : info.cap;
@@ -77,6 +90,7 @@ static void decInlineOctets(L3Call& call, const L3Octets& info, uint8_t* member,
   if (running >= 0) rtxDiagSetBitFldCount(call.pctxt->pBitFldList);
 }
 
+// An octet string of any form.
 static int decOctetString(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running)
 {
   const L3Octets& info = *static_cast<const L3Octets*>(row.info);
@@ -97,13 +111,14 @@ static int decOctetString(L3Call& call, const L3Type& type, const L3Row& row, ui
   else
     status = decHeapOctets(call, member, count, running);
   if (status < 0) return failString(call, type, row, record, status);
-  // What an inline string has no room for is remarked as what its range forbids is.
+  // An inline string that is longer than its array is remarked like one outside its range.
   bool tooLong = info.cap && count > info.cap;
   if (tooLong || (info.ranged && (count < info.lo || count > info.hi)))
     l3NoteRange(call, type.module->decoder, row.line, count);
   return 0;
 }
 
+// Reads bits to an array of octets, the first bit on top.
 static int readBitArray(L3Call& call, uint8_t* dst, size_t octets, size_t bits)
 {
   if (!bits) return 0;
@@ -114,12 +129,15 @@ static int readBitArray(L3Call& call, uint8_t* dst, size_t octets, size_t bits)
   return status;
 }
 
+// By a field, or all that the region has left.
 static size_t countBits(const L3Call& call, const uint8_t* record, const L3BitString& info)
 {
   if (info.from != kL3ByField) return l3RoomBits(call);
   return l3CountOf(call, info.count, record);
 }
 
+// A bit string of any form. Inline, bits beyond the array are not read. On the heap there is one octet more than whole
+// octets of bits, so that 16 bits have three and a last partial octet has room.
 static int decBitString(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running)
 {
   const L3BitString& info = *static_cast<const L3BitString*>(row.info);
@@ -140,6 +158,7 @@ static int decBitString(L3Call& call, const L3Type& type, const L3Row& row, uint
   uint8_t* data = nullptr;
   if (bits && !(data = static_cast<uint8_t*>(allocate(call, fill / 8 + 1))))
     return failString(call, type, row, record, RTX_E_NO_MEMORY);
+  // A failing read leaves some of the octets unwritten.
   if (data) memset(data, 0, fill / 8 + 1); // a failing read leaves some of them
   struct {
     uint32_t numbits;
@@ -150,13 +169,15 @@ static int decBitString(L3Call& call, const L3Type& type, const L3Row& row, uint
   return 0;
 }
 
-// Length-prefixed labels become one text with dots. A label that runs past the string ends it there.
+// Text and labels lie in one place, and the dots take the place of the lengths: 03 61 62 63 01 64 becomes 61 62 63 2E
+// 64 00. A label that says more than there is ends with the string.
 void l3JoinLabels(char* text, size_t count)
 {
   size_t at = 0, out = 0;
   while (at < count) {
     size_t label = static_cast<uint8_t>(text[at++]);
     if (label > count - at) label = count - at;
+    // Each label but the first: the length octet of the first one vanishes, so `out` is always behind `at`.
     if (at > 1) text[out++] = '.';
     memmove(text + out, text + at, label);
     out += label;
@@ -165,6 +186,7 @@ void l3JoinLabels(char* text, size_t count)
   text[out] = 0;
 }
 
+// Texts have an ending zero in the record. One that cannot be read is the empty text, and the record fails.
 static int decText(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record)
 {
   const L3Text& info = *static_cast<const L3Text*>(row.info);

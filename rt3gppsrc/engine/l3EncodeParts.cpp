@@ -1,4 +1,6 @@
-// Strings, lists, choices and message bodies, encoding.
+// Strings, lists, choices and message bodies, encoding: the mirror of l3DecodeStrings.cpp and l3DecodeParts.cpp. Counts
+// and pointers come from a caller's record, so each is tested before it is followed: an inline count against the array,
+// a pointer against null, a count against its range and against the length that has to say it.
 #include <cstring>
 
 #include "rt3gppsrc/engine/l3Encode.h"
@@ -8,6 +10,7 @@
 #include "velnor3gpp/rtxBitEncode.h"
 #include "velnor3gpp/rtxDiagBitTrace.h"
 
+// A count without storage: -47 with the element path.
 static int failNull(L3Call& call, const L3Type& type, const L3Row& row)
 {
   l3ToLists(call);
@@ -15,6 +18,7 @@ static int failNull(L3Call& call, const L3Type& type, const L3Row& row)
   return rtxErrSetNewData(call.pctxt, RTX_E_NULL_POINTER, type.module->encoder, row.line);
 }
 
+// Writes the length in front of a string, if it has one of its own. A count that the length cannot say is refused.
 static int encOwnLength(L3Call& call, const L3Type& type, const L3Row& row, L3CountFrom from, uint8_t bits,
                         size_t count)
 {
@@ -24,20 +28,23 @@ static int encOwnLength(L3Call& call, const L3Type& type, const L3Row& row, L3Co
   return status < 0 ? l3Fail(call, type.module->encoder, status, row.line) : 0;
 }
 
-// A growing buffer whose growth was refused names the refused size: nothing may be written any more. The status does
-// not tell it, for behind an older error it is that of several.
+// A growing buffer whose growth was refused names the refused size, so nothing may be written any more: the string ends
+// the encoding, and not only its own status. The status alone does not tell it, since behind an older error it is that
+// of several (-50).
 static int endWithoutMemory(L3Call& call, const L3Type& type, const L3Row& row, int running)
 {
   bool grows = call.pctxt->buffer.dynamic;
   return running < 0 && grows ? l3Fail(call, type.module->encoder, running, row.line) : 0;
 }
 
-// Octets of a string, wherever they stand.
+// Content of a string, wherever it stands: octets, or bits for a bit string.
 struct Content {
   size_t count; // octets or bits
   const uint8_t* data;
 };
 
+// With `cap` the content stands behind a count of one octet in the record, else behind a pointer. Both heap forms have
+// a count of 32 bits.
 static Content contentOf(const uint8_t* member, size_t cap, size_t dataOffset)
 {
   if (cap) return {member[0], member + dataOffset};
@@ -49,7 +56,8 @@ static Content contentOf(const uint8_t* member, size_t cap, size_t dataOffset)
   return {heap.count, heap.data};
 }
 
-// Writes octets; the status of the write itself is the running status, as on decoding.
+// Writes an octet string. As in the decoder, the status of the write is the running status: the record goes on, so that
+// everything wrong with it is reported.
 static int encOctetString(L3Call& call, const L3Type& type, const L3Row& row, const uint8_t* member, int& running)
 {
   const L3Octets& info = *static_cast<const L3Octets*>(row.info);
@@ -64,10 +72,12 @@ static int encOctetString(L3Call& call, const L3Type& type, const L3Row& row, co
   if (count && !data) return failNull(call, type, row);
   if (int status = encOwnLength(call, type, row, info.from, info.lengthBits, count); status < 0) return status;
   running = l3EncOctets(call, data, count);
+  // Nothing may follow in the region: a decoder would take it for more octets.
   if (info.from == kL3Rest) l3OpenTail(call);
   return endWithoutMemory(call, type, row, running);
 }
 
+// Writes a bit string, with the bits that the last octet has beyond it left out.
 static int encBitString(L3Call& call, const L3Type& type, const L3Row& row, const uint8_t* member, int& running)
 {
   const L3BitString& info = *static_cast<const L3BitString*>(row.info);
@@ -83,11 +93,12 @@ static int encBitString(L3Call& call, const L3Type& type, const L3Row& row, cons
   return endWithoutMemory(call, type, row, running);
 }
 
-// Octets of a text on the wire: labels have a length in front of each, in the place of the dots and of the start. A dot
-// at the end leads an empty label.
+// Writes a text with dots as labels, each behind its length: "abc.d" is 03 61 62 63 01 64. The lengths stand in place
+// of the dots and in front of the first label. A dot at the end makes an empty label, as the root of a name.
 static int encLabels(L3Call& call, const L3Type& type, const L3Row& row, const char* text)
 {
   for (bool more = *text; more; ++text) {
+    // The text has at most 254 characters (tooLong), so that a label's length fits in its octet.
     size_t label = strcspn(text, ".");
     int status = l3EncBits(call, label, 8, "INTEGER");
     if (status >= 0) status = l3EncOctets(call, reinterpret_cast<const uint8_t*>(text), label);
@@ -105,6 +116,7 @@ static bool tooLong(const L3Text& info, size_t count)
   return info.from == kL3OwnLength && count >> info.lengthBits;
 }
 
+// Writes a text. A null pointer is the empty text.
 static int encText(L3Call& call, const L3Type& type, const L3Row& row, const uint8_t* member)
 {
   const L3Text& info = *static_cast<const L3Text*>(row.info);
@@ -112,6 +124,7 @@ static int encText(L3Call& call, const L3Type& type, const L3Row& row, const uin
   memcpy(&text, member, sizeof text);
   if (!text) text = "";
   size_t length = strlen(text);
+  // On the wire a text of labels has one octet more than characters, for the first length; the empty one has none.
   size_t count = info.labels ? (length ? length + 1 : 0) : length;
   if (info.ranged && (count < info.lo || count > info.hi) && !l3TakesAll(call))
     return l3FailRange(call, type.module->encoder, row.line, count);
@@ -130,6 +143,7 @@ int l3EncString(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* rec
   return encText(call, type, row, member);
 }
 
+// Writes one entry under its name, "elem[3]". A string cut short ends the list.
 static int encEntry(L3Call& call, const L3Type& type, const L3Row& row, const L3List& info, uint8_t* entry, uint32_t i)
 {
   L3Name frame;
@@ -142,7 +156,8 @@ static int encEntry(L3Call& call, const L3Type& type, const L3Row& row, const L3
   return status;
 }
 
-// The bit that leads an entry, or ends the list (index = count).
+// The bit that leads entry number `i`, or that ends the list behind the last one (i is the count). In front of the
+// entries of a `while-ext` list it is 0 while more follow and 1 at the last; behind them there is none.
 static int encListBit(L3Call& call, const L3Type& type, const L3Row& row, const L3List& info, size_t i, size_t count)
 {
   int status = 0;
@@ -159,6 +174,7 @@ static int encListBit(L3Call& call, const L3Type& type, const L3Row& row, const 
   return status < 0 ? l3Fail(call, type.module->encoder, status, row.line) : 0;
 }
 
+// Writes a list, with the bits around its entries.
 int l3EncList(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record)
 {
   const L3List& info = *static_cast<const L3List*>(row.info);
@@ -166,12 +182,13 @@ int l3EncList(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* recor
   struct {
     uint64_t n;
     uint8_t* elem;
+    // Of an inline list the count and the address of the entries; a heap list replaces both.
   } heap = {member[0], member + info.elemOffset};
   if (!info.cap) memcpy(&heap, member, sizeof heap);
   bool tooMany = info.cap && heap.n > info.cap;
   if (tooMany || (info.ranged && (heap.n < info.lo || heap.n > info.hi) && !l3TakesAll(call)))
     return l3FailRange(call, type.module->encoder, row.line, heap.n);
-  // An index of 8 bits never reaches a count above 255: the loop would not end.
+  // Encoders count entries in 8 bits: a longer list is refused with -14, as callers know it.
   if (heap.n > 255) return l3FailNew(call, type.module->encoder, RTX_E_BAD_VALUE, row.line);
   if (heap.n && !heap.elem) return failNull(call, type, row);
   size_t count = static_cast<size_t>(heap.n);
@@ -184,6 +201,8 @@ int l3EncList(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* recor
   return 0;
 }
 
+// Writes the selector, unless earlier fields are the selector, and the alternative. `t` decides; the fields decide
+// where they are the selector, so that fields and content cannot differ.
 int l3EncChoice(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running)
 {
   const L3Choice& choice = *static_cast<const L3Choice*>(row.info);
@@ -193,6 +212,7 @@ int l3EncChoice(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* rec
   } else {
     uint32_t tag = static_cast<uint32_t>(l3Load(record + row.offset, 4));
     if (choice.from == kL3SelectBits) {
+      // A selector of its own on the wire is `t` less 1.
       int status = l3EncBits(call, tag - 1, choice.bits, "choice selector");
       if (status < 0) return l3Fail(call, type.module->encoder, status, row.line);
     }
@@ -212,6 +232,7 @@ int l3EncChoice(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* rec
   return 0;
 }
 
+// Writes the message that `t` names. Discriminator and message type have been written from the header's fields.
 int l3EncBody(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record)
 {
   const L3Body& body = *static_cast<const L3Body*>(row.info);

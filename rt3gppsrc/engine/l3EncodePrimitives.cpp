@@ -1,5 +1,6 @@
-// Writing of single fields and of patched lengths: inline where nothing can be observed, through the public bit
-// functions otherwise (trace, streams, a buffer that must grow or is full).
+// Writing of single fields and of lengths that are patched when their content is known. Where nothing can be observed a
+// field is put into the buffer inline (l3Bits.h). The public bit functions do the rest: with a stream or in slow mode,
+// and where the buffer is full, since they know whether it may grow.
 #include <cstring>
 
 #include "rt3gppsrc/engine/l3Encode.h"
@@ -9,6 +10,8 @@
 #include "velnor3gpp/rtxBitEncode.h"
 #include "velnor3gpp/rtxDiagBitTrace.h"
 
+// Writes a field with the public function of its width; they differ in what they record on failure. A number of 24 bits
+// has no function of its own.
 static int writePublic(RtxContext* pctxt, uint64_t value, unsigned bits, bool boolean)
 {
   uint32_t word = static_cast<uint32_t>(value);
@@ -22,6 +25,7 @@ int l3EncBits(L3Call& call, uint64_t value, unsigned bits, const char* label)
 {
   RtxContext* pctxt = call.pctxt;
   bool boolean = label[0] == 'B';
+  // A flag is any number that is not 0; its bit is 1.
   if (boolean) value = value != 0;
   int status = 0;
   l3TraceField(call, label);
@@ -44,6 +48,7 @@ int l3EncNamed(L3Call& call, const L3Type& type, const char* name, uint64_t valu
   return status;
 }
 
+// A copy where the cursor stands at an octet and all octets fit; else the public function, which may grow the buffer.
 int l3EncOctets(L3Call& call, const uint8_t* src, size_t octets)
 {
   RtxContext* pctxt = call.pctxt;
@@ -67,8 +72,10 @@ void l3OpenTail(L3Call& call)
   call.pctxt->flags |= RTX_OPENTAIL_FLAG;
 }
 
-// The closing step under the open tail flag, or the padding to the next octet without it. A length of whole octets that
-// stands inside an octet, as an element within a CSN.1 structure may, counts octets from where it ends.
+// Ends the content of a length in octets at an octet: fills up with 0s, or under the open tail flag tests that there is
+// nothing to fill. A length of whole octets that stands inside an octet, as an element within a CSN.1 structure may,
+// counts octets from where it ends: with the content from bit 3 on, `lead` is 3, and the content may end at any bit 8n
+// + 3.
 static int align(L3Call& call, const L3Type& type, const L3Row& row, size_t start)
 {
   RtxContext* pctxt = call.pctxt;
@@ -76,19 +83,24 @@ static int align(L3Call& call, const L3Type& type, const L3Row& row, size_t star
   size_t lead = info.bits % 8 ? 0 : start % 8;
   unsigned over = static_cast<unsigned>((l3BitPos(pctxt) - lead) % 8);
   if (pctxt->flags & RTX_OPENTAIL_FLAG) {
+    // Octets to the end of a container that end inside an octet could not be read back.
     if (over) return l3FailNew(call, type.module->encoder, RTX_E_BAD_ALIGNMENT, row.line);
     pctxt->flags &= ~RTX_OPENTAIL_FLAG;
   } else if (over && lead) {
+    // Filling bits that cross an octet's border.
     int status = l3EncBits(call, 0, 8 - over, "padding");
     if (status < 0) return l3Fail(call, type.module->encoder, status, row.line);
   } else if (over) {
-    // Octets written across a begun one may end where the buffer does: there is none to fill up then.
+    // The rest of the octet is 0 already: every write clears what is behind it. Octets written across a begun one may
+    // end where the buffer does, and there is no octet to fill up then.
     if (pctxt->buffer.byteIndex < pctxt->buffer.size) ++pctxt->buffer.byteIndex;
     pctxt->buffer.bitOffset = 8;
   }
   return 0;
 }
 
+// A length of whole octets is stored. Another one, such as 4 bits that share an octet with an element, is merged into
+// its octet by the public function, and the cursor comes back to where it was.
 int l3PatchLength(L3Call& call, size_t end, unsigned bits, uint32_t length)
 {
   RtxContext* pctxt = call.pctxt;
@@ -104,6 +116,7 @@ int l3PatchLength(L3Call& call, size_t end, unsigned bits, uint32_t length)
   return status;
 }
 
+// Are all bits from one position to another 0?
 static bool isZeroBetween(const RtxBuffer& buffer, size_t from, size_t to)
 {
   for (; from < to; ++from)
@@ -111,7 +124,8 @@ static bool isZeroBetween(const RtxBuffer& buffer, size_t from, size_t to)
   return true;
 }
 
-// A capability that came shorter than it can be goes out as short: its length tells, and what is cut off is 0.
+// A capability that came shorter than it can be goes out as short (standard's form): the length that it was decoded
+// with stands in the record, and what was cut off is 0. If a caller has set anything behind there, nothing is cut.
 static void cutToLength(L3Call& call, const L3Row& row, const uint8_t* record, size_t start)
 {
   const L3Length& info = *static_cast<const L3Length*>(row.info);
@@ -124,6 +138,8 @@ static void cutToLength(L3Call& call, const L3Row& row, const uint8_t* record, s
   buffer.bitOffset = static_cast<int16_t>(8 - (start + length) % 8);
 }
 
+// Nothing of a region is final before it is closed: what was kept inside it is put back, its last octet is filled, and
+// only then can its length be counted.
 int l3EncClose(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, size_t start)
 {
   const L3Length& info = *static_cast<const L3Length*>(row.info);
@@ -132,14 +148,17 @@ int l3EncClose(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* reco
   if (info.unitBits == 8)
     if (int status = align(call, type, row, start); status < 0) return status;
   size_t content = (l3BitPos(call.pctxt) - start) / info.unitBits;
+  // A length that counts from a bias on cannot say less than that.
   if (content < info.bias) return l3FailRange(call, type.module->encoder, row.line, content);
   size_t count = content - info.bias;
-  // A 16-bit length keeps its low 8 bits alone: a fixed trait of the encoders.
+  // A 16-bit length keeps its low 8 bits alone: 300 octets are counted as 2C. A fixed trait of the encoders.
   if (info.bits == 16 && !info.keepWhole) count &= 0xFF;
   if (info.member) l3Store(record + row.offset, row.store, count);
   uint32_t written = static_cast<uint32_t>(count & ((1ULL << info.bits) - 1));
   int status = l3PatchLength(call, start, info.bits, written);
   if (status < 0) return l3Fail(call, type.module->encoder, status, row.line);
+  // A count of bits that does not fit its length is refused. A count of octets that does not is written cut, another
+  // fixed trait, and refused if its range says so.
   bool cut = info.unitBits == 1 && count != written;
   if (cut || (info.ranged && (count < info.lo || count > info.hi) && !l3TakesAll(call)))
     return l3FailRange(call, type.module->encoder, row.line, count);

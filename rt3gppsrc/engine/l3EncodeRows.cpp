@@ -1,4 +1,6 @@
-// The walk over the rows of a record, encoding.
+// The walk over the rows of a record, encoding, and the entry of exported encoders. It mirrors l3DecodeRows.cpp.
+// Whether an element is there is the caller's word: its presence bit, or a condition on fields where it has none. The
+// encoder refuses what a decoder would only remark (a value outside its range), unless everything is to be kept.
 #include <cstring>
 
 #include "rt3gppsrc/engine/l3Direct.h"
@@ -8,8 +10,10 @@
 #include "rt3gppsrc/engine/l3Padding.h"
 #include "rtxsrc/errors/rtxReport.h"
 
+// As many as l3gen lets stand inside each other.
 static constexpr unsigned kMaxRegions = 4;
 
+// A length that has been written as 0 and whose content is being written.
 struct OpenLength {
   const L3Row* row;
   size_t start; // bit position behind the length
@@ -20,6 +24,7 @@ static const char* moduleOf(const L3Type& type)
   return type.module->encoder;
 }
 
+// Writes an enumeration. `leaf` is the type that reports a value which is no member: the enumeration's own block.
 static int encEnumerated(L3Call& call, const L3Type& leaf, const L3Row& row, uint64_t value, bool& reported)
 {
   const L3Enum& set = *static_cast<const L3Enum*>(row.info);
@@ -33,6 +38,8 @@ static int encEnumerated(L3Call& call, const L3Type& leaf, const L3Row& row, uin
   return row.flags & kL3LH ? l3EncPadded(call, value, row.bits, label) : l3EncBits(call, value, row.bits, label);
 }
 
+// Writes an integer or a flag. A number that has more bits than its field is refused, for the octets would hold
+// another.
 static int encNumber(L3Call& call, const L3Type& leaf, const L3Row& row, uint64_t value, bool& reported)
 {
   bool ranged = l3IsOutside(row, value) && !l3TakesAll(call);
@@ -44,6 +51,7 @@ static int encNumber(L3Call& call, const L3Type& leaf, const L3Row& row, uint64_
   return l3EncBits(call, value, row.bits, row.op == kL3Bool ? "BOOLEAN" : "INTEGER");
 }
 
+// Writes a number, flag or enumeration, and reports it at two levels if the row has a named type (decScalar).
 static int encScalar(L3Call& call, const L3Type& type, const L3Row& row, const uint8_t* member)
 {
   const L3Type& leaf = row.type ? *row.type : type;
@@ -53,10 +61,11 @@ static int encScalar(L3Call& call, const L3Type& type, const L3Row& row, const u
                                        : encNumber(call, leaf, row, value, reported);
   if (status >= 0) return status;
   if (row.type && !reported) status = l3Fail(call, moduleOf(leaf), status, leaf.line);
-  // What the type's own coder has reported is not reported by it again.
+  // In the encoder of the type itself the level has been recorded already.
   return row.type || !reported ? l3Fail(call, moduleOf(type), status, row.line) : status;
 }
 
+// Encodes the content of a row, without its name and without what leads it.
 int l3EncMember(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running)
 {
   running = 0;
@@ -82,6 +91,7 @@ int l3EncMember(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* rec
     case kL3Body:
       return l3EncBody(call, type, row, record);
     case kL3Extra:
+      // No member holds these bits; kept ones have been put back instead (encElement).
       status = l3EncBits(call, 0, row.bits, "INTEGER");
       break;
     default:
@@ -90,16 +100,19 @@ int l3EncMember(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* rec
   return status < 0 ? l3Fail(call, moduleOf(type), status, row.line) : status;
 }
 
+// Is the element there? Elements that only coders by hand set are left to these.
 static bool isPresent(const L3Row& row, const uint8_t* record)
 {
   if (row.given == kL3ByHand) return false;
   if (row.given == kL3GivenWhen) return l3Holds(*row.cond, record);
   if (row.mBit == kL3NoBit) return true;
+  // A group that is not there has no members, whatever their bits say.
   if (row.groupBit != kL3NoBit && !l3HasBit(record, row.groupBit)) return false;
   return l3HasBit(record, row.mBit);
 }
 
-// The extension bit of a row: 0 if the next row of its group is there.
+// The extension bit of a row: 0 if the next row of its group is there, else 1. A row that has an extension bit and is
+// not the last of its group always has a row behind it.
 static unsigned extBit(const L3Row& row, const uint8_t* record)
 {
   if (row.flags & kL3ExtLast) return 1;
@@ -107,7 +120,8 @@ static unsigned extBit(const L3Row& row, const uint8_t* record)
   return !(next.given == kL3GivenMore && isPresent(next, record));
 }
 
-// What leads the element: an optional bit or an extension bit.
+// Writes what leads the element: an optional bit, which tells whether it is there, or an extension bit, which only an
+// element that is there has. A `while-ext` list writes its own.
 static int encLead(L3Call& call, const L3Row& row, const uint8_t* record, bool present)
 {
   const L3LeadTraits& traits = l3Traits(row.lead);
@@ -117,13 +131,14 @@ static int encLead(L3Call& call, const L3Row& row, const uint8_t* record, bool p
   return l3EncBits(call, extBit(row, record), 1, traits.label);
 }
 
-// A value relative to the padding that is absent leaves its place to the padding, so that what follows stands at its
-// own.
+// A value relative to the padding that is absent leaves its place to the padding (L bits), so that what follows stands
+// at its own place.
 static bool leavesPadding(const L3Row& row, bool present)
 {
   return !present && row.room && row.lead == kL3NoLead && row.flags & kL3LH;
 }
 
+// One row: what was kept in its place, or its lead and its content.
 static int encElement(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running)
 {
   if (l3FirstKept(call.pctxt, record, &row, kL3KeptInstead))
@@ -143,6 +158,7 @@ static int encElement(L3Call& call, const L3Type& type, const L3Row& row, uint8_
   return 0;
 }
 
+// Writes a length of 0, which l3EncClose patches.
 static int encLength(L3Call& call, const L3Type& type, const L3Row& row)
 {
   const L3Length& info = *static_cast<const L3Length*>(row.info);
@@ -154,14 +170,14 @@ static int encLength(L3Call& call, const L3Type& type, const L3Row& row)
   return 0;
 }
 
-// What stands in a row, be it of a type that is one thing.
+// What stands in a row: for a bare type, such as a list with a name, the row inside it.
 static const L3Row& contentOf(const L3Row& row)
 {
   return row.op == kL3Record && row.type->flags & kL3Bare ? row.type->rows[0] : row;
 }
 
-// Rest octets that ended in front of a choice have no alternative of it. They end there again, where anything else
-// would be what a network did not send.
+// Rest octets that ended in front of a choice have no alternative of it (`t` is 0). They end there again; any
+// alternative would be something that the network did not send.
 static bool endsHere(const L3Type& type, const L3Row& row, const uint8_t* record)
 {
   if (!(type.flags & kL3RestOctets)) return false;
@@ -169,7 +185,8 @@ static bool endsHere(const L3Type& type, const L3Row& row, const uint8_t* record
 }
 
 // A list to the end of a message leaves no bits for what could follow it. In an enhanced measurement report one bit
-// more would be one more cell: what is absent behind the bitmap is absent because the message is over.
+// more would be one more cell: what is absent behind the bitmap is absent because the message is over, so it gets no
+// bit.
 static bool runsOut(const L3Row& row, const uint8_t* record)
 {
   const L3Row& content = contentOf(row);
@@ -184,7 +201,7 @@ static int padEnd(L3Call& call, const L3Type& type, bool over)
   return type.flags & kL3RestOctets || (type.flags & kL3Padded && !filled) ? l3PadRest(call, type) : 0;
 }
 
-// Can the value be written as it stands in the record?
+// Can the value be written as it stands in the record, without a report?
 static bool isGood(const L3Row& row, uint64_t value)
 {
   if (row.op == kL3UInt) return !(value >> row.bits);
@@ -193,7 +210,8 @@ static bool isGood(const L3Row& row, uint64_t value)
   return set.openEncode || l3IsMember(set, value);
 }
 
-// The counterpart of the decoder's run: what does not fit, in its bits or in the buffer, is left to the walk.
+// Writes fields that stand side by side and are always there, without names and reports. Returns the first row that it
+// has not written: what does not fit, in its bits or in the buffer, is left to the walk.
 static const L3Row* putRun(L3Call& call, const L3Row* row, const L3Row* end, const uint8_t* record)
 {
   for (; row < end && row->flags == kL3InRun; ++row) {
@@ -204,14 +222,16 @@ static const L3Row* putRun(L3Call& call, const L3Row* row, const L3Row* end, con
   return row;
 }
 
-// Apart from l3EncRows, so that a direct coder does not pay for the walk's frame.
+// The walk over one record. It stands apart from l3EncRows, so that a direct coder does not pay for its stack frame.
 [[gnu::noinline]] static int walkRows(L3Call& call, const L3Type& type, void* value)
 {
   uint8_t* record = static_cast<uint8_t*>(value);
   OpenLength open[kMaxRegions];
   unsigned opened = 0;
   int running = 0;
-  bool over = false; // nothing can stand behind what was written
+  // Nothing can stand behind what has been written (runsOut).
+  bool over = false;
+  // A run does not look for what was kept in place of a row.
   bool runs = call.plain() && !l3HasKept(call.pctxt);
   const L3Row* end = type.rows + type.rowCount;
   for (const L3Row* row = type.rows; row < end; ++row) {
@@ -220,6 +240,7 @@ static const L3Row* putRun(L3Call& call, const L3Row* row, const L3Row* end, con
       if ((row = putRun(call, row, end, record)) == end) break;
     }
     if (row->op == kL3Release) {
+      // A release group that is absent goes with all its rows.
       if (!l3HasBit(record, row->mBit)) row += static_cast<const L3Release*>(row->info)->rows;
       continue;
     }
@@ -230,24 +251,28 @@ static const L3Row* putRun(L3Call& call, const L3Row* row, const L3Row* end, con
       continue;
     }
     if (endsHere(type, *row, record)) break;
+    // An optional bit would be read as one more entry of the list.
     if (over && row->room && !isPresent(*row, record)) continue;
     over = over || runsOut(*row, record);
     int status = row->op == kL3Length ? encLength(call, type, *row) : encElement(call, type, *row, record, running);
     if (status < 0) return status;
     if (row->op == kL3Length) open[opened++] = {row, l3BitPos(call.pctxt)};
   }
+  // The end of the record closes what is still open, from the inside out, so that each length counts the ones inside.
   while (opened-- > 0)
     if (running = l3EncClose(call, type, *open[opened].row, record, open[opened].start); running < 0) return running;
   if (int status = padEnd(call, type, over); status < 0) return status;
   return type.message ? l3EncOptions(call, type, record, running) : l3Ended(call, running);
 }
 
+// The direct coder first. If a trial around this record has been given up, the walk would be for nothing.
 int l3EncRows(L3Call& call, const L3Type& type, void* value)
 {
   if (l3EncDirectly(call, type, value)) return 0;
   return call.mode == kL3GivenUp ? RTX_E_GENERAL : walkRows(call, type, value);
 }
 
+// Takes the standard's form of the type, if the context asks for it. A coder by hand comes before the rows.
 int l3EncType(L3Call& call, const L3Type& named, void* value)
 {
   const L3Type& type = l3FormOf(named, call.pctxt);
@@ -255,18 +280,23 @@ int l3EncType(L3Call& call, const L3Type& named, void* value)
   return l3EncRows(call, type, value);
 }
 
+// Writes the optional elements that are there, in the order of the table, each behind its identifier. What was kept
+// goes back behind the element that it stood behind.
 int l3EncOptions(L3Call& call, const L3Type& type, uint8_t* record, int running)
 {
   const L3Message& message = *type.message;
   if (int status = l3PutKept(call, type, type.line, record, &message, kL3KeptBehind); status < 0) return status;
   for (unsigned i = 0; i < message.count; ++i) {
     const L3Row& row = message.options[i];
+    // Nothing can be found behind an open tail.
     if (call.pctxt->flags & RTX_OPENTAIL_FLAG) break; // nothing can be found behind an open tail
     if (!isPresent(row, record)) continue;
     L3Name frame;
     if (int status = l3PushRow(call, moduleOf(type), row, frame); status < 0) return status;
     int16_t bitOffset = call.pctxt->buffer.bitOffset;
+    // An identifier at another bit would be read as something else.
     if (bitOffset != 8 && bitOffset != 0) return l3Fail(call, moduleOf(type), RTX_E_NOT_OCTET_ALIGNED, row.line);
+    // A half-octet identifier is written in the upper half; its value fills the lower one.
     int status = l3EncBits(call, message.ieis[i].value, message.ieis[i].half ? 4 : 8, "iei");
     if (status < 0) return l3Fail(call, moduleOf(type), status, row.line);
     if (status = l3EncMember(call, type, row, record, running); status < 0) return status;
@@ -276,6 +306,7 @@ int l3EncOptions(L3Call& call, const L3Type& type, uint8_t* record, int running)
   return l3Ended(call, running);
 }
 
+// A whole call by the walk, or by a coder by hand; direct coders inside it may still be tried (kL3MayTry).
 int l3EncByRows(RtxContext* pctxt, const L3Type& type, void* value, L3Mode mode)
 {
   L3Call call;
@@ -285,6 +316,7 @@ int l3EncByRows(RtxContext* pctxt, const L3Type& type, void* value, L3Mode mode)
   size_t start = pctxt->buffer.byteIndex;
   int status = l3EncType(call, type, value);
   if (status >= 0 && l3HasKept(pctxt)) {
+    // What stood behind the whole value.
     int put = l3PutKeptEnd(call, type, value, start);
     status = put < 0 ? put : status;
   }
