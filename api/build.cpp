@@ -1,13 +1,25 @@
-// Building a record from named values, the mirror of the walk: members are found by the same names, and what the wire
-// needs besides follows from what is there: presence bits, tags of alternatives, counts of arrays, message types.
+// Building a record from named values, the mirror of the walk (visit.cpp): velnor3gpp_build takes one step at a time,
+// an opened object, a name, a value, and puts values where the walk would have found them. JSON (json/read.cpp) and
+// other languages feed it. Members are found by the names that the walk tells. What the wire needs besides follows from
+// what is there: presence bits, tags of alternatives, counts of arrays, message types; lengths are left to the encoder.
+//
+// The source is a stranger's: every allocation comes out of a budget, nesting ends at 64 levels, and the first mistake
+// is reported with its path and stops the rest. The record is on the job's heap and becomes the session's at the last
+// step. Nothing here tests ranges or whether the record can be encoded: the encoder does.
+//
+//   {"identity": {"typeOfIdent": 1}}   OPEN, MEMBER identity, OPEN, MEMBER typeOfIdent, NUMBER 1, CLOSE, CLOSE
 #include "api/build.h"
 
 #include <stdarg.h>
 #include <stdio.h>
 
+// What a record may take of the heap: without a bound, [{},{},{},...] of a few octets each would grow a list of records
+// of kilobytes each.
 static constexpr size_t kBudgetBase = 65536;
 static constexpr size_t kBudgetFactor = 64; // octets of record for each octet of source, as decoders have it
 
+// Appends the part of the path that a frame stands for, "[2]" or ".name", and gives the length that the whole path has,
+// even where it no longer fits into `room`.
 static size_t appendKey(char* text, size_t room, size_t at, const Frame& frame)
 {
   int more = 0;
@@ -20,6 +32,7 @@ static size_t appendKey(char* text, size_t room, size_t at, const Frame& frame)
   return at + (more > 0 ? static_cast<size_t>(more) : 0);
 }
 
+// The path of the place that the build has come to: "data.RegRequest.mobileId[0]".
 static void buildPath(const Build& build, char* text, size_t room)
 {
   size_t at = static_cast<size_t>(snprintf(text, room, "%s", build.prefix));
@@ -39,6 +52,7 @@ int buildFailed(velnor3gpp_Session& session, int status, const char* format, ...
   return velnor3gpp_report(&session, status, path, words);
 }
 
+// A size of 0 gets an octet, so that a null pointer always means that memory is out.
 void* buildAlloc(velnor3gpp_Session& session, size_t size)
 {
   Build& build = *session.build;
@@ -52,7 +66,9 @@ void* buildAlloc(velnor3gpp_Session& session, size_t size)
   return memory;
 }
 
-// A type that stands for its content alone leads to the row of that content.
+// Where a value of the type goes. A type that stands for its content alone (TS24501IE_ABBA, which is a string behind a
+// length) has no braces in the walk, so the value goes to the row of that content; rows that are no elements are passed
+// over.
 static Slot slotOf(const L3Type& named, uint8_t* at, const RtxContext* ctxt)
 {
   const L3Type& type = l3FormOf(named, ctxt);
@@ -66,12 +82,15 @@ static Slot slotOf(const L3Type& named, uint8_t* at, const RtxContext* ctxt)
   return {&type, nullptr, at};
 }
 
+// Where a value of the row goes: to the row, or to the type that it holds.
 static Slot slotOf(const L3Row& row, uint8_t* at, const RtxContext* ctxt)
 {
   if (row.op == kL3Record || row.op == kL3TextType) return slotOf(*row.type, at + row.offset, ctxt);
   return {nullptr, &row, at};
 }
 
+// Begins a record of the type in `event`; `number` is the size of the source in octets, which the budget follows, and
+// `text` a prefix for paths, so that mistakes are named where the source has them ("$.record" of JSON).
 static int begin(velnor3gpp_Session& session, const velnor3gpp_BuildEvent& event)
 {
   endJob(session);
@@ -80,6 +99,7 @@ static int begin(velnor3gpp_Session& session, const velnor3gpp_BuildEvent& event
     if (!session.build) return velnor3gpp_report(&session, RTX_E_NO_MEMORY, "", "out of memory");
   }
   Build& build = *session.build;
+  // Frames are cleared as they are pushed: 64 of them take more than all the rest.
   memset(&build, 0, offsetof(Build, frames));
   build.budget = kBudgetBase + kBudgetFactor * static_cast<size_t>(event.number < SIZE_MAX / 128 ? event.number : 0);
   size_t length = event.count < sizeof build.prefix ? event.count : sizeof build.prefix - 1;
@@ -94,11 +114,13 @@ static int begin(velnor3gpp_Session& session, const velnor3gpp_BuildEvent& event
   return 0;
 }
 
-// An entry takes a place of its own. The array of a record's own has room for so many; another one grows.
+// Gives the next entry of a list a place. An array inside the record (`cap`) is full at its bound. One on the heap is
+// doubled, and the old one is freed; nothing points into it any more, because an entry is whole before the next begins.
 static int nextEntry(velnor3gpp_Session& session, Frame& frame)
 {
   const L3List& info = *static_cast<const L3List*>(frame.row->info);
   if (frame.count == frame.capacity) {
+    // Entries inside the record cannot be moved to the heap: the encoder takes them from the array.
     if (info.cap) return buildFailed(session, RTX_E_REPEAT_LIMIT, "has more than %u entries; take some out", info.cap);
     size_t capacity = frame.capacity ? frame.capacity * 2 : 4;
     uint8_t* grown = static_cast<uint8_t*>(buildAlloc(session, capacity * info.elemSize));
@@ -113,7 +135,7 @@ static int nextEntry(velnor3gpp_Session& session, Frame& frame)
   return 0;
 }
 
-// Sees to it that the next value has a place to go to.
+// Makes sure that a value has a place to go to: the slot behind a name, or a new entry of the innermost list.
 static int expectValue(velnor3gpp_Session& session)
 {
   Build& build = *session.build;
@@ -123,6 +145,7 @@ static int expectValue(velnor3gpp_Session& session)
   return buildFailed(session, RTX_E_EXPECTED_NAME, "a value stands where a name is needed");
 }
 
+// Goes one level down, into the slot under work.
 static int push(velnor3gpp_Session& session, FrameKind kind)
 {
   Build& build = *session.build;
@@ -138,7 +161,8 @@ static int push(velnor3gpp_Session& session, FrameKind kind)
   return 0;
 }
 
-// The form that the body is a row of is the record around it.
+// Opens the body of a form. Its frame gets the type of the record around it, because that is the form whose message
+// type and discriminator are set when the message is named (l3SetBody).
 static int openBody(velnor3gpp_Session& session)
 {
   Build& build = *session.build;
@@ -149,6 +173,7 @@ static int openBody(velnor3gpp_Session& session)
   return 0;
 }
 
+// An object is a record, a choice (an object of one member, the alternative) or a body (the message).
 static int openObject(velnor3gpp_Session& session)
 {
   const Slot& slot = session.build->slot;
@@ -159,6 +184,7 @@ static int openObject(velnor3gpp_Session& session)
   return refuseKind(session, slot, "an object");
 }
 
+// Opens a list. For one inside the record the entries have their place already; one on the heap gets it by growing.
 static int openList(velnor3gpp_Session& session)
 {
   Build& build = *session.build;
@@ -173,6 +199,7 @@ static int openList(velnor3gpp_Session& session)
   return 0;
 }
 
+// Refuses a name that is none here, with the nearest that is one: "is no member of this record; did you mean 'imsi'?".
 static int unknownKey(velnor3gpp_Session& session, const Frame& frame, const char* key, size_t length)
 {
   const char* near = nearestKey(frame, key, length);
@@ -182,18 +209,22 @@ static int unknownKey(velnor3gpp_Session& session, const Frame& frame, const cha
   return buildFailed(session, RTX_E_UNEXPECTED_ELEMENT, "%s; take it out", words);
 }
 
+// Sets the presence bits of a member and of the group that it belongs to. A bit that a name has set stays set.
 static void setPresent(const L3Row& row, uint8_t* record)
 {
   if (row.mBit != kL3NoBit) l3SetBit(record, row.mBit);
   if (row.groupBit != kL3NoBit) l3SetBit(record, row.groupBit);
 }
 
+// A name in a record. Names mostly come in the record's order, so the search begins behind the member before (`next`).
+// `seen` has a bit for each row, to refuse a name that stands twice and to find missing members at the end.
 static int takeRecordMember(velnor3gpp_Session& session, Frame& frame, const char* key, size_t length)
 {
   Member member = {};
   if (!findMember(*frame.type, frame.at, key, length, frame.next, member))
     return unknownKey(session, frame, key, length);
   uint64_t bit = 1ULL << (member.index % 64);
+  // Members of a nameless record inside share its one row, so these are not told apart.
   bool own = member.at == frame.at;
   if (own && frame.seen[member.index / 64] & bit)
     return buildFailed(session, RTX_E_DUPLICATE_ELEMENT,
@@ -208,12 +239,15 @@ static int takeRecordMember(velnor3gpp_Session& session, Frame& frame, const cha
   return 0;
 }
 
+// Remembers which alternative was named for a choice that stores no number of it: when the record is closed, the
+// members that select the alternative must tell the same one.
 static void noteTaken(Frame& record, const Frame& choice, const L3Row& alternative)
 {
   record.untagged = choice.row;
   record.taken = &alternative;
 }
 
+// A name in a choice: stores the alternative's number and expects its value.
 static int takeAlternative(velnor3gpp_Session& session, Frame& frame, const char* key, size_t length)
 {
   const L3Choice& choice = *static_cast<const L3Choice*>(frame.row->info);
@@ -230,10 +264,12 @@ static int takeAlternative(velnor3gpp_Session& session, Frame& frame, const char
   return unknownKey(session, frame, key, length);
 }
 
+// A row for messages without content, whose value is `true`.
 static const L3Row kNoContent = {{},        {}, {}, {}, 0, 0, kL3NoBit, kL3NoBit, kL3Nothing, 0, kL3GivenAlways,
                                  kL3NoLead, 0,  0,  0,  0};
 
-// The message's type and discriminator are set with it: they tell nothing that its name does not.
+// A name in a body. The message gets its storage, and the header its type and discriminator, which tell nothing that
+// the name does not: JSON may leave them out.
 static int takeMessage(velnor3gpp_Session& session, Frame& frame, const char* key, size_t length)
 {
   const L3Body& body = *static_cast<const L3Body*>(frame.row->info);
@@ -249,6 +285,7 @@ static int takeMessage(velnor3gpp_Session& session, Frame& frame, const char* ke
   return unknownKey(session, frame, key, length);
 }
 
+// A choice or body has one member; a second is a mistake even with the same name.
 static int takeChosen(velnor3gpp_Session& session, Frame& frame, const char* key, size_t length)
 {
   if (frame.chosen)
@@ -259,6 +296,8 @@ static int takeChosen(velnor3gpp_Session& session, Frame& frame, const char* key
   return status;
 }
 
+// A name. One with a `$` in it is not an element: "typeOfIdent$name", which writers of JSON put beside a number, is
+// passed over with its value.
 static int takeName(velnor3gpp_Session& session, const velnor3gpp_BuildEvent& event)
 {
   Build& build = *session.build;
@@ -277,6 +316,8 @@ static int takeName(velnor3gpp_Session& session, const velnor3gpp_BuildEvent& ev
   return status;
 }
 
+// Stores count and place of the entries: a count of 8 bits in an array's front, or count and pointer of one on the
+// heap.
 static void closeList(const Frame& frame)
 {
   const L3List& info = *static_cast<const L3List*>(frame.row->info);
@@ -287,7 +328,8 @@ static void closeList(const Frame& frame)
     l3StoreList(member, frame.count, frame.entries);
 }
 
-// A record is whole, and its members go together.
+// A record is whole when it is closed: members that are always there have been named, and a choice has the alternative
+// that the members selecting it tell. An encoder goes by these members, and would follow the wrong pointers otherwise.
 static int closeRecord(velnor3gpp_Session& session, Frame& frame)
 {
   if (const char* missing = missingMember(frame, session.forms & RTX_FLAG_KEEP_ELEMENTS)) {
@@ -302,12 +344,13 @@ static int closeRecord(velnor3gpp_Session& session, Frame& frame)
   return buildFailed(session, RTX_E_INVALID_CHOICE, "has another alternative than the members tell that select it");
 }
 
+// Ends the innermost object or list. A name without a value behind it cannot be closed over.
 static int closeFrame(velnor3gpp_Session& session)
 {
   Build& build = *session.build;
   if (!build.depth || build.expected) return buildFailed(session, RTX_E_UNBALANCED, "ends without a value");
   Frame& frame = build.frames[build.depth - 1];
-  frame.key = nullptr;
+  frame.key = nullptr; // a mistake from here on is one of the record, and its path ends there
   if (frame.kind == FrameKind::list) {
     closeList(frame);
     frame.count = 0;
@@ -319,6 +362,7 @@ static int closeFrame(velnor3gpp_Session& session)
   return 0;
 }
 
+// A number, flag or text into the slot. At depth 0 it is the whole: types without braces are a value by themselves.
 static int storeValue(velnor3gpp_Session& session, const velnor3gpp_BuildEvent& event)
 {
   Build& build = *session.build;
@@ -329,10 +373,13 @@ static int storeValue(velnor3gpp_Session& session, const velnor3gpp_BuildEvent& 
   return storeText(session, build.slot, event.text, event.count);
 }
 
+// Hands the record to the session, as if it had been decoded. Only now is the session's type set, so that a record that
+// was broken off is never printed or encoded.
 static int end(velnor3gpp_Session& session, const velnor3gpp_BuildEvent& event)
 {
   Build& build = *session.build;
   if (!build.done) return buildFailed(session, RTX_E_MISSING_ELEMENT, "the record is missing");
+  // A source that says nothing of the direction leaves it to the message type.
   session.known = build.known;
   session.direction = static_cast<velnor3gpp_Direction>(event.number <= VELNOR3GPP_DOWN ? event.number : 0);
   tellDirection(session);
@@ -340,7 +387,7 @@ static int end(velnor3gpp_Session& session, const velnor3gpp_BuildEvent& event)
   return 0;
 }
 
-// A value that is not wanted ends where its nesting does.
+// Passes over a value that is not wanted, with all that is nested in it. `skipped` counts its open levels.
 static void skip(Build& build, velnor3gpp_BuildStep step)
 {
   build.skipNext = false;
@@ -348,6 +395,7 @@ static void skip(Build& build, velnor3gpp_BuildStep step)
   if (step == VELNOR3GPP_BUILD_CLOSE && build.skipped) --build.skipped;
 }
 
+// A kind of value that no member has, such as null or 1.5; the text names it for the message.
 static int takeOther(velnor3gpp_Session& session, const velnor3gpp_BuildEvent& event)
 {
   char is[64] = "";
@@ -355,6 +403,7 @@ static int takeOther(velnor3gpp_Session& session, const velnor3gpp_BuildEvent& e
   return refuseKind(session, session.build->slot, is);
 }
 
+// One step between begin and end. Every step but these three needs a place for a value.
 static int takeStep(velnor3gpp_Session& session, const velnor3gpp_BuildEvent& event)
 {
   Build& build = *session.build;
@@ -379,6 +428,7 @@ static int takeStep(velnor3gpp_Session& session, const velnor3gpp_BuildEvent& ev
   }
 }
 
+// After the first mistake every step returns its status, so that a source need not look at each.
 int velnor3gpp_build(velnor3gpp_Session* session, const velnor3gpp_BuildEvent* event)
 {
   if (!session || !event) return RTX_E_NULL_POINTER;

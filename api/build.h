@@ -1,22 +1,29 @@
-// A record under construction: where the values go that come step by step.
+// A record under construction: where the values go that come step by step (build.cpp), how names lead to members
+// (buildMembers.cpp), and how values are stored (buildValues.cpp). Only these three files include it, and session.cpp,
+// which frees it. A Build is the session's, in its own heap, and is used again for each record; the record is on the
+// job's heap.
 #ifndef VELNOR3GPP_API_BUILD_H
 #define VELNOR3GPP_API_BUILD_H
 
 #include "api/session.h"
 #include "velnor3gpp/rtxPrintStream.h"
 
+// Deeper than any record of the definitions. A text of brackets could otherwise go as deep as it is long.
 inline constexpr unsigned kMaxBuildDepth = 64;
 inline constexpr unsigned kMaxRows = 512; // of one record, options included
 
+// What has been opened: named members, one alternative, one message, or entries.
 enum class FrameKind : uint8_t { record, choice, body, list };
 
-// Where the next value goes: a type with its place, or a row with the record that its offset counts from.
+// Where the next value goes: a type with its place, or a row with the record that its offset counts from. One of `type`
+// and `row` is null.
 struct Slot {
   const L3Type* type; // a record, text or empty type, or null
   const L3Row* row;   // what is no record, or null
   uint8_t* at;        // the value, or the record of the row
 };
 
+// One level of nesting: an object or list that has been opened and not closed. Which members count is told by the kind.
 struct Frame {
   FrameKind kind;
   bool chosen;        // choice, body: the alternative is there
@@ -33,6 +40,7 @@ struct Frame {
   const L3Row* taken;    // its alternative
 };
 
+// The state between two steps. Everything in front of `frames` is cleared when a record begins.
 struct Build {
   int status; // of the first mistake
   unsigned depth;

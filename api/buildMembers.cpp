@@ -1,15 +1,18 @@
-// Members of a record by their names: which row a name leads to, which are missing, and what a wrong one may have
-// meant.
+// Members of a record by their names, for build.cpp: which row a name leads to, which members are missing, which choice
+// contradicts its record, and what a wrong name may have meant. Reads the tables and the record, stores nothing.
 #include "api/build.h"
 #include "rt3gppsrc/engine/l3Kept.h"
 
-// Rows that are no elements.
+// Rows that are no elements: a length that no member keeps, the end of its region, the begin of a release group, a
+// tail, bits of the standard's form alone.
 static bool isMark(const L3Row& row)
 {
   if (row.op == kL3Length) return !static_cast<const L3Length*>(row.info)->member;
   return row.op == kL3EndLength || row.op == kL3Release || row.op == kL3Tail || row.op == kL3Extra;
 }
 
+// Does the name lead to this row, or to something that a nameless row holds? A nameless record's members and a nameless
+// choice's alternatives are members of the record around them, as the walk tells them.
 static bool matches(const L3Row& row, uint8_t* record, unsigned index, const char* key, size_t length, Member& member)
 {
   if (isMark(row)) return false;
@@ -34,23 +37,27 @@ static bool matches(const L3Row& row, uint8_t* record, unsigned index, const cha
   return false;
 }
 
+// Optional elements stand in a table of their own and are counted behind the rows.
 static unsigned optionsOf(const L3Type& type)
 {
   return type.message ? type.message->count : 0;
 }
 
+// Rows and options, bounded by what `Frame::seen` has bits for.
 static unsigned membersOf(const L3Type& type)
 {
   unsigned count = type.rowCount + optionsOf(type);
   return count < kMaxRows ? count : kMaxRows;
 }
 
+// The row of an index that membersOf bounds.
 static const L3Row& rowAt(const L3Type& type, unsigned index)
 {
   return index < type.rowCount ? type.rows[index] : type.message->options[index - type.rowCount];
 }
 
-// Members mostly come in their order, so that the first look finds them.
+// Looks from row `from` on and then from the first: members mostly come in their order, so that the first look finds
+// them.
 bool findMember(const L3Type& type, uint8_t* record, const char* key, size_t length, unsigned from, Member& member)
 {
   unsigned count = membersOf(type);
@@ -61,7 +68,7 @@ bool findMember(const L3Type& type, uint8_t* record, const char* key, size_t len
   return false;
 }
 
-// What a message sets by itself: its type and discriminator.
+// Is the row the message type or discriminator of a body that is there? Naming the message has set it.
 static bool followsFromBody(const L3Type& type, const L3Row& row, const uint8_t* record)
 {
   for (const L3Row* other = type.rows; other < type.rows + type.rowCount; ++other) {
@@ -78,7 +85,7 @@ static bool isSpare(const L3Row& row)
   return row.name && strncmp(row.name, "spare", 5) == 0;
 }
 
-// May the row have no value? Lengths are worked out, spare bits are 0.
+// May the row have no value? Lengths are worked out by encoders, spare bits are 0, an absent element is no element.
 static bool mayBeLeftOut(const L3Type& type, const L3Row& row, const uint8_t* record)
 {
   if (isMark(row) || row.op == kL3Length || row.op == kL3Nothing || isSpare(row)) return true;
@@ -93,6 +100,7 @@ const char* missingMember(const Frame& frame, bool keeps)
   for (unsigned i = 0; i < count; ++i) {
     const L3Row& row = rowAt(*frame.type, i);
     if (frame.seen[i / 64] >> (i % 64) & 1 || mayBeLeftOut(*frame.type, row, frame.at)) continue;
+    // What could not be decoded may have been kept in place of a mandatory element; it comes with velnor3gpp_keep.
     if (keeps && frame.type->message && l3LeadingLength(row)) continue;
     if (row.name) return l3KeyOf(row);
     if (row.op == kL3Choice) return l3KeyOf(static_cast<const L3Choice*>(row.info)->alternatives[0].row);
@@ -100,13 +108,15 @@ const char* missingMember(const Frame& frame, bool keeps)
   return nullptr;
 }
 
+// The alternative that the selecting members tell, or null.
 static const L3Alternative* toldAlternative(const L3Choice& choice, const uint8_t* record)
 {
   return l3FindBySelector(choice, l3JoinFields(choice.fields, choice.fieldCount, record));
 }
 
-// A choice that other members select has the alternative that they tell. An encoder goes by those members, and would
-// take the octets of one alternative for the pointers of another. Members that tell none go with a choice of none.
+// Has the choice another number than its selecting members tell? An encoder goes by those members and would take the
+// octets of one alternative for the pointers of another: `codingScheme` 0 beside `ucs2`. Members that tell no
+// alternative go with a choice that has none.
 static bool isContradicted(const L3Row& row, const uint8_t* record)
 {
   const L3Choice& choice = *static_cast<const L3Choice*>(row.info);
@@ -117,6 +127,8 @@ static bool isContradicted(const L3Row& row, const uint8_t* record)
 
 const L3Row* contradictedChoice(const Frame& frame)
 {
+  // A choice without a number: the alternative that was named against the one that the members tell. Two alternatives
+  // of one type at one place are the same to an encoder.
   if (frame.untagged) {
     const L3Alternative* told = toldAlternative(*static_cast<const L3Choice*>(frame.untagged->info), frame.at);
     bool same = told && told->row.type == frame.taken->type && told->row.offset == frame.taken->offset;
@@ -130,12 +142,14 @@ const L3Row* contradictedChoice(const Frame& frame)
   return nullptr;
 }
 
+// ASCII alone: names of members have nothing else.
 static char lower(char c)
 {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
 }
 
-// Insertions, deletions and changes between two names of at most 63 characters, whatever their case.
+// The least count of insertions, deletions and changes that turn one name into the other, whatever their case: the
+// usual table of a row for each character, of which one row is kept. Names above 63 characters are far from everything.
 static size_t distance(const char* a, size_t lengthA, const char* b)
 {
   uint8_t row[64];
@@ -143,7 +157,7 @@ static size_t distance(const char* a, size_t lengthA, const char* b)
   if (lengthA > 63 || lengthB > 63) return 64;
   for (size_t j = 0; j <= lengthB; ++j) row[j] = static_cast<uint8_t>(j);
   for (size_t i = 1; i <= lengthA; ++i) {
-    uint8_t diagonal = row[0]++;
+    uint8_t diagonal = row[0]++; // row[j] of the row before, at j - 1
     for (size_t j = 1; j <= lengthB; ++j) {
       uint8_t changed = static_cast<uint8_t>(diagonal + (lower(a[i - 1]) != lower(b[j - 1])));
       diagonal = row[j];
@@ -156,6 +170,7 @@ static size_t distance(const char* a, size_t lengthA, const char* b)
 
 namespace {
 
+// The search for a name: what was written, and the nearest name so far with its distance.
 struct Nearest {
   const char* key;
   size_t length;
@@ -165,6 +180,7 @@ struct Nearest {
 
 } // namespace
 
+// Keeps the name if it is nearer than those before it.
 static void consider(Nearest& nearest, const char* name)
 {
   if (!name) return;
@@ -174,12 +190,15 @@ static void consider(Nearest& nearest, const char* name)
   nearest.found = name;
 }
 
+// The names of a choice's alternatives.
 static void considerAlternatives(Nearest& nearest, const L3Row& row)
 {
   const L3Choice& choice = *static_cast<const L3Choice*>(row.info);
   for (unsigned i = 0; i < choice.count; ++i) consider(nearest, l3KeyOf(choice.alternatives[i].row));
 }
 
+// A name is near if fewer than two and a third of its characters differ: "tpyeOfIdent" is near to "typeOfIdent", "x" to
+// nothing of more than two characters.
 const char* nearestKey(const Frame& frame, const char* key, size_t length)
 {
   Nearest nearest = {key, length, nullptr, 2 + length / 3};

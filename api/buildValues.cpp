@@ -1,17 +1,21 @@
-// Values of a record from numbers, flags and text, each tested against what its member can hold.
+// Values of a record from numbers, flags and text, for build.cpp. Each is tested against what its member can hold
+// before it is stored: the bits of a number, the room of an array, the characters of a string. What the standard allows
+// beyond that is the encoder's to test. Texts on the heap are copies, so the source may go.
 #include <stdio.h>
 
 #include "api/build.h"
 #include "rt3gppsrc/engine/l3Enum.h"
 
+// Reports a value of the wrong kind: what it is, and what to write.
 static int wrong(velnor3gpp_Session& session, const char* is, const char* write)
 {
   return buildFailed(session, RTX_E_INVALID_FOR_TYPE, "is %s; write %s", is, write);
 }
 
-// What stands at a slot that takes something else than was given.
+// Reports a value that its slot cannot take, in the words of JSON, which nearly all sources are.
 int refuseKind(velnor3gpp_Session& session, const Slot& slot, const char* is)
 {
+  // A slot with a type is text, nothing at all, or a record.
   if (slot.type) {
     if (l3TextForm(*slot.type) != L3TextForm::none) return wrong(session, is, "a string of text");
     return wrong(session, is, l3IsEmpty(*slot.type) ? "true" : "an object");
@@ -37,6 +41,7 @@ int refuseKind(velnor3gpp_Session& session, const Slot& slot, const char* is)
   }
 }
 
+// Lengths that the record keeps are numbers too: they may be given, and encoders set them anew.
 static bool isNumber(const Slot& slot)
 {
   if (!slot.row) return false;
@@ -44,11 +49,13 @@ static bool isNumber(const Slot& slot)
   return op == kL3UInt || op == kL3Enumerated || op == kL3Unary || op == kL3Length;
 }
 
+// Stores a number that fits into the bits of the element, which may be fewer than those of its member: 3 bits take 0 to
+// 7.
 int storeNumber(velnor3gpp_Session& session, const Slot& slot, uint64_t number)
 {
   if (!isNumber(slot)) return refuseKind(session, slot, "a number");
   const L3Row& row = *slot.row;
-  unsigned width = row.op == kL3Unary ? 8 : row.bits;
+  unsigned width = row.op == kL3Unary ? 8 : row.bits; // a unary number counts its bits up to 255
   if (width < 64 && number >> width) {
     unsigned long long most = (1ULL << width) - 1;
     return buildFailed(session, RTX_E_TOO_BIG, "is %llu; it takes 0 to %llu (%u bits)",
@@ -58,12 +65,14 @@ int storeNumber(velnor3gpp_Session& session, const Slot& slot, uint64_t number)
   return 0;
 }
 
+// Is the slot an element without a value, which is `true` where it is there?
 static bool isNothing(const Slot& slot)
 {
   if (slot.row) return slot.row->op == kL3Nothing;
   return l3IsEmpty(*slot.type) && l3TextForm(*slot.type) == L3TextForm::none;
 }
 
+// `false` for an element without a value is refused: it would say that the element is there and is not.
 int storeFlag(velnor3gpp_Session& session, const Slot& slot, uint64_t flag)
 {
   if (isNothing(slot)) return flag ? 0 : wrong(session, "false", "true, or take it out");
@@ -72,6 +81,7 @@ int storeFlag(velnor3gpp_Session& session, const Slot& slot, uint64_t flag)
   return 0;
 }
 
+// The value of a hexadecimal digit in either case, or -1.
 static int digitOf(char c)
 {
   if (c >= '0' && c <= '9') return c - '0';
@@ -80,6 +90,7 @@ static int digitOf(char c)
   return -1;
 }
 
+// Digits into octets that are 0: each digit shifts the one before to the upper half. "4B" is 4, then 4B.
 static int unhex(velnor3gpp_Session& session, const char* text, size_t count, uint8_t* octets)
 {
   for (size_t i = 0; i < count; ++i) {
@@ -90,10 +101,11 @@ static int unhex(velnor3gpp_Session& session, const char* text, size_t count, ui
   return 0;
 }
 
+// Octets: into an array of a fixed size, into one with a count of 8 bits in front, or onto the heap.
 static int storeOctets(velnor3gpp_Session& session, const L3Octets& info, uint8_t* member, const char* text,
                        size_t characters)
 {
-  size_t count = characters / 2;
+  size_t count = characters / 2; // of octets
   if (characters % 2) return buildFailed(session, RTX_E_BAD_HEX, "has an odd number of hexadecimal digits");
   if (info.from == kL3Fixed) {
     if (count == info.fixed) return unhex(session, text, characters, member);
@@ -110,6 +122,7 @@ static int storeOctets(velnor3gpp_Session& session, const L3Octets& info, uint8_
   return unhex(session, text, characters, data);
 }
 
+// Bits into octets that are 0, the first on top: "101" is A0.
 static int takeBits(velnor3gpp_Session& session, const char* text, size_t count, uint8_t* octets)
 {
   for (size_t i = 0; i < count; ++i) {
@@ -120,6 +133,7 @@ static int takeBits(velnor3gpp_Session& session, const char* text, size_t count,
   return 0;
 }
 
+// A bit string, in the same three ways as octets.
 static int storeBits(velnor3gpp_Session& session, const L3BitString& info, uint8_t* member, const char* text,
                      size_t count)
 {
@@ -138,7 +152,9 @@ static int storeBits(velnor3gpp_Session& session, const L3BitString& info, uint8
   return takeBits(session, text, count, data);
 }
 
-// An array of `cap` characters, which has no end when it is full, or a pointer.
+// Characters into an array of `cap`, which must have room for an ending zero, or with `cap` 0 onto the heap. A zero
+// inside would end the text early on the heap; an array has its digits behind a zero written all the same (see
+// visit.cpp).
 static int storeChars(velnor3gpp_Session& session, uint8_t* member, size_t cap, const char* text, size_t count)
 {
   if (!cap && count && memchr(text, 0, count)) return buildFailed(session, RTX_E_BAD_CHAR, "holds a character 0");
@@ -151,17 +167,19 @@ static int storeChars(velnor3gpp_Session& session, uint8_t* member, size_t cap, 
   return 0;
 }
 
-// Above 53 bits numbers are text, and people write names where numbers stand.
+// A string where a number belongs. JSON writes numbers above 53 bits as text, because readers hold them as floating
+// point. Any other string is refused, with the number in the message if it is the name of a value.
 static int storeNumberText(velnor3gpp_Session& session, const Slot& slot, const char* text, size_t count)
 {
   const L3Row& row = *slot.row;
   uint64_t value = 0;
+  // Up to 19 digits, which are below 2^64 whatever they are.
   bool wide = row.bits > 53 && count && count < 20;
   for (size_t i = 0; wide && i < count; ++i) {
     wide = text[i] >= '0' && text[i] <= '9';
     value = value * 10 + static_cast<uint64_t>(text[i] - '0');
   }
-  if (wide) return storeNumber(session, slot, value);
+  if (wide) return storeNumber(session, slot, value); // tests the member's width
   if (row.op != kL3Enumerated) return wrong(session, "a string", "a whole number");
   const L3Enum& set = *static_cast<const L3Enum*>(row.info);
   for (unsigned i = 0; i < set.rows; ++i)
@@ -171,6 +189,7 @@ static int storeNumberText(velnor3gpp_Session& session, const Slot& slot, const 
   return wrong(session, "a string", "the number of a value");
 }
 
+// A string: a text type, octets in hexadecimal, bits, or a number of more than 53 bits.
 int storeText(velnor3gpp_Session& session, const Slot& slot, const char* text, size_t count)
 {
   if (!text && count) return buildFailed(session, RTX_E_NULL_POINTER, "has no characters");

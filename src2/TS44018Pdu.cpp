@@ -92,7 +92,6 @@ int l3Enc_TS44018Msg_L2_PSEUDO_LEN_PDU(L3Call& call, const L3Type& type, void* v
 }
 
 // Encodes any other form by its rows. A number that no message has ends with -9 and the header written.
-// Encodes any other form by its rows. A number that no message has ends with -9 and the header written.
 static int encForm(L3Call& call, const L3Type& type, void* value)
 {
   bool known;
