@@ -1,4 +1,9 @@
-// Decoding and encoding of a session's message: which keys and counts belong to it, and what its status is.
+// Decoding and encoding of a session's message: which form, direction, keys and counts belong to it, and what its
+// status is. The engine does the coding. What it cannot know is decided here, by trying where nothing tells: a NAS
+// COUNT has 24 bits of which a message carries 8 or 5, a direction is in no octet, and octets do not name their form.
+//
+// A protected message is verified before it is decoded, so that a window of counts and both directions cost a code each
+// and not a decoding each. The caller's octets are copied twice: once as given, and once more for deciphering in place.
 #include <initializer_list>
 
 #include "api/session.h"
@@ -8,12 +13,13 @@
 
 namespace {
 
-// A direction and count that a protected message may have been sent with.
+// A direction and NAS COUNT that a protected message may have been sent with. Two directions with two counts each.
 struct Attempt {
   velnor3gpp_Direction direction;
   uint32_t count;
 };
 
+// Two directions, and with a window two counts in each.
 constexpr unsigned kMaxAttempts = 4;
 
 struct Attempts {
@@ -23,33 +29,38 @@ struct Attempts {
 
 } // namespace
 
+// The count that the next message of the direction is expected to have, at least.
 static uint32_t& nextCount(velnor3gpp_Session& session, velnor3gpp_Direction direction)
 {
   return direction == VELNOR3GPP_DOWN ? session.keys.downlinkCount : session.keys.uplinkCount;
 }
 
-// The lowest count that is not below the next one and ends in the bits that the message has; and with a window the one
-// before it, if it lies no farther behind than that.
+// Adds the lowest count that is not below the next one and ends in the bits that the message has: with 0x1FE as the
+// next one, sequence number 0xFF is 0x1FF, 0x03 is 0x203. With a window also the one before it, 0x103, if it lies no
+// farther behind than that: a message that was overtaken.
 static void addAttempts(velnor3gpp_Session& session, Attempts& attempts, velnor3gpp_Direction direction)
 {
   const Protection& p = session.protection;
   uint32_t next = nextCount(session, direction), step = 1U << p.sequenceBits;
   uint32_t count = (next & ~(step - 1)) | (p.sequence & (step - 1));
-  if (count < next) count += step;
+  if (count < next) count += step; // the sequence number has begun again since
   attempts.list[attempts.count++] = {direction, count};
   if (count >= step && count - step < next && next - (count - step) <= session.keys.window)
     attempts.list[attempts.count++] = {direction, count - step};
 }
 
+// Writes bearer, direction and count of an attempt into the security record.
 static void setSecurity(velnor3gpp_Session& session, const Attempt& attempt)
 {
   Rtx3gppSecContext& security = *session.keep.pSecurity;
+  // A bearer of -1 leaves it to the form: 1 in 5GS over 3GPP access, 0 in EPS.
   bool own = session.hasKeys && session.keys.bearer >= 0;
   security.bearer = own ? static_cast<uint8_t>(session.keys.bearer & 31) : session.protection.bearer;
   security.direction = attempt.direction == VELNOR3GPP_DOWN;
   security.count = attempt.count;
 }
 
+// The code of the message: 4 octets, or 2 of a service request.
 static uint32_t codeIn(const velnor3gpp_Session& session)
 {
   const Protection& p = session.protection;
@@ -58,7 +69,7 @@ static uint32_t codeIn(const velnor3gpp_Session& session)
   return code;
 }
 
-// Does the code fit? It is looked at before anything is decoded, so that each message is decoded once.
+// Does the code fit this attempt? Computed over the octets as given, which are still ciphered, as the code was.
 static bool verifies(velnor3gpp_Session& session, const Attempt& attempt)
 {
   const Protection& p = session.protection;
@@ -66,10 +77,11 @@ static bool verifies(velnor3gpp_Session& session, const Attempt& attempt)
   setSecurity(session, attempt);
   size_t count = p.signedCount ? p.signedCount : session.count - p.signedFrom;
   int status = rtx3gppComputeMAC(&session.keep, session.octets.data + p.signedFrom, count, &code);
-  if (p.codeOctets == 2) code &= 0xFFFF;
+  if (p.codeOctets == 2) code &= 0xFFFF; // TS 24.301, 9.9.3.28
   return status >= 0 && code == codeIn(session);
 }
 
+// Is there an error record of this status, fatal or not?
 static bool hasError(const RtxContext& ctxt, int status)
 {
   for (RtxDListNode* node = ctxt.errInfo.head; node; node = node->next)
@@ -77,6 +89,8 @@ static bool hasError(const RtxContext& ctxt, int status)
   return false;
 }
 
+// What can be said of the protection. The order matters: a message that is forged is told so even if nothing else could
+// be reached, and "verified" is left for a decoder that has come past the code without a failure.
 static velnor3gpp_Check checkOf(const velnor3gpp_Session& session)
 {
   if (!session.protection.present) return VELNOR3GPP_PLAIN;
@@ -89,19 +103,21 @@ static velnor3gpp_Check checkOf(const velnor3gpp_Session& session)
   return session.used >= session.protection.inner ? VELNOR3GPP_VERIFIED : VELNOR3GPP_NOT_REACHED;
 }
 
-// Without keys a code that differs, or cannot be computed, tells nothing about the message.
+// Without keys a code that differs, or cannot be computed, tells nothing about the message, and is no fault of it.
 static bool isExcused(const velnor3gpp_Session& session, int status)
 {
   return session.check == VELNOR3GPP_NO_KEYS && (status == RTX_E_BAD_MAC || status == RTX_E_NO_SECURITY);
 }
 
+// Is the record a finding for the caller? Remarks are; fatal ones unless they are excused.
 bool isTold(const velnor3gpp_Session& session, const RtxErrInfo& info)
 {
   if (info.status == RTX_E_MULTIPLE) return false; // says no more than that there are others
   return !info.fatal || !isExcused(session, info.status);
 }
 
-// What the findings come to. A decoder's status may be about the code alone.
+// What the findings come to: 0, the one status, or RTX_E_MULTIPLE for different ones. A decoder's own status may be
+// about the code alone, and then it is no fault where the code is excused.
 static int statusOf(const velnor3gpp_Session& session, int status)
 {
   int found = 0;
@@ -118,6 +134,7 @@ static int statusOf(const velnor3gpp_Session& session, int status)
   return status < 0 && !excused ? status : 0;
 }
 
+// Notes how far the decoder has come. A length can lead beyond the octets: `missing` tells by how much.
 static void finish(velnor3gpp_Session& session, int status)
 {
   const RtxBuffer& buffer = session.ctxt.buffer;
@@ -129,7 +146,9 @@ static void finish(velnor3gpp_Session& session, int status)
   session.status = statusOf(session, status);
 }
 
-// The octets are decoded where their copy stands: a cipher changes them there.
+// Decodes the session's octets into its record, in a context of the session's. The copy behind the octets is decoded,
+// because a cipher changes it. `keep` lends its keys; the flag for the direction selects among messages that share a
+// type.
 static int runDecoder(velnor3gpp_Session& session, RtxContext& ctxt, const Attempt& attempt)
 {
   uint8_t* copy = session.octets.data + session.count;
@@ -145,6 +164,7 @@ static int runDecoder(velnor3gpp_Session& session, RtxContext& ctxt, const Attem
   return l3Decode(&ctxt, typeOf(*session.known), session.record);
 }
 
+// One decoding. True if it can be trusted: without fault, or verified whatever the inside holds.
 static bool decodeAs(velnor3gpp_Session& session, const Attempt& attempt)
 {
   session.direction = attempt.direction;
@@ -153,6 +173,8 @@ static bool decodeAs(velnor3gpp_Session& session, const Attempt& attempt)
   return session.status == 0 || session.check == VELNOR3GPP_VERIFIED;
 }
 
+// Moves the session's count on, never back, and only for a message that has proved its count: by its code, or without
+// integrity by deciphering to something that decodes.
 static void noteCount(velnor3gpp_Session& session)
 {
   bool good = session.check == VELNOR3GPP_VERIFIED ||
@@ -161,7 +183,7 @@ static void noteCount(velnor3gpp_Session& session)
   if (good && session.nasCount > next) next = session.nasCount;
 }
 
-// Prepares for another decoding of the same message.
+// Empties the job for another decoding of the same message; octets, protection and count of octets stay.
 static bool startAgain(velnor3gpp_Session& session)
 {
   const L3Facts& known = *session.known;
@@ -170,7 +192,8 @@ static bool startAgain(velnor3gpp_Session& session)
   return makeRecord(session, known);
 }
 
-// With a code the keys tell which attempt is right; without one only the deciphered message itself does.
+// Decodes a protected message for which there are keys. With an integrity algorithm the code tells which attempt is
+// right. With the null algorithm every code is 0, so each attempt is deciphered and decoded until one makes sense.
 static void decodeProtected(velnor3gpp_Session& session, velnor3gpp_Direction direction)
 {
   Attempts attempts = {};
@@ -183,6 +206,8 @@ static void decodeProtected(velnor3gpp_Session& session, velnor3gpp_Direction di
         decodeAs(session, *attempt);
         return noteCount(session);
       }
+    // None fits: the message is forged, or the counts are far apart. It is decoded with the first attempt, and the
+    // decoder reports the code.
     rtxErrReset(&session.keep);
     decodeAs(session, attempts.list[0]);
     session.direction = direction;
@@ -194,12 +219,16 @@ static void decodeProtected(velnor3gpp_Session& session, velnor3gpp_Direction di
   }
 }
 
+// Is there nothing to read behind the header? Ciphered, and no keys; a network that uses the null cipher sends messages
+// that say "ciphered" and are plain.
 static bool isSealed(const velnor3gpp_Session& session, const L3Type& form)
 {
   const Protection& p = session.protection;
   return p.ciphered && !session.hasKeys && !looksPlain(form, session.octets.data, session.count, p);
 }
 
+// Copies the caller's octets, with room for the deciphered copy behind them and one octet, so that there is always
+// memory.
 static int keepOctets(velnor3gpp_Session& session, const uint8_t* octets, size_t count)
 {
   if (count > SIZE_MAX / 4 || !growRoom(session, session.octets, count * 2 + 1)) return RTX_E_NO_MEMORY;
@@ -208,6 +237,7 @@ static int keepOctets(velnor3gpp_Session& session, const uint8_t* octets, size_t
   return 0;
 }
 
+// A message type that only one side sends tells the direction by itself.
 void tellDirection(velnor3gpp_Session& session)
 {
   if (session.direction != VELNOR3GPP_DIRECTION_UNKNOWN) return;
@@ -215,14 +245,17 @@ void tellDirection(velnor3gpp_Session& session)
   if (message) session.direction = static_cast<velnor3gpp_Direction>(message->direction);
 }
 
-// How far a reading is from one that says it all.
+// How far a reading is from one that says it all: a fault counts more than anything, then octets that are missing, then
+// each element that had to be kept.
 static size_t faultsOf(const velnor3gpp_Session& session)
 {
   return (session.status < 0 ? SIZE_MAX / 2 : 0) + (session.missing != 0) + keptInVain(session);
 }
 
-// A message that does not read as one to the mobile is tried as one from it, and the better reading is taken. The
-// decoder takes the first for granted where nobody tells.
+// A message without a known direction. The decoder takes it for one to the mobile; if that reading has faults, it is
+// tried as one from the mobile, and the better one is taken: 07 45 01 0B F6 ... leaves an identity unread as a detach
+// request from the network. If both have as many faults, a message type that tells its direction decides; else the
+// first reading stands.
 static void decodeEither(velnor3gpp_Session& session)
 {
   decodeAs(session, {VELNOR3GPP_DIRECTION_UNKNOWN, 0});
@@ -235,9 +268,11 @@ static void decodeEither(velnor3gpp_Session& session)
   decodeAs(session, {VELNOR3GPP_DIRECTION_UNKNOWN, 0});
 }
 
+// Decodes the octets as the form. Of a sealed message only the header's type is decoded, which is a type of its own.
 static int decodeForm(velnor3gpp_Session& session, const L3Facts* known, velnor3gpp_Direction direction)
 {
   if (!known->decodes) return velnor3gpp_report(&session, RTX_E_NO_DECODER, "", "the type has no decoder of its own");
+  // Protection is told by the octets as given: the decoder's copy is deciphered in place.
   session.protection = protectionOf(typeOf(*known), session.octets.data, session.count);
   session.headerOnly = isSealed(session, typeOf(*known));
   if (session.headerOnly) known = findType(session.protection.header);
@@ -254,7 +289,9 @@ static int decodeForm(velnor3gpp_Session& session, const L3Facts* known, velnor3
   return session.status;
 }
 
-// The form that reads the message without complaint, or else the likeliest.
+// The form that reads the message without complaint, or else the likeliest. Forms are tried in the order of
+// velnor3gpp_forms; where elements are kept nearly everything reads, so a form that has to keep nothing is looked for
+// first.
 static const velnor3gpp_Type* formByTrial(velnor3gpp_Session& session, velnor3gpp_Direction direction)
 {
   const velnor3gpp_Type* types[VELNOR3GPP_FORMS_MAX];
@@ -266,7 +303,7 @@ static const velnor3gpp_Type* formByTrial(velnor3gpp_Session& session, velnor3gp
       size_t count = session.count;
       bool reads = decodeForm(session, factsOf(types[i]), direction) == 0 && !session.missing;
       reads = reads && keptInVain(session) <= most;
-      endJob(session);
+      endJob(session); // takes the count with it, but leaves the octets
       session.count = count;
       if (reads) return types[i];
       if (i + 1 == forms && !(session.forms & RTX_FLAG_KEEP_ELEMENTS)) return types[0];
@@ -274,6 +311,7 @@ static const velnor3gpp_Type* formByTrial(velnor3gpp_Session& session, velnor3gp
   return types[0];
 }
 
+// The octets are copied first; `octets` may be freed when the call returns. Without a type it is found by trial.
 int velnor3gpp_decode(velnor3gpp_Session* session, const velnor3gpp_Type* type, velnor3gpp_Direction direction,
                       const uint8_t* octets, size_t count)
 {
@@ -287,6 +325,7 @@ int velnor3gpp_decode(velnor3gpp_Session* session, const velnor3gpp_Type* type, 
   return decodeForm(*session, factsOf(type), direction);
 }
 
+// The message in the first body of the record's form.
 const L3BodyRow* messageOf(const velnor3gpp_Session& session)
 {
   if (!hasRecord(session)) return nullptr;
@@ -302,7 +341,8 @@ const L3BodyRow* messageOf(const velnor3gpp_Session& session)
   return nullptr;
 }
 
-// A second decoding of the same octets, with the trace on. Its record and findings are dropped.
+// Decodes the same octets a second time, with the trace on, in the context `slow`. Its record and findings are dropped,
+// but the trace stays until the next job. A null pointer for records that were not decoded and where memory is out.
 const RtxBitFieldList* positionsOf(velnor3gpp_Session& session)
 {
   if (session.located) return session.slow.pBitFldList;
@@ -311,6 +351,7 @@ const RtxBitFieldList* positionsOf(velnor3gpp_Session& session)
   const L3Type& type = typeOf(*session.known);
   void* spare = rtxMemHeapAllocZ(&session.slow.pMemHeap, type.size ? type.size : 1);
   if (!spare || rtxDiagCtxtBitFieldListInit(&session.slow) < 0) return nullptr;
+  // runDecoder writes into the session's record, which the caller may be reading: the spare one stands in for it.
   uint8_t* record = session.record;
   session.record = static_cast<uint8_t*>(spare);
   runDecoder(session, session.slow, {session.direction, session.nasCount});
@@ -318,7 +359,9 @@ const RtxBitFieldList* positionsOf(velnor3gpp_Session& session)
   return session.slow.pBitFldList;
 }
 
-// Signs and ciphers under the count of the message that was decoded, or the next one.
+// Signs and ciphers under the count of the message that was decoded, so that it comes back as it was, or the next one
+// for a record that was built. The encoder takes no count away: a caller who sends the message raises it by setting
+// keys.
 static void lendForEncoding(velnor3gpp_Session& session)
 {
   bool decoded = session.count && session.protection.present && session.check != VELNOR3GPP_NO_KEYS;
@@ -330,6 +373,7 @@ static void lendForEncoding(velnor3gpp_Session& session)
   session.ctxt.pSecurity = session.keep.pSecurity;
 }
 
+// The octets are in a buffer of the job's context and hold until the next encoding or message. Findings of decoding go.
 int velnor3gpp_encode(velnor3gpp_Session* session, const uint8_t** octets, size_t* count)
 {
   if (!session || !octets || !count) return RTX_E_NULL_POINTER;

@@ -1,4 +1,11 @@
-// Which form octets have, and what their first octets tell about protection (TS 24.007, 11.2.3; TS 24.501, 9.1).
+// Which form octets have, and what their first octets tell about protection (TS 24.007, 11.2.3; TS 24.501, 9.1). Looks
+// at octets and tables alone: nothing is decoded, allocated or reported. code.cpp, the program and captures call it.
+//
+//   7E or 2E         5GS: the whole first octet is the discriminator
+//   x2, x7           EPS session and mobility management: the discriminator is the lower half
+//   x3 x5 x8 xA x9   TS 24.008 and TS 24.011
+//   x6               radio resource: the octets do not tell the channel, so several forms may fit
+//   49 06            a pseudo length of 18 in front of discriminator 6: broadcast and common channels
 #include <cstring>
 
 #include "api/session.h"
@@ -26,12 +33,14 @@ struct Forms {
 
 } // namespace
 
+// Null for a form that this build of the library does not have.
 static const L3Type* formNamed(const char* name)
 {
   const L3Facts* known = findType(name);
   return known ? &typeOf(*known) : nullptr;
 }
 
+// Has the body a message of this type, under this discriminator if its table has a column for it?
 static bool bodyHas(const L3Body& body, unsigned discriminator, unsigned msgType)
 {
   bool column = body.discriminator.store && body.onlyDiscriminator == kL3NoLimit;
@@ -47,6 +56,7 @@ bool formHas(const L3Type& form, unsigned discriminator, unsigned msgType)
   return false;
 }
 
+// The same of a form by its name.
 static bool hasForm(const char* name, unsigned discriminator, unsigned msgType)
 {
   const L3Type* form = formNamed(name);
@@ -59,19 +69,21 @@ static bool hasMessage(const char* name, const Asked& asked)
   return asked.count > 1 && hasForm(name, asked.octets[0] & 15, asked.octets[1]);
 }
 
-// On common channels a pseudo length with low bits 01 stands first; no message of the protocols 1, 5, 9 and 13 has a
-// type that looks like the discriminator behind it.
+// On common channels a pseudo length, whose low bits are 01, stands in front of discriminator 6. It could be taken for
+// an octet with discriminator 1, 5, 9 or 13, but none of these has a message type that ends with 6 as hexadecimal
+// digit.
 static bool looksPseudo(const Asked& asked)
 {
   return asked.count > 1 && (asked.octets[0] & 3) == 1 && (asked.octets[1] & 15) == 6;
 }
 
-// One bit of 0, five of the type: 0x14 is type 5, with the short header of layer 2 behind it.
+// The short header of the SACCH: a bit of 0, five bits of type, two of layer 2. 14 = 0 00101 00 is type 5.
 static bool looksShort(const Asked& asked)
 {
   return asked.octets[0] < 0x80 && hasForm(kShort, 0, asked.octets[0] >> 2);
 }
 
+// No more forms than the caller's array has room for.
 static void add(Forms& forms, const char* name)
 {
   if (forms.count < VELNOR3GPP_FORMS_MAX) forms.names[forms.count++] = name;
@@ -87,6 +99,7 @@ static void addDedicated(Forms& forms, const Asked& asked)
   if (none ? down : downHas) add(forms, kDownDcch);
 }
 
+// The forms of a channel that the caller knows. On the SACCH the direction decides, or the pseudo length.
 static void addOfChannel(Forms& forms, const Asked& asked, velnor3gpp_Channel channel)
 {
   switch (channel) {
@@ -115,6 +128,8 @@ static void addRadio(Forms& forms, const Asked& asked)
   if (!forms.count && !(up && down)) add(forms, up ? kUpDcch : kDownDcch);
 }
 
+// Without a channel the first octet decides. 5GS comes first: its discriminators are whole octets whose lower half, 14,
+// is nobody else's.
 static void addByDiscriminator(Forms& forms, const Asked& asked)
 {
   uint8_t first = asked.octets[0];
@@ -139,10 +154,12 @@ static void addByDiscriminator(Forms& forms, const Asked& asked)
   }
 }
 
+// Forms that the library was built without are left out of the list.
 size_t velnor3gpp_forms(const uint8_t* octets, size_t count, velnor3gpp_Direction direction, velnor3gpp_Channel channel,
                         const velnor3gpp_Type** types)
 {
   if (!octets || !count || !types) return 0;
+  // `channel` is only asked about radio resource messages; on a known channel nothing else is looked for.
   Asked asked = {octets, count, direction};
   Forms forms = {};
   if (channel == VELNOR3GPP_CHANNEL_UNKNOWN)
@@ -162,7 +179,9 @@ const velnor3gpp_Type* velnor3gpp_detect(const uint8_t* octets, size_t count, ve
   return found ? types[0] : nullptr;
 }
 
-// A header with the code at `codeAt`, and the sequence number and the message behind it.
+// A header of 5 octets from the code on: code, then the sequence number, then the message inside. `kind` is the
+// security header type, 0 for none. Codes of types above 4 are not looked at by the EPS decoder, so they cannot be
+// checked.
 static Protection securityHeader(const uint8_t* octets, size_t count, unsigned kind, const char* header, size_t codeAt)
 {
   Protection p = {};
@@ -180,6 +199,7 @@ static Protection securityHeader(const uint8_t* octets, size_t count, unsigned k
   return p;
 }
 
+// The 5GS decoder looks at the code whatever the header type; bearer 1 is 3GPP access (TS 24.501, 4.4.3.1).
 static Protection protection5gs(const uint8_t* octets, size_t count)
 {
   if (count < 2 || octets[0] != 126) return {};
@@ -189,8 +209,8 @@ static Protection protection5gs(const uint8_t* octets, size_t count)
   return p;
 }
 
-// Its type is a value above 11 in the high half, and its five sequence bits stand behind the key set. The code covers
-// the two octets before it (TS 24.301, 4.4.3.3).
+// C7 02 CD 24: a header type above 11, three bits of key set and five of sequence number, and a code of two octets over
+// the two before it (TS 24.301, 4.4.3.3 and 8.2.25).
 static Protection serviceRequest(const uint8_t* octets, size_t count)
 {
   Protection p = {};
@@ -205,6 +225,7 @@ static Protection serviceRequest(const uint8_t* octets, size_t count)
   return p;
 }
 
+// The upper half of the first octet is the security header type, but for session management, where it is a bearer.
 static Protection protectionEps(const uint8_t* octets, size_t count)
 {
   unsigned kind = octets[0] >> 4;
@@ -221,6 +242,9 @@ Protection protectionOf(const L3Type& form, const uint8_t* octets, size_t count)
   return {};
 }
 
+// Looks for a discriminator, a header type of 0 and a message type that the form has. By chance ciphered octets look so
+// in one of about 80 messages of EPS, where session management needs a half-octet of 2 and one of 50 types, and in one
+// of about 1,600 of 5GS.
 bool looksPlain(const L3Type& form, const uint8_t* octets, size_t count, const Protection& protection)
 {
   bool is5gs = strcmp(form.fullName, k5gs) == 0;

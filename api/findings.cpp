@@ -1,9 +1,12 @@
-// What is said of a message: result, findings with their words, paths, places and clauses.
+// What is said of a message: the result, and each finding with its words, path, place and clause. Error records of the
+// engine name the row of a definition file (docs/adr/0006); clause and definition are looked up from there. Texts
+// belong to the session and hold until the next finding is asked for.
 #include "api/positions.h"
 #include "api/session.h"
 #include "velnor3gpp/rtxDiagBitTrace.h"
 #include "velnor3gpp/rtxError.h"
 
+// "PDU.data.u.obj_RegRequest5G.idents.elem[2].tac" becomes "data.RegRequest5G.idents[2].tac".
 void writePath(const char* elementPath, char* text, size_t room)
 {
   static constexpr char kBody[] = "u.obj_", kEntry[] = ".elem[";
@@ -11,6 +14,7 @@ void writePath(const char* elementPath, char* text, size_t room)
   size_t at = 0;
   if (from) ++from;
   while (from && *from && at + 1 < room) {
+    // A name may hold these characters in its middle: only whole parts of the path are left out.
     bool start = at == 0 || from[-1] == '.';
     if (start && strncmp(from, kBody, sizeof kBody - 1) == 0) from += sizeof kBody - 1;
     if (strncmp(from, kEntry, sizeof kEntry - 1) == 0) from += sizeof kEntry - 2;
@@ -19,6 +23,7 @@ void writePath(const char* elementPath, char* text, size_t room)
   text[at] = 0;
 }
 
+// Records of the engine that are findings for the caller; the session's own reports are counted beside them.
 static size_t countTold(const velnor3gpp_Session& session)
 {
   size_t count = 0;
@@ -27,12 +32,13 @@ static size_t countTold(const velnor3gpp_Session& session)
   return count;
 }
 
-// A status without an error record stands for itself.
+// A status without an error record and without a report: it is told as a finding of its own.
 static bool isBare(const velnor3gpp_Session& session)
 {
   return session.status < 0 && !session.reportCount && !countTold(session);
 }
 
+// What a caller wants to know of a message at a glance. The pointers are the session's and hold until the next message.
 int velnor3gpp_result(velnor3gpp_Session* session, velnor3gpp_Result* result)
 {
   if (!session || !result) return RTX_E_NULL_POINTER;
@@ -44,6 +50,7 @@ int velnor3gpp_result(velnor3gpp_Session* session, velnor3gpp_Result* result)
   if (!message && session->known) all.title = l3FactText + session->known->title;
   all.direction = session->direction;
   all.status = session->status;
+  // The same three sources, in the same order, that velnor3gpp_finding numbers.
   all.findings = countTold(*session) + session->reportCount + isBare(*session);
   all.octets = session->octets.data;
   all.count = session->count;
@@ -53,10 +60,11 @@ int velnor3gpp_result(velnor3gpp_Session* session, velnor3gpp_Result* result)
   all.headerOnly = session->headerOnly;
   all.nasCount = session->nasCount;
   all.kept = keptCount(*session);
-  all.deciphered = session->octets.data + session->count;
+  all.deciphered = session->octets.data + session->count; // the copy that was decoded
   return fillStruct(result, all);
 }
 
+// Does the row, or one of its alternatives, stand at this line of the definition file?
 static bool hasLine(const L3Row& row, int line)
 {
   if (row.line == line) return true;
@@ -67,6 +75,7 @@ static bool hasLine(const L3Row& row, int line)
   return false;
 }
 
+// The same for the block, its rows and its optional elements.
 static bool hasLine(const L3Type& type, int line)
 {
   if (type.line == line) return true;
@@ -77,7 +86,7 @@ static bool hasLine(const L3Type& type, int line)
   return false;
 }
 
-// The clause of the type whose rows have that line of the coder's file.
+// The clause of the type whose rows have that line of the coder's file, or "". A walk over all types, for faults only.
 static const char* clauseAt(const char* coder, int line)
 {
   for (size_t i = 0; coder && i < l3KnownTypes; ++i) {
@@ -88,6 +97,7 @@ static const char* clauseAt(const char* coder, int line)
   return "";
 }
 
+// The stack of an error record begins with the innermost place; the first that is in a definition counts.
 static void takeOrigin(velnor3gpp_Finding& finding, const RtxErrInfo& info)
 {
   finding.definition = finding.clause = "";
@@ -100,7 +110,7 @@ static void takeOrigin(velnor3gpp_Finding& finding, const RtxErrInfo& info)
   }
 }
 
-// The field that the decoder read last under this path.
+// The first field that the decoder has read under exactly this path.
 static void placeByTrace(velnor3gpp_Session& session, velnor3gpp_Finding& finding, const char* elementPath)
 {
   const RtxBitFieldList* list = elementPath ? positionsOf(session) : nullptr;
@@ -113,17 +123,20 @@ static void placeByTrace(velnor3gpp_Session& session, velnor3gpp_Finding& findin
   }
 }
 
-// Where decoding ended is where its last fatal finding stands; others stand at their element.
+// Findings stand at their element, where it was read. The last fatal one may have failed before it read anything: it
+// stands where decoding ended. Findings of encoders have no place in the octets.
 static void takePlace(velnor3gpp_Session& session, velnor3gpp_Finding& finding, const RtxErrInfo& info, bool last)
 {
   finding.octet = SIZE_MAX;
   if (!session.count || strstr(finding.definition, "Enc")) return;
   placeByTrace(session, finding, info.elemName);
   if (finding.octet != SIZE_MAX || !last || !info.fatal) return;
+  // Bit 8 is the first of an octet; 0 says that the octets have ended.
   finding.octet = session.used;
   finding.bit = session.ctxt.buffer.byteIndex < session.count ? session.ctxt.buffer.bitOffset : 0;
 }
 
+// Turns an error record into a finding.
 static void tellRecord(velnor3gpp_Session& session, RtxErrInfo& info, bool last, velnor3gpp_Finding& finding)
 {
   finding.status = info.status;
@@ -137,6 +150,7 @@ static void tellRecord(velnor3gpp_Session& session, RtxErrInfo& info, bool last,
   takePlace(session, finding, info, last);
 }
 
+// A report of the session has path and text, but no place and no clause.
 static void tellReport(const Report& report, velnor3gpp_Finding& finding)
 {
   finding.status = report.status;
@@ -147,6 +161,8 @@ static void tellReport(const Report& report, velnor3gpp_Finding& finding)
   finding.clause = finding.definition = "";
 }
 
+// Finding number `index`: error records of the context, then reports of the session, then a status that stands alone.
+// Each call walks the list from its front; a message has at most 16 findings that do not stop it.
 int velnor3gpp_finding(velnor3gpp_Session* session, size_t index, velnor3gpp_Finding* finding)
 {
   if (!session || !finding) return RTX_E_NULL_POINTER;
@@ -162,6 +178,7 @@ int velnor3gpp_finding(velnor3gpp_Session* session, size_t index, velnor3gpp_Fin
     return fillStruct(finding, all);
   }
   if (index || !isBare(*session)) return RTX_E_INDEX_RANGE;
+  // An error record made up for the status, so that its text is that of the table.
   RtxErrInfo info = {};
   info.status = static_cast<int16_t>(session->status);
   info.fatal = 1;

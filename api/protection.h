@@ -1,4 +1,6 @@
-// What the first octets of a NAS message tell about its protection, before anything is decoded.
+// What the first octets of a NAS message tell about its protection, before anything is decoded (TS 24.301, 9.3.1; TS
+// 24.501, 9.3). detect.cpp reads it; code.cpp verifies with it and chooses count, direction and form. All places are
+// octets from the start of the message. Nothing here looks at keys.
 #ifndef VELNOR3GPP_API_PROTECTION_H
 #define VELNOR3GPP_API_PROTECTION_H
 
@@ -19,6 +21,7 @@ struct Protection {
   size_t inner;       // the message inside, or the end where there is none
 };
 
+// Of octets of the form; all zeros where the form has no protection or the message none.
 Protection protectionOf(const L3Type& form, const uint8_t* octets, size_t count);
 // Does the inside read as a plain message of the form, so that a header that says "ciphered" means the null cipher?
 bool looksPlain(const L3Type& form, const uint8_t* octets, size_t count, const Protection& protection);

@@ -1,4 +1,5 @@
-// Sessions: what they hold, keys, and the end of a job.
+// Opening and closing sessions, keys and options, the end of a job, and the findings of a session's own. The other
+// files of this folder do the work on a message. Keys are copied in and wiped before their memory goes.
 #include "api/session.h"
 
 #include "api/build.h"
@@ -8,6 +9,7 @@
 #include "velnor3gpp/rtxDiagBitTrace.h"
 #include "velnor3gpp/rtxError.h"
 
+// At least doubles, so that growing step by step costs each octet a constant number of copies.
 bool growRoom(velnor3gpp_Session& session, Room& room, size_t size)
 {
   if (size <= room.size) return true;
@@ -20,12 +22,14 @@ bool growRoom(velnor3gpp_Session& session, Room& room, size_t size)
 }
 
 // A context cannot be moved, so all of them begin where they stay.
+// Three contexts: of the job, of the keys, and of the decoding that lists positions.
 static bool openContexts(velnor3gpp_Session& session)
 {
   return rtInitContext(&session.keep) >= 0 && rtInitContext(&session.ctxt) >= 0 && rtInitContext(&session.slow) >= 0 &&
          rtx3gppSecInitialize(&session.keep) >= 0;
 }
 
+// The session lies on a heap that it owns itself; velnor3gpp_close takes the heap's pointer out before it wipes.
 int velnor3gpp_open(velnor3gpp_Session** session)
 {
   if (!session) return RTX_E_NULL_POINTER;
@@ -47,14 +51,17 @@ int velnor3gpp_open(velnor3gpp_Session** session)
   return 0;
 }
 
+// A context that was never opened has no `initCode`.
 static void closeContext(RtxContext& ctxt)
 {
   if (ctxt.initCode) rtFreeContext(&ctxt);
 }
 
+// Null is nothing to close. Records, texts and octets of the session are gone, and keys are wiped.
 void velnor3gpp_close(velnor3gpp_Session* session)
 {
   if (!session) return;
+  // Opening may have failed at any step: what was not opened is zero and is passed over.
   session->ctxt.pSecurity = session->slow.pSecurity = nullptr; // only lent
   closeContext(session->ctxt);
   closeContext(session->slow);
@@ -69,17 +76,20 @@ void velnor3gpp_close(velnor3gpp_Session* session)
   rtxMemHeapRelease(&home);
 }
 
+// Kept elements set their flag for a job on their own (velnor3gpp_keep), so each job begins with the caller's flags.
 void setForms(RtxContext& ctxt, uint32_t forms)
 {
   rtxCtxtClearFlag(&ctxt, RTX_FLAG_KEEP_ELEMENTS | RTX_FLAG_STANDARD_FORMS);
   rtxCtxtSetFlag(&ctxt, forms);
 }
 
+// The record and all that it points to go with the heap of the job. The security record is taken out first: a reset of
+// the heap would free what belongs to `keep`.
 void endJob(velnor3gpp_Session& session)
 {
   session.ctxt.pSecurity = session.slow.pSecurity = nullptr;
   rtxMemReset(&session.ctxt);
-  if (session.located) rtxMemReset(&session.slow);
+  if (session.located) rtxMemReset(&session.slow); // with its trace
   session.located = false;
   session.known = nullptr;
   session.record = nullptr;
@@ -96,6 +106,7 @@ void endJob(velnor3gpp_Session& session)
   setForms(session.ctxt, session.forms);
 }
 
+// Types without members have a record of one octet, so that a null pointer always means that memory is out.
 bool makeRecord(velnor3gpp_Session& session, const L3Facts& known)
 {
   size_t size = typeOf(known).size ? typeOf(known).size : 1;
@@ -104,6 +115,7 @@ bool makeRecord(velnor3gpp_Session& session, const L3Facts& known)
   return session.record != nullptr;
 }
 
+// Gives the keys to the context that keeps them; only there are they expanded, once for all messages.
 static int assign(velnor3gpp_Session& session)
 {
   const velnor3gpp_Keys& keys = session.keys;
@@ -111,7 +123,8 @@ static int assign(velnor3gpp_Session& session)
                                     keys.integrityAlgorithm, keys.cipherAlgorithm);
 }
 
-// A failed assignment leaves null algorithms: keys are all there or not at all.
+// Keys are all there or not at all: a failed assignment would leave one of two algorithms set (rt3gppNasSec.h), so null
+// algorithms are assigned behind it. Old keys are gone in any case.
 int velnor3gpp_setKeys(velnor3gpp_Session* session, const velnor3gpp_Keys* keys)
 {
   if (!session) return RTX_E_NULL_POINTER;
@@ -126,7 +139,7 @@ int velnor3gpp_setKeys(velnor3gpp_Session* session, const velnor3gpp_Keys* keys)
     rtx3gppWipe(&session->keys, sizeof session->keys);
     rtx3gppAssignAlgorithmKeys(&session->keep, nullptr, nullptr, 0, 0);
   }
-  rtxErrReset(&session->keep);
+  rtxErrReset(&session->keep); // the status says all; nobody reads records of this context
   return status < 0 ? status : 0;
 }
 
@@ -137,6 +150,7 @@ int velnor3gpp_getKeys(const velnor3gpp_Session* session, velnor3gpp_Keys* keys)
   return fillStruct(keys, session->keys);
 }
 
+// A switch takes 0 and 1, the release any number of 16 bits; forms hold from the next job on.
 int velnor3gpp_setOption(velnor3gpp_Session* session, velnor3gpp_Option option, uint32_t value)
 {
   if (!session) return RTX_E_NULL_POINTER;
@@ -151,15 +165,18 @@ int velnor3gpp_setOption(velnor3gpp_Session* session, velnor3gpp_Option option, 
   return 0;
 }
 
+// Room for a text, whose former content stays as far as it goes. Null without memory.
 char* velnor3gpp_room(velnor3gpp_Session* session, size_t size)
 {
   if (!session || !growRoom(*session, session->text, size ? size : 1)) return nullptr;
   return reinterpret_cast<char*>(session->text.data);
 }
 
+// The first status of a session stays; further reports are listed, up to four, and cut to their room.
 int velnor3gpp_report(velnor3gpp_Session* session, int status, const char* path, const char* text)
 {
   if (!session) return RTX_E_NULL_POINTER;
+  // The caller may be code outside the library (JSON), so path and text are copied.
   session->status = session->status ? session->status : status;
   if (session->reportCount == kMaxReports) return status;
   Report& report = session->reports[session->reportCount++];

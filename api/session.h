@@ -1,6 +1,8 @@
-// What a session holds. The job's context is emptied for each message; what outlasts messages lies in a context of its
-// own: octets, text and keys. Everything a session allocates comes from the allocator of its heaps, and every failure
-// of it is a status.
+// What a session holds; every file of this folder works on it, and callers see a pointer. The job's context is emptied
+// for each message; what outlasts messages lies elsewhere: octets, text and the session itself on the heap `home`, keys
+// and their schedules in the context `keep`. So a caller's pointers to a record or its texts hold until the next
+// message, and those to the last text until the next text. Everything a session allocates comes from the allocator of
+// its heaps, and every failure of it is a status. A session is used by one thread at a time.
 #ifndef VELNOR3GPP_API_SESSION_H
 #define VELNOR3GPP_API_SESSION_H
 
@@ -11,13 +13,13 @@
 #include "velnor3gpp/rtxMemHeap.h"
 #include "velnor3gpp/velnor3gpp.h"
 
-// Memory of the session that only grows.
+// Memory of the session that only grows, so that a long run of messages stops allocating.
 struct Room {
   uint8_t* data;
   size_t size;
 };
 
-// A finding that no context holds.
+// A finding that no context holds: one of the session itself, such as a missing decoder or a name that is none.
 struct Report {
   int status;
   char path[512];
@@ -34,6 +36,7 @@ struct velnor3gpp_Session {
   RtxContext ctxt;  // of the job
   RtxContext keep;  // of the security record, which outlasts it
 
+  // The job: one message and its record. endJob clears it.
   const L3Facts* known; // the type of the record, or null
   uint8_t* record;      // on the job's heap
   Room octets;          // the message as given, and behind it the copy that is deciphered
@@ -46,6 +49,7 @@ struct velnor3gpp_Session {
   uint32_t nasCount;
   int status;
 
+  // What the caller has set; it stays from message to message. Of `keys`, the counts step with the messages.
   bool hasKeys;
   velnor3gpp_Keys keys;
   uint16_t release;
@@ -68,10 +72,10 @@ struct velnor3gpp_Session {
   bool located;
 
   Room text;
-  Build* build; // in `keep`, or null
+  Build* build; // of `home`, or null
 };
 
-// A type of the interface is its row in the table of facts.
+// A type of the interface is its row in the table of facts: the pointer is converted, never followed, by callers.
 static inline const L3Facts* factsOf(const velnor3gpp_Type* type)
 {
   return reinterpret_cast<const L3Facts*>(type);
@@ -82,6 +86,7 @@ inline const velnor3gpp_Type* publicType(const L3Facts* known)
   return reinterpret_cast<const velnor3gpp_Type*>(known);
 }
 
+// Descriptors stand in the same order as the facts.
 inline const L3Type& typeOf(const L3Facts& known)
 {
   return *l3Types[&known - l3TypeFacts];
@@ -118,7 +123,8 @@ const RtxBitFieldList* positionsOf(velnor3gpp_Session& session);
 // The element path of an error record or a trace entry as paths of nodes are: without the type's name, "u.obj_" and
 // the "elem" of entries.
 void writePath(const char* elementPath, char* text, size_t room);
-// Copies the members that both the caller and the library know.
+// Structs of the interface begin with their size as the caller was compiled with it. Copies the members that both sides
+// know, so that older callers work with newer libraries and the other way round.
 template <typename Struct> int fillStruct(Struct* target, Struct value)
 {
   if (!target) return RTX_E_NULL_POINTER;
@@ -126,6 +132,7 @@ template <typename Struct> int fillStruct(Struct* target, Struct value)
   memcpy(target, &value, value.size < sizeof value ? value.size : sizeof value);
   return 0;
 }
+// The same from the caller: members that an older one does not know are 0.
 template <typename Struct> Struct readStruct(const Struct* source)
 {
   Struct value = {};

@@ -1,4 +1,6 @@
-// The record as text, by the printer, and the bit trace of the message as text or as a page.
+// The record as text, by the engine's printer, and the bit trace of the message as text or as a page of HTML. Both
+// print to the context's stream; what comes out is collected in the session's text, which the caller gets a pointer to
+// and which holds until the next text of this session.
 #include <stdio.h>
 
 #include "api/session.h"
@@ -16,6 +18,8 @@ struct Output {
 
 } // namespace
 
+// Takes a piece of what is printed: counts its characters, makes room, and formats it there. A failure to get memory is
+// remembered, since a printer has no status to return.
 static void takePiece(void* arg, const char* format, va_list args)
 {
   Output& out = *static_cast<Output*>(arg);
@@ -43,6 +47,7 @@ static int finish(Output& out, const char** text, size_t* count)
   return 0;
 }
 
+// The context's own print stream is replaced while the record is printed and released afterwards.
 int velnor3gpp_toText(velnor3gpp_Session* session, const char** text, size_t* count)
 {
   if (!session || !text || !count) return RTX_E_NULL_POINTER;
@@ -57,6 +62,7 @@ int velnor3gpp_toText(velnor3gpp_Session* session, const char** text, size_t* co
   return finish(out, text, count);
 }
 
+// The list is printed from its first field, even if it has been printed before.
 static void putTrace(RtxContext& ctxt, unsigned flags)
 {
   RtxBitFieldList* list = ctxt.pBitFldList;
@@ -69,6 +75,7 @@ static void putTrace(RtxContext& ctxt, unsigned flags)
   rtxSinkDone(sink);
 }
 
+// The trace comes from the second decoding that also gives positions.
 int velnor3gpp_trace(velnor3gpp_Session* session, unsigned flags, const char** text, size_t* count)
 {
   if (!session || !text || !count) return RTX_E_NULL_POINTER;

@@ -1,4 +1,5 @@
-// Types by name, and what is known of them.
+// Types by name, and what is known of them, from constant tables that the generator writes (l3Types, sorted by full
+// name, and l3TypeFacts beside it). Nothing is allocated, and every pointer that is handed out is valid for ever.
 #include <strings.h>
 
 #include "api/session.h"
@@ -9,6 +10,7 @@ const char* velnor3gpp_version(void)
   return VELNOR3GPP_VERSION;
 }
 
+// Two tables of texts, for the run-time's two ranges of codes. The bounds themselves are no codes.
 const char* velnor3gpp_statusText(int status)
 {
   if (status <= kRtxMessageFirst && status > kRtxMessageBound) return kRtxMessages[kRtxMessageFirst - status];
@@ -16,20 +18,23 @@ const char* velnor3gpp_statusText(int status)
   return nullptr;
 }
 
+// All types that this build of the library has.
 size_t velnor3gpp_typeCount(void)
 {
   return l3KnownTypes;
 }
 
+// In the order of full names; null behind the last.
 const velnor3gpp_Type* velnor3gpp_typeAt(size_t index)
 {
   return index < l3KnownTypes ? publicType(&l3TypeFacts[index]) : nullptr;
 }
 
+// Binary search: a schema or a description asks for thousands of types.
 const L3Facts* findType(const char* fullName)
 {
   if (!fullName) return nullptr;
-  size_t low = 0, high = l3KnownTypes;
+  size_t low = 0, high = l3KnownTypes; // in low..high - 1, if anywhere
   while (low < high) {
     size_t middle = low + (high - low) / 2;
     int order = strcmp(l3Types[middle]->fullName, fullName);
@@ -61,6 +66,7 @@ const velnor3gpp_Type* velnor3gpp_typeByName(const char* name, size_t* others)
   return count == 1 ? publicType(found) : nullptr;
 }
 
+// A message is an element with a type, a form is what octets from the network are decoded as.
 int velnor3gpp_typeFacts(const velnor3gpp_Type* type, velnor3gpp_TypeFacts* facts)
 {
   if (!type || !facts) return RTX_E_NULL_POINTER;
