@@ -1,11 +1,14 @@
-// What the elements of a type are, by its rows and without a record: for schemas and explanations. Types of the table
-// are told as such, so that each is described once; parts of a type are told in place.
+// What the elements of a type are, by its rows and without a record: velnor3gpp_describe tells them step by step, as
+// visit.cpp tells the values of a record. JSON schemas (json/schema.cpp) and explanations are made of it. Types of the
+// table of types are told by reference, so that each is described once; parts of a type are told in place. Nothing is
+// allocated.
 #include "api/session.h"
 
 static constexpr unsigned kMaxDepth = 64;
 
 namespace {
 
+// How an element is called by the one it lies in. Without a name (`has` false) its content belongs to that one.
 struct Name {
   const char* text;
   uint32_t length;
@@ -14,6 +17,7 @@ struct Name {
   const L3Type* type = nullptr; // that has nothing but this element
 };
 
+// One description under way. The first negative answer of the caller's function ends it and becomes the status.
 struct Describe {
   velnor3gpp_DescribeFunc tell;
   void* arg;
@@ -26,6 +30,7 @@ struct Describe {
 static void describeType(Describe& walk, const L3Type& type, const Name& name, bool optional, bool whole);
 static void describeRow(Describe& walk, const L3Row& row, const Name& name, bool optional);
 
+// A member of the kind with nothing else known of it; strings and lists have no bound unless one is set.
 static velnor3gpp_Member memberOf(const Name& name, velnor3gpp_Kind kind, bool optional)
 {
   velnor3gpp_Member member = {};
@@ -40,6 +45,7 @@ static velnor3gpp_Member memberOf(const Name& name, velnor3gpp_Kind kind, bool o
   return member;
 }
 
+// Hands a member to the caller, unless an earlier answer has ended the description.
 static void tell(Describe& walk, const velnor3gpp_Member& member)
 {
   if (walk.status >= 0) {
@@ -48,12 +54,14 @@ static void tell(Describe& walk, const velnor3gpp_Member& member)
   }
 }
 
+// Tells that a record, list or choice begins or ends.
 static void step(Describe& walk, velnor3gpp_Member& member, velnor3gpp_Step step)
 {
   member.step = step;
   tell(walk, member);
 }
 
+// The row's own name; a row without one, such as the content of a bare type, goes by the given name.
 static Name nameOf(const L3Row& row, const Name& given)
 {
   if (!row.name) return given;
@@ -61,6 +69,7 @@ static Name nameOf(const L3Row& row, const Name& given)
   return {key, static_cast<uint32_t>(strlen(key)), true, given.identifier, nullptr};
 }
 
+// Lengths and spare bits may be left out of a record that is built: encoders work them out, and spare bits are 0.
 static void describeNumber(Describe& walk, const L3Row& row, const Name& name, bool optional, velnor3gpp_Kind kind)
 {
   velnor3gpp_Member member = memberOf(name, kind, optional);
@@ -70,6 +79,7 @@ static void describeNumber(Describe& walk, const L3Row& row, const Name& name, b
   tell(walk, member);
 }
 
+// `most` is 0 where a string has no bound.
 static void describeString(Describe& walk, const Name& name, bool optional, velnor3gpp_Kind kind, size_t least,
                            size_t most)
 {
@@ -79,12 +89,13 @@ static void describeString(Describe& walk, const Name& name, bool optional, veln
   tell(walk, member);
 }
 
-// An array holds the end of its text, too.
+// An array of characters holds an ending zero too, so its text is one shorter. 0 stays 0: no array, no bound.
 static size_t charactersIn(size_t cap)
 {
   return cap ? cap - 1 : 0;
 }
 
+// Octets have a fixed count, or one of 0 to the room of their array, or no bound on the heap.
 static void describeOctets(Describe& walk, const L3Row& row, const Name& name, bool optional)
 {
   const L3Octets& info = *static_cast<const L3Octets*>(row.info);
@@ -92,12 +103,14 @@ static void describeOctets(Describe& walk, const L3Row& row, const Name& name, b
   describeString(walk, name, optional, VELNOR3GPP_OCTETS, fixed ? info.fixed : 0, fixed ? info.fixed : info.cap);
 }
 
+// Bits, in the same three ways.
 static void describeBits(Describe& walk, const L3Row& row, const Name& name, bool optional)
 {
   const L3BitString& info = *static_cast<const L3BitString*>(row.info);
   describeString(walk, name, optional, VELNOR3GPP_BITS, info.from == kL3Fixed ? info.capBits : 0, info.capBits);
 }
 
+// A list with what each of its entries is. Entries have no name, and are elements of their own all the same.
 static void describeList(Describe& walk, const L3Row& row, const Name& name, bool optional)
 {
   const L3List& info = *static_cast<const L3List*>(row.info);
@@ -108,7 +121,7 @@ static void describeList(Describe& walk, const L3Row& row, const Name& name, boo
   step(walk, member, VELNOR3GPP_LEAVE);
 }
 
-// Alternatives of several selector values stand in several entries of the table.
+// The alternatives of a choice, each once: one of several selector values stands in several entries of the table.
 static void describeAlternatives(Describe& walk, const L3Choice& choice)
 {
   for (unsigned i = 0; i < choice.count; ++i) {
@@ -118,6 +131,7 @@ static void describeAlternatives(Describe& walk, const L3Choice& choice)
   }
 }
 
+// A choice without a name puts its alternatives among the members of the record around it.
 static void describeChoice(Describe& walk, const L3Row& row, const Name& name, bool optional)
 {
   const L3Choice& choice = *static_cast<const L3Choice*>(row.info);
@@ -128,6 +142,7 @@ static void describeChoice(Describe& walk, const L3Row& row, const Name& name, b
   step(walk, member, VELNOR3GPP_LEAVE);
 }
 
+// The body of a form: its messages are alternatives under their names, those without content are nothing but the name.
 static void describeBody(Describe& walk, const L3Row& row, const Name& name, bool optional)
 {
   const L3Body& body = *static_cast<const L3Body*>(row.info);
@@ -143,6 +158,8 @@ static void describeBody(Describe& walk, const L3Row& row, const Name& name, boo
   step(walk, member, VELNOR3GPP_LEAVE);
 }
 
+// One row. What has no name and is neither record nor choice is no element: spare bits of a tail, a length without
+// member.
 static void describeRow(Describe& walk, const L3Row& row, const Name& name, bool optional)
 {
   if (!name.has && row.op != kL3Record && row.op != kL3Choice) return;
@@ -183,14 +200,17 @@ static void describeRow(Describe& walk, const L3Row& row, const Name& name, bool
   }
 }
 
+// A member may lack if it has a presence bit of its own or of its group, or a condition.
 static void describeRows(Describe& walk, const L3Row* rows, size_t count, const Name& name, bool optional)
 {
   for (const L3Row* row = rows; row < rows + count; ++row) {
+    // "when" conditions have no presence bit, and the element lacks all the same where they do not hold.
     bool mayLack = row->mBit != kL3NoBit || row->groupBit != kL3NoBit || row->given == kL3GivenWhen;
     describeRow(walk, *row, nameOf(*row, name), optional || mayLack);
   }
 }
 
+// Optional elements with their identifiers; one of four bits is given as it stands in its octet, 0x90 for 9-.
 static void describeOptions(Describe& walk, const L3Message& message)
 {
   for (unsigned i = 0; i < message.count; ++i) {
@@ -201,18 +221,22 @@ static void describeOptions(Describe& walk, const L3Message& message)
   }
 }
 
+// Rows first, then the optional elements of a message.
 static void describeMembers(Describe& walk, const L3Type& type, const Name& name, bool optional)
 {
   describeRows(walk, type.rows, type.rowCount, name, optional);
   if (type.message) describeOptions(walk, *type.message);
 }
 
+// The element is the whole of this type, so the type names it: a bare type leaves no record around it.
 static Name ofType(Name name, const L3Type& type)
 {
   name.type = &type;
   return name;
 }
 
+// A type under a name. `whole` is the type that was asked for: it is described, where types within it that are in the
+// table are told by reference. Types cannot hold themselves, so the definitions bound the depth.
 static void describeType(Describe& walk, const L3Type& type, const Name& name, bool optional, bool whole)
 {
   const L3Facts* known = whole ? nullptr : findType(type.fullName);
@@ -227,7 +251,7 @@ static void describeType(Describe& walk, const L3Type& type, const Name& name, b
   }
   velnor3gpp_Member member = memberOf(name, VELNOR3GPP_RECORD, optional);
   member.type = publicType(known);
-  if (known && name.has) return tell(walk, member);
+  if (known && name.has) return tell(walk, member); // its own description has what is in it
   ++walk.depth;
   bool bare = l3IsBare(type), open = !bare && name.has;
   if (open) step(walk, member, VELNOR3GPP_ENTER);
@@ -236,6 +260,7 @@ static void describeType(Describe& walk, const L3Type& type, const Name& name, b
   --walk.depth;
 }
 
+// The whole type has no name and is told as one element.
 int velnor3gpp_describe(const velnor3gpp_Type* type, velnor3gpp_DescribeFunc function, void* arg)
 {
   if (!type || !function) return RTX_E_NULL_POINTER;

@@ -1,5 +1,7 @@
-// Elements that the decoder kept: told by number, and put under a record that was built. A kept element belongs to a
-// record and stands at one of its rows; callers know both by name.
+// Elements that the decoder kept because it could not read them (l3Kept.h): told to callers by number, put under a
+// record that was built from JSON, and overwritten by redacting. The engine knows where a kept element stands by two
+// pointers, the record that it belongs to and the row behind which it stood; callers know both by name. Translating
+// between the two is what this file does, by a walk over the record. Kept elements are on the job's heap.
 #include "rt3gppsrc/engine/l3Kept.h"
 
 #include "api/place.h"
@@ -21,6 +23,7 @@ struct Search {
 
 } // namespace
 
+// Row number `i` of a type, its optional elements counted behind its rows; null behind the last.
 static const L3Row* rowsOf(const L3Type& type, unsigned i)
 {
   if (i < type.rowCount) return type.rows + i;
@@ -28,7 +31,8 @@ static const L3Row* rowsOf(const L3Type& type, unsigned i)
   return type.message && i < type.message->count ? type.message->options + i : nullptr;
 }
 
-// Is it the message of this type? A nameless record inside has no node of its own: its message is the type's as well.
+// Is the anchor the message of this type? A nameless record inside has no node of its own: its message is the type's as
+// well. So is that of the standard's form, whose rows are a second table.
 static bool isMessageOf(const L3Type& type, const void* anchor)
 {
   if (type.message == anchor) return true;
@@ -39,6 +43,7 @@ static bool isMessageOf(const L3Type& type, const void* anchor)
   return type.standard && isMessageOf(*type.standard, anchor);
 }
 
+// Is the anchor the type, one of its rows, or one of a nameless record inside?
 static bool hasAnchor(const L3Type& type, const void* anchor)
 {
   if (anchor == &type) return true;
@@ -49,6 +54,7 @@ static bool hasAnchor(const L3Type& type, const void* anchor)
   return type.standard && hasAnchor(*type.standard, anchor);
 }
 
+// Visitor: the node under the path that a caller gave for a kept element.
 static int lookForPath(const velnor3gpp_Node* node, void* arg)
 {
   Search& search = *static_cast<Search*>(arg);
@@ -62,8 +68,8 @@ static int lookForPath(const velnor3gpp_Node* node, void* arg)
   return 0;
 }
 
-// A record's first member can be a record as well, at the same address: the anchor tells which of them is meant. Where
-// no type has it, the innermost one comes last.
+// Visitor: the node whose record a kept element belongs to. A record's first member can be a record as well, at the
+// same address: the anchor tells which of them is meant. Where no type has it, the innermost one comes last and stays.
 static int lookForRecord(const velnor3gpp_Node* node, void* arg)
 {
   Search& search = *static_cast<Search*>(arg);
@@ -78,7 +84,9 @@ static int lookForRecord(const velnor3gpp_Node* node, void* arg)
   return 0;
 }
 
-// The row under which a name is known at a place of the record, or, without a name, the one that has such a place.
+// The row by which the engine will find the element again: the one of this name, or without a name the one that has
+// such a place (the length whose region it ends, the message in front of whose options it stands, the tail). `record`
+// follows into a nameless record, since the engine looks it up by the record that the row belongs to.
 static const void* findAnchor(const L3Type& type, const uint8_t*& record, L3KeptAt at, const char* name)
 {
   if (at == kL3KeptEnd) return &type;
@@ -97,6 +105,7 @@ static const void* findAnchor(const L3Type& type, const uint8_t*& record, L3Kept
   return nullptr;
 }
 
+// Element number `index` from the front of the list.
 static const L3Kept* keptAt(const velnor3gpp_Session& session, size_t index)
 {
   const L3KeptList* list = l3KeptOf(&session.ctxt);
@@ -105,14 +114,17 @@ static const L3Kept* keptAt(const velnor3gpp_Session& session, size_t index)
   return kept;
 }
 
+// The same, in one step where callers ask for one after the other.
 static const L3Kept* nextKept(velnor3gpp_Session& session, size_t index)
 {
+  // The list has one direction only: counting from its front for each element would take the square of their number.
   bool follows = session.told && index == session.toldIndex + 1;
   session.told = follows ? session.told->next : keptAt(session, index);
   session.toldIndex = index;
   return session.told;
 }
 
+// Finds path and type of the record, unless they are those of the element told before.
 static void findRecord(velnor3gpp_Session& session, const L3Kept& kept)
 {
   if (session.toldRecord == kept.record) return;
@@ -129,6 +141,7 @@ size_t keptCount(const velnor3gpp_Session& session)
   return list ? list->count : 0;
 }
 
+// Elements that are a loss: padding that is kept to come back octet for octet is none.
 size_t keptInVain(const velnor3gpp_Session& session)
 {
   size_t count = 0;
@@ -137,6 +150,7 @@ size_t keptInVain(const velnor3gpp_Session& session)
   return count;
 }
 
+// The name of the row that the element stands at, or "" where it is a message or everything that it stands behind.
 static const char* elementOf(const L3Kept& kept, const L3Type* type)
 {
   bool named = kept.at != kL3KeptEnd && type && !isMessageOf(*type, kept.anchor);
@@ -145,6 +159,7 @@ static const char* elementOf(const L3Kept& kept, const L3Type* type)
   return name ? name : "";
 }
 
+// Tells one element. Its octets stay the context's; path and text hold until the next one is asked for.
 int velnor3gpp_kept(velnor3gpp_Session* session, size_t index, velnor3gpp_Kept* target)
 {
   if (!session || !target) return RTX_E_NULL_POINTER;
@@ -171,6 +186,8 @@ int velnor3gpp_kept(velnor3gpp_Session* session, size_t index, velnor3gpp_Kept* 
   return fillStruct(target, all);
 }
 
+// Puts octets under a record that was built, so that they are encoded with it: the reverse of velnor3gpp_kept. All of
+// `source` is copied. The place has to exist in the record, otherwise an encoder would never come by it.
 int velnor3gpp_keep(velnor3gpp_Session* session, const velnor3gpp_Kept* source)
 {
   if (!session || !source) return RTX_E_NULL_POINTER;
@@ -186,7 +203,7 @@ int velnor3gpp_keep(velnor3gpp_Session* session, const velnor3gpp_Kept* source)
   const uint8_t* record = search.record;
   const void* anchor = findAnchor(*search.type, record, at, all.element);
   if (!anchor && at == kL3KeptBehind && !*all.element && search.type->flags & kL3RestOctets) {
-    // A message that is rest octets alone: behind it everything ends.
+    // A message that is rest octets alone (system information 13): behind it everything ends, so the place is the end.
     at = kL3KeptEnd;
     record = session->record;
     anchor = &typeOf(*session->known);
@@ -203,6 +220,7 @@ int velnor3gpp_keep(velnor3gpp_Session* session, const velnor3gpp_Kept* source)
                        all.fault};
   L3Kept* kept = l3AddKept(&session->ctxt, facts, all.octets, all.bits ? all.bits : all.count * 8);
   if (!kept) return velnor3gpp_report(session, RTX_E_NO_MEMORY, "", "out of memory");
+  // What the value counted when it was decoded is not in JSON; the octet at which the element stood is.
   kept->before = static_cast<uint32_t>(all.octet);
   session->ctxt.flags |= RTX_FLAG_KEEP_ELEMENTS;
   session->told = nullptr;
@@ -210,7 +228,9 @@ int velnor3gpp_keep(velnor3gpp_Session* session, const velnor3gpp_Kept* source)
   return 0;
 }
 
-// The octets that frame an element: what stands behind them may tell of a person.
+// The octets that frame an element (identifier, length) and may stay; what stands behind them may tell of a person. 7A
+// 03 xx xx xx has a head of 2, 7B 00 03 xx xx xx one of 3, and one whose length does not fit keeps its identifier
+// alone.
 static size_t headOf(const L3Kept& kept)
 {
   const uint8_t* octets = kept.octets();
@@ -224,6 +244,7 @@ static size_t headOf(const L3Kept& kept)
   return count > 3 && static_cast<size_t>(octets[1] << 8 | octets[2]) + 3 == count ? 3 : 1;
 }
 
+// Overwrites the content of all kept elements with zeros, and leaves their framing so that they can be encoded.
 void hideKept(velnor3gpp_Session& session)
 {
   L3KeptList* list = l3KeptOf(&session.ctxt);

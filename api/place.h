@@ -1,4 +1,7 @@
-// A node of the walk with what the library knows of it besides.
+// A node of the walk (visit.cpp) with what the library knows of it besides. Every node that a visitor gets is the first
+// member of a Place, so that code inside the library may look at the rest: redacting at `hidden` and `member`, kept
+// elements at `type` and `record`, positions at `pushed`. Callers of the library see the node alone. It lives during
+// the visit.
 #ifndef VELNOR3GPP_API_PLACE_H
 #define VELNOR3GPP_API_PLACE_H
 
@@ -16,6 +19,7 @@ struct Place {
   bool hidden;           // it lies in something that tells of a person
 };
 
+// Only for nodes that the walk has made; a caller's own node is no Place.
 inline const Place& placeOf(const velnor3gpp_Node* node)
 {
   return *reinterpret_cast<const Place*>(node);

@@ -1,9 +1,13 @@
+// The search for a node's place in the bit trace; positions.h says what it is for. Offsets and counts are bits from the
+// start of the message.
 #include "api/positions.h"
 
 #include "api/session.h"
 #include "velnor3gpp/rtxDiagBitTrace.h"
 
 static constexpr size_t kPathRoom = 1024;
+// A message of nothing but tiny fields that no node asks for would make each search long. So many looks for each field
+// are more than real messages need (most nodes are found at the first); behind that, nodes have no place.
 static constexpr size_t kLooksPerField = 64;
 
 namespace {
@@ -15,6 +19,7 @@ struct PathText {
 
 } // namespace
 
+// Appends as much as fits. A path that is cut is not found, and its node has no place.
 static void append(PathText& path, const char* text)
 {
   size_t length = strlen(text);
@@ -24,6 +29,7 @@ static void append(PathText& path, const char* text)
   path.chars[path.length] = 0;
 }
 
+// Writes the digits from the right.
 static void appendIndex(PathText& path, uint32_t index)
 {
   char digits[14] = "]";
@@ -36,7 +42,8 @@ static void appendIndex(PathText& path, uint32_t index)
   append(path, digits + first);
 }
 
-// "RegAccept.taiList.elem[0]": names as the decoder pushes them.
+// "RegAccept.taiList.elem[0]": the path of a node in names as the decoder pushes them. Recursive by nesting, which the
+// walk bounds at 64.
 static void pushedPath(PathText& path, const velnor3gpp_Node* node, PushedName* pushed)
 {
   if (node->parent) {
@@ -52,7 +59,7 @@ static const RtxBitField* fieldOf(const RtxSListNode* entry)
   return static_cast<const RtxBitField*>(entry->data);
 }
 
-// Is the field the path's, or does it lie within?
+// Is the field the path's own, or one of something within? "a.b" holds "a.b", "a.b.c" and "a.b[0]", but not "a.bc".
 static bool isWithin(const RtxBitField* field, const PathText& path)
 {
   if (!field->elemName || strncmp(field->elemName, path.chars, path.length)) return false;
@@ -60,6 +67,7 @@ static bool isWithin(const RtxBitField* field, const PathText& path)
   return !behind || behind == '.' || behind == '[';
 }
 
+// The first entry under the path in from..to, counting the looks.
 static const RtxSListNode* search(Positions& positions, const RtxSListNode* from, const RtxSListNode* to,
                                   const PathText& path)
 {
@@ -70,6 +78,7 @@ static const RtxSListNode* search(Positions& positions, const RtxSListNode* from
   return nullptr;
 }
 
+// Decodes the message once more with the trace, unless that has been done for it.
 bool openPositions(Positions& positions, velnor3gpp_Session& session)
 {
   const RtxBitFieldList* list = positionsOf(session);
@@ -79,15 +88,19 @@ bool openPositions(Positions& positions, velnor3gpp_Session& session)
   return true;
 }
 
+// Finds the node's first field and sums up to the end of its last. A record's search leaves `next` at its first field,
+// since its members begin there; a value leaves it behind.
 void locate(Positions& positions, velnor3gpp_Node* node, PushedName* pushed)
 {
   PathText path;
   path.length = 0;
   pushedPath(path, node, pushed);
   const RtxSListNode* entry = search(positions, positions.next, nullptr, path);
+  // A coder by hand may read fields in another order than the rows tell them: then it is looked for from the front.
   if (!entry) entry = search(positions, positions.first, positions.next, path);
   if (!entry) return;
   node->bitOffset = fieldOf(entry)->bitOffset;
+  // From its first field to the last that lies in it: members may have been read with gaps between them.
   bool inside = node->step == VELNOR3GPP_ENTER;
   positions.next = inside ? entry : entry->next;
   for (; entry && isWithin(fieldOf(entry), path); entry = entry->next) {

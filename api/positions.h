@@ -1,6 +1,7 @@
 // Where the elements of a record stand in the message. The bit trace lists every field that a decoder reads, in the
-// order of reading, with its element path; a walk finds each of its nodes there by the same path. As both go forward,
-// a search begins where the one before ended.
+// order of reading, with its element path; a walk finds each of its nodes there by the same path. As both go forward, a
+// search begins where the one before ended. visit.cpp asks when a caller wants positions; nothing is computed
+// otherwise. The trace belongs to the session (positionsOf in code.cpp).
 #ifndef VELNOR3GPP_API_POSITIONS_H
 #define VELNOR3GPP_API_POSITIONS_H
 

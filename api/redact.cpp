@@ -1,11 +1,15 @@
-// Taking out of a record what tells who or where somebody is or what they said. The record keeps its shape: digits and
-// letters, octets and wide numbers become 0, or what a key makes of them; networks and countries, in up to three
-// characters, stay.
+// Taking out of a record what tells who or where somebody is or what they said. Types that a definition marks as
+// `private` are told by the walk (Place::hidden); two visitors overwrite their values in place. velnor3gpp_redact makes
+// them 0, velnor3gpp_pseudonymise makes of them what a key says, so that the same subscriber stays the same in many
+// messages. The record keeps its shape, so that it can be encoded: digits and letters, octets and wide numbers are
+// replaced; networks and countries, in up to three characters, stay. The message's own octets and what could not be
+// read are wiped as well.
 #include "api/place.h"
 #include "api/session.h"
 #include "rt3gppsrc/rt3gppCrypto.h"
 
 static constexpr unsigned kLeastWidth = 16; // narrower numbers are flags and kinds, which others depend on
+// Characters of a text that stay: country and network codes.
 static constexpr size_t kMostCode = 3;
 
 // Records belong to the session, whose walk shows them to others as constants.
@@ -14,6 +18,7 @@ static uint8_t* writable(const uint8_t* data)
   return const_cast<uint8_t*>(data);
 }
 
+// Makes every digit and letter a 0. Dots and @ stay, so that a domain name keeps its labels and can be encoded.
 static void hideText(uint8_t* text, size_t count)
 {
   for (size_t i = 0; i < count; ++i) {
@@ -23,6 +28,7 @@ static void hideText(uint8_t* text, size_t count)
   }
 }
 
+// Visitor: overwrites a value that lies in a private type.
 static int hide(const velnor3gpp_Node* node, void*)
 {
   const Place& place = placeOf(node);
@@ -35,7 +41,8 @@ static int hide(const velnor3gpp_Node* node, void*)
   return 0;
 }
 
-// The message's own octets still tell what the record does not, and so do elements that nobody reads.
+// The session's copy of the message still holds what the record does not, and so do elements that nobody has read.
+// Without octets, positions and traces of the message are gone.
 static void forgetOctets(velnor3gpp_Session& session)
 {
   hideKept(session);
@@ -43,6 +50,7 @@ static void forgetOctets(velnor3gpp_Session& session)
   session.count = 0;
 }
 
+// Redacts as far as the walk comes; the octets go whatever its status is.
 int velnor3gpp_redact(velnor3gpp_Session* session)
 {
   if (!session) return RTX_E_NULL_POINTER;
@@ -57,11 +65,13 @@ constexpr size_t kNetworkDigits = 5; // of an IMSI: country and network
 constexpr size_t kSameDigits = 9;    // the last digits that make a number, whatever prefix stands before them
 constexpr unsigned kMaxInside = 4;   // messages within messages
 
+// AES under the caller's key, for CMAC; wiped when the pseudonymisation ends.
 struct Cipher {
   uint32_t schedule[kAesScheduleWords];
   uint8_t subkeys[kCmacSubkeyOctets];
 };
 
+// What the visitor works with. `inside` is a session of its own for messages within messages.
 struct Replace {
   const Cipher& cipher;
   velnor3gpp_Session* inside; // for messages within this one, or null
@@ -72,7 +82,8 @@ struct Replace {
 
 static int pseudonymise(velnor3gpp_Session& session, const Cipher& cipher, unsigned depth);
 
-// 16 octets that the key makes of up to 24.
+// 16 octets that key and data make: CMAC over a block pair of count, number, and up to 24 octets of data. Who has not
+// the key can neither compute nor reverse it.
 static void tagOf(const Cipher& cipher, const void* data, size_t count, uint8_t number, uint8_t* tag)
 {
   uint8_t text[32] = {static_cast<uint8_t>(count), number};
@@ -85,8 +96,9 @@ static bool isNamed(const velnor3gpp_Node* node, const char* name)
   return node->name && node->nameLength == strlen(name) && memcmp(node->name, name, node->nameLength) == 0;
 }
 
-// Each digit from `kept` on, counted from the end, is moved on by what the key makes of the last nine: 0049 170 1234567
-// and 0170 1234567 stay the same number. Digits are values of 0 to 9; a number of the key's own is never the first one.
+// Moves each digit but the first `kept` on by what the key makes of the last nine: 0049 170 1234567 and 0170 1234567
+// stay the same number behind their prefixes. Digits are values of 0 to 9. The last digit moves by 1 to 9, so that no
+// number stays as it was.
 static void moveDigits(const Cipher& cipher, uint8_t* digits, size_t count, size_t kept)
 {
   uint8_t tag[kAesBlockOctets];
@@ -100,7 +112,8 @@ static void moveDigits(const Cipher& cipher, uint8_t* digits, size_t count, size
   }
 }
 
-// The last digit of an IMEI makes a sum over all of them a multiple of 10 (TS 23.003, B.2).
+// The check digit of an IMEI makes a sum over all its digits, every second one doubled, a multiple of 10 (TS 23.003,
+// annex B): 49015420323751 gets 8.
 static uint8_t checkDigit(const uint8_t* digits, size_t count)
 {
   unsigned sum = 0;
@@ -112,8 +125,11 @@ static uint8_t checkDigit(const uint8_t* digits, size_t count)
 }
 
 static constexpr size_t kMostDigits = 32;
+// An IMEI has 15 digits and an IMEISV 16, of which the first 14 say which equipment it is (TS 23.003, 6.2).
 static constexpr size_t kImeiDigits = 14; // without the check digit, or the two of the software version
 
+// An IMSI keeps its first five digits, country and network; an IMEI gets a new check digit, an IMEISV keeps its
+// software version.
 static void replaceDigits(const Replace& replace, const velnor3gpp_Node* node, uint8_t* text)
 {
   uint8_t digits[kMostDigits];
@@ -125,6 +141,7 @@ static void replaceDigits(const Replace& replace, const velnor3gpp_Node* node, u
   for (size_t i = 0; i < count; ++i) text[i] = static_cast<uint8_t>(digits[i] + '0');
 }
 
+// Digits alone, no more than the array of replaceDigits holds.
 static bool areDigits(const uint8_t* text, size_t count)
 {
   for (size_t i = 0; i < count; ++i)
@@ -143,6 +160,7 @@ static void replaceOctets(const Cipher& cipher, uint8_t* octets, size_t count)
   }
 }
 
+// Text that is no number, such as a domain name, is hidden: a pseudonym would have to be a legal name.
 static void replaceText(const Replace& replace, const velnor3gpp_Node* node)
 {
   uint8_t* text = writable(node->data);
@@ -150,7 +168,8 @@ static void replaceText(const Replace& replace, const velnor3gpp_Node* node)
   hideText(text, node->count);
 }
 
-// A number of whole octets becomes what the same octets would.
+// A number becomes what its octets would, the higher ones first, cut to its width: a TMSI as a number and as four
+// octets has the same pseudonym.
 static void replaceNumber(const Replace& replace, const Place& place)
 {
   const velnor3gpp_Node& node = place.node;
@@ -164,7 +183,8 @@ static void replaceNumber(const Replace& replace, const Place& place)
   l3Store(writable(place.member), place.store, number);
 }
 
-// The null scheme of a SUCI has the subscriber's digits, two in an octet with the low half first, and 15 as a filler.
+// The null scheme of a SUCI has the subscriber's digits, two in an octet with the low half first, and 15 as filler: 21
+// F3 is 123. False, with nothing changed, for other octets: the output of a real scheme.
 static bool replaceHalves(const Replace& replace, uint8_t* octets, size_t count)
 {
   uint8_t digits[kMostDigits];
@@ -179,8 +199,9 @@ static bool replaceHalves(const Replace& replace, uint8_t* octets, size_t count)
   return true;
 }
 
-// Octets of no private type may be a message in which something is: it is replaced there. What is a message and does
-// not come back octet for octet may hold anything in what was not read, and goes as a whole.
+// Octets of no private type may be a message in which something is: a container. It is decoded, encoded and compared;
+// only if that gives the same octets nothing in it has gone unread, and it is pseudonymised by itself. A message that
+// does not come back may hold anything and is replaced as a whole. Octets that are no message are left.
 static void replaceInside(const Replace& replace, uint8_t* octets, size_t count)
 {
   velnor3gpp_Session* inside = replace.inside;
@@ -189,17 +210,20 @@ static void replaceInside(const Replace& replace, uint8_t* octets, size_t count)
   if (!inside || count < 2) return;
   int status = velnor3gpp_decode(inside, nullptr, VELNOR3GPP_DIRECTION_UNKNOWN, octets, count);
   if (!messageOf(*inside)) return;
+  // `again` is in the inner session and holds until its next encoding, so it is compared at once.
   bool back = status == 0 && velnor3gpp_encode(inside, &again, &length) == 0 && length == count;
   if (!back || memcmp(again, octets, count) != 0) return replaceOctets(replace.cipher, octets, count);
   if (pseudonymise(*inside, replace.cipher, replace.depth + 1) < 0) return;
   if (velnor3gpp_encode(inside, &again, &length) == 0 && length == count) memcpy(octets, again, count);
 }
 
+// Visitor: the private values, and octets that may be messages. Bits behind the end of a bit string stay 0.
 static int replaceNode(const velnor3gpp_Node* node, void* arg)
 {
   const Replace& replace = *static_cast<const Replace*>(arg);
   const Place& place = placeOf(node);
   if (node->step != VELNOR3GPP_VALUE) return 0;
+  // Octets of a private type are replaced below, whatever they hold.
   if (node->kind == VELNOR3GPP_OCTETS && !place.hidden) replaceInside(replace, writable(node->data), node->count);
   if (!place.hidden) return 0;
   if (node->kind == VELNOR3GPP_NUMBER && node->width >= kLeastWidth && place.member) replaceNumber(replace, place);
@@ -216,6 +240,8 @@ static int replaceNode(const velnor3gpp_Node* node, void* arg)
   return 0;
 }
 
+// One message and, in sessions of their own, up to four levels of messages in it. Containers below that stay as they
+// are.
 static int pseudonymise(velnor3gpp_Session& session, const Cipher& cipher, unsigned depth)
 {
   velnor3gpp_Session* inside = nullptr;
@@ -227,6 +253,7 @@ static int pseudonymise(velnor3gpp_Session& session, const Cipher& cipher, unsig
   return status;
 }
 
+// The key is 16 octets and is not kept.
 int velnor3gpp_pseudonymise(velnor3gpp_Session* session, const uint8_t key[16])
 {
   if (!session || !key) return RTX_E_NULL_POINTER;

@@ -1,12 +1,15 @@
-// Records to begin with: samples of a type, and of one message of a form.
+// Records to begin with: samples of a type, and of one message of a form. The engine makes a sample by walking the rows
+// with made-up values and every optional element present; here it is cut down to what callers ask for. The record is
+// the job's and the session's, as if it had been decoded, and can be encoded.
 #include "api/session.h"
 
+// A row without a presence bit has kL3NoBit.
 static void clearBit(uint8_t* record, uint16_t bit)
 {
   if (bit != kL3NoBit) record[bit >> 3] = static_cast<uint8_t>(record[bit >> 3] & ~(1U << (bit & 7)));
 }
 
-// A message goes without the elements that have an identifier.
+// Makes a message lack all elements that have an identifier; their storage stays with the heap.
 static void clearOptions(const L3Type& type, uint8_t* message)
 {
   for (unsigned i = 0; type.message && i < type.message->count; ++i) {
@@ -15,7 +18,7 @@ static void clearOptions(const L3Type& type, uint8_t* message)
   }
 }
 
-// The tags of alternatives that fields tell.
+// Sets the alternatives of choices that header fields select, once these fields have changed with the message.
 static void settleTags(const L3Type& type, uint8_t* record)
 {
   for (const L3Row* row = type.rows; row < type.rows + type.rowCount; ++row) {
@@ -27,6 +30,7 @@ static void settleTags(const L3Type& type, uint8_t* record)
   }
 }
 
+// The first body of a form; a second one holds rest octets.
 static const L3Row* bodyOf(const L3Type& type)
 {
   for (const L3Row* row = type.rows; row < type.rows + type.rowCount; ++row)
@@ -34,7 +38,7 @@ static const L3Row* bodyOf(const L3Type& type)
   return nullptr;
 }
 
-// By the definition's or the standard's name.
+// The message of this name, by the definition (RegReject5G) or by the standard ("Registration reject").
 static const L3BodyRow* messageNamed(const L3Body& body, const char* name)
 {
   for (const L3BodyRow* row = body.rows; row < body.rows + body.count; ++row)
@@ -50,6 +54,7 @@ static const L3BodyRow* messageTagged(const L3Body& body, uint64_t tag)
   return nullptr;
 }
 
+// Puts a sample of the message under the form, whose own sample has another message.
 static int putBody(velnor3gpp_Session& session, const L3Type& form, uint8_t* record, const L3BodyRow& message)
 {
   void* value = message.type ? l3Sample(&session.ctxt, *message.type) : nullptr;
@@ -58,6 +63,8 @@ static int putBody(velnor3gpp_Session& session, const L3Type& form, uint8_t* rec
   return 0;
 }
 
+// Makes the form's sample one of the named message. Each body loses its message first, so that a form whose rest octets
+// belong to some messages only does not keep those of another.
 static int putMessage(velnor3gpp_Session& session, const L3Type& form, uint8_t* record, const char* name)
 {
   const L3Row* row = bodyOf(form);
@@ -66,7 +73,7 @@ static int putMessage(velnor3gpp_Session& session, const L3Type& form, uint8_t* 
   for (; row < form.rows + form.rowCount; ++row) {
     if (row->op != kL3Body) continue;
     const L3BodyRow* message = messageTagged(*static_cast<const L3Body*>(row->info), named->tag);
-    l3Store(record + row->offset, 4, 0);
+    l3Store(record + row->offset, 4, 0); // none, unless this body has the message
     if (!message) continue;
     if (int status = putBody(session, form, record, *message); status < 0) return status;
   }
@@ -74,12 +81,13 @@ static int putMessage(velnor3gpp_Session& session, const L3Type& form, uint8_t* 
   return 0;
 }
 
+// The union of a header's choice as zeros.
 static void clearUnion(const L3Choice& choice, uint8_t* record)
 {
   if (choice.unionSize) memset(record + choice.unionOffset, 0, choice.unionSize);
 }
 
-// The least number that each member can be.
+// Sets numbers to the least that each can be, so that the header of a minimal message says nothing by accident.
 static void clearNumbers(const L3Type& type, uint8_t* record)
 {
   for (const L3Row* row = type.rows; row < type.rows + type.rowCount; ++row) {
@@ -89,7 +97,8 @@ static void clearNumbers(const L3Type& type, uint8_t* record)
   }
 }
 
-// A form without what only protection needs, and with a header of zeros but for what tells the message.
+// A form as small as it can be: no security header, a header of zeros but for what tells the message, no optional
+// elements.
 static void minimiseForm(const L3Type& form, const L3Row& bodyRow, uint8_t* record)
 {
   const L3Body& body = *static_cast<const L3Body*>(bodyRow.info);
@@ -107,12 +116,14 @@ static void minimiseForm(const L3Type& form, const L3Row& bodyRow, uint8_t* reco
   }
 }
 
+// A form is made small in its message and its header, another type in its optional elements.
 static void minimise(const L3Type& type, uint8_t* record)
 {
   clearOptions(type, record);
   if (const L3Row* row = bodyOf(type)) minimiseForm(type, *row, record);
 }
 
+// Ends the job that was there. `message` may be null, for the message that the form's sample has.
 int velnor3gpp_sample(velnor3gpp_Session* session, const velnor3gpp_Type* type, const char* message, unsigned flags)
 {
   if (!session || !type) return RTX_E_NULL_POINTER;
@@ -123,6 +134,7 @@ int velnor3gpp_sample(velnor3gpp_Session* session, const velnor3gpp_Type* type, 
   if (!record) return velnor3gpp_report(session, RTX_E_NO_MEMORY, "", "out of memory");
   if (message)
     if (int status = putMessage(*session, own, record, message); status < 0) return status;
+  // Cut down last: a message that was just put in is a full sample as well.
   if (flags & VELNOR3GPP_MINIMAL) minimise(own, record);
   session->known = &known;
   session->record = record;

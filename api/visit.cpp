@@ -1,6 +1,10 @@
 // The walk over a record by the rows of its type, told node by node: the one place that turns records into named
-// values. Text of other forms, templates and positions are consumers of it. The walk trusts no count beyond an inline
-// array's end and follows no null pointer, as the printer does.
+// values. JSON, kept elements, redaction and positions are consumers of it (docs/adr/0007); the printer has a walk of
+// its own. The walk trusts no count beyond an inline array's end and follows no null pointer, since callers fill
+// records by hand. Nothing is allocated: nodes are on the stack and live while their visitor, or one of what lies in
+// them, runs.
+//
+//   ENTER record, ENTER mobileId, VALUE length, ENTER imsi ..., LEAVE mobileId, LEAVE record
 #include "api/place.h"
 #include "api/positions.h"
 #include "api/session.h"
@@ -14,6 +18,8 @@ namespace {
 
 using Node = velnor3gpp_Node;
 
+// named: by a key. entry: of a list, by its index. whole: the record that the walk began with. none: it has no name,
+// and its content belongs to what it lies in.
 enum class NameKind : uint8_t { named, entry, whole, none };
 
 // How an element is called by the one it lies in. Without a name its content belongs to that one.
@@ -26,6 +32,8 @@ struct Name {
   const L3Type* type = nullptr; // that has nothing but this element
 };
 
+// One walk. A negative answer of the visitor becomes `status` and ends it; a positive one to ENTER passes over the
+// content.
 struct Walk {
   velnor3gpp_VisitFunc visit;
   void* arg;
@@ -37,6 +45,7 @@ struct Walk {
   const RtxContext* ctxt;
 };
 
+// Values that a record counts, wherever they are: bits, octets, characters or entries.
 struct Held {
   uint64_t count;
   const uint8_t* data;
@@ -56,6 +65,7 @@ static Name nameOf(const L3Row& row, const Name& given)
   return {key, row.name, static_cast<uint32_t>(length), 0, NameKind::named};
 }
 
+// Makes a node with its name and no value. Every member is set here, so that no node tells what the one before had.
 static void begin(Place& place, const Place* parent, const Name& name, velnor3gpp_Kind kind)
 {
   Node& node = place.node;
@@ -80,6 +90,7 @@ static void begin(Place& place, const Place* parent, const Name& name, velnor3gp
   place.type = name.type;
 }
 
+// Hands a node to the visitor, with its position where they are asked for. The end of a record has none of its own.
 static int tell(Walk& walk, Place& place)
 {
   if (walk.positions && place.node.step != VELNOR3GPP_LEAVE) locate(*walk.positions, &place.node, &pushedName);
@@ -89,18 +100,21 @@ static int tell(Walk& walk, Place& place)
   return answer;
 }
 
+// Tells that a record, list or choice begins. False: its content is not wanted, or the walk has ended.
 static bool enter(Walk& walk, Place& place)
 {
   place.node.step = VELNOR3GPP_ENTER;
   return tell(walk, place) == 0;
 }
 
+// Tells the end, also of one whose content was not wanted.
 static void leave(Walk& walk, Place& place)
 {
   place.node.step = VELNOR3GPP_LEAVE;
   if (walk.status >= 0) tell(walk, place);
 }
 
+// A number with its width in bits; `member` and `store` lead to it in the record, for those who change it.
 static void visitNumber(Walk& walk, const Place* parent, const Name& name, velnor3gpp_Kind kind, uint8_t width,
                         uint64_t number, const uint8_t* member = nullptr, uint8_t store = 0)
 {
@@ -113,6 +127,7 @@ static void visitNumber(Walk& walk, const Place* parent, const Name& name, velno
   tell(walk, place);
 }
 
+// A number with the name of its value, which is looked up only where names are asked for.
 static void visitEnumerated(Walk& walk, const Place* parent, const L3Row& row, const Name& name, const uint8_t* member)
 {
   Place place;
@@ -121,6 +136,7 @@ static void visitEnumerated(Walk& walk, const Place* parent, const L3Row& row, c
   place.node.number = l3Load(member, row.store);
   if (walk.names) {
     const L3Enum& set = *static_cast<const L3Enum*>(row.info);
+    // Closed enumerations are of 32 bits with a sign, as their C type is.
     uint64_t raw = place.node.number;
     place.node.valueName =
         l3EnumTitle(set, set.printOpen ? static_cast<int64_t>(raw) : static_cast<int64_t>(static_cast<int32_t>(raw)));
@@ -128,6 +144,7 @@ static void visitEnumerated(Walk& walk, const Place* parent, const L3Row& row, c
   tell(walk, place);
 }
 
+// Octets, bits or text: a pointer into the record and a count of octets, bits or characters.
 static void visitString(Walk& walk, const Place* parent, const Name& name, velnor3gpp_Kind kind, Held held)
 {
   Place place;
@@ -140,25 +157,29 @@ static void visitString(Walk& walk, const Place* parent, const Name& name, velno
 // Counted values of a record: inline, where the array holds no more than `cap`, or on the heap.
 template <typename Heap> static Held heldValues(const uint8_t* member, uint32_t cap, size_t dataOffset)
 {
+  // A count above the array's room, which a caller may have written, is cut to it.
   if (cap) return {member[0] < cap ? member[0] : cap, member + dataOffset};
   auto [count, data] = l3LoadShape<Heap>(member);
   return {data ? count : 0, data};
 }
 
+// Octets of a fixed count, of an inline array, or on the heap.
 static Held octetsOf(const L3Octets& info, const uint8_t* member)
 {
   if (info.from == kL3Fixed) return {info.fixed, member};
   return heldValues<L3HeapOctets>(member, info.cap, info.dataOffset);
 }
 
+// Bits, in the same three ways; the count is one of bits.
 static Held bitsOf(const L3BitString& info, const uint8_t* member)
 {
   if (info.from == kL3Fixed) return {info.capBits, member};
   return heldValues<L3HeapBits>(member, info.capBits, info.dataOffset);
 }
 
-// An array of characters need not hold its end. Where a digit is a filler and one behind it is not (octets FF F1 10 of
-// a network code), the digits behind the 0 belong to the value: encoders write them.
+// The characters of an array up to the last that is not zero; it need not hold an end. A filler among the digits of a
+// network code is a zero with digits behind it: MCC and MNC of FF F1 10 are "\0\0" "1" and "01". The digits behind it
+// belong to the value, because encoders write them.
 static size_t arrayLength(const uint8_t* array, size_t cap)
 {
   size_t length = cap <= kMaxText ? cap : kMaxText;
@@ -166,6 +187,7 @@ static size_t arrayLength(const uint8_t* array, size_t cap)
   return length;
 }
 
+// A text in an array of `cap`, or with `cap` 0 behind a pointer, which may be null.
 static Held textOf(const uint8_t* member, size_t cap)
 {
   if (cap) return {arrayLength(member, cap), member};
@@ -173,6 +195,7 @@ static Held textOf(const uint8_t* member, size_t cap)
   return {text ? strlen(text) : 0, reinterpret_cast<const uint8_t*>(text)};
 }
 
+// A list and its entries, which have an index for a name.
 static void visitList(Walk& walk, const Place* parent, const L3Row& row, const Name& name, const uint8_t* member)
 {
   const L3List& info = *static_cast<const L3List*>(row.info);
@@ -187,6 +210,7 @@ static void visitList(Walk& walk, const Place* parent, const L3Row& row, const N
   leave(walk, place);
 }
 
+// A choice under its name, with the chosen alternative in it. Without a name the alternative is told in its place.
 static void visitChoice(Walk& walk, const Place* parent, const L3Row& row, const Name& name, const uint8_t* record)
 {
   const L3Choice& choice = *static_cast<const L3Choice*>(row.info);
@@ -201,6 +225,7 @@ static void visitChoice(Walk& walk, const Place* parent, const L3Row& row, const
   leave(walk, place);
 }
 
+// The message of a body; one without content is nothing but its name.
 static void visitMessage(Walk& walk, const Place& body, const L3Body& info, const L3BodyRow& message,
                          const uint8_t* record)
 {
@@ -212,6 +237,7 @@ static void visitMessage(Walk& walk, const Place& body, const L3Body& info, cons
     visitNumber(walk, &body, name, VELNOR3GPP_NOTHING, 0, 0);
 }
 
+// The body of a form. A number that no message has leaves it empty.
 static void visitBody(Walk& walk, const Place* parent, const L3Row& row, const Name& name, const uint8_t* record)
 {
   const L3Body& body = *static_cast<const L3Body*>(row.info);
@@ -227,12 +253,14 @@ static void visitBody(Walk& walk, const Place* parent, const L3Row& row, const N
   leave(walk, place);
 }
 
+// The element is the whole of this type, so the type names it: a bare type has no node of its own.
 static Name ofType(Name name, const L3Type& type)
 {
   name.type = &type;
   return name;
 }
 
+// One row's element. What has no name and is neither record nor choice is not told.
 static void visitElement(Walk& walk, const Place* parent, const L3Row& row, const Name& given, const uint8_t* record)
 {
   const uint8_t* member = record + row.offset;
@@ -280,20 +308,25 @@ static void visitElement(Walk& walk, const Place* parent, const L3Row& row, cons
   }
 }
 
+// Rows that are there. One in whose place something was kept has no value to tell.
 static void visitRows(Walk& walk, const Place* parent, const L3Row* rows, size_t count, const Name& name,
                       const uint8_t* record)
 {
   for (const L3Row* row = rows; row < rows + count && walk.status >= 0; ++row)
+    // A release row has nothing but the presence bit of its group.
     if (row->op != kL3Release && l3IsPresent(*row, record) && !l3FirstKept(walk.ctxt, record, row, kL3KeptInstead))
       visitElement(walk, parent, *row, nameOf(*row, name), record);
 }
 
+// Rows first, then the optional elements of a message, whose order in the record is that of the definition and not of
+// the octets.
 static void visitMembers(Walk& walk, const Place* parent, const L3Type& type, const Name& name, const uint8_t* record)
 {
   visitRows(walk, parent, type.rows, type.rowCount, name, record);
   if (type.message) visitRows(walk, parent, type.message->options, type.message->count, name, record);
 }
 
+// A record under its name. A bare type's content, and that of a nameless record, is told in its place.
 static void visitRecord(Walk& walk, const Place* parent, const L3Type& type, const Name& name, const uint8_t* record)
 {
   static constexpr Name kNone = {nullptr, nullptr, 0, 0, NameKind::none};
@@ -306,6 +339,7 @@ static void visitRecord(Walk& walk, const Place* parent, const L3Type& type, con
   leave(walk, place);
 }
 
+// A type, in the standard's form where the context asks for it. `hidden` counts the private types around a value.
 static void visitType(Walk& walk, const Place* parent, const L3Type& named, const Name& name, const uint8_t* value)
 {
   const L3Type& type = l3FormOf(named, walk.ctxt);
@@ -326,17 +360,20 @@ static void visitType(Walk& walk, const Place* parent, const L3Type& named, cons
   --walk.depth;
 }
 
+// The type that a node is, or is all that its type has; null for a plain number of a record.
 const velnor3gpp_Type* velnor3gpp_nodeType(const velnor3gpp_Node* node)
 {
   const L3Type* type = node ? placeOf(node).type : nullptr;
   return type ? publicType(findType(type->fullName)) : nullptr;
 }
 
+// Names in element paths differ from keys where a definition says so (`!name-as`).
 const char* pushedName(const Node* node)
 {
   return reinterpret_cast<const Place*>(node)->pushed;
 }
 
+// Positions are left out where they cannot be had; the walk is the same without them.
 int velnor3gpp_visit(velnor3gpp_Session* session, unsigned flags, velnor3gpp_VisitFunc visit, void* arg)
 {
   if (!session || !visit) return RTX_E_NULL_POINTER;
@@ -349,6 +386,7 @@ int velnor3gpp_visit(velnor3gpp_Session* session, unsigned flags, velnor3gpp_Vis
   return walk.status;
 }
 
+// Appends as much as fits in front of an ending zero, and counts the rest too, as snprintf does.
 static size_t put(char* text, size_t room, size_t at, const char* chars, size_t count)
 {
   for (size_t i = 0; i < count; ++i)
@@ -356,6 +394,7 @@ static size_t put(char* text, size_t room, size_t at, const char* chars, size_t 
   return at + count;
 }
 
+// "[2]", written from the right.
 static size_t putIndex(char* text, size_t room, size_t at, uint32_t index)
 {
   char digits[12];
@@ -367,6 +406,7 @@ static size_t putIndex(char* text, size_t room, size_t at, uint32_t index)
   return put(text, room, at, digits + first, sizeof digits - first);
 }
 
+// "data.RegRequest.idents[2]": the names of all nodes from the whole down to this one.
 static size_t putPath(const Node* node, char* text, size_t room)
 {
   if (!node->parent) return 0;
@@ -376,6 +416,7 @@ static size_t putPath(const Node* node, char* text, size_t room)
   return put(text, room, at, node->name, node->nameLength);
 }
 
+// The length of the whole path, also of one that is cut to the room.
 size_t velnor3gpp_nodePath(const Node* node, char* text, size_t room)
 {
   if (!node) return 0;
