@@ -1,5 +1,16 @@
-// Refusals of definitions that read well and still contradict themselves: names and values twice, fields that come
-// later, ranges and forms that do not fit, rows in places where they cannot stand, parts that nobody uses.
+// The third phase: refusals of definitions that read well and still contradict themselves, or would be coded otherwise
+// than they read. resolve has set types, members and presence bits. The writers follow fields, types and codes without
+// looking back, because of what is refused here; tests/l3gen/refused.txt has definitions that are refused.
+//
+// `check` at the end of the file calls, for each type, checkType and then checkRows, which calls for each row
+//
+//   checkOrder       may a row of this kind stand here?
+//   checkRow         fields of conditions and counts, ranges, choices and bodies, IEIs
+//   checkAlignment   do octets begin at an octet?
+//
+// A function refuses the first fault of its row; checkRows notes it and goes on with the next row. Faults that can be
+// told only of all definitions together (what nobody uses, modules that need each other) are looked for if nothing has
+// been refused before: a block that is set aside would make its parts look unused.
 #include <algorithm>
 #include <set>
 
@@ -7,13 +18,20 @@
 
 namespace l3gen {
 
+// A row without a content to look at. Lengths have one: a field and a range.
 static bool isMark(const Row& row)
 {
   return !row.isElement() && row.mark != Mark::Length;
 }
 
+// A field that a condition, count or selector names stands in the same record, before the row (unless `later`), and is
+// a number. Decoders would read a member that has not been decoded yet:
+//
+//   if y x bits 8       refused: 'y' comes later
+//   M y bits 8
 static void checkField(const Type& type, const Row& row, const std::string& name, bool later = false)
 {
+  // A row without a count has an empty field.
   if (name.empty()) return;
   const Row* field = findField(type, name);
   if (!field) refuse(row.place, "'" + name + "' is no element of this record");
@@ -23,7 +41,8 @@ static void checkField(const Type& type, const Row& row, const std::string& name
   if (!number) refuse(row.place, "'" + name + "' is no number");
 }
 
-// The field that a count names, in this record or in the one around it, where it stands before this record.
+// The same for a count, whose field may also be one of the record around (`..n`). That record is half decoded when the
+// nested one is: only the rows that it had when the nested one began have been read.
 static void checkCount(const Type& type, const Row& row, const Count& count)
 {
   if (!count.ofAround()) return checkField(type, row, count.field);
@@ -37,6 +56,8 @@ static void checkCount(const Type& type, const Row& row, const Count& count)
     refuse(row.place, "'" + name + "' is no number");
 }
 
+// Two alternatives with a value in common, `| 0..2 x` and `| 2 y`, could not be told apart. `else` takes all that is
+// left, so one is enough.
 static void checkValues(const What& what)
 {
   std::vector<Range> taken;
@@ -52,6 +73,8 @@ static void checkValues(const What& what)
   }
 }
 
+// `in a..b` tests a number, a length or the octets of a string. `M x bits 4 in 0..16` is refused, since no value of 4
+// bits is 16 and one of the two numbers must be wrong; so is a range behind an enumeration, whose values are its own.
 static void checkRange(const Row& row)
 {
   if (!row.range) return;
@@ -65,7 +88,8 @@ static void checkRange(const Row& row)
     refuse(row.place, format("%u to %u does not fit in %u bits", row.range->lo, row.range->hi, bits));
 }
 
-// A count of bits must fit where they are kept.
+// A bit string with `max` lies in the record, and its count comes from a field. `n +1` of a field of 4 bits comes to 16
+// bits, so `M x bitstring by n +1 max 15` is refused: it would be cut. Tables of sizes are not looked into.
 static void checkBits(const Type& type, const Row& element)
 {
   const What& what = element.what;
@@ -74,6 +98,7 @@ static void checkBits(const Type& type, const Row& element)
   const Row* field = findField(*holderOf(type, name), name);
   unsigned bits = field->mark == Mark::Length ? field->number : scalarOf(field->what)->bits;
   bits = std::min(bits, 32U); // no string has more bits than that, and 1 << 64 is no number
+  // With a minus the most is the constant itself, where the field is 0.
   int64_t most = what.count.sign > 0 ? (1LL << bits) - 1 + what.count.bias : what.count.bias;
   if (!what.count.sizes.empty()) return;
   if (most > static_cast<int64_t>(what.max))
@@ -81,11 +106,14 @@ static void checkBits(const Type& type, const Row& element)
            format("'%s' counts up to %lld bits", what.count.field.c_str(), static_cast<long long>(most)));
 }
 
-// What holds for a row and for an alternative; fields are looked up as for `row`, the row of the record.
+// What holds for a row of the record and for an alternative alike. The fields of an alternative are those that stand
+// before `row`, the choice.
 static void checkElement(const Type& type, const Row& row, const Row& element)
 {
   const What& what = element.what;
   bool choice = what.kind == WhatKind::Choice || what.kind == WhatKind::Body;
+  // The row of an entry counts from the start of the entry, but offsets within a choice count from that of the record.
+  // A block of its own makes the choice a type, which a list can have.
   if (element.often.end != kL3NoList && (choice || what.kind == WhatKind::Nothing))
     refuse(element.place, "no list can be made of this; give it a block of its own");
   if (what.kind == WhatKind::Chars && type.kind != Kind::Text && type.decodeFile.empty())
@@ -97,7 +125,8 @@ static void checkElement(const Type& type, const Row& row, const Row& element)
   checkBits(type, element);
 }
 
-// The values that a single selecting field can have: those of its enumeration, if the decoder takes no others.
+// The enumeration whose members are all that a selecting field can be; null if the choice goes by something else or the
+// decoder lets other values through (`!open-decode`, `names`).
 static const Type* selectingEnum(const Type& type, const What& what)
 {
   if (what.select != kL3SelectFields || what.fields.size() != 1) return nullptr;
@@ -107,6 +136,7 @@ static const Type* selectingEnum(const Type& type, const What& what)
   return closed ? scalar->named : nullptr;
 }
 
+// An alternative for a value that the selecting enumeration does not have could never be decoded: one of them is wrong.
 static void checkEnumerated(const Type& type, const What& what)
 {
   const Type* set = selectingEnum(type, what);
@@ -121,7 +151,9 @@ static void checkEnumerated(const Type& type, const What& what)
     }
 }
 
-// The rows of a body tell the messages apart, and each what its own block says.
+// The rows of a body tell the messages apart: each pair of discriminator and message type once, and each number t once,
+// since the record keeps nothing else. What a message's own block says of its type must agree. Numbers that do not run
+// from 1 without a gap are said to be meant (`!number-gaps`); `gaps` is whether they are.
 static void checkBody(const What& what, bool gaps)
 {
   std::set<std::pair<uint32_t, uint32_t>> types;
@@ -140,6 +172,7 @@ static void checkBody(const What& what, bool gaps)
                                             : "the numbers of this body have gaps; !number-gaps says so");
 }
 
+// The choice or body that a row is. Only a pdu has a body, and nothing but another body may stand behind it.
 static void checkChoice(const Type& type, const Row& row)
 {
   const What& what = row.what;
@@ -148,7 +181,7 @@ static void checkChoice(const Type& type, const Row& row)
   if (body && &row != &type.rows.back() && (&row)[1].what.kind != WhatKind::Body)
     refuse(row.place, "a row behind the body");
   if (what.untagged && what.select != kL3SelectFields) refuse(row.place, "!untagged needs a selecting field");
-  // Whoever codes both ways by hand knows the field before the choice; printer and sample look at the whole record.
+  // Coders by hand know the field before they come to the choice, wherever it stands in the record.
   bool byHand = what.untagged && !type.decodeFile.empty() && !type.encodeFile.empty();
   for (auto& field : what.fields) checkField(type, row, field, byHand);
   if (what.alternatives.empty()) refuse(row.place, "a choice without alternatives");
@@ -165,6 +198,8 @@ static void checkChoice(const Type& type, const Row& row)
   checkEnumerated(type, what);
 }
 
+// Where an IEI stands it must be seen again, so values end at an octet: 0xA- is followed by 4 bits, 0x5E by whole
+// octets. A decoder by hand has no fixed size; behind half an octet it reads the other half.
 static void checkIei(const Type& type, const Row& row)
 {
   if (type.kind != Kind::Message) refuse(row.place, "an IEI outside a message");
@@ -175,6 +210,7 @@ static void checkIei(const Type& type, const Row& row)
     refuse(row.place, format("an IEI of 8 bits needs whole octets, not %u bits", *bits));
 }
 
+// What one element says, without regard to its neighbours.
 static void checkRow(const Type& type, const Row& row)
 {
   for (auto& term : row.cond) checkField(type, row, term.field);
@@ -183,6 +219,8 @@ static void checkRow(const Type& type, const Row& row)
   if (row.isIei()) checkIei(type, row);
 }
 
+// Words of a block that mean something only together with `by hand`. A form that contradicts the length in the rows is
+// refused, because messages pass over the element by its form.
 static void checkForm(const Type& type)
 {
   if (type.directByHand && (type.decodeFile.empty() || type.encodeFile.empty()))
@@ -197,6 +235,7 @@ static void checkForm(const Type& type)
     refuse(type.place, format("form %s contradicts a length of %u bits", type.form.c_str(), length));
 }
 
+// What can be told of a block as a whole.
 static void checkType(const Type& type)
 {
   bool empty = type.rows.empty() && type.values.empty();
@@ -215,20 +254,26 @@ static void checkType(const Type& type)
     refuse(type.place, "an L/H enumeration names 0 and 1");
 }
 
-// Which rows may stand behind which, as a record is gone through.
+// What the rows before have said, as checkOrder goes through a record.
 struct RowOrder {
+  // The last element or length.
   const Row* before = nullptr;
-  unsigned open = 0; // lengths
+  // How many lengths are open.
+  unsigned open = 0;
+  // An optional element with an IEI has come.
   bool options = false;
-  std::set<std::pair<unsigned, bool>> ieis; // value, and whether a half octet
+  // The IEIs that have come: the value, and whether it is a half octet.
+  std::set<std::pair<unsigned, bool>> ieis;
 };
 
-// One table finds an element by its IEI, the high half of the octet first: the whole octet 0x0D comes to the element of
-// the half octet 0xD-, and 0xD5 never comes to one of its own behind it.
+// One table finds an element by its IEI, the high half of the octet first. So the whole octet 0x0D leads to the element
+// of the half octet 0xD-, and a whole 0xD5 behind a 0xD- is never found. Where a message has an element twice, its
+// second row says so with `!iei-again`; the word on an IEI that stands once is a mistake, too.
 static void checkRepeatedIei(const Row& row, RowOrder& order)
 {
   auto known = [&](unsigned value, bool half) { return order.ieis.count({value, half}) != 0; };
   bool twice = known(row.number, row.half) || (row.number < 16 && known(row.number, !row.half));
+  // A whole octet whose high half is a half-octet IEI before it, or the other way round.
   bool hidden = !row.half && known(row.number >> 4, true);
   for (unsigned low = 0; low < 16 && row.half; ++low) hidden = hidden || known(row.number << 4 | low, false);
   order.ieis.insert({row.number, row.half});
@@ -237,6 +282,7 @@ static void checkRepeatedIei(const Row& row, RowOrder& order)
   if (said && !twice && !hidden) refuse(row.place, "!iei-again on an IEI that stands once");
 }
 
+// Which rows may stand behind which. `open` counts the lengths without an end-len, as the engine counts its regions.
 static void checkOrder(const Type& type, const Row& row, RowOrder& order)
 {
   if (row.mark == Mark::Tail && (type.kind != Kind::Record || &row != &type.rows.back()))
@@ -244,6 +290,7 @@ static void checkOrder(const Type& type, const Row& row, RowOrder& order)
   bool padded = type.kind == Kind::Record || type.kind == Kind::Message;
   if (row.mark == Mark::Padding && (!padded || type.restOctets || &row != &type.rows.back()))
     refuse(row.place, "padding ends an element or a message, and rest octets without saying so");
+  // Whether a release group is there is told by the bits that are left, which only a length can count.
   if (row.mark == Mark::Release && !order.open) refuse(row.place, "a release group outside a length");
   if (row.mark == Mark::EndLength && !order.open) refuse(row.place, "'end-len' without a length");
   order.open += row.mark == Mark::Length;
@@ -253,28 +300,39 @@ static void checkOrder(const Type& type, const Row& row, RowOrder& order)
   if (row.given == kL3GivenWith && !bit) refuse(row.place, "'with' needs a row with a presence bit before it");
   if (row.isIei()) checkRepeatedIei(row, order);
   order.options = order.options || row.isIei();
+  // Optional elements are found by their IEIs to the end of the message; nothing could tell where a further row begins.
   if (order.options && !row.isIei() && row.isElement()) refuse(row.place, "a row behind the optional elements");
 }
 
-// Octets behind bits that do not fill one: a definition that says so has lost a row, or a width is wrong. Followed as
-// far as it can be told from the beginning of a message or of an element with a length.
+// Octets behind bits that do not fill an octet: a definition that says so has lost a row, or a width is wrong. `used`
+// is the number of bits used of the present octet, -1 where it cannot be told. It is followed from the start of a
+// message or of an element with a length on, over rows of a fixed size:
+//
+//   element A length 8
+//     M a bits 4
+//     M b bits 1
+//     M c octets 2     refused: 5 bits stand before these octets and do not fill one
 static void checkAlignment(const Row& row, int& used)
 {
   bool octets = row.what.kind == WhatKind::Octets || (row.what.kind == WhatKind::Text && row.what.from != kL3Fixed);
+  // A length of its own whose width does not fill octets may end where the octets begin.
   bool own = row.what.from == kL3OwnLength;
   if (row.isElement() && octets && used > 0 && !(own && row.what.bits % 8))
     refuse(row.place, format("%d bits stand before these octets and do not fill one", used));
   auto bits = row.mark == Mark::Length ? std::optional<uint32_t>(row.number) : fixedBits(row);
+  // A row that may be missing leaves the place as it is only if it has whole octets.
   bool known = used >= 0 && bits && (row.plain() || row.mark == Mark::Length || *bits % 8 == 0);
   if (row.mark == Mark::EndLength || (row.isElement() && !known)) used = -1;
   if (known) used = static_cast<int>((static_cast<unsigned>(used) + *bits) % 8);
 }
 
+// The rows of a type in their order. A refused row is noted, and the next one is looked at.
 static void checkRows(Model& model, const Type& type)
 {
   std::set<std::string> members;
   RowOrder order;
   bool lengthFirst = !type.rows.empty() && type.rows[0].mark == Mark::Length && !type.rows[0].countsBits;
+  // Types without a length may begin anywhere in an octet.
   int used = type.kind == Kind::Message || lengthFirst ? 0 : -1;
   for (auto& row : type.rows) try {
       checkOrder(type, row, order);
@@ -289,6 +347,7 @@ static void checkRows(Model& model, const Type& type)
     }
 }
 
+// Notes that the table of sizes is used, or that there is none of that name.
 static void useSizes(Model& model, const Type& type, const Place& place, const Count& count)
 {
   if (count.sizes.empty()) return;
@@ -318,6 +377,8 @@ static void checkSizes(Model& model)
   }
 }
 
+// Parts that no row names and messages that no form has: their rows would be dead. `!alone` says that a message is
+// meant to be used by callers only; on a message of a form it is refused.
 static void checkUse(Model& model)
 {
   std::set<const Type*> used;
@@ -332,12 +393,15 @@ static void checkUse(Model& model)
   }
 }
 
-// Headers include each other one way only.
+// Headers include each other one way only: if a type of module A names one of B, no type of B may name one of A.
 struct HeaderWalk {
+  // For each module the modules that it uses, and a row that does.
   std::map<Module*, std::map<Module*, Place>> uses;
+  // On the way down, and gone through.
   std::set<Module*> open, done;
 };
 
+// Depth first: a module that is met again on the way down closes a ring of headers.
 static void visitModule(Model& model, HeaderWalk& walk, Module* module)
 {
   walk.open.insert(module);

@@ -283,7 +283,7 @@ struct Type {
   // The rows which that record had when the nested type began: `..field` may name only these, since later ones have not
   // been decoded yet.
   size_t aroundRows = 0;
-  // Types within it count by `..field`. It has no direct coder then: they read the field from the walk's frames.
+  // Types within it count by `..field`. It has no direct coder then, since only the walk leads them to the field.
   bool lends = false;
   Module* module = nullptr;
   // "SNSSAI", "TS24501IE_SNSSAI", and what stood in brackets, "9.11.2.8".
@@ -442,7 +442,7 @@ void layOutCodes(What& what);
 uint32_t codeValue(const std::string& code);
 uint32_t codeMask(const std::string& code);
 // How a decoder passes over an element that comes out of its turn: "length", by the length octet that it begins with;
-// "fixed", by `octets`; or "nothing": only its IEI is passed over.
+// "fixed", by `octets`; or "nothing", not at all.
 std::string skipForm(const Row& row, uint32_t& octets);
 // Does a record of this type hold anything that an initialiser has to clear?
 bool needsInit(const Type& type);

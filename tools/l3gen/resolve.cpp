@@ -1,5 +1,15 @@
-// Resolving and laying out: names to types and fields, presence bits, extension groups, runs; and the refusals of what
-// contradicts itself.
+// The second phase: names become types and fields, and what a definition leaves out is worked out. `resolve` at the end
+// of the file calls the steps in the order in which they need each other:
+//
+//   markParts, markLender    read names alone
+//   nameMembers              C names, by which fields are found from here on
+//   resolveWhat              What::type; codes of choices (codes.cpp)
+//   setAside                 from here on every type that is left names types that exist
+//   scalarOf, checkHolding   refuse what is defined by itself or holds itself: later functions go down without a limit
+//   layOut                   presence bits and the ends of extension groups
+//
+// The rest of the file answers questions about types that check.cpp and the writers ask: how many bits, which number,
+// which length in front, in which order. It changes nothing.
 #include <algorithm>
 #include <functional>
 #include <set>
@@ -8,6 +18,7 @@
 
 namespace l3gen {
 
+// The type that a name means in this module: `T_B` as it stands, or `B` of the same module.
 static Type* find(Model& model, const Type& from, const std::string& name)
 {
   auto it = model.byName.find(name);
@@ -15,6 +26,7 @@ static Type* find(Model& model, const Type& from, const std::string& name)
   return it == model.byName.end() ? nullptr : it->second;
 }
 
+// By the element's name or by its C name, so that `if a-b=1` and `if a_b=1` both find `a-b`.
 const Row* rowNamed(const Type& type, const std::string& name)
 {
   for (auto& row : type.rows)
@@ -22,6 +34,7 @@ const Row* rowNamed(const Type& type, const std::string& name)
   return nullptr;
 }
 
+// `..n` in a nested record is a field of the record around it.
 const Type* holderOf(const Type& type, std::string& name)
 {
   if (!name.starts_with("..")) return &type;
@@ -29,7 +42,8 @@ const Type* holderOf(const Type& type, std::string& name)
   return type.around;
 }
 
-// `octet1.eBit` is a field of the record `octet1`.
+// `octet1.eBit` is the field eBit of the member octet1. The member has to be always there and single: the C expression
+// r.octet1.eBit must mean something whatever has been decoded.
 const Row* findField(const Type& type, const std::string& name, std::string* path)
 {
   size_t dot = name.find('.');
@@ -41,6 +55,10 @@ const Row* findField(const Type& type, const std::string& name, std::string* pat
   return record ? findField(*row->what.type, name.substr(dot + 1), path) : nullptr;
 }
 
+// For rows such as these, where the first element may be missing although the second one asks for it:
+//
+//   0x12  kind      Kind
+//   0x34  content   choice by kind
 std::vector<std::string> selectingOptions(const Type& type)
 {
   std::vector<std::string> names;
@@ -53,19 +71,25 @@ std::vector<std::string> selectingOptions(const Type& type)
   return names;
 }
 
+// Finds the type of an element and, through recursion, of its alternatives. Faults are noted and not thrown, so that
+// the other alternatives are looked at as well.
 static void resolveWhat(Model& model, Type& owner, Row& row)
 {
   What& what = row.what;
-  // Rows that were refused may have been its parts.
+  // innerType has turned every `record` with parts into a type. One that is left has none, or its parts were refused;
+  // then the block is blamed already.
   if (what.kind == WhatKind::Nested && !blamed(model, row.place))
     model.refusals.push_back({row.place, "a record without rows"});
   if (what.kind == WhatKind::Type) {
     what.type = find(model, owner, what.typeName);
+    // The name belongs to a block whose first line was refused: this block cannot be looked at either, but is not at
+    // fault.
     if (!what.type && couldBeUnread(model, *owner.module, what.typeName))
       blame(model, row.place);
     else if (!what.type)
       model.refusals.push_back({row.place, "an unknown type '" + what.typeName + "'"});
     if (what.type && row.standard.kind == Standard::Part)
+      // `standard part A..B`: the type whose rows are taken has to have a descriptor of these rows.
       what.type->parts.insert({row.standard.part.lo, row.standard.part.hi});
     if (what.rest && what.type && what.type->kind != Kind::Text)
       model.refusals.push_back({row.place, "'rest' is for string types"});
@@ -78,6 +102,7 @@ static void resolveWhat(Model& model, Type& owner, Row& row)
   for (auto& alternative : what.alternatives) resolveWhat(model, owner, alternative);
 }
 
+// `TYPE rest` is a string, whatever its type is.
 std::optional<Scalar> scalarOf(const What& what)
 {
   if (what.kind == WhatKind::Bits) return Scalar{WhatKind::Bits, what.bits, nullptr, {}, what.padded};
@@ -87,11 +112,14 @@ std::optional<Scalar> scalarOf(const What& what)
   return {};
 }
 
+// Follows aliases, `type A B` and `type B bits 4`. A type that is defined by itself would be followed for ever, so more
+// than 16 aliases in a row are taken for one.
 static std::optional<Scalar> scalarAt(const Type& type, int depth)
 {
   if (depth > 16) refuse(type.place, "'" + type.name + "' is defined by itself");
   if (type.kind == Kind::Enum || type.kind == Kind::Names)
     return Scalar{WhatKind::Bits, type.bits, const_cast<Type*>(&type), {}, type.padded};
+  // A type with a length in front has two rows and is no number, neither is a list.
   bool bare = type.kind == Kind::Bare && type.rows.size() == 1 && type.rows[0].often.end == kL3NoList;
   if (!bare) return {};
   const What& what = type.rows[0].what;
@@ -109,6 +137,7 @@ std::optional<Scalar> scalarOf(const Type& type)
   return scalarAt(type, 0);
 }
 
+// For an optional element these are the bits of its value, without its IEI. A row on a condition has no fixed size.
 std::optional<uint32_t> fixedBits(const Row& row)
 {
   bool always = row.plain() || row.isIei();
@@ -132,6 +161,8 @@ std::optional<uint32_t> fixedBits(const Row& row)
   }
 }
 
+// What is coded by hand is not known from its rows, but `form TV 2` says it. The size of rest octets varies, and so may
+// that of a type that the standard has in another form.
 std::optional<uint32_t> fixedBits(const Type& type)
 {
   if (type.kind == Kind::Enum || type.kind == Kind::Names) return type.bits;
@@ -147,6 +178,7 @@ std::optional<uint32_t> fixedBits(const Type& type)
   return sum;
 }
 
+// A choice begins with a length if all its alternatives begin with one of the same width.
 static unsigned leadingLength(const What& what)
 {
   if (what.kind == WhatKind::Octets || what.kind == WhatKind::Text) return what.from == kL3OwnLength ? what.bits : 0;
@@ -163,12 +195,15 @@ static unsigned leadingLength(const What& what)
   return leadingLength(type);
 }
 
+// `element A length 8` has its length as the first row; else what its first row is may begin with one.
 unsigned leadingLength(const Type& type)
 {
   if (type.rows.empty()) return 0;
   return type.rows[0].mark == Mark::Length ? type.rows[0].number : leadingLength(type.rows[0].what);
 }
 
+// An element that comes out of its turn is passed over by an octet of length in front or by its fixed size; anything
+// else, a length of 16 bits and a half octet among it, is not passed over (docs/definition-language.md, Messages).
 std::string skipForm(const Row& row, uint32_t& octets)
 {
   octets = 0;
@@ -185,6 +220,8 @@ std::string skipForm(const Row& row, uint32_t& octets)
   return octets ? "fixed" : "nothing";
 }
 
+// Pointers, counts of lists and the numbers t of choices are read by encoders and printers, so a record that has them
+// must not be used before they are set.
 static bool needsInit(const What& what, const Often& often)
 {
   if (often.end != kL3NoList) return true;
@@ -205,6 +242,7 @@ static bool needsInit(const What& what, const Often& often)
   }
 }
 
+// An initialiser is exported for these types (`exports` in operations.cpp).
 bool needsInit(const Type& type)
 {
   if (type.kind == Kind::Enum || type.kind == Kind::Names) return false;
@@ -212,11 +250,13 @@ bool needsInit(const Type& type)
   if (type.mBits || type.counted) return true;
   // Spare bits start as 0, and so do extension bits.
   return std::any_of(type.rows.begin(), type.rows.end(), [](const Row& row) {
+    // Spare bits start as 0, and so do extension bits that a row spells out under the name `ext`.
     bool zero = scalarOf(row.what) && (row.name.starts_with("spare") || row.name == "ext");
     return zero || needsInit(row.what, row.often);
   });
 }
 
+// check.cpp sees to it that they are the last rows.
 std::vector<const Row*> bodiesOf(const Type& type)
 {
   std::vector<const Row*> bodies;
@@ -225,12 +265,15 @@ std::vector<const Row*> bodiesOf(const Type& type)
   return bodies;
 }
 
+// A choice holds its alternatives by value, a body points to them.
 void collectUses(const What& what, bool pointed, const std::function<void(Type*, bool)>& use)
 {
   if (what.type) use(what.type, pointed);
   for (auto& alternative : what.alternatives) collectUses(alternative.what, what.kind == WhatKind::Body, use);
 }
 
+// Depth first. `open` has the types on the way down: one that is met again holds itself. `sound` has those that have
+// been gone through, so that each is visited once over the whole model.
 static void visitHeld(Type& type, std::set<Type*>& open, std::set<Type*>& sound)
 {
   if (sound.count(&type)) return;
@@ -250,6 +293,8 @@ static void checkHolding(Type& type, std::set<Type*>& sound)
 }
 
 // Types of a module so that each stands behind those that it holds by value.
+// Depth first, a type behind all that it uses. state: 0 not met, 1 on the way down, 2 done. A type may be met again on
+// the way down only through a pointer, for which the forward declaration of its struct suffices (writeHeader).
 std::vector<Type*> inDependencyOrder(Model& model, const Module& module)
 {
   std::vector<Type*> order;
@@ -267,11 +312,13 @@ std::vector<Type*> inDependencyOrder(Model& model, const Module& module)
   return order;
 }
 
+// The traits in l3Forms.h say which answers to "when is it there?" have a presence bit.
 static bool hasBit(const Row& row)
 {
   return row.isElement() && (row.room || l3Traits(row.given).hasBit || l3Traits(row.lead).optional);
 }
 
+// The next bit of `m`, and its name: sdPresent, or sdPresent2 if two members give the same.
 static int giveBit(Type& type, const std::string& name)
 {
   std::string base = cName(name) + "Present", given = base;
@@ -281,6 +328,12 @@ static int giveBit(Type& type, const std::string& name)
   return type.mBits++;
 }
 
+// Gives out the presence bits in the order of the rows. A group's bit comes before those of its members:
+//
+//   M      a   bits 8
+//   room   b   bits 8       bPresent     bit 0
+//   group  g                gPresent     bit 1
+//   0x12   c   bits 8       cPresent     bit 2, groupBit 1
 static void layOutBits(Type& type)
 {
   int group = -1, before = -1;
@@ -291,6 +344,7 @@ static void layOutBits(Type& type)
       release = row.mark == Mark::Release;
       continue;
     }
+    // Only release groups are closed by a row of their own; an extension group goes on to the next one or to the end.
     if (row.mark == Mark::EndRelease) {
       group = -1;
       release = false;
@@ -298,6 +352,7 @@ static void layOutBits(Type& type)
     }
     row.groupBit = group;
     row.inRelease = release;
+    // It shares the bit of the row before it: two fields behind one bit.
     if (row.given == kL3GivenWith) row.mBit = before;
     if (hasBit(row)) row.mBit = giveBit(type, row.name.empty() ? "value" : row.name);
     before = row.mBit;
@@ -309,6 +364,8 @@ static bool isExt(const Row& row)
   return row.lead == kL3LeadExt;
 }
 
+// `ext` and the `more` rows behind it are a chain. Its last row is marked, because there a decoder drops the further
+// octets that a later edition of the standard has added.
 static void layOutExt(Type& type)
 {
   for (size_t i = 0; i < type.rows.size(); ++i) {
@@ -319,6 +376,7 @@ static void layOutExt(Type& type)
   }
 }
 
+// The C name comes from the name as written, before `!name-as` puts another one in its place for pushing and printing.
 static void nameMember(Row& row)
 {
   row.member = row.name.empty() ? "" : cName(row.name);
@@ -334,8 +392,9 @@ static void nameMembers(Type& type)
   }
 }
 
-// A type named after another type and one of its elements is a part of it, and so is a list that is named after its
-// entries: its sample stands in the sample of the whole.
+// A type named after another type and one of its elements, as MMCapability_octet4 beside MMCapability is, is a part of
+// it, and so is a list that is named after its entries: no sample builder is exported for them, since the sample of the
+// whole has theirs. Names decide, whether the reader made the type or a block with such a name did.
 static void markParts(Model& model)
 {
   for (auto& type : model.types) {
@@ -346,13 +405,15 @@ static void markParts(Model& model)
   }
 }
 
+// What needs all rows of a type, and of no other.
 static void layOut(Type& type)
 {
   layOutBits(type);
   layOutExt(type);
 }
 
-// Notes that a record must be walked for its parts to find its fields.
+// A record whose parts count by its fields (`..n`) is told so. Only the walk leads them to the field (L3Call::around),
+// so the record gets no direct coder.
 static void markLender(Model& model, const Type& type, const Row& row)
 {
   bool borrows = row.what.count.ofAround() || row.often.count.ofAround() || (row.argument && row.argument->ofAround());
@@ -363,6 +424,7 @@ static void markLender(Model& model, const Type& type, const Row& row)
 
 void resolve(Model& model)
 {
+  // What the reader refused is known to be faulty before the first type is looked at.
   for (auto& refusal : model.refusals) blame(model, refusal.place);
   markParts(model);
   for (auto& type : model.types)
@@ -372,6 +434,7 @@ void resolve(Model& model)
     for (auto& row : type->rows) resolveWhat(model, *type, row);
   }
   setAside(model);
+  // The result is of no interest: it refuses types that are defined by themselves.
   forTypes(model, [](Type& type) { scalarOf(type); });
   std::set<Type*> sound;
   forTypes(model, [&](Type& type) { checkHolding(type, sound); });
