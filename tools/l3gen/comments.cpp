@@ -1,5 +1,14 @@
-// Every word that stands beside a declaration in a public header. Texts are composed of a few phrases: what a thing is
-// called and where the standard tells of it, how large it is, what bounds it, and when it is there.
+// Every word that stands beside a declaration in a public header. records.cpp and write.cpp ask for them by what they
+// declare (header.h); nothing here knows how a record is laid out. Texts are composed of a few phrases, each with a
+// function of its own: what a thing is called and where the standard tells of it, how large it is, what bounds it, and
+// when it is there. For the rows
+//
+//   M                   sst   SST                uint8_t sst;  /**< SST (9.11.2.8), 8 bits. */
+//   room if length!=2   sd    SD                 uint32_t sd;  /**< SD (9.11.2.8), 24 bits; there if bits are left and
+//                                                               *  length is not 2. */
+//
+// A phrase is empty if there is nothing to say; `sentence` joins those that are not. tests/golden/l3gen/Words.txt shows
+// one of each kind, and changes with every word that is changed here.
 #include <algorithm>
 
 #include "header.h"
@@ -14,7 +23,7 @@ static std::string pad(int indent)
   return std::string(static_cast<size_t>(indent), ' ');
 }
 
-// The words in lines of at most so many columns.
+// The words in lines of at most so many columns, broken at blanks; a word that is longer gets a line of its own.
 static std::vector<std::string> wrapped(const std::string& words, size_t columns)
 {
   std::vector<std::string> lines;
@@ -30,12 +39,14 @@ static std::vector<std::string> wrapped(const std::string& words, size_t columns
   return lines;
 }
 
+// The last step before text is written.
 static std::string untied(std::string text)
 {
   std::replace(text.begin(), text.end(), kTie, ' ');
   return text;
 }
 
+// 7 columns are the marks of the comment: "/** " in front and " */" behind, or " *  " in front of further lines.
 std::string commentLines(int indent, const std::string& words)
 {
   std::string p = pad(indent);
@@ -46,6 +57,7 @@ std::string commentLines(int indent, const std::string& words)
   return untied(out + " */\n");
 }
 
+// The last line of the declaration decides: a struct of many lines has its comment behind its closing brace.
 std::string commented(int indent, const std::string& declaration, const std::string& words)
 {
   size_t last = declaration.rfind('\n');
@@ -55,8 +67,8 @@ std::string commented(int indent, const std::string& declaration, const std::str
   return commentLines(indent, words) + declaration + "\n";
 }
 
-// The name of a type, the standard's name for it and its place there: all comments that mention a type get it from
-// this function.
+// The name of a type, the standard's name for it and its place there: SNSSAI (9.11.2.8). All comments that mention a
+// type get it from this function. The standard itself is named only to readers of another module's header.
 static std::string title(const Type& type, const Module* reader)
 {
   std::string spec = type.module == reader ? "" : type.module->spec + ", ";
@@ -64,6 +76,7 @@ static std::string title(const Type& type, const Module* reader)
   return type.name + " (" + known + spec + type.clause + ")";
 }
 
+// "1, 2 or 3": `last` stands before the last part, `between` before all others but the first.
 static std::string joined(const std::vector<std::string>& parts, const std::string& between, const std::string& last)
 {
   std::string text;
@@ -83,6 +96,7 @@ static std::string valuesWords(const std::vector<Range>& values)
   return joined(parts, ", ", " or ");
 }
 
+// `length!=2&kind=1,3` in words: "length is not 2 and kind is 1 or 3".
 static std::string conditionWords(const std::vector<Term>& terms)
 {
   std::vector<std::string> parts;
@@ -95,7 +109,7 @@ static std::string bitsWords(unsigned bits)
   return format("%u bit%s", bits, bits == 1 ? "" : "s");
 }
 
-// "size and 1", "1 less a", "the size that Growth has for c".
+// What a count comes to, behind "as many octets as": "size and 1 says", "1 less a says", "Growth has for c".
 static std::string amountWords(const Count& count)
 {
   if (count.argument) return "its decoder is told";
@@ -109,7 +123,7 @@ static std::string amountWords(const Count& count)
          " says";
 }
 
-// How many octets or bits a string has, as the wire says it.
+// How a string's size is told on the wire.
 static std::string countWords(const What& what, const char* unit)
 {
   switch (what.from) {
@@ -122,6 +136,7 @@ static std::string countWords(const What& what, const char* unit)
   }
 }
 
+// A number: the name of its type, if it has one, and its width.
 static std::string scalarWords(const What& what, const Scalar& scalar, const Module* reader)
 {
   std::string name = what.type ? title(*what.type, reader) + ", " : "";
@@ -131,6 +146,7 @@ static std::string scalarWords(const What& what, const Scalar& scalar, const Mod
   return name + bitsWords(scalar.bits);
 }
 
+// A string: what it is made of, how its size is told, and where it is kept.
 static std::string stringWords(const What& what)
 {
   switch (what.kind) {
@@ -148,6 +164,7 @@ static std::string stringWords(const What& what)
   }
 }
 
+// Without t a decoder does not say which alternatives it has left alone, so the caller has to initialise the record.
 static std::string choiceWords(const What& what)
 {
   if (what.untagged)
@@ -174,6 +191,7 @@ static std::string kindWords(const What& what, const Module* reader)
   }
 }
 
+// "1 to 16 entries", "as many entries as n says, 0 to 9 entries".
 static std::string oftenWords(const Often& often)
 {
   std::string range = often.range ? rangeWords(*often.range) + " entries" : "";
@@ -181,6 +199,8 @@ static std::string oftenWords(const Often& often)
   return "as many entries as " + amountWords(often.count) + (range.empty() ? "" : ", " + range);
 }
 
+// `in a..b`, with a unit where it bounds a size and not a value. A range of the element's type counts if the row has
+// none.
 static std::string rangedWords(const Row& row)
 {
   auto scalar = scalarOf(row.what);
@@ -189,11 +209,14 @@ static std::string rangedWords(const Row& row)
   return rangeWords(*range) + (scalar ? "" : row.what.kind == WhatKind::BitString ? " bits" : " octets");
 }
 
+// A `more` row says all of it in givenWords.
 static std::string leadWords(const Row& row)
 {
   return row.given == kL3GivenMore ? "" : l3Traits(row.lead).words;
 }
 
+// An `if` row behind `room` is there if both hold; alone it is tested on decoding only, since encoders go by the
+// presence bit.
 static std::string givenWords(const Row& row)
 {
   switch (row.given) {
@@ -214,6 +237,7 @@ static std::string givenWords(const Row& row)
   }
 }
 
+// When the element is there, composed of room, lead and condition in the order in which decoders ask.
 static std::string whenWords(const Row& row)
 {
   std::string lead = leadWords(row), given = givenWords(row);
@@ -222,13 +246,13 @@ static std::string whenWords(const Row& row)
   return row.room ? words + "; absent if no bits are left" : words;
 }
 
-// An element of a group without a bit of its own is there with the group.
+// An element of a group that has no presence bit of its own is there if the group is.
 static std::string groupWords(const Type& type, const Row& row)
 {
   return row.groupBit < 0 || row.mBit >= 0 ? "" : "there with " + type.mNames[static_cast<size_t>(row.groupBit)];
 }
 
-// The field that selects the message of a top-level form has constants.
+// The field that selects the message of a top-level form has constants for its values.
 static std::string selectorWords(const Type& type, const Row& row)
 {
   auto bodies = bodiesOf(type);
@@ -236,6 +260,7 @@ static std::string selectorWords(const Type& type, const Row& row)
   return selects ? "its constants begin with " + type.full + "_" + row.member + "_" : "";
 }
 
+// The phrases that say something, joined to one sentence.
 static std::string sentence(const std::vector<std::string>& parts)
 {
   std::vector<std::string> said;
@@ -244,12 +269,13 @@ static std::string sentence(const std::vector<std::string>& parts)
   return joined(said, "; ", "; ") + ".";
 }
 
-// The element's name where C has to call it otherwise.
+// The element's name, where C has to call it otherwise.
 static std::string printedWords(const Row& row)
 {
   return row.name == row.member ? "" : "prints as \"" + row.name + "\"";
 }
 
+// A length is set by encoders, whatever the record says; one without a name is no member and stands on the wire alone.
 static std::string lengthWords(const Row& row)
 {
   std::string unit = row.countsBits ? "bits" : "octets";
@@ -261,6 +287,7 @@ static std::string lengthWords(const Row& row)
                    printedWords(row)});
 }
 
+// All phrases of a member in the order in which they are read.
 std::string memberWords(const Type& type, const Row& row)
 {
   if (row.mark == Mark::Length) return lengthWords(row);
@@ -275,6 +302,8 @@ static std::string presenceOf(const Row& row)
   return "The group " + row.name + " is there: without this bit none of its elements is encoded or printed";
 }
 
+// A caller who fills a record looks here for the bits that have to be set together: an element of a group is encoded
+// only if the group's bit is set as well.
 std::string presenceWords(const Type& type, int bit)
 {
   for (auto& row : type.rows) {
@@ -288,7 +317,7 @@ std::string presenceWords(const Type& type, int bit)
   return "";
 }
 
-// A count is what came on the wire; the array behind it has an end.
+// A decoder keeps the count that came on the wire, which may be larger than the array behind it.
 static std::string overrunWords(const std::string& scope)
 {
   return "A decoded count may be above " + capacityName(scope) +
@@ -307,6 +336,7 @@ std::string entriesWords(const Type& type, const Row& row)
   return "The entries, on the context's heap, null if there are none: " + what + ".";
 }
 
+// Counts of bits are cut to the array, those of octets are not.
 std::string sizeWords(const What& what, const std::string& scope)
 {
   bool bits = what.kind == WhatKind::BitString;
@@ -320,25 +350,29 @@ std::string contentWords(const What& what)
   return content + (what.max ? "." : ", on the context's heap, null if there are none.");
 }
 
+// Alternatives of a choice are numbered from 1 in the order of their rows; 0 is none of them. Messages have theirs in
+// the definition, where they must not change: callers have compiled them in.
 unsigned tagOf(const What& what, const Row& alternative)
 {
   if (what.kind == WhatKind::Body) return alternative.tag;
   return static_cast<unsigned>(&alternative - what.alternatives.data()) + 1;
 }
 
-// Does the record have nothing for an alternative?
+// Has the record nothing for this alternative?
 static bool isEmpty(const What& what, const Row& alternative)
 {
   if (what.kind == WhatKind::Body) return !alternative.what.type;
   return alternative.what.kind == WhatKind::Nothing;
 }
 
+// "2 points", "1 none (nothing in u)", with ties, so that number and name stay in one line.
 static std::string numberWords(const What& what, const Row& row)
 {
   std::string empty = isEmpty(what, row) ? std::string(" (nothing") + kTie + "in" + kTie + "u)" : "";
   return std::to_string(tagOf(what, row)) + kTie + row.name + empty;
 }
 
+// With a selecting field in front of the choice encoders go by the field and not by t, unless the encoder is by hand.
 std::string tagWords(const Type& type, const What& what, const std::string& scope)
 {
   bool body = what.kind == WhatKind::Body, byField = what.select == kL3SelectFields && type.encodeFile.empty();
@@ -390,6 +424,7 @@ std::string messageTypeWords(const Type& pdu, const What& what, const Row& messa
   return (message.what.type ? title(*message.what.type, pdu.module) : "No body") + under + ".";
 }
 
+// Doxygen wants @file on a line of its own, so it is put in when the words are in lines.
 std::string fileComment(const Module& module)
 {
   std::string lines = commentLines(
@@ -403,6 +438,7 @@ std::string fileComment(const Module& module)
   return lines.insert(lines.find(' ') + 1, "@file\n *  ");
 }
 
+// A type that is one thing has no member to say it, so the words of its only element stand here.
 std::string typeWords(const Type& type)
 {
   std::string words = type.name + ": " + type.module->spec + ", " + type.clause + ".";
@@ -418,7 +454,8 @@ std::string enumeratorWords(const std::string& name)
   return "Prints as \"" + name + "\".";
 }
 
-// Does a value hold a string of octets or bits, whose failure does not stop what follows it?
+// Does a value hold a string of octets or bits, itself or in a part? When the octets of such a string end too early,
+// the failure is recorded and decoding goes on, so that the status is that of what comes behind it.
 static bool holdsString(const What& what)
 {
   if (what.kind == WhatKind::Octets || what.kind == WhatKind::BitString || what.kind == WhatKind::Body) return true;
@@ -432,14 +469,15 @@ static bool holdsString(const Type& type)
   return std::any_of(type.rows.begin(), type.rows.end(), [](const Row& row) { return holdsString(row.what); });
 }
 
-// What fails in a string is recorded, but the status is that of what comes behind it.
+// What a caller may take from the status; for types with strings also where to ask for what it does not say.
 static std::string statusWords(const Type& type, const char* failed)
 {
   if (!holdsString(type)) return " 0 or a negative status.";
   return std::string(" 0 or a negative status; a string ") + failed + " may leave 0: ask rtxErrGetStatus as well.";
 }
 
-// Top-level forms with a security header verify and decipher what stands behind it.
+// Top-level forms with a security header verify and decipher what stands behind it. Their status says less than that of
+// others, and a header of its own tells what.
 static std::string securityWords(const Type& type)
 {
   auto isHeader = [](const Row& row) { return row.given == kL3ByHand && row.member == "secHdr"; };

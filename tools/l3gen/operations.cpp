@@ -1,4 +1,11 @@
-// The exported operations: their signatures, and the functions, which hand on to the engine.
+// The exported operations: which there are, their signatures, and their bodies, which hand on to the engine:
+//
+//   extern "C" int NASDec_TS24501IE_SNSSAI(RtxContext* pctxt, TS24501IE_SNSSAI* pvalue) {
+//     return l3Decode(pctxt, l3_TS24501IE_SNSSAI, pvalue); }
+//
+// For each module three sources are written: writeJumps has the functions that are one jump (cmake compiles it without
+// tables to unwind the stack by), writeCoders for decoding and for encoding has the direct coders and all functions
+// that are more than a jump.
 #include "direct.h"
 #include "header.h"
 
@@ -9,7 +16,7 @@ static bool isNumber(const Type& type)
   return scalarOf(type).has_value();
 }
 
-// Is an operation of this kind ("decode", "encode", "print", "init", "sample") exported?
+// The rules of docs/definition-language.md, "Exported by rule". A part has no operation at all.
 bool exports(const Type& type, const char* kind)
 {
   std::string k = kind;
@@ -21,6 +28,7 @@ bool exports(const Type& type, const char* kind)
   return type.has("sample") || !type.has("no-sample");
 }
 
+// Is the value an array in C? It is passed by its address then, and the encoder's `value` is a pointer already.
 static bool isArray(const Type& type)
 {
   if (type.kind == Kind::Text) return type.rows[0].what.kind == WhatKind::Chars;
@@ -30,11 +38,14 @@ static bool isArray(const Type& type)
   return (what.kind == WhatKind::Octets || what.kind == WhatKind::BitString) && what.from == kL3Fixed;
 }
 
+// Texts by hand whose size stands elsewhere get it from the caller.
 static bool byHandArguments(const Type& type)
 {
   return type.has("octets-argument") || type.has("spare-argument");
 }
 
+// Most take a pointer to the value alone. Texts by hand, and types that are counted by somebody else's field, take the
+// size as well, and a text in an array is told where the array is.
 std::string decoderLine(const Type& type)
 {
   const char* f = type.full.c_str();
@@ -47,6 +58,7 @@ std::string decoderLine(const Type& type)
   return format("int NASDec_%s(RtxContext* pctxt, %s* pvalue)", f, f);
 }
 
+// Numbers and arrays are passed by value, as a caller would write them: NASEnc_TS24501IE_SST(&ctxt, 1).
 std::string encoderLine(const Type& type)
 {
   const char* f = type.full.c_str();
@@ -56,6 +68,7 @@ std::string encoderLine(const Type& type)
                  : format("int NASEnc_%s(RtxContext* pctxt, %s* pvalue)", f, f);
 }
 
+// `!null-suffix`: the name of the printer ends in an underscore (docs/quirks.md).
 std::string printerLine(const Type& type)
 {
   return format("int asn1PrtToStrm_%s%s(RtxContext* pctxt, const char* name, const %s* pvalue)", type.full.c_str(),
@@ -72,6 +85,7 @@ std::string sampleLine(const Type& type)
   return format("%s* asn1Test_%s(RtxContext* pctxt)", type.full.c_str(), type.full.c_str());
 }
 
+// asn1SetTC_<form>_obj_<message>; setters of a second body have the name of its row in front of obj_.
 std::string setterLine(const Type& type, const Row& body, const Row& row)
 {
   std::string second = &body == bodiesOf(type)[0] ? "" : body.name + "_";
@@ -91,8 +105,9 @@ bool hasEncoder(const Type& type)
   return !byHandArguments(type) && exports(type, "encode");
 }
 
-// The functions of a type. Those that end in a jump never stand on the stack, so they need nothing to unwind it by:
-// nine of ten, for which that would be twice the code.
+// The functions of the types of a module, by the source that they go to. Functions that end in a jump never stand on
+// the stack, so they are compiled without what unwinds it. Nine of ten functions are such, and that would be twice
+// their code.
 struct Operations {
   std::string jumps, decoding, encoding;
 };
@@ -102,6 +117,7 @@ static std::string function(const std::string& line, const std::string& code)
   return "extern \"C\" " + line + " { " + code + " }\n";
 }
 
+// The engine looks names and values up; only the cast to the enumeration's C type is left to do here.
 static void writeEnumFunctions(Operations& out, const Type& type)
 {
   const char* f = type.full.c_str();
@@ -116,6 +132,8 @@ static void writeEnumFunctions(Operations& out, const Type& type)
              f, f, f));
 }
 
+// The engine finds the message by the numbers of the body's row and of the message in it. An inlined message is passed
+// by value, so its address is that of an argument, and the call is no jump.
 static void writeSetters(Operations& out, const Type& type, const Row& bodyRow)
 {
   size_t place = static_cast<size_t>(&bodyRow - type.rows.data()), i = 0;
@@ -129,6 +147,7 @@ static void writeSetters(Operations& out, const Type& type, const Row& bodyRow)
   }
 }
 
+// Values that are passed by value have an address on the stack, so the call is no jump either.
 static void writeEncoder(Operations& out, const Type& type)
 {
   const char* f = type.full.c_str();
@@ -165,6 +184,7 @@ static Operations operationsOf(const Model& model, const Module& module)
   return out;
 }
 
+// The first lines of each source of a module.
 static std::string prelude(const Module& module, const char* what)
 {
   return format("// %s of module %s. Generated; change the definitions instead.\n", what, module.name.c_str()) +
@@ -181,6 +201,7 @@ std::string writeCoders(Model& model, const Module& module, bool encoder)
   return out + writeDirect(model, module, encoder) + (encoder ? operations.encoding : operations.decoding);
 }
 
+// Everything that is left over by writeCoders.
 std::string writeJumps(Model& model, const Module& module)
 {
   return prelude(module, "Exported operations") + operationsOf(model, module).jumps;

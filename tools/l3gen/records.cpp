@@ -1,6 +1,16 @@
-// Declarations of the public headers: records, enumerations, and the constants of a type. Those cost nothing: they are
-// enumerators of enumerations without a name, so that C99 takes them as bounds of arrays and behind `case`. A constant
-// begins with the name of the type and of the members that lead to what it is for; what has no name adds nothing:
+// Declarations of the public headers: records, enumerations, and the constants of a type. write.cpp calls
+// writeDefinition for every type. The layout of a record is a promise to callers: members stand in the order of the
+// rows, and `m`, the presence bits, comes first.
+//
+//   element SNSSAI length 8 in 1..255          typedef struct TS24501IE_SNSSAI {
+//     M                   sst   SST              struct { unsigned char sdPresent : 1; ... } m;
+//     room if length!=2   sd    SD               uint8_t length;
+//                                                TS24501IE_SST sst;
+//                                                TS24501IE_SD sd;
+//
+// Constants cost nothing: they are enumerators of enumerations without a name, so that C99 takes them as bounds of
+// arrays and behind `case`. A constant begins with the name of the type and of the members that lead to what it is for;
+// what has no name adds nothing:
 //
 //   TS24501IE_NSSAI_contents_capacity         the room of its list contents
 //   TS24501IE_MobileIdentity_t_suci           t stands in the record itself
@@ -17,6 +27,7 @@ struct Scope {
   const Type& type;
   std::string name;
 
+  // The scope of a member. A nameless one, as the choice of a `choice` block is, keeps that of what it stands in.
   Scope within(const std::string& member) const { return {type, member.empty() ? name : name + "_" + member}; }
   std::string capacity() const { return capacityName(name); }
 };
@@ -28,6 +39,7 @@ static std::string pad(int indent)
   return std::string(static_cast<size_t>(indent), ' ');
 }
 
+// One declaration with its semicolon, indentation and comment.
 static std::string line(int indent, const std::string& declaration, const std::string& words)
 {
   return commented(indent, pad(indent) + declaration + ";", words);
@@ -38,6 +50,7 @@ std::string capacityName(const std::string& scope)
   return scope + "_capacity";
 }
 
+// A string with a count of its own; octets and bits of a fixed size are plain arrays.
 static bool isString(const What& what)
 {
   bool string = what.kind == WhatKind::BitString || what.kind == WhatKind::Octets;
@@ -46,7 +59,11 @@ static bool isString(const What& what)
 
 static std::string declare(const What& what, const std::string& name, const Scope& scope, int indent);
 
-// A string of octets or bits with its count.
+// A string of octets or bits with its count. Up to 255 octets may stand in the record, where a count of 8 bits is
+// enough:
+//
+//   octets rest max 4      struct { uint8_t numocts; uint8_t data[A_x_capacity]; } x
+//   octets rest            struct { uint32_t numocts; uint8_t* data; } x
 static std::string declareString(const What& what, const std::string& name, const Scope& scope, int indent)
 {
   bool bits = what.kind == WhatKind::BitString;
@@ -57,11 +74,15 @@ static std::string declareString(const What& what, const std::string& name, cons
          line(indent + 2, data, contentWords(what)) + pad(indent) + "} " + name;
 }
 
-// What stands in a member's place, with the comments of its inside and without a semicolon.
+// What stands in a member's place, with the comments of its inside and without a semicolon. For a list:
+//
+//   SNSSAI while-room 1..16          struct { uint8_t n; SNSSAI elem[A_x_capacity]; } x
+//   SNSSAI while-room 1..16 heap     struct { uint64_t n; SNSSAI *elem; } x
 static std::string declareElement(const Row& row, const std::string& name, const Scope& scope, int indent)
 {
   if (row.often.end == kL3NoList) return declare(row.what, name, scope, indent);
   bool bounded = row.often.bounded(), fixed = row.what.kind == WhatKind::Octets && row.what.from == kL3Fixed;
+  // Octets of a fixed size are arrays, so a pointer to entries of that kind needs its parentheses.
   std::string entry = bounded ? "elem[" + scope.capacity() + "]" : fixed ? "(*elem)" : "*elem";
   std::string entries = declare(row.what, entry, scope.within("elem"), indent + 2) + ";";
   return pad(indent) + "struct {\n" +
@@ -69,12 +90,14 @@ static std::string declareElement(const Row& row, const std::string& name, const
          commented(indent + 2, entries, entriesWords(scope.type, row)) + pad(indent) + "} " + name;
 }
 
-// The number of the alternative, in front of its union.
+// The number of the alternative, which stands in front of its union.
 static std::string declareTag(const What& what, const Scope& scope, int indent)
 {
   return line(indent, "uint32_t t", tagWords(scope.type, what, scope.name));
 }
 
+// The messages of a form: t, and a union of pointers of which `any` is the one for callers who do not care which
+// message it is. A message without a body (`-`) has a number and no member.
 static std::string declareBody(const What& what, const std::string& name, const Scope& scope, int indent)
 {
   std::string out = pad(indent) + "struct {\n" + declareTag(what, scope, indent + 2) + pad(indent + 2) + "union {\n" +
@@ -88,6 +111,7 @@ static std::string declareBody(const What& what, const std::string& name, const 
 
 static std::string declareMember(const Row& row, const Scope& scope, int indent, const std::string& words);
 
+// The members of the alternatives. C has no empty union, so one gets a member that means nothing.
 static std::string declareUnion(const What& what, const Scope& scope, int indent)
 {
   std::string members;
@@ -97,6 +121,7 @@ static std::string declareUnion(const What& what, const Scope& scope, int indent
   return pad(indent) + "union {\n" + members + pad(indent) + "}";
 }
 
+// `struct { uint32_t t; union { ... } u; } name`, or with `!untagged` the union alone under this name.
 static std::string declareChoice(const What& what, const std::string& name, const Scope& scope, int indent)
 {
   if (what.untagged) return declareUnion(what, scope, indent) + " " + name;
@@ -105,7 +130,7 @@ static std::string declareChoice(const What& what, const std::string& name, cons
          name;
 }
 
-// `name` may carry the bounds of an array or a pointer in parentheses.
+// The declaration of one thing under a name. `name` may carry the bounds of an array or a pointer, `elem[16]`.
 static std::string declare(const What& what, const std::string& name, const Scope& scope, int indent)
 {
   std::string p = pad(indent);
@@ -136,7 +161,7 @@ static std::string declare(const What& what, const std::string& name, const Scop
   }
 }
 
-// A member with its comment, or nothing where the record has none for the row.
+// A member with its comment, or nothing where the record has none for the row: marks, nameless lengths, `-`.
 static std::string declareMember(const Row& row, const Scope& scope, int indent, const std::string& words)
 {
   if (!row.isElement() && row.mark != Mark::Length) return "";
@@ -147,8 +172,10 @@ static std::string declareMember(const Row& row, const Scope& scope, int indent,
   return commented(indent, declareElement(row, row.member, scope.within(row.member), indent) + ";", words);
 }
 
-// The same bits for compilers that begin at the most significant bit of an octet: a line for each octet, the unused
-// bits of the last one first.
+// The bits of `m` for compilers that begin at the most significant bit of an octet, so that both layouts have the same
+// octets: one line for each octet, and the unused bits of the last one first.
+//
+//   unsigned char : 5, mappedSDPresent : 1, mappedSSTPresent : 1, sdPresent : 1;
 static std::string fromTheTop(const std::vector<std::string>& names)
 {
   std::string out;
@@ -161,7 +188,7 @@ static std::string fromTheTop(const std::vector<std::string>& names)
   return out;
 }
 
-// The bits of `m`, the first in the lowest bit.
+// The bits of `m`, the first one in the lowest bit: the engine finds bit n in octet n / 8 by its number.
 static std::string writePresence(const Type& type)
 {
   if (!type.mBits) return "";
@@ -171,11 +198,14 @@ static std::string writePresence(const Type& type)
   return out + "#else\n" + fromTheTop(type.mNames) + "#endif\n" + line(2, "} m", "What is there.");
 }
 
+// `type NSSAIs NSSAI while-room 1..8`: a typedef of what the only element is. The last row is that element; the first
+// may be its length, which the record does not keep.
 static std::string writeBare(const Type& type)
 {
   return "typedef " + declareElement(type.rows.back(), type.full, {type, type.full}, 0) + ";\n";
 }
 
+// A nameless choice puts t and u straight into the record; every other row with content is one member.
 static std::string writeRecord(const Type& type)
 {
   std::string members;
@@ -212,7 +242,7 @@ struct Constants {
 
 static void addCapacities(Constants& constants, const Row& row, const Scope& scope);
 
-// The rooms of what an element holds, all those of alternatives among them.
+// The rooms of what an element holds, those within its alternatives among them.
 static void addCapacities(Constants& constants, const What& what, const Scope& scope)
 {
   if (isString(what) && what.max)

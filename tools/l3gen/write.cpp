@@ -1,4 +1,12 @@
-// Writing of headers and of the table of all types.
+// Writing of the public headers and of three files about all types: L3Descriptors.h, L3TypeTable.cpp and
+// L3TypeFacts.cpp. The descriptors themselves are written by tables.cpp, the functions by operations.cpp and
+// direct.cpp.
+//
+// Types and enumerations are numbered here in the order of Model::types, and tables.cpp puts them into its arrays in
+// the same order. Both must agree, since a type is known by its number alone:
+//
+//   inline constexpr int32_t kL3At_TS24501IE_SNSSAI = 802;
+//   inline constexpr const L3Type& l3_TS24501IE_SNSSAI = l3AllTypes[802];
 #include <algorithm>
 #include <set>
 
@@ -8,6 +16,7 @@
 
 namespace l3gen {
 
+// The exported functions of a type, each below its comment. `exports` says which there are.
 static std::string writePrototypes(const Type& type)
 {
   std::string out;
@@ -36,6 +45,7 @@ static std::string writePrototypes(const Type& type)
   return out;
 }
 
+// The stems of the headers that this one has to include.
 static void usedModules(Model& model, const Module& module, std::set<std::string>& stems)
 {
   auto note = [&](const Type* used, bool) {
@@ -46,6 +56,8 @@ static void usedModules(Model& model, const Module& module, std::set<std::string
       for (auto& row : type->rows) collectUses(row.what, false, note);
 }
 
+// Forward declarations come first, because bodies have pointers to messages that are declared behind them. Records
+// follow in an order in which each is complete before another holds it, then all prototypes.
 std::string writeHeader(Model& model, const Module& module)
 {
   std::string guard = "VELNOR3GPP_GEN_" + module.stem + "_H";
@@ -66,6 +78,8 @@ std::string writeHeader(Model& model, const Module& module)
   return out + "\nVELNOR_END_DECLS\n\n#endif\n";
 }
 
+// One row of l3TypeTable: lambdas give all operations the same signature, whatever they are called with. They call the
+// engine and not the exported function, so that the table needs no header.
 static std::string tableEntry(const Type& type)
 {
   const char* f = type.full.c_str();
@@ -84,12 +98,14 @@ static std::string tableEntry(const Type& type)
                 init.c_str(), sample.c_str());
 }
 
+// L3Facts::direction and L3BodyRow::direction.
 int directionNumber(const std::string& direction)
 {
   return direction == "up" ? 1 : direction == "down" ? 2 : 0;
 }
 
-// "8.2.6" belongs to the module's standard; a clause of another one names it: "24.193 6.1.4.2".
+// "8.2.6" belongs to the module's standard: "TS 24.501, 8.2.6". A clause of another one names it, "24.193 6.1.4.2" is
+// "TS 24.193, 6.1.4.2"; "9.11.3.4, 9.11.3.5" are two of the module's own.
 static std::string clauseText(const Type& type)
 {
   const std::string& clause = type.clause;
@@ -99,7 +115,7 @@ static std::string clauseText(const Type& type)
   return type.module->spec + ", " + clause;
 }
 
-// The types that callers know, sorted by name.
+// The types that callers know, sorted by name: the tables are searched by halves.
 static std::vector<const Type*> knownTypes(const Model& model)
 {
   std::vector<const Type*> types;
@@ -109,6 +125,7 @@ static std::vector<const Type*> knownTypes(const Model& model)
   return types;
 }
 
+// Texts are places in one string, so that a row needs no relocation. Both arrays have the order of l3TypeTable.
 std::string writeTypeFacts(Model& model)
 {
   std::vector<const Type*> types = knownTypes(model);
@@ -121,6 +138,7 @@ std::string writeTypeFacts(Model& model)
                    directionNumber(type->direction), hasDecoder(*type), hasEncoder(*type));
     places += format("  {kL3At_%s * sizeof(L3Type)},\n", type->full.c_str());
   }
+  // An array of no entries is no C++; the count beside it says that there is none.
   if (types.empty()) {
     rows = "  {0, 0, 0, -1, 0, 0, 0},\n";
     places = "  {0},\n";
@@ -132,6 +150,7 @@ std::string writeTypeFacts(Model& model)
          format(";\nextern const size_t l3KnownTypes = %zu;\n", types.size());
 }
 
+// For tests and tools alone: the shared library does without it, because each row costs six relocations.
 std::string writeTypeTable(Model& model)
 {
   std::vector<const Type*> types = knownTypes(model);
@@ -143,14 +162,17 @@ std::string writeTypeTable(Model& model)
   return out + format("};\nextern const size_t l3TypeCount = %zu;\n", types.size());
 }
 
+// What the generated sources know of each other: the number of each type, its descriptor, and its direct coders.
 std::string writeDescriptors(Model& model)
 {
   std::string out;
+  // As they stand in the arrays, where number 0 is none.
   size_t types = 1, enums = 1; // as they stand in the tables, where the first is none
   for (auto& type : model.types) {
     const char* f = type->full.c_str();
     out += format("inline constexpr int32_t kL3At_%s = %zu;\n", f, types);
     out += format("inline constexpr const L3Type& l3_%s = l3AllTypes[%zu];\n", f, types++);
+    // The second form of a type and its parts follow it, as writeType in tables.cpp writes them.
     if (type->needsStandard()) out += format("inline constexpr int32_t kL3At_standard_%s = %zu;\n", f, types++);
     for (auto& part : type->parts)
       out += format("inline constexpr int32_t kL3At_%s = %zu;\n", partName(*type, {part.first, part.second}).c_str(),
