@@ -1,20 +1,32 @@
-// Writing of the rows of a type's descriptor, and of the tables that they point at.
+// Writing of the rows of a type's descriptor, and of what a row needs beside itself: one function for each struct that
+// L3Row::info may lead to. A row of a definition and what becomes of it:
+//
+//   room if length!=2   sd   SD
+//
+//   {AT(char, 42020), TYPE(TS24501IE_SD), {0}, AT(L3Cond, 40), offsetof(TS24501IE_SNSSAI, sd), 82,
+//    0, kL3NoBit, kL3UInt, 1, kL3GivenIf, kL3NoLead, 24, 4, 0, 2}
+//
+// name, type, info, condition, offset of the member, line; presence bit, group's bit, op, room, given, lead, bits on
+// the wire, octets of the member, flags, characters of the name.
 #include <algorithm>
 
 #include "tables.h"
 
 namespace l3gen {
 
+// A C path: "contents" and "elem" make "contents.elem"; a nameless choice adds nothing.
 static std::string join(const std::string& path, const std::string& member)
 {
   return path.empty() || member.empty() ? path + member : path + "." + member;
 }
 
+// The last two members of structs that test a range; whether they do stands in a member `ranged`.
 static std::string limits(const std::optional<Range>& range)
 {
   return range ? format("%uU, %uU", range->lo, range->hi) : "0, 0";
 }
 
+// The 1 is L3Octets::dataOffset: an inline string begins with its count of 8 bits.
 static std::string octetsInfo(TableWriter& w, const Row& row)
 {
   const What& what = row.what;
@@ -32,6 +44,8 @@ static std::string textInfo(TableWriter& w, const Row& row)
                                    w.field(what.count.field).c_str(), limits(row.range).c_str()));
 }
 
+// The entry of a list is a row within the L3List. Its offsets count from the start of the entry, so its path is "".
+// Where `elem` stands, and how large an entry is, is left to the compiler.
 static std::string listInfo(TableWriter& w, const Row& row, const std::string& path)
 {
   const Often& often = row.often;
@@ -50,7 +64,7 @@ static std::string listInfo(TableWriter& w, const Row& row, const std::string& p
                          w.count(often.count).c_str(), limits(often.range).c_str(), entry.c_str()));
 }
 
-// The codes of a choice, entry for entry of its table, and the tree that finds them.
+// The codes of a choice, one for each of its values, and the tree that finds them (none if all codes are alike).
 static std::string codesInfo(TableWriter& w, const What& what)
 {
   std::vector<std::string> codes, nodes;
@@ -69,12 +83,15 @@ std::string fieldTable(TableWriter& w, const std::vector<std::string>& names)
 {
   std::vector<std::string> fields;
   for (auto& name : names) {
+    // Without its braces, which the array puts around each item.
     std::string field = w.field(name);
     fields.push_back(field.substr(1, field.size() - 2));
   }
   return w.array("L3Field", fields);
 }
 
+// An alternative with several values has an entry for each range of them, all with the same t. `count` is that of
+// entries, not of alternatives.
 static std::string choiceInfo(TableWriter& w, const Row& row, const std::string& path)
 {
   const What& what = row.what;
@@ -84,6 +101,7 @@ static std::string choiceInfo(TableWriter& w, const Row& row, const std::string&
   for (auto& alternative : what.alternatives) {
     ++tag;
     std::string init = rowInit(w, alternative, join(unionPath, alternative.member));
+    // `else` has no values; the flag behind them says that it takes the rest.
     auto values = alternative.values.empty() ? std::vector<Range>{{0, 0}} : alternative.values;
     for (auto& value : values) {
       items.push_back(format("%uU, %uU, %u, %d, {%s}", value.lo, value.hi, tag, alternative.other, init.c_str()));
@@ -108,6 +126,8 @@ std::string octetTable(Tables& tables, const std::vector<unsigned>& values)
   return tables.run("uint8_t", octets);
 }
 
+// The messages of a form. A decoder comes from the message type to the first row with it (byType), and from there along
+// `next` to the row with the right discriminator; printer and encoder come from t to the row (byTag).
 static std::string bodyInfo(TableWriter& w, const Row& row, const std::string& path)
 {
   const What& what = row.what;
@@ -115,8 +135,10 @@ static std::string bodyInfo(TableWriter& w, const Row& row, const std::string& p
   for (size_t i = 0; i < what.alternatives.size(); ++i) {
     const Row& m = what.alternatives[i];
     std::string type = m.what.type ? typePlace(m.what.type->full) : kNone;
+    // Found before the item is written, since a row names the one behind it.
     size_t next = i + 1;
     while (next < what.alternatives.size() && what.alternatives[next].msgType != m.msgType) ++next;
+    // The row's own title and direction count where it has them, else those of the message's block.
     const Type* told = m.title.empty() ? m.what.type : nullptr;
     std::string name = w.tables.text({"u.obj_" + m.name, told ? told->title : m.title});
     items.push_back(format("%u, 0x%02X, %u, %d, %s, %s, %zu, %d, %d, %u", m.discriminator, m.msgType, m.tag,
@@ -148,6 +170,7 @@ static std::string lengthInfo(TableWriter& w, const Row& row)
                          limits(row.range).c_str(), row.words.count("zero-widens") != 0));
 }
 
+// All values of a term have the same number `any`: one of them has to hold. Terms of different numbers all have to.
 static std::string condInfo(TableWriter& w, const Row& row)
 {
   if (row.cond.empty()) return kNone;
@@ -178,6 +201,8 @@ std::string enumPlace(const Type& type)
   return "ENUM(" + type.full + ")";
 }
 
+// What a row's content gives to its L3Row: the op, what the op needs, the named type, the offset of the member, the
+// width on the wire in bits, the store in octets, and the range of a number.
 struct Coded {
   const char* op = "kL3Nothing";
   std::string info = kNone, type = kNone, offset = "0";
@@ -185,6 +210,8 @@ struct Coded {
   std::optional<Range> range;
 };
 
+// Follows aliases to the bit that is counted. As an octet it is all zeros or ones, or the padding's own bits: 0x2B for
+// L and 0xD4, which has each of them reversed, for H.
 static std::string unaryInfo(TableWriter& w, const What& what, const std::optional<Range>& range)
 {
   const What& counted = what.type ? what.type->rows[0].what : what;
@@ -196,6 +223,8 @@ static std::string unaryInfo(TableWriter& w, const What& what, const std::option
   return w.object("L3Unary", "{" + limits(range) + "}, " + pattern);
 }
 
+// A number, with aliases followed: `M x A` codes like the bits that A is in the end. The type is named all the same
+// (L3Row::type), unless the row is that of the type itself (scalarRow).
 static void codeScalar(TableWriter& w, const Row& row, Coded& c)
 {
   Scalar scalar = *scalarOf(row.what);
@@ -215,6 +244,7 @@ static void codeScalar(TableWriter& w, const Row& row, Coded& c)
   c.info = enumPlace(*scalar.named);
 }
 
+// By what the row is. A list comes first, whatever its entries are.
 static Coded code(TableWriter& w, const Row& row, const std::string& path)
 {
   Coded c;
@@ -267,18 +297,21 @@ static Coded code(TableWriter& w, const Row& row, const std::string& path)
   return c;
 }
 
-// Pushed and printed under the name of another element: what a record calls it stands behind the name's end.
+// `!name-as`: pushed and printed under the name of another element. Formats that need each key once take the member's
+// name, which stands behind the end of that name.
 static bool hasOwnKey(const Row& row)
 {
   return row.words.count("name-as") != 0;
 }
 
+// Release groups have a name for their presence bit only.
 static bool isNamed(const Row& row)
 {
   return !row.name.empty() && row.mark != Mark::Release;
 }
 
-// A field of a few bits that is always there.
+// A number of 1 to 56 bits that is always there. The walk reads and writes consecutive ones of these without asking
+// each row what it is; 56 bits are what one load of 8 octets has from any bit on.
 static bool standsInRun(const Row& row, const Coded& c)
 {
   bool number =
@@ -287,6 +320,7 @@ static bool standsInRun(const Row& row, const Coded& c)
   return number && always && c.bits >= 1 && c.bits <= 56;
 }
 
+// L3RowFlags. kL3InRun stands alone: a row with any other flag is no plain number.
 static std::string rowFlags(const Row& row, const Coded& c)
 {
   std::string flags = "0";
@@ -306,6 +340,7 @@ static std::string bit(int number)
   return number < 0 ? "kL3NoBit" : std::to_string(number);
 }
 
+// The members of L3Row in their order. Marks fill in what they need, elements go through `code`.
 std::string rowInit(TableWriter& w, const Row& row, const std::string& path)
 {
   Coded c;
@@ -314,10 +349,12 @@ std::string rowInit(TableWriter& w, const Row& row, const std::string& path)
     c.info = lengthInfo(w, row);
     c.offset = w.off(row.member);
     c.bits = row.number;
+    // The record was made for the first form, whatever width the length has in the second.
     c.store = row.member.empty() ? 0 : storeForBits(row.storedBits ? row.storedBits : row.number);
   } else if (row.mark == Mark::EndLength) {
     c.op = "kL3EndLength";
   } else if (row.mark == Mark::Release) {
+    // The engine passes over a group that is not there by counting its rows, which stand behind this one.
     const auto& rows = w.type.rows;
     size_t at = static_cast<size_t>(&row - rows.data()), count = 0;
     while (at + 1 + count < rows.size() && rows[at + 1 + count].inRelease) ++count;

@@ -1,4 +1,13 @@
-// Writing of the descriptor tables: enumerations, messages and types, with the rows of tableRows.cpp.
+// Writing of the descriptors of types, messages and enumerations, and of the file L3Tables.cpp as a whole (writeTables
+// at the end). tables.h says how the tables hang together; tableRows.cpp writes the rows. For each type
+//
+//   writeType
+//     writeHand       coders by hand, if there are any
+//     writeForm       rows, optional rows, L3Message, and then the L3Type that names them
+//     writeStandard   the same once more for a second form
+//     writeParts      an L3Type for each group of rows that others take for the whole in the second form
+//
+// The order of `types` must be that in which writeDescriptors (write.cpp) gives out the numbers.
 #include <algorithm>
 
 #include "tables.h"
@@ -17,6 +26,7 @@ std::string Tables::apart(const char* kind, const std::vector<std::string>& item
   return placeOf(kind, all.size() - items.size());
 }
 
+// Most descriptions of strings, lists and lengths are alike, so a run is looked for before it is written.
 std::string Tables::run(const char* kind, const std::vector<std::string>& items)
 {
   std::string key;
@@ -30,12 +40,18 @@ std::string Tables::text(const std::vector<std::string>& parts)
   return placeOf("char", names.place(parts));
 }
 
+// An L3Message: how the optional elements of a message are found by their IEIs. For two elements 0x12 and one of 0x3-
+//
+//   ieis      {0x12, 0, ..., 2} {0x12, 0, ..., 0} {0x03, 1, ..., 0}    at the end the next of the same IEI, or 0
+//   byValue   [0x12] = 1, [0x03] = 3, all others 0                     the first of an IEI, counted from 1
+//   halves    0x0008                                                   bit 3: 0x3- is a half octet
 static std::string writeMessage(TableWriter& w, const std::string& rows, const std::vector<const Row*>& options)
 {
   if (w.type.kind != Kind::Message) return kNone;
   std::vector<std::string> ieis;
   std::vector<unsigned> byValue(256, 0), next(options.size() + 1, 0);
   unsigned halves = 0;
+  // From the last to the first: each finds the one behind it in byValue and takes its place.
   for (size_t i = options.size(); i-- > 0;) {
     unsigned value = options[i]->number;
     next[i] = byValue[value];
@@ -53,8 +69,11 @@ static std::string writeMessage(TableWriter& w, const std::string& rows, const s
     table = w.array("L3Iei", ieis);
     values = octetTable(w.tables, byValue);
   }
+  // Without optional elements of its own a message passes over whatever stands behind its rows, unless it says
+  // `!no-tail`.
   bool tail = options.empty() && !w.type.has("no-tail");
   const std::string& spec = w.type.module->spec; // the standards whose elements may have lengths of two octets
+  // The standards whose unknown elements from 0x78 to 0x7F have a length of two octets.
   bool wide = spec == "TS 24.301" || spec == "TS 24.501";
   std::string selecting = kNone;
   auto names = selectingOptions(w.type);
@@ -65,6 +84,8 @@ static std::string writeMessage(TableWriter& w, const std::string& rows, const s
                          names.size(), selecting.c_str()));
 }
 
+// Rows of a type stand side by side and in their order, and are never shared with those of another type, since rows are
+// told apart by where they stand (docs/adr/0008).
 static std::string writeRows(TableWriter& w, const std::vector<const Row*>& rows)
 {
   if (rows.empty()) return kNone;
@@ -74,6 +95,7 @@ static std::string writeRows(TableWriter& w, const std::vector<const Row*>& rows
   return w.tables.apart("L3Row", inits);
 }
 
+// An enumeration has no row of its own; as a type for itself it has one element, of itself.
 static Row scalarRow(const Type& type)
 {
   Row row;
@@ -83,6 +105,8 @@ static Row scalarRow(const Type& type)
   return row;
 }
 
+// L3TypeFlags. The last two say that a whole call may begin with the direct coder, without names and regions; of a form
+// by hand that is so if its body has direct coders or if its file tells what is plain.
 static std::string typeFlags(const Type& type)
 {
   std::string flags = "0";
@@ -105,12 +129,18 @@ static std::string typeFlags(const Type& type)
   return flags;
 }
 
+// L3Hand names functions, so it cannot lie in l3Tables; it becomes a constant of its own.
 static std::string handOf(TableWriter& w, const std::string& name, const std::string& init)
 {
   w.tables.before += "static const L3Hand hand_" + name + " = {" + init + "};\n";
   return "&hand_" + name;
 }
 
+// Declares the functions that src2 defines for the type, and gives the L3Hand with them:
+//
+//   element A by hand File [1]      int l3Dec_T_A(L3Call& call, const L3Type& type, void* value);
+//                                   int l3Enc_T_A(L3Call& call, const L3Type& type, void* value);
+//                                   static const L3Hand hand_T_A = {l3Dec_T_A, l3Enc_T_A, nullptr, nullptr};
 static std::string writeHand(TableWriter& w)
 {
   const Type& type = w.type;
@@ -129,19 +159,23 @@ static std::string writeHand(TableWriter& w)
   return handOf(w, type.full, dec + ", " + enc + ", " + settle + ", " + plain);
 }
 
+// `!hyphen-encode`: the encoder pushes PDU-SM where the decoder pushes PDU_SM.
 static std::string hyphens(std::string name)
 {
   std::replace(name.begin(), name.end(), '_', '-');
   return name;
 }
 
+// The direct coder that the descriptor names. For a type with direct coders by hand that is none: direct coders of
+// other types call them by their names, and only those of forms (hasBodyDirect) begin a call.
 static std::string direct(const Type& type, bool encoder)
 {
   bool direct = hasDirect(type) || hasBodyDirect(type);
   return direct ? (encoder ? "l3DirectEnc_" : "l3DirectDec_") + type.full : "nullptr";
 }
 
-// The rows in the standard's form.
+// The rows in the standard's form: those with `standard` changed or left out, and those that only this form has put in
+// between as Mark::Extra. Members are the same, so a length keeps the store of the first form (storedBits).
 static std::vector<Row> standardRows(const Type& type)
 {
   std::vector<Row> rows;
@@ -174,13 +208,16 @@ static std::vector<Row> standardRows(const Type& type)
   return rows;
 }
 
-// Error records name the definition file, so that their lines lead to a row.
+// Error records name the definition file and the coder, "TS24501IESSessionDec", so that their lines lead to a row
+// (docs/adr/0006).
 static std::string modulePlace(Tables& tables, const Type& type)
 {
   std::string stem = fileStem(type), decoder = tables.text({stem + "Dec"}), encoder = tables.text({stem + "Enc"});
   return tables.run("L3Module", {decoder + ", " + encoder});
 }
 
+// One L3Type. Its two names, as decoder and encoder push them, are places within one text: behind the module's name in
+// "TS24501IE_SNSSAI", and with `!hyphen-encode` behind the end of that text.
 static std::string writeDescriptor(Tables& tables, const Type& type, const std::string& rows, size_t rowCount,
                                    const std::string& rest)
 {
@@ -195,7 +232,9 @@ static std::string writeDescriptor(Tables& tables, const Type& type, const std::
                 type.full.c_str(), rowCount, type.place.line, nameAt, encNameAt, rest.c_str());
 }
 
-// Writes the rows and the options of a type or a form of it, and the descriptor; the number of the first row.
+// Writes rows, optional rows and the message of one form of a type, and then its descriptor. Marks that say nothing to
+// the walk have no row: a group's bit stands in the rows of the group, and padding is a flag of the type. Returns the
+// number of the first row, by which writeParts finds the others.
 static size_t writeForm(TableWriter& w, const std::string& flags, const std::string& standard, const std::string& codes)
 {
   const Type& type = w.type;
@@ -213,7 +252,8 @@ static size_t writeForm(TableWriter& w, const std::string& flags, const std::str
   return firstRow;
 }
 
-// The second form of a type: its rows, and coders by hand that know it.
+// The second form of a type: its rows, and coders by hand that know it. It has no direct coder, since those leave calls
+// that ask for the standard's form to the walk.
 static void writeStandard(const Model& model, const Type& type, Tables& tables)
 {
   Type form = type;
@@ -230,7 +270,8 @@ static void writeStandard(const Model& model, const Type& type, Tables& tables)
   writeForm(w, flags, kNone, hand + ", nullptr, nullptr");
 }
 
-// Some of a type's rows, for rows that have no more of it in the standard's form.
+// Some of a type's rows, for those who have no more of it in the standard's form. The rows are those of the type
+// itself.
 static void writeParts(const Type& type, size_t firstRow, Tables& tables)
 {
   for (auto& [lo, hi] : type.parts)
@@ -238,6 +279,7 @@ static void writeParts(const Type& type, size_t firstRow, Tables& tables)
                                            "0, 0, 0, {0}, {0}, nullptr, nullptr, nullptr"));
 }
 
+// A row may name a type that is written later: TYPE(...) goes by the number that L3Descriptors.h gives it.
 static void writeType(const Model& model, const Type& type, Tables& tables)
 {
   TableWriter w(model, type, tables);
@@ -248,6 +290,12 @@ static void writeType(const Model& model, const Type& type, Tables& tables)
   writeParts(type, firstRow, tables);
 }
 
+// An L3Enum, and the table of names that it and callers use. The table is sorted by name, for looking names up; its
+// last column leads from a value to its name: row i has the place of the i-th lowest value.
+//
+//   enum E bits 2          {"high", 2, 4, 1},     name, value, octets of the name; the lowest value is at place 1
+//     low = 1              {"low", 1, 3, 0},      the next one at place 0
+//     high = 2
 static void writeEnum(const Type& type, Tables& tables)
 {
   auto byName = type.values;
@@ -255,6 +303,7 @@ static void writeEnum(const Type& type, Tables& tables)
   std::vector<int> rising;
   for (auto& [name, value] : type.values) rising.push_back(value);
   std::sort(rising.begin(), rising.end());
+  // Then the engine takes value minus lowest for i and need not search.
   bool gapless = rising.back() - rising.front() + 1 == static_cast<int>(rising.size());
   bool open = type.kind == Kind::Names;
   std::string table = type.full + (open ? "_names" : "_ENUMTAB"), out;
@@ -265,6 +314,7 @@ static void writeEnum(const Type& type, Tables& tables)
     out += format("  {\"%s\", %d, %zu, %d},\n", byName[i].first.c_str(), byName[i].second, byName[i].first.size(),
                   static_cast<int>(at - byName.begin()));
   }
+  // A bit for each value that is a member: the test of a decoded value is one load and one shift.
   uint32_t members[8] = {};
   for (int value : rising) members[value >> 5] |= 1U << (value & 31);
   out += "};\n";
@@ -286,6 +336,7 @@ static void writeEnum(const Type& type, Tables& tables)
   tables.enums.push_back(set + "}, " + titles);
 }
 
+// An array with an item in a line; numbers stand side by side, without braces of their own.
 static std::string braced(const std::vector<std::string>& items, bool numbers = false)
 {
   std::string out = "{";
@@ -293,6 +344,8 @@ static std::string braced(const std::vector<std::string>& items, bool numbers = 
   return out + "}";
 }
 
+// The file is put together when all types have been gone through, because the sizes of the arrays stand in front of
+// them.
 std::string writeTables(Model& model)
 {
   Tables tables;
