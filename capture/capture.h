@@ -1,5 +1,8 @@
-// What a reader of captures holds, and what its files share. Everything lies in one block of fixed size: whatever a
-// length in a file says, there is no more to fill than this.
+// What a reader of captures holds, and what the files of this folder share. reader.cpp moves octets, files.cpp takes
+// the two forms of capture files apart, frames.cpp what is in a packet, gsmtap.cpp and lapdm.cpp the radio side,
+// links.cpp puts segments together, protocols.cpp names forms; writer.cpp is by itself. Captures come from strangers:
+// everything lies in one block of fixed size, so whatever a length in a file says, there is no more to fill than this.
+// Octets of a frame belong to the reader and hold until the next one is asked for.
 #ifndef VELNOR3GPP_CAPTURE_CAPTURE_H
 #define VELNOR3GPP_CAPTURE_CAPTURE_H
 
@@ -12,17 +15,19 @@
 inline constexpr size_t kFrameMax = VELNOR3GPP_CAPTURE_FRAME_MAX;
 inline constexpr size_t kOptionsMax = 131072; // of a packet's block that are looked at; two of the longest comments
 inline constexpr size_t kInputSize = 65536;
+// Of one section; a file with more is refused (RTX_E_TOO_BIG).
 inline constexpr size_t kMaxInterfaces = 1024;
+// Link types 147 to 162 are the user's: nothing in a file says what they hold, a caller or custom does.
 inline constexpr uint32_t kFirstUserType = 147, kUserTypes = 16;
 inline constexpr uint16_t kGsmtapPort = 4729;
 
-// Octets that are looked at, with what is left of them.
+// Octets that are looked at, with what is left of them. Never owns anything.
 struct Span {
   const uint8_t* data;
   size_t size;
 };
 
-// Passes over octets; false if there are not so many.
+// Passes over octets; false, with the span as it was, if there are not so many.
 inline bool skip(Span& span, size_t count)
 {
   if (count > span.size) return false;
@@ -30,6 +35,7 @@ inline bool skip(Span& span, size_t count)
   return true;
 }
 
+// Big-endian, as protocols have them.
 inline uint16_t load16(const uint8_t* at)
 {
   return static_cast<uint16_t>(at[0] << 8 | at[1]);
@@ -59,7 +65,7 @@ struct CaptureInterface {
   int64_t offset;     // seconds
 };
 
-// What a protocol's name stands for.
+// What a protocol's name stands for, such as "nas-5gs" for the form of 5GS messages.
 struct CaptureProtocol {
   const char* dissector;
   const char* form; // full name of its type, or null where octets or channel choose
@@ -71,6 +77,7 @@ const CaptureProtocol* protocolNamed(const char* name, size_t count);
 // The dissector that takes a message of EPS without a setting.
 const char* epsDissector(Span octets);
 
+// Steps of a file. Each has its octets gathered first and is then taken as a whole (takeStep).
 enum class ReadStep { kStart, kPcapHeader, kRecordHeader, kRecordData, kBlockStart, kSection, kBlockBody, kBlockEnd };
 
 struct velnor3gpp_CaptureReader {
@@ -85,6 +92,7 @@ struct velnor3gpp_CaptureReader {
   ReadStep step;
   uint8_t* target;
   size_t have, want;
+  // A skip may be 16 MiB of a block that nobody wants; nothing of it is held.
   uint64_t skip;
   uint64_t octets, recordAt; // octets taken, and where the record began
 

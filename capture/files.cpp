@@ -1,10 +1,19 @@
-// The two forms of capture files, a step at a time: pcap, a header of 24 octets and records; pcapng, blocks whose first
-// word is their type and whose length stands at both ends.
+// The two forms of capture files, a step at a time. pcap is a header of 24 octets and records; pcapng is blocks whose
+// first word is their type and whose length stands at both ends. reader.cpp gathers the octets of a step and calls
+// takeStep; frames go to beginFrame and endFrame. Every length is tested before anything is gathered by it, and nothing
+// is allocated.
+//
+//   pcap     A1B2C3D4 0002 0004 ...       magic, which also tells the byte order and the unit of time
+//   pcapng   0A0D0D0A 0000001C 1A2B3C4D   section, 28 octets, byte order; then version and length
+//            00000001 ...                 interface: link type, octets kept of a packet, options
+//            00000006 ... 00000034        packet: interface, time, counts, octets, options, the length again
 #include "capture/capture.h"
 #include "velnor3gpp/rtxStatus.h"
 
 static constexpr uint32_t kSectionBlock = 0x0A0D0D0A, kInterfaceBlock = 1, kSimpleBlock = 3, kPacketBlock = 6;
+// A block of more than 16 MiB is taken for damage.
 static constexpr uint32_t kOrderMagic = 0x1A2B3C4D, kBlockMax = 1U << 24;
+// Options: of any block, of a packet, of an interface (the last two).
 static constexpr uint16_t kComment = 1, kPacketFlags = 2, kResolution = 9, kTimeOffset = 14;
 
 namespace {
@@ -22,6 +31,7 @@ static constexpr Magic kMagics[] = {{{0xA1, 0xB2, 0xC3, 0xD4}, false, false},
                                     {{0xA1, 0xB2, 0x3C, 0x4D}, false, true},
                                     {{0x4D, 0x3C, 0xB2, 0xA1}, true, true}};
 
+// Null if the octets begin no pcap file.
 static const Magic* magicOf(const uint8_t* octets)
 {
   for (const Magic& magic : kMagics)
@@ -29,11 +39,13 @@ static const Magic* magicOf(const uint8_t* octets)
   return nullptr;
 }
 
+// The first four octets tell: one of four magic numbers of pcap, or a section block, which reads alike in both orders.
 int velnor3gpp_isCapture(const uint8_t* octets, size_t count)
 {
   return octets && count >= 4 && (magicOf(octets) || load32(octets) == kSectionBlock);
 }
 
+// Damage ends the capture: the status stays in the reader.
 static int fail(velnor3gpp_CaptureReader& reader, int status)
 {
   return reader.status = status;
@@ -61,6 +73,7 @@ static int takeStart(velnor3gpp_CaptureReader& reader)
   return 0;
 }
 
+// Version 2 of any minor number; 24 octets with the link type as the last word.
 int takePcapHeader(velnor3gpp_CaptureReader& reader)
 {
   const uint8_t* at = reader.header;
@@ -71,14 +84,17 @@ int takePcapHeader(velnor3gpp_CaptureReader& reader)
   return 0;
 }
 
+// Seconds, fractions, octets kept, octets there were; then the octets.
 int takeRecordHeader(velnor3gpp_CaptureReader& reader)
 {
   uint32_t count = load32(reader.header + 8, reader.little);
+  // More than any link has: the count is damaged, and with it where the next record begins.
   if (count > kFrameMax) return fail(reader, RTX_E_BAD_VALUE);
   gather(reader, ReadStep::kRecordData, reader.data, count);
   return 0;
 }
 
+// A packet of pcap. It has one interface, number 0, and always a time.
 static void takeRecord(velnor3gpp_CaptureReader& reader)
 {
   const uint8_t* at = reader.header;
@@ -91,13 +107,13 @@ static void takeRecord(velnor3gpp_CaptureReader& reader)
   nextRecord(reader);
 }
 
-// A block's length is looked at before anything is gathered by it: 12 octets are the head and the length behind it.
+// A length counts the whole block: 12 octets are type and length in front and the length behind, the rest is the body.
 static bool isBlockLength(uint32_t length)
 {
   return length >= 12 && length % 4 == 0 && length <= kBlockMax;
 }
 
-// Packets and interfaces are held, as far as there is room; all else is passed over.
+// Packets and interfaces are held, as far as there is room; all else, such as names and statistics, is passed over.
 static int beginBody(velnor3gpp_CaptureReader& reader)
 {
   if (!isBlockLength(reader.blockLength)) return fail(reader, RTX_E_BAD_LENGTH);
@@ -122,9 +138,11 @@ int takeBlockStart(velnor3gpp_CaptureReader& reader)
   return beginBody(reader);
 }
 
+// A section begins anew: byte order, and interfaces from number 0 on. Its own options are passed over.
 int takeSection(velnor3gpp_CaptureReader& reader)
 {
   const uint8_t* at = reader.header;
+  // The magic number reads as itself in one of the two orders, or the file is none.
   reader.little = load32(at + 8) != kOrderMagic;
   if (load32(at + 8, reader.little) != kOrderMagic) return fail(reader, RTX_E_BAD_FORMAT);
   reader.blockLength = load32(at + 4, reader.little);
@@ -136,7 +154,7 @@ int takeSection(velnor3gpp_CaptureReader& reader)
   return 0;
 }
 
-// What is beyond the room of the body is passed over before the length at the end.
+// The body is there, as far as it is held. What is beyond is skipped in front of the length at the end.
 int takeBlockBody(velnor3gpp_CaptureReader& reader)
 {
   size_t held = reader.want;
@@ -161,11 +179,13 @@ static bool nextOption(Span& options, bool little, Option& option)
   option = {load16(options.data, little), {options.data + 4, load16(options.data + 2, little)}};
   skip(options, 4);
   size_t padded = (option.value.size + 3) & ~size_t{3};
+  // The last value need not be padded; one that is longer than the block ends the options without damage to the packet.
   if (!option.code || option.value.size > options.size) return false;
   if (!skip(options, padded)) options.size = 0;
   return true;
 }
 
+// The unit of time, and seconds to add to all times. 64 bits as two words in the section's order.
 static void takeInterfaceOption(CaptureInterface& interface, const Option& option, bool little)
 {
   if (option.code == kResolution && option.value.size >= 1) interface.resolution = option.value.data[0];
@@ -174,6 +194,7 @@ static void takeInterfaceOption(CaptureInterface& interface, const Option& optio
   interface.offset = static_cast<int64_t>(little ? second << 32 | first : first << 32 | second);
 }
 
+// Link type, two octets of nothing, octets kept of each packet (0: no limit), options.
 static int takeInterface(velnor3gpp_CaptureReader& reader, Span body)
 {
   bool little = reader.little;
@@ -195,7 +216,7 @@ uint64_t nanosecondsOf(const CaptureInterface& interface, uint64_t ticks)
   if (interface.resolution & 0x80) {
     if (power >= 64) return offset;
     uint64_t seconds = ticks >> power, part = ticks & ((uint64_t{1} << power) - 1);
-    // 32 bits of the part are enough, and times 10^9 they fit.
+    // 32 bits of the part are as fine as nanoseconds need, and times 10^9 they fit into 64.
     unsigned kept = power < 32 ? power : 32;
     return offset + seconds * 1000000000U + ((part >> (power - kept)) * 1000000000U >> kept);
   }
@@ -211,6 +232,7 @@ static velnor3gpp_Direction directionOf(uint32_t flags)
   return (flags & 3) == 1 ? VELNOR3GPP_DOWN : VELNOR3GPP_DIRECTION_UNKNOWN;
 }
 
+// Flags and comments. Comments are pointers into the block, which holds until the next frame.
 static void takePacketOption(velnor3gpp_CaptureFrame& frame, const Option& option, bool little)
 {
   if (option.code == kPacketFlags && option.value.size >= 4)
@@ -256,6 +278,7 @@ static int takeSimplePacket(velnor3gpp_CaptureReader& reader, Span body)
   return 0;
 }
 
+// The length at the end proves that the block was read rightly. Only then is its body looked at.
 int takeBlockEnd(velnor3gpp_CaptureReader& reader)
 {
   if (load32(reader.header, reader.little) != reader.blockLength) return fail(reader, RTX_E_BAD_LENGTH);
@@ -267,6 +290,7 @@ int takeBlockEnd(velnor3gpp_CaptureReader& reader)
   return reader.blockType == kPacketBlock ? takePacket(reader, held) : takeSimplePacket(reader, held);
 }
 
+// The step that has been gathered is over when this returns; it has said what to gather next.
 int takeStep(velnor3gpp_CaptureReader& reader)
 {
   switch (reader.step) {

@@ -1,5 +1,8 @@
 // From a frame's link type to GSMTAP on UDP, or to the message itself: Ethernet, Linux cooked, IP, the user's link
-// types, and upper PDUs, which name their dissector. All lengths are tested against what is left before they are used.
+// types, and upper PDUs, which name their dissector. endFrame (reader.cpp) calls readLinkType. Each function takes its
+// header off the span and hands the rest on; what it finds out, such as addresses, goes into the frame. All lengths are
+// tested against what is left before they are used. Nothing is put together here: fragments of IP are counted and
+// passed over.
 #include "capture/capture.h"
 
 using Reason = velnor3gpp_CaptureReason;
@@ -7,6 +10,8 @@ using Reason = velnor3gpp_CaptureReason;
 static constexpr uint16_t kIpv4 = 0x0800, kIpv6 = 0x86DD;
 static constexpr unsigned kMaxTags = 4, kMaxExtensions = 8; // VLAN tags, and headers between IPv6 and UDP
 
+// Ports, length, checksum (which is not tested: captures of a sending host have none yet). 4729 on either side is
+// GSMTAP.
 static Reason readUdp(velnor3gpp_CaptureReader& reader, Span span)
 {
   if (span.size < 8) return VELNOR3GPP_CAPTURE_MALFORMED;
@@ -20,6 +25,7 @@ static Reason readUdp(velnor3gpp_CaptureReader& reader, Span span)
   return readGsmtap(reader, {span.data + 8, count - 8});
 }
 
+// Source and destination stand behind each other in both versions of IP.
 static void takeAddresses(velnor3gpp_CaptureReader& reader, const uint8_t* source, size_t size)
 {
   velnor3gpp_CaptureConnection& connection = reader.frame.connection;
@@ -29,12 +35,14 @@ static void takeAddresses(velnor3gpp_CaptureReader& reader, const uint8_t* sourc
   memcpy(connection.destination, source + size, size);
 }
 
+// 45 00 00 3C ...: version 4, a header of 5 words, a total length of 60.
 static Reason readIpv4(velnor3gpp_CaptureReader& reader, Span span)
 {
   if (span.size < 20) return VELNOR3GPP_CAPTURE_MALFORMED;
   const uint8_t* at = span.data;
   size_t header = (at[0] & 15U) * 4U, total = load16(at + 2);
   takeAddresses(reader, at + 12, 4);
+  // Seen before ports are looked for: only the first fragment has them.
   if (load16(at + 6) & 0x3FFF) return VELNOR3GPP_CAPTURE_IP_FRAGMENT; // more follow, or an offset
   if (at[9] != 17) return VELNOR3GPP_CAPTURE_PROTOCOL;
   if (header < 20 || header > span.size) return VELNOR3GPP_CAPTURE_MALFORMED;
@@ -45,7 +53,9 @@ static Reason readIpv4(velnor3gpp_CaptureReader& reader, Span span)
   return readUdp(reader, span);
 }
 
-// Which protocol stands behind the headers between IPv6 and it: `span` is moved there.
+// Which protocol stands behind the headers between IPv6 and it: `span` is moved there, up to eight headers. 0, 43 and
+// 60 have a length in units of 8 octets less one, 44 is a fragment header; of that one only a packet that is whole
+// passes (its offset and "more" bit are 0).
 static Reason passExtensions(Span& span, uint8_t next)
 {
   for (unsigned i = 0; i <= kMaxExtensions; ++i) {
@@ -67,6 +77,8 @@ static Reason readIpv6(velnor3gpp_CaptureReader& reader, Span span)
   uint8_t next = span.data[6];
   takeAddresses(reader, span.data + 8, 16);
   skip(span, 40);
+  // A count of 0 stands in packets that the kernel has not cut yet, as in IPv4. Extensions are passed even in a packet
+  // that is shorter than it says, so that a fragment or another protocol is told as such and not as malformed.
   bool whole = count <= span.size;
   if (count && whole) span.size = count;
   Reason reason = passExtensions(span, next);
@@ -74,6 +86,7 @@ static Reason readIpv6(velnor3gpp_CaptureReader& reader, Span span)
   return whole ? readUdp(reader, span) : VELNOR3GPP_CAPTURE_MALFORMED;
 }
 
+// Link types without an Ethernet header: the version is the first half-octet.
 static Reason readIp(velnor3gpp_CaptureReader& reader, Span span)
 {
   if (!span.size) return VELNOR3GPP_CAPTURE_MALFORMED;
@@ -87,6 +100,7 @@ static Reason readIp(velnor3gpp_CaptureReader& reader, Span span)
   }
 }
 
+// Up to four VLAN tags of four octets stand between an Ethernet header and what it carries.
 static Reason readEtherType(velnor3gpp_CaptureReader& reader, uint16_t type, Span span)
 {
   for (unsigned i = 0; i < kMaxTags && (type == 0x8100 || type == 0x88A8 || type == 0x9100); ++i) {
@@ -97,18 +111,21 @@ static Reason readEtherType(velnor3gpp_CaptureReader& reader, uint16_t type, Spa
   return type == kIpv4 || type == kIpv6 ? readIp(reader, span) : VELNOR3GPP_CAPTURE_PROTOCOL;
 }
 
+// Two addresses of six octets, then the type.
 static Reason readEthernet(velnor3gpp_CaptureReader& reader, Span span)
 {
   const uint8_t* at = span.data;
   return skip(span, 14) ? readEtherType(reader, load16(at + 12), span) : VELNOR3GPP_CAPTURE_MALFORMED;
 }
 
+// Linux cooked, version 1: 14 octets about the interface, then the type.
 static Reason readCooked(velnor3gpp_CaptureReader& reader, Span span)
 {
   const uint8_t* at = span.data;
   return skip(span, 16) ? readEtherType(reader, load16(at + 14), span) : VELNOR3GPP_CAPTURE_MALFORMED;
 }
 
+// Version 2 has the type in front, in a header of 20 octets.
 static Reason readCooked2(velnor3gpp_CaptureReader& reader, Span span)
 {
   const uint8_t* at = span.data;
@@ -127,10 +144,12 @@ struct LinkType {
 
 } // namespace
 
+// Ethernet, IP in three kinds (raw, version 4, version 6), Linux cooked in two, GSMTAP, upper PDUs.
 static constexpr LinkType kLinkTypes[] = {{1, readEthernet, true},  {101, readIp, true},       {228, readIp, true},
                                           {229, readIp, true},      {113, readCooked, true},   {276, readCooked2, true},
                                           {217, readGsmtap, false}, {252, readUpperPdu, false}};
 
+// A user link type holds GSMTAP, the messages of a protocol, or nothing that anybody has told.
 static Reason readUserType(velnor3gpp_CaptureReader& reader, uint32_t index, Span octets)
 {
   if (reader.userGsmtap[index]) return readGsmtap(reader, octets);
@@ -138,12 +157,14 @@ static Reason readUserType(velnor3gpp_CaptureReader& reader, uint32_t index, Spa
   return protocol ? readProtocol(reader, *protocol, octets) : VELNOR3GPP_CAPTURE_LINK_TYPE;
 }
 
+// A frame that was cut is no message where nothing inside has a length that would show it.
 static Reason whole(const velnor3gpp_CaptureReader& reader, Reason reason)
 {
   bool cut = reader.frame.originalCount > reader.frame.frameCount;
   return cut && reason == VELNOR3GPP_CAPTURE_MESSAGE ? VELNOR3GPP_CAPTURE_CUT : reason;
 }
 
+// Link types that no table and no caller knows are counted as such.
 Reason readLinkType(velnor3gpp_CaptureReader& reader, Span octets)
 {
   uint32_t number = reader.frame.linkType;
@@ -167,9 +188,11 @@ struct Tags {
 
 } // namespace
 
+// Tags of upper PDUs; others are passed over.
 static constexpr uint16_t kEnd = 0, kDissector = 12, kSourceV4 = 20, kDestinationV4 = 21, kSourceV6 = 22,
                           kDestinationV6 = 23, kSourcePort = 25, kDestinationPort = 26, kDirection = 35;
 
+// The connection has addresses when both are there.
 static void takeAddress(velnor3gpp_CaptureReader& reader, Tags& tags, bool toDestination, Span value)
 {
   velnor3gpp_CaptureConnection& connection = reader.frame.connection;
@@ -180,6 +203,7 @@ static void takeAddress(velnor3gpp_CaptureReader& reader, Tags& tags, bool toDes
   if (tags.addresses == 3) connection.has |= VELNOR3GPP_CAPTURE_HAS_ADDRESSES;
 }
 
+// One tag of an upper PDU. Ports and direction are words of 32 bits, big-endian.
 static void takeTag(velnor3gpp_CaptureReader& reader, Tags& tags, uint16_t tag, Span value)
 {
   velnor3gpp_CaptureFrame& frame = reader.frame;

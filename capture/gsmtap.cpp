@@ -1,5 +1,11 @@
 // GSMTAP: the header of version 2 (16 octets), the older layout of version 3 (the same, longer) and its newer one. Type
-// and sub-type lead to NAS messages or to the channels of the radio interface.
+// and sub-type lead to NAS messages or to the channels of the radio interface. frames.cpp calls readGsmtap with what a
+// UDP packet, a link type or an upper PDU holds.
+//
+//   02 04 01 00 40 14 ...   version 2, 4 words, type 1: GSM radio; timeslot 0; 4014: uplink, channel 20
+//        octet 12           sub-type, the channel: 08 is SDCCH/8, 88 the SACCH beside it
+//        octet 14           sub-slot
+//   03 00 00 02 05 04 ...   version 3, newer: 2 words, type 0504: 5GS NAS
 #include "capture/capture.h"
 
 using Reason = velnor3gpp_CaptureReason;
@@ -22,6 +28,7 @@ struct TypeRow {
 
 } // namespace
 
+// Types by version. One that a version does not have is a number that no header holds.
 static constexpr uint32_t kNoType = UINT32_MAX;
 static constexpr TypeRow kTypes[] = {{0x01, 0x0200, Kind::kRadio},
                                      {0x02, kNoType, Kind::kDtap}, // Abis: messages without layer 2
@@ -40,12 +47,14 @@ static bool readHeader(Span span, Header& header)
     return header.size >= 8 && header.size <= span.size;
   }
   if ((at[0] != 2 && at[0] != 3) || at[1] < 4) return false;
+  // Four words are 16 octets, so that the sub-type at octet 12 is there once the header fits.
   header = {at[2], 0, at[1] * size_t{4}, true};
   if (header.size > span.size) return false;
   header.subType = at[12];
   return true;
 }
 
+// What the type stands for in its version; kNone for random access, packet data, bursts and the like.
 static Kind kindOf(const Header& header)
 {
   for (const TypeRow& row : kTypes)
@@ -53,7 +62,8 @@ static Kind kindOf(const Header& header)
   return Kind::kNone;
 }
 
-// A channel number of 0 with NAS messages is one that nobody has set, and its direction bit with it.
+// Channel, timeslot, sub-slot, and the direction in bit 14 of the channel. A channel number of 0 with NAS messages is
+// one that nobody has set, and its direction bit with it.
 static void takeRadio(velnor3gpp_CaptureReader& reader, const uint8_t* at, Kind kind)
 {
   velnor3gpp_CaptureFrame& frame = reader.frame;
@@ -66,6 +76,7 @@ static void takeRadio(velnor3gpp_CaptureReader& reader, const uint8_t* at, Kind 
   if (!number && kind != Kind::kRadio) frame.direction = VELNOR3GPP_DIRECTION_UNKNOWN;
 }
 
+// Sub-types of radio channels. 0x80 marks the slow associated channel of the one in the lower bits.
 static Reason readRadio(velnor3gpp_CaptureReader& reader, uint32_t subType, Span octets)
 {
   if (subType & 0x80) return readDedicatedChannel(reader, static_cast<uint8_t>(subType), octets);
@@ -87,6 +98,7 @@ static Reason readRadio(velnor3gpp_CaptureReader& reader, uint32_t subType, Span
   }
 }
 
+// A protocol that the table has for certain, so that the pointer is not tested.
 static Reason readNamed(velnor3gpp_CaptureReader& reader, const char* name, Span octets)
 {
   return readProtocol(reader, *protocolNamed(name, strlen(name)), octets);

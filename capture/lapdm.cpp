@@ -1,5 +1,13 @@
-// Blocks of radio channels: the pseudo length in front of a message on broadcast and common channels (TS 44.006, 2.1:
-// formats Bbis), and LAPDm frames on dedicated ones: address, control, length, then a message or a segment of one.
+// Blocks of radio channels (TS 44.006): the pseudo length in front of a message on broadcast and common channels
+// (formats Bbis), and LAPDm frames on dedicated ones: address, control, length, then a message or a segment of one.
+// gsmtap.cpp calls it. Only as much of LAPDm is understood as messages need: nothing is acknowledged, and no timer
+// runs.
+//
+//   01 3F 35 05 24 ...   01 = 0 00 000 0 1: service access point 0, command bit 0, last octet of the address
+//                        3F: SABM with the poll bit; 35 = 001101 0 1: 13 octets, no more segments
+//   03 20 0D 06 0D ...   20 = 001 0 000 0: an I frame, N(R) 1, N(S) 0; three octets of message
+//   03 42 53 ...         42: N(S) 1; 53 = 010100 1 1: 20 octets, and more segments follow
+//   2B 2B 2B ...         fill
 #include "capture/capture.h"
 
 using Reason = velnor3gpp_CaptureReason;
@@ -10,6 +18,7 @@ static constexpr size_t kSlowBlock = 23, kLayer1Header = 2; // octets of a slow 
 namespace {
 
 // A frame on a dedicated channel, its parts as far as they are there.
+// `key` tells which link its segments belong to; `slow` is the slow associated channel.
 struct Frame {
   RadioLinkKey key;
   bool slow, up;
@@ -20,6 +29,8 @@ struct Frame {
 
 } // namespace
 
+// 2B is the octet that idle blocks are filled with (TS 44.006). An empty block is fill as well, so that behind this
+// test there is a first octet.
 static bool isFill(Span octets)
 {
   for (size_t i = 0; i < octets.size; ++i)
@@ -27,6 +38,7 @@ static bool isFill(Span octets)
   return true;
 }
 
+// Reads the message as a protocol. The channel is set if it chose the form.
 static Reason readNamed(velnor3gpp_CaptureReader& reader, const char* name, velnor3gpp_Channel channel, Span octets)
 {
   Reason reason = readProtocol(reader, *protocolNamed(name, strlen(name)), octets);
@@ -44,6 +56,7 @@ Reason readCommonChannel(velnor3gpp_CaptureReader& reader, velnor3gpp_Channel ch
   return readNamed(reader, "gsm_a_ccch", channel, octets);
 }
 
+// 0 00 sss c 1: a spare bit, protocol 00, service access point, command bit, extension bit.
 static bool isAddress(uint8_t octet)
 {
   return (octet & 0xE1) == 1; // of a service access point, and its last octet
@@ -60,7 +73,8 @@ static Span withoutLayer1(Span block)
   return block;
 }
 
-// A hash of who sent the frame and on which channel, the same for both directions.
+// A hash of who sent the frame and on which channel (FNV-1a), the same for both directions. `source` is
+// the receiver that sent the GSMTAP packet, which hears both sides.
 static uint64_t channelHash(const velnor3gpp_CaptureConnection& connection, uint8_t subType)
 {
   uint8_t where[32] = {};
@@ -85,6 +99,8 @@ static Reason readMessage(velnor3gpp_CaptureReader& reader, const Frame& frame, 
   return reason;
 }
 
+// A message with the short header of layer 2. The channel holds cell broadcast and idle frames too, so it is a message
+// only if its type is known.
 static Reason readShort(velnor3gpp_CaptureReader& reader, Span octets)
 {
   Reason reason = readNamed(reader, "gsm_a_sacch", VELNOR3GPP_SHORT, octets);
@@ -100,12 +116,15 @@ static Reason readSlowBlock(velnor3gpp_CaptureReader& reader, Span octets)
   return readNamed(reader, "gsm_a_ccch", VELNOR3GPP_SACCH, octets);
 }
 
+// Does a pseudo length or a short header stand where the length of layer 2 would? The former has 01 in its low bits and
+// a radio resource message behind it, the latter 0 in its top bit and low bits.
 static bool isSlowBlock(const Frame& frame)
 {
   bool pseudo = (frame.lengthOctet & 3) == 1 && frame.info.size && (frame.info.data[0] & 15) == 6;
   return frame.slow && !frame.up && (pseudo || !(frame.lengthOctet & 0x83));
 }
 
+// An I frame. Its message is whole when the last segment has come.
 static Reason readSegment(velnor3gpp_CaptureReader& reader, const Frame& frame)
 {
   RadioSegment segment = {static_cast<uint8_t>(frame.control >> 1 & 7), (frame.lengthOctet & 2) != 0, frame.info.data,
@@ -123,8 +142,9 @@ static Reason readSegment(velnor3gpp_CaptureReader& reader, const Frame& frame)
   }
 }
 
-// The control octet without its poll bit. The network repeats in UA what the mobile said in SABM, so that is no message
-// of the network's.
+// Frames without a number; EF takes the poll bit off. SABM (2F) and DM, DISC, UA (0F, 43, 63) begin or end a link,
+// whose numbers count from 0 again. SABM and UI (03) carry messages. The network repeats in UA what the mobile said in
+// SABM, so that is no message of the network's.
 static Reason readUnnumbered(velnor3gpp_CaptureReader& reader, const Frame& frame)
 {
   uint8_t control = frame.control & 0xEF;
@@ -144,6 +164,7 @@ static bool readLength(Frame& frame)
   return true;
 }
 
+// What follows the address and control. xxxxxxx0 is an I frame, xxxxxx01 a supervisory one, xxxxxx11 an unnumbered one.
 static Reason readFrame(velnor3gpp_CaptureReader& reader, Frame& frame)
 {
   bool isUnnumberedInfo = (frame.control & 0xEF) == 0x03;
@@ -153,6 +174,7 @@ static Reason readFrame(velnor3gpp_CaptureReader& reader, Frame& frame)
   if (!(frame.lengthOctet & 1) || count > frame.info.size) return VELNOR3GPP_CAPTURE_MALFORMED;
   frame.info.size = count;
   if ((frame.control & 3) == 3) return readUnnumbered(reader, frame);
+  // An I frame without octets is an acknowledgement, as supervisory frames are.
   if ((frame.control & 3) == 1 || !count) return VELNOR3GPP_CAPTURE_CONTROL;
   return readSegment(reader, frame);
 }
@@ -183,7 +205,7 @@ Reason readDedicatedChannel(velnor3gpp_CaptureReader& reader, uint8_t subType, S
                  0,
                  {},
                  {}};
-  skip(octets, 2);
+  skip(octets, 2); // address and control
   frame.rest = octets;
   return readFrame(reader, frame);
 }

@@ -1,9 +1,12 @@
-// Segments of messages put together: N(S) counts them modulo 8, and the bit M says whether more follow. What follows a
-// gap is told as fragments up to the next last segment, since nothing says where in a message it stands.
+// Segments of messages put together (TS 44.006): N(S) counts them modulo 8, and the bit M says whether more follow.
+// Frames may be missing from a capture, or stand in it twice, because nobody here can ask for them again. What follows
+// a gap is told as fragments up to the next last segment, since nothing says where in a message it stands. lapdm.cpp
+// calls it; nothing is allocated.
 #include "capture/links.h"
 
 #include <cstring>
 
+// An entry that was never used belongs to no link.
 static bool isLink(const RadioLink& link, const RadioLinkKey& key)
 {
   return link.used && link.key.channel == key.channel && link.key.point == key.point && link.key.up == key.up;
@@ -16,8 +19,8 @@ static RadioLink* find(RadioLinks& links, const RadioLinkKey& key)
   return nullptr;
 }
 
-// The entry that was used longest ago is given up. A link begins at 0; one whose beginning the capture does not have
-// may stand in the middle of a message.
+// Begins a link in a free entry, or in the one that was used longest ago: `used` is 0 or the least. A link begins at
+// N(S) 0; one whose beginning the capture does not have may stand in the middle of a message.
 static RadioLink& open(RadioLinks& links, const RadioLinkKey& key, uint8_t number)
 {
   RadioLink* oldest = links.links;
@@ -30,6 +33,7 @@ static RadioLink& open(RadioLinks& links, const RadioLinkKey& key, uint8_t numbe
   return *oldest;
 }
 
+// FNV-1a over the segment, to tell a frame that was sent again from the one seven numbers on.
 static uint32_t hashOf(const RadioSegment& segment)
 {
   uint32_t hash = 2166136261U ^ segment.more;
@@ -37,6 +41,7 @@ static uint32_t hashOf(const RadioSegment& segment)
   return hash | 1; // 0 is that of no frame
 }
 
+// Appends the segment to the message, which a last segment before it has ended.
 static void keep(RadioLink& link, const RadioSegment& segment)
 {
   if (!link.inside) link.count = 0;
@@ -49,6 +54,8 @@ static void keep(RadioLink& link, const RadioSegment& segment)
   link.count += segment.count;
 }
 
+// The number before the expected one with the same octets is a repetition. Any other number but the expected one is a
+// gap.
 SegmentResult takeSegment(RadioLinks& links, const RadioLinkKey& key, const RadioSegment& segment, RadioLink** link)
 {
   RadioLink* found = find(links, key);
@@ -61,6 +68,7 @@ SegmentResult takeSegment(RadioLinks& links, const RadioLinkKey& key, const Radi
   entry.next = (segment.number + 1) & 7;
   entry.lastFrame = hash;
   if (!entry.lost) keep(entry, segment);
+  // `lost` ends with the last segment of the message that the gap was in, so that the next one is whole again.
   bool whole = !entry.lost;
   if (entry.lost || !segment.more) entry.inside = false;
   if (!segment.more) entry.lost = false;

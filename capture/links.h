@@ -1,5 +1,7 @@
 // Layer-2 links of dedicated radio channels (LAPDm, TS 44.006): segments of messages are put together here, in a table
-// that has its size from the beginning. A link is one direction of one service access point of a channel.
+// that has its size from the beginning. A link is one direction of one service access point of a channel. lapdm.cpp
+// hands numbered frames in; a whole message lies in the link until its next segment comes. Numbers wrap at 8, as on the
+// air.
 #ifndef VELNOR3GPP_CAPTURE_LINKS_H
 #define VELNOR3GPP_CAPTURE_LINKS_H
 
@@ -39,6 +41,7 @@ struct RadioSegment {
   size_t count;
 };
 
+// kMessage: whole. kSegment: more is to come. kFragment: part of a message that has a gap. kRepeated: sent again.
 enum class SegmentResult { kMessage, kSegment, kFragment, kRepeated };
 
 // Takes a segment. With kMessage the link holds the whole message.

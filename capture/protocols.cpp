@@ -1,9 +1,12 @@
-// The protocols that captures name, and the forms of their messages.
+// The protocols that captures name, after the dissectors that read them, and the forms of their messages, in both
+// directions: frames.cpp, gsmtap.cpp and lapdm.cpp read by a name, and velnor3gpp_captureDissector tells a writer which
+// name a form has. Also the texts for why a frame is no message. Tables alone; the octets are looked at for the form.
 #include "capture/capture.h"
 
 static constexpr char kPseudoLength[] = "TS44018Msg_L2_PSEUDO_LEN_PDU";
 static constexpr char kDtap[] = "gsm_a_dtap";
 
+// Name, form, channel. A form of null is found by octets and channel.
 static constexpr CaptureProtocol kProtocols[] = {{"nas-5gs", "TS24501Msg_PDU", VELNOR3GPP_CHANNEL_UNKNOWN},
                                                  {"nas-eps", "TS24301Msg_PDU", VELNOR3GPP_CHANNEL_UNKNOWN},
                                                  {"nas-eps_plain", "TS24301Msg_PDU", VELNOR3GPP_CHANNEL_UNKNOWN},
@@ -21,12 +24,14 @@ struct FormName {
 
 } // namespace
 
+// The dissector of each form, for writers.
 static constexpr FormName kForms[] = {{"TS24501Msg_PDU", "nas-5gs"},     {"TS24301Msg_PDU", nullptr},
                                       {"TS24008Msg_PDU", kDtap},         {"TS24011Msg_CP_PDU", kDtap},
                                       {"TS24011Msg_RP_PDU", "gsm_a_rp"}, {"TS44018Msg_DL_DCCH_PDU", kDtap},
                                       {"TS44018Msg_UL_DCCH_PDU", kDtap}, {"TS44018Msg_UL_SACCH_PDU", kDtap},
                                       {kPseudoLength, "gsm_a_ccch"},     {"TS44018Msg_RR_Short_PD_PDU", "gsm_a_sacch"}};
 
+// By all its characters: "nas-eps" is not "nas-eps_plain".
 const CaptureProtocol* protocolNamed(const char* name, size_t count)
 {
   for (const CaptureProtocol& protocol : kProtocols)
@@ -34,12 +39,14 @@ const CaptureProtocol* protocolNamed(const char* name, size_t count)
   return nullptr;
 }
 
-// What begins with a bearer and the discriminator of session management is no security header: 52 is bearer 5.
+// The dissector of EPS takes a first half-octet for a security header, its plain variant does not: a session message of
+// bearer 5, 52, needs the latter.
 const char* epsDissector(Span octets)
 {
   return octets.size && (octets.data[0] & 15) == 2 ? "nas-eps_plain" : "nas-eps";
 }
 
+// Null for a type that no dissector takes by itself, such as an element.
 const char* velnor3gpp_captureDissector(const velnor3gpp_Type* form, const uint8_t* octets, size_t count)
 {
   velnor3gpp_TypeFacts facts = {};
@@ -50,6 +57,7 @@ const char* velnor3gpp_captureDissector(const velnor3gpp_Type* form, const uint8
   return nullptr;
 }
 
+// Looked up once for each reader; null if this build of the library does not have the form.
 static const velnor3gpp_Type* fixedForm(velnor3gpp_CaptureReader& reader, const CaptureProtocol& protocol)
 {
   const velnor3gpp_Type*& form = reader.forms[&protocol - kProtocols];
@@ -69,6 +77,7 @@ static velnor3gpp_Channel channelOf(const CaptureProtocol& protocol, Span octets
   return octets.data[0] & 0x83 ? VELNOR3GPP_CHANNEL_UNKNOWN : VELNOR3GPP_SHORT;
 }
 
+// Octets, dissector, channel and form of the message. A form that the octets leave open is the decoder's to find.
 velnor3gpp_CaptureReason readProtocol(velnor3gpp_CaptureReader& reader, const CaptureProtocol& protocol, Span octets)
 {
   velnor3gpp_CaptureFrame& frame = reader.frame;
@@ -84,6 +93,7 @@ velnor3gpp_CaptureReason readProtocol(velnor3gpp_CaptureReader& reader, const Ca
   frame.channel = channelOf(protocol, octets);
   const velnor3gpp_Type* forms[VELNOR3GPP_FORMS_MAX];
   size_t count = velnor3gpp_forms(octets.data, octets.size, frame.direction, frame.channel, forms);
+  // Several forms may have the message: the decoder then tries them.
   frame.type = count == 1 ? forms[0] : nullptr;
   return VELNOR3GPP_CAPTURE_MESSAGE;
 }

@@ -1,10 +1,13 @@
-// The reader of captures: octets come in pieces of any size, and a step of the file is taken when all that it needs has
-// been gathered. Nothing is read ahead, so a capture may stop anywhere and go on later.
+// The reader of captures: octets come in pieces of any size, from a function of the caller's or fed by the caller, and
+// a step of the file is taken (files.cpp) when all that it needs has been gathered. Nothing is read ahead, so a capture
+// that is still growing may stop anywhere and go on later. The first damage ends reading: behind a wrong length nothing
+// says where the next record begins.
 #include <cstddef>
 
 #include "api/session.h"
 #include "capture/capture.h"
 
+// One allocation for all. Only the front of the block is cleared: the rest is buffers.
 int velnor3gpp_captureOpen(velnor3gpp_CaptureReader** reader, velnor3gpp_CaptureReadFunc read, void* arg)
 {
   if (!reader) return RTX_E_NULL_POINTER;
@@ -28,6 +31,7 @@ int velnor3gpp_captureOpen(velnor3gpp_CaptureReader** reader, velnor3gpp_Capture
   return 0;
 }
 
+// Frames that were handed out point into the reader and go with it.
 void velnor3gpp_captureClose(velnor3gpp_CaptureReader* reader)
 {
   if (!reader) return;
@@ -36,6 +40,7 @@ void velnor3gpp_captureClose(velnor3gpp_CaptureReader* reader)
   rtxMemHeapRelease(&home);
 }
 
+// Tells what a user link type holds; an empty name takes it back. Holds for frames behind this call.
 int velnor3gpp_captureMap(velnor3gpp_CaptureReader* reader, uint32_t linkType, const char* dissector)
 {
   if (!reader) return RTX_E_NULL_POINTER;
@@ -49,6 +54,7 @@ int velnor3gpp_captureMap(velnor3gpp_CaptureReader* reader, uint32_t linkType, c
   return 0;
 }
 
+// The caller's octets are used where they are, so they must stay until MORE is returned. A count of 0 is the end.
 int velnor3gpp_captureFeed(velnor3gpp_CaptureReader* reader, const uint8_t* octets, size_t count)
 {
   if (!reader || (!octets && count)) return RTX_E_NULL_POINTER;
@@ -58,6 +64,7 @@ int velnor3gpp_captureFeed(velnor3gpp_CaptureReader* reader, const uint8_t* octe
   return 0;
 }
 
+// Nothing is cleared: a step gathers all that it wants before it is taken.
 void gather(velnor3gpp_CaptureReader& reader, ReadStep step, uint8_t* target, size_t want)
 {
   reader.step = step;
@@ -67,6 +74,7 @@ void gather(velnor3gpp_CaptureReader& reader, ReadStep step, uint8_t* target, si
 }
 
 // Gets more input. Returns FRAME if there is some, END or MORE if not, or a status.
+// A count of 0 from the caller's function is the end of the capture.
 static int refill(velnor3gpp_CaptureReader& reader)
 {
   if (reader.ended) return VELNOR3GPP_CAPTURE_END;
@@ -78,13 +86,14 @@ static int refill(velnor3gpp_CaptureReader& reader)
   return count ? VELNOR3GPP_CAPTURE_FRAME : VELNOR3GPP_CAPTURE_END;
 }
 
+// Counts octets as taken; where a record began is told to callers whose file is damaged.
 static void pass(velnor3gpp_CaptureReader& reader, size_t count)
 {
   skip(reader.input, count);
   reader.octets += count;
 }
 
-// Moves input to where it is wanted, behind what is to be passed over.
+// One of two: passes over what is to be skipped, or moves input to where it is wanted behind that.
 static void move(velnor3gpp_CaptureReader& reader)
 {
   if (reader.skip) {
@@ -99,7 +108,7 @@ static void move(velnor3gpp_CaptureReader& reader)
   pass(reader, count);
 }
 
-// A capture may end in front of a record, or before it has begun.
+// A capture may end in front of a record, or before it has begun; anywhere else it was cut (RTX_E_END_OF_FILE).
 static bool mayEnd(const velnor3gpp_CaptureReader& reader)
 {
   bool between =
@@ -107,7 +116,8 @@ static bool mayEnd(const velnor3gpp_CaptureReader& reader)
   return between && !reader.have && !reader.skip;
 }
 
-// Gathers what the step needs. Returns FRAME if all of it is there.
+// Gathers what the step needs, behind what is to be skipped. Returns FRAME if all of it is there; MORE keeps what has
+// come so far, and the next call goes on.
 static int fill(velnor3gpp_CaptureReader& reader)
 {
   while (reader.skip || reader.have < reader.want) {
@@ -121,7 +131,7 @@ static int fill(velnor3gpp_CaptureReader& reader)
   return VELNOR3GPP_CAPTURE_FRAME;
 }
 
-// Reads on to the end of the next frame.
+// Takes steps up to the end of the next frame. Blocks that hold none are passed on the way.
 static int readFrame(velnor3gpp_CaptureReader& reader)
 {
   reader.framed = false;
@@ -135,6 +145,7 @@ static int readFrame(velnor3gpp_CaptureReader& reader)
   return VELNOR3GPP_CAPTURE_FRAME;
 }
 
+// A status is final: it is returned by every further call.
 int velnor3gpp_captureNext(velnor3gpp_CaptureReader* reader, velnor3gpp_CaptureFrame* frame)
 {
   if (!reader || !frame) return RTX_E_NULL_POINTER;
@@ -145,6 +156,7 @@ int velnor3gpp_captureNext(velnor3gpp_CaptureReader* reader, velnor3gpp_CaptureF
   return status;
 }
 
+// How far the reader has come, and how many frames there were for each reason.
 int velnor3gpp_captureCounts(const velnor3gpp_CaptureReader* reader, velnor3gpp_CaptureCounts* counts)
 {
   if (!reader || !counts) return RTX_E_NULL_POINTER;
@@ -155,6 +167,7 @@ int velnor3gpp_captureCounts(const velnor3gpp_CaptureReader* reader, velnor3gpp_
   return fillStruct(counts, known);
 }
 
+// Member by member: clearing the whole frame would clear its comments too, at each frame.
 void beginFrame(velnor3gpp_CaptureReader& reader, const CaptureInterface& interface, size_t number)
 {
   velnor3gpp_CaptureFrame& frame = reader.frame;
@@ -175,9 +188,11 @@ void endFrame(velnor3gpp_CaptureReader& reader, Span octets, size_t originalCoun
   velnor3gpp_CaptureFrame& frame = reader.frame;
   frame.frameOctets = octets.data;
   frame.frameCount = octets.size;
+  // A length on the wire that is below what is kept of the frame says nothing: the frame counts as whole.
   frame.originalCount = originalCount > octets.size ? originalCount : octets.size;
   frame.reason = readLinkType(reader, octets);
   bool cut = frame.originalCount > frame.frameCount;
+  // Lengths that lead beyond a frame which was captured in part are no damage.
   if (frame.reason == VELNOR3GPP_CAPTURE_MALFORMED && cut) frame.reason = VELNOR3GPP_CAPTURE_CUT;
   if (frame.reason != VELNOR3GPP_CAPTURE_MESSAGE) {
     frame.type = nullptr;

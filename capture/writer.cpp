@@ -1,6 +1,10 @@
 // The writer of captures: link type 252, where each frame names its dissector in tags in front of the message, so that
 // it opens without a setting. pcapng has the direction and the comments of a packet in options, pcap has neither; the
-// tags have the direction in both.
+// tags have the direction in both. Output is collected and handed to the caller's function in pieces of 64 KiB; its
+// first failure is kept and returned by every further call. Frames are read during the call and not changed.
+//
+//   000C 0008 "nas-5gs" 00   0023 0004 00000001   0000 0000   7E 00 5B 01
+//   tag 12: dissector        tag 35: received     end         message
 #include "capture/capture.h"
 #include "velnor3gpp/rtxStatus.h"
 
@@ -28,6 +32,7 @@ struct Tags {
 
 } // namespace
 
+// Hands over what has been collected. Behind a failure it is dropped.
 static void flush(velnor3gpp_CaptureWriter& writer)
 {
   if (writer.used && writer.status >= 0 && writer.write(writer.arg, writer.buffer, writer.used) < 0)
@@ -35,6 +40,7 @@ static void flush(velnor3gpp_CaptureWriter& writer)
   writer.used = 0;
 }
 
+// Appends octets, in as many pieces as the buffer takes.
 static void put(velnor3gpp_CaptureWriter& writer, const void* octets, size_t count)
 {
   const uint8_t* from = static_cast<const uint8_t*>(octets);
@@ -56,11 +62,13 @@ static void put32(velnor3gpp_CaptureWriter& writer, uint32_t value)
   put(writer, octets, 4);
 }
 
+// Two numbers of 16 bits in a word, as an option's code and length.
 static void put2x16(velnor3gpp_CaptureWriter& writer, uint32_t first, uint32_t second)
 {
   put32(writer, first << 16 | (second & 0xFFFF));
 }
 
+// Values of options and tags, and packets of pcapng, fill whole words.
 static size_t padded(size_t count)
 {
   return (count + 3) & ~size_t{3};
@@ -73,7 +81,9 @@ static void putPadded(velnor3gpp_CaptureWriter& writer, const void* octets, size
   put(writer, kZeros, padded(count) - count);
 }
 
-// A section of unknown length, and its one interface, whose times are nanoseconds (option 9, 10 to the power of -9).
+// What stands in front of the first frame. The words of a section: type, length, byte order, version 1.0, an unknown
+// length of 64 bits, the length again. Those of its one interface: type, length, link type, octets kept of a packet,
+// option 9 of one octet (times are nanoseconds, 10 to the power of -9), its value, the end of options, the length.
 static void putHead(velnor3gpp_CaptureWriter& writer)
 {
   static constexpr uint32_t kSection[] = {0x0A0D0D0A, 28, 0x1A2B3C4D, 0x00010000, UINT32_MAX, UINT32_MAX, 28};
@@ -88,6 +98,7 @@ static void putHead(velnor3gpp_CaptureWriter& writer)
   for (uint32_t word : kInterface) put32(writer, word);
 }
 
+// The head is collected at once and goes out with the first piece, so that creating a writer writes nothing yet.
 int velnor3gpp_captureCreate(velnor3gpp_CaptureWriter** writer, velnor3gpp_CaptureFormat format,
                              velnor3gpp_CaptureWriteFunc write, void* arg)
 {
@@ -111,6 +122,8 @@ int velnor3gpp_captureCreate(velnor3gpp_CaptureWriter** writer, velnor3gpp_Captu
   return 0;
 }
 
+// Tag, length with its padding, value. tagsOf adds no more than 144 octets: a name of 64, two addresses of 16, four
+// numbers.
 static void addTag(Tags& tags, uint32_t tag, const void* value, size_t count)
 {
   size_t size = padded(count);
@@ -128,6 +141,7 @@ static void addNumber(Tags& tags, uint32_t tag, uint32_t value)
   addTag(tags, tag, octets, 4);
 }
 
+// Two addresses of one kind, and ports, which dissectors take only with the kind of port (3: UDP) in front.
 static void addAddresses(Tags& tags, const velnor3gpp_CaptureConnection& connection)
 {
   bool isV6 = connection.addressSize == 16;
@@ -156,11 +170,13 @@ static size_t commentsIn(const velnor3gpp_CaptureFrame& frame)
   return frame.commentCount < VELNOR3GPP_CAPTURE_COMMENTS_MAX ? frame.commentCount : VELNOR3GPP_CAPTURE_COMMENTS_MAX;
 }
 
+// An option's length has 16 bits: longer comments are cut.
 static size_t commentSize(const velnor3gpp_CaptureComment& comment)
 {
   return comment.count < UINT16_MAX ? comment.count : UINT16_MAX;
 }
 
+// Octets of the options with the word that ends them; none if there are no options.
 static uint32_t optionsSize(const velnor3gpp_CaptureFrame& frame)
 {
   size_t size = frame.direction != VELNOR3GPP_DIRECTION_UNKNOWN ? 8 : 0;
@@ -168,6 +184,7 @@ static uint32_t optionsSize(const velnor3gpp_CaptureFrame& frame)
   return static_cast<uint32_t>(size ? size + 4 : 0);
 }
 
+// Comments (1) and flags (2), each a code and a length in a word and then its value.
 static void putOptions(velnor3gpp_CaptureWriter& writer, const velnor3gpp_CaptureFrame& frame)
 {
   for (size_t i = 0; i < commentsIn(frame); ++i) {
@@ -182,6 +199,7 @@ static void putOptions(velnor3gpp_CaptureWriter& writer, const velnor3gpp_Captur
   if (optionsSize(frame)) put32(writer, 0);
 }
 
+// A packet block: 32 octets around tags, message and options. The length stands at both ends.
 static void putBlock(velnor3gpp_CaptureWriter& writer, const velnor3gpp_CaptureFrame& frame, const Tags& tags)
 {
   uint32_t count = static_cast<uint32_t>(tags.count + frame.count);
@@ -195,16 +213,18 @@ static void putBlock(velnor3gpp_CaptureWriter& writer, const velnor3gpp_CaptureF
   put32(writer, length);
 }
 
+// A record of pcap: seconds, nanoseconds, octets kept, octets there were.
 static void putRecord(velnor3gpp_CaptureWriter& writer, const velnor3gpp_CaptureFrame& frame, const Tags& tags)
 {
   uint32_t count = static_cast<uint32_t>(tags.count + frame.count);
   const uint32_t head[] = {static_cast<uint32_t>(frame.time / 1000000000U),
                            static_cast<uint32_t>(frame.time % 1000000000U), count, count};
   for (uint32_t word : head) put32(writer, word);
-  put(writer, tags.octets, tags.count);
+  put(writer, tags.octets, tags.count); // records are not padded
   put(writer, frame.octets, frame.count);
 }
 
+// A name of up to 63 characters, as the room of the tags allows; a frame is no larger than what the reader takes.
 int velnor3gpp_captureWrite(velnor3gpp_CaptureWriter* writer, const velnor3gpp_CaptureFrame* frame)
 {
   if (!writer || !frame) return RTX_E_NULL_POINTER;
@@ -221,6 +241,7 @@ int velnor3gpp_captureWrite(velnor3gpp_CaptureWriter* writer, const velnor3gpp_C
   return writer->status;
 }
 
+// Hands over the rest and frees the writer, also after a failure; the status tells whether all was written.
 int velnor3gpp_captureFinish(velnor3gpp_CaptureWriter* writer)
 {
   if (!writer) return RTX_E_NULL_POINTER;
