@@ -1,5 +1,10 @@
-// One object back to a record. The parser works in a copy of the text and allocates nothing; its events are the steps
-// of building. Depth and size are bounded before anything depends on them: the parser calls itself for nested values.
+// One object of JSON back to a record: {"type":..., "dir":..., "record":..., "unknown":[...]}, as toJson writes it. The
+// parser (RapidJSON) works in a copy of the text and allocates nothing; its events are the steps of building
+// (api/build.cpp). Names of members are not known here: "record" is handed on value by value. The text is a stranger's:
+// its size and depth are bounded before anything depends on them, since the parser calls itself for nested values.
+//
+// Members may come in any order but two: a record whose type comes behind it is read in a second pass, and what was
+// kept ("unknown") has to stand behind the record that it belongs to.
 #include <stdio.h>
 
 #include "json/writer.h"
@@ -16,6 +21,7 @@ static constexpr unsigned kMaxDepth = 72; // a record's 64 levels, the object ar
 
 namespace {
 
+// Which member of the whole object the parser is in. `other` is one that nobody reads, such as "octets" or "findings".
 enum class At : uint8_t { start, top, type, direction, record, kept, other, done };
 
 // One entry of "unknown". Texts lie in the reader's copy.
@@ -24,7 +30,8 @@ struct KeptEntry {
   char key[8]; // of the member under work
 };
 
-// The events of one text.
+// The events of one text. Every function that the parser calls returns whether to go on; false has set `status`, but
+// for a record before its type (`noType`).
 struct Reader {
   velnor3gpp_Session* session;
   const velnor3gpp_Type* type;
@@ -39,12 +46,14 @@ struct Reader {
   bool recordEnded = false; // it is the session's
   KeptEntry entry = {};
 
+  // Reports a mistake of the text outside the record, with its path from $ on.
   bool fail(int code, const char* path, const char* text)
   {
     status = velnor3gpp_report(session, code, path, text);
     return false;
   }
 
+  // One step of building.
   bool step(velnor3gpp_BuildStep kind, const char* text = nullptr, size_t count = 0, uint64_t number = 0)
   {
     velnor3gpp_BuildEvent event = {sizeof event, kind, type, text, count, number};
@@ -52,6 +61,7 @@ struct Reader {
     return status >= 0;
   }
 
+  // "record". The type is the caller's or has been read; without one the pass ends here and is made again.
   bool beginRecord()
   {
     if (findType) return at = At::other, true;
@@ -64,7 +74,7 @@ struct Reader {
     return step(VELNOR3GPP_BUILD_BEGIN, kPrefix, sizeof kPrefix - 1, size);
   }
 
-  // What is kept belongs to the record, so it stands behind it.
+  // "unknown". The record is ended first: a kept element is put under a record that is the session's.
   bool beginKept()
   {
     if (findType || noType) return at = At::other, true;
@@ -74,8 +84,10 @@ struct Reader {
     return step(VELNOR3GPP_BUILD_END, nullptr, 0, static_cast<uint64_t>(direction));
   }
 
+  // Keys of an entry of "unknown" have up to seven characters.
   bool isKey(const char* name) const { return strcmp(entry.key, name) == 0; }
 
+  // "octet", "bits" and "status", whose sign Int has taken off.
   bool keptNumber(uint64_t number)
   {
     if (number > UINT32_MAX) return fail(RTX_E_INVALID_FOR_TYPE, "$.unknown", "has a number that is too large");
@@ -85,11 +97,14 @@ struct Reader {
     return true;
   }
 
+  // "path", "fault", "why", the place under its own name ({"behind":"pduSessionId"}), "iei" and "octets". Texts stay
+  // where they are in the reader's copy until the entry ends.
   bool keptText(char* text, size_t count)
   {
     velnor3gpp_Kept& kept = entry.kept;
     if (isKey("path")) kept.path = text;
     if (isKey("fault")) kept.fault = text;
+    // A word that is none of the six leaves "unknown", which is 0.
     for (unsigned why = 0; why <= VELNOR3GPP_KEPT_PADDING && isKey("why"); ++why)
       if (strcmp(text, kJsonWhys[why]) == 0) kept.why = static_cast<velnor3gpp_KeptWhy>(why);
     for (unsigned place = 0; place < VELNOR3GPP_KEPT_END; ++place)
@@ -100,6 +115,7 @@ struct Reader {
     bool iei = isKey("iei");
     if (!iei && !isKey("octets")) return true;
     size_t octets = count / 2;
+    // An identifier of one digit, "a", is made "0a" in place; the parser's zero behind it makes room.
     if (iei && count == 1) text[1] = text[0], text[0] = '0', octets = 1;
     if ((count % 2 && !iei) || !jsonUnhex(text, octets))
       return fail(RTX_E_BAD_HEX, "$.unknown.octets", "are no octets; write pairs of hexadecimal digits");
@@ -113,15 +129,18 @@ struct Reader {
     return true;
   }
 
+  // A value inside "unknown": [{...}] is depth 3, the whole object being 1.
   bool keptValue(velnor3gpp_BuildStep kind, const char* text, size_t count, uint64_t number)
   {
     if (depth != 3) return fail(RTX_E_INVALID_FOR_TYPE, "$.unknown", "is no array of objects");
     if (kind == VELNOR3GPP_BUILD_NUMBER) return keptNumber(number);
     if (kind == VELNOR3GPP_BUILD_TEXT) return keptText(const_cast<char*>(text), count);
+    // A flag: "end" is the only one.
     if (isKey("end")) entry.kept.at = VELNOR3GPP_KEPT_END;
     return true;
   }
 
+  // Hands an entry over. Without "bits" its octets are whole.
   bool keepEntry()
   {
     velnor3gpp_Kept& kept = entry.kept;
@@ -131,13 +150,14 @@ struct Reader {
     return status >= 0;
   }
 
-  // The value of a member of the whole is over.
+  // The value of a member of the whole is over: the next key is one of the whole.
   bool ended()
   {
     if (depth == 1 && at != At::done) at = At::top;
     return true;
   }
 
+  // A value that is neither object nor array, wherever it stands.
   bool value(velnor3gpp_BuildStep kind, const char* text, size_t count, uint64_t number)
   {
     if (at == At::start) return fail(RTX_E_BAD_FORMAT, "$", "is no object; write {\"type\":..., \"record\":...}");
@@ -148,6 +168,7 @@ struct Reader {
     return ended();
   }
 
+  // "type". With a type of the caller's, or in a pass that has found one, the name is passed over.
   bool takeType(const char* text, size_t count)
   {
     char name[256], words[400];
@@ -155,7 +176,7 @@ struct Reader {
     if (count >= sizeof name) return fail(RTX_E_STRING_TOO_LONG, "$.type", "is no name of a type");
     memcpy(name, text, count);
     name[count] = 0;
-    if (type && !findType) return ended();
+    if (type && !findType) return ended(); // the caller's goes before that of the text
     type = velnor3gpp_typeByName(name, &others);
     if (type) return ended();
     if (others)
@@ -165,6 +186,7 @@ struct Reader {
     return fail(RTX_E_UNRESOLVED_TYPE, "$.type", words);
   }
 
+  // "dir", for messages that both sides send.
   bool takeDirection(const char* text, size_t count)
   {
     bool up = count == 2 && memcmp(text, "up", 2) == 0, down = count == 4 && memcmp(text, "down", 4) == 0;
@@ -173,6 +195,7 @@ struct Reader {
     return ended();
   }
 
+  // An object or array begins. In "unknown" each object begins an entry.
   bool enter(velnor3gpp_BuildStep kind)
   {
     if (depth == kMaxDepth) return fail(RTX_E_NESTING_TOO_DEEP, "$", "is nested deeper than a message can be");
@@ -182,6 +205,7 @@ struct Reader {
       return true;
     }
     if (at == At::kept) {
+      // The array is a value of the whole, an object one of the array; anything deeper is not ours.
       if (depth != (kind == VELNOR3GPP_BUILD_LIST ? 1 : 2))
         return fail(RTX_E_INVALID_FOR_TYPE, "$.unknown", "is no array of objects");
       entry = {};
@@ -194,6 +218,7 @@ struct Reader {
     return at != At::record || step(kind);
   }
 
+  // An object or array ends.
   bool leave()
   {
     --depth;
@@ -209,7 +234,9 @@ struct Reader {
     return value(VELNOR3GPP_BUILD_OTHER, text, Size - 1, 0);
   }
   bool Null() { return other("null"); }
+  // RapidJSON's names. Numbers come as the narrowest of four types that holds them.
   bool Bool(bool flag) { return value(VELNOR3GPP_BUILD_FLAG, nullptr, 0, flag); }
+  // Int is called for negative numbers alone: a status of a kept element is one, no member of a record is.
   bool Int(int number)
   {
     if (at == At::kept && number > INT16_MIN) return value(VELNOR3GPP_BUILD_NUMBER, nullptr, 0, uint64_t(-number));
@@ -220,6 +247,7 @@ struct Reader {
   bool Uint64(uint64_t number) { return value(VELNOR3GPP_BUILD_NUMBER, nullptr, 0, number); }
   bool Double(double) { return other("a number that is not whole or too large"); }
   bool RawNumber(const char*, unsigned, bool) { return false; }
+  // EF may begin a character of the private area (json/writer.h). In place: the copy is the reader's.
   bool String(const char* text, unsigned count, bool)
   {
     if (at == At::type) return takeType(text, count);
@@ -228,11 +256,13 @@ struct Reader {
     if (at == At::record && memchr(text, '\xEF', count)) length = jsonRestore(const_cast<char*>(text), count);
     return value(VELNOR3GPP_BUILD_TEXT, text, length, 0);
   }
+  // A name. In the record it is a step; of the whole it says what its value is.
   bool Key(const char* text, unsigned count, bool)
   {
     if (at == At::record) return step(VELNOR3GPP_BUILD_MEMBER, text, count);
     if (at == At::other) return true;
     if (at == At::kept) {
+      // The longest name that is known, "instead", fits; a longer one is cut and is none of them.
       snprintf(entry.key, sizeof entry.key, "%s", text);
       return true;
     }
@@ -250,6 +280,7 @@ struct Reader {
 
 } // namespace
 
+// A mistake in the JSON itself, by the number of the character.
 static int tellSyntax(velnor3gpp_Session* session, const rapidjson::ParseResult& result)
 {
   char words[256];
@@ -261,7 +292,8 @@ static int tellSyntax(velnor3gpp_Session* session, const rapidjson::ParseResult&
 // judges it: where the text ends behind the first octet of four, F0, it reads the three octets that follow.
 static constexpr size_t kZeros = 3;
 
-// Parses a fresh copy of the text, which the parser changes.
+// Parses a fresh copy of the text, which the parser changes. Ending the parser from a handler is a mistake only if the
+// handler has set a status.
 static int parse(Reader& reader, char* copy, const char* text, size_t count)
 {
   memcpy(copy, text, count);
@@ -272,10 +304,12 @@ static int parse(Reader& reader, char* copy, const char* text, size_t count)
   constexpr unsigned kFlags = rapidjson::kParseInsituFlag | rapidjson::kParseValidateEncodingFlag;
   rapidjson::ParseResult result = parser.Parse<kFlags>(stream, reader);
   if (result || reader.status < 0) return reader.status;
+  // Ended without a status: a record before its type, which the second pass reads.
   if (result.Code() == rapidjson::kParseErrorTermination) return 0;
   return reader.status = tellSyntax(reader.session, result);
 }
 
+// The whole is read. A text without a record, such as what toJson writes of octets that have no type, cannot be built.
 static int endRecord(Reader& reader)
 {
   if (!reader.hasRecord)
@@ -291,6 +325,7 @@ static void clear(velnor3gpp_Session* session)
   velnor3gpp_build(session, &event);
 }
 
+// The copy lies in the session's text, so a text that toJson has handed out may not be given back without a copy.
 int velnor3gpp_fromJson(velnor3gpp_Session* session, const velnor3gpp_Type* type, const char* text, size_t count)
 {
   if (!session || !text) return RTX_E_NULL_POINTER;
@@ -300,9 +335,10 @@ int velnor3gpp_fromJson(velnor3gpp_Session* session, const velnor3gpp_Type* type
   char* copy = velnor3gpp_room(session, count + kZeros);
   if (!copy) return velnor3gpp_report(session, RTX_E_NO_MEMORY, "$", "out of memory");
   Reader reader{session, type, false};
-  reader.size = count;
+  reader.size = count; // the budget of the record follows the size of the text
   int status = parse(reader, copy, text, count);
   if (status >= 0 && reader.noType) {
+    // The record came before its type. The first pass looks for the type alone, the next one reads.
     Reader finder{session, nullptr, true};
     status = parse(finder, copy, text, count);
     if (status >= 0 && !finder.type)

@@ -1,19 +1,29 @@
-// JSON Schema (draft 2020-12) of types: a visitor of their descriptions. Every type that a type holds stands once under
-// "$defs", so that a schema grows with the types and not with the ways to reach them.
+// JSON Schema (draft 2020-12) of types: a visitor of their descriptions (api/describe.cpp), for editors and for
+// programs that check JSON before it comes here. Every type that a type holds stands once under "$defs", so that a
+// schema grows with the types and not with the ways to reach them. What toJson writes of a good message fits the
+// schema; a record that fits may still be refused by an encoder, which tests ranges and conditions.
+//
+//   {"$schema":"https://json-schema.org/draft/2020-12/schema", "type":"object",
+//    "properties":{"type":{"const":"TS24501IE_NSSAI"}, "record":{"$ref":"#/$defs/TS24501IE_NSSAI"}, ...},
+//    "required":["type","record"], "$defs":{"TS24501IE_NSSAI":{...}, "TS24501IE_SNSSAI":{...}}}
 #include <cstdlib>
 
 #include "json/writer.h"
 
+// As deep as a description may be (api/describe.cpp).
 static constexpr unsigned kMaxLevels = 64;
+// Of all open levels together. A record has at most some hundred members; more would be a fault of a definition.
 static constexpr unsigned kMaxRequired = 1024;
 
 namespace {
 
+// An object or array that is open.
 struct Level {
   velnor3gpp_Kind kind;
   unsigned required; // names before those of this level
 };
 
+// A schema under work. `names` is one array for all levels, each with its part behind `Level::required`.
 struct SchemaWriter {
   JsonWriter out;
   const velnor3gpp_TypeFacts* facts; // of the type under work
@@ -24,15 +34,18 @@ struct SchemaWriter {
   velnor3gpp_Member names[kMaxRequired]; // members that are always there, of all open levels
 };
 
+// What is known of a type: nothing, that another one refers to it, or that it is in the schema.
 enum Wanted : uint8_t { kUnknown, kWanted, kWritten };
 
 } // namespace
 
+// A string in quotation marks.
 static void string(JsonWriter& out, const char* text)
 {
   jsonText(out, reinterpret_cast<const uint8_t*>(text), strlen(text));
 }
 
+// A member with a string for a value; below, with a number.
 template <size_t Size> static void pair(JsonWriter& out, const char (&name)[Size], const char* value)
 {
   jsonName(out, name, Size - 1);
@@ -45,12 +58,14 @@ template <size_t Size> static void pair(JsonWriter& out, const char (&name)[Size
   jsonNumber(out, value);
 }
 
+// Notes a type to be written, once. Types are told by their place in the table.
 static void want(SchemaWriter& writer, const velnor3gpp_Type* type)
 {
   for (size_t i = 0; i < velnor3gpp_typeCount(); ++i)
     if (velnor3gpp_typeAt(i) == type && !writer.wanted[i]) writer.wanted[i] = kWanted;
 }
 
+// A type is not described where it stands but referred to: {"$ref":"#/$defs/TS24501IE_SNSSAI"}.
 static void putReference(SchemaWriter& writer, const velnor3gpp_Type* type)
 {
   velnor3gpp_TypeFacts facts = {};
@@ -63,6 +78,7 @@ static void putReference(SchemaWriter& writer, const velnor3gpp_Type* type)
   want(writer, type);
 }
 
+// Numbers of more than 53 bits are strings of digits, as write.cpp has them. A width is 1 to 53 here.
 static void putNumber(JsonWriter& out, unsigned width)
 {
   if (width > 53) {
@@ -79,6 +95,7 @@ static void putPattern(JsonWriter& out, const char* unit, const velnor3gpp_Membe
 {
   pair(out, "type", "string");
   jsonName(out, "pattern", 7);
+  // Anchored at both ends: a pattern of a schema fits anywhere in a string otherwise.
   jsonPut(out, "\"^");
   jsonPut(out, unit, strlen(unit));
   jsonPut(out, "{");
@@ -88,6 +105,7 @@ static void putPattern(JsonWriter& out, const char* unit, const velnor3gpp_Membe
   jsonPut(out, "}$\"");
 }
 
+// What a value of the kind looks like.
 static void putValue(SchemaWriter& writer, const velnor3gpp_Member& member)
 {
   JsonWriter& out = writer.out;
@@ -113,12 +131,14 @@ static void putValue(SchemaWriter& writer, const velnor3gpp_Member& member)
   }
 }
 
+// A brace, with nothing in front of what comes next.
 static void openObject(JsonWriter& out)
 {
   jsonPut(out, "{");
   out.comma = false;
 }
 
+// The writer's comma says that something stands in front of what comes next.
 static void closeObject(JsonWriter& out)
 {
   jsonPut(out, "}");
@@ -129,16 +149,18 @@ static void closeObject(JsonWriter& out)
 static void lead(SchemaWriter& writer, const velnor3gpp_Member& member)
 {
   JsonWriter& out = writer.out;
+  // A member stands in "properties" under its name, what a list holds under "items", the whole under the type's name.
   if (member.name)
     jsonName(out, member.name, member.nameLength);
   else if (writer.depth)
     jsonName(out, "items", 5);
   openObject(out);
-  if (writer.depth) return;
+  if (writer.depth) return; // only the whole of a type has a title and its clause
   if (*writer.facts->title) pair(out, "title", writer.facts->title);
   pair(out, "$comment", writer.facts->clause);
 }
 
+// An object or array begins: its type, and in an object the list of what it may have.
 static void enter(SchemaWriter& writer, const velnor3gpp_Member& member)
 {
   JsonWriter& out = writer.out;
@@ -154,6 +176,7 @@ static void enter(SchemaWriter& writer, const velnor3gpp_Member& member)
   openObject(out);
 }
 
+// The members of the level that are always there. The array is cut back to those of the levels around it.
 static void putRequired(SchemaWriter& writer, unsigned from)
 {
   if (from == writer.required) return;
@@ -167,6 +190,8 @@ static void putRequired(SchemaWriter& writer, unsigned from)
   writer.required = from;
 }
 
+// Ends an object or array. No other members are allowed; a choice has one at most, a record may have a name beside each
+// of its numbers ("cause$name").
 static void leave(SchemaWriter& writer)
 {
   const Level& level = writer.levels[--writer.depth];
@@ -176,6 +201,7 @@ static void leave(SchemaWriter& writer)
     jsonName(out, "additionalProperties", 20);
     jsonPut(out, "false");
   }
+  // Not exactly one: a choice that has no alternative is an empty object.
   if (level.kind == VELNOR3GPP_CHOICE) pair(out, "maxProperties", uint64_t{1});
   if (level.kind == VELNOR3GPP_RECORD) {
     jsonPut(out, ",\"patternProperties\":{\"\\\\$name$\":{\"type\":\"string\"}}");
@@ -184,16 +210,20 @@ static void leave(SchemaWriter& writer)
   closeObject(out);
 }
 
+// Visitor of a description. Lengths and spare bits may be left out, elements without a value are `true` or missing:
+// these are not required.
 static int writeMember(const velnor3gpp_Member* member, void* arg)
 {
   SchemaWriter& writer = *static_cast<SchemaWriter*>(arg);
   if (member->step == VELNOR3GPP_LEAVE) return leave(writer), 0;
   bool always = member->name && !member->optional && !member->omissible && member->kind != VELNOR3GPP_NOTHING;
   bool inRecord = writer.depth && writer.levels[writer.depth - 1].kind == VELNOR3GPP_RECORD;
+  // Alternatives of a choice are never required, however plain they are.
   if (always && inRecord) {
     if (writer.required == kMaxRequired) return RTX_E_TOO_BIG;
     writer.names[writer.required++] = *member;
   }
+  // A member that is entered is described by what comes up to its end, any other in one piece.
   if (member->step == VELNOR3GPP_ENTER) {
     if (writer.depth == kMaxLevels) return RTX_E_NESTING_TOO_DEEP;
     enter(writer, *member);
@@ -205,19 +235,20 @@ static int writeMember(const velnor3gpp_Member* member, void* arg)
   return writer.out.failed ? RTX_E_NO_MEMORY : 0;
 }
 
+// The schema of one type under its name.
 static int writeType(SchemaWriter& writer, size_t place)
 {
   velnor3gpp_TypeFacts facts = {};
   facts.size = sizeof facts;
   velnor3gpp_typeFacts(velnor3gpp_typeAt(place), &facts);
   writer.facts = &facts;
-  writer.wanted[place] = kWritten;
+  writer.wanted[place] = kWritten; // before the description, which may refer to other types
   jsonName(writer.out, facts.name, strlen(facts.name));
   writer.out.comma = false;
   return velnor3gpp_describe(velnor3gpp_typeAt(place), writeMember, &writer);
 }
 
-// Types want other types, before and behind them.
+// Writes what is wanted until nothing more is: types want other types, before and behind them in the table.
 static int writeTypes(SchemaWriter& writer)
 {
   int status = 0;
@@ -235,7 +266,8 @@ static int writeTypes(SchemaWriter& writer)
   return status;
 }
 
-// What stands around every record.
+// The members that stand around every record, as write.cpp writes them; readers pass over all of them but "dir" and
+// "unknown". No other members are allowed, so that a misspelt "recrod" is found.
 static const char kAround[] =
     "\"message\":{\"type\":\"string\"},\"dir\":{\"enum\":[\"up\",\"down\"]},"
     "\"octets\":{\"type\":\"string\",\"pattern\":\"^([0-9A-Fa-f]{2})*$\"},\"status\":{\"type\":\"integer\"},"
@@ -259,7 +291,7 @@ static const char kAround[] =
     "\"bits\":{\"type\":\"integer\",\"minimum\":1}},\"required\":[\"path\",\"octet\",\"bit\",\"bits\"],"
     "\"additionalProperties\":false}}},\"additionalProperties\":false";
 
-// The record's schema follows from the name of its type.
+// Of all types: which schema "record" has follows from "type", by a condition for each type.
 static void putCases(SchemaWriter& writer)
 {
   JsonWriter& out = writer.out;
@@ -283,6 +315,7 @@ static void putCases(SchemaWriter& writer)
   out.comma = true;
 }
 
+// The whole of one type, or with null of all: the object around the record, then "$defs".
 static int writeSchema(SchemaWriter& writer, const velnor3gpp_Type* type)
 {
   JsonWriter& out = writer.out;
@@ -293,6 +326,8 @@ static int writeSchema(SchemaWriter& writer, const velnor3gpp_Type* type)
   pair(out, "type", "object");
   jsonPut(out, ",\"properties\":{");
   out.comma = false;
+  // Of one type the name in "type" is fixed and the record's schema with it; of all, a condition leads to it
+  // (putCases).
   if (type) {
     velnor3gpp_typeFacts(type, &facts);
     jsonPut(out, "\"type\":{\"const\":");
@@ -314,6 +349,7 @@ static int writeSchema(SchemaWriter& writer, const velnor3gpp_Type* type)
   return status;
 }
 
+// `wanted` has an octet for each type; it is the one thing here that is not the session's.
 int velnor3gpp_schema(velnor3gpp_Session* session, const velnor3gpp_Type* type, const char** text, size_t* count)
 {
   if (!session || !text || !count) return RTX_E_NULL_POINTER;

@@ -1,28 +1,39 @@
-// What came of a message as one object: a visitor of the record, and around it what is known of the message.
+// What came of a message as one object: a visitor of the record (api/visit.cpp), and around it what is known of the
+// message: type, direction, octets, status, kept elements, findings, protection, and with VELNOR3GPP_POSITIONS the
+// places of its fields. docs/json.md tells the members; schema.cpp has their schema in kAround, and both change
+// together. Members that would say nothing are left out. Everything comes through public calls of the session.
+//
+//   {"type":"TS24501Msg_PDU","message":"Identity request","dir":"down","octets":"7e005b01","status":0,
+//    "record":{"protoDiscr":126,...,"data":{"IdentityRequest5G":{"spare":0,"identity":{"spare":0,"typeOfIdent":1}}}}}
 #include "json/writer.h"
 
+// The text begins anew; what was handed out before is gone.
 static void begin(JsonWriter& writer, velnor3gpp_Session* session)
 {
   writer = {session, nullptr, 0, 0, false, false};
 }
 
+// A brace or bracket opens: no comma in front of the first thing in it.
 static void open(JsonWriter& writer, char brace)
 {
   jsonPut(writer, &brace, 1);
   writer.comma = false;
 }
 
+// It closes: whatever comes next needs a comma.
 static void close(JsonWriter& writer, char brace)
 {
   jsonPut(writer, &brace, 1);
   writer.comma = true;
 }
 
+// A member's name, whose characters are known when this is compiled.
 template <size_t Size> static void name(JsonWriter& writer, const char (&text)[Size])
 {
   jsonName(writer, text, Size - 1);
 }
 
+// A text of this library's or of the message's; jsonText escapes what needs it.
 static void string(JsonWriter& writer, const char* text)
 {
   jsonText(writer, reinterpret_cast<const uint8_t*>(text), strlen(text));
@@ -36,6 +47,7 @@ static void lead(JsonWriter& writer, const velnor3gpp_Node* node)
   writer.comma = true;
 }
 
+// A number, flag, string, or `true` for an element without a value.
 static void putValue(JsonWriter& writer, const velnor3gpp_Node* node)
 {
   switch (node->kind) {
@@ -71,6 +83,7 @@ static void putName(JsonWriter& writer, const velnor3gpp_Node* node)
   string(writer, node->valueName);
 }
 
+// Visitor: turns nodes into members, objects and arrays.
 static int writeNode(const velnor3gpp_Node* node, void* arg)
 {
   JsonWriter& writer = *static_cast<JsonWriter*>(arg);
@@ -85,17 +98,20 @@ static int writeNode(const velnor3gpp_Node* node, void* arg)
     return 0;
   }
   putValue(writer, node);
-  bool named = node->parent && node->parent->kind == VELNOR3GPP_RECORD; // a choice has one member
+  // An object of a choice has one member, its alternative, and readers refuse a second; lists have no names at all.
+  bool named = node->parent && node->parent->kind == VELNOR3GPP_RECORD;
   if (node->valueName && named) putName(writer, node);
   return writer.failed ? RTX_E_NO_MEMORY : 0;
 }
 
+// Visitor for "fields": path, octet, bit (8 is the first) and count of bits of every node that has a place.
 static int writeField(const velnor3gpp_Node* node, void* arg)
 {
   JsonWriter& writer = *static_cast<JsonWriter*>(arg);
   if (node->step == VELNOR3GPP_LEAVE || !node->bits) return 0;
   char path[1024];
   size_t length = velnor3gpp_nodePath(node, path, sizeof path);
+  // Entries of a list have no names to lead them.
   if (writer.comma) jsonPut(writer, ",");
   open(writer, '{');
   name(writer, "path");
@@ -110,6 +126,8 @@ static int writeField(const velnor3gpp_Node* node, void* arg)
   return writer.failed ? RTX_E_NO_MEMORY : 0;
 }
 
+// {"status":-2,"fatal":true,"text":...,"path":...,"octet":3,"bit":8,"clause":...}; place and clause where they are
+// known.
 static void writeFinding(JsonWriter& writer, const velnor3gpp_Finding& finding)
 {
   if (writer.comma) jsonPut(writer, ",");
@@ -128,6 +146,7 @@ static void writeFinding(JsonWriter& writer, const velnor3gpp_Finding& finding)
     name(writer, "path");
     string(writer, finding.path);
   }
+  // SIZE_MAX: it stands nowhere in the octets, as one of an encoder or of the session.
   if (finding.octet != SIZE_MAX) {
     name(writer, "octet");
     jsonNumber(writer, finding.octet);
@@ -141,11 +160,13 @@ static void writeFinding(JsonWriter& writer, const velnor3gpp_Finding& finding)
   close(writer, '}');
 }
 
+// All findings, remarks too, in the order in which they were found.
 static void writeFindings(JsonWriter& writer, size_t count)
 {
   if (!count) return;
   name(writer, "findings");
   open(writer, '[');
+  // A finding that cannot be had (an index that is too large) is left out: nothing else can be said of it.
   velnor3gpp_Finding finding = {};
   finding.size = sizeof finding;
   for (size_t i = 0; i < count; ++i)
@@ -153,6 +174,7 @@ static void writeFindings(JsonWriter& writer, size_t count)
   close(writer, ']');
 }
 
+// jsonNumber has no sign.
 static void signedNumber(JsonWriter& writer, int number)
 {
   if (number < 0) jsonPut(writer, "-");
@@ -171,6 +193,7 @@ static void writePlace(JsonWriter& writer, const velnor3gpp_Kept& kept)
   string(writer, kept.element);
 }
 
+// An entry of "unknown", as fromJson takes it back.
 static void writeKept(JsonWriter& writer, const velnor3gpp_Kept& kept)
 {
   if (writer.comma) jsonPut(writer, ",");
@@ -179,6 +202,7 @@ static void writeKept(JsonWriter& writer, const velnor3gpp_Kept& kept)
   string(writer, kJsonWhys[kept.why]);
   if (kept.ieiBits) {
     static const char kDigits[] = "0123456789abcdef";
+    // "7a", or "a" for an identifier of four bits.
     char iei[] = {kDigits[kept.iei >> 4 & 15], kDigits[kept.iei & 15], 0};
     name(writer, "iei");
     string(writer, kept.ieiBits == 8 ? iei : iei + 1);
@@ -194,6 +218,7 @@ static void writeKept(JsonWriter& writer, const velnor3gpp_Kept& kept)
     name(writer, "bits");
     jsonNumber(writer, kept.bits);
   }
+  // Only what could not be read has a status and the path of the failure inside it.
   if (kept.status) {
     name(writer, "status");
     signedNumber(writer, kept.status);
@@ -205,6 +230,7 @@ static void writeKept(JsonWriter& writer, const velnor3gpp_Kept& kept)
   close(writer, '}');
 }
 
+// "unknown", in the order in which the decoder kept the elements: an encoder puts them back in that order.
 static void writeAllKept(JsonWriter& writer, size_t count)
 {
   if (!count) return;
@@ -217,8 +243,10 @@ static void writeAllKept(JsonWriter& writer, size_t count)
   close(writer, ']');
 }
 
+// Only of messages that have a security header. "sealed": nothing but the header could be read.
 static void writeProtection(JsonWriter& writer, const velnor3gpp_Result& result)
 {
+  // In the order of velnor3gpp_Check.
   static const char* const kChecks[] = {"plain",          "verified",    "forged",     "no keys",
                                         "null algorithm", "not covered", "not reached"};
   if (result.check == VELNOR3GPP_PLAIN) return;
@@ -226,6 +254,7 @@ static void writeProtection(JsonWriter& writer, const velnor3gpp_Result& result)
   open(writer, '{');
   name(writer, "check");
   string(writer, kChecks[result.check]);
+  // The NAS COUNT is known only if the code has proved it.
   if (result.check == VELNOR3GPP_VERIFIED) {
     name(writer, "count");
     jsonNumber(writer, result.nasCount);
@@ -238,6 +267,7 @@ static void writeProtection(JsonWriter& writer, const velnor3gpp_Result& result)
   close(writer, '}');
 }
 
+// What leads the object: type, name of the message, direction, octets, status.
 static void writeHead(JsonWriter& writer, const velnor3gpp_Result& result)
 {
   if (result.type) {
@@ -264,8 +294,10 @@ static void writeHead(JsonWriter& writer, const velnor3gpp_Result& result)
   jsonNumber(writer, static_cast<uint64_t>(result.status < 0 ? -result.status : result.status));
 }
 
+// One message. Octets that have no type come without a record, with a finding that says why.
 static void writeObject(JsonWriter& writer, unsigned flags)
 {
+  // Callers' structs begin with their size; so do these, like those of any other caller.
   velnor3gpp_Result result = {};
   result.size = sizeof result;
   velnor3gpp_result(writer.session, &result);
@@ -273,7 +305,7 @@ static void writeObject(JsonWriter& writer, unsigned flags)
   writeHead(writer, result);
   if (result.type) {
     jsonPut(writer, ",\"record\":");
-    writer.comma = false;
+    writer.comma = false; // the whole has no name, and no comma in front of it
     velnor3gpp_visit(writer.session, flags & VELNOR3GPP_NAMES, writeNode, &writer);
     writer.comma = true;
   }
@@ -289,6 +321,7 @@ static void writeObject(JsonWriter& writer, unsigned flags)
   close(writer, '}');
 }
 
+// `flags` choose names of values and positions; the text holds until the next text of the session.
 int velnor3gpp_toJson(velnor3gpp_Session* session, unsigned flags, const char** text, size_t* count)
 {
   if (!session || !text || !count) return RTX_E_NULL_POINTER;
@@ -298,6 +331,7 @@ int velnor3gpp_toJson(velnor3gpp_Session* session, unsigned flags, const char** 
   return jsonEnd(writer, text, count);
 }
 
+// One line for each message. A bad one has its findings in its line, so the status is about memory alone.
 int velnor3gpp_decodeMany(velnor3gpp_Session* session, const velnor3gpp_Type* type, const velnor3gpp_Octets* messages,
                           size_t messageCount, unsigned flags, const char** text, size_t* count)
 {

@@ -1,7 +1,16 @@
+// Pieces of JSON; writer.h says what each is for. Strings are the only ones that need thought: JSON is UTF-8, and texts
+// of messages are any octets. U+F700 to U+F7FF stand for octets that are no UTF-8, so that every text comes back as it
+// was:
+//
+//   octet FF      U+F7FF     EF 9F BF
+//   octet 80      U+F780     EF 9E 80
 #include "json/writer.h"
 
+// More than most messages need, so that one allocation does.
 static constexpr size_t kFirstRoom = 4096;
 
+// Doubles the text's room, and keeps what stands there. The session's memory only grows, so this ends with the first
+// long message of a run.
 char* jsonRoom(JsonWriter& writer, size_t count)
 {
   if (writer.failed) return nullptr;
@@ -16,6 +25,7 @@ char* jsonRoom(JsonWriter& writer, size_t count)
   return text + writer.length;
 }
 
+// The zero behind the text is not counted.
 int jsonEnd(JsonWriter& writer, const char** text, size_t* count)
 {
   char* last = jsonPlace(writer, 1);
@@ -26,6 +36,7 @@ int jsonEnd(JsonWriter& writer, const char** text, size_t* count)
   return 0;
 }
 
+// Room for the name, two quotation marks, a comma and a colon at once.
 void jsonName(JsonWriter& writer, const char* name, size_t count)
 {
   char* to = jsonPlace(writer, count + 4);
@@ -41,6 +52,7 @@ void jsonName(JsonWriter& writer, const char* name, size_t count)
   writer.comma = true;
 }
 
+// 20 digits hold 2^64 - 1.
 void jsonNumber(JsonWriter& writer, uint64_t number)
 {
   char digits[20];
@@ -50,6 +62,7 @@ void jsonNumber(JsonWriter& writer, uint64_t number)
   jsonPut(writer, digits + first, sizeof digits - first);
 }
 
+// A count whose digits no memory could hold writes nothing.
 void jsonHex(JsonWriter& writer, const uint8_t* octets, size_t count)
 {
   static constexpr char kDigits[] = "0123456789abcdef";
@@ -65,6 +78,7 @@ void jsonHex(JsonWriter& writer, const uint8_t* octets, size_t count)
   writer.length += count * 2 + 2;
 }
 
+// The bit string is read from the top bit of its first octet on.
 void jsonBits(JsonWriter& writer, const uint8_t* bits, size_t count)
 {
   char* to = jsonPlace(writer, count + 2);
@@ -75,7 +89,8 @@ void jsonBits(JsonWriter& writer, const uint8_t* bits, size_t count)
   writer.length += count + 2;
 }
 
-// Octets of the UTF-8 character at the start, or 0 if there is none.
+// Octets of the UTF-8 character at the start, or 0 if there is none: a lead octet without its followers, a form that is
+// longer than it need be (C0 80), a surrogate, a number above 10FFFF, or one of our private area.
 static size_t characterLength(const uint8_t* text, size_t count)
 {
   uint8_t first = text[0];
@@ -91,6 +106,7 @@ static size_t characterLength(const uint8_t* text, size_t count)
   return reserved ? 0 : length;
 }
 
+// \" and \\, and \u00XX for control characters.
 static void putEscape(JsonWriter& writer, uint8_t c)
 {
   static constexpr char kDigits[] = "0123456789abcdef";
@@ -102,17 +118,21 @@ static void putEscape(JsonWriter& writer, uint8_t c)
   jsonPut(writer, escape, sizeof escape);
 }
 
+// The character of the private area for an octet: 1110 1111, 10 0111 and its top two bits, 10 and its other six.
 static void putPrivate(JsonWriter& writer, uint8_t octet)
 {
   char character[] = {'\xEF', static_cast<char>(0x9C | octet >> 6), static_cast<char>(0x80 | (octet & 0x3F))};
   jsonPut(writer, character, sizeof character);
 }
 
+// Characters that stand for themselves. Runs of them are copied in one piece.
 static bool isPlain(uint8_t c)
 {
   return c >= 0x20 && c < 0x7F && c != '"' && c != '\\';
 }
 
+// Runs of plain characters are copied, others are looked at one by one: escapes, UTF-8 as it stands, octets that are
+// none.
 void jsonText(JsonWriter& writer, const uint8_t* text, size_t count)
 {
   jsonPut(writer, "\"");
@@ -133,10 +153,12 @@ void jsonText(JsonWriter& writer, const uint8_t* text, size_t count)
   jsonPut(writer, "\"");
 }
 
+// The two low bits of the second octet and the six of the third are the octet again.
 size_t jsonRestore(char* text, size_t count)
 {
   size_t to = 0;
   for (size_t at = 0; at < count; ++to) {
+    // The parser has tested the UTF-8, so the third octet is a follower.
     const uint8_t* c = reinterpret_cast<const uint8_t*>(text + at);
     bool reserved = count - at > 2 && c[0] == 0xEF && c[1] >= 0x9C && c[1] <= 0x9F;
     text[to] = reserved ? static_cast<char>((c[1] & 3) << 6 | (c[2] & 0x3F)) : text[at];
@@ -145,6 +167,7 @@ size_t jsonRestore(char* text, size_t count)
   return to;
 }
 
+// The value of a hexadecimal digit in either case, or -1.
 static int digitOf(char c)
 {
   if (c >= '0' && c <= '9') return c - '0';
@@ -152,6 +175,7 @@ static int digitOf(char c)
   return c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
 }
 
+// Octet i is written where digit i stood, which has been read by then.
 bool jsonUnhex(char* text, size_t octets)
 {
   for (size_t i = 0; i < octets; ++i) {
