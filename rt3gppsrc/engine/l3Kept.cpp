@@ -1,5 +1,6 @@
 #include "rt3gppsrc/engine/l3Kept.h"
 
+#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 
@@ -196,19 +197,31 @@ int l3PutKeptEnd(L3Call& call, const L3Type& type, const void* value, size_t sta
   return status < 0 ? l3Fail(call, type.module->encoder, status, type.line) : 0;
 }
 
+// Appends what has room and returns the new length, which never reaches the end: a text that is cut would otherwise
+// count as if it stood there whole.
+[[gnu::format(printf, 4, 5)]] static size_t append(char* text, size_t room, size_t at, const char* format, ...)
+{
+  va_list arguments;
+  va_start(arguments, format);
+  int length = vsnprintf(text + at, room - at, format, arguments);
+  va_end(arguments);
+  size_t fits = room - 1 - at;
+  return at + (length >= 0 && static_cast<size_t>(length) < fits ? static_cast<size_t>(length) : fits);
+}
+
+// The name is cut where its room ends: a caller may have given the element a fault of any length (velnor3gpp_keep).
 size_t l3KeptName(const L3Kept& kept, char (&name)[kL3KeptName])
 {
   static const char* const kWords[] = {"unknown", "repeated", "out of turn", "unreadable", "surplus", "padding"};
-  size_t at = static_cast<size_t>(snprintf(name, sizeof name, "%s", kWords[kept.why]));
-  if (kept.ieiBits)
-    at += static_cast<size_t>(snprintf(name + at, sizeof name - at, kept.ieiBits == 8 ? " 0x%02X" : " 0x%X", kept.iei));
+  size_t at = append(name, sizeof name, 0, "%s", kWords[kept.why]);
+  if (kept.ieiBits == 8) at = append(name, sizeof name, at, " 0x%02X", kept.iei);
+  if (kept.ieiBits && kept.ieiBits != 8) at = append(name, sizeof name, at, " 0x%X", kept.iei);
   const char* element = nullptr;
   if (kept.at == kL3KeptInstead) element = static_cast<const L3Row*>(kept.anchor)->name;
-  if (element) at += static_cast<size_t>(snprintf(name + at, sizeof name - at, " %.80s", element));
+  if (element) at = append(name, sizeof name, at, " %.80s", element);
   if (kept.why != kL3KeptUnreadable) return at;
-  at += static_cast<size_t>(snprintf(name + at, sizeof name - at, ": %d", kept.status));
-  if (*kept.path) at += static_cast<size_t>(snprintf(name + at, sizeof name - at, " at %s", kept.path));
-  return at;
+  at = append(name, sizeof name, at, ": %d", kept.status);
+  return *kept.path ? append(name, sizeof name, at, " at %s", kept.path) : at;
 }
 
 unsigned l3LeadingLength(const L3Row& row)
@@ -241,8 +254,7 @@ static size_t joinNames(const L3Name* frame, char* path, size_t room)
   if (!frame || !frame->outer) return 0;
   size_t at = joinNames(frame->outer, path, room);
   const char* name = frame->name ? frame->name : "";
-  if (frame->kind == 2)
-    return at + static_cast<size_t>(snprintf(path + at, room - at, "[%u]", static_cast<unsigned>(frame->index))) % room;
+  if (frame->kind == 2) return append(path, room, at, "[%u]", static_cast<unsigned>(frame->index));
   if (strncmp(name, "u.obj_", 6) == 0)
     name += 6;
   else if (strncmp(name, "u.", 2) == 0)

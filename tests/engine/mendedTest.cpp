@@ -364,4 +364,38 @@ TEST(Mended, WideNumbersAreWrittenWholeWhereASizeHas32Bits)
     }
 }
 
+// The fault of a kept element is a caller's text of any length; the element's name has room for some of it.
+TEST(Mended, NameOfAKeptElementEndsWithinItsRoom)
+{
+  OutcomeContext ctxt;
+  const std::string fault(3000, 'A');
+  const uint8_t octet = 0;
+  const L3KeptFacts facts = {nullptr, nullptr, 0, 0x79, 8, kL3KeptBehind, kL3KeptUnreadable, -2, fault.c_str()};
+  const L3Kept* kept = l3AddKept(ctxt, facts, &octet, 8);
+  ASSERT_NE(kept, nullptr);
+  char name[kL3KeptName];
+  EXPECT_EQ(l3KeptName(*kept, name), kL3KeptName - 1);
+  EXPECT_EQ(strlen(name), kL3KeptName - 1);
+}
+
+// A path that is full at an entry of a list is full for the names behind it, too.
+TEST(Mended, PathOfAProbeEndsWithinItsRoom)
+{
+  struct {
+    L3Probe probe;
+    char behind[64];
+  } room = {};
+  const std::string deep(sizeof room.probe.path - 3, 'n');
+  L3Name type = {"Type", nullptr, 0, 0, 0}, list = {deep.c_str(), &type, 0, 1, 0};
+  L3Name entry = {"elem", &list, 12345, 2, 0}, last = {"last", &entry, 0, 1, 0};
+  OutcomeContext ctxt;
+  L3Call call;
+  l3Fresh(call, ctxt);
+  call.names = &last;
+  call.probe = &room.probe;
+  l3NoteProbe(call, RTX_E_END_OF_BUFFER);
+  EXPECT_LT(strnlen(room.probe.path, sizeof room.probe.path), sizeof room.probe.path);
+  EXPECT_EQ(std::string(room.behind, sizeof room.behind), std::string(sizeof room.behind, '\0'));
+}
+
 } // namespace
