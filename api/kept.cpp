@@ -193,7 +193,10 @@ int velnor3gpp_keep(velnor3gpp_Session* session, const velnor3gpp_Kept* source)
   if (!session || !source) return RTX_E_NULL_POINTER;
   velnor3gpp_Kept all = readStruct(source);
   if (!all.path || !all.element || (!all.octets && all.count)) return RTX_E_NULL_POINTER;
-  if (!hasRecord(*session) || all.bits > all.count * 8 || all.at > VELNOR3GPP_KEPT_END) return RTX_E_BAD_PARAMETER;
+  if (!hasRecord(*session)) return RTX_E_BAD_PARAMETER;
+  if (all.bits > all.count * 8)
+    return velnor3gpp_report(session, RTX_E_BAD_PARAMETER, all.path, "has more bits than its octets");
+  if (all.at > VELNOR3GPP_KEPT_END || all.why > VELNOR3GPP_KEPT_PADDING) return RTX_E_BAD_PARAMETER;
   Search search = {nullptr, all.path, strlen(all.path), "", nullptr, nullptr, false};
   int status = velnor3gpp_visit(session, 0, lookForPath, &search);
   if (status < 0) return status;

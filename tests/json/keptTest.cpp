@@ -42,8 +42,12 @@ TEST(JsonKept, RedactingEmptiesWhatIsKept)
 // None of them is taken for something else.
 TEST(JsonKept, MistakesAreTold)
 {
-  static const char kRecord[] = R"({"type":"TS24501Msg_PDU","record":{"data":{"IdentityRequest5G":)"
-                                R"({"identity":{"typeOfIdent":1}}}},"unknown":)";
+  static const char kRecord[] =
+      R"({"type":"TS24501Msg_PDU","record":{"hdrData":{"mm":{"secHdrType":0}},"data":{"IdentityRequest5G":)"
+      R"({"identity":{"typeOfIdent":1}}}},"unknown":)";
+  JsonSession right;
+  EXPECT_EQ(right.read(std::string(kRecord) + R"([{"path":"data.IdentityRequest5G","octets":"81"}]})"), 0)
+      << right.findings();
   for (const char* wrong :
        {"1", "[1]", "[{}]", "[[]]", R"([{"path":"nowhere","octets":"81"}])",
         R"([{"path":"data.IdentityRequest5G","octets":"8"}])", R"([{"path":"data.IdentityRequest5G","octets":"xy"}])",
@@ -53,6 +57,29 @@ TEST(JsonKept, MistakesAreTold)
     EXPECT_LT(session.read(std::string(kRecord) + wrong + "}"), 0) << wrong;
     EXPECT_NE(session.findings(), "") << wrong;
   }
+}
+
+// A caller's element says why it was kept in a word that there is, and as much of its fault as there is room for.
+TEST(JsonKept, WordsOfKeptElementsHaveAnEnd)
+{
+  JsonSession session;
+  ASSERT_EQ(session.decode(nullptr, octetsOfHex("7e005b01")), 0) << session.findings();
+  auto kept = sized<velnor3gpp_Kept>();
+  const std::string fault(3000, 'A');
+  const uint8_t octets[] = {0x7A, 0};
+  kept.path = "data.IdentityRequest5G";
+  kept.element = "";
+  kept.fault = fault.c_str();
+  kept.octets = octets;
+  kept.count = sizeof octets;
+  kept.why = static_cast<velnor3gpp_KeptWhy>(VELNOR3GPP_KEPT_PADDING + 1);
+  EXPECT_EQ(velnor3gpp_keep(session, &kept), RTX_E_BAD_PARAMETER);
+  kept.why = VELNOR3GPP_KEPT_UNREADABLE;
+  EXPECT_EQ(velnor3gpp_keep(session, &kept), 0) << session.findings();
+  ASSERT_EQ(velnor3gpp_kept(session, 0, &kept), 0);
+  EXPECT_LT(strlen(kept.text), 256U);
+  EXPECT_STREQ(kept.fault, fault.c_str());
+  EXPECT_NE(session.json().find(fault), std::string::npos);
 }
 
 } // namespace
