@@ -1,3 +1,5 @@
+// Names and values of enumerations (l3Enum.h). The tables are sorted by name, since names come from callers as text;
+// `transformedIdx` gives the rows in the order of values.
 #include "rt3gppsrc/engine/l3Enum.h"
 
 #include "rt3gppsrc/engine/l3Engine.h"
@@ -6,6 +8,8 @@
 
 const char* l3EnumName(const L3Enum& set, int32_t value)
 {
+  // Values run without a gap: value - lowest is the place in the order of values. The difference is taken in 64 bits,
+  // in which no two values of 32 bits can overflow.
   if (set.gapless) {
     int64_t i = static_cast<int64_t>(value) - set.table[set.table[0].transformedIdx].value;
     if (i >= 0 && i < set.rows) return set.table[set.table[i].transformedIdx].name;
@@ -15,6 +19,7 @@ const char* l3EnumName(const L3Enum& set, int32_t value)
   return row >= 0 ? set.table[row].name : "_UNKNOWN_";
 }
 
+// Halves the rows in the order of values. The value has 64 bits: a large one must not be cut to another with a name.
 const RtxEnumItem* l3EnumItem(const L3Enum& set, int64_t value)
 {
   size_t low = 0, high = set.rows;
@@ -30,6 +35,7 @@ const RtxEnumItem* l3EnumItem(const L3Enum& set, int64_t value)
   return nullptr;
 }
 
+// Titles stand in the order of values: the place of the row there is the place of its title.
 const char* l3EnumTitle(const L3Enum& set, int64_t value)
 {
   const RtxEnumItem* item = l3EnumItem(set, value);
@@ -38,6 +44,8 @@ const char* l3EnumTitle(const L3Enum& set, int64_t value)
   return item ? item->name : nullptr;
 }
 
+// A name that the enumeration does not have is added to the error record, with its length, since it need not have an
+// end.
 int l3EnumValue(RtxContext* pctxt, const L3Type& type, const L3Enum& set, const char* name, size_t namelen, int& value)
 {
   int row = rtxLookupEnum(name, namelen, set.table, set.rows);
@@ -49,6 +57,7 @@ int l3EnumValue(RtxContext* pctxt, const L3Type& type, const L3Enum& set, const 
   return rtxErrSetData(pctxt, RTX_E_ENUM_VALUE, type.module->decoder, type.line);
 }
 
+// The engine's entry takes a value that it may write to; coders of texts read only.
 int l3EncodeText(RtxContext* pctxt, const L3Type& type, const char* value)
 {
   return l3Encode(pctxt, type, const_cast<char*>(value)); // text coders read only

@@ -7,6 +7,7 @@
 const L3TypeEntry* l3FindType(const char* fullName)
 {
   if (!fullName) return nullptr;
+  // The table is sorted by full name, so that halving finds it: the type lies in low..high-1.
   size_t low = 0, high = l3TypeCount;
   while (low < high) {
     size_t middle = low + (high - low) / 2;

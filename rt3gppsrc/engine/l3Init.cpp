@@ -1,11 +1,13 @@
-// The initialising walk: presence, selectors, counts, pointers and spare bits become 0, everything else stays as it
-// was. A shorter one does the same to what a failing decoder has not come to.
+// The initialising walk of the exported initialisers: presence, selectors, counts, pointers and spare bits become 0,
+// and everything else stays as it was. A caller then fills what it wants to send. A shorter walk does the same to what
+// a failing decoder has not come to, so that its record can be printed (l3InitRest, l3InitMember).
 #include "rt3gppsrc/engine/l3Decode.h"
 #include "rt3gppsrc/engine/l3Engine.h"
 #include "rt3gppsrc/engine/l3Record.h"
 
 static void initType(const L3Type& type, uint8_t* value);
 
+// An array without a count has nothing to clear.
 static void initOctets(const L3Row& row, uint8_t* member)
 {
   const L3Octets& info = *static_cast<const L3Octets*>(row.info);
@@ -34,6 +36,7 @@ static void initList(const L3Row& row, uint8_t* member)
     l3StoreList(member, 0, nullptr);
 }
 
+// Nothing is chosen: `t` is 0, and the union, whatever it holds, is 0 throughout.
 static void initChoice(const L3Row& row, uint8_t* record)
 {
   const L3Choice& choice = *static_cast<const L3Choice*>(row.info);
@@ -41,13 +44,15 @@ static void initChoice(const L3Row& row, uint8_t* record)
   if (choice.unionSize) memset(record + choice.unionOffset, 0, choice.unionSize);
 }
 
-// Spare bits and extension bits have a value to begin with; other numbers are left as they were.
+// Spare bits and extension bits have a value to begin with, 0; other numbers are the caller's to set. A row's name
+// tells: "spare", "spare2", "ext".
 static void initNumber(const L3Row& row, uint8_t* member)
 {
   bool spare = row.name && (strncmp(row.name, "spare", 5) == 0 || strcmp(row.name, "ext") == 0);
   if (spare) l3Store(member, row.store, 0);
 }
 
+// One row, by what its member needs.
 static void initElement(const L3Row& row, uint8_t* record)
 {
   uint8_t* member = record + row.offset;
@@ -80,10 +85,13 @@ static void initElement(const L3Row& row, uint8_t* record)
   }
 }
 
+// A string type is its pointer. A record begins with its presence bits; the optional elements of a message have members
+// too.
 static void initType(const L3Type& type, uint8_t* value)
 {
   L3TextForm text = l3TextForm(type);
   if (text == L3TextForm::pointer) l3StorePointer(value, nullptr);
+  // An array of digits has no count; its text is the caller's to write.
   if (text != L3TextForm::none) return;
   if (type.mOctets) memset(value, 0, type.mOctets);
   for (const L3Row* row = type.rows; row < type.rows + type.rowCount; ++row) initElement(*row, value);
@@ -99,13 +107,15 @@ int l3Init(const L3Type& type, void* value)
   return 0;
 }
 
+// Is the member a number, which l3Init leaves alone and a record that was cut short has as 0?
 static bool isNumber(const L3Row& row)
 {
   return row.op == kL3UInt || row.op == kL3Bool || row.op == kL3Enumerated || row.op == kL3Unary ||
          (row.op == kL3Length && static_cast<const L3Length*>(row.info)->member);
 }
 
-// An array of characters ends at once: encoders read one up to its end.
+// A member that a failing decoder has not come to. An array of characters is ended at once, since encoders and printers
+// read one up to its end.
 static void initUnread(const L3Row& row, uint8_t* record, L3Numbers numbers)
 {
   uint8_t* member = record + row.offset;
@@ -125,8 +135,8 @@ static void initUnread(const L3Row& row, uint8_t* record, L3Numbers numbers)
     initElement(row, record);
 }
 
-// Elements with a presence bit are not there: it has been cleared, and is set behind them. What a coder by hand decodes
-// is its own.
+// The rows from position `from` on. Elements with a presence bit are not there: the bit has been cleared, and is only
+// set behind them. What a coder by hand decodes is its own to clear.
 void l3InitRest(const L3Type& type, unsigned from, void* record, L3Numbers numbers)
 {
   if (l3TextForm(type) == L3TextForm::pointer) l3StorePointer(static_cast<uint8_t*>(record), nullptr);
@@ -134,6 +144,7 @@ void l3InitRest(const L3Type& type, unsigned from, void* record, L3Numbers numbe
     if (row->mBit == kL3NoBit && row->given != kL3ByHand) initUnread(*row, static_cast<uint8_t*>(record), numbers);
 }
 
+// A member whose decoding has failed before anything was stored.
 void l3InitMember(const L3Row& row, void* record)
 {
   initUnread(row, static_cast<uint8_t*>(record), L3Numbers::leave);

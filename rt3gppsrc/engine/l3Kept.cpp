@@ -1,3 +1,6 @@
+// Elements that are kept as they came (l3Kept.h): the list on the context, putting them back on encoding, and the probe
+// that finds out whether an element can be read. Decoders call l3Keep and l3ProbeMember, encoders l3PutKept. A caller
+// who has not set RTX_FLAG_KEEP_ELEMENTS pays for a test of the flag and no more.
 #include "rt3gppsrc/engine/l3Kept.h"
 
 #include <cstdarg>
@@ -11,6 +14,8 @@
 #include "velnor3gpp/rtxDiagBitTrace.h"
 #include "velnor3gpp/rtxMemHeap.h"
 
+// The context's list, made with the first entry; null without memory. It lies on the job's heap, so that nobody frees
+// it.
 static L3KeptList* listFor(RtxContext* pctxt)
 {
   void*& slot = pctxt->extInfo[RTX_CTXT_KEPT_SLOT];
@@ -18,10 +23,12 @@ static L3KeptList* listFor(RtxContext* pctxt)
   return static_cast<L3KeptList*>(slot);
 }
 
+// One heap block: the entry, its octets, its path.
 L3Kept* l3AddKept(RtxContext* pctxt, const L3KeptFacts& facts, const uint8_t* octets, size_t bits)
 {
   L3KeptList* list = listFor(pctxt);
   size_t count = (bits + 7) / 8, length = facts.path ? strlen(facts.path) : 0;
+  // The entry counts in 32 bits.
   if (!list || bits > UINT32_MAX) return nullptr;
   void* memory = rtxMemHeapAlloc(&pctxt->pMemHeap, sizeof(L3Kept) + count + (length ? length + 1 : 0));
   if (!memory) return nullptr;
@@ -48,7 +55,8 @@ L3Kept* l3AddKept(RtxContext* pctxt, const L3KeptFacts& facts, const uint8_t* oc
   return kept;
 }
 
-// The octets of a buffer from any bit on, the first bit on top.
+// Copies bits from any position of a buffer to whole octets, the first bit on top. The last octet is filled up with 0s:
+// the 12 bits from bit 4 of 5A 3C on are A3 C0.
 static void copyBits(const RtxBuffer& buffer, size_t from, size_t bits, uint8_t* to)
 {
   for (size_t at = 0; at < bits; at += 8) {
@@ -58,6 +66,7 @@ static void copyBits(const RtxBuffer& buffer, size_t from, size_t bits, uint8_t*
   }
 }
 
+// The cursor may stand behind the identifier already; what it has passed is in the trace, the rest gets an entry here.
 int l3Keep(L3Call& call, const L3Type& type, uint16_t line, const L3KeptFacts& facts, size_t end)
 {
   RtxContext* pctxt = call.pctxt;
@@ -65,6 +74,8 @@ int l3Keep(L3Call& call, const L3Type& type, uint16_t line, const L3KeptFacts& f
   if (!kept) return l3Fail(call, type.module->decoder, RTX_E_NO_MEMORY, line);
   kept->root = call.root;
   copyBits(pctxt->buffer, facts.position, kept->bits, kept->octets());
+  // The entry's name is what is printed for the element ("unknown 0x7A"). It may end with this function: the trace has
+  // copied it to its path.
   if (call.traced && l3BitPos(pctxt) < end) {
     char name[kL3KeptName];
     L3Name frame;
@@ -79,7 +90,7 @@ int l3Keep(L3Call& call, const L3Type& type, uint16_t line, const L3KeptFacts& f
   return 0;
 }
 
-// Entries behind a place in the list are forgotten; null: all.
+// Takes all entries behind one off the list (null: all entries) and frees them; `count` is how many stay.
 static void cut(RtxContext* pctxt, L3Kept* last, size_t count)
 {
   L3KeptList* list = l3KeptOf(pctxt);
@@ -95,6 +106,7 @@ static void cut(RtxContext* pctxt, L3Kept* last, size_t count)
   }
 }
 
+// The list is built anew from the entries of other values. A context can hold several decoded values at a time.
 void l3ForgetKept(RtxContext* pctxt, const void* root)
 {
   L3KeptList* list = l3KeptOf(pctxt);
@@ -115,6 +127,8 @@ void l3ForgetKept(RtxContext* pctxt, const void* root)
   }
 }
 
+// Addresses are compared as numbers: `from` may be freed by now. An address before `from` gives an offset that wraps
+// round to more than `octets`.
 void l3MoveKept(RtxContext* pctxt, const void* from, size_t octets, const void* to)
 {
   uintptr_t begin = reinterpret_cast<uintptr_t>(from);
@@ -125,6 +139,7 @@ void l3MoveKept(RtxContext* pctxt, const void* from, size_t octets, const void* 
   }
 }
 
+// The list is short (what a message has of unknown elements), so it is searched from where the last search ended.
 const L3Kept* l3NextKept(const RtxContext* pctxt, const L3Kept* after, const void* record, const void* anchor,
                          L3KeptAt at)
 {
@@ -133,6 +148,7 @@ const L3Kept* l3NextKept(const RtxContext* pctxt, const L3Kept* after, const voi
   return kept;
 }
 
+// Writes the bits of an entry. At an octet's start whole octets are one write and one entry of the trace.
 static int putBits(L3Call& call, const L3Kept& kept)
 {
   const uint8_t* octets = kept.octets();
@@ -144,25 +160,30 @@ static int putBits(L3Call& call, const L3Kept& kept)
   } else {
     for (size_t i = 0; i < whole && status >= 0; ++i) status = l3EncBits(call, octets[i], 8, "OCTET STRING");
   }
+  // The last octet has its bits on top: of A3 C0 with 12 bits, C0 >> 4 is the C to write.
   if (status >= 0 && over)
     status = l3EncBits(call, static_cast<uint64_t>(octets[whole]) >> (8 - over), over, "OCTET STRING");
   return status;
 }
 
-// An encoder has filled the octet with padding behind the last part. What stood there instead takes its place: from
-// the part on where it began inside an octet (00 03: three bits, then 0s), else from the next octet on.
+// An encoder has filled the octet behind the last part with padding before it comes to what was kept there, which takes
+// the place of that padding: from the part on if it began inside an octet (00 03: three bits, then 0s), else from the
+// next octet on. The padding's bits are cleared again, since the bits behind a cursor are 0 while an encoder writes.
 static void takePlaceOfPadding(L3Call& call, const L3Kept& kept)
 {
   RtxBuffer& buffer = call.pctxt->buffer;
   size_t from = call.padded, end = l3BitPos(call.pctxt);
+  // Nothing was padded here, or it has been written out to a stream.
   if (from == L3Call::kNotPadded || call.pctxt->pStream || end != (from / 8 + 1) * 8) return;
   if (kept.bits % 8 == 0) from = (from + 7) / 8 * 8;
   if (from >= end) return;
   l3MoveTo(buffer, from);
+  // Keeps the bits above the cursor: with 5 bits left, 1 << 5 less 1 is 1F, the bits to clear.
   buffer.data[from / 8] = static_cast<uint8_t>(buffer.data[from / 8] & ~((1U << buffer.bitOffset) - 1));
   call.padded = L3Call::kNotPadded;
 }
 
+// An entry is written under the name that it had in the trace, so that a failure tells which one did not fit.
 int l3PutKept(L3Call& call, const L3Type& type, uint16_t line, const void* record, const void* anchor, L3KeptAt at)
 {
   for (const L3Kept* kept = l3FirstKept(call.pctxt, record, anchor, at); kept;
@@ -179,6 +200,7 @@ int l3PutKept(L3Call& call, const L3Type& type, uint16_t line, const void* recor
   return 0;
 }
 
+// What stood behind the value is written as it came; only padding is adapted to what the value has become.
 int l3PutKeptEnd(L3Call& call, const L3Type& type, const void* value, size_t start)
 {
   const L3Kept* kept = l3FirstKept(call.pctxt, value, &type, kL3KeptEnd);
@@ -188,7 +210,8 @@ int l3PutKeptEnd(L3Call& call, const L3Type& type, const void* value, size_t sta
     int status = putBits(call, *kept);
     return status < 0 ? l3Fail(call, type.module->encoder, status, type.line) : 0;
   }
-  // A record that has grown takes the place of padding: a block keeps its size.
+  // A block of a broadcast channel has a fixed size, so a record that has grown takes the place of padding. `stands` is
+  // where the padding began before, `grown` how many of its octets are taken now.
   const RtxBuffer& buffer = call.pctxt->buffer;
   size_t count = kept->bits / 8, stands = start + kept->before, grown = 0;
   if (stands < buffer.byteIndex) grown = buffer.byteIndex - stands;
@@ -224,6 +247,8 @@ size_t l3KeptName(const L3Kept& kept, char (&name)[kL3KeptName])
   return *kept.path ? append(name, sizeof name, at, " at %s", kept.path) : at;
 }
 
+// Follows the type to its first row: a length in octets, octets with a length of their own, or a choice all of whose
+// alternatives begin with the same length.
 unsigned l3LeadingLength(const L3Row& row)
 {
   if (row.op == kL3Record || row.op == kL3TextType) {
@@ -232,6 +257,8 @@ unsigned l3LeadingLength(const L3Row& row)
   }
   if (row.op == kL3Length) {
     const L3Length& info = *static_cast<const L3Length*>(row.info);
+    // Only a plain length tells the end: one that counts from another octet, or with a bias, does not count what
+    // follows it.
     bool whole = info.unitBits == 8 && !info.fromOctet && !info.bias && (info.bits == 8 || info.bits == 16);
     return whole ? info.bits : 0;
   }
@@ -248,12 +275,15 @@ unsigned l3LeadingLength(const L3Row& row)
   return bits;
 }
 
-// The names inside the element as paths have them: without what marks a message or an entry.
+// Writes the names inside the element as paths have them, from the outermost in: "taiList[2].tac", without what marks
+// a message ("u.obj_") or an alternative ("u."). Returns the characters written. What has no room is left out.
 static size_t joinNames(const L3Name* frame, char* path, size_t room)
 {
+  // The outermost frame is the probe's own and has no name.
   if (!frame || !frame->outer) return 0;
   size_t at = joinNames(frame->outer, path, room);
   const char* name = frame->name ? frame->name : "";
+  // An entry is its index behind the list's name; its own name, "elem", is no part of a path.
   if (frame->kind == 2) return append(path, room, at, "[%u]", static_cast<unsigned>(frame->index));
   if (strncmp(name, "u.obj_", 6) == 0)
     name += 6;
@@ -265,6 +295,7 @@ static size_t joinNames(const L3Name* frame, char* path, size_t room)
   return at + length;
 }
 
+// Only the first failure is noted: the ones that follow are the same one on its way out.
 void l3NoteProbe(L3Call& call, int status)
 {
   L3Probe& probe = *call.probe;
@@ -274,6 +305,7 @@ void l3NoteProbe(L3Call& call, int status)
   joinNames(call.names, probe.path, sizeof probe.path);
 }
 
+// The mode ends the trial of a direct coder; `refused` tells a probe that the failure says nothing about the octets.
 int l3RefuseTrial(L3Call& call, int status)
 {
   if (call.probe) call.probe->refused = true;
@@ -283,7 +315,8 @@ int l3RefuseTrial(L3Call& call, int status)
 
 namespace {
 
-// The state that a failed probe returns to.
+// What a probe may change, as it was before. The call is put back in any case, the input only if the element is to be
+// decoded again or kept.
 struct Before {
   L3Call& call;
   L3Mode mode;
@@ -309,6 +342,7 @@ struct Before {
     kept = list ? list->count : 0;
   }
 
+  // The call, and what the context collects beside the value: findings, parameters, names.
   void restoreCall() const
   {
     call.mode = mode;
@@ -327,6 +361,7 @@ struct Before {
     while (pctxt->elemNameStack.count > stacked) rtxCtxtPopElemName(pctxt);
   }
 
+  // Cursor and flags, and what was kept inside the element.
   void restoreInput() const
   {
     call.argument = argument;
@@ -338,11 +373,13 @@ struct Before {
 
 } // namespace
 
-// Runs the ordinary walk as a trial, under frames of its own that are never seen.
+// Runs the ordinary walk as a trial. It has a frame and a region of its own instead of the call's, so that the path
+// begins at the element, and so that nothing inside is put on the real stacks.
 static int runProbe(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, L3Probe& probe)
 {
   L3End end = l3InnermostEnd(call);
   const RtxBuffer& buffer = call.pctxt->buffer;
+  // Where no region is open, the end of the buffer takes its place.
   L3Region region = {end.region ? end.octet : buffer.size, end.region ? end.bitOffset : uint16_t{8}, nullptr};
   L3Name frame = {nullptr, nullptr, 0, 0, 0};
   int running = 0;
@@ -355,23 +392,31 @@ static int runProbe(L3Call& call, const L3Type& type, const L3Row& row, uint8_t*
   call.keepTypeName = false;
   int status = l3DecMember(call, type, row, record, running);
   if (status >= 0) status = running;
+  // The element would leave a name or region behind, which it can only do outside the probe.
   if (call.keepTypeName) probe.again = true;
+  // Something gave up without a status of its own.
   return call.mode == kL3GivenUp && status >= 0 ? RTX_E_GENERAL : status;
 }
 
+// Probes may stand inside each other: a message inside a message has elements of its own. Only the outermost one has
+// anything done again, so that the work does not double with each level.
 L3Probed l3ProbeMember(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, L3Probe& probe)
 {
   probe.again = probe.refused = false;
   probe.status = 0;
   probe.path[0] = 0;
+  // The trial around has ended already; it is only returning.
   if (call.mode == kL3GivenUp) return kL3NotTold;
   Before before(call);
   int status = runProbe(call, type, row, record, probe);
   if (status < 0 && !probe.status) probe.status = status;
+  // A record that was added is a finding, so the element was not read without a word.
   bool read = status >= 0 && call.pctxt->errInfo.count == before.found;
   before.restoreCall();
+  // The outermost probe does it again.
   if (read && before.probe) before.probe->again |= probe.again; // the outermost one does it again
   if (read && (before.probe || !(probe.again || before.traced))) return kL3Read;
+  // It is read once more, with the trace on and with its findings, or kept.
   before.restoreInput();
   if (probe.refused && before.probe) l3RefuseTrial(call, probe.status);
   if (!read && probe.status == RTX_E_NO_MEMORY) return kL3NoMemory;

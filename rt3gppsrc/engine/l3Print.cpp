@@ -1,5 +1,12 @@
-// The printing walk: the text of a record in definition order, under the names that the coders push. A printer trusts
-// no count beyond an inline array's end and follows no null pointer.
+// The printing walk: the text of a record in definition order, under the names that the coders push. It may be given
+// any record, also one that a failed decoding has left or that a caller has filled wrongly, so it trusts no count
+// beyond an inline array's end and follows no null pointer. It writes to the sink of the context's stream and owns
+// nothing.
+//
+//   identity {                  printRecord: a record under its name
+//      spare = 0                printUnsigned
+//      typeOfIdent = suci       printEnumerated
+//   }
 #include "rt3gppsrc/engine/l3Engine.h"
 #include "rt3gppsrc/engine/l3Enum.h"
 #include "rt3gppsrc/engine/l3Kept.h"
@@ -7,17 +14,22 @@
 #include "rtsrc/rtPrintForms.h"
 #include "rtxsrc/bits/rtxBigEndian.h"
 
-// Types within types; the deepest message stays far below.
+// Types within types. No message comes near; a record that leads to itself by a pointer would have no end.
 static constexpr unsigned kMaxDepth = 64;
 // Entry names are cut to this, terminator included.
 static constexpr size_t kEntryNameSize = 512;
+// At most so much of an array of characters is printed.
 static constexpr size_t kTextArraySize = 256;
+// The name of what prints no line of its own.
 static constexpr RtxPiece kNoName(nullptr, 0);
 
+// What the walk carries along.
 struct PrintWalk {
   RtxPrintSink sink;
   unsigned depth;
-  const RtxContext* kept; // the context where something is kept, else null
+  // The context if elements are kept in it, else null: one test for a row then, instead of three searches.
+  const RtxContext* kept;
+  // The context, which tells the form of types; may be null.
   const RtxContext* context;
 };
 
@@ -30,6 +42,7 @@ static RtxPiece nameOf(const L3Row& row, RtxPiece given)
   return row.name ? RtxPiece(row.name, row.nameLength) : given;
 }
 
+// A line for something that has no content, or is missing: `identity = <null>`.
 static void printNull(PrintWalk& walk, RtxPiece name)
 {
   rtxSinkIndent(walk.sink);
@@ -42,10 +55,12 @@ static void printUnsigned(PrintWalk& walk, RtxPiece name, uint64_t value)
   rtxFormUnsigned(walk.sink, name, value);
 }
 
+// The name of the value, or else a number where any number is legal and ??? where none other is.
 static void printEnumerated(PrintWalk& walk, const L3Row& row, RtxPiece name, const uint8_t* member)
 {
   const L3Enum& set = *static_cast<const L3Enum*>(row.info);
   uint64_t raw = l3Load(member, row.store);
+  // An enumeration's member has 32 bits and a sign; an open one is an unsigned integer.
   int64_t value = set.printOpen ? static_cast<int64_t>(raw) : static_cast<int32_t>(raw);
   const RtxEnumItem* item = l3EnumItem(set, value);
   if (!item && set.printOpen) return printUnsigned(walk, name, raw);
@@ -53,7 +68,7 @@ static void printEnumerated(PrintWalk& walk, const L3Row& row, RtxPiece name, co
   rtxFormAssign(walk.sink, name, item ? RtxPiece(item->name, item->namelen) : RtxPiece("???"));
 }
 
-// 16-bit characters; an odd last octet is none.
+// 16-bit characters (UCS2), most significant octet first: 00 41 is A. An odd last octet is no character.
 static void printWide(PrintWalk& walk, RtxPiece name, size_t octets, const uint8_t* data)
 {
   rtxSinkPut(walk.sink, {name, " = '"});
@@ -62,12 +77,14 @@ static void printWide(PrintWalk& walk, RtxPiece name, size_t octets, const uint8
   rtxSinkWrite(walk.sink, "'\n", 2);
 }
 
+// Counted values, wherever they stand.
 struct Held {
   uint64_t count;
   const uint8_t* data;
 };
 
-// Counted values of a record: inline, where the array holds no more than `cap`, or on the heap.
+// The counted values of a member: inline, where a count above `cap` is taken for `cap`, or on the heap, where a null
+// pointer has none.
 template <typename Heap> static Held heldValues(const uint8_t* member, uint32_t cap, size_t dataOffset)
 {
   if (cap) return {member[0] < cap ? member[0] : cap, member + dataOffset};
@@ -75,6 +92,7 @@ template <typename Heap> static Held heldValues(const uint8_t* member, uint32_t 
   return {data ? count : 0, data};
 }
 
+// Hexadecimal, or characters where the row says so.
 static void printOctets(PrintWalk& walk, const L3Row& row, RtxPiece name, const uint8_t* member)
 {
   const L3Octets& info = *static_cast<const L3Octets*>(row.info);
@@ -116,12 +134,13 @@ static void printTextMember(PrintWalk& walk, const L3Row& row, RtxPiece name, co
     printText(walk, name, l3LoadShape<const char*>(member));
 }
 
-// The name of an entry, written over and over behind the same prefix.
+// The name of a list's entry, "elem[3]". The prefix "elem[" is written once, and the index behind it for each entry.
 struct EntryName {
   char chars[kEntryNameSize];
   size_t prefix; // characters that stay
 };
 
+// Appends what fits and returns the new length; one character is left for the end.
 static size_t appendText(EntryName& name, size_t at, RtxPiece text)
 {
   size_t room = kEntryNameSize - 1 - at, length = text.length < room ? text.length : room;
@@ -135,6 +154,7 @@ static RtxPiece withIndex(EntryName& name, uint64_t index)
   return {name.chars, appendText(name, appendText(name, name.prefix, rtxDecimalU(digits, index)), "]")};
 }
 
+// The entries, each under the list's name with its index. An empty list prints nothing.
 static void printList(PrintWalk& walk, const L3Row& row, RtxPiece name, const uint8_t* member)
 {
   const L3List& info = *static_cast<const L3List*>(row.info);
@@ -146,6 +166,8 @@ static void printList(PrintWalk& walk, const L3Row& row, RtxPiece name, const ui
     printElement(walk, info.elem, withIndex(entryName, i), entries.data);
 }
 
+// Braces under the choice's name, and within them the chosen alternative. A nameless choice prints its alternative
+// alone. A tag that no alternative has prints nothing inside.
 static void printChoice(PrintWalk& walk, const L3Row& row, RtxPiece name, const uint8_t* record)
 {
   const L3Choice& choice = *static_cast<const L3Choice*>(row.info);
@@ -155,6 +177,7 @@ static void printChoice(PrintWalk& walk, const L3Row& row, RtxPiece name, const 
   if (name.chars) rtxFormCloseBrace(walk.sink);
 }
 
+// The message of a form, or <null> for one without a body.
 static void printBody(PrintWalk& walk, const L3Row& row, RtxPiece name, const uint8_t* record)
 {
   const L3Body& body = *static_cast<const L3Body*>(row.info);
@@ -173,7 +196,7 @@ static void printBody(PrintWalk& walk, const L3Row& row, RtxPiece name, const ui
   rtxFormCloseBrace(walk.sink);
 }
 
-// Without a name there is no line and no brace, but what lies inside is printed.
+// One element, by what it is. Without a name there is no line and no brace, but what lies inside is printed.
 static void printElement(PrintWalk& walk, const L3Row& row, RtxPiece name, const uint8_t* record)
 {
   const uint8_t* member = record + row.offset;
@@ -215,7 +238,7 @@ static void printElement(PrintWalk& walk, const L3Row& row, RtxPiece name, const
   }
 }
 
-// What is kept at a place of the record, a line for each. Is there any?
+// What is kept at a place of the record, a line for each: `unknown 0x34 = 0x3402f0f0`. True if there is any.
 static bool printKept(PrintWalk& walk, const void* record, const void* anchor, L3KeptAt at)
 {
   const L3Kept* kept = walk.kept ? l3NextKept(walk.kept, nullptr, record, anchor, at) : nullptr;
@@ -230,11 +253,13 @@ static bool printKept(PrintWalk& walk, const void* record, const void* anchor, L
   return any;
 }
 
+// A row, if it is there. A release group's row has no member.
 static void printRow(PrintWalk& walk, const L3Row& row, RtxPiece name, const uint8_t* record)
 {
   if (row.op != kL3Release && l3IsPresent(row, record)) printElement(walk, row, nameOf(row, name), record);
 }
 
+// What is kept in place of an element is printed instead of it.
 [[gnu::cold]] static void printRowAndKept(PrintWalk& walk, const L3Row& row, RtxPiece name, const uint8_t* record)
 {
   if (printKept(walk, record, &row, kL3KeptInstead)) return;
@@ -243,6 +268,7 @@ static void printRow(PrintWalk& walk, const L3Row& row, RtxPiece name, const uin
   printKept(walk, record, &row, kL3KeptBehind);
 }
 
+// Rows in order; `name` is the one that a bare type's row takes.
 static void printRows(PrintWalk& walk, const L3Row* rows, size_t count, RtxPiece name, const uint8_t* record)
 {
   for (const L3Row* row = rows; row < rows + count; ++row)
@@ -252,21 +278,25 @@ static void printRows(PrintWalk& walk, const L3Row* rows, size_t count, RtxPiece
       printRow(walk, *row, name, record);
 }
 
+// A record in braces. A bare type has none: its row takes the record's name.
 static void printRecord(PrintWalk& walk, const L3Type& type, RtxPiece name, const uint8_t* record)
 {
   bool bare = l3IsBare(type);
   bool braces = name.chars && !bare;
   if (braces) rtxFormOpenBrace(walk.sink, name);
   printRows(walk, type.rows, type.rowCount, bare ? name : kNoName, record);
+  // What came before the first optional element.
   if (walk.kept && type.message) printKept(walk, record, type.message, kL3KeptBehind);
   if (type.message) printRows(walk, type.message->options, type.message->count, kNoName, record);
   if (braces) rtxFormCloseBrace(walk.sink);
 }
 
+// A value of any type: a text, nothing, or a record.
 static void printType(PrintWalk& walk, const L3Type& named, RtxPiece name, const uint8_t* value)
 {
   const L3Type& type = named.standard && walk.context ? l3FormOf(named, walk.context) : named;
   L3TextForm text = l3TextForm(type);
+  // A text or an empty type without a name has no line.
   if (!name.chars && (text != L3TextForm::none || l3IsEmpty(type))) return;
   if (text == L3TextForm::pointer) return printText(walk, name, l3LoadShape<const char*>(value));
   if (text == L3TextForm::array) return printTextArray(walk, name, value, type.size);
@@ -277,6 +307,7 @@ static void printType(PrintWalk& walk, const L3Type& named, RtxPiece name, const
   --walk.depth;
 }
 
+// The type's form is asked of the context, which a caller may leave out.
 int l3Print(RtxContext* pctxt, const L3Type& type, const char* name, const void* value)
 {
   PrintWalk walk{rtxSinkOfStream(pctxt), 0, pctxt && l3HasKept(pctxt) ? pctxt : nullptr, pctxt};

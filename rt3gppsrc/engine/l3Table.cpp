@@ -1,4 +1,5 @@
-// The lines of rows by their names, and the setters of message bodies.
+// The lines of rows by their names, for error records of coders by hand, and the setters of message bodies. Both search
+// the rows of a type; neither stands on the way of a decoding that goes well.
 #include <cstring>
 
 #include "rt3gppsrc/engine/l3Decode.h"
@@ -6,11 +7,13 @@
 #include "rt3gppsrc/engine/l3Engine.h"
 #include "rt3gppsrc/engine/l3Record.h"
 
+// Has the row this name?
 static bool isCalled(const L3Row& row, const char* name)
 {
   return row.name && strcmp(row.name, name) == 0;
 }
 
+// A row has no names of its parts, so only this type's rows and the alternatives of its choices are searched.
 uint16_t l3LineOf(const L3Type& type, const char* name)
 {
   for (const L3Row* row = type.rows; name && row < type.rows + type.rowCount; ++row) {
@@ -23,12 +26,13 @@ uint16_t l3LineOf(const L3Type& type, const char* name)
   return type.line;
 }
 
-// A trial reports nothing, so that it needs no line.
+// A trial reports nothing, so that the search can be spared.
 static uint16_t lineFor(const L3Call& call, const L3Type& type, const char* name)
 {
   return call.onTrial() ? type.line : l3LineOf(type, name);
 }
 
+// A coder by hand names the element it was at; the line is that of the row.
 int l3DecFailed(L3Call& call, const L3Type& type, const char* name, int status)
 {
   return l3Fail(call, type.module->decoder, status, lineFor(call, type, name));
@@ -39,7 +43,8 @@ int l3EncFailed(L3Call& call, const L3Type& type, const char* name, int status)
   return l3Fail(call, type.module->encoder, status, lineFor(call, type, name));
 }
 
-// A form can have two bodies of the same message, each with rows of its own.
+// The row of a form whose messages include this one. A form can have two bodies of the same message, each with rows of
+// its own, so the address of the message's row decides and not its type.
 static const L3Row* findBodyRow(const L3Type& pdu, const L3BodyRow& message)
 {
   for (const L3Row* row = pdu.rows; row < pdu.rows + pdu.rowCount; ++row) {
@@ -50,6 +55,8 @@ static const L3Row* findBodyRow(const L3Type& pdu, const L3BodyRow& message)
   return nullptr;
 }
 
+// The header fields decide on the wire what the message is, so they are set with it. A form with one legal
+// discriminator has it in the body's description, others in each message's row.
 void l3SetBodyOf(const L3Type& pdu, void* record, unsigned row, unsigned message, void* value)
 {
   l3SetBody(pdu, record, static_cast<const L3Body*>(pdu.rows[row].info)->rows[message], value);

@@ -1,30 +1,41 @@
 // Entries of the bit trace while names are frames. A field's path is that of the field before it as far as both lie in
-// the same elements, so only the names pushed since are written: "PDU.data.u.obj_RegRequest5G." is copied in one piece.
+// the same elements, so the beginning ("PDU.data.u.obj_RegRequest5G.") is copied in one piece, and only the names that
+// were pushed since are written. Each frame remembers where its name ends in the path (L3Name.end); a frame of 0 is
+// new.
+//
+// With the real stacks the trace joins all names for each field, which took twice the instructions
+// (docs/adr/0002-names-and-regions-by-frame.md).
 #include <cstring>
 
 #include "rt3gppsrc/engine/l3Call.h"
 #include "rtxsrc/print/rtxPrintSink.h"
 #include "rtxsrc/trace/rtxTraceEntry.h"
 
-// Names that one field adds to the path of the field before it; a type lies within few others.
+// Names that one field may add to the path of the field before it. No type comes near; more are left to the real
+// stacks.
 static constexpr unsigned kMostNew = 32;
 
+// The names that have to be written.
 struct NewNames {
-  L3Name* frame[kMostNew]; // from the innermost out
-  size_t length[kMostNew]; // of their names alone
+  // From the innermost out.
+  L3Name* frame[kMostNew];
+  // Characters of each name, without index and dot.
+  size_t length[kMostNew];
+  // How many.
   unsigned count = 0;
-  size_t known = 0; // characters of the path before them
+  // Characters of the path in front of them, as the last entry has it.
+  size_t known = 0;
 };
 
-// Characters of an index with its brackets.
+// Characters of an index with its brackets: 4 for "[12]". Other names have none.
 static size_t indexLength(const L3Name& frame)
 {
   RtxNumText number;
   return frame.kind == 2 ? rtxDecimalU(number, frame.index).length + 2 : 0;
 }
 
-// Gives each new frame its end. False if the path is too long for that, or has too many new names: not with any type
-// that there is.
+// Finds the new frames and gives each its end. False if the path is too long for an end of 16 bits, or has too many new
+// names; no type that there is has either.
 static bool measure(const L3Call& call, NewNames& names)
 {
   L3Name* frame = call.names;
@@ -35,6 +46,7 @@ static bool measure(const L3Call& call, NewNames& names)
   }
   size_t end = names.known = frame ? frame->end : 0;
   for (unsigned i = names.count; i-- > 0;) {
+    // A dot stands in front of every name but the first.
     end += names.length[i] + indexLength(*names.frame[i]) + (end ? 1 : 0);
     if (end > UINT16_MAX) return false;
     names.frame[i]->end = static_cast<uint16_t>(end);
@@ -42,6 +54,7 @@ static bool measure(const L3Call& call, NewNames& names)
   return true;
 }
 
+// Writes "[12]" and returns the place behind it.
 static char* putIndex(char* at, uint32_t index)
 {
   RtxNumText number;
@@ -53,6 +66,7 @@ static char* putIndex(char* at, uint32_t index)
   return at;
 }
 
+// Writes the new names behind the known part, from the outermost in.
 static void writeNames(const NewNames& names, char* path)
 {
   char* at = path + names.known;
@@ -66,12 +80,13 @@ static void writeNames(const NewNames& names, char* path)
   *at = 0;
 }
 
-// A path that did not come to be is none that later ones could begin with.
+// If an entry could not be made, there is no path that later ones could begin with: its frames count as new again.
 static void forget(const NewNames& names)
 {
   for (unsigned i = 0; i < names.count; ++i) names.frame[i]->end = 0;
 }
 
+// The trace owns the path; L3Call.lastPath only points to it. Entries are not freed while a call runs.
 void l3TraceFieldOn(L3Call& call, const char* label)
 {
   NewNames names;
