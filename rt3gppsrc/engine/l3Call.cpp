@@ -11,7 +11,7 @@
 #include "rt3gppsrc/engine/l3Engine.h"
 #include "rt3gppsrc/engine/l3Kept.h"
 #include "rtxsrc/errors/rtxErrorInternal.h"
-#include "velnor3gpp//rtxBitDecode.h"
+#include "velnor3gpp/rtxBitDecode.h"
 #include "velnor3gpp/rtxDList.h"
 #include "velnor3gpp/rtxMemHeap.h"
 

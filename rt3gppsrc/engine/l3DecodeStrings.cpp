@@ -19,8 +19,8 @@ static void* allocate(L3Call& call, size_t octets)
 
 // How many octets the string has: by a field, by a length of its own, or all that the region has left. In a region that
 // is overrun already, that is none.
-static int countOctets(L3Call& call, const L3Row& row, const uint8_t* record, L3CountFrom from, const L3Field& field,
-                       uint8_t lengthBits, size_t& count)
+static int countOctets(L3Call& call, const uint8_t* record, L3CountFrom from, const L3Field& field, uint8_t lengthBits,
+                       size_t& count)
 {
   uint16_t length = 0;
   switch (from) {
@@ -36,7 +36,6 @@ static int countOctets(L3Call& call, const L3Row& row, const uint8_t* record, L3
       count = l3RoomOctets(call);
       return 0;
   }
-  (void)row;
 }
 
 // How many of the string's octets the input can fill; no more storage is taken. What a stream still brings is unknown.
@@ -62,8 +61,6 @@ static int decHeapOctets(L3Call& call, uint8_t* member, size_t count, int& runni
   // An empty string has no storage, and a null pointer.
   uint8_t* data = nullptr;
   if (fill && !(data = static_cast<uint8_t*>(allocate(call, fill)))) return RTX_E_NO_MEMORY;
-  // A read across octet borders that fails has written some of the octets; the others would be whatever the heap held.
-  if (fill && call.pctxt->buffer.bitOffset != 8) memset(data, 0, fill); // a failing read leaves some of them
   struct {
     uint32_t numocts;
     uint8_t* data;
@@ -72,7 +69,7 @@ static int decHeapOctets(L3Call& call, uint8_t* member, size_t count, int& runni
   // The public function takes a null target for "pass over", which would move the cursor.
   uint8_t none = 0; // a null target would move the cursor
   if (count) running = l3DecOctets(call, fill ? data : &none, count);
-  // A short input is not read at all: the octets that the member promises are 0.
+  // A read that fails may have written some of the octets. The member promises all of them, so they are 0.
   if (running < 0 && fill) memset(data, 0, fill); // a short input is not read at all
   return 0;
 }
@@ -104,7 +101,7 @@ static int decOctetString(L3Call& call, const L3Type& type, const L3Row& row, ui
   if (info.from == kL3ByField)
     count = l3CountOf(call, info.count, record);
   else
-    status = countOctets(call, row, record, info.from, info.count.field, info.lengthBits, count);
+    status = countOctets(call, record, info.from, info.count.field, info.lengthBits, count);
   if (status < 0) return failString(call, type, row, record, status);
   if (info.cap)
     decInlineOctets(call, info, member, count, running);
@@ -191,7 +188,7 @@ static int decText(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* 
 {
   const L3Text& info = *static_cast<const L3Text*>(row.info);
   size_t count = 0;
-  int status = countOctets(call, row, record, info.from, info.field, info.lengthBits, count);
+  int status = countOctets(call, record, info.from, info.field, info.lengthBits, count);
   if (status < 0) return failString(call, type, row, record, status);
   size_t fill = fillable(call, count);
   char* text = static_cast<char*>(allocate(call, fill + 1));

@@ -10,7 +10,7 @@
 #include "rt3gppsrc/engine/l3Decode.h"
 #include "rt3gppsrc/engine/l3Encode.h"
 #include "rtxsrc/errors/rtxErrorInternal.h"
-#include "velnor3gpp//rtxBitDecode.h"
+#include "velnor3gpp/rtxBitDecode.h"
 #include "velnor3gpp/rtxDiagBitTrace.h"
 #include "velnor3gpp/rtxMemHeap.h"
 
