@@ -24,6 +24,15 @@ static bool isMark(const Row& row)
   return !row.isElement() && row.mark != Mark::Length;
 }
 
+// Conditions, selectors and most counts take a field as a number of 32 bits: `if n=1` would hold for an n of 33 bits
+// that is 4294967297.
+static void checkNumber(const Row& row, const Row& field, const std::string& name)
+{
+  auto scalar = field.often.end == kL3NoList ? scalarOf(field.what) : std::nullopt;
+  if (field.mark != Mark::Length && !scalar) refuse(row.place, "'" + name + "' is no number");
+  if (scalar && scalar->bits > 32) refuse(row.place, "'" + name + "' has more than 32 bits");
+}
+
 // A field that a condition, count or selector names stands in the same record, before the row (unless `later`), and is
 // a number. Decoders would read a member that has not been decoded yet:
 //
@@ -37,8 +46,7 @@ static void checkField(const Type& type, const Row& row, const std::string& name
   if (!field) refuse(row.place, "'" + name + "' is no element of this record");
   bool behind = rowNamed(type, name.substr(0, name.find('.'))) >= &row;
   if (behind && !later) refuse(row.place, "'" + name + "' comes later");
-  bool number = field->mark == Mark::Length || (scalarOf(field->what) && field->often.end == kL3NoList);
-  if (!number) refuse(row.place, "'" + name + "' is no number");
+  checkNumber(row, *field, name);
 }
 
 // The same for a count, whose field may also be one of the record around (`..n`). That record is half decoded when the
@@ -52,8 +60,7 @@ static void checkCount(const Type& type, const Row& row, const Count& count)
   if (!field) refuse(row.place, "'" + name + "' is no element of the record around this one");
   if (rowNamed(*around, name.substr(0, name.find('.'))) - around->rows.data() >= static_cast<long>(type.aroundRows))
     refuse(row.place, "'" + name + "' comes later");
-  if (field->mark != Mark::Length && (!scalarOf(field->what) || field->often.end != kL3NoList))
-    refuse(row.place, "'" + name + "' is no number");
+  checkNumber(row, *field, name);
 }
 
 // Two alternatives with a value in common, `| 0..2 x` and `| 2 y`, could not be told apart. `else` takes all that is
@@ -97,7 +104,6 @@ static void checkBits(const Type& type, const Row& element)
   std::string name = what.count.field;
   const Row* field = findField(*holderOf(type, name), name);
   unsigned bits = field->mark == Mark::Length ? field->number : scalarOf(field->what)->bits;
-  bits = std::min(bits, 32U); // no string has more bits than that, and 1 << 64 is no number
   // With a minus the most is the constant itself, where the field is 0.
   int64_t most = what.count.sign > 0 ? (1LL << bits) - 1 + what.count.bias : what.count.bias;
   if (!what.count.sizes.empty()) return;
