@@ -1,21 +1,26 @@
-// The half of the direct coders that decoding and encoding share.
+// The half of the direct coders that decoding and encoding share: which types can have one, where in its octet each
+// type begins and ends, and the C++ expressions for members, conditions and ranges. direct.h describes what is written.
 #include "direct.h"
 
 #include <algorithm>
 
 namespace l3gen {
 
+// Numbers that one load can serve. Bits relative to the padding are left to the walk, which knows the place in the
+// octet.
 static bool fits(const Scalar& scalar)
 {
   return scalar.kind != WhatKind::Unary && !scalar.padded && scalar.bits <= 56;
 }
 
+// The ways to end a list that the writers know.
 static bool ends(const Often& often)
 {
   return often.end == kL3NoList || often.end == kL3WhileRoom || often.end == kL3Times || often.end == kL3MoreBit ||
          often.end == kL3WhileExt;
 }
 
+// The contents that the writers know. Strings in an array (`max`) are fine, bit strings in one are not.
 static bool whatFits(const What& what)
 {
   switch (what.kind) {
@@ -36,9 +41,11 @@ static bool whatFits(const What& what)
   }
 }
 
-// Every form that the writers know is named here: a new one is left to the walk until they know it.
+// Every form that the writers know is named here; a type with any other is left to the walk, which is right if not as
+// fast. So a new form of row needs no change in the direct coders.
 static bool rowFits(const Row& row)
 {
+  // Quirk words that the writers heed, or that change nothing for them.
   static const std::vector<std::string> words = {"name-as", "untagged", "full-length", "zero-widens", "iei-again"};
   for (auto& [word, value] : row.words)
     if (std::find(words.begin(), words.end(), word) == words.end()) return false;
@@ -47,6 +54,8 @@ static bool rowFits(const Row& row)
   return known && row.mark != Mark::Tail && row.mark != Mark::Padding && row.mark != Mark::EndLength;
 }
 
+// Numbers need none: they are part of what holds them. Counted types would need the count as an argument, and parts
+// that count by a field of the record around need the walk to find it (Type::lends).
 bool hasDirect(const Type& type)
 {
   bool kind = type.kind == Kind::Record || type.kind == Kind::Message || type.kind == Kind::Pdu ||
@@ -55,11 +64,13 @@ bool hasDirect(const Type& type)
   return std::all_of(type.rows.begin(), type.rows.end(), rowFits);
 }
 
+// The coders of such a form are by hand and call what is generated for its body, l3DirectDecBody_... .
 bool hasBodyDirect(const Type& type)
 {
   return type.kind == Kind::Pdu && type.directByHand;
 }
 
+// `type A B`: A's value is a B, and B's coders do for it.
 static bool isAlias(const Type& type)
 {
   if (type.kind != Kind::Bare || type.rows.size() != 1 || !type.decodeFile.empty() || !type.encodeFile.empty())
@@ -73,12 +84,15 @@ const Type& aliased(const Type& type)
   return isAlias(type) ? aliased(*type.rows[0].what.type) : type;
 }
 
+// A length of whole octets in front: what stands behind it ends at an octet, whatever it is.
 static bool hasLength(const Type& type)
 {
   if (type.rows.empty() || type.rows[0].mark != Mark::Length) return false;
   return !type.rows[0].countsBits && !type.rows[0].fromOctet && type.rows[0].number % 8 == 0;
 }
 
+// Messages, forms and elements with a length begin with an octet. A type that is reached at different places begins
+// anywhere; if it has whole octets, its coders are written for an octet's start, and other places are left to the walk.
 int beginsAt(const Type& type)
 {
   if (type.kind == Kind::Message || type.kind == Kind::Pdu || hasLength(type) || type.beginsAt == Type::kNotReached)
@@ -90,6 +104,7 @@ int beginsAt(const Type& type)
 
 DirectWriter::DirectWriter(const Type& t) : type(t), used(l3gen::beginsAt(t)) {}
 
+// By the best that is known: what `ends N` says, a length in front, where the type's coder ends, or its size in bits.
 void DirectWriter::movedOver(const Type& named)
 {
   const Type& t = aliased(named);
@@ -115,8 +130,9 @@ void DirectWriter::reached(Type& named) const
     type->beginsAt = -1;
 }
 
-// Every type is taken to end with an octet until a way through it shows another place: all are gone through anew until
-// nothing changes. Where a type is reached is noted on the way.
+// Where a type ends depends on where the types in it end, and where it begins on those that hold it. So every type is
+// first taken to end with an octet, and all are gone through anew until nothing changes: each pass writes all coders,
+// whose writers note where types are reached (reached) and where they end.
 void layOutOctets(Model& model)
 {
   for (bool changed = true; changed;) {
@@ -125,6 +141,7 @@ void layOutOctets(Model& model)
       if (!hasDirect(*type)) continue;
       int began = beginsAt(*type), end = decodeEndsAt(*type, 0);
       if (began) decodeEndsAt(*type, began), encodeEndsAt(*type, began);
+      // Both directions have to end alike, since one `endsAt` serves both.
       if (end != encodeEndsAt(*type, 0)) end = -1;
       changed = changed || end != type->endsAt || began != beginsAt(*type);
       type->endsAt = end;
@@ -132,6 +149,7 @@ void layOutOctets(Model& model)
   }
 }
 
+// Reckoned for an entry that begins with an octet, the only place from which Type::endsAt is known.
 bool keepsPlace(const What& what)
 {
   if (what.kind == WhatKind::Octets || what.kind == WhatKind::Text) return true;
@@ -143,6 +161,8 @@ bool keepsPlace(const What& what)
   return trial.used == 0;
 }
 
+// Types without direct coders, or with a coder by hand in this direction, go through the engine in the middle of the
+// trial. Behind `plain by hand` the engine asks the file first whether the rows are enough (l3DirectPlain).
 std::string directCall(const Type& named, const std::string& pointer, bool encoder)
 {
   const Type& type = aliased(named);
@@ -171,7 +191,8 @@ std::vector<const Row*> optionRows(const Type& type)
   return rows;
 }
 
-// A record of fixed fields alone, whatever records they stand in.
+// A record of plain numbers alone, itself or through records of that kind. It has no presence bits to clear and nothing
+// to give up for but the numbers' values, so its leaves can stand in the coder of what holds it.
 static bool isFlat(const Type& type)
 {
   const Type& t = aliased(type);
@@ -186,6 +207,7 @@ static bool isFlat(const Type& type)
   });
 }
 
+// For a number one leaf, for a flat record those of its rows, else none.
 std::vector<Leaf> leavesOf(const What& what, const std::optional<Range>& range, const std::string& member)
 {
   if (auto scalar = scalarOf(what)) {
@@ -219,6 +241,7 @@ unsigned bitsOf(const std::vector<Leaf>& leaves)
   return bits;
 }
 
+// Ends where a field would begin with a new octet: that octet may be missing while this one is there.
 size_t sharedOctet(const DirectWriter& w, const std::vector<const Row*>& rows, size_t at, std::vector<Leaf>& leaves)
 {
   size_t end = at;
@@ -233,6 +256,7 @@ size_t sharedOctet(const DirectWriter& w, const std::vector<const Row*>& rows, s
   return end - at < 2 ? at : end;
 }
 
+// A leaf has at most 56 bits (fits), so each fits into a piece.
 std::vector<std::vector<Leaf>> pieces(const std::vector<Leaf>& leaves)
 {
   std::vector<std::vector<Leaf>> out;
@@ -243,12 +267,14 @@ std::vector<std::vector<Leaf>> pieces(const std::vector<Leaf>& leaves)
   return out;
 }
 
+// A type that is one thing is `r` itself; a nameless choice has t and u in `r`.
 std::string memberOf(const Type& type, const Row& row)
 {
   bool bare = type.kind == Kind::Bare || type.has("bare");
   return bare ? "r" : row.member.empty() ? "r" : "r." + row.member;
 }
 
+// As a number of 32 bits: fields that select, count or are tested have no more (checkNumber in check.cpp).
 std::string fieldOf(const Type& type, const std::string& name)
 {
   std::string path = "r";
@@ -256,6 +282,9 @@ std::string fieldOf(const Type& type, const std::string& name)
   return "static_cast<uint32_t>(" + path + ")";
 }
 
+// A term of a condition: true if the field has one of the values. `a=1,4..6` gives
+//
+//   (!(static_cast<uint32_t>(r.a) != 1U) || !(static_cast<uint32_t>(r.a) - 4U > 2U))
 static std::string termOf(const Type& type, const Term& term)
 {
   std::string any, field = fieldOf(type, term.field);
@@ -271,6 +300,7 @@ std::string conditionOf(const Type& type, const Row& row)
   return all.empty() ? "true" : all;
 }
 
+// Several fields are joined bit by bit in their order: (a << 3 | b) for a field b of 3 bits on the wire.
 std::string selectorOf(const Type& type, const What& what)
 {
   std::string out;
@@ -282,6 +312,7 @@ std::string selectorOf(const Type& type, const What& what)
   return out;
 }
 
+// One comparison of unsigned numbers: below lo, the difference wraps around and is above hi - lo as well.
 std::string outside(const Range& range, const std::string& value)
 {
   const char* v = value.c_str();
@@ -301,6 +332,7 @@ std::string outside(const Scalar& scalar, const std::optional<Range>& range, con
   return out + "!l3IsMember(l3enum_" + scalar.named->full + ", " + value + ")";
 }
 
+// The values of an alternative, `case 1U:` or `case 4U ... 6U:`, or `default:`.
 std::string casesOf(const Row& alternative)
 {
   if (alternative.other) return "default:\n";
@@ -322,6 +354,7 @@ bool ownBits(const Row& row)
   return row.given == kL3GivenMore && (list || row.often.end == kL3WhileExt);
 }
 
+// `case` and `default` stand one step further out than what is in them.
 std::string indented(const std::string& lines)
 {
   std::string out;

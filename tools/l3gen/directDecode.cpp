@@ -1,20 +1,25 @@
-// Writing of the direct decoders.
+// Writing of the direct decoders, l3DirectDec_...: one function for each form of content and of row, which the
+// templates in direct.h call. A decoder returns the cursor behind the value, or kL3GaveUp at the first octet that is
+// not plainly right. It stores into the record as it goes; what it has stored means nothing once it has given up.
 #include "direct.h"
 
 namespace l3gen {
 
-// Regions are numbered as they come; each remembers where in its octet it begins, and so ends.
+// A writer with the length regions that are open in the code so far. They are numbered as they come (outer0, outer1);
+// each keeps the bits that are used of its octet where it begins, and therefore where it ends.
 struct DecodeWriter : DirectWriter {
   static constexpr bool kEncoder = false;
   std::vector<int> regions;
   using DirectWriter::DirectWriter;
 };
 
+// Sets octets to 0. The count is a template argument, so that the compiler knows it: it need not be a literal.
 static std::string clear(const std::string& at, const std::string& octets)
 {
   return "l3Clear<" + octets + ">(" + at + ");";
 }
 
+// Reads so many bits into `w`: by l3TakeAt where the place in the octet is known, else by l3Take.
 static void take(DecodeWriter& w, unsigned bits)
 {
   w.giveUpIf(w.used < 0 ? format("!l3Take<%u>(in, pos, end, w)", bits)
@@ -22,6 +27,13 @@ static void take(DecodeWriter& w, unsigned bits)
   w.moved(bits);
 }
 
+// One load for each piece, and for each leaf its bits from the top down. Two leaves of 4 bits, the second an
+// enumeration:
+//
+//   if (!l3TakeAt<8, 0>(in, pos, end, w)) return kL3GaveUp;
+//   l3Set(r.a, (w >> 4 & 15U));
+//   if (!l3IsMember(l3enum_T_E, (w & 15U))) return kL3GaveUp;
+//   l3Set(r.b, (w & 15U));
 static void leafRun(DecodeWriter& w, const std::vector<Leaf>& leaves)
 {
   for (auto& piece : pieces(leaves)) {
@@ -49,6 +61,7 @@ static std::string count(DecodeWriter& w, const What& what)
   return n;
 }
 
+// An array in the record is copied into, a string on the heap is allocated; both only at an octet's start.
 static void octets(DecodeWriter& w, const What& what, const std::optional<Range>& range, const std::string& member)
 {
   if (what.from == kL3Fixed) {
@@ -68,6 +81,7 @@ static void octets(DecodeWriter& w, const What& what, const std::optional<Range>
   w.line("l3Set(" + member + ".numocts, " + n + ");");
 }
 
+// All bits to the end of the region, on the heap: other bit strings are left to the walk (whatFits).
 static void bitString(DecodeWriter& w, const std::string& member)
 {
   w.used = -1;
@@ -85,6 +99,7 @@ static void text(DecodeWriter& w, const What& what, const std::optional<Range>& 
   w.line("pos += " + n + " * 8;");
 }
 
+// The number that selects, as a new variable. Bits that are only looked at (peek) are given back to the cursor.
 static void readSelector(DecodeWriter& w, const What& what, const std::string& value)
 {
   if (what.select == kL3SelectFields) return w.line("uint32_t " + value + " = " + selectorOf(w.type, what) + ";");
@@ -98,6 +113,8 @@ static void readSelector(DecodeWriter& w, const What& what, const std::string& v
          (what.select == kL3SelectPeek ? format(" & %uU;", what.mask) : ";"));
 }
 
+// A switch over the selector. Each case sets t and codes its alternative; what no case takes gives up. A record is
+// cleared first, because its presence bits and counts are set one by one.
 static void choice(DecodeWriter& w, const What& what, const std::string& member)
 {
   std::string value = w.fresh("choice"), place = what.untagged ? member : member + ".u";
@@ -113,8 +130,13 @@ static void choice(DecodeWriter& w, const What& what, const std::string& member)
   });
 }
 
-// The entries of inline lists in a record, wherever they stand outside of unions: a new message is cleared around them,
-// since of 15 KB some hundred octets remain. Each is left out by what is cleared up to it.
+// Clears a new message, but for the entries of inline lists in it: of 15 KB some hundred octets remain. The entries
+// that are decoded are cleared one by one. Entries in unions are not looked for. `from` is how far the message is
+// cleared, as an expression; for a list `l` of entries at offset 40 that has 800 octets the text is, with offsetof for
+// the numbers
+//
+//   l3Clear<40 - (0)>(octets + (0));
+//   l3Clear<sizeof(T_M) - (40 + 800)>(octets + (40 + 800));
 static void clearAround(DecodeWriter& w, const Type& named, const std::string& path, const std::string& root,
                         std::string& from)
 {
@@ -133,6 +155,7 @@ static void clearAround(DecodeWriter& w, const Type& named, const std::string& p
   }
 }
 
+// Storage for a message on the context's heap, which is freed again if the trial is given up.
 static void newMessage(DecodeWriter& w, const Type& type)
 {
   const char* f = type.full.c_str();
@@ -143,6 +166,7 @@ static void newMessage(DecodeWriter& w, const Type& type)
   w.line(clear("octets + (" + from + ")", format("sizeof(%s) - (%s)", f, from.c_str())));
 }
 
+// A switch over discriminator and message type, as one number if there are both: 126 << 16 | 0x41.
 static void body(DecodeWriter& w, const What& what, const std::string& member)
 {
   std::string message = fieldOf(w.type, what.fields.back());
@@ -170,7 +194,8 @@ static void body(DecodeWriter& w, const What& what, const std::string& member)
   w.line("}");
 }
 
-// One entry of a list, counted by `n`; it never stands still where the region alone ends the list.
+// One entry of a list, counted by `n`. An entry that takes no octets would be read for ever where the region alone ends
+// the list, so the decoder gives up if the cursor stands still; numbers always move it.
 static void entry(DecodeWriter& w, const What& what, const Often& often, const std::optional<Range>& range,
                   const std::string& member, const std::string& n)
 {
@@ -190,6 +215,7 @@ static void entry(DecodeWriter& w, const What& what, const Often& often, const s
   w.line("++" + n + ";");
 }
 
+// The head of the loop, by how the list ends. Behind `more-bit` the list also ends with the input.
 static std::string loopHead(DecodeWriter& w, const Often& often, const std::string& n)
 {
   switch (often.end) {
@@ -206,6 +232,7 @@ static std::string loopHead(DecodeWriter& w, const Often& often, const std::stri
   }
 }
 
+// After the entries their count is tested and stored. Heap lists grow as entries come, and the surplus is given back.
 static void list(DecodeWriter& w, const What& what, const Often& often, const std::optional<Range>& range,
                  const std::string& member)
 {
@@ -214,6 +241,7 @@ static void list(DecodeWriter& w, const What& what, const Often& often, const st
   if (!often.bounded()) w.line("size_t room" + n + " = 0;");
   w.line(loopHead(w, often, n));
   bool led = often.end == kL3MoreBit || often.end == kL3WhileExt;
+  // From the second entry on the place is known only if each entry ends where it began.
   if (led || !keepsPlace(what)) w.used = -1;
   int before = w.used;
   entry(w, what, often, range, member, n);
@@ -227,6 +255,8 @@ static void list(DecodeWriter& w, const What& what, const Often& often, const st
   w.line(format("l3DirectCut(source, reinterpret_cast<void**>(&%s.elem), %s, room%s, sizeof *%s.elem);", m, c, c, m));
 }
 
+// Reads a length and opens its region: `end` is drawn in, and the old one kept in outerN. A region that goes beyond the
+// one around it gives up.
 static void length(DecodeWriter& w, const Row& row)
 {
   take(w, row.number);
@@ -240,6 +270,7 @@ static void length(DecodeWriter& w, const Row& row)
   w.regions.push_back(row.fromOctet ? 0 : row.countsBits ? -1 : w.used);
 }
 
+// Sets the presence bit of the row, and that of its group.
 static void mark(DecodeWriter& w, const Row& row)
 {
   if (row.mBit < 0) return;
@@ -255,6 +286,15 @@ static std::string guard(const DecodeWriter& w, const Row& row)
   return "pos < end" + (given.empty() ? "" : " && " + given);
 }
 
+// A row that is there on a condition, behind a bit, or both:
+//
+//   if (pos < end && cond) {                            room, if or when, or more: !ext
+//     if (!l3TakeAt<1, 0>(in, pos, end, w)) return kL3GaveUp;      0/1: its bit
+//     if (w) {
+//       ...                                             the content
+//       r.m.xPresent = 1;
+//     }
+//   }
 static void conditional(DecodeWriter& w, const Row& row)
 {
   std::string test = guard(w, row);
@@ -273,6 +313,7 @@ static void conditional(DecodeWriter& w, const Row& row)
     w.line("}");
     w.maybeFrom(led);
   }
+  // The rest of the extension group: octets that a later edition has added are passed over.
   if (row.extLast) w.line("while (!ext) {\nif (!l3Take<8>(in, pos, end, w)) return kL3GaveUp;\next = w >> 7;\n}");
   w.line("}");
   if (!always) w.maybeFrom(before);
@@ -294,6 +335,7 @@ static bool roomRun(DecodeWriter& w, const std::vector<const Row*>& rows, size_t
   return true;
 }
 
+// `barred` keeps all later groups out once one has not fitted.
 static void enterRelease(DecodeWriter& w, const std::string& mark, const Row& row)
 {
   w.line(format("if (l3Enter(in, end - pos, %u, %u, barred)) {", row.number, row.fit));
@@ -318,6 +360,8 @@ static bool readsAll(const Type& type)
   return last.plain() && last.often.end == kL3NoList && string && last.what.from == kL3Rest && !last.what.max;
 }
 
+// From the innermost region outwards: the cursor goes to the region's end, and `end` back to that of the one around. If
+// elements are to be kept that no row knows, the walk has to do it.
 static void closeLengths(DecodeWriter& w)
 {
   bool surplus = !readsAll(w.type);
@@ -330,8 +374,18 @@ static void closeLengths(DecodeWriter& w)
   }
 }
 
-// The elements of one IEI in their order: the first whose turn has not passed; out of its turn the last one's form
-// tells how to pass over it.
+// The elements of one IEI, in their order: the first whose turn has not passed takes the octets. If all have passed,
+// the form of the last one tells how the octets are passed over. For one element:
+//
+//   case 0x12:
+//     if (order < 3) {
+//       order = 3;
+//       ...                                             the content
+//       r.m.xPresent = 1;
+//     } else if (l3DirectKeeps(in) || !l3SkipLength(in, pos, end)) {
+//       return kL3GaveUp;
+//     }
+//     break;
 static void option(DecodeWriter& w, const std::vector<const Row*>& options, size_t first)
 {
   const Row& row = *options[first];
@@ -361,6 +415,9 @@ static void option(DecodeWriter& w, const std::vector<const Row*>& options, size
   w.line("break;");
 }
 
+// The loop over the optional elements of a message. The high half of an octet is looked at first: if it is a half-octet
+// IEI the cursor moves by 4 bits and the value is in the lower half. `order` is the last element that was taken, from
+// 1; an element out of its turn is passed over. What has no case is unknown and is passed over by the general rule.
 static void options(DecodeWriter& w)
 {
   auto all = optionRows(w.type);
@@ -393,6 +450,7 @@ static void options(DecodeWriter& w)
   w.line("}\n}");
 }
 
+// The head of a coder, and the variables that all its lines use.
 static void begin(DecodeWriter& w, const char* stem)
 {
   const char* f = w.type.full.c_str();
@@ -413,6 +471,7 @@ std::string decodeDirect(const Type& type)
   if (type.hasStandard() && !type.onlyEnds())
     w.line(
         format("if (l3DirectStandard(in)) return l3DirectType(source, pos, end, l3_%s, record);", type.full.c_str()));
+  // All places in the octet that follow are reckoned from here, so a call from elsewhere must not go on.
   if (w.used >= 0) w.giveUpIf(w.used ? format("(pos & 7) != %d", w.used) : "pos & 7");
   if (type.mBits) w.line(clear("&r", std::to_string((type.mBits + 7) / 8)));
   // An early return comes before them.

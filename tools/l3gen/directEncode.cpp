@@ -1,15 +1,19 @@
-// Writing of the direct encoders.
+// Writing of the direct encoders, l3DirectEnc_...: the mirror of directDecode.cpp, function by function. An encoder
+// returns the cursor behind the value, or kL3GaveUp if there is no room, a value does not fit its bits or bounds, or a
+// pointer is null where octets should be. What it has written by then is written over by the walk.
 #include "direct.h"
 
 namespace l3gen {
 
-// With the lengths that are still open.
+// A writer with the lengths that are still open. Their place in the octets is filled with 0 and written over when what
+// they count is complete.
 struct EncodeWriter : DirectWriter {
   static constexpr bool kEncoder = true;
   std::vector<const Row*> open;
   using DirectWriter::DirectWriter;
 };
 
+// Writes the value's lower bits at the cursor.
 static void put(EncodeWriter& w, unsigned bits, const std::string& value)
 {
   std::string place = w.used < 0 ? format("l3Put<%u>", bits) : format("l3PutAt<%u, %d>", bits, w.used);
@@ -17,7 +21,8 @@ static void put(EncodeWriter& w, unsigned bits, const std::string& value)
   w.moved(bits);
 }
 
-// A member as the unsigned number that is written; what its width does not hold is gathered in `over`.
+// Puts one leaf below those before it in `w`. The bits of a member that its width does not hold are gathered in `over`,
+// so that one test serves all leaves of a piece.
 static void leafValue(EncodeWriter& w, const Leaf& leaf)
 {
   unsigned bits = leaf.scalar.bits;
@@ -29,6 +34,15 @@ static void leafValue(EncodeWriter& w, const Leaf& leaf)
   w.line(format("w = w << %u | v;", bits));
 }
 
+// Two leaves of 4 bits:
+//
+//   w = over = 0;
+//   v = l3Number(r.a);
+//   over |= v >> 4;
+//   w = w << 4 | v;
+//   ...                                                 the same for r.b
+//   if (over) return kL3GaveUp;
+//   if (!l3PutAt<8, 0>(data, pos, end, w)) return kL3GaveUp;
 static void leafRun(EncodeWriter& w, const std::vector<Leaf>& leaves)
 {
   for (auto& piece : pieces(leaves)) {
@@ -57,6 +71,7 @@ static void octets(EncodeWriter& w, const What& what, const std::optional<Range>
   }
   w.used = 0; // whole octets alone are written directly
   w.giveUpIf("!l3PutOctets(data, pos, end, " + member + ".data, " + n + ")");
+  // Nothing may follow in this container: a decoder would take it for more of these octets.
   if (what.from == kL3Rest) w.line("sink.tail = true;");
 }
 
@@ -67,6 +82,8 @@ static void bitString(EncodeWriter& w, const std::string& member)
   w.line("pos += " + member + ".numbits;");
 }
 
+// A null pointer is an empty text. Labels take an octet more than the text has: dots become lengths, and one is in
+// front.
 static void text(EncodeWriter& w, const What& what, const std::optional<Range>& range, const std::string& member)
 {
   std::string n = w.fresh("n"), t = w.fresh("text");
@@ -81,6 +98,7 @@ static void text(EncodeWriter& w, const What& what, const std::optional<Range>& 
   w.go("l3DirectPutText(sink, pos, " + t + ", " + (what.labels ? "true" : "false") + ")");
 }
 
+// By the selecting fields where there are any, since they are what a decoder will see; else by t.
 static void choice(EncodeWriter& w, const What& what, const std::string& member)
 {
   bool fields = what.select == kL3SelectFields;
@@ -94,6 +112,7 @@ static void choice(EncodeWriter& w, const What& what, const std::string& member)
   });
 }
 
+// By t, whatever the message type in the header says.
 static void body(EncodeWriter& w, const What& what, const std::string& member)
 {
   w.line("switch (" + member + ".t) {");
@@ -113,6 +132,7 @@ static void body(EncodeWriter& w, const What& what, const std::string& member)
   w.line("}");
 }
 
+// More than 255 entries are left to the walk, as are entries without an array.
 static void list(EncodeWriter& w, const What& what, const Often& often, const std::optional<Range>& range,
                  const std::string& member)
 {
@@ -135,6 +155,7 @@ static void list(EncodeWriter& w, const What& what, const Often& often, const st
   if (often.end == kL3MoreBit) put(w, 1, "0");
 }
 
+// The test by which an element is encoded: its condition for `when`, else its presence bit, and its group's.
 static std::string present(const EncodeWriter& w, const Row& row)
 {
   if (row.given == kL3GivenWhen) return conditionOf(w.type, row);
@@ -150,6 +171,7 @@ static std::string extension(const EncodeWriter& w, const Row& row)
   return row.extLast || next.given != kL3GivenMore ? "1" : "!(" + present(w, next) + ")";
 }
 
+// A leading bit is written in any case, all else only if the element is there.
 static void conditional(EncodeWriter& w, const Row& row)
 {
   bool bit = row.lead == kL3LeadBit, ext = row.lead == kL3LeadExt;
@@ -196,6 +218,7 @@ static void enterRelease(EncodeWriter& w, const std::string& mark, const Row&)
 
 static void leaveRelease(EncodeWriter&) {}
 
+// Writes the length over its place and stores it into the record, as the walk does.
 static void closeLength(EncodeWriter& w)
 {
   const Row& row = *w.open.back();
@@ -213,6 +236,7 @@ static void closeLengths(EncodeWriter& w)
   while (!w.open.empty()) closeLength(w);
 }
 
+// Each optional element that is there: its IEI and its value. Behind octets to the end of the message none is written.
 static void options(EncodeWriter& w)
 {
   for (auto* row : optionRows(w.type)) {
@@ -226,6 +250,7 @@ static void options(EncodeWriter& w)
   }
 }
 
+// The head of a coder, and the variables that all its lines use: `v` is one value, `w` those that are stored together.
 static void begin(EncodeWriter& w, const char* stem)
 {
   const char* f = w.type.full.c_str();

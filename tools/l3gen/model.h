@@ -322,7 +322,7 @@ struct Type {
   bool directByHand = false;
   // `private`: redaction overwrites it.
   bool isPrivate = false;
-  // `plain by hand`: the file tells which messages of the form its rows alone can code.
+  // `plain by hand`: the file tells when a value needs nothing but its rows (L3Plain).
   bool plainByHand = false;
   // Quirk words without their `!`. The generator puts two in itself: "bare" for `message ... is`, which has no record
   // around its only element, and "no-sample" for parts of other types (markParts).

@@ -105,8 +105,8 @@ static Row scalarRow(const Type& type)
   return row;
 }
 
-// L3TypeFlags. The last two say that a whole call may begin with the direct coder, without names and regions; of a form
-// by hand that is so if its body has direct coders or if its file tells what is plain.
+// L3TypeFlags. The last two say that a whole call may begin with the direct coder, without names and regions; of a type
+// by hand that is so if it is a form whose body has direct coders, or if its file tells what is plain.
 static std::string typeFlags(const Type& type)
 {
   std::string flags = "0";
