@@ -1,23 +1,31 @@
 // The sample walk: a value of a type with every element present that can be, such that it encodes and decodes to
-// itself. The walk keeps count of the bits that the value will take on the wire, for lengths bound it: what no longer
-// fits stays absent, and a string or list is drawn out where an element must have a least length.
+// itself. Callers get it as a template to edit (`velnor3gpp template`), and tests as a value of every type.
+//
+// The walk goes over the rows as an encoder would and keeps count of the bits that the value will take on the wire,
+// since lengths bound it: what no longer fits stays absent, and a string or list is drawn out where an element must
+// have a least length. What other elements depend on is settled in l3SampleFields.cpp; what an element holds stands in
+// l3SampleMembers.cpp.
 #include "rt3gppsrc/engine/l3Engine.h"
 #include "rt3gppsrc/engine/l3SampleWalk.h"
 
+// Types within types. Deeper ones fail; no type comes near.
 static constexpr unsigned kMaxDepth = 64;
+// Lengths inside lengths, as l3gen bounds them.
 static constexpr unsigned kMaxRegions = 4;
 
+// Does a bit in front of the element tell whether it is there?
 static bool isOptBit(const L3Row& row)
 {
   return l3Traits(row.lead).optional;
 }
 
+// Does an extension bit lead it?
 static bool isExt(const L3Row& row)
 {
   return row.lead == kL3LeadExt;
 }
 
-// Can the element be there, by what has been decided before it?
+// Can the element be there, by what has been decided before it? A condition is made to hold if its fields are free.
 static bool mayBePresent(L3SampleRecord& sample, const L3Row& row)
 {
   if (row.room && sample.closed) return false;
@@ -30,24 +38,28 @@ static bool mayBePresent(L3SampleRecord& sample, const L3Row& row)
     case kL3GivenWith:
       return l3HasBit(sample.record, row.mBit);
     case kL3ByHand:
-      return sample.type.flags & kL3IsPdu; // the security header
+      // Elements that only coders by hand set stay out, but for the security header of a form.
+      return sample.type.flags & kL3IsPdu;
     default:
       return true;
   }
 }
 
+// The bits in front of an element. A `while-ext` list counts its own.
 static size_t leadBits(const L3Row& row)
 {
   bool bit = isOptBit(row) || (isExt(row) && !(row.flags & kL3ExtList));
   return bit ? 1 : 0;
 }
 
+// Takes a presence bit back.
 static void clearBit(uint8_t* record, uint16_t bit)
 {
   if (bit != kL3NoBit) record[bit >> 3] = static_cast<uint8_t>(record[bit >> 3] & ~(1U << (bit & 7)));
 }
 
-// Leaves an element out: what would follow it in the region or group cannot be there either.
+// Leaves an element out, with `before` the bits in front of it. What would follow it in the region or in its extension
+// group cannot be there either.
 static void leaveOut(L3SampleWalk& walk, L3SampleRecord& sample, const L3Row& row, size_t before)
 {
   walk.bits = before + (isOptBit(row) ? 1 : 0);
@@ -56,7 +68,8 @@ static void leaveOut(L3SampleWalk& walk, L3SampleRecord& sample, const L3Row& ro
   if (isExt(row)) sample.extClosed = true;
 }
 
-// A message's security header repeats the discriminator of the plain header behind it.
+// A message's security header repeats the discriminator of the plain header behind it (TS 24.501, 9.1.1): both have the
+// same enumeration, by which they are found.
 static void repeatDiscriminator(const L3SampleRecord& sample, const L3Row& header)
 {
   const L3Row* plain = nullptr;
@@ -69,6 +82,7 @@ static void repeatDiscriminator(const L3SampleRecord& sample, const L3Row& heade
               l3Load(sample.record + plain->offset, plain->store));
 }
 
+// One row. An element that can be left out is, if it does not fit into the region around it any more.
 static void sampleRow(L3SampleWalk& walk, L3SampleRecord& sample, const L3Row& row, size_t before)
 {
   if (!mayBePresent(sample, row)) {
@@ -80,6 +94,7 @@ static void sampleRow(L3SampleWalk& walk, L3SampleRecord& sample, const L3Row& r
   bool closed = sample.closed;
   l3SampleElement(walk, sample, row);
   if (row.given == kL3ByHand) repeatDiscriminator(sample, row);
+  // A mandatory element stays, whatever the region says.
   if (row.mBit == kL3NoBit) return;
   if (walk.bits > walk.limit) {
     sample.closed = closed;
@@ -89,7 +104,8 @@ static void sampleRow(L3SampleWalk& walk, L3SampleRecord& sample, const L3Row& r
   if (row.groupBit != kL3NoBit) l3SetBit(sample.record, row.groupBit);
 }
 
-// A release group is there whole or not at all, and so are the groups behind it; its row stands before its members'.
+// A release group is there whole or not at all, and without it the groups behind it are not there either. Its row
+// stands before its members' rows.
 static void sampleRelease(L3SampleWalk& walk, L3SampleRecord& sample, const L3Row& group)
 {
   size_t before = walk.bits;
@@ -103,13 +119,14 @@ static void sampleRelease(L3SampleWalk& walk, L3SampleRecord& sample, const L3Ro
   for (const L3Row* row = &group; row < end; ++row) clearBit(sample.record, row->mBit);
 }
 
-// The region of a length: where it began and how long it may be.
+// The region of a length: where its content begins, in bits, and what bounded the content around it.
 struct SampleRegion {
   const L3Length* info;
   size_t start;
   size_t outer; // the limit of what lies around it
 };
 
+// The most octets or bits that the length can say.
 static size_t mostOf(const L3Length& info)
 {
   size_t most = l3MaxOfBits(info.bits) + info.bias;
@@ -117,6 +134,7 @@ static size_t mostOf(const L3Length& info)
   return info.ranged && info.hi < most ? info.hi : most;
 }
 
+// From here on nothing may grow beyond what the length can say.
 static SampleRegion openRegion(L3SampleWalk& walk, const L3Length& info)
 {
   walk.bits += info.bits;
@@ -131,6 +149,7 @@ static SampleRegion openRegion(L3SampleWalk& walk, const L3Length& info)
 static size_t closeRegion(L3SampleWalk& walk, const SampleRegion& region)
 {
   const L3Length& info = *region.info;
+  // An encoder fills the last octet.
   if (info.unitBits == 8) walk.bits = (walk.bits + 7) / 8 * 8;
   size_t least = ((info.ranged ? info.lo : 0) + info.bias) * size_t{info.unitBits};
   size_t length = walk.bits - region.start;
@@ -138,6 +157,7 @@ static size_t closeRegion(L3SampleWalk& walk, const SampleRegion& region)
   return length < least ? (least - length + 7) / 8 : 0;
 }
 
+// The optional elements of a message, each behind its identifier.
 static void sampleOptions(L3SampleWalk& walk, L3SampleRecord& sample, const L3Message& message)
 {
   for (unsigned i = 0; i < message.count && !sample.closed; ++i) {
@@ -149,7 +169,8 @@ static void sampleOptions(L3SampleWalk& walk, L3SampleRecord& sample, const L3Me
   }
 }
 
-// One pass over the record; tells the octets that it is too short by.
+// One pass over the record. Returns how many octets its regions lack, at most; `closed` tells whether the record takes
+// all that is left of the region around it.
 static size_t samplePass(L3SampleWalk& walk, L3SampleRecord& sample, bool& closed)
 {
   const L3Type& type = sample.type;
@@ -180,13 +201,15 @@ static size_t samplePass(L3SampleWalk& walk, L3SampleRecord& sample, bool& close
   return lack;
 }
 
-// A form's message decides its header, so it is settled before the header's rows.
+// A form's message decides its header, so it is settled before the header's rows are.
 static void settleBodies(L3SampleRecord& sample)
 {
   for (const L3Row* row = sample.type.rows; row < sample.type.rows + sample.type.rowCount; ++row)
     if (row->op == kL3Body) l3SettleBody(sample, *static_cast<const L3Body*>(row->info));
 }
 
+// Fills a value of the type. Returns whether it takes all that is left of the region around it. A record whose regions
+// come out too short is filled a second time: only a whole pass shows how much its strings and lists have to grow.
 bool l3SampleType(L3SampleWalk& walk, const L3Type& type, uint8_t* value)
 {
   if (l3IsHandText(type)) {
@@ -201,6 +224,7 @@ bool l3SampleType(L3SampleWalk& walk, const L3Type& type, uint8_t* value)
   size_t lack = 0;
   bool closed = false;
   const uint8_t *record = walk.record, *around = walk.around;
+  // Counts may be fields of this record, or of the one around it.
   if (!(type.flags & kL3Bare)) {
     walk.around = walk.record;
     walk.record = value;
@@ -220,6 +244,7 @@ bool l3SampleType(L3SampleWalk& walk, const L3Type& type, uint8_t* value)
   walk.around = around;
   walk.limit = limit;
   if (hasLength) walk.grow = grow;
+  // Coders by hand may want more than the rows say.
   if (type.hand && type.hand->settle && !walk.failed) walk.failed = !type.hand->settle(walk.pctxt, value);
   return closed;
 }

@@ -6,6 +6,8 @@
 
 static constexpr uint8_t kOctets[] = {0x21, 0x43, 0x65, 0x87, 0xA9, 0x10, 0x32, 0x54};
 
+// Cleared storage on the context's heap, never of 0 octets. Without memory the walk is marked as failed, and null
+// returned.
 void* l3SampleRoom(L3SampleWalk& walk, size_t octets)
 {
   void* memory = rtxMemHeapAllocZ(&walk.pctxt->pMemHeap, octets ? octets : 1);
@@ -13,12 +15,13 @@ void* l3SampleRoom(L3SampleWalk& walk, size_t octets)
   return memory;
 }
 
+// Octets that differ from their neighbours, so that a shifted copy shows.
 static void fill(uint8_t* dst, size_t octets)
 {
   for (size_t i = 0; i < octets; ++i) dst[i] = kOctets[i % sizeof kOctets];
 }
 
-// Octets to draw an open element out by, at most `room`.
+// Takes octets from those by which the region's content has to grow (SampleWalk.grow), at most `room`.
 static size_t takeGrowth(L3SampleWalk& walk, size_t room)
 {
   size_t growth = walk.grow < room ? walk.grow : room;
@@ -26,13 +29,14 @@ static size_t takeGrowth(L3SampleWalk& walk, size_t room)
   return growth;
 }
 
+// The value nearest to `value` from lo to hi.
 static size_t clamp(size_t value, size_t lo, size_t hi)
 {
   if (value < lo) value = lo;
   return value > hi ? hi : value;
 }
 
-// Octets of a string on the wire: as near to `wish` as its range and its count field allow.
+// What bounds the octets of a string on the wire.
 struct StringSize {
   L3CountFrom from;
   uint8_t lengthBits;
@@ -40,6 +44,8 @@ struct StringSize {
   size_t lo, hi;
 };
 
+// The octets that a string gets: as near to `wish` as its range and its count field allow. A count field is settled
+// first and then tells; other strings may be drawn out to fill a region up to its least length.
 static size_t sizeString(L3SampleWalk& walk, L3SampleRecord& sample, const StringSize& size, size_t wish)
 {
   size_t hi = size.hi;
@@ -49,22 +55,25 @@ static size_t sizeString(L3SampleWalk& walk, L3SampleRecord& sample, const Strin
     count = clamp(static_cast<size_t>(l3SettleCount(sample, size.field, count, hi)), 0, hi);
   else
     count += takeGrowth(walk, hi - count);
+  // It runs to the region's end, so nothing can follow it.
   if (size.from == kL3Rest) sample.closed = true;
   walk.bits += count * 8 + (size.from == kL3OwnLength ? size.lengthBits : 0);
   return count;
 }
 
 // What a count comes to once its field has the least value that gives `wish` or more. A field of the record around has
-// its value already.
+// its value already, and so has a count that the decoder is given.
 static size_t settleCount(L3SampleWalk& walk, L3SampleRecord& sample, const L3Count& count, size_t wish, size_t most)
 {
   if (count.argument) return walk.argument;
   if (count.ofAround) return l3CountBy(count, walk.around);
+  // The formula solved for the field: with `times numElems +1` a wish of 3 entries asks for numElems 2.
   int64_t field = count.sizes ? 1 : (static_cast<int64_t>(wish) - count.bias) * count.sign;
   l3SettleCount(sample, count.field, field < 0 ? 0 : static_cast<uint64_t>(field), most);
   return l3CountBy(count, sample.record);
 }
 
+// A string of octets, of one octet where nothing asks for more.
 static void sampleOctets(L3SampleWalk& walk, L3SampleRecord& sample, const L3Row& row)
 {
   const L3Octets& info = *static_cast<const L3Octets*>(row.info);
@@ -92,7 +101,8 @@ static void sampleOctets(L3SampleWalk& walk, L3SampleRecord& sample, const L3Row
     l3StoreOctets(member, {static_cast<uint32_t>(count), data});
 }
 
-// Bits that a field counts: as few as the field allows, one where it may.
+// Bits that a field counts: as few as the field allows, one where it may. They are all 1, and those behind the last one
+// 0.
 static void sampleCountedBits(L3SampleWalk& walk, L3SampleRecord& sample, const L3Row& row, const L3BitString& info)
 {
   uint8_t* member = sample.record + row.offset;
@@ -102,6 +112,7 @@ static void sampleCountedBits(L3SampleWalk& walk, L3SampleRecord& sample, const 
   walk.bits += count;
   uint8_t* data = info.capBits ? member + info.dataOffset : static_cast<uint8_t*>(l3SampleRoom(walk, count / 8 + 1));
   if (!data) return;
+  // With 3 bits FF << 5 is E0: three 1s on top.
   if (count) data[(count - 1) / 8] = static_cast<uint8_t>(0xFF << (7 - (count - 1) % 8));
   if (info.capBits)
     member[0] = static_cast<uint8_t>(count);
@@ -109,7 +120,8 @@ static void sampleCountedBits(L3SampleWalk& walk, L3SampleRecord& sample, const 
     l3StoreOctets(member, {static_cast<uint32_t>(count), data});
 }
 
-// Bits up to the end of an octet, so that nothing is padded behind them.
+// Bits to the region's end reach to the end of an octet here, so that nothing is padded behind them: padding would be
+// read as more of them.
 static void sampleBits(L3SampleWalk& walk, L3SampleRecord& sample, const L3Row& row)
 {
   const L3BitString& info = *static_cast<const L3BitString*>(row.info);
@@ -135,13 +147,15 @@ static void sampleBits(L3SampleWalk& walk, L3SampleRecord& sample, const L3Row& 
     l3StoreOctets(member, {static_cast<uint32_t>(count), data});
 }
 
+// "internetinternet...". Labels have at most 63 characters (RFC 1035, 2.3.4), so a dot comes after every 59.
 static void writeText(char* text, size_t length, bool labels)
 {
   static const char kText[] = "internet";
   for (size_t i = 0; i < length; ++i) text[i] = labels && i % 60 == 59 ? '.' : kText[i % (sizeof kText - 1)];
 }
 
-// Digits: a network's codes by name, else as many digits of an identity as there is room for with the ending zero.
+// Digits: a network's codes by their names, else as many digits of an identity as there is room for with the ending
+// zero (the test network 001-01).
 static const char* digitsFor(const char* name, size_t room)
 {
   if (name && strcmp(name, "mcc") == 0) return "428";
@@ -149,6 +163,7 @@ static const char* digitsFor(const char* name, size_t room)
   return room > 16 ? "0010101234567890" : "001010123456789";
 }
 
+// The array is filled from the left; what does not fit is left out.
 static void writeDigits(const char* name, char* text, size_t room)
 {
   const char* digits = digitsFor(name, room);
@@ -157,12 +172,14 @@ static void writeDigits(const char* name, char* text, size_t room)
   text[length] = 0;
 }
 
-// Each place of an array but the ending zero takes half an octet on the wire: an MCC and an MNC three octets together.
+// Each place of an array but the ending zero takes half an octet on the wire: an MCC (4 places) and an MNC (4 places)
+// take 24 bits together.
 static size_t digitBits(size_t room)
 {
   return (room - 1) * 4;
 }
 
+// A string type coded by hand: digits, in its own array or on the heap.
 void l3SampleTextType(L3SampleWalk& walk, const L3Type& type, const char* name, uint8_t* value)
 {
   if (l3TextForm(type) == L3TextForm::array) {
@@ -170,7 +187,8 @@ void l3SampleTextType(L3SampleWalk& walk, const L3Type& type, const char* name, 
     walk.bits += (digitBits(type.size) + 7) / 8 * 8;
     return;
   }
-  static constexpr size_t kRoom = 9; // eight digits end with an octet in any packing, and take eight octets at most
+  // Eight digits and the ending zero: they end with an octet in any packing, and take eight octets at most.
+  static constexpr size_t kRoom = 9;
   char* text = static_cast<char*>(l3SampleRoom(walk, kRoom));
   if (!text) return;
   writeDigits(name, text, kRoom);
@@ -178,6 +196,7 @@ void l3SampleTextType(L3SampleWalk& walk, const L3Type& type, const char* name, 
   l3StorePointer(value, text);
 }
 
+// A text that rows code.
 static void sampleText(L3SampleWalk& walk, L3SampleRecord& sample, const L3Row& row)
 {
   const L3Text& info = *static_cast<const L3Text*>(row.info);
@@ -189,6 +208,7 @@ static void sampleText(L3SampleWalk& walk, L3SampleRecord& sample, const L3Row& 
   }
   size_t lo = info.ranged ? info.lo : 0, hi = info.ranged ? info.hi : 0xFF;
   size_t count = sizeString(walk, sample, {info.from, info.lengthBits, info.field, lo, hi}, 8);
+  // On the wire the first label has a length octet more than the text has characters.
   size_t length = info.labels && count ? count - 1 : count;
   char* text = static_cast<char*>(l3SampleRoom(walk, length + 1));
   if (!text) return;
@@ -196,12 +216,13 @@ static void sampleText(L3SampleWalk& walk, L3SampleRecord& sample, const L3Row& 
   l3StorePointer(sample.record + row.offset, text);
 }
 
+// Is it a text that rows do not tell how to code?
 bool l3IsHandText(const L3Type& type)
 {
   return l3TextForm(type) != L3TextForm::none && (type.hand || !type.rowCount);
 }
 
-// How many entries a list begins with; `most` bounds it.
+// How many entries a list begins with, at most `most`. Where a field counts them, it is settled and tells.
 static size_t leastEntries(L3SampleWalk& walk, L3SampleRecord& sample, const L3List& info, size_t most)
 {
   size_t least = clamp(info.ranged ? info.lo : 1, 1, most);
@@ -209,15 +230,18 @@ static size_t leastEntries(L3SampleWalk& walk, L3SampleRecord& sample, const L3L
   return clamp(settleCount(walk, sample, info.times, least, most), 0, most);
 }
 
+// One entry. It is a record of its own for what is settled: fields of one entry say nothing of the next.
 static void sampleEntry(L3SampleWalk& walk, const L3Type& type, const L3List& info, uint8_t* entry)
 {
   const L3Type& entryType = info.elem.type ? *info.elem.type : type;
   L3SampleRecord sample{entryType, entry, {}, 0, false, false};
+  // The bit in front of it.
   if (l3Traits(info.end).led || info.end == kL3WhileExt) ++walk.bits;
   l3SampleElement(walk, sample, info.elem);
 }
 
-// Entries that end inside an octet would be followed by padding, which reads like more of them.
+// Fills entries until there are enough; a list to the region's end goes on until it ends with an octet and has taken up
+// the growth. If it ended inside an octet, padding would follow, which reads like more entries.
 static size_t sampleEntries(L3SampleWalk& walk, const L3Type& type, const L3List& info, uint8_t* entries, size_t least,
                             size_t most)
 {
@@ -228,10 +252,12 @@ static size_t sampleEntries(L3SampleWalk& walk, const L3Type& type, const L3List
     ++count;
     if (walk.failed) break;
   }
+  // The bit that ends the list.
   if (l3Traits(info.end).led) ++walk.bits;
   return count;
 }
 
+// A list of any kind. Storage is for `most` entries; fewer may be used.
 static void sampleList(L3SampleWalk& walk, L3SampleRecord& sample, const L3Row& row)
 {
   const L3List& info = *static_cast<const L3List*>(row.info);
@@ -254,7 +280,10 @@ static void sampleList(L3SampleWalk& walk, L3SampleRecord& sample, const L3Row& 
     l3StoreList(member, count, count ? entries : nullptr);
 }
 
-// The leading bits of an element, through the records it begins with, take the value on which it is chosen.
+// A choice that looks ahead is decided by the leading bits of its alternative, so these take the value on which it is
+// chosen: `left` bits of `value`, those in `mask`. They may lie in several members, and in records at the beginning.
+// A member takes as many of the leading bits as it has: a member of 5 bits with 3 bits left gets them on top, 2 bits
+// below stay as they are.
 static void forceBits(const L3Row& row, uint8_t* record, uint32_t value, uint32_t mask, unsigned& left);
 
 static void forceRows(const L3Type& type, uint8_t* record, uint32_t value, uint32_t mask, unsigned& left)
@@ -279,6 +308,7 @@ static void forceBits(const L3Row& row, uint8_t* record, uint32_t value, uint32_
   l3Store(record + row.offset, row.store, (before & ~partMask) | part);
 }
 
+// A choice, with the selector that the first fitting alternative needs.
 static void sampleChoice(L3SampleWalk& walk, L3SampleRecord& sample, const L3Row& row)
 {
   const L3Choice& choice = *static_cast<const L3Choice*>(row.info);
@@ -293,6 +323,8 @@ static void sampleChoice(L3SampleWalk& walk, L3SampleRecord& sample, const L3Row
     forceBits(chosen->row, sample.record, chosen->lo, choice.mask, left);
 }
 
+// The message of a form. The header fields have been settled before their rows (settleBodies), so this finds the same
+// one.
 static void sampleBody(L3SampleWalk& walk, L3SampleRecord& sample, const L3Row& row)
 {
   const L3Body& body = *static_cast<const L3Body*>(row.info);
@@ -303,6 +335,7 @@ static void sampleBody(L3SampleWalk& walk, L3SampleRecord& sample, const L3Row& 
   l3SetBody(sample.type, sample.record, *message, value);
 }
 
+// A number, unless somebody relies on it: then it has its value already.
 static void sampleScalar(L3SampleWalk& walk, const L3SampleRecord& sample, const L3Row& row)
 {
   uint8_t* member = sample.record + row.offset;
@@ -310,6 +343,7 @@ static void sampleScalar(L3SampleWalk& walk, const L3SampleRecord& sample, const
   walk.bits += row.op == kL3Unary ? *member + size_t{1} : row.bits;
 }
 
+// One element that is to be there, by what it is; counts its bits.
 void l3SampleElement(L3SampleWalk& walk, L3SampleRecord& sample, const L3Row& row)
 {
   if (walk.failed) return;
