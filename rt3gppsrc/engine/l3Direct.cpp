@@ -1,4 +1,8 @@
-// The parts of the direct coders that are not worth a copy at each place, and the way into a try and out of it.
+// The parts of the direct coders that are not worth a copy at each place, and the way into a trial and out of it. A
+// trial runs the direct coder of a type (l3DecDirectly, l3EncDirectly inside a call; l3DecAtOnce, l3EncAtOnce for a
+// whole call). If the coder gives up, everything is put back: cursor, flags, findings, heap. What it wrote to the
+// record stays, with pointers to storage that has been freed; the walk that follows writes over all of it, or clears it
+// (l3InitRest).
 #include "rt3gppsrc/engine/l3Direct.h"
 
 #include "rt3gppsrc/engine/l3Decode.h"
@@ -12,7 +16,7 @@
 #include "velnor3gpp/rtxMemHeap.h"
 
 // May this call begin a trial? Not while anything is observed, found or, on decoding, open that the direct coders do
-// not keep up.
+// not keep up. A cursor that no octet has is left to the walk to report.
 static bool mayTry(const L3Call& call, bool encoder)
 {
   const RtxContext& context = *call.pctxt;
@@ -24,22 +28,27 @@ static bool mayTry(const L3Call& call, bool encoder)
   return call.mode == kL3MayTry && !open && clean && sound && !call.failed;
 }
 
+// The context's cursor in bits from the start of the buffer.
 static size_t cursor(const RtxContext* pctxt)
 {
   return pctxt->buffer.byteIndex * 8 + 8 - static_cast<size_t>(pctxt->buffer.bitOffset);
 }
 
+// The open tail flag of the context, which a trial keeps in its sink.
 static void setTail(RtxContext* pctxt, bool tail)
 {
   pctxt->flags = tail ? pctxt->flags | RTX_OPENTAIL_FLAG : pctxt->flags & ~RTX_OPENTAIL_FLAG;
 }
 
-// A failure inside a trial shows in its status, a finding in its record.
+// A failure inside a trial shows in its status, a finding in its record; an early return below leaves something behind
+// that only the walk can leave.
 static bool wentWell(const L3Call& call, int status)
 {
   return status >= 0 && call.mode != kL3GivenUp && !call.keepTypeName && !call.pctxt->errInfo.count;
 }
 
+// Runs the direct decoder from the context's cursor to the end of the innermost region, and moves the cursor if it is
+// good.
 static bool goDecode(L3Call& call, const L3Type& type, void* record)
 {
   RtxContext* pctxt = call.pctxt;
@@ -47,6 +56,7 @@ static bool goDecode(L3Call& call, const L3Type& type, void* record)
   size_t end = buffer.size * 8;
   if (call.regions) end = call.regions->byteIndex * 8 + 8 - call.regions->bitOffset;
   size_t pos = cursor(pctxt);
+  // A region that promises more than the buffer has is for the walk to report.
   if (end > buffer.size * 8 || pos > end) return false;
   pos = type.decodeDirect({buffer.data, buffer.size, &call}, pos, end, record);
   if (pos == kL3GaveUp) return false;
@@ -54,6 +64,7 @@ static bool goDecode(L3Call& call, const L3Type& type, void* record)
   return true;
 }
 
+// Runs the direct encoder and, if it is good, moves the cursor and sets the open tail flag.
 static bool goEncode(L3Call& call, const L3Type& type, void* record)
 {
   RtxContext* pctxt = call.pctxt;
@@ -77,7 +88,7 @@ static bool isClear(const RtxContext& context)
          buffer.bitOffset == 8;
 }
 
-// A call that is a trial from its beginning.
+// Makes a call that is a trial from its beginning. It has no names until something needs them.
 static void beginTrial(L3Call& call, RtxContext* pctxt, const L3Type& type)
 {
   l3Fresh(call, pctxt);
@@ -85,6 +96,7 @@ static void beginTrial(L3Call& call, RtxContext* pctxt, const L3Type& type)
   call.tried = &type;
 }
 
+// Gives the trial its first name, for coders that push names of their own.
 static void needNames(L3Call& call)
 {
   if (call.names) return;
@@ -92,19 +104,24 @@ static void needNames(L3Call& call)
   call.names = &call.base;
 }
 
+// Remembers a block of the heap that goes away with the trial. One too many stays until the job ends.
 static void hold(L3Call& call, void* storage)
 {
   if (call.held < L3Call::kMaxHeld) call.holds[call.held++] = storage;
 }
 
-// Ends the run of elements, before anybody else asks the heap for anything. The trial may still be given up.
+// Ends the run of heap blocks that the trial takes off the front of the heap's free element. It must be ended before
+// anybody else asks the heap for anything, since until then the heap knows nothing of them. The trial may still be
+// given up, so that the blocks are remembered one by one.
 static void endRun(L3Call& call)
 {
   if (!call.run.next) return;
+  // Blocks lie one behind the other, each with its size in front.
   for (RtxMemElem* elem = call.run.first; elem != call.run.next; elem += elem->nunits) hold(call, elem + 1);
   rtxMemRunClose(call.run);
 }
 
+// A block that the run has no room for.
 [[gnu::cold, gnu::noinline]] static void* allocateAlone(L3Call& call, size_t octets)
 {
   endRun(call);
@@ -113,6 +130,7 @@ static void endRun(L3Call& call)
   return storage;
 }
 
+// The first request of a trial opens the run; most messages fit in it, and pay a few stores for each block.
 void* l3DirectRoom(L3Call& call, size_t octets)
 {
   const RtxMemHeap* heap = call.pctxt->pMemHeap;
@@ -121,24 +139,27 @@ void* l3DirectRoom(L3Call& call, size_t octets)
   return storage ? storage : allocateAlone(call, octets);
 }
 
-// Null, with everything as before, if memory is out.
+// A block of another size, in place if it is the run's last one. Null, with everything as before, if memory is out.
 static void* reallocate(L3Call& call, void* before, size_t octets)
 {
   if (call.run.next && rtxMemRunResize(call.run, before, octets)) return before;
   endRun(call);
   void* storage = rtxMemHeapRealloc(&call.pctxt->pMemHeap, before, octets);
+  // The block may have moved: the trial frees the new one.
   for (unsigned i = call.held; storage && i-- > 0;)
     if (call.holds[i] == before) call.holds[i] = storage;
   return storage;
 }
 
+// Frees what the trial has allocated; the blocks of an open run all at once.
 static void releaseHeld(L3Call& call)
 {
   if (call.run.next) rtxMemRunDrop(call.run);
   while (call.held) rtxMemHeapFreePtr(&call.pctxt->pMemHeap, call.holds[--call.held]);
 }
 
-// A message has the region around an early return within, and so has an element that begins with its length.
+// Would the walk over this type have a region around an early return within? A message has one, and so has an element
+// that begins with its length. Without one, nobody takes the region that is left open for its own.
 static bool hasRegion(const L3Type& type)
 {
   if (!type.rowCount) return false;
@@ -146,6 +167,7 @@ static bool hasRegion(const L3Type& type)
   return type.message || length || type.rows[type.rowCount - 1].op == kL3Body;
 }
 
+// Called with the cursor at `end`. The region is noted, and goes to the real stack once the trial is good.
 size_t l3DirectLeave(const L3Source& in, size_t pos, size_t end, size_t outer)
 {
   L3Call& call = *in.call;
@@ -155,11 +177,13 @@ size_t l3DirectLeave(const L3Source& in, size_t pos, size_t end, size_t outer)
   return pos;
 }
 
-// What the walk leaves behind is left here as well: callers see it on the context's stack.
+// Leaves on the context's stack what the walk leaves there: callers see it. All but the last region are pushed, since
+// the coder around has closed that one for its own (L3Call.ends).
 [[gnu::cold]] static void pushLeft(L3Call& call)
 {
   endRun(call);
-  if ((call.names && call.names->outer) || call.regions) l3ToLists(call); // more is to come, behind what is left
+  // More is to come behind what is left, if this type lies within another one: the real stacks are worked on from here.
+  if ((call.names && call.names->outer) || call.regions) l3ToLists(call);
   RtxContext* pctxt = call.pctxt;
   size_t pos = cursor(pctxt);
   for (unsigned i = 0; i < call.left && !call.failed; ++i) {
@@ -171,6 +195,7 @@ size_t l3DirectLeave(const L3Source& in, size_t pos, size_t end, size_t outer)
 
 using Go = bool (*)(L3Call& call, const L3Type& type, void* record);
 
+// Puts back what a trial may have changed beside the record.
 [[gnu::cold]] static void giveUp(L3Call& call, const RtxBuffer& before, uint32_t flags)
 {
   call.keepTypeName = false;
@@ -180,6 +205,8 @@ using Go = bool (*)(L3Call& call, const L3Type& type, void* record);
   call.pctxt->flags = flags;
 }
 
+// One trial inside a call. Its names and regions are restored even if it was good, for a coder by hand may have left
+// some linked.
 template <Go go> static bool runTrial(L3Call& call, const L3Type& type, void* record)
 {
   RtxContext* pctxt = call.pctxt;
@@ -187,7 +214,8 @@ template <Go go> static bool runTrial(L3Call& call, const L3Type& type, void* re
   uint32_t flags = pctxt->flags;
   L3Name* names = call.names;
   L3Region* regions = call.regions;
-  pctxt->buffer.dynamic = 0; // a buffer that has to grow is the walk's: a refused growth leaves it with a wrong size
+  // A buffer that has to grow is the walk's: a refused growth leaves it with a wrong size, which could not be put back.
+  pctxt->buffer.dynamic = 0;
   call.mode = kL3Trial;
   call.held = call.left = 0;
   call.tried = &type;
@@ -199,21 +227,26 @@ template <Go go> static bool runTrial(L3Call& call, const L3Type& type, void* re
   if (good && call.left) pushLeft(call);
   if (good && call.run.next) rtxMemRunClose(call.run);
   if (good) return true;
+  // The walk counts the octets of lists anew.
   call.listOctets = 0;
   giveUp(call, before, flags);
   return false;
 }
 
+// A trial, or a part of the one that is under way.
 template <Go go> static bool directly(L3Call& call, const L3Type& type, void* record)
 {
-  if (call.probe) return false; // it needs the names
+  // A probe needs the names of what fails, which a direct coder does not have.
+  if (call.probe) return false;
   if (!call.onTrial()) return mayTry(call, go == goEncode) && runTrial<go>(call, type, record);
   bool good = go(call, type, record);
-  endRun(call); // what the walk around asks the heap for comes next
+  // The walk around this coder may ask the heap for something next.
+  endRun(call);
   if (!good) call.mode = kL3GivenUp;
   return good;
 }
 
+// A question that a type does not ask (a null function) is answered with yes.
 static bool decodesPlain(const L3Plain& plain, const uint8_t* octets, size_t left, void* record)
 {
   return !plain.decodes || plain.decodes(octets, left, record);
@@ -229,6 +262,8 @@ static bool encodesPlain(const L3Plain& plain, const void* record)
   return !plain.encodes || plain.encodes(record);
 }
 
+// The whole call as one trial. Everything that could be observed is asked first (isClear), so that the trial itself
+// asks nothing.
 int l3DecAtOnce(RtxContext* pctxt, const L3Type& type, void* record)
 {
   if (!isClear(*pctxt)) return l3DecByRows(pctxt, type, record, kL3MayTry);
@@ -242,7 +277,8 @@ int l3DecAtOnce(RtxContext* pctxt, const L3Type& type, void* record)
   beginTrial(call, pctxt, type);
   uint32_t flags = pctxt->flags;
   size_t pos = type.decodeDirect({data, octets, &call}, start * 8, octets * 8, record);
-  bool surplus = pos >> 3 < octets && l3KeepsFlag(pctxt); // the walk keeps it
+  // Octets behind the message are kept, if the caller wants that; the walk does it.
+  bool surplus = pos >> 3 < octets && l3KeepsFlag(pctxt);
   if (pos != kL3GaveUp && wentWell(call, 0) && !surplus && (!plain || decodedPlain(*plain, record))) {
     l3MoveTo(pctxt->buffer, pos);
     if (call.left) pushLeft(call);
@@ -250,15 +286,18 @@ int l3DecAtOnce(RtxContext* pctxt, const L3Type& type, void* record)
       if (call.run.next) rtxMemRunClose(call.run);
       return 0;
     }
-    rtxCtxtPopAllContainers(pctxt); // there were none
+    // There was no memory for a region to be left open. The stack was empty before (isClear).
+    rtxCtxtPopAllContainers(pctxt);
   }
-  RtxBuffer before = buffer; // of which a decoding moves the cursor alone
+  // Of its buffer a decoding moves the cursor alone, so that the start is all there is to put back.
+  RtxBuffer before = buffer;
   before.byteIndex = start;
   before.bitOffset = 8;
   giveUp(call, before, flags);
   return l3DecByRows(pctxt, type, record, kL3Walk);
 }
 
+// The mirror of l3DecAtOnce.
 int l3EncAtOnce(RtxContext* pctxt, const L3Type& type, void* record)
 {
   const L3Plain* plain = type.hand ? type.hand->plain : nullptr;
@@ -268,7 +307,8 @@ int l3EncAtOnce(RtxContext* pctxt, const L3Type& type, void* record)
   beginTrial(call, pctxt, type);
   RtxBuffer before = pctxt->buffer;
   uint32_t flags = pctxt->flags;
-  pctxt->buffer.dynamic = 0; // as in runTrial
+  // As in runTrial.
+  pctxt->buffer.dynamic = 0;
   L3Sink out{before.data, before.size * 8, &call, (flags & RTX_OPENTAIL_FLAG) != 0};
   size_t pos = type.encodeDirect(out, before.byteIndex * 8, record);
   pctxt->buffer.dynamic = before.dynamic;
@@ -291,6 +331,7 @@ bool l3EncDirectly(L3Call& call, const L3Type& type, void* record)
   return type.encodeDirect && directly<goEncode>(call, type, record);
 }
 
+// The context's cursor and a region are what coders by hand and walks go by, so both are set for the time of the call.
 size_t l3DirectType(const L3Source& in, size_t pos, size_t end, const L3Type& type, void* value)
 {
   L3Call& call = *in.call;
@@ -305,6 +346,7 @@ size_t l3DirectType(const L3Source& in, size_t pos, size_t end, const L3Type& ty
   return wentWell(call, status) && pos <= end ? pos : kL3GaveUp;
 }
 
+// The same for an encoder, with the open tail flag.
 size_t l3DirectPutType(L3Sink& out, size_t pos, const L3Type& type, void* value)
 {
   L3Call& call = *out.call;
@@ -318,6 +360,8 @@ size_t l3DirectPutType(L3Sink& out, size_t pos, const L3Type& type, void* value)
   return wentWell(call, status) && pos <= out.end ? pos : kL3GaveUp;
 }
 
+// If the rows can decode these octets, the type's own direct coder goes on in the same trial, without names and
+// regions.
 size_t l3DirectPlain(const L3Source& in, size_t pos, size_t end, const L3Type& type, void* value)
 {
   const L3Plain& plain = *type.hand->plain;
@@ -333,6 +377,7 @@ size_t l3DirectPutPlain(L3Sink& out, size_t pos, const L3Type& type, void* value
   return rows ? type.encodeDirect(out, pos, value) : l3DirectPutType(out, pos, type, value);
 }
 
+// Storage is taken only for octets that are there.
 bool l3DirectHeap(const L3Source& in, size_t pos, size_t end, size_t octets, uint32_t& numocts, uint8_t*& data)
 {
   if ((pos & 7) || octets > (end - pos) >> 3) return false;
@@ -343,6 +388,7 @@ bool l3DirectHeap(const L3Source& in, size_t pos, size_t end, size_t octets, uin
   return data && l3Octets(in, pos, end, data, octets);
 }
 
+// As in decBitString there is one octet more than whole octets of bits.
 bool l3DirectBits(const L3Source& in, size_t pos, size_t end, uint32_t& numbits, uint8_t*& data)
 {
   size_t bits = end - pos;
@@ -370,7 +416,8 @@ bool l3DirectText(const L3Source& in, size_t pos, size_t end, size_t octets, boo
 // a second time.
 bool l3DirectGrow(const L3Source& in, void** entries, size_t count, size_t& capacity, size_t entrySize)
 {
-  static constexpr size_t kFirst = 8, kFirstOctets = 512; // most lists never grow
+  // Most lists never grow beyond the first piece of 8 entries, or 2 where entries are large.
+  static constexpr size_t kFirst = 8, kFirstOctets = 512;
   L3Call& call = *in.call;
   if (capacity)
     capacity *= 2;
@@ -387,13 +434,15 @@ bool l3DirectGrow(const L3Source& in, void** entries, size_t count, size_t& capa
 
 void l3DirectCut(const L3Source& in, void** entries, size_t count, size_t capacity, size_t entrySize)
 {
-  static constexpr size_t kWorthwhile = 512; // octets; below that the shrinking costs more than the rest is worth
+  // In octets; below that the shrinking costs more than the rest is worth.
+  static constexpr size_t kWorthwhile = 512;
   if (!count || (capacity - count) * entrySize < kWorthwhile) return;
   L3Call& call = *in.call;
   void* cut = reallocate(call, *entries, count * entrySize);
   if (cut) *entries = cut;
 }
 
+// Forms as in unknownBits and decUnknown. Where the walk would do more than pass over the element, it has to do it.
 size_t l3DirectUnknown(const L3Source& in, size_t pos, size_t end, unsigned iei, bool half)
 {
   bool wide = iei >= 0x78 && l3DirectStandard(in); // the length may have two octets
@@ -412,7 +461,7 @@ void l3PutEdge(uint8_t* data, size_t pos, unsigned bits, uint64_t value)
   l3PutBitsAt(data + (pos >> 3), pos & 7, bits, value);
 }
 
-// Labels of a name with dots, each behind its length.
+// Writes a name with dots as labels, each behind its length (encLabels).
 static bool putLabels(L3Sink& out, size_t& pos, const char* text)
 {
   if (strlen(text) > 254) return false;
@@ -447,6 +496,7 @@ void l3DirectPatch(uint8_t* data, size_t start, unsigned bits, uint32_t length)
     rtxStoreOctets<2>(data + (start >> 3) - 2, length);
     return;
   }
+  // Bit by bit from the last one back: a length of 4 bits that ends at bit 8 is the low half of octet 0.
   for (unsigned i = 0; i < bits; ++i) {
     size_t at = start - 1 - i;
     uint8_t mask = static_cast<uint8_t>(0x80U >> (at & 7));
