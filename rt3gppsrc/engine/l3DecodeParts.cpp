@@ -79,7 +79,7 @@ static int decEntry(L3Call& call, ListWalk& walk)
   if (!entry) return l3Fail(call, moduleOf(walk), RTX_E_NO_MEMORY, walk.row.line);
   const L3Row& elem = walk.info.elem;
   // Cheaper than an initialising walk, and as good: presence, counts and pointers of all kinds are 0.
-  if (elem.op == kL3Record) memset(entry, 0, walk.info.elemSize); // cheaper than a walk, and as good as initialised
+  if (elem.op == kL3Record) memset(entry, 0, walk.info.elemSize);
   L3Name frame;
   int status = l3PushEntry(call, frame, elem.name, static_cast<uint32_t>(walk.count));
   if (status < 0) return l3Fail(call, moduleOf(walk), status, walk.row.line);
@@ -335,7 +335,7 @@ int l3DecBody(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* recor
   if (!found || !found->inlined) {
     message = found ? rtxMemHeapAlloc(&call.pctxt->pMemHeap, found->type->size) : nullptr;
     // Also if it is null: a pointer that an earlier use has left must not lead anywhere.
-    memcpy(record + body.pointerOffset, &message, sizeof message); // also null: an earlier pointer leads nowhere
+    memcpy(record + body.pointerOffset, &message, sizeof message);
     if (!found) return status;
     if (!message) return l3Fail(call, type.module->decoder, RTX_E_NO_MEMORY, row.line);
     // The message's decoder writes only what is there.

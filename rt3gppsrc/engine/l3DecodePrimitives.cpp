@@ -82,7 +82,7 @@ bool l3LookAhead(L3Call& call, unsigned bits, uint32_t& ahead)
 {
   uint64_t value = 0;
   // 24 bits that begin inside an octet touch four octets.
-  uint8_t window[4] = {}; // up to 24 bits from any bit on
+  uint8_t window[4] = {};
   unsigned used = l3UsedBits(call.pctxt->buffer);
   size_t octets = (used + bits + 7) / 8, held = 0;
   bool seen;

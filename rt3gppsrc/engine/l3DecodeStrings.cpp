@@ -67,10 +67,10 @@ static int decHeapOctets(L3Call& call, uint8_t* member, size_t count, int& runni
   } value = {numocts, data};
   memcpy(member, &value, sizeof value);
   // The public function takes a null target for "pass over", which would move the cursor.
-  uint8_t none = 0; // a null target would move the cursor
+  uint8_t none = 0;
   if (count) running = l3DecOctets(call, fill ? data : &none, count);
   // A read that fails may have written some of the octets. The member promises all of them, so they are 0.
-  if (running < 0 && fill) memset(data, 0, fill); // a short input is not read at all
+  if (running < 0 && fill) memset(data, 0, fill);
   return 0;
 }
 
@@ -156,7 +156,7 @@ static int decBitString(L3Call& call, const L3Type& type, const L3Row& row, uint
   if (bits && !(data = static_cast<uint8_t*>(allocate(call, fill / 8 + 1))))
     return failString(call, type, row, record, RTX_E_NO_MEMORY);
   // A failing read leaves some of the octets unwritten.
-  if (data) memset(data, 0, fill / 8 + 1); // a failing read leaves some of them
+  if (data) memset(data, 0, fill / 8 + 1);
   struct {
     uint32_t numbits;
     uint8_t* data;

@@ -289,7 +289,7 @@ int l3EncOptions(L3Call& call, const L3Type& type, uint8_t* record, int running)
   for (unsigned i = 0; i < message.count; ++i) {
     const L3Row& row = message.options[i];
     // Nothing can be found behind an open tail.
-    if (call.pctxt->flags & RTX_OPENTAIL_FLAG) break; // nothing can be found behind an open tail
+    if (call.pctxt->flags & RTX_OPENTAIL_FLAG) break;
     if (!isPresent(row, record)) continue;
     L3Name frame;
     if (int status = l3PushRow(call, moduleOf(type), row, frame); status < 0) return status;

@@ -414,7 +414,7 @@ L3Probed l3ProbeMember(L3Call& call, const L3Type& type, const L3Row& row, uint8
   bool read = status >= 0 && call.pctxt->errInfo.count == before.found;
   before.restoreCall();
   // The outermost probe does it again.
-  if (read && before.probe) before.probe->again |= probe.again; // the outermost one does it again
+  if (read && before.probe) before.probe->again |= probe.again;
   if (read && (before.probe || !(probe.again || before.traced))) return kL3Read;
   // It is read once more, with the trace on and with its findings, or kept.
   before.restoreInput();

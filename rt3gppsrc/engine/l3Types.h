@@ -438,8 +438,8 @@ struct L3Message {
 };
 
 // For types with coders by hand: which of their values the rows alone can code, as a message that nothing protects or a
-// QoS rule that is not empty. The direct coders code such a value in their straight line; all others go to the coders by
-// hand.
+// QoS rule that is not empty. The direct coders code such a value in their straight line; all others go to the coders
+// by hand.
 struct L3Plain {
   // May the rows decode these octets? If so, it writes to the record what the coder by hand would. Null: always.
   bool (*decodes)(const uint8_t* octets, size_t left, void* record);
