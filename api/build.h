@@ -66,12 +66,12 @@ struct Member {
 
 // The member of the key among the rows and optional elements, looked for from `from` on; false if there is none.
 bool findMember(const L3Type& type, uint8_t* record, const char* key, size_t length, unsigned from, Member& member);
-// The first member that is always there and has not been seen, or null; `key` is its name.
-// With `keeps` what may have been kept in its place is none.
+// The first member that is always there and has not been seen, or null; `key` is its name. With `keeps` a mandatory
+// element in whose place octets may have been kept is not missing.
 const char* missingMember(const Frame& frame, bool keeps);
-// A choice that has another alternative than the members tell that select it, or null.
+// The first choice whose alternative is not the one that its selecting members tell, or null.
 const L3Row* contradictedChoice(const Frame& frame);
-// Tells a mistake with the path of the frames. Returns the status.
+// Reports a mistake under the path that the frames make. Returns the status.
 int buildFailed(velnor3gpp_Session& session, int status, const char* format, ...) RTX_PRINTF_LIKE(3, 4);
 // The name among the members that is nearest to a wrong one, or null.
 const char* nearestKey(const Frame& frame, const char* key, size_t length);
@@ -81,7 +81,7 @@ inline bool isKey(const L3Row& row, const char* key, size_t length)
   const char* own = l3KeyOf(row);
   return own && strncmp(own, key, length) == 0 && !own[length];
 }
-// Tells that the value is of another kind than its place takes, and what to write.
+// Reports a value of another kind than its place takes, and what to write instead.
 int refuseKind(velnor3gpp_Session& session, const Slot& slot, const char* is);
 // Stores a value.
 int storeNumber(velnor3gpp_Session& session, const Slot& slot, uint64_t number);

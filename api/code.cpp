@@ -297,7 +297,7 @@ static const velnor3gpp_Type* formByTrial(velnor3gpp_Session& session, velnor3gp
   const velnor3gpp_Type* types[VELNOR3GPP_FORMS_MAX];
   size_t forms = velnor3gpp_forms(session.octets.data, session.count, direction, VELNOR3GPP_CHANNEL_UNKNOWN, types);
   if (forms < 2) return forms ? types[0] : nullptr;
-  // One that leaves nothing to be kept comes first.
+  // First round: forms that have nothing to keep. Second round: any form that reads the octets.
   for (size_t most : {size_t{0}, SIZE_MAX})
     for (size_t i = 0; i < forms; ++i) {
       size_t count = session.count;

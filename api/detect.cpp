@@ -63,7 +63,7 @@ static bool hasForm(const char* name, unsigned discriminator, unsigned msgType)
   return form && formHas(*form, discriminator, msgType);
 }
 
-// The form has the message whose discriminator and type are the first two octets.
+// Has the form the message whose discriminator and type are the first two octets?
 static bool hasMessage(const char* name, const Asked& asked)
 {
   return asked.count > 1 && hasForm(name, asked.octets[0] & 15, asked.octets[1]);
@@ -89,7 +89,8 @@ static void add(Forms& forms, const char* name)
   if (forms.count < VELNOR3GPP_FORMS_MAX) forms.names[forms.count++] = name;
 }
 
-// The forms of a dedicated channel: of the direction's those that have the message, or all if none has.
+// The forms of a dedicated channel: of those that the direction allows the ones that have the message. If none has it,
+// all of them, so that the decoder can say what is wrong.
 static void addDedicated(Forms& forms, const Asked& asked)
 {
   bool up = asked.direction != VELNOR3GPP_DOWN, down = asked.direction != VELNOR3GPP_UP;
@@ -124,7 +125,7 @@ static void addRadio(Forms& forms, const Asked& asked)
   if (down && hasMessage(kDownDcch, asked)) add(forms, kDownDcch);
   if (up && hasMessage(kUpSacch, asked)) add(forms, kUpSacch);
   if (!forms.count && looksShort(asked)) add(forms, kShort);
-  // A type that no table has: the decoder says so.
+  // No table has the type. With a known direction its form is named all the same, and the decoder says so.
   if (!forms.count && !(up && down)) add(forms, up ? kUpDcch : kDownDcch);
 }
 

@@ -10,7 +10,8 @@
 
 namespace {
 
-// The node whose record an element belongs to; its members may lie in it without nodes of their own.
+// What a walk looks for: the node whose record a kept element belongs to. Parts of that record may have no nodes of
+// their own.
 struct Search {
   const L3Kept* kept; // by what it belongs to
   const char* path;   // or by the path of the node

@@ -12,7 +12,8 @@ static constexpr unsigned kLeastWidth = 16; // narrower numbers are flags and ki
 // Characters of a text that stay: country and network codes.
 static constexpr size_t kMostCode = 3;
 
-// Records belong to the session, whose walk shows them to others as constants.
+// The walk shows values as constants, because most visitors only read. The record belongs to the session, so writing to
+// it here is sound.
 static uint8_t* writable(const uint8_t* data)
 {
   return const_cast<uint8_t*>(data);
@@ -149,7 +150,7 @@ static bool areDigits(const uint8_t* text, size_t count)
   return count <= kMostDigits;
 }
 
-// XORs what the key makes of the octets over them: the same octets always become the same others.
+// XORs the octets with what the key makes of them: the same octets always become the same others.
 static void replaceOctets(const Cipher& cipher, uint8_t* octets, size_t count)
 {
   uint8_t start[kAesBlockOctets], tag[kAesBlockOctets];

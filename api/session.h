@@ -60,8 +60,8 @@ struct velnor3gpp_Session {
   char words[1024]; // of the finding that was asked for last
   char path[1024];
 
-  // The kept element told last, its place in the list, and where its record stands: they are asked for one after the
-  // other, and a walk for each would cost a message of nothing else the square of its size.
+  // The kept element told last, its place in the list, and where its record stands. Callers ask for one after the
+  // other; a walk for each would make the work grow with the square of their number.
   const L3Kept* told;
   size_t toldIndex;
   const void* toldRecord;
@@ -100,15 +100,16 @@ inline bool hasRecord(const velnor3gpp_Session& session)
   return session.known && session.record;
 }
 
-// Elements that were kept; without padding; and what stands in them is overwritten.
+// How many elements were kept; how many of them are a loss (padding is not); and a function that overwrites what stands
+// in them.
 size_t keptCount(const velnor3gpp_Session& session);
 size_t keptInVain(const velnor3gpp_Session& session);
 void hideKept(velnor3gpp_Session& session);
 // Makes room for so many octets; what was there stays. Without memory it is as before: false.
 bool growRoom(velnor3gpp_Session& session, Room& room, size_t size);
-// What the context keeps and which forms it reads.
+// Sets the flags for keeping elements and for the standard's forms.
 void setForms(RtxContext& ctxt, uint32_t forms);
-// Ends the message before.
+// Ends the job: the message before and all that belongs to it.
 void endJob(velnor3gpp_Session& session);
 // A cleared record of the type on the job's heap, which becomes the session's; false without memory.
 bool makeRecord(velnor3gpp_Session& session, const L3Facts& known);

@@ -47,8 +47,8 @@ const L3Facts* findType(const char* fullName)
   return nullptr;
 }
 
-// A full name is exact in all but case, and is never a short name: short names have no module before them. A short name
-// that several modules have tells none of them.
+// A full name matches in any case of letters. A short name has no module in front, so none is a full name. A short name
+// that several modules have matches none of their types; `others` says how many there are.
 const velnor3gpp_Type* velnor3gpp_typeByName(const char* name, size_t* others)
 {
   const L3Facts* found = nullptr;

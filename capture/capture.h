@@ -135,7 +135,8 @@ void beginFrame(velnor3gpp_CaptureReader& reader, const CaptureInterface& interf
 // Ends it: finds the message in its octets.
 void endFrame(velnor3gpp_CaptureReader& reader, Span octets, size_t originalCount);
 
-// What a frame is, from its link type inwards. Each tells the reason, and of a message all that is known.
+// Find the message in a frame, from its link type inwards. Each returns why there is none, or
+// VELNOR3GPP_CAPTURE_MESSAGE with all that is known of it in the frame.
 velnor3gpp_CaptureReason readLinkType(velnor3gpp_CaptureReader& reader, Span octets);
 velnor3gpp_CaptureReason readUpperPdu(velnor3gpp_CaptureReader& reader, Span octets);
 velnor3gpp_CaptureReason readGsmtap(velnor3gpp_CaptureReader& reader, Span octets);

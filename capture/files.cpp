@@ -127,7 +127,8 @@ static int beginBody(velnor3gpp_CaptureReader& reader)
 
 int takeBlockStart(velnor3gpp_CaptureReader& reader)
 {
-  // The type of a section reads alike in both byte orders; its order stands behind the length.
+  // The type of a section block reads alike in both byte orders; the magic number behind the length tells which one
+  // holds.
   reader.blockType = load32(reader.header, reader.little);
   if (load32(reader.header) == kSectionBlock) {
     gather(reader, ReadStep::kSection, reader.header, 12);
@@ -207,8 +208,7 @@ static int takeInterface(velnor3gpp_CaptureReader& reader, Span body)
   return 0;
 }
 
-// A tick is 10 to the power of less n of a second, or with the top bit 2. Nanoseconds beyond 64 bits wrap around: no
-// clock has them.
+// A tick is 10^-n of a second, or with the top bit set 2^-n. Nanoseconds beyond 64 bits wrap around: no clock has them.
 uint64_t nanosecondsOf(const CaptureInterface& interface, uint64_t ticks)
 {
   unsigned power = interface.resolution & 0x7F;
@@ -241,7 +241,8 @@ static void takePacketOption(velnor3gpp_CaptureFrame& frame, const Option& optio
     frame.comments[frame.commentCount++] = {reinterpret_cast<const char*>(option.value.data), option.value.size};
 }
 
-// Interface, time in two words, octets kept, octets there were; then the octets, padded to four, and options.
+// A packet: interface, time in two words, octets kept, octets on the wire; then the octets, padded to four, and
+// options.
 static int takePacket(velnor3gpp_CaptureReader& reader, Span body)
 {
   bool little = reader.little;
@@ -260,7 +261,7 @@ static int takePacket(velnor3gpp_CaptureReader& reader, Span body)
   return 0;
 }
 
-// The octets there were, and as many of them as the first interface keeps; no time.
+// A simple packet: its size on the wire, then as many octets as the first interface keeps of one. It has no time.
 static int takeSimplePacket(velnor3gpp_CaptureReader& reader, Span body)
 {
   const uint8_t* at = body.data;

@@ -46,7 +46,7 @@ static Reason readIpv4(velnor3gpp_CaptureReader& reader, Span span)
   if (load16(at + 6) & 0x3FFF) return VELNOR3GPP_CAPTURE_IP_FRAGMENT; // more follow, or an offset
   if (at[9] != 17) return VELNOR3GPP_CAPTURE_PROTOCOL;
   if (header < 20 || header > span.size) return VELNOR3GPP_CAPTURE_MALFORMED;
-  // Cards that cut packets for the kernel leave the length 0.
+  // A packet that the network card is still to cut (segmentation offload) has a length of 0.
   if (total && (total < header || total > span.size)) return VELNOR3GPP_CAPTURE_MALFORMED;
   if (total) span.size = total; // behind it an Ethernet frame is padded
   skip(span, header);

@@ -104,7 +104,7 @@ static Reason readNamed(velnor3gpp_CaptureReader& reader, const char* name, Span
   return readProtocol(reader, *protocolNamed(name, strlen(name)), octets);
 }
 
-// The flags that a capture has for a packet tell the way of the packet, not that of the message.
+// The direction that the capture's flags gave is the UDP packet's, not the message's: it is forgotten.
 Reason readGsmtap(velnor3gpp_CaptureReader& reader, Span span)
 {
   Header header = {};

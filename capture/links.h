@@ -44,7 +44,7 @@ struct RadioSegment {
 // kMessage: whole. kSegment: more is to come. kFragment: part of a message that has a gap. kRepeated: sent again.
 enum class SegmentResult { kMessage, kSegment, kFragment, kRepeated };
 
-// Takes a segment. With kMessage the link holds the whole message.
+// Takes a segment into its link. With kMessage the link holds the whole message.
 SegmentResult takeSegment(RadioLinks& links, const RadioLinkKey& key, const RadioSegment& segment, RadioLink** link);
 // A link begins or ends: both directions count from 0 and hold nothing.
 void resetLinks(RadioLinks& links, RadioLinkKey key);

@@ -54,7 +54,7 @@ static void put(velnor3gpp_CaptureWriter& writer, const void* octets, size_t cou
   }
 }
 
-// Files have the byte order of a big-endian machine, whatever this one is: each is as good as the other.
+// Words are big-endian, whatever machine this is: readers take either order.
 static void put32(velnor3gpp_CaptureWriter& writer, uint32_t value)
 {
   const uint8_t octets[] = {static_cast<uint8_t>(value >> 24), static_cast<uint8_t>(value >> 16),

@@ -9,9 +9,10 @@
 
 #include "json/writer.h"
 
-// Bad input never reaches what the parser asserts, and nothing may end the process.
+// Bad input never gets to what the parser asserts. Whatever happens, the parser must not end the process.
 #define RAPIDJSON_ASSERT(condition) static_cast<void>(condition)
-// It is given its allocator, so it makes and deletes none: a program in C needs no run-time of C++.
+// The parser is given its allocator and so never makes or deletes one. With `new`, a program in C would need the
+// run-time of C++.
 #define RAPIDJSON_NEW(allocator) nullptr
 #define RAPIDJSON_DELETE(allocator) static_cast<void>(allocator)
 #include <rapidjson/error/en.h>
@@ -318,7 +319,7 @@ static int endRecord(Reader& reader)
   return reader.status;
 }
 
-// The end of the message before, with what it found.
+// Ends the message before, and forgets what it found.
 static void clear(velnor3gpp_Session* session)
 {
   velnor3gpp_BuildEvent event = {sizeof event, VELNOR3GPP_BUILD_CLEAR, nullptr, nullptr, 0, 0};

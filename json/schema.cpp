@@ -145,7 +145,8 @@ static void closeObject(JsonWriter& out)
   out.comma = true;
 }
 
-// What the schema of an element stands behind, and its brace. The whole of a type says which it is.
+// Writes the name that leads the schema of an element, and the brace. The whole of a type also gets its title and
+// clause.
 static void lead(SchemaWriter& writer, const velnor3gpp_Member& member)
 {
   JsonWriter& out = writer.out;

@@ -102,7 +102,8 @@ size_t blocksOf(size_t length)
 }
 
 // The keystream of so many blocks from `from` on. Blocks and keys together do not fit into sixteen registers: the
-// statement makes the compiler read each key from `keys` again, for copies that it kept on the stack nobody could wipe.
+// statement makes the compiler read each key from `keys` again. Otherwise it would keep copies on the stack, which
+// nobody could wipe.
 template <size_t lanes> AES_FUNCTION inline void makeLanes(RoundKeys& keys, Counter from, __m128i (&block)[lanes])
 {
   asm volatile("" : "+m"(keys));
@@ -182,8 +183,8 @@ WIDE_FUNCTION Counter cipherWide(const uint32_t* schedule, Counter from, uint8_t
   return from;
 }
 
-// The processor is asked itself: clang 14 has no name for this instruction set. Asked once, for under a hypervisor the
-// question takes longer than a message. Threads that ask at the same time get the same answer.
+// The processor itself is asked, because clang 14 has no name for this instruction set. It is asked once, because under
+// a hypervisor the question takes longer than a message. Threads that ask at the same time get the same answer.
 bool hasVectorAes()
 {
   enum { unknown, no, yes };

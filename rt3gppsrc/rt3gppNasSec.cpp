@@ -53,7 +53,8 @@ template <typename T> int allocateOnce(RtxContext* pctxt, T*& memory, size_t oct
   return memory ? 0 : rtxErrSetData(pctxt, RTX_E_NO_MEMORY, kModule, __LINE__);
 }
 
-// A cipher that goes to null while integrity stays with AES keeps its old schedule: only the two together are wiped.
+// A cipher that goes to null while integrity stays with AES keeps its old schedule: the block of both is wiped as a
+// whole.
 void wipeUnused(RtxContext* pctxt, uint32_t integrityAlg, uint32_t cipherAlg)
 {
   if (integrityAlg == RTX_3GPP_ALG_AES) return;

@@ -85,7 +85,7 @@ int rtx3GPPDecVarAltDetmnt(RtxContext* pctxt, uint32_t* pvalue, const Rtx3gppAlt
       return 0;
     }
     if (next < 0) return rtxErrSetNewData(pctxt, RTX_E_INVALID_CHOICE, kModule, __LINE__);
-    // No code goes on from the last node, even to an earlier one.
+    // The last node leads nowhere, not even to an earlier node.
     if (index >= maxNode || static_cast<uint32_t>(next) > maxNode) {
       return rtxErrSetNewData(pctxt, RTX_E_INDEX_RANGE, kModule, __LINE__);
     }
@@ -169,7 +169,7 @@ static int readTailOctet(RtxContext* pctxt, const char* name, uint8_t* poctet)
 // Is there a whole octet behind a shift? A shift as the last octet ends the tail without an element.
 static bool octetRemains(RtxContext* pctxt)
 {
-  // Past the end of a region the count of bits would wrap.
+  // Behind the end of a region the count of remaining bits would wrap around, so that is asked first.
   return rtxCtxtContainerHasRemBits(pctxt) && rtxCtxtGetContainerRemBits(pctxt) >= 8;
 }
 
@@ -266,7 +266,7 @@ static bool plmnAtHand(const RtxContext* pctxt)
   return buffer.byteIndex < buffer.size && buffer.size - buffer.byteIndex > 3;
 }
 
-// Converts all digits. False if one has no half-octet: the slow path then writes up to it.
+// Converts all digits. False if one has no half-octet: the slow path then writes the digits in front of it.
 static bool packPlmn(const char* mcc, const char* mnc, uint32_t* pbits)
 {
   *pbits = 0;

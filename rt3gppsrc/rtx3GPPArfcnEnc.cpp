@@ -33,7 +33,7 @@ static int failPivot(RtxContext* pctxt)
   return fail(pctxt, "\nUnable to locate pivot value.", "\nCheck for uniqueness of ARFCN values.");
 }
 
-// Bits are added to the octets: a value is written once, where zeros are.
+// Adds bits to octets that are zero there: each value is written once.
 static int writeBits(const ArfcnBuffer& buffer, size_t bit, uint32_t value, unsigned width)
 {
   if (value >> width) return rtxErrSetData(buffer.pctxt, RTX_E_BAD_VALUE, kModule, __LINE__);
@@ -225,7 +225,7 @@ static void writeHeader(const ArfcnBuffer& buffer, unsigned format, bool channel
     return;
   }
   buffer.octets[0] = static_cast<uint8_t>(origin >> 2);
-  // New octets cannot be the ones that the caller's second pointer leads to, so both get the bits.
+  // Octets that were made here are not those that the caller's second pointer leads to, so both get the low bits.
   buffer.octets[1] = static_cast<uint8_t>(origin << 6);
   if (second) *second = buffer.octets[1];
 }

@@ -16,7 +16,6 @@
 #include "velnor3gpp/rtxError.h"
 #include "velnor3gpp/rtxStatus.h"
 
-// Both files of this name make up one module.
 static const char kModule[] = "rtx3GPPText";
 
 static const char kDecimal[] = "0123456789";
@@ -39,7 +38,7 @@ struct ExtensionChar {
 static constexpr ExtensionChar kExtension[] = {{10, '\f'}, {20, '^'}, {40, '{'}, {41, '}'}, {47, '\\'},
                                                {60, '['},  {61, '~'}, {62, ']'}, {64, '|'}, {101, '\xA4'}};
 
-// Septet to ISO 8859-1. What that has not, the Greek capitals and the escape, is a question mark.
+// Septet to ISO 8859-1. The Greek capitals, which ISO 8859-1 does not have, and the escape are question marks.
 static const char kAlphabet[129] = "@\xA3$\xA5\xE8\xE9\xF9\xEC\xF2\xC7\n\xD8\xF8\r\xC5\xE5"
                                    "?_??????????\xC6\xE6\xDF\xC9"
                                    " !\"#\xA4%&'()*+,-./0123456789:;<=>?"

@@ -37,8 +37,8 @@ inline int encIdentityDigits(L3Call& call, const L3Type& type, const char* name,
 #include "velnor3gpp/rtxDiagBitTrace.h"
 #include "velnor3gpp/rtxTBCD.h"
 
-// Reads the length of 8 or 16 bits and opens the region. A length out of its range is remarked and used as it stands:
-// networks send such identities, and the octets behind them are only found through the length.
+// Reads the length of 8 or 16 bits and opens the region. A length out of its range is remarked and used as it stands,
+// because the octets behind the identity can only be found through it.
 template <typename Length>
 int openIdentity(L3Call& call, const L3Type& type, Length& length, size_t most, L3Region& region)
 {

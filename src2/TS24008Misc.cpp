@@ -162,7 +162,7 @@ static int writeDigits(L3Call& call, const L3Type& type, const char* digits)
 static int decTelephony(L3Call& call, const L3Type& type, char** text, size_t octets)
 {
   octets = boundOctets(call, octets);
-  // Zeroed, so that what a failed read leaves ends somewhere.
+  // Zeroed, so that the text has an end even if reading fails half-way.
   char* digits = static_cast<char*>(rtxMemHeapAllocZ(&call.pctxt->pMemHeap, 2 * octets + 1));
   *text = digits;
   if (!digits) return l3DecFailed(call, type, nullptr, RTX_E_NO_MEMORY);

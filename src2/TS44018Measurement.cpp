@@ -53,7 +53,7 @@ int l3Enc_TS44018IE_Measurement_Results(L3Call& call, const L3Type& type, void* 
   if (int status = l3EncRows(call, type, value); status < 0) return status;
   size_t used = l3BitPos(call.pctxt) - start;
   // Six cells fill the element. The bit that would say that no report of a closed subscriber group follows has no place
-  // there, so it goes again.
+  // there, so it is taken back.
   if (used == kBits + 1 && !endsWithReport(*static_cast<const TS44018IE_Measurement_Results*>(value))) {
     int status = rtxCtxtSetBitOffset(call.pctxt, start + kBits);
     if (status < 0) return l3EncFailed(call, type, nullptr, status);

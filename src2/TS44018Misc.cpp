@@ -11,7 +11,7 @@
 
 namespace {
 
-// Where an element has its list.
+// Where an element has its list: the format, the first octet, and how many bits.
 struct Coded {
   uint8_t format = 0;
   const uint8_t* data = nullptr;

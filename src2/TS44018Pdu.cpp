@@ -58,8 +58,8 @@ int l3Dec_TS44018Msg_L2_PSEUDO_LEN_PDU(L3Call& call, const L3Type& type, void* v
   const auto& pdu = *static_cast<const TS44018Msg_L2_PSEUDO_LEN_PDU*>(value);
   int status = decRows(call, type, kLength, kHeader, value);
   if (status < 0) return status;
-  // Networks send lengths of 0 and of 22 with system information that is rest octets alone (0x01 0x06 0x00,
-  // 0x59 0x06 0x07): the header is read beyond such an end, and the body finds none or too much of it.
+  // Networks send lengths of 0 and of 22 with system information that is rest octets alone (0x01 0x06 0x00, 0x59 0x06
+  // 0x07): so the header is read beyond such an end, and the body is left with none of the length or with too much.
   L3Region frame;
   status = l3PushRegion(call, frame, pdu.l2PseudoLen.pseudo_length, false);
   if (status < 0) return l3DecFailed(call, type, "l2PseudoLen", status);
@@ -84,7 +84,8 @@ int l3Enc_TS44018Msg_L2_PSEUDO_LEN_PDU(L3Call& call, const L3Type& type, void* v
   status = nasEncodePlain(call, l3Slice(type, kHeader, kRestOctets - kHeader), value, known);
   if (status < 0) return status;
   length.pseudo_length = lengthOf(call, type, value, (l3BitPos(call.pctxt) - start) / 8);
-  // Six bits in front of the two that are fixed: 18 octets are 0x49. Of more than 63 the low bits alone are sent.
+  // Six bits in front of the two that are fixed: 18 octets are 0x49. Of a length above 63 only the low six bits are
+  // sent.
   status = l3PatchLength(call, start - 2, 6, length.pseudo_length & 0x3FU);
   if (status < 0) return l3EncFailed(call, type, "l2PseudoLen", status);
   status = nasEncodePlain(call, l3Slice(type, kRestOctets, 1), value, known);
