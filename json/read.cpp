@@ -263,8 +263,8 @@ struct Reader {
     if (at == At::record) return step(VELNOR3GPP_BUILD_MEMBER, text, count);
     if (at == At::other) return true;
     if (at == At::kept) {
-      // The longest name that is known, "instead", fits; a longer one is cut and is none of them.
-      snprintf(entry.key, sizeof entry.key, "%s", text);
+      // The longest name that is known, "instead", fits. A longer one must not be cut to it: it is no known name.
+      snprintf(entry.key, sizeof entry.key, "%s", count < sizeof entry.key ? text : "");
       return true;
     }
     auto is = [&](const char* name) { return strlen(name) == count && memcmp(name, text, count) == 0; };

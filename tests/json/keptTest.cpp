@@ -39,12 +39,22 @@ TEST(JsonKept, RedactingEmptiesWhatIsKept)
   EXPECT_EQ(hexText(Octets(kept.octets, kept.octets + kept.count)), "7A0003000000");
 }
 
+static const char kRecord[] =
+    R"({"type":"TS24501Msg_PDU","record":{"hdrData":{"mm":{"secHdrType":0}},"data":{"IdentityRequest5G":)"
+    R"({"identity":{"typeOfIdent":1}}}},"unknown":)";
+
+// A member that nobody knows is passed over, even if it begins as one that is known: "instead" is a place.
+TEST(JsonKept, LongerNamesAreNotTakenForKnownOnes)
+{
+  JsonSession session;
+  static const char kEntry[] = R"([{"path":"data.IdentityRequest5G","octets":"81","insteadOf":"nothing"}]})";
+  ASSERT_EQ(session.read(std::string(kRecord) + kEntry + "}"), 0) << session.findings();
+  EXPECT_EQ(session.encoded(), "7E005B0181");
+}
+
 // None of them is taken for something else.
 TEST(JsonKept, MistakesAreTold)
 {
-  static const char kRecord[] =
-      R"({"type":"TS24501Msg_PDU","record":{"hdrData":{"mm":{"secHdrType":0}},"data":{"IdentityRequest5G":)"
-      R"({"identity":{"typeOfIdent":1}}}},"unknown":)";
   JsonSession right;
   EXPECT_EQ(right.read(std::string(kRecord) + R"([{"path":"data.IdentityRequest5G","octets":"81"}]})"), 0)
       << right.findings();
