@@ -32,8 +32,8 @@ struct L3Name {
   uint16_t end;
 };
 
-// A region that a length has opened, in the frame of the walk over its record. What lies behind its end does not exist
-// for the elements inside.
+// A region that a length has opened, in the frame of the walk over its record. An element inside that has gone beyond
+// its end fails with -66.
 struct L3Region {
   // The end, as a cursor: octet and bits left in it (8: the region ends at the octet's start).
   size_t byteIndex;
@@ -53,7 +53,7 @@ enum L3Mode : uint8_t {
   kL3Trial,
   // A trial whose result is no longer wanted; it ends as soon as its coders return.
   kL3GivenUp,
-  kL3Walk,     // frames, nothing seen; a trial was given up, so no other is begun
+  kL3Walk,     // frames, nothing seen; no trial is begun: one was given up, or a trace is on
   kL3Listed,   // names and regions stand on the real stacks; fields are still read and written inline
   kL3Observed, // the same, and each field goes through the public bit functions, where trace and stream see it
 };

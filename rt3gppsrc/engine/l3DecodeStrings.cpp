@@ -1,7 +1,6 @@
 // Octet, bit and character strings. A failed read of octets or bits does not end the decoding of the record: its status
 // is kept as the running status (`running`), which the next element overwrites, while the error record stands. So a
-// record whose last string is cut short fails, and one with elements behind it fails at the first of those. Texts fail
-// at once.
+// record fails by such a string only if it is the last element. Texts fail at once.
 //
 // Storage is never taken on the word of a length: FF FF in front of nothing would otherwise cost 64 KiB.
 #include <cstring>

@@ -28,9 +28,9 @@ static int encOwnLength(L3Call& call, const L3Type& type, const L3Row& row, L3Co
   return status < 0 ? l3Fail(call, type.module->encoder, status, row.line) : 0;
 }
 
-// A growing buffer whose growth was refused names the refused size, so nothing may be written any more: the string ends
-// the encoding, and not only its own status. The status alone does not tell it, since behind an older error it is that
-// of several (-50).
+// A growing buffer whose growth was refused names the refused size, so nothing may be written any more. A string that
+// has failed by it ends the encoding at once; otherwise it would only leave its status (`running`). The status alone
+// does not tell the two apart, since behind an older error it is that of several (-50).
 static int endWithoutMemory(L3Call& call, const L3Type& type, const L3Row& row, int running)
 {
   bool grows = call.pctxt->buffer.dynamic;
@@ -56,8 +56,8 @@ static Content contentOf(const uint8_t* member, size_t cap, size_t dataOffset)
   return {heap.count, heap.data};
 }
 
-// Writes an octet string. As in the decoder, the status of the write is the running status: the record goes on, so that
-// everything wrong with it is reported.
+// Writes an octet string. As in the decoder, the status of the write is the running status, which does not end the
+// record.
 static int encOctetString(L3Call& call, const L3Type& type, const L3Row& row, const uint8_t* member, int& running)
 {
   const L3Octets& info = *static_cast<const L3Octets*>(row.info);

@@ -10,8 +10,8 @@
 #include "velnor3gpp/rtxBitEncode.h"
 #include "velnor3gpp/rtxDiagBitTrace.h"
 
-// Writes a field with the public function of its width; they differ in what they record on failure. A number of 24 bits
-// has no function of its own.
+// Writes a field with the public function of its width; they differ in what they record on failure. 24 bits go the way
+// of odd widths.
 static int writePublic(RtxContext* pctxt, uint64_t value, unsigned bits, bool boolean)
 {
   uint32_t word = static_cast<uint32_t>(value);

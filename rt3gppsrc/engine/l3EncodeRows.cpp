@@ -38,7 +38,7 @@ static int encEnumerated(L3Call& call, const L3Type& leaf, const L3Row& row, uin
   return row.flags & kL3LH ? l3EncPadded(call, value, row.bits, label) : l3EncBits(call, value, row.bits, label);
 }
 
-// Writes an integer or a flag. A number that has more bits than its field is refused, for the octets would hold
+// Writes an integer or a flag. A number that has more bits than its field is refused, since the octets would hold
 // another.
 static int encNumber(L3Call& call, const L3Type& leaf, const L3Row& row, uint64_t value, bool& reported)
 {

@@ -107,7 +107,7 @@ int l3Init(const L3Type& type, void* value)
   return 0;
 }
 
-// Is the member a number, which l3Init leaves alone and a record that was cut short has as 0?
+// Numbers: l3Init leaves them alone, and where a record was cut short they become 0.
 static bool isNumber(const L3Row& row)
 {
   return row.op == kL3UInt || row.op == kL3Bool || row.op == kL3Enumerated || row.op == kL3Unary ||

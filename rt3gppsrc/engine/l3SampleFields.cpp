@@ -15,8 +15,8 @@ bool l3IsSettled(const L3SampleRecord& sample, uint32_t offset)
   return false;
 }
 
-// May the field no longer change? With the table of settled fields full, none may: what is not remembered could be
-// changed again behind the back of an element that relies on it.
+// Must the field keep its value? If the table of settled fields is full, every field must: one that is not remembered
+// could be changed again behind the back of an element that relies on it.
 static bool isFixed(const L3SampleRecord& sample, const L3Field& field)
 {
   return sample.settledCount == kMaxSettled || l3IsSettled(sample, field.offset);

@@ -21,7 +21,7 @@ static void fill(uint8_t* dst, size_t octets)
   for (size_t i = 0; i < octets; ++i) dst[i] = kOctets[i % sizeof kOctets];
 }
 
-// Takes octets from those by which the region's content has to grow (SampleWalk.grow), at most `room`.
+// Takes octets from those by which the region's content has to grow (L3SampleWalk.grow), at most `room`.
 static size_t takeGrowth(L3SampleWalk& walk, size_t room)
 {
   size_t growth = walk.grow < room ? walk.grow : room;
@@ -101,8 +101,8 @@ static void sampleOctets(L3SampleWalk& walk, L3SampleRecord& sample, const L3Row
     l3StoreOctets(member, {static_cast<uint32_t>(count), data});
 }
 
-// Bits that a field counts: as few as the field allows, one where it may. They are all 1, and those behind the last one
-// 0.
+// Bits that a field counts: as many as the least value of the field from 1 on gives. Those in the last octet are 1, and
+// behind them are 0s.
 static void sampleCountedBits(L3SampleWalk& walk, L3SampleRecord& sample, const L3Row& row, const L3BitString& info)
 {
   uint8_t* member = sample.record + row.offset;
@@ -282,8 +282,6 @@ static void sampleList(L3SampleWalk& walk, L3SampleRecord& sample, const L3Row& 
 
 // A choice that looks ahead is decided by the leading bits of its alternative, so these take the value on which it is
 // chosen: `left` bits of `value`, those in `mask`. They may lie in several members, and in records at the beginning.
-// A member takes as many of the leading bits as it has: a member of 5 bits with 3 bits left gets them on top, 2 bits
-// below stay as they are.
 static void forceBits(const L3Row& row, uint8_t* record, uint32_t value, uint32_t mask, unsigned& left);
 
 static void forceRows(const L3Type& type, uint8_t* record, uint32_t value, uint32_t mask, unsigned& left)
@@ -292,6 +290,8 @@ static void forceRows(const L3Type& type, uint8_t* record, uint32_t value, uint3
     forceBits(*row, record, value, mask, left);
 }
 
+// A member takes as many of the leading bits as it has. With 3 bits left, a member of 5 bits gets them on top, and its
+// lower 2 bits stay as they are.
 static void forceBits(const L3Row& row, uint8_t* record, uint32_t value, uint32_t mask, unsigned& left)
 {
   if (row.op == kL3Record) return forceRows(*row.type, record + row.offset, value, mask, left);
