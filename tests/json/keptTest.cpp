@@ -48,7 +48,7 @@ TEST(JsonKept, LongerNamesAreNotTakenForKnownOnes)
 {
   JsonSession session;
   static const char kEntry[] = R"([{"path":"data.IdentityRequest5G","octets":"81","insteadOf":"nothing"}]})";
-  ASSERT_EQ(session.read(std::string(kRecord) + kEntry + "}"), 0) << session.findings();
+  ASSERT_EQ(session.read(std::string(kRecord) + kEntry), 0) << session.findings();
   EXPECT_EQ(session.encoded(), "7E005B0181");
 }
 
