@@ -15,7 +15,7 @@
 #include "velnor3gpp/rtxMemHeap.h"
 #include "velnor3gpp/rtxStatus.h"
 
-static const char kModule[] = "rtx3GPP";
+static const char kModule[] = "rtx3GPPArfcn";
 
 // Level k has 2 to the power k-1 values of `levels` + 1 - k bits; the sums tell where a level ends: 10, 10 + 2 * 9, ...
 static constexpr uint16_t kBits1024[] = {0, 10, 28, 60, 116, 212, 372, 628, 1012, 1524, 2036};

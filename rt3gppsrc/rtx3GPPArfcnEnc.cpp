@@ -10,7 +10,7 @@
 #include "velnor3gpp/rtxMemHeap.h"
 #include "velnor3gpp/rtxStatus.h"
 
-static const char kModule[] = "rtx3GPP";
+static const char kModule[] = "rtx3GPPArfcnEnc";
 
 // The octets of the value under construction.
 struct ArfcnBuffer {

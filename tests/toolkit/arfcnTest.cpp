@@ -213,6 +213,18 @@ TEST(ChannelNumbers, SizeWithoutABufferClearsNothingBehindTheOctets)
   EXPECT_EQ(std::count(guard, guard + kGuard, 0xAA), static_cast<std::ptrdiff_t>(kGuard));
 }
 
+// The line of an error record is one of the module's source file, which has the module's name.
+TEST(ChannelNumbers, FailuresNameTheFileThatTheirLineIsIn)
+{
+  Bench bench;
+  RtxContext* pctxt = &bench;
+  EXPECT_EQ(decode(pctxt, 6, {0}, 8).first, RTX_E_BAD_VALUE);
+  EXPECT_STREQ(static_cast<const RtxErrInfo*>(pctxt->errInfo.tail->data)->stack[0].module, "rtx3GPPArfcn");
+  rtxErrReset(pctxt);
+  EXPECT_EQ(encode(pctxt, 6, {1}).status, RTX_E_BAD_VALUE);
+  EXPECT_STREQ(static_cast<const RtxErrInfo*>(pctxt->errInfo.tail->data)->stack[0].module, "rtx3GPPArfcnEnc");
+}
+
 TEST(ChannelNumbers, NullPointersAreRefused)
 {
   Bench bench;
