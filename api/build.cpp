@@ -66,9 +66,9 @@ void* buildAlloc(velnor3gpp_Session& session, size_t size)
   return memory;
 }
 
-// Where a value of the type goes. A type that stands for its content alone (TS24501IE_ABBA, which is a string behind a
-// length) has no braces in the walk, so the value goes to the row of that content; rows that are no elements are passed
-// over.
+// Where a value of the type goes. A type that stands for its content alone (TS24501IE_ABBA, which is a
+// string behind a length) has no braces in the walk, so the value goes to the row of that content; rows that
+// are no elements are passed over.
 static Slot slotOf(const L3Type& named, uint8_t* at, const RtxContext* ctxt)
 {
   const L3Type& type = l3FormOf(named, ctxt);

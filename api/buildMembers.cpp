@@ -22,6 +22,7 @@ static bool matches(const L3Row& row, uint8_t* record, unsigned index, const cha
     return true;
   }
   if (row.op == kL3Record) {
+    // Its members are those of the record around it; the index stays that of the row that holds them.
     if (!findMember(*row.type, record + row.offset, key, length, 0, member)) return false;
     member.index = index;
     return true;

@@ -152,9 +152,9 @@ static int storeBits(velnor3gpp_Session& session, const L3BitString& info, uint8
   return takeBits(session, text, count, data);
 }
 
-// Characters into an array of `cap`, which must have room for an ending zero, or with `cap` 0 onto the heap. A zero
-// inside would end the text early on the heap; an array has its digits behind a zero written all the same (see
-// visit.cpp).
+// Characters into an array of `cap`, which must have room for an ending zero, or with `cap` 0 onto the
+// heap. A zero inside would end the text early on the heap; an array has its digits behind a zero written
+// all the same (see visit.cpp).
 static int storeChars(velnor3gpp_Session& session, uint8_t* member, size_t cap, const char* text, size_t count)
 {
   if (!cap && count && memchr(text, 0, count)) return buildFailed(session, RTX_E_BAD_CHAR, "holds a character 0");

@@ -146,9 +146,9 @@ static void finish(velnor3gpp_Session& session, int status)
   session.status = statusOf(session, status);
 }
 
-// Decodes the session's octets into its record, in a context of the session's. The copy behind the octets is decoded,
-// because a cipher changes it. `keep` lends its keys; the flag for the direction selects among messages that share a
-// type.
+// Decodes the session's octets into its record, in a context of the session's. The copy behind the octets
+// is decoded, because a cipher changes it. `keep` lends its keys; the flag for the direction selects
+// among messages that share a type.
 static int runDecoder(velnor3gpp_Session& session, RtxContext& ctxt, const Attempt& attempt)
 {
   uint8_t* copy = session.octets.data + session.count;
@@ -227,8 +227,8 @@ static bool isSealed(const velnor3gpp_Session& session, const L3Type& form)
   return p.ciphered && !session.hasKeys && !looksPlain(form, session.octets.data, session.count, p);
 }
 
-// Copies the caller's octets, with room for the deciphered copy behind them and one octet, so that there is always
-// memory.
+// Copies the caller's octets, with room for the deciphered copy behind them and one octet, so
+// that there is always memory.
 static int keepOctets(velnor3gpp_Session& session, const uint8_t* octets, size_t count)
 {
   if (count > SIZE_MAX / 4 || !growRoom(session, session.octets, count * 2 + 1)) return RTX_E_NO_MEMORY;
@@ -289,9 +289,9 @@ static int decodeForm(velnor3gpp_Session& session, const L3Facts* known, velnor3
   return session.status;
 }
 
-// The form that reads the message without complaint, or else the likeliest. Forms are tried in the order of
-// velnor3gpp_forms; where elements are kept nearly everything reads, so a form that has to keep nothing is looked for
-// first.
+// The form that reads the message without complaint, or else the likeliest. Forms are tried in the order
+// of velnor3gpp_forms; where elements are kept nearly everything reads, so a form that has to keep
+// nothing is looked for first.
 static const velnor3gpp_Type* formByTrial(velnor3gpp_Session& session, velnor3gpp_Direction direction)
 {
   const velnor3gpp_Type* types[VELNOR3GPP_FORMS_MAX];
@@ -359,9 +359,9 @@ const RtxBitFieldList* positionsOf(velnor3gpp_Session& session)
   return session.slow.pBitFldList;
 }
 
-// Signs and ciphers under the count of the message that was decoded, so that it comes back as it was, or the next one
-// for a record that was built. The encoder takes no count away: a caller who sends the message raises it by setting
-// keys.
+// Signs and ciphers under the count of the message that was decoded, so that it comes back as it was, or
+// the next one for a record that was built. The encoder takes no count away: a caller who sends the
+// message raises it by setting keys.
 static void lendForEncoding(velnor3gpp_Session& session)
 {
   bool decoded = session.count && session.protection.present && session.check != VELNOR3GPP_NO_KEYS;

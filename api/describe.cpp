@@ -1,7 +1,7 @@
-// What the elements of a type are, by its rows and without a record: velnor3gpp_describe tells them step by step, as
-// visit.cpp tells the values of a record. JSON schemas (json/schema.cpp) and explanations are made of it. Types of the
-// table of types are told by reference, so that each is described once; parts of a type are told in place. Nothing is
-// allocated.
+// What the elements of a type are, by its rows and without a record: velnor3gpp_describe tells them step by step,
+// as visit.cpp tells the values of a record. JSON schemas (json/schema.cpp) and explanations are made of it.
+// Types of the table of types are told by reference, so that each is described once; parts of a type are told in
+// place. Nothing is allocated.
 #include "api/session.h"
 
 static constexpr unsigned kMaxDepth = 64;
@@ -158,8 +158,7 @@ static void describeBody(Describe& walk, const L3Row& row, const Name& name, boo
   step(walk, member, VELNOR3GPP_LEAVE);
 }
 
-// One row. What has no name and is neither record nor choice is no element: spare bits of a tail, a length without
-// member.
+// One row. What has no name and is neither record nor choice is no element, such as a length that no member keeps.
 static void describeRow(Describe& walk, const L3Row& row, const Name& name, bool optional)
 {
   if (!name.has && row.op != kL3Record && row.op != kL3Choice) return;

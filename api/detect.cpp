@@ -69,9 +69,9 @@ static bool hasMessage(const char* name, const Asked& asked)
   return asked.count > 1 && hasForm(name, asked.octets[0] & 15, asked.octets[1]);
 }
 
-// On common channels a pseudo length, whose low bits are 01, stands in front of discriminator 6. It could be taken for
-// an octet with discriminator 1, 5, 9 or 13, but none of these has a message type that ends with 6 as hexadecimal
-// digit.
+// On common channels a pseudo length, whose low bits are 01, stands in front of discriminator 6. It could
+// be taken for an octet with discriminator 1, 5, 9 or 13, but none of these has a message type that ends
+// with 6 as hexadecimal digit.
 static bool looksPseudo(const Asked& asked)
 {
   return asked.count > 1 && (asked.octets[0] & 3) == 1 && (asked.octets[1] & 15) == 6;
@@ -180,9 +180,9 @@ const velnor3gpp_Type* velnor3gpp_detect(const uint8_t* octets, size_t count, ve
   return found ? types[0] : nullptr;
 }
 
-// A header of 5 octets from the code on: code, then the sequence number, then the message inside. `kind` is the
-// security header type, 0 for none. Codes of types above 4 are not looked at by the EPS decoder, so they cannot be
-// checked.
+// A header of 5 octets from the code on: code, then the sequence number, then the message inside.
+// `kind` is the security header type, 0 for none. Codes of types above 4 are not looked at by the EPS
+// decoder, so they cannot be checked.
 static Protection securityHeader(const uint8_t* octets, size_t count, unsigned kind, const char* header, size_t codeAt)
 {
   Protection p = {};

@@ -103,7 +103,7 @@ static void takeOrigin(velnor3gpp_Finding& finding, const RtxErrInfo& info)
   finding.definition = finding.clause = "";
   for (unsigned i = 0; i < info.stkx && !*finding.clause; ++i) {
     const char* clause = clauseAt(info.stack[i].module, static_cast<int>(info.stack[i].line));
-    if (!*clause) continue; // the run-time, which failed for the coder
+    if (!*clause) continue; // a source file of the run-time, whose failure the coder has passed on
     finding.clause = clause;
     finding.definition = info.stack[i].module;
     finding.line = static_cast<int>(info.stack[i].line);

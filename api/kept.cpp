@@ -232,9 +232,9 @@ int velnor3gpp_keep(velnor3gpp_Session* session, const velnor3gpp_Kept* source)
   return 0;
 }
 
-// The octets that frame an element (identifier, length) and may stay; what stands behind them may tell of a person. 7A
-// 03 xx xx xx has a head of 2, 7B 00 03 xx xx xx one of 3, and one whose length does not fit keeps its identifier
-// alone.
+// The octets that frame an element (identifier, length) and may stay; what stands behind them may tell
+// of a person. 7A 03 xx xx xx has a head of 2, 7B 00 03 xx xx xx one of 3, and one whose length does not
+// fit keeps its identifier alone.
 static size_t headOf(const L3Kept& kept)
 {
   const uint8_t* octets = kept.octets();

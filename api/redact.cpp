@@ -241,8 +241,8 @@ static int replaceNode(const velnor3gpp_Node* node, void* arg)
   return 0;
 }
 
-// One message and, in sessions of their own, up to four levels of messages in it. Containers below that stay as they
-// are.
+// One message and, in sessions of their own, up to four levels of messages in it. Containers
+// below that stay as they are.
 static int pseudonymise(velnor3gpp_Session& session, const Cipher& cipher, unsigned depth)
 {
   velnor3gpp_Session* inside = nullptr;

@@ -97,8 +97,8 @@ static void clearNumbers(const L3Type& type, uint8_t* record)
   }
 }
 
-// A form as small as it can be: no security header, a header of zeros but for what tells the message, no optional
-// elements.
+// A form as small as it can be: no security header, a header of zeros but for what tells the
+// message, no optional elements.
 static void minimiseForm(const L3Type& form, const L3Row& bodyRow, uint8_t* record)
 {
   const L3Body& body = *static_cast<const L3Body*>(bodyRow.info);

@@ -154,6 +154,7 @@ int velnor3gpp_getKeys(const velnor3gpp_Session* session, velnor3gpp_Keys* keys)
 int velnor3gpp_setOption(velnor3gpp_Session* session, velnor3gpp_Option option, uint32_t value)
 {
   if (!session) return RTX_E_NULL_POINTER;
+  // Two options are switches, the third is the newest release of radio capabilities to decode (0: all).
   bool isSwitch = option == VELNOR3GPP_OPTION_KEEP || option == VELNOR3GPP_OPTION_STANDARD;
   if (isSwitch ? value > 1 : option != VELNOR3GPP_OPTION_RELEASE || value > UINT16_MAX) return RTX_E_BAD_PARAMETER;
   if (!isSwitch) {

@@ -55,6 +55,7 @@ const velnor3gpp_Type* velnor3gpp_typeByName(const char* name, size_t* others)
   size_t count = 0;
   if (others) *others = 0;
   if (!name) return nullptr;
+  // The name as it is written, by binary search, before all types are looked through.
   if (const L3Facts* exact = findType(name)) return publicType(exact);
   for (size_t i = 0; i < l3KnownTypes; ++i) {
     if (strcasecmp(l3Types[i]->fullName, name) == 0) return publicType(&l3TypeFacts[i]);

@@ -32,8 +32,8 @@ struct Name {
   const L3Type* type = nullptr; // that has nothing but this element
 };
 
-// One walk. A negative answer of the visitor becomes `status` and ends it; a positive one to ENTER passes over the
-// content.
+// One walk. A negative answer of the visitor becomes `status` and ends it; a positive one to
+// ENTER passes over the content.
 struct Walk {
   velnor3gpp_VisitFunc visit;
   void* arg;
@@ -354,7 +354,7 @@ static void visitType(Walk& walk, const Place* parent, const L3Type& named, cons
     return;
   }
   ++walk.depth;
-  walk.hidden += hidden;
+  walk.hidden += hidden; // all values inside are private, whatever their own type says
   visitRecord(walk, parent, type, name, value);
   walk.hidden -= hidden;
   --walk.depth;

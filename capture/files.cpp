@@ -127,8 +127,8 @@ static int beginBody(velnor3gpp_CaptureReader& reader)
 
 int takeBlockStart(velnor3gpp_CaptureReader& reader)
 {
-  // The type of a section block reads alike in both byte orders; the magic number behind the length tells which one
-  // holds.
+  // The type of a section block reads alike in both byte orders; the magic number behind the
+  // length tells which one holds.
   reader.blockType = load32(reader.header, reader.little);
   if (load32(reader.header) == kSectionBlock) {
     gather(reader, ReadStep::kSection, reader.header, 12);
@@ -241,8 +241,8 @@ static void takePacketOption(velnor3gpp_CaptureFrame& frame, const Option& optio
     frame.comments[frame.commentCount++] = {reinterpret_cast<const char*>(option.value.data), option.value.size};
 }
 
-// A packet: interface, time in two words, octets kept, octets on the wire; then the octets, padded to four, and
-// options.
+// A packet: interface, time in two words, octets kept, octets on the wire; then the octets,
+// padded to four, and options.
 static int takePacket(velnor3gpp_CaptureReader& reader, Span body)
 {
   bool little = reader.little;

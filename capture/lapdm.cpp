@@ -1,7 +1,7 @@
-// Blocks of radio channels (TS 44.006): the pseudo length in front of a message on broadcast and common channels
-// (formats Bbis), and LAPDm frames on dedicated ones: address, control, length, then a message or a segment of one.
-// gsmtap.cpp calls it. Only as much of LAPDm is understood as messages need: nothing is acknowledged, and no timer
-// runs.
+// Blocks of radio channels (TS 44.006): the pseudo length in front of a message on broadcast and common
+// channels (formats Bbis), and LAPDm frames on dedicated ones: address, control, length, then a message or a
+// segment of one. gsmtap.cpp calls it. Only as much of LAPDm is understood as messages need: nothing is
+// acknowledged, and no timer runs.
 //
 //   01 3F 35 05 24 ...   01 = 0 00 000 0 1: service access point 0, command bit 0, last octet of the address
 //                        3F: SABM with the poll bit; 35 = 001101 0 1: 13 octets, no more segments

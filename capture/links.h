@@ -1,7 +1,7 @@
-// Layer-2 links of dedicated radio channels (LAPDm, TS 44.006): segments of messages are put together here, in a table
-// that has its size from the beginning. A link is one direction of one service access point of a channel. lapdm.cpp
-// hands numbered frames in; a whole message lies in the link until its next segment comes. Numbers wrap at 8, as on the
-// air.
+// Layer-2 links of dedicated radio channels (LAPDm, TS 44.006): segments of messages are put together here, in
+// a table that has its size from the beginning. A link is one direction of one service access point of a
+// channel. lapdm.cpp hands numbered frames in; a whole message lies in the link until its next segment comes.
+// Numbers wrap at 8, as on the air.
 #ifndef VELNOR3GPP_CAPTURE_LINKS_H
 #define VELNOR3GPP_CAPTURE_LINKS_H
 

@@ -122,8 +122,8 @@ int velnor3gpp_captureCreate(velnor3gpp_CaptureWriter** writer, velnor3gpp_Captu
   return 0;
 }
 
-// Tag, length with its padding, value. tagsOf adds no more than 144 octets: a name of 64, two addresses of 16, four
-// numbers.
+// Tag, length with its padding, value. tagsOf adds no more than 144 octets: a name of 64, two
+// addresses of 16, four numbers.
 static void addTag(Tags& tags, uint32_t tag, const void* value, size_t count)
 {
   size_t size = padded(count);

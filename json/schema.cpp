@@ -327,8 +327,8 @@ static int writeSchema(SchemaWriter& writer, const velnor3gpp_Type* type)
   pair(out, "type", "object");
   jsonPut(out, ",\"properties\":{");
   out.comma = false;
-  // Of one type the name in "type" is fixed and the record's schema with it; of all, a condition leads to it
-  // (putCases).
+  // Of one type the name in "type" is fixed and the record's schema with it; of all, a
+  // condition leads to it (putCases).
   if (type) {
     velnor3gpp_typeFacts(type, &facts);
     jsonPut(out, "\"type\":{\"const\":");

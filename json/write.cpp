@@ -126,8 +126,8 @@ static int writeField(const velnor3gpp_Node* node, void* arg)
   return writer.failed ? RTX_E_NO_MEMORY : 0;
 }
 
-// {"status":-2,"fatal":true,"text":...,"path":...,"octet":3,"bit":8,"clause":...}; place and clause where they are
-// known.
+// {"status":-2,"fatal":true,"text":...,"path":...,"octet":3,"bit":8,"clause":...}; place and
+// clause where they are known.
 static void writeFinding(JsonWriter& writer, const velnor3gpp_Finding& finding)
 {
   if (writer.comma) jsonPut(writer, ",");

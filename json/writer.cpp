@@ -1,6 +1,6 @@
-// Pieces of JSON; writer.h says what each is for. Strings are the only ones that need thought: JSON is UTF-8, and texts
-// of messages are any octets. U+F700 to U+F7FF stand for octets that are no UTF-8, so that every text comes back as it
-// was:
+// Pieces of JSON; writer.h says what each is for. Strings are the only ones that need thought: JSON is
+// UTF-8, and texts of messages are any octets. U+F700 to U+F7FF stand for octets that are no UTF-8, so that
+// every text comes back as it was:
 //
 //   octet FF      U+F7FF     EF 9F BF
 //   octet 80      U+F780     EF 9E 80
@@ -131,8 +131,8 @@ static bool isPlain(uint8_t c)
   return c >= 0x20 && c < 0x7F && c != '"' && c != '\\';
 }
 
-// Runs of plain characters are copied, others are looked at one by one: escapes, UTF-8 as it stands, octets that are
-// none.
+// Runs of plain characters are copied, others are looked at one by one: escapes, UTF-8 as it
+// stands, octets that are none.
 void jsonText(JsonWriter& writer, const uint8_t* text, size_t count)
 {
   jsonPut(writer, "\"");

@@ -57,6 +57,7 @@ void incrementAtFront(uint8_t* block, size_t bitsWide)
 
 } // namespace
 
+// Nothing is changed where the instructions are asked for and not there.
 int rtx3gppAesForce(AesChoice choice)
 {
   if (choice == AesChoice::instructions && !rtx3gppAesInstructions()) return 0;
@@ -104,6 +105,7 @@ void rtx3gppAesExpandKey(uint32_t* schedule, const uint8_t* key)
   aesPath()->expandKey(schedule, key);
 }
 
+// A width of 0 would be a mistake of ours, hence the assertion.
 void rtx3gppIncrementCounter(uint8_t* block, size_t blockBytes, size_t bitsWide, CounterPlace place)
 {
   if (bitsWide == 0) rtxErrAssertionFailed("bitsWide > 0", __LINE__, "rt3gppCrypto");

@@ -1,8 +1,8 @@
-// AES-128 with the AES instructions of x86 processors. The instructions are asked for function by function, so that the
-// library as a whole still runs on processors without them: rtx3gppAesInstructions asks the processor, and its
-// functions are called only where it has them. Two ways of counter mode: eight blocks under way (AES-NI), and sixteen
-// in four wide registers (VAES, AVX-512) for long messages. Nothing is allocated; keys are wiped before each function
-// returns.
+// AES-128 with the AES instructions of x86 processors. The instructions are asked for function by function, so
+// that the library as a whole still runs on processors without them: rtx3gppAesInstructions asks the processor,
+// and its functions are called only where it has them. Two ways of counter mode: eight blocks under way (AES-NI),
+// and sixteen in four wide registers (VAES, AVX-512) for long messages. Nothing is allocated; keys are wiped
+// before each function returns.
 #include "rt3gppsrc/rt3gppCrypto.h"
 
 // Eight registers, which is all that these processors have in 32-bit code, would leave round keys on the stack.

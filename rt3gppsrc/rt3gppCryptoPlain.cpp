@@ -29,6 +29,7 @@ uint32_t loadColumn(const uint8_t* at)
   return at[0] | uint32_t{at[1]} << 8 | uint32_t{at[2]} << 16 | uint32_t{at[3]} << 24;
 }
 
+// The inverse of loadColumn.
 void storeColumn(uint32_t column, uint8_t* at)
 {
   for (int row = 0; row < 4; row++) at[row] = static_cast<uint8_t>(column >> 8 * row);
@@ -48,6 +49,7 @@ uint64_t spread(uint32_t column)
   return (x | x << 8) & 0x00FF00FF00FF00FFULL;
 }
 
+// The inverse of spread: 0044003300220011 becomes 44332211.
 uint32_t gather(uint64_t x)
 {
   x &= 0x00FF00FF00FF00FFULL;
@@ -88,6 +90,7 @@ Planes packColumns(const uint32_t* columns)
   return p;
 }
 
+// The inverse of packColumns. `p` is a copy, because transposing changes it.
 void unpackColumns(Planes p, uint32_t* columns)
 {
   transpose(p.bit);
@@ -166,8 +169,8 @@ inline Gf16 square(Gf16 a)
   return {high, add(timesW2(high), square(a.lo))};
 }
 
-// The inverse is the conjugate divided by the norm, which lies in GF(4), where squaring inverts. 0 becomes 0, as in the
-// S-box.
+// The inverse is the conjugate divided by the norm, which lies in GF(4), where squaring inverts.
+// 0 becomes 0, as in the S-box.
 inline Gf16 invert(Gf16 a)
 {
   const Gf4 norm = add(timesW2(square(a.hi)), multiply(a.lo, add(a.hi, a.lo)));
@@ -242,11 +245,13 @@ void mixColumns(Planes& p)
   p.bit[1] ^= sum[7], p.bit[3] ^= sum[7], p.bit[4] ^= sum[7]; // the reduction 0x1B, whose bit 0 the loop has set
 }
 
+// AddRoundKey, and the exclusive or of CMAC: the same on planes as on octets.
 void addPlanes(Planes& p, const Planes& other)
 {
   for (int i = 0; i < 8; i++) p.bit[i] ^= other.bit[i];
 }
 
+// SubBytes and ShiftRows, which every round begins with.
 void substituteAndShift(Planes& p)
 {
   substitute(p);

@@ -1,8 +1,8 @@
-// NAS security as callers see it (TS 24.301 and TS 24.501, 4.4.3; TS 33.401, annex B): the record of one connection,
-// its keys, and the two services over a span of octets. The top-level coders of EPS and 5GS call the services
-// (src2/NasProtection.cpp), applications the rest. The record, subkeys and schedules are blocks of the context's heap
-// and are wiped before they are freed; the keys themselves stay the caller's. Nothing here changes count, bearer or
-// direction.
+// NAS security as callers see it (TS 24.301 and TS 24.501, 4.4.3; TS 33.401, annex B): the record of one
+// connection, its keys, and the two services over a span of octets. The top-level coders of EPS and 5GS call the
+// services (src2/NasProtection.cpp), applications the rest. The record, subkeys and schedules are blocks of the
+// context's heap and are wiped before they are freed; the keys themselves stay the caller's. Nothing here
+// changes count, bearer or direction.
 #include "velnor3gpp/rt3gppNasSec.h"
 
 #include <string.h>
@@ -53,8 +53,8 @@ template <typename T> int allocateOnce(RtxContext* pctxt, T*& memory, size_t oct
   return memory ? 0 : rtxErrSetData(pctxt, RTX_E_NO_MEMORY, kModule, __LINE__);
 }
 
-// A cipher that goes to null while integrity stays with AES keeps its old schedule: the block of both is wiped as a
-// whole.
+// A cipher that goes to null while integrity stays with AES keeps its old schedule: the block
+// of both is wiped as a whole.
 void wipeUnused(RtxContext* pctxt, uint32_t integrityAlg, uint32_t cipherAlg)
 {
   if (integrityAlg == RTX_3GPP_ALG_AES) return;

@@ -115,11 +115,14 @@ static int countBits(RtxContext* pctxt, uint8_t* pcount, uint8_t octet, uint8_t 
   }
 }
 
+// Plain bits: 1110 with `bit` 1 is 3.
 int rtx3GPPDecIntAsBits(RtxContext* pctxt, uint8_t* pcount, uint8_t bit)
 {
   return countBits(pctxt, pcount, bit, sameBit);
 }
 
+// Bits relative to a pattern: 2B at an octet's start is all L, 0010 1011, so with the pattern 2B it counts on to the
+// next octet.
 int rtx3GPPDecIntAsBitsPattern(RtxContext* pctxt, uint8_t* pcount, uint8_t pattern)
 {
   return countBits(pctxt, pcount, pattern, bitJustPassed);
@@ -204,7 +207,7 @@ static int readTailIei(RtxContext* pctxt, bool shiftsAllowed, Codesets* codesets
     if (status < 0) return rtxErrSetData(pctxt, status, kModule, __LINE__);
     if (!shiftsAllowed || *piei >> 4 != kShift) return 1;
     shiftCodeset(codesets, *piei);
-    if (!octetRemains(pctxt)) return 0;
+    if (!octetRemains(pctxt)) return 0; // the shift was the last octet
   }
 }
 
@@ -314,6 +317,7 @@ static int readPlmnByDigits(RtxContext* pctxt, char* mcc, char* mnc)
   return 0;
 }
 
+// The half-octets of 24 bits from the top: place 0 is MCC 2.
 static int readPlmnAtOnce(RtxContext* pctxt, char* mcc, char* mnc)
 {
   uint32_t bits;
@@ -335,6 +339,7 @@ int rtx3GPPDec_MCC_MNC(RtxContext* pctxt, char* mcc, char* mnc)
   return 0;
 }
 
+// One field with its own entry in the trace.
 static int writeField(RtxContext* pctxt, const char* name, uint32_t value, size_t nbits)
 {
   beginField(pctxt, name);

@@ -187,6 +187,7 @@ static int decodeRange(const ArfcnOut& out, const Rtx3gppRangeFormatInfo& info, 
   return 0;
 }
 
+// No pointer is needed where there are no bits; the formats then say that the value is too short.
 int rtx3GPPDecARFCN(RtxContext* pctxt, uint8_t format, const uint8_t* data, uint16_t numBits, uint16_t** pArfcns,
                     uint16_t* pArfcnCount)
 {
@@ -204,6 +205,7 @@ int rtx3GPPDecARFCN(RtxContext* pctxt, uint8_t format, const uint8_t* data, uint
   }
 }
 
+// Without a context and without an error record: for applications that look at one value of a tree.
 int rtx3GPPFromRangeFormat(const uint32_t* wvalues, uint32_t index, uint32_t range, uint16_t* pArfcn)
 {
   bool known = range == 1024 || range == 512 || range == 256 || range == 128;

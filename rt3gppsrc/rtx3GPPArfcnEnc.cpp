@@ -121,7 +121,7 @@ static unsigned distance(unsigned value, unsigned origin, unsigned range)
 }
 
 // The place of the number that has as many others in the half of the range above it as the right subtree is to take,
-// or `count` if no number has.
+// or `count` if no number has. Compares each number with each: at most 1023 of them, and half as many a level below.
 static unsigned findPivot(const Subtree& tree)
 {
   unsigned half = (tree.range - 1) / 2;
@@ -255,6 +255,7 @@ static int encodeRange(ArfcnBuffer& buffer, const ArfcnSet& set, unsigned format
   return encodeTree(buffer, {1, numbers, count, info.maxRange, info.firstValueBit, 1, info.levels});
 }
 
+// Tests what all formats need and hands on to the format's own function.
 int rtx3GPPEncARFCN(RtxContext* pctxt, const uint16_t* arfcns, uint16_t count, uint8_t format, uint16_t range,
                     uint16_t origin, uint8_t** ppData, size_t dataSize, uint16_t* pNumBits)
 {

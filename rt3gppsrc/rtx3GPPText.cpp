@@ -47,8 +47,8 @@ static const char kAlphabet[129] = "@\xA3$\xA5\xE8\xE9\xF9\xEC\xF2\xC7\n\xD8\xF8
                                    "\xBF"
                                    "abcdefghijklmnopqrstuvwxyz\xE4\xF6\xF1\xFC\xE0";
 
-// Is the character one that the encoder knows from the extension table? The euro sign is not: it has no place in ISO
-// 8859-1.
+// Is the character one that the encoder knows from the extension table? The euro sign is not:
+// it has no place in ISO 8859-1.
 static bool isExtension(char text)
 {
   for (const ExtensionChar& row : kExtension) {

@@ -54,9 +54,9 @@ static uint8_t standardLead(const Identity& identity)
   return identity.t == TS24008IE_MobileIdentity_t_none && identity.length == kNoneOfGmm ? 0 : kFiller;
 }
 
-// Networks send a TMSI behind other bits as well (05 04 C9 58 5D 28 instead of F4). The record keeps such bits as
-// `digit1`, so that the encoder writes them again; the usual ones leave no member behind, and records stay small to
-// read.
+// Networks send a TMSI behind other bits as well (05 04 C9 58 5D 28 instead of F4). The record keeps
+// such bits as `digit1`, so that the encoder writes them again; the usual ones leave no member behind,
+// and records stay small to read.
 static void keepLead(Identity& identity, uint8_t digit1)
 {
   identity.m.digit1Present = digit1 != standardLead(identity);

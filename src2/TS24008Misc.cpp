@@ -1,6 +1,6 @@
-// Coders by hand of small types of TS 24.008. The engine calls the l3Dec_/l3Enc_ functions for types that name this
-// file, direct coders call the l3Direct ones, and callers the five NASDec_ functions at the end. Each is by hand for a
-// reason:
+// Coders by hand of small types of TS 24.008. The engine calls the l3Dec_/l3Enc_ functions for types that
+// name this file, direct coders call the l3Direct ones, and callers the five NASDec_ functions at the end.
+// Each is by hand for a reason:
 //   - the PLMN pair (10.5.1.3), because the digits of MCC and MNC cross each other's octets;
 //   - digit and text strings (10.5.1.4, 10.5.4.7, 10.5.3.5a), because the element around them tells their size;
 //   - network name and linked transaction identifier (10.5.3.5a, 10.5.6.7), because they test more than rows can say.

@@ -38,8 +38,8 @@ struct FirstOctet {
   uint8_t discriminator; // not read for a service request
 };
 
-// Decodes `count` of a form's rows, from row `from` on. The presence bits stay as they are, since the caller has set
-// some.
+// Decodes `count` of a form's rows, from row `from` on. The presence bits stay as they are,
+// since the caller has set some.
 static int decSlice(L3Call& call, const L3Type& pdu, unsigned from, unsigned count, void* record)
 {
   L3Type slice = l3Slice(pdu, from, count);
@@ -104,8 +104,8 @@ int l3Dec_TS24301Msg_PDU_SM(L3Call& call, const L3Type& type, void* value)
   return decPlain(call, type, *static_cast<TS24301Msg_PDU_SM*>(value));
 }
 
-// Gives the sample of a session message a half-octet as the decoder will label it; the rows would make a skip
-// indicator.
+// Gives the sample of a session message a half-octet as the decoder will label it; the rows
+// would make a skip indicator.
 bool l3Settle_TS24301Msg_PDU_SM(RtxContext*, void* value)
 {
   auto& options = static_cast<TS24301Msg_PDU_SM*>(value)->l3HdrOpts;
@@ -320,8 +320,8 @@ int l3Enc_TS24301Msg_PDU(L3Call& call, const L3Type& type, void* value)
   bool known;
   status = nasEncodePlain(call, type, value, known);
   if (status < 0) return status;
-  // A message number that the form does not have (`known` false) is no failure once the header is signed: callers
-  // protect a header alone in this way.
+  // A message number that the form does not have (`known` false) is no failure here: the header alone is signed and
+  // goes out.
   if (header != 0) return nasProtect(call, type, start, kSpans, header, pdu.secHdr.msgAuthCode);
   return known ? status : l3Ended(call, RTX_E_INVALID_CHOICE);
 }

@@ -1,7 +1,6 @@
 // Elements of TS 24.501 that rows cannot say. The engine and direct coders call what is defined here.
-//   - The 5GS mobile identity (9.11.3.4), because its first octet holds type, SUPI format, odd flag and first digit in
-//   a
-//     way that depends on the type, and because the encoder works its length out beforehand.
+//   - The 5GS mobile identity (9.11.3.4), because its first octet holds type, SUPI format, odd flag and first
+//     digit in a way that depends on the type, and because the encoder works its length out beforehand.
 //   - The entries of a list of tracking areas (9.11.3.9), because their counts stand outside of them.
 //   - The SUCI of a relay key request (9.11.3.89) in the form of the standard.
 // All values lie in the caller's record, but for strings without a bound, which are on the context's heap.
@@ -224,8 +223,7 @@ static int encByType(L3Call& call, Identity& identity)
   }
 }
 
-// The digit forms write length and first octet themselves: a length of 8 bits, in front of which an octet of 0 makes
-// 16.
+// The digit forms write length and first octet themselves. Their length has 8 bits; an octet of 0 in front makes 16.
 static int encDigits(L3Call& call, Identity& identity)
 {
   bool imei = identity.t == TS24501IE_MobileIdentity_t_imei;

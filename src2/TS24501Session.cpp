@@ -1,11 +1,9 @@
 // Two session elements of TS 24.501 whose first octets decide which rows follow. The engine calls these coders; the
 // rows of the types do all but the decision.
-//   - The service-level-AA parameter (9.11.2.10): its pending indication is a type 1 element, whose value shares the
-//   octet
-//     of the type. A1 is the whole parameter, while 10 01 02 is type, length and value of a device identity.
-//   - The QoS rule (9.11.4.13): one with a length of 0, 01 00 00, ends behind it. The rows go on with the operation
-//   code,
-//     as a rule of length 3 has it: 01 00 03 ...
+//   - The service-level-AA parameter (9.11.2.10): its pending indication is a type 1 element, whose value shares
+//     the octet of the type. A1 is the whole parameter, while 10 01 02 is type, length and value of a device identity.
+//   - The QoS rule (9.11.4.13): one with a length of 0, 01 00 00, ends behind it. The rows go on with the
+//     operation code, as a rule of length 3 has it: 01 00 03 ...
 #include "L3Descriptors.h"
 #include "src2/NamedParts.h"
 #include "velnor3gpp/TS24501IES.h"

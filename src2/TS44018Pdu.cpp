@@ -4,9 +4,8 @@
 // by hand for one thing: a message number that no message has is refused without an error record, as callers have
 // always seen it.
 //
-//   49 06 1B ... 2B 2B    0100 10 01: pseudo length 18 and the fixed bits 01; 06 1B is system information type 3, of
-//   which
-//                         18 octets follow behind the length and are followed by rest octets up to 23 in all
+//   49 06 1B ... 2B 2B    0100 10 01: pseudo length 18 and the fixed bits 01; 06 1B is system information type 3,
+//                         18 octets behind the length, then rest octets up to 23 in all
 #include "L3Descriptors.h"
 #include "rt3gppsrc/engine/l3Decode.h"
 #include "rt3gppsrc/engine/l3Encode.h"

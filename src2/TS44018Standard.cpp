@@ -1,8 +1,7 @@
 // Radio resource types in the form of the public standard, where no second row can say it. The engine calls these
 // coders instead of the rows for a context with RTX_FLAG_STANDARD_FORMS; the records are the same in both forms.
-//   - Identities of a paging request that are TMSIs of four octets, without the length and first octet of a mobile
-//   identity
-//     (TS 44.018, 9.1.23, 9.1.24, 10.5.2.42): C9 58 5D 28 where the rows read 05 F4 C9 58 5D 28.
+//   - Identities of a paging request that are TMSIs of four octets, without the length and first octet of a
+//     mobile identity (TS 44.018, 9.1.23, 9.1.24, 10.5.2.42): C9 58 5D 28 where the rows read 05 F4 C9 58 5D 28.
 //   - The neighbour cell description 2 (10.5.2.22a), of which one bit tells the format where the rows take two.
 #include "L3Descriptors.h"
 #include "rt3gppsrc/engine/l3Record.h"
