@@ -134,6 +134,45 @@ template <typename Member> inline uint64_t l3Number(Member member)
     return member;
 }
 
+// Four to eight flags that stand side by side in the record, an octet each, as so many bits: 01 00 01 01 is 1011. All
+// are read at once, and a product brings bit 8 * i of the word to bit i of its highest octet (of four flags: of its
+// highest four bits). No two summands share a bit, so nothing is carried. Octets other than 0 and 1 go to `over`: the
+// walk writes them as 1 or refuses them. `distance` is that of the last flag from the first.
+template <unsigned flags, size_t distance> L3_INLINE uint64_t l3Flags(const uint8_t* first, uint64_t& over)
+{
+  static_assert(distance == flags - 1 && flags >= 4 && flags <= 8);
+  uint64_t octets = rtxLoadOctets<flags>(first);
+  over |= octets & ~0x0101010101010101U;
+  if constexpr (flags == 4) return static_cast<uint32_t>(octets * 0x10204080U) >> 28;
+  return octets * 0x0102040810204080U >> 56;
+}
+
+// The way back. Up to seven bits are copied to the octets of a word, each copy seven bits above the one before, so that
+// octet i begins with bit i. Copies of eight bits would overlap: there octet i keeps bit i of its own copy alone, and
+// 0x7F carries it to the octet's highest bit.
+template <unsigned flags, size_t distance> L3_INLINE void l3SetFlags(uint8_t* first, uint64_t bits)
+{
+  static_assert(distance == flags - 1 && flags >= 4 && flags <= 8);
+  if constexpr (flags == 4) {
+    rtxStoreOctets<flags>(first, bits * 0x00204081U & 0x01010101U);
+  } else if constexpr (flags < 8) {
+    rtxStoreOctets<flags>(first, bits * 0x0002040810204081U & 0x0101010101010101U);
+  } else {
+    uint64_t octets = (bits * 0x0101010101010101U) & 0x8040201008040201U;
+    rtxStoreOctets<flags>(first, (octets + 0x7F7F7F7F7F7F7F7FU) >> 7 & 0x0101010101010101U);
+  }
+}
+
+// So many presence bits of a record, from number `first` on, which is the lowest one of the result.
+template <unsigned first, unsigned count> L3_INLINE unsigned l3Marks(const void* record)
+{
+  static_assert(count >= 1 && count <= 16);
+  const uint8_t* at = static_cast<const uint8_t*>(record) + first / 8;
+  unsigned marks = 0;
+  for (unsigned i = 0; i < (first % 8 + count + 7) / 8; ++i) marks |= static_cast<unsigned>(at[i]) << (8 * i);
+  return marks >> (first % 8) & ((1U << count) - 1);
+}
+
 // Opens a region of so many bits; `outer` keeps the end of the one around. A region that would leave its container is
 // for the walk to report.
 L3_INLINE bool l3Open(size_t pos, size_t& end, size_t bits, size_t& outer)

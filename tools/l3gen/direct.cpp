@@ -241,6 +241,38 @@ unsigned bitsOf(const std::vector<Leaf>& leaves)
   return bits;
 }
 
+// The record of a flag, as a path; empty if it is no flag that has an octet of its own at a place that is known.
+static std::string flagRecord(const Leaf& leaf)
+{
+  const Scalar& scalar = leaf.scalar;
+  bool flag = scalar.bits == 1 && leaf.store == 1 && !leaf.range && !scalar.range && !scalar.named;
+  bool placed = !leaf.member.compare(0, 2, "r.") && leaf.member.find_first_of("[(") == std::string::npos;
+  return flag && placed ? leaf.member.substr(0, leaf.member.rfind('.')) : "";
+}
+
+size_t flagsAt(const std::vector<Leaf>& leaves, size_t at)
+{
+  std::string record = flagRecord(leaves[at]);
+  size_t end = at;
+  while (!record.empty() && end < leaves.size() && end - at < 8 && flagRecord(leaves[end]) == record) ++end;
+  return end - at < 4 ? 0 : end - at;
+}
+
+std::string flagsOf(const Type& type, const std::vector<Leaf>& leaves, size_t at, size_t count)
+{
+  const char* f = type.full.c_str();
+  return format("%zu, offsetof(%s, %s) - offsetof(%s, %s)", count, f, leaves[at + count - 1].member.c_str() + 2, f,
+                leaves[at].member.c_str() + 2);
+}
+
+std::vector<Leaf> extended(const Type& type, const Row& row, const std::string& bit)
+{
+  if (row.lead != kL3LeadExt || ownBits(row) || row.often.end != kL3NoList) return {};
+  auto leaves = leavesOf(row.what, row.range, memberOf(type, row));
+  if (!leaves.empty()) leaves.insert(leaves.begin(), Leaf{bit, {WhatKind::Flag, 1, nullptr, {}}, {}, 1});
+  return leaves;
+}
+
 // Ends where a field would begin with a new octet: that octet may be missing while this one is there.
 size_t sharedOctet(const DirectWriter& w, const std::vector<const Row*>& rows, size_t at, std::vector<Leaf>& leaves)
 {
@@ -249,6 +281,8 @@ size_t sharedOctet(const DirectWriter& w, const std::vector<const Row*>& rows, s
     const Row& row = *rows[end];
     bool fixed = row.room && row.given == kL3GivenAlways && row.lead == kL3NoLead && row.often.end == kL3NoList;
     bool shares = end == at || (static_cast<unsigned>(w.used) + bitsOf(leaves)) % 8;
+    int mark = rows[at]->mBit + static_cast<int>(end - at); // presence bits side by side are tested at once
+    shares = shares && row.groupBit < 0 && row.mBit == mark && end - at < 16;
     auto more = fixed && shares ? leavesOf(row.what, row.range, memberOf(w.type, row)) : std::vector<Leaf>{};
     if (more.empty()) break;
     leaves.insert(leaves.end(), more.begin(), more.end());

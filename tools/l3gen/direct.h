@@ -105,6 +105,13 @@ std::vector<Leaf> leavesOf(const What& what, const std::optional<Range>& range, 
 // The leaves in pieces that one load or store serves: 56 bits, which is what 8 octets have from any bit on.
 std::vector<std::vector<Leaf>> pieces(const std::vector<Leaf>& leaves);
 unsigned bitsOf(const std::vector<Leaf>& leaves);
+// How many of the leaves from `at` on are flags that are read and written at once: four to eight, or 0. Fewer cost no
+// more one by one. They stand side by side in the record, as in the octets.
+size_t flagsAt(const std::vector<Leaf>& leaves, size_t at);
+// Their count, and the distance of the last from the first: the arguments of l3Flags and l3SetFlags.
+std::string flagsOf(const Type& type, const std::vector<Leaf>& leaves, size_t at, size_t count);
+// An element behind its extension bit, as one run: empty if it is none. `bit` is what stands for that bit.
+std::vector<Leaf> extended(const Type& type, const Row& row, const std::string& bit);
 // Rows that are there while there is room and share an octet, `room a bits 4` and `room b bits 4`: in a region of whole
 // octets they are there together or not at all. Gives the row behind them and their leaves, or `at` if there are not
 // two.

@@ -39,7 +39,15 @@ static void leafRun(DecodeWriter& w, const std::vector<Leaf>& leaves)
   for (auto& piece : pieces(leaves)) {
     unsigned left = bitsOf(piece);
     take(w, left);
-    for (auto& leaf : piece) {
+    for (size_t at = 0; at < piece.size();) {
+      if (size_t flags = flagsAt(piece, at)) {
+        left -= static_cast<unsigned>(flags);
+        w.line("l3SetFlags<" + flagsOf(w.type, piece, at, flags) +
+               format(">(&%s, w >> %u & %uU);", piece[at].member.c_str(), left, (1U << flags) - 1));
+        at += flags;
+        continue;
+      }
+      const Leaf& leaf = piece[at++];
       left -= leaf.scalar.bits;
       std::string value = left ? format("(w >> %u & %lluU)", left, (1ULL << leaf.scalar.bits) - 1)
                                : format("(w & %lluU)", (1ULL << leaf.scalar.bits) - 1);
@@ -278,12 +286,24 @@ static void mark(DecodeWriter& w, const Row& row)
   if (row.groupBit >= 0) w.line("r.m." + w.type.mNames[static_cast<size_t>(row.groupBit)] + " = 1;");
 }
 
+// The test for room in front of fields. In a region of whole octets any room is room for what lies within an octet; the
+// test is then the same as that of the load behind it, so that the compiler leaves one of them out.
+static std::string roomFor(const DecodeWriter& w, const std::vector<Leaf>& leaves)
+{
+  bool octets = !w.regions.empty() && w.regions.back() == 0 && w.used >= 0;
+  unsigned bits = octets && !leaves.empty() ? bitsOf(pieces(leaves).front()) : 0;
+  return bits && static_cast<unsigned>(w.used) + bits <= 8 ? format("end - pos >= %u", bits) : "pos < end";
+}
+
 // The test that a row is passed over by, and what leads the element.
 static std::string guard(const DecodeWriter& w, const Row& row)
 {
   std::string given = row.given == kL3GivenMore ? "!ext" : row.cond.empty() ? "" : conditionOf(w.type, row);
   if (!row.room) return given;
-  return "pos < end" + (given.empty() ? "" : " && " + given);
+  auto leaves = extended(w.type, row, "ext");
+  if (leaves.empty() && row.lead == kL3NoLead && row.often.end == kL3NoList)
+    leaves = leavesOf(row.what, row.range, memberOf(w.type, row));
+  return roomFor(w, leaves) + (given.empty() ? "" : " && " + given);
 }
 
 // A row that is there on a condition, behind a bit, or both:
@@ -302,11 +322,15 @@ static void conditional(DecodeWriter& w, const Row& row)
   bool always = test.empty();
   w.line(test.empty() ? "{" : "if (" + test + ") {");
   bool bit = row.lead == kL3LeadBit, ext = row.lead == kL3LeadExt;
-  if (bit || (ext && !ownBits(row))) take(w, 1);
-  if (ext && !ownBits(row)) w.line("ext = w != 0;");
+  auto leaves = extended(w.type, row, "ext");
+  if (leaves.empty() && (bit || (ext && !ownBits(row)))) take(w, 1);
+  if (leaves.empty() && ext && !ownBits(row)) w.line("ext = w != 0;");
   int led = w.used;
   if (bit) w.line("if (w) {");
-  element(w, row.what, row.often, row.range, memberOf(w.type, row));
+  if (leaves.empty())
+    element(w, row.what, row.often, row.range, memberOf(w.type, row));
+  else
+    leafRun(w, leaves);
   if (ownBits(row)) w.line("ext = true;");
   mark(w, row);
   if (bit) {
@@ -327,7 +351,7 @@ static bool roomRun(DecodeWriter& w, const std::vector<const Row*>& rows, size_t
   size_t end = octets ? sharedOctet(w, rows, at, leaves) : at;
   if (end == at) return false;
   int before = w.used;
-  w.line("if (pos < end) {");
+  w.line("if (" + roomFor(w, leaves) + ") {");
   leafRun(w, leaves);
   for (; at < end; ++at) mark(w, *rows[at]);
   w.line("}");

@@ -47,7 +47,15 @@ static void leafRun(EncodeWriter& w, const std::vector<Leaf>& leaves)
 {
   for (auto& piece : pieces(leaves)) {
     w.line("w = over = 0;");
-    for (auto& leaf : piece) leafValue(w, leaf);
+    for (size_t at = 0; at < piece.size();) {
+      if (size_t flags = flagsAt(piece, at)) {
+        w.line("v = l3Flags<" + flagsOf(w.type, piece, at, flags) + ">(&" + piece[at].member + ", over);");
+        w.line(format("w = w << %zu | v;", flags));
+        at += flags;
+      } else {
+        leafValue(w, piece[at++]);
+      }
+    }
     w.giveUpIf("over");
     put(w, bitsOf(piece), "w");
   }
@@ -178,8 +186,13 @@ static void conditional(EncodeWriter& w, const Row& row)
   if (bit) put(w, 1, "(" + present(w, row) + ") ? 1 : 0");
   int before = w.used;
   w.line("if (" + present(w, row) + ") {");
-  if (ext && !ownBits(row)) put(w, 1, extension(w, row));
-  element(w, row.what, row.often, row.range, memberOf(w.type, row));
+  auto leaves = extended(w.type, row, "(" + (ext ? extension(w, row) : "") + ")");
+  if (!leaves.empty()) {
+    leafRun(w, leaves);
+  } else {
+    if (ext && !ownBits(row)) put(w, 1, extension(w, row));
+    element(w, row.what, row.often, row.range, memberOf(w.type, row));
+  }
   w.line("}");
   if (present(w, row) != "true") w.maybeFrom(before);
 }
@@ -197,16 +210,14 @@ static bool roomRun(EncodeWriter& w, const std::vector<const Row*>& rows, size_t
   std::vector<Leaf> leaves;
   size_t end = sharedOctet(w, rows, at, leaves);
   if (end == at) return false;
-  std::string all, any;
-  for (; at < end; ++at) {
-    std::string there = "(" + present(w, *rows[at]) + ")";
-    all += (all.empty() ? "" : " & ") + there;
-    any += (any.empty() ? "" : " | ") + there;
-  }
+  std::string there = w.fresh("there");
+  unsigned count = static_cast<unsigned>(end - at);
+  w.line(format("unsigned %s = l3Marks<%d, %u>(&r);", there.c_str(), rows[at]->mBit, count));
+  at = end;
   int before = w.used;
-  w.line("if (" + all + ") {");
+  w.line(format("if (%s == %u) {", there.c_str(), (1U << count) - 1));
   leafRun(w, leaves);
-  w.line("} else if (" + any + ") {\nreturn kL3GaveUp;\n}");
+  w.line("} else if (" + there + ") {\nreturn kL3GaveUp;\n}");
   w.maybeFrom(before);
   return true;
 }
