@@ -132,8 +132,8 @@ inline constexpr size_t kL3MaxFindings = 16;
 
 // What the entries of all lists of one call may take, each step of their growth counted: 4096 octets, and 40 more for
 // each octet of the input. What the standard's bounds allow a list is never refused. No real message has other lists
-// that come near; a forged one of entries that take no bits would, since an entry can take 2,000 octets of memory for 5
-// of input. Trials stop at 32, so that the walk, which does the work again, has memory left for it.
+// that come near; a forged one could, since an entry can take 2,000 octets of memory for 5 of input. Trials stop at 32,
+// so that the walk, which does the work again, has memory left for it.
 inline constexpr size_t kL3ListBase = 4096, kL3ListFactor = 40, kL3TrialFactor = 32;
 
 // Makes a call that has done nothing yet; it has no names.
@@ -174,11 +174,12 @@ int l3FailNew(L3Call& call, const char* module, int status, uint16_t line);
 // The line of the row that has the name, alternatives of choices included, or else of the block: where a hand-written
 // coder is at.
 uint16_t l3LineOf(const L3Type& type, const char* name);
-// Records a fatal finding that does not stop the decoding, such as an unknown element that asks for comprehension. Its
-// parameters have been added before.
+// A value outside its range: -16 with element path and value. A decoder notes it as non-fatal and goes on
+// (l3NoteRange); an encoder fails (l3FailRange).
 void l3NoteRange(L3Call& call, const char* module, uint16_t line, uint64_t value);
 int l3FailRange(L3Call& call, const char* module, uint16_t line, uint64_t value);
-// Records a fatal finding that does not stop the decoding; its parameters stand already.
+// Records a fatal finding that does not stop the decoding, such as an unknown element that asks for comprehension. Its
+// parameters have been added before.
 void l3Note(L3Call& call, const char* module, int status, uint16_t line);
 // Begins the trace's entry of a field. The caller ends it by rtxDiagSetBitFldCount once the field has been passed.
 void l3TraceFieldOn(L3Call& call, const char* label);

@@ -145,7 +145,8 @@ inline const L3Kept* l3FirstKept(const RtxContext* pctxt, const void* record, co
 {
   return l3HasKept(pctxt) ? l3NextKept(pctxt, nullptr, record, anchor, at) : nullptr;
 }
-// Writes all that stands at this place of the record.
+// Writes what stood behind the whole value, which began at octet `start`. Padding is shortened by what the value has
+// grown.
 int l3PutKeptEnd(L3Call& call, const L3Type& type, const void* value, size_t start);
 // Writes all that stands at this place of the record.
 int l3PutKept(L3Call& call, const L3Type& type, uint16_t line, const void* record, const void* anchor, L3KeptAt at);

@@ -55,13 +55,13 @@ static const L3Row* findBodyRow(const L3Type& pdu, const L3BodyRow& message)
   return nullptr;
 }
 
-// The header fields decide on the wire what the message is, so they are set with it. A form with one legal
-// discriminator has it in the body's description, others in each message's row.
 void l3SetBodyOf(const L3Type& pdu, void* record, unsigned row, unsigned message, void* value)
 {
   l3SetBody(pdu, record, static_cast<const L3Body*>(pdu.rows[row].info)->rows[message], value);
 }
 
+// The header fields decide on the wire what the message is, so they are set with it. A form with one legal
+// discriminator has it in the body's description, others in each message's row.
 void l3SetBody(const L3Type& pdu, void* record, const L3BodyRow& row, void* message)
 {
   const L3Row* bodyRow = findBodyRow(pdu, row);
