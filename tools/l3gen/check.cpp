@@ -63,6 +63,19 @@ static void checkCount(const Type& type, const Row& row, const Count& count)
   checkNumber(row, *field, name);
 }
 
+// A quirk word bends one kind of row; on any other it would be read and change nothing. Words of blocks bend no row.
+static void checkWords(const Row& row)
+{
+  bool length = row.mark == Mark::Length, choice = row.what.kind == WhatKind::Choice;
+  const std::map<std::string, bool> fits = {{"full-length", length},    {"zero-widens", length},
+                                            {"iei-again", row.isIei()}, {"shifts", row.mark == Mark::Tail},
+                                            {"name-as", !isMark(row)},  {"untagged", choice}};
+  for (auto& [word, text] : row.words) {
+    auto at = fits.find(word);
+    if (at == fits.end() || !at->second) refuse(row.place, "'!" + word + "' says nothing on this row");
+  }
+}
+
 // Two alternatives with a value in common, `| 0..2 x` and `| 2 y`, could not be told apart. `else` takes all that is
 // left, so one is enough.
 static void checkValues(const What& what)
@@ -197,6 +210,7 @@ static void checkChoice(const Type& type, const Row& row)
       refuse(alternative.place, "'" + alternative.name + "' twice in one choice");
     bool inner = alternative.what.kind == WhatKind::Choice || alternative.what.kind == WhatKind::Body;
     if (inner) refuse(alternative.place, "a choice in a choice needs a block of its own");
+    checkWords(alternative);
     checkElement(type, row, alternative);
   }
   if (body) return checkBody(what, type.has("number-gaps"));
@@ -342,6 +356,7 @@ static void checkRows(Model& model, const Type& type)
   int used = type.kind == Kind::Message || lengthFirst ? 0 : -1;
   for (auto& row : type.rows) try {
       checkOrder(type, row, order);
+      checkWords(row);
       if (isMark(row)) continue;
       order.before = &row;
       if (!row.member.empty() && !members.insert(row.member).second)

@@ -196,6 +196,9 @@ static void readKind(Words& w, Type& type, const std::string& block)
   }
 }
 
+// The words that bend rows alone; which rows, is asked in check.cpp.
+static const std::set<std::string> kRowWords = {"iei-again", "name-as", "untagged"};
+
 // A block line. The type is in Model::types and byName afterwards, so that the rows below can be added to it.
 static Type* readBlock(Model& model, Module* module, Words& w)
 {
@@ -228,6 +231,8 @@ static Type* readBlock(Model& model, Module* module, Words& w)
   refuseStandard(w.place, type->standard,
                  type->standard.kind == Standard::Ends || type->standard.kind == Standard::ByHand);
   readTail(w, nullptr, type->words);
+  for (auto& [word, text] : type->words)
+    if (kRowWords.count(word)) refuse(w.place, "'!" + word + "' is not for blocks");
   if (!model.byName.emplace(type->full, type.get()).second) refuse(w.place, "'" + type->name + "' is defined twice");
   model.types.push_back(std::move(type));
   return model.types.back().get();

@@ -9,7 +9,7 @@
 namespace l3gen {
 
 // All quirk words of rows and blocks; docs/quirks.md has a paragraph for each. Whether one has a meaning on the row
-// where it stands is asked for some of them only (check.cpp).
+// where it stands is asked in check.cpp.
 static const std::set<std::string> kWords = {
     "alone",           "number-gaps",    "iei-again",    "walk",          "open-decode",   "open-encode", "no-tail",
     "shifts",          "untagged",       "early-return", "hyphen-encode", "full-length",   "null-suffix", "no-decoder",
