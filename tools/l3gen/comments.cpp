@@ -10,6 +10,7 @@
 // A phrase is empty if there is nothing to say; `sentence` joins those that are not. tests/golden/l3gen/Words.txt shows
 // one of each kind, and changes with every word that is changed here.
 #include <algorithm>
+#include <cstdlib>
 
 #include "header.h"
 
@@ -109,18 +110,15 @@ static std::string bitsWords(unsigned bits)
   return format("%u bit%s", bits, bits == 1 ? "" : "s");
 }
 
-// What a count comes to, behind "as many octets as": "size and 1 says", "1 less a says", "Growth has for c".
+// What a count comes to, behind "as many octets as": "size says", "size + 1", "8 - a", "the table Growth has for c".
 static std::string amountWords(const Count& count)
 {
-  if (count.argument) return "its decoder is told";
+  if (count.argument) return "the caller of its decoder says";
   std::string field = count.ofAround() ? count.field.substr(2) + " of the record around" : count.field;
-  if (!count.sizes.empty()) return count.sizes + " has for " + field;
-  if (count.sign < 0) return format("%d less ", count.bias) + field + " says";
-  return field +
-         (count.bias < 0 ? format(" less %d", -count.bias)
-          : count.bias   ? format(" and %d", count.bias)
-                         : "") +
-         " says";
+  if (!count.sizes.empty()) return "the table " + count.sizes + " has for " + field;
+  if (count.sign < 0) return format("%d - ", count.bias) + field;
+  if (!count.bias) return field + " says";
+  return field + format(count.bias < 0 ? " - %d" : " + %d", std::abs(count.bias));
 }
 
 // How a string's size is told on the wire.
@@ -132,7 +130,7 @@ static std::string countWords(const What& what, const char* unit)
     case kL3OwnLength:
       return "behind a length of " + bitsWords(what.bits);
     default:
-      return "to the end of what holds it";
+      return "to the end of the enclosing length or of the input";
   }
 }
 
@@ -154,13 +152,13 @@ static std::string stringWords(const What& what)
       if (what.from == kL3Fixed) return format("%u octet%s", what.octets, what.octets == 1 ? "" : "s");
       return std::string(what.wide ? "Octets of 16-bit characters" : "Octets") + ", " + countWords(what, "octets");
     case WhatKind::BitString:
-      if (what.from == kL3Fixed) return bitsWords(what.max) + ", the first on top of the first octet";
+      if (what.from == kL3Fixed) return bitsWords(what.max) + ", the first one in the highest bit of the first octet";
       return "Bits, " + countWords(what, "bits");
     case WhatKind::Text:
       return std::string(what.labels ? "Labels joined by dots" : "Characters") +
-             ", zero-ended, on the context's heap; " + countWords(what, "octets");
+             ", zero-terminated, on the context's heap; " + countWords(what, "octets");
     default:
-      return format("At most %u characters, zero-ended", what.octets - 1);
+      return format("At most %u characters and a terminating zero", what.octets - 1);
   }
 }
 
@@ -169,7 +167,7 @@ static std::string choiceWords(const What& what)
 {
   if (what.untagged)
     return "The alternative that " + joined(what.fields, ", ", " and ") +
-           " tells. Decoding leaves the others as they were: initialise the record before it is used";
+           " selects. Decoding leaves the others as they were, so initialise the record first";
   return "One of several alternatives";
 }
 
@@ -281,9 +279,9 @@ static std::string lengthWords(const Row& row)
   std::string unit = row.countsBits ? "bits" : "octets";
   std::string from = row.fromOctet ? ", counted from the next octet on" : "";
   bool kept = !row.member.empty();
-  return sentence({"Length of " + bitsWords(row.number) + ": " + unit + " of what follows" +
+  return sentence({"Length of " + bitsWords(row.number) + ": how many " + unit + " follow" +
                        (row.bias ? format(", less %u", row.bias) : "") + from,
-                   row.range ? rangeWords(*row.range) : "", kept ? "encoders set it" : "on the wire alone",
+                   row.range ? rangeWords(*row.range) : "", kept ? "encoders set it" : "no member keeps it",
                    printedWords(row)});
 }
 
@@ -320,13 +318,14 @@ std::string presenceWords(const Type& type, int bit)
 // A decoder keeps the count that came on the wire, which may be larger than the array behind it.
 static std::string overrunWords(const std::string& scope)
 {
-  return "A decoded count may be above " + capacityName(scope) +
-         " (RTX_E_CONSTRAINT, non-fatal, status 0): loops stop there.";
+  std::string room = capacityName(scope);
+  return "A decoder may set it above " + room + " (RTX_E_CONSTRAINT, non-fatal, status 0), so loops must stop at " +
+         room + ".";
 }
 
 std::string entryCountWords(const Often& often, const std::string& scope)
 {
-  return often.bounded() ? "Entries. " + overrunWords(scope) : "Entries.";
+  return often.bounded() ? "Number of entries. " + overrunWords(scope) : "Number of entries.";
 }
 
 std::string entriesWords(const Type& type, const Row& row)
@@ -340,13 +339,14 @@ std::string entriesWords(const Type& type, const Row& row)
 std::string sizeWords(const What& what, const std::string& scope)
 {
   bool bits = what.kind == WhatKind::BitString;
-  if (!what.max) return bits ? "Bits." : "Octets.";
-  return bits ? "Bits, at most " + capacityName(scope) + "." : "Octets. " + overrunWords(scope);
+  std::string number = bits ? "Number of bits" : "Number of octets";
+  if (!what.max) return number + ".";
+  return bits ? number + ", at most " + capacityName(scope) + "." : number + ". " + overrunWords(scope);
 }
 
 std::string contentWords(const What& what)
 {
-  std::string content = what.kind == WhatKind::BitString ? "The bits, the first in the highest bit" : "The octets";
+  std::string content = what.kind == WhatKind::BitString ? "The bits, the first one in the highest bit" : "The octets";
   return content + (what.max ? "." : ", on the context's heap, null if there are none.");
 }
 
@@ -378,16 +378,16 @@ std::string tagWords(const Type& type, const What& what, const std::string& scop
   bool body = what.kind == WhatKind::Body, byField = what.select == kL3SelectFields && type.encodeFile.empty();
   std::vector<std::string> numbers;
   for (auto& row : what.alternatives) numbers.push_back(numberWords(what, row));
-  std::string words = std::string(body ? "Message: " : "Alternative: ") + joined(numbers, ", ", ", ") +
-                      "; 0 for none. Its constants begin with " + scope + "_t_.";
-  if (!body && byField) words += " Encoders go by " + joined(what.fields, ", ", " and ") + " instead.";
+  std::string words = std::string(body ? "Number of the message: " : "Number of the alternative: ") +
+                      joined(numbers, ", ", ", ") + "; 0 for none. Its constants begin with " + scope + "_t_.";
+  if (!body && byField) words += " Encoders go by " + joined(what.fields, ", ", " and ") + " and not by t.";
   return words;
 }
 
 std::string unionWords(const What& what)
 {
-  if (what.kind == WhatKind::Body) return "The message that t tells; pointers point to the context's heap.";
-  return "The alternative that t tells.";
+  if (what.kind == WhatKind::Body) return "The message whose number is t; pointers lead to the context's heap.";
+  return "The alternative whose number is t.";
 }
 
 std::string alternativeWords(const Type& type, const What& what, const Row& row)
@@ -412,7 +412,7 @@ std::string tagConstantsWords(const Type& type, const std::string& member)
 
 std::string tagConstantWords(const Type& type, const What& what, const Row& row)
 {
-  if (isEmpty(what, row)) return "Nothing in u.";
+  if (isEmpty(what, row)) return "u holds nothing.";
   if (what.kind == WhatKind::Body) return "u.obj_" + row.member + ": " + title(*row.what.type, type.module) + ".";
   return "u." + row.member + ".";
 }
@@ -428,13 +428,16 @@ std::string messageTypeWords(const Type& pdu, const What& what, const Row& messa
 std::string fileComment(const Module& module)
 {
   std::string lines = commentLines(
-      0, "Records and operations of module " + module.name + " (" + module.spec +
-             "). Records are filled by decoders from the context's heap and live until it is freed or reset; nothing "
-             "in them is freed singly. Members stand in the order of the standard. Constants tell the numbers of "
-             "alternatives (..._t_...), message types (..._msgType_...) and the room of arrays (..._capacity). A "
-             "decoder that returns 0 may have found values outside their bounds: rtxErrCheckNonFatal tells. A length "
-             "that runs past the input may leave the cursor behind it: then buffer.byteIndex is above buffer.size. "
-             "Generated; change the definitions instead.");
+      0,
+      "Records and operations of module " + module.name + " (" + module.spec +
+          "). Decoders take the storage that records point to from the context's heap. It lives until the heap is "
+          "freed or reset, and nothing in it is freed singly. Members stand in the order of the standard. Constants "
+          "give the numbers of "
+          "alternatives (..._t_...), message types (..._msgType_...) and the room of arrays (..._capacity). A "
+          "decoder that returns 0 may have found values outside their bounds: rtxErrCheckNonFatal says whether it has. "
+          "A length "
+          "that runs past the input may leave the cursor behind its end: buffer.byteIndex is then above buffer.size. "
+          "Generated; change the definitions instead.");
   return lines.insert(lines.find(' ') + 1, "@file\n *  ");
 }
 
@@ -472,8 +475,9 @@ static bool holdsString(const Type& type)
 // What a caller may take from the status; for types with strings also where to ask for what it does not say.
 static std::string statusWords(const Type& type, const char* failed)
 {
-  if (!holdsString(type)) return " 0 or a negative status.";
-  return std::string(" 0 or a negative status; a string ") + failed + " may leave 0: ask rtxErrGetStatus as well.";
+  if (!holdsString(type)) return " Returns 0 or a negative status.";
+  return std::string(" Returns 0 or a negative status. A string ") + failed +
+         " may leave 0: ask rtxErrGetStatus as well.";
 }
 
 // Top-level forms with a security header verify and decipher what stands behind it. Their status says less than that of
@@ -482,23 +486,24 @@ static std::string securityWords(const Type& type)
 {
   auto isHeader = [](const Row& row) { return row.given == kL3ByHand && row.member == "secHdr"; };
   if (std::none_of(type.rows.begin(), type.rows.end(), isHeader)) return "";
-  return " rt3gppNasSec.h tells what a status of 0 does not say of a protected message.";
+  return " rt3gppNasSec.h says what a status of 0 leaves open about a protected message.";
 }
 
 std::string decoderWords(const Type& type)
 {
-  return "Decodes at the cursor." + statusWords(type, "cut short") + securityWords(type);
+  return "Decodes at the cursor." + statusWords(type, "that the input cuts short") + securityWords(type);
 }
 
 std::string encoderWords(const Type& type)
 {
-  return "Encodes at the cursor; lengths are stored back." + statusWords(type, "without room");
+  return "Encodes at the cursor and stores the lengths into the record." + statusWords(type, "that finds no room");
 }
 
 std::string initialiserWords()
 {
   return "Sets presence bits, t, u, counts, pointers and members named spare or ext to 0, and empties texts. Numbers, "
-         "flags, enumerations, fixed octets and the content of other arrays stay as they are. 0 or RTX_E_NULL_POINTER.";
+         "flags, enumerations, fixed octets and the content of other arrays stay as they are. Returns 0 or "
+         "RTX_E_NULL_POINTER.";
 }
 
 } // namespace l3gen

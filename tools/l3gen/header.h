@@ -4,7 +4,7 @@
 //
 // A header has this form for each type: constants, comment, record. Prototypes follow behind all records.
 //
-//   /** Room of arrays of TS24501IE_NSSAI. */
+//   /** Sizes of the arrays in TS24501IE_NSSAI. */
 //   enum {
 //     TS24501IE_NSSAI_contents_capacity = 16, /**< Entries that elem has room for. */
 //   };

@@ -195,8 +195,9 @@ static std::string prelude(const Module& module, const char* what)
 
 std::string writeCoders(Model& model, const Module& module, bool encoder)
 {
-  std::string out = prelude(module, encoder ? "Direct encoders, and exported ones that take values,"
-                                            : "Direct decoders, and exported functions that do more than hand on,");
+  std::string out =
+      prelude(module, encoder ? "Direct encoders, and exported encoders that take values,"
+                              : "Direct decoders, and exported functions that are more than a jump to the engine,");
   Operations operations = operationsOf(model, module);
   return out + writeDirect(model, module, encoder) + (encoder ? operations.encoding : operations.decoding);
 }

@@ -101,7 +101,7 @@ static std::string declareTag(const What& what, const Scope& scope, int indent)
 static std::string declareBody(const What& what, const std::string& name, const Scope& scope, int indent)
 {
   std::string out = pad(indent) + "struct {\n" + declareTag(what, scope, indent + 2) + pad(indent + 2) + "union {\n" +
-                    line(indent + 4, "void* any", "Whichever of them it is.");
+                    line(indent + 4, "void* any", "The message, whichever it is.");
   for (auto& row : what.alternatives)
     if (row.what.type)
       out += line(indent + 4, row.what.type->full + (row.inlined ? " obj_" : "* obj_") + row.member,
@@ -117,7 +117,7 @@ static std::string declareUnion(const What& what, const Scope& scope, int indent
   std::string members;
   for (auto& alternative : what.alternatives)
     members += declareMember(alternative, scope, indent + 2, alternativeWords(scope.type, what, alternative));
-  if (members.empty()) members = line(indent + 2, "uint8_t none", "Nothing: no alternative has a content.");
+  if (members.empty()) members = line(indent + 2, "uint8_t none", "Unused: no alternative has a content.");
   return pad(indent) + "union {\n" + members + pad(indent) + "}";
 }
 
@@ -195,7 +195,8 @@ static std::string writePresence(const Type& type)
   std::string out = "  struct {\n#ifndef RTX_HIGH_BIT_FIRST\n";
   for (int bit = 0; bit < type.mBits; ++bit)
     out += line(4, "unsigned char " + type.mNames[static_cast<size_t>(bit)] + " : 1", presenceWords(type, bit));
-  return out + "#else\n" + fromTheTop(type.mNames) + "#endif\n" + line(2, "} m", "What is there.");
+  return out + "#else\n" + fromTheTop(type.mNames) + "#endif\n" +
+         line(2, "} m", "Presence bits: 1 if the element is there.");
 }
 
 // `type NSSAIs NSSAI while-room 1..8`: a typedef of what the only element is. The last row is that element; the first
@@ -218,7 +219,7 @@ static std::string writeRecord(const Type& type)
     else
       members += declareMember(row, scope, 2, memberWords(type, row));
   }
-  if (members.empty() && !type.mBits) members = line(2, "uint8_t none", "Nothing: a record without elements.");
+  if (members.empty() && !type.mBits) members = line(2, "uint8_t none", "Unused: the record has no elements.");
   return "typedef struct " + type.full + " {\n" + writePresence(type) + members + "} " + type.full + ";\n";
 }
 
@@ -294,7 +295,7 @@ static std::string writeConstants(const Type& type)
       tags += tagConstants(row.what, scope, row.member);
     if (&row == first) tags += messageTypes(type, row.what);
   }
-  return capacities.written("Room of arrays of " + type.full + ".") + tags;
+  return capacities.written("Sizes of the arrays in " + type.full + ".") + tags;
 }
 
 static std::string writeEnum(const Type& type)
@@ -303,7 +304,7 @@ static std::string writeEnum(const Type& type)
   for (auto& [name, value] : type.values)
     out += commented(2, format("  %s_%s = %d,", type.full.c_str(), cName(name).c_str(), value), enumeratorWords(name));
   // Whatever the wire holds is a value of the C type, and the type has 32 bits.
-  out += commented(2, "  " + type.full + "_any32 = 0x7FFFFFFF", "No value: it gives the type 32 bits.");
+  out += commented(2, "  " + type.full + "_any32 = 0x7FFFFFFF", "Not a value: it makes the type 32 bits wide.");
   return out + "} " + type.full + ";\n";
 }
 

@@ -356,7 +356,7 @@ std::string writeTables(Model& model)
                     "#include <cstddef>\n\n#include \"L3Descriptors.h\"\n";
   for (auto& module : model.modules) out += "#include \"velnor3gpp/" + module->stem + ".h\"\n";
   out += "\n" + tables.before + "\nextern const L3Enum l3AllEnums[] = " + braced(tables.enums) +
-         ";\n\nstruct L3Tables {\n  char none[8]; // no place is 0\n";
+         ";\n\nstruct L3Tables {\n  char none[8]; // so that no place is 0\n";
   for (auto& [kind, all] : tables.kinds)
     out += format("  %s all_%s[%zu];\n", kind.c_str(), kind.c_str(), all.items.size());
   out += format("  char all_char[%zu];\n};\n\n", tables.names.size + 1) +

@@ -26,9 +26,9 @@ static std::string writePrototypes(const Type& type)
   if (exports(type, "decode")) add(decoderLine(type), decoderWords(type));
   if (exports(type, "encode")) add(encoderLine(type), encoderWords(type));
   if (exports(type, "print"))
-    add(printerLine(type), "Prints the value under the name to the context's print stream. Always 0.");
+    add(printerLine(type), "Prints the value under this name to the context's print stream. Returns 0.");
   if (exports(type, "init")) add(initLine(type), initialiserWords());
-  if (exports(type, "sample")) add(sampleLine(type), "A sample value on the context's heap, or null.");
+  if (exports(type, "sample")) add(sampleLine(type), "Returns a sample value on the context's heap, or null.");
   for (auto* body : bodiesOf(type))
     for (auto& row : body->what.alternatives)
       add(setterLine(type, *body, row), row.inlined ? "Makes the record hold this message, by value."
@@ -37,11 +37,11 @@ static std::string writePrototypes(const Type& type)
   const char* f = type.full.c_str();
   out += format("/** Names and values, sorted by name. */\nVELNOR_API extern const RtxEnumItem %s_ENUMTAB[%zu];\n", f,
                 type.values.size());
-  add(format("const char* %s_ToString(int32_t value)", f), "The value's name, or \"_UNKNOWN_\".");
+  add(format("const char* %s_ToString(int32_t value)", f), "Returns the value's name, or \"_UNKNOWN_\".");
   add(format("int %s_ToEnum(RtxContext* pctxt, const char* name, %s* pvalue)", f, f),
-      "The value of a name, or RTX_E_ENUM_VALUE.");
+      "Stores the value of a name. Returns 0, or RTX_E_ENUM_VALUE if no value has it.");
   add(format("int %s_ToEnum2(RtxContext* pctxt, const char* name, size_t namelen, %s* pvalue)", f, f),
-      "The same for a name of so many octets.");
+      "The same for a name of namelen octets, which need not end in a zero.");
   return out;
 }
 
