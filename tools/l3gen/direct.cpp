@@ -120,6 +120,7 @@ void DirectWriter::movedOver(const Type& named)
     moved(fixedBits(t));
 }
 
+// Once two places differ the type stays at -1, so that layOutOctets comes to an end.
 void DirectWriter::reached(Type& named) const
 {
   Type* type = &named;
@@ -327,6 +328,7 @@ static std::string termOf(const Type& type, const Term& term)
   return "(" + any + ")";
 }
 
+// All terms have to hold; a row without a condition is always there.
 std::string conditionOf(const Type& type, const Row& row)
 {
   std::string all;
@@ -355,6 +357,7 @@ std::string outside(const Range& range, const std::string& value)
   return format("%s - %uU > %uU", v, range.lo, range.hi - range.lo);
 }
 
+// Values of `names` are all legal, and so are those of an enumeration that is open in this direction.
 std::string outside(const Scalar& scalar, const std::optional<Range>& range, const std::string& value, bool encoder)
 {
   std::string out;
@@ -376,6 +379,7 @@ std::string casesOf(const Row& alternative)
   return out;
 }
 
+// Something with members, which is cleared before it is decoded. A type of text by hand with `rest` is none.
 bool isRecord(const What& what)
 {
   return what.kind == WhatKind::Type && !what.rest && !scalarOf(what);
@@ -406,6 +410,7 @@ std::string indented(const std::string& lines)
   return out;
 }
 
+// All direct coders of a module, in one direction. Those of bodies come last.
 std::string writeDirect(Model& model, const Module& module, bool encoder)
 {
   std::string out;

@@ -97,6 +97,7 @@ static void bitString(DecodeWriter& w, const std::string& member)
   w.line("pos = end;");
 }
 
+// Characters on the heap with a zero behind them; labels are joined by dots while they are copied.
 static void text(DecodeWriter& w, const What& what, const std::optional<Range>& range, const std::string& member)
 {
   std::string n = count(w, what);
@@ -486,6 +487,7 @@ static void begin(DecodeWriter& w, const char* stem)
   w.line("[[maybe_unused]] uint64_t w = 0;");
 }
 
+// One decoder as a whole. Presence bits are cleared before the first row sets one.
 std::string decodeDirect(const Type& type)
 {
   DecodeWriter w(type);
@@ -512,6 +514,7 @@ int decodeEndsAt(const Type& type, int began)
   return endOf<DecodeWriter>(type, began);
 }
 
+// The decoder of a form's body alone, for coders by hand that have read the header before it.
 std::string decodeBodyDirect(const Type& type)
 {
   DecodeWriter w(type);

@@ -61,6 +61,7 @@ static void leafRun(EncodeWriter& w, const std::vector<Leaf>& leaves)
   }
 }
 
+// Count and pointer are the caller's, so both are looked at before anything is written.
 static void octets(EncodeWriter& w, const What& what, const std::optional<Range>& range, const std::string& member)
 {
   if (what.from == kL3Fixed) {
@@ -197,6 +198,7 @@ static void conditional(EncodeWriter& w, const Row& row)
   if (present(w, row) != "true") w.maybeFrom(before);
 }
 
+// Room for the length; closeLength fills it in. startN is where what it counts begins.
 static void length(EncodeWriter& w, const Row& row)
 {
   put(w, row.number, "0");
@@ -227,6 +229,7 @@ static void enterRelease(EncodeWriter& w, const std::string& mark, const Row&)
   w.line("if (" + mark + ") {");
 }
 
+// An early return is for decoders: an encoder goes on by the presence bits.
 static void leaveRelease(EncodeWriter&) {}
 
 // Writes the length over its place and stores it into the record, as the walk does.
@@ -271,6 +274,7 @@ static void begin(EncodeWriter& w, const char* stem)
   w.line("[[maybe_unused]] uint64_t w = 0, v = 0, over = 0;");
 }
 
+// One encoder as a whole. The first test leaves calls that ask for the standard's form to the walk.
 std::string encodeDirect(const Type& type)
 {
   EncodeWriter w(type);
@@ -289,6 +293,7 @@ int encodeEndsAt(const Type& type, int began)
   return endOf<EncodeWriter>(type, began);
 }
 
+// The encoder of a form's body alone, for coders by hand that have written the header before it.
 std::string encodeBodyDirect(const Type& type)
 {
   EncodeWriter w(type);

@@ -95,6 +95,7 @@ static int checkAlone(std::vector<std::string> files)
   return model.refusals.empty() ? 0 : 1;
 }
 
+// Nothing is written if anything was refused, so that a build never compiles half of a definition.
 int main(int argc, char** argv)
 {
   if (argc < 2 || (argc < 3 && argv[1] == std::string("--check"))) {

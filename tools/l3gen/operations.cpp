@@ -11,6 +11,7 @@
 
 namespace l3gen {
 
+// Numbers are passed by value.
 static bool isNumber(const Type& type)
 {
   return scalarOf(type).has_value();
@@ -112,6 +113,7 @@ struct Operations {
   std::string jumps, decoding, encoding;
 };
 
+// One definition, in one line and with C linkage.
 static std::string function(const std::string& line, const std::string& code)
 {
   return "extern \"C\" " + line + " { " + code + " }\n";
@@ -160,6 +162,7 @@ static void writeEncoder(Operations& out, const Type& type)
                           format("return l3Encode(pctxt, l3_%s, %s);", f, isArray(type) ? "value" : "pvalue"));
 }
 
+// The functions that writePrototypes (write.cpp) declares for the type.
 static void writeOperations(Operations& out, const Type& type)
 {
   const char* f = type.full.c_str();
@@ -193,6 +196,8 @@ static std::string prelude(const Module& module, const char* what)
          module.stem + ".h\"\n#include \"velnor3gpp/rtxStrings.h\"\n\n";
 }
 
+// TS24501IESDec.cpp or TS24501IESEnc.cpp. Exported functions that are no jumps go along with the direct coders of their
+// direction, those that are neither encode nor decode with the decoders.
 std::string writeCoders(Model& model, const Module& module, bool encoder)
 {
   std::string out =

@@ -152,6 +152,7 @@ What readWhat(Words& w)
   } else if (word == "bitstring") {
     what.kind = WhatKind::BitString;
     readSource(w, what);
+    // L3BitString has none; `len W bits` in front of `bitstring rest` says the same.
     if (what.from == kL3OwnLength) refuse(w.place, "a bit string has no length of its own");
   } else if (word == "string" || word == "labels") {
     what.kind = WhatKind::Text;
@@ -160,6 +161,7 @@ What readWhat(Words& w)
   } else if (word == "chars") {
     what.kind = WhatKind::Chars;
     what.octets = number(w.place, w.take("a size"));
+    // One character and the zero at the end.
     if (what.octets < 2 || what.octets > 255) refuse(w.place, "a character array holds 2 to 255 octets");
   } else if (word == "choice") {
     what.kind = WhatKind::Choice;
@@ -197,6 +199,7 @@ Often readOften(Words& w)
   } else
     return often;
   if (isRange(w.peek())) often.range = range(w.place, w.take(""));
+  // `0..9 heap`: the count is tested, but the entries are on the heap.
   often.heap = w.accept("heap");
   // The count of an inline list is a member of 8 bits, and an array needs at least one entry.
   if (often.range && !often.heap && often.range->hi > 255)

@@ -259,6 +259,8 @@ static void addCapacities(Constants& constants, const Row& row, const Scope& sco
   addCapacities(constants, row.what, row.often.end == kL3NoList ? scope : scope.within("elem"));
 }
 
+// The numbers of alternatives. One without a name has its number instead: A_x_t_2. Without t in the record there is
+// nothing that could have these values.
 static std::string tagConstants(const What& what, const Scope& scope, const std::string& member)
 {
   Constants constants;
@@ -272,6 +274,7 @@ static std::string tagConstants(const What& what, const Scope& scope, const std:
   return constants.written(tagConstantsWords(scope.type, member));
 }
 
+// Under the name of the field that holds them, TS24501Msg_PDU_msgType_RegRequest5G = 0x41.
 static std::string messageTypes(const Type& pdu, const What& what)
 {
   Constants constants;
@@ -282,6 +285,8 @@ static std::string messageTypes(const Type& pdu, const What& what)
   return constants.written("Values of " + field + " in " + pdu.full + ".");
 }
 
+// In front of the record, since its arrays have these constants as bounds: first all sizes of arrays, then the numbers
+// of each choice and body.
 static std::string writeConstants(const Type& type)
 {
   Constants capacities;
@@ -298,6 +303,7 @@ static std::string writeConstants(const Type& type)
   return capacities.written("Sizes of the arrays in " + type.full + ".") + tags;
 }
 
+// The values carry the type's name, because enumerators of C have one scope: TS24501IE_TypeOfIdentity_suci = 1.
 static std::string writeEnum(const Type& type)
 {
   std::string out = "typedef enum {\n";

@@ -384,6 +384,7 @@ static void nameMember(Row& row)
   if (as != row.words.end()) row.name = as->second;
 }
 
+// From here on rowNamed finds rows by their C names as well.
 static void nameMembers(Type& type)
 {
   for (auto& row : type.rows) {

@@ -35,6 +35,7 @@ static std::string octetsInfo(TableWriter& w, const Row& row)
                          what.max, what.octets, w.count(what.count).c_str(), limits(row.range).c_str()));
 }
 
+// An L3Text. `chars N` is always coded by hand, so where its size comes from is never asked: kL3Rest stands for it.
 static std::string textInfo(TableWriter& w, const Row& row)
 {
   const What& what = row.what;
@@ -162,6 +163,9 @@ static std::string bodyInfo(TableWriter& w, const Row& row, const std::string& p
                          items.size(), rows.c_str(), types.c_str(), tags.c_str()));
 }
 
+// An L3Length. `length 8 in 2..144` of an element is {8, 8, 1, 0, 1, 0, 0, 2U, 144U, 0}: 8 bits that count units of 8
+// bits, with a range, cut on encoding, kept in a member, counting from where it stands, nothing to add, the range, and
+// 0 means 0.
 static std::string lengthInfo(TableWriter& w, const Row& row)
 {
   return w.object("L3Length",
@@ -335,6 +339,7 @@ static std::string rowFlags(const Row& row, const Coded& c)
   return flags == "0" && standsInRun(row, c) ? "kL3InRun" : flags;
 }
 
+// As L3Row has it: 0xFFFF is no bit.
 static std::string bit(int number)
 {
   return number < 0 ? "kL3NoBit" : std::to_string(number);

@@ -25,6 +25,7 @@ uint32_t number(const Place& place, const std::string& text)
   return value;
 }
 
+// Dots in front are not enough: `..n` is a field of the record around.
 bool isRange(const std::string& text)
 {
   size_t dots = text.find("..");
@@ -78,6 +79,7 @@ std::vector<Term> condition(const Place& place, const std::string& text)
   return terms;
 }
 
+// 0 is refused as well: a field of no bits is left out of a definition.
 unsigned bitCount(const Place& place, const std::string& text, unsigned most)
 {
   uint32_t bits = number(place, text);
