@@ -45,13 +45,16 @@ add_custom_command(
   DEPENDS l3gen ${VELNOR_DEFINITIONS}
   COMMENT "Generating the protocol types")
 add_custom_target(velnor3gpp_generate DEPENDS ${VELNOR_GENERATED_DIR}/stamp)
-set(options -Wno-conversion -Wno-invalid-offsetof)
+# A direct coder may serve several types whose records are alike: it then goes through a record under another's name.
+set(options -Wno-conversion -Wno-invalid-offsetof -fno-strict-aliasing)
 if(VELNOR_TESTS_SHARED OR (VELNOR_SANITIZE AND NOT VELNOR_FUZZ))
   list(APPEND options -O0) # compiled over and over, or for one run of the tests
 endif()
 set_source_files_properties(${VELNOR_GENERATED} PROPERTIES COMPILE_OPTIONS "${options}")
-# Straight code gains nothing by -O3 or by places that are even: 98 KB less, at 1.1 % more instructions at most.
-set(places -falign-functions=1 -falign-jumps=1 -falign-loops=1 -falign-labels=1)
+# Straight code gains nothing by -O3 or by places that are even: 98 KB less, at 1.1 % more instructions at most. Blocks in
+# the order they are written in, and small coders that are called instead of copied, make it 8 KB less at 0.7 % at most.
+set(places -falign-functions=1 -falign-jumps=1 -falign-loops=1 -falign-labels=1 -freorder-blocks-algorithm=simple
+           -fno-tree-vectorize -fno-inline-functions)
 set_property(SOURCE ${VELNOR_GENERATED} APPEND PROPERTY COMPILE_OPTIONS
              $<$<NOT:$<CONFIG:Debug>>:-O2> "$<$<AND:$<NOT:$<CONFIG:Debug>>,$<CXX_COMPILER_ID:GNU>>:${places}>")
 # Where they are jumps indeed, the functions that only hand on never stand on the stack.

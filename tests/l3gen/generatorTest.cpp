@@ -91,6 +91,46 @@ TEST_F(Generator, WritesCommentsAndConstantsBesideTheRecords)
   EXPECT_EQ(commentsOf(header), goldenText(VELNOR_TEST_DATA "/../golden/l3gen/Words.txt", commentsOf(header)));
 }
 
+// Coders serve a type that differs from another in names alone, whatever holds it. A range, another width, a member of
+// another size in the record, or entries in place of one make a coder of their own.
+TEST_F(Generator, TypesThatDifferInNamesAloneShareTheirCoders)
+{
+  std::ofstream(folder / "alike.l3") << R"(module Alike file Alike spec "TS 00.001"
+enum Kind bits 4  [1]
+  one = 1
+element First [1]
+  M  kind  bits 4
+  M  size  bits 4
+element Same [1]
+  M  unused  bits 4
+  M  value   bits 4
+element Ranged [1]
+  M  kind  bits 4
+  M  size  bits 4 in 1..3
+element Wider [1]
+  M  kind  bits 3
+  M  size  bits 5
+element Named [1]
+  M  kind  Kind
+  M  size  bits 4
+element Held length 8 [1]
+  M  entries  First while-room 1..2
+element HeldToo length 8 [1]
+  M  parts  Same while-room 1..2
+element HeldMore length 8 [1]
+  M  parts  Same while-room 1..3
+)";
+  ASSERT_EQ(generate("out", (folder / "alike.l3").string()), 0) << words;
+  std::istringstream lines(fileText(folder / "out/src/L3Descriptors.h"));
+  std::string shared;
+  for (std::string line; std::getline(lines, line);)
+    if (line.find("auto& l3Direct") != std::string::npos) shared += line.substr(line.find('&') + 2) + "\n";
+  EXPECT_EQ(shared, "l3DirectDec_Alike_Same = l3DirectDec_Alike_First;\n"
+                    "l3DirectEnc_Alike_Same = l3DirectEnc_Alike_First;\n"
+                    "l3DirectDec_Alike_HeldToo = l3DirectDec_Alike_Held;\n"
+                    "l3DirectEnc_Alike_HeldToo = l3DirectEnc_Alike_Held;\n");
+}
+
 // Of refused.txt lines led by ">" are the refusals, those below them the definitions behind the module line; rows that
 // come first belong to an element A.
 TEST_F(Generator, RefusesWithFileLineAndReason)

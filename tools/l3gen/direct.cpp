@@ -415,7 +415,8 @@ std::string writeDirect(Model& model, const Module& module, bool encoder)
 {
   std::string out;
   for (auto& type : model.types)
-    if (type->module == &module && hasDirect(*type)) out += encoder ? encodeDirect(*type) : decodeDirect(*type);
+    if (type->module == &module && hasDirect(*type) && type->coders[encoder] == type.get())
+      out += encoder ? encodeDirect(*type) : decodeDirect(*type);
   for (auto& type : model.types)
     if (type->module == &module && hasBodyDirect(*type))
       out += encoder ? encodeBodyDirect(*type) : decodeBodyDirect(*type);

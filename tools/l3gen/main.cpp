@@ -46,6 +46,7 @@ static bool writeAll(l3gen::Model& model, const fs::path& dir)
   fs::create_directories(sources);
   bool ok = true;
   l3gen::layOutOctets(model);
+  l3gen::findAlike(model);
   for (auto& module : model.modules) {
     ok &= writeIfChanged(headers / (module->stem + ".h"), l3gen::writeHeader(model, *module));
     ok &= writeIfChanged(sources / (module->stem + ".cpp"), l3gen::writeJumps(model, *module));

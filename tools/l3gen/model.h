@@ -10,6 +10,7 @@
 //   resolve       resolve.cpp   What::type and Row::member are set, presence bits and codes are given out
 //   check         check.cpp     refusals of what reads well and still contradicts itself
 //   layOutOctets  direct.cpp    Type::beginsAt and Type::endsAt, which only the direct coders use
+//   findAlike     alike.cpp     Type::coders, direct coders that serve several types
 //   write...      the rest      the text of the generated files
 //
 // The writers rely on check: they follow fields and types without asking whether these exist.
@@ -337,6 +338,8 @@ struct Type {
   static constexpr int kNotReached = -2;
   int beginsAt = kNotReached;
   int endsAt = 0;
+  // The types whose direct decoder and encoder serve this one, itself or one before it (findAlike).
+  const Type* coders[2] = {this, this};
   // A word of the block or of its module.
   bool has(const char* word) const { return words.count(word) || module->words.count(word); }
   // Does the standard's form have other rows? An optional element that the standard lacks does not count: its IEI is
@@ -484,6 +487,8 @@ unsigned storeOf(const What& what);
 unsigned storeForBits(unsigned bits);
 // Fills in Type::beginsAt and endsAt for all types. The direct coders are written by them.
 void layOutOctets(Model& model);
+// Fills in Type::coders.
+void findAlike(Model& model);
 // One generated file each; docs/tour.md and main.cpp list them. writeCoders has the direct coders and the operations
 // that are more than a jump to the engine, writeJumps all others.
 std::string writeHeader(Model& model, const Module& module);

@@ -163,6 +163,16 @@ std::string writeTypeTable(Model& model)
 }
 
 // What the generated sources know of each other: the number of each type, its descriptor, and its direct coders.
+// A direct coder of the type's own, or the name of another's.
+static std::string declareDirect(const Type& type, bool encoder)
+{
+  const char *f = type.full.c_str(), *side = encoder ? "Enc" : "Dec", *other = type.coders[encoder]->full.c_str();
+  if (type.coders[encoder] != &type)
+    return format("inline constexpr auto& l3Direct%s_%s = l3Direct%s_%s;\n", side, f, side, other);
+  return format("size_t l3Direct%s_%s(%s, void* record);\n", side, f,
+                encoder ? "L3Sink& out, size_t pos" : "const L3Source& in, size_t pos, size_t end");
+}
+
 std::string writeDescriptors(Model& model)
 {
   std::string out;
@@ -178,8 +188,7 @@ std::string writeDescriptors(Model& model)
       out += format("inline constexpr int32_t kL3At_%s = %zu;\n", partName(*type, {part.first, part.second}).c_str(),
                     types++);
     bool direct = hasDirect(*type) || type->directByHand;
-    if (direct) out += format("size_t l3DirectDec_%s(const L3Source& in, size_t pos, size_t end, void* record);\n", f);
-    if (direct) out += format("size_t l3DirectEnc_%s(L3Sink& out, size_t pos, void* record);\n", f);
+    if (direct) out += declareDirect(*type, false) + declareDirect(*type, true);
     if (hasBodyDirect(*type))
       out += format("size_t l3DirectDecBody_%s(const L3Source& in, size_t pos, size_t end, void* record);\n", f);
     if (hasBodyDirect(*type)) out += format("size_t l3DirectEncBody_%s(L3Sink& out, size_t pos, void* record);\n", f);
