@@ -5,7 +5,7 @@
     build/release/bench/scaleBench --benchmark_out=scaling.json
     tools/plot.py messages.json scaling.json docs
 
-Steps on the way come from bench/history.txt. Needs Python 3 alone.
+Needs Python 3 alone.
 """
 import json
 import math
@@ -97,16 +97,6 @@ def curves(path, title, below, series):
     save(path, title, parts + list(legend(series)))
 
 
-def drawSteps(folder, after):
-    rows = [row.split("|") for row in pathlib.Path(__file__).parent.parent.joinpath("bench/history.txt").read_text()
-            .splitlines() if row and not row.startswith("#")]
-    columns = ["5GS decode", "5GS encode", "EPS decode", "EPS encode"]
-    rows.append(["now"] + [after[name]["ns"] for name in ("5gs/decode", "5gs/encode", "eps/decode", "eps/encode")])
-    values = {name: [float(row[i + 1]) for row in rows] for i, name in enumerate(columns)}
-    bars(folder / "performance-steps.svg", "ns per message, step by step", [str(i) for i in range(len(rows) - 1)] +
-         ["now"], columns, values)
-
-
 def drawMixes(folder, after):
     mixes = ["5gs", "eps", "epsShort", "core", "sms", "all"]
     for what, names in (("mixes", ["floor", "decode", "encode"]), ("slow", ["decodeSlow", "encodeSlow", "print", "trace"])):
@@ -134,7 +124,6 @@ def main():
         sys.exit(__doc__)
     folder = pathlib.Path(sys.argv[3])
     messages, scaling = minima(sys.argv[1]), minima(sys.argv[2])
-    drawSteps(folder, messages)
     drawMixes(folder, messages)
     drawScaling(folder, scaling)
 
