@@ -136,6 +136,8 @@ struct Reader {
     if (depth != 3) return fail(RTX_E_INVALID_FOR_TYPE, "$.unknown", "is no array of objects");
     if (kind == VELNOR3GPP_BUILD_NUMBER) return keptNumber(number);
     if (kind == VELNOR3GPP_BUILD_TEXT) return keptText(const_cast<char*>(text), count);
+    if (kind == VELNOR3GPP_BUILD_OTHER && (isKey("octet") || isKey("bits") || isKey("status")))
+      return fail(RTX_E_INVALID_FOR_TYPE, "$.unknown", "has no such number; counts are whole and not negative");
     // A flag: "end" is the only one.
     if (isKey("end")) entry.kept.at = VELNOR3GPP_KEPT_END;
     return true;
@@ -240,7 +242,8 @@ struct Reader {
   // Int is called for negative numbers alone: a status of a kept element is one, no member of a record is.
   bool Int(int number)
   {
-    if (at == At::kept && number > INT16_MIN) return value(VELNOR3GPP_BUILD_NUMBER, nullptr, 0, uint64_t(-number));
+    if (at == At::kept && isKey("status") && number > INT16_MIN)
+      return value(VELNOR3GPP_BUILD_NUMBER, nullptr, 0, uint64_t(-number));
     return other("a negative number");
   }
   bool Uint(unsigned number) { return value(VELNOR3GPP_BUILD_NUMBER, nullptr, 0, number); }
