@@ -1,4 +1,6 @@
-// References and release: single elements with their coalescing, raw blocks, whole blocks and the reset.
+// References and release: single elements with their coalescing, raw blocks and whole blocks. A pointer is freed when
+// its last reference goes; most have one. A pointer that is not the heap's is refused (rtxMemAccepts), so a record that
+// the caller filled from other memory can be freed through the same functions.
 #include "rtxsrc/heap/rtxMemHeapInternal.h"
 #include "velnor3gpp/rtxDiag.h"
 #include "velnor3gpp/rtxError.h"
@@ -8,7 +10,8 @@ namespace {
 
 const char kModule[] = "rtxMemHeapFree";
 
-// The link at `oldOff` gives its place in the ring to the one at `newOff`.
+// The link at `oldOff` gives its place in the ring to the one at `newOff`. A free element that grows at its end needs
+// it, since its link stands in its last unit.
 void replaceLink(RtxMemBlock* block, unsigned oldOff, unsigned newOff)
 {
   const uint16_t next = rtxMemLinkAt(block, oldOff)->nextFree;
@@ -20,6 +23,7 @@ void replaceLink(RtxMemBlock* block, unsigned oldOff, unsigned newOff)
   if (block->freeElemOff == oldOff) block->freeElemOff = static_cast<uint16_t>(newOff);
 }
 
+// All but the header, which is still needed. Kept out of line because few heaps ask for it.
 [[gnu::noinline]] void zeroElem(RtxMemElem* elem)
 {
   rtxMemWipe(elem + 1, (elem->nunits - 1U) * kMemUnit);
@@ -27,7 +31,13 @@ void replaceLink(RtxMemBlock* block, unsigned oldOff, unsigned newOff)
                 static_cast<void*>(elem + 1));
 }
 
-// Joins the element with its free neighbours and keeps the free ring; returns the joined size in units.
+// Joins the element with its free neighbours and keeps the free ring; returns the joined size in units. Of the links
+// that the two neighbours have at their ends, the last one stays:
+//
+// prev free, next free   prev's link leaves the ring, next's link serves the whole
+// prev free              prev's link moves to the last unit of `elem`
+// next free              next's link serves the whole, nothing to do
+// neither                a new link in the last unit of `elem`
 unsigned joinFree(RtxMemBlock* block, RtxMemElem* elem)
 {
   RtxMemElem* prev = elem - elem->prevOff;
@@ -37,6 +47,7 @@ unsigned joinFree(RtxMemBlock* block, RtxMemElem* elem)
   const unsigned off = elem->beginOff;
   RtxMemElem* first = prevFree ? prev : elem;
   RtxMemElem* after = nextFree ? next + next->nunits : next;
+  // What stands before the first element is the start border, which is never free: somebody has written over it.
   if (prevFree && off == kMemFirstElem) rtxErrAssertionFailed("pFreeLink != 0", __LINE__, kModule);
 
   if (prevFree && nextFree)
@@ -46,11 +57,13 @@ unsigned joinFree(RtxMemBlock* block, RtxMemElem* elem)
   else if (!nextFree)
     rtxMemLinkAfterRover(block, off + elem->nunits - 1U);
   const unsigned size = static_cast<unsigned>(after - first);
+  // Also where `elem` is now inside the joined element: a second free of the same pointer then changes nothing.
   elem->flags = kMemElemFree;
   first->nunits = after->prevOff = static_cast<uint16_t>(size);
   return size;
 }
 
+// Frees an element of a block; under RT_MH_FREE_EMPTY_BLOCKS the block goes too when it was the last one in it.
 void freeBlockElem(RtxMemHeap* heap, RtxMemElem* elem)
 {
   RtxMemBlock* block = rtxMemBlockOf(elem);
@@ -63,12 +76,14 @@ void freeBlockElem(RtxMemHeap* heap, RtxMemElem* elem)
   }
 }
 
+// RTX_E_NO_MEMORY is the published answer to a pointer that is not the heap's.
 int checkArguments(RtxMemHeap** ppHeap, const void* ptr)
 {
   if (ppHeap == nullptr || *ppHeap == nullptr || ptr == nullptr) return RTX_E_NULL_POINTER;
   return rtxMemAccepts(*ppHeap, ptr) ? 0 : RTX_E_NO_MEMORY;
 }
 
+// Drops one reference. Returns the references left, so 0 when the element is free now or was before.
 int unref(RtxMemHeap** ppHeap, void* ptr)
 {
   if (ppHeap == nullptr || *ppHeap == nullptr || ptr == nullptr) return RTX_E_NULL_POINTER;
@@ -94,9 +109,11 @@ void rtxMemUnlinkFree(RtxMemBlock* block, unsigned linkOff)
   const uint16_t prev = rtxMemLinkAt(block, linkOff)->prevFree;
   rtxMemLinkAt(block, prev)->nextFree = next;
   rtxMemLinkAt(block, next)->prevFree = prev;
+  // The rover must never stand on a unit that is no link. With the ring empty `next` is 0, the list head.
   if (block->freeElemOff == linkOff) block->freeElemOff = next;
 }
 
+// The heap record begins with the same two links, so the first and the last raw block need no case of their own.
 void rtxMemRawUnlink(RtxMemRawBlk* raw)
 {
   rtxMemRawLinks(raw->prev)[0] = raw->next;
@@ -122,6 +139,7 @@ void rtxMemBlockRelease(RtxMemHeap* heap, RtxMemBlock* block)
   rtxMemSysFree(heap, block);
 }
 
+// The hook ends the program with an assertion.
 void rtxMemCheckBefore(RtxMemHeap** ppHeap, const void* ptr, const char* module, int line)
 {
   if (((*ppHeap)->flags & RT_MH_CHECK_HEAP) != 0) rtxMemHeapCheck(ppHeap, module, line);
@@ -130,12 +148,15 @@ void rtxMemCheckBefore(RtxMemHeap** ppHeap, const void* ptr, const char* module,
   }
 }
 
+// A static heap frees nothing one by one, so the pointer is not even looked at.
 int rtxMemHeapFreePtr(RtxMemHeap** ppHeap, void* ptr)
 {
   if (ppHeap == nullptr || *ppHeap == nullptr || rtxMemIsStatic(*ppHeap)) return 0;
   return unref(ppHeap, ptr);
 }
 
+// At 255 references the next one is refused, since the counter would wrap to 0 and the element would be freed under all
+// of them.
 void* rtxMemHeapAutoPtrRef(RtxMemHeap** ppHeap, void* ptr)
 {
   if (checkArguments(ppHeap, ptr) < 0) return nullptr;
@@ -156,10 +177,13 @@ int rtxMemHeapAutoPtrGetRefCount(RtxMemHeap** ppHeap, void* ptr)
   return status < 0 ? status : rtxMemElemOf(ptr)->refcnt;
 }
 
+// Frees a list of open elements: the octets of each, its record, its node. Octets that point into the caller's buffer
+// are not the heap's and stay.
 void rtxMemFreeOpenSeqExt(RtxMemHeap** ppHeap, RtxDList* pList)
 {
   if (pList == nullptr) return;
   for (RtxDListNode *node = pList->head, *next; node != nullptr; node = next) {
+    // Read before the node is freed.
     next = node->next;
     RtxOpenElem* elem = static_cast<RtxOpenElem*>(node->data);
     if (elem != nullptr) rtxMemHeapFreePtr(ppHeap, const_cast<uint8_t*>(elem->data));

@@ -16,11 +16,14 @@
 constexpr size_t kMemUnit = 8;
 constexpr unsigned kMemFirstElem = 2; // Unit of a block's first element, behind list head and start border.
 constexpr unsigned kMemMinElem = 2;   // A free element needs a header and a link.
+// As a bound of a block: above every size, so each search has to look.
 constexpr uint16_t kMemMaxFreeUnknown = 65535;
 constexpr size_t kMemMaxBlockElem = 65532 * kMemUnit; // Largest data of a block element in octets.
+// A block of 65535 units, the most that 16 bits count, with its overhead.
 constexpr size_t kMemMaxBlockSize = 524312;
 constexpr size_t kMemBlockOverhead = 32; // Octets of a block beside its units: fixed fields and end border.
 
+// Flags of an element: in the free ring; kept by the reset; alone in a block of the system.
 constexpr uint8_t kMemElemFree = 0x01;
 constexpr uint8_t kMemElemSaved = 0x02;
 constexpr uint8_t kMemElemRaw = 0x04;
@@ -61,6 +64,7 @@ struct RtxMemRawBlk {
 static_assert(sizeof(RtxMemElem) == kMemUnit && sizeof(RtxMemFreeLink) == kMemUnit);
 static_assert(sizeof(void*) != 8 || (offsetof(RtxMemBlock, head) == 24 && sizeof(RtxMemRawBlk) == 32));
 
+// Headers and links share one numbering: unit 0 is the list head of the block.
 inline RtxMemElem* rtxMemElemAt(RtxMemBlock* block, size_t unit)
 {
   return reinterpret_cast<RtxMemElem*>(reinterpret_cast<uint8_t*>(&block->head) + unit * kMemUnit);
@@ -71,13 +75,15 @@ inline RtxMemFreeLink* rtxMemLinkAt(RtxMemBlock* block, size_t unit)
   return reinterpret_cast<RtxMemFreeLink*>(reinterpret_cast<uint8_t*>(&block->head) + unit * kMemUnit);
 }
 
-// Size in units of the free element whose link stands at `unit`; 0 for the list head, by the start border.
+// Size in units of the free element whose link stands at `unit`; 0 for the list head, by the start border. A link is
+// the last unit of its element, so the header behind it has that size as its way back.
 inline unsigned rtxMemFreeSizeAt(RtxMemBlock* block, size_t unit)
 {
   return rtxMemElemAt(block, unit + 1)->prevOff;
 }
 
-// Units that an element for `size` octets takes, header included.
+// Units that an element for `size` octets takes, header included: 1 to 8 octets take 2, 9 octets 3. No octets take 2 as
+// well, so that every element can become free. Sizes above kMemMaxBlockElem do not come here.
 inline unsigned rtxMemUnitsFor(size_t size)
 {
   return size == 0 ? kMemMinElem : static_cast<unsigned>((size + kMemUnit - 1) / kMemUnit) + 1;
@@ -90,7 +96,9 @@ inline void rtxMemSetElem(RtxMemElem* elem, unsigned nunits, unsigned prevOff, u
            refcnt};
 }
 
-// Cuts `need` units off the front of the free element whose link stands at `linkOff`; at least two must remain.
+// Cuts `need` units off the front of the free element whose link stands at `linkOff`; at least two must remain. The
+// link stays where it is, so the free ring is not touched. prevOff of the new element is that of the free one and stays
+// too.
 inline void* rtxMemCutFront(RtxMemBlock* block, unsigned linkOff, unsigned size, unsigned need)
 {
   const unsigned off = linkOff + 1 - size;

@@ -1,4 +1,6 @@
 // Resizing: in place within a block where the neighbour allows it, by the system for raw blocks, else by moving.
+// Growing buffers (dynamic output, RtxMemBuf, print text) live by it. When it fails, the old element stays as it is and
+// the caller still owns it.
 #include <stdlib.h>
 
 #include "rtxsrc/heap/rtxMemHeapInternal.h"
@@ -9,11 +11,14 @@ const char kModule[] = "rtxMemHeapRealloc";
 
 constexpr size_t kMaxInBlock = 0x7FFF0; // From this size on a block element moves to a raw block.
 
+// Octets that may be copied from an element. It can be up to 15 more than were asked for, never more than are there.
 size_t dataSize(RtxMemElem* elem)
 {
   return (elem->flags & kMemElemRaw) != 0 ? rtxMemRawOf(elem)->size : (elem->nunits - 1U) * kMemUnit;
 }
 
+// A saved element survives the reset, and so must its copy. The count of the block is what lets the reset skip blocks
+// without saved elements. No function of this library sets the flag; realloc, free and reset only keep to it.
 void moveSavedFlag(RtxMemElem* from, RtxMemElem* to)
 {
   if ((from->flags & kMemElemSaved) == 0) return;
@@ -23,7 +28,8 @@ void moveSavedFlag(RtxMemElem* from, RtxMemElem* to)
   if ((to->flags & kMemElemRaw) == 0) rtxMemBlockOf(to)->nsaved++;
 }
 
-// Allocates anew and copies; the old element loses one reference.
+// Allocates anew and copies; the old element loses one reference. If others still hold it, it stays, and the caller
+// alone has the copy.
 void* moveElem(RtxMemHeap** ppHeap, RtxMemElem* elem, size_t size)
 {
   void* fresh = rtxMemHeapAlloc(ppHeap, size);
@@ -41,11 +47,13 @@ void* reallocRaw(RtxMemHeap** ppHeap, RtxMemRawBlk* raw, size_t size)
 {
   RtxMemHeap* heap = *ppHeap;
   if (size > SIZE_MAX - sizeof *raw) return nullptr;
+  // An allocator without realloc. The system's realloc must not see its pointers.
   if (heap->mallocFunc != nullptr && heap->reallocFunc == nullptr) return moveElem(ppHeap, &raw->elem, size);
   const size_t total = size + sizeof *raw;
   void* memory = heap->reallocFunc != nullptr ? heap->reallocFunc(raw, total) : realloc(raw, total);
   if (memory == nullptr) return nullptr;
   RtxMemRawBlk* moved = static_cast<RtxMemRawBlk*>(memory);
+  // The neighbours still point to where the block was.
   rtxMemRawLinks(moved->prev)[0] = moved;
   rtxMemRawLinks(moved->next)[1] = moved;
   rtxMemWidenRange(heap, moved, total);
@@ -53,7 +61,11 @@ void* reallocRaw(RtxMemHeap** ppHeap, RtxMemRawBlk* raw, size_t size)
   return moved + 1;
 }
 
-// Moves the boundary between `elem` and the free element behind it, whose link at the far end stays.
+// Moves the boundary between `elem` and the free element behind it, whose link at the far end stays. Elements of 4 and
+// 6 units that become 6 and 4:
+//
+// before  E E E E F . . . . L     E element, F header of the free element, L its link
+// after   E E E E E E F . . L
 void shiftBoundary(RtxMemBlock* block, RtxMemElem* elem, unsigned nunits)
 {
   RtxMemElem* next = elem + elem->nunits;
@@ -62,6 +74,7 @@ void shiftBoundary(RtxMemBlock* block, RtxMemElem* elem, unsigned nunits)
   elem->nunits = static_cast<uint16_t>(nunits);
   rtxMemSetElem(elem + nunits, freeSize, nunits, elem->beginOff + nunits, kMemElemFree, 0);
   after->prevOff = static_cast<uint16_t>(freeSize);
+  // Only shrinking can raise the bound: before growing it was set to unknown.
   rtxMemRaiseMaxFree(block, freeSize);
 }
 
@@ -77,6 +90,7 @@ void cutTail(RtxMemBlock* block, RtxMemElem* elem, unsigned nunits)
   rtxMemRaiseMaxFree(block, freeSize);
 }
 
+// Gives units back. One unit that has no free neighbour stays with the element: it could not hold header and link.
 void shrink(RtxMemBlock* block, RtxMemElem* elem, unsigned nunits)
 {
   if ((elem[elem->nunits].flags & kMemElemFree) != 0)
@@ -85,6 +99,7 @@ void shrink(RtxMemBlock* block, RtxMemElem* elem, unsigned nunits)
     cutTail(block, elem, nunits);
 }
 
+// Takes units from the free element behind, if there is one and the two together are enough.
 bool growInPlace(RtxMemBlock* block, RtxMemElem* elem, unsigned nunits)
 {
   RtxMemElem* next = elem + elem->nunits;
@@ -94,6 +109,7 @@ bool growInPlace(RtxMemBlock* block, RtxMemElem* elem, unsigned nunits)
     shiftBoundary(block, elem, nunits);
     return true;
   }
+  // At most one unit would remain free, which cannot be: the element takes the neighbour whole.
   rtxMemUnlinkFree(block, elem->beginOff + both - 1);
   elem->nunits = static_cast<uint16_t>(both);
   elem[both].prevOff = static_cast<uint16_t>(both);
@@ -107,6 +123,7 @@ void* reallocInBlock(RtxMemHeap** ppHeap, RtxMemElem* elem, size_t size)
   if (nunits < elem->nunits)
     shrink(block, elem, nunits);
   else if (nunits > elem->nunits) {
+    // The neighbour may have been the largest free element.
     block->maxFreeElem = kMemMaxFreeUnknown;
     if (!growInPlace(block, elem, nunits)) return moveElem(ppHeap, elem, size);
   }
@@ -119,16 +136,19 @@ void* rtxMemHeapRealloc(RtxMemHeap** ppHeap, void* ptr, size_t size)
 {
   if (ppHeap == nullptr || *ppHeap == nullptr) return nullptr;
   if (ptr == nullptr) return rtxMemHeapAlloc(ppHeap, size);
+  // As realloc of old: size 0 frees.
   if (size == 0) {
     rtxMemHeapFreePtr(ppHeap, ptr);
     return nullptr;
   }
   if (rtxMemIsStatic(*ppHeap)) return nullptr;
   rtxMemCheckBefore(ppHeap, ptr, kModule, __LINE__);
+  // To free a foreign pointer is harmless; to resize one is not, since its size is unknown.
   if (!rtxMemAccepts(*ppHeap, ptr)) rtxMemHeapInvalidPtrHook(ppHeap, ptr);
   RtxMemElem* elem = rtxMemElemOf(ptr);
   if (elem->refcnt == 0 || (elem->flags & kMemElemFree) != 0) return nullptr;
   const bool raw = (elem->flags & kMemElemRaw) != 0;
+  // An element with several owners must not move under the others.
   if (elem->refcnt > 1 || (!raw && size >= kMaxInBlock)) return moveElem(ppHeap, elem, size);
   return raw ? reallocRaw(ppHeap, rtxMemRawOf(elem), size) : reallocInBlock(ppHeap, elem, size);
 }

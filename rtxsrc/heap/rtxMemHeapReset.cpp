@@ -1,11 +1,14 @@
-// The reset between two jobs: what is not saved becomes free, the blocks stay.
+// The reset between two jobs: what is not saved becomes free, the blocks stay. So a context that codes one message
+// after the other asks the system for memory only until its blocks are as large as its largest message needs. Every
+// pointer from before is invalid then, except saved ones.
 #include "rtxsrc/heap/rtxMemHeapInternal.h"
 
 namespace {
 
 const char kModule[] = "rtxMemHeapReset";
 
-// A block without saved elements becomes one free element.
+// A block without saved elements becomes one free element. Headers inside it are left as they are; nobody looks at them
+// any more. The link at the last unit points to the list head (0) in both directions, and the list head to it.
 inline void emptyBlock(RtxMemBlock* block)
 {
   const unsigned nunits = block->nunits;
@@ -17,7 +20,8 @@ inline void emptyBlock(RtxMemBlock* block)
   *rtxMemLinkAt(block, nunits - 1) = {0, 0, 0};
 }
 
-// Of many blocks most have not been used since: reading that costs less than writing it again.
+// Of many blocks most have not been used since: reading that costs less than writing it again, since the writing would
+// pull their pages into the cache as changed.
 void clearBlock(RtxMemBlock* block)
 {
   const unsigned nunits = block->nunits;
@@ -28,7 +32,8 @@ void clearBlock(RtxMemBlock* block)
   emptyBlock(block);
 }
 
-// Makes the units from `begin` up to `end` one free element at the tail of the ring.
+// Makes the units from `begin` up to `end` one free element at the tail of the ring. `prevOff` is the size of what
+// stands before it. The first run found also becomes the rover.
 void addRun(RtxMemBlock* block, unsigned begin, unsigned end, unsigned prevOff)
 {
   const unsigned size = end - begin;
@@ -43,7 +48,8 @@ void addRun(RtxMemBlock* block, unsigned begin, unsigned end, unsigned prevOff)
   rtxMemRaiseMaxFree(block, size);
 }
 
-// Every run between saved elements becomes one free element; the last saved one is met when `nsaved` are counted.
+// Every run between saved elements becomes one free element; the last saved one is met when `nsaved` are counted, and
+// all behind it is one run. The walk reads only the size of each element, which is right for free ones too.
 void keepSaved(RtxMemBlock* block)
 {
   unsigned off = kMemFirstElem, begin = kMemFirstElem, prevOff = 1;
@@ -74,6 +80,7 @@ void wipeUnsaved(RtxMemBlock* block)
   }
 }
 
+// Nothing is wiped before rtxMemBlockRelease, which wipes the block as a whole.
 void resetBlock(RtxMemHeap* heap, RtxMemBlock* block)
 {
   if (block->nsaved == 0 && (heap->flags & RT_MH_FREE_EMPTY_BLOCKS) != 0) return rtxMemBlockRelease(heap, block);
@@ -87,6 +94,7 @@ void resetBlock(RtxMemHeap* heap, RtxMemBlock* block)
 void resetRawBlocks(RtxMemHeap* heap)
 {
   for (void *at = heap->phead, *next; at != heap; at = next) {
+    // Read before the block is freed.
     next = rtxMemRawLinks(at)[0];
     RtxMemRawBlk* raw = static_cast<RtxMemRawBlk*>(at);
     if ((raw->elem.flags & kMemElemSaved) == 0) rtxMemRawRelease(heap, raw);
@@ -104,6 +112,8 @@ void resetRawBlocks(RtxMemHeap* heap)
   resetRawBlocks(heap);
   RtxMemBlock* block = heap->curBlock;
   if (block == nullptr) return;
+  // The ring shrinks while blocks are released, so the end is told by the block that was last at the start, and
+  // compared before that block itself may go.
   for (RtxMemBlock *last = block->prev, *next;; block = next) {
     next = block->next;
     const bool done = block == last;
