@@ -28,6 +28,9 @@ template <unsigned octets> inline uint64_t rtxLoadOctets(const uint8_t* at)
   if constexpr (octets == 1) return *at;
   if constexpr (octets == 2 || octets == 4 || octets == 8) {
     uint64_t word = 0;
+    // The octets go to the end of the word, which is its low end once it is brought into order. On a little-endian
+    // machine 12 34 becomes 00 00 00 00 00 00 12 34 in memory and 0x1234 after the swap; on a big-endian one it is that
+    // at once.
     memcpy(reinterpret_cast<uint8_t*>(&word) + 8 - octets, at, octets);
     return rtxBigEndian(word);
   } else if constexpr (octets == 3) {
@@ -44,6 +47,7 @@ template <unsigned octets> inline void rtxStoreOctets(uint8_t* at, uint64_t valu
   if constexpr (octets == 1) {
     *at = static_cast<uint8_t>(value);
   } else if constexpr (octets == 2 || octets == 4 || octets == 8) {
+    // The value goes to the top of the word, so that its octets are the first in memory.
     uint64_t word = rtxBigEndian(value << (64 - 8 * octets));
     memcpy(at, &word, octets);
   } else if constexpr (octets == 3) {

@@ -11,6 +11,7 @@
 /** The low `n` bits of an octet. */
 static constexpr uint8_t kLowBits[9] = {0x00, 0x01, 0x03, 0x07, 0x0F, 0x1F, 0x3F, 0x7F, 0xFF};
 
+// bitOffset 8 gives phase 0, 5 gives 3, 1 gives 7.
 static inline unsigned rtxCursorPhase(const RtxBuffer* buffer)
 {
   return (8U - static_cast<unsigned>(buffer->bitOffset)) & 7U;
@@ -33,6 +34,8 @@ static inline bool rtxBitsAreCountable(size_t octets)
 }
 
 /** Octets that a field of `nbits` bits touches when it starts at `phase`; does not overflow. */
+// 10 bits from phase 7 on touch 1 + (7 + 2 + 7) / 8 = 3 octets. Whole octets are counted apart, because phase + nbits
+// could wrap.
 static inline size_t rtxOctetsTouched(unsigned phase, size_t nbits)
 {
   return nbits / 8 + (phase + nbits % 8 + 7) / 8;

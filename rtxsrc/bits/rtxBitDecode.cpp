@@ -1,3 +1,10 @@
+// The readers that work by bits: fields of 1 to 64 bits, bit strings, and moves of the cursor. The engine's walk uses
+// them when a trace or a stream has to see each field; coders by hand use them directly. Octet strings and whole
+// integers are in rtxByteDecode.cpp.
+//
+// All read at the cursor of the context's buffer (byteIndex, bitOffset) and leave it behind what was read. Each has a
+// short way, taken when the whole field is in the buffer, and a slow way that refills from a stream or reports. A field
+// is never read in part: on failure the cursor stands where it stood, except where a function here says otherwise.
 #include "velnor3gpp/rtxBitDecode.h"
 
 #include <algorithm>
@@ -13,7 +20,10 @@
 
 static const char* const kModule = "rtxBitDecode";
 
-// Takes 1 to 64 bits that are known to be there; 64 bits that begin inside an octet touch nine.
+// Takes 1 to 64 bits that are known to be there; 64 bits that begin inside an octet touch nine. Eight octets are loaded
+// as one word, the bits before the field shifted out at the top, and the rest shifted down. 5 bits from phase 6 of A7
+// C4 (10100111 11000100): the word begins 11110001 00..., and its top 5 bits are 11110. The octets that a window of
+// fewer than eight cannot load are 0 and shifted out.
 static inline uint64_t extractBits(const RtxBuffer* buffer, unsigned phase, size_t nbits)
 {
   const uint8_t* p = buffer->data + buffer->byteIndex;
@@ -23,6 +33,7 @@ static inline uint64_t extractBits(const RtxBuffer* buffer, unsigned phase, size
   return end <= 64 ? value : value | static_cast<uint64_t>(p[8] >> (72 - end));
 }
 
+// Makes sure that `nbytes` octets are in the buffer from the cursor on. Without a stream this only reports.
 static int refill(RtxContext* pctxt, size_t nbytes, int line)
 {
   int status = rtxCheckInputBuffer(pctxt, nbytes);
@@ -30,7 +41,8 @@ static int refill(RtxContext* pctxt, size_t nbytes, int line)
 }
 
 // Takes a field of 1 to `width` bits that is all at hand; false for any other, with nothing done. The readers stay
-// small leaf functions with this, since nearly every field passes here.
+// small leaf functions with this, since nearly every field passes here. What is left is compared in octets, so a cursor
+// that stands behind the end (rtxBufferLeft gives 0) takes nothing.
 static inline bool takeField(RtxContext* pctxt, uint64_t* pvalue, size_t nbits, size_t width)
 {
   RtxBuffer* buffer = &pctxt->buffer;
@@ -43,6 +55,7 @@ static inline bool takeField(RtxContext* pctxt, uint64_t* pvalue, size_t nbits, 
   return true;
 }
 
+// Stores in the caller's variable, whose type the width tells. A null pointer means that the field is only passed over.
 static void storeValue(void* pvalue, size_t width, uint64_t value)
 {
   if (pvalue == nullptr) return;
@@ -56,6 +69,7 @@ static void storeValue(void* pvalue, size_t width, uint64_t value)
 {
   uint64_t value = 0;
   if (nbits > width) return rtxReport(pctxt, RTX_E_TOO_BIG, kModule, line);
+  // A field of no bits is 0 and needs no octet, not even one at the end of the buffer.
   if (nbits > 0) {
     int status = refill(pctxt, rtxOctetsTouched(rtxCursorPhase(&pctxt->buffer), nbits), line);
     if (status < 0) return status;
@@ -65,6 +79,7 @@ static void storeValue(void* pvalue, size_t width, uint64_t value)
   return 0;
 }
 
+// Calls rtxDecBit again, which cannot come back here: after a good refill the octet is there.
 [[gnu::noinline]] static int readBitSlowly(RtxContext* pctxt, uint8_t* pvalue)
 {
   int status = refill(pctxt, 1, __LINE__);
@@ -76,6 +91,7 @@ int rtxDecBit(RtxContext* pctxt, uint8_t* pvalue)
   RtxBuffer* buffer = &pctxt->buffer;
   if (buffer->byteIndex >= buffer->size) [[unlikely]]
     return readBitSlowly(pctxt, pvalue);
+  // Bits of the octet below the one that is read.
   unsigned below = 7 - rtxCursorPhase(buffer);
   if (pvalue != nullptr) *pvalue = static_cast<uint8_t>(buffer->data[buffer->byteIndex] >> below & 1);
   buffer->byteIndex += below == 0;
@@ -143,6 +159,7 @@ int rtxDecBitsToByte(RtxContext* pctxt, uint8_t* pvalue, size_t nbits)
   return 0;
 }
 
+// Copies octets that are at hand and moves the cursor; returns where the next ones go.
 static uint8_t* copyOut(RtxBuffer* buffer, uint8_t* pbuf, size_t count)
 {
   if (count == 0) return pbuf;
@@ -151,7 +168,8 @@ static uint8_t* copyOut(RtxBuffer* buffer, uint8_t* pbuf, size_t count)
   return pbuf + count;
 }
 
-// Long strings go from the stream to the target directly, so that they are not copied twice.
+// Long strings go from the stream to the target directly, so that they are not copied twice and the buffer does not
+// grow with them.
 static int readPastBuffer(RtxContext* pctxt, uint8_t* pbuf, size_t count)
 {
   while (count > 0) {
@@ -164,6 +182,8 @@ static int readPastBuffer(RtxContext* pctxt, uint8_t* pbuf, size_t count)
   return 0;
 }
 
+// Whole octets of a string that begins at an octet's start: first what the buffer has, then the rest from the stream.
+// Without a stream the octets that are there have been copied and passed when the failure is reported.
 static int readAlignedOctets(RtxContext* pctxt, uint8_t* pbuf, size_t count)
 {
   size_t run = std::min(count, rtxBufferLeft(pctxt));
@@ -178,7 +198,8 @@ static int readAlignedOctets(RtxContext* pctxt, uint8_t* pbuf, size_t count)
   return 0;
 }
 
-// The last 1 to 7 bits of an aligned string. The bit offset moves before the octet is known to be there.
+// The last 1 to 7 bits of an aligned string. They stand at the top of the target octet, and its other bits are 0. The
+// bit offset moves before the octet is known to be there: on failure it stays moved, which callers can observe.
 static int readAlignedTail(RtxContext* pctxt, uint8_t* pbuf, unsigned nbits)
 {
   RtxBuffer* buffer = &pctxt->buffer;
@@ -191,6 +212,8 @@ static int readAlignedTail(RtxContext* pctxt, uint8_t* pbuf, unsigned nbits)
   return 0;
 }
 
+// Whole octets of a string that begins inside an octet: each is the low end of one octet and the top of the next. From
+// phase 4, 12 34 56 gives 23 45. So one octet more than `count` has to be at hand; the last stays under the cursor.
 static int readShiftedOctets(RtxContext* pctxt, uint8_t* pbuf, size_t count, unsigned phase)
 {
   RtxBuffer* buffer = &pctxt->buffer;
@@ -199,6 +222,7 @@ static int readShiftedOctets(RtxContext* pctxt, uint8_t* pbuf, size_t count, uns
       int status = refill(pctxt, std::min<size_t>(count + 1, RTX_STREAM_CTXTBUF_SIZE), __LINE__);
       if (status < 0) return status;
     }
+    // At least two octets are left here, so the run is not empty and the loop ends.
     size_t run = std::min(count, rtxBufferLeft(pctxt) - 1);
     const uint8_t* p = buffer->data + buffer->byteIndex;
     for (size_t i = 0; i < run; ++i) pbuf[i] = static_cast<uint8_t>(p[i] << phase | p[i + 1] >> (8 - phase));
@@ -214,6 +238,7 @@ static int readShiftedTail(RtxContext* pctxt, uint8_t* pbuf, unsigned nbits, uns
 {
   RtxBuffer* buffer = &pctxt->buffer;
   uint8_t top = static_cast<uint8_t>(~kLowBits[8 - nbits]);
+  // Bit 8 and up are in the second octet.
   unsigned end = phase + nbits;
   buffer->bitOffset = static_cast<int16_t>(8 - end % 8);
   if (rtxBufferLeft(pctxt) < (end > 8 ? 2U : 1U)) {
@@ -228,6 +253,8 @@ static int readShiftedTail(RtxContext* pctxt, uint8_t* pbuf, unsigned nbits, uns
   return 0;
 }
 
+// A string that begins inside an octet. It needs nbits / 8 + 1 octets in any case, so a buffer that has fewer than two
+// is filled up to that at once.
 static int readShifted(RtxContext* pctxt, uint8_t* pbuf, size_t nbits, unsigned phase)
 {
   if (rtxBufferLeft(pctxt) < 2) {
@@ -266,6 +293,7 @@ static int moveStreamForward(RtxContext* pctxt, size_t nbits)
   return 0;
 }
 
+// The cursor may stand at the end but not behind it. On failure it stays where the move has led.
 static int checkMoved(RtxContext* pctxt, int line)
 {
   const RtxBuffer* buffer = &pctxt->buffer;
@@ -273,6 +301,8 @@ static int checkMoved(RtxContext* pctxt, int line)
   return past ? rtxReport(pctxt, RTX_E_END_OF_BUFFER, kModule, line) : 0;
 }
 
+// Moves by bits without wrapping: whole octets are counted apart from the at most 7 + 7 other bits, and an octet index
+// that would wrap becomes SIZE_MAX, which is behind every end.
 static int moveForward(RtxContext* pctxt, size_t nbits)
 {
   if (rtxHasStream(pctxt)) return moveStreamForward(pctxt, nbits);
@@ -289,6 +319,7 @@ int rtxMoveBitCursor(RtxContext* pctxt, int32_t nbits)
   if (nbits >= 0) return moveForward(pctxt, static_cast<size_t>(nbits));
   RtxBuffer* buffer = &pctxt->buffer;
   size_t position = buffer->byteIndex * 8 + static_cast<size_t>(8 - buffer->bitOffset);
+  // Negated as a size, since the smallest 32-bit number has no positive counterpart as an int32_t.
   size_t back = 0U - static_cast<size_t>(nbits);
   if (back > position) return rtxReport(pctxt, RTX_E_END_OF_BUFFER, kModule, __LINE__);
   buffer->byteIndex = 0;
@@ -301,6 +332,7 @@ int rtxSkipBits(RtxContext* pctxt, int32_t nbits)
   return rtxMoveBitCursor(pctxt, nbits);
 }
 
+// A target that is too small is refused before anything is read. Without a target the bits are passed over.
 int rtxDecBitsToByteArray(RtxContext* pctxt, uint8_t* pbuf, size_t bufsize, size_t nbits)
 {
   if (nbits == 0) return 0;
@@ -323,6 +355,7 @@ int rtxSkipBytes(RtxContext* pctxt, size_t nbytes)
   }
   int status = rtxStreamSkip(pctxt, nbytes);
   if (status < 0) return rtxReport(pctxt, status, kModule, __LINE__);
+  // The bit offset is kept, so inside an octet the one that the cursor now points to has to be there.
   if (buffer->bitOffset == 8 || rtxBufferLeft(pctxt) > 0) return 0;
   return refill(pctxt, 1, __LINE__);
 }

@@ -1,4 +1,6 @@
-// The readers that work by octets: integers of whole octets, octet strings, and the looks ahead.
+// The readers that work by octets: integers of whole octets, octet strings, and the looks ahead. Coders by hand and
+// programs that read their own headers call them. Where the cursor stands inside an octet the integers are read across
+// octets; the octet strings (rtxReadBytes) look at byteIndex alone and leave the bit offset as it is.
 #include <algorithm>
 #include <cstring>
 
@@ -24,6 +26,7 @@ static int readStream(RtxContext* pctxt, uint8_t* pdata, size_t nbytes)
     size_t step = pdata != nullptr ? nbytes : std::min(nbytes, sizeof scratch);
     int64_t got = rtxStreamRead(pctxt, pdata != nullptr ? pdata : scratch, step);
     if (got < 0) return rtxReport(pctxt, static_cast<int>(got), kModule, __LINE__);
+    // The stream's read gives less only at its end, so the rest will not come.
     if (static_cast<size_t>(got) < step) return rtxErrSetNewData(pctxt, RTX_E_END_OF_FILE, kModule, __LINE__);
     nbytes -= step;
   }
@@ -39,6 +42,7 @@ static int readBeyondBuffer(RtxContext* pctxt, uint8_t* pdata, size_t nbytes)
   return readStream(pctxt, pdata, nbytes);
 }
 
+// What is at hand is copied; what is not comes from a stream, of which the buffer's octets are the beginning.
 int rtxReadBytes(RtxContext* pctxt, uint8_t* pdata, size_t nbytes)
 {
   RtxBuffer* buffer = &pctxt->buffer;
@@ -53,6 +57,7 @@ int rtxReadBytes(RtxContext* pctxt, uint8_t* pdata, size_t nbytes)
     if (pdata != nullptr) std::memcpy(pdata, buffer->data + buffer->byteIndex, nbytes);
     buffer->byteIndex += nbytes;
   }
+  // A read past the buffer of a stream leaves byteIndex at 0, where no octet stands before the cursor.
   const bool within = buffer->byteIndex > 0 && buffer->byteIndex <= buffer->size;
   if (within) pctxt->lastChar = buffer->data[buffer->byteIndex - 1];
   return 0;
@@ -63,6 +68,7 @@ int rtxReadBytesSafe(RtxContext* pctxt, uint8_t* pbuf, size_t bufsize, size_t nb
   return nbytes > bufsize ? RTX_E_ENCODE_OVERFLOW : rtxReadBytes(pctxt, pbuf, nbytes);
 }
 
+// Gives the caller a block of the heap, to be freed by rtxMemHeapFreePtr; `*pMemAlloc` says so.
 static int readToHeap(RtxContext* pctxt, uint8_t** ppdata, size_t nbytes, int* pMemAlloc)
 {
   auto* data = static_cast<uint8_t*>(rtxMemHeapAlloc(&pctxt->pMemHeap, nbytes));
@@ -77,6 +83,8 @@ static int readToHeap(RtxContext* pctxt, uint8_t** ppdata, size_t nbytes, int* p
   return 0;
 }
 
+// Gives a pointer into the context's buffer if the octets fit there: it is good until the next refill moves them. Only
+// what is longer than a stream's buffer gets a block of its own.
 int rtxReadBytesDynamic(RtxContext* pctxt, uint8_t** ppdata, size_t nbytes, int* pMemAlloc)
 {
   RtxBuffer* buffer = &pctxt->buffer;
@@ -92,6 +100,7 @@ int rtxReadBytesDynamic(RtxContext* pctxt, uint8_t** ppdata, size_t nbytes, int*
   return 0;
 }
 
+// The octets of an integer, from the cursor's bit on.
 static int readOctets(RtxContext* pctxt, uint8_t* pbuf, size_t nbytes)
 {
   if (rtxCursorPhase(&pctxt->buffer) == 0) return rtxReadBytes(pctxt, pbuf, nbytes);
@@ -106,6 +115,7 @@ static int readUnsigned(RtxContext* pctxt, uint64_t* pvalue, size_t nbytes, size
   if (nbytes > width + 1) return rtxReport(pctxt, RTX_E_TOO_BIG, kModule, __LINE__);
   int status = readOctets(pctxt, octets, nbytes);
   if (status < 0) return rtxReport(pctxt, status, kModule, __LINE__);
+  // One octet more than the width is accepted as a leading 0: 00 FF FF is 65535 in 16 bits, 01 00 00 is too big.
   if (wanted && nbytes > width && octets[0] != 0) return rtxReport(pctxt, RTX_E_TOO_BIG, kModule, __LINE__);
   *pvalue = 0;
   for (size_t i = 0; i < nbytes; ++i) *pvalue = *pvalue << 8 | octets[i];
@@ -119,6 +129,7 @@ static int readSigned(RtxContext* pctxt, int64_t* pvalue, size_t nbytes, size_t 
   if (nbytes > width) return rtxReport(pctxt, RTX_E_TOO_BIG, kModule, __LINE__);
   int status = readOctets(pctxt, octets, nbytes);
   if (status < 0) return rtxReport(pctxt, status, kModule, __LINE__);
+  // Begins with all ones for a negative number, which the octets then push up: FF FE gives -2 in any width.
   uint64_t value = nbytes > 0 && octets[0] >= 0x80 ? UINT64_MAX : 0;
   for (size_t i = 0; i < nbytes; ++i) value = value << 8 | octets[i];
   *pvalue = static_cast<int64_t>(value);
@@ -184,6 +195,7 @@ int rtxDecInt64(RtxContext* pctxt, int64_t* pvalue, size_t nbytes)
   return status;
 }
 
+// Reads and goes back. The move back cannot fail on a stream either: the octet of the bit is still in the buffer.
 int rtxPeekBit(RtxContext* pctxt, uint8_t* pvalue)
 {
   int status = rtxDecBit(pctxt, pvalue);

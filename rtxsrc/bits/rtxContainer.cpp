@@ -1,3 +1,11 @@
+// Length regions and positions. A region ("container") is the part of the octets that a length has opened: a coder
+// pushes it with the length, reads elements while rtxCtxtContainerHasRemBits, and pops it. Regions are records on the
+// heap of the context, the innermost at the head of containerStack; rtxErrReset takes away those that a failure left
+// open. The engine uses frames on its own stack until a failure, a stream or slow mode needs these
+// (docs/adr/0002-names-and-regions-by-frame.md).
+//
+// A region names its end, not its length, as a cursor. Six octets pushed at byteIndex 3, bitOffset 4 end at byteIndex
+// 9, bitOffset 4. Nothing here limits reads to the region: the coder asks.
 #include "velnor3gpp/rtxContainer.h"
 
 #include "rtxsrc/bits/rtxBitCursor.h"
@@ -21,17 +29,20 @@ static size_t currentOctet(const RtxContext* pctxt)
   return pctxt->buffer.byteIndex + (rtxHasBufferedStream(pctxt) ? pctxt->pStream->bytesProcessed : 0);
 }
 
+// The region that was opened last, or null with none open: then the end of the input is the end.
 static const RtxContainer* innermost(const RtxContext* pctxt)
 {
   const RtxDListNode* node = pctxt->containerStack.dlist.head;
   return node != nullptr ? static_cast<const RtxContainer*>(node->data) : nullptr;
 }
 
+// A length that does not fit ends behind everything, instead of wrapping to a place in front of the cursor.
 static size_t addOctets(size_t octet, size_t more)
 {
   return more > SIZE_MAX - octet ? SIZE_MAX : octet + more;
 }
 
+// Puts a region with the given end on the stack. If there is no memory for its stack entry, the record is freed again.
 static int pushContainer(RtxContext* pctxt, size_t byteIndex, int bitOffset)
 {
   auto* region = static_cast<RtxContainer*>(rtxMemHeapAlloc(&pctxt->pMemHeap, sizeof(RtxContainer)));
@@ -52,6 +63,7 @@ int rtxCtxtPushContainerBytes(RtxContext* pctxt, size_t nbytes)
 int rtxCtxtPushContainerBits(RtxContext* pctxt, size_t nbits)
 {
   size_t octet = addOctets(currentOctet(pctxt), nbits / 8);
+  // Bits left in the end octet: at bitOffset 3, a region of 5 bits would end at -2, so it ends in the next octet, at 6.
   int offset = pctxt->buffer.bitOffset - static_cast<int>(nbits % 8);
   if (offset >= 1) return pushContainer(pctxt, octet, offset);
   return pushContainer(pctxt, addOctets(octet, 1), offset + 8);
@@ -68,6 +80,8 @@ void rtxCtxtPopAllContainers(RtxContext* pctxt)
   while (pctxt->containerStack.dlist.head != nullptr) rtxCtxtPopContainer(pctxt);
 }
 
+// 1 while the cursor is in front of the region's end. A larger bit offset is nearer to the octet's start, so it is in
+// front of a smaller one.
 int rtxCtxtContainerHasRemBits(RtxContext* pctxt)
 {
   const RtxContainer* region = innermost(pctxt);
@@ -78,6 +92,7 @@ int rtxCtxtContainerHasRemBits(RtxContext* pctxt)
   return pctxt->buffer.bitOffset > static_cast<int>(region->bitOffset);
 }
 
+// 1 only at the very end of the region: a cursor that has gone beyond it is not at its end.
 int rtxCtxtContainerEnd(RtxContext* pctxt)
 {
   const RtxContainer* region = innermost(pctxt);
@@ -85,6 +100,7 @@ int rtxCtxtContainerEnd(RtxContext* pctxt)
   return region->byteIndex == currentOctet(pctxt) && static_cast<int>(region->bitOffset) == pctxt->buffer.bitOffset;
 }
 
+// In bits. The sum wraps below 0 if the cursor is behind the end, so callers ask rtxCtxtContainerHasRemBits first.
 size_t rtxCtxtGetContainerRemBits(RtxContext* pctxt)
 {
   const RtxContainer* region = innermost(pctxt);
@@ -113,11 +129,13 @@ int rtxCtxtSetBitOffset(RtxContext* pctxt, size_t offset)
     rtxErrAddStrParm(pctxt, "set bit offset in stream");
     return rtxReport(pctxt, RTX_E_NOT_SUPPORTED, kModule, __LINE__);
   }
+  // rtxCursorAdvance counts from the current octet's start, so that is made octet 0.
   pctxt->buffer.byteIndex = 0;
   rtxCursorAdvance(&pctxt->buffer, offset);
   return 0;
 }
 
+// With a stream what the stream has moved, without one what the cursor has passed.
 size_t rtxCtxtGetIOByteCount(RtxContext* pctxt)
 {
   size_t count = pctxt->buffer.byteIndex;
@@ -125,6 +143,8 @@ size_t rtxCtxtGetIOByteCount(RtxContext* pctxt)
   return count;
 }
 
+// A position in bits that is smaller than the one in octets has wrapped. It would lead to a wrong place, so it is
+// refused.
 int rtxCtxtMarkBitPos(RtxContext* pctxt, size_t* pMark)
 {
   size_t position = rtxCtxtGetBitOffset(pctxt);
@@ -143,11 +163,13 @@ int rtxCtxtResetToBitPos(RtxContext* pctxt, size_t mark)
 static void markWithinBuffer(RtxContext* pctxt, size_t* pPos)
 {
   RtxStream* pStream = pctxt->pStream;
+  // A second mark is an offset from the first, which has to hold its octets until it is given back.
   if ((pStream->flags & RTX_STREAM_MARKED) == 0) pStream->markedBytesProcessed = pctxt->buffer.byteIndex;
   pStream->flags |= RTX_STREAM_MARKED;
   *pPos = pctxt->buffer.byteIndex - pStream->markedBytesProcessed;
 }
 
+// In octets. Three cases: a plain buffer, a stream that can go back, and a stream whose octets the buffer keeps.
 int rtxMarkPos(RtxContext* pctxt, size_t* pPos)
 {
   *pPos = pctxt->buffer.byteIndex;
@@ -178,6 +200,7 @@ static int resetStream(RtxContext* pctxt, size_t pos)
   return 0;
 }
 
+// Position 0 is the mark itself, and going back to it gives it up; other positions keep it.
 static int resetWithinBuffer(RtxContext* pctxt, size_t pos)
 {
   RtxStream* pStream = pctxt->pStream;
@@ -197,6 +220,7 @@ int rtxResetToPos(RtxContext* pctxt, size_t pos)
   }
   if (!rtxStreamMarkSupported(pctxt)) return resetWithinBuffer(pctxt, pos);
   size_t passed = rtxHasBufferedStream(pctxt) ? pctxt->pStream->bytesProcessed : 0;
+  // What has left the buffer can only come from the stream again; what is still in it needs only the cursor.
   if (passed >= pos) return resetStream(pctxt, pos);
   pctxt->buffer.byteIndex = pos - passed;
   return 0;

@@ -1,4 +1,6 @@
-// Telephony BCD on the context's octets and in memory.
+// Telephony BCD (ITU-T Q.825) on the context's octets and in memory: two digits an octet, the first in the low half.
+// The digits 1, 2 and 3 are the octets 21 F3, where F fills the half that no digit needs. src2/TS24008Misc.cpp reads
+// and writes its numbers with it; rtsrc/rtBCD.cpp has the other BCD forms.
 #include "velnor3gpp/rtxTBCD.h"
 
 #include "velnor3gpp/rtxBitDecode.h"
@@ -8,6 +10,7 @@
 
 static const char kModule[] = "rtxTBCD";
 
+// The digit of each half-octet, by value: 10 is '*', 14 is 'c'. 15 is the ending zero, the filler.
 static const char kDigits[] = "0123456789*#abc";
 
 int rtxTBCDCharToBin(char digit, uint8_t* pnibble)
@@ -21,13 +24,15 @@ int rtxTBCDCharToBin(char digit, uint8_t* pnibble)
   return RTX_E_BAD_CHAR;
 }
 
+// The filler becomes the ending zero, so a text ends at the first filler.
 int rtxTBCDBinToChar(uint8_t nibble, char* pdigit)
 {
   *pdigit = nibble <= RTX_TBCD_FILLER ? kDigits[nibble] : static_cast<char>(nibble + '0');
   return 0;
 }
 
-// Packs the one or two digits at `digits`.
+// Packs the one or two digits at `digits`. Of a last single digit the second is the text's ending zero, which packs as
+// the filler.
 static int packPair(const char* digits, uint8_t* poctet)
 {
   uint8_t low;
@@ -49,6 +54,7 @@ int rtxEncQ825TBCDString(RtxContext* pctxt, const char* digits)
     if (status < 0) return rtxErrSetData(pctxt, status, kModule, __LINE__);
     status = rtxWriteBytes(pctxt, &octet, 1);
     if (status < 0) return rtxErrSetData(pctxt, status, kModule, __LINE__);
+    // Never steps over the ending zero.
     digits += digits[1] ? 2 : 1;
   }
   return 0;
@@ -57,6 +63,7 @@ int rtxEncQ825TBCDString(RtxContext* pctxt, const char* digits)
 int rtxDecQ825TBCDString(RtxContext* pctxt, size_t numocts, char* dest, size_t destsize)
 {
   if (!dest) return rtxErrSetData(pctxt, RTX_E_BAD_PARAMETER, kModule, __LINE__);
+  // Two digits an octet and the ending zero. Compared by division, so that a large count does not wrap.
   if (destsize == 0 || numocts > (destsize - 1) / 2) {
     return rtxErrSetData(pctxt, RTX_E_ENCODE_OVERFLOW, kModule, __LINE__);
   }
@@ -71,6 +78,7 @@ int rtxDecQ825TBCDString(RtxContext* pctxt, size_t numocts, char* dest, size_t d
   return 0;
 }
 
+// As many digits as there are in front of the first filler. The text has to fit with its ending zero.
 int rtxQ825TBCDToString(size_t numocts, const uint8_t* src, char* dest, size_t destsize)
 {
   if (!src || !dest) return RTX_E_NULL_POINTER;
