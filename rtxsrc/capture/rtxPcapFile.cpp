@@ -1,4 +1,15 @@
-// Headers of capture files.
+// Headers of capture files, for programs that read messages from a capture: the file header, the header of each packet,
+// and the Ethernet header in the packet's data. Packets themselves are left to the caller, who reads incl_len octets
+// with rtxReadBytes. A file written on a little-endian machine begins like this:
+//
+// D4 C3 B2 A1             magic number: its order tells the order of all numbers that follow
+// 02 00 04 00             version 2.4
+// 00 00 00 00 00 00 00 00 time zone, accuracy
+// FF FF 00 00             snaplen: octets of a packet that are kept at most
+// 01 00 00 00             network: 1 is Ethernet
+//
+// Numbers of the packets' own protocols are always big-endian on the wire; rtxDecEtherHdr has a `swap` all the same,
+// which a caller of today gives as 0.
 #include "velnor3gpp/rtxPcapFile.h"
 
 #include <initializer_list>
@@ -23,11 +34,13 @@ static uint32_t takeNumber(const uint8_t** pAt, size_t octets, bool swap)
   return number;
 }
 
+// As takeNumber, two octets.
 static uint16_t takeShort(const uint8_t** pAt, bool swap)
 {
   return static_cast<uint16_t>(takeNumber(pAt, 2, swap));
 }
 
+// Octets that are no number: addresses and the magic number keep their order.
 static void takeOctets(const uint8_t** pAt, uint8_t* dst, size_t octets)
 {
   for (size_t i = 0; i < octets; ++i) dst[i] = (*pAt)[i];
@@ -47,6 +60,8 @@ int rtxDecPcapHdr(RtxContext* pctxt, RtxPcapHdr* pvalue, int* pswap)
   int status = readHeader(pctxt, octets, sizeof octets, pvalue != nullptr);
   if (status < 0 || pvalue == nullptr) return status;
   const uint8_t* at = octets;
+  // One octet decides. A file that is none, or has nanoseconds (first octet 4D), is not refused here: magic_number
+  // shows it.
   const bool swap = octets[0] == kLittleEndianMagic;
   if (pswap != nullptr) *pswap = swap;
   takeOctets(&at, pvalue->magic_number, sizeof pvalue->magic_number);
@@ -86,6 +101,7 @@ static void putNumber(RtxPrintSink& sink, const char* name, uint32_t value)
   rtxFormInteger(sink, name, static_cast<int32_t>(value));
 }
 
+// One line such as "magic number = [0xd4, 0xc3, 0xb2, 0xa1]".
 static void putMagic(RtxPrintSink& sink, const uint8_t* magic)
 {
   RtxNumText number[4];

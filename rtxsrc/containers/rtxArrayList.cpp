@@ -1,4 +1,7 @@
-// The paged array list. Insertion and removal shift the slots behind; a segment that becomes empty goes.
+// The paged array list. Insertion and removal shift the slots behind; a segment that becomes empty goes. Segments are
+// nodes of a list with `segmentSize` pointers directly behind each, so item 10 of segments of 4 is slot 2 of the third.
+// Items that stay keep their slot while the list grows at its end, which a single growing array could not promise. The
+// items are the caller's.
 #include "velnor3gpp/rtxArrayList.h"
 
 #include <limits.h>
@@ -18,17 +21,20 @@ static void** slotAt(const Cursor& at)
   return static_cast<void**>(at.segment->data) + at.slot;
 }
 
+// Walks the segments; `index` is below the count.
 static Cursor cursorAt(const RtxArrayList* pList, size_t index)
 {
   return {rtxDListFindByIndex(&pList->segments, index / pList->segmentSize), index % pList->segmentSize};
 }
 
+// Behind the last slot of the last segment there is no segment: callers count the items and do not follow it.
 static Cursor nextOf(const RtxArrayList* pList, Cursor at)
 {
   if (++at.slot < pList->segmentSize) return at;
   return {at.segment->next, 0};
 }
 
+// The octets of a segment are compared before they are computed, since the caller chose its size.
 static bool addSegment(RtxContext* pctxt, RtxArrayList* pList)
 {
   if (pList->segmentSize > (SIZE_MAX - sizeof(RtxDListNode)) / sizeof(void*)) return false;
@@ -65,6 +71,7 @@ void rtxFreeArrayList(RtxContext* pctxt, RtxArrayList* pList)
   rtxArrayListInitIter(pList, 0);
 }
 
+// Returns the index of the item, which is why the count is bounded by INT_MAX.
 int rtxArrayListAdd(RtxContext* pctxt, RtxArrayList* pList, void* pItem)
 {
   if (pList->count >= INT_MAX) return RTX_E_NO_MEMORY;
@@ -90,11 +97,14 @@ void* rtxArrayListRemoveIndexed(RtxContext* pctxt, RtxArrayList* pList, size_t i
     at = next;
   }
   pList->count--;
+  // The last segment has lost its only item.
   if (pList->count % pList->segmentSize == 0) rtxDListFreeNode(pctxt, &pList->segments, pList->segments.tail);
+  // The iterator may stand in the segment that went; it looks its own up again.
   pList->iterSegment = nullptr;
   return removed;
 }
 
+// A slot is added at the end first, so that a refusal leaves the list as it was.
 int rtxArrayListInsert(RtxContext* pctxt, RtxArrayList* pList, void* pItem, size_t index)
 {
   if (index > pList->count) return RTX_E_INDEX_RANGE;
@@ -143,6 +153,7 @@ int rtxArrayListHasNextItem(const RtxArrayList* pList)
   return pList->iterIndex < pList->count;
 }
 
+// The segment of the next item is remembered, so that a walk over all items does not search from the front each time.
 void* rtxArrayListNextItem(RtxArrayList* pList)
 {
   if (!rtxArrayListHasNextItem(pList)) return nullptr;

@@ -1,4 +1,9 @@
-// The doubly linked list: nodes, insertion, search and release.
+// The doubly linked list: nodes, insertion, search and release. Error records, element names, regions and the decoders'
+// lists of elements stand on it. A node lies on the heap of the context that appended it; the data that it points to is
+// the caller's, except where it was copied: then it lies directly behind its node and goes with it.
+//
+// node    data | next | prev
+// copy    data | next | prev | the octets    data points just behind the node
 #include "velnor3gpp/rtxDList.h"
 
 #include <limits.h>
@@ -25,6 +30,7 @@ static RtxDListNode* newNodeFor(RtxContext* pctxt, void* pData)
 }
 
 // Links the node before `next`; null `next` is the end of the list.
+// The node's links are set whatever they were, so the caller need not clear it.
 static RtxDListNode* linkBefore(RtxDList* pList, RtxDListNode* next, RtxDListNode* node)
 {
   RtxDListNode* prev = next != nullptr ? next->prev : pList->tail;
@@ -53,11 +59,13 @@ RtxDListNode* rtxDListAppend(RtxContext* pctxt, RtxDList* pList, void* pData)
   return node != nullptr ? linkBefore(pList, nullptr, node) : nullptr;
 }
 
+// The node is the caller's: it must not be freed by rtxDListFreeNode unless it came from the heap.
 RtxDListNode* rtxDListAppendNode(RtxDList* pList, RtxDListNode* pNode)
 {
   return linkBefore(pList, nullptr, pNode);
 }
 
+// Copies `length` characters, which need no ending zero; the copy gets one.
 RtxDListNode* rtxDListAppendCharArray(RtxContext* pctxt, RtxDList* pList, size_t length, const char* pData)
 {
   if (length == SIZE_MAX) return nullptr;
@@ -69,6 +77,7 @@ RtxDListNode* rtxDListAppendCharArray(RtxContext* pctxt, RtxDList* pList, size_t
   return linkBefore(pList, nullptr, node);
 }
 
+// The entries point into the array, which has to stay as long as the list. On failure those appended so far remain.
 int rtxDListAppendArray(RtxContext* pctxt, RtxDList* pList, void* pArray, size_t count, size_t elemSize)
 {
   uint8_t* elem = static_cast<uint8_t*>(pArray);
@@ -102,6 +111,7 @@ RtxDListNode* rtxDListInsertNode(RtxDList* pList, size_t index, RtxDListNode* pN
   if (index > pList->count) return nullptr;
   if (index == 0) return linkBefore(pList, pList->head, pNode);
   if (index == pList->count) return linkBefore(pList, nullptr, pNode);
+  // The index is 1 to count - 1 here, so there is a node before it.
   return linkBefore(pList, rtxDListFindByIndex(pList, index - 1)->next, pNode);
 }
 
@@ -123,7 +133,8 @@ RtxDListNode* rtxDListInsertSorted(RtxContext* pctxt, RtxDList* pList, void* pDa
   return node != nullptr ? rtxDListInsertNodeSorted(pList, node, compare) : nullptr;
 }
 
-// The tail is asked first, since entries mostly come in order; an equal entry elsewhere is found before its equal.
+// The tail is asked first, since entries mostly come in order; an equal entry elsewhere is found before its equal. The
+// loop ends at the tail at the latest, which is greater.
 RtxDListNode* rtxDListInsertNodeSorted(RtxDList* pList, RtxDListNode* pNode, RtxDListCompareFunc compare)
 {
   if (pList->tail == nullptr || compare(pNode->data, pList->tail->data) >= 0) return linkBefore(pList, nullptr, pNode);
@@ -147,6 +158,7 @@ RtxDListNode* rtxDListFindByData(const RtxDList* pList, const void* data)
   return node;
 }
 
+// -1 also for an entry whose index no int can hold.
 int rtxDListFindIndexByData(const RtxDList* pList, const void* data)
 {
   int index = 0;
@@ -164,6 +176,7 @@ void* rtxDListFindFirstData(const RtxDList* pList, RtxDListMatchFunc match, cons
   return nullptr;
 }
 
+// Takes the node off without freeing it. Its own links stay as they were.
 void rtxDListRemove(RtxDList* pList, RtxDListNode* pNode)
 {
   if (pNode->prev != nullptr)
@@ -183,7 +196,8 @@ void rtxDListFreeNode(RtxContext* pctxt, RtxDList* pList, RtxDListNode* pNode)
   rtxMemHeapFreePtr(&pctxt->pMemHeap, pNode);
 }
 
-// With an emptied heap the nodes are gone already and must not be read.
+// With an emptied heap the nodes are gone already and must not be read. Data directly behind its node is part of that
+// and is not freed apart.
 static void freeList(RtxContext* pctxt, RtxDList* pList, bool withData)
 {
   if (!rtxMemHeapIsEmpty(&pctxt->pMemHeap)) {

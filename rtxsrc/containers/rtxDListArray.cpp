@@ -1,4 +1,9 @@
-// Lists turned into arrays and strings, and the collector of repeated elements.
+// Lists turned into arrays and strings, and the collector of repeated elements (RtxDListBuf): for a decoder that does
+// not know how many elements will come and wants an array in the end. Everything made here lies in the heap of the
+// context.
+//
+// The collector fills segments that double. With a first one of 4 elements, the 13th element is the first of the third
+// segment: two full ones of 4 and 8 are on the list, and *ppArray is the third, of 16. The end copies them into one.
 #include <limits.h>
 #include <string.h>
 
@@ -9,7 +14,7 @@
 
 static const char kModule[] = "rtxDListArray";
 
-// An array of `count` elements, or null.
+// An array of `count` elements, or null, also where count times size would wrap.
 static void* newArray(RtxContext* pctxt, size_t count, size_t elemSize)
 {
   if (elemSize != 0 && count > SIZE_MAX / elemSize) return nullptr;
@@ -21,6 +26,7 @@ static int arrayFor(RtxContext* pctxt, const RtxDList* pList, void** ppArray, ui
 {
   if (pList->count > INT_MAX) return rtxErrSetNewData(pctxt, RTX_E_NO_MEMORY, kModule, __LINE__);
   const int count = static_cast<int>(pList->count);
+  // An array of the caller's that is long enough is filled in place.
   if (pElemCount == nullptr || *pElemCount < pList->count) {
     void* fresh = newArray(pctxt, pList->count, elemSize);
     if (fresh == nullptr) return rtxErrSetNewData(pctxt, RTX_E_NO_MEMORY, kModule, __LINE__);
@@ -36,6 +42,7 @@ int rtxDListToArray(RtxContext* pctxt, const RtxDList* pList, void** ppArray, ui
   if (count < 0) return count;
   uint8_t* to = static_cast<uint8_t*>(*ppArray);
   for (const RtxDListNode* node = pList->head; node != nullptr; node = node->next, to += elemSize) {
+    // Data has to be at least one element long; the list does not know.
     memcpy(to, node->data, elemSize);
   }
   return count;
@@ -51,7 +58,7 @@ int rtxDListToPointerArray(RtxContext* pctxt, const RtxDList* pList, void*** ppA
   return count;
 }
 
-// Octets of all strings with a separator between each two.
+// Octets of all strings with a separator between each two. A null entry counts as an empty string.
 static size_t joinedLength(const RtxDList* pList)
 {
   size_t length = pList->count > 1 ? pList->count - 1 : 0;
@@ -61,11 +68,12 @@ static size_t joinedLength(const RtxDList* pList)
   return length;
 }
 
-// Reports nothing itself: the error records call it for their element path.
+// Reports nothing itself: the error records call it for their element path, and a report would call it again.
 int rtxDListToUTF8Str(RtxContext* pctxt, const RtxDList* pList, char** ppStr, char sep)
 {
   *ppStr = nullptr;
   const size_t length = joinedLength(pList);
+  // No string at all: the caller sees a null pointer, not an empty string.
   if (length == 0) return 0;
   char* to = static_cast<char*>(rtxMemHeapAlloc(&pctxt->pMemHeap, length + 1));
   if (to == nullptr) return RTX_E_NO_MEMORY;
@@ -90,6 +98,7 @@ void rtxDListBufInit(RtxDListBuf* pBuf, size_t firstSegSize, void** ppArray, siz
   *ppArray = nullptr;
 }
 
+// Puts the full segment on the list and opens one of twice its size. On failure the collector is as before.
 int rtxDListBufExpand(RtxContext* pctxt, RtxDListBuf* pBuf)
 {
   if (pBuf->nMax > SIZE_MAX / 2) return RTX_E_NO_MEMORY;
@@ -127,6 +136,7 @@ int rtxDListBufToArray(RtxContext* pctxt, RtxDListBuf* pBuf)
   void* array = newArray(pctxt, count, pBuf->elemSize);
   if (array == nullptr) return RTX_E_NO_MEMORY;
   uint8_t* to = static_cast<uint8_t*>(array);
+  // Segments on the list are full, so their sizes follow from their place.
   size_t nSegment = pBuf->firstSegSize;
   for (const RtxDListNode* node = pBuf->segments.head; node != nullptr; node = node->next, nSegment *= 2) {
     memcpy(to, node->data, nSegment * pBuf->elemSize);

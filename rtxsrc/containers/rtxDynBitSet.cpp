@@ -1,4 +1,6 @@
-// The growing bit set.
+// The growing bit set, on the heap of a context. Bit 0 is the most significant bit of the first octet, as the standards
+// number bits of a string on the wire: bits 0 and 9 are the octets 80 40. Octets that were never set do not exist;
+// their bits read as 0.
 #include "velnor3gpp/rtxDynBitSet.h"
 
 #include <string.h>
@@ -19,6 +21,7 @@ static int growTo(RtxContext* pctxt, RtxDynBitSet* set, uint32_t bitIndex)
 {
   const uint32_t need = bitIndex / 8 + 1;
   if (need <= set->nbytes) return 0;
+  // At most 65535, by either factor: `need` is 8192 at most and the step 65535.
   const uint32_t nbytes = (need + set->segsize - 1) / set->segsize * set->segsize;
   void* memory = set->data == nullptr ? rtxMemHeapAlloc(&pctxt->pMemHeap, nbytes)
                                       : rtxMemHeapRealloc(&pctxt->pMemHeap, set->data, nbytes);
@@ -61,10 +64,12 @@ int rtxDynBitSetSetBit(RtxContext* pctxt, RtxDynBitSet* pBitSet, uint32_t bitInd
   const int status = growTo(pctxt, pBitSet, bitIndex);
   if (status < 0) return status;
   pBitSet->data[bitIndex / 8] |= maskOf(bitIndex);
+  // One behind the highest bit ever set. 65536 does not fit, so bit 65535 is asked for by itself where it matters.
   if (bitIndex >= pBitSet->maxbit) pBitSet->maxbit = static_cast<uint16_t>(bitIndex < kMaxBit ? bitIndex + 1 : kMaxBit);
   return 0;
 }
 
+// A bit that has no octet is 0 already; clearing allocates nothing.
 int rtxDynBitSetClearBit(RtxDynBitSet* pBitSet, uint32_t bitIndex)
 {
   if (bitIndex > kMaxBit) return RTX_E_INDEX_RANGE;
@@ -82,6 +87,8 @@ int rtxDynBitSetSetBitToValue(RtxContext* pctxt, RtxDynBitSet* pBitSet, uint32_t
   return value != 0 ? rtxDynBitSetSetBit(pctxt, pBitSet, bitIndex) : rtxDynBitSetClearBit(pBitSet, bitIndex);
 }
 
+// Moves the bits from `bitIndex` on one place up, from the end, so that none is overwritten before it was read. A bit
+// 65535 would be lost and is refused.
 int rtxDynBitSetInsertBit(RtxContext* pctxt, RtxDynBitSet* pBitSet, uint32_t bitIndex, int value)
 {
   if (bitIndex > kMaxBit || rtxDynBitSetTestBit(pBitSet, kMaxBit)) return RTX_E_INDEX_RANGE;

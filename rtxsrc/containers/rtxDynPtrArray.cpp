@@ -1,4 +1,5 @@
-// The growing pointer array.
+// The growing pointer array, on the heap of a context. Count and capacity have 16 bits: 65535 pointers are the most it
+// holds. The pointers are the caller's.
 #include "velnor3gpp/rtxDynPtrArray.h"
 
 #include "velnor3gpp/rtxError.h"
@@ -8,6 +9,7 @@
 static const char kModule[] = "rtxDynPtrArray";
 static constexpr uint16_t kFirstCapacity = 4;
 
+// Reports, and marks the array by capacity 0; what it holds stays readable.
 static int refuse(RtxContext* pctxt, RtxDynPtrArray* pArray, int line)
 {
   pArray->capacity = 0;
@@ -33,6 +35,7 @@ static uint32_t nextCapacity(const RtxDynPtrArray* pArray)
 static bool grow(RtxContext* pctxt, RtxDynPtrArray* pArray)
 {
   const uint32_t capacity = nextCapacity(pArray);
+  // All 65535 places are used.
   if (capacity <= pArray->count) return false;
   RtxMemHeap** ppHeap = &pctxt->pMemHeap;
   const size_t octets = capacity * sizeof(void*);

@@ -8,6 +8,7 @@
 #include "velnor3gpp/rtxHashMapStr2Int.h"
 #include "velnor3gpp/rtxHashMapStr2UInt.h"
 
+// Both halves of the address count. That its low bits are mostly 0 does not matter: rtxHashMix spreads them.
 static uint32_t hashAddress(const void* key)
 {
   const uint64_t address = reinterpret_cast<uintptr_t>(key);
@@ -19,6 +20,7 @@ static int equalAddresses(const void* a, const void* b)
   return a == b;
 }
 
+// h * 33 + octet from 5381 on. It is exported, so its values are part of the interface.
 uint32_t rtxUTF8StrHash(const void* key)
 {
   uint32_t h = 5381;

@@ -12,6 +12,7 @@
 #include "velnor3gpp/rtxMemHeap.h"
 #include "velnor3gpp/rtxStatus.h"
 
+// Table lengths. Each is about twice the one before, so that growth moves every entry only a few times in all.
 constexpr uint32_t kHashPrimes[] = {53,        97,        193,       389,       769,       1543,     3079,
                                     6151,      12289,     24593,     49157,     98317,     196613,   393241,
                                     786433,    1572869,   3145739,   6291469,   12582917,  25165843, 50331653,
@@ -24,6 +25,8 @@ inline uint32_t rtxHashLoadLimit(uint32_t tableLength)
   return static_cast<uint32_t>((uint64_t{tableLength} * 65 + 99) / 100);
 }
 
+// Lets every bit of a hash reach the low ones: the bucket is the remainder of a division, and callers' hashes may
+// differ in their high bits alone.
 inline uint32_t rtxHashMix(uint32_t h)
 {
   h += ~(h << 9);
@@ -38,6 +41,7 @@ template <class Map> using RtxHashEntry = std::remove_pointer_t<std::remove_poin
 template <class Map> using RtxHashKey = decltype(RtxHashEntry<Map>::key);
 template <class Map> using RtxHashValue = decltype(RtxHashEntry<Map>::value);
 
+// The heads of `length` empty chains.
 template <class Map> RtxHashEntry<Map>** rtxHashNewTable(RtxContext* pctxt, uint32_t length)
 {
   const size_t heads = length;
@@ -51,6 +55,7 @@ int rtxHashInit(RtxContext* pctxt, Map* map, uint32_t initialSize, RtxHashFunc h
   *map = {};
   uint32_t index = 0;
   while (index < kHashPrimeCount && kHashPrimes[index] <= initialSize) index++;
+  // A size beyond the last prime gets the smallest table, which grows as entries come.
   map->primeIndex = index < kHashPrimeCount ? index : 0;
   map->tableLength = kHashPrimes[map->primeIndex];
   map->loadLimit = rtxHashLoadLimit(map->tableLength);
@@ -69,6 +74,7 @@ Map* rtxHashNew(RtxContext* pctxt, uint32_t initialSize, RtxHashFunc hashFunc, R
   return nullptr;
 }
 
+// Frees entries and table. Keys and values are the caller's.
 template <class Map> void rtxHashFree(RtxContext* pctxt, Map* map)
 {
   for (uint32_t i = 0; map->table != nullptr && i < map->tableLength; i++) {
@@ -136,9 +142,11 @@ template <class Map> void rtxHashGrow(RtxContext* pctxt, Map* map)
   map->loadLimit = rtxHashLoadLimit(length);
 }
 
+// Puts an entry in front of its chain, without a look whether the key is there: the newest of equal keys is found.
 template <class Map> int rtxHashInsert(RtxContext* pctxt, Map* map, RtxHashKey<Map> key, RtxHashValue<Map> value)
 {
   using Entry = RtxHashEntry<Map>;
+  // Grown before the entry is made: the bucket depends on the length.
   if (++map->entryCount > map->loadLimit) rtxHashGrow(pctxt, map);
   Entry* entry = static_cast<Entry*>(rtxMemHeapAlloc(&pctxt->pMemHeap, sizeof(Entry)));
   if (entry == nullptr) {
@@ -161,6 +169,7 @@ template <class Map> RtxHashEntry<Map>** rtxHashFind(const Map* map, RtxHashKey<
   return link;
 }
 
+// Replaces the value of a key that is there, otherwise inserts it.
 template <class Map> int rtxHashPut(RtxContext* pctxt, Map* map, RtxHashKey<Map> key, RtxHashValue<Map> value)
 {
   RtxHashEntry<Map>* entry = *rtxHashFind(map, key);
@@ -177,6 +186,7 @@ template <class Map> int rtxHashSearch(const Map* map, RtxHashKey<Map> key, RtxH
   return 1;
 }
 
+// Takes one entry out; an older one of an equal key is found from then on.
 template <class Map> int rtxHashRemove(RtxContext* pctxt, Map* map, RtxHashKey<Map> key, RtxHashValue<Map>* pValue)
 {
   RtxHashEntry<Map>** link = rtxHashFind(map, key);
@@ -189,6 +199,7 @@ template <class Map> int rtxHashRemove(RtxContext* pctxt, Map* map, RtxHashKey<M
   return 1;
 }
 
+// Inserts in front of the first entry that the key is not below: the greatest key comes first.
 inline RtxDListNode* rtxHashInsertKey(RtxContext* pctxt, RtxDList* pList, void* key, RtxDListCompareFunc compare)
 {
   RtxDListNode* at = pList->head;
@@ -196,6 +207,7 @@ inline RtxDListNode* rtxHashInsertKey(RtxContext* pctxt, RtxDList* pList, void* 
   return at != nullptr ? rtxDListInsertBefore(pctxt, pList, at, key) : rtxDListAppend(pctxt, pList, key);
 }
 
+// The list gets the keys themselves, not copies.
 template <class Map> int rtxHashSort(RtxContext* pctxt, const Map* map, RtxDList* pList, RtxDListCompareFunc compare)
 {
   for (uint32_t i = 0; i < map->tableLength; i++) {

@@ -1,4 +1,5 @@
-// The growing stack of integers.
+// The growing stack of integers, on the heap of a context. Pushing doubles it; it never shrinks. The elements are
+// `data[0]` to `data[index - 1]`, the last one is the top. Popping and peeking are inline in the header.
 #include "velnor3gpp/rtxIntStack.h"
 
 #include "velnor3gpp/rtxMemHeap.h"
@@ -26,6 +27,7 @@ int rtxIntStackInit(RtxContext* pctxt, RtxIntStack* pStack, size_t size)
 int rtxIntStackPush(RtxIntStack* pStack, int32_t value)
 {
   if (pStack->index == pStack->size) {
+    // A stack that was never given storage starts with the default size.
     const size_t size = pStack->size != 0 ? pStack->size : RTX_INT_STACK_SIZE / 2;
     if (size > SIZE_MAX / 2 || !resize(pStack, size * 2)) return RTX_E_NO_MEMORY;
   }

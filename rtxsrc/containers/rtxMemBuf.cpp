@@ -1,4 +1,11 @@
-// The growing octet buffer.
+// The growing octet buffer: captures, printed text and collected octets are put together in one. Its octets are the
+// heap's, the system's or the caller's:
+//
+// buffer      0 ... startidx ... usedcnt ... bufsize
+//             trimmed | data     | free
+//
+// isDynamic 1 means that the buffer owns its octets and may resize them. One that began with the caller's octets moves
+// to its own when those are full, if it may grow.
 #include "velnor3gpp/rtxMemBuf.h"
 
 #include <string.h>
@@ -9,6 +16,7 @@
 
 static const char kModule[] = "rtxMemBuf";
 
+// There only the latest allocation can grow, and not by rtxMemHeapRealloc.
 static bool onStaticHeap(const RtxMemBuf* buf)
 {
   const RtxMemHeap* heap = buf->pctxt->pMemHeap;
@@ -24,6 +32,7 @@ static void* moveOut(const RtxMemBuf* buf, size_t size)
   return fresh;
 }
 
+// Octets with room for `size`, the data in them; null leaves the buffer as it is.
 static void* resize(const RtxMemBuf* buf, size_t size)
 {
   RtxMemHeap** ppHeap = &buf->pctxt->pMemHeap;
@@ -42,6 +51,7 @@ void rtxMemBufInit(RtxContext* pctxt, RtxMemBuf* pMemBuf, size_t segsize)
   pMemBuf->isExpandable = 1;
 }
 
+// Starts in the caller's octets. A segment size of 0 means that it may not grow.
 void rtxMemBufInitBuffer(RtxContext* pctxt, RtxMemBuf* pMemBuf, void* buffer, size_t bufsize, size_t segsize)
 {
   *pMemBuf = {};
@@ -52,6 +62,7 @@ void rtxMemBufInitBuffer(RtxContext* pctxt, RtxMemBuf* pMemBuf, void* buffer, si
   pMemBuf->bufsize = bufsize;
 }
 
+// Makes room for `nbytes` behind the data, in steps of the segment size. A caller can then write there itself.
 int rtxMemBufPreAllocate(RtxMemBuf* pMemBuf, size_t nbytes)
 {
   if (nbytes <= pMemBuf->bufsize - pMemBuf->usedcnt) return 0;
@@ -78,11 +89,13 @@ int rtxMemBufPreAllocate(RtxMemBuf* pMemBuf, size_t nbytes)
 int rtxMemBufAppend(RtxMemBuf* pMemBuf, const void* data, size_t nbytes)
 {
   // Octets of the buffer itself move with it.
+  // A pointer below the buffer wraps to a large difference.
   const uintptr_t at = reinterpret_cast<uintptr_t>(data) - reinterpret_cast<uintptr_t>(pMemBuf->buffer);
   const bool own = pMemBuf->buffer != nullptr && at < pMemBuf->bufsize;
   const int status = rtxMemBufPreAllocate(pMemBuf, nbytes);
   if (status < 0) return status;
   if (own) data = pMemBuf->buffer + at;
+  // memmove, since octets of the buffer itself may overlap their target.
   if (nbytes != 0) memmove(pMemBuf->buffer + pMemBuf->usedcnt, data, nbytes);
   pMemBuf->usedcnt += nbytes;
   return 0;
@@ -110,6 +123,7 @@ int rtxMemBufCut(RtxMemBuf* pMemBuf, size_t fromOffset, size_t nbytes)
     return rtxErrSetData(pMemBuf->pctxt, RTX_E_BAD_PARAMETER, kModule, __LINE__);
   }
   if (nbytes == 0) return 0;
+  // Octets behind the cut, which move to its place.
   const size_t tail = pMemBuf->usedcnt - fromOffset - nbytes;
   memmove(pMemBuf->buffer + fromOffset, pMemBuf->buffer + fromOffset + nbytes, tail);
   pMemBuf->usedcnt -= nbytes;
@@ -123,6 +137,7 @@ static bool isSpace(uint8_t octet)
   return octet == ' ' || (octet >= '\t' && octet <= '\r');
 }
 
+// Drops white space at both ends without moving an octet.
 void rtxMemBufTrimW(RtxMemBuf* pMemBuf)
 {
   const uint8_t* data = pMemBuf->buffer;
@@ -130,6 +145,7 @@ void rtxMemBufTrimW(RtxMemBuf* pMemBuf)
   while (pMemBuf->startidx < pMemBuf->usedcnt && isSpace(data[pMemBuf->usedcnt - 1])) pMemBuf->usedcnt--;
 }
 
+// Keeps the octets for the next use.
 void rtxMemBufReset(RtxMemBuf* pMemBuf)
 {
   pMemBuf->startidx = pMemBuf->usedcnt = pMemBuf->readidx = 0;
@@ -145,6 +161,7 @@ void rtxMemBufFree(RtxMemBuf* pMemBuf)
     else
       rtxMemHeapFreePtr(ppHeap, pMemBuf->buffer);
   }
+  // Also a caller's buffer is unbound; the next append allocates.
   pMemBuf->buffer = nullptr;
   pMemBuf->bufsize = 0;
 }
@@ -174,6 +191,7 @@ int rtxMemBufSetExpandable(RtxMemBuf* pMemBuf, int isExpandable)
   return before;
 }
 
+// Ignored once there are octets of its own, since they have to go back to where they came from.
 int rtxMemBufSetUseSysMem(RtxMemBuf* pMemBuf, int useSysMem)
 {
   const int before = pMemBuf->useSysMem;

@@ -1,10 +1,12 @@
-// The singly linked list, on a context's heap or on malloc.
+// The singly linked list, on a context's heap or on malloc: the bit trace keeps its entries on one. A list without a
+// context lives on malloc, so it survives the reset of every heap, and its caller has to free it.
 #include "velnor3gpp/rtxSList.h"
 
 #include <stdlib.h>
 
 #include "velnor3gpp/rtxMemHeap.h"
 
+// Frees what allocFor or the caller has allocated for this list.
 static void freeFor(const RtxSList* pList, void* ptr)
 {
   if (pList->pctxt != nullptr)
@@ -80,11 +82,14 @@ void rtxSListRemove(RtxSList* pList, const void* pData)
     prev->next = node->next;
   else
     pList->head = node->next;
+  // Otherwise the next append would write to the node that is freed here.
   if (pList->tail == node) pList->tail = prev;
   pList->count--;
   freeFor(pList, node);
 }
 
+// Data is freed only if the caller says that it came from where the nodes do. The list is empty afterwards and may be
+// used again.
 static void freeList(RtxSList* pList, bool withData)
 {
   for (RtxSListNode *node = pList->head, *next; node != nullptr; node = next) {

@@ -1,4 +1,5 @@
-// The stack: a list whose head is the top.
+// The stack: a list whose head is the top. Open regions stand on one (RtxContext.containerStack). The data is the
+// caller's; the nodes lie on the heap of the context that the stack was initialised with.
 #include "velnor3gpp/rtxDList.h"
 #include "velnor3gpp/rtxMemHeap.h"
 #include "velnor3gpp/rtxStatus.h"
@@ -10,6 +11,7 @@ RtxStack* rtxStackCreate(RtxContext* pctxt)
   return stack;
 }
 
+// Forgets what is on it without freeing it: rtxMemFree uses that when the heap goes.
 void rtxStackInit(RtxContext* pctxt, RtxStack* pStack)
 {
   pStack->pctxt = pctxt;

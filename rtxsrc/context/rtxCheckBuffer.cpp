@@ -1,3 +1,11 @@
+// Room in the context's buffer: the one place that refills input and makes space for output. The readers and writers of
+// rtxsrc/bits come here when the octets they need are not in the buffer. What happens then depends on who owns it:
+//
+// a buffer of the caller's     reading fails with RTX_E_END_OF_BUFFER, writing with RTX_E_ENCODE_OVERFLOW
+// a growing buffer (dynamic)   is at least doubled when written to
+// one in front of a stream     is refilled from it, or drained to it
+//
+// All sizes are octets from byteIndex on, and are compared with what is left, so that none wraps.
 #include "velnor3gpp/rtxCheckBuffer.h"
 
 #include <cstring>
@@ -12,12 +20,15 @@
 
 static const char* const kModule = "rtxCheckBuffer";
 
+// A cursor behind the end has no octets, not even for `nbytes` 0.
 static bool bufferHolds(const RtxContext* pctxt, size_t nbytes)
 {
   const RtxBuffer& buffer = pctxt->buffer;
   return buffer.byteIndex <= buffer.size && nbytes <= buffer.size - buffer.byteIndex;
 }
 
+// Makes `nbytes` octets available at the cursor. Where the input ends before, the status tells a stream's end from a
+// buffer's.
 int rtxCheckInputBuffer(RtxContext* pctxt, size_t nbytes)
 {
   int shortfall = RTX_E_END_OF_BUFFER;
@@ -32,6 +43,7 @@ int rtxCheckInputBuffer(RtxContext* pctxt, size_t nbytes)
 
 int rtxCheckOutputBuffer(RtxContext* pctxt, size_t nbytes)
 {
+  // Behind a begun octet `nbytes` whole ones touch one more. SIZE_MAX stays as it is, since the sum would wrap to 0.
   size_t begun = pctxt->buffer.bitOffset != 8 && nbytes != SIZE_MAX ? 1 : 0;
   if (bufferHolds(pctxt, nbytes + begun)) return 0;
   int status = rtxExpandOutputBuffer(pctxt, nbytes + begun);
@@ -46,13 +58,15 @@ static int drain(RtxContext* pctxt)
   size_t whole = buffer.byteIndex < buffer.size ? buffer.byteIndex : buffer.size;
   int status = rtxStreamWrite(pctxt, buffer.data, whole);
   if (status < 0) return rtxReport(pctxt, status, kModule, __LINE__);
+  // The bits that the next field will join.
   if (whole < buffer.size) buffer.data[0] = buffer.data[whole];
   pctxt->pStream->bytesProcessed += whole;
   buffer.byteIndex = 0;
   return 0;
 }
 
-// Makes the stream work through the context's buffer, if it is not of a kind that never does.
+// Makes the stream work through the context's buffer, if it is not of a kind that never does. Output is gathered there
+// from then on, and a growing buffer that a writer filled before is drained like any other.
 static int adoptBuffer(RtxContext* pctxt)
 {
   RtxStream* pStream = pctxt->pStream;
@@ -66,6 +80,8 @@ static int adoptBuffer(RtxContext* pctxt)
   return 0;
 }
 
+// Null also for a size whose bits cannot be counted. A buffer must go back to the allocator it came from, which the
+// flag tells.
 static uint8_t* reallocBuffer(RtxContext* pctxt, size_t size)
 {
   if (!rtxBitsAreCountable(size)) return nullptr;
@@ -75,7 +91,8 @@ static uint8_t* reallocBuffer(RtxContext* pctxt, size_t size)
   return static_cast<uint8_t*>(data);
 }
 
-// What a growing buffer gets for `nbytes` at the cursor, at least. A cursor set past the end needs the gap as well.
+// What a growing buffer gets for `nbytes` at the cursor, at least. A cursor set past the end needs the gap as well. At
+// least the size it has, so that octets written one by one are not copied each time.
 static size_t growthFor(const RtxBuffer& buffer, size_t nbytes)
 {
   size_t gap = buffer.byteIndex > buffer.size ? buffer.byteIndex - buffer.size : 0;
@@ -83,6 +100,7 @@ static size_t growthFor(const RtxBuffer& buffer, size_t nbytes)
   return buffer.size > need ? buffer.size : need;
 }
 
+// Drains if there is a stream to drain to, and grows if that was not enough.
 int rtxExpandOutputBuffer(RtxContext* pctxt, size_t nbytes)
 {
   RtxBuffer& buffer = pctxt->buffer;
@@ -97,6 +115,7 @@ int rtxExpandOutputBuffer(RtxContext* pctxt, size_t nbytes)
   size_t more = growthFor(buffer, nbytes);
   if (more == 0) return 0; // A size of 0 would free what there is.
   if (more > SIZE_MAX - buffer.size) return rtxReport(pctxt, RTX_E_NO_MEMORY, kModule, __LINE__);
+  // The refused size stays in the buffer when the growth fails. Callers must not write any more then.
   buffer.size += more;
   uint8_t* data = reallocBuffer(pctxt, buffer.size);
   if (data == nullptr) return rtxReport(pctxt, RTX_E_NO_MEMORY, kModule, __LINE__);
@@ -105,6 +124,7 @@ int rtxExpandOutputBuffer(RtxContext* pctxt, size_t nbytes)
   return 0;
 }
 
+// The older form for writers of text: it flushes the stream as a whole and at least triples a growing buffer.
 int rtxCheckBuffer(RtxContext* pctxt, size_t nbytes)
 {
   RtxBuffer& buffer = pctxt->buffer;
@@ -117,6 +137,7 @@ int rtxCheckBuffer(RtxContext* pctxt, size_t nbytes)
   }
   if (!buffer.dynamic) return rtxErrSetNewData(pctxt, RTX_E_ENCODE_OVERFLOW, kModule, __LINE__);
   size_t more = growthFor(buffer, nbytes);
+  // Bounds the sum of two sizes and the growth below SIZE_MAX: half and half at most.
   bool fits = buffer.size <= SIZE_MAX / 4 && more <= SIZE_MAX / 2;
   // System memory, which a stream's buffer is, would break the heap's own realloc.
   buffer.data = fits ? reallocBuffer(pctxt, more + 2 * buffer.size) : nullptr;

@@ -1,4 +1,11 @@
-// The life of a context: set-up, buffer binding, the end of a job and of the context.
+// The life of a context: set-up, buffer binding, the end of a job and of the context. A program makes a context
+// (rtxInitContext), gives it octets (rtxCtxtSetBufPtr) and codes; rtxMemReset ends the job and keeps the heap's blocks
+// for the next one; rtxFreeContext ends it all. A job means everything between two resets: its records, error texts and
+// kept elements lie in the heap of the context and go with it.
+//
+// The care here is about pointers. The context points to a buffer, a stream, a capture, a trace and security data, and
+// each may lie in the heap, in memory of the system or with the caller. Whatever lies in the heap has to be forgotten
+// before the heap is emptied, or the next job would write through it.
 #include "velnor3gpp/rtxContext.h"
 
 #include <string.h>
@@ -17,6 +24,7 @@ namespace {
 
 const char kModule[] = "rtxContext";
 
+// Octets of a growing buffer for which no size was given.
 constexpr size_t kDefaultBufferSize = 1024;
 constexpr int kIndentColumns = 3;
 
@@ -33,7 +41,8 @@ void forgetBuffer(RtxBuffer* buffer)
   buffer->bitOffset = 8;
 }
 
-// Frees a buffer that the run-time owns, by the allocator it came from, and forgets it.
+// Frees a buffer that the run-time owns, by the allocator it came from, and forgets it. A heap that was emptied before
+// has freed the buffer already.
 void dropBuffer(RtxContext* pctxt)
 {
   if ((pctxt->flags & RTX_FLAG_SYSMEM_BUFFER) != 0)
@@ -44,7 +53,9 @@ void dropBuffer(RtxContext* pctxt)
   pctxt->flags &= ~RTX_FLAG_SYSMEM_BUFFER;
 }
 
-// True if emptying the heap takes the storage at `ptr` away.
+// True if emptying the heap takes the storage at `ptr` away. A static heap has no elements to look for: there, what
+// lies in the used part of its buffer is meant. The difference wraps for addresses below the start, which is then too
+// large.
 bool heapHolds(RtxContext* pctxt, const void* ptr)
 {
   const RtxMemHeap* heap = pctxt->pMemHeap;
@@ -53,7 +64,8 @@ bool heapHolds(RtxContext* pctxt, const void* ptr)
   return reinterpret_cast<uintptr_t>(ptr) - start < reinterpret_cast<uintptr_t>(heap->curBlock);
 }
 
-// The octets that a stream has captured go with the heap; the stream goes on without.
+// The octets that a stream has captured go with the heap; the stream goes on without. The record of the capture or its
+// octets alone may lie there.
 void endCapture(RtxContext* pctxt)
 {
   RtxStream* pStream = pctxt->pStream;
@@ -71,6 +83,7 @@ void emptyTrace(RtxContext* pctxt)
     return;
   }
   rtxSListInitEx(pctxt, &list->fieldList);
+  // The entry and the capture lay in the heap.
   list->pLastPrinted = nullptr;
   list->pCaptureBuf = nullptr;
 }
@@ -114,6 +127,8 @@ void releaseExtensions(RtxContext* pctxt)
 
 } // namespace
 
+// The parts of a context that need no memory; also for a context that gets the heap of another (rtxCtxtSetMemHeap).
+// What the record held before is not looked at, so it may be uninitialised.
 int rtxPreInitContext(RtxContext* pctxt)
 {
   memset(pctxt, 0, sizeof *pctxt);
@@ -137,6 +152,7 @@ int rtxInitContextExt(RtxContext* pctxt, RtxMallocFunc mallocFunc, RtxReallocFun
   return rtxMemHeapCreateExt(&pctxt->pMemHeap, mallocFunc, reallocFunc, freeFunc);
 }
 
+// A context for another thread has its own heap: heaps are not locked.
 int rtxInitThreadContext(RtxContext* pctxt, const RtxContext* pSrcCtxt)
 {
   int status = rtxInitContext(pctxt);
@@ -145,6 +161,7 @@ int rtxInitThreadContext(RtxContext* pctxt, const RtxContext* pSrcCtxt)
   return 0;
 }
 
+// Both contexts point to the same octets then, and only one of them may free them: the heap is not copied.
 void rtxCopyContext(RtxContext* pdst, const RtxContext* psrc)
 {
   RtxBuffer* to = &pdst->buffer;
@@ -167,6 +184,8 @@ int rtxCheckContext(const RtxContext* pctxt)
 void rtxCtxtSetMemHeap(RtxContext* pdst, const RtxContext* psrc)
 {
   if (pdst == nullptr || psrc == nullptr || pdst->pMemHeap == psrc->pMemHeap) return;
+  // Released before the other is taken: whatever `pdst` still has in its own heap is gone, unless that has other
+  // owners.
   if (pdst->pMemHeap != nullptr) rtxMemHeapRelease(&pdst->pMemHeap);
   pdst->pMemHeap = psrc->pMemHeap;
   if (pdst->pMemHeap != nullptr) rtxMemHeapAddRef(&pdst->pMemHeap);
@@ -182,6 +201,7 @@ uint32_t rtxCtxtClearFlag(RtxContext* pctxt, uint32_t mask)
   return pctxt->flags &= ~mask;
 }
 
+// Binds octets with the cursor at their start.
 static void setBuffer(RtxBuffer* buffer, uint8_t* bufaddr, size_t bufsize, bool dynamic)
 {
   buffer->data = bufaddr;
@@ -191,6 +211,8 @@ static void setBuffer(RtxBuffer* buffer, uint8_t* bufaddr, size_t bufsize, bool 
   buffer->bitOffset = 8;
 }
 
+// Binds the caller's octets, or a growing buffer of the run-time's own if `bufaddr` is null. Octets of the heap that
+// were bound before stay there until the job ends; system memory would be lost, so it is freed.
 int rtxInitContextBuffer(RtxContext* pctxt, uint8_t* bufaddr, size_t bufsize)
 {
   if (pctxt == nullptr || pctxt->initCode != RTX_CTXT_INIT_CODE)
@@ -213,6 +235,7 @@ int rtxInitContextBuffer(RtxContext* pctxt, uint8_t* bufaddr, size_t bufsize)
 }
 
 // The caller's octets in a context that has neither a stream nor a buffer of its own, as for nearly every message.
+// False if rtxInitContextBuffer has to look at the case; nothing is changed then.
 static bool bindSimply(RtxContext* pctxt, uint8_t* bufaddr, size_t bufsize)
 {
   if (pctxt == nullptr || pctxt->initCode != RTX_CTXT_INIT_CODE || bufaddr == nullptr) return false;
@@ -229,11 +252,14 @@ int rtxCtxtSetBufPtr(RtxContext* pctxt, uint8_t* bufaddr, size_t bufsize)
     if (status == RTX_E_NO_CONTEXT) return status;
     if (status < 0) return rtxReport(pctxt, status, kModule, __LINE__);
   }
+  // A stream that is bound stays so but is not used until the next one is made (rtxStreamInit).
   pctxt->flags |= RTX_FLAG_BUFFER_MODE;
   pctxt->state = 0;
   return 0;
 }
 
+// Ends the job as rtxMemReset does, but gives the heap's blocks back to the system. The trace is unbound wherever its
+// list lies.
 void rtxMemFree(RtxContext* pctxt)
 {
   const RtxBuffer* buffer = &pctxt->buffer;
@@ -248,11 +274,13 @@ void rtxMemFree(RtxContext* pctxt)
   pctxt->pSecurity = nullptr;
   pctxt->pBitFldList = nullptr;
   forgetKept(pctxt);
+  // Before the heap goes: the records are elements of it.
   rtxErrReset(pctxt);
   rtxMemHeapFreeAll(&pctxt->pMemHeap);
 }
 
-// Nothing may lead to what the next job overwrites. What lies elsewhere stays for it.
+// Nothing may lead to what the next job overwrites. What lies elsewhere stays for it: a trace list of the caller's, for
+// instance, works on for all jobs. Out of line, since most contexts have no bindings.
 [[gnu::noinline]] static void forgetBindings(RtxContext* pctxt)
 {
   if (pctxt->buffer.dynamic && heapHolds(pctxt, pctxt->buffer.data)) forgetBuffer(&pctxt->buffer);
@@ -262,7 +290,7 @@ void rtxMemFree(RtxContext* pctxt)
   emptyTrace(pctxt);
 }
 
-// Has the context anything that may lie in its heap? One jump for all of it.
+// Has the context anything that may lie in its heap? One jump for all of it, since every job asks.
 static bool isBound(const RtxContext& context)
 {
   const void* const bindings[] = {context.pSecurity, context.extInfo[RTX_CTXT_KEPT_SLOT], context.pStream,
@@ -279,6 +307,8 @@ void rtxMemReset(RtxContext* pctxt)
   rtxMemHeapReset(&pctxt->pMemHeap);
 }
 
+// The order matters: extensions and streams may still report and use the heap, so they go first; the buffer may lie in
+// the heap, so it goes before that.
 void rtxFreeContext(RtxContext* pctxt)
 {
   pctxt->flags |= RTX_FLAG_CLOSING;
@@ -290,6 +320,7 @@ void rtxFreeContext(RtxContext* pctxt)
   if (pctxt->buffer.dynamic && pctxt->buffer.data != nullptr) dropBuffer(pctxt);
   rtxErrResetErrInfo(pctxt); // A stream may have failed to close.
   rtxMemHeapRelease(&pctxt->pMemHeap);
+  // A hook may free the record, so nothing is written to it after that. Otherwise initCode 0 makes later uses fail.
   if (pctxt->pFreeHook != nullptr)
     pctxt->pFreeHook(pctxt);
   else
@@ -301,6 +332,7 @@ void rtxFreeRegexpCache(RtxContext* pctxt)
   if (pctxt->regexpCache.count != 0) rtxDListFreeAll(pctxt, &pctxt->regexpCache);
 }
 
+// RtxContext.indent is in columns, and one level has three.
 uint16_t rtxGetIndentLevels(const RtxContext* pctxt)
 {
   return static_cast<uint16_t>(pctxt->indent / kIndentColumns);

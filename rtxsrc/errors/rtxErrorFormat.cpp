@@ -1,4 +1,9 @@
-// The words of error records: the process-wide table of tables, the substitution of parameters and the text forms.
+// The words of error records: the process-wide table of tables, the substitution of parameters and the text forms. Only
+// callers of the library ask for texts; no coder does. What does not fit a buffer is left out, and the text always ends
+// with a zero.
+//
+// A template becomes a message like this: "Enumerated value %s not in defined set" with the parameter "9" is
+// "Enumerated value 9 not in defined set".
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -9,19 +14,24 @@
 
 namespace {
 
+// Octets of one message, ending zero included, in texts of several records and on standard output. Longer ones are cut.
 constexpr size_t kMessageScratch = 200;
 constexpr size_t kPrintScratch = 400;
 
+// Templates for the statuses from `first` down to above `bound`: rows[0] is that of `first`. The table stays the
+// caller's and has to outlive all contexts.
 struct MessageTable {
   const char* const* rows;
   int32_t first;
   int32_t bound;
 };
 
+// Filled when the first context is made (rtxErrInit) and by callers who register tables of their own; not locked.
 MessageTable gTables[RTX_ERR_MAX_TABLES];
 int16_t gTableCount = 0;
 
 // A text under construction; `limit` leaves room for the terminator.
+// A message is cut anywhere at the limit but never inside a parameter.
 struct Message {
   char* buf;
   size_t limit;
@@ -41,7 +51,8 @@ void putText(Message* msg, const char* text)
   while (*text != '\0' && putChar(msg, *text)) text++;
 }
 
-// A parameter goes in whole, and below the limit, or not at all; `ahead` octets go in front of it.
+// A parameter goes in whole, and below the limit, or not at all; `ahead` octets go in front of it. Half a number would
+// be read as another number.
 bool parmHasRoom(const Message* msg, const char* parm, size_t ahead)
 {
   const size_t left = msg->limit - msg->length;
@@ -70,8 +81,10 @@ void putOtherParms(Message* msg, const RtxErrInfo* rec, int index)
   }
 }
 
+// Only "%s" is a place; any other '%' is shown as it stands.
 void substitute(Message* msg, RtxErrInfo* rec, const char* text)
 {
+  // The record is public, and a caller may have filled it.
   if (rec->parmcount > RTX_ERR_MAX_PARMS) rec->parmcount = RTX_ERR_MAX_PARMS;
   int index = 0;
   while (*text != '\0') {
@@ -96,6 +109,7 @@ struct Text {
   size_t length;
 };
 
+// Appends a piece with its ending zero, whole, or nothing.
 bool append(Text* text, const char* piece)
 {
   const size_t length = strlen(piece);
@@ -112,13 +126,14 @@ bool appendNumber(Text* text, long long value)
   return append(text, digits);
 }
 
+// The message of one record as a line.
 bool appendMessage(Text* text, RtxErrInfo* rec)
 {
   char scratch[kMessageScratch];
   return append(text, formatScratch(rec, scratch, sizeof scratch)) && append(text, "\n");
 }
 
-// The outermost level comes first, the place of the failure last.
+// The outermost level comes first, the place of the failure last: the record has them the other way round.
 bool appendStack(Text* text, const RtxErrInfo* rec)
 {
   if (rec->stkx == 0) return true;
@@ -177,6 +192,8 @@ size_t msgTextRoom(const RtxContext* pctxt)
   return room;
 }
 
+// An estimate: 100 octets for each level and for two lines more. A text that needs more loses its end (append), since
+// nothing is written beyond the size.
 size_t fullTextRoom(const RtxContext* pctxt)
 {
   size_t room = 200;
@@ -195,6 +212,7 @@ void rtxErrInit()
   rtxErrAddErrorTableEntry(kRtxMessages, kRtxMessageFirst, kRtxMessageBound);
 }
 
+// Each context registers the table again (rtxErrInit); one entry is enough.
 int rtxErrAddErrorTableEntry(const char* const* table, int32_t first, int32_t bound)
 {
   for (int i = 0; i < gTableCount; i++)
@@ -204,6 +222,7 @@ int rtxErrAddErrorTableEntry(const char* const* table, int32_t first, int32_t bo
   return 1;
 }
 
+// A row can be null: the status lies in the table's range but has no words.
 const char* rtxErrFindTemplate(int status)
 {
   for (int i = 0; i < gTableCount; i++) {
@@ -232,6 +251,7 @@ char* rtxErrGetTextBuf(RtxContext* pctxt, char* buf, size_t bufsize)
   return fillText(pctxt, buf, bufsize, appendRecord);
 }
 
+// With a buffer of the caller's this is rtxErrGetTextBuf; otherwise the text lies in the heap and ends with the job.
 char* rtxErrGetText(RtxContext* pctxt, char* buf, size_t* pBufSize)
 {
   if (buf != nullptr && pBufSize != nullptr) return rtxErrGetTextBuf(pctxt, buf, *pBufSize);
@@ -242,6 +262,8 @@ char* rtxErrGetText(RtxContext* pctxt, char* buf, size_t* pBufSize)
   return rtxErrGetTextBuf(pctxt, text, size);
 }
 
+// Messages without status and stack, one a line, each behind its element if it has one. The room is counted first, so
+// no message is cut.
 char* rtxErrGetMsgText(RtxContext* pctxt)
 {
   const size_t size = msgTextRoom(pctxt);
@@ -263,6 +285,7 @@ char* rtxErrGetMsgTextBuf(RtxContext* pctxt, char* buf, size_t bufsize)
   return fillText(pctxt, buf, bufsize, appendMessage);
 }
 
+// This and rtxErrPrintElement write to standard output, past the print callback.
 void rtxErrPrint(RtxContext* pctxt)
 {
   for (const RtxDListNode* node = pctxt->errInfo.head; node != nullptr; node = node->next)
@@ -282,6 +305,7 @@ void rtxErrPrintElement(RtxErrInfo* pErrInfo)
   }
 }
 
+// The callback gets the text before the parameters are freed, and something to log even without memory.
 void rtxErrLogUsingCB(RtxContext* pctxt, RtxErrLogFunc callback, void* cbArg)
 {
   const char* text = rtxErrGetText(pctxt, nullptr, nullptr);
@@ -289,6 +313,7 @@ void rtxErrLogUsingCB(RtxContext* pctxt, RtxErrLogFunc callback, void* cbArg)
   rtxErrFreeParms(pctxt);
 }
 
+// For mistakes of the program only: a broken heap, an impossible state. No input from outside leads here.
 void rtxErrAssertionFailed(const char* condition, int line, const char* file)
 {
   printf("Run-time assertion '%s' failed.  Line %d, File %s\n", condition, line, file);

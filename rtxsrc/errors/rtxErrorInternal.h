@@ -35,6 +35,7 @@ inline bool rtxErrIsReset(const RtxContext& context)
   return (left | static_cast<size_t>(words) | reinterpret_cast<uintptr_t>(collected.elemName)) == 0;
 }
 
+// The record of a node of errInfo; every node on that list has one.
 inline RtxErrInfo* rtxErrRecordOf(const RtxDListNode* node)
 {
   return static_cast<RtxErrInfo*>(node->data);

@@ -1,4 +1,6 @@
-// Parameters of error messages. They gather in the context's own record until the next report takes them over.
+// Parameters of error messages. They gather in the context's own record until the next report takes them over. Each is
+// a text on the heap, whatever its type: the template knows only "%s". All return 1 if the parameter was added and 0 if
+// the record has five already or there is no memory, which callers ignore: a message with a "?" is better than none.
 #include <inttypes.h>
 #include <stdio.h>
 #include <string.h>
@@ -15,7 +17,7 @@ bool parmFits(const RtxContext* pctxt)
   return pctxt->reservedErr.parmcount < RTX_ERR_MAX_PARMS;
 }
 
-// Stores a heap string, null when memory was out.
+// Stores a heap string, null when memory was out. The caller has seen that there is a place.
 int storeParm(RtxContext* pctxt, char* owned)
 {
   if (owned == nullptr) return 0;
@@ -31,12 +33,14 @@ int rtxErrAddStrParm(RtxContext* pctxt, const char* s)
   return storeParm(pctxt, rtxUTF8Strdup(pctxt, s != nullptr ? s : "(null)"));
 }
 
+// The first `n` octets at most: `s` may be a part of a buffer without an ending zero.
 int rtxErrAddStrnParm(RtxContext* pctxt, const char* s, size_t n)
 {
   if (s == nullptr) return rtxErrAddStrParm(pctxt, nullptr);
   if (!parmFits(pctxt)) return 0;
   const void* end = n != 0 ? memchr(s, '\0', n) : nullptr;
   const size_t length = end != nullptr ? static_cast<size_t>(static_cast<const char*>(end) - s) : n;
+  // With the ending zero the size would wrap to 0.
   if (length == SIZE_MAX) return 0;
   char* copy = static_cast<char*>(rtxMemHeapAlloc(&pctxt->pMemHeap, length + 1));
   if (copy == nullptr) return 0;
@@ -76,6 +80,7 @@ int rtxErrAddSizeParm(RtxContext* pctxt, size_t value)
 
 int rtxErrAddDoubleParm(RtxContext* pctxt, double value)
 {
+  // %E of any double takes far less.
   char text[200];
   snprintf(text, sizeof text, "%E", value);
   return rtxErrAddStrParm(pctxt, text);
@@ -84,6 +89,7 @@ int rtxErrAddDoubleParm(RtxContext* pctxt, double value)
 int rtxErrAddUniStrParm(RtxContext* pctxt, const uint16_t* s)
 {
   if (s == nullptr) return rtxErrAddStrParm(pctxt, "");
+  // Asked before the text is made, which would otherwise stay in the heap.
   if (!parmFits(pctxt)) return 0;
   size_t units = 0;
   while (s[units] != 0) units++;
@@ -92,6 +98,7 @@ int rtxErrAddUniStrParm(RtxContext* pctxt, const uint16_t* s)
   return storeParm(pctxt, text != nullptr ? rtxUCSToCStr(s, text, size) : nullptr);
 }
 
+// The path of the element under work, such as "PDU.data.spare"; "?" outside any element.
 int rtxErrAddElemNameParm(RtxContext* pctxt)
 {
   if (pctxt->elemNameStack.count == 0) return rtxErrAddStrParm(pctxt, "?");
@@ -111,6 +118,7 @@ int rtxErrAddCtxtBufParm(RtxContext* pctxt)
   return rtxErrAddStrnParm(pctxt, cursor, buffer->size - buffer->byteIndex);
 }
 
+// Reports nothing itself: the caller passes the result to rtxErrSetData.
 int rtxErrInvUIntOpt(RtxContext* pctxt, uint32_t value)
 {
   rtxErrAddUIntParm(pctxt, value);

@@ -1,4 +1,5 @@
-// The words of the status codes. A "%s" takes the record's next parameter; a "%d" is shown as it stands.
+// The words of the status codes. A "%s" takes the record's next parameter; a "%d" is shown as it stands. The tables are
+// indexed by status, so a row that is inserted or left out gives every later status the words of another.
 #include "rtxsrc/errors/rtxErrorInternal.h"
 
 // One row for each status from -1 down; the rows after the last code stay null.

@@ -1,6 +1,6 @@
 // Making, configuring and releasing heaps, and the system side of their memory. Each context has one heap, from which
 // all that a job makes is taken: records, error texts, names, list nodes. Contexts that share a heap
-// (rtxInitThreadContext) count their references to it. Nothing here hands out an element: that is rtxMemHeapAlloc.cpp.
+// (rtxCtxtSetMemHeap) count their references to it. Nothing here hands out an element: that is rtxMemHeapAlloc.cpp.
 //
 // A heap is not locked. The four settings below belong to the process: they are read when a heap is made, so they have
 // to be set before other threads make contexts.
