@@ -47,12 +47,15 @@ static bool encodeAgain(const L3TypeEntry& entry, Decoding& decoding, Octets& oc
   return true;
 }
 
-// A text that a zero octet cut is shorter than the field that counts it, which is written as it came.
+// A text that a zero octet cut is shorter than the field that counts it, which is written as it came. The text may hold
+// any character, so its end is looked for where the count says.
 static bool isShorterThanCounted(const std::string& text)
 {
-  static const std::regex kCounted("fqdnLen = ([0-9]+)\\n *fqdnValue = '([^\\n]*)'\\n");
+  static const std::regex kCounted("fqdnLen = ([0-9]+)\\n *fqdnValue = '");
   std::smatch found;
-  return std::regex_search(text, found, kCounted) && std::stoi(found[1]) != found[2].length() + 1;
+  if (!std::regex_search(text, found, kCounted)) return false;
+  size_t end = static_cast<size_t>(found.position() + found.length()) + std::stoul(found[1]);
+  return end > text.size() || text.compare(end - 1, 2, "'\n") != 0;
 }
 
 // Does a text of the 7-bit alphabet hold characters that its encoder writes as question marks or as a bare escape?
