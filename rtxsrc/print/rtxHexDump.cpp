@@ -1,3 +1,9 @@
+// Hex dumps: octets in units, 16 to a line, beside them the characters. For programs and for octet strings that are too
+// long for one line (rtxFormHex). A last line that is not full looks like this in units of 1:
+//
+// 7e 00 5b 01                                      ~.[.
+//
+// The columns are 48 and 16 wide for every unit, so lines of one dump stand below each other.
 #include "velnor3gpp/rtxHexDump.h"
 
 #include <string.h>
@@ -20,6 +26,8 @@ struct DumpShape {
   size_t lineOctets;
 };
 
+// Units of 1 to 4 octets. A unit of 0, or one longer than a line, means 4, and so does any other above 4; but then the
+// line holds as many units as would fit of the given length: unit 8 gives two units of 4, 8 octets a line.
 static DumpShape shapeOf(size_t unit)
 {
   if (unit == 0 || unit > kLineOctets) unit = 4;
@@ -28,6 +36,7 @@ static DumpShape shapeOf(size_t unit)
   return {unit, units * unit};
 }
 
+// In units of 2 the octets 1 and 2 stand at columns 2 and 5: a unit takes its digits and a blank.
 static void fillLine(DumpLine& line, const uint8_t* data, size_t octets, size_t unit)
 {
   memset(line.chars, ' ', sizeof line.chars);
@@ -60,6 +69,7 @@ void rtxDump(RtxPrintSink& sink, const uint8_t* data, size_t octets, size_t unit
   }
 }
 
+// What all exported functions of this file do, each with its own target.
 static int dumpTo(RtxPrintSink sink, const uint8_t* data, size_t octets, size_t unit, bool ascii)
 {
   rtxDump(sink, data, octets, unit, ascii);
@@ -146,6 +156,7 @@ static int dumpContents(FILE* in, FILE* out)
   return ferror(in) != 0 ? RTX_E_READ : 0;
 }
 
+// The input's status comes first: an output that was closed well may still be incomplete.
 int rtxHexDumpFileContentsToFile(const char* inFilename, const char* outFilename)
 {
   FILE* in = openFile(inFilename, "rb");
@@ -164,6 +175,7 @@ int rtxHexDumpToString(const uint8_t* data, size_t octets, char* buffer, size_t 
 
 int rtxHexDumpToStringEx(const uint8_t* data, size_t octets, char* buffer, size_t size, size_t unit)
 {
+  // The dump begins the string, it does not continue it.
   if (buffer != nullptr && size > 0) buffer[0] = 0;
   return dumpTo(rtxSinkOfString(buffer, size, nullptr), data, octets, unit, true);
 }

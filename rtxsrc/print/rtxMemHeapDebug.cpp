@@ -1,10 +1,14 @@
-// The check of a whole heap, and the test of a single pointer by walking it.
+// The check of a whole heap, and the test of a single pointer by walking it. RT_MH_CHECK_HEAP runs the check before
+// every operation of the heap; a program may also call it where it suspects a write beyond an element. The first fault
+// found is printed with the element or block around it, and the program ends: a heap that is broken cannot be trusted
+// for anything else. Layout and words are those of rtxMemHeapInline.h.
 #include "rtxsrc/heap/rtxMemHeapInternal.h"
 #include "velnor3gpp/rtxError.h"
 #include "velnor3gpp/rtxPrintStream.h"
 
 namespace {
 
+// By the numbers of Fault, which the report prints too.
 const char* const kFaults[] = {
     "",
     "invalid MemLink",
@@ -104,6 +108,7 @@ bool inRange(const RtxMemHeap* heap, const void* ptr)
   return at >= reinterpret_cast<uintptr_t>(heap->minAddr) && at <= reinterpret_cast<uintptr_t>(heap->maxAddr);
 }
 
+// Each raw block has to lie in the heap's range before its links are followed.
 void checkRawBlocks(const Request& request)
 {
   RtxMemHeap* heap = request.heap;
@@ -119,6 +124,7 @@ void checkRawBlocks(const Request& request)
   if (heap->ptail != prev) failRaw(request, kRawLink, prev != heap ? static_cast<RtxMemRawBlk*>(prev) : nullptr);
 }
 
+// Neither border has a size or a flag, so that a walk and the joining of neighbours stop at it.
 bool isBorder(const RtxMemElem* elem)
 {
   return elem->nunits == 0 && elem->flags == 0;
@@ -137,6 +143,7 @@ void checkBlockFrame(const Request& request, RtxMemBlock* block)
   if (!isBorder(end)) failElem(request, kEndBorder, block, end);
 }
 
+// Two free neighbours would have been joined when the second was freed. Only allocated elements say where they begin.
 void checkElemState(const Request& request, RtxMemBlock* block, RtxMemElem* elem, unsigned off)
 {
   const bool isFree = (elem->flags & kMemElemFree) != 0;
@@ -147,6 +154,7 @@ void checkElemState(const Request& request, RtxMemBlock* block, RtxMemElem* elem
   }
 }
 
+// Of free elements the count is held against the free ring, the largest against the block's bound.
 void countElem(const RtxMemElem* elem, Census* census)
 {
   if ((elem->flags & kMemElemSaved) != 0) census->nsaved++;
@@ -155,6 +163,7 @@ void countElem(const RtxMemElem* elem, Census* census)
   if (elem->nunits > census->largest) census->largest = elem->nunits;
 }
 
+// From header to header, each size compared with what is left of the block before it is followed.
 Census checkElems(const Request& request, RtxMemBlock* block)
 {
   Census census = {0, 0, 0};
@@ -210,12 +219,14 @@ void checkBlocks(const Request& request)
     checkBlockFrame(request, block);
     const Census census = checkElems(request, block);
     if (census.nsaved != block->nsaved) failBlock(request, kNsaved, block);
+    // The bound may be too high, never too low: a search would pass over an element that fits.
     if (census.largest > block->maxFreeElem) failBlock(request, kMaxFree, block);
     checkFreeList(request, block, census.nfree);
     block = block->next;
   } while (block != request.heap->curBlock);
 }
 
+// True for the data of an allocated element; a pointer into the middle of one is none.
 bool blockHolds(RtxMemBlock* block, const void* ptr)
 {
   const RtxMemElem* end = rtxMemElemAt(block, block->nunits);

@@ -1,7 +1,11 @@
-// Prints what a heap holds, to the process's print stream.
+// Prints what a heap holds, to the process's print stream: a tool for finding what a program keeps. It reads the heap
+// as it stands and changes nothing; the check of it is rtxMemHeapDebug.cpp, which prints the faulty part by the
+// functions here. Sizes of raw blocks and elements are octets of data, that of a block is all of it. A static heap has
+// no elements and prints nothing.
 #include "rtxsrc/heap/rtxMemHeapInternal.h"
 #include "velnor3gpp/rtxPrintStream.h"
 
+// Offset 0 is the list head, which carries the guard value ("code").
 static void printFreeLink(RtxMemBlock* block, unsigned off)
 {
   if (off == 0)
@@ -28,6 +32,7 @@ static void printFreeRing(RtxMemBlock* block)
   rtxPrintToStream(nullptr, "<end free list>\n\n");
 }
 
+// An element of no units would stop the walk for ever, so it ends it.
 static void printElems(RtxMemBlock* block)
 {
   for (unsigned off = kMemFirstElem; off < block->nunits;) {

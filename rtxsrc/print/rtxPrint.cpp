@@ -1,3 +1,5 @@
+// The print family for standard output, without a context. Each function chooses the target and the form; the words are
+// written in rtxPrintForms.cpp. The indentation is one for the process and is not locked.
 #include "velnor3gpp/rtxPrint.h"
 
 #include "rtxsrc/print/rtxPrintForms.h"

@@ -1,3 +1,6 @@
+// The text form of each kind of value: "name = value" and a line feed, with the exceptions that rtxPrintForms.h names.
+// The exported print families (to standard output, to a stream, to a string) call these with their own target, so a
+// form is written once. Octets are printed as they are given; nothing here decides whether a record is valid.
 #include "rtxsrc/print/rtxPrintForms.h"
 
 #include <string.h>
@@ -36,6 +39,7 @@ void rtxFormReal(RtxPrintSink& sink, const char* name, double value, int digits)
   rtxFormAssign(sink, name, text);
 }
 
+// Two digits an octet, 32 octets at a time: the scratch does not grow with the string.
 static void putOctets(RtxPrintSink& sink, size_t octets, const uint8_t* data)
 {
   char text[64];
@@ -54,6 +58,7 @@ void rtxFormHexPlain(RtxPrintSink& sink, RtxPiece name, size_t octets, const uin
   rtxSinkWrite(sink, "\n", 1);
 }
 
+// Up to 32 octets stand in the line of the name, more in a dump below it.
 void rtxFormHex(RtxPrintSink& sink, RtxPiece name, size_t octets, const uint8_t* data, bool ascii)
 {
   if (octets <= kHexLineOctets) return rtxFormHexPlain(sink, name, octets, data);
@@ -67,6 +72,7 @@ void rtxFormHexDump(RtxPrintSink& sink, const char* name, size_t octets, const u
   rtxDump(sink, data, octets, 1, false);
 }
 
+// Count and octets of a binary string as two members of a record.
 void rtxFormHexBinary(RtxPrintSink& sink, const char* name, size_t octets, const uint8_t* data)
 {
   RtxNumText number;
@@ -91,6 +97,7 @@ void rtxFormUnicode(RtxPrintSink& sink, const char* name, const uint16_t* chars,
   rtxSinkWrite(sink, "'\n", 2);
 }
 
+// A name or a value that is null shows as "(null)" (RtxPiece).
 void rtxFormPair(RtxPrintSink& sink, const char* name, const RtxNameValuePair* pair)
 {
   rtxSinkPut(sink, {name, ".name  = '", pair->name, "'\n"});
@@ -110,6 +117,7 @@ int rtxFormFile(RtxPrintSink& sink, const char* filename, bool addLineFeed)
   FILE* file = filename != nullptr ? fopen(filename, "r") : nullptr;
   if (file == nullptr) return RTX_E_FILE_OPEN;
   char piece[1024];
+  // A line of more than 1023 characters comes in several pieces, each with its line feed if those are added.
   while (fgets(piece, sizeof piece, file) != nullptr) rtxSinkPut(sink, {piece, addLineFeed ? "\n" : ""});
   (void)fclose(file);
   return 0;
@@ -124,6 +132,8 @@ void rtxFormIpv4(RtxPrintSink& sink, const char* name, size_t octets, const uint
   rtxSinkWrite(sink, "\n", 1);
 }
 
+// Octets without leading zeros, a colon behind every second one: 20 01 0D B8 is "201:db8:". This is a form of these
+// texts, not an address by RFC 5952.
 void rtxFormIpv6(RtxPrintSink& sink, const char* name, size_t octets, const uint8_t* data)
 {
   RtxNumText number;
@@ -148,6 +158,7 @@ void rtxFormTbcd(RtxPrintSink& sink, const char* name, size_t octets, const uint
   }
 }
 
+// Octets outside 32 to 126 are left out, so the text cannot end the line or move the cursor of a terminal.
 void rtxFormText(RtxPrintSink& sink, const char* name, size_t octets, const uint8_t* data)
 {
   rtxSinkPut(sink, {name, " = "});
@@ -158,6 +169,7 @@ void rtxFormText(RtxPrintSink& sink, const char* name, size_t octets, const uint
   rtxSinkWrite(sink, "\n", 1);
 }
 
+// The braces are the two forms that write the indentation themselves and change it.
 void rtxFormOpenBrace(RtxPrintSink& sink, RtxPiece name)
 {
   rtxSinkIndent(sink);

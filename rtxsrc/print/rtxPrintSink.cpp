@@ -1,3 +1,6 @@
+// The target of printed text: how each kind takes what its window has no room for. The fast way of a piece is inline in
+// rtxPrintSink.h (compare, copy); this file is called for the first piece, when the window is full, and at the end.
+// Nothing here fails for want of memory, since nothing is allocated.
 #include "rtxsrc/print/rtxPrintSink.h"
 
 #include "velnor3gpp/rtxStatus.h"
@@ -6,6 +9,7 @@ static const char kDigits[] = "0123456789abcdef";
 static const char kBlanks[] = "                                                                ";
 static const size_t kBlankCount = sizeof kBlanks - 1;
 
+// A callback takes a format and its arguments, as vprintf does.
 static void callBack(RtxPrintSink& sink, const char* format, ...) RTX_PRINTF_LIKE(2, 3);
 static void callBack(RtxPrintSink& sink, const char* format, ...)
 {
@@ -15,13 +19,15 @@ static void callBack(RtxPrintSink& sink, const char* format, ...)
   va_end(args);
 }
 
-// The window of a file or callback keeps one character back, for the end of a string.
+// The window of a file or callback keeps one character back, for the end of a string: rtxSinkHasRoom asks for less than
+// what is left, so deliverLines can put a zero behind any line.
 static void openRoom(RtxPrintSink& sink)
 {
   sink.at = sink.room;
   sink.end = sink.room + kSinkRoom;
 }
 
+// From now on no piece has room, so the text stays cut where it is.
 static void closeWindow(RtxPrintSink& sink)
 {
   sink.end = sink.at;
@@ -37,6 +43,7 @@ static void deliverLines(RtxPrintSink& sink, bool all)
     const void* feed = memchr(from, '\n', left);
     if (feed == nullptr && !all && from > sink.room) break;
     size_t length = feed != nullptr ? static_cast<size_t>(static_cast<const char*>(feed) - from) + 1 : left;
+    // The zero that ends the line takes the place of the next line's first character, which comes back afterwards.
     char next = from[length];
     from[length] = 0;
     callBack(sink, "%s", from);
@@ -57,6 +64,7 @@ static void emptyRoom(RtxPrintSink& sink, bool all)
   sink.at = sink.room;
 }
 
+// In parts, so that a piece may be longer than the window.
 static void fillRoom(RtxPrintSink& sink, const char* chars, size_t length)
 {
   while (length > 0) {
@@ -74,6 +82,7 @@ static void cutText(RtxPrintSink& sink, const char* chars, size_t length)
 {
   const RtxPrintToStringBuffer& text = *sink.pText;
   if (text.buffer == nullptr || text.bufSize <= text.curPos) return;
+  // The first piece: the window is what is left of the caller's string.
   if (sink.at == nullptr) {
     sink.at = text.buffer + text.curPos;
     sink.end = text.buffer + text.bufSize;
@@ -86,6 +95,8 @@ static void cutText(RtxPrintSink& sink, const char* chars, size_t length)
   rtxSinkCopy(sink, chars, length);
 }
 
+// A caller's string takes a piece whole or not at all. After the first that does not fit nothing is added, and the
+// status tells so.
 static void appendText(RtxPrintSink& sink, const char* chars, size_t length)
 {
   if (sink.status != 0) return;
@@ -157,6 +168,8 @@ void rtxSinkIndentLess(RtxPrintSink& sink)
   *sink.indent = static_cast<uint16_t>(*sink.indent > 3 ? *sink.indent - 3 : 0);
 }
 
+// A string is ended in place, and its record told how far it goes; a file and a callback get what the window still
+// holds.
 int rtxSinkDone(RtxPrintSink& sink)
 {
   bool string = sink.kind == RtxSinkKind::text || sink.kind == RtxSinkKind::append;
@@ -176,6 +189,7 @@ RtxPrintSink rtxSinkOfFile(FILE* file)
   return sink;
 }
 
+// strnlen, since the string may lack its ending zero: then it counts as full.
 RtxPrintSink rtxSinkOfString(char* buffer, size_t size, uint16_t* indent)
 {
   RtxPrintSink sink;
@@ -192,6 +206,7 @@ static RtxPiece digitsFrom(const RtxNumText& scratch, const char* first)
   return {first, static_cast<size_t>(scratch.chars + sizeof scratch.chars - 1 - first)};
 }
 
+// Digits are written from the end of the scratch to the front; 20 are the most that 64 bits give.
 RtxPiece rtxDecimalU(RtxNumText& scratch, uint64_t value)
 {
   char* p = scratch.chars + sizeof scratch.chars - 1;
@@ -208,7 +223,9 @@ RtxPiece rtxDecimalU(RtxNumText& scratch, uint64_t value)
 RtxPiece rtxDecimal(RtxNumText& scratch, int64_t value)
 {
   if (value >= 0) return rtxDecimalU(scratch, static_cast<uint64_t>(value));
+  // Negated as an unsigned number, since the smallest has no positive counterpart.
   RtxPiece digits = rtxDecimalU(scratch, 0 - static_cast<uint64_t>(value));
+  // The scratch has room in front of 20 digits and the zero: 24 characters.
   char* sign = scratch.chars + (digits.chars - scratch.chars) - 1;
   *sign = '-';
   return digitsFrom(scratch, sign);

@@ -1,3 +1,6 @@
+// Where printed text goes: the print stream of the context, else that of the process, else standard output. A print
+// stream is a callback and its argument. The library's own three callbacks are recognised and served without the call,
+// which is what makes printing to a string or file fast; any other gets format and arguments.
 #include "velnor3gpp/rtxPrintStream.h"
 
 #include <string.h>
@@ -14,6 +17,7 @@ static RtxPrintStream globalStream = {nullptr, nullptr};
 static uint16_t streamIndent = 0; // of the stream functions called without a context
 static uint16_t stdoutIndent = 0; // of the functions that print to standard output
 
+// The record comes from the system side of the heap, so it outlives rtxMemReset; rtxFreeContext releases it.
 int rtxSetPrintStream(RtxContext* pctxt, rtxPrintCallback callback, void* pUserData)
 {
   if (callback == nullptr) return rtxErrSetData(pctxt, RTX_E_BAD_PARAMETER, kModule, __LINE__);
@@ -41,6 +45,7 @@ int rtxPrintStreamRelease(RtxContext* pctxt)
   return 0;
 }
 
+// The target that does what the callback would do. The comparison is by address.
 static RtxPrintSink sinkOfCallback(const RtxPrintStream& stream)
 {
   RtxPrintSink sink;
@@ -58,6 +63,7 @@ static RtxPrintSink sinkOfCallback(const RtxPrintStream& stream)
   return sink;
 }
 
+// Standard output is flushed, so that text of the program's own printf stays in order with it.
 static RtxPrintSink routedSink(const RtxContext* pctxt)
 {
   if (pctxt != nullptr && pctxt->pPrintStream != nullptr) return sinkOfCallback(*pctxt->pPrintStream);
@@ -67,6 +73,7 @@ static RtxPrintSink routedSink(const RtxContext* pctxt)
   return sink;
 }
 
+// Each context has its own indentation, which rtxSetPrintStream resets; calls without a context share one.
 RtxPrintSink rtxSinkOfStream(RtxContext* pctxt)
 {
   RtxPrintSink sink = routedSink(pctxt);
@@ -107,6 +114,7 @@ void rtxPrintStreamToFileCB(void* pUserData, const char* format, va_list args)
   (void)vfprintf(static_cast<FILE*>(pUserData), format, args);
 }
 
+// vsnprintf cuts at the room and ends the text; its result would be the length without the cut.
 void rtxPrintStreamToStringCB(void* pUserData, const char* format, va_list args)
 {
   RtxPrintToStringBuffer* text = static_cast<RtxPrintToStringBuffer*>(pUserData);

@@ -1,3 +1,5 @@
+// The print family for the print stream of a context. Each function chooses the target and the form; the words are
+// written in rtxPrintForms.cpp. A null context prints to the process's print stream.
 #include "velnor3gpp/rtxPrintToStream.h"
 
 #include "rtxsrc/print/rtxPrintForms.h"

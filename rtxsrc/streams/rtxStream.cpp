@@ -1,3 +1,10 @@
+// The stream core: binding, closing and writing. A stream is a record of operations that a kind (file, memory, or the
+// caller's own) has filled in; the readers and writers of rtxsrc/bits come here when the context's buffer is empty or
+// full. The core books what passes (ioBytes, bytesProcessed), copies it to the capture and keeps the buffer in step; it
+// never seeks.
+//
+// Record and `extra` come from the system side of the heap, since a stream lives on while rtxMemReset ends one job
+// after the other.
 #include "velnor3gpp/rtxStream.h"
 
 #include "rtxsrc/errors/rtxReport.h"
@@ -12,12 +19,14 @@
 
 static const char* const kModule = "rtxStream";
 
+// The record alone; `extra` is freed by the kind's close.
 static void freeStream(RtxContext* pctxt)
 {
   rtxMemHeapSysFreePtr(&pctxt->pMemHeap, pctxt->pStream);
   pctxt->pStream = nullptr;
 }
 
+// One context has one stream, so an older one is closed first, which may write what it holds.
 int rtxStreamInit(RtxContext* pctxt)
 {
   if (pctxt->pStream != nullptr) {
@@ -36,6 +45,7 @@ int rtxStreamInitKind(RtxContext* pctxt, size_t size)
   if (status < 0) return rtxReport(pctxt, status, kModule, __LINE__);
   pctxt->pStream->extra = rtxMemHeapSysAllocZ(&pctxt->pMemHeap, size);
   if (pctxt->pStream->extra != nullptr) return 0;
+  // The record has no direction yet, so this frees it without closing it.
   rtxStreamRelease(pctxt);
   return rtxReport(pctxt, RTX_E_NO_MEMORY, kModule, __LINE__);
 }
@@ -47,6 +57,7 @@ static int writePending(RtxContext* pctxt)
   RtxBuffer* buffer = &pctxt->buffer;
   RtxStream* pStream = pctxt->pStream;
   if ((pctxt->flags & RTX_FLAG_BUFFER_MODE) != 0) return pStream->flush != nullptr ? pStream->flush(pStream) : 0;
+  // A begun octet goes out as a whole one, its rest 0: nothing will complete it now.
   if (buffer->data != nullptr && buffer->bitOffset != 8 && buffer->bitOffset != 0) {
     ++buffer->byteIndex;
     buffer->bitOffset = 8;
@@ -57,6 +68,7 @@ static int writePending(RtxContext* pctxt)
   return rtxStreamFlush(pctxt);
 }
 
+// Takes the buffer off the context, since the octets in it were those of the stream. A caller's buffer is only unbound.
 static void dropBuffer(RtxContext* pctxt)
 {
   RtxBuffer* buffer = &pctxt->buffer;
@@ -70,6 +82,8 @@ static void dropBuffer(RtxContext* pctxt)
   rtxStreamClearBuffer(pctxt);
 }
 
+// Everything is released even if flushing or closing fails: what has failed is not tried again. Flushing failed first,
+// so its status is the one returned.
 int rtxStreamClose(RtxContext* pctxt)
 {
   RtxStream* pStream = pctxt->pStream;
@@ -88,6 +102,7 @@ int rtxStreamClose(RtxContext* pctxt)
   return status < 0 ? rtxReport(pctxt, status, kModule, __LINE__) : 0;
 }
 
+// A record without a direction was never opened, so its kind has nothing to close.
 int rtxStreamRelease(RtxContext* pctxt)
 {
   if (pctxt->pStream == nullptr) return 0;
@@ -111,6 +126,7 @@ int rtxStreamIsWritable(RtxContext* pctxt)
   return pctxt->pStream != nullptr && (pctxt->pStream->flags & RTX_STREAM_WRITE) != 0;
 }
 
+// The capture is the caller's buffer and grows with all that passes. Without memory for it the read or write fails.
 int rtxStreamCapture(RtxContext* pctxt, const uint8_t* data, size_t count)
 {
   RtxMemBuf* pCapture = pctxt->pStream->pCapture;
@@ -134,10 +150,12 @@ int rtxStreamWrite(RtxContext* pctxt, const uint8_t* data, size_t count)
   int status = pStream->write(pStream, data, count);
   if (status < 0) return rtxReport(pctxt, status, kModule, __LINE__);
   pStream->ioBytes += count;
+  // A kind of the caller's own may return how many octets it has passed on; those of the library return 0.
   pStream->bytesProcessed += static_cast<size_t>(status);
   return rtxStreamCapture(pctxt, octets, known);
 }
 
+// Whole octets only: a begun one stays at the front of the buffer.
 int rtxStreamFlush(RtxContext* pctxt)
 {
   if (!rtxStreamIsWritable(pctxt)) return rtxReport(pctxt, RTX_E_BAD_PARAMETER, kModule, __LINE__);
@@ -160,6 +178,7 @@ int rtxStreamSetCapture(RtxContext* pctxt, RtxMemBuf* pMemBuf)
   const RtxBuffer* buffer = &pctxt->buffer;
   if (pStream == nullptr) return rtxErrSetNewData(pctxt, RTX_E_NO_CONTEXT, kModule, __LINE__);
   pStream->pCapture = pMemBuf;
+  // What these two have was in the buffer before the capture began, and no read will bring it again.
   if (pStream->id != RTX_STREAM_ID_MEMORY && pStream->id != RTX_STREAM_ID_CONTEXT_BUFFER) return 0;
   // A position may have been set behind the end.
   bool within = rtxStreamIsWritable(pctxt) && buffer->byteIndex < buffer->size;

@@ -1,3 +1,6 @@
+// The file kind of stream, over a C file. A reader works through the context's buffer, so that a field of a few bits
+// does not cost a call of fread; a writer gathers there too. A file that rtxStreamFileOpen has opened is closed with
+// the stream, one that was attached stays the caller's. With RTX_STREAM_HEX the file is hexadecimal text.
 #include "velnor3gpp/rtxStreamFile.h"
 
 #include <algorithm>
@@ -26,6 +29,7 @@ static FileStream* fileOf(RtxStream* pStream)
   return static_cast<FileStream*>(pStream->extra);
 }
 
+// Two digits and an ending zero.
 int rtxByteToHexChar(uint8_t byte, char* buf, size_t bufsize)
 {
   static const char kDigits[] = "0123456789ABCDEF";
@@ -43,11 +47,13 @@ int rtxFileOpen(FILE** pFile, const char* filename, const char* mode)
   return *pFile != nullptr ? 0 : RTX_E_FILE_OPEN;
 }
 
+// A character, or EOF, which is -1 as rtxReadHexText wants it.
 static int nextOfFile(void* file)
 {
   return std::fgetc(static_cast<FILE*>(file));
 }
 
+// A failed read that has brought octets before is told at the next call, which brings none.
 static int64_t fileRead(RtxStream* pStream, uint8_t* pbuf, size_t size)
 {
   FileStream* stream = fileOf(pStream);
@@ -80,6 +86,7 @@ static int fileWrite(RtxStream* pStream, const uint8_t* data, size_t count)
   return written ? 0 : rtxReport(stream->pctxt, RTX_E_WRITE, kModule, __LINE__);
 }
 
+// Hands on what the C library holds back.
 static int fileFlush(RtxStream* pStream)
 {
   FileStream* stream = fileOf(pStream);
@@ -87,7 +94,7 @@ static int fileFlush(RtxStream* pStream)
   return rtxReport(stream->pctxt, RTX_E_WRITE, kModule, __LINE__);
 }
 
-// Reads over the octets, since a seek would go past the end of the file without a word.
+// Reads over the octets, since a seek would go past the end of the file without a word. Pipes cannot seek either.
 static int fileSkip(RtxStream* pStream, size_t count)
 {
   uint8_t scratch[256];
@@ -107,6 +114,8 @@ static size_t unreadOctets(const RtxStream* pStream, const RtxBuffer* buffer)
   return reader && buffer->byteIndex < buffer->size ? buffer->size - buffer->byteIndex : 0;
 }
 
+// The position of the cursor: the file stands behind what the buffer has read ahead. In hexadecimal text it is a
+// position in the text, less a number of octets; fileReset does not use it there.
 static int tell(RtxStream* pStream, int64_t* pPos)
 {
   FileStream* stream = fileOf(pStream);
@@ -152,6 +161,7 @@ static int fileGetPos(RtxStream* pStream, size_t* pPos)
   return status;
 }
 
+// A write that the C library had held back can fail as late as here.
 static int fileClose(RtxStream* pStream)
 {
   FileStream* stream = fileOf(pStream);
@@ -170,6 +180,7 @@ static int bindFile(RtxContext* pctxt, FILE* file, uint16_t flags)
   FileStream* stream = fileOf(pStream);
   stream->pctxt = pctxt;
   stream->file = file;
+  // rtxStreamFileOpen clears it once all has succeeded, and until then closes the file itself.
   stream->attached = 1;
   stream->startPos = static_cast<int64_t>(ftello(file));
   pStream->read = fileRead;
@@ -192,6 +203,7 @@ int rtxStreamFileAttach(RtxContext* pctxt, FILE* file, uint16_t flags)
   }
   int status = bindFile(pctxt, file, flags);
   if (status < 0) return status;
+  // A buffer that the caller has bound stays.
   if (pctxt->buffer.data != nullptr) return 0;
   status = rtxStreamInitCtxtBuf(pctxt);
   if (status == 0) return 0;

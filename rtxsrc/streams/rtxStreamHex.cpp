@@ -1,4 +1,6 @@
-// Hexadecimal text as the octets of a stream.
+// Hexadecimal text as the octets of a stream: "7E 00\n5b" is 7E 00 5B. Memory and file streams with RTX_STREAM_HEX read
+// through it. Upper and lower case are the same, and white space may stand anywhere, also between the digits of an
+// octet.
 #include "rtxsrc/errors/rtxReport.h"
 #include "rtxsrc/streams/rtxStreamInternal.h"
 #include "velnor3gpp/rtxStatus.h"
@@ -19,7 +21,7 @@ static bool isSpace(int ch)
   return (ch >= 9 && ch <= 13) || ch == ' ';
 }
 
-// One octet; -1 at the end.
+// One octet; -1 at the end, RTX_E_BAD_HEX (below -1) for text that is none.
 static int readOctet(int (*next)(void* source), void* source)
 {
   int high = -1;

@@ -1,4 +1,6 @@
-// Marks and positions of streams.
+// Marks and positions of streams. A mark is made by the kind, which knows its source; where the octets since then are
+// still in the context's buffer, going back is only a change of byteIndex. Kinds without mark and reset are refused
+// here; rtxMarkPos (rtxContainer.cpp) has a way for them.
 #include "rtxsrc/errors/rtxReport.h"
 #include "rtxsrc/streams/rtxStreamInternal.h"
 #include "velnor3gpp/rtxError.h"
@@ -7,6 +9,7 @@
 
 static const char* const kModule = "rtxStreamMark";
 
+// 0, or why the stream cannot be marked, reported.
 static int checkMarkable(RtxContext* pctxt)
 {
   if (pctxt->pStream == nullptr) return rtxReport(pctxt, RTX_E_BAD_PARAMETER, kModule, __LINE__);
@@ -37,6 +40,7 @@ int rtxStreamMark(RtxContext* pctxt, size_t limit)
   RtxStream* pStream = pctxt->pStream;
   status = goToPending(pStream);
   if (status < 0) return rtxReport(pctxt, status, kModule, __LINE__);
+  // Undone by the next refill, which moves the octets (moveToFront).
   if (rtxStreamIsBuffered(pStream)) pctxt->buffer.markByteIndex = pctxt->buffer.byteIndex;
   status = pStream->mark(pStream, limit);
   if (status < 0) return rtxReport(pctxt, status, kModule, __LINE__);
@@ -63,6 +67,7 @@ int rtxStreamReset(RtxContext* pctxt)
   return 0;
 }
 
+// A position that is pending is where the stream will stand at the next mark, so it is given first.
 int rtxStreamGetPos(RtxContext* pctxt, size_t* pPos)
 {
   RtxStream* pStream = pctxt->pStream;

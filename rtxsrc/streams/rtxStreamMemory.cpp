@@ -1,3 +1,9 @@
+// The memory kind of stream: the context's buffer is the stream. Reading moves byteIndex, writing stores there and
+// grows the buffer if it is the stream's own. So nothing is copied and nothing drains; what the stream adds to a plain
+// buffer is the interface of streams, the count of octets and hexadecimal text.
+//
+// A buffer of the stream's own comes from the system side of the heap and outlives rtxMemReset. One of the caller's is
+// only bound, and closing takes it off the context.
 #include "velnor3gpp/rtxStreamMemory.h"
 
 #include <algorithm>
@@ -33,17 +39,20 @@ static void countProcessed(RtxStream* pStream, size_t count)
   if ((pStream->flags & RTX_STREAM_CTXTBUF) == 0) pStream->bytesProcessed += count;
 }
 
+// 0 also for a cursor that was set behind the end.
 static size_t leftIn(const RtxBuffer* buffer)
 {
   return buffer->byteIndex < buffer->size ? buffer->size - buffer->byteIndex : 0;
 }
 
+// The next character of hexadecimal text, -1 at the end.
 static int nextOfBuffer(void* source)
 {
   auto* buffer = static_cast<RtxBuffer*>(source);
   return leftIn(buffer) > 0 ? buffer->data[buffer->byteIndex++] : -1;
 }
 
+// The target may be part of the buffer, so memmove.
 static int64_t memoryRead(RtxStream* pStream, uint8_t* pbuf, size_t size)
 {
   RtxContext* pctxt = memoryOf(pStream)->pctxt;
@@ -61,6 +70,7 @@ static int64_t memoryRead(RtxStream* pStream, uint8_t* pbuf, size_t size)
   return static_cast<int64_t>(count);
 }
 
+// Room for `needed` octets at the cursor. The quarter of SIZE_MAX keeps the sum of three from wrapping.
 static int growFor(RtxContext* pctxt, size_t needed)
 {
   RtxBuffer* buffer = &pctxt->buffer;
@@ -78,6 +88,7 @@ static int growFor(RtxContext* pctxt, size_t needed)
   return 0;
 }
 
+// In hexadecimal text an octet takes two characters; the ending zero of each pair is not stored.
 static int memoryWrite(RtxStream* pStream, const uint8_t* data, size_t count)
 {
   RtxContext* pctxt = memoryOf(pStream)->pctxt;
@@ -112,6 +123,7 @@ static int memorySkip(RtxStream* pStream, size_t count)
   return 0;
 }
 
+// The position as a byteIndex, and the count of octets as it was.
 static int memoryMark(RtxStream* pStream, size_t limit)
 {
   MemoryStream* memory = memoryOf(pStream);
@@ -139,6 +151,7 @@ static int memoryGetPos(RtxStream* pStream, size_t* pPos)
   return 0;
 }
 
+// Any position is accepted, also one behind the end: reads find nothing there, and a growing buffer grows over the gap.
 static int memorySetPos(RtxStream* pStream, size_t pos)
 {
   memoryOf(pStream)->pctxt->buffer.byteIndex = pos;
@@ -150,6 +163,7 @@ static int memoryClose(RtxStream* pStream)
 {
   MemoryStream* memory = memoryOf(pStream);
   RtxContext* pctxt = memory->pctxt;
+  // The stream's own buffer is freed; a caller's is taken off later, by the core.
   if (!memory->attached) rtxStreamReplaceBuffer(pctxt);
   rtxMemHeapSysFreePtr(&pctxt->pMemHeap, memory);
   pStream->extra = nullptr;
@@ -187,12 +201,14 @@ int rtxStreamMemoryAttach(RtxContext* pctxt, uint8_t* data, size_t size, uint16_
   }
   int status = bindMemory(pctxt, flags, true);
   if (status < 0) return status;
+  // The buffer that was bound before makes place. It is freed if it is system memory.
   rtxStreamReplaceBuffer(pctxt);
   pctxt->buffer.data = data;
   pctxt->buffer.size = size;
   return 0;
 }
 
+// A stream with octets of its own. A reader of that kind has none, so that its first read is at the end.
 static int createMemory(RtxContext* pctxt, size_t size, uint16_t flags)
 {
   int status = bindMemory(pctxt, flags, false);
@@ -228,6 +244,7 @@ int rtxStreamMemoryCreateWriter(RtxContext* pctxt, uint8_t* data, size_t size)
   return createMemory(pctxt, size, RTX_STREAM_WRITE);
 }
 
+// The octets written so far, a begun one included, or read so far. The pointer is good until the next write.
 uint8_t* rtxStreamMemoryGetBuffer(RtxContext* pctxt, size_t* pSize)
 {
   const RtxBuffer* buffer = &pctxt->buffer;
@@ -237,6 +254,7 @@ uint8_t* rtxStreamMemoryGetBuffer(RtxContext* pctxt, size_t* pSize)
   return buffer->data;
 }
 
+// Writes over the octets from the start; a growing buffer keeps its size.
 int rtxStreamMemoryResetWriter(RtxContext* pctxt)
 {
   bool writer = rtxStreamIsWritable(pctxt) && pctxt->pStream->id == RTX_STREAM_ID_MEMORY;

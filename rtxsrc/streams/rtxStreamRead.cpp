@@ -1,4 +1,15 @@
-// The reading side of the stream core: reads, skips, and the context's buffer that stands before most kinds.
+// The reading side of the stream core: reads, skips, and the context's buffer that stands before most kinds. The buffer
+// holds a window of the input that moves on:
+//
+// input    | passed (bytesProcessed)  | buffer 0 ... byteIndex ... size |  not read yet
+//                                     | read      | at hand            |
+//
+// So bytesProcessed + byteIndex is the position. A refill moves the octets from byteIndex on to the front, which makes
+// every pointer into the buffer invalid; under a mark (RTX_STREAM_MARKED) those from the mark on stay, and the buffer
+// grows instead.
+//
+// A read of more than the buffer's first capacity goes to the caller's octets directly, unless there is a mark, so that
+// the buffer does not grow with the lengths of the input.
 #include <algorithm>
 #include <cstring>
 
@@ -18,7 +29,7 @@ static bool canRead(RtxContext* pctxt)
   return rtxStreamIsReadable(pctxt) && pctxt->pStream->read != nullptr;
 }
 
-// One call of the kind, booked and captured.
+// One call of the kind, booked and captured. The context-buffer kind reads what was booked before.
 static int64_t readOnce(RtxContext* pctxt, uint8_t* pbuf, size_t size)
 {
   RtxStream* pStream = pctxt->pStream;
@@ -29,7 +40,8 @@ static int64_t readOnce(RtxContext* pctxt, uint8_t* pbuf, size_t size)
   return status < 0 ? status : got;
 }
 
-// Calls the kind until `minSize` octets are there or it has no more.
+// Calls the kind until `minSize` octets are there or it has no more. A kind may give fewer than it is asked for, as
+// pipes and terminals do; 0 is the end.
 static int64_t readUntil(RtxContext* pctxt, uint8_t* pbuf, size_t minSize, size_t bufSize)
 {
   size_t count = 0;
@@ -42,6 +54,7 @@ static int64_t readUntil(RtxContext* pctxt, uint8_t* pbuf, size_t minSize, size_
   return static_cast<int64_t>(count);
 }
 
+// What the buffer has of `count` octets.
 static size_t takeFromBuffer(RtxContext* pctxt, uint8_t* pbuf, size_t count)
 {
   RtxBuffer* buffer = &pctxt->buffer;
@@ -73,8 +86,10 @@ static int64_t readRest(RtxContext* pctxt, uint8_t* pbuf, size_t minSize, size_t
   return static_cast<int64_t>(takeFromBuffer(pctxt, pbuf, minSize));
 }
 
+// The buffer's octets come first in the input, so they are taken first.
 static int64_t readBuffered(RtxContext* pctxt, uint8_t* pbuf, size_t minSize, size_t bufSize)
 {
+  // rtxStreamRead2 has refused that as bad input.
   if (minSize > bufSize) rtxErrAssertionFailed("nocts <= bufSize", __LINE__, kModule);
   size_t count = takeFromBuffer(pctxt, pbuf, minSize);
   if (count < minSize) {
@@ -100,6 +115,7 @@ int64_t rtxStreamRead(RtxContext* pctxt, uint8_t* pbuf, size_t size)
   return rtxStreamRead2(pctxt, pbuf, size, size);
 }
 
+// Past the buffer: the caller has to know that nothing is left in it.
 int64_t rtxStreamReadDirect(RtxContext* pctxt, uint8_t* pbuf, size_t size)
 {
   if (!canRead(pctxt)) return rtxErrSetNewData(pctxt, RTX_E_NO_CONTEXT, kModule, __LINE__);
@@ -146,6 +162,7 @@ static int skipBuffered(RtxContext* pctxt, size_t count)
   RtxStream* pStream = pctxt->pStream;
   RtxBuffer* buffer = &pctxt->buffer;
   size_t left = rtxBufferLeft(pctxt);
+  // The octets are in the buffer already.
   if (count <= left) {
     buffer->byteIndex += count;
     pStream->ioBytes += count;
@@ -169,6 +186,7 @@ int rtxStreamSkip(RtxContext* pctxt, size_t count)
   return status < 0 ? rtxReport(pctxt, status, kModule, __LINE__) : 0;
 }
 
+// A buffer of the heap goes with the heap.
 void rtxStreamReplaceBuffer(RtxContext* pctxt)
 {
   if (pctxt->buffer.dynamic && (pctxt->flags & RTX_FLAG_SYSMEM_BUFFER) != 0) {
@@ -199,6 +217,7 @@ int rtxStreamInitCtxtBuf(RtxContext* pctxt)
   pStream->bufSize = RTX_STREAM_CTXTBUF_SIZE;
   if (!rtxStreamIsReadable(pctxt)) return 0;
   rtxStreamEmptyBuffer(pctxt);
+  // No limit of the input is known.
   pStream->endOffset = SIZE_MAX;
   return 0;
 }
@@ -212,18 +231,21 @@ void rtxStreamRemoveCtxtBuf(RtxContext* pctxt)
   rtxStreamReplaceBuffer(pctxt);
 }
 
-// Brings the octets from offset `from` on to the front of the buffer.
+// Brings the octets from offset `from` on to the front of the buffer; those before it have passed. A mark within the
+// buffer is no longer where it was.
 static void moveToFront(RtxContext* pctxt, size_t from)
 {
   RtxBuffer* buffer = &pctxt->buffer;
   from = std::min(from, buffer->size);
   if (buffer->size > from) std::memmove(buffer->data, buffer->data + from, buffer->size - from);
   pctxt->pStream->bytesProcessed += from;
+  // A cursor behind the octets stays as far behind their end.
   buffer->byteIndex -= std::min(from, buffer->byteIndex);
   buffer->size -= from;
   buffer->markByteIndex = kRtxNoMark;
 }
 
+// At least doubles the buffer. The caller's own octets cannot grow.
 static int growBuffer(RtxContext* pctxt, size_t nbytes)
 {
   RtxBuffer* buffer = &pctxt->buffer;
@@ -245,6 +267,7 @@ static int growBuffer(RtxContext* pctxt, size_t nbytes)
   return 0;
 }
 
+// Is there capacity for `nbytes` from the cursor on?
 static bool bufferTakes(const RtxContext* pctxt, size_t nbytes)
 {
   size_t byteIndex = pctxt->buffer.byteIndex;
@@ -252,6 +275,8 @@ static bool bufferTakes(const RtxContext* pctxt, size_t nbytes)
   return byteIndex <= capacity && nbytes <= capacity - byteIndex;
 }
 
+// Moves before it grows. A cursor that was set far behind the octets can still have no room on return; fillBuffer then
+// reads what the capacity takes.
 static int makeInputRoom(RtxContext* pctxt, size_t nbytes)
 {
   RtxStream* pStream = pctxt->pStream;
@@ -265,6 +290,8 @@ static int makeInputRoom(RtxContext* pctxt, size_t nbytes)
   return bufferTakes(pctxt, nbytes) ? 0 : growBuffer(pctxt, nbytes);
 }
 
+// Reads what is missing up to byteIndex + nbytes; a read may bring more. Fewer octets are no failure here: the caller
+// compares. What lies behind endOffset is cut off again.
 static int fillBuffer(RtxContext* pctxt, size_t nbytes)
 {
   RtxBuffer* buffer = &pctxt->buffer;
@@ -289,6 +316,7 @@ int rtxStreamLoadInputBuffer(RtxContext* pctxt, size_t nbytes)
     if (status < 0) return rtxReport(pctxt, status, kModule, __LINE__);
   }
   if (!canRead(pctxt)) return rtxErrSetNewData(pctxt, RTX_E_NO_CONTEXT, kModule, __LINE__);
+  // The buffer reaches up to the end that was set for the input.
   if (pctxt->buffer.size + pctxt->pStream->bytesProcessed == pctxt->pStream->endOffset) {
     return rtxReport(pctxt, RTX_E_END_OF_BUFFER, kModule, __LINE__);
   }

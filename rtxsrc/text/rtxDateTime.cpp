@@ -1,3 +1,5 @@
+// Date and time as text, in the form of XML Schema: 2026-03-01T09:05:00.250+01:00. The record is printed as it stands;
+// nothing here checks the calendar.
 #include "velnor3gpp/rtxDateTime.h"
 
 #include <stdio.h>
@@ -5,6 +7,7 @@
 
 #include "velnor3gpp/rtxStatus.h"
 
+// The offset from UTC: "Z" for none, "-03:30" for -210 minutes, nothing if the record has no zone.
 static void formatZone(const RtxDateTime& value, char* dst, size_t size)
 {
   dst[0] = 0;
@@ -20,6 +23,7 @@ static void formatZone(const RtxDateTime& value, char* dst, size_t size)
 int rtxDateTimeToString(const RtxDateTime* value, char* dst, size_t size)
 {
   if (value == nullptr || dst == nullptr) return RTX_E_BAD_PARAMETER;
+  // A point and ten digits are the most that 32 bits give.
   char fraction[16] = "";
   char zone[16];
   if (value->fractionDigits > 0)
@@ -28,5 +32,6 @@ int rtxDateTimeToString(const RtxDateTime* value, char* dst, size_t size)
   formatZone(*value, zone, sizeof zone);
   int length = snprintf(dst, size, "%04d-%02u-%02uT%02u:%02u:%02u%s%s", value->year, value->month, value->day,
                         value->hour, value->minute, value->second, fraction, zone);
+  // snprintf returns the length that the text would have; one that was cut is refused.
   return length >= 0 && static_cast<size_t>(length) < size ? length : RTX_E_ENCODE_OVERFLOW;
 }

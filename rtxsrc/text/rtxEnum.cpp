@@ -1,4 +1,7 @@
-// Lookups in enumeration tables. One search serves the row forms, which differ only in the type of the value.
+// Lookups in enumeration tables. One search serves the row forms, which differ only in the type of the value. By name
+// the tables are searched in halves, so their rows have to be in the order of strncmp and then of length; by value they
+// are walked, since that order is another. They return the row's index or RTX_E_ENUM_VALUE and report nothing: the
+// caller knows the type.
 #include "velnor3gpp/rtxEnum.h"
 
 #include <string.h>
@@ -12,6 +15,7 @@ static_assert(sizeof(void*) != 8 || sizeof(RtxBigEnumItem) == 24);
 
 namespace {
 
+// The order of the tables: "bar" stands before "barn", with which it agrees for 3 characters.
 template <typename Row> int compareName(const Row& row, const char* name, size_t namelen)
 {
   int order = rtxUTF8Strncmp(row.name, name, namelen);
@@ -19,6 +23,7 @@ template <typename Row> int compareName(const Row& row, const char* name, size_t
   return (row.namelen > namelen) - (row.namelen < namelen);
 }
 
+// A name need not end with a zero if its length is given.
 template <typename Row> int findName(const char* name, size_t namelen, const Row* table, uint16_t rows)
 {
   if (!name || !table) return RTX_E_ENUM_VALUE;
@@ -45,6 +50,7 @@ template <typename Row, typename Value> int findValue(Value value, const Row* ta
   return RTX_E_ENUM_VALUE;
 }
 
+// 0 if one of the ranges, which are in ascending order and do not overlap, has the value.
 template <typename Range, typename Value> int testRanges(Value value, const Range* ranges, uint16_t count)
 {
   int low = 0;
@@ -88,6 +94,7 @@ int rtxLookupEnumU32ByValue(uint32_t value, const RtxEnumItemU32* table, size_t 
   return findValue(value, table, rows);
 }
 
+// The values of such a table are themselves texts; its names are compared, in any order.
 int rtxLookupBigEnumByValue(const char* name, const RtxBigEnumItem* table, size_t rows)
 {
   for (size_t i = 0; name && table && i < rows; i++) {

@@ -1,4 +1,5 @@
-// Pseudo-random values within bounds.
+// Pseudo-random values within bounds, for programs that make test data. They come from `rand`: the same seed gives the
+// same values on one machine. Nothing of the security functions uses them.
 #include "velnor3gpp/rtxRand.h"
 
 #include <stdlib.h>
@@ -14,6 +15,7 @@ static uint32_t draw32()
   return static_cast<uint32_t>(rand()) * 2147001325U + 715136305U;
 }
 
+// Half of the values are small ones, of 31 bits, so that lengths and short numbers occur.
 static uint64_t draw64(RtxContext* pctxt)
 {
   uint64_t low = draw32() & 0x7FFFFFFFU;
@@ -36,12 +38,15 @@ int32_t rtxRandInt32(RtxContext*, int32_t lower, int32_t upper)
 {
   if (lower == upper) return lower;
   uint32_t span = static_cast<uint32_t>(upper) - static_cast<uint32_t>(lower);
+  // From the smallest number on the span would wrap for the largest upper bound; the upper bound itself is then left
+  // out.
   if (lower != INT32_MIN) span++;
   return static_cast<int32_t>(static_cast<uint32_t>(lower) + within(draw32(), span));
 }
 
 uint32_t rtxRandUInt32(RtxContext*, uint32_t lower, uint32_t upper)
 {
+  // upper - lower + 1 would be 0 here.
   bool whole = lower == 0 && upper == UINT32_MAX;
   return lower + within(draw32(), whole ? upper : upper - lower + 1);
 }
@@ -84,6 +89,7 @@ static char* newString(RtxContext* pctxt, size_t minLength, size_t maxLength, co
   if (length == 0 || length == SIZE_MAX) return nullptr;
   char* text = static_cast<char*>(rtxMemHeapAlloc(&pctxt->pMemHeap, length + 1));
   if (!text) return nullptr;
+  // The set is not empty: callers put another in place of an empty one.
   size_t last = charSet ? strlen(charSet) - 1 : 0;
   for (size_t i = 0; i < length; i++) {
     text[i] = charSet ? charSet[rtxRandUInt32(pctxt, 0, static_cast<uint32_t>(last))] : latin1(pctxt);
@@ -106,6 +112,7 @@ int rtxRandOctetString(RtxContext* pctxt, RtxDynOctStr* pvalue, size_t minLength
 {
   if (!pvalue) return 0;
   *pvalue = {};
+  // The count of the string has 32 bits.
   if (maxLength > UINT32_MAX) return -1;
   if (minLength > maxLength || maxLength == 0) return 0;
   size_t length = rtxRandSize(pctxt, minLength, maxLength);
@@ -134,6 +141,7 @@ void rtxRandDateTime(RtxContext* pctxt, RtxDateTime* pvalue, uint32_t firstYear,
   pvalue->day = static_cast<uint8_t>(rtxRandInt32(pctxt, 1, daysOfMonth(year, month)));
   pvalue->hour = static_cast<uint8_t>(rtxRandInt32(pctxt, 0, 23));
   pvalue->minute = static_cast<uint8_t>(rtxRandInt32(pctxt, 0, 59));
+  // Up to 59 seconds, so that the second is never 60.
   uint32_t milliseconds = static_cast<uint32_t>(rtxRandFloat(pctxt, 0.0, 59.0) * 1000);
   pvalue->second = static_cast<uint8_t>(milliseconds / 1000);
   pvalue->fractionDigits = 3;

@@ -1,4 +1,6 @@
-// Helpers for terminated strings.
+// Helpers for terminated strings. A target is given with its size in octets, ending zero included, and nothing is
+// written beyond it: a text that does not fit is refused, not cut, except where a function says otherwise. A null
+// source counts as no text. Copies on the heap end with the job.
 #include "velnor3gpp/rtxStrings.h"
 
 #include <string.h>
@@ -8,6 +10,7 @@
 
 namespace {
 
+// Strings that the joining functions take.
 constexpr int kJoinMax = 5;
 constexpr uint32_t kHighSurrogate = 0xD800;
 constexpr uint32_t kLowSurrogate = 0xDC00;
@@ -23,7 +26,8 @@ char* copyChars(char* dst, size_t size, const char* src, size_t length)
   return dst;
 }
 
-// Code point at `*psrc`, which moves on; a surrogate without its other half gives "?".
+// Code point at `*psrc`, which moves on; a surrogate without its other half gives "?". D83D DE00 is 1F600. The unit
+// behind the last one is the ending zero, which is no low surrogate, so nothing behind it is read.
 uint32_t nextCodePoint(const uint16_t** psrc)
 {
   const uint32_t unit = *(*psrc)++;
@@ -34,7 +38,8 @@ uint32_t nextCodePoint(const uint16_t** psrc)
   return 0x10000 + ((unit - kHighSurrogate) << 10) + (low - kLowSurrogate);
 }
 
-// Writes a code point as UTF-8 and returns the octets, 1 to 4.
+// Writes a code point as UTF-8 and returns the octets, 1 to 4: 20AC is E2 82 AC. The last octets take six bits each,
+// the first what is left behind its marker.
 size_t toUTF8(uint32_t code, char* out)
 {
   const size_t count = code < 0x80 ? 1U : code < 0x800 ? 2U : code < 0x10000 ? 3U : 4U;
@@ -51,6 +56,7 @@ char* rtxStrcpy(char* dst, size_t size, const char* src)
   return copyChars(dst, size, src, rtxUTF8LenBytes(src));
 }
 
+// At most `n` characters; the source needs no ending zero among them.
 char* rtxStrncpy(char* dst, size_t size, const char* src, size_t n)
 {
   const void* end = src != nullptr && n != 0 ? memchr(src, '\0', n) : nullptr;
@@ -62,6 +68,7 @@ char* rtxStrcat(char* dst, size_t size, const char* src)
   if (dst == nullptr || src == nullptr) return nullptr;
   const size_t used = strlen(dst);
   const size_t length = strlen(src);
+  // The target stays as it was.
   if (used >= size || length >= size - used) return nullptr;
   memcpy(dst + used, src, length + 1);
   return dst;
@@ -80,6 +87,7 @@ char* rtxUTF8Strdup(RtxContext* pctxt, const char* s)
   return rtxStrdup(pctxt, s);
 }
 
+// The strings up to the first that is null or does not fit.
 char* rtxStrJoin(char* dst, size_t size, const char* s1, const char* s2, const char* s3, const char* s4, const char* s5)
 {
   if (dst == nullptr || size == 0) return nullptr;
@@ -95,6 +103,7 @@ char* rtxStrJoin(char* dst, size_t size, const char* s1, const char* s2, const c
   return dst;
 }
 
+// As many octets as the strings need, so all of them fit.
 char* rtxStrDynJoin(RtxContext* pctxt, const char* s1, const char* s2, const char* s3, const char* s4, const char* s5)
 {
   if (s1 == nullptr) return nullptr;
@@ -113,6 +122,7 @@ int rtxUIntToCharStr(uint32_t value, char* dst, size_t size, char padChar)
 int rtxUInt64ToCharStr(uint64_t value, char* dst, size_t size, char padChar)
 {
   if (dst == nullptr || size < 2) return RTX_E_BAD_PARAMETER;
+  // The most that 64 bits give.
   char digits[20];
   size_t first = sizeof digits;
   do {
@@ -121,6 +131,7 @@ int rtxUInt64ToCharStr(uint64_t value, char* dst, size_t size, char padChar)
   } while (value != 0);
   const size_t count = sizeof digits - first;
   if (count > size - 1) return RTX_E_ENCODE_OVERFLOW;
+  // With a pad character the number fills the target; without one it begins it.
   const size_t padding = padChar != '\0' ? size - 1 - count : 0;
   memset(dst, padChar, padding);
   memcpy(dst + padding, digits + first, count);
@@ -141,6 +152,7 @@ int rtxCharStrToUInt(const char* text, uint32_t* pvalue)
   uint32_t value = 0;
   for (; *text != '\0'; ++text) {
     const uint32_t digit = static_cast<uint32_t>(*text - '0');
+    // Compared before the product is made, which would wrap.
     if (value > (UINT32_MAX - digit) / 10) return RTX_E_TOO_BIG;
     value = value * 10 + digit;
   }
@@ -158,6 +170,7 @@ int rtxUTF8Strncmp(const char* s1, const char* s2, size_t n)
   return strncmp(s1 != nullptr ? s1 : "", s2 != nullptr ? s2 : "", n);
 }
 
+// Zero-ended UTF-16 as UTF-8. The text is cut in front of the first character that does not fit, never within one.
 char* rtxUCSToCStr(const uint16_t* src, char* dst, size_t size)
 {
   if (dst == nullptr || size == 0) return nullptr;

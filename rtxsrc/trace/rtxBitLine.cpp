@@ -1,3 +1,10 @@
+// The print line of the bit trace. Fields of a message seldom end with an octet, and the dump is one of octets, so the
+// line is kept between fields: a field first turns what earlier ones have put there into dashes. The octets 7E 00, read
+// as 8 + 4 + 4 bits, give for the second field of 4 bits:
+//
+// -------- ----0000 -------- --------    --00----    -.--
+//
+// An octet shows in hexadecimal and as a character once its last bit has come.
 #include "rtxsrc/trace/rtxBitLine.h"
 
 #include <string.h>
@@ -16,6 +23,7 @@ static void dashBits(RtxBitLine& line, size_t from, size_t to)
   for (size_t i = from; i < to; i++) line.bits[i] = i % 9 == 8 ? ' ' : '-';
 }
 
+// What earlier fields have put into the line.
 static void dashAll(RtxBitLine& line)
 {
   dashBits(line, 0, line.bitsLen);
@@ -23,6 +31,7 @@ static void dashAll(RtxBitLine& line)
   memset(line.chars, '-', line.charsLen);
 }
 
+// The octet goes to the other two columns. With the fourth octet the line is full and begins anew.
 static void endOctet(RtxBitLine& line, const RtxBitLineTarget& target)
 {
   rtxHexPair(line.hex + line.hexLen, line.octet);
@@ -30,6 +39,7 @@ static void endOctet(RtxBitLine& line, const RtxBitLineTarget& target)
   line.chars[line.charsLen++] = rtxDumpChar(line.octet);
   line.octet = 0;
   line.mask = 0x80;
+  // A blank between the groups of eight, but none behind the last.
   if (line.charsLen < RTX_BIT_LINE_OCTETS) {
     line.bits[line.bitsLen++] = ' ';
     return;
@@ -52,6 +62,7 @@ static char bitAt(const RtxTraceData& data, size_t bitOffset)
   return (data.octets[bitOffset / 8] >> (7 - bitOffset % 8) & 1) != 0 ? '1' : '0';
 }
 
+// A copy is filled up with dashes: the line itself goes on with the next field.
 static void putPartialLine(const RtxBitLine& line, const RtxBitLineTarget& target)
 {
   RtxBitLine full = line;

@@ -17,6 +17,7 @@ struct RtxBitLineTarget {
   void* arg;
 };
 
+// Empties the line: the next bit is the first of an octet.
 void rtxBitLineInit(RtxBitLine& line);
 
 // Writes the lines of one field: `bitCount` bits at `bitOffset`, then the gap up to `nextOffset` as skipped bits.

@@ -1,3 +1,7 @@
+// Diagnostic output: messages that a program or a coder writes while diagnostics are on, for one context or for the
+// whole process. A message may begin with its class, "~E", "~W", "~I" or "~D"; the level of the context tells which
+// classes pass. The functions with "Stream" in their name write to the print stream, the others to standard output.
+// While diagnostics are off each costs one test.
 #include "velnor3gpp/rtxDiag.h"
 
 #include <stdio.h>
@@ -45,6 +49,7 @@ void rtxDiagSetTraceLevel(RtxContext* pctxt, int level)
   pctxt->diagLevel = static_cast<uint8_t>(level);
 }
 
+// A context's level above RTX_DIAG_DEBUG passes nothing here, although all messages pass it (passes).
 int rtxDiagTraceLevelEnabled(const RtxContext* pctxt, int level)
 {
   if (!rtxDiagEnabled(pctxt)) return 0;
@@ -53,6 +58,7 @@ int rtxDiagTraceLevelEnabled(const RtxContext* pctxt, int level)
 }
 
 // Whether the level of the context passes the class that the message carries.
+// Messages without a class always pass. Level 1 passes "EeWw", the first four of the classes.
 static bool passes(const RtxContext* pctxt, const char* message)
 {
   static const char kClasses[] = "EeWwIiDd"; // two for each level
@@ -113,6 +119,7 @@ void rtxDiagStreamPrintChars(RtxContext* pctxt, const char* data, size_t size)
 {
   if (!rtxDiagEnabled(pctxt)) return;
   char* copy = newString(pctxt, size);
+  // Without a heap the characters go one by one.
   if (copy == nullptr) {
     for (size_t i = 0; i < size; i++) rtxPrintToStream(pctxt, "%c", data[i]);
     return;
@@ -122,6 +129,7 @@ void rtxDiagStreamPrintChars(RtxContext* pctxt, const char* data, size_t size)
   printString(pctxt, copy);
 }
 
+// Bits as '0' and '1', the most significant of an octet first, with the ending zero.
 static void putBits(char* dst, const uint8_t* data, size_t bitOffset, size_t nbits)
 {
   for (size_t i = 0; i < nbits; i++, bitOffset++)
@@ -133,6 +141,7 @@ void rtxDiagStreamPrintBits(RtxContext* pctxt, const char* descr, const uint8_t*
 {
   if (!rtxDiagEnabled(pctxt)) return;
   size_t length = descr != nullptr ? strlen(descr) : 0;
+  // A character for each bit; the sum is compared before it is made.
   char* line = nbits < SIZE_MAX - length ? newString(pctxt, length + nbits) : nullptr;
   if (line == nullptr) {
     if (pctxt != nullptr) rtxErrSetData(pctxt, RTX_E_NO_MEMORY, kModule, __LINE__);

@@ -1,3 +1,12 @@
+// The bit trace: coders note for each field where it stands and how many bits it has, and the list prints afterwards. A
+// coder appends an entry (rtxDiagNewBitField), reads or writes the field, and sets the count. The trace costs a heap
+// block for each field, so it is off unless the context has a list. It never fails a coder: an entry for which there is
+// no memory is missing.
+//
+// An entry and its name are blocks of the heap, in one if the engine made them:
+//
+// engine    | RtxBitField | path, ending zero |     elemName points behind the field
+// others    | RtxBitField |   elemName -> a block of its own
 #include "velnor3gpp/rtxDiagBitTrace.h"
 
 #include <string.h>
@@ -13,6 +22,7 @@
 
 static const char* const kModule = "rtxDiagBitTrace";
 
+// A list of the context's own. It lies in the heap, so rtxMemReset takes it off.
 int rtxDiagCtxtBitFieldListInit(RtxContext* pctxt)
 {
   void* record = rtxMemHeapAllocZ(&pctxt->pMemHeap, sizeof(RtxBitFieldList));
@@ -40,6 +50,7 @@ int rtxDiagBitFieldListInit(RtxContext* pctxt, RtxBitFieldList* pList)
   return rtxTraceInBuffer(pctxt) ? 0 : captureStream(pctxt, pList);
 }
 
+// Disabled lists are counted, since a coder that looks ahead may call another that does the same.
 static bool isOn(const RtxBitFieldList* pList)
 {
   return pList != nullptr && pList->disabledCnt == 0;
@@ -99,6 +110,7 @@ char* rtxTraceAppend(RtxBitFieldList* pList, size_t pathLength, const char* labe
   return field != nullptr ? field->elemName : nullptr;
 }
 
+// For a field whose start is known only after its entry was made; one that has bits already keeps its place.
 void rtxDiagSetBitFldOffset(RtxBitFieldList* pList)
 {
   RtxBitField* field = lastField(pList);
@@ -124,6 +136,7 @@ void rtxDiagSetBitFldNameSuffix(RtxBitFieldList* pList, const char* suffix)
   if (field != nullptr) field->nameSuffix = suffix;
 }
 
+// Switches count: two that disable need two that enable. The result is whether the trace is off now.
 int rtxDiagSetBitFldDisabled(RtxBitFieldList* pList, int value)
 {
   if (pList == nullptr) return 1;
@@ -132,12 +145,14 @@ int rtxDiagSetBitFldDisabled(RtxBitFieldList* pList, int value)
   return pList->disabledCnt > 0;
 }
 
+// An entry without a name gets the path of the element under work.
 static void takePath(RtxContext* pctxt, RtxBitField* field)
 {
   char* path = nullptr;
   if (rtxDListToUTF8Str(pctxt, &pctxt->elemNameStack, &path, '.') >= 0) field->elemName = path;
 }
 
+// Adds ".part" to the path of the last entry. Without memory the path stays as it was.
 void rtxDiagBitFldAppendNamePart(RtxBitFieldList* pList, const char* part)
 {
   RtxBitField* field = lastField(pList);
@@ -166,6 +181,8 @@ static char* copyName(RtxContext* pctxt, const char* name)
   return copy != nullptr ? static_cast<char*>(memcpy(copy, name, size)) : nullptr;
 }
 
+// Splits the last entry: what has passed since it began becomes "length", and a new entry with the same name begins at
+// the cursor, for the content. The copy of the name comes first, so that nothing is split without memory for it.
 void rtxDiagInsBitFieldLen(RtxBitFieldList* pList)
 {
   RtxBitField* field = lastField(pList);

@@ -1,4 +1,5 @@
-// The HTML form of the bit trace: one page with two rows for each entry.
+// The HTML form of the bit trace: one page with two rows for each entry, the head and then bits, hexadecimal digits and
+// characters side by side. It shows the whole trace each time and leaves the state of the text form alone.
 #include <stdio.h>
 #include <string.h>
 
@@ -42,6 +43,7 @@ td.xml { background: gray; color: white; font-weight: bold; font-size: 100%; ove
 
 static const char kPageEnd[] = "</table>\n</body>\n</html>\n";
 
+// Names and characters come from the message and from callers, so none may end a tag or begin one.
 static void putEscaped(RtxPrintSink& sink, const char* text)
 {
   static const char kSpecial[] = "&<>\"";
@@ -55,11 +57,13 @@ static void putEscaped(RtxPrintSink& sink, const char* text)
   }
 }
 
+// Positions print as signed numbers, as in the text form.
 static RtxPiece signedText(RtxNumText& number, size_t value)
 {
   return rtxDecimal(number, static_cast<ptrdiff_t>(value));
 }
 
+// The path and the three positions, across all columns.
 static void putHeadRow(RtxPrintSink& sink, const RtxTraceEntry& entry, const char* varname)
 {
   char head[kHeadSize];
@@ -81,6 +85,7 @@ struct Cell {
   size_t lines;
 };
 
+// The target of one cell: of every line it takes one column.
 static void putCellLine(void* arg, const RtxBitLine& line)
 {
   Cell& cell = *static_cast<Cell*>(arg);
@@ -110,6 +115,7 @@ static void putCell(RtxPrintSink& sink, Column column, const char* width, RtxBit
   rtxSinkPut(sink, {"</code></td>\n"});
 }
 
+// Each cell gets its own copy of the line as it stood before, and the first advances the one that goes on.
 static void putBitsRow(RtxPrintSink& sink, RtxBitLine& line, const RtxTraceData& data, const RtxTraceEntry& entry)
 {
   RtxBitLine forHex = line;
@@ -135,6 +141,7 @@ void rtxTracePutPage(RtxPrintSink& sink, const RtxBitFieldList* pList, const cha
   rtxSinkPut(sink, {kPageEnd});
 }
 
+// No name, or the name "stdout", means standard output.
 static FILE* openPage(const char* filename)
 {
   if (filename == nullptr || filename[0] == 0 || strcmp(filename, "stdout") == 0) return stdout;

@@ -1,4 +1,6 @@
-// The text form of the bit trace.
+// The text form of the bit trace. For each entry it prints a head line, the offsets, and the bits with the octets that
+// they are part of. It remembers the last entry it has printed, so that a program may print while it decodes: the next
+// call goes on behind that.
 #include "rtxsrc/print/rtxPrintSink.h"
 #include "rtxsrc/trace/rtxTraceWalk.h"
 #include "velnor3gpp/rtxDiag.h"
@@ -11,6 +13,7 @@ static RtxPiece signedText(RtxNumText& number, size_t value)
   return rtxDecimal(number, static_cast<ptrdiff_t>(value));
 }
 
+// The columns of a finished line, each at its full width.
 static void putLine(void* arg, const RtxBitLine& line)
 {
   rtxSinkPut(*static_cast<RtxPrintSink*>(arg), {{line.bits, RTX_BIT_LINE_BITS},
@@ -51,6 +54,7 @@ static void printFields(RtxPrintSink& sink, RtxBitFieldList* pList, const char* 
 {
   RtxTraceWalk walk;
   RtxSListNode* first = pList->pLastPrinted != nullptr ? pList->pLastPrinted->next : pList->fieldList.head;
+  // Remembered as printed, so that it is not shown again if the trace ends with it.
   if (rtxTraceStart(walk, first)) {
     RtxNumText bits;
     rtxSinkPut(sink, {"bit adjustment set to ", signedText(bits, walk.adjustment), "\n"});

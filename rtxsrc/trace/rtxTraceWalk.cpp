@@ -1,3 +1,6 @@
+// What the text and the HTML form of the bit trace have in common. A trace is a list of fields, each with its path, bit
+// offset and bit count, that the coders have made; the octets come from the buffer or, under a stream, from what the
+// stream has captured. Nothing here changes the trace.
 #include "rtxsrc/trace/rtxTraceWalk.h"
 
 #include <string.h>
@@ -22,6 +25,7 @@ bool rtxTraceFindData(RtxContext* pctxt, RtxTraceData* data)
   RtxMemBuf* capture = rtxStreamGetCapture(pctxt);
   if (capture == nullptr) return false;
   data->octets = rtxMemBufGetDataExt(capture, &data->size);
+  // Nothing was captured yet.
   if (data->octets == nullptr) data->size = 0;
   return true;
 }
@@ -31,6 +35,7 @@ static const RtxBitField* fieldOf(RtxSListNode* node)
   return static_cast<const RtxBitField*>(node->data);
 }
 
+// Such an entry holds the bits that are added to the offsets of all entries behind it.
 bool rtxTraceStart(RtxTraceWalk& walk, RtxSListNode* node)
 {
   walk = {node, 0};
@@ -41,6 +46,7 @@ bool rtxTraceStart(RtxTraceWalk& walk, RtxSListNode* node)
   return true;
 }
 
+// The offset of the next entry tells which bits between the two no field has claimed: they print as "x".
 RtxTraceEntry rtxTraceEntryAt(const RtxTraceWalk& walk)
 {
   RtxTraceEntry entry = {*fieldOf(walk.node), 0};
@@ -52,6 +58,7 @@ RtxTraceEntry rtxTraceEntryAt(const RtxTraceWalk& walk)
 // Appends up to `limit` characters, as far as there is room.
 static void append(char* head, size_t size, const char* text, size_t limit)
 {
+  // Below `size`, since every append ends the text within it.
   size_t used = strlen(head);
   size_t length = strnlen(text, limit);
   if (length > size - 1 - used) length = size - 1 - used;
@@ -59,6 +66,7 @@ static void append(char* head, size_t size, const char* text, size_t limit)
   head[used + length] = 0;
 }
 
+// "PDU.data.spare" or "PDU.data.id length"; a path that is too long is cut, not dropped.
 void rtxTraceHead(char* head, size_t size, const RtxBitField& field, const char* varname)
 {
   head[0] = 0;
