@@ -118,13 +118,15 @@ int rtxDListBufExpand(RtxContext* pctxt, RtxDListBuf* pBuf)
   return 0;
 }
 
-// One segment is all there is: it becomes the array. A refused shrinking leaves it as it is.
+// One segment is all there is: it becomes the array. A refused shrinking leaves it as it is. The collector counts as
+// full afterwards, since the array has no place for further elements: a caller that goes on has to ask for a segment.
 static int trimSegment(RtxContext* pctxt, RtxDListBuf* pBuf)
 {
   void* segment = *pBuf->ppArray;
   void* trimmed = rtxMemHeapRealloc(&pctxt->pMemHeap, segment, pBuf->n * pBuf->elemSize);
   if (trimmed != nullptr || pBuf->n == 0) *pBuf->ppArray = trimmed;
   pBuf->nAll = pBuf->n;
+  pBuf->n = pBuf->nMax = 0;
   return 0;
 }
 

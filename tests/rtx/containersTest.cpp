@@ -199,6 +199,23 @@ TEST_F(Containers, ListsAndArraysBecomeEachOther)
   }
 }
 
+TEST_F(Containers, AnArrayOfOneSegmentHasNoRoomForFurtherElements)
+{
+  for (uint32_t length : {0, 1, 4, 5}) {
+    RtxDListBuf buf;
+    uint32_t* elems = nullptr;
+    rtxDListBufInit(&buf, 4, reinterpret_cast<void**>(&elems), sizeof *elems);
+    ASSERT_EQ(rtxDListBufExpand(&ctxt, &buf), 0);
+    for (uint32_t i = 0; i < length; i++) {
+      if (buf.n == buf.nMax) ASSERT_EQ(rtxDListBufExpand(&ctxt, &buf), 0);
+      elems[buf.n++] = i;
+    }
+    ASSERT_EQ(rtxDListBufToArray(&ctxt, &buf), 0);
+    EXPECT_EQ(buf.n, buf.nMax) << length << " elements"; // so the caller asks for a segment before it writes
+    if (length != 0) rtxMemHeapFreePtr(pp, elems);
+  }
+}
+
 TEST_F(Containers, WhatListsHoldIsFreedOnce)
 {
   RtxDList list = {};
