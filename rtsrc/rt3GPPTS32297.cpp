@@ -1,5 +1,9 @@
-// Headers of charging data record files: wire forms, printing. A file header is a table of fields; each has a form,
-// which says how it is read, written and printed.
+// Headers of charging data record files (TS 32.297): wire forms, printing. A file header is a table of fields; each has
+// a form, which says how it is read, written and printed. Programs read the file header, then each record's header and
+// leave the record itself, cdrLength octets, to its own decoder.
+//
+// The two strings of a file header lie in memory of the C allocator: they have to outlive the heap of the job, and
+// their owner is the record that the caller frees.
 #include "velnor3gpp/rt3GPPTS32297.h"
 
 #include <stdlib.h>
@@ -48,6 +52,7 @@ struct Form {
   void (*print)(RtxContext* pctxt, const FileHdr* pvalue, const Field& field);
 };
 
+// The member of the record that a field of the table means. The table and Form agree on its type.
 template <class Member> Member* memberOf(FileHdr* pvalue, const Field& field)
 {
   return reinterpret_cast<Member*>(reinterpret_cast<uint8_t*>(pvalue) + field.offset);
@@ -57,6 +62,7 @@ template <class Member> const Member* memberOf(const FileHdr* pvalue, const Fiel
   return memberOf<Member>(const_cast<FileHdr*>(pvalue), field);
 }
 
+// What a reader returns: its status if that is a failure, otherwise the octets that it has read.
 int counted(int status, size_t octets)
 {
   return status < 0 ? status : static_cast<int>(octets);
@@ -184,6 +190,7 @@ int readString(RtxContext* pctxt, FileHdr* pvalue, const Field& field)
   uint16_t length = 0;
   int status = rtxDecUInt16(pctxt, &length, sizeof length);
   if (status < 0) return status;
+  // A string longer than the file: the length is not one.
   if (length > pvalue->fileLength) return rtxReport(pctxt, RTX_E_BAD_VALUE, kModule, __LINE__);
   if (length > 0) status = readData(pctxt, memberOf<TS32297OctStr>(pvalue, field), length);
   return counted(status, sizeof length + length);
@@ -273,6 +280,7 @@ int failRead(RtxContext* pctxt, FileHdr* pvalue, int status)
   return rtxReport(pctxt, status, kModule, __LINE__);
 }
 
+// The header says its own length, both length fields included, so nothing else of it is read.
 int skipFileHdr(RtxContext* pctxt)
 {
   uint32_t headerLength = 0;
@@ -283,6 +291,7 @@ int skipFileHdr(RtxContext* pctxt)
   return status < 0 ? rtxReport(pctxt, status, kModule, __LINE__) : 0;
 }
 
+// Two octets of length, the release, the specification, and one octet more if the release is extended.
 int skipHdr(RtxContext* pctxt)
 {
   uint8_t release = 0;
@@ -307,6 +316,7 @@ void rtInitTS32297Hdr(TS32297Hdr* pvalue)
   pvalue->dataRecordFormat = TS32297_BER;
 }
 
+// Octets on the wire: 52 fixed ones, the strings without their lengths, which are among the 52, and the extensions.
 uint32_t rtTS32297CalcFileHdrLen(const TS32297FileHdr* pvalue)
 {
   return kFixedOctets + pvalue->cdrRoutingFilter.length + pvalue->privateExtension.length +
@@ -319,6 +329,7 @@ int rtDecTS32297FileHdr(RtxContext* pctxt, TS32297FileHdr* pvalue)
   rtInitTS32297FileHdr(pvalue); // a failure frees the pointers, so they must not be what stood there before
   uint32_t count = 0;
   for (const Field& field : kFields) {
+    // An older header ends earlier: what it lacks keeps its initial value. The two lengths are always read.
     if (count >= kLengthsOctets && count >= pvalue->headerLength) break;
     int status = field.form.read(pctxt, pvalue, field);
     if (status < 0) return failRead(pctxt, pvalue, status);
@@ -344,6 +355,7 @@ int rtDecTS32297Hdr(RtxContext* pctxt, TS32297Hdr* pvalue)
   int status = rtxDecUInt16(pctxt, &pvalue->cdrLength, 2);
   if (status == 0) status = readRelVers(pctxt, &pvalue->releaseVersionId);
   if (status == 0) status = rtxDecUInt8(pctxt, &pvalue->tsNumber);
+  // The format has the top three bits of the octet; tsNumber keeps them, as the writer knows.
   pvalue->dataRecordFormat = pvalue->tsNumber >> 5;
   pvalue->releaseExtensionPresent = pvalue->releaseVersionId.release == kExtendedIdentifier;
   if (status == 0 && pvalue->releaseExtensionPresent) status = rtxDecUInt8(pctxt, &pvalue->releaseExtension);

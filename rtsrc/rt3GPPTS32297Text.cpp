@@ -1,4 +1,6 @@
-// Releases, times and specifications of charging files as text, and times as they are packed.
+// Releases, times and specifications of charging files as text, and times as they are packed. The texts are those of
+// the printed headers, and the parsers read them back. A parser changes the caller's record only if the whole text is
+// good.
 #include <stdio.h>
 #include <string.h>
 
@@ -148,6 +150,7 @@ int rtTS32297TimestampToText(const TS32297Timestamp* pvalue, char* dst, size_t s
 int rtTS32297TSNumberToText(uint8_t value, char* dst, size_t size)
 {
   const size_t index = value & kSpecificationBits;
+  // Five bits can be 16 to 31, which are not assigned.
   if (index >= sizeof kSpecifications / sizeof *kSpecifications) return putText(dst, size, RTX_E_BAD_VALUE, kUnknown);
   char text[16];
   (void)snprintf(text, sizeof text, "32.%03u", kSpecifications[index]);

@@ -1,4 +1,10 @@
-// Digit strings in memory: telephony BCD, packed BCD and PLMN identities.
+// Digit strings in memory: telephony BCD, packed BCD and PLMN identities. Programs use these to fill records and to
+// show them; the coders of messages have rows for their digits. The same digits 1 to 5 lie in octets like this:
+//
+// telephony   21 43 F5    the first digit in the low half, filler F
+// packed      12 34 5F    the first digit in the high half
+//
+// Sizes are octets. Nothing here knows which digits a field of a message may have.
 #include "velnor3gpp/rtBCD.h"
 
 #include <stdlib.h>
@@ -17,6 +23,7 @@ struct BcdForm {
   bool highFirst;
 };
 
+// Hexadecimal digits up to E: F is the filler.
 static int packedDigitToNibble(char digit, uint8_t* pnibble)
 {
   if (digit >= 'a' && digit <= 'e') digit = static_cast<char>(digit - 'a' + 'A');
@@ -46,6 +53,8 @@ static uint8_t getNibble(const uint8_t* octets, size_t index, bool highFirst)
   return high ? octets[index / 2] >> 4 : octets[index / 2] & 0x0F;
 }
 
+// Packs up to the first character that is no digit, the end of the text or the end of the target. Returns the octets
+// that have digits; those behind them are FF.
 static int packDigits(const char* str, uint8_t* dest, size_t destsize, const BcdForm& form)
 {
   if (!str || !dest || destsize == 0) return RTX_E_BAD_PARAMETER;
@@ -68,6 +77,7 @@ int rtStringToBCD(const char* str, uint8_t* dest, size_t destsize, int isTBCD)
   return packDigits(str, dest, destsize, isTBCD ? kTelephony : kPacked);
 }
 
+// Two digits an octet must be countable.
 static bool canUnpack(size_t numocts, const uint8_t* src, const char* dest, size_t destsize)
 {
   return src && dest && destsize != 0 && numocts != 0 && numocts <= SIZE_MAX / 2;
@@ -80,6 +90,7 @@ static char* endText(char* dest, size_t used, size_t destsize)
   return dest;
 }
 
+// Fillers are passed over wherever they stand, so digits behind one are shown too.
 char* rtTBCDToString(size_t numocts, const uint8_t* src, char* dest, size_t destsize)
 {
   if (!canUnpack(numocts, src, dest, destsize)) return nullptr;
@@ -98,6 +109,7 @@ char* rtBCDToString(size_t numocts, const uint8_t* src, char* dest, size_t dests
   size_t used = 0;
   while (used < numocts * 2 && used < destsize) {
     uint8_t nibble = getNibble(src, used, kPacked.highFirst);
+    // Packed BCD ends at the first half-octet that is no decimal digit.
     if (nibble > 9) break;
     dest[used++] = static_cast<char>('0' + nibble);
   }
@@ -107,6 +119,7 @@ char* rtBCDToString(size_t numocts, const uint8_t* src, char* dest, size_t dests
 // Packs into fresh heap octets; the pointer is given back whatever the result.
 static int packDynamic(RtxContext* pctxt, const char* str, uint8_t** ppdata, int isTBCD)
 {
+  // One octet more than an even number of digits needs, so that a size is never 0.
   size_t size = strlen(str) / 2 + 1;
   *ppdata = static_cast<uint8_t*>(rtxMemHeapAlloc(&pctxt->pMemHeap, size));
   if (!*ppdata) return rtxErrSetData(pctxt, RTX_E_NO_MEMORY, kModule, __LINE__);
@@ -130,7 +143,8 @@ int rtStringToDynBCD(RtxContext* pctxt, const char* str, RtxDynOctStr* pvalue)
 }
 
 // Half-octets of a PLMN identity, counted low half first from the first octet. A 2-digit MNC lies at 4 and 5 in every
-// form, with filler at 3.
+// form, with filler at 3: MCC 262 with MNC 01 is 62 F2 10. With MNC 012 it is 62 02 21 by the second table and 62 22 10
+// by the third, which is the form of TS 24.008, 10.5.1.3.
 static constexpr uint8_t kMncHalves2[] = {4, 5};
 static constexpr uint8_t kMncHalves3[] = {3, 4, 5};
 static constexpr uint8_t kMncHalves3Pgw[] = {4, 5, 3};
@@ -152,8 +166,10 @@ static int packPlmn(const char* mcc, const char* mnc, uint8_t* dest, size_t dest
   if (!mcc || !mnc || !dest || destsize < 3) return RTX_E_BAD_PARAMETER;
   uint8_t octets[3] = {0xFF, 0xFF, 0xFF};
   if (!putDigits(mcc, 3, mccHalves, octets)) return RTX_E_BAD_PARAMETER;
+  // A text of 3 characters or more is tried as 3 digits; putDigits refuses a fourth.
   bool good = strnlen(mnc, 3) == 3 ? putDigits(mnc, 3, mncHalves3, octets) : putDigits(mnc, 2, kMncHalves2, octets);
   if (!good) return RTX_E_BAD_PARAMETER;
+  // Copied at the end, so that a failure leaves the target as it was.
   memcpy(dest, octets, sizeof octets);
   return 0;
 }
@@ -181,6 +197,7 @@ static char* newDigits(const uint8_t* octets, const uint8_t* halves, size_t coun
   return strdup(digits);
 }
 
+// A third digit is there unless its half-octet is filler.
 static char* newMnc(const uint8_t* octets, const uint8_t* mncHalves3)
 {
   if (!octets) return nullptr;

@@ -1,4 +1,6 @@
-// Contexts of the ASN.1 layer: the wrappers of the common ones and the information record.
+// Contexts of the ASN.1 layer: the wrappers of the common ones and the information record. Programs make their contexts
+// here; the record in the extension slot holds the event handlers and is released with the context. It comes from the
+// system side of the heap, so that it outlives rtxMemReset.
 #include "velnor3gpp/rtContext.h"
 
 #include <stdlib.h>
@@ -34,10 +36,12 @@ int rtInitContext(RtxContext* pctxt)
 {
   int status = rtxInitContext(pctxt);
   if (status < 0) return status;
+  // The words for the statuses of this layer, -100 and below.
   rtxErrAddErrorTableEntry(kRtMessages, kRtMessageFirst, kRtMessageBound);
   return rtCtxtInitASN1Info(pctxt);
 }
 
+// The record comes from malloc; the flag tells rtFreeContext so.
 RtxContext* rtNewContext()
 {
   RtxContext* pctxt = static_cast<RtxContext*>(malloc(sizeof(RtxContext)));
@@ -54,11 +58,14 @@ RtxContext* rtNewContext()
 void rtFreeContext(RtxContext* pctxt)
 {
   if (rtxCheckContext(pctxt) != 0) return;
+  // Read before the context is freed.
   const bool malloced = (pctxt->flags & RTX_FLAG_CTXT_MALLOCED) != 0;
   rtxFreeContext(pctxt);
   if (malloced) free(pctxt);
 }
 
+// A context that allocates from its parent's heap, for a coding inside a coding. It counts as an owner of that heap, so
+// the order in which the two are freed does not matter. Its output buffer grows.
 int rtInitSubContext(RtxContext* psub, const RtxContext* pparent)
 {
   rtxPreInitContext(psub);

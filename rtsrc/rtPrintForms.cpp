@@ -1,3 +1,9 @@
+// The text forms of the ASN.1 kinds of value: bit strings, counted characters, object identifiers. The three families
+// (standard output, stream, string) call these with their own target. A bit string of 20 bits prints its last octet bit
+// by bit, with "x" for what does not belong to it:
+//
+// stream   ab cd 1110xxxx
+// direct   0xAB 0xCD 1110xxxx
 #include "rtsrc/rtPrintForms.h"
 
 #include <string.h>
@@ -15,6 +21,7 @@ static char* putPartialOctet(char* at, uint8_t octet, size_t count)
   return at;
 }
 
+// Two digits, in the direct style with "0x" and capitals. Returns where the text goes on.
 static char* putOctet(char* at, uint8_t octet, RtBitStyle style)
 {
   bool direct = style == RtBitStyle::direct;
@@ -26,7 +33,8 @@ static char* putOctet(char* at, uint8_t octet, RtBitStyle style)
   return at + 2;
 }
 
-// Formats the next line and takes its bits off.
+// Formats the next line and takes its bits off. A last octet that is not full goes into the line only if there is a
+// place for it; otherwise it has a line of its own.
 static const char* nextLine(char* line, RtBits& bits, RtBitStyle style)
 {
   char* at = line;
@@ -45,6 +53,7 @@ static const char* nextLine(char* line, RtBits& bits, RtBitStyle style)
   return line;
 }
 
+// Bits without octets are none, whatever count the caller gave.
 static size_t countOf(const RtBits& bits)
 {
   return bits.data != nullptr ? bits.count : 0;
@@ -56,6 +65,7 @@ static void putBitCount(RtxPrintSink& sink, const char* name, const RtBits& bits
   rtxSinkPut(sink, {name, separator, "numbits = ", rtxDecimalU(number, bits.count), "\n"});
 }
 
+// More than eight octets begin on a line of their own.
 static void putDirectData(RtxPrintSink& sink, RtBits bits)
 {
   char line[kBitLineSize];
@@ -88,6 +98,7 @@ void rtFormBitStr(RtxPrintSink& sink, const char* name, RtBits bits, const uint3
   if (extdata != nullptr) rtxSinkPut(sink, {name, separator, "extdata = 0x", rtxHexNumber(number, *extdata, 1), "\n"});
 }
 
+// Bit 0 is the most significant of the first octet. A name for a bit behind the end is not set.
 static bool isSet(const RtBits& bits, size_t bit)
 {
   return bit < countOf(bits) && (bits.data[bit / 8] >> (7 - bit % 8) & 1) != 0;
@@ -161,6 +172,7 @@ void rtFormUniv(RtxPrintSink& sink, const char* name, size_t count, const uint32
   rtxSinkWrite(sink, "'\n", 2);
 }
 
+// The longest text has 49 characters. Without a record there is none.
 void rtFormDateTime(RtxPrintSink& sink, const char* name, const RtxDateTime* value)
 {
   char text[50];
@@ -183,6 +195,7 @@ void rtFormOID(RtxPrintSink& sink, const char* name, size_t count, const uint32_
   rtFormOIDArcs(sink, count, arcs);
 }
 
+// The count may come from anywhere, so it is bounded by the array.
 void rtFormOIDValue(RtxPrintSink& sink, const RtObjId* value)
 {
   rtFormOIDArcs(sink, value->count < RT_MAX_ARCS ? value->count : RT_MAX_ARCS, value->arcs);

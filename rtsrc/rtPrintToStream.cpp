@@ -1,3 +1,6 @@
+// The print family for the print stream of a context, ASN.1 kinds of value. Each function chooses the target and the
+// form; the words are written in rtPrintForms.cpp. Arguments without a name are those that the interface has and the
+// form does not show.
 #include "velnor3gpp/rtPrintToStream.h"
 
 #include "rtsrc/rtPrintForms.h"

@@ -1,3 +1,6 @@
+// The print family that appends to a caller's zero-ended string. A text that does not fit ends the printing with
+// RTX_E_ENCODE_OVERFLOW, and what was printed before stays, ended by a zero. The forms are those of rtxPrintForms.cpp
+// and rtPrintForms.cpp; the string has to be ended before the first call, since each call looks for its end.
 #include "velnor3gpp/rtPrintToString.h"
 
 #include "rtsrc/rtPrintForms.h"
