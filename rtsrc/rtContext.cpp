@@ -27,6 +27,8 @@ int rtCtxtInitASN1Info(RtxContext* pctxt)
   RtASN1Info* info = static_cast<RtASN1Info*>(rtxMemHeapSysAllocZ(&pctxt->pMemHeap, sizeof(RtASN1Info)));
   if (info == nullptr) return RTX_E_NO_MEMORY;
   info->release = dropEventHandlers;
+  // rtxMemReset does not call it: a caller who has put handlers on the list does so before the reset, since the nodes
+  // lie in the heap.
   info->reset = dropEventHandlers;
   pctxt->extInfo[RT_CTXT_ASN1_SLOT] = info;
   return 0;

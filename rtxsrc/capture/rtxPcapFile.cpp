@@ -8,8 +8,7 @@
 // FF FF 00 00             snaplen: octets of a packet that are kept at most
 // 01 00 00 00             network: 1 is Ethernet
 //
-// Numbers of the packets' own protocols are always big-endian on the wire; rtxDecEtherHdr has a `swap` all the same,
-// which a caller of today gives as 0.
+// The Ethernet header is big-endian in every file, so callers give rtxDecEtherHdr a `swap` of 0.
 #include "velnor3gpp/rtxPcapFile.h"
 
 #include <initializer_list>

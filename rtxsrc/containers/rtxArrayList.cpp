@@ -86,6 +86,7 @@ void* rtxArrayListRemove(RtxContext* pctxt, RtxArrayList* pList, const void* pIt
   return index < 0 ? nullptr : rtxArrayListRemoveIndexed(pctxt, pList, static_cast<size_t>(index));
 }
 
+// Each item behind the removed one moves a slot to the front.
 void* rtxArrayListRemoveIndexed(RtxContext* pctxt, RtxArrayList* pList, size_t index)
 {
   if (index >= pList->count) return nullptr;

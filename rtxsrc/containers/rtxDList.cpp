@@ -22,6 +22,7 @@ static RtxDListNode* newNode(RtxContext* pctxt, size_t extra)
   return node;
 }
 
+// A node that points to the caller's data.
 static RtxDListNode* newNodeFor(RtxContext* pctxt, void* pData)
 {
   RtxDListNode* node = newNode(pctxt, 0);
@@ -87,6 +88,7 @@ int rtxDListAppendArray(RtxContext* pctxt, RtxDList* pList, void* pArray, size_t
   return 0;
 }
 
+// Each entry is a copy of its own, behind its node, so the array may go at once.
 int rtxDListAppendArrayCopy(RtxContext* pctxt, RtxDList* pList, const void* pArray, size_t count, size_t elemSize)
 {
   const uint8_t* elem = static_cast<const uint8_t*>(pArray);
@@ -99,6 +101,7 @@ int rtxDListAppendArrayCopy(RtxContext* pctxt, RtxDList* pList, const void* pArr
   return 0;
 }
 
+// The index is compared before a node is made, so that a refusal allocates nothing.
 RtxDListNode* rtxDListInsert(RtxContext* pctxt, RtxDList* pList, size_t index, void* pData)
 {
   if (index > pList->count) return nullptr;
@@ -151,6 +154,7 @@ RtxDListNode* rtxDListFindByIndex(const RtxDList* pList, size_t index)
   return node;
 }
 
+// Compares pointers, not what they point to.
 RtxDListNode* rtxDListFindByData(const RtxDList* pList, const void* data)
 {
   RtxDListNode* node = pList->head;

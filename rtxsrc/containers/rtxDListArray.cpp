@@ -130,6 +130,8 @@ static int trimSegment(RtxContext* pctxt, RtxDListBuf* pBuf)
   return 0;
 }
 
+// Copies the full segments and the current one into an array and frees them. Without memory the collector stays as it
+// is.
 int rtxDListBufToArray(RtxContext* pctxt, RtxDListBuf* pBuf)
 {
   if (*pBuf->ppArray == nullptr) return 0;

@@ -16,6 +16,7 @@ static int refuse(RtxContext* pctxt, RtxDynPtrArray* pArray, int line)
   return rtxErrSetData(pctxt, RTX_E_NO_MEMORY, kModule, line);
 }
 
+// A capacity of 0 means the default. Without memory the array is empty and may still be appended to later.
 int rtxDynPtrArrayInit(RtxContext* pctxt, RtxDynPtrArray* pArray, uint16_t initialCapacity)
 {
   pArray->count = 0;
@@ -32,6 +33,7 @@ static uint32_t nextCapacity(const RtxDynPtrArray* pArray)
   return twice < UINT16_MAX ? twice : UINT16_MAX;
 }
 
+// Doubles the capacity; the array and what it holds stay as they were if that is refused.
 static bool grow(RtxContext* pctxt, RtxDynPtrArray* pArray)
 {
   const uint32_t capacity = nextCapacity(pArray);

@@ -1,5 +1,5 @@
-// The growing octet buffer: captures, printed text and collected octets are put together in one. Its octets are the
-// heap's, the system's or the caller's:
+// The growing octet buffer. The captures of streams and of the bit trace are such, and callers put octets together in
+// it. Its octets are the heap's, the system's or the caller's:
 //
 // buffer      0 ... startidx ... usedcnt ... bufsize
 //             trimmed | data     | free

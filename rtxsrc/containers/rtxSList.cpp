@@ -32,6 +32,7 @@ void rtxSListInit(RtxSList* pList)
   rtxSListInitEx(nullptr, pList);
 }
 
+// Makes the list empty without freeing what is on it; a null context chooses malloc.
 void rtxSListInitEx(RtxContext* pctxt, RtxSList* pList)
 {
   *pList = {0, nullptr, nullptr, pctxt};
@@ -47,6 +48,7 @@ RtxSList* rtxSListCreateEx(RtxContext* pctxt)
   return createFor(pctxt);
 }
 
+// The tail is kept so that appending does not walk the list.
 RtxSListNode* rtxSListAppend(RtxSList* pList, void* pData)
 {
   RtxSListNode* node = static_cast<RtxSListNode*>(allocFor(pList->pctxt, sizeof(RtxSListNode)));
@@ -69,6 +71,7 @@ int rtxSListFind(const RtxSList* pList, const void* pData)
   return 0;
 }
 
+// Takes off the first node with that data pointer; the data stays.
 void rtxSListRemove(RtxSList* pList, const void* pData)
 {
   RtxSListNode* prev = nullptr;

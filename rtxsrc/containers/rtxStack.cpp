@@ -18,6 +18,7 @@ void rtxStackInit(RtxContext* pctxt, RtxStack* pStack)
   rtxDListInit(&pStack->dlist);
 }
 
+// The stack owns the node only: popping frees that and gives the data back.
 int rtxStackPush(RtxStack* pStack, void* pData)
 {
   if (pStack == nullptr) return RTX_E_NULL_POINTER;
@@ -32,6 +33,7 @@ void* rtxStackPop(RtxStack* pStack)
   return data;
 }
 
+// The newest entry, which stays.
 void* rtxStackPeek(const RtxStack* pStack)
 {
   return pStack != nullptr && pStack->dlist.head != nullptr ? pStack->dlist.head->data : nullptr;

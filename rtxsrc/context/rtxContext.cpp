@@ -54,8 +54,8 @@ void dropBuffer(RtxContext* pctxt)
 }
 
 // True if emptying the heap takes the storage at `ptr` away. A static heap has no elements to look for: there, what
-// lies in the used part of its buffer is meant. The difference wraps for addresses below the start, which is then too
-// large.
+// lies in the used part of its buffer is meant. For an address below the start the
+// difference wraps and is too large.
 bool heapHolds(RtxContext* pctxt, const void* ptr)
 {
   const RtxMemHeap* heap = pctxt->pMemHeap;

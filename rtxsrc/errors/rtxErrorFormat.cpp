@@ -262,7 +262,7 @@ char* rtxErrGetText(RtxContext* pctxt, char* buf, size_t* pBufSize)
   return rtxErrGetTextBuf(pctxt, text, size);
 }
 
-// Messages without status and stack, one a line, each behind its element if it has one. The room is counted first, so
+// Messages without status and stack, one a line, each below its element if it has one. The room is counted first, so
 // no message is cut.
 char* rtxErrGetMsgText(RtxContext* pctxt)
 {

@@ -12,6 +12,7 @@
 
 namespace {
 
+// A record has five places; parameters beyond them are dropped.
 bool parmFits(const RtxContext* pctxt)
 {
   return pctxt->reservedErr.parmcount < RTX_ERR_MAX_PARMS;
@@ -49,6 +50,7 @@ int rtxErrAddStrnParm(RtxContext* pctxt, const char* s, size_t n)
   return storeParm(pctxt, copy);
 }
 
+// Numbers become decimal text here, so that the report needs no types.
 int rtxErrAddIntParm(RtxContext* pctxt, int32_t value)
 {
   return rtxErrAddInt64Parm(pctxt, value);

@@ -146,6 +146,7 @@ void* layOutBlock(RtxMemBlock* block, unsigned need)
   return elem + 1;
 }
 
+// Gets a block from the system and gives its first element away.
 void* allocNewBlock(RtxMemHeap* heap, unsigned need)
 {
   const size_t nunits = (newBlockSize(heap, need) - kMemBlockOverhead) / kMemUnit;

@@ -132,6 +132,7 @@ void* reallocInBlock(RtxMemHeap** ppHeap, RtxMemElem* elem, size_t size)
 
 } // namespace
 
+// Sorts the cases that neither raw blocks nor elements of a block can do in place.
 void* rtxMemHeapRealloc(RtxMemHeap** ppHeap, void* ptr, size_t size)
 {
   if (ppHeap == nullptr || *ppHeap == nullptr) return nullptr;

@@ -68,12 +68,14 @@ struct Census {
   unsigned largest;
 };
 
+// Two lines: who asked for the check, and what is wrong.
 void reportFault(const Request& request, Fault fault, const char* text)
 {
   rtxPrintToStream(nullptr, "Memory report at %s, line %i\n", request.file, request.line);
   rtxPrintToStream(nullptr, "Error %d: %s.\n", static_cast<int>(fault), text);
 }
 
+// Does not return: the assertion ends the program.
 void endBroken()
 {
   rtxErrAssertionFailed("memory heap broken", __LINE__, "rtxMemHeapDebug");
@@ -102,6 +104,8 @@ void failElem(const Request& request, Fault fault, const RtxMemBlock* block, con
   endBroken();
 }
 
+// Links are only followed into the heap's range. It may contain memory of others as well, so this finds wild pointers,
+// not every wrong one.
 bool inRange(const RtxMemHeap* heap, const void* ptr)
 {
   const uintptr_t at = reinterpret_cast<uintptr_t>(ptr);
@@ -130,12 +134,15 @@ bool isBorder(const RtxMemElem* elem)
   return elem->nunits == 0 && elem->flags == 0;
 }
 
+// The fixed fields of a block: its neighbours in the ring, the guard value, the size and both borders. Links come
+// first, because the neighbours are read.
 void checkBlockFrame(const Request& request, RtxMemBlock* block)
 {
   const RtxMemHeap* heap = request.heap;
   if (!inRange(heap, block->next) || !inRange(heap, block->prev)) failBlock(request, kBlockLink, block);
   if (block->next->prev != block || block->prev->next != block) failBlock(request, kBlockLink, block);
   if (block->head.code != heap->code) failBlock(request, kBlockCode, block);
+  // List head, start border and one unit: no block is smaller.
   if (block->nunits < 3) failBlock(request, kBlockSize, block);
   RtxMemElem* start = rtxMemElemAt(block, 1);
   RtxMemElem* end = rtxMemElemAt(block, block->nunits);
@@ -173,6 +180,7 @@ Census checkElems(const Request& request, RtxMemBlock* block)
     const unsigned nunits = elem->nunits;
     if ((elem->flags & kMemElemRaw) != 0) failElem(request, kRawFlagOn, block, elem);
     if (nunits < kMemMinElem || nunits > block->nunits - off) failElem(request, kElemSize, block, elem);
+    // The way back from each header has to be the way forward to it.
     if (elem->prevOff != prevOff || elem[nunits].prevOff != nunits) failElem(request, kElemPrevOff, block, elem);
     checkElemState(request, block, elem, off);
     countElem(elem, &census);
@@ -198,6 +206,7 @@ void checkFreeList(const Request& request, RtxMemBlock* block, unsigned nfree)
   bool roverSeen = block->freeElemOff == 0;
   for (unsigned off = block->head.nextFree; off != 0; off = rtxMemLinkAt(block, off)->nextFree) {
     RtxMemElem* elem = elemOfLink(block, off);
+    // The link does not stand at the end of an element.
     if (elem == nullptr) failElem(request, kFreeListBroken, block, elem);
     if ((elem->flags & kMemElemFree) == 0) failElem(request, kFreeListAllocated, block, elem);
     if (rtxMemLinkAt(block, off)->prevFree != prev) failElem(request, kFreeListLinks, block, elem);
@@ -210,6 +219,7 @@ void checkFreeList(const Request& request, RtxMemBlock* block, unsigned nfree)
   if (!roverSeen) failBlock(request, kFreeListBroken, block);
 }
 
+// Elements before the free list, which is checked against their count.
 void checkBlocks(const Request& request)
 {
   RtxMemBlock* block = request.heap->curBlock;
@@ -248,6 +258,7 @@ void rtxMemHeapCheck(RtxMemHeap** ppHeap, const char* file, int line)
   checkBlocks(request);
 }
 
+// Walks all elements, so it costs as much as the heap is full. Unlike rtxMemAccepts it is sure of its answer.
 int rtxMemHeapCheckPtr(RtxMemHeap** ppHeap, const void* ptr)
 {
   if (ppHeap == nullptr || *ppHeap == nullptr || ptr == nullptr || rtxMemIsStatic(*ppHeap)) return 0;

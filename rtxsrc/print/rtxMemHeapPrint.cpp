@@ -43,6 +43,7 @@ static void printElems(RtxMemBlock* block)
   }
 }
 
+// Raw blocks first, then the blocks from the current one on, each with its elements.
 static void printHeap(const RtxMemHeap* heap, bool withFree)
 {
   for (void* at = heap->phead; at != heap; at = rtxMemRawLinks(at)[0]) {
@@ -70,6 +71,7 @@ void rtxMemPrintRaw(const RtxMemRawBlk* raw)
                    (raw->elem.flags & kMemElemSaved) != 0 ? "saved" : "");
 }
 
+// The bound of the block's free elements is shown in octets of data, "?" where it is not known.
 void rtxMemPrintBlock(const RtxMemBlock* block)
 {
   if (block == nullptr) {
@@ -86,6 +88,7 @@ void rtxMemPrintBlock(const RtxMemBlock* block)
     rtxPrintToStream(nullptr, "%u\n", bound == 0 ? 0U : bound * static_cast<unsigned>(kMemUnit) - 8U);
 }
 
+// The address of the header and that of the data: programs know the second.
 void rtxMemPrintElem(const RtxMemBlock* block, const RtxMemElem* elem)
 {
   const char* name = "pElem";

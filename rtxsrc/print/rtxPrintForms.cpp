@@ -32,6 +32,7 @@ void rtxFormUnsigned(RtxPrintSink& sink, RtxPiece name, uint64_t value)
   rtxFormAssign(sink, name, rtxDecimalU(number, value));
 }
 
+// 40 characters hold a sign, the point, an exponent and far more digits than callers ask for.
 void rtxFormReal(RtxPrintSink& sink, const char* name, double value, int digits)
 {
   char text[40];
@@ -123,6 +124,7 @@ int rtxFormFile(RtxPrintSink& sink, const char* filename, bool addLineFeed)
   return 0;
 }
 
+// All octets with points between, however many there are; four for an address.
 void rtxFormIpv4(RtxPrintSink& sink, const char* name, size_t octets, const uint8_t* data)
 {
   RtxNumText number;
@@ -143,6 +145,7 @@ void rtxFormIpv6(RtxPrintSink& sink, const char* name, size_t octets, const uint
   rtxSinkWrite(sink, "\n", 1);
 }
 
+// The filler has no character.
 static void putTbcdDigit(RtxPrintSink& sink, unsigned nibble)
 {
   static const char kDigits[] = "0123456789*#abc";

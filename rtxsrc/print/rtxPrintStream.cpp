@@ -81,6 +81,7 @@ RtxPrintSink rtxSinkOfStream(RtxContext* pctxt)
   return sink;
 }
 
+// Not flushed, unlike the standard output of a print stream (routedSink).
 RtxPrintSink rtxSinkOfStdout()
 {
   RtxPrintSink sink = rtxSinkOfFile(stdout);
@@ -97,6 +98,7 @@ int rtxPrintToStream(RtxContext* pctxt, const char* format, ...)
   return status;
 }
 
+// The caller's format goes to the target as it is: one call of a callback, one vsnprintf into a string.
 int rtxDiagToStream(RtxContext* pctxt, const char* format, va_list args)
 {
   RtxPrintSink sink = rtxSinkOfStream(pctxt);

@@ -5,6 +5,7 @@
 #include "rtxsrc/print/rtxPrintForms.h"
 #include "velnor3gpp/rtxStrings.h"
 
+// To a callback that the library does not know the blanks go one by one (rtxSinkBlanks).
 int rtxPrintToStreamIndent(RtxContext* pctxt)
 {
   return rtxPrintForm(rtxSinkOfStream(pctxt), rtxSinkBlanks);
@@ -120,6 +121,7 @@ int rtxPrintToStreamFile(RtxContext* pctxt, const char* filename)
   return status;
 }
 
+// Writes "name[index]". A name that does not fit is cut after the last whole part.
 const char* rtxGetArrayElemName(char* dst, size_t dstSize, const char* name, size_t index)
 {
   char digits[32];

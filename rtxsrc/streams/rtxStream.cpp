@@ -135,6 +135,7 @@ int rtxStreamCapture(RtxContext* pctxt, const uint8_t* data, size_t count)
   return status < 0 ? rtxReport(pctxt, status, kModule, __LINE__) : 0;
 }
 
+// Past the buffer: drain gives it the buffer's own octets, writeThrough those that follow an empty buffer.
 int rtxStreamWrite(RtxContext* pctxt, const uint8_t* data, size_t count)
 {
   RtxStream* pStream = pctxt->pStream;

@@ -76,6 +76,7 @@ static bool writeHex(FILE* file, const uint8_t* data, size_t count)
   return true;
 }
 
+// All octets or a failure; hexadecimal text has no white space.
 static int fileWrite(RtxStream* pStream, const uint8_t* data, size_t count)
 {
   FileStream* stream = fileOf(pStream);
@@ -125,6 +126,7 @@ static int tell(RtxStream* pStream, int64_t* pPos)
   return 0;
 }
 
+// The mark is the cursor's position in the file, and the octets processed up to there.
 static int fileMark(RtxStream* pStream, size_t limit)
 {
   FileStream* stream = fileOf(pStream);
@@ -136,6 +138,7 @@ static int fileMark(RtxStream* pStream, size_t limit)
   return 0;
 }
 
+// Octets by a seek to the mark, hexadecimal text from the start of the stream.
 static int fileReset(RtxStream* pStream)
 {
   FileStream* stream = fileOf(pStream);
@@ -172,6 +175,7 @@ static int fileClose(RtxStream* pStream)
   return closed ? 0 : rtxReport(pctxt, RTX_E_WRITE, kModule, __LINE__);
 }
 
+// Binds a file that the caller has opened; the position it has now is the start of the stream.
 static int bindFile(RtxContext* pctxt, FILE* file, uint16_t flags)
 {
   int status = rtxStreamInitKind(pctxt, sizeof(FileStream));
@@ -211,6 +215,7 @@ int rtxStreamFileAttach(RtxContext* pctxt, FILE* file, uint16_t flags)
   return rtxReport(pctxt, status, kModule, __LINE__);
 }
 
+// Opens for one direction: a file that is written begins empty.
 int rtxStreamFileOpen(RtxContext* pctxt, const char* filename, uint16_t flags)
 {
   if ((flags & (RTX_STREAM_READ | RTX_STREAM_WRITE)) == 0) {

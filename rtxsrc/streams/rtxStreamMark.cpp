@@ -18,6 +18,7 @@ static int checkMarkable(RtxContext* pctxt)
   return rtxReport(pctxt, RTX_E_NOT_SUPPORTED, kModule, __LINE__);
 }
 
+// A mark without a way back to it would be of no use.
 int rtxStreamMarkSupported(RtxContext* pctxt)
 {
   const RtxStream* pStream = pctxt->pStream;
@@ -33,6 +34,7 @@ static int goToPending(RtxStream* pStream)
   return pStream->skip != nullptr ? pStream->skip(pStream, pStream->nextMarkOffset) : RTX_E_NOT_SUPPORTED;
 }
 
+// Replaces an older mark: a stream has one.
 int rtxStreamMark(RtxContext* pctxt, size_t limit)
 {
   int status = checkMarkable(pctxt);
@@ -49,6 +51,8 @@ int rtxStreamMark(RtxContext* pctxt, size_t limit)
   return 0;
 }
 
+// If the octets since the mark are still in the buffer, the kind is not asked: its source stands further on, as it has
+// to.
 int rtxStreamReset(RtxContext* pctxt)
 {
   int status = checkMarkable(pctxt);
@@ -84,6 +88,7 @@ int rtxStreamGetPos(RtxContext* pctxt, size_t* pPos)
   return status < 0 ? rtxReport(pctxt, status, kModule, __LINE__) : 0;
 }
 
+// The kind decides which positions there are.
 int rtxStreamSetPos(RtxContext* pctxt, size_t pos)
 {
   RtxStream* pStream = pctxt->pStream;

@@ -111,6 +111,7 @@ static int memoryWrite(RtxStream* pStream, const uint8_t* data, size_t count)
   return 0;
 }
 
+// Both failures leave the cursor where it is: at the end of the octets, or in front of fewer than `count`.
 static int memorySkip(RtxStream* pStream, size_t count)
 {
   RtxContext* pctxt = memoryOf(pStream)->pctxt;
@@ -134,6 +135,7 @@ static int memoryMark(RtxStream* pStream, size_t limit)
   return 0;
 }
 
+// Back to the mark; a second reset without a mark goes to the start, since the mark is given up.
 static int memoryReset(RtxStream* pStream)
 {
   MemoryStream* memory = memoryOf(pStream);
@@ -170,6 +172,7 @@ static int memoryClose(RtxStream* pStream)
   return 0;
 }
 
+// Binds a stream of this kind; its buffer is bound by the caller.
 static int bindMemory(RtxContext* pctxt, uint16_t flags, bool attached)
 {
   int status = rtxStreamInitKind(pctxt, sizeof(MemoryStream));
@@ -194,6 +197,7 @@ static bool hasDirection(uint16_t flags)
   return (flags & (RTX_STREAM_READ | RTX_STREAM_WRITE)) != 0;
 }
 
+// The caller's octets: read from, or written to as far as they reach. They must outlive the stream.
 int rtxStreamMemoryAttach(RtxContext* pctxt, uint8_t* data, size_t size, uint16_t flags)
 {
   if (data == nullptr || size == 0 || !hasDirection(flags)) {

@@ -24,6 +24,7 @@
 
 static const char* const kModule = "rtxStreamRead";
 
+// Open for reading, by a kind that has the operation.
 static bool canRead(RtxContext* pctxt)
 {
   return rtxStreamIsReadable(pctxt) && pctxt->pStream->read != nullptr;
@@ -196,10 +197,12 @@ void rtxStreamReplaceBuffer(RtxContext* pctxt)
   rtxStreamClearBuffer(pctxt);
 }
 
+// Puts a buffer of 43 octets before the stream. A reader's is empty and knows no end of the input yet.
 int rtxStreamInitCtxtBuf(RtxContext* pctxt)
 {
   RtxStream* pStream = pctxt->pStream;
   if (pStream == nullptr) return rtxErrSetNewData(pctxt, RTX_E_NO_CONTEXT, kModule, __LINE__);
+  // Octets that are bound already would be lost.
   if (pctxt->buffer.data != nullptr) {
     rtxErrAddStrParm(pctxt, "context buffer pointer already set");
     return rtxReport(pctxt, RTX_E_GENERAL, kModule, __LINE__);
@@ -307,6 +310,8 @@ static int fillBuffer(RtxContext* pctxt, size_t nbytes)
   return 0;
 }
 
+// Makes room for `nbytes` octets from the cursor on and reads until they are there or the input ends. Only what is
+// missing is asked of the kind at least; it may fill the buffer.
 int rtxStreamLoadInputBuffer(RtxContext* pctxt, size_t nbytes)
 {
   if (pctxt == nullptr) return RTX_E_BAD_PARAMETER;

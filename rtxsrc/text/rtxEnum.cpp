@@ -42,6 +42,7 @@ template <typename Row> int findName(const char* name, size_t namelen, const Row
   return RTX_E_ENUM_VALUE;
 }
 
+// The first row with the value is the answer; rows are in the order of names, so all are looked at.
 template <typename Row, typename Value> int findValue(Value value, const Row* table, size_t rows)
 {
   for (size_t i = 0; table && i < rows; i++) {

@@ -108,6 +108,7 @@ char* rtxRandUnicodeString(RtxContext* pctxt, size_t minLength, size_t maxLength
   return newString(pctxt, minLength, maxLength, charSet && *charSet ? charSet : nullptr);
 }
 
+// The octets lie in the heap. Without memory, or by lengths that make no sense, the string is empty.
 int rtxRandOctetString(RtxContext* pctxt, RtxDynOctStr* pvalue, size_t minLength, size_t maxLength)
 {
   if (!pvalue) return 0;

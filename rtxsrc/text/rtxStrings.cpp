@@ -74,6 +74,7 @@ char* rtxStrcat(char* dst, size_t size, const char* src)
   return dst;
 }
 
+// The copy lies in the heap; rtxUTF8Strdup is the same, since UTF-8 ends with a zero like any other text.
 char* rtxStrdup(RtxContext* pctxt, const char* s)
 {
   if (s == nullptr) return nullptr;
@@ -114,6 +115,7 @@ char* rtxStrDynJoin(RtxContext* pctxt, const char* s1, const char* s2, const cha
   return text != nullptr ? rtxStrJoin(text, size, s1, s2, s3, s4, s5) : nullptr;
 }
 
+// Returns the length without the ending zero. Numbers of 32 and of 64 bits and sizes take one way.
 int rtxUIntToCharStr(uint32_t value, char* dst, size_t size, char padChar)
 {
   return rtxUInt64ToCharStr(value, dst, size, padChar);
@@ -144,6 +146,7 @@ int rtxSizeToCharStr(size_t value, char* dst, size_t size, char padChar)
   return rtxUInt64ToCharStr(value, dst, size, padChar);
 }
 
+// Digits only: no sign, no white space, nothing behind them.
 int rtxCharStrToUInt(const char* text, uint32_t* pvalue)
 {
   if (text == nullptr || pvalue == nullptr) return RTX_E_BAD_PARAMETER;
@@ -165,6 +168,7 @@ size_t rtxUTF8LenBytes(const char* s)
   return s != nullptr ? strlen(s) : 0;
 }
 
+// Null counts as the empty text, so that tables and callers may leave a name out.
 int rtxUTF8Strncmp(const char* s1, const char* s2, size_t n)
 {
   return strncmp(s1 != nullptr ? s1 : "", s2 != nullptr ? s2 : "", n);

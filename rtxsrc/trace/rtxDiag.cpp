@@ -18,6 +18,7 @@ static const char* const kModule = "rtxDiag";
 // Process-wide switch, documented as written without a lock.
 static uint8_t globalDiag = 0;
 
+// Returns whether diagnostics were on before, by either switch.
 int rtxSetDiag(RtxContext* pctxt, int value)
 {
   int before = rtxDiagEnabled(pctxt);
@@ -109,6 +110,7 @@ static char* newString(RtxContext* pctxt, size_t length)
   return static_cast<char*>(rtxMemHeapAlloc(&pctxt->pMemHeap, length + 1));
 }
 
+// Prints and frees a string of newString.
 static void printString(RtxContext* pctxt, char* string)
 {
   rtxPrintToStream(pctxt, "%s", string);

@@ -127,6 +127,7 @@ static void putBitsRow(RtxPrintSink& sink, RtxBitLine& line, const RtxTraceData&
   rtxSinkPut(sink, {"</tr>\n\n"});
 }
 
+// Open types are not shown on the page; their octets are part of the entry that holds them.
 void rtxTracePutPage(RtxPrintSink& sink, const RtxBitFieldList* pList, const char* varname, const RtxTraceData& data)
 {
   RtxTraceWalk walk;
@@ -150,6 +151,7 @@ static FILE* openPage(const char* filename)
   return file;
 }
 
+// A page that could not be opened is told on standard output; the function has no status.
 void rtxDiagBitTracePrintHTML(const char* filename, RtxBitFieldList* pList, const char* varname)
 {
   if (pList == nullptr || pList->fieldList.pctxt == nullptr) return;

@@ -35,6 +35,7 @@ static void printOpenType(RtxPrintSink& sink, const RtxBitField& field, const ch
   rtxSinkPut(sink, {"***\n"});
 }
 
+// One entry: its head, its three positions, its lines and an empty line.
 static void printEntry(RtxPrintSink& sink, RtxBitLine& line, const RtxTraceEntry& entry, const char* varname,
                        const RtxTraceData& data)
 {
@@ -50,6 +51,7 @@ static void printEntry(RtxPrintSink& sink, RtxBitLine& line, const RtxTraceEntry
   if (entry.field.openTypeFields != nullptr) printOpenType(sink, entry.field, varname, data);
 }
 
+// The entries behind the last one printed, up to the end of the list as it is now.
 static void printFields(RtxPrintSink& sink, RtxBitFieldList* pList, const char* varname, const RtxTraceData& data)
 {
   RtxTraceWalk walk;
@@ -66,6 +68,7 @@ static void printFields(RtxPrintSink& sink, RtxBitFieldList* pList, const char* 
   }
 }
 
+// Under a stream the octets are those that its capture has kept; without a capture only an error is printed.
 void rtxDiagBitTracePrint(RtxBitFieldList* pList, const char* varname)
 {
   if (pList == nullptr || pList->fieldList.pctxt == nullptr) return;
