@@ -140,11 +140,14 @@ int rtxCheckBuffer(RtxContext* pctxt, size_t nbytes)
   // Bounds the sum of two sizes and the growth below SIZE_MAX: half and half at most.
   bool fits = buffer.size <= SIZE_MAX / 4 && more <= SIZE_MAX / 2;
   // System memory, which a stream's buffer is, would break the heap's own realloc.
-  buffer.data = fits ? reallocBuffer(pctxt, more + 2 * buffer.size) : nullptr;
-  buffer.size = buffer.data != nullptr ? more + 2 * buffer.size : 0;
+  uint8_t* grown = fits ? reallocBuffer(pctxt, more + 2 * buffer.size) : nullptr;
+  // The buffer is unbound on failure. Heap octets go with the heap, but nobody else knows those of the system.
+  if (grown == nullptr && (pctxt->flags & RTX_FLAG_SYSMEM_BUFFER) != 0)
+    rtxMemHeapSysFreePtr(&pctxt->pMemHeap, buffer.data);
+  buffer.data = grown;
+  buffer.size = grown != nullptr ? more + 2 * buffer.size : 0;
   rtxTellCapacity(pctxt, buffer.size);
-  if (buffer.data == nullptr) return rtxErrSetNewData(pctxt, RTX_E_NO_MEMORY, kModule, __LINE__);
-  return 0;
+  return grown != nullptr ? 0 : rtxErrSetNewData(pctxt, RTX_E_NO_MEMORY, kModule, __LINE__);
 }
 
 int rtxFlushOutputBuffer(RtxContext* pctxt)

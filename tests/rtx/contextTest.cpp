@@ -6,9 +6,11 @@
 
 #include "tests/bench.h"
 #include "velnor3gpp/rtContext.h"
+#include "velnor3gpp/rtxCheckBuffer.h"
 #include "velnor3gpp/rtxDList.h"
 #include "velnor3gpp/rtxStatus.h"
 #include "velnor3gpp/rtxStream.h"
+#include "velnor3gpp/rtxStreamMemory.h"
 #include "velnor3gpp/rtxStrings.h"
 
 namespace {
@@ -127,6 +129,19 @@ TEST(Context, AnEndedJobLeavesNoPointerToWhatItGaveBack)
     EXPECT_TRUE(bench.buffer.data == nullptr && bench.buffer.size == 0) << "no coder may write there";
     EXPECT_TRUE(end != rtxMemFree || rtxMemHeapIsEmpty(&bench.pMemHeap));
   }
+}
+
+TEST(Context, ABufferOfSystemMemoryThatCannotGrowIsGivenBack)
+{
+  const long before = failing::inUse;
+  {
+    Bench bench;
+    ASSERT_EQ(0, rtxStreamMemoryCreateWriter(&bench, nullptr, 16));
+    failing::allow(0);
+    EXPECT_EQ(RTX_E_NO_MEMORY, rtxCheckBuffer(&bench, 1000));
+    EXPECT_TRUE(bench.buffer.data == nullptr && bench.buffer.size == 0);
+  }
+  EXPECT_EQ(before, failing::inUse);
 }
 
 } // namespace
