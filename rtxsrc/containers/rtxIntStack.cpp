@@ -1,6 +1,6 @@
 // The growing stack of integers, on the heap of a context. Pushing doubles it; it never shrinks. The elements are
-// `data[0]` to `data[index - 1]`, the last one is the top. Callers pop by counting
-// `index` down.
+// `data[0]` to `data[index - 1]`, the last one is the top. Callers pop by
+// counting `index` down.
 #include "velnor3gpp/rtxIntStack.h"
 
 #include "velnor3gpp/rtxMemHeap.h"
