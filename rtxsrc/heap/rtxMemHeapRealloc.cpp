@@ -50,6 +50,9 @@ void* reallocRaw(RtxMemHeap** ppHeap, RtxMemRawBlk* raw, size_t size)
   // An allocator without realloc. The system's realloc must not see its pointers.
   if (heap->mallocFunc != nullptr && heap->reallocFunc == nullptr) return moveElem(ppHeap, &raw->elem, size);
   const size_t total = size + sizeof *raw;
+  // Under RT_MH_ZERO_ON_FREE this is a gap: the allocator may move the block and leave its old octets as they are, and
+  // of a block that has grown only the first `size` octets are wiped in the end. Whoever needs them wiped allocates
+  // anew.
   void* memory = heap->reallocFunc != nullptr ? heap->reallocFunc(raw, total) : realloc(raw, total);
   if (memory == nullptr) return nullptr;
   RtxMemRawBlk* moved = static_cast<RtxMemRawBlk*>(memory);
@@ -91,6 +94,8 @@ void cutTail(RtxMemBlock* block, RtxMemElem* elem, unsigned nunits)
 }
 
 // Gives units back. One unit that has no free neighbour stays with the element: it could not hold header and link.
+// RT_MH_ZERO_ON_FREE does not wipe these units; they keep their octets until they are given away
+// again or the block goes.
 void shrink(RtxMemBlock* block, RtxMemElem* elem, unsigned nunits)
 {
   if ((elem[elem->nunits].flags & kMemElemFree) != 0)

@@ -51,8 +51,8 @@ int rtxStreamMark(RtxContext* pctxt, size_t limit)
   return 0;
 }
 
-// If the octets since the mark are still in the buffer, the kind is not asked: its source stands further on, as it has
-// to.
+// If the octets since the mark are still in the buffer, the kind is not asked: its source stays
+// behind what the buffer has.
 int rtxStreamReset(RtxContext* pctxt)
 {
   int status = checkMarkable(pctxt);

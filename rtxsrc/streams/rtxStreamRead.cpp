@@ -163,7 +163,8 @@ static int skipBuffered(RtxContext* pctxt, size_t count)
   RtxStream* pStream = pctxt->pStream;
   RtxBuffer* buffer = &pctxt->buffer;
   size_t left = rtxBufferLeft(pctxt);
-  // The octets are in the buffer already.
+  // The octets are in the buffer already. They were booked when they were read and are booked once more here: that is
+  // how rtxStreamGetIOBytes counts.
   if (count <= left) {
     buffer->byteIndex += count;
     pStream->ioBytes += count;
