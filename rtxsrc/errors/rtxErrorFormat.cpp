@@ -26,9 +26,11 @@ struct MessageTable {
   int32_t bound;
 };
 
-// Filled when the first context is made (rtxErrInit) and by callers who register tables of their own; not locked.
-MessageTable gTables[RTX_ERR_MAX_TABLES];
-int16_t gTableCount = 0;
+// The run-time's table stands here from the beginning: if the first context entered it, two threads that make their
+// first contexts at once would write here together. Callers who register tables of their own do so before they start
+// threads, since there is no lock.
+MessageTable gTables[RTX_ERR_MAX_TABLES] = {{kRtxMessages, kRtxMessageFirst, kRtxMessageBound}};
+int16_t gTableCount = 1;
 
 // A text under construction; `limit` leaves room for the terminator.
 // A message is cut anywhere at the limit but never inside a parameter.
@@ -212,7 +214,7 @@ void rtxErrInit()
   rtxErrAddErrorTableEntry(kRtxMessages, kRtxMessageFirst, kRtxMessageBound);
 }
 
-// Each context registers the table again (rtxErrInit); one entry is enough.
+// A table that is there already is only looked at, as that of the run-time is for each context (rtxErrInit).
 int rtxErrAddErrorTableEntry(const char* const* table, int32_t first, int32_t bound)
 {
   for (int i = 0; i < gTableCount; i++)
