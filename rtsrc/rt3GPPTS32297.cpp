@@ -291,7 +291,8 @@ int skipFileHdr(RtxContext* pctxt)
   return status < 0 ? rtxReport(pctxt, status, kModule, __LINE__) : 0;
 }
 
-// Two octets of length, the release, the specification, and one octet more if the release is extended.
+// Two octets of length, the release, record format and TS number in one octet, and one octet more if the release is
+// extended.
 int skipHdr(RtxContext* pctxt)
 {
   uint8_t release = 0;

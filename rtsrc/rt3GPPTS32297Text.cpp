@@ -1,4 +1,4 @@
-// Releases, times and specifications of charging files as text, and times as they are packed. The texts are those of
+// Releases, times and TS numbers of charging files as text, and times as they are packed. The texts are those of
 // the printed headers, and the parsers read them back. A parser changes the caller's record only if the whole text is
 // good.
 #include <stdio.h>
