@@ -1,7 +1,8 @@
-// Direct coders that differ in names alone. A third of the elements are one octet with a few fields or a length with
-// octets behind it, and their records have the same members under other names, so one coder serves them all. It is
-// found by writing all coders with numbers in place of members; layOutOctets has to be through. Called by main.cpp;
-// what it finds is Type::coders, by which direct.cpp leaves coders out and write.cpp declares their names as others:
+// Direct coders that differ in names alone. Many elements are one octet with a few fields or a length with octets
+// behind it, and their records have the same members under other names, so one coder serves them all: of 813 types with
+// direct coders 173 have those of another one. It is found by writing all coders with numbers in place of members;
+// layOutOctets has to be through. Called by main.cpp; what it finds is Type::coders, by which direct.cpp leaves coders
+// out and write.cpp declares their names as others:
 //
 //   element A [1]                      element B [2]
 //     M spare  bits 4                    M unused  bits 4
@@ -130,8 +131,8 @@ struct Neutral {
 static std::string neutral(const Type& type, const Shape& shape, const Coders& coders, const std::string& text)
 {
   Neutral result{type, shape, coders, {}};
-  size_t begin = text.find('{'); // behind the coder's own name
-  for (size_t at = begin, end; at < text.size(); at = end + 1) {
+  // From behind the coder's own name on.
+  for (size_t at = text.find('{'), end; at < text.size(); at = end + 1) {
     end = std::min(text.find('\n', at), text.size());
     std::string line = text.substr(at, end - at);
     if (line.find("// ") == std::string::npos) result.line(line);
