@@ -300,9 +300,12 @@ static int encServiceRequest(L3Call& call, const L3Type& type, TS24301Msg_PDU& p
   status = rtx3gppComputeMAC(pctxt, pctxt->buffer.data + start, kServiceRequestSigned, &code);
   if (status < 0) return l3EncFailed(call, kPdu, nullptr, status);
   rtxStoreOctets<2>(request->shortMAC, code);
-  pctxt->buffer.byteIndex -= sizeof request->shortMAC;
+  // What was kept may stand behind the code.
+  NasPosition end = nasPosition(pctxt);
+  pctxt->buffer.byteIndex = start + kServiceRequestSigned;
   status = rtxEncBits(pctxt, code & 0xFFFF, 16);
   if (status < 0) return l3EncFailed(call, kPdu, nullptr, status);
+  nasReturn(pctxt, end);
   return endServiceRequest(call, status);
 }
 
