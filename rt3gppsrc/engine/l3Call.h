@@ -187,6 +187,9 @@ inline void l3TraceField(L3Call& call, const char* label)
 {
   if (call.traced) l3TraceFieldOn(call, label);
 }
+// Takes the last entries off the trace, those that begin at a bit or behind it, since what they tell has been taken
+// back.
+void l3TraceCut(RtxBitFieldList& trace, size_t end);
 // May one more finding be recorded?
 inline bool l3MayNote(const L3Call& call)
 {

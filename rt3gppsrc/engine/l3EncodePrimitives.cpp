@@ -132,8 +132,10 @@ static void cutToLength(L3Call& call, const L3Row& row, const uint8_t* record, s
   RtxBuffer& buffer = call.pctxt->buffer;
   size_t length = info.member ? static_cast<size_t>(l3Load(record + row.offset, row.store)) * info.unitBits : 0;
   size_t now = l3BitPos(call.pctxt);
-  bool shorter = length && start + length < now && call.inlined() && !call.traced;
+  // What has gone out to a stream stays.
+  bool shorter = length && start + length < now && !call.pctxt->pStream;
   if (!shorter || !isZeroBetween(buffer, start + length, now)) return;
+  if (call.pctxt->pBitFldList) l3TraceCut(*call.pctxt->pBitFldList, start + length);
   buffer.byteIndex = (start + length) / 8;
   buffer.bitOffset = static_cast<int16_t>(8 - (start + length) % 8);
 }

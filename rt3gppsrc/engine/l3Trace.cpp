@@ -102,3 +102,22 @@ void l3TraceFieldOn(L3Call& call, const char* label)
   writeNames(names, path);
   call.lastPath = path;
 }
+
+// Their memory goes with the job: L3Call.lastPath may point to it. The entries have not been printed yet, since nobody
+// prints during a call.
+void l3TraceCut(RtxBitFieldList& trace, size_t end)
+{
+  RtxSList& list = trace.fieldList;
+  RtxSListNode* last = nullptr;
+  size_t stay = 0, count = 0;
+  // An earlier job may have left entries of higher bits in front.
+  for (RtxSListNode* node = list.head; node; node = node->next) {
+    ++count;
+    if (static_cast<const RtxBitField*>(node->data)->bitOffset >= end) continue;
+    last = node;
+    stay = count;
+  }
+  (last ? last->next : list.head) = nullptr;
+  list.count = stay;
+  list.tail = last;
+}
