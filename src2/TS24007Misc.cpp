@@ -7,6 +7,7 @@
 #include "rt3gppsrc/engine/l3Decode.h"
 #include "rt3gppsrc/engine/l3Direct.h"
 #include "rt3gppsrc/engine/l3Encode.h"
+#include "rt3gppsrc/engine/l3Kept.h"
 #include "velnor3gpp/TS24007L3.h"
 
 // 0x52 0x00 0xC1: the 5 is read here as skipInd = 5; behind discriminator 2 it becomes epsBearerIdent = 5.
@@ -40,7 +41,11 @@ static int encBearer(L3Call& call, const L3Type& type, int32_t identity)
   // The descriptor of the alternative is asked for by its number, so that its enumeration is tested as in the rows: 4,
   // which is no bearer identity, fails with -4.
   const auto& choice = *static_cast<const L3Choice*>(type.rows[0].info);
-  int status = l3EncType(call, *l3FindByTag(choice, TS24007L3_L3HdrOptions_t_epsBearerIdent)->row.type, &identity);
+  // The decoder has no such test, so where everything is to come back, every half-octet does.
+  bool all = l3TakesAll(call) && identity >= 0 && identity <= 15;
+  int status =
+      all ? l3EncBits(call, static_cast<uint64_t>(identity), 4, "ENUMERATED")
+          : l3EncType(call, *l3FindByTag(choice, TS24007L3_L3HdrOptions_t_epsBearerIdent)->row.type, &identity);
   if (status < 0) return l3EncFailed(call, type, "epsBearerIdent", status);
   l3PopName(call);
   return status;

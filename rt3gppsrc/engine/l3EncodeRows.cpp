@@ -28,7 +28,8 @@ static const char* moduleOf(const L3Type& type)
 static int encEnumerated(L3Call& call, const L3Type& leaf, const L3Row& row, uint64_t value, bool& reported)
 {
   const L3Enum& set = *static_cast<const L3Enum*>(row.info);
-  if (!set.openEncode && !l3IsMember(set, value)) {
+  bool open = set.openEncode || (set.openDecode && l3TakesAll(call));
+  if (!open && !l3IsMember(set, value)) {
     reported = true;
     l3ToLists(call);
     rtxErrAddUIntParm(call.pctxt, static_cast<uint32_t>(value));
