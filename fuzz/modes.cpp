@@ -28,6 +28,22 @@ void checkModes(const L3TypeEntry& entry, Octets input)
       entry, [&](const Setting& mode) { return decodeOutcome(entry, input, mode); }, setting);
 }
 
+// What decodes without a failure comes back octet for octet, where everything is kept. A message that was verified is
+// signed anew.
+static void promiseComesBack(const L3TypeEntry& entry, Decoding& decoding, const Octets& input)
+{
+  bool anew = strcmp(entry.type->fullName.get(), "TS24301Msg_PDU") == 0 && isSignedAnew(input);
+  bool read = decoding.status >= 0 && decoding.ctxt->flags & RTX_FLAG_KEEP_ELEMENTS && !anew;
+  std::string remarks = errorsOf(decoding.ctxt);
+  rtxErrReset(decoding.ctxt);
+  Octets octets(4096 + input.size());
+  int status = encodeInto(octets, decoding.ctxt, entry, decoding.record.get());
+  promise(!read || octets == input, [&] {
+    return std::string(entry.type->fullName.get()) + " of " + hexText(input) + "\ncomes back as " + hexText(octets) +
+           ", status " + std::to_string(status) + "\n" + remarks + errorsOf(decoding.ctxt) + decoding.text();
+  });
+}
+
 // With elements kept and in the standard's forms, as the first octet tells.
 void checkKept(const L3TypeEntry& entry, Octets input)
 {
@@ -42,9 +58,7 @@ void checkKept(const L3TypeEntry& entry, Octets input)
   std::string text;
   rtxSetPrintStream(decoding.ctxt, appendPrinted, &text);
   entry.print(decoding.ctxt, "x", decoding.record.get());
-  rtxErrReset(decoding.ctxt);
-  Octets octets(4096);
-  if (entry.encode) encodeInto(octets, decoding.ctxt, entry, decoding.record.get());
+  if (entry.encode) promiseComesBack(entry, decoding, input);
 }
 
 // Any record that C allows: the octets draw it along the descriptor, the first of them tells damage and setting. It

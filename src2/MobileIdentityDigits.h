@@ -64,10 +64,8 @@ int decIdentity(L3Call& call, const L3Type& type, Length& length, size_t most, I
   // An identity that is longer than its length fails with -66: 01 29 26, an IMSI of length 1, whose decoder reads one
   // octet behind it all the same (see takeIdentityDigits).
   if (l3BitPos(call.pctxt) > end) return l3DecFailed(call, type, nullptr, RTX_E_BAD_LENGTH);
-  // The record has no member for octets behind the identity. Where such octets are to be kept, the trial of the element
-  // fails, so that the engine keeps the element whole; otherwise they are passed over below.
-  bool surplus = l3BitPos(call.pctxt) < end && l3Keeps(call) && call.onTrial();
-  if (surplus) return l3DecFailed(call, type, nullptr, RTX_E_BAD_LENGTH);
+  // The record has no member for octets behind the identity, which are passed over.
+  if (l3BitPos(call.pctxt) < end) call.doubtful = true;
   if (status = rtxCtxtSetBitOffset(call.pctxt, end); status < 0) return l3DecFailed(call, type, nullptr, status);
   l3PopRegion(call);
   return 0;
@@ -79,7 +77,7 @@ int decIdentity(L3Call& call, const L3Type& type, Length& length, size_t most, I
 // ending zero.
 inline bool unpackIdentity(const uint8_t* octets, size_t count, bool odd, unsigned digit1, char* digits, size_t size)
 {
-  if (digit1 > 9 || 2 * count + (odd ? 1 : 0) >= size) return false;
+  if (digit1 > 9 || 2 * count + (odd ? 1U : 0U) >= size) return false;
   *digits++ = static_cast<char>('0' + digit1);
   for (size_t i = 1; i <= count; ++i) {
     uint8_t octet = *octets++;
@@ -88,6 +86,16 @@ inline bool unpackIdentity(const uint8_t* octets, size_t count, bool odd, unsign
   }
   *digits = 0;
   return true;
+}
+
+// Do `count` octets of digits from `at` on come back? Not where a filler ends the digits before their last octet, nor
+// where the last half-octet of an even count is something else. All half-octets are looked at together: of F1 23 4F,
+// the ones that are 1111 are 10 00 01.
+inline bool isFilled(const uint8_t* data, size_t octets, size_t at, size_t count, bool odd)
+{
+  if (count < 1 || count > 8) return false;
+  uint64_t word = rtxLoadWindow(data, octets, at) >> (64 - 8 * count), pairs = word & word >> 1;
+  return (pairs & pairs >> 2 & 0x1111111111111111U) == (odd ? 0x00U : 0x10U);
 }
 
 // Length, first octet and digits as they stand on the wire; an IMEISV, the longest, has 16 digits and so 10 octets.
@@ -120,6 +128,8 @@ inline bool takeIdentityDigits(L3Call& call, uint8_t length, uint8_t odd, uint8_
   size_t octets = length > 1 ? length - 1U : 1U; // a length of 1 reads one octet as well, as the shared function does
   if (!length || octets > l3Unread(call.pctxt) || !call.inlined() || buffer.bitOffset != 8) return false;
   if (!unpackIdentity(buffer.data + buffer.byteIndex, octets, odd, digit1, digits, size)) return false;
+  bool filled = length > 1 && isFilled(buffer.data, buffer.size, buffer.byteIndex, octets, odd);
+  if (!filled) call.doubtful = true;
   l3TraceField(call, "");
   buffer.byteIndex += octets;
   if (call.traced) rtxDiagSetBitFldCount(call.pctxt->pBitFldList);
@@ -144,6 +154,7 @@ inline bool putIdentityDigits(L3Call& call, uint8_t identType, const char* digit
 inline size_t directDigits(const L3Source& in, size_t pos, uint8_t length, unsigned first, char* digits, size_t size)
 {
   bool good = length > 1 && unpackIdentity(in.data + (pos >> 3), length - 1U, first & 8, first >> 4, digits, size);
+  if (good && !isFilled(in.data, in.octets, pos >> 3, length - 1U, first & 8)) good = !l3DirectKeeps(in);
   return good ? pos + (length - 1U) * 8 : kL3GaveUp;
 }
 
@@ -161,7 +172,8 @@ inline int decIdentityDigits(L3Call& call, const L3Type& type, const char* name,
   L3Name frame;
   l3PushName(call, frame, name);
   if (!takeIdentityDigits(call, length, odd, digit1, digits, size)) {
-    l3ToLists(call); // the operation reads through the public functions
+    l3ToLists(call);      // the operation reads through the public functions
+    call.doubtful = true; // nobody has looked at the fillers
     int status = rtx3GPPDecMobileIdentityType1(call.pctxt, length, odd, digit1, digits, size);
     if (status < 0) return l3DecFailed(call, type, name, status);
   }

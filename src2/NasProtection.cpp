@@ -132,11 +132,22 @@ static void renumber(const RtxContext* pctxt, const L3Type& pdu, void* value)
   if (message.standardType) l3Store(record + body.msgType.offset, body.msgType.store, message.standardType);
 }
 
+int nasKeepRest(L3Call& call, const L3Type& pdu, const void* record)
+{
+  if (!l3Keeps(call) || l3KeepsNothing(call)) return 0;
+  return l3KeepRest(call, pdu, record, pdu.rows + pdu.rowCount - 1, kL3KeptBehind, l3InnermostEnd(call));
+}
+
 int nasEncodePlain(L3Call& call, const L3Type& pdu, void* record, bool& known)
 {
   known = knowsBody(pdu, record);
   if (known) renumber(call.pctxt, pdu, record);
-  if (known) return l3EncRows(call, pdu, record);
+  if (known) {
+    int status = l3EncRows(call, pdu, record);
+    if (status < 0) return status;
+    int put = l3PutKept(call, pdu, pdu.line, record, pdu.rows + pdu.rowCount - 1, kL3KeptBehind);
+    return put < 0 ? put : status;
+  }
   L3Type header = l3Slice(pdu, 0, pdu.rowCount - 1U);
   return l3EncRows(call, header, record);
 }

@@ -34,8 +34,11 @@ void nasVerify(L3Call& call, const L3Type& type, size_t from, uint32_t received)
 // Deciphers in place from an octet to the end of the buffer. A failure ends the decoding, since what follows would be
 // read from ciphered octets.
 int nasDecipher(L3Call& call, const L3Type& type, size_t from);
-// Encodes the plain message by the rows of `pdu`. A message number `t` that the form does not have is no error here:
-// the header rows alone are written, `known` is false, and the caller decides.
+// Keeps what stands behind a protected message that has come to its end, so that it is ciphered and signed again as
+// part of it. Returns 0, or a status with the failure recorded.
+int nasKeepRest(L3Call& call, const L3Type& pdu, const void* record);
+// Encodes the plain message by the rows of `pdu`, and what nasKeepRest has kept. A message number `t` that the form
+// does not have is no error here: the header rows alone are written, `known` is false, and the caller decides.
 int nasEncodePlain(L3Call& call, const L3Type& pdu, void* record, bool& known);
 // Are messages of this security header type ciphered? 2 and 4 are in both systems (TS 24.301, 9.3.1; TS 24.501, 9.3).
 bool nasIsCiphered(int secHdrType);

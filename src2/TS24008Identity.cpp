@@ -86,6 +86,11 @@ static int decInside(L3Call& call, Identity& identity)
   if (status >= 0) status = l3DecNamed(call, kIdentity, "type", &wireType, 3, 1);
   if (status < 0) return status;
   auto& u = identity.u;
+  // Of the types without digits an encoder writes the odd flag as 0, and the rest as the record has it.
+  bool digits = wireType >= TS24008IE_MobileIdentity_t_imsi && wireType <= TS24008IE_MobileIdentity_t_imeisv;
+  bool tmgi = wireType == TS24008IE_MobileIdentity_t_tmgi;
+  if ((odd && !digits) || (tmgi && digit1 > (kSessionBit | kPlmnBit)) || wireType == TS24008IE_MobileIdentity_t_none)
+    call.doubtful = true;
   identity.t = wireType ? wireType : static_cast<uint32_t>(TS24008IE_MobileIdentity_t_none);
   switch (identity.t) {
     case TS24008IE_MobileIdentity_t_imsi:

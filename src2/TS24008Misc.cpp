@@ -12,6 +12,7 @@
 #include "rt3gppsrc/engine/l3Decode.h"
 #include "rt3gppsrc/engine/l3Direct.h"
 #include "rt3gppsrc/engine/l3Encode.h"
+#include "rt3gppsrc/engine/l3Kept.h"
 #include "velnor3gpp/TS24008IES.h"
 #include "velnor3gpp/rtx3GPP.h"
 #include "velnor3gpp/rtxDiagBitTrace.h"
@@ -34,6 +35,14 @@ static void unpackPair(uint64_t word, TS24008IE_MCCMNCPair& pair)
   const char mnc[4] = {kNibbles[word & 15], kNibbles[word >> 4 & 15], kNibbles[word >> 12 & 15], 0};
   memcpy(pair.mcc, mcc, sizeof mcc);
   memcpy(pair.mnc, mnc, sizeof mnc);
+}
+
+// Is a half-octet filler that has to be a digit? Only the third digit of the MNC may be missing, or all six of an area
+// that has been deleted (FF FF FF). Elsewhere the filler ends a text before its digits do.
+static bool hasFiller(uint64_t word)
+{
+  uint64_t pairs = word & word >> 1;
+  return (pairs & pairs >> 2 & 0x110111) != 0 && word != 0xFFFFFF;
 }
 
 // Appends the half-octet of a digit to `word`. False leaves the pair to rtx3GPPEnc_MCC_MNC, which knows the characters
@@ -77,10 +86,12 @@ int l3Dec_TS24008IE_MCCMNCPair(L3Call& call, const L3Type& type, void* value)
   uint64_t word = 0;
   if (takePair(call, word)) {
     unpackPair(word, pair);
+    if (hasFiller(word)) call.doubtful = true;
     return 0;
   }
   l3ToLists(call);
   int status = rtx3GPPDec_MCC_MNC(call.pctxt, pair.mcc, pair.mnc);
+  call.doubtful = true; // nobody has looked for fillers
   return status < 0 ? l3DecFailed(call, type, nullptr, status) : 0;
 }
 
@@ -99,6 +110,7 @@ size_t l3DirectDec_TS24008IE_MCCMNCPair(const L3Source& in, size_t pos, size_t e
 {
   uint64_t word = 0;
   if (!l3Take<24>(in, pos, end, word)) return kL3GaveUp;
+  if (l3DirectKeeps(in) && hasFiller(word)) return kL3GaveUp;
   unpackPair(word, *static_cast<TS24008IE_MCCMNCPair*>(record));
   return pos;
 }
@@ -135,15 +147,23 @@ static bool takeDigits(L3Call& call, size_t octets, char* text, size_t size)
   return true;
 }
 
+// A filler in front of the last half-octet ends the text before its digits do.
+static bool isCutShort(const char* text, size_t octets)
+{
+  return octets && strlen(text) < 2 * octets - 1;
+}
+
 // The digits of so many octets, at once or through the public function with an entry in the trace.
 static int readDigits(L3Call& call, const L3Type& type, size_t octets, char* text, size_t size)
 {
-  if (takeDigits(call, octets, text, size)) return 0;
-  l3ToLists(call);
-  rtxDiagNewBitField(call.pctxt->pBitFldList, "OCTET STRING");
-  int status = rtxDecQ825TBCDString(call.pctxt, octets, text, size);
-  if (status < 0) return l3DecFailed(call, type, nullptr, status);
-  rtxDiagSetBitFldCount(call.pctxt->pBitFldList);
+  if (!takeDigits(call, octets, text, size)) {
+    l3ToLists(call);
+    rtxDiagNewBitField(call.pctxt->pBitFldList, "OCTET STRING");
+    int status = rtxDecQ825TBCDString(call.pctxt, octets, text, size);
+    if (status < 0) return l3DecFailed(call, type, nullptr, status);
+    rtxDiagSetBitFldCount(call.pctxt->pBitFldList);
+  }
+  if (isCutShort(text, octets)) call.doubtful = true;
   return 0;
 }
 
@@ -181,6 +201,24 @@ static int decIdentity(L3Call& call, const L3Type& type, char* array, size_t oct
   return 0;
 }
 
+// Are the bits behind the last character, the upper ones of the last octet, other than 0? The cursor stands behind it.
+static bool hasSpare(const L3Call& call, size_t octets, size_t count)
+{
+  const RtxBuffer& buffer = call.pctxt->buffer;
+  size_t spare = octets * 8 - count * 7;
+  if (!spare || call.pctxt->pStream) return false;
+  return buffer.data[buffer.byteIndex - 1] >> (8 - spare);
+}
+
+// Does the encoder make the same septets of the text? It writes a question mark for each character that is not ASCII,
+// and a decoder for each one that the text cannot have; an escape makes one character of two septets.
+static bool isPlainText(const char* chars, size_t count)
+{
+  size_t at = 0;
+  while (at < count && chars[at] > 0 && chars[at] != '?') ++at;
+  return at == count;
+}
+
 // Packed 7-bit text (10.5.3.5a; TS 23.038, 6.1.2.1): seven octets hold eight characters. Seven octets may also hold
 // seven characters and seven spare bits, which look like an eighth character `@`: `spareBits` of 7 takes it off again.
 static int decPacked(L3Call& call, const L3Type& type, char** text, size_t octets, uint8_t spareBits)
@@ -196,6 +234,7 @@ static int decPacked(L3Call& call, const L3Type& type, char** text, size_t octet
   if (status < 0) return l3DecFailed(call, type, nullptr, status);
   rtxDiagSetBitFldCount(call.pctxt->pBitFldList);
   if (spareBits == 7 && count) chars[count - 1] = 0;
+  if (l3Keeps(call) && (hasSpare(call, octets, count) || !isPlainText(chars, count))) call.doubtful = true;
   return 0;
 }
 
@@ -317,8 +356,10 @@ static bool cutNetworkName(void* value)
   bool packed = name.codingScheme == TS24008IE_NetworkName_codingScheme_callBcastData;
   if (!packed || name.numSpareBitsInLastOct != 7 || name.length < 2) return true;
   // The text has (length - 1) * 8 / 7 characters, since the first of the element's octets is none of it.
-  name.textString.u.callBcastData[(name.length - 1) * 8 / 7 - 1] = 0;
-  return true;
+  char& last = name.textString.u.callBcastData[(name.length - 1) * 8 / 7 - 1];
+  bool spare = (name.length - 1) % 7 == 0 && last == '@';
+  last = 0;
+  return spare;
 }
 
 extern const L3Plain l3Plain_TS24008IE_NetworkName = {nullptr, cutNetworkName, nullptr};
@@ -326,7 +367,8 @@ extern const L3Plain l3Plain_TS24008IE_NetworkName = {nullptr, cutNetworkName, n
 int l3Dec_TS24008IE_NetworkName(L3Call& call, const L3Type& type, void* value)
 {
   int status = l3DecRows(call, type, value);
-  if (status >= 0) cutNetworkName(value);
+  // A character that was none of seven spare bits is lost.
+  if (status >= 0 && !cutNetworkName(value)) call.doubtful = true;
   return status;
 }
 

@@ -60,6 +60,7 @@ static int decTransId(L3Call& call, TS24008Msg_PDU& pdu)
   }
   L3Name frame;
   uint8_t ext;
+  call.doubtful = true; // an encoder may write it in another way, or not at all
   l3PushName(call, frame, "transId");
   int status = l3DecBits(call, &ext, 1, 1, "ext bit");
   if (status >= 0) status = l3DecBits(call, &transId.value, 7, 1, "INTEGER");
@@ -70,6 +71,7 @@ static int decTransId(L3Call& call, TS24008Msg_PDU& pdu)
 static int decHeader(L3Call& call, TS24008Msg_PDU& pdu)
 {
   L3Name frame;
+  pdu.l3HdrOpts.transId.value = 0; // the encoder looks at it under every discriminator (addsOctet)
   l3PushName(call, frame, "l3HdrOpts");
   int status = l3DecNamed(call, kPdu, "skipInd", &pdu.l3HdrOpts.skipInd, 4, 1);
   if (status < 0) return status;
@@ -109,11 +111,12 @@ size_t l3DirectDec_TS24008Msg_PDU(const L3Source& in, size_t pos, size_t end, vo
   if ((pos & 7) || !l3TakeAt<8, 0>(in, pos, end, octet)) return kL3GaveUp;
   memset(&pdu.m, 0, sizeof pdu.m);
   pdu.protoDiscr = static_cast<TS24007L3_ProtoDiscr>(octet & 15);
+  pdu.l3HdrOpts.transId.value = 0;
   l3Set(pdu.l3HdrOpts.skipInd, octet >> 4);
   if (hasTransId(pdu.protoDiscr)) {
     l3Set(pdu.l3HdrOpts.transId.flag, octet >> 7);
     octet = octet >> 4 & 7;
-    if (octet == kExtended && !l3TakeAt<8, 0>(in, pos, end, octet)) return kL3GaveUp;
+    if (octet == kExtended && (l3DirectKeeps(in) || !l3TakeAt<8, 0>(in, pos, end, octet))) return kL3GaveUp;
     l3Set(pdu.l3HdrOpts.transId.value, octet & 0x7F);
   }
   // The walk gives up at a discriminator without a name and leaves the message type alone.

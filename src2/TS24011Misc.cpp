@@ -26,6 +26,7 @@ int l3Dec_TS24011IE_RPCauseElem(L3Call& call, const L3Type& type, void* value)
   int status = l3DecBits(call, &cause.length, 8, 1, "INTEGER");
   if (status < 0) return l3DecFailed(call, type, "length", status);
   l3NoteRange(call, type.module->decoder, l3LineOf(type, "length"), cause.length);
+  call.doubtful = true; // the encoder writes a cause
   l3PopName(call);
   return 0;
 }

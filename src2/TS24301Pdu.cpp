@@ -280,6 +280,7 @@ int l3Dec_TS24301Msg_PDU(L3Call& call, const L3Type& type, void* value)
     return status;
   }
   status = decPlain(call, type, pdu);
+  if (status >= 0 && pdu.m.secHdrPresent) status = nasKeepRest(call, type, value);
   if (status < 0) return status;
   return call.pctxt->errInfo.count ? l3Ended(call, rtxErrGetStatus(call.pctxt)) : 0;
 }

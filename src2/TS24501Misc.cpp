@@ -107,6 +107,29 @@ static int decByType(L3Call& call, Identity& identity, uint8_t leading)
   }
 }
 
+// The five bits in front of the type, the inverse of what decByType makes of them. The spare bit in front of a GUTI
+// goes out as 0 whatever was received.
+static uint8_t leadingBits(const Identity& identity)
+{
+  switch (identity.t) {
+    case TS24501IE_MobileIdentity_t_suci:
+      return static_cast<uint8_t>((identity.u.suci.t - 1) << 1 & 0x0E);
+    case TS24501IE_MobileIdentity_t_guti:
+    case TS24501IE_MobileIdentity_t_stmsi:
+      return 30;
+    case TS24501IE_MobileIdentity_t_mac:
+      return identity.u.mac.mauri ? 1 : 0;
+    default:
+      return 0;
+  }
+}
+
+// 30 and type 2 are 11110 010, F2.
+static uint8_t firstOctet(const Identity& identity)
+{
+  return static_cast<uint8_t>(unsigned{leadingBits(identity)} << 3 | (identity.t - 1));
+}
+
 // First octet and what follows. All eight types are members of the enumeration, so `t` is always one of 1 to 8.
 static int decInside(L3Call& call, Identity& identity)
 {
@@ -117,7 +140,10 @@ static int decInside(L3Call& call, Identity& identity)
   status = decPart(call, kIdentity, "typeOfIdent", l3_TS24501IE_TypeOfIdentity, &typeOfIdent);
   if (status < 0) return status;
   identity.t = static_cast<uint32_t>(typeOfIdent) + 1;
-  return decByType(call, identity, leading);
+  status = decByType(call, identity, leading);
+  bool digits = identity.t == TS24501IE_MobileIdentity_t_imei || identity.t == TS24501IE_MobileIdentity_t_imeisv;
+  if (status >= 0 && !digits && leading != leadingBits(identity)) call.doubtful = true;
+  return status;
 }
 
 // Any length of 16 bits but 0 is in range: a network specific identifier has no bound.
@@ -149,29 +175,6 @@ static size_t identityLength(const Identity& identity)
     default:
       return 1;
   }
-}
-
-// The five bits in front of the type, the inverse of what decByType makes of them. The spare bit in front of a GUTI
-// goes out as 0 whatever was received.
-static uint8_t leadingBits(const Identity& identity)
-{
-  switch (identity.t) {
-    case TS24501IE_MobileIdentity_t_suci:
-      return static_cast<uint8_t>((identity.u.suci.t - 1) << 1 & 0x0E);
-    case TS24501IE_MobileIdentity_t_guti:
-    case TS24501IE_MobileIdentity_t_stmsi:
-      return 30;
-    case TS24501IE_MobileIdentity_t_mac:
-      return identity.u.mac.mauri ? 1 : 0;
-    default:
-      return 0;
-  }
-}
-
-// 30 and type 2 are 11110 010, F2.
-static uint8_t firstOctet(const Identity& identity)
-{
-  return static_cast<uint8_t>(unsigned{leadingBits(identity)} << 3 | (identity.t - 1));
 }
 
 // The scheme output or identifier ends the element. It runs to the end of its container ("open tail"), which the flag
@@ -264,19 +267,21 @@ size_t l3DirectDec_TS24501IE_MobileIdentity(const L3Source& in, size_t pos, size
   if (!framed || !l3Take<8>(in, pos, end, octet)) return kL3GaveUp;
   identity.length = static_cast<uint16_t>(length);
   identity.t = (octet & 7) + 1U;
-  bool temporary = octet >> 3 >= 30;
+  // Are the leading bits those that an encoder writes?
+  bool temporary = octet >> 3 >= 30, usual = octet >> 3 == 30;
   if (identity.t == TS24501IE_MobileIdentity_t_guti && temporary) {
     pos = l3DirectDec_TS24501IE_MobileIdentity_GUTI(in, pos, end, &identity.u.guti);
   } else if (identity.t == TS24501IE_MobileIdentity_t_stmsi && temporary) {
     pos = l3DirectDec_TS24501IE_MobileIdentity_STMSI(in, pos, end, &identity.u.stmsi);
   } else if (identity.t == TS24501IE_MobileIdentity_t_suci && (octet >> 4 & 7) == 0) {
     identity.u.suci.t = TS24501IE_MobileIdentity_SUCI_t_supiImsi;
+    usual = octet >> 3 == 0;
     pos = l3DirectDec_TS24501IE_MobileIdentity_SUCI_IMSI(in, pos, end, &identity.u.suci.u.supiImsi);
   } else {
     return l3DirectType(in, start, outer, l3_TS24501IE_MobileIdentity, record);
   }
   // Octets behind the identity are passed over, or kept by the walk where they are asked for.
-  if (pos != end && l3DirectKeeps(in)) return kL3GaveUp;
+  if ((pos != end || !usual) && l3DirectKeeps(in)) return kL3GaveUp;
   return pos == kL3GaveUp ? pos : end;
 }
 

@@ -104,6 +104,7 @@ int l3Dec_TS24501Msg_PDU(L3Call& call, const L3Type& type, void* value)
   }
   status = l3DecRows(call, type, value);
   pdu.m.secHdrPresent = isProtected; // the walk over the rows cleared it
+  if (status >= 0 && isProtected) status = nasKeepRest(call, type, value);
   if (status < 0) return status;
   return call.pctxt->errInfo.count ? l3Ended(call, rtxErrGetStatus(call.pctxt)) : 0;
 }

@@ -20,6 +20,7 @@ static int decFiller(L3Call& call, size_t bits)
     unsigned step = static_cast<unsigned>(std::min<size_t>(bits, 64));
     status = l3DecBits(call, reinterpret_cast<uint8_t*>(&filler), step, 8, "padding");
     if (status < 0) return status;
+    if (filler) call.doubtful = true;
   }
   return 0;
 }
@@ -30,7 +31,9 @@ int l3Dec_TS44018IE_Measurement_Results(L3Call& call, const L3Type& type, void* 
   // The region makes "room" mean the element and not the message: two octets of a next element are no report.
   size_t end = l3BitPos(call.pctxt) + kBits;
   if (int status = l3PushRegion(call, frame, kBits, true); status < 0) return l3DecFailed(call, type, nullptr, status);
+  bool doubtful = call.doubtful;
   if (int status = l3DecRows(call, type, value); status < 0) return status;
+  call.doubtful = doubtful; // the last bit may have no room, and is not written then
   size_t at = l3BitPos(call.pctxt);
   // A report that does not fit into the 16 octets has been read from the octets behind them.
   int status = at > end ? RTX_E_BAD_FIELD_LENGTH : decFiller(call, end - at);

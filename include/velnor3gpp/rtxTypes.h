@@ -143,7 +143,7 @@ typedef struct RtxContext {
 /** Bits of RtxContext.flags. */
 #define RTX_FLAG_CANONICAL_TIME 0x00000100U    /**< Time-string parsers require the strict form. */
 #define RTX_FLAG_CANONICAL_TIME2 0x00000200U   /**< The same, second form. */
-#define RTX_FLAG_KEEP_ELEMENTS 0x00000400U     /**< Elements that cannot be read are kept and come back on encoding. */
+#define RTX_FLAG_KEEP_ELEMENTS 0x00000400U     /**< What a record does not hold is kept and comes back on encoding. */
 #define RTX_FLAG_STANDARD_FORMS 0x00000800U    /**< Rows that differ from the public standard follow the standard. */
 #define RTX_FLAG_CTXT_MALLOCED 0x00008000U     /**< The context record came from malloc in rtNewContext. */
 #define RTX_FLAG_NO_INDENT 0x00400000U         /**< rtxWriteIndent writes nothing. */

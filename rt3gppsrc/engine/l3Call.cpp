@@ -217,6 +217,7 @@ int l3PushEntrySlow(L3Call& call, const char* name, uint32_t index)
 int l3PushRegionSlow(L3Call& call, size_t count, bool bits)
 {
   if (call.failed) return RTX_E_NO_MEMORY;
+  if (l3BitPos(call.pctxt) + (bits ? count : count * 8) > call.pctxt->buffer.size * 8) call.doubtful = true;
   return pushed(call,
                 bits ? rtxCtxtPushContainerBits(call.pctxt, count) : rtxCtxtPushContainerBytes(call.pctxt, count));
 }

@@ -72,6 +72,8 @@ struct L3CallState {
   bool failed;
   bool inBody; // inside a message of a top-level form
   bool traced; // the bit trace is on: each field leaves an entry
+  // What has been decoded may hold bits that no member of the record holds (l3Kept.h, l3KeepUnusual).
+  bool doubtful;
   // How many regions early returns of a trial have left open; their ends are in L3Call.ends.
   unsigned left;
   // How many of L3Call.holds are in use.
@@ -101,9 +103,9 @@ struct L3Call : L3CallState {
   // The first name of such a trial.
   L3Name base;
   // The bit position behind the last part that padding follows. Kept octets that stood in place of the padding go
-  // there.
+  // there. An encoder notes where its padding ends, too.
   static constexpr size_t kNotPadded = SIZE_MAX;
-  size_t padded;
+  size_t padded, paddedEnd;
   // The path of the trace's last entry, which owns it. The names of all frames that have an end make up its beginning.
   const char* lastPath;
   // Nothing is observed: several fields may be read or written in one step.
@@ -272,6 +274,7 @@ inline int l3PushRegion(L3Call& call, L3Region& frame, size_t count, bool bits)
 {
   if (call.listed()) return l3PushRegionSlow(call, count, bits);
   size_t end = l3BitPos(call.pctxt) + (bits ? count : count * 8);
+  if (end > call.pctxt->buffer.size * 8) call.doubtful = true;
   // Bit 20 is octet 2 with 4 bits left.
   frame = {end / 8, static_cast<uint16_t>(8 - end % 8), call.regions};
   call.regions = &frame;

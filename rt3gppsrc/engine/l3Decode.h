@@ -27,6 +27,8 @@ int l3DecOctets(L3Call& call, uint8_t* dst, size_t octets);
 // Length-prefixed labels, in place, to one text with dots: 03 61 62 63 01 64 becomes "abc.d". text[count] is there for
 // the ending zero.
 void l3JoinLabels(char* text, size_t count);
+// Do the octets of a text, or of its labels, come back from the text that is made of them?
+bool l3TextComesBack(const uint8_t* octets, size_t count, bool labels);
 // Whole octets left in the innermost region or, where none is open, in the buffer. A region may promise more than the
 // buffer holds, so nobody allocates by this number alone.
 size_t l3RoomOctets(const L3Call& call);

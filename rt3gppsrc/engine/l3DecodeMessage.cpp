@@ -276,7 +276,8 @@ static L3KeptFacts factsOf(size_t start, uint8_t iei, bool half, L3KeptWhy why)
 static int takeOrKeep(L3Call& call, TailWalk& walk, unsigned position, size_t start, uint8_t iei)
 {
   const L3Row& row = walk.message.options[position - 1];
-  size_t bits = 0;
+  size_t bits = 0, content = l3BitPos(call.pctxt);
+  L3Doubt doubt(call);
   L3Probe probe;
   L3Probed probed = kL3NotTold;
   if (knownBits(call, walk, position, l3BitsBefore(call, walk.end), bits))
@@ -286,6 +287,7 @@ static int takeOrKeep(L3Call& call, TailWalk& walk, unsigned position, size_t st
     bool half = walk.message.ieis[position - 1].half;
     // The probe has left parts of the element in the record; pointers and counts among them must not be followed.
     l3InitMember(row, walk.record);
+    call.doubtful = false;
     walk.order = position;
     L3KeptFacts facts = factsOf(start, iei, half, kL3KeptUnreadable);
     if (!half) {
@@ -297,11 +299,16 @@ static int takeOrKeep(L3Call& call, TailWalk& walk, unsigned position, size_t st
     return keepElement(call, walk, facts, bits);
   }
   walk.behind = &row;
-  if (probed == kL3NotTold) return decOption(call, walk, position);
-  l3SetBit(walk.record, row.mBit);
-  if (row.groupBit != kL3NoBit) l3SetBit(walk.record, row.groupBit);
-  walk.order = position;
-  return 0;
+  int status = 0;
+  if (probed == kL3NotTold) {
+    status = decOption(call, walk, position);
+  } else {
+    l3SetBit(walk.record, row.mBit);
+    if (row.groupBit != kL3NoBit) l3SetBit(walk.record, row.groupBit);
+    walk.order = position;
+  }
+  if (status < 0 || !call.doubtful) return status;
+  return l3KeepUnusual(call, walk.type, row, walk.record, content);
 }
 
 // Keeps an unknown element. If it asks for comprehension, that is remarked, but does not fail the message: the caller
@@ -332,8 +339,14 @@ static int decTurnKeeping(L3Call& call, TailWalk& walk, size_t start, uint8_t ie
   size_t bits = 0, left = l3BitsBefore(call, walk.end);
   if (position > walk.order) return takeOrKeep(call, walk, position, start, iei);
   bool framed = position ? knownBits(call, walk, position, left, bits) : unknownBits(call, walk, iei, half, left, bits);
-  if (!framed && position) return skipKnown(call, walk, walk.message.ieis[position - 1]);
-  if (!framed) return decUnknown(call, walk, iei, half, active);
+  if (!framed && position) {
+    const L3Iei& entry = walk.message.ieis[position - 1];
+    if (entry.skip == kL3SkipLength || entry.skip == kL3SkipFixed) return skipKnown(call, walk, entry);
+    bits = 0; // nothing is passed over (skipKnown), so that the identifier alone is kept
+  }
+  // It leads behind the message. Where there are octets, they are passed over.
+  if (!framed && !position) call.doubtful = true;
+  if (!framed && !position) return decUnknown(call, walk, iei, half, active);
   if (!position) return keepUnknown(call, walk, start, iei, half, active, bits);
   L3KeptFacts facts = factsOf(start, iei, half, kL3KeptOutOfTurn);
   if (!half) facts.iei = iei, facts.ieiBits = 8;
@@ -358,11 +371,9 @@ static int decAllKeeping(L3Call& call, TailWalk& walk)
   return call.pctxt->errInfo.count > call.earlier ? l3Ended(call, ownStatus(call)) : 0;
 }
 
-// Keeps what stands behind a message or value that has no more elements, octets of whatever kind. Bits that fill the
-// last octet are part of it only if they differ from what an encoder would write there: padding behind rest octets,
-// else 0.
-static int keepRest(L3Call& call, const L3Type& type, const void* record, const void* anchor, L3KeptAt at, size_t left)
+int l3KeepRest(L3Call& call, const L3Type& type, const void* record, const void* anchor, L3KeptAt at, const L3End& end)
 {
+  size_t left = l3BitsBefore(call, end);
   const RtxBuffer& buffer = call.pctxt->buffer;
   size_t start = l3BitPos(call.pctxt), from = start;
   unsigned fill = static_cast<unsigned>(8 - start % 8) % 8;
@@ -381,8 +392,7 @@ static int keepRest(L3Call& call, const L3Type& type, const void* record, const 
 static int decOptionsKeeping(L3Call& call, const L3Type& type, uint8_t* record, const L3End& end)
 {
   const L3Message& message = *type.message;
-  if (!message.count && !message.tail)
-    return keepRest(call, type, record, &message, kL3KeptBehind, l3BitsBefore(call, end));
+  if (!message.count && !message.tail) return l3KeepRest(call, type, record, &message, kL3KeptBehind, end);
   TailWalk walk{type, message, record, 0, 0, 0, &message, end};
   clearSelecting(message, record);
   return decAllKeeping(call, walk);
@@ -427,7 +437,7 @@ int l3KeepEnd(L3Call& call, const L3Type& type, void* value, size_t start)
 {
   const L3KeptList* list = l3KeptOf(call.pctxt);
   const L3Kept* last = list ? list->last : nullptr;
-  int status = keepRest(call, type, value, &type, kL3KeptEnd, l3BitsBefore(call, {}));
+  int status = l3KeepRest(call, type, value, &type, kL3KeptEnd, {});
   list = l3KeptOf(call.pctxt);
   if (status < 0 || !list || list->last == last) return status;
   L3Kept& kept = *list->last;

@@ -111,7 +111,10 @@ static int decMoreBit(L3Call& call, ListWalk& walk)
 {
   for (;;) {
     uint8_t bit = 0;
-    if (call.inlined() ? !l3Unread(call.pctxt) : rtxPeekByte(call.pctxt, nullptr) <= 0) return 0;
+    if (call.inlined() ? !l3Unread(call.pctxt) : rtxPeekByte(call.pctxt, nullptr) <= 0) {
+      call.doubtful = true; // an encoder writes the last bit all the same
+      return 0;
+    }
     uint32_t ends = bitThatEnds(call, l3Traits(walk.info.end));
     int status = l3DecBit(call, "ext bit", bit);
     if (status < 0) return l3Fail(call, moduleOf(walk), status, walk.row.line);
@@ -138,8 +141,10 @@ static int decUntilZero(L3Call& call, ListWalk& walk)
   while (l3HasRoom(call)) {
     uint32_t ahead = 0;
     l3ToLists(call);
+    bool whole = l3BitPos(call.pctxt) % 8 == 0;
     int status = rtxDecBits(call.pctxt, &ahead, walk.info.zeroBits);
     if (status < 0) return l3Fail(call, moduleOf(walk), status, walk.row.line);
+    if (!ahead && whole) call.doubtful = true; // an encoder writes the end inside an octet alone
     if (!ahead) return 0;
     rtxMoveBitCursor(call.pctxt, -static_cast<int>(walk.info.zeroBits));
     if (status = decEntry(call, walk); status < 0) return status;
@@ -165,11 +170,15 @@ static int decEntries(L3Call& call, ListWalk& walk)
   return 0;
 }
 
+// Encoders count entries in 8 bits.
+static constexpr size_t kMostEncoded = 255;
+
 // Puts the list into its member. A heap array is cut to its entries: what doubling took too much goes back to the heap.
 static void storeList(L3Call& call, ListWalk& walk, uint8_t* member)
 {
   // `n` counts the entries that came, in 8 bits. It may be more than the array holds, so printers and encoders compare
   // it with the array's size.
+  if (walk.count > (walk.info.cap ? walk.info.cap : kMostEncoded)) call.doubtful = true;
   if (walk.info.cap) {
     member[0] = static_cast<uint8_t>(walk.count);
     return;

@@ -165,6 +165,7 @@ static int dropExtension(L3Call& call, RowWalk& walk, const L3Row& row)
     int status = l3DecBits(call, &octet, 8, 1, "INTEGER");
     if (status < 0) return l3Fail(call, moduleOf(walk.type), status, row.line);
     walk.extBit = octet >> 7;
+    call.doubtful = true;
   }
   return 0;
 }
@@ -179,7 +180,8 @@ static int decLength(L3Call& call, RowWalk& walk, const L3Row& row)
   uint8_t* member = reinterpret_cast<uint8_t*>(&value);
   int status = l3DecBits(call, member, info.bits, 2, "INTEGER");
   // 00 02: the first octet is the upper half of a length of 16 bits, so the second one is the length.
-  if (status >= 0 && info.zeroWidens && !value) status = l3DecBits(call, member, 8, 2, "INTEGER");
+  bool widened = info.zeroWidens && !value;
+  if (status >= 0 && widened) status = l3DecBits(call, member, 8, 2, "INTEGER");
   if (status < 0) return l3Fail(call, moduleOf(walk.type), status, row.line);
   if (info.member) l3Store(walk.record + row.offset, row.store, value);
   // A length may share its octet with an element that it does not count (TS 24.501, 9.11.3.46): in 31 01 a length of 3
@@ -187,6 +189,12 @@ static int decLength(L3Call& call, RowWalk& walk, const L3Row& row)
   size_t start = l3BitPos(call.pctxt);
   size_t lead = info.fromOctet ? (8 - start % 8) % 8 : 0;
   size_t counted = (static_cast<size_t>(value) + info.bias) * info.unitBits;
+  // An encoder writes the low 8 bits of a length of 16 (l3EncClose), and begins what a length in octets counts with an
+  // octet (align).
+  bool cut = info.bits == 16 && !info.keepWhole && value > 255;
+  bool slanted = info.unitBits == 8 && info.bits % 8 && (start + lead) % 8;
+  bool nothing = walk.type.flags & kL3EndsAnywhere && !value; // a length of 0 cuts nothing off (cutToLength)
+  if (widened || cut || slanted || nothing) call.doubtful = true;
   walk.ends[walk.regions] = start + lead + counted;
   walk.lengths[walk.regions] = &row;
   if (info.ranged && (value < info.lo || value > info.hi)) l3NoteRange(call, moduleOf(walk.type), row.line, value);
@@ -217,9 +225,15 @@ static int isThere(L3Call& call, RowWalk& walk, const L3Row& row)
 }
 
 // Does anything but a leading bit say that the element is absent? Nothing has been read of it yet.
-static bool passedOver(const L3Call& call, const RowWalk& walk, const L3Row& row)
+static bool passedOver(L3Call& call, const RowWalk& walk, const L3Row& row)
 {
-  if (row.room && !l3HasRoom(call)) return true;
+  if (row.room && !l3HasRoom(call)) {
+    // An encoder writes the bit all the same, unless it cuts the record to its length (cutToLength).
+    const L3LeadTraits& traits = l3Traits(row.lead);
+    bool bit = traits.optional || traits.padded;
+    if (bit && !(walk.type.flags & kL3EndsAnywhere)) call.doubtful = true;
+    return true;
+  }
   switch (row.given) {
     case kL3GivenIf:
     case kL3GivenWhen:
@@ -262,6 +276,7 @@ static size_t fixedBits(const L3Row& row)
 // tells what lies behind it. A cause of one octet that nobody has defined then does not end the message: 62 00 C7 00.
 static int decOrKeep(L3Call& call, RowWalk& walk, const L3Row& row, const L3End& end)
 {
+  L3Doubt doubt(call);
   size_t start = l3BitPos(call.pctxt), left = l3BitsBefore(call, end), octets = 0;
   unsigned bits = l3LeadingLength(row);
   // A length tells the end only where it begins at an octet, with no bit in front that says whether it is there.
@@ -270,11 +285,15 @@ static int decOrKeep(L3Call& call, RowWalk& walk, const L3Row& row, const L3End&
   if (!framed && row.lead == kL3NoLead) framed = all && all <= left;
   L3Probe probe;
   L3Probed probed = framed ? l3ProbeMember(call, walk.type, row, walk.record, probe) : kL3NotTold;
-  if (probed == kL3Read) return 0;
   if (probed == kL3NoMemory) return l3Fail(call, moduleOf(walk.type), RTX_E_NO_MEMORY, row.line);
-  if (probed == kL3NotTold) return l3DecMember(call, walk.type, row, walk.record, walk.running);
+  if (probed != kL3Unreadable) {
+    int status = probed == kL3NotTold ? l3DecMember(call, walk.type, row, walk.record, walk.running) : 0;
+    if (status < 0 || !call.doubtful) return status;
+    return l3KeepUnusual(call, walk.type, row, walk.record, start);
+  }
   // The probe may have left pointers and counts of what it read.
   l3InitMember(row, walk.record);
+  call.doubtful = false;
   L3KeptFacts facts = {walk.record, &row, start, 0, 0, kL3KeptInstead, kL3KeptUnreadable, probe.status, probe.path};
   return l3Keep(call, walk.type, row.line, facts, start + all);
 }
@@ -357,9 +376,13 @@ static int keepSurplus(L3Call& call, const RowWalk& walk, size_t end, uint16_t l
   // A region of octets that ends inside an octet belongs to a structure of bits; nothing is kept there, nor behind the
   // input.
   bool inside = static_cast<const L3Length*>(walk.lengths[walk.regions]->info)->unitBits == 8 && end % 8;
-  if (end > buffer.size * 8 || inside) return 0;
-  if (end - start < 8 && !l3BitsAt(buffer.data, buffer.size, start / 8, start % 8, static_cast<unsigned>(end - start)))
+  if (end > buffer.size * 8 || inside) return call.doubtful = true, 0;
+  if (end - start < 8 &&
+      !l3BitsAt(buffer.data, buffer.size, start / 8, start % 8, static_cast<unsigned>(end - start))) {
+    // It does not where the length counts bits.
+    if (static_cast<const L3Length*>(walk.lengths[walk.regions]->info)->unitBits == 1) call.doubtful = true;
     return 0;
+  }
   if (l3KeepsNothing(call)) return l3RefuseTrial(call, RTX_E_GENERAL);
   L3KeptFacts facts = {walk.record, walk.lengths[walk.regions], start, 0, 0, kL3KeptInside, kL3KeptSurplus, 0, nullptr};
   return l3Keep(call, walk.type, line, facts, end);
@@ -405,6 +428,7 @@ static bool endsHere(L3Call& call, const RowWalk& walk, const L3Row& row)
   if (!(walk.type.flags & kL3RestOctets) || l3HasRoom(call)) return false;
   l3ToLists(call);
   call.keepTypeName = true;
+  call.doubtful = true; // an encoder ends them with padding
   if (row.name) l3PushNameSlow(call, row.name);
   return true;
 }
@@ -414,6 +438,8 @@ static bool endsHere(L3Call& call, const RowWalk& walk, const L3Row& row)
 static bool isCutOff(L3Call& call, const L3Type& type, const L3Row& row, void* record)
 {
   if (!(type.flags & kL3EndsAnywhere) || l3HasRoom(call)) return false;
+  // An encoder leaves out a group that is not whole, and cuts nothing off where no length says so.
+  if (row.flags & kL3InRelease || !l3InnermostEnd(call).region) call.doubtful = true;
   l3InitRest(type, static_cast<unsigned>(&row - type.rows), record, L3Numbers::clear);
   return true;
 }
@@ -508,7 +534,14 @@ static const L3Row* takeRun(L3Call& call, const L3Row* row, const L3Row* end, ui
   }
   int status = closeRegions(call, walk);
   // What is kept behind here stood where an encoder puts padding (keepRest).
-  if (type.flags & (kL3RestOctets | kL3Padded)) call.padded = l3BitPos(call.pctxt);
+  if (type.flags & (kL3RestOctets | kL3Padded)) {
+    // An encoder ends rest octets with padding, also where they had no room for it; those inside others take one octet
+    // of it before them.
+    size_t room = l3RoomBits(call), end = l3BitPos(call.pctxt);
+    bool nested = call.padded == end;
+    if (type.flags & kL3RestOctets && (!room || (nested && room < 16))) call.doubtful = true;
+    call.padded = end;
+  }
   if (status < 0 || !type.message) return status;
   return l3DecOptions(call, type, walk.record, messageEnd);
 }
@@ -544,6 +577,13 @@ int l3DecType(L3Call& call, const L3Type& named, void* value)
   return call.probe ? decFormOnProbe(call, type, value) : decForm(call, type, value);
 }
 
+// What stands behind the whole value, and the value itself if it has raised a doubt that no element of it has settled.
+static int keepWhole(L3Call& call, const L3Type& type, void* value, size_t start)
+{
+  int status = l3KeepEnd(call, type, value, start);
+  return status >= 0 && call.doubtful ? l3KeepUnusualAll(call, type, value, start * 8) : status;
+}
+
 // A whole call.
 static int decode(RtxContext* pctxt, const L3Type& type, void* value, size_t count, L3Mode mode)
 {
@@ -556,7 +596,7 @@ static int decode(RtxContext* pctxt, const L3Type& type, void* value, size_t cou
   if (call.mode < mode) call.mode = mode;
   size_t start = pctxt->buffer.byteIndex;
   int status = l3DecType(call, type, value);
-  if (status >= 0 && l3Keeps(call)) status = l3KeepEnd(call, type, value, start);
+  if (status >= 0 && l3Keeps(call)) status = keepWhole(call, type, value, start);
   return l3End(call, status, moduleOf(type), type.line);
 }
 

@@ -81,6 +81,7 @@ static void decInlineOctets(L3Call& call, const L3Octets& info, uint8_t* member,
   member[0] = static_cast<uint8_t>(count);
   running = l3DecOctets(call, member + info.dataOffset, store);
   if (running < 0 || count == store) return;
+  call.doubtful = true;
   l3ToLists(call);
   running = rtxSkipBytes(call.pctxt, count - store);
   if (running >= 0) rtxDiagSetBitFldCount(call.pctxt->pBitFldList);
@@ -107,6 +108,8 @@ static int decOctetString(L3Call& call, const L3Type& type, const L3Row& row, ui
   else
     status = decHeapOctets(call, member, count, running);
   if (status < 0) return failString(call, type, row, record, status);
+  // A tail that begins inside an octet is refused by the encoder.
+  if (info.from == kL3Rest && l3BitPos(call.pctxt) % 8) call.doubtful = true;
   // An inline string that is longer than its array is remarked like one outside its range.
   bool tooLong = info.cap && count > info.cap;
   if (tooLong || (info.ranged && (count < info.lo || count > info.hi)))
@@ -146,6 +149,7 @@ static int decBitString(L3Call& call, const L3Type& type, const L3Row& row, uint
   if (info.capBits) {
     size_t store = bits < info.capBits ? bits : info.capBits;
     member[0] = static_cast<uint8_t>(store);
+    if (bits > store) call.doubtful = true;
     running = readBitArray(call, member + info.dataOffset, (info.capBits + 7) / 8, store);
     return 0;
   }
@@ -182,6 +186,21 @@ void l3JoinLabels(char* text, size_t count)
   text[out] = 0;
 }
 
+// A zero ends a text before its octets end. Among labels a dot makes two of one, and a single empty label is the empty
+// name, which is written without a label.
+bool l3TextComesBack(const uint8_t* octets, size_t count, bool labels)
+{
+  if (memchr(octets, 0, count) && !labels) return false;
+  if (!labels) return true;
+  if (count == 1) return false;
+  for (size_t at = 0; at < count;) {
+    size_t label = octets[at++];
+    if (label > count - at || memchr(octets + at, 0, label) || memchr(octets + at, '.', label)) return false;
+    at += label;
+  }
+  return true;
+}
+
 // Texts have an ending zero in the record. One that cannot be read is the empty text, and the record fails.
 static int decText(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record)
 {
@@ -200,6 +219,7 @@ static int decText(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* 
     return l3Fail(call, type.module->decoder, status, row.line);
   }
   text[fill] = 0;
+  if (!l3TextComesBack(reinterpret_cast<const uint8_t*>(text), fill, info.labels)) call.doubtful = true;
   if (info.labels) l3JoinLabels(text, fill);
   if (info.ranged && (count < info.lo || count > info.hi)) l3NoteRange(call, type.module->decoder, row.line, count);
   return 0;
@@ -207,7 +227,9 @@ static int decText(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* 
 
 int l3DecString(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running)
 {
-  if (row.op == kL3Octets) return decOctetString(call, type, row, record, running);
-  if (row.op == kL3BitString) return decBitString(call, type, row, record, running);
-  return decText(call, type, row, record);
+  if (row.op == kL3Text) return decText(call, type, row, record);
+  int status = row.op == kL3Octets ? decOctetString(call, type, row, record, running)
+                                   : decBitString(call, type, row, record, running);
+  if (running < 0) call.doubtful = true;
+  return status;
 }

@@ -214,6 +214,7 @@ template <Go go> static bool runTrial(L3Call& call, const L3Type& type, void* re
   uint32_t flags = pctxt->flags;
   L3Name* names = call.names;
   L3Region* regions = call.regions;
+  bool doubtful = call.doubtful;
   // A buffer that has to grow is the walk's: a refused growth leaves it with a wrong size, which could not be put back.
   pctxt->buffer.dynamic = 0;
   call.mode = kL3Trial;
@@ -227,8 +228,9 @@ template <Go go> static bool runTrial(L3Call& call, const L3Type& type, void* re
   if (good && call.left) pushLeft(call);
   if (good && call.run.next) rtxMemRunClose(call.run);
   if (good) return true;
-  // The walk counts the octets of lists anew.
+  // The walk counts the octets of lists anew, and has its own doubts.
   call.listOctets = 0;
+  call.doubtful = doubtful;
   giveUp(call, before, flags);
   return false;
 }
@@ -343,6 +345,7 @@ size_t l3DirectType(const L3Source& in, size_t pos, size_t end, const L3Type& ty
   int status = l3DecType(call, type, value);
   call.regions = region.outer;
   pos = cursor(call.pctxt);
+  if (call.doubtful && l3KeepsFlag(call.pctxt)) return kL3GaveUp; // the walk keeps what has raised the doubt
   return wentWell(call, status) && pos <= end ? pos : kL3GaveUp;
 }
 
@@ -406,8 +409,10 @@ bool l3DirectText(const L3Source& in, size_t pos, size_t end, size_t octets, boo
 {
   if ((pos & 7) || octets > (end - pos) >> 3) return false;
   text = static_cast<char*>(l3DirectRoom(*in.call, octets + 1));
-  if (!text || !l3Octets(in, pos, end, reinterpret_cast<uint8_t*>(text), octets)) return false;
+  uint8_t* copy = reinterpret_cast<uint8_t*>(text);
+  if (!text || !l3Octets(in, pos, end, copy, octets)) return false;
   text[octets] = 0;
+  if (l3DirectKeeps(in) && !l3TextComesBack(copy, octets, labels)) return false;
   if (labels) l3JoinLabels(text, octets);
   return true;
 }
@@ -440,6 +445,13 @@ void l3DirectCut(const L3Source& in, void** entries, size_t count, size_t capaci
   L3Call& call = *in.call;
   void* cut = reallocate(call, *entries, count * entrySize);
   if (cut) *entries = cut;
+}
+
+bool l3DirectSurplus(const L3Source& in, size_t pos, size_t end)
+{
+  size_t left = end - pos;
+  if (!l3DirectKeeps(in)) return false;
+  return left >= 8 || l3BitsAt(in.data, in.octets, pos >> 3, pos & 7, static_cast<unsigned>(left));
 }
 
 // Forms as in unknownBits and decUnknown. Where the walk would do more than pass over the element, it has to do it.

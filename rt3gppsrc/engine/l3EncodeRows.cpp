@@ -139,6 +139,13 @@ static bool leavesPadding(const L3Row& row, bool present)
   return !present && row.room && row.lead == kL3NoLead && row.flags & kL3LH;
 }
 
+// The content of a row, or the octets that came if they were unusual.
+static int encContent(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running)
+{
+  if (l3HasKept(call.pctxt)) return l3EncMemberKept(call, type, row, record, running);
+  return l3EncMember(call, type, row, record, running);
+}
+
 // One row: what was kept in its place, or its lead and its content.
 static int encElement(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running)
 {
@@ -151,7 +158,7 @@ static int encElement(L3Call& call, const L3Type& type, const L3Row& row, uint8_
   int status = encLead(call, row, record, present);
   if (status < 0) return l3Fail(call, moduleOf(type), status, row.line);
   if (present)
-    if (status = l3EncMember(call, type, row, record, running); status < 0) return status;
+    if (status = encContent(call, type, row, record, running); status < 0) return status;
   if (leavesPadding(row, present))
     if (status = l3EncPadded(call, 0, row.bits, "ENUMERATED"); status < 0)
       return l3Fail(call, moduleOf(type), status, row.line);
@@ -300,7 +307,7 @@ int l3EncOptions(L3Call& call, const L3Type& type, uint8_t* record, int running)
     // A half-octet identifier is written in the upper half; its value fills the lower one.
     int status = l3EncBits(call, message.ieis[i].value, message.ieis[i].half ? 4 : 8, "iei");
     if (status < 0) return l3Fail(call, moduleOf(type), status, row.line);
-    if (status = l3EncMember(call, type, row, record, running); status < 0) return status;
+    if (status = encContent(call, type, row, record, running); status < 0) return status;
     l3PopName(call);
     if (status = l3PutKept(call, type, row.line, record, &row, kL3KeptBehind); status < 0) return status;
   }
@@ -314,13 +321,7 @@ int l3EncByRows(RtxContext* pctxt, const L3Type& type, void* value, L3Mode mode)
   L3Name frame;
   l3Begin(call, pctxt, frame, l3EncNameOf(type));
   if (call.mode < mode) call.mode = mode;
-  size_t start = pctxt->buffer.byteIndex;
-  int status = l3EncType(call, type, value);
-  if (status >= 0 && l3HasKept(pctxt)) {
-    // What stood behind the whole value.
-    int put = l3PutKeptEnd(call, type, value, start);
-    status = put < 0 ? put : status;
-  }
+  int status = l3HasKept(pctxt) ? l3EncTypeKept(call, type, value) : l3EncType(call, type, value);
   return l3End(call, status, moduleOf(type), type.line);
 }
 

@@ -23,17 +23,17 @@ static L3KeptList* listFor(RtxContext* pctxt)
   return static_cast<L3KeptList*>(slot);
 }
 
-// One heap block: the entry, its octets, its path.
+// One heap block: the entry, its octets, the regular ones, its path.
 L3Kept* l3AddKept(RtxContext* pctxt, const L3KeptFacts& facts, const uint8_t* octets, size_t bits)
 {
   L3KeptList* list = listFor(pctxt);
-  size_t count = (bits + 7) / 8, length = facts.path ? strlen(facts.path) : 0;
+  size_t count = (bits + 7) / 8, length = facts.path ? strlen(facts.path) : 0, regular = facts.regularCount;
   // The entry counts in 32 bits.
-  if (!list || bits > UINT32_MAX) return nullptr;
-  void* memory = rtxMemHeapAlloc(&pctxt->pMemHeap, sizeof(L3Kept) + count + (length ? length + 1 : 0));
+  if (!list || bits > UINT32_MAX || regular > UINT32_MAX) return nullptr;
+  void* memory = rtxMemHeapAlloc(&pctxt->pMemHeap, sizeof(L3Kept) + count + regular + (length ? length + 1 : 0));
   if (!memory) return nullptr;
   L3Kept* kept = static_cast<L3Kept*>(memory);
-  char* path = reinterpret_cast<char*>(kept->octets() + count);
+  char* path = reinterpret_cast<char*>(kept->octets() + count + regular);
   *kept = {nullptr,
            nullptr,
            facts.record,
@@ -42,12 +42,15 @@ L3Kept* l3AddKept(RtxContext* pctxt, const L3KeptFacts& facts, const uint8_t* oc
            facts.position,
            static_cast<uint32_t>(bits),
            0,
+           static_cast<uint32_t>(regular),
            static_cast<int16_t>(facts.status),
            facts.iei,
            facts.ieiBits,
            facts.at,
-           facts.why};
+           facts.why,
+           !facts.regular};
   if (count && octets) memcpy(kept->octets(), octets, count);
+  if (regular) memcpy(kept->octets() + count, facts.regular, regular);
   if (length) memcpy(path, facts.path, length + 1);
   (list->last ? list->last->next : list->first) = kept;
   list->last = kept;
@@ -106,25 +109,36 @@ static void cut(RtxContext* pctxt, L3Kept* last, size_t count)
   }
 }
 
-// The list is built anew from the entries of other values. A context can hold several decoded values at a time.
-void l3ForgetKept(RtxContext* pctxt, const void* root)
+// Takes the entries off the list that `goes` names; the others stay in their order.
+template <typename Goes> static void drop(RtxContext* pctxt, L3KeptList& list, Goes goes)
 {
-  L3KeptList* list = l3KeptOf(pctxt);
-  L3Kept *stays = nullptr, *next = list->first;
-  list->first = list->last = nullptr;
-  list->count = 0;
+  L3Kept *stays = nullptr, *next = list.first;
+  list.first = list.last = nullptr;
+  list.count = 0;
   while (next) {
     L3Kept* kept = next;
     next = kept->next;
-    if (kept->root == root) {
+    if (goes(*kept)) {
       rtxMemHeapFreePtr(&pctxt->pMemHeap, kept);
       continue;
     }
     kept->next = nullptr;
-    (stays ? stays->next : list->first) = kept;
-    list->last = stays = kept;
-    ++list->count;
+    (stays ? stays->next : list.first) = kept;
+    list.last = stays = kept;
+    ++list.count;
   }
+}
+
+// A context can hold several decoded values at a time.
+void l3ForgetKept(RtxContext* pctxt, const void* root)
+{
+  drop(pctxt, *l3KeptOf(pctxt), [root](const L3Kept& kept) { return kept.root == root; });
+}
+
+void l3DropUnusual(RtxContext* pctxt)
+{
+  if (L3KeptList* list = l3KeptOf(pctxt))
+    drop(pctxt, *list, [](const L3Kept& kept) { return kept.why == kL3KeptUnusual; });
 }
 
 // Addresses are compared as numbers: `from` may be freed by now. An address before `from` gives an offset that wraps
@@ -174,13 +188,29 @@ static void takePlaceOfPadding(L3Call& call, const L3Kept& kept)
   RtxBuffer& buffer = call.pctxt->buffer;
   size_t from = call.padded, end = l3BitPos(call.pctxt);
   // Nothing was padded here, or it has been written out to a stream.
-  if (from == L3Call::kNotPadded || call.pctxt->pStream || end != (from / 8 + 1) * 8) return;
+  if (from == L3Call::kNotPadded || call.pctxt->pStream || end != call.paddedEnd) return;
   if (kept.bits % 8 == 0) from = (from + 7) / 8 * 8;
   if (from >= end) return;
   l3MoveTo(buffer, from);
   // Keeps the bits above the cursor: with 5 bits left, 1 << 5 less 1 is 1F, the bits to clear.
   buffer.data[from / 8] = static_cast<uint8_t>(buffer.data[from / 8] & ~((1U << buffer.bitOffset) - 1));
+  memset(buffer.data + from / 8 + 1, 0, end / 8 - from / 8 - 1);
   call.padded = L3Call::kNotPadded;
+}
+
+// Goes to where an entry begins that stood behind everything. What stood there ended with an octet, so the count of its
+// bits tells where in an octet it began: 12 bits behind the fourth bit. The bits that an encoder has filled up with 0s
+// to the end of its octet are taken back, or written if it has not.
+static int goToStart(L3Call& call, const L3Kept& kept)
+{
+  takePlaceOfPadding(call, kept);
+  RtxBuffer& buffer = call.pctxt->buffer;
+  unsigned left = static_cast<unsigned>(buffer.bitOffset) % 8, wanted = kept.bits % 8;
+  if (left && !wanted) return l3EncBits(call, 0, left, "OCTET STRING");
+  bool filled = !left && wanted && buffer.byteIndex && !call.pctxt->pStream;
+  if (!filled || buffer.data[buffer.byteIndex - 1] & ((1U << wanted) - 1)) return 0;
+  l3MoveTo(buffer, buffer.byteIndex * 8 - wanted);
+  return 0;
 }
 
 // An entry is written under the name that it had in the trace, so that a failure tells which one did not fit.
@@ -191,8 +221,8 @@ int l3PutKept(L3Call& call, const L3Type& type, uint16_t line, const void* recor
     char name[kL3KeptName];
     L3Name frame;
     l3KeptName(*kept, name);
-    if (at == kL3KeptBehind) takePlaceOfPadding(call, *kept);
     int status = l3PushName(call, frame, name);
+    if (status >= 0 && at == kL3KeptBehind && kept->why == kL3KeptSurplus) status = goToStart(call, *kept);
     if (status >= 0) status = putBits(call, *kept);
     if (status < 0) return l3Fail(call, type.module->encoder, status, line);
     l3PopName(call);
@@ -200,23 +230,27 @@ int l3PutKept(L3Call& call, const L3Type& type, uint16_t line, const void* recor
   return 0;
 }
 
+// How many octets of padding a value takes that has grown: a block of a broadcast channel has a fixed size. The padding
+// stood behind `before` octets of the value, which begins at octet `start`.
+static size_t takenOf(const L3Kept& kept, const RtxBuffer& buffer, size_t start)
+{
+  size_t stood = start + kept.before, count = kept.bits / 8;
+  if (buffer.byteIndex <= stood) return 0;
+  return buffer.byteIndex - stood < count ? buffer.byteIndex - stood : count;
+}
+
 // What stood behind the value is written as it came; only padding is adapted to what the value has become.
 int l3PutKeptEnd(L3Call& call, const L3Type& type, const void* value, size_t start)
 {
   const L3Kept* kept = l3FirstKept(call.pctxt, value, &type, kL3KeptEnd);
   if (!kept) return 0;
-  takePlaceOfPadding(call, *kept);
-  if (kept->why != kL3KeptPadding) {
-    int status = putBits(call, *kept);
-    return status < 0 ? l3Fail(call, type.module->encoder, status, type.line) : 0;
+  int status = goToStart(call, *kept);
+  if (status >= 0 && kept->why == kL3KeptPadding) {
+    size_t taken = takenOf(*kept, call.pctxt->buffer, start);
+    status = l3EncOctets(call, kept->octets() + taken, kept->bits / 8 - taken);
+  } else if (status >= 0) {
+    status = putBits(call, *kept);
   }
-  // A block of a broadcast channel has a fixed size, so a record that has grown takes the place of padding. `stands` is
-  // where the padding began before, `grown` how many of its octets are taken now.
-  const RtxBuffer& buffer = call.pctxt->buffer;
-  size_t count = kept->bits / 8, stands = start + kept->before, grown = 0;
-  if (stands < buffer.byteIndex) grown = buffer.byteIndex - stands;
-  if (grown >= count) return 0;
-  int status = l3EncOctets(call, kept->octets() + grown, count - grown);
   return status < 0 ? l3Fail(call, type.module->encoder, status, type.line) : 0;
 }
 
@@ -235,12 +269,14 @@ int l3PutKeptEnd(L3Call& call, const L3Type& type, const void* value, size_t sta
 // The name is cut where its room ends: a caller may have given the element a fault of any length (velnor3gpp_keep).
 size_t l3KeptName(const L3Kept& kept, char (&name)[kL3KeptName])
 {
-  static const char* const kWords[] = {"unknown", "repeated", "out of turn", "unreadable", "surplus", "padding"};
+  static const char* const kWords[] = {"unknown", "repeated", "out of turn", "unreadable",
+                                       "surplus", "padding",  "unusual"};
   size_t at = append(name, sizeof name, 0, "%s", kWords[kept.why]);
   if (kept.ieiBits == 8) at = append(name, sizeof name, at, " 0x%02X", kept.iei);
   if (kept.ieiBits && kept.ieiBits != 8) at = append(name, sizeof name, at, " 0x%X", kept.iei);
   const char* element = nullptr;
-  if (kept.at == kL3KeptInstead) element = static_cast<const L3Row*>(kept.anchor)->name;
+  if (kept.at == kL3KeptInstead || kept.at == kL3KeptOver) element = static_cast<const L3Row*>(kept.anchor)->name;
+  if (kept.at == kL3KeptOverAll) element = "octets";
   if (element) at = append(name, sizeof name, at, " %.80s", element);
   if (kept.why != kL3KeptUnreadable) return at;
   at = append(name, sizeof name, at, ": %d", kept.status);

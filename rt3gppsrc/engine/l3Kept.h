@@ -20,6 +20,10 @@ enum L3KeptAt : uint8_t {
   kL3KeptInside,
   // Behind the whole value.
   kL3KeptEnd,
+  // Over what an encoder writes for the element of the row, behind its identifier.
+  kL3KeptOver,
+  // Over what an encoder writes for the whole value.
+  kL3KeptOverAll,
 };
 
 // Why it was not read. The words of l3KeptName stand in this order.
@@ -36,9 +40,11 @@ enum L3KeptWhy : uint8_t {
   kL3KeptSurplus,
   // Octets 2B behind everything.
   kL3KeptPadding,
+  // It was read, but holds bits that no member of the record holds.
+  kL3KeptUnusual,
 };
 
-// One entry; its octets stand behind it in the same block, and behind them the path, if there is one.
+// One entry; its octets stand behind it in the same block, then the regular ones, then the path, if there is one.
 struct L3Kept {
   L3Kept* next;
   // The value that the call decoded.
@@ -55,6 +61,8 @@ struct L3Kept {
   uint32_t bits;
   // kL3KeptEnd: the octets of the value before it.
   uint32_t before;
+  // kL3KeptOver, kL3KeptOverAll: how many octets an encoder writes by itself.
+  uint32_t regularCount;
   // Of the failure, or 0.
   int16_t status;
   // The identifier.
@@ -63,9 +71,12 @@ struct L3Kept {
   uint8_t ieiBits;
   L3KeptAt at;
   L3KeptWhy why;
+  // An encoder writes nothing by itself, since it refuses the value.
+  bool refused;
 
   uint8_t* octets() { return reinterpret_cast<uint8_t*>(this + 1); }
   const uint8_t* octets() const { return reinterpret_cast<const uint8_t*>(this + 1); }
+  const uint8_t* regular() const { return octets() + (bits + 7) / 8; }
 };
 
 // The entries of a context, in the order of the input.
@@ -89,6 +100,9 @@ struct L3KeptFacts {
   L3KeptWhy why;
   int status;
   const char* path;
+  // kL3KeptOver, kL3KeptOverAll: what an encoder writes by itself; null if it refuses the value.
+  const uint8_t* regular = nullptr;
+  size_t regularCount = 0;
 };
 
 // The context's list, or null if nothing has been kept.
@@ -131,11 +145,17 @@ inline bool l3HasKept(const RtxContext* pctxt)
 // Keeps the bits from `facts.position` to `end` and moves the cursor to `end`, with an entry in the bit trace for what
 // the cursor has not passed yet. Returns 0, or a status with the failure recorded.
 int l3Keep(L3Call& call, const L3Type& type, uint16_t line, const L3KeptFacts& facts, size_t end);
+// Keeps what stands behind a message or value that has no more elements, octets of whatever kind. Bits that fill the
+// last octet are part of it only if they differ from what an encoder would write there: padding behind rest octets,
+// else 0.
+int l3KeepRest(L3Call& call, const L3Type& type, const void* record, const void* anchor, L3KeptAt at, const L3End& end);
 // Adds an entry of `bits` bits that do not come from the cursor: octets that a caller brings for a record of its own,
 // or bits that a coder by hand has read in another place. Null without memory.
 L3Kept* l3AddKept(RtxContext* pctxt, const L3KeptFacts& facts, const uint8_t* octets, size_t bits);
 // Forgets what an earlier decoding into the same value kept. On entry the context has a list.
 void l3ForgetKept(RtxContext* pctxt, const void* root);
+// Forgets what stood over values.
+void l3DropUnusual(RtxContext* pctxt);
 // Follows entries of a list that has been moved: `octets` octets of records went from `from` to `to`.
 void l3MoveKept(RtxContext* pctxt, const void* from, size_t octets, const void* to);
 // The entry behind `after` (null: the first one) at this place of the record, or null. On entry the context has a list.
@@ -145,6 +165,26 @@ inline const L3Kept* l3FirstKept(const RtxContext* pctxt, const void* record, co
 {
   return l3HasKept(pctxt) ? l3NextKept(pctxt, nullptr, record, anchor, at) : nullptr;
 }
+// An element of a message that has been decoded from bit `start` on, behind its identifier, and has raised a doubt
+// (L3Call.doubtful): keeps its octets if an encoder would write others. Returns 0, or a status with the failure
+// recorded. The doubt is gone afterwards, unless nobody could tell.
+int l3KeepUnusual(L3Call& call, const L3Type& type, const L3Row& row, void* record, size_t start);
+// The same for a whole value.
+int l3KeepUnusualAll(L3Call& call, const L3Type& type, void* value, size_t start);
+// l3EncMember and l3EncType (with what stood behind the value) where something has been kept: they write the octets
+// that came, if nobody has changed the value.
+int l3EncMemberKept(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running);
+int l3EncTypeKept(L3Call& call, const L3Type& type, void* value);
+
+// Sets the doubts of what came before aside while an element is decoded.
+struct L3Doubt {
+  L3Call& call;
+  bool before;
+  explicit L3Doubt(L3Call& c) : call(c), before(c.doubtful) { call.doubtful = false; }
+  ~L3Doubt() { call.doubtful = call.doubtful || before; }
+  L3Doubt(const L3Doubt&) = delete;
+};
+
 // Writes what stood behind the whole value, which began at octet `start`. Padding is shortened by what the value has
 // grown.
 int l3PutKeptEnd(L3Call& call, const L3Type& type, const void* value, size_t start);

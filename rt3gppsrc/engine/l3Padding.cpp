@@ -149,8 +149,11 @@ int l3EncUnary(L3Call& call, const L3Unary& unary, uint8_t count)
 int l3PadRest(L3Call& call, const L3Type& type)
 {
   unsigned bits = static_cast<unsigned>(call.pctxt->buffer.bitOffset);
-  // What was kept behind this place goes where the padding stands now (takePlaceOfPadding).
-  call.padded = l3BitPos(call.pctxt);
+  // What was kept behind this place goes where the padding stands now (takePlaceOfPadding). Padding of a part may stand
+  // right in front.
+  size_t start = l3BitPos(call.pctxt);
+  if (call.padded == L3Call::kNotPadded || call.paddedEnd != start) call.padded = start;
+  call.paddedEnd = start + bits;
   if (call.inlined() && l3PutBits(call.pctxt->buffer, bits, l3PaddingAhead(call.pctxt, bits))) return 0;
   l3ToLists(call);
   // The low bits of 2B are the ones that belong at the end of an octet.

@@ -264,6 +264,7 @@ static void printRow(PrintWalk& walk, const L3Row& row, RtxPiece name, const uin
 {
   if (printKept(walk, record, &row, kL3KeptInstead)) return;
   printRow(walk, row, name, record);
+  printKept(walk, record, &row, kL3KeptOver);
   printKept(walk, record, &row, kL3KeptInside);
   printKept(walk, record, &row, kL3KeptBehind);
 }
@@ -315,6 +316,7 @@ int l3Print(RtxContext* pctxt, const L3Type& type, const char* name, const void*
     printType(walk, type, name ? RtxPiece(name) : kNoName, static_cast<const uint8_t*>(value));
   else
     printNull(walk, name);
+  printKept(walk, value, &type, kL3KeptOverAll);
   printKept(walk, value, &type, kL3KeptEnd);
   rtxSinkDone(walk.sink);
   return 0;

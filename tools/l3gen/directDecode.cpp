@@ -224,7 +224,8 @@ static void entry(DecodeWriter& w, const What& what, const Often& often, const s
   w.line("++" + n + ";");
 }
 
-// The head of the loop, by how the list ends. Behind `more-bit` the list also ends with the input.
+// The head of the loop, by how the list ends. Behind `more-bit` the list also ends with the input; an encoder would
+// write its last bit, so that the walk keeps what came.
 static std::string loopHead(DecodeWriter& w, const Often& often, const std::string& n)
 {
   switch (often.end) {
@@ -234,7 +235,8 @@ static std::string loopHead(DecodeWriter& w, const Often& often, const std::stri
       return format("while (static_cast<int64_t>(%s) < static_cast<int64_t>(%s) + %d) {", n.c_str(),
                     fieldOf(w.type, often.count.field).c_str(), often.count.bias);
     case kL3MoreBit:
-      return "while (pos >> 3 < in.octets) {\nif (!l3Take<1>(in, pos, end, w)) return kL3GaveUp;\nif (!w) break;";
+      return "for (;;) {\nif (pos >> 3 >= in.octets) {\nif (l3DirectKeeps(in)) return kL3GaveUp;\nbreak;\n}\n"
+             "if (!l3Take<1>(in, pos, end, w)) return kL3GaveUp;\nif (!w) break;";
     default:
       return "for (bool last" + n + " = false; !last" + n +
              ";) {\nif (!l3Take<1>(in, pos, end, w)) return kL3GaveUp;\nlast" + n + " = w != 0;";
@@ -265,11 +267,13 @@ static void list(DecodeWriter& w, const What& what, const Often& often, const st
 }
 
 // Reads a length and opens its region: `end` is drawn in, and the old one kept in outerN. A region that goes beyond the
-// one around it gives up.
+// one around it gives up, and one whose length an encoder would write in another way, if that is to be kept.
 static void length(DecodeWriter& w, const Row& row)
 {
   take(w, row.number);
-  if (row.words.count("zero-widens")) w.giveUpIf("!w && !l3Take<8>(in, pos, end, w)");
+  if (row.words.count("zero-widens")) w.giveUpIf("!w && (l3DirectKeeps(in) || !l3Take<8>(in, pos, end, w))");
+  bool cut = row.number == 16 && !row.countsBits && !row.words.count("full-length");
+  if (cut) w.giveUpIf("w > 255 && l3DirectKeeps(in)");
   if (row.range) w.giveUpIf(outside(*row.range, "w"));
   if (!row.member.empty()) w.line("l3Set(r." + row.member + ", w);");
   std::string bits = row.countsBits ? "w" : "w * 8";
@@ -338,9 +342,15 @@ static void conditional(DecodeWriter& w, const Row& row)
     w.line("}");
     w.maybeFrom(led);
   }
-  // The rest of the extension group: octets that a later edition has added are passed over.
-  if (row.extLast) w.line("while (!ext) {\nif (!l3Take<8>(in, pos, end, w)) return kL3GaveUp;\next = w >> 7;\n}");
-  w.line("}");
+  // The rest of the extension group: octets that a later edition has added are passed over, or kept by the walk.
+  if (row.extLast)
+    w.line("while (!ext) {\nif (l3DirectKeeps(in) || !l3Take<8>(in, pos, end, w)) return kL3GaveUp;\next = w >> 7;\n}");
+  // An encoder writes the bit also where a shorter element has none.
+  if (row.room && bit)
+    w.line(std::string("} else if (") + (row.cond.empty() ? "" : "pos >= end && ") +
+           "l3DirectKeeps(in)) {\nreturn kL3GaveUp;\n}");
+  else
+    w.line("}");
   if (!always) w.maybeFrom(before);
 }
 
@@ -391,8 +401,10 @@ static void closeLengths(DecodeWriter& w)
 {
   bool surplus = !readsAll(w.type);
   while (!w.regions.empty()) {
-    if (surplus) w.giveUpIf("pos != end && l3DirectKeeps(in)"); // what no row knows is to be kept
-    surplus = true;                                             // in the regions around the innermost
+    // Up to seven bits of 0 fill a region of whole octets.
+    bool filled = w.regions.back() == 0;
+    if (surplus) w.giveUpIf(filled ? "pos != end && l3DirectSurplus(in, pos, end)" : "pos != end && l3DirectKeeps(in)");
+    surplus = true; // in the regions around the innermost
     w.used = w.regions.back();
     w.regions.pop_back();
     w.line(format("l3Shut(pos, end, outer%zu);", w.regions.size()));
