@@ -90,7 +90,7 @@ static int lookForRecord(const velnor3gpp_Node* node, void* arg)
 // follows into a nameless record, since the engine looks it up by the record that the row belongs to.
 static const void* findAnchor(const L3Type& type, const uint8_t*& record, L3KeptAt at, const char* name)
 {
-  if (at == kL3KeptEnd) return &type;
+  if (at == kL3KeptEnd || at == kL3KeptOverAll) return &type;
   if (at == kL3KeptBehind && !*name && type.message) return type.message;
   for (unsigned i = 0; const L3Row* row = rowsOf(type, i); ++i) {
     const char* key = l3KeyOf(*row);
@@ -154,7 +154,8 @@ size_t keptInVain(const velnor3gpp_Session& session)
 // The name of the row that the element stands at, or "" where it is a message or everything that it stands behind.
 static const char* elementOf(const L3Kept& kept, const L3Type* type)
 {
-  bool named = kept.at != kL3KeptEnd && type && !isMessageOf(*type, kept.anchor);
+  bool whole = kept.at == kL3KeptEnd || kept.at == kL3KeptOverAll;
+  bool named = !whole && type && !isMessageOf(*type, kept.anchor);
   if (!named || !hasAnchor(*type, kept.anchor)) return "";
   const char* name = l3KeyOf(*static_cast<const L3Row*>(kept.anchor));
   return name ? name : "";
@@ -172,7 +173,7 @@ int velnor3gpp_kept(velnor3gpp_Session* session, size_t index, velnor3gpp_Kept* 
   memcpy(session->words, name, length + 1);
   velnor3gpp_Kept all = {};
   all.why = static_cast<velnor3gpp_KeptWhy>(kept->why);
-  all.at = static_cast<velnor3gpp_KeptAt>(kept->at);
+  all.at = kept->at == kL3KeptOverAll ? VELNOR3GPP_KEPT_OVER : static_cast<velnor3gpp_KeptAt>(kept->at);
   all.iei = kept->iei;
   all.ieiBits = kept->ieiBits;
   all.octet = kept->position / 8;
@@ -184,6 +185,9 @@ int velnor3gpp_kept(velnor3gpp_Session* session, size_t index, velnor3gpp_Kept* 
   all.path = session->toldPath;
   all.element = elementOf(*kept, session->toldType);
   all.fault = kept->path;
+  bool over = all.at == VELNOR3GPP_KEPT_OVER && !kept->refused;
+  all.regular = over ? kept->regular() : nullptr;
+  all.regularCount = over ? kept->regularCount : 0;
   return fillStruct(target, all);
 }
 
@@ -197,13 +201,14 @@ int velnor3gpp_keep(velnor3gpp_Session* session, const velnor3gpp_Kept* source)
   if (!hasRecord(*session)) return RTX_E_BAD_PARAMETER;
   if (all.bits > all.count * 8)
     return velnor3gpp_report(session, RTX_E_BAD_PARAMETER, all.path, "has more bits than its octets");
-  if (all.at > VELNOR3GPP_KEPT_END || all.why > VELNOR3GPP_KEPT_PADDING) return RTX_E_BAD_PARAMETER;
+  if (all.at > VELNOR3GPP_KEPT_OVER || all.why > VELNOR3GPP_KEPT_UNUSUAL) return RTX_E_BAD_PARAMETER;
   Search search = {nullptr, all.path, strlen(all.path), "", nullptr, nullptr, false};
   int status = velnor3gpp_visit(session, 0, lookForPath, &search);
   if (status < 0) return status;
   if (!search.type)
     return velnor3gpp_report(session, RTX_E_UNEXPECTED_ELEMENT, all.path, "is no element of this record");
   L3KeptAt at = static_cast<L3KeptAt>(all.at);
+  if (at == kL3KeptOver && !*all.element) at = kL3KeptOverAll;
   const uint8_t* record = search.record;
   const void* anchor = findAnchor(*search.type, record, at, all.element);
   if (!anchor && at == kL3KeptBehind && !*all.element && search.type->flags & kL3RestOctets) {
@@ -221,7 +226,9 @@ int velnor3gpp_keep(velnor3gpp_Session* session, const velnor3gpp_Kept* source)
                        at,
                        static_cast<L3KeptWhy>(all.why),
                        all.status,
-                       all.fault};
+                       all.fault,
+                       all.regular,
+                       all.regular ? all.regularCount : 0};
   L3Kept* kept = l3AddKept(&session->ctxt, facts, all.octets, all.bits ? all.bits : all.count * 8);
   if (!kept) return velnor3gpp_report(session, RTX_E_NO_MEMORY, "", "out of memory");
   // What the value counted when it was decoded is not in JSON; the octet at which the element stood is.
@@ -248,9 +255,13 @@ static size_t headOf(const L3Kept& kept)
   return count > 3 && static_cast<size_t>(octets[1] << 8 | octets[2]) + 3 == count ? 3 : 1;
 }
 
-// Overwrites the content of all kept elements with zeros, and leaves their framing so that they can be encoded.
+// Overwrites the content of all kept elements with zeros, and leaves their framing so that they can be encoded. What
+// stood over a value that is redacted now goes altogether.
 void hideKept(velnor3gpp_Session& session)
 {
+  l3DropUnusual(&session.ctxt);
+  session.told = nullptr;
+  session.toldRecord = nullptr;
   L3KeptList* list = l3KeptOf(&session.ctxt);
   for (L3Kept* kept = list ? list->first : nullptr; kept; kept = kept->next) {
     size_t head = headOf(*kept), count = (kept->bits + 7) / 8;

@@ -98,31 +98,35 @@ struct Reader {
     return true;
   }
 
-  // "path", "fault", "why", the place under its own name ({"behind":"pduSessionId"}), "iei" and "octets". Texts stay
-  // where they are in the reader's copy until the entry ends.
+  // "path", "fault", "why", the place under its own name ({"behind":"pduSessionId"}), "iei", "octets" and "regular".
+  // Texts stay where they are in the reader's copy until the entry ends.
   bool keptText(char* text, size_t count)
   {
     velnor3gpp_Kept& kept = entry.kept;
     if (isKey("path")) kept.path = text;
     if (isKey("fault")) kept.fault = text;
-    // A word that is none of the six leaves "unknown", which is 0.
-    for (unsigned why = 0; why <= VELNOR3GPP_KEPT_PADDING && isKey("why"); ++why)
+    // A word that is none of these leaves "unknown", which is 0.
+    for (unsigned why = 0; why <= VELNOR3GPP_KEPT_UNUSUAL && isKey("why"); ++why)
       if (strcmp(text, kJsonWhys[why]) == 0) kept.why = static_cast<velnor3gpp_KeptWhy>(why);
-    for (unsigned place = 0; place < VELNOR3GPP_KEPT_END; ++place)
-      if (isKey(kJsonPlaces[place])) {
+    for (unsigned place = 0; place <= VELNOR3GPP_KEPT_OVER; ++place)
+      if (place != VELNOR3GPP_KEPT_END && isKey(kJsonPlaces[place])) {
         kept.at = static_cast<velnor3gpp_KeptAt>(place);
         kept.element = text;
       }
-    bool iei = isKey("iei");
-    if (!iei && !isKey("octets")) return true;
+    bool iei = isKey("iei"), regular = isKey("regular");
+    if (!iei && !regular && !isKey("octets")) return true;
     size_t octets = count / 2;
     // An identifier of one digit, "a", is made "0a" in place; the parser's zero behind it makes room.
     if (iei && count == 1) text[1] = text[0], text[0] = '0', octets = 1;
     if ((count % 2 && !iei) || !jsonUnhex(text, octets))
-      return fail(RTX_E_BAD_HEX, "$.unknown.octets", "are no octets; write pairs of hexadecimal digits");
+      return fail(RTX_E_BAD_HEX, regular ? "$.unknown.regular" : "$.unknown.octets",
+                  "are no octets; write pairs of hexadecimal digits");
     if (iei && octets == 1) {
       kept.iei = static_cast<uint8_t>(text[0]);
       kept.ieiBits = count == 1 ? 4 : 8;
+    } else if (regular) {
+      kept.regular = reinterpret_cast<const uint8_t*>(text);
+      kept.regularCount = octets;
     } else if (!iei) {
       kept.octets = reinterpret_cast<const uint8_t*>(text);
       kept.count = octets;

@@ -181,7 +181,8 @@ static void signedNumber(JsonWriter& writer, int number)
   jsonNumber(writer, static_cast<uint64_t>(number < 0 ? -number : number));
 }
 
-// Where it stands: "behind", "instead" or "inside" with the element, or "end"; nothing: in front of all elements.
+// Where it stands: "behind", "instead", "inside" or "over" with the element, or "end"; nothing: in front of all
+// elements.
 static void writePlace(JsonWriter& writer, const velnor3gpp_Kept& kept)
 {
   if (kept.at == VELNOR3GPP_KEPT_END) {
@@ -217,6 +218,10 @@ static void writeKept(JsonWriter& writer, const velnor3gpp_Kept& kept)
   if (kept.bits != kept.count * 8) {
     name(writer, "bits");
     jsonNumber(writer, kept.bits);
+  }
+  if (kept.regular) {
+    name(writer, "regular");
+    jsonHex(writer, kept.regular, kept.regularCount);
   }
   // Only what could not be read has a status and the path of the failure inside it.
   if (kept.status) {

@@ -63,7 +63,8 @@ size_t jsonRestore(char* text, size_t count);
 bool jsonUnhex(char* text, size_t octets);
 
 // Words of kept elements, by VELNOR3GPP_KEPT_...
-inline constexpr const char* kJsonWhys[] = {"unknown", "repeated", "out of turn", "unreadable", "surplus", "padding"};
-inline constexpr const char* kJsonPlaces[] = {"behind", "instead", "inside", "end"};
+inline constexpr const char* kJsonWhys[] = {"unknown", "repeated", "out of turn", "unreadable",
+                                            "surplus", "padding",  "unusual"};
+inline constexpr const char* kJsonPlaces[] = {"behind", "instead", "inside", "end", "over"};
 
 #endif

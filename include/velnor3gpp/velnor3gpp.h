@@ -94,7 +94,7 @@ typedef struct {
 /** What can be set for a session. */
 typedef enum {
   VELNOR3GPP_OPTION_RELEASE = 0, /**< Release limit of radio capabilities, 0 none. */
-  VELNOR3GPP_OPTION_KEEP = 1,    /**< 1: elements that cannot be read are kept and come back on encoding. */
+  VELNOR3GPP_OPTION_KEEP = 1,    /**< 1: what a record does not hold is kept and comes back on encoding. */
   VELNOR3GPP_OPTION_STANDARD = 2 /**< 1: what differs from the public standard follows the standard (docs/quirks.md). */
 } velnor3gpp_Option;
 
@@ -136,7 +136,8 @@ typedef enum {
   VELNOR3GPP_KEPT_OUT_OF_TURN = 2, /**< Others that stand behind it have come. */
   VELNOR3GPP_KEPT_UNREADABLE = 3,  /**< It fails inside its own length. */
   VELNOR3GPP_KEPT_SURPLUS = 4,     /**< No element is known to be there. */
-  VELNOR3GPP_KEPT_PADDING = 5      /**< Octets 0x2B behind a message. */
+  VELNOR3GPP_KEPT_PADDING = 5,     /**< Octets 0x2B behind a message. */
+  VELNOR3GPP_KEPT_UNUSUAL = 6      /**< It was read, but holds bits that no member of the record holds. */
 } velnor3gpp_KeptWhy;
 
 /** Where a kept element stands in its record. */
@@ -144,7 +145,8 @@ typedef enum {
   VELNOR3GPP_KEPT_BEHIND = 0,  /**< Behind the element; without one, in front of all that have an identifier. */
   VELNOR3GPP_KEPT_INSTEAD = 1, /**< In place of the element. */
   VELNOR3GPP_KEPT_INSIDE = 2,  /**< At the end of what the length of this name counts. */
-  VELNOR3GPP_KEPT_END = 3      /**< Behind everything. */
+  VELNOR3GPP_KEPT_END = 3,     /**< Behind everything. */
+  VELNOR3GPP_KEPT_OVER = 4     /**< Over what is encoded for the element; without one, for the whole record. */
 } velnor3gpp_KeptAt;
 
 /** An element that was kept. Texts and octets are valid until the next call for the session. */
@@ -163,6 +165,9 @@ typedef struct {
   const char* path;       /**< Of the record it belongs to, as `velnor3gpp_nodePath` has it. */
   const char* element;    /**< The element of that record where it stands, or "". */
   const char* fault;      /**< The path inside it of what is wrong, or "". */
+  const uint8_t* regular; /**< VELNOR3GPP_KEPT_OVER: what an encoder writes by itself, behind the identifier as `octets`
+                               are. These stand over it for as long as it writes that. Null: it refuses the value. */
+  size_t regularCount;    /**< Octets of it. */
 } velnor3gpp_Kept;
 
 /** Something that a message or an input is not in order with. */

@@ -23,6 +23,30 @@ TEST(JsonKept, MessagesComeBackThroughTheirObject)
   }
 }
 
+// Bits that no member holds stand over what an encoder writes until the element is changed; then the record holds. What
+// else is kept still comes back.
+TEST(JsonKept, AChangedElementGoesOutAsItsRecordSays)
+{
+  JsonSession session;
+  velnor3gpp_setOption(session, VELNOR3GPP_OPTION_KEEP, 1);
+  ASSERT_EQ(session.decode(nullptr, octetsOfHex("7e004179000bfa09f1070102c3010203047a00020102"), VELNOR3GPP_UP), 0);
+  auto kept = sized<velnor3gpp_Kept>();
+  ASSERT_EQ(velnor3gpp_kept(session, 0, &kept), 0);
+  EXPECT_EQ(kept.at, VELNOR3GPP_KEPT_OVER);
+  EXPECT_STREQ(kept.text, "unusual mobileId");
+  EXPECT_STREQ(kept.element, "mobileId");
+  EXPECT_EQ(hexText(Octets(kept.regular, kept.regular + kept.regularCount)), "000BF209F1070102C301020304");
+  std::string object = session.json(), changed = object;
+  ASSERT_NE(object.find("\"over\":\"mobileId\""), std::string::npos) << object;
+  size_t at = changed.find("\"01020304\"");
+  ASSERT_NE(at, std::string::npos) << object;
+  changed[at + 8] = '5';
+  ASSERT_EQ(session.read(object), 0) << session.findings();
+  EXPECT_EQ(session.encoded(), "7E004179000BFA09F1070102C3010203047A00020102");
+  ASSERT_EQ(session.read(changed), 0) << session.findings();
+  EXPECT_EQ(session.encoded(), "7E004179000BF209F1070102C3010203057A00020102");
+}
+
 // Unknown octets may be anybody's name: they go as the rest does.
 TEST(JsonKept, RedactingEmptiesWhatIsKept)
 {
@@ -37,6 +61,11 @@ TEST(JsonKept, RedactingEmptiesWhatIsKept)
   ASSERT_EQ(velnor3gpp_redact(session), 0);
   ASSERT_EQ(velnor3gpp_kept(session, 0, &kept), 0);
   EXPECT_EQ(hexText(Octets(kept.octets, kept.octets + kept.count)), "7A0003000000");
+  // What stood over a value goes with it.
+  ASSERT_EQ(session.decode(nullptr, octetsOfHex("7e004179000bfa09f1070102c301020304"), VELNOR3GPP_UP), 0);
+  ASSERT_EQ(session.result().kept, 1U);
+  ASSERT_EQ(velnor3gpp_redact(session), 0);
+  EXPECT_EQ(session.result().kept, 0U);
 }
 
 static const char kRecord[] =
@@ -83,7 +112,7 @@ TEST(JsonKept, WordsOfKeptElementsHaveAnEnd)
   kept.fault = fault.c_str();
   kept.octets = octets;
   kept.count = sizeof octets;
-  kept.why = static_cast<velnor3gpp_KeptWhy>(VELNOR3GPP_KEPT_PADDING + 1);
+  kept.why = static_cast<velnor3gpp_KeptWhy>(VELNOR3GPP_KEPT_UNUSUAL + 1);
   EXPECT_EQ(velnor3gpp_keep(session, &kept), RTX_E_BAD_PARAMETER);
   kept.why = VELNOR3GPP_KEPT_UNREADABLE;
   EXPECT_EQ(velnor3gpp_keep(session, &kept), 0) << session.findings();

@@ -402,12 +402,25 @@ static void takeNotes(View& view)
   });
 }
 
+// Octets that come back although no member says them. What was read of them has its lines, so they are a note to these.
+static void noteUnusual(View& view, const velnor3gpp_Kept& kept)
+{
+  std::string path = kept.path, text = kept.text;
+  if (!path.empty() && *kept.element) path += '.';
+  text += kept.regular ? ": an encoder would write " + octetText(kept.regular, kept.regularCount)
+                       : ": an encoder would refuse it";
+  view.notes.push_back({path + kept.element, text, false});
+}
+
 static void takeUnread(View& view)
 {
   velnor3gpp_Kept kept = {};
   kept.size = sizeof kept;
   for (size_t i = 0; velnor3gpp_kept(view.session, i, &kept) == 0; ++i)
-    view.unread.push_back({kept.octet * kOctetBits, kept.bits, kept.text});
+    if (kept.at == VELNOR3GPP_KEPT_OVER)
+      noteUnusual(view, kept);
+    else
+      view.unread.push_back({kept.octet * kOctetBits, kept.bits, kept.text});
   std::stable_sort(view.unread.begin(), view.unread.end(), [](auto& a, auto& b) { return a.bit < b.bit; });
 }
 

@@ -69,7 +69,13 @@ PAGE_CALL(tree) void tree()
   own.text += own.text == "[" ? "null,[" : ",[";
   velnor3gpp_Kept kept = {};
   kept.size = sizeof kept;
-  for (size_t i = 0; velnor3gpp_kept(own.session, i, &kept) == 0; ++i) own.text += (i ? "," : "") + keptMembers(kept);
+  const char* comma = "";
+  for (size_t i = 0; velnor3gpp_kept(own.session, i, &kept) == 0; ++i) {
+    // What was read has its fields already.
+    if (kept.at == VELNOR3GPP_KEPT_OVER) continue;
+    own.text += comma + keptMembers(kept);
+    comma = ",";
+  }
   own.text += "]]";
 }
 
@@ -87,8 +93,8 @@ static int findName(const velnor3gpp_Node* node, void* arg)
   return -1;
 }
 
-// The name of the value of the field whose path stands in the room; nothing if it has none, or if the field did not take
-// the value, because others tell it.
+// The name of the value of the field whose path stands in the room; nothing if it has none, or if the field did not
+// take the value, because others tell it.
 PAGE_CALL(nameAt) void nameAt(size_t count, uint32_t value)
 {
   Wanted wanted{roomText(count), value, ""};
