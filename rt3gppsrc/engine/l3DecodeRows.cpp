@@ -496,10 +496,10 @@ static const L3Row* takeRun(L3Call& call, const L3Row* row, const L3Row* end, ui
   L3End messageEnd = type.message ? l3InnermostEnd(call) : L3End{};
   walk.keeps = type.message && l3Keeps(call) && !l3KeepsNothing(call);
   walk.messageEnd = messageEnd;
-  // Rows behind an early return are never reached, so that their strings are cleared at once. Other records need only
-  // their presence bits cleared: each row writes its own member.
+  // Rows behind an early return are never reached, so that all of the record is cleared: presence, counts and pointers
+  // of all kinds are 0. Other records need only their presence bits cleared: each row writes its own member.
   if (type.flags & kL3EarlyReturn)
-    l3Init(type, record); // strings behind the return are never reached
+    memset(record, 0, type.size);
   else if (type.mOctets)
     memset(record, 0, type.mOctets);
   const L3Row* end = type.rows + type.rowCount;
