@@ -344,9 +344,10 @@ static int decTurnKeeping(L3Call& call, TailWalk& walk, size_t start, uint8_t ie
     if (entry.skip == kL3SkipLength || entry.skip == kL3SkipFixed) return skipKnown(call, walk, entry);
     bits = 0; // nothing is passed over (skipKnown), so that the identifier alone is kept
   }
-  // It leads behind the message. Where there are octets, they are passed over.
-  if (!framed && !position) call.doubtful = true;
-  if (!framed && !position) return decUnknown(call, walk, iei, half, active);
+  if (!framed && !position) {
+    call.doubtful = true; // it leads behind the message: octets that are there are passed over
+    return decUnknown(call, walk, iei, half, active);
+  }
   if (!position) return keepUnknown(call, walk, start, iei, half, active, bits);
   L3KeptFacts facts = factsOf(start, iei, half, kL3KeptOutOfTurn);
   if (!half) facts.iei = iei, facts.ieiBits = 8;

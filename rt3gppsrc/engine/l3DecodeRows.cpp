@@ -189,12 +189,12 @@ static int decLength(L3Call& call, RowWalk& walk, const L3Row& row)
   size_t start = l3BitPos(call.pctxt);
   size_t lead = info.fromOctet ? (8 - start % 8) % 8 : 0;
   size_t counted = (static_cast<size_t>(value) + info.bias) * info.unitBits;
-  // An encoder writes the low 8 bits of a length of 16 (l3EncClose), and begins what a length in octets counts with an
-  // octet (align).
-  bool cut = info.bits == 16 && !info.keepWhole && value > 255;
+  // An encoder writes the low 8 bits of a length of 16 (l3EncClose), begins what a length in octets counts with an
+  // octet (align), and cuts nothing off for a length of 0 (cutToLength).
+  bool low = info.bits == 16 && !info.keepWhole && value > 255;
   bool slanted = info.unitBits == 8 && info.bits % 8 && (start + lead) % 8;
-  bool nothing = walk.type.flags & kL3EndsAnywhere && !value; // a length of 0 cuts nothing off (cutToLength)
-  if (widened || cut || slanted || nothing) call.doubtful = true;
+  bool uncut = walk.type.flags & kL3EndsAnywhere && !value;
+  if (widened || low || slanted || uncut) call.doubtful = true;
   walk.ends[walk.regions] = start + lead + counted;
   walk.lengths[walk.regions] = &row;
   if (info.ranged && (value < info.lo || value > info.hi)) l3NoteRange(call, moduleOf(walk.type), row.line, value);
@@ -376,7 +376,10 @@ static int keepSurplus(L3Call& call, const RowWalk& walk, size_t end, uint16_t l
   // A region of octets that ends inside an octet belongs to a structure of bits; nothing is kept there, nor behind the
   // input.
   bool inside = static_cast<const L3Length*>(walk.lengths[walk.regions]->info)->unitBits == 8 && end % 8;
-  if (end > buffer.size * 8 || inside) return call.doubtful = true, 0;
+  if (end > buffer.size * 8 || inside) {
+    call.doubtful = true;
+    return 0;
+  }
   if (end - start < 8 &&
       !l3BitsAt(buffer.data, buffer.size, start / 8, start % 8, static_cast<unsigned>(end - start))) {
     // It does not where the length counts bits.

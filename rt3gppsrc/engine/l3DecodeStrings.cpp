@@ -190,8 +190,7 @@ void l3JoinLabels(char* text, size_t count)
 // name, which is written without a label.
 bool l3TextComesBack(const uint8_t* octets, size_t count, bool labels)
 {
-  if (memchr(octets, 0, count) && !labels) return false;
-  if (!labels) return true;
+  if (!labels) return !memchr(octets, 0, count);
   if (count == 1) return false;
   for (size_t at = 0; at < count;) {
     size_t label = octets[at++];

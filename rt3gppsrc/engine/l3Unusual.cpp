@@ -174,7 +174,8 @@ static int putOctets(L3Call& call, const Part& part, const L3Kept& kept)
 // Encodes a part for which there is an entry.
 static int encodeOver(L3Call& call, const Part& part, const L3Kept& kept, int& running)
 {
-  if (kept.refused && isRefused(call, part, kept)) return running = 0, putOctets(call, part, kept);
+  running = 0;
+  if (kept.refused && isRefused(call, part, kept)) return putOctets(call, part, kept);
   RtxBuffer& buffer = call.pctxt->buffer;
   size_t start = buffer.byteIndex;
   bool whole = buffer.bitOffset == 8;
