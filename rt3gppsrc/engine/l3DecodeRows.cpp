@@ -298,11 +298,24 @@ static int decOrKeep(L3Call& call, RowWalk& walk, const L3Row& row, const L3End&
   return l3Keep(call, walk.type, row.line, facts, start + all);
 }
 
-// Decodes the content of an element that is there.
+// Can the element be kept if it cannot be read? It is asked first because most elements cannot: a number fails only
+// where its bits are not there.
+static bool canBeKept(const L3Row& row)
+{
+  if (row.op == kL3Record) return row.type->flags & kL3Framed;
+  return row.op == kL3Enumerated || row.op == kL3Octets || row.op == kL3Choice || row.op == kL3TextType;
+}
+
+// Decodes the content of an element that is there. In a message whose elements are kept, so is one that has raised a
+// doubt.
 static int decContent(L3Call& call, RowWalk& walk, const L3Row& row)
 {
-  if (walk.keeps) return decOrKeep(call, walk, row, walk.messageEnd);
-  return l3DecMember(call, walk.type, row, walk.record, walk.running);
+  if (!walk.keeps) return l3DecMember(call, walk.type, row, walk.record, walk.running);
+  if (canBeKept(row)) return decOrKeep(call, walk, row, walk.messageEnd);
+  L3Doubt doubt(call);
+  size_t start = l3BitPos(call.pctxt);
+  int status = l3DecMember(call, walk.type, row, walk.record, walk.running);
+  return status < 0 || !call.doubtful ? status : l3KeepUnusual(call, walk.type, row, walk.record, start);
 }
 
 // One row: is it there, its name, what leads it, its content, its presence bit.

@@ -477,6 +477,9 @@ enum L3TypeFlags : uint16_t {
   // Its length may cut it off at any row; what the region does not hold is 0 (the standard's form of radio
   // capabilities).
   kL3EndsAnywhere = 0x800,
+  // Where a value ends can be told although it cannot be read: it begins with a length, or always has the same bits and
+  // holds an enumeration.
+  kL3Framed = 0x1000,
 };
 
 // A protocol type.

@@ -107,9 +107,18 @@ static Row scalarRow(const Type& type)
 
 // L3TypeFlags. The last two say that a whole call may begin with the direct coder, without names and regions; of a type
 // by hand that is so if it is a form whose body has direct coders, or if its file tells what is plain.
+// Does it hold a value that a decoder can refuse?
+static bool hasEnumeration(const Type& type)
+{
+  if (type.kind == Kind::Enum) return true;
+  return std::any_of(type.rows.begin(), type.rows.end(),
+                     [](const Row& row) { return row.what.type && hasEnumeration(*row.what.type); });
+}
+
 static std::string typeFlags(const Type& type)
 {
   std::string flags = "0";
+  if (leadingLength(type) || (fixedBits(type) && hasEnumeration(type))) flags += " | kL3Framed";
   bool bare = type.kind == Kind::Bare || type.kind == Kind::Enum || type.kind == Kind::Names ||
               type.kind == Kind::Text || type.has("bare");
   bool text =
