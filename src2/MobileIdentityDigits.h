@@ -154,7 +154,7 @@ inline bool putIdentityDigits(L3Call& call, uint8_t identType, const char* digit
 inline size_t directDigits(const L3Source& in, size_t pos, uint8_t length, unsigned first, char* digits, size_t size)
 {
   bool good = length > 1 && unpackIdentity(in.data + (pos >> 3), length - 1U, first & 8, first >> 4, digits, size);
-  if (good && !isFilled(in.data, in.octets, pos >> 3, length - 1U, first & 8)) good = !l3DirectKeeps(in);
+  if (good && l3DirectKeeps(in)) good = isFilled(in.data, in.octets, pos >> 3, length - 1U, first & 8);
   return good ? pos + (length - 1U) * 8 : kL3GaveUp;
 }
 
