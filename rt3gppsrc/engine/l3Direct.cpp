@@ -450,7 +450,6 @@ void l3DirectCut(const L3Source& in, void** entries, size_t count, size_t capaci
 bool l3DirectSurplus(const L3Source& in, size_t pos, size_t end)
 {
   size_t left = end - pos;
-  if (!l3DirectKeeps(in)) return false;
   return left >= 8 || l3BitsAt(in.data, in.octets, pos >> 3, pos & 7, static_cast<unsigned>(left));
 }
 

@@ -75,9 +75,9 @@ void l3DirectCut(const L3Source& in, void** entries, size_t count, size_t capaci
 // Leaves the region that ends at `end` open behind a release group that ends with it (`!early-return`). `outer` is the
 // end of the region around it.
 size_t l3DirectLeave(const L3Source& in, size_t pos, size_t end, size_t outer);
-// Is there anything to keep between the cursor and the end of a region of whole octets, and does the caller want that?
-// What fills the last octet up is none (keepSurplus). On entry pos < end.
-bool l3DirectSurplus(const L3Source& in, size_t pos, size_t end);
+// Is there anything to keep between the cursor and the end of a region of whole octets? What fills the last octet up is
+// none (keepSurplus). On entry pos < end.
+[[gnu::cold]] bool l3DirectSurplus(const L3Source& in, size_t pos, size_t end);
 // Passes over an unknown element, whose identifier has been read; gives up if it asks for comprehension.
 size_t l3DirectUnknown(const L3Source& in, size_t pos, size_t end, unsigned iei, bool half);
 // Any field: those that straddle octets, or stand among the last of the buffer. Out of line, since it is seldom needed.

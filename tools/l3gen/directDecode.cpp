@@ -403,7 +403,8 @@ static void closeLengths(DecodeWriter& w)
   while (!w.regions.empty()) {
     // Up to seven bits of 0 fill a region of whole octets.
     bool filled = w.regions.back() == 0;
-    if (surplus) w.giveUpIf(filled ? "pos != end && l3DirectSurplus(in, pos, end)" : "pos != end && l3DirectKeeps(in)");
+    std::string kept = filled ? " && l3DirectSurplus(source, pos, end)" : "";
+    if (surplus) w.giveUpIf("pos != end && l3DirectKeeps(in)" + kept);
     surplus = true; // in the regions around the innermost
     w.used = w.regions.back();
     w.regions.pop_back();
