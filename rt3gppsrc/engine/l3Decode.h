@@ -52,7 +52,9 @@ int l3DecOptions(L3Call& call, const L3Type& type, uint8_t* record, const L3End&
 // Passes over unknown elements to the end of the region, reporting a failure at the line.
 int l3SkipTail(L3Call& call, const L3Type& type, bool shifts, uint16_t line);
 
-// The same where elements that cannot be read are kept (l3Kept.h).
+// The same where elements that cannot be read are kept (l3Kept.h); `end` is that of the message.
+int l3DecMemberKeeping(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record, int& running,
+                       const L3End& end);
 int l3KeepTail(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record);
 // Keeps what stands behind the whole value, which began at octet `start` of the buffer.
 int l3KeepEnd(L3Call& call, const L3Type& type, void* value, size_t start);

@@ -49,7 +49,15 @@ static int readIei(L3Call& call, const TailWalk& walk, uint8_t& iei, bool& half)
   return 0;
 }
 
-// Decodes an element whose turn it is and marks it present, and the extension group with it, if it belongs to one.
+// The element at a position is there, and the extension group with it, if it belongs to one. Its turn is over.
+static void take(TailWalk& walk, const L3Row& row, unsigned position)
+{
+  l3SetBit(walk.record, row.mBit);
+  if (row.groupBit != kL3NoBit) l3SetBit(walk.record, row.groupBit);
+  walk.order = position;
+}
+
+// Decodes an element whose turn it is.
 static int decOption(L3Call& call, TailWalk& walk, unsigned position)
 {
   const L3Row& row = walk.message.options[position - 1];
@@ -62,9 +70,7 @@ static int decOption(L3Call& call, TailWalk& walk, unsigned position)
   // A string that could not be read whole lets a record go on; an optional element ends the message with it.
   if (status >= 0 && running < 0) status = l3Fail(call, module, running, row.line);
   if (status < 0) return status;
-  l3SetBit(walk.record, row.mBit);
-  if (row.groupBit != kL3NoBit) l3SetBit(walk.record, row.groupBit);
-  walk.order = position;
+  take(walk, row, position);
   l3PopName(call);
   return 0;
 }
@@ -300,13 +306,10 @@ static int takeOrKeep(L3Call& call, TailWalk& walk, unsigned position, size_t st
   }
   walk.behind = &row;
   int status = 0;
-  if (probed == kL3NotTold) {
+  if (probed == kL3NotTold)
     status = decOption(call, walk, position);
-  } else {
-    l3SetBit(walk.record, row.mBit);
-    if (row.groupBit != kL3NoBit) l3SetBit(walk.record, row.groupBit);
-    walk.order = position;
-  }
+  else
+    take(walk, row, position);
   if (status < 0 || !call.doubtful) return status;
   return l3KeepUnusual(call, walk.type, row, walk.record, content);
 }

@@ -5,8 +5,9 @@
 //
 // The files, in the order in which a decoding meets them: l3Direct (the fast way for what is plainly right),
 // l3DecodeRows (the walk), l3DecodeParts and l3DecodeStrings (what a row can be), l3DecodeMessage (optional elements),
-// l3DecodePrimitives (fields), l3Call (names, regions, errors). Encoding mirrors it. l3Kept keeps what cannot be read;
-// l3Padding knows rest octets; l3Print, l3Init and l3Sample walk the same rows for their own ends.
+// l3DecodePrimitives (fields), l3Call (names, regions, errors). Encoding mirrors it. l3Kept keeps what cannot be read,
+// for l3DecodeKeeping and l3DecodeMessage; l3Unusual what was read and would come back otherwise. l3Padding knows rest
+// octets; l3Print, l3Init and l3Sample walk the same rows for their own ends.
 #ifndef VELNOR3GPP_L3_ENGINE_H
 #define VELNOR3GPP_L3_ENGINE_H
 
