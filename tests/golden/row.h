@@ -90,9 +90,16 @@ inline void decodeCut(Digest& digest, const L3TypeEntry& entry, const Octets& oc
     decodeInto(digest, entry, Octets(octets.begin(), octets.begin() + long(cut)));
 }
 
-// Each octet otherwise; the first of an element and the header of a form in every way.
+// Each octet otherwise; the first of an element and the header of a form in every way. What the first octet of an element
+// selects is read once more with bits that show where each value stands.
 inline void decodeChanged(Digest& digest, const L3TypeEntry& entry, Octets octets)
 {
+  for (unsigned first = 0; isElement(entry) && octets.size() > 2 && first < 256; ++first) {
+    Octets told(octets);
+    told[0] = uint8_t(first);
+    std::fill(told.begin() + 2, told.end(), uint8_t(0xA5));
+    decodeInto(digest, entry, told);
+  }
   for (size_t i = 0; i < octets.size() && i < 160; ++i) {
     uint8_t whole = octets[i];
     bool close = entry.type->flags & kL3IsPdu ? i < 4 : i < 1 && isElement(entry);
@@ -132,6 +139,21 @@ inline void decodeCounts(Digest& digest, const L3TypeEntry& entry, const Octets&
       longer.insert(longer.end(), 260, 1);
       decodeInto(digest, entry, longer);
     }
+}
+
+// An element whose length in front has bounds, as long as they allow and an octet longer or shorter than that.
+inline void decodeLengths(Digest& digest, const L3TypeEntry& entry)
+{
+  const L3Row* row = entry.type->rows.get();
+  if (!isElement(entry) || !entry.type->rowCount || row->op != kL3Length) return;
+  const L3Length& length = *static_cast<const L3Length*>(row->info);
+  if (!length.ranged || length.unitBits != 8 || length.bits % 8) return;
+  for (uint32_t value : {length.lo ? length.lo - 1 : 0, length.lo, length.hi, length.hi + 1}) {
+    if (value >> length.bits) continue;
+    Octets octets(value + length.bias + length.bits / 8);
+    for (unsigned i = 0; i < length.bits / 8; ++i) octets[i] = uint8_t(value >> (length.bits - 8 * (i + 1)));
+    decodeInto(digest, entry, octets);
+  }
 }
 
 // Counts and numbers at the ends of their ranges and beyond: what the encoder takes is decoded again.
@@ -174,6 +196,7 @@ inline std::string rowOf(const L3TypeEntry& entry)
     if (i == 1 || same) decodeCounts(digest, entry, octets[i]);
     if (i == 0) decodeTails(digest, entry, octets[i]);
   }
+  decodeLengths(digest, entry);
   encodeEdges(digest, entry);
   char text[64];
   snprintf(text, sizeof text, "\t%u/%u\t%016llX", digest.taken, digest.inputs, (unsigned long long)digest.hash);

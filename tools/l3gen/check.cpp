@@ -108,21 +108,36 @@ static void checkRange(const Row& row)
     refuse(row.place, format("%u to %u does not fit in %u bits", row.range->lo, row.range->hi, bits));
 }
 
-// A bit string with `max` lies in the record, and its count comes from a field. `n +1` of a field of 4 bits comes to 16
-// bits, so `M x bitstring by n +1 max 15` is refused: it would be cut. Tables of sizes are not looked into.
-static void checkBits(const Type& type, const Row& element)
+// The most that a field counts to, or nothing where no field counts or a table of sizes says what it means.
+static std::optional<int64_t> mostOf(const Type& type, const Count& count)
 {
-  const What& what = element.what;
-  if (what.kind != WhatKind::BitString || what.from != kL3ByField || !what.max || what.count.field.empty()) return;
-  std::string name = what.count.field;
+  if (count.field.empty() || !count.sizes.empty()) return {};
+  std::string name = count.field;
   const Row* field = findField(*holderOf(type, name), name);
   unsigned bits = field->mark == Mark::Length ? field->number : scalarOf(field->what)->bits;
   // With a minus the most is the constant itself, where the field is 0.
-  int64_t most = what.count.sign > 0 ? (1LL << bits) - 1 + what.count.bias : what.count.bias;
-  if (!what.count.sizes.empty()) return;
-  if (most > static_cast<int64_t>(what.max))
+  return count.sign > 0 ? (1LL << bits) - 1 + count.bias : count.bias;
+}
+
+// A bit string with `max` lies in the record, and its count comes from a field. `n +1` of a field of 4 bits comes to 16
+// bits, so `M x bitstring by n +1 max 15` is refused: it would be cut.
+static void checkBits(const Type& type, const Row& element)
+{
+  const What& what = element.what;
+  if (what.kind != WhatKind::BitString || what.from != kL3ByField || !what.max) return;
+  auto most = mostOf(type, what.count);
+  if (most && *most > static_cast<int64_t>(what.max))
     refuse(element.place,
-           format("'%s' counts up to %lld bits", what.count.field.c_str(), static_cast<long long>(most)));
+           format("'%s' counts up to %lld bits", what.count.field.c_str(), static_cast<long long>(*most)));
+}
+
+// `times n 0..16` is refused where `n` has 4 bits: no list has 16 entries, so one of the numbers must be wrong.
+static void checkMost(const Type& type, const Row& element)
+{
+  auto most = mostOf(type, element.often.count);
+  if (most && element.often.range && element.often.range->hi > *most)
+    refuse(element.place, format("'%s' counts no further than %lld", element.often.count.field.c_str(),
+                                 static_cast<long long>(*most)));
 }
 
 // What holds for a row of the record and for an alternative alike. The fields of an alternative are those that stand
@@ -142,6 +157,7 @@ static void checkElement(const Type& type, const Row& row, const Row& element)
   checkCount(type, row, what.count);
   if (element.argument) checkCount(type, row, *element.argument);
   checkBits(type, element);
+  checkMost(type, element);
 }
 
 // The enumeration whose members are all that a selecting field can be; null if the choice goes by something else or the
