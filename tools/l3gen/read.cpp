@@ -77,11 +77,13 @@ static std::string noFile(Words& w)
 }
 
 // What may stand on a block line besides its own columns: `by hand FILE` and its kin, `private`, `form F`. Each `i +=`
-// passes over the words behind the first one; what is none of these stays in the line.
+// passes over the words behind the first one; what is none of these stays in the line, and so does the name of the block,
+// which may be `form`.
 static void takeHand(Words& w, Type& type)
 {
-  std::vector<Word> kept;
-  for (size_t i = 0; i < w.list.size(); ++i) {
+  size_t behindName = std::min<size_t>(w.list.size(), 2);
+  std::vector<Word> kept(w.list.begin(), w.list.begin() + static_cast<ptrdiff_t>(behindName));
+  for (size_t i = behindName; i < w.list.size(); ++i) {
     auto word = [&](size_t k) { return i + k < w.list.size() ? w.list[i + k] : std::string(); };
     auto file = [&](size_t k) { return i + k < w.list.size() ? word(k) : noFile(w); };
     w.place.column = w.list[i].column;
@@ -179,7 +181,7 @@ static void readKind(Words& w, Type& type, const std::string& block)
     type.rows.push_back(row);
   } else if (block == "message") {
     type.kind = Kind::Message;
-    if (w.peek().starts_with("0x")) type.msgType = static_cast<int>(number(w.place, w.take("")));
+    if (w.peek().starts_with("0x")) type.msgType = static_cast<int>(messageType(w));
     if (w.accept("is")) {
       std::string name = checkedName(w.place, w.take("a name"));
       bareRow(w, type, name == "-" ? "" : name);

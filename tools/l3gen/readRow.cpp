@@ -121,11 +121,12 @@ static void readBehind(Words& w, Row& row)
 }
 
 // `... standard FORM` at the end of a line: how the public standard has it. Everything from that word on is removed, so
-// that the rest of the line reads like one without it. The search begins behind the first word, since a row may begin
-// with `standard` (readStandardRow).
+// that the rest of the line reads like one without it. The search begins behind the second word: the first may be `standard`
+// (readStandardRow), and so may the name behind it.
 Standard takeStandard(Words& w)
 {
-  auto at = std::find(w.list.begin() + 1, w.list.end(), "standard");
+  auto behindName = w.list.begin() + std::min<ptrdiff_t>(std::ssize(w.list), 2);
+  auto at = std::find(behindName, w.list.end(), "standard");
   if (at == w.list.end()) return {};
   Words form{w.place, {at + 1, w.list.end()}, w.end};
   w.list.erase(at, w.list.end());
@@ -233,7 +234,7 @@ Row readAlternative(Words& w, const What& parent)
     takeTitle(w, row.title, row.direction);
     // With one selecting field, or with `under`, there is no column for the discriminator.
     if (parent.fields.size() == 2 && !parent.underOnly) row.discriminator = number(w.place, w.take("a discriminator"));
-    row.msgType = number(w.place, w.take("a message type"));
+    row.msgType = messageType(w);
     row.name = checkedName(w.place, w.take("a name"));
     row.what = readWhat(w);
     row.inlined = w.accept("inline");

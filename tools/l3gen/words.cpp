@@ -87,4 +87,11 @@ unsigned bitCount(const Place& place, const std::string& text, unsigned most)
   return bits;
 }
 
+uint32_t messageType(Words& w)
+{
+  uint32_t value = number(w.place, w.take("a message type"));
+  if (value > 255) refuse(w.place, format("a message type has 8 bits: %u", value));
+  return value;
+}
+
 } // namespace l3gen
