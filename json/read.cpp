@@ -88,13 +88,13 @@ struct Reader {
   // Keys of an entry of "unknown" have up to seven characters.
   bool isKey(const char* name) const { return strcmp(entry.key, name) == 0; }
 
-  // "octet", "bits" and "status", whose sign Int has taken off.
+  // "octet" and "bits"; a "status" is negative, which Int sees to.
   bool keptNumber(uint64_t number)
   {
     if (number > UINT32_MAX) return fail(RTX_E_INVALID_FOR_TYPE, "$.unknown", "has a number that is too large");
+    if (isKey("status") && number) return fail(RTX_E_INVALID_FOR_TYPE, "$.unknown", "has a status above 0");
     if (isKey("octet")) entry.kept.octet = static_cast<size_t>(number);
     if (isKey("bits")) entry.kept.bits = static_cast<size_t>(number);
-    if (isKey("status")) entry.kept.status = -static_cast<int>(number & 0x7FFF);
     return true;
   }
 
@@ -246,9 +246,9 @@ struct Reader {
   // Int is called for negative numbers alone: a status of a kept element is one, no member of a record is.
   bool Int(int number)
   {
-    if (at == At::kept && isKey("status") && number > INT16_MIN)
-      return value(VELNOR3GPP_BUILD_NUMBER, nullptr, 0, uint64_t(-number));
-    return other("a negative number");
+    bool taken = at == At::kept && depth == 3 && isKey("status") && number >= INT16_MIN;
+    if (taken) entry.kept.status = number;
+    return taken || other("a negative number");
   }
   bool Uint(unsigned number) { return value(VELNOR3GPP_BUILD_NUMBER, nullptr, 0, number); }
   bool Int64(int64_t) { return other("a negative number"); }

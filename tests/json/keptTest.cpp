@@ -92,7 +92,8 @@ TEST(JsonKept, MistakesAreTold)
         R"([{"path":"data.IdentityRequest5G","octets":"8"}])", R"([{"path":"data.IdentityRequest5G","octets":"xy"}])",
         R"([{"path":"data.IdentityRequest5G","octets":"81","behind":"nothing"}])",
         R"([{"path":"data.IdentityRequest5G","octets":"81","bits":9}])",
-        R"([{"path":"data.IdentityRequest5G","octets":"81","octet":-1}])"}) {
+        R"([{"path":"data.IdentityRequest5G","octets":"81","octet":-1}])",
+        R"([{"path":"data.IdentityRequest5G","octets":"81","status":2}])"}) {
     JsonSession session;
     EXPECT_LT(session.read(std::string(kRecord) + wrong + "}"), 0) << wrong;
     EXPECT_NE(session.findings(), "") << wrong;
