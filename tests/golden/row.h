@@ -90,8 +90,8 @@ inline void decodeCut(Digest& digest, const L3TypeEntry& entry, const Octets& oc
     decodeInto(digest, entry, Octets(octets.begin(), octets.begin() + long(cut)));
 }
 
-// Each octet otherwise; the first of an element and the header of a form in every way. What the first octet of an element
-// selects is read once more with bits that show where each value stands.
+// Each octet otherwise; the first of an element and the header of a form in every way. What the first octet of an
+// element selects is read once more with bits that show where each value stands.
 inline void decodeChanged(Digest& digest, const L3TypeEntry& entry, Octets octets)
 {
   for (unsigned first = 0; isElement(entry) && octets.size() > 2 && first < 256; ++first) {

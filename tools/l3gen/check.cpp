@@ -207,6 +207,25 @@ static void checkBody(const What& what, bool gaps)
                                             : "the numbers of this body have gaps; !number-gaps says so");
 }
 
+// Two bodies of a form that go by the same field, the message and its rest octets: each message stands in both, under
+// one name and one number.
+static void checkTwin(const Type& type, const Row& row)
+{
+  const Row& first = *bodiesOf(type)[0];
+  if (&first == &row || first.what.fields != row.what.fields) return;
+  auto& messages = first.what.alternatives;
+  for (auto& message : row.what.alternatives) {
+    auto same = [&](const Row& other) {
+      return other.discriminator == message.discriminator && other.msgType == message.msgType &&
+             other.name == message.name && other.tag == message.tag;
+    };
+    if (std::none_of(messages.begin(), messages.end(), same))
+      refuse(message.place, format("'%s' has no such message", first.name.c_str()));
+  }
+  if (messages.size() != row.what.alternatives.size())
+    refuse(row.place, format("'%s' has other messages", first.name.c_str()));
+}
+
 // The choice or body that a row is. Only a pdu has a body, and nothing but another body may stand behind it.
 static void checkChoice(const Type& type, const Row& row)
 {
@@ -229,7 +248,10 @@ static void checkChoice(const Type& type, const Row& row)
     checkWords(alternative);
     checkElement(type, row, alternative);
   }
-  if (body) return checkBody(what, type.has("number-gaps"));
+  if (body) {
+    checkBody(what, type.has("number-gaps"));
+    return checkTwin(type, row);
+  }
   checkValues(what);
   checkEnumerated(type, what);
 }

@@ -77,8 +77,8 @@ static std::string noFile(Words& w)
 }
 
 // What may stand on a block line besides its own columns: `by hand FILE` and its kin, `private`, `form F`. Each `i +=`
-// passes over the words behind the first one; what is none of these stays in the line, and so does the name of the block,
-// which may be `form`.
+// passes over the words behind the first one; what is none of these stays in the line, and so does the name of the
+// block, which may be `form`.
 static void takeHand(Words& w, Type& type)
 {
   size_t behindName = std::min<size_t>(w.list.size(), 2);

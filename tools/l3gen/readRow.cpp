@@ -121,8 +121,8 @@ static void readBehind(Words& w, Row& row)
 }
 
 // `... standard FORM` at the end of a line: how the public standard has it. Everything from that word on is removed, so
-// that the rest of the line reads like one without it. The search begins behind the second word: the first may be `standard`
-// (readStandardRow), and so may the name behind it.
+// that the rest of the line reads like one without it. The search begins behind the second word: the first may be
+// `standard` (readStandardRow), and so may the name behind it.
 Standard takeStandard(Words& w)
 {
   auto behindName = w.list.begin() + std::min<ptrdiff_t>(std::ssize(w.list), 2);
