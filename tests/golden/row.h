@@ -108,6 +108,11 @@ inline void decodeChanged(Digest& digest, const L3TypeEntry& entry, Octets octet
       octets[i] = uint8_t(whole ^ change);
       decodeInto(digest, entry, octets);
     }
+    // An identifier of half an octet stays while its value changes.
+    for (unsigned change = 1; change < 16 && i < 40 && entry.type->message; ++change) {
+      octets[i] = uint8_t(whole ^ change);
+      decodeInto(digest, entry, octets);
+    }
     octets[i] = whole;
   }
 }
