@@ -68,7 +68,7 @@ std::vector<Term> condition(const Place& place, const std::string& text);
 // A width or another small count, from 1 to `most`.
 unsigned bitCount(const Place& place, const std::string& text, unsigned most);
 
-// A message type, of 8 bits at most (TS 24.007, 11.2.3.2.1).
+// A message type, of 8 bits at most (TS 24.007, 11.2.3.2).
 uint32_t messageType(Words& w);
 
 // readRow.cpp: one row.
