@@ -1,10 +1,10 @@
 #!/bin/sh
-# fuzz/run.sh [SECONDS [TARGET...]]: builds the fuzz targets and runs each for so many seconds (15), all or the named
+# fuzz/run.sh [SECONDS [TARGET...]]: builds the fuzz targets and runs each for so many seconds (10), all or the named
 # ones, then sums executions and findings. Ends with 1 if there are findings. They lie in build/fuzz-work/TARGET.
 set -eu
 top=$(cd "$(dirname "$0")/.." && pwd)
 . "$top/tools/need.sh"
-export VELNOR_FUZZ_SECONDS="${1:-15}"
+export VELNOR_FUZZ_SECONDS="${1:-10}"
 [ $# -eq 0 ] || shift
 
 needBuild
