@@ -170,6 +170,12 @@ class PageTest(unittest.TestCase):
         self.page.item("data.RegRequest5G.registrationType.forBit").find_element("css selector", ".value").click()
         self.assertEqual(self.page.octets(), REQUEST.replace("71", "79", 1) + "7a0003010203")
 
+    def test_octets_that_no_field_says_are_remarked(self):
+        self.page.open("#7e004179000bfa09f1070102c301020304")  # a GUTI with other spare bits
+        self.assertIn("unusual: an encoder would write 00 0b f2 09 f1", self.page.text("#findings"))
+        self.assertIn("unusual", self.page.item("data.RegRequest5G.mobileId").text)
+        self.assertNotIn("kept unread", self.page.text("#facts"))
+
     def test_a_value_that_cannot_be_is_refused_with_the_reason(self):
         page = self.page
         page.open("#7e005b01")

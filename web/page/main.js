@@ -141,6 +141,7 @@ function show(message) {
   if (!message.problem) message.summary ??= summaryOf(message);
   const decoded = !message.problem && message.summary.type !== "unknown" && engine.decode(message);
   const whole = decoded ? JSON.parse(engine.json()) : {};
+  whole.findings = [...whole.findings ?? [], ...unusualOf(whole)];
   const root = decoded ? engine.tree() : null;
   if (root) nameField(root);
   const given = message.octets ?? new Uint8Array();
@@ -149,7 +150,7 @@ function show(message) {
   state.map = new FieldMap(root, given.length);
   showAbout(message, whole, root);
   octets.show(read, state.map, changed ?? given, changed ? "changed" : "deciphered");
-  tree.show(root, whole.record, read, whole.findings ?? []);
+  tree.show(root, whole.record, read, whole.findings);
   byId("octetsTitle").textContent = hexOf(read) === hexOf(given) ? counted(given.length, "octet") : counted(given.length, "octet") + ", deciphered";
   byId("undo").hidden = !changed;
   state.texts = {};
@@ -157,9 +158,18 @@ function show(message) {
   light(false);
 }
 
+// Octets that no field says: what was read of them has its fields, so they are remarks on these.
+function unusualOf(whole) {
+  return (whole.unknown ?? []).filter(kept => kept.why === "unusual").map(({ path, over, octet, regular }) => ({
+    path: [path, over].filter(Boolean).join("."),
+    octet,
+    text: regular ? `unusual: an encoder would write ${hexOf(octetsOf(regular), " ")}` : "unusual: an encoder would refuse it",
+  }));
+}
+
 function showAbout(message, whole, root) {
   const summary = message.summary ?? {};
-  const unread = (whole.unknown ?? []).filter(kept => kept.why !== "padding").length;
+  const unread = (whole.unknown ?? []).filter(kept => !["padding", "unusual"].includes(kept.why)).length;
   const byTrial = !message.dir && summary.both && summary.check !== 1;
   byId("title").textContent = nameOf(message);
   const facts = [["place", state.messages.length > 1 || message.time ? message.place : ""], ["time", timeOf(message.time)], ["dir " + DIRECTIONS[summary.dir ?? 0], { 1: "up, from the mobile", 2: "down, to the mobile" }[summary.dir]?.concat(byTrial ? " (by trial)" : "")],
@@ -168,7 +178,7 @@ function showAbout(message, whole, root) {
     ["kept", unread ? `${counted(unread, "element")} kept unread` : ""],
     ["short", summary.missing ? `short by ${counted(summary.missing, "octet")}` : ""]];
   byId("facts").replaceChildren(...facts.filter(([, text]) => text).map(([kind, text]) => element("span", "fact " + kind, text)));
-  const findings = (whole.findings ?? []).map(finding => {
+  const findings = whole.findings.map(finding => {
     finding.shown = root && fieldAt(finding.path);
     const item = element("li", finding.fatal ? "bad" : "remark");
     const where = [finding.path, finding.octet === undefined ? "" : `octet ${finding.octet}`].filter(Boolean).join(", ");
