@@ -348,6 +348,7 @@ static void checkOrder(const Type& type, const Row& row, RowOrder& order)
   bool padded = type.kind == Kind::Record || type.kind == Kind::Message;
   if (row.mark == Mark::Padding && (!padded || type.restOctets || &row != &type.rows.back()))
     refuse(row.place, "padding ends an element or a message, and rest octets without saying so");
+  if (row.mark == Mark::Padding && order.open) refuse(row.place, "what a length counts is filled up with 0, not padding");
   // Whether a release group is there is told by the bits that are left, which only a length can count.
   if (row.mark == Mark::Release && !order.open) refuse(row.place, "a release group outside a length");
   if (row.mark == Mark::EndLength && !order.open) refuse(row.place, "'end-len' without a length");
