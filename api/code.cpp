@@ -35,15 +35,21 @@ static uint32_t& nextCount(velnor3gpp_Session& session, velnor3gpp_Direction dir
   return direction == VELNOR3GPP_DOWN ? session.keys.downlinkCount : session.keys.uplinkCount;
 }
 
-// Adds the lowest count that is not below the next one and ends in the bits that the message has: with 0x1FE as the
-// next one, sequence number 0xFF is 0x1FF, 0x03 is 0x203. With a window also the one before it, 0x103, if it lies no
-// farther behind than that: a message that was overtaken.
+// The lowest count that is not below the next one and ends in the bits that the message has: with 0x1FE as the next
+// one, sequence number 0xFF is 0x1FF, 0x03 is 0x203.
+static uint32_t lowestCount(uint32_t next, const Protection& p)
+{
+  uint32_t step = 1U << p.sequenceBits;
+  uint32_t count = (next & ~(step - 1)) | (p.sequence & (step - 1));
+  return count < next ? count + step : count; // the sequence number has begun again since
+}
+
+// Adds the lowest count, and with a window the one before it, 0x103 for 0x203, if it lies no farther behind than that:
+// a message that was overtaken.
 static void addAttempts(velnor3gpp_Session& session, Attempts& attempts, velnor3gpp_Direction direction)
 {
-  const Protection& p = session.protection;
-  uint32_t next = nextCount(session, direction), step = 1U << p.sequenceBits;
-  uint32_t count = (next & ~(step - 1)) | (p.sequence & (step - 1));
-  if (count < next) count += step; // the sequence number has begun again since
+  uint32_t next = nextCount(session, direction), step = 1U << session.protection.sequenceBits;
+  uint32_t count = lowestCount(next, session.protection);
   attempts.list[attempts.count++] = {direction, count};
   if (count >= step && count - step < next && next - (count - step) <= session.keys.window)
     attempts.list[attempts.count++] = {direction, count - step};
@@ -359,18 +365,41 @@ const RtxBitFieldList* positionsOf(velnor3gpp_Session& session)
   return session.slow.pBitFldList;
 }
 
-// Signs and ciphers under the count of the message that was decoded, so that it comes back as it was, or
-// the next one for a record that was built. The encoder takes no count away: a caller who sends the
-// message raises it by setting keys.
-static void lendForEncoding(velnor3gpp_Session& session)
+// Whether the record came from a protected message, whose count is known.
+static bool hasOwnCount(const velnor3gpp_Session& session)
 {
-  bool decoded = session.count && session.protection.present && session.check != VELNOR3GPP_NO_KEYS;
-  velnor3gpp_Direction direction = session.direction;
-  uint32_t count = decoded || !session.hasKeys ? session.nasCount : nextCount(session, direction);
+  return session.count && session.protection.present && session.check != VELNOR3GPP_NO_KEYS;
+}
+
+static int encodeUnder(velnor3gpp_Session& session, uint32_t nasCount)
+{
   if (!session.protection.present)
     session.protection.bearer = strcmp(typeOf(*session.known).fullName, "TS24501Msg_PDU") == 0;
-  setSecurity(session, {direction, count});
+  setSecurity(session, {session.direction, nasCount});
   session.ctxt.pSecurity = session.keep.pSecurity;
+  int status = rtxCtxtSetBufPtr(&session.ctxt, nullptr, 0);
+  return status < 0 ? status : l3Encode(&session.ctxt, typeOf(*session.known), session.record);
+}
+
+static size_t encodedCount(const RtxBuffer& buffer)
+{
+  return buffer.byteIndex + (buffer.bitOffset != 8);
+}
+
+// Signs and ciphers under the count of the message that was decoded, so that it comes back as it was. A record that was
+// built has a sequence number of its own, and a receiver takes the count that ends in it. Where the header is stands in
+// the octets, so such a record is encoded a second time if the next count ends in something else. The encoder takes no
+// count away: a caller who sends the message raises it by setting keys.
+static int encodeProtected(velnor3gpp_Session& session)
+{
+  if (hasOwnCount(session) || !session.hasKeys) return encodeUnder(session, session.nasCount);
+  uint32_t next = nextCount(session, session.direction);
+  int status = encodeUnder(session, next);
+  if (status < 0) return status;
+  Protection p = protectionOf(typeOf(*session.known), session.ctxt.buffer.data, encodedCount(session.ctxt.buffer));
+  if (!p.present) return status;
+  session.nasCount = lowestCount(next, p);
+  return session.nasCount == next ? status : encodeUnder(session, session.nasCount);
 }
 
 // The octets are in a buffer of the job's context and hold until the next encoding or message. Findings of decoding go.
@@ -385,14 +414,11 @@ int velnor3gpp_encode(velnor3gpp_Session* session, const uint8_t** octets, size_
   if (!hasRecord(*session)) return velnor3gpp_report(session, RTX_E_BAD_PARAMETER, "", "there is no record to encode");
   if (!session->known->encodes)
     return velnor3gpp_report(session, RTX_E_NOT_SUPPORTED, "", "the type has no encoder of its own");
-  lendForEncoding(*session);
   rtxCtxtClearFlag(&session->ctxt, RTX_OPENTAIL_FLAG); // of a message before, behind which nothing can be found
-  int status = rtxCtxtSetBufPtr(&session->ctxt, nullptr, 0);
-  if (status >= 0) status = l3Encode(&session->ctxt, typeOf(*session->known), session->record);
+  int status = encodeProtected(*session);
   session->status = statusOf(*session, status < 0 ? status : 0);
   if (session->status < 0) return session->status;
-  const RtxBuffer& buffer = session->ctxt.buffer;
-  *octets = buffer.data;
-  *count = buffer.byteIndex + (buffer.bitOffset != 8);
+  *octets = session->ctxt.buffer.data;
+  *count = encodedCount(session->ctxt.buffer);
   return 0;
 }

@@ -52,6 +52,17 @@ static void writeFrame(Run& run, const std::string& place, const uint8_t* octets
   complain(run.out, place + ": " + fault);
 }
 
+static void write(Run& run, const std::string& place, const uint8_t* octets, size_t count)
+{
+  if (run.capture) return writeFrame(run, place, octets, count);
+  if (run.options.binary) return run.target.write({reinterpret_cast<const char*>(octets), count});
+  std::string hex = plainHex(octets, count);
+  velnor3gpp_Result result = resultOf(run.session.get());
+  if (run.options.json)
+    hex = "{\"type\":" + jsonString(result.type ? factsOf(result.type).name : "") + ",\"octets\":\"" + hex + "\"}";
+  run.target.write(hex + "\n");
+}
+
 static void encodeOne(Run& run, const std::string& place, const std::string& text)
 {
   ++run.objects;
@@ -60,13 +71,8 @@ static void encodeOne(Run& run, const std::string& place, const std::string& tex
   size_t count = 0;
   if (checkMemory(velnor3gpp_fromJson(session, run.type, text.data(), text.size())) < 0) return refuse(run, place);
   if (checkMemory(velnor3gpp_encode(session, &octets, &count)) < 0) return refuse(run, place);
-  if (run.capture) return writeFrame(run, place, octets, count);
-  if (run.options.binary) return run.target.write({reinterpret_cast<const char*>(octets), count});
-  std::string hex = plainHex(octets, count);
-  velnor3gpp_Result result = resultOf(session);
-  if (run.options.json)
-    hex = "{\"type\":" + jsonString(result.type ? factsOf(result.type).name : "") + ",\"octets\":\"" + hex + "\"}";
-  run.target.write(hex + "\n");
+  write(run, place, octets, count);
+  noteEncoded(session, run.options.session);
 }
 
 static void encodeAll(Run& run)

@@ -113,6 +113,22 @@ void selectKeys(velnor3gpp_Session* session, const SessionOptions& options,
   giveKeys(session, *wanted);
 }
 
+void noteEncoded(velnor3gpp_Session* session, const SessionOptions& options)
+{
+  velnor3gpp_Keys keys = {};
+  keys.size = sizeof keys;
+  if (!options.current || options.current->count || velnor3gpp_getKeys(session, &keys) < 0) return;
+  velnor3gpp_Result result = resultOf(session);
+  uint32_t& next = result.direction == VELNOR3GPP_DOWN ? keys.downlinkCount : keys.uplinkCount;
+  int status = 0;
+  if (result.nasCount > next) {
+    next = result.nasCount;
+    status = velnor3gpp_setKeys(session, &keys);
+  }
+  explicit_bzero(&keys, sizeof keys);
+  checkMemory(status);
+}
+
 Session openSession(const SessionOptions& options)
 {
   velnor3gpp_Session* session = nullptr;

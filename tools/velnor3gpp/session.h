@@ -49,6 +49,8 @@ void setKeys(velnor3gpp_Session* session, const SessionOptions& options);
 // Sets the keys of a connection, null for none that a capture tells; the counts of the others stay with them.
 void selectKeys(velnor3gpp_Session* session, const SessionOptions& options,
                 const velnor3gpp_CaptureConnection* connection);
+// Raises the count of its direction to that of the message that was encoded, unless the key file has one for all.
+void noteEncoded(velnor3gpp_Session* session, const SessionOptions& options);
 // The type of --as, or null without one. Throws UsageError.
 const velnor3gpp_Type* typeOf(const SessionOptions& options);
 // Throws std::bad_alloc for RTX_E_NO_MEMORY. Returns the status.
