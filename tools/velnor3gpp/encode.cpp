@@ -78,16 +78,16 @@ static void encodeOne(Run& run, const std::string& place, const std::string& tex
 static void encodeAll(Run& run)
 {
   ObjectCutter cutter;
-  std::string last;
+  std::string last; // where the object begins
   auto take = [&](const std::string& place, std::string_view line, bool whole) {
-    last = place;
+    if (!cutter.isOpen()) last = place;
     bool blank = line.find_first_not_of(" \t\r") == std::string_view::npos;
     if (blank && !cutter.isOpen()) return;
     if (!whole || cutter.object().size() > VELNOR3GPP_JSON_MAX) throw UsageError(place + ": the object is too long");
     if (!cutter.isOpen() && line[line.find_first_not_of(" \t\r")] != '{')
       throw UsageError(place + ": no object of JSON; 'velnor3gpp template RegAccept' shows one");
     if (!cutter.add(line)) return;
-    encodeOne(run, place, cutter.object());
+    encodeOne(run, last, cutter.object());
     cutter.drop();
   };
   readLines(run.options.inputs, take, {});
@@ -119,7 +119,8 @@ void addEncode(Command& app, Program& program)
   Command command = newCommand(
       app, "encode", "Encode records that are given as JSON",
       {{"velnor3gpp template RegAccept | velnor3gpp encode", "a message made from a template"},
-       {"velnor3gpp decode --json 7e005b01 | sed s/91,/92,/ | velnor3gpp encode", "what decode wrote, edited"},
+       {"velnor3gpp decode --json 7e005b01 | sed 's/\"typeOfIdent\":1/\"typeOfIdent\":3/' | velnor3gpp encode",
+        "what decode wrote, edited"},
        {"velnor3gpp template NSSAI | velnor3gpp encode --as NSSAI", "an element by itself"}});
   auto options = std::make_shared<Options>();
   command.addOption("input", options->inputs, "files of JSON; without any, standard input");
