@@ -131,10 +131,12 @@ static void printJson(Run& run, const Message& message)
 }
 
 // The values of a message between TABs; without a message a line of none, so that lines stay together.
-static void printFields(Run& run, bool message)
+static void printFields(Run& run, const Message* message)
 {
   bool names = std::any_of(run.fields.begin(), run.fields.end(), asksForName);
   std::string_view json = message ? jsonOf(run, names ? VELNOR3GPP_NAMES : 0) : "{}";
+  std::string led;
+  if (message && !message->lead.empty()) json = led = "{" + message->lead + std::string(json.substr(1));
   for (size_t i = 0; i < run.fields.size(); ++i) {
     if (i) run.out.put('\t');
     run.out.write(findField(json, run.fields[i]));
@@ -159,7 +161,7 @@ static void printBadLine(Run& run, const BadLine& bad)
   ++run.counts.messages;
   ++run.counts.bad;
   ++run.counts.noMessage;
-  if (!run.fields.empty()) return printFields(run, false);
+  if (!run.fields.empty()) return printFields(run, nullptr);
   if (run.options.json)
     return run.out.write("{\"err\":{\"text\":" + jsonString(bad.place + ": " + bad.problem) + "}}\n");
   run.out.write(std::string(run.counts.messages > 1 ? "\n" : "") +
@@ -178,7 +180,7 @@ static void decodeOne(Run& run, const Message& message)
   Outcome outcome = outcomeOf(run.session.get());
   count(run.counts, outcome);
   if (!run.fields.empty())
-    printFields(run, true);
+    printFields(run, &message);
   else if (run.options.json)
     printJson(run, message);
   else

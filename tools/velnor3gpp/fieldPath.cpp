@@ -7,8 +7,9 @@
 
 #include "frame.h"
 
-static constexpr std::string_view kWhole[] = {"type",   "message",  "dir",        "octets", "status",
-                                              "record", "findings", "protection", "fields"};
+// Members of the object around the record. An element with one of these names is written record.NAME.
+static constexpr std::string_view kWhole[] = {"frame",  "time",   "type",    "message",  "dir",        "octets",
+                                              "status", "record", "unknown", "findings", "protection", "fields"};
 
 [[noreturn]] static void refuse(const std::string& text)
 {
@@ -32,6 +33,7 @@ static size_t readIndex(const std::string& text, size_t& at)
 FieldPath readFieldPath(const std::string& text)
 {
   FieldPath path;
+  if (text.starts_with('-')) refuse(text); // an option that has got behind --field
   for (size_t at = 0; at <= text.size();) {
     size_t end = std::min(text.find_first_of(".[", at), text.size());
     if (end == at) refuse(text);
