@@ -26,7 +26,7 @@ Option Option::check(std::string (*fault)(const std::string& word))
 
 Option Option::between(int least, int most)
 {
-  made->check(CLI::Range(least, most));
+  made->check(CLI::Range(least, most)); // in the help; numberFault comes first
   return *this;
 }
 
@@ -48,9 +48,16 @@ Option Command::addOption(const std::string& name, std::string& value, const std
   return Option(made->add_option(name, value, purpose));
 }
 
+static std::string numberFault(const std::string& word)
+{
+  bool digits = !word.empty() && word.find_first_not_of("0123456789") == std::string::npos;
+  if (!digits) return "'" + word + "' is no number; write a whole one, 0 or more";
+  return word.size() < 10 ? "" : word + " is too large";
+}
+
 Option Command::addOption(const std::string& name, unsigned& value, const std::string& purpose)
 {
-  return Option(made->add_option(name, value, purpose));
+  return Option(made->add_option(name, value, purpose)).check(numberFault);
 }
 
 Option Command::addOption(const std::string& name, std::vector<std::string>& values, const std::string& purpose)
@@ -157,6 +164,12 @@ static std::vector<std::string> optionNames(const CLI::App& command)
   return names;
 }
 
+static std::string helpOf(const CLI::App& app)
+{
+  const CLI::App& command = currentOf(app);
+  return " ('velnor3gpp " + (&command == &app ? "" : command.get_name() + " ") + "--help' explains)";
+}
+
 // The first word of the command line that nobody takes.
 static std::string extraFault(const CLI::App& app)
 {
@@ -164,10 +177,25 @@ static std::string extraFault(const CLI::App& app)
   std::vector<std::string> extras = command.remaining();
   if (extras.empty()) extras = app.remaining(true);
   std::string word = extras.empty() ? "" : extras.front();
-  std::string help = " ('velnor3gpp " + (&command == &app ? "" : command.get_name() + " ") + "--help' explains)";
+  std::string help = helpOf(app);
   if (word.rfind('-', 0) != 0) return "'" + word + "' is too much here" + help;
   std::string name = word.substr(0, word.find('='));
   return "no option '" + name + "'" + didYouMean(name, optionNames(command)) + help;
+}
+
+// The parser's own words, but for what people do most: an input or a value that is not there, an option twice.
+static std::string parseFault(const CLI::App& app, const CLI::ParseError& error)
+{
+  const CLI::App& command = currentOf(app);
+  if (&command == &app)
+    return app.remaining().empty() ? "no command; give one of " + commandList(app) : extraFault(app);
+  std::string text = error.what(), name = text.substr(0, text.find_first_of(": "));
+  const CLI::Option* option = command.get_option_no_throw(name);
+  if (option && error.get_name() == "RequiredError") text = "'" + name + "' is missing: " + option->get_description();
+  if (option && error.get_name() == "ArgumentMismatch")
+    text = option->results().size() > 1 ? name + " stands here twice; write it once"
+                                        : name + " has no value behind it: " + option->get_description();
+  return text + helpOf(app);
 }
 
 static int fail(Output& out, const std::string& text)
@@ -191,8 +219,7 @@ int CommandLine::run(Program& program, int argc, char** argv)
     return fail(program.out, extraFault(app));
   } catch (const CLI::ParseError& error) {
     std::ostringstream text, ignored;
-    if (error.get_exit_code() != 0)
-      return fail(program.out, std::string(error.what()) + " ('velnor3gpp --help' explains)");
+    if (error.get_exit_code() != 0) return fail(program.out, parseFault(app, error));
     app.exit(error, text, ignored);
     program.out.write(text.str());
   }
