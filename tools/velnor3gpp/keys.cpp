@@ -9,6 +9,7 @@
 
 #include "frame.h"
 #include "hex.h"
+#include "names.h"
 
 namespace {
 
@@ -55,8 +56,9 @@ static uint32_t readNumber(const Reader& reader, const Line& line, uint64_t high
 
 static uint32_t readAlgorithm(const Reader& reader, const Line& line)
 {
-  if (line.value == "0" || line.value == "null") return 0;
-  if (line.value == "2" || line.value == "aes") return 2;
+  std::string word = lower(line.value);
+  if (word == "0" || word == "null") return 0;
+  if (word == "2" || word == "aes") return 2;
   refuse(reader, line.name + " is 0 (null) or 2 (AES); others are not supported");
 }
 
@@ -164,13 +166,30 @@ static Keys& addSection(const Reader& reader, Keys& all, const std::string& term
   return section;
 }
 
+// Reads a line without what ends it. What gives no line, such as a device, must not fill the memory, and a line that
+// does not move leaves no copies of a key behind.
+static bool nextLine(std::istream& in, Reader& reader, std::string& text)
+{
+  static constexpr size_t kMost = 4096;
+  text.clear();
+  text.reserve(kMost);
+  ++reader.lineNumber;
+  int c = in.get();
+  if (c == EOF) return false;
+  for (; c != EOF && c != '\n'; c = in.get()) {
+    if (text.size() == kMost) refuse(reader, "the line is longer than 4,096 characters; this is no key file");
+    text += static_cast<char>(c);
+  }
+  if (reader.lineNumber == 1 && text.starts_with("\xEF\xBB\xBF")) text.erase(0, 3); // a byte order mark
+  return true;
+}
+
 // Reads up to the next section, which it returns, or to the end.
 static Keys* readSection(std::istream& in, const std::string& fileName, Keys& keys, Keys& all, size_t& lineNumber)
 {
   Reader reader{fileName, keys, lineNumber, {}};
   Keys* next = nullptr;
-  for (std::string text; !next && std::getline(in, text); wipe(text)) {
-    ++reader.lineNumber;
+  for (std::string text; !next && nextLine(in, reader, text); wipe(text)) {
     if (std::optional<std::string> terms = connectionIn(text)) {
       next = &addSection(reader, all, *terms);
       continue;
