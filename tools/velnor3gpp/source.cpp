@@ -33,6 +33,29 @@ static void refuseWide(const std::string& name, std::string_view start)
     throw UsageError(name + ": is text in UTF-16; write it in UTF-8 ('iconv -f UTF-16 -t UTF-8' does)");
 }
 
+// One read, as much as there is.
+static size_t readSome(const File& file, const std::string& name, char* room, size_t size)
+{
+  for (;;) {
+    ssize_t count = read(file.fd, room, size);
+    if (count >= 0) return static_cast<size_t>(count);
+    if (errno != EINTR) throw InputError(name + ": cannot be read: " + strerror(errno));
+  }
+}
+
+// The first read, and more where captures and text in UTF-16 begin so: a pipe may give their mark octet by octet.
+static size_t readStart(const File& file, const std::string& name, char* room, size_t size)
+{
+  static constexpr std::string_view kMarks = "\xA1\xD4\x4D\x0A\xFF\xFE";
+  size_t count = readSome(file, name, room, size);
+  while (count && count < 4 && kMarks.find(room[0]) != std::string_view::npos) {
+    size_t more = readSome(file, name, room + count, size - count);
+    if (!more) break;
+    count += more;
+  }
+  return count;
+}
+
 static void readAll(const File& file, const std::string& name, const TakeLine& take,
                     const std::function<void(size_t)>& progress, const TakeCapture& capture)
 {
@@ -40,12 +63,8 @@ static void readAll(const File& file, const std::string& name, const TakeLine& t
   std::unique_ptr<char[]> room(new char[kPiece]);
   LineCutter cutter(name, take);
   size_t done = 0;
-  for (;;) {
-    ssize_t count = read(file.fd, room.get(), kPiece);
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) throw InputError(name + ": cannot be read: " + strerror(errno));
-    if (count == 0) break;
-    std::string_view piece(room.get(), static_cast<size_t>(count));
+  while (size_t count = (done ? readSome : readStart)(file, name, room.get(), kPiece)) {
+    std::string_view piece(room.get(), count);
     if (!done && capture && capture(name, file.fd, piece)) return;
     if (!done) refuseWide(name, piece);
     cutter.add(piece);
