@@ -1,9 +1,12 @@
 #include "filterRun.h"
 
+#include <algorithm>
 #include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
+
+#include "output.h"
 
 namespace {
 
@@ -55,9 +58,17 @@ void FilterRun::hand(size_t turn, std::string_view text, const FilterCounts& ans
   total.in += answered.in;
   total.bad += answered.bad;
   lock.unlock(); // nobody else writes before this turn is over
-  sink(text);
+  size_t taken = answered.in;
+  std::exception_ptr fault;
+  try {
+    sink(text);
+  } catch (const OutputError& error) { // whoever read has whole lines all the same
+    fault = std::current_exception();
+    taken = static_cast<size_t>(std::count(text.begin(), text.end() - static_cast<ptrdiff_t>(error.left), '\n'));
+  }
   lock.lock();
-  total.out += answered.in;
+  total.out += taken;
+  if (fault) std::rethrow_exception(fault);
 }
 
 void FilterRun::finish(size_t turn)

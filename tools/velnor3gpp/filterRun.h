@@ -14,7 +14,7 @@ class FilterRun {
 public:
   using Write = std::function<void(std::string_view text)>;
 
-  // `write` gets whole lines, in order, by one thread at a time.
+  // `write` gets whole lines, in order, by one thread at a time. It hands them on or throws OutputError.
   FilterRun(const FilterOptions& options, FilterInput& input, Write write);
   // Works to the end of the input, or until reading or writing fails.
   void run(unsigned workers);

@@ -25,40 +25,35 @@ Output::~Output()
   if (own && fd >= 0) ::close(fd);
 }
 
-void Output::fail(int error)
+void Output::fail(int error, size_t left)
 {
   used = 0; // a later flush must not try again
-  throw OutputError(called + ": cannot be written: " + strerror(error), error == EPIPE);
+  throw OutputError(called + ": cannot be written: " + strerror(error), error == EPIPE, left);
 }
 
 // The system may take a part of the octets, above all a pipe.
-static bool writeAll(int fd, const char* data, size_t count)
+void Output::hand(std::string_view text)
 {
-  while (count) {
-    ssize_t done = ::write(fd, data, count);
+  while (!text.empty()) {
+    ssize_t done = ::write(fd, text.data(), text.size());
     if (done < 0 && errno == EINTR) continue;
-    if (done < 0) return false;
-    data += done;
-    count -= static_cast<size_t>(done);
+    if (done < 0) fail(errno, text.size());
+    text.remove_prefix(static_cast<size_t>(done));
   }
-  return true;
 }
 
 void Output::flush()
 {
   size_t count = used;
   used = 0;
-  if (!writeAll(fd, buffer.get(), count)) fail(errno);
+  hand({buffer.get(), count});
 }
 
 void Output::write(std::string_view text)
 {
   if (text.empty()) return; // it may have no address to copy from
   if (text.size() > kRoom - used) flush();
-  if (text.size() > kRoom) {
-    if (!writeAll(fd, text.data(), text.size())) fail(errno);
-    return;
-  }
+  if (text.size() > kRoom) return hand(text);
   memcpy(buffer.get() + used, text.data(), text.size());
   used += text.size();
 }

@@ -12,7 +12,11 @@
 // Writing failed. It ends the program with kExitIo; without a word if the reader has closed the pipe.
 struct OutputError : std::runtime_error {
   bool quiet;
-  OutputError(const std::string& text, bool isQuiet) : std::runtime_error(text), quiet(isQuiet) {}
+  size_t left; // octets that the system did not take
+  OutputError(const std::string& text, bool isQuiet, size_t notTaken = 0)
+      : std::runtime_error(text), quiet(isQuiet), left(notTaken)
+  {
+  }
 };
 
 class Output {
@@ -35,7 +39,8 @@ public:
   bool isTerminal() const;
 
 private:
-  [[noreturn]] void fail(int error);
+  [[noreturn]] void fail(int error, size_t left = 0);
+  void hand(std::string_view text);
 
   int fd;
   bool own;
