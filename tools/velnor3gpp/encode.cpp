@@ -132,7 +132,10 @@ void addEncode(Command& app, Program& program)
   command.addFlag("--json", options->json, "an object of JSON for each message: type and octets");
   command
       .addOption("-o,--output", options->fileName,
-                 "write to this file; into a capture if it ends in .pcapng, .pcap or .cap")
+                 "write to this file, - for standard output; into a capture if it ends in .pcapng, .pcap or .cap")
       .valueName("FILE");
-  command.callback([&program, options] { program.code = encode(*options, program.out); });
+  command.callback([&program, options] {
+    if (options->fileName == "-") options->fileName.clear();
+    program.code = encode(*options, program.out);
+  });
 }
