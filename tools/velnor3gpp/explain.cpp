@@ -171,11 +171,20 @@ static void explainType(Output& out, const velnor3gpp_Type* type, bool json)
   for (const Use& use : uses) printUse(out, use);
 }
 
+// The words of a status without the marks where a finding has its parameters.
+static std::string statusWords(const char* text)
+{
+  std::string words = text;
+  for (const char* mark : {"%s", "%d"})
+    for (size_t at; (at = words.find(mark)) != std::string::npos;) words.replace(at, 2, "...");
+  return words;
+}
+
 static void explainStatus(Output& out, int status, bool json)
 {
   const char* text = velnor3gpp_statusText(status);
   if (status > 0 || (status < 0 && !text)) throw UsageError("no status " + std::to_string(status));
-  std::string words = status ? text : "in order";
+  std::string words = status ? statusWords(text) : "in order";
   if (json)
     out.write("{\"status\":" + std::to_string(status) + ",\"text\":" + jsonString(words) + "}\n");
   else
