@@ -13,6 +13,8 @@
 #include <stdarg.h>
 #include <stdio.h>
 
+#include "rt3gppsrc/engine/l3Kept.h"
+
 // What a record may take of the heap: without a bound, [{},{},{},...] of a few octets each would grow a list of records
 // of kilobytes each.
 static constexpr size_t kBudgetBase = 65536;
@@ -328,14 +330,43 @@ static void closeList(const Frame& frame)
     l3StoreList(member, frame.count, frame.entries);
 }
 
+static const char kMissing[] = "is missing; it is always there";
+
+// What could not be decoded may have been kept in place of a mandatory element of a message. It comes behind the record
+// (velnor3gpp_keep), so that only an encoder can tell whether the element is missing.
+static bool await(velnor3gpp_Session& session, const Frame& frame, const L3Row& row)
+{
+  Build& build = *session.build;
+  bool keeps = session.forms & RTX_FLAG_KEEP_ELEMENTS && frame.type->message && row.name;
+  if (!keeps || build.awaitedCount == kMaxAwaited) return false;
+  Awaited& awaited = build.awaited[build.awaitedCount++];
+  awaited.record = frame.at;
+  awaited.row = &row;
+  buildPath(build, awaited.path, sizeof awaited.path);
+  return true;
+}
+
+int reportAwaited(velnor3gpp_Session& session)
+{
+  const Build* build = session.build;
+  for (unsigned i = 0; build && i < build->awaitedCount; ++i) {
+    const Awaited& awaited = build->awaited[i];
+    if (!l3FirstKept(&session.ctxt, awaited.record, awaited.row, kL3KeptInstead))
+      return velnor3gpp_report(&session, RTX_E_MISSING_ELEMENT, awaited.path, kMissing);
+  }
+  return 0;
+}
+
 // A record is whole when it is closed: members that are always there have been named, and a choice has the alternative
 // that the members selecting it tell. An encoder goes by these members, and would follow the wrong pointers otherwise.
 static int closeRecord(velnor3gpp_Session& session, Frame& frame)
 {
-  if (const char* missing = missingMember(frame, session.forms & RTX_FLAG_KEEP_ELEMENTS)) {
-    frame.key = missing;
-    frame.keyLength = strlen(missing);
-    return buildFailed(session, RTX_E_MISSING_ELEMENT, "is missing; it is always there");
+  unsigned at = 0;
+  while (const L3Row* row = missingMember(frame, at)) {
+    frame.key = l3KeyOf(row->name ? *row : static_cast<const L3Choice*>(row->info)->alternatives[0].row);
+    frame.keyLength = strlen(frame.key);
+    if (!await(session, frame, *row)) return buildFailed(session, RTX_E_MISSING_ELEMENT, kMissing);
+    frame.key = nullptr;
   }
   const L3Row* choice = contradictedChoice(frame);
   if (!choice) return 0;

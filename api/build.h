@@ -40,6 +40,15 @@ struct Frame {
   const L3Row* taken;    // its alternative
 };
 
+// A mandatory element of a message that has not been named: octets may yet be kept in its place (velnor3gpp_keep).
+struct Awaited {
+  const uint8_t* record;
+  const L3Row* row;
+  char path[256];
+};
+
+inline constexpr unsigned kMaxAwaited = 16;
+
 // The state between two steps. Everything in front of `frames` is cleared when a record begins.
 struct Build {
   int status; // of the first mistake
@@ -52,7 +61,9 @@ struct Build {
   size_t budget; // octets that may still be allocated
   char prefix[64];
   const L3Facts* known;
+  unsigned awaitedCount;
   Frame frames[kMaxBuildDepth];
+  Awaited awaited[kMaxAwaited];
 };
 
 // What a key leads to in a record.
@@ -66,9 +77,8 @@ struct Member {
 
 // The member of the key among the rows and optional elements, looked for from `from` on; false if there is none.
 bool findMember(const L3Type& type, uint8_t* record, const char* key, size_t length, unsigned from, Member& member);
-// The first member that is always there and has not been seen, or null; `key` is its name. With `keeps` a mandatory
-// element in whose place octets may have been kept is not missing.
-const char* missingMember(const Frame& frame, bool keeps);
+// The next member that is always there and has not been seen, from `at` on, which moves behind it; null: no more.
+const L3Row* missingMember(const Frame& frame, unsigned& at);
 // The first choice whose alternative is not the one that its selecting members tell, or null.
 const L3Row* contradictedChoice(const Frame& frame);
 // Reports a mistake under the path that the frames make. Returns the status.

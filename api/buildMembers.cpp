@@ -1,7 +1,6 @@
 // Members of a record by their names, for build.cpp: which row a name leads to, which members are missing, which choice
 // contradicts its record, and what a wrong name may have meant. Reads the tables and the record, stores nothing.
 #include "api/build.h"
-#include "rt3gppsrc/engine/l3Kept.h"
 
 // Rows that are no elements: a length that no member keeps, the end of its region, the begin of a release group, a
 // tail, bits of the standard's form alone.
@@ -95,16 +94,13 @@ static bool mayBeLeftOut(const L3Type& type, const L3Row& row, const uint8_t* re
   return followsFromBody(type, row, record);
 }
 
-const char* missingMember(const Frame& frame, bool keeps)
+const L3Row* missingMember(const Frame& frame, unsigned& at)
 {
-  unsigned count = membersOf(*frame.type);
-  for (unsigned i = 0; i < count; ++i) {
+  for (unsigned count = membersOf(*frame.type); at < count;) {
+    unsigned i = at++;
     const L3Row& row = rowAt(*frame.type, i);
     if (frame.seen[i / 64] >> (i % 64) & 1 || mayBeLeftOut(*frame.type, row, frame.at)) continue;
-    // What could not be decoded may have been kept in place of a mandatory element; it comes with velnor3gpp_keep.
-    if (keeps && frame.type->message && l3LeadingLength(row)) continue;
-    if (row.name) return l3KeyOf(row);
-    if (row.op == kL3Choice) return l3KeyOf(static_cast<const L3Choice*>(row.info)->alternatives[0].row);
+    if (row.name || row.op == kL3Choice) return &row;
   }
   return nullptr;
 }

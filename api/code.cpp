@@ -414,6 +414,7 @@ int velnor3gpp_encode(velnor3gpp_Session* session, const uint8_t** octets, size_
   if (!hasRecord(*session)) return velnor3gpp_report(session, RTX_E_BAD_PARAMETER, "", "there is no record to encode");
   if (!session->known->encodes)
     return velnor3gpp_report(session, RTX_E_NOT_SUPPORTED, "", "the type has no encoder of its own");
+  if (int status = reportAwaited(*session); status < 0) return status;
   rtxCtxtClearFlag(&session->ctxt, RTX_OPENTAIL_FLAG); // of a message before, behind which nothing can be found
   int status = encodeProtected(*session);
   session->status = statusOf(*session, status < 0 ? status : 0);

@@ -103,6 +103,7 @@ void endJob(velnor3gpp_Session& session)
   session.reportCount = 0;
   session.told = nullptr;
   session.toldRecord = nullptr;
+  if (session.build) session.build->awaitedCount = 0;
   setForms(session.ctxt, session.forms);
 }
 

@@ -105,6 +105,9 @@ inline bool hasRecord(const velnor3gpp_Session& session)
 size_t keptCount(const velnor3gpp_Session& session);
 size_t keptInVain(const velnor3gpp_Session& session);
 void hideKept(velnor3gpp_Session& session);
+// Reports the first mandatory element of a record that was built which neither was named nor has octets kept in its
+// place. Returns 0 if there is none.
+int reportAwaited(velnor3gpp_Session& session);
 // Makes room for so many octets; what was there stays. Without memory it is as before: false.
 bool growRoom(velnor3gpp_Session& session, Room& room, size_t size);
 // Sets the flags for keeping elements and for the standard's forms.
