@@ -83,14 +83,15 @@ static void encodeAll(Run& run)
     if (!cutter.isOpen()) last = place;
     bool blank = line.find_first_not_of(" \t\r") == std::string_view::npos;
     if (blank && !cutter.isOpen()) return;
-    if (!whole || cutter.object().size() > VELNOR3GPP_JSON_MAX) throw UsageError(place + ": the object is too long");
+    if (!whole || cutter.object().size() > VELNOR3GPP_JSON_MAX)
+      throw UsageError(last + ": the object has more than 16 MiB, and so more than any message");
     if (!cutter.isOpen() && line[line.find_first_not_of(" \t\r")] != '{')
       throw UsageError(place + ": no object of JSON; 'velnor3gpp template RegAccept' shows one");
     if (!cutter.add(line)) return;
     encodeOne(run, last, cutter.object());
     cutter.drop();
   };
-  readLines(run.options.inputs, take, {});
+  readLines(run.options.inputs, take, {}, {}, VELNOR3GPP_JSON_MAX);
   if (cutter.isOpen()) throw UsageError(last + ": the object does not end");
 }
 

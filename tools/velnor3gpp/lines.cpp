@@ -11,7 +11,7 @@ void LineCutter::add(std::string_view piece)
     size_t end = piece.find('\n');
     std::string_view part = piece.substr(0, end);
     if (end == std::string_view::npos) return keep(part);
-    if (kept.empty() && !tooLong && part.size() <= kMostLine)
+    if (kept.empty() && !tooLong)
       tell(part);
     else {
       keep(part);
@@ -26,9 +26,10 @@ void LineCutter::finish()
   if (!kept.empty() || tooLong) tell(kept);
 }
 
+// What does not belong to the line, the mark before it and the CR behind it, has room for itself.
 void LineCutter::keep(std::string_view part)
 {
-  tooLong = tooLong || part.size() > kMostLine - kept.size();
+  tooLong = tooLong || part.size() > most + 4 - kept.size();
   if (!tooLong) kept += part;
 }
 
@@ -37,7 +38,7 @@ void LineCutter::tell(std::string_view line)
   ++number;
   if (number == 1 && line.substr(0, 3) == "\xEF\xBB\xBF") line.remove_prefix(3); // a byte order mark
   if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-  takeLine(fileName + ":" + std::to_string(number), line, !tooLong);
+  takeLine(fileName + ":" + std::to_string(number), line, !tooLong && line.size() <= most);
   kept.clear();
   tooLong = false;
 }

@@ -44,7 +44,11 @@ using TakeLine = std::function<void(const std::string& place, std::string_view l
 // Cuts octets into lines. A line lies in one piece of input, or is gathered from several.
 class LineCutter {
 public:
-  LineCutter(const std::string& name, const TakeLine& take) : fileName(name), takeLine(take) {}
+  // A line has `mostOctets` without what ends it and a byte order mark before it.
+  LineCutter(const std::string& name, const TakeLine& take, size_t mostOctets = kMostLine)
+      : fileName(name), takeLine(take), most(mostOctets)
+  {
+  }
 
   void add(std::string_view piece);
   // A last line need not end.
@@ -56,6 +60,7 @@ private:
 
   const std::string& fileName;
   const TakeLine& takeLine;
+  size_t most;
   std::string kept; // the beginning of a line that goes on
   bool tooLong = false;
   size_t number = 0;

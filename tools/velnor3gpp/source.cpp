@@ -57,11 +57,11 @@ static size_t readStart(const File& file, const std::string& name, char* room, s
 }
 
 static void readAll(const File& file, const std::string& name, const TakeLine& take,
-                    const std::function<void(size_t)>& progress, const TakeCapture& capture)
+                    const std::function<void(size_t)>& progress, const TakeCapture& capture, size_t most)
 {
   static constexpr size_t kPiece = 65536;
   std::unique_ptr<char[]> room(new char[kPiece]);
-  LineCutter cutter(name, take);
+  LineCutter cutter(name, take, most);
   size_t done = 0;
   while (size_t count = (done ? readSome : readStart)(file, name, room.get(), kPiece)) {
     std::string_view piece(room.get(), count);
@@ -75,15 +75,15 @@ static void readAll(const File& file, const std::string& name, const TakeLine& t
 }
 
 static void readInput(const std::string& input, const TakeLine& take, const std::function<void(size_t)>& progress,
-                      const TakeCapture& capture)
+                      const TakeCapture& capture, size_t most)
 {
-  if (input == "-") return readAll({STDIN_FILENO, false}, "standard input", take, progress, capture);
+  if (input == "-") return readAll({STDIN_FILENO, false}, "standard input", take, progress, capture, most);
   struct stat facts = {};
   if (stat(input.c_str(), &facts) == 0 && S_ISDIR(facts.st_mode))
     throw UsageError(input + ": is a directory; name a file in it");
   File file{open(input.c_str(), O_RDONLY | O_CLOEXEC), true};
   if (file.fd < 0) throw InputError(input + ": cannot be opened: " + strerror(errno));
-  readAll(file, input, take, progress, capture);
+  readAll(file, input, take, progress, capture, most);
 }
 
 static bool isFile(const std::string& input)
@@ -93,12 +93,12 @@ static bool isFile(const std::string& input)
 }
 
 void readLines(const std::vector<std::string>& inputs, const TakeLine& take,
-               const std::function<void(size_t)>& progress, const TakeCapture& capture)
+               const std::function<void(size_t)>& progress, const TakeCapture& capture, size_t most)
 {
-  if (inputs.empty()) return readInput("-", take, progress, capture);
+  if (inputs.empty()) return readInput("-", take, progress, capture, most);
   for (const std::string& input : inputs)
     if (!isFile(input)) throw UsageError("no file '" + input + "'");
-  for (const std::string& input : inputs) readInput(input, take, progress, capture);
+  for (const std::string& input : inputs) readInput(input, take, progress, capture, most);
 }
 
 // A word that is no octets is more often a mistyped file name than mistyped octets.

@@ -32,7 +32,8 @@ using TakeCapture = std::function<bool(const std::string& name, int descriptor, 
 // The same for any text: the lines, without what ends them. Lines that are too long come with `whole` false.
 void readLines(const std::vector<std::string>& inputs,
                const std::function<void(const std::string& place, std::string_view line, bool whole)>& take,
-               const std::function<void(size_t octets)>& progress, const TakeCapture& capture = {});
+               const std::function<void(size_t octets)>& progress, const TakeCapture& capture = {},
+               size_t most = kMostLine);
 
 // The fault with the line below it and a caret under the column. Of a long line the part around the column is shown;
 // what is no printing character stands as a dot.
