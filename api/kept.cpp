@@ -4,6 +4,8 @@
 // between the two is what this file does, by a walk over the record. Kept elements are on the job's heap.
 #include "rt3gppsrc/engine/l3Kept.h"
 
+#include <stdio.h>
+
 #include "api/place.h"
 #include "api/session.h"
 #include "rt3gppsrc/rt3gppCrypto.h"
@@ -125,12 +127,58 @@ static const L3Kept* nextKept(velnor3gpp_Session& session, size_t index)
   return session.told;
 }
 
+// The row of the messages in a form, or null.
+static const L3Row* bodyOf(const L3Type& form)
+{
+  for (const L3Row* row = form.rows; row < form.rows + form.rowCount; ++row)
+    if (row->op == kL3Body) return row;
+  return nullptr;
+}
+
+// The message in the session's form: its record and its path, "data.AttachComplete". The walk shows a message of one
+// element as that element, so that what stands behind it belongs to no node. False if there is none with content.
+static bool findMessage(const velnor3gpp_Session& session, Search& search)
+{
+  const L3BodyRow* message = messageOf(session);
+  if (!message || !message->type) return false;
+  const L3Row& row = *bodyOf(typeOf(*session.known));
+  search.type = message->type;
+  search.record =
+      static_cast<const uint8_t*>(l3BodyValue(*static_cast<const L3Body*>(row.info), *message, session.record));
+  snprintf(search.text, sizeof search.text, "%s.%s", l3KeyOf(row), message->name());
+  return search.record;
+}
+
+// A message of one element that nobody could read has no value, so that a source cannot name it ("data":{}): the path
+// of what was kept in its place does. Makes the message of that path in a form that has none. Returns 0 or
+// RTX_E_NO_MEMORY.
+static int makeMessage(velnor3gpp_Session& session, const char* path)
+{
+  const L3Type& form = typeOf(*session.known);
+  const L3Row* row = bodyOf(form);
+  if (!row || messageOf(session)) return 0;
+  size_t length = strlen(l3KeyOf(*row));
+  if (strncmp(path, l3KeyOf(*row), length) || path[length] != '.') return 0;
+  const L3Body& body = *static_cast<const L3Body*>(row->info);
+  for (const L3BodyRow* message = body.rows; message < body.rows + body.count; ++message) {
+    if (!message->type || strcmp(message->name(), path + length + 1)) continue;
+    size_t size = message->type->size;
+    void* value = rtxMemHeapAllocZ(&session.ctxt.pMemHeap, size ? size : 1);
+    if (!value) return velnor3gpp_report(&session, RTX_E_NO_MEMORY, "", "out of memory");
+    l3SetBody(form, session.record, *message, value);
+    return 0;
+  }
+  return 0;
+}
+
 // Finds path and type of the record, unless they are those of the element told before.
 static void findRecord(velnor3gpp_Session& session, const L3Kept& kept)
 {
   if (session.toldRecord == kept.record) return;
   Search search = {&kept, nullptr, 0, "", nullptr, nullptr, false};
   velnor3gpp_visit(&session, 0, lookForRecord, &search);
+  Search message = search;
+  if (!search.exact && findMessage(session, message) && message.record == kept.record) search = message;
   session.toldRecord = kept.record;
   session.toldType = search.type;
   memcpy(session.toldPath, search.text, sizeof session.toldPath);
@@ -205,12 +253,22 @@ int velnor3gpp_keep(velnor3gpp_Session* session, const velnor3gpp_Kept* source)
   Search search = {nullptr, all.path, strlen(all.path), "", nullptr, nullptr, false};
   int status = velnor3gpp_visit(session, 0, lookForPath, &search);
   if (status < 0) return status;
+  Search message = {};
+  if (!search.type && makeMessage(*session, all.path) < 0) return RTX_E_NO_MEMORY;
+  bool inMessage = findMessage(*session, message) && strcmp(message.text, all.path) == 0;
+  if (!search.type && inMessage) search = message;
   if (!search.type)
     return velnor3gpp_report(session, RTX_E_UNEXPECTED_ELEMENT, all.path, "is no element of this record");
   L3KeptAt at = static_cast<L3KeptAt>(all.at);
-  if (at == kL3KeptOver && !*all.element) at = kL3KeptOverAll;
+  // Over a record without an element's name is over all of it, but for a message of one element without a name.
+  bool single = inMessage && l3IsBare(*message.type);
+  if (at == kL3KeptOver && !*all.element && !single) at = kL3KeptOverAll;
   const uint8_t* record = search.record;
-  const void* anchor = findAnchor(*search.type, record, at, all.element);
+  const void* anchor = single && at == kL3KeptOver ? nullptr : findAnchor(*search.type, record, at, all.element);
+  if (!anchor && inMessage) {
+    record = message.record;
+    anchor = findAnchor(*message.type, record, at, all.element);
+  }
   if (!anchor && at == kL3KeptBehind && !*all.element && search.type->flags & kL3RestOctets) {
     // A message that is rest octets alone (system information 13): behind it everything ends, so the place is the end.
     at = kL3KeptEnd;
