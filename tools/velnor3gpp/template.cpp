@@ -28,15 +28,33 @@ static bool sampleInForm(velnor3gpp_Session* session, const velnor3gpp_TypeFacts
   return false;
 }
 
+// The standard's name of a message of the form, however its case is written; short names of types do as well.
+static std::string messageIn(const velnor3gpp_TypeFacts& form, const std::string& name)
+{
+  std::vector<std::string> known;
+  for (size_t i = 0; i < velnor3gpp_typeCount(); ++i) {
+    velnor3gpp_TypeFacts facts = factsOf(velnor3gpp_typeAt(i));
+    if (facts.use != VELNOR3GPP_MESSAGE || strcmp(facts.module, form.module) != 0) continue;
+    if (lower(facts.title) == lower(name) || lower(facts.shortName) == lower(name)) return facts.title;
+    known.push_back(facts.title);
+  }
+  throw UsageError(std::string("'") + form.name + "' has no message '" + name + "'" + didYouMean(name, known) +
+                   " ('velnor3gpp list --use message' shows all)");
+}
+
 static void makeSample(velnor3gpp_Session* session, const Options& options)
 {
   const velnor3gpp_Type* type = typeNamed(options.type);
   velnor3gpp_TypeFacts facts = factsOf(type);
+  if (facts.use != VELNOR3GPP_FORM && !options.message.empty())
+    throw UsageError("--message names one of a form's messages, and '" + options.type + "' is no form; leave it out");
   unsigned flags = options.full ? 0 : VELNOR3GPP_MINIMAL;
   bool whole = facts.use == VELNOR3GPP_MESSAGE && !options.body && *facts.title;
   if (whole && sampleInForm(session, facts, flags)) return;
   const char* message = options.message.empty() ? nullptr : options.message.c_str();
-  if (checkMemory(velnor3gpp_sample(session, type, message, flags)) < 0)
+  if (checkMemory(velnor3gpp_sample(session, type, message, flags)) == 0) return;
+  std::string named = messageIn(facts, options.message);
+  if (checkMemory(velnor3gpp_sample(session, type, named.c_str(), flags)) < 0)
     throw UsageError("'" + options.type + "' has no message '" + options.message + "'");
 }
 
