@@ -331,19 +331,21 @@ int velnor3gpp_decode(velnor3gpp_Session* session, const velnor3gpp_Type* type, 
   return decodeForm(*session, factsOf(type), direction);
 }
 
-// The message in the first body of the record's form.
+const L3Row* bodyOf(const L3Type& form)
+{
+  for (const L3Row* row = form.rows; row < form.rows + form.rowCount; ++row)
+    if (row->op == kL3Body) return row;
+  return nullptr;
+}
+
 const L3BodyRow* messageOf(const velnor3gpp_Session& session)
 {
-  if (!hasRecord(session)) return nullptr;
-  const L3Type& type = typeOf(*session.known);
-  for (const L3Row* row = type.rows; row < type.rows + type.rowCount; ++row) {
-    if (row->op != kL3Body) continue;
-    const L3Body& body = *static_cast<const L3Body*>(row->info);
-    uint64_t tag = l3Load(session.record + row->offset, 4);
-    for (const L3BodyRow* message = body.rows; message < body.rows + body.count; ++message)
-      if (message->tag == tag) return message;
-    return nullptr;
-  }
+  const L3Row* row = hasRecord(session) ? bodyOf(typeOf(*session.known)) : nullptr;
+  if (!row) return nullptr;
+  const L3Body& body = *static_cast<const L3Body*>(row->info);
+  uint64_t tag = l3Load(session.record + row->offset, 4);
+  for (const L3BodyRow* message = body.rows; message < body.rows + body.count; ++message)
+    if (message->tag == tag) return message;
   return nullptr;
 }
 
@@ -415,6 +417,10 @@ int velnor3gpp_encode(velnor3gpp_Session* session, const uint8_t** octets, size_
   if (!session->known->encodes)
     return velnor3gpp_report(session, RTX_E_NOT_SUPPORTED, "", "the type has no encoder of its own");
   if (int status = reportAwaited(*session); status < 0) return status;
+  const L3Row* body = bodyOf(typeOf(*session->known));
+  if (body && !messageOf(*session)) // the encoder could not tell which one it lacks, or where
+    return velnor3gpp_report(session, RTX_E_INVALID_CHOICE, l3KeyOf(*body),
+                             "holds no message; write one of the form's as its only member");
   rtxCtxtClearFlag(&session->ctxt, RTX_OPENTAIL_FLAG); // of a message before, behind which nothing can be found
   int status = encodeProtected(*session);
   session->status = statusOf(*session, status < 0 ? status : 0);

@@ -127,14 +127,6 @@ static const L3Kept* nextKept(velnor3gpp_Session& session, size_t index)
   return session.told;
 }
 
-// The row of the messages in a form, or null.
-static const L3Row* bodyOf(const L3Type& form)
-{
-  for (const L3Row* row = form.rows; row < form.rows + form.rowCount; ++row)
-    if (row->op == kL3Body) return row;
-  return nullptr;
-}
-
 // The message in the session's form: its record and its path, "data.AttachComplete". The walk shows a message of one
 // element as that element, so that what stands behind it belongs to no node. False if there is none with content.
 static bool findMessage(const velnor3gpp_Session& session, Search& search)

@@ -30,14 +30,6 @@ static void settleTags(const L3Type& type, uint8_t* record)
   }
 }
 
-// The first body of a form; a second one holds rest octets.
-static const L3Row* bodyOf(const L3Type& type)
-{
-  for (const L3Row* row = type.rows; row < type.rows + type.rowCount; ++row)
-    if (row->op == kL3Body) return row;
-  return nullptr;
-}
-
 // The message of this name, by the definition (RegReject5G) or by the standard ("Registration reject").
 static const L3BodyRow* messageNamed(const L3Body& body, const char* name)
 {

@@ -116,7 +116,9 @@ void setForms(RtxContext& ctxt, uint32_t forms);
 void endJob(velnor3gpp_Session& session);
 // A cleared record of the type on the job's heap, which becomes the session's; false without memory.
 bool makeRecord(velnor3gpp_Session& session, const L3Facts& known);
-// The message in the record of a form, or null.
+// The row of a form that holds its message (a second body holds rest octets), or null; the message in the session's
+// record, or null.
+const L3Row* bodyOf(const L3Type& form);
 const L3BodyRow* messageOf(const velnor3gpp_Session& session);
 // Gives the message its own direction, where nothing else has told it.
 void tellDirection(velnor3gpp_Session& session);
