@@ -4,6 +4,7 @@
 
 #include "rt3gppsrc/engine/l3Call.h"
 #include "tests/descriptors.h"
+#include "tests/fileText.h"
 #include "tests/messages.h"
 #include "tests/outcome.h"
 #include "velnor3gpp/rtxBitDecode.h"
@@ -240,12 +241,12 @@ TEST(Mended, ProtectedMessagesAreNotSignedInFiles)
       rtxErrReset(bench);
       bench->buffer = {};
       bench->buffer.bitOffset = 8;
-      std::string path = testing::TempDir() + "protected.bin";
+      Folder folder;
+      std::string path = folder + "/protected.bin";
       ASSERT_EQ(rtxStreamFileCreateWriter(bench, path.c_str()), 0);
       for (int i = 0; i < before; ++i) rtxEncBits(bench, 0, 8);
       EXPECT_EQ(l3FindType(name)->encode(bench, record.data()), RTX_E_NOT_SUPPORTED) << name << " behind " << before;
       EXPECT_LE(bench->buffer.byteIndex, bench->buffer.size);
-      std::remove(path.c_str());
     }
 }
 

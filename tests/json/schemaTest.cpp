@@ -2,6 +2,7 @@
 // valid by an independent validator, and changed ones are not.
 #include <gtest/gtest.h>
 
+#include "tests/fileText.h"
 #include "tests/json/session.h"
 
 namespace {
@@ -20,8 +21,8 @@ TEST(JsonSchema, HoldsForAllThatIsWritten)
   GTEST_SKIP() << "python3-jsonschema is not installed";
 #else
   JsonSession session;
-  const std::string folder = testing::TempDir(), schema = folder + "velnor.schema.json",
-                    lines = folder + "velnor.lines";
+  Folder folder;
+  const std::string schema = folder + "/schema.json", lines = folder + "/lines";
   std::ofstream(schema) << schemaOf(session, nullptr);
   std::ofstream out(lines);
   for (size_t i = 0; i < velnor3gpp_typeCount(); ++i) {

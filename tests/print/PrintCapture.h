@@ -3,7 +3,6 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdarg>
 #include <cstdio>
@@ -83,13 +82,12 @@ protected:
   }
   std::string viaFile(const Print& print)
   {
-    std::string name = testing::TempDir() + "print_via_file." + std::to_string(getpid());
+    Folder folder;
+    std::string name = folder + "/print";
     FILE* file = fopen(name.c_str(), "w");
     printTo(rtxPrintStreamToFileCB, file, print);
     fclose(file);
-    std::string text = fileText(name);
-    std::remove(name.c_str());
-    return text;
+    return fileText(name);
   }
   static std::string viaStdout(const std::function<void()>& print)
   {

@@ -87,7 +87,8 @@ TEST_F(PrintStream, CutsAFullStringWithoutNotice)
 
 TEST_F(PrintStream, CopiesFilesInPieces)
 {
-  std::string name = testing::TempDir() + "print_file", first(1500, 'x');
+  Folder folder;
+  std::string name = folder + "/print", first(1500, 'x');
   std::ofstream(name) << first << "\nend";
   EXPECT_EQ(viaCallback([&](RtxContext* pctxt) { EXPECT_EQ(rtxPrintToStreamFile(pctxt, name.c_str()), 0); }),
             first + "\nend");
@@ -128,7 +129,8 @@ TEST_F(HexDump, LooksTheSameOnEveryTarget)
 TEST_F(HexDump, FillsFiles)
 {
   Texts texts = textsOf("dumps.txt");
-  std::string in = testing::TempDir() + "dump_in", out = testing::TempDir() + "dump_out", big(3000, 'A');
+  Folder folder;
+  std::string in = folder + "/in", out = folder + "/out", big(3000, 'A');
   EXPECT_EQ(rtxHexDumpToNamedFile(out.c_str(), kData, 1), 0);
   EXPECT_EQ(fileText(out), texts["1 octets by 1"]);
   EXPECT_EQ(rtxHexDumpToNamedFileNoAscii(out.c_str(), kData, 2), 0);

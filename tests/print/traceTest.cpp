@@ -43,7 +43,8 @@ protected:
   }
   std::string html(const char* varname = nullptr)
   {
-    std::string name = testing::TempDir() + testing::UnitTest::GetInstance()->current_test_info()->name();
+    Folder folder;
+    std::string name = folder + "/trace.html";
     rtxDiagBitTracePrintHTML(name.c_str(), list, varname);
     return fileText(name);
   }
@@ -86,7 +87,8 @@ TEST_F(BitTrace, HeadLinesAreCut)
 // Coding from a file shows the octets that passed.
 TEST_F(BitTrace, StreamsKeepTheirOctets)
 {
-  std::string name = testing::TempDir() + "trace_in";
+  Folder folder;
+  std::string name = folder + "/trace";
   std::ofstream(name, std::ios::binary).write(reinterpret_cast<const char*>(octets + 2), 4);
   rtxFreeContext(&ctxt);
   ASSERT_EQ(rtxInitContext(&ctxt), 0);

@@ -1,8 +1,6 @@
 // Encodes every sample into a file through a buffer that it does not fit into, behind so many octets and bits.
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include "tests/fileText.h"
 #include "tests/messages.h"
 #include "velnor3gpp/rtxBitEncode.h"
@@ -44,7 +42,8 @@ void checkFile(const L3TypeEntry& entry, size_t octets, bool bit, void* record, 
 
 TEST(Files, TakeWhatMemoryTakesOrRefuse)
 {
-  std::string path = testing::TempDir() + "encoded." + std::to_string(getpid());
+  Folder folder;
+  std::string path = folder + "/encoded";
   for (const TestMessage& message : takenSamples(3)) {
     if (!message.entry->encode || message.octets.empty()) continue;
     Decoding decoding(*message.entry, message.octets);
@@ -52,7 +51,6 @@ TEST(Files, TakeWhatMemoryTakesOrRefuse)
     for (size_t before : {0, 36, 42})
       for (bool bit : {false, true}) checkFile(*message.entry, before, bit, decoding.record.get(), path);
   }
-  std::remove(path.c_str());
 }
 
 } // namespace
