@@ -187,8 +187,22 @@ static void decodeOne(Run& run, const Message& message)
     printText(run, message, tried, outcome);
 }
 
+// What would change nothing in the output is a mistake, and is said before any message is read.
+static void checkForm(const Options& options)
+{
+  bool values = !options.fields.empty();
+  if (options.json + options.view + values > 1)
+    throw UsageError("--json, --view and --field each say how to print a message; give one of them");
+  if (!options.json && (options.names || options.positions))
+    throw UsageError(std::string(options.names ? "--names" : "--positions") + " adds to JSON; give --json, too");
+  if ((options.json || values) && (options.trace || options.reencode))
+    throw UsageError(std::string(options.trace ? "--trace" : "--reencode") + " prints text behind a record; leave out " +
+                     (values ? "--field" : "--json"));
+}
+
 static int decode(const Options& options, Output& out)
 {
+  checkForm(options);
   typeOf(options.session);
   Run run{options, out, openSession(options.session), styleFor(out, options.colour, options.depth), {}, {}};
   for (const std::string& path : options.fields) run.fields.push_back(readFieldPath(path));
