@@ -21,7 +21,8 @@ struct Search {
   char text[1024];
   const L3Type* type;
   const uint8_t* record;
-  bool exact; // the node is the one whose type has the anchor
+  bool exact;    // the node is the one whose type has the anchor
+  bool inLength; // it stands at the end of what a length counts
 };
 
 } // namespace
@@ -57,17 +58,26 @@ static bool hasAnchor(const L3Type& type, const void* anchor)
   return type.standard && hasAnchor(*type.standard, anchor);
 }
 
-// Visitor: the node under the path that a caller gave for a kept element.
+// Is the anchor the type's message, or one of its rows?
+static bool hasPlace(const L3Type& type, const void* anchor)
+{
+  return isMessageOf(type, anchor) || hasAnchor(type, anchor);
+}
+
+// Visitor: the node under the path that a caller gave for a kept element. Inside a length it can be an element of a
+// bare type, to which the length belongs.
 static int lookForPath(const velnor3gpp_Node* node, void* arg)
 {
   Search& search = *static_cast<Search*>(arg);
   const Place& place = placeOf(node);
-  if (node->step != VELNOR3GPP_ENTER || !place.record) return 0;
+  bool record = node->step == VELNOR3GPP_ENTER && place.record;
+  bool bare = node->step != VELNOR3GPP_LEAVE && place.bare && search.inLength;
+  if (!record && !bare) return 0;
   char path[1024];
   size_t length = velnor3gpp_nodePath(node, path, sizeof path);
   if (length != search.length || length >= sizeof path || memcmp(path, search.path, length) != 0) return 0;
-  search.type = place.type;
-  search.record = place.record;
+  search.type = bare ? place.bare : place.type;
+  search.record = bare ? place.value : place.record;
   return 0;
 }
 
@@ -77,10 +87,17 @@ static int lookForRecord(const velnor3gpp_Node* node, void* arg)
 {
   Search& search = *static_cast<Search*>(arg);
   const Place& place = placeOf(node);
-  if (node->step != VELNOR3GPP_ENTER || !place.record) return 0;
+  if (search.exact || node->step == VELNOR3GPP_LEAVE) return 0;
+  if (place.bare && place.value == search.kept->record && hasAnchor(*place.bare, search.kept->anchor)) {
+    search.exact = true;
+    search.type = place.bare;
+    velnor3gpp_nodePath(node, search.text, sizeof search.text);
+    return 0;
+  }
+  if (!place.record) return 0;
   uintptr_t offset = reinterpret_cast<uintptr_t>(search.kept->record) - reinterpret_cast<uintptr_t>(place.record);
-  if (search.exact || (offset >= place.type->size && offset)) return 0;
-  search.exact = isMessageOf(*place.type, search.kept->anchor) || hasAnchor(*place.type, search.kept->anchor);
+  if (offset >= place.type->size && offset) return 0;
+  search.exact = hasPlace(*place.type, search.kept->anchor);
   search.type = place.type;
   search.record = place.record;
   velnor3gpp_nodePath(node, search.text, sizeof search.text);
@@ -163,16 +180,19 @@ static int makeMessage(velnor3gpp_Session& session, const char* path)
   return 0;
 }
 
-// Finds path and type of the record, unless they are those of the element told before.
+// Finds path and type of the record, unless they are those of the element told before. A record and its first member
+// can begin in the same place.
 static void findRecord(velnor3gpp_Session& session, const L3Kept& kept)
 {
-  if (session.toldRecord == kept.record) return;
-  Search search = {&kept, nullptr, 0, "", nullptr, nullptr, false};
+  bool same = session.toldRecord == kept.record;
+  if (same && (!session.toldExact || hasPlace(*session.toldType, kept.anchor))) return;
+  Search search = {&kept, nullptr, 0, "", nullptr, nullptr, false, false};
   velnor3gpp_visit(&session, 0, lookForRecord, &search);
   Search message = search;
   if (!search.exact && findMessage(session, message) && message.record == kept.record) search = message;
   session.toldRecord = kept.record;
   session.toldType = search.type;
+  session.toldExact = search.exact;
   memcpy(session.toldPath, search.text, sizeof session.toldPath);
 }
 
@@ -242,7 +262,8 @@ int velnor3gpp_keep(velnor3gpp_Session* session, const velnor3gpp_Kept* source)
   if (all.bits > all.count * 8)
     return velnor3gpp_report(session, RTX_E_BAD_PARAMETER, all.path, "has more bits than its octets");
   if (all.at > VELNOR3GPP_KEPT_OVER || all.why > VELNOR3GPP_KEPT_UNUSUAL) return RTX_E_BAD_PARAMETER;
-  Search search = {nullptr, all.path, strlen(all.path), "", nullptr, nullptr, false};
+  L3KeptAt at = static_cast<L3KeptAt>(all.at);
+  Search search = {nullptr, all.path, strlen(all.path), "", nullptr, nullptr, false, at == kL3KeptInside};
   int status = velnor3gpp_visit(session, 0, lookForPath, &search);
   if (status < 0) return status;
   Search message = {};
@@ -251,12 +272,13 @@ int velnor3gpp_keep(velnor3gpp_Session* session, const velnor3gpp_Kept* source)
   if (!search.type && inMessage) search = message;
   if (!search.type)
     return velnor3gpp_report(session, RTX_E_UNEXPECTED_ELEMENT, all.path, "is no element of this record");
-  L3KeptAt at = static_cast<L3KeptAt>(all.at);
   // Over a record without an element's name is over all of it, but for a message of one element without a name.
   bool single = inMessage && l3IsBare(*message.type);
   if (at == kL3KeptOver && !*all.element && !single) at = kL3KeptOverAll;
   const uint8_t* record = search.record;
   const void* anchor = single && at == kL3KeptOver ? nullptr : findAnchor(*search.type, record, at, all.element);
+  // What stands behind or over everything is the named type's, also where its rows are those of the standard's form.
+  if (record == session->record && anchor == search.type) anchor = &typeOf(*session->known);
   if (!anchor && inMessage) {
     record = message.record;
     anchor = findAnchor(*message.type, record, at, all.element);

@@ -1,6 +1,6 @@
 // A node of the walk (visit.cpp) with what the library knows of it besides. Every node that a visitor gets is the first
 // member of a Place, so that code inside the library may look at the rest: redacting at `hidden` and `member`, kept
-// elements at `type` and `record`, positions at `pushed`. Callers of the library see the node alone. It lives during
+// elements at types and values, positions at `pushed`. Callers of the library see the node alone. It lives during
 // the visit.
 #ifndef VELNOR3GPP_API_PLACE_H
 #define VELNOR3GPP_API_PLACE_H
@@ -16,6 +16,8 @@ struct Place {
   uint8_t store;         // how many
   const L3Type* type;    // or null
   const uint8_t* record; // of a record
+  const L3Type* bare;    // the bare type that is told as this node, or null
+  const uint8_t* value;  // of the bare type
   bool hidden;           // it lies in something that tells of a person
 };
 

@@ -66,6 +66,7 @@ struct velnor3gpp_Session {
   size_t toldIndex;
   const void* toldRecord;
   const L3Type* toldType;
+  bool toldExact; // it has the place of the element
   char toldPath[1024];
 
   RtxContext slow; // of the decoding that lists positions; its trace is that of the job while `located` is set

@@ -30,6 +30,9 @@ struct Name {
   uint32_t index;
   NameKind kind;
   const L3Type* type = nullptr; // that has nothing but this element
+  // The bare type that is told as this element, with its length, and its value. Null: there is none.
+  const L3Type* bare = nullptr;
+  const uint8_t* value = nullptr;
 };
 
 // One walk. A negative answer of the visitor becomes `status` and ends it; a positive one to
@@ -88,6 +91,8 @@ static void begin(Place& place, const Place* parent, const Name& name, velnor3gp
   place.record = nullptr;
   place.store = 0;
   place.type = name.type;
+  place.bare = name.bare;
+  place.value = name.value;
 }
 
 // Hands a node to the visitor, with its position where they are asked for. The end of a record has none of its own.
@@ -330,7 +335,12 @@ static void visitMembers(Walk& walk, const Place* parent, const L3Type& type, co
 static void visitRecord(Walk& walk, const Place* parent, const L3Type& type, const Name& name, const uint8_t* record)
 {
   static constexpr Name kNone = {nullptr, nullptr, 0, 0, NameKind::none};
-  if (l3IsBare(type)) return visitMembers(walk, parent, type, ofType(name, type), record);
+  if (l3IsBare(type)) {
+    Name inside = ofType(name, type);
+    inside.bare = &type;
+    inside.value = record;
+    return visitMembers(walk, parent, type, inside, record);
+  }
   if (name.kind == NameKind::none) return visitMembers(walk, parent, type, kNone, record);
   Place place;
   begin(place, parent, ofType(name, type), VELNOR3GPP_RECORD);

@@ -6,6 +6,8 @@
 //
 //   49 06 1B ... 2B 2B    0100 10 01: pseudo length 18 and the fixed bits 01; 06 1B is system information type 3,
 //                         18 octets behind the length, then rest octets up to 23 in all
+#include <algorithm>
+
 #include "L3Descriptors.h"
 #include "rt3gppsrc/engine/l3Decode.h"
 #include "rt3gppsrc/engine/l3Encode.h"
@@ -64,7 +66,9 @@ int l3Dec_TS44018Msg_L2_PSEUDO_LEN_PDU(L3Call& call, const L3Type& type, void* v
   if (status < 0) return l3DecFailed(call, type, "l2PseudoLen", status);
   size_t start = l3BitPos(call.pctxt);
   status = decRows(call, type, kHeader, kRestOctets, value);
-  if (status >= 0) status = keepLength(call, type, value, (l3BitPos(call.pctxt) - start) / 8);
+  // A length inside the body that leads behind the end of the message has put the cursor there.
+  size_t end = std::min(l3BitPos(call.pctxt), call.pctxt->buffer.size * 8);
+  if (status >= 0) status = keepLength(call, type, value, (end - start) / 8);
   if (status < 0) return status;
   l3PopRegion(call);
   return decRows(call, type, kRestOctets, kRows, value);
