@@ -67,11 +67,19 @@ static int decTransId(L3Call& call, TS24008Msg_PDU& pdu)
   return endDecPart(call, l3_TS24008Msg_PDU_transId, "value", status);
 }
 
+// The encoder looks at the value under every discriminator (addsOctet), and a caller who wants octets back as they came
+// gets no octet of his own among them. Otherwise a decoder leaves alone what the message does not have: callers
+// initialise the record, or keep a value in it.
+static void clearTransId(TS24008Msg_PDU& pdu)
+{
+  pdu.l3HdrOpts.transId.value = 0;
+}
+
 // Header, up to the octet of the message type. A discriminator without a name fails with -4 in its own decoder.
 static int decHeader(L3Call& call, TS24008Msg_PDU& pdu)
 {
   L3Name frame;
-  pdu.l3HdrOpts.transId.value = 0; // the encoder looks at it under every discriminator (addsOctet)
+  if (l3Keeps(call)) clearTransId(pdu);
   l3PushName(call, frame, "l3HdrOpts");
   int status = l3DecNamed(call, kPdu, "skipInd", &pdu.l3HdrOpts.skipInd, 4, 1);
   if (status < 0) return status;
@@ -111,7 +119,7 @@ size_t l3DirectDec_TS24008Msg_PDU(const L3Source& in, size_t pos, size_t end, vo
   if ((pos & 7) || !l3TakeAt<8, 0>(in, pos, end, octet)) return kL3GaveUp;
   memset(&pdu.m, 0, sizeof pdu.m);
   pdu.protoDiscr = static_cast<TS24007L3_ProtoDiscr>(octet & 15);
-  pdu.l3HdrOpts.transId.value = 0;
+  if (l3DirectKeeps(in)) clearTransId(pdu);
   l3Set(pdu.l3HdrOpts.skipInd, octet >> 4);
   if (hasTransId(pdu.protoDiscr)) {
     l3Set(pdu.l3HdrOpts.transId.flag, octet >> 7);

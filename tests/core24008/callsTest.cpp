@@ -1,7 +1,8 @@
-// Strings of TS 24.008 and TS 24.501 whose size the caller tells, or that are too long for their elements. Every line
-// of calls.txt is one call; tests/calls.h says how to read it.
+// Strings of TS 24.008 and TS 24.501 whose size the caller tells, or that are too long for their elements, and what a
+// message leaves alone in a record. Every line of calls.txt is one call; tests/calls.h says how to read it.
 #include "tests/calls.h"
 #include "velnor3gpp/TS24008IES.h"
+#include "velnor3gpp/TS24008Msgs.h"
 #include "velnor3gpp/TS24501IES.h"
 
 namespace {
@@ -36,11 +37,21 @@ int fqdn(RtxContext* pctxt, size_t length)
   return NASEnc_TS24501IE_TrafficDescriptor(pctxt, &descriptor);
 }
 
+// The status, and the transaction identifier of a record that has had 9 before.
+std::string transIdBehind(RtxContext* pctxt)
+{
+  TS24008Msg_PDU pdu;
+  asn1Init_TS24008Msg_PDU(&pdu);
+  pdu.l3HdrOpts.transId.value = 9;
+  int status = NASDec_TS24008Msg_PDU(pctxt, &pdu);
+  return std::to_string(status) + " " + std::to_string(pdu.l3HdrOpts.transId.value);
+}
+
 TEST(Strings, CallsGiveWhatTheirLinesSay)
 {
-  calls::check("calls.txt",
-               {CALL(NASDec_TS24008IE_IMSI), CALL(NASDec_TS24008IE_IMEI), CALL(NASDec_TS24008IE_IMEISV),
-                CALL(NASEnc_TS24008IE_IMSI), CALL(NASEnc_TS24008IE_TBCDString), CALL(tbcd), CALL(gsm), CALL(fqdn)});
+  calls::check("calls.txt", {CALL(NASDec_TS24008IE_IMSI), CALL(NASDec_TS24008IE_IMEI), CALL(NASDec_TS24008IE_IMEISV),
+                             CALL(NASEnc_TS24008IE_IMSI), CALL(NASEnc_TS24008IE_TBCDString), CALL(tbcd), CALL(gsm),
+                             CALL(fqdn), CALL(transIdBehind)});
 }
 
 } // namespace
