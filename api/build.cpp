@@ -231,6 +231,7 @@ static int takeRecordMember(velnor3gpp_Session& session, Frame& frame, const cha
   if (own && frame.seen[member.index / 64] & bit)
     return buildFailed(session, RTX_E_DUPLICATE_ELEMENT,
                        member.choice ? "a second alternative of a choice stands here" : "stands here twice");
+  frame.key = l3KeyOf(*member.row);
   frame.seen[member.index / 64] |= bit;
   frame.next = member.index + 1;
   const L3Row& held = member.choice ? *member.choice : *member.row;
@@ -256,6 +257,7 @@ static int takeAlternative(velnor3gpp_Session& session, Frame& frame, const char
   for (unsigned i = 0; i < choice.count; ++i) {
     const L3Alternative& alternative = choice.alternatives[i];
     if (!isKey(alternative.row, key, length)) continue;
+    frame.key = l3KeyOf(alternative.row);
     if (choice.tagged)
       l3Store(frame.at + frame.row->offset, 4, alternative.tag);
     else if (choice.from == kL3SelectFields)
@@ -277,6 +279,7 @@ static int takeMessage(velnor3gpp_Session& session, Frame& frame, const char* ke
   const L3Body& body = *static_cast<const L3Body*>(frame.row->info);
   for (const L3BodyRow* row = body.rows; row < body.rows + body.count; ++row) {
     if (strncmp(row->name(), key, length) || row->name()[length]) continue;
+    frame.key = row->name();
     uint8_t* value = row->type ? static_cast<uint8_t*>(buildAlloc(session, row->type->size)) : nullptr;
     if (row->type && !value) return RTX_E_NO_MEMORY;
     l3SetBody(*frame.type, frame.at, *row, value);
@@ -299,7 +302,8 @@ static int takeChosen(velnor3gpp_Session& session, Frame& frame, const char* key
 }
 
 // A name. One with a `$` in it is not an element: "typeOfIdent$name", which writers of JSON put beside a number, is
-// passed over with its value.
+// passed over with its value. The caller's characters last for this call alone, so a name that is found is remembered
+// as the definition's constant.
 static int takeName(velnor3gpp_Session& session, const velnor3gpp_BuildEvent& event)
 {
   Build& build = *session.build;

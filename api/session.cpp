@@ -103,7 +103,8 @@ void endJob(velnor3gpp_Session& session)
   session.reportCount = 0;
   session.told = nullptr;
   session.toldRecord = nullptr;
-  if (session.build) session.build->awaitedCount = 0;
+  // What is half built lies on this heap: no step may go on with it.
+  if (session.build) session.build->known = nullptr, session.build->awaitedCount = 0;
   setForms(session.ctxt, session.forms);
 }
 

@@ -135,6 +135,55 @@ TEST(Facade, BuildingEndsWithAWholeRecordOfBoundedDepth)
   }
 }
 
+// What a step names is the caller's for that step alone, and a message that comes in between ends what is half built.
+TEST(Facade, BuildingHoldsNothingOfTheCallerAndEndsWithTheNextMessage)
+{
+  TestSession session;
+  auto event = sized<velnor3gpp_BuildEvent>();
+  auto step = [&](velnor3gpp_BuildStep kind, uint64_t number = 0) {
+    event.step = kind;
+    event.number = number;
+    return velnor3gpp_build(session, &event);
+  };
+  struct Case {
+    const char* type;
+    std::vector<std::string> names;
+    const char* path;
+  };
+  for (const Case& one : {Case{"TS24501IE_SNSSAI", {"sst"}, "sst"},
+                          Case{"TS24501Msg_PDU",
+                               {"data", "IdentityRequest5G", "identity", "typeOfIdent"},
+                               "data.IdentityRequest5G.identity.typeOfIdent"},
+                          Case{"TS24501IE_MobileIdentity", {"suci", "supiImsi"}, "suci.supiImsi"}}) {
+    event.type = velnor3gpp_typeByName(one.type, nullptr);
+    EXPECT_EQ(step(VELNOR3GPP_BUILD_BEGIN), 0);
+    for (std::string name : one.names) {
+      EXPECT_EQ(step(VELNOR3GPP_BUILD_OPEN), 0);
+      event.text = name.data();
+      event.count = name.size();
+      EXPECT_EQ(step(VELNOR3GPP_BUILD_MEMBER), 0) << name << session.findings();
+      name.assign(name.size(), '!');
+      event.text = nullptr;
+      event.count = 0;
+    }
+    EXPECT_LT(step(VELNOR3GPP_BUILD_OTHER), 0); // none of them can be that
+    EXPECT_NE(session.findings().find(std::string(" ") + one.path + ": "), std::string::npos) << session.findings();
+  }
+  event.type = velnor3gpp_typeByName("TS24501IE_SNSSAI", nullptr);
+  for (bool decoded : {true, false}) {
+    EXPECT_EQ(step(VELNOR3GPP_BUILD_BEGIN), 0);
+    EXPECT_EQ(step(VELNOR3GPP_BUILD_OPEN), 0);
+    if (decoded)
+      session.decode(nullptr, octetsOfHex("7E005B01"));
+    else
+      velnor3gpp_sample(session, event.type, nullptr, 0);
+    const std::string before = session.encoded();
+    EXPECT_EQ(step(VELNOR3GPP_BUILD_CLOSE), RTX_E_BAD_PARAMETER);
+    EXPECT_EQ(step(VELNOR3GPP_BUILD_END), RTX_E_BAD_PARAMETER);
+    EXPECT_EQ(session.encoded(), before);
+  }
+}
+
 // Redacted messages keep their shape, so that they are decoded like others.
 TEST(Facade, RedactingLeavesZeros)
 {
