@@ -467,6 +467,7 @@ static int takeStep(velnor3gpp_Session& session, const velnor3gpp_BuildEvent& ev
 int velnor3gpp_build(velnor3gpp_Session* session, const velnor3gpp_BuildEvent* event)
 {
   if (!session || !event) return RTX_E_NULL_POINTER;
+  if (!isSized(*event)) return RTX_E_BAD_PARAMETER;
   velnor3gpp_BuildEvent step = readStruct(event);
   if (step.step == VELNOR3GPP_BUILD_BEGIN) return begin(*session, step);
   if (step.step == VELNOR3GPP_BUILD_CLEAR) return endJob(*session), 0;

@@ -256,6 +256,7 @@ int velnor3gpp_kept(velnor3gpp_Session* session, size_t index, velnor3gpp_Kept* 
 int velnor3gpp_keep(velnor3gpp_Session* session, const velnor3gpp_Kept* source)
 {
   if (!session || !source) return RTX_E_NULL_POINTER;
+  if (!isSized(*source)) return RTX_E_BAD_PARAMETER;
   velnor3gpp_Kept all = readStruct(source);
   if (!all.path || !all.element || (!all.octets && all.count)) return RTX_E_NULL_POINTER;
   if (!hasRecord(*session)) return RTX_E_BAD_PARAMETER;

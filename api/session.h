@@ -132,14 +132,21 @@ const RtxBitFieldList* positionsOf(velnor3gpp_Session& session);
 void writePath(const char* elementPath, char* text, size_t room);
 // Structs of the interface begin with their size as the caller was compiled with it. Copies the members that both sides
 // know, so that older callers work with newer libraries and the other way round.
+// A size of nothing but itself is one that nobody has set: the caller would take what was in the struct before for an
+// answer, or zeros (null algorithms among them) would be taken for what the caller says.
+template <typename Struct> bool isSized(const Struct& given)
+{
+  return given.size > sizeof given.size;
+}
 template <typename Struct> int fillStruct(Struct* target, Struct value)
 {
   if (!target) return RTX_E_NULL_POINTER;
+  if (!isSized(*target)) return RTX_E_BAD_PARAMETER;
   value.size = target->size;
   memcpy(target, &value, value.size < sizeof value ? value.size : sizeof value);
   return 0;
 }
-// The same from the caller: members that an older one does not know are 0.
+// The same from the caller, who has set the size: members that an older one does not know are 0.
 template <typename Struct> Struct readStruct(const Struct* source)
 {
   Struct value = {};

@@ -149,6 +149,7 @@ static int readFrame(velnor3gpp_CaptureReader& reader)
 int velnor3gpp_captureNext(velnor3gpp_CaptureReader* reader, velnor3gpp_CaptureFrame* frame)
 {
   if (!reader || !frame) return RTX_E_NULL_POINTER;
+  if (!isSized(*frame)) return RTX_E_BAD_PARAMETER; // before a frame is used up
   if (reader->status < 0) return reader->status;
   int status = readFrame(*reader);
   if (status < 0) reader->status = status;

@@ -6,7 +6,8 @@
  * time; sessions know nothing of each other. Every failure is a status below 0 of rtxStatus.h; nothing is printed and
  * no process ends. Text and octets that a call hands out belong to the session and are valid until its next call,
  * unless the call says otherwise. Public structs begin with `size`: set it to sizeof of the struct before the call, and
- * a library that knows more or fewer members fills in only those that both know.
+ * a library that knows more or fewer members fills in only those that both know. A size that was left at 0 gives
+ * RTX_E_BAD_PARAMETER.
  */
 #ifndef VELNOR3GPP_VELNOR3GPP_H
 #define VELNOR3GPP_VELNOR3GPP_H
@@ -296,7 +297,8 @@ VELNOR_API int velnor3gpp_open(velnor3gpp_Session** session);
 /** Ends a session with all that it holds and wipes its keys. Null is allowed. */
 VELNOR_API void velnor3gpp_close(velnor3gpp_Session* session);
 /** Sets the keys of the session, which are copied; null takes them away. They stay until they are set again. Returns 0,
- *  RTX_E_NO_MEMORY, or RTX_E_NOT_SUPPORTED for another algorithm; the session then has no keys. */
+ *  RTX_E_NO_MEMORY, RTX_E_NOT_SUPPORTED for another algorithm, or RTX_E_BAD_PARAMETER for another bearer; the session
+ *  then has no keys. */
 VELNOR_API int velnor3gpp_setKeys(velnor3gpp_Session* session, const velnor3gpp_Keys* keys);
 /** Reads the keys back with the counts as they stand. Returns 0, or RTX_E_NO_SECURITY if there are none. */
 VELNOR_API int velnor3gpp_getKeys(const velnor3gpp_Session* session, velnor3gpp_Keys* keys);

@@ -350,6 +350,42 @@ TEST(Facade, KeysVerifyAndProtectAgain)
   EXPECT_GT(verified, 30U);
 }
 
+// Keys that nobody can have meant are refused: half of them would make every message forged, or prove nothing.
+TEST(Facade, KeysWithoutSizeOrBearerAreRefused)
+{
+  TestSession session;
+  const auto good = sized<velnor3gpp_Keys>();
+  for (auto [size, bearer] : {std::pair{size_t{0}, -1}, {sizeof(size_t), -1}, {good.size, 32}, {good.size, -2}}) {
+    EXPECT_EQ(velnor3gpp_setKeys(session, &good), 0);
+    velnor3gpp_Keys keys = good;
+    keys.size = size;
+    keys.bearer = bearer;
+    EXPECT_EQ(velnor3gpp_setKeys(session, &keys), RTX_E_BAD_PARAMETER);
+    keys.size = good.size;
+    EXPECT_EQ(velnor3gpp_getKeys(session, &keys), RTX_E_NO_SECURITY);
+  }
+}
+
+// A struct without its size gets no answer that its caller would take for one.
+TEST(Facade, StructsWithoutSizeAreRefused)
+{
+  TestSession session;
+  session.decode(nullptr, octetsOfHex("7E005E7A0003010203"), VELNOR3GPP_UP);
+  velnor3gpp_Result result = {};
+  velnor3gpp_TypeFacts facts = {};
+  velnor3gpp_BuildEvent event = {};
+  velnor3gpp_Kept kept = {};
+  EXPECT_EQ(velnor3gpp_result(session, &result), RTX_E_BAD_PARAMETER);
+  EXPECT_EQ(velnor3gpp_typeFacts(velnor3gpp_typeAt(0), &facts), RTX_E_BAD_PARAMETER);
+  EXPECT_EQ(velnor3gpp_build(session, &event), RTX_E_BAD_PARAMETER);
+  kept.path = kept.element = "";
+  EXPECT_EQ(velnor3gpp_keep(session, &kept), RTX_E_BAD_PARAMETER);
+  result.size = offsetof(velnor3gpp_Result, title); // as an older caller has it
+  EXPECT_EQ(velnor3gpp_result(session, &result), 0);
+  EXPECT_STREQ(result.message, "SecModeDone5G");
+  EXPECT_EQ(result.title, nullptr);
+}
+
 // A stream of messages of one connection: counts go on, across the sequence number's end too, and a late one is taken
 // within the window alone.
 TEST(Facade, CountsFollowTheMessages)
