@@ -13,7 +13,7 @@ SQLITE_EXTENSION_INIT1
 static const char kFields[] = R"(WITH m(j) AS MATERIALIZED (SELECT nas_json(?1, ?2, 1)),
 t AS MATERIALIZED (SELECT substr(replace(fullkey, '"', ''), 10) p, value v FROM m, json_tree(j, '$.record')
 WHERE type NOT IN ('object', 'array')), f AS (SELECT value ->> 'path' p, value FROM m, json_each(j, '$.fields'))
-SELECT t.p, t.v, n.v, value ->> 'octet', value ->> 'bit', value ->> 'bits' FROM t LEFT JOIN f ON f.p = t.p
+SELECT t.p, t.v, n.v, value ->> 'octet', value ->> 'bit', value ->> 'bits', ?1, ?2 FROM t LEFT JOIN f ON f.p = t.p
 LEFT JOIN t n ON n.p = t.p || '$name' WHERE t.p NOT LIKE '%$name')";
 
 struct Table : sqlite3_vtab {
@@ -39,12 +39,15 @@ static void nasJson(sqlite3_context* context, int count, sqlite3_value** values)
   auto* session = static_cast<velnor3gpp_Session*>(sqlite3_user_data(context));
   auto* name = count > 1 ? reinterpret_cast<const char*>(sqlite3_value_text(values[1])) : nullptr;
   const velnor3gpp_Type* type = name ? velnor3gpp_typeByName(name, nullptr) : nullptr;
-  if (name && !type) return sqlite3_result_error(context, "nas_json: no type has this name, or several have it", -1);
+  auto refuse = [context, words = velnor3gpp_room(session, 200)](const char* format, const void* what) {
+    sqlite3_result_error(context, words ? sqlite3_snprintf(200, words, format, what) : "nas_json: out of memory", -1);
+  };
+  if (name && !type) return refuse("nas_json: no type is called '%.40s', or several are: give its full name", name);
   bool isText = sqlite3_value_type(values[0]) != SQLITE_BLOB;
   auto* given = static_cast<const uint8_t*>(isText ? sqlite3_value_text(values[0]) : sqlite3_value_blob(values[0]));
   auto size = static_cast<size_t>(sqlite3_value_bytes(values[0]));
   uint8_t* read = isText ? octetsOf(reinterpret_cast<const char*>(given), size) : nullptr;
-  if (isText && !read) return sqlite3_result_error(context, "nas_json: the text is no hexadecimal", -1);
+  if (isText && !read) return refuse("nas_json: '%.40s' is not pairs of hexadecimal digits alone", given);
   velnor3gpp_decode(session, type, VELNOR3GPP_DIRECTION_UNKNOWN, isText ? read : given, isText ? size / 2 : size);
   sqlite3_free(read);
   const char* text = nullptr;
@@ -59,14 +62,16 @@ static int connect(sqlite3* base, void*, int, const char* const*, sqlite3_vtab**
   return sqlite3_declare_vtab(base, "CREATE TABLE x(path, value, name, octet, bit, bits, octets HIDDEN, type HIDDEN)");
 }
 
-// The arguments come as equations of the hidden columns, and go to nas_json in their order.
+// The arguments come as equations of the hidden columns, in any order: idxNum has two bits for each that says which
+// question mark it is for. SQLite itself tests a second equation of the same column.
 static int bestIndex(sqlite3_vtab*, sqlite3_index_info* info)
 {
-  for (int i = 0; i < info->nConstraint; ++i) {
-    auto& equation = info->aConstraint[i];
-    if (equation.iColumn < 6 || equation.op != SQLITE_INDEX_CONSTRAINT_EQ) continue;
-    if (!equation.usable) return SQLITE_CONSTRAINT;
-    info->aConstraintUsage[i] = {equation.iColumn - 5, 1};
+  for (int i = 0, used = 0; i < info->nConstraint; ++i) {
+    auto& [column, op, usable, offset] = info->aConstraint[i];
+    if (column < 6 || op != SQLITE_INDEX_CONSTRAINT_EQ || used == 2 || info->idxNum == column - 5) continue;
+    if (!usable) return SQLITE_CONSTRAINT;
+    info->idxNum |= (column - 5) << 2 * used;
+    info->aConstraintUsage[i] = {++used, 1};
   }
   return SQLITE_OK;
 }
@@ -79,12 +84,13 @@ static int next(sqlite3_vtab_cursor* at)
   return status;
 }
 
-static int filter(sqlite3_vtab_cursor* at, int, const char*, int count, sqlite3_value** values)
+static int filter(sqlite3_vtab_cursor* at, int sites, const char*, int count, sqlite3_value** values)
 {
   auto*& rows = static_cast<Cursor*>(at)->rows;
   sqlite3_reset(rows); // a scan for each row of a join: the query is made once
   int status = rows ? SQLITE_OK : sqlite3_prepare_v2(static_cast<Table*>(at->pVtab)->base, kFields, -1, &rows, nullptr);
-  for (int i = 0; status == SQLITE_OK && i < count; ++i) status = sqlite3_bind_value(rows, i + 1, values[i]);
+  for (int i = 0; status == SQLITE_OK && i < count; ++i)
+    status = sqlite3_bind_value(rows, sites >> 2 * i & 3, values[i]);
   return status == SQLITE_OK ? next(at) : status;
 }
 
@@ -114,5 +120,7 @@ extern "C" VELNOR_API int sqlite3_extension_init(sqlite3* base, char**, const sq
   velnor3gpp_setOption(session, VELNOR3GPP_OPTION_STANDARD, 1);
   auto close = [](void* used) { velnor3gpp_close(static_cast<velnor3gpp_Session*>(used)); };
   sqlite3_create_module(base, "nas_fields", &kTable, nullptr);
-  return sqlite3_create_function_v2(base, "nas_json", -1, SQLITE_UTF8, session, nasJson, nullptr, nullptr, close);
+  // Indexes and generated columns may use it.
+  return sqlite3_create_function_v2(base, "nas_json", -1, SQLITE_UTF8 | SQLITE_DETERMINISTIC, session, nasJson, nullptr,
+                                    nullptr, close);
 }

@@ -93,6 +93,25 @@ TEST(Sqlite, FieldsStandWithNamesAndPlaces)
       Rows{{"11"}});
 }
 
+// Arguments may come as equations, in any order, more than once or not at all; the hidden columns hold them.
+TEST(Sqlite, FieldsTakeTheirArgumentsFromAnyPlaceOfAQuery)
+{
+  Base base;
+  const Rows five = {{"5"}}, none = {{"0"}};
+  const std::string count = "SELECT count(*) FROM nas_fields";
+  EXPECT_EQ(base.ask(count + "('0401010105') WHERE type = 'NSSAI'"), five);
+  EXPECT_EQ(base.ask(count + " WHERE type = 'NSSAI' AND octets = '0401010105'"), five);
+  EXPECT_EQ(base.ask(count + "('0401010105', 'NSSAI') WHERE octets = '0401010105' AND type = 'NSSAI'"), five);
+  EXPECT_EQ(base.ask(count + "('0401010105', 'NSSAI') WHERE octets = '7e0043'"), none);
+  EXPECT_EQ(base.ask(count + " WHERE type = 'NSSAI'"), none);
+  EXPECT_EQ(base.ask("SELECT DISTINCT octets, type FROM nas_fields('0401010105', 'NSSAI')"),
+            (Rows{{"0401010105", "NSSAI"}}));
+  EXPECT_EQ(base.ask("CREATE TABLE m(o, n AS (nas_json(o) ->> '$.message'))"), Rows());
+  EXPECT_EQ(base.ask("CREATE INDEX i ON m(n)"), Rows());
+  EXPECT_EQ(base.ask("INSERT INTO m VALUES ('7e005b01'), ('7e0043')"), Rows());
+  EXPECT_EQ(base.ask("SELECT o FROM m WHERE n = 'Registration complete'"), Rows{{"7e0043"}});
+}
+
 TEST(Sqlite, WhatIsWrongIsToldAndEndsNothing)
 {
   Base base;
@@ -106,6 +125,8 @@ TEST(Sqlite, WhatIsWrongIsToldAndEndsNothing)
         << wrong;
   }
   EXPECT_EQ(base.ask("SELECT * FROM nas_fields"), Rows());
+  EXPECT_NE(base.ask("SELECT nas_json(x'7e', 'nobody')").at(0).at(0).find("'nobody'"), std::string::npos);
+  EXPECT_NE(base.ask("SELECT nas_json('7e 00')").at(0).at(0).find("'7e 00'"), std::string::npos);
 }
 
 } // namespace
