@@ -5,6 +5,7 @@ import pathlib
 import re
 import shutil
 import subprocess
+import sys
 from typing import Any, Iterator, Tuple
 
 import pytest
@@ -113,3 +114,18 @@ def test_the_library_is_the_one_of_this_source() -> None:
     assert version and project
     assert native.c.version().decode() == version.group(1) == project.group(1)
     assert version.group(1).startswith(native.INTERFACE + ".")
+
+
+def test_missing_and_other_libraries_are_told(tmp_path: pathlib.Path) -> None:
+    def words() -> str:
+        room = {**os.environ, "VELNOR3GPP_LIBRARIES": str(tmp_path)}
+        done = subprocess.run([sys.executable, "-c", "import velnor3gpp"], stderr=subprocess.PIPE, text=True, env=room)
+        return done.stderr.splitlines()[-1]
+
+    assert "ImportError" in words() and "install libvelnor3gpp0.1" in words()
+    core = pathlib.Path(os.environ.get("VELNOR3GPP_LIBRARIES", "/nonexistent")) / "libvelnor3gpp.so.0.1"
+    if not core.exists():
+        pytest.skip("the libraries are installed")
+    for name in ("libvelnor3gpp", "libvelnor3gpp_json"):  # the second has no function that it should have
+        (tmp_path / f"{name}.so.0.1").symlink_to(core.resolve())
+    assert "ImportError" in words() and "velnor3gpp_toJson" in words() and "install libvelnor3gpp0.1" in words()

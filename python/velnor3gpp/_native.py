@@ -212,6 +212,9 @@ JSON: Dict[str, Tuple[Any, ...]] = {
 }
 
 
+_HINT = f"install libvelnor3gpp{INTERFACE}, or name the folder that has it in VELNOR3GPP_LIBRARIES"
+
+
 def _load(name: str) -> ctypes.CDLL:
     """A shared library: from the folder that VELNOR3GPP_LIBRARIES names, or from where the system finds libraries."""
     file = f"{name}.so.{INTERFACE}"
@@ -219,8 +222,7 @@ def _load(name: str) -> ctypes.CDLL:
     try:
         return ctypes.CDLL(os.path.join(folder, file) if folder else file)
     except OSError as error:
-        hint = f"install libvelnor3gpp{INTERFACE}, or name the folder that has it in VELNOR3GPP_LIBRARIES"
-        raise ImportError(f"{error} ({hint})") from error
+        raise ImportError(f"{error} ({_HINT})") from error
 
 
 class _Functions:
@@ -230,7 +232,10 @@ class _Functions:
         for name, table in (("libvelnor3gpp", CORE), ("libvelnor3gpp_json", JSON)):
             library = _load(name)
             for function, (returns, *takes) in table.items():
-                found = getattr(library, function)
+                try:
+                    found = getattr(library, function)
+                except AttributeError as error:
+                    raise ImportError(f"{error} (another version; {_HINT})") from error
                 found.restype, found.argtypes = returns, takes
                 setattr(self, function[len("velnor3gpp_") :], found)
 
