@@ -103,6 +103,8 @@ def test_lines_are_read_as_the_program_reads_them() -> None:
     assert [message.octets.hex() for message in messages] == ["7e005b01", "7e0043", "7e005b01", "0101", "", "", ""]
     assert messages[1].dir == "up" and messages[3].type == "TS24501IE_SNSSAI"
     assert [message.error.status for message in messages if message.error] == [-113, -11, -11]
+    (wrong,) = iterdecode([" up 7e 00 4g # a comment"])
+    assert wrong.error and wrong.error.text == "'4g' at character 11 is not hexadecimal"
 
 
 def test_keys_serve_a_connection_from_message_to_message(program: Program, samples: pathlib.Path) -> None:
@@ -150,6 +152,38 @@ def test_errors_say_where() -> None:
     for call in wrong:
         with pytest.raises(VelnorError):
             call()
+
+
+def test_what_is_no_message_is_refused_and_not_guessed() -> None:
+    """Numbers become no zeros, names are not cut, and keys hold no number that would be cut to the library's."""
+    mistakes: List[Tuple[Callable[[], Any], str]] = [
+        (lambda: list(iterdecode(IDENTITY)), "decode"),  # type: ignore[arg-type]
+        (lambda: list(iterdecode([5])), "int"),  # type: ignore[list-item]
+        (lambda: encode(decode(IDENTITY).json()), "json.loads"),  # type: ignore[arg-type]
+        (lambda: decode(IDENTITY, 5), "int"),  # type: ignore[arg-type]
+    ]
+    for call, words in mistakes:
+        with pytest.raises(TypeError, match=words):
+            call()
+    refused: List[Tuple[Callable[[], Any], str]] = [
+        (lambda: decode(IDENTITY, "TS24501Msg_PDU\0x"), "no type is called"),
+        (lambda: decode("7e 00 5b 0g"), "'0g' at character 10"),
+        (lambda: decode("7e 00 5b 0"), "7 digits"),
+        (lambda: Capture("/dev/null", {2**32 + 147: "nas-5gs"}), "147 to 162"),
+    ]
+    for call, words in refused:
+        with pytest.raises(VelnorError, match=words):
+            call()
+    for name, number in [("uplink_count", -1), ("downlink_count", 1 << 25), ("window", 1 << 33), ("bearer", 32),
+                         ("integrity_algorithm", 1), ("cipher_algorithm", (1 << 32) + 2)]:
+        with pytest.raises(VelnorError):
+            decode(IDENTITY[:3])  # whose finding is not that of the keys
+        with pytest.raises(VelnorError, match=str(number)) as caught:
+            decode(IDENTITY, keys=Keys(**{name: number}))  # type: ignore[arg-type]
+        assert caught.value.path == name and "%s" not in str(caught.value)
+    assert "%s" not in str(VelnorError(-60))
+    assert redact(IDENTITY, key=bytearray(16)).octets == IDENTITY
+    assert decode(IDENTITY, names=True).at("data.IdentityRequest5G.identity.typeOfIdent$name[0]", "none") == "none"
 
 
 def test_what_is_changed_is_encoded() -> None:

@@ -14,6 +14,7 @@ from ._session import DIRECTION_NAMES
 
 Path = Union[str, "os.PathLike[str]"]
 _BLOCK = 1 << 20
+_USER_LINKS = range(147, 163)
 _CONNECTION = ctypes.sizeof(native.CaptureConnection)
 _CHANNELS = (None, "bcch", "ccch", "dcch", "sacch", "short")
 
@@ -99,9 +100,11 @@ class _Reader:
         if c.captureOpen(ctypes.byref(self.handle), None, None) < 0:
             raise MemoryError
         for number, dissector in links.items():
-            status = c.captureMap(self.handle, number, dissector.encode())
+            known = number in _USER_LINKS and isinstance(dissector, str)
+            status = c.captureMap(self.handle, number, dissector.encode()) if known else native.BAD_VALUE
             if status < 0:
-                raise VelnorError(status, "dlt", text=f"no user link type and dissector: {number}={dissector}")
+                text = f"no user link type (147 to 162) and dissector ('nas-5gs'): {number!r}, {dissector!r}"
+                raise VelnorError(status, "dlt", text=text)
 
     def __del__(self) -> None:
         c.captureClose(self.handle)

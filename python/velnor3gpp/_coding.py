@@ -21,6 +21,7 @@ Source = Union[Iterable[Line], Capture, Path]
 
 _WORD = re.compile(r"\s*([A-Za-z]\w*)\s+(.*)", re.S)
 _SPACING = re.compile(r"0[xX]|\\x|[\s,:-]+")
+_NO_DIGITS = re.compile(r"(?:0[xX]|\\x|[\s,:-]|[0-9A-Fa-f])*")
 
 
 def _flags(names: bool, positions: bool) -> int:
@@ -30,11 +31,27 @@ def _flags(names: bool, positions: bool) -> int:
 def _octets(octets: Union[str, Buffer]) -> bytes:
     """The octets, or those that a text has in hexadecimal. A number is neither: bytes() would make zeros of it."""
     if not isinstance(octets, str):
-        return bytes(memoryview(octets))
+        return octets if octets.__class__ is bytes else bytes(memoryview(octets))
     try:
-        return bytes.fromhex(_SPACING.sub("", octets))
+        return _from_hex(octets)
     except ValueError as error:
         raise VelnorError(native.BAD_HEX, "octets", text=str(error)) from None
+
+
+def _from_hex(text: str, at: int = 0) -> bytes:
+    """The octets, or a ValueError that says where the text has none; in front of it stood `at` characters."""
+    digits = _SPACING.sub("", text)
+    try:
+        return bytes.fromhex(digits)
+    except ValueError:
+        pass
+    good = cast("re.Match[str]", _NO_DIGITS.match(text)).end()
+    if good == len(text):
+        raise ValueError(f"{len(digits)} digits are no whole octets; each has two")
+    word = re.search(r"[^\s,:-]*$", text[:good])
+    start = word.start() if word else good
+    rest = re.split(r"[\s,:-]", text[start:], maxsplit=1)[0]
+    raise ValueError(f"{rest[:20]!r} at character {at + start + 1} is not hexadecimal")
 
 
 def decode(octets: Union[str, Buffer], type: Optional[str] = None, dir: Optional[str] = None,
@@ -56,6 +73,9 @@ def decode(octets: Union[str, Buffer], type: Optional[str] = None, dir: Optional
 
 def _as_json(message: Union[Message, Mapping[str, Any]], type: Optional[str], dir: Optional[str]) -> Record:
     members: Mapping[str, Any] = message._all() if isinstance(message, Message) else message
+    if type is None and not isinstance(members, Mapping):
+        kind = members.__class__.__name__
+        raise TypeError(f"a Message, its object as a dict (json.loads), or a record and its type is encoded, not {kind}")
     if type is not None and not isinstance(message, Message):
         members = {"record": message}
     needed = {name: members[name] for name in ("type", "dir", "record", "unknown") if name in members}
@@ -78,7 +98,7 @@ def encode(message: Union[Message, Mapping[str, Any]], type: Optional[str] = Non
 
 
 def redact(message: Union[str, Buffer, Message], type: Optional[str] = None, dir: Optional[str] = None,
-           keys: Optional[Keys] = None, *, key: Optional[bytes] = None, as_specified: bool = False) -> Message:
+           keys: Optional[Keys] = None, *, key: Optional[Buffer] = None, as_specified: bool = False) -> Message:
     """The message without identities, numbers, addresses and payloads, which become 0; or with `key`, 16 octets,
     others that the key makes of them: the same for the same, wherever they stand. A Message is taken by its octets.
     Raises a VelnorError where the message is bad, since its octets would still tell. What is ciphered stays as it is."""
@@ -94,7 +114,7 @@ def redact(message: Union[str, Buffer, Message], type: Optional[str] = None, dir
             error.message = None
             raise error
         sealed = Message(here.json(0)).sealed
-        here.redact(key)
+        here.redact(None if key is None else _octets(key))
         members = json.loads(here.json(0))
         members["octets"] = (octets if sealed else here.encode()).hex()
     return Message(json.dumps(members))
@@ -124,12 +144,12 @@ def _words(line: str, dir: int, type: Optional[int]) -> Tuple[str, int, Optional
 
 
 def _slow_item(line: str, dir: int, type: Optional[int]) -> Optional[_Item]:
-    line = line.split("#", 1)[0].strip()
-    if not line:
+    line = line.split("#", 1)[0].rstrip()
+    if not line.strip():
         return None
     try:
         digits, dir, type = _words(line, dir, type)
-        return _Item(bytes.fromhex(_SPACING.sub("", digits)), dir, type)
+        return _Item(_from_hex(digits, len(line) - len(digits)), dir, type)
     except VelnorError as error:
         fault = {"status": error.status, "fatal": True, "text": error.text}
     except ValueError as error:
@@ -141,7 +161,7 @@ def _items(lines: Iterable[Line], dir: int, type: Optional[int]) -> Iterator[_It
     """Blank lines and comments are passed over; a line that is no message is told in its place."""
     for line in lines:
         if not isinstance(line, str):
-            yield _Item(bytes(line), dir, type)
+            yield _Item(_octets(line), dir, type)
             continue
         try:
             octets = bytes.fromhex(line)
@@ -161,6 +181,8 @@ def _capture_items(capture: Capture, dir: int, type: Optional[int]) -> Iterator[
 
 
 def _open(source: Source, dir: int, type: Optional[int]) -> Iterator[_Item]:
+    if isinstance(source, (bytes, bytearray, memoryview)):
+        raise TypeError("octets are one message, for decode; iterdecode takes many: [octets]")
     if isinstance(source, (str, os.PathLike)):
         if not is_capture(source):
             with open(source, encoding="utf-8-sig", errors="replace") as file:

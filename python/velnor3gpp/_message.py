@@ -34,7 +34,7 @@ class VelnorError(ValueError):
         self.status = status
         self.path = path
         self.octet = octet
-        self.text = text or (c.statusText(status) or b"").decode()
+        self.text = text or (c.statusText(status) or b"").decode().replace(": %s", "").replace("%s", "?")
         self.message: Optional[Message] = None  #: what was read all the same, where octets were decoded
         super().__init__(status, path, octet, self.text)
 
@@ -135,9 +135,11 @@ class Message:
         there. With `names`, "x$name" is the name of the value of x."""
         value: Any = self.record
         for name, index in re.findall(r"([^.\[\]]+)|\[(\d+)\]", path):
+            if not isinstance(value, dict if name else list):
+                return default
             try:
                 value = value[name] if name else value[int(index)]
-            except (KeyError, IndexError, TypeError):
+            except (KeyError, IndexError):
                 return default
         return value
 

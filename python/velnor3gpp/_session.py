@@ -15,6 +15,15 @@ from ._native import c
 
 DIRECTIONS = {None: 0, "up": 1, "down": 2}
 DIRECTION_NAMES = (None, "up", "down")
+# What the numbers of keys can be. A count has 24 bits (TS 24.501, 4.4.3.1), and one more tells that all are used up.
+_NUMBERS = {
+    "integrity_algorithm": (0, 2),
+    "cipher_algorithm": (0, 2),
+    "bearer": range(-1, 32),
+    "uplink_count": range((1 << 24) + 1),
+    "downlink_count": range((1 << 24) + 1),
+    "window": range(1 << 32),
+}
 # An entry of native.Octets: a pointer, a size and a direction, and the room behind them that aligns the next one.
 _ENTRY = struct.Struct("@PNI0P")
 
@@ -42,6 +51,12 @@ class Keys:
             if len(key) != 16:
                 raise VelnorError(native.BAD_VALUE, name, text=f"a key has 16 octets, this one {len(key)}")
             getattr(keys, name)[:] = key
+        for name, numbers in _NUMBERS.items():
+            number = getattr(self, name)
+            if number not in numbers:
+                least, most = numbers[0], numbers[-1]
+                takes = f"{least} to {most}" if isinstance(numbers, range) else f"{least} (null) and {most} (AES)"
+                raise VelnorError(native.BAD_VALUE, name, text=f"is {number!r}; it takes {takes}")
         keys.integrityAlgorithm, keys.cipherAlgorithm = self.integrity_algorithm, self.cipher_algorithm
         keys.bearer, keys.window = self.bearer, self.window
         keys.uplinkCount, keys.downlinkCount = self.uplink_count, self.downlink_count
@@ -56,8 +71,10 @@ def direction(dir: Optional[str]) -> int:
 
 @functools.lru_cache(maxsize=None)
 def _type_named(name: str) -> int:
+    if not isinstance(name, str):
+        raise TypeError(f"a type is named by a str, not {name.__class__.__name__}")
     others = ctypes.c_size_t()
-    found = c.typeByName(name.encode(), ctypes.byref(others)).value
+    found = c.typeByName(name.encode("utf-8", "replace").replace(b"\0", b"?"), ctypes.byref(others)).value
     if not found:
         several = f"{others.value} types are called {name!r}" if others.value else f"no type is called {name!r}"
         raise VelnorError(native.NO_TYPE, "type", text=several)
