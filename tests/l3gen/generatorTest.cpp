@@ -200,6 +200,7 @@ TEST_F(Generator, ChecksAFileForAnEditorAndTellsEveryFault)
   EXPECT_EQ(words, "");
   EXPECT_EQ(run("--check " + (folder / "none.l3").string()), 1);
   EXPECT_EQ(words.find(" error: cannot be read"), (folder / "none.l3").string().size() + 5) << words;
+  EXPECT_EQ(run("--check " + folder.string()), 1) << "a folder";
 }
 
 } // namespace

@@ -456,7 +456,7 @@ static void readLines(Model& model, const std::string& path, bool modulesOnly)
 {
   std::ifstream in(path);
   std::string shown = path.substr(path.find_last_of('/') + 1);
-  if (!in) model.refusals.push_back({{shown, 0}, "cannot be read"});
+  if (!in || (in.peek(), in.bad())) model.refusals.push_back({{shown, 0}, "cannot be read"}); // a folder opens, too
   Source source{model, nullptr, {}, nullptr, SIZE_MAX};
   std::string line;
   for (int n = 1; std::getline(in, line); ++n) {
