@@ -5,6 +5,7 @@
 # What is there already is not made again, so that the same call goes on behind a broken one. `parallel --pipepart` cuts a
 # file into blocks instead, but a block whose job dies is lost, whatever --retries says (docs/at-scale.md).
 set -eu
+[ $# -ge 2 ] || { echo "usage: decode.sh OUTPUT FILE..." >&2; exit 2; }
 output=$1
 shift
 [ -z "$(for file; do basename "$file"; done | sort | uniq -d)" ] || { echo "files of one name would have one output" >&2; exit 2; }
