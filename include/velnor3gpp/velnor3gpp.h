@@ -312,7 +312,8 @@ VELNOR_API int velnor3gpp_decode(velnor3gpp_Session* session, const velnor3gpp_T
                                  velnor3gpp_Direction direction, const uint8_t* octets, size_t count);
 /** Encodes the session's record. A protected message is protected again with the keys, under the count that they
  *  gave it on decoding, else under the lowest one, from the next one of its direction on, that ends in the record's
- *  sequence number. Returns 0, or a status with findings. */
+ *  sequence number. The count stays: who sends the message sets keys with one more before the next is encoded.
+ *  Returns 0, or a status with findings. */
 VELNOR_API int velnor3gpp_encode(velnor3gpp_Session* session, const uint8_t** octets, size_t* count);
 /** Tells what came of the last decoding, building or encoding. Returns 0 or RTX_E_NULL_POINTER. */
 VELNOR_API int velnor3gpp_result(velnor3gpp_Session* session, velnor3gpp_Result* result);

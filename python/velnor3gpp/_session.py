@@ -30,8 +30,9 @@ _ENTRY = struct.Struct("@PNI0P")
 
 @dataclass
 class Keys:
-    """Keys and counts of one NAS connection. The counts go on with each message that is decoded or encoded under
-    them, so that one object serves one connection from its first message to its last."""
+    """Keys and counts of one NAS connection. The counts go on with each message that is verified under them, so
+    that one object serves one connection from its first message to its last. Encoding takes the count of its direction
+    and leaves it: add one for each message that is sent, since a count used twice lays ciphered octets open."""
 
     integrity_key: bytes = bytes(16)
     cipher_key: bytes = bytes(16)
