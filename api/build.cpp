@@ -272,6 +272,17 @@ static int takeAlternative(velnor3gpp_Session& session, Frame& frame, const char
 static const L3Row kNoContent = {{},        {}, {}, {}, 0, 0, kL3NoBit, kL3NoBit, kL3Nothing, 0, kL3GivenAlways,
                                  kL3NoLead, 0,  0,  0,  0};
 
+// Where the header says one message and the body is of another, nobody can know which is meant.
+static int headerFailed(velnor3gpp_Session& session, const L3Row& row)
+{
+  Build& build = *session.build;
+  while (build.frames[build.depth - 1].kind != FrameKind::record) --build.depth; // for the path
+  Frame& record = build.frames[build.depth - 1];
+  record.key = l3KeyOf(row);
+  record.keyLength = strlen(record.key);
+  return buildFailed(session, RTX_E_INVALID_CHOICE, "is that of another message than the one here; leave it out");
+}
+
 // A name in a body. The message gets its storage, and the header its type and discriminator, which tell nothing that
 // the name does not: JSON may leave them out.
 static int takeMessage(velnor3gpp_Session& session, Frame& frame, const char* key, size_t length)
@@ -279,6 +290,7 @@ static int takeMessage(velnor3gpp_Session& session, Frame& frame, const char* ke
   const L3Body& body = *static_cast<const L3Body*>(frame.row->info);
   for (const L3BodyRow* row = body.rows; row < body.rows + body.count; ++row) {
     if (strncmp(row->name(), key, length) || row->name()[length]) continue;
+    if (const L3Row* other = contradictedHeader((&frame)[-1], body, *row)) return headerFailed(session, *other);
     frame.key = row->name();
     uint8_t* value = row->type ? static_cast<uint8_t*>(buildAlloc(session, row->type->size)) : nullptr;
     if (row->type && !value) return RTX_E_NO_MEMORY;
@@ -361,6 +373,18 @@ int reportAwaited(velnor3gpp_Session& session)
   return 0;
 }
 
+// The same for a header that stands behind its message.
+static const L3Row* contradictedBody(const Frame& frame)
+{
+  const L3Row* row = bodyOf(*frame.type);
+  uint64_t tag = row ? l3Load(frame.at + row->offset, 4) : 0;
+  if (!tag) return nullptr;
+  const L3Body& body = *static_cast<const L3Body*>(row->info);
+  for (const L3BodyRow* message = body.rows; message < body.rows + body.count; ++message)
+    if (message->tag == tag) return contradictedHeader(frame, body, *message);
+  return nullptr;
+}
+
 // A record is whole when it is closed: members that are always there have been named, and a choice has the alternative
 // that the members selecting it tell. An encoder goes by these members, and would follow the wrong pointers otherwise.
 static int closeRecord(velnor3gpp_Session& session, Frame& frame)
@@ -372,6 +396,7 @@ static int closeRecord(velnor3gpp_Session& session, Frame& frame)
     if (!await(session, frame, *row)) return buildFailed(session, RTX_E_MISSING_ELEMENT, kMissing);
     frame.key = nullptr;
   }
+  if (const L3Row* header = contradictedBody(frame)) return headerFailed(session, *header);
   const L3Row* choice = contradictedChoice(frame);
   if (!choice) return 0;
   frame.key = choice->name ? l3KeyOf(*choice) : nullptr; // a choice without a name lies in the record itself

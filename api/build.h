@@ -81,6 +81,9 @@ bool findMember(const L3Type& type, uint8_t* record, const char* key, size_t len
 const L3Row* missingMember(const Frame& frame, unsigned& at);
 // The first choice whose alternative is not the one that its selecting members tell, or null.
 const L3Row* contradictedChoice(const Frame& frame);
+// The first member that has been named and says another message than this one, or null: a message type or
+// discriminator.
+const L3Row* contradictedHeader(const Frame& frame, const L3Body& body, const L3BodyRow& message);
 // Reports a mistake under the path that the frames make. Returns the status.
 int buildFailed(velnor3gpp_Session& session, int status, const char* format, ...) RTX_PRINTF_LIKE(3, 4);
 // The name among the members that is nearest to a wrong one, or null.

@@ -80,6 +80,30 @@ static bool followsFromBody(const L3Type& type, const L3Row& row, const uint8_t*
   return false;
 }
 
+// Does the header name another message than this one? A message has a second type where the standard differs.
+static bool isOtherMessage(const L3Body& body, const L3BodyRow& message, const uint8_t* record, const L3Row& row)
+{
+  if (row.offset == body.msgType.offset) {
+    uint64_t given = l3Load(record + body.msgType.offset, body.msgType.store);
+    return given != message.msgType && !(message.standardType && given == message.standardType);
+  }
+  const L3Field& discriminator = body.discriminator;
+  if (!discriminator.store || row.offset != discriminator.offset) return false;
+  uint32_t own = body.onlyDiscriminator == kL3NoLimit ? message.discriminator : body.onlyDiscriminator;
+  return l3Load(record + discriminator.offset, discriminator.store) != own;
+}
+
+const L3Row* contradictedHeader(const Frame& frame, const L3Body& body, const L3BodyRow& message)
+{
+  unsigned count = membersOf(*frame.type);
+  for (unsigned i = 0; i < count; ++i) {
+    const L3Row& row = rowAt(*frame.type, i);
+    if (row.op != kL3Body && frame.seen[i / 64] >> (i % 64) & 1 && isOtherMessage(body, message, frame.at, row))
+      return &row;
+  }
+  return nullptr;
+}
+
 static bool isSpare(const L3Row& row)
 {
   return row.name && strncmp(row.name, "spare", 5) == 0;
