@@ -75,14 +75,16 @@ static void readKey(const Reader& reader, const Line& line, std::array<uint8_t, 
   }
 }
 
+// A count has 24 bits (TS 24.501, 4.4.3.1).
 static void readCount(Reader& reader, const Line& line)
 {
+  uint32_t count = readNumber(reader, line, (1 << 24) - 1);
   if (line.name == "uplink-count")
-    reader.keys.nextCount[0] = readNumber(reader, line, UINT32_MAX);
+    reader.keys.nextCount[0] = count;
   else if (line.name == "downlink-count")
-    reader.keys.nextCount[1] = readNumber(reader, line, UINT32_MAX);
+    reader.keys.nextCount[1] = count;
   else
-    reader.keys.count = readNumber(reader, line, UINT32_MAX);
+    reader.keys.count = count;
   if (reader.seen.count("count") && (reader.seen.count("uplink-count") || reader.seen.count("downlink-count")))
     refuse(reader, "either count or uplink-count and downlink-count: they contradict each other");
 }
