@@ -78,6 +78,8 @@ def main():
     if "--" in own:
         own, options = own[: own.index("--")], own[own.index("--") + 1 :]
     given = arguments.parse_args(own)
+    if given.block < 1 or given.workers < 1:
+        arguments.error("--block and --workers are numbers above 0")
     if len(set(map(os.path.basename, given.input))) < len(given.input):
         arguments.error("files of one name would have one output")
     os.makedirs(given.output, exist_ok=True)

@@ -116,8 +116,9 @@ static void list(const Options& options, Output& out)
     else
       printRow(out, facts);
   }
-  if (!shown && !options.part.empty())
-    throw UsageError("no such type has '" + options.part + "' in its name; 'velnor3gpp list' shows all");
+  if (shown) return;
+  if (options.part.empty()) throw UsageError("no type is like that in all respects; leave an option out");
+  throw UsageError("no such type has '" + options.part + "' in its name; 'velnor3gpp list' shows all");
 }
 
 void addList(Command& app, Program& program)
