@@ -35,6 +35,8 @@ needTests()
   needProgram meson meson
   python3 -c 'import jsonschema' >/dev/null 2>&1 || miss python3-jsonschema
   needProgram parallel parallel
+  # What the program writes for others, they judge: man pages, completion, the syntax file of Vim.
+  for program in mandoc zsh fish vim; do needProgram $program $program; done
   for module in pytest hypothesis mypy pandas; do
     /usr/bin/python3 -c "import $module" >/dev/null 2>&1 || miss "$(echo python3-$module | sed s/python3-mypy/mypy/)"
   done

@@ -87,6 +87,20 @@ static std::string escaped(const std::string& text)
   return result;
 }
 
+// Text in lines of at most 80 characters of source; whoever shows the page fills its lines anew.
+static std::string filled(const std::string& text)
+{
+  std::istringstream words(text);
+  std::string word, line, result;
+  while (words >> word) {
+    std::string longer = line.empty() ? word : line + " " + word;
+    bool full = !line.empty() && escaped(longer).size() > 80;
+    if (full) result += escaped(line) + "\n";
+    line = full ? word : longer;
+  }
+  return result + escaped(line);
+}
+
 // "N" of "N:INT in [0 - 255]".
 static std::string valueName(const OptionText& option)
 {
@@ -102,7 +116,7 @@ static void writeOption(const OptionText& option, Output& out)
     out.write(".It Ar " + option.name + "\n");
   else
     out.write(".It " + flags + (option.takesValue ? " Ar " + valueName(option) : "") + "\n");
-  out.write(escaped(option.purpose) + "\n");
+  out.write(filled(option.purpose) + "\n");
 }
 
 // The footer has a line "  # purpose" and a line "  call" for each example.
