@@ -15,7 +15,25 @@ struct Topic {
   std::vector<Offer> offers;
 };
 
+// What an option takes when that is one of a few words.
+struct Values {
+  const char *option, *words;
+};
+
 } // namespace
+
+static constexpr Values kValues[] = {
+    {"--dir", "up down"},
+    {"--direction", "up down"},
+    {"--channel", "bcch ccch dcch sacch short"},
+    {"--color", "auto always never"},
+    {"--use", "form message element"},
+    {"--in", "tsv hex ndjson len16"},
+    {"--flush", "line block"},
+};
+
+// Names of types, full and short: TS24501Msg_RegAccept, RegAccept. The program lists them itself.
+static const std::string kTypes = "$(velnor3gpp list --names | sed 'p; s/^[^_]*_//')";
 
 static std::vector<Topic> topicsOf(const Command& app)
 {
@@ -37,7 +55,7 @@ static std::string words(const Topic& topic)
   return text;
 }
 
-// Types stand where --as, explain, template and schema take them; the program lists them itself.
+// Types stand where --as, explain, template and schema take them.
 static void writeBash(const std::vector<Topic>& topics, Output& out)
 {
   std::string names;
@@ -50,11 +68,10 @@ static void writeBash(const std::vector<Topic>& topics, Output& out)
             names +
             " --help --version' -- \"$word\"))\n    return\n  fi\n"
             "  case ${COMP_WORDS[1]}:$before in\n"
-            "    *:--as | explain:explain | template:template | schema:schema) offers=$(velnor3gpp list --names) ;;\n"
-            "    *:--dir | *:--direction) offers='up down' ;;\n"
-            "    *:--channel) offers='bcch ccch dcch sacch short' ;;\n"
-            "    *:--color) offers='auto always never' ;;\n"
-            "    completion:completion) offers='bash zsh fish' ;;\n");
+            "    *:--as | explain:explain | template:template | schema:schema) offers=" +
+            kTypes + " ;;\n    completion:completion) offers='bash zsh fish' ;;\n");
+  for (const Values& values : kValues)
+    out.write(std::string("    *:") + values.option + ") offers='" + values.words + "' ;;\n");
   for (const Topic& topic : topics)
     out.write("    " + topic.name + ":*) [[ $word == -* ]] && offers='" + words(topic) + "' ;;\n");
   out.write("  esac\n"
@@ -77,11 +94,11 @@ static void writeZsh(const std::vector<Topic>& topics, Output& out)
   for (const Topic& topic : topics) out.write("      '" + topic.name + ":" + plain(topic.purpose) + "'\n");
   out.write("    )\n    _describe command commands\n    return\n  fi\n"
             "  case $words[CURRENT-1] in\n"
-            "    --as | explain | template | schema) compadd -- ${(f)\"$(velnor3gpp list --names)\"}; return ;;\n"
-            "    --dir | --direction) compadd up down; return ;;\n"
-            "    --channel) compadd bcch ccch dcch sacch short; return ;;\n"
-            "    --color) compadd auto always never; return ;;\n"
-            "    completion) compadd bash zsh fish; return ;;\n  esac\n  case $words[2] in\n");
+            "    --as | explain | template | schema) compadd -- ${(f)\"" +
+            kTypes + "\"}; return ;;\n    completion) compadd bash zsh fish; return ;;\n");
+  for (const Values& values : kValues)
+    out.write(std::string("    ") + values.option + ") compadd " + values.words + "; return ;;\n");
+  out.write("  esac\n  case $words[2] in\n");
   for (const Topic& topic : topics)
     out.write("    " + topic.name + ") [[ $PREFIX == -* ]] && compadd -- " + words(topic) + " || _files ;;\n");
   out.write("  esac\n}\ncompdef _velnor3gpp velnor3gpp\n");
@@ -89,6 +106,7 @@ static void writeZsh(const std::vector<Topic>& topics, Output& out)
 
 static void writeFish(const std::vector<Topic>& topics, Output& out)
 {
+  const std::string types = "'(velnor3gpp list --names | sed \"p; s/^[^_]*_//\")'";
   for (const Topic& topic : topics)
     out.write("complete -c velnor3gpp -n __fish_use_subcommand -f -a " + topic.name + " -d '" + plain(topic.purpose) +
               "'\n");
@@ -96,14 +114,14 @@ static void writeFish(const std::vector<Topic>& topics, Output& out)
     for (const Offer& offer : topic.offers) {
       std::string line = "complete -c velnor3gpp -n '__fish_seen_subcommand_from " + topic.name + "' -l " +
                          offer.option.substr(2) + " -d '" + plain(offer.purpose) + "'";
-      if (offer.takesFile)
-        line += " -r";
-      else if (offer.option == "--as")
-        line += " -x -a '(velnor3gpp list --names)'";
-      else if (offer.takesValue)
-        line += " -x";
+      std::string taken = offer.option == "--as" ? types : "";
+      for (const Values& values : kValues)
+        if (offer.option == values.option) taken = std::string("'") + values.words + "'";
+      line += offer.takesFile ? " -r" : !taken.empty() ? " -x -a " + taken : offer.takesValue ? " -x" : "";
       out.write(line + "\n");
     }
+  out.write("complete -c velnor3gpp -n '__fish_seen_subcommand_from explain template schema' -f -a " + types + "\n" +
+            "complete -c velnor3gpp -n '__fish_seen_subcommand_from completion' -f -a 'bash zsh fish'\n");
 }
 
 static void complete(const std::string& shell, const Command& app, Output& out)
