@@ -32,8 +32,9 @@ static constexpr Values kValues[] = {
     {"--flush", "line block"},
 };
 
-// Names of types, full and short: TS24501Msg_RegAccept, RegAccept. The program lists them itself.
-static const std::string kTypes = "$(velnor3gpp list --names | sed 'p; s/^[^_]*_//')";
+// Names of types, full and short: TS24501Msg_RegAccept, RegAccept. The program lists them itself; in all three shells
+// this is what a command prints, behind a $ in two of them.
+static const std::string kTypes = "(velnor3gpp list --names | sed \"p; s/^[^_]*_//\")";
 
 static std::vector<Topic> topicsOf(const Command& app)
 {
@@ -68,7 +69,7 @@ static void writeBash(const std::vector<Topic>& topics, Output& out)
             names +
             " --help --version' -- \"$word\"))\n    return\n  fi\n"
             "  case ${COMP_WORDS[1]}:$before in\n"
-            "    *:--as | explain:explain | template:template | schema:schema) offers=" +
+            "    *:--as | explain:explain | template:template | schema:schema) offers=$" +
             kTypes + " ;;\n    completion:completion) offers='bash zsh fish' ;;\n");
   for (const Values& values : kValues)
     out.write(std::string("    *:") + values.option + ") offers='" + values.words + "' ;;\n");
@@ -94,7 +95,7 @@ static void writeZsh(const std::vector<Topic>& topics, Output& out)
   for (const Topic& topic : topics) out.write("      '" + topic.name + ":" + plain(topic.purpose) + "'\n");
   out.write("    )\n    _describe command commands\n    return\n  fi\n"
             "  case $words[CURRENT-1] in\n"
-            "    --as | explain | template | schema) compadd -- ${(f)\"" +
+            "    --as | explain | template | schema) compadd -- ${(f)\"$" +
             kTypes + "\"}; return ;;\n    completion) compadd bash zsh fish; return ;;\n");
   for (const Values& values : kValues)
     out.write(std::string("    ") + values.option + ") compadd " + values.words + "; return ;;\n");
@@ -106,7 +107,7 @@ static void writeZsh(const std::vector<Topic>& topics, Output& out)
 
 static void writeFish(const std::vector<Topic>& topics, Output& out)
 {
-  const std::string types = "'(velnor3gpp list --names | sed \"p; s/^[^_]*_//\")'";
+  const std::string types = "'" + kTypes + "'";
   for (const Topic& topic : topics)
     out.write("complete -c velnor3gpp -n __fish_use_subcommand -f -a " + topic.name + " -d '" + plain(topic.purpose) +
               "'\n");
