@@ -373,16 +373,14 @@ int reportAwaited(velnor3gpp_Session& session)
   return 0;
 }
 
-// The same for a header that stands behind its message.
+// A header that stands behind its message can say another one only now (takeMessage).
 static const L3Row* contradictedBody(const Frame& frame)
 {
   const L3Row* row = bodyOf(*frame.type);
-  uint64_t tag = row ? l3Load(frame.at + row->offset, 4) : 0;
-  if (!tag) return nullptr;
+  if (!row) return nullptr;
   const L3Body& body = *static_cast<const L3Body*>(row->info);
-  for (const L3BodyRow* message = body.rows; message < body.rows + body.count; ++message)
-    if (message->tag == tag) return contradictedHeader(frame, body, *message);
-  return nullptr;
+  const L3BodyRow* message = l3MessageIn(body, l3Load(frame.at + row->offset, 4));
+  return message ? contradictedHeader(frame, body, *message) : nullptr;
 }
 
 // A record is whole when it is closed: members that are always there have been named, and a choice has the alternative

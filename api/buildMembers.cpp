@@ -89,8 +89,7 @@ static bool isOtherMessage(const L3Body& body, const L3BodyRow& message, const u
   }
   const L3Field& discriminator = body.discriminator;
   if (!discriminator.store || row.offset != discriminator.offset) return false;
-  uint32_t own = body.onlyDiscriminator == kL3NoLimit ? message.discriminator : body.onlyDiscriminator;
-  return l3Load(record + discriminator.offset, discriminator.store) != own;
+  return l3Load(record + discriminator.offset, discriminator.store) != body.discriminatorOf(message);
 }
 
 const L3Row* contradictedHeader(const Frame& frame, const L3Body& body, const L3BodyRow& message)

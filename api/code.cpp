@@ -341,12 +341,7 @@ const L3Row* bodyOf(const L3Type& form)
 const L3BodyRow* messageOf(const velnor3gpp_Session& session)
 {
   const L3Row* row = hasRecord(session) ? bodyOf(typeOf(*session.known)) : nullptr;
-  if (!row) return nullptr;
-  const L3Body& body = *static_cast<const L3Body*>(row->info);
-  uint64_t tag = l3Load(session.record + row->offset, 4);
-  for (const L3BodyRow* message = body.rows; message < body.rows + body.count; ++message)
-    if (message->tag == tag) return message;
-  return nullptr;
+  return row ? l3MessageIn(*static_cast<const L3Body*>(row->info), l3Load(session.record + row->offset, 4)) : nullptr;
 }
 
 // Decodes the same octets a second time, with the trace on, in the context `slow`. Its record and findings are dropped,

@@ -38,14 +38,6 @@ static const L3BodyRow* messageNamed(const L3Body& body, const char* name)
   return nullptr;
 }
 
-// The rest octets of a message are a second body, whose rows have the numbers of the first one's.
-static const L3BodyRow* messageTagged(const L3Body& body, uint64_t tag)
-{
-  for (const L3BodyRow* row = body.rows; row < body.rows + body.count; ++row)
-    if (row->tag == tag) return row;
-  return nullptr;
-}
-
 // Puts a sample of the message under the form, whose own sample has another message.
 static int putBody(velnor3gpp_Session& session, const L3Type& form, uint8_t* record, const L3BodyRow& message)
 {
@@ -64,7 +56,7 @@ static int putMessage(velnor3gpp_Session& session, const L3Type& form, uint8_t* 
   if (!named) return velnor3gpp_report(&session, RTX_E_INVALID_CHOICE, "", "the form has no message of that name");
   for (; row < form.rows + form.rowCount; ++row) {
     if (row->op != kL3Body) continue;
-    const L3BodyRow* message = messageTagged(*static_cast<const L3Body*>(row->info), named->tag);
+    const L3BodyRow* message = l3MessageIn(*static_cast<const L3Body*>(row->info), named->tag);
     l3Store(record + row->offset, 4, 0); // none, unless this body has the message
     if (!message) continue;
     if (int status = putBody(session, form, record, *message); status < 0) return status;

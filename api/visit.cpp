@@ -246,15 +246,10 @@ static void visitMessage(Walk& walk, const Place& body, const L3Body& info, cons
 static void visitBody(Walk& walk, const Place* parent, const L3Row& row, const Name& name, const uint8_t* record)
 {
   const L3Body& body = *static_cast<const L3Body*>(row.info);
-  uint64_t tag = l3Load(record + row.offset, 4);
+  const L3BodyRow* message = l3MessageIn(body, l3Load(record + row.offset, 4));
   Place place;
   begin(place, parent, name, VELNOR3GPP_CHOICE);
-  if (enter(walk, place))
-    for (const L3BodyRow* message = body.rows; message < body.rows + body.count; ++message)
-      if (message->tag == tag) {
-        visitMessage(walk, place, body, *message, record);
-        break;
-      }
+  if (enter(walk, place) && message) visitMessage(walk, place, body, *message, record);
   leave(walk, place);
 }
 

@@ -109,43 +109,36 @@ int nasProtect(L3Call& call, const L3Type& type, size_t start, const NasSpans& s
   return nasSign(call, type, start, spans, code);
 }
 
-// Has the form a message of this number? The last row of a form is always its body; `byTag` maps the number `t` of the
-// record, at most 255, to the message's place from 1 on.
-static bool knowsBody(const L3Type& pdu, const void* record)
+// The last row of a form is always its body.
+static const L3Row& bodyOf(const L3Type& pdu)
 {
-  const L3Row& row = pdu.rows[pdu.rowCount - 1];
-  const L3Body& body = *static_cast<const L3Body*>(row.info);
-  uint64_t tag = l3Load(static_cast<const uint8_t*>(record) + row.offset, 4);
-  return tag < 256 && body.byTag[tag];
+  return pdu.rows[pdu.rowCount - 1];
 }
 
 // Gives the record the message type that the standard has, where the rows have another one: PagingResponse is 0x5C by
-// the rows and 0x27 on the air (docs/quirks.md, "Standard forms"). Only with RTX_FLAG_STANDARD_FORMS, and only for a
-// message that knowsBody has accepted, since `byTag` is used without a test.
-static void renumber(const RtxContext* pctxt, const L3Type& pdu, void* value)
+// the rows and 0x27 on the air (docs/quirks.md, "Standard forms"). Only with RTX_FLAG_STANDARD_FORMS.
+static void renumber(const RtxContext* pctxt, const L3Body& body, const L3BodyRow& message, void* record)
 {
-  if (!(pctxt->flags & RTX_FLAG_STANDARD_FORMS)) return;
-  uint8_t* record = static_cast<uint8_t*>(value);
-  const L3Row& row = pdu.rows[pdu.rowCount - 1];
-  const L3Body& body = *static_cast<const L3Body*>(row.info);
-  const L3BodyRow& message = body.rows[body.byTag[l3Load(record + row.offset, 4)] - 1];
-  if (message.standardType) l3Store(record + body.msgType.offset, body.msgType.store, message.standardType);
+  if (!(pctxt->flags & RTX_FLAG_STANDARD_FORMS) || !message.standardType) return;
+  l3Store(static_cast<uint8_t*>(record) + body.msgType.offset, body.msgType.store, message.standardType);
 }
 
 int nasKeepRest(L3Call& call, const L3Type& pdu, const void* record)
 {
   if (!l3Keeps(call) || l3KeepsNothing(call)) return 0;
-  return l3KeepRest(call, pdu, record, pdu.rows + pdu.rowCount - 1, kL3KeptBehind, l3InnermostEnd(call));
+  return l3KeepRest(call, pdu, record, &bodyOf(pdu), kL3KeptBehind, l3InnermostEnd(call));
 }
 
 int nasEncodePlain(L3Call& call, const L3Type& pdu, void* record, bool& known)
 {
-  known = knowsBody(pdu, record);
-  if (known) renumber(call.pctxt, pdu, record);
+  const L3Body& body = *static_cast<const L3Body*>(bodyOf(pdu).info);
+  const L3BodyRow* message = l3MessageIn(body, l3Load(static_cast<uint8_t*>(record) + bodyOf(pdu).offset, 4));
+  known = message;
   if (known) {
+    renumber(call.pctxt, body, *message, record);
     int status = l3EncRows(call, pdu, record);
     if (status < 0) return status;
-    int put = l3PutKept(call, pdu, pdu.line, record, pdu.rows + pdu.rowCount - 1, kL3KeptBehind);
+    int put = l3PutKept(call, pdu, pdu.line, record, &bodyOf(pdu), kL3KeptBehind);
     return put < 0 ? put : status;
   }
   L3Type header = l3Slice(pdu, 0, pdu.rowCount - 1U);

@@ -236,11 +236,7 @@ int l3EncChoice(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* rec
 int l3EncBody(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* record)
 {
   const L3Body& body = *static_cast<const L3Body*>(row.info);
-  uint32_t tag = static_cast<uint32_t>(l3Load(record + row.offset, 4));
-  const L3BodyRow* found = nullptr;
-  if (body.byTag && tag < 256 && body.byTag[tag]) found = &body.rows[body.byTag[tag] - 1];
-  for (unsigned i = 0; i < body.count && !found; ++i)
-    if (body.rows[i].tag == tag) found = &body.rows[i];
+  const L3BodyRow* found = l3MessageIn(body, l3Load(record + row.offset, 4));
   if (!found) return l3Fail(call, type.module->encoder, RTX_E_INVALID_CHOICE, row.line);
   if (!found->type) return 0;
   void* message = l3BodyValue(body, *found, record);

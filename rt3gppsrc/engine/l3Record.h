@@ -197,6 +197,15 @@ inline void l3StorePointer(uint8_t* member, const void* pointer)
   memcpy(member, &pointer, sizeof pointer);
 }
 
+// The row of the message with the number `t`, or null. A table has the numbers below 256.
+inline const L3BodyRow* l3MessageIn(const L3Body& body, uint64_t tag)
+{
+  if (body.byTag && tag < 256 && body.byTag[tag]) return &body.rows[body.byTag[tag] - 1];
+  for (unsigned i = 0; i < body.count; ++i)
+    if (body.rows[i].tag == tag) return &body.rows[i];
+  return nullptr;
+}
+
 // The message that a top-level form holds: in its union itself, or behind the pointer there; null if there is none. The
 // record owns nothing: a decoded message lies on the context's heap, another one is the caller's.
 inline uint8_t* l3BodyValue(const L3Body& body, const L3BodyRow& row, const uint8_t* record)

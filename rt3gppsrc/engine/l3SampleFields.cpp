@@ -230,18 +230,12 @@ static bool agrees(const L3SampleRecord& sample, const L3Field& field, uint64_t 
   return !field.store || !isFixed(sample, field) || fieldValue(sample, field) == value;
 }
 
-// The discriminator of a message: its own, or the form's only one.
-static uint64_t discriminatorOf(const L3Body& body, const L3BodyRow& row)
-{
-  return body.onlyDiscriminator == kL3NoLimit ? row.discriminator : body.onlyDiscriminator;
-}
-
 // The first message that agrees with what is settled; with `withRecord` one that has a body.
 static const L3BodyRow* findBody(const L3SampleRecord& sample, const L3Body& body, bool withRecord)
 {
   for (const L3BodyRow* row = body.rows; row < body.rows + body.count; ++row) {
     if (withRecord && !row->type) continue;
-    bool same = agrees(sample, body.discriminator, discriminatorOf(body, *row));
+    bool same = agrees(sample, body.discriminator, body.discriminatorOf(*row));
     if (same && agrees(sample, body.msgType, row->msgType)) return row;
   }
   return nullptr;
@@ -260,7 +254,7 @@ const L3BodyRow* l3SettleBody(L3SampleRecord& sample, const L3Body& body)
   const L3BodyRow* row = findBody(sample, body, true);
   if (!row) row = findBody(sample, body, false);
   if (!row) return nullptr;
-  settleAs(sample, body.discriminator, discriminatorOf(body, *row));
+  settleAs(sample, body.discriminator, body.discriminatorOf(*row));
   settleAs(sample, body.msgType, row->msgType);
   return row;
 }

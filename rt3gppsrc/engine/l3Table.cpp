@@ -68,10 +68,8 @@ void l3SetBody(const L3Type& pdu, void* record, const L3BodyRow& row, void* mess
   if (!bodyRow) return;
   const L3Body& body = *static_cast<const L3Body*>(bodyRow->info);
   uint8_t* octets = static_cast<uint8_t*>(record);
-  bool column = body.onlyDiscriminator == kL3NoLimit;
   const L3Field& discriminator = body.discriminator;
-  if (discriminator.store)
-    l3Store(octets + discriminator.offset, discriminator.store, column ? row.discriminator : body.onlyDiscriminator);
+  if (discriminator.store) l3Store(octets + discriminator.offset, discriminator.store, body.discriminatorOf(row));
   l3Store(octets + body.msgType.offset, body.msgType.store, row.msgType);
   l3Store(octets + bodyRow->offset, 4, row.tag);
   if (row.inlined)

@@ -357,6 +357,12 @@ struct L3Body {
   // 256 entries, indexed by message type: position of the first row with it, 0 for none. Null: the rows are searched.
   L3At<uint8_t> byType;
   L3At<uint8_t> byTag; // the same, indexed by `t`, for the encoder
+
+  // The discriminator in front of a message, where the form has one.
+  uint32_t discriminatorOf(const L3BodyRow& row) const
+  {
+    return onlyDiscriminator == kL3NoLimit ? row.discriminator : onlyDiscriminator;
+  }
 };
 
 // A length, which opens a region: what follows, to the end of the record or to the next kL3EndLength, lies within. In
