@@ -111,11 +111,14 @@ inline size_t packIdentity(IdentityOctets& octets, unsigned identType, const cha
   uint8_t nibbles[kMaxIdentityDigits + 2];
   // All filler, so that an even count of digits needs no case of its own: "1234" as an IMEI is 03 12 32 F4.
   memset(nibbles, RTX_TBCD_FILLER, sizeof nibbles);
-  for (size_t i = 0; i < count; ++i)
-    if (rtxTBCDCharToBin(digits[i], &nibbles[i]) < 0) return 0;
+  for (size_t i = 0; i < count; ++i) {
+    unsigned number = static_cast<unsigned>(digits[i] - '0');
+    nibbles[i] = static_cast<uint8_t>(number);
+    if (number > 9 && rtxTBCDCharToBin(digits[i], &nibbles[i]) < 0) return 0;
+  }
   uint8_t* at = octets;
   *at++ = static_cast<uint8_t>(count / 2 + 1);
-  *at++ = static_cast<uint8_t>(nibbles[0] << 4 | (count & 1 ? 8U : 0U) | identType);
+  *at++ = static_cast<uint8_t>(nibbles[0] * 16U | (count & 1 ? 8U : 0U) | identType);
   for (size_t i = 1; i < count; i += 2) *at++ = static_cast<uint8_t>(nibbles[i + 1] << 4 | nibbles[i]);
   return count / 2 + 2;
 }

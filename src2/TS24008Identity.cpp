@@ -254,7 +254,7 @@ size_t l3DirectEnc_TS24008IE_MobileIdentity(L3Sink& out, size_t pos, void* recor
   unsigned lead = leadOf(identity);
   if (identity.t == TS24008IE_MobileIdentity_t_tmsi && lead <= 15 && !(pos & 7)) {
     identity.length = 1 + sizeof u.tmsi;
-    bool put = l3Put<16>(out.data, pos, out.end, identity.length << 8 | lead << 4 | identity.t);
+    bool put = l3Put<16>(out.data, pos, out.end, identity.length * 256U | lead << 4 | identity.t);
     return put && l3PutOctets(out.data, pos, out.end, u.tmsi, sizeof u.tmsi) ? pos : kL3GaveUp;
   }
   bool version = identity.t == TS24008IE_MobileIdentity_t_imeisv;

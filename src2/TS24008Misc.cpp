@@ -37,12 +37,15 @@ static void unpackPair(uint64_t word, TS24008IE_MCCMNCPair& pair)
   memcpy(pair.mnc, mnc, sizeof mnc);
 }
 
+// What stands for an area that has been deleted.
+static constexpr uint64_t kNoPlmn = 0xFFFFFF;
+
 // Is a half-octet filler that has to be a digit? Only the third digit of the MNC may be missing, or all six of an area
-// that has been deleted (FF FF FF). Elsewhere the filler ends a text before its digits do.
+// that has been deleted. Elsewhere the filler ends a text before its digits do.
 static bool hasFiller(uint64_t word)
 {
   uint64_t pairs = word & word >> 1;
-  return (pairs & pairs >> 2 & 0x110111) != 0 && word != 0xFFFFFF;
+  return (pairs & pairs >> 2 & 0x110111) != 0 && word != kNoPlmn;
 }
 
 // Appends the half-octet of a digit to `word`. False leaves the pair to rtx3GPPEnc_MCC_MNC, which knows the characters
@@ -54,6 +57,13 @@ static bool packDigit(char digit, uint64_t& word)
   return number <= 9;
 }
 
+// An area that has been deleted has no digits, and each half-octet is the filler.
+static bool isDeleted(const TS24008IE_MCCMNCPair& pair)
+{
+  const char *mcc = pair.mcc, *mnc = pair.mnc;
+  return !(mcc[0] | mcc[1] | mcc[2] | mnc[0] | mnc[1] | mnc[2]);
+}
+
 // Builds the 24 bits in the order of the wire. An MNC that ends after two digits gets the filler.
 static bool packPair(const TS24008IE_MCCMNCPair& pair, uint64_t& word)
 {
@@ -63,7 +73,9 @@ static bool packPair(const TS24008IE_MCCMNCPair& pair, uint64_t& word)
     word = word << 4 | RTX_TBCD_FILLER;
   else
     plain = plain && packDigit(mnc[2], word);
-  return plain && packDigit(mcc[2], word) && packDigit(mnc[1], word) && packDigit(mnc[0], word);
+  if (plain && packDigit(mcc[2], word) && packDigit(mnc[1], word) && packDigit(mnc[0], word)) return true;
+  word = kNoPlmn;
+  return isDeleted(pair);
 }
 
 // Reads the three octets as one field, as the shared function traces them. A fourth octet has to be there when the

@@ -15,6 +15,10 @@ static const char kDigits[] = "0123456789*#abc";
 
 int rtxTBCDCharToBin(char digit, uint8_t* pnibble)
 {
+  if (digit >= '0' && digit <= '9') {
+    *pnibble = static_cast<uint8_t>(digit - '0');
+    return 0;
+  }
   // The ending zero of the alphabet is searched too: it stands at 15, the filler.
   for (unsigned i = 0; i < sizeof kDigits; i++) {
     if (kDigits[i] != digit) continue;
