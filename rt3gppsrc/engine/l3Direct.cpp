@@ -453,6 +453,13 @@ bool l3DirectSurplus(const L3Source& in, size_t pos, size_t end)
   return left >= 8 || l3BitsAt(in.data, in.octets, pos >> 3, pos & 7, static_cast<unsigned>(left));
 }
 
+size_t l3DirectLate(const L3Source& in, size_t pos, size_t end, unsigned octets)
+{
+  if (l3DirectKeeps(in)) return kL3GaveUp;
+  bool room = octets == kL3ByLength ? l3SkipLength(in, pos, end) : l3Skip(pos, end, octets);
+  return room ? pos : kL3GaveUp;
+}
+
 // Forms as in unknownBits and decUnknown. Where the walk would do more than pass over the element, it has to do it.
 size_t l3DirectUnknown(const L3Source& in, size_t pos, size_t end, unsigned iei, bool half)
 {

@@ -78,6 +78,9 @@ size_t l3DirectLeave(const L3Source& in, size_t pos, size_t end, size_t outer);
 // Is there anything to keep between the cursor and the end of a region of whole octets? What fills the last octet up is
 // none (keepSurplus). On entry pos < end.
 [[gnu::cold]] bool l3DirectSurplus(const L3Source& in, size_t pos, size_t end);
+// Passes over an element out of its turn: so many octets, or by its length octet.
+inline constexpr unsigned kL3ByLength = ~0U;
+[[gnu::cold]] size_t l3DirectLate(const L3Source& in, size_t pos, size_t end, unsigned octets);
 // Passes over an unknown element, whose identifier has been read; gives up if it asks for comprehension.
 size_t l3DirectUnknown(const L3Source& in, size_t pos, size_t end, unsigned iei, bool half);
 // Any field: those that straddle octets, or stand among the last of the buffer. Out of line, since it is seldom needed.

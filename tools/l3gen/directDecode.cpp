@@ -420,7 +420,7 @@ static void closeLengths(DecodeWriter& w)
 //       order = 3;
 //       ...                                             the content
 //       r.m.xPresent = 1;
-//     } else if (l3DirectKeeps(in) || !l3SkipLength(in, pos, end)) {
+//     } else if ((pos = l3DirectLate(source, pos, end, kL3ByLength)) == kL3GaveUp) {
 //       return kL3GaveUp;
 //     }
 //     break;
@@ -447,9 +447,8 @@ static void option(DecodeWriter& w, const std::vector<const Row*>& options, size
   }
   uint32_t octets = 0;
   std::string skip = skipForm(*last, octets);
-  std::string how = skip == "length" ? "!l3SkipLength(in, pos, end)" : format("!l3Skip(pos, end, %u)", octets);
-  if (skip == "nothing") how = "";
-  w.line("} else if (l3DirectKeeps(in)" + (how.empty() ? "" : " || " + how) + ") {\nreturn kL3GaveUp;\n}");
+  std::string how = skip == "length" ? "kL3ByLength" : format("%u", skip == "nothing" ? 0 : octets);
+  w.line("} else if ((pos = l3DirectLate(source, pos, end, " + how + ")) == kL3GaveUp) {\nreturn kL3GaveUp;\n}");
   w.line("break;");
 }
 
