@@ -40,6 +40,7 @@ void l3Begin(L3Call& call, RtxContext* pctxt, L3Name& frame, const char* typeNam
   bool stream = pctxt->pStream && !(pctxt->flags & RTX_FLAG_BUFFER_MODE);
   bool plain = !gL3SlowMode && !stream && !pctxt->pBitFldList;
   l3Fresh(call, pctxt);
+  call.keptAround = 0;
   frame = {typeName, nullptr, 0, 0, 0};
   call.names = &frame;
   if (!plain) observe(call, stream);

@@ -58,6 +58,14 @@ enum L3Mode : uint8_t {
   kL3Observed, // the same, and each field goes through the public bit functions, where trace and stream see it
 };
 
+// An unknown element that a trial has passed over; the members are those of L3Kept.
+struct L3Unknown {
+  const void* record;
+  const void* anchor;
+  size_t start, end; // bit positions
+  uint8_t iei, ieiBits;
+};
+
 // The part of a call that begins as zeros. It lies together, so that a few stores set it up.
 struct L3CallState {
   // The innermost open region, or null. It is not kept up once the real stacks are (L3Mode).
@@ -74,6 +82,8 @@ struct L3CallState {
   bool traced; // the bit trace is on: each field leaves an entry
   // What has been decoded may hold bits that no member of the record holds (l3Kept.h, l3KeepUnusual).
   bool doubtful;
+  // How many of L3Call.unknowns are in use.
+  uint8_t unknown;
   // How many regions early returns of a trial have left open; their ends are in L3Call.ends.
   unsigned left;
   // How many of L3Call.holds are in use.
@@ -106,6 +116,9 @@ struct L3Call : L3CallState {
   // there. An encoder notes where its padding ends, too.
   static constexpr size_t kNotPadded = SIZE_MAX;
   size_t padded, paddedEnd;
+  // Encoding by the walk: how many of the context's kept entries stand at the records that are being walked, so not in
+  // what these hold (l3EncRows).
+  size_t keptAround;
   // The path of the trace's last entry, which owns it. The names of all frames that have an end make up its beginning.
   const char* lastPath;
   // Nothing is observed: several fields may be read or written in one step.
@@ -125,6 +138,10 @@ struct L3Call : L3CallState {
   // 16 others. Further ones stay until the job ends.
   static constexpr unsigned kMaxHeld = 16;
   void* holds[kMaxHeld];
+  // Unknown elements that a trial has passed over and that are kept once it is good (l3KeepNoted). A message with more
+  // of them is left to the walk.
+  static constexpr unsigned kMaxUnknown = 8;
+  L3Unknown unknowns[kMaxUnknown];
   RtxMemRun run;
 };
 

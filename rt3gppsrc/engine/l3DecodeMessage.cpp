@@ -7,6 +7,7 @@
 // ahead for where an element ends, and keeps what it cannot read (l3Kept.h). Without the flag no element costs more for
 // it.
 #include "rt3gppsrc/engine/l3Decode.h"
+#include "rt3gppsrc/engine/l3Direct.h"
 #include "rt3gppsrc/engine/l3Kept.h"
 #include "rt3gppsrc/engine/l3Padding.h"
 #include "velnor3gpp/rtx3GPP.h"
@@ -130,12 +131,12 @@ bool l3SeeLength(const L3Call& call, unsigned bits, size_t left, size_t& octets)
 // The bits of an unknown element from behind its identifier on; false if its end cannot be told. An identifier from 80
 // on is an element of one octet; from 78 to 7F an element of EPS and 5GS has a length of two octets where that fits
 // into what is left (7A 00 03 01 02 03); all others have a length of one octet (TS 24.007, 11.2.4).
-static bool unknownBits(const L3Call& call, const TailWalk& walk, uint8_t iei, bool half, size_t left, size_t& bits)
+static bool unknownBits(const L3Call& call, const L3Message& message, uint8_t iei, bool half, size_t left, size_t& bits)
 {
   size_t octets = 0;
   bits = half ? 4 : 0;
   if (half || iei & 0x80) return bits <= left;
-  bool wide = walk.message.wide && iei >= 0x78 && l3SeeLength(call, 16, left, octets);
+  bool wide = message.wide && iei >= 0x78 && l3SeeLength(call, 16, left, octets);
   if (!wide && !l3SeeLength(call, 8, left, octets)) return false;
   bits = octets * 8;
   return true;
@@ -149,7 +150,7 @@ static int decUnknown(L3Call& call, TailWalk& walk, uint8_t iei, bool half, uint
   if (half || (iei & 0x80)) return 0;
   size_t bits = 0;
   bool standard = call.pctxt->flags & RTX_FLAG_STANDARD_FORMS;
-  bool framed = standard && unknownBits(call, walk, iei, half, l3BitsBefore(call, walk.end), bits);
+  bool framed = standard && unknownBits(call, walk.message, iei, half, l3BitsBefore(call, walk.end), bits);
   if (int status = framed ? skipOctets(call, walk, bits / 8) : skipByLength(call, walk); status < 0) return status;
   // The low half decides, as in 10, 20 or 70; the half that the general rule asks about is the high one
   // (rtx3GPPDecL3NonImperative). Setup asks in codeset 0 alone (shifts == 2): networks may send it elements of their
@@ -329,6 +330,23 @@ static int keepUnknown(L3Call& call, TailWalk& walk, size_t start, uint8_t iei, 
   return 0;
 }
 
+// As keepUnknown, which remarks what asks for comprehension. The direct coder is that of the library's form; the
+// standard's form has other rows to stand behind.
+size_t l3NoteUnknown(L3Call& call, const L3Type& type, const void* record, unsigned order, size_t pos, size_t end,
+                     uint8_t iei)
+{
+  const L3Message& message = *type.message;
+  size_t bits = 0;
+  l3MoveTo(call.pctxt->buffer, pos);
+  if (call.unknown == L3Call::kMaxUnknown || !(iei & 0xF0) || &l3FormOf(type, call.pctxt) != &type) return kL3GaveUp;
+  if (!unknownBits(call, message, iei, false, end - pos, bits)) return kL3GaveUp;
+  L3KeptFacts facts = factsOf(pos - 8, iei, false, kL3KeptUnknown);
+  const void* behind = &message;
+  if (order) behind = &message.options[order - 1];
+  call.unknowns[call.unknown++] = {record, behind, facts.position, pos + bits, facts.iei, facts.ieiBits};
+  return pos + bits;
+}
+
 // decTurn where elements are kept. Shifts are kept too, as unknown elements, so that an encoder puts them back. What
 // cannot be framed goes the ordinary way.
 static int decTurnKeeping(L3Call& call, TailWalk& walk, size_t start, uint8_t iei, bool half)
@@ -341,7 +359,8 @@ static int decTurnKeeping(L3Call& call, TailWalk& walk, size_t start, uint8_t ie
   if (position && walk.message.ieis[position - 1].half != half) position = 0;
   size_t bits = 0, left = l3BitsBefore(call, walk.end);
   if (position > walk.order) return takeOrKeep(call, walk, position, start, iei);
-  bool framed = position ? knownBits(call, walk, position, left, bits) : unknownBits(call, walk, iei, half, left, bits);
+  bool framed =
+      position ? knownBits(call, walk, position, left, bits) : unknownBits(call, walk.message, iei, half, left, bits);
   if (!framed && position) {
     const L3Iei& entry = walk.message.ieis[position - 1];
     if (entry.skip == kL3SkipLength || entry.skip == kL3SkipFixed) return skipKnown(call, walk, entry);

@@ -24,7 +24,10 @@ static bool mayTry(const L3Call& call, bool encoder)
   bool clean = !context.errInfo.count && !context.reservedErr.parmcount && !context.reservedErr.elemName;
   bool sound = buffer.byteIndex <= buffer.size && buffer.bitOffset >= 1 && buffer.bitOffset <= 8;
   bool open = !encoder && context.containerStack.dlist.head; // as an early return has left it
-  if (encoder && l3HasKept(&context)) return false;          // a direct coder does not look for what was kept
+  // A direct coder does not look for what was kept, so none of it may stand inside the record. Within an octet most
+  // would give up, and that would end all trials of the call.
+  if (encoder && l3HasKept(&context) && (l3KeptOf(&context)->count != call.keptAround || buffer.bitOffset != 8))
+    return false;
   return call.mode == kL3MayTry && !open && clean && sound && !call.failed;
 }
 
@@ -79,13 +82,14 @@ static bool goEncode(L3Call& call, const L3Type& type, void* record)
   return true;
 }
 
-// Is nothing observed, found or open that a call without names and regions could not keep up?
-static bool isClear(const RtxContext& context)
+// Is nothing observed, found or open that a call without names and regions could not keep up? `regions` counts those
+// that would bound the call.
+static bool isClear(const RtxContext& context, size_t regions)
 {
   const RtxBuffer& buffer = context.buffer;
   bool stream = context.pStream && !(context.flags & RTX_FLAG_BUFFER_MODE);
-  return rtxErrIsReset(context) && !l3IsSlow() && !stream && !context.pBitFldList && buffer.byteIndex <= buffer.size &&
-         buffer.bitOffset == 8;
+  return !(rtxErrLeft(context) | regions) && !l3IsSlow() && !stream && !context.pBitFldList &&
+         buffer.byteIndex <= buffer.size && buffer.bitOffset == 8;
 }
 
 // Makes a call that is a trial from its beginning. It has no names until something needs them.
@@ -145,6 +149,8 @@ static void* reallocate(L3Call& call, void* before, size_t octets)
   if (call.run.next && rtxMemRunResize(call.run, before, octets)) return before;
   endRun(call);
   void* storage = rtxMemHeapRealloc(&call.pctxt->pMemHeap, before, octets);
+  // An unknown element of an entry has noted where the entry lies.
+  if (call.unknown && storage != before) call.mode = kL3GivenUp;
   // The block may have moved: the trial frees the new one.
   for (unsigned i = call.held; storage && i-- > 0;)
     if (call.holds[i] == before) call.holds[i] = storage;
@@ -219,6 +225,7 @@ template <Go go> static bool runTrial(L3Call& call, const L3Type& type, void* re
   pctxt->buffer.dynamic = 0;
   call.mode = kL3Trial;
   call.held = call.left = 0;
+  call.unknown = 0;
   call.tried = &type;
   bool good = go(call, type, record) && wentWell(call, 0);
   pctxt->buffer.dynamic = before.dynamic;
@@ -227,6 +234,7 @@ template <Go go> static bool runTrial(L3Call& call, const L3Type& type, void* re
   call.regions = regions;
   if (good && call.left) pushLeft(call);
   if (good && call.run.next) rtxMemRunClose(call.run);
+  if (good && call.unknown && !l3KeepNoted(call)) call.failed = true;
   if (good) return true;
   // The walk counts the octets of lists anew, and has its own doubts.
   call.listOctets = 0;
@@ -246,6 +254,14 @@ template <Go go> static bool directly(L3Call& call, const L3Type& type, void* re
   endRun(call);
   if (!good) call.mode = kL3GivenUp;
   return good;
+}
+
+// Keeps what a whole call has noted. The call may still be given up.
+[[gnu::cold]] static void keepNoted(L3Call& call, const void* root)
+{
+  call.root = root;
+  endRun(call);
+  if (!l3KeepNoted(call)) call.failed = true;
 }
 
 // A question that a type does not ask (a null function) is answered with yes.
@@ -268,7 +284,7 @@ static bool encodesPlain(const L3Plain& plain, const void* record)
 // asks nothing.
 int l3DecAtOnce(RtxContext* pctxt, const L3Type& type, void* record)
 {
-  if (!isClear(*pctxt)) return l3DecByRows(pctxt, type, record, kL3MayTry);
+  if (!isClear(*pctxt, pctxt->containerStack.dlist.count)) return l3DecByRows(pctxt, type, record, kL3MayTry);
   RtxBuffer& buffer = pctxt->buffer;
   const uint8_t* data = buffer.data;
   size_t start = buffer.byteIndex, octets = buffer.size;
@@ -284,11 +300,12 @@ int l3DecAtOnce(RtxContext* pctxt, const L3Type& type, void* record)
   if (pos != kL3GaveUp && wentWell(call, 0) && !surplus && (!plain || decodedPlain(*plain, record))) {
     l3MoveTo(pctxt->buffer, pos);
     if (call.left) pushLeft(call);
+    if (call.unknown) keepNoted(call, record);
     if (!call.failed) {
       if (call.run.next) rtxMemRunClose(call.run);
       return 0;
     }
-    // There was no memory for a region to be left open. The stack was empty before (isClear).
+    // There was no memory for a region to be left open or an element to be kept. The stack was empty before (isClear).
     rtxCtxtPopAllContainers(pctxt);
   }
   // Of its buffer a decoding moves the cursor alone, so that the start is all there is to put back.
@@ -299,12 +316,12 @@ int l3DecAtOnce(RtxContext* pctxt, const L3Type& type, void* record)
   return l3DecByRows(pctxt, type, record, kL3Walk);
 }
 
-// The mirror of l3DecAtOnce.
+// The mirror of l3DecAtOnce. Regions that an early return of a decoder has left open do not concern an encoder.
 int l3EncAtOnce(RtxContext* pctxt, const L3Type& type, void* record)
 {
   const L3Plain* plain = type.hand ? type.hand->plain : nullptr;
   if (plain && !encodesPlain(*plain, record)) return l3EncByRows(pctxt, type, record, kL3MayTry);
-  if (!isClear(*pctxt) || l3HasKept(pctxt)) return l3EncByRows(pctxt, type, record, kL3MayTry);
+  if (!isClear(*pctxt, 0) || l3HasKept(pctxt)) return l3EncByRows(pctxt, type, record, kL3MayTry);
   L3Call call;
   beginTrial(call, pctxt, type);
   RtxBuffer before = pctxt->buffer;
@@ -461,11 +478,12 @@ size_t l3DirectLate(const L3Source& in, size_t pos, size_t end, unsigned octets)
 }
 
 // Forms as in unknownBits and decUnknown. Where the walk would do more than pass over the element, it has to do it.
-size_t l3DirectUnknown(const L3Source& in, size_t pos, size_t end, unsigned iei, bool half)
+size_t l3DirectUnknown(const L3Source& in, size_t pos, size_t end, unsigned iei, const L3Type& type, const void* record,
+                       unsigned order)
 {
-  bool wide = iei >= 0x78 && l3DirectStandard(in); // the length may have two octets
-  if (l3DirectKeeps(in) || (wide && !half && !(iei & 0x80))) return kL3GaveUp;
-  if (half || (iei & 0x80)) return pos;
+  if (l3DirectKeeps(in)) return l3NoteUnknown(*in.call, type, record, order, pos, end, static_cast<uint8_t>(iei));
+  if (iei & 0x80) return pos;
+  if (iei >= 0x78 && l3DirectStandard(in)) return kL3GaveUp; // the length may have two octets
   return (iei & 0x0F) && l3SkipLength(in, pos, end) ? pos : kL3GaveUp;
 }
 

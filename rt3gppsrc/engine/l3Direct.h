@@ -81,8 +81,10 @@ size_t l3DirectLeave(const L3Source& in, size_t pos, size_t end, size_t outer);
 // Passes over an element out of its turn: so many octets, or by its length octet.
 inline constexpr unsigned kL3ByLength = ~0U;
 [[gnu::cold]] size_t l3DirectLate(const L3Source& in, size_t pos, size_t end, unsigned octets);
-// Passes over an unknown element, whose identifier has been read; gives up if it asks for comprehension.
-size_t l3DirectUnknown(const L3Source& in, size_t pos, size_t end, unsigned iei, bool half);
+// Passes over an unknown element of the type's message, whose identifier, a whole octet, has been read; gives up if it
+// asks for comprehension. `order` is the element in front of it, as in the message's table from 1, or 0.
+[[gnu::cold]] size_t l3DirectUnknown(const L3Source& in, size_t pos, size_t end, unsigned iei, const L3Type& type,
+                                     const void* record, unsigned order);
 // Any field: those that straddle octets, or stand among the last of the buffer. Out of line, since it is seldom needed.
 uint64_t l3TakeEdge(const uint8_t* data, size_t octets, size_t pos, unsigned bits);
 void l3PutEdge(uint8_t* data, size_t pos, unsigned bits, uint64_t value);

@@ -231,7 +231,8 @@ static const L3Row* putRun(L3Call& call, const L3Row* row, const L3Row* end, con
 }
 
 // The walk over one record. It stands apart from l3EncRows, so that a direct coder does not pay for its stack frame.
-[[gnu::noinline]] static int walkRows(L3Call& call, const L3Type& type, void* value)
+// `kept`: something was kept of the message.
+[[gnu::noinline]] static int walkRows(L3Call& call, const L3Type& type, void* value, bool kept)
 {
   uint8_t* record = static_cast<uint8_t*>(value);
   OpenLength open[kMaxRegions];
@@ -240,7 +241,7 @@ static const L3Row* putRun(L3Call& call, const L3Row* row, const L3Row* end, con
   // Nothing can stand behind what has been written (runsOut).
   bool over = false;
   // A run does not look for what was kept in place of a row.
-  bool runs = call.plain() && !l3HasKept(call.pctxt);
+  bool runs = call.plain() && !kept;
   const L3Row* end = type.rows + type.rowCount;
   for (const L3Row* row = type.rows; row < end; ++row) {
     if (row->flags == kL3InRun && runs) {
@@ -273,11 +274,23 @@ static const L3Row* putRun(L3Call& call, const L3Row* row, const L3Row* end, con
   return type.message ? l3EncOptions(call, type, record, running) : l3Ended(call, running);
 }
 
+// The walk over a record of a message of which something was kept. What stands at this record does not stand inside its
+// elements, so that these may be encoded directly.
+[[gnu::noinline]] static int walkRowsKept(L3Call& call, const L3Type& type, void* value)
+{
+  size_t outside = call.keptAround;
+  call.keptAround += l3CountKept(call.pctxt, type, value);
+  int status = walkRows(call, type, value, true);
+  call.keptAround = outside;
+  return status;
+}
+
 // The direct coder first. If a trial around this record has been given up, the walk would be for nothing.
 int l3EncRows(L3Call& call, const L3Type& type, void* value)
 {
   if (l3EncDirectly(call, type, value)) return 0;
-  return call.mode == kL3GivenUp ? RTX_E_GENERAL : walkRows(call, type, value);
+  if (call.mode == kL3GivenUp) return RTX_E_GENERAL;
+  return l3HasKept(call.pctxt) ? walkRowsKept(call, type, value) : walkRows(call, type, value, false);
 }
 
 // Takes the standard's form of the type, if the context asks for it. A coder by hand comes before the rows.

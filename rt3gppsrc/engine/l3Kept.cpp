@@ -70,14 +70,23 @@ static void copyBits(const RtxBuffer& buffer, size_t from, size_t bits, uint8_t*
   }
 }
 
+// Keeps the bits of the input from `facts.position` to `end`; null without memory.
+static L3Kept* keepBits(const L3Call& call, const L3KeptFacts& facts, size_t end)
+{
+  RtxContext* pctxt = call.pctxt;
+  L3Kept* kept = l3AddKept(pctxt, facts, nullptr, end - facts.position);
+  if (!kept) return nullptr;
+  kept->root = call.root;
+  copyBits(pctxt->buffer, facts.position, kept->bits, kept->octets());
+  return kept;
+}
+
 // The cursor may stand behind the identifier already; what it has passed is in the trace, the rest gets an entry here.
 int l3Keep(L3Call& call, const L3Type& type, uint16_t line, const L3KeptFacts& facts, size_t end)
 {
   RtxContext* pctxt = call.pctxt;
-  L3Kept* kept = l3AddKept(pctxt, facts, nullptr, end - facts.position);
+  L3Kept* kept = keepBits(call, facts, end);
   if (!kept) return l3Fail(call, type.module->decoder, RTX_E_NO_MEMORY, line);
-  kept->root = call.root;
-  copyBits(pctxt->buffer, facts.position, kept->bits, kept->octets());
   // The entry's name is what is printed for the element ("unknown 0x7A"). It may end with this function: the trace has
   // copied it to its path.
   if (call.traced && l3BitPos(pctxt) < end) {
@@ -108,6 +117,22 @@ static void cut(RtxContext* pctxt, L3Kept* last, size_t count)
     next = kept->next;
     rtxMemHeapFreePtr(&pctxt->pMemHeap, kept);
   }
+}
+
+bool l3KeepNoted(L3Call& call)
+{
+  const L3KeptList* list = l3KeptOf(call.pctxt);
+  L3Kept* last = list ? list->last : nullptr;
+  size_t before = list ? list->count : 0;
+  for (unsigned i = 0; i < call.unknown; ++i) {
+    const L3Unknown& seen = call.unknowns[i];
+    L3KeptFacts facts = {seen.record,   seen.anchor,    seen.start, seen.iei, seen.ieiBits,
+                         kL3KeptBehind, kL3KeptUnknown, 0,          nullptr};
+    if (keepBits(call, facts, seen.end)) continue;
+    cut(call.pctxt, last, before);
+    return false;
+  }
+  return true;
 }
 
 // Takes the entries off the list that `goes` names; the others stay in their order.
@@ -161,6 +186,25 @@ const L3Kept* l3NextKept(const RtxContext* pctxt, const L3Kept* after, const voi
   const L3Kept* kept = after ? after->next : l3KeptOf(pctxt)->first;
   while (kept && !(kept->record == record && kept->anchor == anchor && kept->at == at)) kept = kept->next;
   return kept;
+}
+
+static bool isAmong(const void* anchor, const L3Run<L3Row>& rows, size_t count)
+{
+  uintptr_t at = reinterpret_cast<uintptr_t>(anchor), first = reinterpret_cast<uintptr_t>(&rows[0]);
+  return at - first < count * sizeof(L3Row);
+}
+
+size_t l3CountKept(const RtxContext* pctxt, const L3Type& type, const void* record)
+{
+  size_t count = 0;
+  const L3Message* message = type.message;
+  for (const L3Kept* kept = l3KeptOf(pctxt)->first; kept; kept = kept->next) {
+    if (kept->record != record) continue;
+    bool row = type.rowCount && isAmong(kept->anchor, type.rows, type.rowCount);
+    bool option = message && message->count && isAmong(kept->anchor, message->options, message->count);
+    count += row || option || kept->anchor == message || kept->anchor == &type;
+  }
+  return count;
 }
 
 // Writes the bits of an entry. At an octet's start whole octets are one write and one entry of the trace.

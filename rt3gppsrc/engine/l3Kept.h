@@ -139,12 +139,20 @@ inline bool l3KeepsNothing(const L3Call& call)
 // May an encoder have something to put back?
 inline bool l3HasKept(const RtxContext* pctxt)
 {
-  return l3KeptOf(pctxt) && l3KeepsFlag(pctxt);
+  const L3KeptList* list = l3KeptOf(pctxt);
+  return list && list->count && l3KeepsFlag(pctxt); // a list stays, empty, where a doubt came to nothing
 }
 
 // Keeps the bits from `facts.position` to `end` and moves the cursor to `end`, with an entry in the bit trace for what
 // the cursor has not passed yet. Returns 0, or a status with the failure recorded.
 int l3Keep(L3Call& call, const L3Type& type, uint16_t line, const L3KeptFacts& facts, size_t end);
+// Notes an unknown element for a trial of the type's message that keeps elements. The cursor stands at `pos`, behind
+// the identifier, which is a whole octet; `order` is the element in front of it (l3DirectUnknown). Returns where it
+// ends, or kL3GaveUp if the walk would do more or could not tell its end.
+size_t l3NoteUnknown(L3Call& call, const L3Type& type, const void* record, unsigned order, size_t pos, size_t end,
+                     uint8_t iei);
+// Keeps what a trial has noted. False without memory; then nothing of it is kept.
+bool l3KeepNoted(L3Call& call);
 // Keeps what stands behind a message or value that has no more elements, octets of whatever kind. Bits that fill the
 // last octet are part of it only if they differ from what an encoder would write there: padding behind rest octets,
 // else 0.
@@ -161,6 +169,9 @@ void l3MoveKept(RtxContext* pctxt, const void* from, size_t octets, const void* 
 // The entry behind `after` (null: the first one) at this place of the record, or null. On entry the context has a list.
 const L3Kept* l3NextKept(const RtxContext* pctxt, const L3Kept* after, const void* record, const void* anchor,
                          L3KeptAt at);
+// How many entries stand at this record of the type: at one of its rows, its message or its end, not in what it holds.
+// On entry the context has a list.
+size_t l3CountKept(const RtxContext* pctxt, const L3Type& type, const void* record);
 inline const L3Kept* l3FirstKept(const RtxContext* pctxt, const void* record, const void* anchor, L3KeptAt at)
 {
   return l3HasKept(pctxt) ? l3NextKept(pctxt, nullptr, record, anchor, at) : nullptr;

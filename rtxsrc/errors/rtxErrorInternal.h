@@ -25,14 +25,20 @@ void rtxErrFreeRecordParms(RtxContext* pctxt, RtxErrInfo* rec);
 // The template of a negative status, or null if no registered table has a row for it.
 const char* rtxErrFindTemplate(int status);
 
-// Has rtxErrReset nothing to take away: no record, collected parameter, name or region? One jump instead of seven, for
-// what every job asks at its beginning and its end.
-inline bool rtxErrIsReset(const RtxContext& context)
+// What has been reported or collected for a report: records, names, parameters. 0 if nothing; other values mean no more
+// than that. One jump instead of six, for what every job asks.
+inline uintptr_t rtxErrLeft(const RtxContext& context)
 {
   const RtxErrInfo& collected = context.reservedErr;
-  size_t left = context.errInfo.count | context.elemNameStack.count | context.containerStack.dlist.count;
   int words = collected.status | collected.parmcount;
-  return (left | static_cast<size_t>(words) | reinterpret_cast<uintptr_t>(collected.elemName)) == 0;
+  return context.errInfo.count | context.elemNameStack.count | static_cast<uintptr_t>(words) |
+         reinterpret_cast<uintptr_t>(collected.elemName);
+}
+
+// Has rtxErrReset nothing to take away, open regions included?
+inline bool rtxErrIsReset(const RtxContext& context)
+{
+  return (rtxErrLeft(context) | context.containerStack.dlist.count) == 0;
 }
 
 // The record of a node of errInfo; every node on that list has one.

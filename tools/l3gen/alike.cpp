@@ -1,6 +1,6 @@
 // Direct coders that differ in names alone. Many elements are one octet with a few fields or a length with octets
 // behind it, and their records have the same members under other names, so one coder serves them all: of 813 types with
-// direct coders 173 have those of another one. It is found by writing all coders with numbers in place of members;
+// direct coders 159 have those of another one. It is found by writing all coders with numbers in place of members;
 // layOutOctets has to be through. Called by main.cpp; what it finds is Type::coders, by which direct.cpp leaves coders
 // out and write.cpp declares their names as others:
 //

@@ -454,7 +454,8 @@ static void option(DecodeWriter& w, const std::vector<const Row*>& options, size
 
 // The loop over the optional elements of a message. The high half of an octet is looked at first: if it is a half-octet
 // IEI the cursor moves by 4 bits and the value is in the lower half. `order` is the last element that was taken, from
-// 1; an element out of its turn is passed over. What has no case is unknown and is passed over by the general rule.
+// 1; an element out of its turn is passed over. What has no case is unknown, of a whole octet, and is passed over by
+// the general rule.
 static void options(DecodeWriter& w)
 {
   auto all = optionRows(w.type);
@@ -483,7 +484,7 @@ static void options(DecodeWriter& w)
     if (first) option(w, all, i);
   }
   w.out += "default:\n";
-  w.go("l3DirectUnknown(source, pos, end, iei, half)");
+  w.go(format("l3DirectUnknown(source, pos, end, iei, l3_%s, record, order)", w.type.full.c_str()));
   w.line("}\n}");
 }
 
