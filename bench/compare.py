@@ -62,7 +62,7 @@ def main():
     print(f"{'minima of ' + str(options.runs) + ' runs':<44} {'before':>12} {'after':>12} {'ratio':>7}")
     for name, before in least[0].items():
         after = least[1].get(name)
-        if after is not None:
+        if after is not None and before:
             print(f"{name:<44} {before:12.1f} {after:12.1f} {after / before:7.3f}")
 
 

@@ -59,12 +59,14 @@ int main(int argc, char** argv)
   Mix mixes[] = {mm5, eps,   shortOnes("epsShort", eps, kShortMean), core,
                  sms, radio, allOf("all", {&mm5, &eps, &core, &sms})};
   Mix accept = single(mm5, "sessionAccept", "obj_EstablishAccept5G");
+  Mix attach = single(eps, "attachAccept", "obj_AttachAccept");
   Mix singles[] = {single(mm5, "registrationRequest", "obj_RegRequest5G", 100),
                    single(mm5, "registrationAccept", "obj_RegAccept5G", 200),
                    accept,
                    made("sessionAcceptInTransport", inTransport(accept.messages[0].octets)),
                    single(eps, "attachRequest", "obj_AttachRequest"),
-                   single(eps, "attachAccept", "obj_AttachAccept"),
+                   attach,
+                   withUnknown("attachAcceptUnknown", attach),
                    single(core, "setup", "obj_Setup"),
                    single(core, "routingAreaUpdateRequest", "obj_RoutingAreaUpdateRequest")};
   Mix secured[] = {readProtected("5gsProtected", "TS24501Msg_PDU"), readProtected("epsProtected", "TS24301Msg_PDU")};

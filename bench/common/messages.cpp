@@ -137,6 +137,14 @@ Mix single(const Mix& mix, const char* name, const char* object, size_t most)
   return {name, {*best}};
 }
 
+Mix withUnknown(const char* name, Mix mix)
+{
+  mix.name = name;
+  mix.keeps = true;
+  for (Message& message : mix.messages) message.octets.insert(message.octets.end(), {0x7F, 2, 1, 2});
+  return mix;
+}
+
 Mix readProtected(const char* name, const char* form)
 {
   enum { kForm = 2, kHex, kIntegrityKey, kCipherKey, kIntegrityAlg, kCipherAlg, kCount, kBearer, kDirection, kMac };

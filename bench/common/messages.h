@@ -32,6 +32,7 @@ struct Message {
 struct Mix {
   std::string name;
   std::vector<Message> messages;
+  bool keeps = false; // decoded and encoded with what the library does not know
   double meanOctets() const;
 };
 
@@ -46,6 +47,8 @@ Mix shortOnes(const char* name, const Mix& mix, double meanOctets);
 Mix allOf(const char* name, const std::vector<const Mix*>& mixes);
 // The longest message of an alternative that has no more than `most` octets.
 Mix single(const Mix& mix, const char* name, const char* object, size_t most = SIZE_MAX);
+// The same messages with an unknown element of two octets behind the others, which is kept.
+Mix withUnknown(const char* name, Mix mix);
 // Signed and ciphered messages with their keys.
 Mix readProtected(const char* name, const char* form);
 

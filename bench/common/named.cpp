@@ -28,6 +28,7 @@ static const Mix& mixOf(const std::string& name)
         {"sms", readMix("sms", "ts24011.tsv")},
         {"radio", readMix("radio", "ts44018.tsv")},
         {"attachAccept", single(eps, "attachAccept", "obj_AttachAccept")},
+        {"attachAcceptUnknown", withUnknown("attachAcceptUnknown", single(eps, "attachAccept", "obj_AttachAccept"))},
         {"sessionAccept", single(mm5, "sessionAccept", "obj_EstablishAccept5G")},
         {"5gsProtected", readProtected("5gsProtected", "TS24501Msg_PDU")},
         {"epsProtected", readProtected("epsProtected", "TS24301Msg_PDU")},

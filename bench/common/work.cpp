@@ -44,9 +44,10 @@ size_t systemAllocations()
 struct Job {
   RtxContext context;
   Octets record;
-  explicit Job(size_t recordOctets) : record(recordOctets)
+  Job(size_t recordOctets, bool keeps) : record(recordOctets)
   {
     rtxInitContextExt(&context, countedMalloc, countedRealloc, free);
+    if (keeps) rtxCtxtSetFlag(&context, RTX_FLAG_KEEP_ELEMENTS);
   }
   ~Job()
   {
@@ -73,7 +74,7 @@ static std::shared_ptr<Job> jobFor(const Mix& mix)
 {
   size_t size = 0;
   for (auto& message : mix.messages) size = std::max<size_t>(size, message.type->type->size);
-  return std::make_shared<Job>(size);
+  return std::make_shared<Job>(size, mix.keeps);
 }
 
 // A job with the record of each message.
@@ -82,7 +83,7 @@ static std::shared_ptr<Jobs> decoded(const Mix& mix)
   auto jobs = std::make_shared<Jobs>();
   for (auto& message : mix.messages) {
     Message copy = message;
-    auto& job = jobs->emplace_back(std::make_unique<Job>(message.type->type->size));
+    auto& job = jobs->emplace_back(std::make_unique<Job>(message.type->type->size, mix.keeps));
     if (message.keys) job->context.pSecurity = message.keys->context.pSecurity;
     if (job->decode(copy) != 0) giveUp(mix.name + ": a message does not decode");
   }
@@ -263,7 +264,7 @@ Work decodeAnyWork(const Mix& mix)
 
 size_t heapOctets(const Message& message)
 {
-  Job job(message.type->type->size);
+  Job job(message.type->type->size, false);
   size_t before = gOctets;
   Message copy = message;
   if (message.keys) job.context.pSecurity = message.keys->context.pSecurity;
