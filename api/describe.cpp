@@ -41,7 +41,7 @@ static velnor3gpp_Member memberOf(const Name& name, velnor3gpp_Kind kind, bool o
   member.optional = optional;
   member.most = SIZE_MAX;
   member.identifier = name.identifier;
-  if (name.type) member.is = publicType(findType(name.type->fullName));
+  if (name.type) member.is = publicType(factsOf(*name.type));
   return member;
 }
 
@@ -238,7 +238,7 @@ static Name ofType(Name name, const L3Type& type)
 // table are told by reference. Types cannot hold themselves, so the definitions bound the depth.
 static void describeType(Describe& walk, const L3Type& type, const Name& name, bool optional, bool whole)
 {
-  const L3Facts* known = whole ? nullptr : findType(type.fullName);
+  const L3Facts* known = whole ? nullptr : factsOf(type);
   L3TextForm text = l3TextForm(type);
   if (text != L3TextForm::none)
     return describeString(walk, ofType(name, type), optional, VELNOR3GPP_TEXT, 0,

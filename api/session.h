@@ -93,6 +93,12 @@ inline const L3Type& typeOf(const L3Facts& known)
   return *l3Types[&known - l3TypeFacts];
 }
 
+// What is known of a type, in either of its forms; null if it is a part of others.
+inline const L3Facts* factsOf(const L3Type& type)
+{
+  return type.known == kL3Unlisted ? nullptr : &l3TypeFacts[type.known];
+}
+
 // The type of a full name, or null.
 const L3Facts* findType(const char* fullName);
 // Is there a record?

@@ -369,7 +369,7 @@ static void visitType(Walk& walk, const Place* parent, const L3Type& named, cons
 const velnor3gpp_Type* velnor3gpp_nodeType(const velnor3gpp_Node* node)
 {
   const L3Type* type = node ? placeOf(node).type : nullptr;
-  return type ? publicType(findType(type->fullName)) : nullptr;
+  return type ? publicType(factsOf(*type)) : nullptr;
 }
 
 // Names in element paths differ from keys where a definition says so (`!name-as`).

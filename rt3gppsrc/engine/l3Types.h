@@ -488,6 +488,9 @@ enum L3TypeFlags : uint16_t {
   kL3Framed = 0x1000,
 };
 
+// L3Type.known of a type that callers do not know.
+inline constexpr uint16_t kL3Unlisted = 0xFFFF;
+
 // A protocol type.
 struct L3Type {
   // "TS24501IE_SNSSAI". Where the encoder pushes another name, that one stands behind the end of this one.
@@ -513,6 +516,8 @@ struct L3Type {
   L3At<L3Message> message;
   // The same record in the form of the public standard where that differs (docs/quirks.md), else null.
   L3At<L3Type> standard;
+  // Place among the types that callers know (l3Types), or kL3Unlisted: the type is a part of others.
+  uint16_t known;
   // Functions by hand, or null.
   const L3Hand* hand;
   // The direct coders (l3Direct.h); null: the rows alone code the type.

@@ -492,6 +492,8 @@ void findAlike(Model& model);
 // One generated file each; docs/tour.md and main.cpp list them. writeCoders has the direct coders and the operations
 // that are more than a jump to the engine, writeJumps all others.
 std::string writeHeader(Model& model, const Module& module);
+// The types that callers know, sorted by name: the tables of them are searched by halves.
+std::vector<const Type*> knownTypes(const Model& model);
 std::string writeTables(Model& model);
 std::string writeCoders(Model& model, const Module& module, bool encoder);
 std::string writeJumps(Model& model, const Module& module);

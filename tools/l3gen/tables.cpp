@@ -228,7 +228,7 @@ static std::string modulePlace(Tables& tables, const Type& type)
 // One L3Type. Its two names, as decoder and encoder push them, are places within one text: behind the module's name in
 // "TS24501IE_SNSSAI", and with `!hyphen-encode` behind the end of that text.
 static std::string writeDescriptor(Tables& tables, const Type& type, const std::string& rows, size_t rowCount,
-                                   const std::string& rest)
+                                   const std::string& rest, const std::string& codes)
 {
   size_t nameAt = type.full.size() - type.name.size(), encNameAt = nameAt;
   std::vector<std::string> names = {type.full};
@@ -237,8 +237,11 @@ static std::string writeDescriptor(Tables& tables, const Type& type, const std::
     names.push_back(hyphens(type.name));
   }
   std::string name = tables.text(names), module = modulePlace(tables, type); // in this order whatever the compiler
-  return format("%s, %s, %s, sizeof(%s), %zu, %d, %zu, %zu, %s", name.c_str(), module.c_str(), rows.c_str(),
-                type.full.c_str(), rowCount, type.place.line, nameAt, encNameAt, rest.c_str());
+  auto known = tables.known.find(type.full);
+  std::string place = known == tables.known.end() ? "kL3Unlisted" : format("%zu", known->second);
+  return format("%s, %s, %s, sizeof(%s), %zu, %d, %zu, %zu, %s, %s, %s", name.c_str(), module.c_str(), rows.c_str(),
+                type.full.c_str(), rowCount, type.place.line, nameAt, encNameAt, rest.c_str(), place.c_str(),
+                codes.c_str());
 }
 
 // Writes rows, optional rows and the message of one form of a type, and then its descriptor. Marks that say nothing to
@@ -255,9 +258,9 @@ static size_t writeForm(TableWriter& w, const std::string& flags, const std::str
   if (type.kind == Kind::Enum || type.kind == Kind::Names) rows = {&scalar};
   size_t firstRow = w.tables.kinds["L3Row"].items.size();
   std::string table = writeRows(w, rows), optional = writeRows(w, options);
-  std::string rest = format("%d, %s, %d, %s, %s, %s", (type.mBits + 7) / 8, flags.c_str(), type.mBits,
-                            writeMessage(w, optional, options).c_str(), standard.c_str(), codes.c_str());
-  w.tables.types.push_back(writeDescriptor(w.tables, type, table, rows.size(), rest));
+  std::string rest = format("%d, %s, %d, %s, %s", (type.mBits + 7) / 8, flags.c_str(), type.mBits,
+                            writeMessage(w, optional, options).c_str(), standard.c_str());
+  w.tables.types.push_back(writeDescriptor(w.tables, type, table, rows.size(), rest, codes));
   return firstRow;
 }
 
@@ -285,7 +288,7 @@ static void writeParts(const Type& type, size_t firstRow, Tables& tables)
 {
   for (auto& [lo, hi] : type.parts)
     tables.types.push_back(writeDescriptor(tables, type, placeOf("L3Row", firstRow + lo - 1), hi - lo + 1,
-                                           "0, 0, 0, {0}, {0}, nullptr, nullptr, nullptr"));
+                                           "0, 0, 0, {0}, {0}", "nullptr, nullptr, nullptr"));
 }
 
 // A row may name a type that is written later: TYPE(...) goes by the number that L3Descriptors.h gives it.
@@ -358,6 +361,7 @@ static std::string braced(const std::vector<std::string>& items, bool numbers = 
 std::string writeTables(Model& model)
 {
   Tables tables;
+  for (auto* type : knownTypes(model)) tables.known.emplace(type->full, tables.known.size());
   for (auto& type : model.types)
     if (!type->values.empty()) writeEnum(*type, tables);
   for (auto& type : model.types) writeType(model, *type, tables);

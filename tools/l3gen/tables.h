@@ -55,6 +55,8 @@ struct Tables {
   // What stands in front of the tables: declarations of coders by hand, and tables with a symbol of their own.
   std::string before;
   TextTable names;
+  // Types that callers know: name and place (knownTypes).
+  std::map<std::string, size_t> known;
   // The place of a run of items, which is written unless an equal one is there: as an initialiser, "AT(L3Field, 3)".
   std::string run(const char* kind, const std::vector<std::string>& items);
   // The same, but always written anew. Rows and messages of a form are told by where they stand.

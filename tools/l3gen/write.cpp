@@ -115,8 +115,7 @@ static std::string clauseText(const Type& type)
   return type.module->spec + ", " + clause;
 }
 
-// The types that callers know, sorted by name: the tables are searched by halves.
-static std::vector<const Type*> knownTypes(const Model& model)
+std::vector<const Type*> knownTypes(const Model& model)
 {
   std::vector<const Type*> types;
   for (auto& type : model.types)
