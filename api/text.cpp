@@ -1,72 +1,66 @@
 // The record as text, by the engine's printer, and the bit trace of the message as text or as a page of HTML. Both
-// print to the context's stream; what comes out is collected in the session's text, which the caller gets a pointer to
-// and which holds until the next text of this session.
-#include <stdio.h>
+// print into the session's text, which the caller gets a pointer to and which holds until the next text of this
+// session.
+#include <algorithm>
 
 #include "api/session.h"
 #include "rtxsrc/trace/rtxTraceWalk.h"
 #include "velnor3gpp/rtxDiagBitTrace.h"
 #include "velnor3gpp/rtxPrintStream.h"
 
-namespace {
+using Print = void (*)(RtxContext& ctxt, const velnor3gpp_Session& session, unsigned flags);
 
-struct Output {
-  velnor3gpp_Session& session;
-  size_t length;
-  bool failed;
-};
-
-} // namespace
-
-// Takes a piece of what is printed: counts its characters, makes room, and formats it there. A failure to get memory is
-// remembered, since a printer has no status to return.
-static void takePiece(void* arg, const char* format, va_list args)
+// Prints into the session's room, and once more into twice the room where the text has filled it: printing into a
+// string costs a tenth of what a callback of its own takes. The context's own print stream is set aside meanwhile.
+static int printed(velnor3gpp_Session& session, RtxContext& ctxt, Print print, unsigned flags, const char** text,
+                   size_t* count)
 {
-  Output& out = *static_cast<Output*>(arg);
-  va_list again;
-  va_copy(again, args);
-  int count = vsnprintf(nullptr, 0, format, again);
-  va_end(again);
-  if (out.failed || count < 0) return;
-  size_t more = static_cast<size_t>(count);
-  char* text = velnor3gpp_room(&out.session, out.length + more + 1);
-  out.failed = !text;
-  if (!text) return;
-  vsnprintf(text + out.length, more + 1, format, args);
-  out.length += more;
+  static constexpr size_t kFirst = 8192; // most messages print less
+  RtxPrintStream* own = ctxt.pPrintStream;
+  uint16_t indent = ctxt.indent;
+  int status = 0;
+  for (size_t size = std::max(session.text.size, kFirst);; size *= 2) {
+    RtxPrintToStringBuffer target = {velnor3gpp_room(&session, size), size, 0};
+    RtxPrintStream stream = {rtxPrintStreamToStringCB, &target};
+    if (!target.buffer) {
+      status = RTX_E_NO_MEMORY;
+      break;
+    }
+    target.buffer[0] = 0;
+    ctxt.pPrintStream = &stream;
+    ctxt.indent = 0;
+    print(ctxt, session, flags);
+    if (target.curPos + 1 == size) continue;
+    *text = target.buffer;
+    *count = target.curPos;
+    break;
+  }
+  ctxt.pPrintStream = own;
+  ctxt.indent = indent;
+  return status;
 }
 
-// Terminates what was written and hands it out.
-static int finish(Output& out, const char** text, size_t* count)
+static void putRecord(RtxContext& ctxt, const velnor3gpp_Session& session, unsigned)
 {
-  char* first = velnor3gpp_room(&out.session, out.length + 1);
-  if (out.failed || !first) return RTX_E_NO_MEMORY;
-  if (!out.length) first[0] = 0;
-  *text = first;
-  *count = out.length;
-  return 0;
+  const L3Type& type = typeOf(*session.known);
+  l3Print(&ctxt, type, l3NameOf(type), session.record);
 }
 
-// The context's own print stream is replaced while the record is printed and released afterwards.
 int velnor3gpp_toText(velnor3gpp_Session* session, const char** text, size_t* count)
 {
   if (!session || !text || !count) return RTX_E_NULL_POINTER;
   *text = nullptr;
   *count = 0;
   if (!hasRecord(*session)) return RTX_E_BAD_PARAMETER;
-  Output out = {*session, 0, false};
-  if (rtxSetPrintStream(&session->ctxt, takePiece, &out) < 0) return RTX_E_NO_MEMORY;
-  const L3Type& type = typeOf(*session->known);
-  l3Print(&session->ctxt, type, l3NameOf(type), session->record);
-  rtxPrintStreamRelease(&session->ctxt);
-  return finish(out, text, count);
+  return printed(*session, session->ctxt, putRecord, 0, text, count);
 }
 
 // The list is printed from its first field, even if it has been printed before.
-static void putTrace(RtxContext& ctxt, unsigned flags)
+static void putTrace(RtxContext& ctxt, const velnor3gpp_Session&, unsigned flags)
 {
   RtxBitFieldList* list = ctxt.pBitFldList;
   list->pLastPrinted = nullptr; // a print before this one does not shorten it
+  rtxBitLineInit(list->lineBuf);
   RtxTraceData data;
   if (!(flags & VELNOR3GPP_HTML)) return rtxDiagBitTracePrint(list, nullptr);
   if (!rtxTraceFindData(&ctxt, &data)) return;
@@ -82,9 +76,5 @@ int velnor3gpp_trace(velnor3gpp_Session* session, unsigned flags, const char** t
   *text = nullptr;
   *count = 0;
   if (!positionsOf(*session)) return RTX_E_BAD_PARAMETER;
-  Output out = {*session, 0, false};
-  if (rtxSetPrintStream(&session->slow, takePiece, &out) < 0) return RTX_E_NO_MEMORY;
-  putTrace(session->slow, flags);
-  rtxPrintStreamRelease(&session->slow);
-  return finish(out, text, count);
+  return printed(*session, session->slow, putTrace, flags, text, count);
 }

@@ -298,16 +298,21 @@ TEST(Facade, PseudonymsLeaveNoDigits)
   EXPECT_NE(request.find(subscriber), request.rfind(subscriber)) << request;
 }
 
-// The trace of a message, twice the same, as text and as a page.
+// The trace of a message, twice the same, as text and as a page. The first time it is longer than the room for it.
 TEST(Facade, TraceIsTextOrAPage)
 {
   TestSession session;
   const char* text = nullptr;
   size_t count = 0;
   EXPECT_EQ(velnor3gpp_trace(session, 0, &text, &count), RTX_E_BAD_PARAMETER);
-  session.decode(nullptr, octetsOfHex("7e005b01"));
+  session.decode(nullptr,
+                 octetsOfHex("07420249062302f810c4c000725202c101081a066f72616e6765066d6e63303031066d6363323038046770"
+                             "727305010a7456415d010030101c911f7396fefe734bffff00fa00fa003203843401005e06fefedddd1010"
+                             "272780000d04c0a80a6e80210a0300000a8106c0a80a6e80210a0400000a83060000000000100205dc500b"
+                             "f602f8108003c8c2e65e9a1302f81004055949640103f05e0106"));
   ASSERT_EQ(velnor3gpp_trace(session, 0, &text, &count), 0);
   std::string first(text, count);
+  EXPECT_GT(count, 8192U);
   EXPECT_NE(first.find("PDU.msgType INTEGER"), std::string::npos);
   ASSERT_EQ(velnor3gpp_trace(session, VELNOR3GPP_HTML, &text, &count), 0);
   EXPECT_TRUE(std::string(text, count).ends_with("</html>\n"));
