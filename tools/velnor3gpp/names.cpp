@@ -1,5 +1,7 @@
 #include "names.h"
 
+#include <strings.h>
+
 #include <algorithm>
 #include <numeric>
 
@@ -11,6 +13,11 @@ std::string lower(std::string_view text)
   for (char& c : result)
     if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + ('a' - 'A'));
   return result;
+}
+
+bool sameLetters(std::string_view first, std::string_view second)
+{
+  return first.size() == second.size() && !strncasecmp(first.data(), second.data(), first.size());
 }
 
 size_t distance(std::string_view first, std::string_view second)

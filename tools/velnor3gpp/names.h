@@ -32,5 +32,7 @@ size_t distance(std::string_view a, std::string_view b);
 // "; did you mean A, B, C" of those that are near to the wanted word, or "".
 std::string didYouMean(std::string_view wanted, const std::vector<std::string>& known);
 std::string lower(std::string_view text);
+// Are two texts equal but for capital letters?
+bool sameLetters(std::string_view first, std::string_view second);
 
 #endif

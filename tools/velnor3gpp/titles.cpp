@@ -8,8 +8,17 @@
 
 namespace {
 
+// One element, of text that lives as long as the walk's (name) or as the library's (title).
 struct Titled {
-  std::string name, title; // as the text has the name
+  size_t nameAt, nameLength; // within Elements.names, as the text has it
+  std::string_view title;
+};
+
+struct Elements {
+  std::string names;
+  std::vector<Titled> all;
+
+  std::string_view name(size_t i) const { return std::string_view(names).substr(all[i].nameAt, all[i].nameLength); }
 };
 
 // Text and walk tell the same elements in the same order, but for steps that only one of them shows: the record itself,
@@ -38,38 +47,47 @@ bool isSentByBoth(velnor3gpp_Session* session)
 // Values that the standard has a name for, which is all capitals: 128-EEA2.
 static bool isName(std::string_view value)
 {
-  return value.find_first_of("0123456789") != std::string_view::npos && lower(value) != value &&
-         std::none_of(value.begin(), value.end(), [](char c) { return c >= 'a' && c <= 'z'; });
+  return value.find_first_of("0123456789") != std::string_view::npos &&
+         std::none_of(value.begin(), value.end(), [](char c) { return c >= 'a' && c <= 'z'; }) &&
+         std::any_of(value.begin(), value.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
 }
 
 static int takeTitle(const velnor3gpp_Node* node, void* arg)
 {
   if (node->step == VELNOR3GPP_LEAVE || !node->name) return 0;
-  Titled element = {std::string(node->name, node->nameLength), ""};
+  Elements& elements = *static_cast<Elements*>(arg);
+  Titled element = {elements.names.size(), 0, {}};
+  std::string_view name(node->name, node->nameLength);
   if (const velnor3gpp_Type* type = velnor3gpp_nodeType(node)) {
     velnor3gpp_TypeFacts facts = factsOf(type);
     bool message = facts.use == VELNOR3GPP_MESSAGE;
-    if (message || lower(facts.title) != lower(asTitle(element.name))) element.title = facts.title;
-    if (message) element.name.insert(0, "obj_");
+    if (message || !sameLetters(facts.title, asWords(name))) element.title = facts.title;
+    if (message) elements.names += "obj_";
   }
   if (node->valueName && isName(node->valueName)) element.title = node->valueName;
-  static_cast<std::vector<Titled>*>(arg)->push_back(std::move(element));
+  elements.names += name;
+  element.nameLength = elements.names.size() - element.nameAt;
+  elements.all.push_back(element);
   return 0;
 }
 
 std::string withTitles(velnor3gpp_Session* session, std::string_view text)
 {
-  std::vector<Titled> elements;
+  thread_local Elements elements; // which keeps its room from message to message
+  elements.names.clear();
+  elements.all.clear();
   velnor3gpp_visit(session, VELNOR3GPP_NAMES, takeTitle, &elements);
   std::string result;
+  result.reserve(text.size() + text.size() / 8);
   size_t next = 0;
   while (!text.empty()) {
     std::string_view line = text.substr(0, text.find('\n') + 1);
     size_t indent = std::min(line.find_first_not_of(' '), line.size());
     std::string_view name = line.substr(indent, line.find(' ', indent) - indent);
-    for (size_t i = next; i < elements.size() && i < next + kNear; ++i)
-      if (elements[i].name == name) {
-        if (!elements[i].title.empty()) result += std::string(indent, ' ') + "-- " + elements[i].title + "\n";
+    for (size_t i = next; i < elements.all.size() && i < next + kNear; ++i)
+      if (elements.name(i) == name) {
+        if (std::string_view title = elements.all[i].title; !title.empty())
+          result.append(indent, ' ').append("-- ").append(title).append("\n");
         next = i + 1;
         break;
       }

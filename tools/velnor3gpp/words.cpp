@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <iterator>
-#include <map>
+#include <unordered_map>
 
 namespace {
 
@@ -282,7 +282,11 @@ static std::string makeWords(std::string_view name)
 
 const std::string& asWords(std::string_view name)
 {
-  thread_local std::map<std::string, std::string, std::less<>> made; // a message has few names, and the next the same
+  struct Hash : std::hash<std::string_view> {
+    using is_transparent = void;
+  };
+  // A message has few names, and the next the same.
+  thread_local std::unordered_map<std::string, std::string, Hash, std::equal_to<>> made;
   auto at = made.find(name);
   if (at == made.end()) at = made.emplace(name, makeWords(name)).first;
   return at->second;
