@@ -85,7 +85,7 @@ static std::vector<std::string> typeNames(const std::string* shortName)
   std::vector<std::string> names;
   for (size_t i = 0; i < velnor3gpp_typeCount(); ++i) {
     velnor3gpp_TypeFacts facts = factsOf(velnor3gpp_typeAt(i));
-    if (!shortName || lower(facts.shortName) == lower(*shortName)) names.emplace_back(facts.name);
+    if (!shortName || sameLetters(facts.shortName, *shortName)) names.emplace_back(facts.name);
   }
   return names;
 }

@@ -35,7 +35,7 @@ static std::string messageIn(const velnor3gpp_TypeFacts& form, const std::string
   for (size_t i = 0; i < velnor3gpp_typeCount(); ++i) {
     velnor3gpp_TypeFacts facts = factsOf(velnor3gpp_typeAt(i));
     if (facts.use != VELNOR3GPP_MESSAGE || strcmp(facts.module, form.module) != 0) continue;
-    if (lower(facts.title) == lower(name) || lower(facts.shortName) == lower(name)) return facts.title;
+    if (sameLetters(facts.title, name) || sameLetters(facts.shortName, name)) return facts.title;
     known.push_back(facts.title);
   }
   throw UsageError(std::string("'") + form.name + "' has no message '" + name + "'" + didYouMean(name, known) +

@@ -8,10 +8,9 @@
 
 namespace {
 
-// One element, of text that lives as long as the walk's (name) or as the library's (title).
 struct Titled {
   size_t nameAt, nameLength; // within Elements.names, as the text has it
-  std::string_view title;
+  std::string_view title;    // of the library's constants
 };
 
 struct Elements {
