@@ -200,8 +200,8 @@ size_t l3CountKept(const RtxContext* pctxt, const L3Type& type, const void* reco
   const L3Message* message = type.message;
   for (const L3Kept* kept = l3KeptOf(pctxt)->first; kept; kept = kept->next) {
     if (kept->record != record) continue;
-    bool row = type.rowCount && isAmong(kept->anchor, type.rows, type.rowCount);
-    bool option = message && message->count && isAmong(kept->anchor, message->options, message->count);
+    bool row = isAmong(kept->anchor, type.rows, type.rowCount);
+    bool option = message && isAmong(kept->anchor, message->options, message->count);
     count += row || option || kept->anchor == message || kept->anchor == &type;
   }
   return count;
