@@ -24,6 +24,8 @@ struct ListWalk {
   // Storage of one entry, for those beyond an inline array's end. They are read, so that what follows can be read, and
   // lost.
   uint8_t* spare;
+  // The last element that was kept before the list, or null; those of its entries stand behind it.
+  const L3Kept* keptBefore;
 };
 
 static const char* moduleOf(const ListWalk& walk)
@@ -66,7 +68,7 @@ static uint8_t* nextEntry(L3Call& call, ListWalk& walk)
                              : rtxMemHeapAlloc(heap, capacity * info.elemSize);
   if (!grown) return nullptr;
   // Kept elements are found by the address of their entry, which has moved.
-  if (walk.entries) l3MoveKept(call.pctxt, walk.entries, walk.count * info.elemSize, grown);
+  if (walk.entries) l3MoveKept(call.pctxt, walk.keptBefore, walk.entries, walk.count * info.elemSize, grown);
   walk.entries = static_cast<uint8_t*>(grown);
   walk.capacity = capacity;
   return walk.entries + walk.count * info.elemSize;
@@ -185,7 +187,7 @@ static void storeList(L3Call& call, ListWalk& walk, uint8_t* member)
   }
   if (walk.count && walk.count < walk.capacity) {
     void* cut = rtxMemHeapRealloc(&call.pctxt->pMemHeap, walk.entries, walk.count * walk.info.elemSize);
-    if (cut) l3MoveKept(call.pctxt, walk.entries, walk.count * walk.info.elemSize, cut);
+    if (cut) l3MoveKept(call.pctxt, walk.keptBefore, walk.entries, walk.count * walk.info.elemSize, cut);
     if (cut) walk.entries = static_cast<uint8_t*>(cut);
   }
   struct {
@@ -200,7 +202,7 @@ int l3DecList(L3Call& call, const L3Type& type, const L3Row& row, uint8_t* recor
 {
   const L3List& info = *static_cast<const L3List*>(row.info);
   uint8_t* member = record + row.offset;
-  ListWalk walk{type, row, info, record, nullptr, 0, 0, nullptr};
+  ListWalk walk{type, row, info, record, nullptr, 0, 0, nullptr, l3LastKept(call.pctxt)};
   if (info.cap) {
     walk.entries = member + info.elemOffset;
     walk.capacity = info.cap;

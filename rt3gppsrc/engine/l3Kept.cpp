@@ -24,6 +24,58 @@ static L3KeptList* listFor(RtxContext* pctxt)
   return static_cast<L3KeptList*>(slot);
 }
 
+// As many entries are found as fast by going through the list.
+static constexpr size_t kFewKept = 8;
+
+// Addresses end in zeros and lie at equal distances; the multiplier spreads them.
+static L3KeptChain& chainOf(const L3KeptList& list, const void* record)
+{
+  uint64_t spread = reinterpret_cast<uintptr_t>(record) * 0x9E3779B97F4A7C15ULL;
+  return list.chains[(spread >> 32) & (list.chainCount - 1)];
+}
+
+static void enchain(L3KeptList& list, L3Kept& kept)
+{
+  if (!list.chains) return;
+  L3KeptChain& chain = chainOf(list, kept.record);
+  kept.nextInChain = nullptr;
+  kept.previousInChain = chain.last;
+  (chain.last ? chain.last->nextInChain : chain.first) = &kept;
+  chain.last = &kept;
+}
+
+static void unchain(L3KeptList& list, L3Kept& kept)
+{
+  if (!list.chains) return;
+  L3KeptChain& chain = chainOf(list, kept.record);
+  (kept.previousInChain ? kept.previousInChain->nextInChain : chain.first) = kept.nextInChain;
+  (kept.nextInChain ? kept.nextInChain->previousInChain : chain.last) = kept.previousInChain;
+}
+
+// Twice as many chains as entries, whose count is a power of two, the new entry's among them. Without memory the old
+// ones grow longer.
+static void makeChains(RtxContext* pctxt, L3KeptList& list)
+{
+  size_t count = list.count * 2;
+  void* memory = rtxMemHeapAllocZ(&pctxt->pMemHeap, count * sizeof(L3KeptChain));
+  if (!memory) return enchain(list, *list.last);
+  if (list.chains) rtxMemHeapFreePtr(&pctxt->pMemHeap, list.chains);
+  list.chains = static_cast<L3KeptChain*>(memory);
+  list.chainCount = count;
+  for (L3Kept* kept = list.first; kept; kept = kept->next) enchain(list, *kept);
+}
+
+// The first entry that can belong to the record, and the one behind it.
+static const L3Kept* firstOf(const L3KeptList& list, const void* record)
+{
+  return list.chains ? chainOf(list, record).first : list.first;
+}
+
+static const L3Kept* nextOf(const L3KeptList& list, const L3Kept& kept)
+{
+  return list.chains ? kept.nextInChain : kept.next;
+}
+
 // One heap block: the entry, its octets, the regular ones, its path.
 L3Kept* l3AddKept(RtxContext* pctxt, const L3KeptFacts& facts, const uint8_t* octets, size_t bits)
 {
@@ -36,6 +88,8 @@ L3Kept* l3AddKept(RtxContext* pctxt, const L3KeptFacts& facts, const uint8_t* oc
   L3Kept* kept = static_cast<L3Kept*>(memory);
   char* path = reinterpret_cast<char*>(kept->octets() + count + regular);
   *kept = {nullptr,
+           nullptr,
+           nullptr,
            nullptr,
            facts.record,
            facts.anchor,
@@ -56,6 +110,11 @@ L3Kept* l3AddKept(RtxContext* pctxt, const L3KeptFacts& facts, const uint8_t* oc
   (list->last ? list->last->next : list->first) = kept;
   list->last = kept;
   ++list->count;
+  bool full = list->count >= kFewKept && list->count >= list->chainCount;
+  if (full && !(list->count & (list->count - 1)))
+    makeChains(pctxt, *list);
+  else
+    enchain(*list, *kept);
   return kept;
 }
 
@@ -115,6 +174,7 @@ static void cut(RtxContext* pctxt, L3Kept* last, size_t count)
   while (next) {
     L3Kept* kept = next;
     next = kept->next;
+    unchain(*list, *kept);
     rtxMemHeapFreePtr(&pctxt->pMemHeap, kept);
   }
 }
@@ -145,6 +205,7 @@ template <typename Goes> static void drop(RtxContext* pctxt, L3KeptList& list, G
     L3Kept* kept = next;
     next = kept->next;
     if (goes(*kept)) {
+      unchain(list, *kept);
       rtxMemHeapFreePtr(&pctxt->pMemHeap, kept);
       continue;
     }
@@ -169,22 +230,26 @@ void l3DropUnusual(RtxContext* pctxt)
 
 // Addresses are compared as numbers: `from` may be freed by now. An address before `from` gives an offset that wraps
 // round to more than `octets`.
-void l3MoveKept(RtxContext* pctxt, const void* from, size_t octets, const void* to)
+void l3MoveKept(RtxContext* pctxt, const L3Kept* before, const void* from, size_t octets, const void* to)
 {
   uintptr_t begin = reinterpret_cast<uintptr_t>(from);
   L3KeptList* list = l3KeptOf(pctxt);
-  for (L3Kept* kept = list && from != to ? list->first : nullptr; kept; kept = kept->next) {
+  if (!list || from == to) return;
+  for (L3Kept* kept = before ? before->next : list->first; kept; kept = kept->next) {
     size_t offset = reinterpret_cast<uintptr_t>(kept->record) - begin;
-    if (offset < octets) kept->record = static_cast<const uint8_t*>(to) + offset;
+    if (offset >= octets) continue;
+    unchain(*list, *kept);
+    kept->record = static_cast<const uint8_t*>(to) + offset;
+    enchain(*list, *kept);
   }
 }
 
-// The list is short (what a message has of unknown elements), so it is searched from where the last search ended.
 const L3Kept* l3NextKept(const RtxContext* pctxt, const L3Kept* after, const void* record, const void* anchor,
                          L3KeptAt at)
 {
-  const L3Kept* kept = after ? after->next : l3KeptOf(pctxt)->first;
-  while (kept && !(kept->record == record && kept->anchor == anchor && kept->at == at)) kept = kept->next;
+  const L3KeptList& list = *l3KeptOf(pctxt);
+  const L3Kept* kept = after ? nextOf(list, *after) : firstOf(list, record);
+  while (kept && !(kept->record == record && kept->anchor == anchor && kept->at == at)) kept = nextOf(list, *kept);
   return kept;
 }
 
@@ -198,7 +263,8 @@ size_t l3CountKept(const RtxContext* pctxt, const L3Type& type, const void* reco
 {
   size_t count = 0;
   const L3Message* message = type.message;
-  for (const L3Kept* kept = l3KeptOf(pctxt)->first; kept; kept = kept->next) {
+  const L3KeptList& list = *l3KeptOf(pctxt);
+  for (const L3Kept* kept = firstOf(list, record); kept; kept = nextOf(list, *kept)) {
     if (kept->record != record) continue;
     bool row = isAmong(kept->anchor, type.rows, type.rowCount);
     bool option = message && isAmong(kept->anchor, message->options, message->count);

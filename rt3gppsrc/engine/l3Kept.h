@@ -2,8 +2,9 @@
 // who changes one field of a message and sends it on must not lose what the library does not know.
 //
 // The list hangs on an extension slot of the context and lies on its heap, so it ends with the job; an entry takes some
-// eighty octets and those of its element. An entry is found again by the address of the record that it belongs to and
-// the row that it stands behind, so it does not follow a record that a caller copies. Nothing is kept from a stream:
+// hundred octets and those of its element. An entry is found again by the address of the record that it belongs to and
+// the row that it stands behind, so it does not follow a record that a caller copies. Printers, walks and encoders ask
+// at each row of each record; in a long list chains by the record's address answer them. Nothing is kept from a stream:
 // what has been read of one is gone.
 #ifndef VELNOR3GPP_L3_KEPT_H
 #define VELNOR3GPP_L3_KEPT_H
@@ -47,6 +48,8 @@ enum L3KeptWhy : uint8_t {
 // One entry; its octets stand behind it in the same block, then the regular ones, then the path, if there is one.
 struct L3Kept {
   L3Kept* next;
+  // The neighbours in its chain, if the list has chains.
+  L3Kept *nextInChain, *previousInChain;
   // The value that the call decoded.
   const void* root;
   // The record it belongs to.
@@ -79,6 +82,11 @@ struct L3Kept {
   const uint8_t* regular() const { return octets() + (bits + 7) / 8; }
 };
 
+// Entries whose records have addresses in common, in the order of the list.
+struct L3KeptChain {
+  L3Kept *first, *last;
+};
+
 // The entries of a context, in the order of the input.
 struct L3KeptList {
   // The first member of whatever hangs on an extension slot: a function that releases it, or null. Here it is null,
@@ -87,6 +95,9 @@ struct L3KeptList {
   L3Kept* first;
   L3Kept* last;
   size_t count;
+  // A power of two of chains, or none in a short list and without memory.
+  L3KeptChain* chains;
+  size_t chainCount;
 };
 
 // What is known of an element before it is kept; the members are those of L3Kept.
@@ -164,8 +175,15 @@ L3Kept* l3AddKept(RtxContext* pctxt, const L3KeptFacts& facts, const uint8_t* oc
 void l3ForgetKept(RtxContext* pctxt, const void* root);
 // Forgets what stood over values.
 void l3DropUnusual(RtxContext* pctxt);
-// Follows entries of a list that has been moved: `octets` octets of records went from `from` to `to`.
-void l3MoveKept(RtxContext* pctxt, const void* from, size_t octets, const void* to);
+// The last entry so far, or null.
+inline const L3Kept* l3LastKept(const RtxContext* pctxt)
+{
+  const L3KeptList* list = l3KeptOf(pctxt);
+  return list ? list->last : nullptr;
+}
+// Follows entries of records that have been moved: `octets` octets of them went from `from` to `to`. Their entries
+// stand behind `before` (null: anywhere).
+void l3MoveKept(RtxContext* pctxt, const L3Kept* before, const void* from, size_t octets, const void* to);
 // The entry behind `after` (null: the first one) at this place of the record, or null. On entry the context has a list.
 const L3Kept* l3NextKept(const RtxContext* pctxt, const L3Kept* after, const void* record, const void* anchor,
                          L3KeptAt at);

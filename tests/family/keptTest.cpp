@@ -328,4 +328,28 @@ TEST(KeptElements, OfDamagedMessagesAreTheSameInBothModes)
   }
 }
 
+// Some in front of a list, one in each of its entries, some behind it, and one over an identity; probes take back what
+// they kept. With each piece of the heap from the system a sanitizer sees what is gone.
+TEST(KeptElements, OfLongListsAreGoneWhenTheyAreDropped)
+{
+  std::string hex = "7E0042010177000BFA09F1070102C301020304";
+  for (int i = 0; i < 39; ++i) hex += "6D00";
+  hex += "7C00DC";
+  for (int i = 0; i < 10; ++i) hex += "15010908010000012121436501078024F899214365AA";
+  for (int i = 0; i < 12; ++i) hex += "6D00";
+  const L3TypeEntry& entry = *l3FindType("TS24501Msg_PDU");
+  for (bool trace : {false, true}) {
+    Decoding decoding(entry, octetsOfHex(hex), {.trace = trace, .pieces = true, .flags = RTX_FLAG_KEEP_ELEMENTS});
+    ASSERT_EQ(decoding.status, 0) << decoding.state();
+    const L3KeptList* list = l3KeptOf(decoding.ctxt);
+    ASSERT_TRUE(list && list->count == 62);
+    l3DropUnusual(decoding.ctxt);
+    EXPECT_EQ(list->count, 61U);
+    useRecord(entry, decoding.ctxt, decoding.record.get());
+    l3ForgetKept(decoding.ctxt, list->first->root);
+    EXPECT_EQ(list->count, 0U);
+    useRecord(entry, decoding.ctxt, decoding.record.get());
+  }
+}
+
 } // namespace
