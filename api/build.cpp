@@ -491,7 +491,8 @@ int velnor3gpp_build(velnor3gpp_Session* session, const velnor3gpp_BuildEvent* e
 {
   if (!session || !event) return RTX_E_NULL_POINTER;
   if (!isSized(*event)) return RTX_E_BAD_PARAMETER;
-  velnor3gpp_BuildEvent step = readStruct(event);
+  velnor3gpp_BuildEvent room;
+  const velnor3gpp_BuildEvent& step = readStruct(event, room);
   if (step.step == VELNOR3GPP_BUILD_BEGIN) return begin(*session, step);
   if (step.step == VELNOR3GPP_BUILD_CLEAR) return endJob(*session), 0;
   if (!session->build || !session->build->known) return RTX_E_BAD_PARAMETER;

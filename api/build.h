@@ -92,6 +92,7 @@ const char* nearestKey(const Frame& frame, const char* key, size_t length);
 inline bool isKey(const L3Row& row, const char* key, size_t length)
 {
   const char* own = l3KeyOf(row);
+  if (own == row.name) return own && row.nameLength == length && memcmp(own, key, length) == 0;
   return own && strncmp(own, key, length) == 0 && !own[length];
 }
 // Reports a value of another kind than its place takes, and what to write instead.

@@ -257,7 +257,8 @@ int velnor3gpp_keep(velnor3gpp_Session* session, const velnor3gpp_Kept* source)
 {
   if (!session || !source) return RTX_E_NULL_POINTER;
   if (!isSized(*source)) return RTX_E_BAD_PARAMETER;
-  velnor3gpp_Kept all = readStruct(source);
+  velnor3gpp_Kept all;
+  all = readStruct(source, all);
   if (!all.path || !all.element || (!all.octets && all.count)) return RTX_E_NULL_POINTER;
   if (!hasRecord(*session)) return RTX_E_BAD_PARAMETER;
   if (all.bits > all.count * 8)

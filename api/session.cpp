@@ -135,7 +135,7 @@ int velnor3gpp_setKeys(velnor3gpp_Session* session, const velnor3gpp_Keys* keys)
   rtx3gppAssignAlgorithmKeys(&session->keep, nullptr, nullptr, 0, 0);
   if (!keys) return 0;
   if (!isSized(*keys)) return RTX_E_BAD_PARAMETER;
-  session->keys = readStruct(keys);
+  session->keys = readStruct(keys, session->keys);
   if (session->keys.bearer < -1 || session->keys.bearer > 31) {
     rtx3gppWipe(&session->keys, sizeof session->keys);
     return RTX_E_BAD_PARAMETER; // it would spill into the count, and every message would seem forged
