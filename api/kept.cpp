@@ -1,28 +1,20 @@
 // Elements that the decoder kept because it could not read them (l3Kept.h): told to callers by number, put under a
 // record that was built from JSON, and overwritten by redacting. The engine knows where a kept element stands by two
 // pointers, the record that it belongs to and the row behind which it stood; callers know both by name. Translating
-// between the two is what this file does, by a walk over the record. Kept elements are on the job's heap.
+// between the two is what this file does, by the list of places. Kept elements are on the job's heap.
 #include "rt3gppsrc/engine/l3Kept.h"
 
 #include <stdio.h>
 
-#include "api/place.h"
-#include "api/session.h"
+#include "api/keptPlaces.h"
 #include "rt3gppsrc/rt3gppCrypto.h"
 
 namespace {
 
-// What a walk looks for: the node whose record a kept element belongs to. Parts of that record may have no nodes of
-// their own.
-struct Search {
-  const L3Kept* kept; // by what it belongs to
-  const char* path;   // or by the path of the node
-  size_t length;
-  char text[1024];
+// What a kept element belongs to.
+struct Owner {
   const L3Type* type;
   const uint8_t* record;
-  bool exact;    // the node is the one whose type has the anchor
-  bool inLength; // it stands at the end of what a length counts
 };
 
 } // namespace
@@ -62,46 +54,6 @@ static bool hasAnchor(const L3Type& type, const void* anchor)
 static bool hasPlace(const L3Type& type, const void* anchor)
 {
   return isMessageOf(type, anchor) || hasAnchor(type, anchor);
-}
-
-// Visitor: the node under the path that a caller gave for a kept element. Inside a length it can be an element of a
-// bare type, to which the length belongs.
-static int lookForPath(const velnor3gpp_Node* node, void* arg)
-{
-  Search& search = *static_cast<Search*>(arg);
-  const Place& place = placeOf(node);
-  bool record = node->step == VELNOR3GPP_ENTER && place.record;
-  bool bare = node->step != VELNOR3GPP_LEAVE && place.bare && search.inLength;
-  if (!record && !bare) return 0;
-  char path[1024];
-  size_t length = velnor3gpp_nodePath(node, path, sizeof path);
-  if (length != search.length || length >= sizeof path || memcmp(path, search.path, length) != 0) return 0;
-  search.type = bare ? place.bare : place.type;
-  search.record = bare ? place.value : place.record;
-  return 0;
-}
-
-// Visitor: the node whose record a kept element belongs to. A record's first member can be a record as well, at the
-// same address: the anchor tells which of them is meant. Where no type has it, the innermost one comes last and stays.
-static int lookForRecord(const velnor3gpp_Node* node, void* arg)
-{
-  Search& search = *static_cast<Search*>(arg);
-  const Place& place = placeOf(node);
-  if (search.exact || node->step == VELNOR3GPP_LEAVE) return 0;
-  if (place.bare && place.value == search.kept->record && hasAnchor(*place.bare, search.kept->anchor)) {
-    search.exact = true;
-    search.type = place.bare;
-    velnor3gpp_nodePath(node, search.text, sizeof search.text);
-    return 0;
-  }
-  if (!place.record) return 0;
-  uintptr_t offset = reinterpret_cast<uintptr_t>(search.kept->record) - reinterpret_cast<uintptr_t>(place.record);
-  if (offset >= place.type->size && offset) return 0;
-  search.exact = hasPlace(*place.type, search.kept->anchor);
-  search.type = place.type;
-  search.record = place.record;
-  velnor3gpp_nodePath(node, search.text, sizeof search.text);
-  return 0;
 }
 
 // The row by which the engine will find the element again: the one of this name, or without a name the one that has
@@ -146,16 +98,16 @@ static const L3Kept* nextKept(velnor3gpp_Session& session, size_t index)
 
 // The message in the session's form: its record and its path, "data.AttachComplete". The walk shows a message of one
 // element as that element, so that what stands behind it belongs to no node. False if there is none with content.
-static bool findMessage(const velnor3gpp_Session& session, Search& search)
+static bool findMessage(const velnor3gpp_Session& session, Owner& owner, char (&path)[1024])
 {
   const L3BodyRow* message = messageOf(session);
   if (!message || !message->type) return false;
   const L3Row& row = *bodyOf(typeOf(*session.known));
-  search.type = message->type;
-  search.record =
+  owner.type = message->type;
+  owner.record =
       static_cast<const uint8_t*>(l3BodyValue(*static_cast<const L3Body*>(row.info), *message, session.record));
-  snprintf(search.text, sizeof search.text, "%s.%s", l3KeyOf(row), message->name());
-  return search.record;
+  snprintf(path, sizeof path, "%s.%s", l3KeyOf(row), message->name());
+  return owner.record;
 }
 
 // A message of one element that nobody could read has no value, so that a source cannot name it ("data":{}): the path
@@ -180,20 +132,32 @@ static int makeMessage(velnor3gpp_Session& session, const char* path)
   return 0;
 }
 
-// Finds path and type of the record, unless they are those of the element told before. A record and its first member
-// can begin in the same place.
-static void findRecord(velnor3gpp_Session& session, const L3Kept& kept)
+// Does the element belong to this place or to a part of it that is no place?
+static bool holds(const KeptPlace& place, const L3Kept& kept)
 {
-  bool same = session.toldRecord == kept.record;
-  if (same && (!session.toldExact || hasPlace(*session.toldType, kept.anchor))) return;
-  Search search = {&kept, nullptr, 0, "", nullptr, nullptr, false, false};
-  velnor3gpp_visit(&session, 0, lookForRecord, &search);
-  Search message = search;
-  if (!search.exact && findMessage(session, message) && message.record == kept.record) search = message;
-  session.toldRecord = kept.record;
-  session.toldType = search.type;
-  session.toldExact = search.exact;
-  memcpy(session.toldPath, search.text, sizeof session.toldPath);
+  if (place.bare) return place.record == kept.record && hasAnchor(*place.type, kept.anchor);
+  uintptr_t offset = reinterpret_cast<uintptr_t>(kept.record) - reinterpret_cast<uintptr_t>(place.record);
+  return place.record && (!offset || offset < place.type->size);
+}
+
+// Finds type and path of what a kept element belongs to. A record's first member can be a record as well, at the same
+// address: the anchor tells which of them is meant, the outer one where both have it. Where no type has it, the
+// innermost record counts. Records that are parts of others lie inside them, so that the place before an address is
+// that address's or lies in it.
+static void findOwner(velnor3gpp_Session& session, const KeptPlaces& places, const L3Kept& kept, Owner& owner)
+{
+  const KeptPlace *exact = nullptr, *inner = nullptr;
+  for (auto* place = placeAtOrBefore(places, kept.record); place; place = placeAround(places, *place)) {
+    if (!place->type || !holds(*place, kept)) continue;
+    if (place->bare || hasPlace(*place->type, kept.anchor)) exact = place;
+    if (!inner && !place->bare) inner = place;
+  }
+  bool message = !exact && findMessage(session, owner, session.toldPath) && owner.record == kept.record;
+  if (message) return;
+  const KeptPlace* found = exact ? exact : inner;
+  owner = found ? Owner{found->type, found->record} : Owner{nullptr, nullptr};
+  session.toldPath[0] = 0;
+  if (found) placePath(places, *found, session.toldPath, sizeof session.toldPath);
 }
 
 size_t keptCount(const velnor3gpp_Session& session)
@@ -227,7 +191,10 @@ int velnor3gpp_kept(velnor3gpp_Session* session, size_t index, velnor3gpp_Kept* 
   if (!session || !target) return RTX_E_NULL_POINTER;
   const L3Kept* kept = hasRecord(*session) ? nextKept(*session, index) : nullptr;
   if (!kept) return RTX_E_INDEX_RANGE;
-  findRecord(*session, *kept);
+  const KeptPlaces* places = keptPlacesOf(*session);
+  if (!places) return RTX_E_NO_MEMORY;
+  Owner owner;
+  findOwner(*session, *places, *kept, owner);
   char name[kL3KeptName];
   size_t length = l3KeptName(*kept, name);
   memcpy(session->words, name, length + 1);
@@ -243,7 +210,7 @@ int velnor3gpp_kept(velnor3gpp_Session* session, size_t index, velnor3gpp_Kept* 
   all.status = kept->status;
   all.text = session->words;
   all.path = session->toldPath;
-  all.element = elementOf(*kept, session->toldType);
+  all.element = elementOf(*kept, owner.type);
   all.fault = kept->path;
   bool over = all.at == VELNOR3GPP_KEPT_OVER && !kept->refused;
   all.regular = over ? kept->regular() : nullptr;
@@ -265,27 +232,34 @@ int velnor3gpp_keep(velnor3gpp_Session* session, const velnor3gpp_Kept* source)
     return velnor3gpp_report(session, RTX_E_BAD_PARAMETER, all.path, "has more bits than its octets");
   if (all.at > VELNOR3GPP_KEPT_OVER || all.why > VELNOR3GPP_KEPT_UNUSUAL) return RTX_E_BAD_PARAMETER;
   L3KeptAt at = static_cast<L3KeptAt>(all.at);
-  Search search = {nullptr, all.path, strlen(all.path), "", nullptr, nullptr, false, at == kL3KeptInside};
-  int status = velnor3gpp_visit(session, 0, lookForPath, &search);
-  if (status < 0) return status;
-  Search message = {};
-  if (!search.type && makeMessage(*session, all.path) < 0) return RTX_E_NO_MEMORY;
-  bool inMessage = findMessage(*session, message) && strcmp(message.text, all.path) == 0;
-  if (!search.type && inMessage) search = message;
-  if (!search.type)
+  const KeptPlaces* places = keptPlacesOf(*session);
+  if (!places) return velnor3gpp_report(session, RTX_E_NO_MEMORY, "", "out of memory");
+  // Inside a length it can be an element of a bare type, to which the length belongs.
+  const KeptPlace* place = at == kL3KeptInside ? placeByPath(*places, all.path, true) : nullptr;
+  if (!place) place = placeByPath(*places, all.path, false);
+  // The list of places goes without the message that is made here: in its elements' place something is kept.
+  if (!place && makeMessage(*session, all.path) < 0) return RTX_E_NO_MEMORY;
+  Owner message = {}, owner = {};
+  char messagePath[1024];
+  bool inMessage = findMessage(*session, message, messagePath) && strcmp(messagePath, all.path) == 0;
+  if (place)
+    owner = {place->type, place->record};
+  else if (inMessage)
+    owner = message;
+  if (!owner.type)
     return velnor3gpp_report(session, RTX_E_UNEXPECTED_ELEMENT, all.path, "is no element of this record");
   // Over a record without an element's name is over all of it, but for a message of one element without a name.
   bool single = inMessage && l3IsBare(*message.type);
   if (at == kL3KeptOver && !*all.element && !single) at = kL3KeptOverAll;
-  const uint8_t* record = search.record;
-  const void* anchor = single && at == kL3KeptOver ? nullptr : findAnchor(*search.type, record, at, all.element);
+  const uint8_t* record = owner.record;
+  const void* anchor = single && at == kL3KeptOver ? nullptr : findAnchor(*owner.type, record, at, all.element);
   // What stands behind or over everything is the named type's, also where its rows are those of the standard's form.
-  if (record == session->record && anchor == search.type) anchor = &typeOf(*session->known);
+  if (record == session->record && anchor == owner.type) anchor = &typeOf(*session->known);
   if (!anchor && inMessage) {
     record = message.record;
     anchor = findAnchor(*message.type, record, at, all.element);
   }
-  if (!anchor && at == kL3KeptBehind && !*all.element && search.type->flags & kL3RestOctets) {
+  if (!anchor && at == kL3KeptBehind && !*all.element && owner.type->flags & kL3RestOctets) {
     // A message that is rest octets alone (system information 13): behind it everything ends, so the place is the end.
     at = kL3KeptEnd;
     record = session->record;
@@ -309,7 +283,6 @@ int velnor3gpp_keep(velnor3gpp_Session* session, const velnor3gpp_Kept* source)
   kept->before = static_cast<uint32_t>(all.octet);
   session->ctxt.flags |= RTX_FLAG_KEEP_ELEMENTS;
   session->told = nullptr;
-  session->toldRecord = nullptr;
   return 0;
 }
 
@@ -335,7 +308,6 @@ void hideKept(velnor3gpp_Session& session)
 {
   l3DropUnusual(&session.ctxt);
   session.told = nullptr;
-  session.toldRecord = nullptr;
   L3KeptList* list = l3KeptOf(&session.ctxt);
   for (L3Kept* kept = list ? list->first : nullptr; kept; kept = kept->next) {
     size_t head = headOf(*kept), count = (kept->bits + 7) / 8;

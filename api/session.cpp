@@ -102,7 +102,7 @@ void endJob(velnor3gpp_Session& session)
   session.status = 0;
   session.reportCount = 0;
   session.told = nullptr;
-  session.toldRecord = nullptr;
+  session.keptPlaces = nullptr;
   // What is half built lies on this heap: no step may go on with it.
   if (session.build) session.build->known = nullptr, session.build->awaitedCount = 0;
   setForms(session.ctxt, session.forms);

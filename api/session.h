@@ -30,6 +30,7 @@ inline constexpr size_t kMaxReports = 4;
 
 struct Build;
 struct L3Kept;
+struct KeptPlaces;
 
 struct velnor3gpp_Session {
   RtxMemHeap* home; // of the session itself and its rooms
@@ -60,14 +61,11 @@ struct velnor3gpp_Session {
   char words[1024]; // of the finding that was asked for last
   char path[1024];
 
-  // The kept element told last, its place in the list, and where its record stands. Callers ask for one after the
-  // other; a walk for each would make the work grow with the square of their number.
+  // The kept element told last and its number in the list, since callers ask for one after the other, and its path.
   const L3Kept* told;
   size_t toldIndex;
-  const void* toldRecord;
-  const L3Type* toldType;
-  bool toldExact; // it has the place of the element
   char toldPath[1024];
+  KeptPlaces* keptPlaces; // of the job, or null as long as nobody asks for them
 
   RtxContext slow; // of the decoding that lists positions; its trace is that of the job while `located` is set
   bool located;

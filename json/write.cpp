@@ -243,8 +243,11 @@ static void writeAllKept(JsonWriter& writer, size_t count)
   open(writer, '[');
   velnor3gpp_Kept kept = {};
   kept.size = sizeof kept;
-  for (size_t i = 0; i < count; ++i)
-    if (velnor3gpp_kept(writer.session, i, &kept) >= 0) writeKept(writer, kept);
+  for (size_t i = 0; i < count && !writer.failed; ++i)
+    if (velnor3gpp_kept(writer.session, i, &kept) == 0)
+      writeKept(writer, kept);
+    else
+      writer.failed = true; // they are there, so memory is out
   close(writer, ']');
 }
 

@@ -320,7 +320,8 @@ VELNOR_API int velnor3gpp_result(velnor3gpp_Session* session, velnor3gpp_Result*
 /** Tells a finding of the last call, from 0. Returns 0, or RTX_E_INDEX_RANGE. */
 VELNOR_API int velnor3gpp_finding(velnor3gpp_Session* session, size_t index, velnor3gpp_Finding* finding);
 
-/** Tells a kept element of the session's record, from 0, in the order of the wire. Returns 0, or RTX_E_INDEX_RANGE. */
+/** Tells a kept element of the session's record, from 0, in the order of the wire. Returns 0, RTX_E_INDEX_RANGE, or
+ *  RTX_E_NO_MEMORY. */
 VELNOR_API int velnor3gpp_kept(velnor3gpp_Session* session, size_t index, velnor3gpp_Kept* kept);
 /** Puts an element under a record that was built: `path`, `at`, `element` and the octets tell all that is needed. It is
  *  copied. Returns 0, RTX_E_UNEXPECTED_ELEMENT if the record has no such place, RTX_E_BAD_PARAMETER or RTX_E_NO_MEMORY.

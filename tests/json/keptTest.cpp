@@ -2,6 +2,8 @@
 // message.
 #include <gtest/gtest.h>
 
+#include <chrono>
+
 #include "tests/fileText.h"
 #include "tests/json/session.h"
 
@@ -97,6 +99,62 @@ TEST(JsonKept, RedactingEmptiesWhatIsKept)
   ASSERT_EQ(session.result().kept, 1U);
   ASSERT_EQ(velnor3gpp_redact(session), 0);
   EXPECT_EQ(session.result().kept, 0U);
+}
+
+std::string times(size_t count, const std::string& text)
+{
+  std::string all;
+  while (count--) all += text;
+  return all;
+}
+
+// A message through text, trace and JSON, and from JSON back to octets.
+void checkWay(JsonSession& session, const std::string& hex, size_t kept)
+{
+  Octets wire = octetsOfHex(hex);
+  ASSERT_EQ(session.decode(nullptr, wire), 0) << session.findings();
+  ASSERT_EQ(session.result().kept, kept);
+  const char* text = nullptr;
+  size_t count = 0;
+  EXPECT_EQ(velnor3gpp_toText(session, &text, &count), 0);
+  const std::string lines(text, count);
+  EXPECT_EQ(velnor3gpp_trace(session, 0, &text, &count), 0);
+  const std::string object = session.json(VELNOR3GPP_POSITIONS);
+  EXPECT_EQ(countOf(object, "\"why\":"), kept);
+  EXPECT_EQ(countOf(lines, "unknown 0x6D = ") + countOf(lines, "surplus = ") + countOf(object, "\"unusual\""), kept);
+  ASSERT_EQ(session.read(object), 0) << session.findings();
+  EXPECT_EQ(session.encoded(), hexText(wire));
+}
+
+// In front of a list that grows, in each of its entries and behind it; an identity with spare bits is unusual, which
+// goes when it is redacted.
+TEST(JsonKept, ElementsOfEntriesFollowTheirListAsItGrows)
+{
+  JsonSession session;
+  velnor3gpp_setOption(session, VELNOR3GPP_OPTION_KEEP, 1);
+  const std::string identity = "77000BFA09F1070102C301020304", before = times(39, "6D00"), behind = times(12, "6D00");
+  const std::string entry = "15010908010000012121436501078024F899214365AA";
+  checkWay(session, "7E00420101" + identity + before + "7C00DC" + times(10, entry) + behind, 62);
+  EXPECT_EQ(velnor3gpp_redact(session), 0);
+  const std::string octets = session.encoded();
+  EXPECT_EQ(octets.substr(0, 14), "7E004201017700");
+  EXPECT_NE(octets.find(before + "7C00DC"), std::string::npos) << octets;
+  EXPECT_EQ(octets.substr(octets.size() - behind.size()), behind);
+}
+
+// The work grows with the number of elements and records, not with their product: that would take many minutes here.
+TEST(JsonKept, ManyElementsAndRecordsCostNoMoreThanTheirNumber)
+{
+  JsonSession session;
+  velnor3gpp_setOption(session, VELNOR3GPP_OPTION_KEEP, 1);
+  const size_t many = 10000;
+  const std::string units = "80" + times(many, "001000");
+  auto start = std::chrono::steady_clock::now();
+  checkWay(session,
+           "2E0501C1FFFF7B" + hexText({uint8_t(units.size() / 512), uint8_t(units.size() / 2)}) + units +
+               times(many, "6D00"),
+           many + 1); // the list: an encoder counts 255 entries
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
 }
 
 static const char kRecord[] =
