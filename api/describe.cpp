@@ -15,6 +15,7 @@ struct Name {
   bool has; // an element of its own, be it an entry or the whole
   int identifier = -1;
   const L3Type* type = nullptr; // that has nothing but this element
+  int release = 0;              // of the group that it is in
 };
 
 // One description under way. The first negative answer of the caller's function ends it and becomes the status.
@@ -41,6 +42,7 @@ static velnor3gpp_Member memberOf(const Name& name, velnor3gpp_Kind kind, bool o
   member.optional = optional;
   member.most = SIZE_MAX;
   member.identifier = name.identifier;
+  member.release = name.release;
   if (name.type) member.is = publicType(factsOf(*name.type));
   return member;
 }
@@ -202,10 +204,19 @@ static void describeRow(Describe& walk, const L3Row& row, const Name& name, bool
 // A member may lack if it has a presence bit of its own or of its group, or a condition.
 static void describeRows(Describe& walk, const L3Row* rows, size_t count, const Name& name, bool optional)
 {
+  const L3Row* groupEnd = rows;
+  int release = 0;
   for (const L3Row* row = rows; row < rows + count; ++row) {
+    if (row->op == kL3Release) {
+      const L3Release& group = *static_cast<const L3Release*>(row->info);
+      release = group.release;
+      groupEnd = row + 1 + group.rows;
+    }
     // "when" conditions have no presence bit, and the element lacks all the same where they do not hold.
     bool mayLack = row->mBit != kL3NoBit || row->groupBit != kL3NoBit || row->given == kL3GivenWhen;
-    describeRow(walk, *row, nameOf(*row, name), optional || mayLack);
+    Name own = nameOf(*row, name);
+    if (row < groupEnd) own.release = release;
+    describeRow(walk, *row, own, optional || mayLack);
   }
 }
 

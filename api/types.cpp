@@ -86,5 +86,7 @@ int velnor3gpp_typeFacts(const velnor3gpp_Type* type, velnor3gpp_TypeFacts* fact
   all.direction = static_cast<velnor3gpp_Direction>(known.direction);
   all.decodes = known.decodes;
   all.encodes = known.encodes;
+  for (const L3Row* row = own.rows; row < own.rows + own.rowCount; ++row)
+    if (row->op == kL3Release) all.release = static_cast<const L3Release*>(row->info)->release; // they come in order
   return fillStruct(facts, all);
 }

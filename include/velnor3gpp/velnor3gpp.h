@@ -77,6 +77,7 @@ typedef struct {
   velnor3gpp_Direction direction; /**< Who sends the message. */
   int decodes;                    /**< 1 if `velnor3gpp_decode` takes it. */
   int encodes;                    /**< 1 if `velnor3gpp_encode` takes it. */
+  int release; /**< Of a type with release groups, as radio capabilities have: the newest release of them; else 0. */
 } velnor3gpp_TypeFacts;
 
 /** Keys and counts of one NAS connection. */
@@ -262,6 +263,8 @@ typedef struct {
   size_t most;                 /**< The most of them, or entries of a list; SIZE_MAX: no bound. */
   int identifier;              /**< The octet before an element of a message, 0x77, or its high half, 0x80; else -1. */
   const velnor3gpp_Type* is;   /**< Of a value that is a type by itself, which has a name and a clause; else null. */
+  int release; /**< Of an element in a release group: its release, which VELNOR3GPP_OPTION_RELEASE has to
+                    reach for it to be read; else 0. */
 } velnor3gpp_Member;
 
 /** Gets each element. 0: go on; below 0: end, the description returns that. */

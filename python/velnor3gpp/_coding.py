@@ -245,6 +245,7 @@ class TypeFacts(NamedTuple):
     use: str  #: "element", "message" (the body of one) or "form" (with its header)
     message_type: Optional[int]  #: the octet that selects a message
     dir: Optional[str]  #: who sends it, if one side alone does
+    release: Optional[int]  #: the newest release of its release groups, as radio capabilities have
 
 
 def types() -> List[TypeFacts]:
@@ -263,6 +264,7 @@ def types() -> List[TypeFacts]:
                 ("element", "message", "form")[facts.use],
                 None if facts.messageType < 0 else facts.messageType,
                 DIRECTION_NAMES[facts.direction],
+                facts.release or None,
             )
         )
     return found

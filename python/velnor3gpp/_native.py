@@ -80,6 +80,7 @@ class TypeFacts(Sized):
         ("direction", c_uint),
         ("decodes", c_int),
         ("encodes", c_int),
+        ("release", c_int),
     ]
 
 

@@ -44,6 +44,52 @@ TEST(Facade, EveryTypeIsFoundByItsNames)
   }
 }
 
+// Elements of a type's own, by name: their release, or that they are there.
+using Elements = std::map<std::string, int>;
+
+int takeRelease(const velnor3gpp_Member* member, void* arg)
+{
+  if (member->release) (*static_cast<Elements*>(arg))[std::string(member->name, member->nameLength)] = member->release;
+  return 0;
+}
+
+int takePresence(const velnor3gpp_Node* node, void* arg)
+{
+  bool own = node->parent && !node->parent->parent && node->name;
+  if (own) (*static_cast<Elements*>(arg))[std::string(node->name, node->nameLength)] = 1;
+  return 0;
+}
+
+// What a release limit leaves unread are the elements whose release lies beyond it.
+TEST(Facade, ElementsOfReleaseGroupsAreReadFromTheirReleaseOn)
+{
+  TestSession session;
+  size_t types = 0;
+  for (size_t i = 0; i < velnor3gpp_typeCount(); ++i) {
+    const velnor3gpp_Type* type = velnor3gpp_typeAt(i);
+    velnor3gpp_TypeFacts facts = factsAbout(type);
+    Elements releases, all;
+    velnor3gpp_describe(type, takeRelease, &releases);
+    ASSERT_EQ(releases.empty(), facts.release == 0) << facts.name;
+    if (!facts.release) continue;
+    ++types;
+    velnor3gpp_setOption(session, VELNOR3GPP_OPTION_RELEASE, 0);
+    ASSERT_EQ(velnor3gpp_sample(session, type, nullptr, 0), 0);
+    velnor3gpp_visit(session, 0, takePresence, &all);
+    const Octets octets = octetsOfHex(session.encoded());
+    for (int limit = 3; limit <= facts.release; ++limit) {
+      Elements present;
+      velnor3gpp_setOption(session, VELNOR3GPP_OPTION_RELEASE, uint32_t(limit));
+      velnor3gpp_decode(session, type, VELNOR3GPP_DIRECTION_UNKNOWN, octets.data(), octets.size());
+      velnor3gpp_visit(session, 0, takePresence, &present);
+      for (auto& [name, release] : releases)
+        EXPECT_EQ(present.count(name), release <= limit && all.count(name))
+            << facts.name << " " << name << " " << limit;
+    }
+  }
+  EXPECT_EQ(types, 2U);
+}
+
 uint64_t bitsAt(const Octets& octets, size_t offset, size_t count)
 {
   uint64_t value = 0;

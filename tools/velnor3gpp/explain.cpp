@@ -18,6 +18,7 @@ struct Row {
   int identifier;
   bool optional;
   const velnor3gpp_Type* type;
+  int release;
 };
 
 struct Rows {
@@ -76,7 +77,8 @@ static int keepRow(const velnor3gpp_Member* member, void* arg)
   std::string name = member->name ? std::string(member->name, member->nameLength) : "";
   const velnor3gpp_Type* type = member->type ? member->type : member->is;
   if (!name.empty()) {
-    rows.rows.push_back({name, rows.level, whatIs(*member), member->identifier, member->optional != 0, type});
+    rows.rows.push_back(
+        {name, rows.level, whatIs(*member), member->identifier, member->optional != 0, type, member->release});
   } else if (!rows.rows.empty()) { // what a list holds; the first of all is the type itself
     Row& list = rows.rows.back();
     list.what += " " + whatIs(*member);
@@ -140,6 +142,7 @@ static void printRows(Output& out, const velnor3gpp_Type* type)
     std::string name = std::string(2 * row.level, ' ') + row.name;
     std::string what = row.what;
     if (row.type && !what.ends_with(factsOf(row.type).name)) what += ", " + std::string(factsOf(row.type).name);
+    if (row.release) what += ", from release " + std::to_string(row.release) + " on";
     out.print("  %-40s %-5s%-9s %s\n", name.c_str(), identifierText(row.identifier).c_str(),
               row.optional ? "optional" : "", what.c_str());
   }
