@@ -170,11 +170,12 @@ static char lower(char c)
 
 // The least count of insertions, deletions and changes that turn one name into the other, whatever their case: the
 // usual table of a row for each character, of which one row is kept. Names above 63 characters are far from everything.
+static constexpr size_t kFar = 64;
 static size_t distance(const char* a, size_t lengthA, const char* b)
 {
-  uint8_t row[64];
+  uint8_t row[kFar];
   size_t lengthB = strlen(b);
-  if (lengthA > 63 || lengthB > 63) return 64;
+  if (lengthA >= kFar || lengthB >= kFar) return kFar;
   for (size_t j = 0; j <= lengthB; ++j) row[j] = static_cast<uint8_t>(j);
   for (size_t i = 1; i <= lengthA; ++i) {
     uint8_t diagonal = row[0]++; // row[j] of the row before, at j - 1
@@ -221,7 +222,7 @@ static void considerAlternatives(Nearest& nearest, const L3Row& row)
 // nothing of more than two characters.
 const char* nearestKey(const Frame& frame, const char* key, size_t length)
 {
-  Nearest nearest = {key, length, nullptr, 2 + length / 3};
+  Nearest nearest = {key, length, nullptr, length < kFar ? 2 + length / 3 : 0};
   if (frame.kind == FrameKind::choice) considerAlternatives(nearest, *frame.row);
   if (frame.kind == FrameKind::body) {
     const L3Body& body = *static_cast<const L3Body*>(frame.row->info);

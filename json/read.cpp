@@ -45,6 +45,7 @@ struct Reader {
   bool noType = false; // a record before its type
   bool hasRecord = false;
   bool recordEnded = false; // it is the session's
+  unsigned seen = 0;        // members of the whole, by their place in `kNames`
   KeptEntry entry = {};
 
   // Reports a mistake of the text outside the record, with its path from $ on.
@@ -52,6 +53,13 @@ struct Reader {
   {
     status = velnor3gpp_report(session, code, path, text);
     return false;
+  }
+
+  bool failTwice(const char* name)
+  {
+    char path[16];
+    snprintf(path, sizeof path, "$.%s", name);
+    return fail(RTX_E_DUPLICATE_ELEMENT, path, "stands here twice");
   }
 
   // One step of building.
@@ -68,7 +76,6 @@ struct Reader {
     if (findType) return at = At::other, true;
     noType = !type;
     if (noType) return false;
-    if (hasRecord) return fail(RTX_E_DUPLICATE_ELEMENT, "$.record", "stands here twice");
     at = At::record;
     hasRecord = true;
     static constexpr char kPrefix[] = "$.record";
@@ -274,11 +281,15 @@ struct Reader {
       snprintf(entry.key, sizeof entry.key, "%s", count < sizeof entry.key ? text : "");
       return true;
     }
-    auto is = [&](const char* name) { return strlen(name) == count && memcmp(name, text, count) == 0; };
-    if (is("record")) return beginRecord();
-    if (is("unknown")) return beginKept();
-    at = is("type") ? At::type : is("dir") ? At::direction : At::other;
-    return true;
+    static constexpr const char* kNames[] = {"type", "dir", "record", "unknown"};
+    static constexpr At kMeans[] = {At::type, At::direction, At::record, At::kept};
+    unsigned i = 0;
+    while (i < 4 && (strlen(kNames[i]) != count || memcmp(kNames[i], text, count) != 0)) ++i;
+    at = i < 4 ? kMeans[i] : At::other;
+    if (at == At::other) return true;
+    if (seen & 1U << i) return failTwice(kNames[i]);
+    seen |= 1U << i;
+    return at == At::record ? beginRecord() : at != At::kept || beginKept();
   }
   bool StartObject() { return enter(VELNOR3GPP_BUILD_OPEN); }
   bool EndObject(unsigned) { return leave(); }
@@ -333,6 +344,19 @@ static void clear(velnor3gpp_Session* session)
   velnor3gpp_build(session, &event);
 }
 
+// A mistake behind the record, which was the session's already: what is wrong as a whole is not encoded in part.
+static int giveUpRecord(velnor3gpp_Session* session, int status)
+{
+  char path[512], text[512];
+  velnor3gpp_Finding finding = {};
+  finding.size = sizeof finding;
+  if (velnor3gpp_finding(session, 0, &finding) < 0) return status;
+  snprintf(path, sizeof path, "%s", finding.path);
+  snprintf(text, sizeof text, "%s", finding.text);
+  clear(session);
+  return velnor3gpp_report(session, status, path, text);
+}
+
 // The copy lies in the session's text, so a text that toJson has handed out may not be given back without a copy.
 int velnor3gpp_fromJson(velnor3gpp_Session* session, const velnor3gpp_Type* type, const char* text, size_t count)
 {
@@ -355,5 +379,6 @@ int velnor3gpp_fromJson(velnor3gpp_Session* session, const velnor3gpp_Type* type
     reader.size = count;
     if (status >= 0) status = parse(reader, copy, text, count);
   }
-  return status < 0 ? status : endRecord(reader);
+  if (status >= 0) return endRecord(reader);
+  return reader.recordEnded ? giveUpRecord(session, status) : status;
 }
