@@ -1,4 +1,4 @@
-// Decoding, encoding, printing, tracing and protecting of real messages: shuffled mixes of each protocol, of the short
+// Decoding, encoding, printing, tracing, protecting of real messages and their way through JSON: shuffled mixes of each protocol, of the short
 // messages of EPS, of all protocols together, and single named messages; in fast and slow mode, beside the floor. Times
 // are per message. Figures of other codecs are published for 27 octets on average: the 5GS mix is no longer than that
 // as it is, of EPS the messages are taken in order of their length until the mean is reached.
@@ -25,6 +25,8 @@ void addPlain(const Mix& mix)
   addWork(mix, "print", printWork);
   addWork(mix, "printCallback", printCallbackWork);
   addWork(mix, "trace", traceWork);
+  addWork(mix, "toJson", toJsonWork);
+  addWork(mix, "fromJson", fromJsonWork);
 }
 
 void addProtected(const Mix& mix)

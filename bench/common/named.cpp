@@ -13,6 +13,8 @@ static const std::map<std::string, Make> kWorks = {
     {"printCallback", printCallbackWork},
     {"trace", traceWork},
     {"fresh", freshWork},
+    {"toJson", toJsonWork},
+    {"fromJson", fromJsonWork},
     {"protect", protectWork},
     {"unprotect", unprotectWork},
 };

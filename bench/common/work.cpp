@@ -40,6 +40,11 @@ size_t systemAllocations()
   return gAllocations;
 }
 
+void countAllocations(bool on)
+{
+  rtxMemSetAllocFuncs(on ? countedMalloc : nullptr, on ? countedRealloc : nullptr, on ? free : nullptr);
+}
+
 // A context with a record; its allocations are counted.
 struct Job {
   RtxContext context;

@@ -32,11 +32,17 @@ Work protectWork(const Mix& mix);
 // Decoding of messages that fail: the findings are discarded by rtxErrReset.
 Work decodeAnyWork(const Mix& mix);
 
+// Octets to a line of JSON by velnor3gpp_decodeMany, and the lines to records.
+Work toJsonWork(const Mix& mix);
+Work fromJsonWork(const Mix& mix);
+
 // A work by the name of its mix and of what it does: "5gs/decode", "attachAccept/encode". What the checks measure.
 Work namedWork(const std::string& name);
 
 // Calls of the system allocator by all works so far.
 size_t systemAllocations();
+// Counts those of contexts and sessions that are made from here on; false: no more.
+void countAllocations(bool on);
 // Octets that a fresh context takes from the system to decode a message.
 size_t heapOctets(const Message& message);
 
