@@ -22,7 +22,7 @@ int refuseKind(velnor3gpp_Session& session, const Slot& slot, const char* is)
   }
   switch (slot.row->op) {
     case kL3Bool:
-      return wrong(session, is, "true or false");
+      return wrong(session, is, l3IsFlag(*slot.row) ? "true or false" : "a whole number");
     case kL3Octets:
       return wrong(session, is, "a string of hexadecimal digits");
     case kL3BitString:
@@ -46,6 +46,7 @@ static bool isNumber(const Slot& slot)
 {
   if (!slot.row) return false;
   L3Op op = slot.row->op;
+  if (op == kL3Bool) return !l3IsFlag(*slot.row);
   return op == kL3UInt || op == kL3Enumerated || op == kL3Unary || op == kL3Length;
 }
 
@@ -76,7 +77,7 @@ static bool isNothing(const Slot& slot)
 int storeFlag(velnor3gpp_Session& session, const Slot& slot, uint64_t flag)
 {
   if (isNothing(slot)) return flag ? 0 : wrong(session, "false", "true, or take it out");
-  if (!slot.row || slot.row->op != kL3Bool) return refuseKind(session, slot, "a flag");
+  if (!slot.row || !l3IsFlag(*slot.row)) return refuseKind(session, slot, "a flag");
   slot.at[slot.row->offset] = flag != 0;
   return 0;
 }

@@ -16,6 +16,7 @@ struct Name {
   int identifier = -1;
   const L3Type* type = nullptr; // that has nothing but this element
   int release = 0;              // of the group that it is in
+  uint8_t width = 0;            // of a number in the standard's form
 };
 
 // One description under way. The first negative answer of the caller's function ends it and becomes the status.
@@ -30,6 +31,7 @@ struct Describe {
 
 static void describeType(Describe& walk, const L3Type& type, const Name& name, bool optional, bool whole);
 static void describeRow(Describe& walk, const L3Row& row, const Name& name, bool optional);
+static void describeMembers(Describe& walk, const L3Type& type, const Name& name, bool optional);
 
 // A member of the kind with nothing else known of it; strings and lists have no bound unless one is set.
 static velnor3gpp_Member memberOf(const Name& name, velnor3gpp_Kind kind, bool optional)
@@ -76,6 +78,7 @@ static void describeNumber(Describe& walk, const L3Row& row, const Name& name, b
 {
   velnor3gpp_Member member = memberOf(name, kind, optional);
   member.width = row.op == kL3Unary ? uint8_t{8} : row.bits;
+  if (member.width < name.width) member.width = name.width;
   bool spare = row.name && strncmp(row.name, "spare", 5) == 0;
   member.omissible = row.op == kL3Length || spare;
   tell(walk, member);
@@ -169,7 +172,7 @@ static void describeRow(Describe& walk, const L3Row& row, const Name& name, bool
     case kL3Unary:
       return describeNumber(walk, row, name, optional, VELNOR3GPP_NUMBER);
     case kL3Bool:
-      return describeNumber(walk, row, name, optional, VELNOR3GPP_FLAG);
+      return describeNumber(walk, row, name, optional, l3IsFlag(row) ? VELNOR3GPP_FLAG : VELNOR3GPP_NUMBER);
     case kL3Enumerated:
       return describeNumber(walk, row, name, optional, VELNOR3GPP_ENUMERATED);
     case kL3Octets:
@@ -201,12 +204,32 @@ static void describeRow(Describe& walk, const L3Row& row, const Name& name, bool
   }
 }
 
-// A member may lack if it has a presence bit of its own or of its group, or a condition.
-static void describeRows(Describe& walk, const L3Row* rows, size_t count, const Name& name, bool optional)
+// The row that fills the same member in the standard's form, which may be the only one; null: none does.
+static const L3Row* twinOf(const L3Type& type, const L3Row& row)
 {
-  const L3Row* groupEnd = rows;
+  const L3Type& other = type.standard ? *type.standard : type;
+  for (const L3Row* twin = other.rows; twin < other.rows + other.rowCount; ++twin) {
+    bool named = twin->name && row.name && strcmp(l3KeyOf(*twin), l3KeyOf(row)) == 0;
+    if (twin->offset == row.offset && (named || twin->name == row.name) && twin->mBit == row.mBit) return twin;
+  }
+  return nullptr;
+}
+
+// An element of a record's type of which the standard's form has a part alone.
+static void describePart(Describe& walk, const L3Type& type, const Name& name, bool optional)
+{
+  velnor3gpp_Member member = memberOf(name, VELNOR3GPP_RECORD, optional);
+  step(walk, member, VELNOR3GPP_ENTER);
+  describeMembers(walk, type, {nullptr, 0, false}, true);
+  step(walk, member, VELNOR3GPP_LEAVE);
+}
+
+// A member may lack if it has a presence bit of its own or of its group, or a condition, or in the standard's form.
+static void describeRows(Describe& walk, const L3Type& type, const Name& name, bool optional)
+{
+  const L3Row *rows = type.rows, *groupEnd = rows;
   int release = 0;
-  for (const L3Row* row = rows; row < rows + count; ++row) {
+  for (const L3Row* row = rows; row < rows + type.rowCount; ++row) {
     if (row->op == kL3Release) {
       const L3Release& group = *static_cast<const L3Release*>(row->info);
       release = group.release;
@@ -216,7 +239,13 @@ static void describeRows(Describe& walk, const L3Row* rows, size_t count, const 
     bool mayLack = row->mBit != kL3NoBit || row->groupBit != kL3NoBit || row->given == kL3GivenWhen;
     Name own = nameOf(*row, name);
     if (row < groupEnd) own.release = release;
-    describeRow(walk, *row, own, optional || mayLack);
+    const L3Row* twin = twinOf(type, *row);
+    if (twin) own.width = twin->bits;
+    mayLack = mayLack || !twin;
+    if (twin && row->op == kL3Record && twin->op == kL3Record && twin->type != row->type)
+      describePart(walk, *row->type, own, optional || mayLack);
+    else
+      describeRow(walk, *row, own, optional || mayLack);
   }
 }
 
@@ -234,7 +263,7 @@ static void describeOptions(Describe& walk, const L3Message& message)
 // Rows first, then the optional elements of a message.
 static void describeMembers(Describe& walk, const L3Type& type, const Name& name, bool optional)
 {
-  describeRows(walk, type.rows, type.rowCount, name, optional);
+  describeRows(walk, type, name, optional);
   if (type.message) describeOptions(walk, *type.message);
 }
 

@@ -273,7 +273,7 @@ static void visitElement(Walk& walk, const Place* parent, const L3Row& row, cons
       return visitNumber(walk, parent, name, VELNOR3GPP_NUMBER, row.op == kL3Unary ? uint8_t{8} : row.bits,
                          l3Load(member, row.store), member, row.store);
     case kL3Bool:
-      return visitNumber(walk, parent, name, VELNOR3GPP_FLAG, 1, *member != 0);
+      return visitNumber(walk, parent, name, l3IsFlag(row) ? VELNOR3GPP_FLAG : VELNOR3GPP_NUMBER, 1, *member != 0);
     case kL3Enumerated:
       return visitEnumerated(walk, parent, row, name, member);
     case kL3Octets:

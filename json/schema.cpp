@@ -249,12 +249,17 @@ static int writeType(SchemaWriter& writer, size_t place)
   return velnor3gpp_describe(velnor3gpp_typeAt(place), writeMember, &writer);
 }
 
+// Beside the types; their names have a module in front.
+static const char kOctets[] = R"("octets":{"type":"string","pattern":"^([0-9A-Fa-f]{2})*$"})";
+
 // Writes what is wanted until nothing more is: types want other types, before and behind them in the table.
 static int writeTypes(SchemaWriter& writer)
 {
   int status = 0;
   jsonName(writer.out, "$defs", 5);
   openObject(writer.out);
+  jsonPut(writer.out, kOctets);
+  writer.out.comma = true;
   for (bool again = true; again && status >= 0;) {
     again = false;
     for (size_t i = 0; i < velnor3gpp_typeCount() && status >= 0; ++i) {
@@ -267,36 +272,61 @@ static int writeTypes(SchemaWriter& writer)
   return status;
 }
 
-// The members that stand around every record, as write.cpp writes them; readers pass over all of them but "dir" and
-// "unknown". No other members are allowed, so that a misspelt "recrod" is found.
+// The members that stand around every record, as write.cpp writes them and, in front of them or instead, the program;
+// readers pass over all of them but "dir" and "unknown". No other members are allowed, so that a misspelt "recrod" is
+// found. The words of "unknown" stand between these two.
 static const char kAround[] =
-    "\"message\":{\"type\":\"string\"},\"dir\":{\"enum\":[\"up\",\"down\"]},"
-    "\"octets\":{\"type\":\"string\",\"pattern\":\"^([0-9A-Fa-f]{2})*$\"},\"status\":{\"type\":\"integer\"},"
-    "\"findings\":{\"type\":\"array\",\"items\":{\"type\":\"object\",\"properties\":{\"status\":{\"type\":\"integer\"},"
-    "\"fatal\":{\"type\":\"boolean\"},\"text\":{\"type\":\"string\"},\"path\":{\"type\":\"string\"},"
-    "\"octet\":{\"type\":\"integer\",\"minimum\":0},\"bit\":{\"type\":\"integer\",\"minimum\":0,\"maximum\":8},"
-    "\"clause\":{\"type\":\"string\"}},\"required\":[\"status\",\"fatal\",\"text\"],\"additionalProperties\":false}},"
-    "\"unknown\":{\"type\":\"array\",\"items\":{\"type\":\"object\",\"properties\":{\"why\":{\"enum\":["
-    "\"unknown\",\"repeated\",\"out of turn\",\"unreadable\",\"surplus\",\"padding\"]},"
-    "\"iei\":{\"type\":\"string\",\"pattern\":\"^[0-9A-Fa-f]{1,2}$\"},\"path\":{\"type\":\"string\"},"
-    "\"behind\":{\"type\":\"string\"},\"instead\":{\"type\":\"string\"},\"inside\":{\"type\":\"string\"},"
-    "\"end\":{\"const\":true},\"octet\":{\"type\":\"integer\",\"minimum\":0},"
-    "\"octets\":{\"type\":\"string\",\"pattern\":\"^([0-9A-Fa-f]{2})*$\"},"
-    "\"bits\":{\"type\":\"integer\",\"minimum\":1},\"status\":{\"type\":\"integer\"},"
-    "\"fault\":{\"type\":\"string\"}},\"required\":[\"path\",\"octets\"],\"additionalProperties\":false}},"
-    "\"protection\":{\"type\":\"object\",\"properties\":{\"check\":{\"type\":\"string\"},\"count\":{\"type\":"
-    "\"integer\"},"
-    "\"sealed\":{\"type\":\"boolean\"}},\"required\":[\"check\",\"sealed\"],\"additionalProperties\":false},"
-    "\"fields\":{\"type\":\"array\",\"items\":{\"type\":\"object\",\"properties\":{\"path\":{\"type\":\"string\"},"
-    "\"octet\":{\"type\":\"integer\",\"minimum\":0},\"bit\":{\"type\":\"integer\",\"minimum\":1,\"maximum\":8},"
-    "\"bits\":{\"type\":\"integer\",\"minimum\":1}},\"required\":[\"path\",\"octet\",\"bit\",\"bits\"],"
-    "\"additionalProperties\":false}}},\"additionalProperties\":false";
+    R"("key":{"type":"string"},"frame":{"type":"integer","minimum":0},"time":{"type":"string"},)"
+    R"("err":{"type":"object","properties":{"status":{"type":"integer"},"octet":{"type":"integer","minimum":0},)"
+    R"("path":{"type":"string"},"text":{"type":"string"}},"additionalProperties":false},)"
+    R"("message":{"type":"string"},"dir":{"enum":["up","down"]},"octets":{"$ref":"#/$defs/octets"},)"
+    R"("status":{"type":"integer"},"findings":{"type":"array","items":{"type":"object","properties":{)"
+    R"("status":{"type":"integer"},"fatal":{"type":"boolean"},"text":{"type":"string"},"path":{"type":"string"},)"
+    R"("octet":{"type":"integer","minimum":0},"bit":{"type":"integer","minimum":0,"maximum":8},)"
+    R"("clause":{"type":"string"}},"required":["status","fatal","text"],"additionalProperties":false}},)"
+    R"("unknown":{"type":"array","items":{"type":"object","properties":{"why":{"enum":[)";
+static const char kAroundKept[] =
+    R"(,"iei":{"type":"string","pattern":"^[0-9A-Fa-f]{1,2}$"},"path":{"type":"string"},)"
+    R"("octet":{"type":"integer","minimum":0},"octets":{"$ref":"#/$defs/octets"},)"
+    R"("regular":{"$ref":"#/$defs/octets"},"bits":{"type":"integer","minimum":1},"status":{"type":"integer"},)"
+    R"("fault":{"type":"string"}},"required":["path","octets"],"additionalProperties":false}},)"
+    R"("protection":{"type":"object","properties":{"check":{"type":"string"},"count":{"type":"integer"},)"
+    R"("sealed":{"type":"boolean"}},"required":["check","sealed"],"additionalProperties":false},)"
+    R"("fields":{"type":"array","items":{"type":"object","properties":{"path":{"type":"string"},)"
+    R"("octet":{"type":"integer","minimum":0},"bit":{"type":"integer","minimum":1,"maximum":8},)"
+    R"("bits":{"type":"integer","minimum":1}},"required":["path","octet","bit","bits"],)"
+    R"("additionalProperties":false}}},"additionalProperties":false)";
+// A record lacks what is always there if its message is wrong, where it was read so far, and if an element was kept in
+// its place. Any other has the schema of its type.
+static const char kIncomplete[] =
+    R"(,"if":{"anyOf":[{"properties":{"status":{"maximum":-1}},"required":["status"]},)"
+    R"({"properties":{"unknown":{"contains":{"required":["instead"]}}},"required":["unknown"]}]},"else":{)";
+
+static void putAround(JsonWriter& out)
+{
+  jsonPut(out, kAround);
+  out.comma = false;
+  for (const char* why : kJsonWhys) {
+    if (out.comma) jsonPut(out, ",");
+    string(out, why);
+    out.comma = true;
+  }
+  jsonPut(out, "]}");
+  for (const char* place : kJsonPlaces) {
+    jsonName(out, place, strlen(place));
+    if (place == kJsonPlaces[VELNOR3GPP_KEPT_END])
+      jsonPut(out, R"({"const":true})");
+    else
+      jsonPut(out, R"({"type":"string"})");
+  }
+  jsonPut(out, kAroundKept);
+}
 
 // Of all types: which schema "record" has follows from "type", by a condition for each type.
 static void putCases(SchemaWriter& writer)
 {
   JsonWriter& out = writer.out;
-  jsonPut(out, ",\"required\":[\"status\"],\"allOf\":[");
+  jsonPut(out, "\"allOf\":[");
   out.comma = false;
   for (size_t i = 0; i < velnor3gpp_typeCount(); ++i) {
     velnor3gpp_TypeFacts facts = {};
@@ -313,7 +343,6 @@ static void putCases(SchemaWriter& writer)
     jsonPut(out, "\n");
   }
   jsonPut(out, "]");
-  out.comma = true;
 }
 
 // The whole of one type, or with null of all: the object around the record, then "$defs".
@@ -333,18 +362,26 @@ static int writeSchema(SchemaWriter& writer, const velnor3gpp_Type* type)
     velnor3gpp_typeFacts(type, &facts);
     jsonPut(out, "\"type\":{\"const\":");
     string(out, facts.name);
-    jsonPut(out, "},\"record\":{");
-    putReference(writer, type);
-    jsonPut(out, "},");
+    jsonPut(out, "},\"record\":{},");
   } else {
     jsonPut(out, "\"type\":{\"type\":\"string\"},\"record\":{},");
   }
-  jsonPut(out, kAround);
-  out.comma = true;
+  putAround(out);
   if (type)
-    jsonPut(out, ",\"required\":[\"type\",\"record\"]");
+    jsonPut(out, R"(,"required":["type","record"])");
   else
+    jsonPut(out, R"(,"anyOf":[{"required":["type","record"]},{"required":["status"]},{"required":["err"]}])");
+  jsonPut(out, kIncomplete);
+  out.comma = false;
+  if (type) {
+    jsonPut(out, "\"properties\":{\"record\":{");
+    putReference(writer, type);
+    jsonPut(out, "}}");
+  } else {
     putCases(writer);
+  }
+  jsonPut(out, "}");
+  out.comma = true;
   int status = writeTypes(writer);
   closeObject(out);
   return status;

@@ -161,6 +161,12 @@ inline const char* l3KeyOf(const L3Row& row)
   return row.flags & kL3OwnKey ? row.name + row.nameLength + 1 : row.name;
 }
 
+// Is the row's value told as true or false?
+inline bool l3IsFlag(const L3Row& row)
+{
+  return row.op == kL3Bool && !(row.flags & kL3Wide);
+}
+
 // Does the name of this type stand for its content alone, without braces and paths of its own?
 inline bool l3IsBare(const L3Type& type)
 {

@@ -23,6 +23,15 @@ def worse(line, change):
     return other
 
 
+def validator(schema, name):
+    """Of messages of one type: the schema of all types with that one's case alone, since all of them take long."""
+    one = dict(schema)
+    cases = schema["else"]["allOf"]
+    one["else"] = {"allOf": [case for case in cases if case["if"]["properties"]["type"]["const"] == name]}
+    assert not name or len(one["else"]["allOf"]) == 1
+    return Draft202012Validator(one)
+
+
 def main():
     schema = json.load(open(sys.argv[1]))
     Draft202012Validator.check_schema(schema)
@@ -33,19 +42,20 @@ def main():
         message = json.loads(line)
         name = message.get("type")
         if name not in validators:
-            validators[name] = Draft202012Validator({"$ref": "#/$defs/" + name, "$defs": schema["$defs"]}) if name else None
-        errors = list(validators[name].iter_errors(message["record"])) if name else []
-        if lines % 100 == 0:
+            validators[name] = validator(schema, name)
+        errors = list(validators[name].iter_errors(message))
+        if lines % 500 == 0:
             errors += whole.iter_errors(message)
         for error in errors:
-            print(f"{name}: {error.json_path}: {error.message[:200]}")
+            print(f"{name}: {error.json_path}: {error.message[:200]}: {line[:1000]}")
             return 1
         lines += 1
-        for change in WORSE:
+        complete = message.get("status", 0) == 0 and "unknown" not in message
+        for change in WORSE if complete and lines % 5 == 0 else []:
             other = worse(line, change)
-            if other and lines % 5 == 0:
+            if other:
                 changed += 1
-                if validators[name].is_valid(other["record"]):
+                if validators[name].is_valid(other):
                     print(f"{name}: valid though it is wrong: {json.dumps(other)[:300]}")
                     return 1
     print(f"{lines} lines are valid, {changed} changed ones are not")

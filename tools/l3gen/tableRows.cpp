@@ -331,7 +331,8 @@ static std::string rowFlags(const Row& row, const Coded& c)
   if (row.extLast) flags += " | kL3ExtLast";
   if (ownBits(row)) flags += " | kL3ExtList";
   if (row.inRelease) flags += " | kL3InRelease";
-  if (row.what.wide) flags += " | kL3Wide";
+  bool becomesNumber = c.op == std::string("kL3Bool") && row.standard.kind == Standard::Bits;
+  if (row.what.wide || becomesNumber) flags += " | kL3Wide";
   auto scalar = row.often.end == kL3NoList ? scalarOf(row.what) : std::nullopt;
   if (scalar && scalar->padded) flags += " | kL3LH";
   if (c.range) flags += " | kL3Ranged";
