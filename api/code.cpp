@@ -6,6 +6,7 @@
 // and not a decoding each. The caller's octets are copied twice: once as given, and once more for deciphering in place.
 #include <initializer_list>
 
+#include "api/authCode.h"
 #include "api/session.h"
 #include "velnor3gpp/rt3gppNasSec.h"
 #include "velnor3gpp/rtxDiagBitTrace.h"
@@ -383,13 +384,29 @@ static size_t encodedCount(const RtxBuffer& buffer)
   return buffer.byteIndex + (buffer.bitOffset != 8);
 }
 
+// Without keys a message is not protected anew: its code stays what the record says, in the octets and in the record,
+// where the encoder has put the 0 that the null algorithm makes.
+static int encodeWithoutKeys(velnor3gpp_Session& session)
+{
+  const AuthCode code = authCodeOf(session);
+  int status = encodeUnder(session, session.nasCount);
+  storeAuthCode(code);
+  RtxBuffer& buffer = session.ctxt.buffer;
+  size_t count = encodedCount(buffer);
+  Protection p = status < 0 ? Protection{} : protectionOf(typeOf(*session.known), buffer.data, count);
+  if (p.present && p.codeOctets == code.count && p.codeAt + code.count <= count)
+    memcpy(buffer.data + p.codeAt, code.octets, code.count);
+  return status;
+}
+
 // Signs and ciphers under the count of the message that was decoded, so that it comes back as it was. A record that was
 // built has a sequence number of its own, and a receiver takes the count that ends in it. Where the header is stands in
 // the octets, so such a record is encoded a second time if the next count ends in something else. The encoder takes no
 // count away: a caller who sends the message raises it by setting keys.
 static int encodeProtected(velnor3gpp_Session& session)
 {
-  if (hasOwnCount(session) || !session.hasKeys) return encodeUnder(session, session.nasCount);
+  if (!session.hasKeys) return encodeWithoutKeys(session);
+  if (hasOwnCount(session)) return encodeUnder(session, session.nasCount);
   uint32_t next = nextCount(session, session.direction);
   int status = encodeUnder(session, next);
   if (status < 0) return status;

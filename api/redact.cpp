@@ -4,6 +4,7 @@
 // messages. The record keeps its shape, so that it can be encoded: digits and letters, octets and wide numbers are
 // replaced; networks and countries, in up to three characters, stay. The message's own octets and what could not be
 // read are wiped as well.
+#include "api/authCode.h"
 #include "api/place.h"
 #include "api/session.h"
 #include "rt3gppsrc/rt3gppCrypto.h"
@@ -56,6 +57,7 @@ int velnor3gpp_redact(velnor3gpp_Session* session)
 {
   if (!session) return RTX_E_NULL_POINTER;
   int status = velnor3gpp_visit(session, 0, hide, nullptr);
+  clearAuthCode(*session);
   forgetOctets(*session);
   return status;
 }
@@ -262,6 +264,7 @@ int velnor3gpp_pseudonymise(velnor3gpp_Session* session, const uint8_t key[16])
   rtx3gppAesExpandKey(cipher.schedule, key);
   rtx3gppCmacSubkeys(cipher.schedule, cipher.subkeys);
   int status = pseudonymise(*session, cipher, 0);
+  clearAuthCode(*session);
   rtx3gppWipe(&cipher, sizeof cipher);
   return status;
 }

@@ -150,8 +150,8 @@ template <typename Struct> int fillStruct(Struct* target, Struct value)
   memcpy(target, &value, value.size < sizeof value ? value.size : sizeof value);
   return 0;
 }
-// The same from the caller, who has set the size: members that an older one does not know are 0. Mostly the caller knows
-// them all, and `room` is not needed.
+// The same from the caller, who has set the size: members that an older one does not know are 0. Mostly the caller
+// knows them all, and `room` is not needed.
 template <typename Struct> const Struct& readStruct(const Struct* source, Struct& room)
 {
   if (source->size >= sizeof room) return *source;

@@ -316,6 +316,7 @@ VELNOR_API int velnor3gpp_decode(velnor3gpp_Session* session, const velnor3gpp_T
 /** Encodes the session's record. A protected message is protected again with the keys, under the count that they
  *  gave it on decoding, else under the lowest one, from the next one of its direction on, that ends in the record's
  *  sequence number. The count stays: who sends the message sets keys with one more before the next is encoded.
+ *  Without keys the authentication code is that of the record.
  *  Returns 0, or a status with findings. */
 VELNOR_API int velnor3gpp_encode(velnor3gpp_Session* session, const uint8_t** octets, size_t* count);
 /** Tells what came of the last decoding, building or encoding. Returns 0 or RTX_E_NULL_POINTER. */

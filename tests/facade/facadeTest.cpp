@@ -402,6 +402,28 @@ TEST(Facade, KeysVerifyAndProtectAgain)
 }
 
 // Keys that nobody can have meant are refused: half of them would make every message forged, or prove nothing.
+// Of EPS, 5GS and a service request, which has two octets of it. A redacted message has none that could be compared.
+TEST(Facade, WithoutKeysTheCodeStaysWhatTheRecordSays)
+{
+  struct {
+    const char *wire, *redacted;
+  } cases[] = {{"1706CB260103075501", "170000000003075501"},
+               {"7E01AABBCCDD007E005B01", "7E0100000000007E005B01"},
+               {"C702CD24", "C7020000"}};
+  for (auto& [wire, redacted] : cases) {
+    TestSession session;
+    ASSERT_EQ(session.decode(nullptr, octetsOfHex(wire)), 0) << session.findings();
+    EXPECT_EQ(session.result().check, VELNOR3GPP_NO_KEYS);
+    EXPECT_EQ(session.encoded(), wire);
+    EXPECT_EQ(session.encoded(), wire) << "from the record that the encoder left";
+    EXPECT_EQ(velnor3gpp_redact(session), 0);
+    EXPECT_EQ(session.encoded(), redacted);
+    ASSERT_EQ(session.decode(nullptr, octetsOfHex(wire)), 0);
+    EXPECT_EQ(velnor3gpp_pseudonymise(session, octetsOfHex(std::string(32, '7')).data()), 0);
+    EXPECT_EQ(session.encoded(), redacted);
+  }
+}
+
 TEST(Facade, KeysWithoutSizeOrBearerAreRefused)
 {
   TestSession session;

@@ -141,16 +141,6 @@ std::string summaryOf(const Counts& counts)
   return text;
 }
 
-// Without keys the code cannot be made again: the comparison passes over it.
-static std::vector<uint8_t> withoutCode(const velnor3gpp_Result& result, std::vector<uint8_t> octets)
-{
-  if (result.check != VELNOR3GPP_NO_KEYS || octets.empty()) return octets;
-  bool fiveG = isForm(result.type, k5gs), request = !fiveG && octets[0] >> 4 >= 12;
-  size_t at = fiveG || request ? 2 : 1, count = request ? 2 : 4;
-  for (size_t i = at; i < octets.size() && i < at + count; ++i) octets[i] = 0;
-  return octets;
-}
-
 // Networks send fixed pseudo lengths with system information that is rest octets alone (0, 1, 22), encoders what the
 // header takes (2): the comparison passes over the six bits.
 static bool passOverPseudoLength(const velnor3gpp_Result& result, std::vector<uint8_t>& in, std::vector<uint8_t>& out)
@@ -164,7 +154,7 @@ static bool passOverPseudoLength(const velnor3gpp_Result& result, std::vector<ui
 static void compare(const velnor3gpp_Result& result, const std::vector<uint8_t>& in, Comparison& done)
 {
   const std::vector<uint8_t>& out = done.octets;
-  std::vector<uint8_t> a = withoutCode(result, in), b = withoutCode(result, out);
+  std::vector<uint8_t> a = in, b = out;
   bool recounted = passOverPseudoLength(result, a, b);
   done.equal = a == b;
   std::string size = counted(in.size(), "octet");
@@ -179,8 +169,6 @@ static void compare(const velnor3gpp_Result& result, const std::vector<uint8_t>&
   if (recounted)
     done.text += ", but for the pseudo length: " + std::to_string(in[0] >> 2) + " received, " +
                  std::to_string(out[0] >> 2) + " counted";
-  else if (in != out)
-    done.text += ", but for the code, which needs keys (--keys)";
 }
 
 Comparison compareAgain(velnor3gpp_Session* session)
