@@ -6,6 +6,8 @@
 
 #include <stdio.h>
 
+#include <initializer_list>
+
 #include "api/keptPlaces.h"
 #include "rt3gppsrc/rt3gppCrypto.h"
 
@@ -96,13 +98,20 @@ static const L3Kept* nextKept(velnor3gpp_Session& session, size_t index)
   return session.told;
 }
 
-// The message in the session's form: its record and its path, "data.AttachComplete". The walk shows a message of one
-// element as that element, so that what stands behind it belongs to no node. False if there is none with content.
+// The message in the session's form: its record and its path, "data.AttachComplete"; or a message by itself. The walk
+// shows a message of one element as that element, so that what stands behind it belongs to no node. False if there is
+// none with content.
 static bool findMessage(const velnor3gpp_Session& session, Owner& owner, char (&path)[1024])
 {
+  const L3Type& form = typeOf(*session.known);
+  if (form.flags & kL3IsMessage && l3IsBare(form)) {
+    owner = {&form, session.record};
+    path[0] = 0;
+    return true;
+  }
   const L3BodyRow* message = messageOf(session);
   if (!message || !message->type) return false;
-  const L3Row& row = *bodyOf(typeOf(*session.known));
+  const L3Row& row = *bodyOf(form);
   owner.type = message->type;
   owner.record =
       static_cast<const uint8_t*>(l3BodyValue(*static_cast<const L3Body*>(row.info), *message, session.record));
@@ -234,32 +243,33 @@ int velnor3gpp_keep(velnor3gpp_Session* session, const velnor3gpp_Kept* source)
   L3KeptAt at = static_cast<L3KeptAt>(all.at);
   const KeptPlaces* places = keptPlacesOf(*session);
   if (!places) return velnor3gpp_report(session, RTX_E_NO_MEMORY, "", "out of memory");
-  // Inside a length it can be an element of a bare type, to which the length belongs.
-  const KeptPlace* place = at == kL3KeptInside ? placeByPath(*places, all.path, true) : nullptr;
-  if (!place) place = placeByPath(*places, all.path, false);
+  // A bare type has the path of the record that it is told as. Inside a length the place is rather the bare type's, to
+  // which the length belongs; any other that the record lacks can be its as well, and that of a message of one element.
+  Owner owners[3];
+  unsigned count = 0;
+  bool inside = at == kL3KeptInside;
+  for (bool bare : {inside, !inside})
+    if (const KeptPlace* place = placeByPath(*places, all.path, bare)) owners[count++] = {place->type, place->record};
   // The list of places goes without the message that is made here: in its elements' place something is kept.
-  if (!place && makeMessage(*session, all.path) < 0) return RTX_E_NO_MEMORY;
-  Owner message = {}, owner = {};
+  if (!count && makeMessage(*session, all.path) < 0) return RTX_E_NO_MEMORY;
+  Owner message = {};
   char messagePath[1024];
   bool inMessage = findMessage(*session, message, messagePath) && strcmp(messagePath, all.path) == 0;
-  if (place)
-    owner = {place->type, place->record};
-  else if (inMessage)
-    owner = message;
-  if (!owner.type)
-    return velnor3gpp_report(session, RTX_E_UNEXPECTED_ELEMENT, all.path, "is no element of this record");
   // Over a record without an element's name is over all of it, but for a message of one element without a name.
   bool single = inMessage && l3IsBare(*message.type);
+  if (at == kL3KeptOver && single) count = 0;
   if (at == kL3KeptOver && !*all.element && !single) at = kL3KeptOverAll;
-  const uint8_t* record = owner.record;
-  const void* anchor = single && at == kL3KeptOver ? nullptr : findAnchor(*owner.type, record, at, all.element);
-  // What stands behind or over everything is the named type's, also where its rows are those of the standard's form.
-  if (record == session->record && anchor == owner.type) anchor = &typeOf(*session->known);
-  if (!anchor && inMessage) {
-    record = message.record;
-    anchor = findAnchor(*message.type, record, at, all.element);
+  if (inMessage) owners[count++] = message;
+  if (!count) return velnor3gpp_report(session, RTX_E_UNEXPECTED_ELEMENT, all.path, "is no element of this record");
+  const uint8_t* record = nullptr;
+  const void* anchor = nullptr;
+  for (unsigned i = 0; i < count && !anchor; ++i) {
+    record = owners[i].record;
+    anchor = findAnchor(*owners[i].type, record, at, all.element);
+    // What stands behind or over everything is the named type's, also where its rows are those of the standard's form.
+    if (record == session->record && anchor == owners[i].type) anchor = &typeOf(*session->known);
   }
-  if (!anchor && at == kL3KeptBehind && !*all.element && owner.type->flags & kL3RestOctets) {
+  if (!anchor && at == kL3KeptBehind && !*all.element && owners[0].type->flags & kL3RestOctets) {
     // A message that is rest octets alone (system information 13): behind it everything ends, so the place is the end.
     at = kL3KeptEnd;
     record = session->record;

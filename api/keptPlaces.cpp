@@ -37,6 +37,7 @@ namespace {
 struct Builder {
   RtxMemHeap** heap;
   KeptPlaces& places;
+  const velnor3gpp_Session& session;
 };
 
 } // namespace
@@ -81,7 +82,7 @@ static void leave(KeptPlaces& places)
   places.open = places.all[places.open].around;
 }
 
-// A value that is no bare type is no place. One that is has no end of its own in the walk.
+// A value is a place if it is a bare type, or the whole: a type without members. It has no end of its own in the walk.
 static int listPlace(const velnor3gpp_Node* node, void* arg)
 {
   Builder& builder = *static_cast<Builder*>(arg);
@@ -91,6 +92,8 @@ static int listPlace(const velnor3gpp_Node* node, void* arg)
   if (place.bare && !ends) status = add(builder, place, place.bare, place.value, true, false);
   if (!value && !ends && status >= 0)
     status = add(builder, place, place.record ? place.type : nullptr, place.record, false, place.bare);
+  bool whole = value && !place.bare && !node->parent;
+  if (whole) status = add(builder, place, &typeOf(*builder.session.known), builder.session.record, false, false);
   if (status < 0) return status;
   if (ends) leave(builder.places);
   if (place.bare && (ends || value)) leave(builder.places);
@@ -128,7 +131,7 @@ KeptPlaces* keptPlacesOf(velnor3gpp_Session& session)
   RtxMemHeap** heap = &session.ctxt.pMemHeap;
   KeptPlaces* places = static_cast<KeptPlaces*>(rtxMemHeapAllocZ(heap, sizeof(KeptPlaces)));
   if (!places) return nullptr;
-  Builder builder = {heap, *places};
+  Builder builder = {heap, *places, session};
   if (velnor3gpp_visit(&session, 0, listPlace, &builder) == RTX_E_NO_MEMORY || !makeChains(builder)) return nullptr;
   session.keptPlaces = places;
   return places;

@@ -368,9 +368,8 @@ static int writeSchema(SchemaWriter& writer, const velnor3gpp_Type* type)
   }
   putAround(out);
   if (type)
-    jsonPut(out, R"(,"required":["type","record"])");
-  else
-    jsonPut(out, R"(,"anyOf":[{"required":["type","record"]},{"required":["status"]},{"required":["err"]}])");
+    jsonPut(out, R"(,"required":["type"])");
+  jsonPut(out, R"(,"anyOf":[{"required":["type","record"]},{"required":["status"]},{"required":["err"]}])");
   jsonPut(out, kIncomplete);
   out.comma = false;
   if (type) {

@@ -312,9 +312,13 @@ static void writeObject(JsonWriter& writer, unsigned flags)
   open(writer, '{');
   writeHead(writer, result);
   if (result.type) {
+    const size_t before = writer.length;
     jsonPut(writer, ",\"record\":");
+    const size_t begin = writer.length;
     writer.comma = false; // the whole has no name, and no comma in front of it
     velnor3gpp_visit(writer.session, flags & VELNOR3GPP_NAMES, writeNode, &writer);
+    // A type of one element has no value where that was kept instead.
+    if (writer.length == begin) writer.length = before;
     writer.comma = true;
   }
   writeAllKept(writer, result.type ? result.kept : 0);

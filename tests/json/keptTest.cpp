@@ -170,6 +170,31 @@ TEST(JsonKept, LongerNamesAreNotTakenForKnownOnes)
   EXPECT_EQ(session.encoded(), "7E005B0181");
 }
 
+// Types by themselves, whose only place has no name: a message of one element, with octets behind it, with an unusual
+// one, and with one that cannot be read, which leaves no record; a list; and a type without members.
+TEST(JsonKept, OfTypesByThemselvesComesBack)
+{
+  struct {
+    const char *type, *wire;
+  } cases[] = {{"TS24301Msg_AttachComplete", "00075201C67B000580"},
+               {"TS24301Msg_AttachComplete", "00035201C67B06214365010121"},
+               {"TS24301Msg_IdentResp", "0742017E044088E4E400"},
+               {"TS44018Msg_E_UTRAN_CSG_Description_struct_element_e_utran_frequency_index_list", "40"},
+               {"TS44018IE_SI2bis_Rest_Octets", "2B"}};
+  for (auto& [type, wire] : cases) {
+    SCOPED_TRACE(type + std::string(" ") + wire);
+    JsonSession session, other;
+    velnor3gpp_setOption(session, VELNOR3GPP_OPTION_KEEP, 1);
+    velnor3gpp_setOption(other, VELNOR3GPP_OPTION_KEEP, 1);
+    ASSERT_EQ(session.decode(l3FindType(type), octetsOfHex(wire)), 0) << session.findings();
+    const std::string object = session.json(), straight = session.encoded();
+    EXPECT_EQ(object.find("\"record\":,"), std::string::npos) << object;
+    if (object.find("\"record\":") == std::string::npos) continue;
+    ASSERT_EQ(other.read(object), 0) << object << other.findings();
+    EXPECT_EQ(other.encoded(), straight) << object;
+  }
+}
+
 // None of them is taken for something else.
 TEST(JsonKept, MistakesAreTold)
 {
