@@ -141,9 +141,8 @@ enum L3RowFlags : uint8_t {
   kL3InRelease = 0x04,
   // An integer with a range; info: L3Range, or something that begins with one (L3Unary).
   kL3Ranged = 0x08,
-  // Octets: they are 16-bit characters and print as such. A flag: it is a number in the standard's form, and one for
-  // all
-  // who name values in either form.
+  // Octets: they are 16-bit characters and print as such. A flag: it is a number in the standard's form, so those who
+  // name values tell it as one in either form.
   kL3Wide = 0x10,
   // The bits are relative to the padding of rest octets: 0 is L, 1 is H (l3Padding.h).
   kL3LH = 0x20,
