@@ -367,8 +367,7 @@ static int writeSchema(SchemaWriter& writer, const velnor3gpp_Type* type)
     jsonPut(out, "\"type\":{\"type\":\"string\"},\"record\":{},");
   }
   putAround(out);
-  if (type)
-    jsonPut(out, R"(,"required":["type"])");
+  if (type) jsonPut(out, R"(,"required":["type"])");
   jsonPut(out, R"(,"anyOf":[{"required":["type","record"]},{"required":["status"]},{"required":["err"]}])");
   jsonPut(out, kIncomplete);
   out.comma = false;

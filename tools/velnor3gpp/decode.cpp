@@ -196,8 +196,8 @@ static void checkForm(const Options& options)
   if (!options.json && (options.names || options.positions))
     throw UsageError(std::string(options.names ? "--names" : "--positions") + " adds to JSON; give --json, too");
   if ((options.json || values) && (options.trace || options.reencode))
-    throw UsageError(std::string(options.trace ? "--trace" : "--reencode") + " prints text behind a record; leave out " +
-                     (values ? "--field" : "--json"));
+    throw UsageError(std::string(options.trace ? "--trace" : "--reencode") +
+                     " prints text behind a record; leave out " + (values ? "--field" : "--json"));
 }
 
 static int decode(const Options& options, Output& out)
