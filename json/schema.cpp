@@ -312,9 +312,9 @@ static void putAround(JsonWriter& out)
     out.comma = true;
   }
   jsonPut(out, "]}");
-  for (const char* place : kJsonPlaces) {
-    jsonName(out, place, strlen(place));
-    if (place == kJsonPlaces[VELNOR3GPP_KEPT_END])
+  for (unsigned place = 0; place <= VELNOR3GPP_KEPT_OVER; ++place) {
+    jsonName(out, kJsonPlaces[place], strlen(kJsonPlaces[place]));
+    if (place == VELNOR3GPP_KEPT_END)
       jsonPut(out, R"({"const":true})");
     else
       jsonPut(out, R"({"type":"string"})");
