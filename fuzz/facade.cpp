@@ -51,13 +51,14 @@ static void lookAtKept(velnor3gpp_Session* session)
 }
 
 #ifdef VELNOR_FUZZ_JSON
-// An element that an encoder refuses is read with lengths that fit, and goes out so.
-bool hasRefused(velnor3gpp_Session* session)
+// Left out of that law: octets that stand over a value, since one that an encoder refuses goes out with lengths that
+// fit; and radio blocks, where lengths, padding and what is kept behind it depend on each other.
+bool comesBackAlike(velnor3gpp_Session* session, const char* type)
 {
   auto kept = sized<velnor3gpp_Kept>();
   for (size_t i = 0; velnor3gpp_kept(session, i, &kept) == 0; ++i)
-    if (kept.at == VELNOR3GPP_KEPT_OVER && !kept.regular) return true;
-  return false;
+    if (kept.at == VELNOR3GPP_KEPT_OVER) return false;
+  return strncmp(type, "TS44", 4) != 0;
 }
 
 // What was decoded without a failure encodes to the same octets from its object of JSON.
@@ -65,7 +66,10 @@ void checkThroughJson(TestSession& session, uint8_t first)
 {
   static JsonSession other;
   const std::string straight = session.encoded();
-  if (session.result().status < 0 || hasRefused(session)) return;
+  const velnor3gpp_Result result = session.result();
+  auto facts = sized<velnor3gpp_TypeFacts>();
+  velnor3gpp_typeFacts(result.type, &facts);
+  if (result.status < 0 || !comesBackAlike(session, facts.name)) return;
   const char* text = nullptr;
   size_t count = 0;
   velnor3gpp_toJson(session, 0, &text, &count);
