@@ -207,7 +207,8 @@ static void describeRow(Describe& walk, const L3Row& row, const Name& name, bool
 // The row that fills the same member in the standard's form, which may be the only one; null: none does.
 static const L3Row* twinOf(const L3Type& type, const L3Row& row)
 {
-  const L3Type& other = type.standard ? *type.standard : type;
+  if (!type.standard) return &row;
+  const L3Type& other = *type.standard;
   for (const L3Row* twin = other.rows; twin < other.rows + other.rowCount; ++twin) {
     bool named = twin->name && row.name && strcmp(l3KeyOf(*twin), l3KeyOf(row)) == 0;
     if (twin->offset == row.offset && (named || twin->name == row.name) && twin->mBit == row.mBit) return twin;

@@ -227,61 +227,75 @@ int velnor3gpp_kept(velnor3gpp_Session* session, size_t index, velnor3gpp_Kept* 
   return fillStruct(target, all);
 }
 
+namespace {
+
+// Where the engine will look for a kept element.
+struct Spot {
+  L3KeptAt at;
+  const uint8_t* record;
+  const void* anchor; // null: the record has no such place
+};
+
+} // namespace
+
+// Finds the place that a caller names. Returns 0, or a status after telling what is wrong.
+static int findSpot(velnor3gpp_Session& session, const velnor3gpp_Kept& all, Spot& spot)
+{
+  const KeptPlaces* places = keptPlacesOf(session);
+  if (!places) return velnor3gpp_report(&session, RTX_E_NO_MEMORY, "", "out of memory");
+  // A bare type has the path of the record that it is told as. Inside a length the place is rather the bare type's, to
+  // which the length belongs; any other that the record lacks can be its as well, and that of a message of one element.
+  Owner owners[3];
+  unsigned count = 0;
+  bool inside = spot.at == kL3KeptInside;
+  for (bool bare : {inside, !inside})
+    if (const KeptPlace* place = placeByPath(*places, all.path, bare)) owners[count++] = {place->type, place->record};
+  // The list of places goes without the message that is made here: in its elements' place something is kept.
+  if (!count && makeMessage(session, all.path) < 0) return RTX_E_NO_MEMORY;
+  Owner message = {};
+  char messagePath[1024];
+  bool inMessage = findMessage(session, message, messagePath) && strcmp(messagePath, all.path) == 0;
+  // Over a record without an element's name is over all of it, but for a message of one element without a name.
+  bool single = inMessage && l3IsBare(*message.type);
+  if (spot.at == kL3KeptOver && single) count = 0;
+  if (spot.at == kL3KeptOver && !*all.element && !single) spot.at = kL3KeptOverAll;
+  if (inMessage) owners[count++] = message;
+  if (!count) return velnor3gpp_report(&session, RTX_E_UNEXPECTED_ELEMENT, all.path, "is no element of this record");
+  const void* named = &typeOf(*session.known);
+  for (unsigned i = 0; i < count && !spot.anchor; ++i) {
+    spot.record = owners[i].record;
+    spot.anchor = findAnchor(*owners[i].type, spot.record, spot.at, all.element);
+    // What stands behind or over everything is the named type's, also where its rows are those of the standard's form.
+    if (spot.record == session.record && spot.anchor == owners[i].type) spot.anchor = named;
+  }
+  // A message that is rest octets alone (system information 13): behind it everything ends, so the place is the end.
+  bool rest = spot.at == kL3KeptBehind && !*all.element && owners[0].type->flags & kL3RestOctets;
+  if (!spot.anchor && rest) spot = {kL3KeptEnd, session.record, named};
+  if (spot.anchor) return 0;
+  return velnor3gpp_report(&session, RTX_E_UNEXPECTED_ELEMENT, all.element, "is no place for kept octets");
+}
+
 // Puts octets under a record that was built, so that they are encoded with it: the reverse of velnor3gpp_kept. All of
 // `source` is copied. The place has to exist in the record, otherwise an encoder would never come by it.
 int velnor3gpp_keep(velnor3gpp_Session* session, const velnor3gpp_Kept* source)
 {
   if (!session || !source) return RTX_E_NULL_POINTER;
   if (!isSized(*source)) return RTX_E_BAD_PARAMETER;
-  velnor3gpp_Kept all;
-  all = readStruct(source, all);
+  velnor3gpp_Kept room;
+  const velnor3gpp_Kept& all = readStruct(source, room);
   if (!all.path || !all.element || (!all.octets && all.count)) return RTX_E_NULL_POINTER;
   if (!hasRecord(*session)) return RTX_E_BAD_PARAMETER;
   if (all.bits > all.count * 8)
     return velnor3gpp_report(session, RTX_E_BAD_PARAMETER, all.path, "has more bits than its octets");
   if (all.at > VELNOR3GPP_KEPT_OVER || all.why > VELNOR3GPP_KEPT_UNUSUAL) return RTX_E_BAD_PARAMETER;
-  L3KeptAt at = static_cast<L3KeptAt>(all.at);
-  const KeptPlaces* places = keptPlacesOf(*session);
-  if (!places) return velnor3gpp_report(session, RTX_E_NO_MEMORY, "", "out of memory");
-  // A bare type has the path of the record that it is told as. Inside a length the place is rather the bare type's, to
-  // which the length belongs; any other that the record lacks can be its as well, and that of a message of one element.
-  Owner owners[3];
-  unsigned count = 0;
-  bool inside = at == kL3KeptInside;
-  for (bool bare : {inside, !inside})
-    if (const KeptPlace* place = placeByPath(*places, all.path, bare)) owners[count++] = {place->type, place->record};
-  // The list of places goes without the message that is made here: in its elements' place something is kept.
-  if (!count && makeMessage(*session, all.path) < 0) return RTX_E_NO_MEMORY;
-  Owner message = {};
-  char messagePath[1024];
-  bool inMessage = findMessage(*session, message, messagePath) && strcmp(messagePath, all.path) == 0;
-  // Over a record without an element's name is over all of it, but for a message of one element without a name.
-  bool single = inMessage && l3IsBare(*message.type);
-  if (at == kL3KeptOver && single) count = 0;
-  if (at == kL3KeptOver && !*all.element && !single) at = kL3KeptOverAll;
-  if (inMessage) owners[count++] = message;
-  if (!count) return velnor3gpp_report(session, RTX_E_UNEXPECTED_ELEMENT, all.path, "is no element of this record");
-  const uint8_t* record = nullptr;
-  const void* anchor = nullptr;
-  for (unsigned i = 0; i < count && !anchor; ++i) {
-    record = owners[i].record;
-    anchor = findAnchor(*owners[i].type, record, at, all.element);
-    // What stands behind or over everything is the named type's, also where its rows are those of the standard's form.
-    if (record == session->record && anchor == owners[i].type) anchor = &typeOf(*session->known);
-  }
-  if (!anchor && at == kL3KeptBehind && !*all.element && owners[0].type->flags & kL3RestOctets) {
-    // A message that is rest octets alone (system information 13): behind it everything ends, so the place is the end.
-    at = kL3KeptEnd;
-    record = session->record;
-    anchor = &typeOf(*session->known);
-  }
-  if (!anchor) return velnor3gpp_report(session, RTX_E_UNEXPECTED_ELEMENT, all.element, "is no place for kept octets");
-  L3KeptFacts facts = {record,
-                       anchor,
+  Spot spot = {static_cast<L3KeptAt>(all.at), nullptr, nullptr};
+  if (int status = findSpot(*session, all, spot); status < 0) return status;
+  L3KeptFacts facts = {spot.record,
+                       spot.anchor,
                        all.octet * 8,
                        static_cast<uint8_t>(all.iei),
                        static_cast<uint8_t>(all.ieiBits),
-                       at,
+                       spot.at,
                        static_cast<L3KeptWhy>(all.why),
                        all.status,
                        all.fault,

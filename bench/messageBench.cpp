@@ -1,7 +1,7 @@
-// Decoding, encoding, printing, tracing, protecting of real messages and their way through JSON: shuffled mixes of each protocol, of the short
-// messages of EPS, of all protocols together, and single named messages; in fast and slow mode, beside the floor. Times
-// are per message. Figures of other codecs are published for 27 octets on average: the 5GS mix is no longer than that
-// as it is, of EPS the messages are taken in order of their length until the mean is reached.
+// Decoding, encoding, printing, tracing, protecting of real messages and their way through JSON: shuffled mixes of each
+// protocol, of the short messages of EPS, of all protocols together, and single named messages; in fast and slow mode,
+// beside the floor. Times are per message. Figures of other codecs are published for 27 octets on average: the 5GS mix
+// is no longer than that as it is, of EPS the messages are taken in order of their length until the mean is reached.
 #include <cstdio>
 
 #include "bench/common/reporter.h"
