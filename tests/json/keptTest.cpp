@@ -101,13 +101,6 @@ TEST(JsonKept, RedactingEmptiesWhatIsKept)
   EXPECT_EQ(session.result().kept, 0U);
 }
 
-std::string times(size_t count, const std::string& text)
-{
-  std::string all;
-  while (count--) all += text;
-  return all;
-}
-
 // A message through text, trace and JSON, and from JSON back to octets.
 void checkWay(JsonSession& session, const std::string& hex, size_t kept)
 {
@@ -132,9 +125,10 @@ TEST(JsonKept, ElementsOfEntriesFollowTheirListAsItGrows)
 {
   JsonSession session;
   velnor3gpp_setOption(session, VELNOR3GPP_OPTION_KEEP, 1);
-  const std::string identity = "77000BFA09F1070102C301020304", before = times(39, "6D00"), behind = times(12, "6D00");
+  const std::string identity = "77000BFA09F1070102C301020304", before = repeated("6D00", 39),
+                    behind = repeated("6D00", 12);
   const std::string entry = "15010908010000012121436501078024F899214365AA";
-  checkWay(session, "7E00420101" + identity + before + "7C00DC" + times(10, entry) + behind, 62);
+  checkWay(session, "7E00420101" + identity + before + "7C00DC" + repeated(entry, 10) + behind, 62);
   EXPECT_EQ(velnor3gpp_redact(session), 0);
   const std::string octets = session.encoded();
   EXPECT_EQ(octets.substr(0, 14), "7E004201017700");
@@ -148,11 +142,11 @@ TEST(JsonKept, ManyElementsAndRecordsCostNoMoreThanTheirNumber)
   JsonSession session;
   velnor3gpp_setOption(session, VELNOR3GPP_OPTION_KEEP, 1);
   const size_t many = 10000;
-  const std::string units = "80" + times(many, "001000");
+  const std::string units = "80" + repeated("001000", many);
   auto start = std::chrono::steady_clock::now();
   checkWay(session,
            "2E0501C1FFFF7B" + hexText({uint8_t(units.size() / 512), uint8_t(units.size() / 2)}) + units +
-               times(many, "6D00"),
+               repeated("6D00", many),
            many + 1); // the list: an encoder counts 255 entries
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
 }
@@ -188,8 +182,9 @@ TEST(JsonKept, OfTypesByThemselvesComesBack)
     velnor3gpp_setOption(other, VELNOR3GPP_OPTION_KEEP, 1);
     ASSERT_EQ(session.decode(l3FindType(type), octetsOfHex(wire)), 0) << session.findings();
     const std::string object = session.json(), straight = session.encoded();
-    EXPECT_EQ(object.find("\"record\":,"), std::string::npos) << object;
-    if (object.find("\"record\":") == std::string::npos) continue;
+    const bool unread = strcmp(wire, cases[0].wire) == 0;
+    EXPECT_EQ(object.find("\"record\":") == std::string::npos, unread) << object;
+    if (unread) continue;
     ASSERT_EQ(other.read(object), 0) << object << other.findings();
     EXPECT_EQ(other.encoded(), straight) << object;
   }

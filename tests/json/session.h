@@ -4,6 +4,13 @@
 #include "tests/facade/session.h"
 #include "velnor3gpp/velnor3gppJson.h"
 
+inline std::string repeated(const std::string& text, size_t count)
+{
+  std::string all;
+  for (size_t i = 0; i < count; ++i) all += text;
+  return all;
+}
+
 struct JsonSession : TestSession {
   std::string json(unsigned flags = 0)
   {

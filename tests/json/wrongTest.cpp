@@ -39,13 +39,6 @@ TEST(WrongJson, IsToldInOneLineWithItsPath)
   EXPECT_GT(cases, 40U);
 }
 
-std::string repeated(const std::string& text, size_t count)
-{
-  std::string all;
-  for (size_t i = 0; i < count; ++i) all += text;
-  return all;
-}
-
 TEST(WrongJson, IsBoundedInDepthAndSize)
 {
   JsonSession session;
