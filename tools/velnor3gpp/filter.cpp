@@ -73,7 +73,8 @@ static void tellCounts(const FilterCounts& counts, bool quiet, Output* summary)
 {
   char text[128];
   int length = snprintf(text, sizeof text, "in=%zu out=%zu bad=%zu\n", counts.in, counts.out, counts.bad);
-  if (!quiet && ::write(STDERR_FILENO, text, static_cast<size_t>(length)) < 0) quiet = true; // nobody can be told
+  std::string_view left(text, static_cast<size_t>(length));
+  if (!quiet) writeAll(STDERR_FILENO, left); // nobody can be told that it is full
   if (!summary) return;
   summary->print("{\"in\":%zu,\"out\":%zu,\"bad\":%zu}\n", counts.in, counts.out, counts.bad);
   summary->close();
@@ -92,7 +93,6 @@ static bool isQuiet(const std::exception_ptr& fault)
 
 static void runFilter(const FilterArguments& arguments, Output& out)
 {
-  filterHoldDescriptors();
   FilterOptions options = readOptions(arguments);
   std::unique_ptr<Output> summary;
   if (!arguments.summaryFile.empty()) summary = std::make_unique<Output>(arguments.summaryFile);

@@ -1,6 +1,5 @@
 #include "filterStop.h"
 
-#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
@@ -19,12 +18,6 @@ extern "C" void filterTakeStop(int number)
 {
   signal(number, SIG_DFL); // for the next one
   if (!canWait || write(wakeUp[1], "", 1) != 1) raise(number);
-}
-
-void filterHoldDescriptors()
-{
-  for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd)
-    if (fcntl(fd, F_GETFD) < 0 && open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY) < 0) return;
 }
 
 void filterCatchStop(bool chunks)

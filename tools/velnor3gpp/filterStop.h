@@ -7,9 +7,6 @@
 
 #include <cstddef>
 
-// Occupies standard descriptors that are closed, so that no file that is opened takes their place. Reading and writing
-// them still fails.
-void filterHoldDescriptors();
 // Catches SIGTERM from here on. Called once, before there are threads.
 void filterCatchStop(bool chunks);
 // Reads what there is, waiting for the first octet; between chunks also for the signal, which is the end of the input.

@@ -15,7 +15,13 @@ static constexpr void (*kCommands[])(Command& app, Program& program) = {
 
 static int fail(Output& out, int code, const std::string& text)
 {
-  complain(out, text);
+  try {
+    out.flush();
+  } catch (const OutputError& error) {
+    if (!error.quiet) complain(error.what());
+    code = kExitIo;
+  }
+  complain(text);
   return code;
 }
 
@@ -34,6 +40,7 @@ static int runProgram(Output& out, int argc, char** argv)
 // What went wrong, on standard error. Behind a fault of the output nothing can be written to it any more.
 int main(int argc, char** argv)
 {
+  holdDescriptors();
   signal(SIGPIPE, SIG_IGN); // writing then fails with EPIPE
   signal(SIGXFSZ, SIG_IGN); // and beyond a limit of the file size with EFBIG
   Output out(STDOUT_FILENO, "standard output");

@@ -1,6 +1,7 @@
 #include "output.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -32,14 +33,30 @@ void Output::fail(int error, size_t left)
 }
 
 // The system may take a part of the octets, above all a pipe.
-void Output::hand(std::string_view text)
+int writeAll(int descriptor, std::string_view& text)
 {
   while (!text.empty()) {
-    ssize_t done = ::write(fd, text.data(), text.size());
-    if (done < 0 && errno == EINTR) continue;
-    if (done < 0) fail(errno, text.size());
-    text.remove_prefix(static_cast<size_t>(done));
+    ssize_t done = ::write(descriptor, text.data(), text.size());
+    pollfd ready = {descriptor, POLLOUT, 0};
+    if (done >= 0)
+      text.remove_prefix(static_cast<size_t>(done));
+    else if (errno == EAGAIN)
+      poll(&ready, 1, -1);
+    else if (errno != EINTR)
+      return errno;
   }
+  return 0;
+}
+
+void holdDescriptors()
+{
+  for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd)
+    if (fcntl(fd, F_GETFD) < 0 && open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY) < 0) return;
+}
+
+void Output::hand(std::string_view text)
+{
+  if (int error = writeAll(fd, text)) fail(error, text.size());
 }
 
 void Output::flush()

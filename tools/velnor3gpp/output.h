@@ -19,6 +19,13 @@ struct OutputError : std::runtime_error {
   }
 };
 
+// Hands the text to the system, waiting where a descriptor that does not block is full. Returns 0, or errno; `text` is
+// then what the system did not take.
+int writeAll(int descriptor, std::string_view& text);
+// Occupies standard descriptors that are closed, so that no file that is opened takes their place. Reading and writing
+// them still fails.
+void holdDescriptors();
+
 class Output {
 public:
   // Writes to a descriptor that is open and stays open.
