@@ -162,10 +162,8 @@ static void printBadLine(Run& run, const BadLine& bad)
   ++run.counts.bad;
   ++run.counts.noMessage;
   if (!run.fields.empty()) return printFields(run, nullptr);
-  if (run.options.json)
-    return run.out.write("{\"err\":{\"text\":" + jsonString(bad.place + ": " + bad.problem) + "}}\n");
-  run.out.write(std::string(run.counts.messages > 1 ? "\n" : "") +
-                withCaret(bad.place + "  no message: " + bad.problem, bad.line, bad.column) + "\n");
+  if (run.options.json) return run.out.write(errorObject(bad));
+  run.out.write((run.counts.messages > 1 ? "\n" : "") + textOf(bad));
 }
 
 static void decodeOne(Run& run, const Message& message)

@@ -3,11 +3,17 @@
 #define VELNOR3GPP_PROGRAM_FAULTS_H
 
 #include <stdexcept>
+#include <string>
+#include <utility>
 
-// What the user can mend: what is wrong, where, and how to mend it, in one line. Text behind a line feed is shown below
-// as it stands (a caret under the fault).
+// What the user can mend: what is wrong, where, and how to mend it, in one line. Lines that are shown below it as they
+// stand (a caret under the fault) end with a line feed each.
 struct UsageError : std::runtime_error {
-  using std::runtime_error::runtime_error;
+  std::string below;
+  explicit UsageError(const std::string& text, std::string shownBelow = "")
+      : std::runtime_error(text), below(std::move(shownBelow))
+  {
+  }
 };
 
 // A container of messages whose framing is broken: nothing behind the fault can be found.

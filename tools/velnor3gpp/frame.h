@@ -27,11 +27,11 @@ struct Program {
   int code = kExitDone; // set by the command
 };
 
-// Writes a line to standard error, behind what is written to `out`: "velnor3gpp: TEXT". Control characters in it
-// become blanks; text behind the first line feed stands below it unchanged.
-void complain(Output& out, const std::string& text);
+// Writes a line to standard error, behind what is written to `out`: "velnor3gpp: TEXT", with control characters of the
+// text as "\x1b". Lines that stand `below` it, a caret under the fault, end with a line feed each.
+void complain(Output& out, const std::string& text, const std::string& below = "");
 // The same where nothing was written yet.
-void complain(const std::string& text);
+void complain(const std::string& text, const std::string& below = "");
 
 // A string of JSON with its quotes. What is no UTF-8 becomes U+FFFD.
 std::string jsonString(std::string_view text);

@@ -13,7 +13,7 @@ static constexpr void (*kCommands[])(Command& app, Program& program) = {
     addSchema, addRedact, addList,      addExplain, addCompletion, addVersion, addManual,
 };
 
-static int fail(Output& out, int code, const std::string& text)
+static int fail(Output& out, int code, const std::string& text, const std::string& below = "")
 {
   try {
     out.flush();
@@ -21,7 +21,7 @@ static int fail(Output& out, int code, const std::string& text)
     if (!error.quiet) complain(error.what());
     code = kExitIo;
   }
-  complain(text);
+  complain(text, below);
   return code;
 }
 
@@ -54,7 +54,7 @@ int main(int argc, char** argv)
   } catch (const DamageError& error) {
     return fail(out, kExitDamaged, error.what());
   } catch (const UsageError& error) {
-    return fail(out, kExitUsage, error.what());
+    return fail(out, kExitUsage, error.what(), error.below);
   } catch (const std::bad_alloc&) {
     return fail(out, kExitUsage, "out of memory");
   }

@@ -9,6 +9,7 @@
 #include "commands.h"
 #include "hex.h"
 #include "names.h"
+#include "titles.h"
 #include "velnor3gpp/velnor3gppJson.h"
 
 namespace {
@@ -59,11 +60,11 @@ static void printRecord(Run& run, const Message& message)
 {
   const char* text = nullptr;
   size_t count = 0;
-  checkMemory(run.options.json ? velnor3gpp_toJson(run.session.get(), 0, &text, &count)
-                               : velnor3gpp_toText(run.session.get(), &text, &count));
+  velnor3gpp_Session* session = run.session.get();
+  checkMemory(run.options.json ? velnor3gpp_toJson(session, 0, &text, &count)
+                               : velnor3gpp_toText(session, &text, &count));
   if (!run.options.json) run.out.write(message.place + "\n");
-  run.out.write({text, count});
-  if (run.options.json) run.out.put('\n');
+  run.out.write(run.options.json ? std::string(text, count) + "\n" : withoutControls(session, {text, count}));
 }
 
 static void redactOne(Run& run, const Message& message)

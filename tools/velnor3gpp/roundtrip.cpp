@@ -1,6 +1,7 @@
 // velnor3gpp roundtrip: decodes each message, encodes it again and compares the octets.
 #include "coding.h"
 #include "commands.h"
+#include "printable.h"
 
 namespace {
 
@@ -25,7 +26,7 @@ static void tell(Run& run, const std::string& place, const char* outcome, const 
     run.out.write("{\"place\":" + jsonString(place) + ",\"outcome\":\"" + outcome + "\",\"text\":" + jsonString(text) +
                   "}\n");
   else
-    run.out.write(place + "  " + text + "\n");
+    run.out.write(place + "  " + printable(text) + "\n");
 }
 
 static void tellBad(Run& run, const std::string& place, const std::string& reason)

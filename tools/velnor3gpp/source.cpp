@@ -13,6 +13,7 @@
 #include "frame.h"
 #include "hex.h"
 #include "names.h"
+#include "printable.h"
 
 namespace {
 
@@ -83,7 +84,7 @@ static void readInput(const std::string& input, const TakeLine& take, const std:
     throw UsageError(input + ": is a directory; name a file in it");
   File file{open(input.c_str(), O_RDONLY | O_CLOEXEC), true};
   if (file.fd < 0) throw InputError(input + ": cannot be opened: " + strerror(errno));
-  readAll(file, input, take, progress, capture, most);
+  readAll(file, printable(input), take, progress, capture, most);
 }
 
 static bool isFile(const std::string& input)
@@ -116,7 +117,7 @@ static void takeArguments(const std::vector<std::string>& inputs, const Taker& t
   for (const std::string& input : inputs) {
     if (isFile(input)) throw UsageError("'" + input + "' is a file among octets; give either files or octets");
     HexText hex = readHex(input);
-    if (hex.column) throw UsageError(withCaret(argumentFault(input, hex), input, hex.column));
+    if (hex.column) throw UsageError(argumentFault(input, hex), caretUnder(input, hex.column));
     message.octets.insert(message.octets.end(), hex.octets.begin(), hex.octets.end());
   }
   if (message.octets.empty())
@@ -139,13 +140,23 @@ void readMessages(const std::vector<std::string>& inputs, const Taker& taker)
       [&](const std::string& name, int fd, std::string_view first) { return takeCapture(taker, name, fd, first); });
 }
 
-std::string withCaret(const std::string& fault, std::string_view line, size_t column)
+std::string caretUnder(std::string_view line, size_t column)
 {
   static constexpr size_t kShown = 60, kBefore = 40;
-  if (!column) return fault;
+  if (!column) return "";
   size_t from = column > kBefore ? column - kBefore : 0;
   std::string shown(line.substr(from, kShown));
   for (char& c : shown)
     if (static_cast<unsigned char>(c) < 0x20 || static_cast<unsigned char>(c) > 0x7E) c = '.';
-  return fault + "\n  " + shown + "\n  " + std::string(column - 1 - from, ' ') + "^";
+  return "  " + shown + "\n  " + std::string(column - 1 - from, ' ') + "^\n";
+}
+
+std::string textOf(const BadLine& bad)
+{
+  return printable(bad.place + "  no message: " + bad.problem) + "\n" + caretUnder(bad.line, bad.column);
+}
+
+std::string errorObject(const BadLine& bad)
+{
+  return "{\"err\":{\"text\":" + jsonString(bad.place + ": " + bad.problem) + "}}\n";
 }

@@ -35,8 +35,12 @@ void readLines(const std::vector<std::string>& inputs,
                const std::function<void(size_t octets)>& progress, const TakeCapture& capture = {},
                size_t most = kMostLine);
 
-// The fault with the line below it and a caret under the column. Of a long line the part around the column is shown;
-// what is no printing character stands as a dot.
-std::string withCaret(const std::string& fault, std::string_view line, size_t column);
+// The line and a caret under the column, as lines that stand below what is said of it. Of a long line the part around
+// the column is shown; what is no printing character stands as a dot. Empty for column 0.
+std::string caretUnder(std::string_view line, size_t column);
+// Lines that tell of a line without a message in the place of one.
+std::string textOf(const BadLine& bad);
+// The same as an object of JSON in a line.
+std::string errorObject(const BadLine& bad);
 
 #endif

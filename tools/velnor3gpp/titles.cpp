@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "names.h"
+#include "printable.h"
 #include "words.h"
 
 namespace {
@@ -16,6 +17,7 @@ struct Titled {
 struct Elements {
   std::string names;
   std::vector<Titled> all;
+  std::vector<std::string> controls; // texts that a terminal must not get
 
   std::string_view name(size_t i) const { return std::string_view(names).substr(all[i].nameAt, all[i].nameLength); }
 };
@@ -51,10 +53,31 @@ static bool isName(std::string_view value)
          std::any_of(value.begin(), value.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
 }
 
+static void takeText(const velnor3gpp_Node& node, std::vector<std::string>& controls)
+{
+  std::string_view text(reinterpret_cast<const char*>(node.data), node.count);
+  text = text.substr(0, text.find('\0')); // as the library prints it
+  if (!isPrintable(text)) controls.emplace_back(text);
+}
+
+// The library prints texts between quotes as they are. Both tell them in the same order.
+static std::string escaped(std::string_view text, const std::vector<std::string>& controls)
+{
+  std::string result;
+  for (const std::string& control : controls) {
+    size_t at = text.find("'" + control + "'");
+    if (at == std::string_view::npos) continue;
+    result.append(text.substr(0, at + 1)).append(printable(control));
+    text.remove_prefix(at + 1 + control.size());
+  }
+  return result.append(text);
+}
+
 static int takeTitle(const velnor3gpp_Node* node, void* arg)
 {
-  if (node->step == VELNOR3GPP_LEAVE || !node->name) return 0;
   Elements& elements = *static_cast<Elements*>(arg);
+  if (node->kind == VELNOR3GPP_TEXT && node->count) takeText(*node, elements.controls);
+  if (node->step == VELNOR3GPP_LEAVE || !node->name) return 0;
   Titled element = {elements.names.size(), 0, {}};
   std::string_view name(node->name, node->nameLength);
   if (const velnor3gpp_Type* type = velnor3gpp_nodeType(node)) {
@@ -70,13 +93,26 @@ static int takeTitle(const velnor3gpp_Node* node, void* arg)
   return 0;
 }
 
-std::string withTitles(velnor3gpp_Session* session, std::string_view text)
+static const Elements& elementsOf(velnor3gpp_Session* session)
 {
   thread_local Elements elements; // which keeps its room from message to message
   elements.names.clear();
   elements.all.clear();
+  elements.controls.clear();
   velnor3gpp_visit(session, VELNOR3GPP_NAMES, takeTitle, &elements);
-  std::string result;
+  return elements;
+}
+
+std::string withoutControls(velnor3gpp_Session* session, std::string_view text)
+{
+  return escaped(text, elementsOf(session).controls);
+}
+
+std::string withTitles(velnor3gpp_Session* session, std::string_view text)
+{
+  const Elements& elements = elementsOf(session);
+  std::string safe, result;
+  if (!elements.controls.empty()) text = safe = escaped(text, elements.controls);
   result.reserve(text.size() + text.size() / 8);
   size_t next = 0;
   while (!text.empty()) {

@@ -41,11 +41,11 @@ static void traceOne(Run& run, const Message& message)
 
 static void takeBadLine(Run& run, const BadLine& bad)
 {
-  if (!run.options.page.empty()) throw UsageError(withCaret(bad.place + ": " + bad.problem, bad.line, bad.column));
+  if (!run.options.page.empty()) throw UsageError(bad.place + ": " + bad.problem, caretUnder(bad.line, bad.column));
   ++run.counts.messages;
   ++run.counts.bad;
   ++run.counts.noMessage;
-  run.out.write(withCaret(bad.place + "  no message: " + bad.problem, bad.line, bad.column) + "\n");
+  run.out.write(textOf(bad));
 }
 
 static int trace(const Options& options, Output& out)
