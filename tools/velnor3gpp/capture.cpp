@@ -2,7 +2,6 @@
 // without what tells of a person.
 #include <algorithm>
 #include <cstring>
-#include <filesystem>
 
 #include "captureFile.h"
 #include "captureOutput.h"
@@ -10,8 +9,6 @@
 #include "commands.h"
 #include "names.h"
 #include "session.h"
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -122,13 +119,6 @@ static void convertLine(Run& run, const Message& message)
   convert(run, frame);
 }
 
-static void refuseSame(const Options& options)
-{
-  std::error_code ignored;
-  if (options.in != "-" && options.out != "-" && fs::equivalent(options.in, options.out, ignored))
-    throw UsageError(options.out + ": is the file that is read; name another one");
-}
-
 static void tell(const Run& run)
 {
   std::string text = (run.frames.empty() ? counted(run.messages, "message") : run.frames) + "; " +
@@ -143,7 +133,7 @@ static void tell(const Run& run)
 // written.
 static int capture(const Options& options, Output& out)
 {
-  refuseSame(options);
+  refuseInput(options.out, {options.in}, options.session.keyFile);
   Run run{options, out, {out, options.out}, openSession(options.session)};
   if (options.redact) makeKey(run.key);
   Taker taker;

@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "commands.h"
+#include "source.h"
 #include "velnor3gpp/rt3GPPTS32297.h"
 #include "velnor3gpp/rtContext.h"
 #include "velnor3gpp/rtxBitDecode.h"
@@ -220,7 +221,9 @@ static void extractRecord(const Walk& walk, const TS32297Hdr& header)
 {
   char name[40];
   snprintf(name, sizeof name, "%06zu.%s", walk.records + 1, encodingOf(header).ending);
-  Output file((fs::path(walk.options.folder) / name).string());
+  std::string path = (fs::path(walk.options.folder) / name).string();
+  refuseInput(path, {walk.options.file}, "");
+  Output file(path);
   file.write({reinterpret_cast<const char*>(walk.record), header.cdrLength});
   file.close();
 }

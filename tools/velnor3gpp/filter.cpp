@@ -7,6 +7,7 @@
 #include "filterRun.h"
 #include "filterStop.h"
 #include "names.h"
+#include "source.h"
 #include "velnor3gpp/velnor3gppJson.h"
 
 namespace {
@@ -47,6 +48,15 @@ static bool flushesLines(const std::string& word)
   return word == "line";
 }
 
+// Counts in the file that is read would destroy the input, in the file that the answers go to the output.
+static void checkSummary(const FilterArguments& arguments)
+{
+  const std::string& file = arguments.summaryFile;
+  if (file == "-") throw UsageError("--summary takes a file, not -; standard error has the counts anyway");
+  refuseInput(file, {"-"}, arguments.session.keyFile);
+  if (isSameFile(file, "/dev/stdout")) throw UsageError(file + ": is where standard output goes; name another one");
+}
+
 static FilterOptions readOptions(const FilterArguments& arguments)
 {
   FilterOptions options;
@@ -63,6 +73,7 @@ static FilterOptions readOptions(const FilterArguments& arguments)
     throw UsageError("--chunk-header counts lines, and --in len16 has none");
   if (arguments.keyColumns != 1 && options.format != FilterFormat::kTsv)
     throw UsageError("--key-columns counts columns of --in tsv");
+  checkSummary(arguments);
   typeOf(options.session); // a wrong name or key file is told before anything is read
   openSession(options.session);
   return options;

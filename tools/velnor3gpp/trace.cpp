@@ -51,6 +51,7 @@ static void takeBadLine(Run& run, const BadLine& bad)
 static int trace(const Options& options, Output& out)
 {
   typeOf(options.session);
+  if (!options.page.empty()) refuseInput(options.page, options.inputs, options.session.keyFile);
   Run run{options, out, openSession(options.session), {}, {}};
   readMessages(options.inputs, {[&](const Message& message) { traceOne(run, message); },
                                 [&](const BadLine& bad) { takeBadLine(run, bad); },
