@@ -136,6 +136,20 @@ std::string timeText(const velnor3gpp_CaptureFrame& frame)
   return text;
 }
 
+void readTime(const std::string& text, velnor3gpp_CaptureFrame& frame)
+{
+  struct tm parts = {};
+  char digits[10] = "";
+  if (text.size() > 30 || text.empty() || text.back() != 'Z') return;
+  const char* rest = strptime(text.c_str(), "%Y-%m-%dT%H:%M:%S", &parts);
+  if (!rest || (*rest != 'Z' && sscanf(rest, ".%9[0-9]Z", digits) != 1)) return;
+  std::string fraction = digits;
+  fraction.resize(9, '0');
+  time_t seconds = timegm(&parts);
+  frame.hasTime = seconds >= 0 && seconds < 18446744073; // as many nanoseconds have 64 bits
+  frame.time = frame.hasTime ? static_cast<uint64_t>(seconds) * 1000000000U + std::stoul(fraction) : 0;
+}
+
 std::string countsText(const velnor3gpp_CaptureCounts& counts)
 {
   std::string text = counted(static_cast<size_t>(counts.frames), "frame") + ": " +

@@ -1,4 +1,10 @@
 // velnor3gpp encode: records as JSON to octets.
+#include <unistd.h>
+
+#include <optional>
+#include <utility>
+
+#include "captureFile.h"
 #include "captureOutput.h"
 #include "coding.h"
 #include "commands.h"
@@ -18,15 +24,35 @@ struct Options {
 
 struct Run {
   const Options& options;
-  Output& out;    // standard error goes behind it
-  Output& target; // of the octets, but of a capture
+  Output& out; // standard error goes behind it
   CaptureOutput* capture;
   Session session;
   const velnor3gpp_Type* type;
-  size_t objects = 0, bad = 0;
+  std::optional<Output> file = {}; // of --output, opened for the first octets
+  size_t objects = 0, bad = 0, passed = 0;
+};
+
+// Objects in lines of text. A text that is none, or does not end, spoils what stands up to the next line that begins
+// with "{", and no more.
+struct Reader {
+  Run& run;
+  TakeLine take;
+  ObjectCutter cutter = {};
+  std::string first = {};  // where the object begins
+  std::string second = {}; // where its next line stands that begins with "{" as well; empty: it has none
+  size_t secondAt = 0;     // in the object
+  bool passing = false;    // over the rest of a text that is none
 };
 
 } // namespace
+
+// Nothing is made before it is known that there is something to write.
+static Output& target(Run& run)
+{
+  if (run.options.fileName.empty()) return run.out;
+  if (!run.file) run.file.emplace(run.options.fileName);
+  return *run.file;
+}
 
 static void refuse(Run& run, const std::string& place)
 {
@@ -40,11 +66,14 @@ static void refuse(Run& run, const std::string& place)
 }
 
 // The message in a frame under the dissector of its form.
-static void writeFrame(Run& run, const std::string& place, const uint8_t* octets, size_t count)
+static void writeFrame(Run& run, const std::string& place, const std::string& text, const uint8_t* octets, size_t count)
 {
   std::string fault = "the octets fit in no frame";
   try {
-    if (run.capture->write(frameOf(run.session.get(), octets, count)) >= 0) return;
+    velnor3gpp_CaptureFrame frame = frameOf(run.session.get(), octets, count);
+    std::string_view time = memberOf(text, "time").value_or("");
+    if (time.size() > 2) readTime(std::string(time.substr(1, time.size() - 2)), frame);
+    if (run.capture->write(frame) >= 0) return;
   } catch (const UsageError& error) {
     fault = error.what();
   }
@@ -52,15 +81,26 @@ static void writeFrame(Run& run, const std::string& place, const uint8_t* octets
   complain(run.out, place + ": " + fault);
 }
 
-static void write(Run& run, const std::string& place, const uint8_t* octets, size_t count)
+static void write(Run& run, const uint8_t* octets, size_t count)
 {
-  if (run.capture) return writeFrame(run, place, octets, count);
-  if (run.options.binary) return run.target.write({reinterpret_cast<const char*>(octets), count});
+  if (run.options.binary) return target(run).write({reinterpret_cast<const char*>(octets), count});
   std::string hex = plainHex(octets, count);
   velnor3gpp_Result result = resultOf(run.session.get());
   if (run.options.json)
     hex = "{\"type\":" + jsonString(result.type ? factsOf(result.type).name : "") + ",\"octets\":\"" + hex + "\"}";
-  run.target.write(hex + "\n");
+  target(run).write(hex + "\n");
+}
+
+// What decode and filter write of a line without a message.
+static bool isError(const std::string& text)
+{
+  return memberOf(text, "err") && !memberOf(text, "record");
+}
+
+static void pass(Run& run)
+{
+  --run.objects;
+  ++run.passed;
 }
 
 static void encodeOne(Run& run, const std::string& place, const std::string& text)
@@ -69,47 +109,114 @@ static void encodeOne(Run& run, const std::string& place, const std::string& tex
   velnor3gpp_Session* session = run.session.get();
   const uint8_t* octets = nullptr;
   size_t count = 0;
-  if (checkMemory(velnor3gpp_fromJson(session, run.type, text.data(), text.size())) < 0) return refuse(run, place);
+  if (checkMemory(velnor3gpp_fromJson(session, run.type, text.data(), text.size())) < 0)
+    return isError(text) ? pass(run) : refuse(run, place);
   if (checkMemory(velnor3gpp_encode(session, &octets, &count)) < 0) return refuse(run, place);
-  write(run, place, octets, count);
+  if (run.capture)
+    writeFrame(run, place, text, octets, count);
+  else
+    write(run, octets, count);
   noteEncoded(session, run.options.session);
+}
+
+static void refuseText(Run& run, const std::string& problem)
+{
+  ++run.objects;
+  ++run.bad;
+  complain(run.out, problem);
+}
+
+// Lines of the object that may be the beginning of another one are read once more.
+static void giveUp(Reader& reader, const std::string& problem)
+{
+  refuseText(reader.run, reader.first + ": " + problem);
+  reader.passing = true;
+  std::string place = std::exchange(reader.second, ""), rest;
+  if (!place.empty()) rest = reader.cutter.object().substr(reader.secondAt);
+  reader.cutter.drop();
+  if (place.empty()) return;
+  std::string name = place.substr(0, place.rfind(':'));
+  LineCutter(name, reader.take, VELNOR3GPP_JSON_MAX, std::stoul(place.substr(name.size() + 1)) - 1).add(rest);
+}
+
+static void takeObjects(Reader& reader, const std::string& place, std::string_view line)
+{
+  ObjectCutter& cutter = reader.cutter;
+  while (line.find_first_not_of(" \t\r") != std::string_view::npos) {
+    if (!cutter.isOpen()) {
+      line.remove_prefix(line.find_first_not_of(" \t\r"));
+      reader.first = place;
+      reader.passing = line[0] != '{';
+      if (reader.passing)
+        return refuseText(reader.run, place + ": no object of JSON; 'velnor3gpp template RegAccept' shows one");
+    }
+    if (!cutter.add(line)) break;
+    encodeOne(reader.run, reader.first, cutter.object());
+    cutter.drop();
+  }
+  if (cutter.isOpen() && !cutter.canGoOn()) giveUp(reader, "a string does not end in its line");
+}
+
+static void takeLine(Reader& reader, const std::string& place, std::string_view line, bool whole)
+{
+  static const char kTooLong[] = "the object has more than 16 MiB, and so more than any message";
+  ObjectCutter& cutter = reader.cutter;
+  bool begins = line.starts_with('{');
+  while (begins && cutter.isOpen() && !cutter.canGoOnWithBrace()) giveUp(reader, "the object does not end");
+  if (!cutter.isOpen()) {
+    reader.first = place;
+    reader.second.clear();
+  }
+  if (!whole || cutter.object().size() > VELNOR3GPP_JSON_MAX) giveUp(reader, kTooLong);
+  if (!whole || (reader.passing && !begins)) return;
+  if (begins && cutter.isOpen() && reader.second.empty()) {
+    reader.second = place;
+    reader.secondAt = cutter.object().size();
+  }
+  takeObjects(reader, place, line);
 }
 
 static void encodeAll(Run& run)
 {
-  ObjectCutter cutter;
-  std::string last; // where the object begins
-  auto take = [&](const std::string& place, std::string_view line, bool whole) {
-    if (!cutter.isOpen()) last = place;
-    bool blank = line.find_first_not_of(" \t\r") == std::string_view::npos;
-    if (blank && !cutter.isOpen()) return;
-    if (!whole || cutter.object().size() > VELNOR3GPP_JSON_MAX)
-      throw UsageError(last + ": the object has more than 16 MiB, and so more than any message");
-    if (!cutter.isOpen() && line[line.find_first_not_of(" \t\r")] != '{')
-      throw UsageError(place + ": no object of JSON; 'velnor3gpp template RegAccept' shows one");
-    if (!cutter.add(line)) return;
-    encodeOne(run, last, cutter.object());
-    cutter.drop();
+  Reader reader{run, {}};
+  reader.take = [&](const std::string& place, std::string_view line, bool whole) {
+    takeLine(reader, place, line, whole);
   };
-  readLines(run.options.inputs, take, {}, {}, VELNOR3GPP_JSON_MAX);
-  if (cutter.isOpen()) throw UsageError(last + ": the object does not end");
+  readLines(run.options.inputs, reader.take, {}, {}, VELNOR3GPP_JSON_MAX);
+  while (reader.cutter.isOpen()) giveUp(reader, "the object does not end");
+}
+
+// Where no object is encoded, nothing is made.
+static void finish(Run& run)
+{
+  if (run.options.fileName.empty() || (run.objects && run.bad == run.objects)) return;
+  if (run.capture)
+    run.capture->finish();
+  else
+    target(run).close();
+}
+
+static void checkInput(const Options& options)
+{
+  if (options.inputs.empty() && isatty(STDIN_FILENO))
+    throw UsageError("no records; give files of JSON, or - for standard input");
+  if (!options.fileName.empty()) refuseInput(options.fileName, options.inputs, options.session.keyFile);
 }
 
 static int encode(const Options& options, Output& out)
 {
-  std::unique_ptr<Output> file;
+  checkInput(options);
   CaptureOutput capture(out, options.fileName);
-  bool toCapture = isCaptureName(options.fileName);
-  if (!options.fileName.empty() && !toCapture) file = std::make_unique<Output>(options.fileName);
-  Run run{options,
-          out,
-          file ? *file : out,
-          toCapture ? &capture : nullptr,
-          openSession(options.session),
+  Run run{options, out, isCaptureName(options.fileName) ? &capture : nullptr, openSession(options.session),
           typeOf(options.session)};
-  encodeAll(run);
-  if (file) file->close();
-  if (toCapture && (run.objects == 0 || run.bad < run.objects)) capture.finish();
+  try {
+    encodeAll(run);
+  } catch (...) { // what was encoded before stays
+    if (run.objects > run.bad) finish(run);
+    throw;
+  }
+  finish(run);
+  if (run.passed) complain(out, counted(run.passed, "object") + " with \"err\" and no record passed over");
   if (run.bad && run.objects > 1)
     complain(out, std::to_string(run.bad) + " of " + counted(run.objects, "object") + " not encoded");
   return run.bad ? kExitUsage : kExitDone;

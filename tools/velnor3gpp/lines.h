@@ -44,9 +44,9 @@ using TakeLine = std::function<void(const std::string& place, std::string_view l
 // Cuts octets into lines. A line lies in one piece of input, or is gathered from several.
 class LineCutter {
 public:
-  // A line has `mostOctets` without what ends it and a byte order mark before it.
-  LineCutter(const std::string& name, const TakeLine& take, size_t mostOctets = kMostLine)
-      : fileName(name), takeLine(take), most(mostOctets)
+  // A line has `mostOctets` without what ends it and a byte order mark before it; `before` lines come before the first.
+  LineCutter(const std::string& name, const TakeLine& take, size_t mostOctets = kMostLine, size_t before = 0)
+      : fileName(name), takeLine(take), most(mostOctets), number(before)
   {
   }
 
@@ -63,7 +63,7 @@ private:
   size_t most;
   std::string kept; // the beginning of a line that goes on
   bool tooLong = false;
-  size_t number = 0;
+  size_t number;
 };
 
 #endif
