@@ -73,6 +73,15 @@ std::string findingText(const velnor3gpp_Finding& finding)
   return text;
 }
 
+std::string firstFinding(velnor3gpp_Session* session)
+{
+  std::string text;
+  eachFinding(session, [&](const velnor3gpp_Finding& finding) {
+    if (text.empty() && finding.fatal) text = findingText(finding);
+  });
+  return text;
+}
+
 // The header of a form, of which a message needs all octets before anything can be said of it.
 struct Header {
   const char* form;
@@ -122,6 +131,23 @@ std::string protectionText(velnor3gpp_Session* session)
     default:
       return "";
   }
+}
+
+std::string endText(velnor3gpp_Session* session, bool findings)
+{
+  velnor3gpp_Result result = resultOf(session);
+  std::string text = protectionText(session), advice = adviceFor(session);
+  if (!text.empty()) text = "protection: " + text + "\n";
+  if (outcomeOf(session) == Outcome::kSealed) return text;
+  if (result.status >= 0 && result.missing)
+    text += "short by: " + counted(result.missing, "octet") + " of the declared lengths\n";
+  if (result.status >= 0 && result.used < result.count)
+    text += "left over: " + counted(result.count - result.used, "octet") + " behind the last one that was read\n";
+  if (findings)
+    eachFinding(session, [&](const velnor3gpp_Finding& finding) {
+      text += (finding.fatal ? "finding: " : "remark: ") + findingText(finding) + "\n";
+    });
+  return advice.empty() ? text : text + "the message " + advice + "\n";
 }
 
 bool needsSummary(const Counts& counts)

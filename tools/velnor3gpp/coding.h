@@ -43,8 +43,13 @@ template <typename Take> void eachFinding(velnor3gpp_Session* session, Take take
 }
 // "status -2 (Unexpected end of buffer on decode), element lac, octet 3".
 std::string findingText(const velnor3gpp_Finding& finding);
+// The same of the finding that ended decoding, or "".
+std::string firstFinding(velnor3gpp_Session* session);
 // How the message can be mended where that is easily told ("a 5GS message has 3 octets at least ..."), or "".
 std::string adviceFor(velnor3gpp_Session* session);
+// What stands behind a message, in lines: its protection, octets short or left over, its findings if they are asked
+// for, and how it can be mended.
+std::string endText(velnor3gpp_Session* session, bool findings);
 // "protection: ..." of a protected message, or "".
 std::string protectionText(velnor3gpp_Session* session);
 

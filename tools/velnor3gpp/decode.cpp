@@ -61,31 +61,6 @@ static void printHeading(Run& run, const Message& message, const std::vector<std
   run.out.write(text + "\n");
 }
 
-static void printAdvice(Run& run)
-{
-  std::string advice = adviceFor(run.session.get());
-  if (!advice.empty()) run.out.write("the message " + advice + "\n");
-}
-
-static void printEnd(Run& run)
-{
-  velnor3gpp_Session* session = run.session.get();
-  velnor3gpp_Result result = resultOf(session);
-  std::string protection = protectionText(session);
-  if (!protection.empty()) run.out.write("protection: " + protection + "\n");
-  if (outcomeOf(session) == Outcome::kSealed) return;
-  if (result.status >= 0 && result.missing)
-    run.out.write("short by: " + counted(result.missing, "octet") + " of the declared lengths\n");
-  if (result.status >= 0 && result.used < result.count)
-    run.out.write("left over: " + counted(result.count - result.used, "octet") +
-                  " behind the last one that was read\n");
-  if (run.options.view) return printAdvice(run); // which has the findings
-  eachFinding(session, [&](const velnor3gpp_Finding& finding) {
-    run.out.write((finding.fatal ? "finding: " : "remark: ") + findingText(finding) + "\n");
-  });
-  printAdvice(run);
-}
-
 static void printRecord(Run& run)
 {
   const char* text = nullptr;
@@ -151,7 +126,7 @@ static void printText(Run& run, const Message& message, const std::vector<std::s
     printView(run.out, run.style, run.session.get());
   else
     printRecord(run);
-  printEnd(run);
+  run.out.write(endText(run.session.get(), !run.options.view)); // a view has the findings
   if (run.options.trace) printTrace(run);
   if (run.options.reencode && outcome <= Outcome::kRemarks) reencode(run, message);
 }

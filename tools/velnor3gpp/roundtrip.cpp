@@ -35,15 +35,6 @@ static void tellBad(Run& run, const std::string& place, const std::string& reaso
   tell(run, place, "not decoded", "not decoded: " + reason);
 }
 
-static std::string firstFinding(velnor3gpp_Session* session)
-{
-  std::string text;
-  eachFinding(session, [&](const velnor3gpp_Finding& finding) {
-    if (text.empty() && finding.fatal) text = findingText(finding);
-  });
-  return text;
-}
-
 static void roundtripOne(Run& run, const Message& message)
 {
   velnor3gpp_Session* session = run.session.get();
