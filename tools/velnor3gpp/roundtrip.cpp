@@ -15,7 +15,7 @@ struct Run {
   const Options& options;
   Output& out;
   Session session;
-  size_t equal = 0, different = 0, notDecoded = 0;
+  size_t equal = 0, different = 0, sealed = 0, notDecoded = 0;
 };
 
 } // namespace
@@ -44,7 +44,12 @@ static void roundtripOne(Run& run, const Message& message)
     if (message.place == "arguments") throw;
     return tellBad(run, message.place, error.what());
   }
-  if (outcomeOf(session) > Outcome::kRemarks) return tellBad(run, message.place, firstFinding(session));
+  Outcome outcome = outcomeOf(session);
+  if (outcome == Outcome::kSealed) {
+    ++run.sealed;
+    return tell(run, message.place, "ciphered", protectionText(session));
+  }
+  if (outcome == Outcome::kBad) return tellBad(run, message.place, firstFinding(session));
   Comparison done = compareAgain(session);
   ++(done.equal ? run.equal : run.different);
   tell(run, message.place, done.equal ? "equal" : "different", done.text);
@@ -62,12 +67,10 @@ static int roundtrip(const Options& options, Output& out)
                                 {},
                                 &options.session.links});
   size_t bad = run.different + run.notDecoded;
-  std::string text = counted(run.equal + bad, "message") + ": " + std::to_string(run.equal) + " equal, " +
-                     std::to_string(run.different) + " different, " + std::to_string(run.notDecoded) + " not decoded";
-  if (options.json)
-    complain(out, text);
-  else
-    out.write(text + "\n");
+  std::string text = counted(run.equal + run.sealed + bad, "message") + ": " + std::to_string(run.equal) + " equal, " +
+                     std::to_string(run.different) + " different, ";
+  if (run.sealed) text += std::to_string(run.sealed) + " ciphered (no keys), ";
+  complain(out, text + std::to_string(run.notDecoded) + " not decoded");
   return options.failOnError && bad ? kExitBadMessage : kExitDone;
 }
 
