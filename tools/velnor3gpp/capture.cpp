@@ -153,7 +153,7 @@ static int capture(const Options& options, Output& out)
   if (run.bad && !run.messages) throw UsageError(run.firstBad);
   run.out.finish();
   tell(run);
-  return run.bad ? kExitUsage : kExitDone;
+  return kExitDone;
 }
 
 void addCapture(Command& app, Program& program)

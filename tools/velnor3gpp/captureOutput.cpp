@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "forms.h"
 #include "frame.h"
 #include "names.h"
 #include "session.h"
@@ -24,6 +25,10 @@ bool isCaptureName(const std::string& name)
 velnor3gpp_CaptureFrame frameOf(velnor3gpp_Session* session, const uint8_t* octets, size_t count)
 {
   velnor3gpp_Result result = resultOf(session);
+  if (result.headerOnly) { // of a ciphered message: its octets tell the form
+    std::vector<const velnor3gpp_Type*> forms = formsOf({octets, octets + count}, result.direction, {});
+    if (!forms.empty()) result.type = forms[0];
+  }
   velnor3gpp_CaptureFrame frame = {};
   frame.size = sizeof frame;
   frame.type = result.type;
