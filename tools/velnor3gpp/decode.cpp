@@ -1,5 +1,5 @@
 // velnor3gpp decode: messages as text, JSON, values or a view. What is wrong with a message stands behind its record;
-// standard error has one line for the whole run.
+// standard error has one line for the whole run, and with --field one for each of the first bad messages.
 #include <algorithm>
 
 #include "coding.h"
@@ -23,12 +23,17 @@ struct Options {
   bool trace = false, reencode = false, failOnError = false;
 };
 
+struct Field {
+  FieldPath path;
+  bool found; // in any message
+};
+
 struct Run {
   const Options& options;
   Output& out;
   Session session;
   ViewStyle style;
-  std::vector<FieldPath> fields;
+  std::vector<Field> fields;
   Counts counts;
   bool different = false; // with --reencode
 };
@@ -108,15 +113,26 @@ static void printJson(Run& run, const Message& message)
 // The values of a message between TABs; without a message a line of none, so that lines stay together.
 static void printFields(Run& run, const Message* message)
 {
-  bool names = std::any_of(run.fields.begin(), run.fields.end(), asksForName);
+  bool names =
+      std::any_of(run.fields.begin(), run.fields.end(), [](const Field& each) { return asksForName(each.path); });
   std::string_view json = message ? jsonOf(run, names ? VELNOR3GPP_NAMES : 0) : "{}";
   std::string led;
   if (message && !message->lead.empty()) json = led = "{" + message->lead + std::string(json.substr(1));
   for (size_t i = 0; i < run.fields.size(); ++i) {
     if (i) run.out.put('\t');
-    run.out.write(findField(json, run.fields[i]));
+    std::string_view value = findField(json, run.fields[i].path);
+    run.fields[i].found = run.fields[i].found || value.data();
+    run.out.write(value);
   }
   run.out.put('\n');
+}
+
+// Values alone do not tell what is wrong; standard error does, of so many bad messages.
+static void tellBad(const Run& run, const std::string& place, const std::string& problem)
+{
+  static constexpr size_t kTold = 10;
+  if (run.counts.bad <= kTold) complain(run.out, place + ": " + problem);
+  if (run.counts.bad == kTold) complain("bad messages from here on are counted only");
 }
 
 static void printText(Run& run, const Message& message, const std::vector<std::string>& tried, Outcome outcome)
@@ -136,7 +152,10 @@ static void printBadLine(Run& run, const BadLine& bad)
   ++run.counts.messages;
   ++run.counts.bad;
   ++run.counts.noMessage;
-  if (!run.fields.empty()) return printFields(run, nullptr);
+  if (!run.fields.empty()) {
+    printFields(run, nullptr);
+    return tellBad(run, bad.place, bad.problem);
+  }
   if (run.options.json) return run.out.write(errorObject(bad));
   run.out.write((run.counts.messages > 1 ? "\n" : "") + textOf(bad));
 }
@@ -152,9 +171,10 @@ static void decodeOne(Run& run, const Message& message)
   }
   Outcome outcome = outcomeOf(run.session.get());
   count(run.counts, outcome);
-  if (!run.fields.empty())
+  if (!run.fields.empty()) {
     printFields(run, &message);
-  else if (run.options.json)
+    if (outcome == Outcome::kBad) tellBad(run, message.place, firstFinding(run.session.get()));
+  } else if (run.options.json)
     printJson(run, message);
   else
     printText(run, message, tried, outcome);
@@ -178,13 +198,15 @@ static int decode(const Options& options, Output& out)
   checkForm(options);
   typeOf(options.session);
   Run run{options, out, openSession(options.session), styleFor(out, options.colour, options.depth), {}, {}};
-  for (const std::string& path : options.fields) run.fields.push_back(readFieldPath(path));
+  for (const std::string& path : options.fields) run.fields.push_back({readFieldPath(path), false});
   Progress progress(out);
   readMessages(options.inputs,
                {[&](const Message& message) { decodeOne(run, message); },
                 [&](const BadLine& bad) { printBadLine(run, bad); },
                 [&](size_t octets) { progress.show(octets, run.counts.messages); }, &options.session.links});
   progress.clear();
+  for (size_t i = 0; i < run.fields.size() && run.counts.messages > run.counts.noMessage; ++i)
+    if (!run.fields[i].found) complain(out, "--field " + options.fields[i] + ": in no message");
   if (needsSummary(run.counts)) complain(out, summaryOf(run.counts));
   return options.failOnError && (run.counts.bad || run.different) ? kExitBadMessage : kExitDone;
 }
