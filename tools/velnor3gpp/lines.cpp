@@ -91,10 +91,18 @@ std::string columnText(size_t column, const std::string& problem)
   return "column " + std::to_string(column) + ": " + problem;
 }
 
+static bool isComment(std::string_view line)
+{
+  size_t start = line.find_first_not_of(" \t\r");
+  return start != std::string_view::npos && line[start] == '#';
+}
+
 void readMessageLine(const std::string& place, std::string_view line, bool whole,
                      const std::function<void(const Message&)>& take, const std::function<void(const BadLine&)>& bad)
 {
-  if (!whole) return bad({place, "the line is longer than 131,072 octets, and so than any message", line, 0});
+  if (!whole && isComment(line)) return;
+  if (!whole)
+    return bad({place, "the line is longer than 1,048,576 characters; a message has at most 131,072 octets", line, 0});
   if (size_t column = controlColumn(line))
     return bad({place, columnText(column, showChar(line[column - 1]) + " is no text"), line, column});
   Message message;
@@ -108,6 +116,7 @@ void readMessageLine(const std::string& place, std::string_view line, bool whole
   HexText hex = readHex(line.substr(at));
   if (hex.column) return bad({place, columnText(at + hex.column, hex.problem), line, at + hex.column});
   if (hex.octets.empty()) return bad({place, "no octets, but marks between octets", line, 0});
+  if (hex.octets.size() > kMostOctets) return bad({place, "the message has more than 131,072 octets", line, 0});
   message.octets = std::move(hex.octets);
   take(message);
 }

@@ -10,8 +10,10 @@
 
 #include "velnor3gpp/velnor3gppCapture.h"
 
-// The longest line, in octets. What is longer is read to its end and said to be too long.
-inline constexpr size_t kMostLine = 131072;
+// The most octets of a message, and the longest line: as many in any usual spelling ("0x7e, " has six characters). What
+// is longer is read to its end and said to be too long.
+inline constexpr size_t kMostOctets = 131072;
+inline constexpr size_t kMostLine = 8 * kMostOctets;
 
 struct Message {
   std::string place; // "file:line", or "arguments"
@@ -34,7 +36,8 @@ struct BadLine {
 
 // "column 7: PROBLEM"
 std::string columnText(size_t column, const std::string& problem);
-// Reads a line: calls one of both, or none for a blank line or a comment. `whole` is false if the line was too long.
+// Reads a line: calls one of both, or none for a blank line or a comment. `whole` is false if the line was too long:
+// then the beginning of it is enough.
 void readMessageLine(const std::string& place, std::string_view line, bool whole,
                      const std::function<void(const Message&)>& message,
                      const std::function<void(const BadLine&)>& bad);
