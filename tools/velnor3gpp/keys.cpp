@@ -89,10 +89,11 @@ static void readCount(Reader& reader, const Line& line)
     refuse(reader, "either count or uplink-count and downlink-count: they contradict each other");
 }
 
-// A name that does not look like one may be a key that strayed.
+// A name that does not look like one, or has only hexadecimal digits, may be a key that strayed.
 static std::string quotedName(const std::string& name)
 {
-  bool likeName = name.find_first_not_of("abcdefghijklmnopqrstuvwxyz-") == std::string::npos;
+  bool likeName = name.find_first_not_of("abcdefghijklmnopqrstuvwxyz-") == std::string::npos &&
+                  name.find_first_not_of("abcdef-") != std::string::npos;
   return likeName ? " '" + name + "'" : "";
 }
 
