@@ -1,5 +1,7 @@
 #include "arguments.h"
 
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <sstream>
 
@@ -24,15 +26,40 @@ Option Option::check(std::string (*fault)(const std::string& word))
   return *this;
 }
 
-Option Option::between(int least, int most)
+Option Option::between(unsigned least, unsigned most)
 {
-  made->check(CLI::Range(least, most)); // in the help; numberFault comes first
+  std::string range = std::to_string(least) + " to " + std::to_string(most);
+  made->description(made->get_description() + " (" + range + ")");
+  made->check([=](const std::string& word) { // behind numberFault
+    unsigned long value = std::stoul(word);
+    return value < least || value > most ? "'" + word + "' is not in " + range : "";
+  });
   return *this;
 }
 
-Option Option::oneOf(const std::vector<std::string>& words)
+// The words stand behind the name of the value, which textOf knows.
+Option Option::oneOf(const std::vector<std::string>& words, const std::vector<std::string>& also)
 {
-  made->check(CLI::IsMember(words));
+  std::vector<std::string> all = words;
+  all.insert(all.end(), also.begin(), also.end());
+  auto read = [all](std::string& word) {
+    std::string fault = wordFault(word, all);
+    if (fault.empty()) word = lower(word);
+    return fault;
+  };
+  made->transform(CLI::Validator(read, CLI::detail::join(words, " "), ""));
+  return *this;
+}
+
+Option Option::needs(const Option& other)
+{
+  made->needs(other.made);
+  return *this;
+}
+
+Option Option::excludes(const Option& other)
+{
+  made->excludes(other.made);
   return *this;
 }
 
@@ -43,16 +70,27 @@ Command Command::addCommand(const std::string& name, const std::string& purpose,
   return Command(command);
 }
 
+static std::string emptyFault(const std::string& word)
+{
+  return word.empty() ? "has an empty value; leave the option out, or write one" : "";
+}
+
+// Values of options are not empty; of inputs their commands say what is wrong.
+static Option withValue(CLI::Option* option)
+{
+  return option->get_positional() ? Option(option) : Option(option).check(emptyFault);
+}
+
 Option Command::addOption(const std::string& name, std::string& value, const std::string& purpose)
 {
-  return Option(made->add_option(name, value, purpose));
+  return withValue(made->add_option(name, value, purpose));
 }
 
 static std::string numberFault(const std::string& word)
 {
   bool digits = !word.empty() && word.find_first_not_of("0123456789") == std::string::npos;
   if (!digits) return "'" + word + "' is no number; write a whole one, 0 or more";
-  return word.size() < 10 ? "" : word + " is too large";
+  return word.size() < 10 ? "" : "'" + word + "' is too large";
 }
 
 Option Command::addOption(const std::string& name, unsigned& value, const std::string& purpose)
@@ -67,10 +105,10 @@ Option Command::addOption(const std::string& name, std::vector<std::string>& val
 
 Option Command::addRepeated(const std::string& name, std::vector<std::string>& values, const std::string& purpose)
 {
-  return Option(made->add_option(name, values, purpose)
-                    ->expected(1)
-                    ->allow_extra_args(false)
-                    ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll));
+  return withValue(made->add_option(name, values, purpose)
+                       ->expected(1)
+                       ->allow_extra_args(false)
+                       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll));
 }
 
 Option Command::addFlag(const std::string& name, bool& value, const std::string& purpose)
@@ -88,19 +126,51 @@ void Command::hide()
   made->group("");
 }
 
+// In the manual an example has so much room in a line of 80 columns.
+static constexpr size_t kExampleWidth = 64;
+
+// A call as the shell reads it over several lines: a "|" at the end of one goes on in the next.
+static std::string foldedCall(std::string call)
+{
+  for (size_t start = 0; call.size() - start > kExampleWidth;) {
+    size_t at = call.rfind(" | ", start + kExampleWidth - 2);
+    if (at == std::string::npos || at <= start) break;
+    call.replace(at, 3, " |\n    ");
+    start = at + 3;
+  }
+  return call;
+}
+
+static std::string exampleText(std::initializer_list<Example> examples)
+{
+  std::string text = examples.size() ? "Examples:" : "";
+  for (const Example& example : examples)
+    text += std::string("\n  # ") + example.purpose + "\n  " + foldedCall(example.call);
+  return text;
+}
+
 Command newCommand(Command& app, const std::string& name, const std::string& purpose,
                    std::initializer_list<Example> examples)
 {
-  std::string text = examples.size() ? "Examples:" : "";
-  for (const Example& example : examples) text += std::string("\n  # ") + example.purpose + "\n  " + example.call;
-  return app.addCommand(name, purpose, text);
+  return app.addCommand(name, purpose, exampleText(examples));
 }
 
 static OptionText textOf(const CLI::Option& option)
 {
-  return {option.get_snames(),    option.get_lnames(),
-          option.get_name(),      option.get_description(),
-          option.get_type_name(), option.get_expected_max() > 0 && option.get_type_size() > 0};
+  std::string type = option.get_type_name(); // "WHEN:auto always never"
+  size_t split = std::min(type.find(':'), type.size());
+  std::vector<std::string> words;
+  std::istringstream in(type.substr(std::min(split + 1, type.size())));
+  for (std::string word; in >> word;) words.push_back(word);
+  bool takesValue = option.get_expected_max() > 0 && option.get_type_size() > 0;
+  return {option.get_snames(),
+          option.get_lnames(),
+          option.get_name(),
+          option.get_description(),
+          type.substr(0, split),
+          words,
+          takesValue,
+          takesValue && option.get_expected_max() > 1};
 }
 
 static CommandText textOf(const CLI::App& command)
@@ -119,9 +189,41 @@ std::vector<CommandText> Command::commands() const
   return texts;
 }
 
-CommandLine::CommandLine(const std::string& name, const std::string& purpose, const std::string& version)
+namespace {
+
+// The help in lines of at most 80 columns.
+class Help : public CLI::Formatter {
+  static std::string row(const std::string& name, const std::string& purpose, size_t column)
+  {
+    std::ostringstream out;
+    CLI::detail::format_help(out, name, filled(purpose, 80 - column), column);
+    return out.str();
+  }
+  std::string make_option(const CLI::Option* option, bool positional) const override
+  {
+    return row(make_option_name(option, positional) + make_option_opts(option), make_option_desc(option), 30);
+  }
+  std::string make_option_opts(const CLI::Option* option) const override
+  {
+    OptionText text = textOf(*option);
+    bool input = option->get_positional();
+    return (text.takesValue ? " " + text.valueName : "") + (input && text.repeats ? " ..." : "") +
+           (option->get_required() ? " REQUIRED" : "");
+  }
+  std::string make_subcommand(const CLI::App* command) const override
+  {
+    return row(command->get_name(), command->get_description(), 14);
+  }
+};
+
+} // namespace
+
+CommandLine::CommandLine(const std::string& name, const std::string& purpose, const std::string& version,
+                         std::initializer_list<Example> examples)
     : made(std::make_unique<CLI::App>(purpose, name))
 {
+  made->formatter(std::make_shared<Help>());
+  made->footer(exampleText(examples));
   made->set_version_flag("--version", name + " " + version);
   made->require_subcommand(1);
 }
@@ -170,6 +272,14 @@ static std::string helpOf(const CLI::App& app)
   return " ('velnor3gpp " + (&command == &app ? "" : command.get_name() + " ") + "--help' explains)";
 }
 
+static std::string optionFault(const std::string& word, const CLI::App& command)
+{
+  std::string name = word.substr(0, word.find('='));
+  bool file = !access(word.c_str(), F_OK);
+  return "no option '" + name + "'" +
+         (file ? "; for the file of this name write ./" + word : didYouMean(name, optionNames(command)));
+}
+
 // The first word of the command line that nobody takes.
 static std::string extraFault(const CLI::App& app)
 {
@@ -177,24 +287,37 @@ static std::string extraFault(const CLI::App& app)
   std::vector<std::string> extras = command.remaining();
   if (extras.empty()) extras = app.remaining(true);
   std::string word = extras.empty() ? "" : extras.front();
-  std::string help = helpOf(app);
-  if (word.rfind('-', 0) != 0) return "'" + word + "' is too much here" + help;
-  std::string name = word.substr(0, word.find('='));
-  return "no option '" + name + "'" + didYouMean(name, optionNames(command)) + help;
+  return (word.rfind('-', 0) == 0 ? optionFault(word, command) : "'" + word + "' is too much here") + helpOf(app);
 }
 
-// The parser's own words, but for what people do most: an input or a value that is not there, an option twice.
+// The first option that was given and has no effect as the others are.
+static std::string effectFault(const CLI::App& command)
+{
+  for (const CLI::Option* option : command.get_options()) {
+    if (!option->count()) continue;
+    for (const CLI::Option* other : option->get_excludes())
+      if (other->count()) return option->get_name() + " and " + other->get_name() + " exclude each other; give one";
+    for (const CLI::Option* other : option->get_needs())
+      if (!other->count()) return option->get_name() + " has no effect without " + other->get_name();
+  }
+  return "";
+}
+
+// The parser's own words, but for what people do most: an input or a value that is not there, a value that cannot be,
+// an option twice or without effect.
 static std::string parseFault(const CLI::App& app, const CLI::ParseError& error)
 {
   const CLI::App& command = currentOf(app);
   if (&command == &app)
     return app.remaining().empty() ? "no command; give one of " + commandList(app) : extraFault(app);
-  std::string text = error.what(), name = text.substr(0, text.find_first_of(": "));
+  std::string text = error.what(), name = text.substr(0, text.find_first_of(": ")), kind = error.get_name();
   const CLI::Option* option = command.get_option_no_throw(name);
-  if (option && error.get_name() == "RequiredError") text = "'" + name + "' is missing: " + option->get_description();
-  if (option && error.get_name() == "ArgumentMismatch")
+  if (option && kind == "RequiredError") text = "'" + name + "' is missing: " + option->get_description();
+  if (option && kind == "ArgumentMismatch")
     text = option->results().size() > 1 ? name + " stands here twice; write it once"
                                         : name + " has no value behind it: " + option->get_description();
+  if (option && kind == "ValidationError" && !option->get_positional()) text = "option " + text;
+  if (kind == "RequiresError" || kind == "ExcludesError") text = effectFault(command);
   return text + helpOf(app);
 }
 
@@ -204,15 +327,38 @@ static int fail(Output& out, const std::string& text)
   return kExitUsage;
 }
 
+// The parser would take the next word for the value of "--as=".
+static std::string valueFault(const CLI::App& app, const std::vector<std::string>& words)
+{
+  for (const std::string& word : words) {
+    if (word == "--") break;
+    if (word.rfind("--", 0) == 0 && word.find('=') == word.size() - 1)
+      return "option " + word.substr(0, word.size() - 1) + ": " + emptyFault("") + helpOf(app);
+  }
+  return "";
+}
+
+// Why the first word can begin no call, or "".
+static std::string firstFault(const CLI::App& app, const std::vector<std::string>& words)
+{
+  if (words.empty()) return "no command; give one of " + commandList(app);
+  const std::string& first = words.front();
+  if (hasCommand(app, first) || first == "-h" || first == "--help" || first == "--version") return "";
+  if (first.rfind('-', 0) != 0)
+    return "no command '" + first + "'" + didYouMean(first, commandNames(app)) + "; give one of " + commandList(app);
+  for (const std::string& word : words)
+    if (hasCommand(app, word)) // as in "velnor3gpp --json decode"
+      return "option '" + first + "' stands before the command; write it behind: velnor3gpp " + word + " " + first;
+  return optionFault(first, app) + helpOf(app);
+}
+
 int CommandLine::run(Program& program, int argc, char** argv)
 {
   CLI::App& app = *made;
-  if (argc < 2) return fail(program.out, "no command; give one of " + commandList(app));
-  std::vector<std::string> names = commandNames(app);
-  std::string first = argv[1];
-  if (first.rfind('-', 0) != 0 && !hasCommand(app, first))
-    return fail(program.out,
-                "no command '" + first + "'" + didYouMean(first, names) + "; give one of " + commandList(app));
+  const std::vector<std::string> words(argv + 1, argv + argc);
+  std::string fault = firstFault(app, words);
+  if (fault.empty()) fault = valueFault(app, words);
+  if (!fault.empty()) return fail(program.out, fault);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ExtrasError&) {

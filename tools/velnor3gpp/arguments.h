@@ -24,8 +24,12 @@ public:
   Option valueName(const std::string& name); // in the help, "FILE"
   // `fault` says why a word cannot be the value, or "".
   Option check(std::string (*fault)(const std::string& word));
-  Option between(int least, int most);
-  Option oneOf(const std::vector<std::string>& words);
+  Option between(unsigned least, unsigned most); // the help says so
+  // In any case; the value is the word in lower case. `also` are words that completion does not offer.
+  Option oneOf(const std::vector<std::string>& words, const std::vector<std::string>& also = {});
+  // Refuses the option where it would have no effect: without the other one, or beside it.
+  Option needs(const Option& other);
+  Option excludes(const Option& other);
 
 private:
   CLI::Option* made;
@@ -34,8 +38,9 @@ private:
 // What the help says of an option; completion and the manual say the same.
 struct OptionText {
   std::vector<std::string> shortNames, longNames; // none: an input, which has its name alone
-  std::string name, purpose, valueName;           // valueName may go on: "N:INT in [0 - 255]"
-  bool takesValue;
+  std::string name, purpose, valueName;
+  std::vector<std::string> words; // what the value can be; none: anything
+  bool takesValue, repeats;
 };
 
 struct CommandText {
@@ -69,14 +74,16 @@ struct Example {
   const char* purpose; // what it is good for, a few words
 };
 
-// Makes a command that shows the examples (three) below its options.
+// Makes a command that shows the examples (three) below its options. A call that is long goes on behind a "|" of it, in
+// a line that is indented further.
 Command newCommand(Command& app, const std::string& name, const std::string& purpose,
                    std::initializer_list<Example> examples);
 
 // The program as a whole.
 class CommandLine {
 public:
-  CommandLine(const std::string& name, const std::string& purpose, const std::string& version);
+  CommandLine(const std::string& name, const std::string& purpose, const std::string& version,
+              std::initializer_list<Example> examples);
   ~CommandLine();
   Command top() const { return Command(made.get()); }
   // Reads the arguments and calls their command. Returns the exit code; what is wrong with the arguments is said on

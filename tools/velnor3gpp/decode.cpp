@@ -180,22 +180,8 @@ static void decodeOne(Run& run, const Message& message)
     printText(run, message, tried, outcome);
 }
 
-// What would change nothing in the output is a mistake, and is said before any message is read.
-static void checkForm(const Options& options)
-{
-  bool values = !options.fields.empty();
-  if (options.json + options.view + values > 1)
-    throw UsageError("--json, --view and --field each say how to print a message; give one of them");
-  if (!options.json && (options.names || options.positions))
-    throw UsageError(std::string(options.names ? "--names" : "--positions") + " adds to JSON; give --json, too");
-  if ((options.json || values) && (options.trace || options.reencode))
-    throw UsageError(std::string(options.trace ? "--trace" : "--reencode") +
-                     " prints text behind a record; leave out " + (values ? "--field" : "--json"));
-}
-
 static int decode(const Options& options, Output& out)
 {
-  checkForm(options);
   typeOf(options.session);
   Run run{options, out, openSession(options.session), styleFor(out, options.colour, options.depth), {}, {}};
   for (const std::string& path : options.fields) run.fields.push_back({readFieldPath(path), false});
@@ -211,6 +197,32 @@ static int decode(const Options& options, Output& out)
   return options.failOnError && (run.counts.bad || run.different) ? kExitBadMessage : kExitDone;
 }
 
+// How a message is printed, and what stands behind its record.
+static void addFormOptions(Command& command, Options& options)
+{
+  Option json = command.addFlag("--json", options.json, "an object of JSON for each message");
+  command.addFlag("--names", options.names, "with --json: names of values beside them (x$name)").needs(json);
+  command.addFlag("--positions", options.positions, "with --json: where each element stands").needs(json);
+  Option field = command
+                     .addRepeated("--field", options.fields,
+                                  "this value alone, a line for each message; several stand between TABs")
+                     .valueName("PATH")
+                     .excludes(json);
+  Option view =
+      command.addFlag("--view", options.view, "a line for each field: its octet, its bits, its name, what it means")
+          .excludes(json)
+          .excludes(field);
+  command.addOption("--depth", options.depth, "with --view: open so many levels, 0: all").valueName("N").needs(view);
+  command.addOption("--color", options.colour, "with --view: auto (on a terminal), always or never")
+      .valueName("WHEN")
+      .oneOf({"auto", "always", "never"})
+      .needs(view);
+  command.addFlag("--trace", options.trace, "print the bit trace behind each record").excludes(json).excludes(field);
+  command.addFlag("--reencode", options.reencode, "encode each record again and compare the octets")
+      .excludes(json)
+      .excludes(field);
+}
+
 void addDecode(Command& app, Program& program)
 {
   Command command = newCommand(app, "decode", "Decode messages and print their records",
@@ -220,19 +232,7 @@ void addDecode(Command& app, Program& program)
   auto options = std::make_shared<Options>();
   addInputs(command, options->inputs);
   addSessionOptions(command, options->session);
-  command.addFlag("--json", options->json, "an object of JSON for each message");
-  command.addFlag("--names", options->names, "with --json: names of values beside them (x$name)");
-  command.addFlag("--positions", options->positions, "with --json: where each element stands");
-  command
-      .addRepeated("--field", options->fields, "this value alone, a line for each message; several stand between TABs")
-      .valueName("PATH");
-  command.addFlag("--view", options->view, "a line for each field: its octet, its bits, its name, what it means");
-  command.addOption("--depth", options->depth, "with --view: open so many levels, 0: all").valueName("N");
-  command.addOption("--color", options->colour, "with --view: auto (on a terminal), always or never")
-      .valueName("WHEN")
-      .oneOf({"auto", "always", "never"});
-  command.addFlag("--trace", options->trace, "print the bit trace behind each record");
-  command.addFlag("--reencode", options->reencode, "encode each record again and compare the octets");
+  addFormOptions(command, *options);
   command.addFlag("--fail-on-error", options->failOnError, "end with 1 if a message is bad");
   command.callback([&program, options] { program.code = decode(*options, program.out); });
 }

@@ -34,18 +34,12 @@ static constexpr std::pair<const char*, FilterFormat> kFormats[] = {
     {"len16", FilterFormat::kFrames},
 };
 
+// Of a word that the option takes.
 static FilterFormat formatNamed(const std::string& name)
 {
   for (auto [known, format] : kFormats)
     if (name == known) return format;
-  throw UsageError("no format '" + name + "'" + didYouMean(name, {"tsv", "hex", "ndjson", "len16"}) +
-                   "; --in takes tsv, hex, ndjson or len16");
-}
-
-static bool flushesLines(const std::string& word)
-{
-  if (word != "line" && word != "block") throw UsageError("--flush takes line or block, not '" + word + "'");
-  return word == "line";
+  return FilterFormat::kTsv;
 }
 
 // Counts in the file that is read would destroy the input, in the file that the answers go to the output.
@@ -62,7 +56,7 @@ static FilterOptions readOptions(const FilterArguments& arguments)
   FilterOptions options;
   options.format = formatNamed(arguments.format);
   options.keyColumns = options.format == FilterFormat::kTsv ? arguments.keyColumns : 0;
-  options.flushLines = flushesLines(arguments.flush);
+  options.flushLines = arguments.flush == "line";
   options.flags = arguments.names ? VELNOR3GPP_NAMES : 0;
   options.session = arguments.session;
   for (const std::string& text : arguments.fields) {
@@ -127,19 +121,22 @@ static void runFilter(const FilterArguments& arguments, Output& out)
 static void addOptions(Command& command, FilterArguments& arguments)
 {
   command.addOption("--in", arguments.format, "form of the input: tsv (key TAB hex, or hex), hex, ndjson, len16")
-      .valueName("FORMAT");
+      .valueName("FORMAT")
+      .oneOf({"tsv", "hex", "ndjson", "len16"});
   command.addOption("--key-columns", arguments.keyColumns, "columns of the key in tsv, 0: none")
       .valueName("N")
       .between(0, 1000);
   command.addRepeated("--field", arguments.fields, "write this value instead of JSON; several stand between TABs")
       .valueName("PATH");
   command.addFlag("--names", arguments.names, "beside enumerations \"x\" also \"x$name\"");
-  command.addOption("--flush", arguments.flush, "when output is handed on: line or block").valueName("WHEN");
+  command.addOption("--flush", arguments.flush, "when output is handed on: line or block")
+      .valueName("WHEN")
+      .oneOf({"line", "block"});
   command.addFlag("--chunk-header", arguments.chunkHeader,
                   "a line with the number of its lines leads each block of the input");
   command.addOption("--summary", arguments.summaryFile, "write the counts there, as JSON").valueName("FILE");
   command.addOption("-j,--jobs", arguments.workers, "threads; the order stays").valueName("N").between(1, 256);
-  addSessionOptions(command, arguments.session);
+  addMessageOptions(command, arguments.session);
 }
 
 void addFilter(Command& app, Program& program)

@@ -1,5 +1,7 @@
 // velnor3gpp list: the types, by protocol, direction, release, use and part of their names.
+#include <algorithm>
 #include <cstring>
+#include <sstream>
 
 #include "commands.h"
 #include "list.h"
@@ -34,6 +36,8 @@ static constexpr Protocol kProtocols[] = {
     {"TS24007", 3, " l3 "},
 };
 
+static constexpr unsigned kNewestRelease = 20; // that 3GPP works on
+
 static const Protocol* protocolOf(const velnor3gpp_TypeFacts& facts)
 {
   for (const Protocol& protocol : kProtocols)
@@ -51,15 +55,34 @@ static bool isProtocol(const Protocol& protocol, const std::string& given)
   return bare == protocol.module + 2 || std::string(protocol.words).find(" " + word + " ") != std::string::npos;
 }
 
-static void checkProtocol(const std::string& word)
+// "24.501", then the words for it.
+static std::vector<std::string> protocolWords()
 {
-  if (word.empty()) return;
-  std::string known;
+  std::vector<std::string> known;
+  for (const Protocol& protocol : kProtocols)
+    known.push_back(std::string(protocol.module + 2, 2) + "." + (protocol.module + 4));
   for (const Protocol& protocol : kProtocols) {
-    if (isProtocol(protocol, word)) return;
-    known += protocol.words;
+    std::istringstream words(protocol.words);
+    for (std::string word; words >> word;)
+      if (std::find(known.begin(), known.end(), word) == known.end()) known.push_back(word);
   }
-  throw UsageError("no protocol '" + word + "'; known are the specifications (24.501) and" + known);
+  return known;
+}
+
+static std::string protocolFault(const std::string& word)
+{
+  for (const Protocol& protocol : kProtocols)
+    if (isProtocol(protocol, word)) return "";
+  return wordFault(word, protocolWords());
+}
+
+// Releases of the specifications: 99, which counts as 3, and from 4 on.
+static std::string releaseFault(const std::string& word)
+{
+  unsigned long release = std::stoul(word);
+  return release == 99 || (release >= 3 && release <= kNewestRelease)
+             ? ""
+             : "'" + word + "' is no release; write 99 (or 3), or 4 to " + std::to_string(kNewestRelease);
 }
 
 const char* useName(velnor3gpp_Use use)
@@ -72,7 +95,8 @@ static bool isWanted(const Options& options, const velnor3gpp_TypeFacts& facts)
 {
   const Protocol* protocol = protocolOf(facts);
   if (!options.protocol.empty() && !(protocol && isProtocol(*protocol, options.protocol))) return false;
-  if (options.release && protocol && protocol->release > options.release) return false;
+  unsigned release = options.release == 99 ? 3 : options.release;
+  if (release && protocol && protocol->release > release) return false;
   if (!options.use.empty() && options.use != useName(facts.use)) return false;
   velnor3gpp_Direction direction = readDirection(options.direction);
   bool against = facts.direction && facts.direction != direction;
@@ -103,7 +127,6 @@ static void printRow(Output& out, const velnor3gpp_TypeFacts& facts)
 
 static void list(const Options& options, Output& out)
 {
-  checkProtocol(options.protocol);
   size_t shown = 0;
   for (size_t i = 0; i < velnor3gpp_typeCount(); ++i) {
     velnor3gpp_TypeFacts facts = factsOf(velnor3gpp_typeAt(i));
@@ -130,16 +153,16 @@ void addList(Command& app, Program& program)
   auto options = std::make_shared<Options>();
   command.addOption("part", options->part, "only types with this in their names or titles");
   command.addOption("--protocol", options->protocol, "specification or protocol: 24.501, 5gs, eps, sms, rr ...")
-      .valueName("P");
-  command.addOption("--direction", options->direction, "only messages that this side sends: up or down")
-      .valueName("D")
-      .check(directionFault);
-  command.addOption("--release", options->release, "only specifications that this release has: 3 (99), 4, 8, 15 ...")
-      .valueName("R");
-  command.addOption("--use", options->use, "only forms, messages or elements")
+      .valueName("P")
+      .check(protocolFault);
+  addDirection(command, "--direction", options->direction, "only messages that this side sends: up or down");
+  command.addOption("--release", options->release, "only specifications that this release has: 99 (or 3), 4, 8, 15 ...")
+      .valueName("R")
+      .check(releaseFault);
+  command.addOption("--use", options->use, "only one kind of types: form, message or element")
       .valueName("USE")
       .oneOf({"form", "message", "element"});
-  command.addFlag("--names", options->namesOnly, "full names alone");
-  command.addFlag("--json", options->json, "an object of JSON for each");
+  Option names = command.addFlag("--names", options->namesOnly, "full names alone");
+  command.addFlag("--json", options->json, "an object of JSON for each").excludes(names);
   command.callback([&program, options] { list(*options, program.out); });
 }

@@ -28,7 +28,10 @@ static int fail(Output& out, int code, const std::string& text, const std::strin
 static int runProgram(Output& out, int argc, char** argv)
 {
   CommandLine line("velnor3gpp", "Decodes 3GPP layer-3 messages: records, bit traces, NAS security.",
-                   velnor3gpp_version());
+                   velnor3gpp_version(),
+                   {{"velnor3gpp decode 7e005b01", "what a message says"},
+                    {"velnor3gpp template RegAccept | velnor3gpp encode", "the octets of a message of one's own"},
+                    {"velnor3gpp explain 0x77", "what an octet, a status or a type is"}});
   Command app = line.top();
   Program program{out};
   for (auto add : kCommands) add(app, program);

@@ -3,6 +3,7 @@
 #include <sstream>
 
 #include "commands.h"
+#include "names.h"
 
 static constexpr char kHead[] = R"(.Dd November 22, 2026
 .Dt VELNOR3GPP 1
@@ -57,7 +58,18 @@ Keys are never arguments, since all users can read those.
 If it is set and not empty, nothing is coloured unless
 .Fl -color Cm always
 says so.
+.It Ev TERM
+If it is
+.Ql dumb ,
+the same holds.
 .El
+.Sh FILES
+.Bl -tag -width Ds
+.It Pa velnor3gpp , Pa _velnor3gpp , Pa velnor3gpp.fish
+The completion for bash, zsh and fish, which packages install where these shells
+look for it.
+.El
+There is no file of settings.
 .Sh EXIT STATUS
 .Bl -tag -width 74 -compact
 .It 0
@@ -87,24 +99,13 @@ static std::string escaped(const std::string& text)
   return result;
 }
 
-// Text in lines of at most 80 characters of source; whoever shows the page fills its lines anew.
-static std::string filled(const std::string& text)
+// Text in short lines of source; whoever shows the page fills its lines anew.
+static std::string sourceLines(const std::string& text)
 {
-  std::istringstream words(text);
-  std::string word, line, result;
-  while (words >> word) {
-    std::string longer = line.empty() ? word : line + " " + word;
-    bool full = !line.empty() && escaped(longer).size() > 80;
-    if (full) result += escaped(line) + "\n";
-    line = full ? word : longer;
-  }
-  return result + escaped(line);
-}
-
-// "N" of "N:INT in [0 - 255]".
-static std::string valueName(const OptionText& option)
-{
-  return option.valueName.substr(0, option.valueName.find_first_of(": "));
+  std::istringstream lines(filled(text, 72));
+  std::string result;
+  for (std::string line; std::getline(lines, line);) result += escaped(line) + "\n";
+  return result;
 }
 
 static void writeOption(const OptionText& option, Output& out)
@@ -115,8 +116,8 @@ static void writeOption(const OptionText& option, Output& out)
   if (flags.empty())
     out.write(".It Ar " + option.name + "\n");
   else
-    out.write(".It " + flags + (option.takesValue ? " Ar " + valueName(option) : "") + "\n");
-  out.write(filled(option.purpose) + "\n");
+    out.write(".It " + flags + (option.takesValue ? " Ar " + option.valueName : "") + "\n");
+  out.write(sourceLines(option.purpose));
 }
 
 // The footer has a line "  # purpose" and a line "  call" for each example.

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <sstream>
 
 #include "faults.h"
 
@@ -36,26 +37,62 @@ size_t distance(std::string_view first, std::string_view second)
   return row[b.size()];
 }
 
+static std::string_view withoutDashes(std::string_view word)
+{
+  return word.substr(std::min(word.find_first_not_of('-'), word.size()));
+}
+
+// In how many letters a word differs from the wanted one, none if it begins so.
+static size_t distanceFrom(std::string_view wanted, std::string_view word)
+{
+  bool begins = wanted.size() > 1 && sameLetters(word.substr(0, wanted.size()), wanted);
+  return begins ? 0 : distance(wanted, word);
+}
+
 // A type's name alone, without its module, is what people remember.
 static size_t distanceToName(std::string_view wanted, std::string_view name)
 {
-  size_t whole = distance(wanted, name);
+  size_t whole = distanceFrom(wanted, name);
   size_t split = name.find('_');
-  return split == std::string_view::npos ? whole : std::min(whole, distance(wanted, name.substr(split + 1)));
+  return split == std::string_view::npos ? whole : std::min(whole, distanceFrom(wanted, name.substr(split + 1)));
 }
 
 std::string didYouMean(std::string_view wanted, const std::vector<std::string>& known)
 {
   std::vector<std::pair<size_t, std::string>> near;
+  wanted = withoutDashes(wanted);
   if (wanted.size() > 100) return ""; // no name, and dear to compare with all of them
   for (const std::string& name : known) {
-    size_t far = distanceToName(wanted, name);
+    size_t far = distanceToName(wanted, withoutDashes(name));
     if (far <= 1 + wanted.size() / 4) near.emplace_back(far, name);
   }
   std::sort(near.begin(), near.end());
   std::string text;
   for (size_t i = 0; i < near.size() && i < 3; ++i) text += (i ? ", " : "; did you mean ") + near[i].second;
   return text;
+}
+
+std::string wordFault(const std::string& word, const std::vector<std::string>& known)
+{
+  std::string all;
+  for (const std::string& each : known) {
+    if (sameLetters(each, word)) return "";
+    all += (all.empty() ? "" : ", ") + each;
+  }
+  return "'" + word + "' is none of " + all + didYouMean(word, known);
+}
+
+std::string filled(const std::string& text, size_t width)
+{
+  std::istringstream words(text);
+  std::string word, line, result;
+  while (words >> word) {
+    std::string longer = line.empty() ? word : line + " " + word;
+    bool full = !line.empty() && longer.size() > width;
+    if (full) result += line + "\n";
+    line = full ? word : longer;
+  }
+  return result + line;
 }
 
 velnor3gpp_TypeFacts factsOf(const velnor3gpp_Type* type)
@@ -79,8 +116,7 @@ const velnor3gpp_Type* findType(const std::string& name)
   return velnor3gpp_typeByName(name.c_str(), nullptr);
 }
 
-// Full names of all types, or only of those with the short name.
-static std::vector<std::string> typeNames(const std::string* shortName)
+std::vector<std::string> typeNames(const std::string* shortName)
 {
   std::vector<std::string> names;
   for (size_t i = 0; i < velnor3gpp_typeCount(); ++i) {

@@ -7,18 +7,6 @@
 #include "keys.h"
 #include "names.h"
 
-std::string directionFault(const std::string& word)
-{
-  if (readDirection(word) != VELNOR3GPP_DIRECTION_UNKNOWN) return "";
-  return "'" + word + "' is no direction; write up (ul, mo, uplink) or down (dl, mt, downlink)";
-}
-
-static std::string channelFault(const std::string& word)
-{
-  if (readChannel(word) != VELNOR3GPP_CHANNEL_UNKNOWN) return "";
-  return "'" + word + "' is no channel; write bcch, ccch, dcch, sacch or short";
-}
-
 void addInputs(Command& command, std::vector<std::string>& inputs)
 {
   command.addOption("input", inputs, "octets in hexadecimal, files of lines, captures, or - for standard input");
@@ -35,20 +23,30 @@ void addFormsOption(Command& command, SessionOptions& options)
                   "by the definitions' own rows: no forms of the standard beside them, nothing kept");
 }
 
-void addSessionOptions(Command& command, SessionOptions& options)
+void addDirection(Command& command, const std::string& name, std::string& value, const std::string& purpose)
+{
+  command.addOption(name, value, purpose)
+      .valueName("DIR")
+      .oneOf({"up", "down"}, {"ul", "dl", "mo", "mt", "uplink", "downlink"});
+}
+
+void addMessageOptions(Command& command, SessionOptions& options)
 {
   command.addOption("--as", options.as, "type of the messages, by its full or short name").valueName("TYPE");
-  command.addOption("--dir", options.direction, "direction of the messages: up or down (ul, dl, mo, mt)")
-      .valueName("DIR")
-      .check(directionFault);
+  addDirection(command, "--dir", options.direction, "direction of the messages: up or down (ul, dl, mo, mt)");
   command.addOption("--channel", options.channel, "channel of radio resource messages: bcch, ccch, dcch, sacch, short")
       .valueName("NAME")
-      .check(channelFault);
+      .oneOf({"bcch", "ccch", "dcch", "sacch", "short"});
   addKeyOption(command, options);
   command.addOption("--release", options.release, "newest release of radio capabilities to decode, 0: all")
       .valueName("N")
       .between(0, 255);
   addFormsOption(command, options);
+}
+
+void addSessionOptions(Command& command, SessionOptions& options)
+{
+  addMessageOptions(command, options);
   addLinkOption(command, options.links);
 }
 

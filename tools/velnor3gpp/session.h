@@ -31,9 +31,11 @@ struct CloseSession {
 };
 using Session = std::unique_ptr<velnor3gpp_Session, CloseSession>;
 
-// Why a word is no direction, or "".
-std::string directionFault(const std::string& word);
-// Adds --as, --dir, --channel, --keys, --release, --as-specified and --dlt.
+// Adds an option for a direction, in the words of several trades.
+void addDirection(Command& command, const std::string& name, std::string& value, const std::string& purpose);
+// Adds --as, --dir, --channel, --keys, --release and --as-specified.
+void addMessageOptions(Command& command, SessionOptions& options);
+// The same and, for commands that read captures, --dlt.
 void addSessionOptions(Command& command, SessionOptions& options);
 // Adds the messages: octets, files or -.
 void addInputs(Command& command, std::vector<std::string>& inputs);
