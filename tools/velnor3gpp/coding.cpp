@@ -111,7 +111,7 @@ std::string adviceFor(velnor3gpp_Session* session)
   return "";
 }
 
-std::string protectionText(velnor3gpp_Session* session)
+std::string protectionText(velnor3gpp_Session* session, const std::string& option)
 {
   velnor3gpp_Result result = resultOf(session);
   switch (result.check) {
@@ -120,8 +120,8 @@ std::string protectionText(velnor3gpp_Session* session)
     case VELNOR3GPP_FORGED:
       return "FAILED: the authentication code does not fit these keys and counts";
     case VELNOR3GPP_NO_KEYS:
-      return result.headerOnly ? "ciphered, and no keys given (--keys): only the header can be read"
-                               : "not checked: no keys given (--keys)";
+      return result.headerOnly ? "ciphered, and no keys given (" + option + "): only the header can be read"
+                               : "not checked: no keys given (" + option + ")";
     case VELNOR3GPP_NULL_ALGORITHM:
       return "not checked: the key file says that integrity protection is null";
     case VELNOR3GPP_NOT_COVERED:

@@ -50,8 +50,8 @@ std::string adviceFor(velnor3gpp_Session* session);
 // What stands behind a message, in lines: its protection, octets short or left over, its findings if they are asked
 // for, and how it can be mended.
 std::string endText(velnor3gpp_Session* session, bool findings);
-// "protection: ..." of a protected message, or "".
-std::string protectionText(velnor3gpp_Session* session);
+// "protection: ..." of a protected message, or "". `option` is what takes keys.
+std::string protectionText(velnor3gpp_Session* session, const std::string& option = "--keys");
 
 // "3 messages: 1 with remarks, 1 bad", for standard error.
 std::string summaryOf(const Counts& counts);

@@ -1,12 +1,15 @@
 // velnor3gpp explain: says what a status, an identifier, a type or octets are.
-#include <cstring>
+#include <algorithm>
+#include <climits>
 
 #include "coding.h"
 #include "commands.h"
+#include "fieldPath.h"
+#include "forms.h"
 #include "hex.h"
 #include "list.h"
 #include "names.h"
-#include "words.h"
+#include "velnor3gpp/velnor3gppJson.h"
 
 namespace {
 
@@ -23,6 +26,7 @@ struct Row {
 
 struct Rows {
   std::vector<Row> rows;
+  std::string whole; // what the type itself is, if it has no rows
   unsigned level = 0;
 };
 
@@ -83,16 +87,18 @@ static int keepRow(const velnor3gpp_Member* member, void* arg)
     Row& list = rows.rows.back();
     list.what += " " + whatIs(*member);
     if (!list.type) list.type = type;
+  } else {
+    rows.whole += (rows.whole.empty() ? "" : " ") + whatIs(*member);
   }
   if (member->step == VELNOR3GPP_ENTER) ++rows.level;
   return 0;
 }
 
-static std::vector<Row> rowsOf(const velnor3gpp_Type* type)
+static Rows rowsOf(const velnor3gpp_Type* type)
 {
   Rows rows;
   checkMemory(velnor3gpp_describe(type, keepRow, &rows));
-  return std::move(rows.rows);
+  return rows;
 }
 
 // Every row of every type that the test accepts.
@@ -101,7 +107,7 @@ template <typename Test> static std::vector<Use> usesWhere(Test test)
   std::vector<Use> uses;
   for (size_t i = 0; i < velnor3gpp_typeCount(); ++i) {
     const velnor3gpp_Type* type = velnor3gpp_typeAt(i);
-    for (const Row& row : rowsOf(type))
+    for (const Row& row : rowsOf(type).rows)
       if (test(row)) uses.push_back({factsOf(type), row});
   }
   return uses;
@@ -138,7 +144,9 @@ static void printUse(Output& out, const Use& use)
 
 static void printRows(Output& out, const velnor3gpp_Type* type)
 {
-  for (const Row& row : rowsOf(type)) {
+  Rows rows = rowsOf(type);
+  if (rows.rows.empty() && !rows.whole.empty()) out.write("  " + rows.whole + "\n");
+  for (const Row& row : rows.rows) {
     std::string name = std::string(2 * row.level, ' ') + row.name;
     std::string what = row.what;
     if (row.type && !what.ends_with(factsOf(row.type).name)) what += ", " + std::string(factsOf(row.type).name);
@@ -164,7 +172,7 @@ static void explainType(Output& out, const velnor3gpp_Type* type, bool json)
   std::vector<Use> uses = usesWhere([&](const Row& row) { return row.type == type; });
   if (json) {
     std::string text = factsJson(facts), rows;
-    for (const Row& row : rowsOf(type)) rows += (rows.empty() ? "" : ",") + useJson({facts, row});
+    for (const Row& row : rowsOf(type).rows) rows += (rows.empty() ? "" : ",") + useJson({facts, row});
     text.pop_back();
     return out.write(text + ",\"rows\":[" + rows + "],\"uses\":" + joined(uses) + "}\n");
   }
@@ -183,10 +191,15 @@ static std::string statusWords(const char* text)
   return words;
 }
 
-static void explainStatus(Output& out, int status, bool json)
+static constexpr char kTakes[] = "; explain takes an octet (0x77), half of one (0xB-), a status below 0 behind --, a "
+                                 "type, the title of a message, or "
+                                 "a message in hexadecimal";
+
+static void explainStatus(Output& out, const std::string& word, bool json)
 {
+  int status = word.size() < 7 ? std::stoi(word) : INT_MIN;
   const char* text = velnor3gpp_statusText(status);
-  if (status > 0 || (status < 0 && !text)) throw UsageError("no status " + std::to_string(status));
+  if (status && !text) throw UsageError("no status " + word);
   std::string words = status ? statusWords(text) : "in order";
   if (json)
     out.write("{\"status\":" + std::to_string(status) + ",\"text\":" + jsonString(words) + "}\n");
@@ -194,27 +207,71 @@ static void explainStatus(Output& out, int status, bool json)
     out.write("status " + std::to_string(status) + ": " + words + "\n");
 }
 
-// An octet: as an identifier, of eight bits or in its high half, and as the type of messages.
-static void explainOctet(Output& out, unsigned octet, bool json)
+// Protocol discriminators by the low half of the first octet (TS 24.007, 11.2.3.1.1). With 14 the whole octet tells.
+static constexpr const char* kDiscriminators[] = {"group call control",       "broadcast call control",
+                                                  "EPS session management",   "call control",
+                                                  "transparent transport",    "mobility management",
+                                                  "radio resources",          "EPS mobility management",
+                                                  "GPRS mobility management", "short messages",
+                                                  "GPRS session management",  "supplementary services",
+                                                  "location services",        "",
+                                                  "of a whole octet",         "tests"};
+
+static std::string discriminatorOf(unsigned octet)
 {
-  auto fits = [&](const Row& row) {
-    return row.identifier == static_cast<int>(octet) ||
-           (octet >= 0x80 && row.identifier >= 0x80 && row.identifier == static_cast<int>(octet & 0xF0));
-  };
-  std::vector<Use> uses = usesWhere(fits);
+  if (octet == 0x7E) return "5GS mobility management";
+  if (octet == 0x2E) return "5GS session management";
+  return kDiscriminators[octet & 15];
+}
+
+static std::string messagesOfType(unsigned octet, bool json)
+{
   std::string messages;
   for (size_t i = 0; i < velnor3gpp_typeCount(); ++i) {
     velnor3gpp_TypeFacts facts = factsOf(velnor3gpp_typeAt(i));
     if (facts.messageType != static_cast<int>(octet)) continue;
     messages += json ? (messages.empty() ? "" : ",") + factsJson(facts) : "  " + headOf(facts) + "\n";
   }
+  return messages;
+}
+
+// An octet: as an identifier, of eight bits or in its high half, as a protocol discriminator, whole or in its low half,
+// and as the type of messages. Or half an octet, which can be the first two.
+static void explainOctet(Output& out, unsigned value, bool half, bool json)
+{
+  unsigned octet = half ? value << 4 : value;
+  auto fits = [&](const Row& row) { // from 0x80 on an identifier is a high half
+    return (row.identifier == static_cast<int>(octet) && !half) ||
+           (octet >= 0x80 && row.identifier >= 0x80 && row.identifier == static_cast<int>(octet & 0xF0));
+  };
+  std::vector<Use> uses = usesWhere(fits);
+  std::string discriminator = discriminatorOf(value), messages = half ? "" : messagesOfType(octet, json);
   if (json)
-    return out.write("{\"octet\":" + std::to_string(octet) + ",\"identifier\":" + joined(uses) + ",\"messages\":[" +
-                     messages + "]}\n");
-  out.write(identifierText(static_cast<int>(octet)) + " as the identifier of an element\n");
+    return out.write(std::string("{\"") + (half ? "half" : "octet") + "\":" + std::to_string(value) +
+                     ",\"identifier\":" + joined(uses) + ",\"discriminator\":" + jsonString(discriminator) +
+                     (half ? "" : ",\"messages\":[" + messages + "]") + "}\n");
+  std::string text = identifierText(static_cast<int>(octet));
+  if (half) text.back() = '-';
+  out.write(text + " as the identifier of an element\n");
   for (const Use& use : uses) printUse(out, use);
   if (uses.empty()) out.write("  nowhere\n");
-  out.write("as the type of a message\n" + (messages.empty() ? "  nowhere\n" : messages));
+  out.write("as the protocol discriminator, in the first octet of a message\n  " +
+            (discriminator.empty() ? "nowhere" : discriminator) + "\n");
+  if (!half) out.write("as the type of a message\n" + (messages.empty() ? "  nowhere\n" : messages));
+}
+
+// The members of what decode writes as JSON that say what is wrong and how the message is protected.
+static std::string troubleJson(velnor3gpp_Session* session)
+{
+  const char* json = nullptr;
+  size_t count = 0;
+  checkMemory(velnor3gpp_toJson(session, 0, &json, &count));
+  std::string text;
+  for (const char* name : {"findings", "protection"}) {
+    std::string_view value = findField({json, count}, {{{name}}});
+    if (!value.empty()) text += std::string(",\"") + name + "\":" + std::string(value);
+  }
+  return text;
 }
 
 static void explainOctets(Output& out, const Message& message, bool json)
@@ -222,15 +279,17 @@ static void explainOctets(Output& out, const Message& message, bool json)
   Session session = openSession({});
   SessionOptions options;
   std::vector<std::string> tried;
+  if (formsOf(message.octets, VELNOR3GPP_DIRECTION_UNKNOWN, VELNOR3GPP_CHANNEL_UNKNOWN).empty())
+    throw UsageError("the first octet " + octetText(message.octets.data(), 1) +
+                     " does not tell what these octets are; 'velnor3gpp decode --as TYPE' reads them as a type");
   decodeMessage(session.get(), options, message, &tried);
   velnor3gpp_Result result = resultOf(session.get());
-  if (!result.type) throw UsageError("nothing tells what these octets are");
   velnor3gpp_TypeFacts facts = factsOf(result.type);
-  std::string protection = protectionText(session.get());
+  std::string protection = protectionText(session.get(), "velnor3gpp decode --keys");
   if (json)
     return out.write("{\"type\":" + jsonString(facts.name) + ",\"title\":" + jsonString(result.title) + ",\"dir\":\"" +
                      directionName(result.direction) + "\",\"status\":" + std::to_string(result.status) +
-                     ",\"octets\":" + std::to_string(result.count) + "}\n");
+                     ",\"octets\":" + std::to_string(result.count) + troubleJson(session.get()) + "}\n");
   out.write(counted(result.count, "octet") + " of " + facts.name);
   for (const std::string& form : tried) out.write(", or " + form);
   if (*result.title) out.write(std::string(": \"") + result.title + "\"");
@@ -243,22 +302,71 @@ static void explainOctets(Output& out, const Message& message, bool json)
   if (!advice.empty()) out.write("the message " + advice + "\n");
 }
 
-static bool isNumber(const std::string& word)
+static bool isDecimal(const std::string& word)
 {
-  size_t digits = word.size() && word[0] == '-' ? 1 : 0;
-  return word.size() > digits && word.find_first_not_of("0123456789", digits) == std::string::npos && word.size() < 7;
+  return !word.empty() && word.find_first_not_of("0123456789") == std::string::npos;
+}
+
+// "0xB-", "0xB" and "B-" are half an octet. Returns it, or -1.
+static int readHalf(std::string word)
+{
+  bool marked = word.size() > 2 && word[0] == '0' && (word[1] | 32) == 'x', open = word.ends_with('-');
+  if (marked) word.erase(0, 2);
+  if (open) word.pop_back();
+  return (marked || open) && word.size() == 1 ? hexDigit(word[0]) : -1;
+}
+
+// Explains a number that is no even count of hexadecimal digits. False if it is none.
+static bool explainNumber(const std::string& what, bool json, Output& out)
+{
+  int half = readHalf(what);
+  bool decimal = isDecimal(what) && (what.size() == 1 || what.size() == 3);
+  if (half < 0 && !decimal) return false;
+  unsigned value = half < 0 ? static_cast<unsigned>(std::stoi(what)) : static_cast<unsigned>(half);
+  if (value > 255) throw UsageError("'" + what + "' is more than an octet can be" + kTakes);
+  if (!value && decimal && !json) explainStatus(out, what, json);
+  explainOctet(out, value, half >= 0, json);
+  return true;
+}
+
+// Explains the types that have the title. False if there are none; `titles` gets all.
+static bool explainTitle(const std::string& what, bool json, Output& out, std::vector<std::string>& titles)
+{
+  size_t found = 0;
+  for (size_t i = 0; i < velnor3gpp_typeCount(); ++i) {
+    velnor3gpp_TypeFacts facts = factsOf(velnor3gpp_typeAt(i));
+    if (!*facts.title) continue;
+    titles.emplace_back(facts.title);
+    if (!sameLetters(facts.title, what)) continue;
+    if (found++ && !json) out.put('\n');
+    explainType(out, velnor3gpp_typeAt(i), json);
+  }
+  return found;
+}
+
+static void explainUnknown(const std::string& what, const HexText& hex, std::vector<std::string> known)
+{
+  size_t others = 0;
+  velnor3gpp_typeByName(what.c_str(), &others);
+  if (others) typeNamed(what); // names them
+  bool digits = !what.empty() && (isDecimal(what.substr(0, 1)) || what[0] == '\\');
+  if (digits && hex.column)
+    throw UsageError(withCaret("'" + what + "': " + columnText(hex.column, hex.problem) + kTakes, what, hex.column));
+  for (const std::string& name : typeNames()) known.push_back(name);
+  std::sort(known.begin(), known.end());
+  known.erase(std::unique(known.begin(), known.end()), known.end());
+  throw UsageError("no type '" + what + "'" + didYouMean(what, known) + kTakes);
 }
 
 static void explain(const std::string& what, bool json, Output& out)
 {
-  if (isNumber(what) && what[0] == '-') return explainStatus(out, std::stoi(what), json);
+  if (what.size() > 1 && what[0] == '-' && isDecimal(what.substr(1))) return explainStatus(out, what, json);
   if (const velnor3gpp_Type* type = findType(what)) return explainType(out, type, json);
+  std::vector<std::string> titles;
+  if (explainTitle(what, json, out, titles) || explainNumber(what, json, out)) return;
   HexText hex = readHex(what);
-  if (hex.column || hex.octets.empty()) {
-    typeNamed(what); // several have the short name, or the nearest are named
-    return;
-  }
-  if (hex.octets.size() == 1) return explainOctet(out, hex.octets[0], json);
+  if (hex.column || hex.octets.empty()) return explainUnknown(what, hex, std::move(titles));
+  if (hex.octets.size() == 1) return explainOctet(out, hex.octets[0], false, json);
   Message message;
   message.place = "arguments";
   message.octets = hex.octets;
@@ -273,7 +381,10 @@ void addExplain(Command& app, Program& program)
                                 {"velnor3gpp explain RegAccept", "a type: clause, rows, where it is used"}});
   auto what = std::make_shared<std::string>();
   auto json = std::make_shared<bool>(false);
-  command.addOption("what", *what, "one octet, a status below 0 (behind --), a type, or a message in hexadecimal")
+  command
+      .addOption("what", *what,
+                 "an octet or half of one (0xB-), a status below 0 (behind --), a type, the title of a message, "
+                 "or a message in hexadecimal")
       .required();
   command.addFlag("--json", *json, "as one object of JSON");
   command.callback([&program, what, json] { explain(*what, *json, program.out); });

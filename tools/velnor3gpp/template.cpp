@@ -42,12 +42,13 @@ static std::string messageIn(const velnor3gpp_TypeFacts& form, const std::string
                    " ('velnor3gpp list --use message' shows all)");
 }
 
-static void makeSample(velnor3gpp_Session* session, const Options& options)
+static void makeSample(velnor3gpp_Session* session, const velnor3gpp_Type* type, const Options& options)
 {
-  const velnor3gpp_Type* type = typeNamed(options.type);
   velnor3gpp_TypeFacts facts = factsOf(type);
   if (facts.use != VELNOR3GPP_FORM && !options.message.empty())
     throw UsageError("--message names one of a form's messages, and '" + options.type + "' is no form; leave it out");
+  if (facts.use != VELNOR3GPP_MESSAGE && options.body)
+    throw UsageError("--body leaves out the header of a message, and '" + options.type + "' has none; leave it out");
   unsigned flags = options.full ? 0 : VELNOR3GPP_MINIMAL;
   bool whole = facts.use == VELNOR3GPP_MESSAGE && !options.body && *facts.title;
   if (whole && sampleInForm(session, facts, flags)) return;
@@ -60,8 +61,10 @@ static void makeSample(velnor3gpp_Session* session, const Options& options)
 
 static void print(Output& out, const char* text, size_t count, bool line)
 {
+  std::string whole(text, count);
+  std::erase(whole, '\n'); // which schemas of many types have between them
   if (line)
-    out.write(std::string(text, count) + "\n");
+    out.write(whole + "\n");
   else
     out.write(prettyJson({text, count}));
 }
@@ -69,11 +72,14 @@ static void print(Output& out, const char* text, size_t count, bool line)
 static void printTemplate(const Options& options, Output& out)
 {
   Session session = openSession({});
-  makeSample(session.get(), options);
+  const velnor3gpp_Type* type = typeNamed(options.type);
+  makeSample(session.get(), type, options);
   const char* text = nullptr;
   size_t count = 0;
   checkMemory(velnor3gpp_toJson(session.get(), 0, &text, &count));
   print(out, text, count, options.json);
+  if (!factsOf(type).encodes)
+    complain(out, "type '" + options.type + "' has no encoder of its own; other types hold it");
 }
 
 static void printSchema(const Options& options, Output& out)
