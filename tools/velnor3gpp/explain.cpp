@@ -351,7 +351,7 @@ static void explainUnknown(const std::string& what, const HexText& hex, std::vec
   if (others) typeNamed(what); // names them
   bool digits = !what.empty() && (isDecimal(what.substr(0, 1)) || what[0] == '\\');
   if (digits && hex.column)
-    throw UsageError(withCaret("'" + what + "': " + columnText(hex.column, hex.problem) + kTakes, what, hex.column));
+    throw UsageError("'" + what + "': " + columnText(hex.column, hex.problem) + kTakes, caretUnder(what, hex.column));
   for (const std::string& name : typeNames()) known.push_back(name);
   std::sort(known.begin(), known.end());
   known.erase(std::unique(known.begin(), known.end()), known.end());

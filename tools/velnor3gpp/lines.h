@@ -42,6 +42,9 @@ void readMessageLine(const std::string& place, std::string_view line, bool whole
                      const std::function<void(const Message&)>& message,
                      const std::function<void(const BadLine&)>& bad);
 
+// "--dir up" for a word that tells in front of a line what the option tells of all messages, or "".
+std::string optionForLead(const std::string& word);
+
 using TakeLine = std::function<void(const std::string& place, std::string_view line, bool whole)>;
 
 // Cuts octets into lines. A line lies in one piece of input, or is gathered from several.

@@ -102,12 +102,17 @@ void readLines(const std::vector<std::string>& inputs, const TakeLine& take,
   for (const std::string& input : inputs) readInput(input, take, progress, capture, most);
 }
 
-// A word that is no octets is more often a mistyped file name than mistyped octets.
-static std::string argumentFault(const std::string& input, const HexText& hex)
+// A word that is no octets is more often a mistyped file name, or a word that leads a line of a file, than mistyped
+// octets.
+[[noreturn]] static void refuseArgument(const std::string& input, const HexText& hex)
 {
-  std::string fault = columnText(hex.column, hex.problem);
-  if (input.find_first_of("./_") != std::string::npos) return "no file '" + input + "', and no octets either: " + fault;
-  return "argument '" + input + "': " + fault + ", and no file has this name";
+  std::string option = optionForLead(input), fault = columnText(hex.column, hex.problem);
+  if (!option.empty()) throw UsageError("'" + input + "' stands in front of octets only in a file; write " + option);
+  if (input.find('/') != std::string::npos) throw UsageError("no file '" + input + "'");
+  fault = input.find_first_of("._") != std::string::npos
+              ? "no file '" + input + "', and no octets either: " + fault
+              : "argument '" + input + "': " + fault + ", and no file has this name";
+  throw UsageError(fault, caretUnder(input, hex.column));
 }
 
 static void takeArguments(const std::vector<std::string>& inputs, const Taker& taker)
@@ -117,7 +122,7 @@ static void takeArguments(const std::vector<std::string>& inputs, const Taker& t
   for (const std::string& input : inputs) {
     if (isFile(input)) throw UsageError("'" + input + "' is a file among octets; give either files or octets");
     HexText hex = readHex(input);
-    if (hex.column) throw UsageError(argumentFault(input, hex), caretUnder(input, hex.column));
+    if (hex.column) refuseArgument(input, hex);
     message.octets.insert(message.octets.end(), hex.octets.begin(), hex.octets.end());
   }
   if (message.octets.empty())
