@@ -5,124 +5,178 @@
 namespace {
 
 struct Offer {
-  std::string option, purpose;
-  bool takesFile; // or nothing
+  std::vector<std::string> options; // "--jobs", "-j"; none: an input
+  std::string purpose;
+  std::string taken; // the words that can be the value, or one of the marks below, or "": nothing can be offered
   bool takesValue;
 };
 
 struct Topic {
   std::string name, purpose;
   std::vector<Offer> offers;
-};
-
-// What an option takes when that is one of a few words.
-struct Values {
-  const char *option, *words;
+  std::string inputs; // as `taken`
 };
 
 } // namespace
 
-static constexpr Values kValues[] = {
-    {"--dir", "up down"},
-    {"--direction", "up down"},
-    {"--channel", "bcch ccch dcch sacch short"},
-    {"--color", "auto always never"},
-    {"--use", "form message element"},
-    {"--in", "tsv hex ndjson len16"},
-    {"--flush", "line block"},
-};
+static constexpr char kFiles[] = "@files", kFolders[] = "@folders", kTypes[] = "@types";
 
-// Names of types, full and short: TS24501Msg_RegAccept, RegAccept. The program lists them itself; in all three shells
-// this is what a command prints, behind a $ in two of them.
-static const std::string kTypes = "(velnor3gpp list --names | sed \"p; s/^[^_]*_//\")";
+// Behind a list of full names: of each the full and the short one, TS24501Msg_RegAccept and RegAccept.
+static constexpr char kBothNames[] = " | sed \"p; s/^[^_]*_//\"";
+
+static std::string joined(const std::vector<std::string>& words)
+{
+  std::string text;
+  for (const std::string& word : words) text += (text.empty() ? "" : " ") + word;
+  return text;
+}
+
+static std::string takenBy(const OptionText& option)
+{
+  if (!option.words.empty()) return joined(option.words);
+  bool input = option.longNames.empty() && option.shortNames.empty();
+  if (input) return option.name == "type" || option.name == "what" ? kTypes : option.name == "part" ? "" : kFiles;
+  if (option.name == "--as") return kTypes;
+  return option.valueName == "FILE" ? kFiles : option.valueName == "DIR" ? kFolders : "";
+}
 
 static std::vector<Topic> topicsOf(const Command& app)
 {
   std::vector<Topic> topics;
   for (const CommandText& command : app.commands()) {
-    Topic topic{command.name, command.purpose, {}};
-    for (const OptionText& option : command.options)
-      for (const std::string& name : option.longNames)
-        topic.offers.push_back({"--" + name, option.purpose, option.valueName == "FILE", option.takesValue});
+    Topic topic{command.name, command.purpose, {}, ""};
+    for (const OptionText& option : command.options) {
+      std::vector<std::string> names;
+      for (const std::string& name : option.longNames) names.push_back("--" + name);
+      for (const std::string& name : option.shortNames) names.push_back("-" + name);
+      if (names.empty())
+        topic.inputs = takenBy(option);
+      else
+        topic.offers.push_back({names, option.purpose, takenBy(option), option.takesValue});
+    }
     topics.push_back(topic);
   }
   return topics;
 }
 
-static std::string words(const Topic& topic)
+// What can stand behind `before` in a command, in the language that bash and zsh share: sets `offers`.
+static void writeCases(const std::vector<Topic>& topics, Output& out)
 {
-  std::string text;
-  for (const Offer& offer : topic.offers) text += (text.empty() ? "" : " ") + offer.option;
-  return text;
+  out.write("  case $command:$before in\n");
+  for (const Topic& topic : topics) {
+    std::string all;
+    for (const Offer& offer : topic.offers) {
+      all += (all.empty() ? "" : " ") + joined(offer.options);
+      if (!offer.takesValue) continue;
+      std::string pattern;
+      for (const std::string& option : offer.options)
+        pattern += (pattern.empty() ? "" : " | ") + topic.name + ":" + option;
+      out.write("    " + pattern + ") offers='" + offer.taken + "' ;;\n");
+    }
+    out.write("    " + topic.name + ":*)\n      offers='" + topic.inputs +
+              "'\n      [[ $word == -* && $before != -- ]] && offers='" + all + "' ;;\n");
+  }
+  out.write("  esac\n");
 }
 
-// Types stand where --as, explain, template and schema take them.
+// Bash takes "=" for a word of its own, unless COMP_WORDBREAKS has been changed. Files are left to readline, which
+// knows how to write those with blanks.
 static void writeBash(const std::vector<Topic>& topics, Output& out)
 {
+  out.write(R"(_velnor3gpp()
+{
+  local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD-1]} command=${COMP_WORDS[1]} offers= head= i
+  COMPREPLY=()
+  for ((i = 2; i < COMP_CWORD; i++)); do [[ ${COMP_WORDS[i]} == -- ]] && before=--; done
+  if [[ $before == -- && $COMP_CWORD -gt 2 ]]; then :
+  elif [[ $word == = ]]; then word=
+  elif [[ $before == = ]]; then before=${COMP_WORDS[COMP_CWORD-2]}
+  elif [[ $word == --*=* ]]; then before=${word%%=*} head=$before= word=${word#*=}; fi
+)");
+  writeCases(topics, out);
   std::string names;
-  for (const Topic& topic : topics) names += (names.empty() ? "" : " ") + topic.name;
-  out.write("_velnor3gpp()\n{\n"
-            "  local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD-1]} offers=\n"
-            "  COMPREPLY=()\n"
-            "  if ((COMP_CWORD == 1)); then\n"
-            "    COMPREPLY=($(compgen -W '" +
-            names +
-            " --help --version' -- \"$word\"))\n    return\n  fi\n"
-            "  case ${COMP_WORDS[1]}:$before in\n"
-            "    *:--as | explain:explain | template:template | schema:schema) offers=$" +
-            kTypes + " ;;\n    completion:completion) offers='bash zsh fish' ;;\n");
-  for (const Values& values : kValues)
-    out.write(std::string("    *:") + values.option + ") offers='" + values.words + "' ;;\n");
-  for (const Topic& topic : topics)
-    out.write("    " + topic.name + ":*) [[ $word == -* ]] && offers='" + words(topic) + "' ;;\n");
-  out.write("  esac\n"
-            "  if [[ $offers ]]; then COMPREPLY=($(compgen -W \"$offers\" -- \"$word\"))\n"
-            "  else COMPREPLY=($(compgen -f -- \"$word\")); fi\n"
-            "}\ncomplete -o filenames -F _velnor3gpp velnor3gpp\n");
+  for (const Topic& topic : topics) names += topic.name + " ";
+  out.write("  ((COMP_CWORD == 1)) && offers='" + names + "-h --help --version'\n");
+  out.write(std::string(R"(  case $offers in
+    '') return ;;
+    @files) compopt -o default 2>/dev/null; return ;;
+    @folders) compopt -o dirnames 2>/dev/null; return ;;
+    @types) offers=$("${COMP_WORDS[0]/#\~/$HOME}" list --names 2>/dev/null)") +
+            kBothNames + R"() ;;
+  esac
+  while read -r i; do COMPREPLY+=("$head$i"); done < <(printf '%s\n' $offers |
+    awk -v word="$word" 'tolower(substr($0, 1, length(word))) == tolower(word)')
+}
+complete -F _velnor3gpp velnor3gpp
+)");
 }
 
-// In single quotes; what would end them, or a specification of zsh, goes.
-static std::string plain(const std::string& text)
+// In single quotes.
+static std::string quoted(const std::string& text, const char* quote)
 {
   std::string result;
-  for (char c : text) result += c == '\'' || c == '[' || c == ']' || c == ':' ? ' ' : c;
-  return result;
+  for (char c : text) result += c == '\'' ? quote : std::string(1, c);
+  return "'" + result + "'";
 }
 
 static void writeZsh(const std::vector<Topic>& topics, Output& out)
 {
   out.write("#compdef velnor3gpp\n_velnor3gpp()\n{\n  if ((CURRENT == 2)); then\n    local -a commands=(\n");
-  for (const Topic& topic : topics) out.write("      '" + topic.name + ":" + plain(topic.purpose) + "'\n");
-  out.write("    )\n    _describe command commands\n    return\n  fi\n"
-            "  case $words[CURRENT-1] in\n"
-            "    --as | explain | template | schema) compadd -- ${(f)\"$" +
-            kTypes + "\"}; return ;;\n    completion) compadd bash zsh fish; return ;;\n");
-  for (const Values& values : kValues)
-    out.write(std::string("    ") + values.option + ") compadd " + values.words + "; return ;;\n");
-  out.write("  esac\n  case $words[2] in\n");
-  for (const Topic& topic : topics)
-    out.write("    " + topic.name + ") [[ $PREFIX == -* ]] && compadd -- " + words(topic) + " || _files ;;\n");
-  out.write("  esac\n}\ncompdef _velnor3gpp velnor3gpp\n");
+  for (const Topic& topic : topics) out.write("      " + quoted(topic.name + ":" + topic.purpose, "'\\''") + "\n");
+  out.write(R"(    )
+    [[ $PREFIX == -* ]] && compadd -- -h --help --version || _describe command commands
+    return
+  fi
+  local word=$PREFIX before=$words[CURRENT-1] command=$words[2] offers=
+  (( ${words[(i)--]} < CURRENT )) && before=--
+  if [[ $before != -- && $word == --*=* ]]; then before=${word%%=*}; compset -P '*='; word=$PREFIX; fi
+)");
+  writeCases(topics, out);
+  out.write(std::string(R"(  case $offers in
+    '') return 1 ;;
+    @files) _files; return ;;
+    @folders) _files -/; return ;;
+    @types) offers=$(_call_program types $words[1] list --names)") +
+            kBothNames + R"() ;;
+  esac
+  compadd -M 'm:{a-zA-Z}={A-Za-z}' -- ${=offers}
+}
+if [[ $funcstack[1] == _velnor3gpp ]]; then _velnor3gpp "$@"; else compdef _velnor3gpp velnor3gpp; fi
+)");
+}
+
+// What an option or the inputs of a command take.
+static std::string fishTaken(const std::string& taken)
+{
+  if (taken.empty()) return " -f";
+  if (taken == kFiles) return " -F";
+  return " -f -a '" +
+         (taken == kFolders ? "(__fish_complete_directories)"
+          : taken == kTypes ? "(__velnor3gpp_types)"
+                            : taken) +
+         "'";
 }
 
 static void writeFish(const std::vector<Topic>& topics, Output& out)
 {
-  const std::string types = "'" + kTypes + "'";
-  for (const Topic& topic : topics)
-    out.write("complete -c velnor3gpp -n __fish_use_subcommand -f -a " + topic.name + " -d '" + plain(topic.purpose) +
-              "'\n");
-  for (const Topic& topic : topics)
+  const std::string start = "complete -c velnor3gpp";
+  out.write(std::string("function __velnor3gpp_types\n  set -l words (commandline -opc)\n"
+                        "  eval $words[1] list --names 2>/dev/null") +
+            kBothNames + "\nend\n" + start + " -f\n" + start +
+            " -n __fish_use_subcommand -s h -l help -d 'Print the help'\n" + start +
+            " -n __fish_use_subcommand -l version -d 'Tell the version'\n");
+  for (const Topic& topic : topics) {
+    std::string behind = start + " -n '__fish_seen_subcommand_from " + topic.name + "'";
+    out.write(start + " -n __fish_use_subcommand -a " + topic.name + " -d " + quoted(topic.purpose, "\\'") + "\n");
+    if (!topic.inputs.empty()) out.write(behind + fishTaken(topic.inputs) + "\n");
     for (const Offer& offer : topic.offers) {
-      std::string line = "complete -c velnor3gpp -n '__fish_seen_subcommand_from " + topic.name + "' -l " +
-                         offer.option.substr(2) + " -d '" + plain(offer.purpose) + "'";
-      std::string taken = offer.option == "--as" ? types : "";
-      for (const Values& values : kValues)
-        if (offer.option == values.option) taken = std::string("'") + values.words + "'";
-      line += offer.takesFile ? " -r" : !taken.empty() ? " -x -a " + taken : offer.takesValue ? " -x" : "";
-      out.write(line + "\n");
+      std::string line = behind;
+      for (const std::string& option : offer.options)
+        line += option[1] == '-' ? " -l " + option.substr(2) : " -s " + option.substr(1);
+      if (offer.takesValue) line += " -r" + fishTaken(offer.taken);
+      out.write(line + " -d " + quoted(offer.purpose, "\\'") + "\n");
     }
-  out.write("complete -c velnor3gpp -n '__fish_seen_subcommand_from explain template schema' -f -a " + types + "\n" +
-            "complete -c velnor3gpp -n '__fish_seen_subcommand_from completion' -f -a 'bash zsh fish'\n");
+  }
 }
 
 static void complete(const std::string& shell, const Command& app, Output& out)
@@ -130,8 +184,7 @@ static void complete(const std::string& shell, const Command& app, Output& out)
   std::vector<Topic> topics = topicsOf(app);
   if (shell == "bash") return writeBash(topics, out);
   if (shell == "zsh") return writeZsh(topics, out);
-  if (shell == "fish") return writeFish(topics, out);
-  throw UsageError("no completion for '" + shell + "'; there is one for bash, zsh and fish");
+  writeFish(topics, out);
 }
 
 void addCompletion(Command& app, Program& program)
@@ -142,6 +195,6 @@ void addCompletion(Command& app, Program& program)
                   {"velnor3gpp completion zsh", "for a file _velnor3gpp in a directory of $fpath"},
                   {"velnor3gpp completion fish", "for ~/.config/fish/completions/velnor3gpp.fish"}});
   auto shell = std::make_shared<std::string>();
-  command.addOption("shell", *shell, "bash, zsh or fish").required();
+  command.addOption("shell", *shell, "bash, zsh or fish").required().oneOf({"bash", "zsh", "fish"});
   command.callback([&program, shell, &app] { complete(*shell, app, program.out); });
 }
