@@ -127,7 +127,7 @@ void Command::hide()
 }
 
 // In the manual an example has so much room in a line of 80 columns.
-static constexpr size_t kExampleWidth = 64;
+static constexpr size_t kExampleWidth = 74;
 
 // A call as the shell reads it over several lines: a "|" at the end of one goes on in the next.
 static std::string foldedCall(std::string call)

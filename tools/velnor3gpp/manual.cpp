@@ -126,7 +126,7 @@ static void writeExamples(const std::string& footer, Output& out)
   std::istringstream in(footer);
   std::string line;
   std::getline(in, line);
-  out.write(".Pp\nExamples:\n.Bd -literal -offset indent\n");
+  out.write(".Pp\nExamples:\n.Bd -literal\n");
   while (std::getline(in, line)) out.write(escaped(line.substr(2)) + "\n");
   out.write(".Ed\n");
 }
