@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <sstream>
+
 #include "printable.h"
 
 void complain(Output& out, const std::string& text, const std::string& below)
@@ -15,6 +17,19 @@ void complain(const std::string& text, const std::string& below)
   std::string line = "velnor3gpp: " + printable(text) + "\n" + below;
   std::string_view left = line;
   writeAll(STDERR_FILENO, left); // nobody can be told that standard error is full
+}
+
+std::string filled(const std::string& text, size_t width)
+{
+  std::istringstream words(text);
+  std::string word, line, result;
+  while (words >> word) {
+    std::string longer = line.empty() ? word : line + " " + word;
+    bool full = !line.empty() && longer.size() > width;
+    if (full) result += line + "\n";
+    line = full ? word : longer;
+  }
+  return result + line;
 }
 
 std::string counted(size_t count, const char* what)

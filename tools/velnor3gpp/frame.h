@@ -50,6 +50,9 @@ private:
   std::chrono::steady_clock::time_point next;
 };
 
+// Text in lines of so many characters at most, but for longer words.
+std::string filled(const std::string& text, size_t width);
+
 // "1 octet", "2 octets".
 std::string counted(size_t count, const char* what);
 

@@ -3,7 +3,6 @@
 #include <sstream>
 
 #include "commands.h"
-#include "names.h"
 
 static constexpr char kHead[] = R"(.Dd November 22, 2026
 .Dt VELNOR3GPP 1

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <numeric>
-#include <sstream>
 
 #include "faults.h"
 
@@ -80,19 +79,6 @@ std::string wordFault(const std::string& word, const std::vector<std::string>& k
     all += (all.empty() ? "" : ", ") + each;
   }
   return "'" + word + "' is none of " + all + didYouMean(word, known);
-}
-
-std::string filled(const std::string& text, size_t width)
-{
-  std::istringstream words(text);
-  std::string word, line, result;
-  while (words >> word) {
-    std::string longer = line.empty() ? word : line + " " + word;
-    bool full = !line.empty() && longer.size() > width;
-    if (full) result += line + "\n";
-    line = full ? word : longer;
-  }
-  return result + line;
 }
 
 velnor3gpp_TypeFacts factsOf(const velnor3gpp_Type* type)

@@ -36,8 +36,6 @@ size_t distance(std::string_view a, std::string_view b);
 std::string didYouMean(std::string_view wanted, const std::vector<std::string>& known);
 // Why a word is none of those known, in any case, or "".
 std::string wordFault(const std::string& word, const std::vector<std::string>& known);
-// Text in lines of so many characters at most, but for longer words.
-std::string filled(const std::string& text, size_t width);
 std::string lower(std::string_view text);
 // Are two texts equal but for capital letters?
 bool sameLetters(std::string_view first, std::string_view second);
