@@ -106,11 +106,13 @@ static std::string leadAdvice(std::string_view line, size_t column)
   bool isWord = column <= end && !(line[0] >= '0' && line[0] <= '9');
   HexText rest = isWord ? readHex(line.substr(end)) : HexText{};
   if (rest.column || rest.octets.empty()) return "";
-  std::string word(line.substr(0, end));
+  thread_local std::string word, advice; // a file has the same word in many lines, and there are many types
+  if (line.substr(0, end) == word) return advice;
+  word = line.substr(0, end);
   std::vector<std::string> known = typeNames();
   for (const char* other : {"up", "down", "uplink", "downlink", "bcch", "ccch", "dcch", "sacch", "short"})
     known.emplace_back(other);
-  return ", and '" + word + "' is no direction, channel or type" + didYouMean(word, known);
+  return advice = ", and '" + word + "' is no direction, channel or type" + didYouMean(word, known);
 }
 
 // Where a control character stands, from 1, or 0.

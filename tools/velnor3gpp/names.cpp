@@ -41,19 +41,22 @@ static std::string_view withoutDashes(std::string_view word)
   return word.substr(std::min(word.find_first_not_of('-'), word.size()));
 }
 
-// In how many letters a word differs from the wanted one, none if it begins so.
-static size_t distanceFrom(std::string_view wanted, std::string_view word)
+// In how many letters a word differs from the wanted one, none if it begins so; more than `most` counts as one more,
+// which lengths alone tell of most words.
+static size_t distanceFrom(std::string_view wanted, std::string_view word, size_t most)
 {
-  bool begins = wanted.size() > 1 && sameLetters(word.substr(0, wanted.size()), wanted);
-  return begins ? 0 : distance(wanted, word);
+  if (wanted.size() > 1 && sameLetters(word.substr(0, wanted.size()), wanted)) return 0;
+  size_t longer = std::max(wanted.size(), word.size()), shorter = std::min(wanted.size(), word.size());
+  return longer - shorter > most ? most + 1 : distance(wanted, word);
 }
 
 // A type's name alone, without its module, is what people remember.
-static size_t distanceToName(std::string_view wanted, std::string_view name)
+static size_t distanceToName(std::string_view wanted, std::string_view name, size_t most)
 {
-  size_t whole = distanceFrom(wanted, name);
+  size_t whole = distanceFrom(wanted, name, most);
   size_t split = name.find('_');
-  return split == std::string_view::npos ? whole : std::min(whole, distanceFrom(wanted, name.substr(split + 1)));
+  if (split == std::string_view::npos) return whole;
+  return std::min(whole, distanceFrom(wanted, name.substr(split + 1), most));
 }
 
 std::string didYouMean(std::string_view wanted, const std::vector<std::string>& known)
@@ -61,9 +64,10 @@ std::string didYouMean(std::string_view wanted, const std::vector<std::string>& 
   std::vector<std::pair<size_t, std::string>> near;
   wanted = withoutDashes(wanted);
   if (wanted.size() > 100) return ""; // no name, and dear to compare with all of them
+  const size_t most = 1 + wanted.size() / 4;
   for (const std::string& name : known) {
-    size_t far = distanceToName(wanted, withoutDashes(name));
-    if (far <= 1 + wanted.size() / 4) near.emplace_back(far, name);
+    size_t far = distanceToName(wanted, withoutDashes(name), most);
+    if (far <= most) near.emplace_back(far, name);
   }
   std::sort(near.begin(), near.end());
   std::string text;
