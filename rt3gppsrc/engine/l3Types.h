@@ -154,6 +154,20 @@ enum L3RowFlags : uint8_t {
   kL3InRun = 0x80,
 };
 
+// What of an element tells of persons (`private` in a definition).
+enum L3Privacy : uint8_t {
+  kL3Public,         // nothing, unless it lies in a private type
+  kL3PrivateAll,     // all of it
+  kL3PrivateFirst,   // its first octets: an address in front of its mask
+  kL3PrivateBehind,  // all but its first octets, which tell what it is
+  kL3PrivateEach,    // each so many octets by themselves: two addresses
+  kL3PrivateDigits,  // digits, two in an octet with the low half first
+  kL3PrivateOption,  // a protocol configuration option, whose number stands before it
+  kL3PrivateEap,     // what follows the length of an EAP packet
+  kL3PrivateBer,     // the values of encoded ASN.1, whose tags and lengths stay
+  kL3PrivateMessage, // a message, with persons of its own
+};
+
 // One row of a definition: one element of a record.
 struct L3Row {
   // As pushed on the element path and as printed. Null in a bare type: nothing is pushed, and the printer uses the name
@@ -190,6 +204,9 @@ struct L3Row {
   uint8_t flags;
   // Characters of the name, which the printer needs for every line.
   uint8_t nameLength;
+  // What redacting does with it, and with how many octets.
+  L3Privacy privacy = kL3Public;
+  uint8_t privateOctets = 0;
 };
 
 // The values that the standard allows, both included. Decoders remark a value outside (-16, non-fatal), encoders refuse

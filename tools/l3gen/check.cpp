@@ -63,17 +63,28 @@ static void checkCount(const Type& type, const Row& row, const Count& count)
   checkNumber(row, *field, name);
 }
 
+// `private first 4` and its kin speak of the octets of one row, on its line or on that of a type that has no other.
+static void checkPrivacy(const std::map<std::string, std::string>& words, const Row& row)
+{
+  auto at = words.find("private");
+  bool part = at != words.end() && at->second != kWhollyPrivate;
+  if (part && row.what.kind != WhatKind::Octets) refuse(row.place, "only octets can be private in part");
+}
+
 // A quirk word bends one kind of row; on any other it would be read and change nothing. Words of blocks bend no row.
 static void checkWords(const Row& row)
 {
   bool length = row.mark == Mark::Length, choice = row.what.kind == WhatKind::Choice;
   const std::map<std::string, bool> fits = {{"full-length", length},    {"zero-widens", length},
                                             {"iei-again", row.isIei()}, {"shifts", row.mark == Mark::Tail},
-                                            {"name-as", !isMark(row)},  {"untagged", choice}};
+                                            {"name-as", !isMark(row)},  {"untagged", choice},
+                                            {"private", row.mark == Mark::Element}};
   for (auto& [word, text] : row.words) {
     auto at = fits.find(word);
-    if (at == fits.end() || !at->second) refuse(row.place, "'!" + word + "' says nothing on this row");
+    const char* mark = word == "private" ? "" : "!";
+    if (at == fits.end() || !at->second) refuse(row.place, "'" + (mark + word) + "' says nothing on this row");
   }
+  checkPrivacy(row.words, row);
 }
 
 // Two alternatives with a value in common, `| 0..2 x` and `| 2 y`, could not be told apart. `else` takes all that is
@@ -296,6 +307,9 @@ static void checkForm(const Type& type)
 // What can be told of a block as a whole.
 static void checkType(const Type& type)
 {
+  Row none;
+  none.place = type.place;
+  checkPrivacy(type.words, type.kind == Kind::Bare ? type.rows.back() : none);
   bool empty = type.rows.empty() && type.values.empty();
   if (empty && type.kind != Kind::Message && !type.restOctets) refuse(type.place, "'" + type.name + "' has no rows");
   if (type.kind == Kind::Pdu && type.rows.back().what.kind != WhatKind::Body)
@@ -348,7 +362,8 @@ static void checkOrder(const Type& type, const Row& row, RowOrder& order)
   bool padded = type.kind == Kind::Record || type.kind == Kind::Message;
   if (row.mark == Mark::Padding && (!padded || type.restOctets || &row != &type.rows.back()))
     refuse(row.place, "padding ends an element or a message, and rest octets without saying so");
-  if (row.mark == Mark::Padding && order.open) refuse(row.place, "what a length counts is filled up with 0, not padding");
+  if (row.mark == Mark::Padding && order.open)
+    refuse(row.place, "what a length counts is filled up with 0, not padding");
   // Whether a release group is there is told by the bits that are left, which only a length can count.
   if (row.mark == Mark::Release && !order.open) refuse(row.place, "a release group outside a length");
   if (row.mark == Mark::EndLength && !order.open) refuse(row.place, "'end-len' without a length");

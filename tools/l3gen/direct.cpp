@@ -46,7 +46,8 @@ static bool whatFits(const What& what)
 static bool rowFits(const Row& row)
 {
   // Quirk words that the writers heed, or that change nothing for them.
-  static const std::vector<std::string> words = {"name-as", "untagged", "full-length", "zero-widens", "iei-again"};
+  static const std::vector<std::string> words = {"name-as",     "untagged",  "full-length",
+                                                 "zero-widens", "iei-again", "private"};
   for (auto& [word, value] : row.words)
     if (std::find(words.begin(), words.end(), word) == words.end()) return false;
   if (!ends(row.often) || !whatFits(row.what) || row.argument || row.bias || row.often.count.ofAround()) return false;

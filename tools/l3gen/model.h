@@ -183,6 +183,9 @@ struct Standard {
   Range part = {};
 };
 
+// What `private` comes to without a word behind it: the two members of L3Row.
+inline constexpr const char* kWhollyPrivate = "kL3PrivateAll, 0";
+
 // One row. The columns stand here in the order in which they are written:
 //
 //   room if length!=2   sd       SD            in 1..9   !name-as x
@@ -321,12 +324,11 @@ struct Type {
   std::string decodeFile, encodeFile, sampleFile, form;
   // `direct by hand`: the file has l3DirectDec_... and l3DirectEnc_... as well.
   bool directByHand = false;
-  // `private`: redaction overwrites it.
-  bool isPrivate = false;
   // `plain by hand`: the file tells when a value needs nothing but its rows (L3Plain).
   bool plainByHand = false;
-  // Quirk words without their `!`. The generator puts two in itself: "bare" for `message ... is`, which has no record
-  // around its only element, and "no-sample" for parts of other types (markParts).
+  // Quirk words without their `!`, and `private` with what it comes to (L3Row). The generator puts two in itself:
+  // "bare" for `message ... is`, which has no record around its only element, and "no-sample" for parts of other types
+  // (markParts).
   std::map<std::string, std::string> words;
   // Laid out by resolve: how many presence bits there are, groups included, and their names, "sdPresent".
   int mBits = 0;

@@ -97,7 +97,10 @@ static void takeHand(Words& w, Type& type)
       type.encodeFile = file(3);
       i += 3;
     } else if (word(0) == "private") {
-      type.isPrivate = true;
+      w.at = i + 1;
+      type.words["private"] = readPrivacy(w);
+      i = w.at - 1;
+      w.at = 0;
     } else if (word(0) == "direct" && word(1) == "by" && word(2) == "hand") {
       type.directByHand = true;
       type.endsAt = word(3) == "ends" ? static_cast<int>(bitCount(w.place, word(4), 8) % 8) : -1;

@@ -208,14 +208,35 @@ Often readOften(Words& w)
   return often;
 }
 
-// The end of every line: `in a..b`, if the caller takes a range and the line has none yet, and quirk words. Any other
-// word is refused here, whoever should have understood it.
+// What may stand behind `private`, and whether a count of octets follows.
+struct PrivacyWord {
+  const char *word, *symbol;
+  bool counts;
+};
+static constexpr PrivacyWord kPrivacyWords[] = {
+    {"first", "kL3PrivateFirst", true},    {"behind", "kL3PrivateBehind", true},   {"each", "kL3PrivateEach", true},
+    {"digits", "kL3PrivateDigits", false}, {"option", "kL3PrivateOption", false},  {"ber", "kL3PrivateBer", false},
+    {"eap", "kL3PrivateEap", false},       {"message", "kL3PrivateMessage", false}};
+
+// `private first 4` of a row or block, behind its first word, as the two members of L3Row.
+std::string readPrivacy(Words& w)
+{
+  for (auto& known : kPrivacyWords)
+    if (w.accept(known.word))
+      return format("%s, %u", known.symbol, known.counts ? bitCount(w.place, w.take("a count of octets"), 255) : 0);
+  return kWhollyPrivate;
+}
+
+// The end of every line: `in a..b`, if the caller takes a range and the line has none yet, `private`, and quirk words.
+// Any other word is refused here, whoever should have understood it.
 void readTail(Words& w, std::optional<Range>* r, std::map<std::string, std::string>& words)
 {
   while (w.more()) {
     std::string next = w.take("");
     if (next == "in" && r && !*r)
       *r = range(w.place, w.take("a range"));
+    else if (next == "private")
+      words[next] = readPrivacy(w);
     else if (next.size() > 1 && next[0] == '!') {
       std::string key = next.substr(1);
       if (!kWords.count(key)) refuse(w.place, "an unknown quirk word '" + next + "'");

@@ -4,10 +4,10 @@
 //   room if length!=2   sd   SD
 //
 //   {AT(char, 42020), TYPE(TS24501IE_SD), {0}, AT(L3Cond, 40), offsetof(TS24501IE_SNSSAI, sd), 82,
-//    0, kL3NoBit, kL3UInt, 1, kL3GivenIf, kL3NoLead, 24, 4, 0, 2}
+//    0, kL3NoBit, kL3UInt, 1, kL3GivenIf, kL3NoLead, 24, 4, 0, 2, kL3Public, 0}
 //
 // name, type, info, condition, offset of the member, line; presence bit, group's bit, op, room, given, lead, bits on
-// the wire, octets of the member, flags, characters of the name.
+// the wire, octets of the member, flags, characters of the name, what of it is private.
 #include <algorithm>
 
 #include "tables.h"
@@ -55,6 +55,7 @@ static std::string listInfo(TableWriter& w, const Row& row, const std::string& p
   elem.name = "elem";
   elem.what = row.what;
   elem.range = row.range;
+  if (auto at = row.words.find("private"); at != row.words.end()) elem.words.insert(*at);
   std::string entry = rowInit(w, elem, "");
   std::string at = join(path, "elem");
   std::string offset = "static_cast<uint32_t>(" + w.off(at) + " - " + w.off(path) + ")";
@@ -346,6 +347,16 @@ static std::string bit(int number)
   return number < 0 ? "kL3NoBit" : std::to_string(number);
 }
 
+// What of the row is private. A type that is one thing says it on its block line for its row; an entry is as its list.
+static std::string privacyOf(const TableWriter& w, const Row& row)
+{
+  bool whole = w.type.kind == Kind::Bare && row.mark == Mark::Element;
+  for (const auto* words : {&row.words, whole ? &w.type.words : nullptr})
+    if (words)
+      if (auto at = words->find("private"); at != words->end()) return at->second;
+  return "kL3Public, 0";
+}
+
 // The members of L3Row in their order. Marks fill in what they need, elements go through `code`.
 std::string rowInit(TableWriter& w, const Row& row, const std::string& path)
 {
@@ -380,10 +391,10 @@ std::string rowInit(TableWriter& w, const Row& row, const std::string& path)
   if (hasOwnKey(row)) names.push_back(row.member);
   std::string name = isNamed(row) ? w.tables.text(names) : kNone;
   size_t nameLength = isNamed(row) ? row.name.size() : 0;
-  return format("%s, %s, %s, %s, %s, %d, %s, %s, %s, %d, %s, %s, %u, %u, %s, %zu", name.c_str(), c.type.c_str(),
+  return format("%s, %s, %s, %s, %s, %d, %s, %s, %s, %d, %s, %s, %u, %u, %s, %zu, %s", name.c_str(), c.type.c_str(),
                 c.info.c_str(), cond.c_str(), c.offset.c_str(), row.place.line, bit(row.mBit).c_str(),
                 bit(row.groupBit).c_str(), c.op, row.room, l3Traits(row.given).symbol, l3Traits(row.lead).symbol,
-                c.bits, c.store, rowFlags(row, c).c_str(), nameLength);
+                c.bits, c.store, rowFlags(row, c).c_str(), nameLength, privacyOf(w, row).c_str());
 }
 
 } // namespace l3gen

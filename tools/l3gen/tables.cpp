@@ -115,6 +115,13 @@ static bool hasEnumeration(const Type& type)
                      [](const Row& row) { return row.what.type && hasEnumeration(*row.what.type); });
 }
 
+// All that the type holds. Of octets alone there may be less (privacyOf).
+static bool isWhollyPrivate(const Type& type)
+{
+  auto at = type.words.find("private");
+  return at != type.words.end() && at->second == kWhollyPrivate;
+}
+
 static std::string typeFlags(const Type& type)
 {
   std::string flags = "0";
@@ -127,7 +134,7 @@ static std::string typeFlags(const Type& type)
   if (bare && text) flags += " | kL3Pointer";
   if (type.choiceType) flags += " | kL3IsChoice";
   if (type.restOctets) flags += " | kL3RestOctets";
-  if (type.isPrivate) flags += " | kL3Private";
+  if (isWhollyPrivate(type)) flags += " | kL3Private";
   if (!type.rows.empty() && type.rows.back().mark == Mark::Padding) flags += " | kL3Padded";
   if (type.kind == Kind::Message) flags += " | kL3IsMessage";
   if (type.kind == Kind::Pdu) flags += " | kL3IsPdu";

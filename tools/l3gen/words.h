@@ -83,6 +83,7 @@ Row readAlternative(Words& w, const What& parent);
 What readWhat(Words& w);
 void readSelector(Words& w, What& what);
 Often readOften(Words& w);
+std::string readPrivacy(Words& w);
 void readTail(Words& w, std::optional<Range>* range, std::map<std::string, std::string>& words);
 
 } // namespace l3gen

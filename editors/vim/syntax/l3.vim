@@ -16,7 +16,7 @@ syn match l3Number   /[+-]\d\+\>/
 syn keyword l3What   bits flag L/H unary octets ucs2 bitstring string labels chars choice body record
 syn keyword l3Often  while-room times more-bit while-ext until-zero heap
 syn keyword l3Clue   length by rest max in sizes own shared inline from-octet peek code under is fit standard
-syn keyword l3Hand   hand decode encode sample direct ends plain private form TLV TLV-E TV T up down file spec
+syn keyword l3Hand   hand decode encode sample direct ends plain private first behind each digits option eap ber form TLV TLV-E TV T up down file spec
 syn match l3Error    /!\S*/
 syn match l3Quirk    /!\(alone\|codeset-asked\|early-return\|full-length\|hyphen-encode\|iei-again\|init\|name-as\)\ze\(\s\|$\)/
 syn match l3Quirk    /!\(no-decoder\|no-encoder\|no-init\|no-printer\|no-sample\|no-tail\|null-suffix\|number-gaps\)\ze\(\s\|$\)/
