@@ -1,12 +1,13 @@
 // A node of the walk (visit.cpp) with what the library knows of it besides. Every node that a visitor gets is the first
-// member of a Place, so that code inside the library may look at the rest: redacting at `hidden` and `member`, kept
-// elements at types and values, positions at `pushed`. Callers of the library see the node alone. It lives during
+// member of a Place, so that code inside the library may look at the rest: redacting at `hidden`, `row` and `member`,
+// kept elements at types and values, positions at `pushed`. Callers of the library see the node alone. It lives during
 // the visit.
 #ifndef VELNOR3GPP_API_PLACE_H
 #define VELNOR3GPP_API_PLACE_H
 
 #include "velnor3gpp/velnor3gpp.h"
 
+struct L3Row;
 struct L3Type;
 
 struct Place {
@@ -18,6 +19,7 @@ struct Place {
   const uint8_t* record; // of a record
   const L3Type* bare;    // the bare type that is told as this node, or null
   const uint8_t* value;  // of the bare type
+  const L3Row* row;      // that told it, or null
   bool hidden;           // it lies in something that tells of a person
 };
 

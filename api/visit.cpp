@@ -43,7 +43,8 @@ struct Walk {
   Positions* positions; // or null
   unsigned depth;
   int status;
-  unsigned hidden; // types around that tell of a person
+  unsigned hidden; // types and rows around that tell of a person
+  const L3Row* row;
   bool names;
   const RtxContext* ctxt;
 };
@@ -100,6 +101,7 @@ static int tell(Walk& walk, Place& place)
 {
   if (walk.positions && place.node.step != VELNOR3GPP_LEAVE) locate(*walk.positions, &place.node, &pushedName);
   place.hidden = walk.hidden != 0;
+  place.row = walk.row;
   int answer = walk.visit(&place.node, walk.arg);
   if (answer < 0) walk.status = answer;
   return answer;
@@ -260,8 +262,8 @@ static Name ofType(Name name, const L3Type& type)
   return name;
 }
 
-// One row's element. What has no name and is neither record nor choice is not told.
-static void visitElement(Walk& walk, const Place* parent, const L3Row& row, const Name& given, const uint8_t* record)
+// One row's content. What has no name and is neither record nor choice is not told.
+static void visitContent(Walk& walk, const Place* parent, const L3Row& row, const Name& given, const uint8_t* record)
 {
   const uint8_t* member = record + row.offset;
   if (given.kind == NameKind::none && row.op != kL3Record && row.op != kL3Choice) return;
@@ -308,6 +310,24 @@ static void visitElement(Walk& walk, const Place* parent, const L3Row& row, cons
   }
 }
 
+// A number has its type's bits in its own row, so that the type itself is not walked.
+static bool isPrivate(const L3Row& row)
+{
+  bool walked = row.op == kL3Record || row.op == kL3TextType;
+  return row.privacy == kL3PrivateAll || (!walked && row.type && row.type->flags & kL3Private);
+}
+
+static void visitElement(Walk& walk, const Place* parent, const L3Row& row, const Name& given, const uint8_t* record)
+{
+  const L3Row* around = walk.row;
+  unsigned hidden = isPrivate(row) ? 1 : 0;
+  walk.row = &row;
+  walk.hidden += hidden;
+  visitContent(walk, parent, row, given, record);
+  walk.hidden -= hidden;
+  walk.row = around;
+}
+
 // Rows that are there. One in whose place something was kept has no value to tell.
 static void visitRows(Walk& walk, const Place* parent, const L3Row* rows, size_t count, const Name& name,
                       const uint8_t* record)
@@ -344,7 +364,8 @@ static void visitRecord(Walk& walk, const Place* parent, const L3Type& type, con
   leave(walk, place);
 }
 
-// A type, in the standard's form where the context asks for it. `hidden` counts the private types around a value.
+// A type, in the standard's form where the context asks for it. `hidden` counts the private types and rows around a
+// value.
 static void visitType(Walk& walk, const Place* parent, const L3Type& named, const Name& name, const uint8_t* value)
 {
   const L3Type& type = l3FormOf(named, walk.ctxt);
@@ -385,7 +406,8 @@ int velnor3gpp_visit(velnor3gpp_Session* session, unsigned flags, velnor3gpp_Vis
   if (!hasRecord(*session)) return RTX_E_BAD_PARAMETER;
   Positions positions = {};
   bool located = flags & VELNOR3GPP_POSITIONS && openPositions(positions, *session);
-  Walk walk = {visit, arg, located ? &positions : nullptr, 0, 0, 0, (flags & VELNOR3GPP_NAMES) != 0, &session->ctxt};
+  Walk walk = {visit,         arg, located ? &positions : nullptr, 0, 0, 0, nullptr, (flags & VELNOR3GPP_NAMES) != 0,
+               &session->ctxt};
   const L3Type& type = typeOf(*session->known);
   visitType(walk, nullptr, type, {nullptr, l3NameOf(type), 0, 0, NameKind::whole}, session->record);
   return walk.status;

@@ -248,6 +248,45 @@ TEST(Facade, RedactingLeavesZeros)
   session.decode(nullptr, octetsOfHex("0559082980430000000010"));
   ASSERT_EQ(velnor3gpp_redact(session), 0);
   EXPECT_EQ(session.encoded(), "0559080900000000000000");
+  // A remote UE and its address; an address in front of its mask; what only says so of a number; a code of eight bits.
+  struct {
+    const char *type, *wire, *redacted;
+  } cases[] = {
+      {nullptr, "0201E9790011010F010829620298765432F1010A000005", "0201E9790011010F010809000000000000000100000000"},
+      {"TS24501IE_QoSRules", "001101000E31310910AC10FE02FFFFFFFFFF01", "001101000E3131091000000000FFFFFFFFFF01"},
+      {"TS24008IE_RoutingAreaIdent", "62F210123456", "62F210000000"},
+      {"TS24008IE_ProtocolConfigOptions", "0880000C04AC10FE02", "0880000C0400000000"}};
+  for (auto& [type, wire, redacted] : cases) {
+    ASSERT_EQ(session.decode(type ? l3FindType(type) : nullptr, octetsOfHex(wire)), 0) << wire;
+    ASSERT_EQ(velnor3gpp_redact(session), 0);
+    EXPECT_EQ(session.encoded(), redacted);
+  }
+}
+
+// Under one key no two become the same and none stays: all area codes but those that name none, all keys of a phone.
+TEST(Facade, PseudonymsOfDifferentOnesDiffer)
+{
+  const uint8_t key[16] = {5};
+  TestSession session;
+  std::set<std::string> others;
+  size_t same = 0;
+  auto replace = [&](const L3TypeEntry* type, const std::string& hex) {
+    session.decode(type, octetsOfHex(hex));
+    velnor3gpp_pseudonymise(session, key);
+    std::string other = session.encoded();
+    same += other == hex;
+    others.insert(other);
+  };
+  char hex[16];
+  for (unsigned i = 0; i < 0x10000; ++i) {
+    snprintf(hex, sizeof hex, "62F210%04X", i);
+    replace(l3FindType("TS24008IE_LocAreaIdent"), hex);
+  }
+  EXPECT_EQ(others.size(), 0x10000U);
+  EXPECT_EQ(same, 2U);
+  for (unsigned i = 0; i < 10; ++i) replace(nullptr, "03352C3" + std::to_string(i));
+  EXPECT_EQ(others.size(), 0x1000AU);
+  EXPECT_EQ(same, 2U);
 }
 
 // The digits that tell who somebody is: of texts of digits, what stands behind country and network.
