@@ -16,6 +16,33 @@
 
 namespace {
 
+// The line without digits that a number could do without. The parser works out what numbers are worth and refuses those
+// that a double does not hold, which are as legal and whose worth nobody asks for.
+class Line : public rapidjson::MemoryStream {
+public:
+  using MemoryStream::MemoryStream;
+
+  Ch Take()
+  {
+    Ch c = MemoryStream::Take();
+    bool digit = c >= '0' && c <= '9';
+    if (inText) {
+      inText = escaped || c != '"';
+      escaped = !escaped && c == '\\';
+      return c;
+    }
+    inText = c == '"';
+    if (!digit && c != '+' && c != '-') inExponent = c == 'e' || c == 'E';
+    digits = digit ? digits + 1 : 0;
+    while (digits >= (inExponent ? 2U : 200U) && Peek() >= '0' && Peek() <= '9') MemoryStream::Take();
+    return c;
+  }
+
+private:
+  size_t digits = 0; // of the number, up to here
+  bool inText = false, escaped = false, inExponent = false;
+};
+
 enum class Member { kOther, kKey, kOctets, kDirection, kType };
 
 class Reader : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Reader> {
@@ -30,6 +57,7 @@ public:
                                 rapidjson::kParseValidateEncodingFlag; // the key is written as it is read
     rapidjson::Reader reader;
     bool whole = static_cast<bool>(reader.Parse<kFlags>(stream, *this));
+    if (!whole) message.hasKey = false; // it may be a part of what was meant
     if (!whole || !isObject)
       message.fault = {RTX_E_PARSE, SIZE_MAX, {}};
     else if (!hasOctets && !message.fault.status)
@@ -115,7 +143,7 @@ private:
 
   std::string_view line;
   FilterMessage& message;
-  rapidjson::MemoryStream stream;
+  Line stream;
   Member member = Member::kOther;
   size_t depth = 0, valueFrom = 0;
   bool isObject = false, hasOctets = false;
