@@ -43,20 +43,6 @@ static void hideFrame(velnor3gpp_CaptureFrame& frame)
   frame.connection.has = 0;
 }
 
-// Encodes the record that is left. Blocks of radio channels keep their size; encoders end with the octet they reach.
-static bool encode(Run& run, velnor3gpp_CaptureFrame& frame)
-{
-  const uint8_t* octets = nullptr;
-  size_t count = 0;
-  if (checkMemory(velnor3gpp_encode(run.session.get(), &octets, &count)) < 0) return false;
-  run.octets.assign(octets, octets + count);
-  bool isBlock = strcmp(frame.dissector, "gsm_a_ccch") == 0 || strcmp(frame.dissector, "gsm_a_sacch") == 0;
-  if (isBlock && count < frame.count) run.octets.resize(frame.count, 0x2B);
-  frame.octets = run.octets.data();
-  frame.count = run.octets.size();
-  return true;
-}
-
 static void decode(Run& run, const velnor3gpp_CaptureFrame& frame)
 {
   velnor3gpp_Session* session = run.session.get();
@@ -64,15 +50,13 @@ static void decode(Run& run, const velnor3gpp_CaptureFrame& frame)
   checkMemory(velnor3gpp_decode(session, frame.type, frame.direction, frame.octets, frame.count));
 }
 
-// What is ciphered tells nothing and stays. What cannot be read whole would tell everything and is left out.
 static bool redact(Run& run, velnor3gpp_CaptureFrame& frame)
 {
-  velnor3gpp_Session* session = run.session.get();
   hideFrame(frame);
-  velnor3gpp_Result result = resultOf(session);
-  if (outcomeOf(session) == Outcome::kSealed) return true;
-  bool whole = result.status == 0 && !result.missing && result.used == result.count;
-  return whole && checkMemory(velnor3gpp_pseudonymise(session, run.key)) >= 0 && encode(run, frame);
+  if (redactOctets(run.session.get(), run.key, run.octets) < 0) return false;
+  frame.octets = run.octets.data();
+  frame.count = run.octets.size();
+  return true;
 }
 
 // A word of --only is a direction, a dissector's name, or a part of the message's name.

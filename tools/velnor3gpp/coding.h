@@ -61,6 +61,13 @@ bool needsSummary(const Counts& counts);
 // Draws a key for replacing what tells of persons. Throws InputError.
 void makeKey(uint8_t (&key)[16]);
 
+// Can the session's message be redacted? Returns 0, or why it is left out: it is not read whole, so that its octets
+// would still tell everything, or it is sealed and yet looks as if it were in clear.
+int redactingFault(velnor3gpp_Session* session);
+// The octets of the session's message without persons; of a sealed one, as it came. Returns 0, or why it is left out: a
+// fault as above, or that not as many octets come back.
+int redactOctets(velnor3gpp_Session* session, const uint8_t (&key)[16], std::vector<uint8_t>& octets);
+
 // What encoding the session's record gives beside the octets that were decoded.
 struct Comparison {
   std::vector<uint8_t> octets; // that came back

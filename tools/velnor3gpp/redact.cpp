@@ -2,11 +2,13 @@
 // an identity becomes the same other one wherever it stands in the input, and nobody can tell which it was.
 #include <sys/random.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
 #include "coding.h"
 #include "commands.h"
+#include "forms.h"
 #include "hex.h"
 #include "names.h"
 #include "titles.h"
@@ -34,6 +36,65 @@ void makeKey(uint8_t (&key)[16])
 {
   if (getrandom(key, sizeof key, 0) != static_cast<ssize_t>(sizeof key))
     throw InputError(std::string("no random octets to be had: ") + strerror(errno));
+}
+
+// Does it begin like a plain message of the system whose header stands before it? 7E or 2E of 5GS; of EPS, 07 and the
+// type of an EMM message, or 2 below the bearer identity, and the type of an ESM message in the third octet.
+static bool beginsPlain(bool eps, const uint8_t* inner, size_t count)
+{
+  if (!eps) return count && (inner[0] == 0x7E || inner[0] == 0x2E);
+  bool mobility = count >= 2 && inner[0] == 7 && inner[1] >= 0x40 && inner[1] < 0x70;
+  return mobility || (count >= 3 && (inner[0] & 15) == 2 && inner[2] >= 0xC0 && inner[2] < 0xF0);
+}
+
+// The octets of an identity of 15 digits, one after the other, each of two digits. Of 100 octets of a cipher, five in a
+// hundred have such a row, and are left out for nothing.
+static bool hasIdentity(const uint8_t* inner, size_t count)
+{
+  static constexpr size_t kRow = 8;
+  for (size_t i = 0, row = 0; i < count; ++i) {
+    row = (inner[i] & 15) <= 9 && inner[i] >> 4 <= 9 ? row + 1 : 0;
+    if (row == kRow) return true;
+  }
+  return false;
+}
+
+// The null cipher leaves in clear what the header says is ciphered; security header types 1 and 3 say that it is not.
+static bool tellsInClear(const velnor3gpp_Result& result)
+{
+  bool eps = (result.octets[0] & 15) == 7;
+  size_t header = eps ? 6 : 7;
+  unsigned kind = eps ? result.octets[0] >> 4 : result.count > 1 ? result.octets[1] & 15 : 0;
+  if (kind == 1 || kind == 3) return true;
+  const uint8_t* inner = result.octets + std::min(header, result.count);
+  size_t count = result.count - std::min(header, result.count);
+  return beginsPlain(eps, inner, count) || hasIdentity(inner, count);
+}
+
+int redactingFault(velnor3gpp_Session* session)
+{
+  velnor3gpp_Result result = resultOf(session);
+  if (outcomeOf(session) == Outcome::kSealed) return tellsInClear(result) ? result.status : 0;
+  if (result.status < 0) return result.status;
+  return result.missing || result.used != result.count ? RTX_E_END_OF_BUFFER : 0;
+}
+
+int redactOctets(velnor3gpp_Session* session, const uint8_t (&key)[16], std::vector<uint8_t>& octets)
+{
+  int fault = redactingFault(session);
+  if (fault) return fault;
+  velnor3gpp_Result result = resultOf(session);
+  octets.assign(result.octets, result.octets + result.count);
+  if (outcomeOf(session) == Outcome::kSealed) return 0;
+  const uint8_t* again = nullptr;
+  size_t count = 0, size = result.count;
+  const velnor3gpp_Type* type = result.type;
+  fault = checkMemory(velnor3gpp_pseudonymise(session, key));
+  if (fault >= 0) fault = checkMemory(velnor3gpp_encode(session, &again, &count));
+  if (fault < 0) return fault;
+  octets.assign(again, again + count);
+  fillBlock(type, size, octets);
+  return octets.size() == size ? 0 : RTX_E_BAD_LENGTH;
 }
 
 // A message that cannot be made anew is left out with its status: its octets would still tell everything.
@@ -77,19 +138,13 @@ static void redactOne(Run& run, const Message& message)
     if (message.place == "arguments") throw;
     return leaveOut(run, message.place, RTX_E_NO_PDU_TYPE);
   }
-  velnor3gpp_Result result = resultOf(session);
-  bool sealed = outcomeOf(session) == Outcome::kSealed;
-  bool whole = result.status == 0 && !result.missing && result.used == result.count;
-  if (sealed && !run.options.text && !run.options.json) // what is ciphered tells nothing
-    return printLine(run, message, message.octets.data(), message.octets.size());
-  if (checkMemory(velnor3gpp_pseudonymise(session, run.key)) < 0 || (!whole && !sealed))
-    return leaveOut(run, message.place, result.status ? result.status : RTX_E_END_OF_BUFFER);
-  if (run.options.text || run.options.json) return printRecord(run, message);
-  const uint8_t* octets = nullptr;
-  size_t count = 0;
-  int status = checkMemory(velnor3gpp_encode(session, &octets, &count));
+  bool records = run.options.text || run.options.json;
+  std::vector<uint8_t> octets;
+  int status = records ? redactingFault(session) : redactOctets(session, run.key, octets);
+  if (records && !status) status = checkMemory(velnor3gpp_pseudonymise(session, run.key));
   if (status < 0) return leaveOut(run, message.place, status);
-  printLine(run, message, octets, count);
+  if (records) return printRecord(run, message);
+  printLine(run, message, octets.data(), octets.size());
 }
 
 static int redact(const Options& options, Output& out)
