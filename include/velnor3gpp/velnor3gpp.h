@@ -357,16 +357,18 @@ VELNOR_API int velnor3gpp_sample(velnor3gpp_Session* session, const velnor3gpp_T
                                  unsigned flags);
 
 /** Overwrites what tells who somebody is or what they said: identities, numbers, addresses, payloads, wherever the
- *  definitions say `private`. The record keeps its shape and encodes to as many octets; what a message holds unread,
- *  such as a container inside a container, stays as it is read: octets that no type knows are not looked into. The
- *  message's own octets are forgotten. Returns 0, or RTX_E_BAD_PARAMETER without a record. */
+ *  definitions say `private`. The record keeps its shape and encodes to as many octets, but for elements that
+ *  were kept as unusual, which go out as regular ones; what a message holds unread, such as a container inside a
+ *  container, stays as it is read: octets that no type knows are not looked into. The message's own octets are
+ * forgotten. Returns 0, or RTX_E_BAD_PARAMETER without a record. */
 VELNOR_API int velnor3gpp_redact(velnor3gpp_Session* session);
 
 /** Replaces what `velnor3gpp_redact` overwrites by values that a key of 16 octets makes of it: under the same key the
  *  same identity becomes the same other one, whatever message or element it stands in, and no two become the same.
  *  Digits stay digits, as many; an IMSI keeps country and network, an IMEI has the check digit that belongs to it. It
- *  looks into messages that other messages carry, where the definitions say that octets are one. A key of random octets that is thrown away afterwards leaves no way back. Returns 0,
- *  RTX_E_NULL_POINTER, RTX_E_NO_MEMORY, or RTX_E_BAD_PARAMETER without a record. */
+ *  looks into messages that other messages carry, where the definitions say that octets are one. A key of random octets
+ * that is thrown away afterwards leaves no way back. Returns 0, RTX_E_NULL_POINTER, RTX_E_NO_MEMORY, or
+ * RTX_E_BAD_PARAMETER without a record. */
 VELNOR_API int velnor3gpp_pseudonymise(velnor3gpp_Session* session, const uint8_t key[16]);
 
 /** Takes one step of building a record from named values: the mirror of `velnor3gpp_visit`. The first mistake is told

@@ -47,8 +47,8 @@ static bool beginsPlain(bool eps, const uint8_t* inner, size_t count)
   return mobility || (count >= 3 && (inner[0] & 15) == 2 && inner[2] >= 0xC0 && inner[2] < 0xF0);
 }
 
-// The octets of an identity of 15 digits, one after the other, each of two digits. Of 100 octets of a cipher, five in a
-// hundred have such a row, and are left out for nothing.
+// The octets of an identity of 15 digits, one after the other, each of two digits. Of ciphered messages of 100 octets,
+// three in a hundred have such a row by chance, and are left out for nothing.
 static bool hasIdentity(const uint8_t* inner, size_t count)
 {
   static constexpr size_t kRow = 8;
