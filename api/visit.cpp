@@ -134,7 +134,22 @@ static void visitNumber(Walk& walk, const Place* parent, const Name& name, velno
   tell(walk, place);
 }
 
-// A number with the name of its value, which is looked up only where names are asked for.
+// A number or flag of a row, with what it means, which is looked up only where names are asked for.
+static void visitNumber(Walk& walk, const Place* parent, const L3Row& row, const Name& name, const uint8_t* member)
+{
+  Place place;
+  begin(place, parent, name, l3IsFlag(row) ? VELNOR3GPP_FLAG : VELNOR3GPP_NUMBER);
+  place.node.width = row.op == kL3Unary ? uint8_t{8} : row.bits;
+  place.node.number = row.op == kL3Bool ? *member != 0 : l3Load(member, row.store);
+  if (row.op != kL3Bool) {
+    place.member = member;
+    place.store = row.store;
+  }
+  if (walk.names) place.node.valueName = l3MeaningOf(row, place.node.number);
+  tell(walk, place);
+}
+
+// A number with the name of its value, likewise.
 static void visitEnumerated(Walk& walk, const Place* parent, const L3Row& row, const Name& name, const uint8_t* member)
 {
   Place place;
@@ -272,10 +287,8 @@ static void visitContent(Walk& walk, const Place* parent, const L3Row& row, cons
   switch (row.op) {
     case kL3UInt:
     case kL3Unary:
-      return visitNumber(walk, parent, name, VELNOR3GPP_NUMBER, row.op == kL3Unary ? uint8_t{8} : row.bits,
-                         l3Load(member, row.store), member, row.store);
     case kL3Bool:
-      return visitNumber(walk, parent, name, l3IsFlag(row) ? VELNOR3GPP_FLAG : VELNOR3GPP_NUMBER, 1, *member != 0);
+      return visitNumber(walk, parent, row, name, member);
     case kL3Enumerated:
       return visitEnumerated(walk, parent, row, name, member);
     case kL3Octets:

@@ -47,7 +47,7 @@ typedef enum {
   VELNOR3GPP_RECORD = 0,     /**< Members, each under its name. */
   VELNOR3GPP_CHOICE = 1,     /**< One member: the alternative. */
   VELNOR3GPP_LIST = 2,       /**< Entries without names. */
-  VELNOR3GPP_NUMBER = 3,     /**< `number`, an unsigned integer of `width` bits. */
+  VELNOR3GPP_NUMBER = 3,     /**< `number`, an unsigned integer of `width` bits; some with `valueName`. */
   VELNOR3GPP_FLAG = 4,       /**< `number`, 0 or 1. */
   VELNOR3GPP_ENUMERATED = 5, /**< `number`, and where it has one `valueName`. */
   VELNOR3GPP_OCTETS = 6,     /**< `count` octets at `data`. */
@@ -206,7 +206,8 @@ typedef struct velnor3gpp_Node {
   uint64_t number;                      /**< The value, by kind. */
   const uint8_t* data;                  /**< Octets, bits or characters, by kind. */
   size_t count;                         /**< How many; of a list, its entries. */
-  const char* valueName;                /**< With VELNOR3GPP_NAMES: the name of the value, or null. */
+  const char* valueName;                /**< With VELNOR3GPP_NAMES: the name of the value, also
+                                             of a number or flag whose values the standard names; or null. */
   size_t bitOffset;                     /**< With VELNOR3GPP_POSITIONS: its first bit, from the start of the message. */
   size_t bits;                          /**< How many bits it takes there; 0: not known. */
 } velnor3gpp_Node;

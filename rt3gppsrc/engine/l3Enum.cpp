@@ -2,6 +2,8 @@
 // `transformedIdx` gives the rows in the order of values.
 #include "rt3gppsrc/engine/l3Enum.h"
 
+#include <algorithm>
+
 #include "rt3gppsrc/engine/l3Engine.h"
 #include "velnor3gpp/rtxError.h"
 #include "velnor3gpp/rtxStatus.h"
@@ -42,6 +44,16 @@ const char* l3EnumTitle(const L3Enum& set, int64_t value)
   for (unsigned i = 0; item && set.titles && i < set.rows; ++i)
     if (set.table + set.table[i].transformedIdx == item) return set.titles[i];
   return item ? item->name : nullptr;
+}
+
+const char* l3MeaningOf(const L3Row& row, uint64_t value)
+{
+  if ((row.op != kL3UInt && row.op != kL3Bool) || row.flags & kL3Ranged || !row.info) return nullptr;
+  const L3Meanings& meanings = *static_cast<const L3Meanings*>(row.info);
+  const L3Meaning *begin = meanings.all, *end = begin + meanings.count;
+  const L3Meaning* at =
+      std::lower_bound(begin, end, value, [](const L3Meaning& one, uint64_t wanted) { return one.value < wanted; });
+  return at != end && at->value == value ? at->text.get() : nullptr;
 }
 
 // A name that the enumeration does not have is added to the error record, with its length, since it need not have an

@@ -12,6 +12,8 @@ const char* l3EnumName(const L3Enum& set, int32_t value);
 const RtxEnumItem* l3EnumItem(const L3Enum& set, int64_t value);
 // What the standard calls the value ("128-EEA2"), or else its name; null if the enumeration does not have the value.
 const char* l3EnumTitle(const L3Enum& set, int64_t value);
+// What a number means by its row's table of meanings; null if that has no words for it.
+const char* l3MeaningOf(const L3Row& row, uint64_t value);
 // The value of a name of `namelen` characters, which need no end. 0, or -4 with the name as parameter of the error
 // record.
 int l3EnumValue(RtxContext* pctxt, const L3Type& type, const L3Enum& set, const char* name, size_t namelen, int& value);

@@ -110,8 +110,8 @@ struct L3Count {
 // What a row is. It decides the form of the member in the record, how the element is coded, and what L3Row.info leads
 // to. The numbers of a fixed width come first, up to kL3Enumerated: several places compare the op with that one.
 enum L3Op : uint8_t {
-  kL3UInt,       // integer of row.bits, stored in row.store octets
-  kL3Bool,       // boolean, one bit, one octet
+  kL3UInt,       // integer of row.bits, stored in row.store octets; info: L3Range (kL3Ranged), L3Meanings or null
+  kL3Bool,       // boolean, one bit, one octet; info: L3Meanings or null
   kL3Enumerated, // info: L3Enum; stored as int32 (or as an integer of row.store octets with printOpen)
   kL3Octets,     // info: L3Octets
   kL3BitString,  // info: L3BitString
@@ -213,6 +213,17 @@ struct L3Row {
 // it.
 struct L3Range {
   uint32_t lo, hi;
+};
+
+// What the standard says that a value means. Values without words are as legal as others: only those who show values
+// look here.
+struct L3Meaning {
+  uint32_t value;
+  L3Run<char> text;
+};
+struct L3Meanings {
+  uint32_t count;
+  L3Run<L3Meaning> all; // in rising order of the values
 };
 
 // A string of octets. With `cap` the octets stand in the record: `numocts`, of one octet, then data[cap]. Without it

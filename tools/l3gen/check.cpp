@@ -442,14 +442,42 @@ static void useSizes(Model& model, const Type& type, const Row& row)
   for (auto& alternative : row.what.alternatives) useSizes(model, type, alternative);
 }
 
-static void checkSizes(Model& model)
+// Sets What::meanings. A range and words for values would want the same place of a row (L3Row::info).
+static void useMeanings(Model& model, const Type& type, Row& row)
+{
+  for (auto& alternative : row.what.alternatives) useMeanings(model, type, alternative);
+  const std::string& name = row.what.meaningsName;
+  if (name.empty()) return;
+  Meanings* meanings = model.meaningsNamed(*type.module, name);
+  row.what.meanings = meanings;
+  if (!meanings) {
+    model.refusals.push_back({row.place, "no table of meanings '" + name + "'"});
+    return;
+  }
+  meanings->used = true;
+  if (row.range) model.refusals.push_back({row.place, "a range and meanings"});
+  if (!meanings->values.empty() && row.what.bits < 32 && meanings->values.back().first >> row.what.bits)
+    model.refusals.push_back({row.place, "'" + name + "' has a number of more bits"});
+}
+
+template <typename T>
+static void checkTables(Model& model, const std::vector<std::unique_ptr<T>>& tables, const std::string& what)
+{
+  for (auto& table : tables) {
+    if (!table->used) model.refusals.push_back({table->place, "nothing uses the " + what + " '" + table->full + "'"});
+    if (table->values.empty()) model.refusals.push_back({table->place, "'" + table->full + "' has no rows"});
+  }
+}
+
+static void checkTables(Model& model)
 {
   for (auto& type : model.types)
-    for (auto& row : type->rows) useSizes(model, *type, row);
-  for (auto& sizes : model.sizes) {
-    if (!sizes->used) model.refusals.push_back({sizes->place, "nothing uses the sizes '" + sizes->full + "'"});
-    if (sizes->values.empty()) model.refusals.push_back({sizes->place, "'" + sizes->full + "' has no rows"});
-  }
+    for (auto& row : type->rows) {
+      useSizes(model, *type, row);
+      useMeanings(model, *type, row);
+    }
+  checkTables(model, model.sizes, "sizes");
+  checkTables(model, model.meanings, "meanings");
 }
 
 // Parts that no row names and messages that no form has: their rows would be dead. `!alone` says that a message is
@@ -507,7 +535,7 @@ void check(Model& model)
   // What nobody uses, or needs what, can be told only of the whole.
   if (model.refusals.empty()) {
     checkUse(model);
-    checkSizes(model);
+    checkTables(model);
     checkModules(model);
   }
   forTypes(model, checkType);

@@ -69,6 +69,7 @@ enum class Mark { Element, Length, EndLength, Extra, Tail, Padding, Group, Relea
 
 struct Type;
 struct Row;
+struct Meanings;
 
 // A node of the tree that finds an alternative by its code, bit by bit (codes.cpp builds it, the engine walks it).
 struct CodeNode {
@@ -109,6 +110,9 @@ struct What {
   unsigned bits = 0;
   // Bits: relative to the padding, `L/H`.
   bool padded = false;
+  // Bits: the name of the `meanings` block that has words for the values, or empty; the block is set by check.
+  std::string meaningsName;
+  const Meanings* meanings = nullptr;
   // Unary: the bit that is counted, '0', '1', 'L' or 'H'.
   char repeated = 0;
   // Octets, BitString, Text: where the size comes from.
@@ -268,14 +272,22 @@ struct Module {
   std::map<std::string, std::string> words; // hold for every block
 };
 
-// A `sizes` block: entry n is the size for the number n. `used` is set by check, which refuses a table that nobody
-// uses.
-struct Sizes {
+// A block that makes no type: a table that rows name. `used` is set by check, which refuses a table that nobody uses.
+struct RowTable {
   Place place;
   Module* module = nullptr;
   std::string full;
   bool used = false;
+};
+
+// A `sizes` block: entry n is the size for the number n.
+struct Sizes : RowTable {
   std::vector<unsigned> values;
+};
+
+// A `meanings` block: what the standard says that a number means, in rising order of the numbers.
+struct Meanings : RowTable {
+  std::vector<std::pair<uint32_t, std::string>> values;
 };
 
 // A block, or a type that the reader made of nested rows. Everything that is written is written type by type.
@@ -378,6 +390,7 @@ struct Scalar {
   Type* named;
   std::optional<Range> range;
   bool padded = false;
+  const Meanings* meanings = nullptr; // words for its values, or null
 };
 
 // Everything that has been read. It is filled by the phases at the top of this file and handed to the writers.
@@ -389,6 +402,7 @@ struct Model {
   // By full name. It keeps the types that are set aside, so that their users are not told of an unknown type.
   std::map<std::string, Type*> byName;
   std::vector<std::unique_ptr<Sizes>> sizes;
+  std::vector<std::unique_ptr<Meanings>> meanings;
   // In the order in which they were found; tellRefusals sorts them. If there is any, nothing is written.
   std::vector<Refusal> refusals;
   // What faults.cpp keeps so that one fault neither hides another one nor causes any. First the lines of each file at
@@ -405,6 +419,7 @@ struct Model {
   Module* module(const std::string& name);
   // The table that a row of the module names, with or without the module in front; null if there is none.
   Sizes* sizesNamed(const Module& from, const std::string& name) const;
+  Meanings* meaningsNamed(const Module& from, const std::string& name) const;
 };
 
 // read.cpp. The modules of all files are read before the first row (see `read` in main.cpp).

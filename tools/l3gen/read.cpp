@@ -21,11 +21,22 @@
 namespace l3gen {
 
 // `S` in module T and `T_S` anywhere are the same table.
-Sizes* Model::sizesNamed(const Module& from, const std::string& name) const
+template <typename T>
+static T* tableNamed(const std::vector<std::unique_ptr<T>>& tables, const Module& from, const std::string& name)
 {
-  for (auto& table : sizes)
+  for (auto& table : tables)
     if (table->full == name || table->full == from.name + "_" + name) return table.get();
   return nullptr;
+}
+
+Sizes* Model::sizesNamed(const Module& from, const std::string& name) const
+{
+  return tableNamed(sizes, from, name);
+}
+
+Meanings* Model::meaningsNamed(const Module& from, const std::string& name) const
+{
+  return tableNamed(meanings, from, name);
 }
 
 Module* Model::module(const std::string& name)
@@ -243,24 +254,24 @@ static Type* readBlock(Model& model, Module* module, Words& w)
   return model.types.back().get();
 }
 
-// `sizes Growth [21]`. The rows `0 = 2`, `1 = 5` are read by addSize, in rising order from 0, because the table that is
-// written has the size for n as its entry n.
-static Sizes* readSizes(Model& model, Module* module, Words& w)
+// `sizes Growth [21]`, `meanings Cause [10.5.4.11]`: a table that rows name.
+template <typename T> static T* readTable(std::vector<std::unique_ptr<T>>& tables, Module* module, Words& w)
 {
   if (!module) refuse(w.place, "a block before the module line");
   Type block;
   takeClause(w, block);
   w.take("");
-  auto sizes = std::make_unique<Sizes>();
-  sizes->place = w.place;
-  sizes->module = module;
-  sizes->full = module->name + "_" + checkedName(w.place, w.take("a name"));
+  auto table = std::make_unique<T>();
+  table->place = w.place;
+  table->module = module;
+  table->full = module->name + "_" + checkedName(w.place, w.take("a name"));
   if (w.more()) refuse(w.place, "not understood: '" + w.peek() + "'");
-  model.sizes.push_back(std::move(sizes));
-  return model.sizes.back().get();
+  tables.push_back(std::move(table));
+  return tables.back().get();
 }
 
-// 255 is what an octet of the table can hold, and the count of entries stands in an octet as well (L3Count).
+// `0 = 2`, `1 = 5`, in rising order from 0, because the table that is written has the size for n as its entry n. 255 is
+// what an octet of the table can hold, and the count of entries stands in an octet as well (L3Count).
 static void addSize(Sizes& sizes, Words& w)
 {
   uint32_t entry = number(w.place, w.take("a number"));
@@ -270,6 +281,18 @@ static void addSize(Sizes& sizes, Words& w)
   if (entry != sizes.values.size()) refuse(w.place, format("expected the size for %zu", sizes.values.size()));
   if (size > 255 || entry > 254) refuse(w.place, "a table of sizes holds 255 sizes of at most 255");
   sizes.values.push_back(size);
+}
+
+// `17 = "User busy"`. The order rises, since readers halve the table.
+static void addMeaning(Meanings& meanings, Words& w)
+{
+  uint32_t value = number(w.place, w.take("a number"));
+  std::string text, none;
+  if (w.accept("=")) takeTitle(w, text, none);
+  if (text.empty() || w.more()) refuse(w.place, "expected 'number = \"meaning\"'");
+  if (!meanings.values.empty() && value <= meanings.values.back().first)
+    refuse(w.place, "meanings stand in rising order of their numbers");
+  meanings.values.emplace_back(value, text);
 }
 
 // The words that may stand on a module line and then hold for every block of it.
@@ -358,8 +381,9 @@ struct Source {
   Model& model;
   Module* module = nullptr;
   std::vector<Level> levels;
-  // The open block if it is a table of sizes; `levels` is empty then.
+  // The open block if it is such a table; `levels` is empty then.
   Sizes* sizes = nullptr;
+  Meanings* meanings = nullptr;
   // Rows that are indented deeper than this belong to a line that was refused, and are passed over. SIZE_MAX: none are.
   size_t skipped = SIZE_MAX;
   // That line was no alternative, so the alternatives at its own depth belonged to it and are passed over, too.
@@ -398,6 +422,7 @@ static void readIndented(Source& source, Words& w, size_t indent)
   if (indent > source.skipped || (indent == source.skipped && source.choiceLost && w.list[0] == "|")) return;
   source.skipped = SIZE_MAX;
   if (source.sizes) return addSize(*source.sizes, w);
+  if (source.meanings) return addMeaning(*source.meanings, w);
   if (source.levels.empty()) refuse(w.place, "a row without a block");
   bool closed = false;
   for (; source.levels.size() > 1 && indent < source.levels.back().indent; closed = true) source.levels.pop_back();
@@ -409,13 +434,14 @@ static void readIndented(Source& source, Words& w, size_t indent)
   addRow(source.model, *source.levels.back().type, w);
 }
 
-// A line at column 0 opens a module, a table of sizes or a block. `skipped` and `lost` are set before the line is read
+// A line at column 0 opens a module, a table or a block. `skipped` and `lost` are set before the line is read
 // and taken back behind it: if it is refused, the exception leaves them set.
 static void readLine(Source& source, Words& w, size_t indent)
 {
   if (indent) return readIndented(source, w, indent);
   source.levels.clear();
   source.sizes = nullptr;
+  source.meanings = nullptr;
   source.skipped = 0;
   source.model.blocks[w.place.file].insert(w.place.line);
   bool opens = w.list[0] == "module";
@@ -424,7 +450,9 @@ static void readLine(Source& source, Words& w, size_t indent)
   if (opens)
     source.module = readModule(source.model, w);
   else if (w.list[0] == "sizes")
-    source.sizes = readSizes(source.model, source.module, w);
+    source.sizes = readTable(source.model.sizes, source.module, w);
+  else if (w.list[0] == "meanings")
+    source.meanings = readTable(source.model.meanings, source.module, w);
   else
     source.levels.push_back({readBlock(source.model, source.module, w), 0});
   source.skipped = SIZE_MAX;
@@ -460,7 +488,7 @@ static void readLines(Model& model, const std::string& path, bool modulesOnly)
   std::ifstream in(path);
   std::string shown = path.substr(path.find_last_of('/') + 1);
   if (!in || (in.peek(), in.bad())) model.refusals.push_back({{shown, 0}, "cannot be read"}); // a folder opens, too
-  Source source{model, nullptr, {}, nullptr, SIZE_MAX};
+  Source source{model, nullptr, {}, nullptr, nullptr, SIZE_MAX};
   std::string line;
   for (int n = 1; std::getline(in, line); ++n) {
     Words w;

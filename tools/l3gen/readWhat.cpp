@@ -127,6 +127,12 @@ static void readBody(Words& w, What& what)
   if (what.fields.size() > 2) refuse(w.place, "a body has at most two selecting fields");
 }
 
+// `bits 8 means Cause`: the table that has words for the values.
+static void readMeanings(Words& w, What& what)
+{
+  if (w.accept("means")) what.meaningsName = w.take("a table of meanings");
+}
+
 // The third column. A word that is none of the forms is taken for the name of a type; whether there is such a type is
 // asked in resolve.cpp.
 What readWhat(Words& w)
@@ -136,9 +142,11 @@ What readWhat(Words& w)
   if (word == "bits") {
     what.kind = WhatKind::Bits;
     what.bits = bitCount(w.place, w.take("a width"), 64);
+    readMeanings(w, what);
   } else if (word == "flag") {
     what.kind = WhatKind::Flag;
     what.bits = 1;
+    readMeanings(w, what);
   } else if (word == "L/H") {
     what.kind = WhatKind::Bits;
     what.bits = 1;

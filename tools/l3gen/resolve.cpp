@@ -105,9 +105,9 @@ static void resolveWhat(Model& model, Type& owner, Row& row)
 // `TYPE rest` is a string, whatever its type is.
 std::optional<Scalar> scalarOf(const What& what)
 {
-  if (what.kind == WhatKind::Bits) return Scalar{WhatKind::Bits, what.bits, nullptr, {}, what.padded};
+  if (what.kind == WhatKind::Bits) return Scalar{WhatKind::Bits, what.bits, nullptr, {}, what.padded, what.meanings};
   if (what.kind == WhatKind::Unary) return Scalar{WhatKind::Unary, what.bits, nullptr, {}};
-  if (what.kind == WhatKind::Flag) return Scalar{WhatKind::Flag, 1, nullptr, {}};
+  if (what.kind == WhatKind::Flag) return Scalar{WhatKind::Flag, 1, nullptr, {}, false, what.meanings};
   if (what.kind == WhatKind::Type && what.type && !what.rest) return scalarOf(*what.type);
   return {};
 }

@@ -228,6 +228,14 @@ static std::string unaryInfo(TableWriter& w, const What& what, const std::option
   return w.object("L3Unary", "{" + limits(range) + "}, " + pattern);
 }
 
+// An L3Meanings.
+static std::string meaningsInfo(TableWriter& w, const Meanings& meanings)
+{
+  std::vector<std::string> items;
+  for (auto& [value, text] : meanings.values) items.push_back(format("%uU, %s", value, w.tables.text({text}).c_str()));
+  return w.object("L3Meanings", format("%zu, %s", items.size(), w.array("L3Meaning", items).c_str()));
+}
+
 // A number, with aliases followed: `M x A` codes like the bits that A is in the end. The type is named all the same
 // (L3Row::type), unless the row is that of the type itself (scalarRow).
 static void codeScalar(TableWriter& w, const Row& row, Coded& c)
@@ -243,6 +251,8 @@ static void codeScalar(TableWriter& w, const Row& row, Coded& c)
     c.info = unaryInfo(w, row.what, c.range);
   } else if (c.range) {
     c.info = w.object("L3Range", limits(c.range));
+  } else if (scalar.meanings) {
+    c.info = meaningsInfo(w, *scalar.meanings);
   }
   if (!scalar.named) return;
   c.op = "kL3Enumerated";

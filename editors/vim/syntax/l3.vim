@@ -15,7 +15,7 @@ syn match l3Number   /\<\(0x\x\+\|\d\+\)\(\.\.\(0x\x\+\|\d\+\)\)\?\>/
 syn match l3Number   /[+-]\d\+\>/
 syn keyword l3What   bits flag L/H unary octets ucs2 bitstring string labels chars choice body record
 syn keyword l3Often  while-room times more-bit while-ext until-zero heap
-syn keyword l3Clue   length by rest max in sizes own shared inline from-octet peek code under is fit standard
+syn keyword l3Clue   length by rest max in sizes means own shared inline from-octet peek code under is fit standard
 syn keyword l3Hand   hand decode encode sample direct ends plain private first behind each digits option eap ber form TLV TLV-E TV T up down file spec
 syn match l3Error    /!\S*/
 syn match l3Quirk    /!\(alone\|codeset-asked\|early-return\|full-length\|hyphen-encode\|iei-again\|init\|name-as\)\ze\(\s\|$\)/
@@ -28,7 +28,7 @@ syn match l3Clause   /\[[^][]*\(\[[^][]*\][^][]*\)*\]\s*$/
 " A line at column 0 is a block, an indented one a row: its first column says when it is there.
 syn match l3Error    /^\S\+/
 syn match l3Wrong    /\S\+/ contained
-syn match l3Block    /^\(module\|enum\|names\|type\|element\|part\|text\|rest\|choice\|message\|sizes\|pdu\)\>/ nextgroup=l3Wrong,l3Name skipwhite
+syn match l3Block    /^\(module\|enum\|names\|type\|element\|part\|text\|rest\|choice\|message\|sizes\|meanings\|pdu\)\>/ nextgroup=l3Wrong,l3Name skipwhite
 syn match l3Name     /[A-Za-z_][A-Za-z0-9_]*/ contained
 syn match l3Error    /\%(^\s\+\)\@<=\S\+/
 syn match l3Element  /[A-Za-z0-9_-]\+/ contained
