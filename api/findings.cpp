@@ -136,6 +136,19 @@ static void takePlace(velnor3gpp_Session& session, velnor3gpp_Finding& finding, 
   finding.bit = session.ctxt.buffer.byteIndex < session.count ? session.ctxt.buffer.bitOffset : 0;
 }
 
+// A template may ask for a number by "%d", which texts of the run-time leave standing and put the number behind all:
+// here it takes its place.
+static void placeNumber(char* words, const RtxErrInfo& info)
+{
+  char* place = strstr(words, "%d");
+  if (!place || info.parmcount != 1 || !info.parms[0]) return;
+  size_t all = strlen(words), parm = strlen(info.parms[0]);
+  if (all < parm + 1 || strcmp(words + all - parm, info.parms[0]) != 0) return; // it did not fit
+  words[all - parm - 1] = 0;                                                    // and the blank in front of it
+  memmove(place + parm, place + 2, strlen(place + 2) + 1);
+  memcpy(place, info.parms[0], parm);
+}
+
 // Turns an error record into a finding.
 static void tellRecord(velnor3gpp_Session& session, RtxErrInfo& info, bool last, velnor3gpp_Finding& finding)
 {
@@ -143,6 +156,7 @@ static void tellRecord(velnor3gpp_Session& session, RtxErrInfo& info, bool last,
   finding.fatal = info.fatal != 0;
   session.words[0] = 0;
   rtxErrFmtMsg(&info, session.words, sizeof session.words);
+  placeNumber(session.words, info);
   writePath(info.elemName, session.path, sizeof session.path);
   finding.text = session.words;
   finding.path = session.path;

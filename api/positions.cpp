@@ -98,7 +98,15 @@ void locate(Positions& positions, velnor3gpp_Node* node, PushedName* pushed)
   const RtxSListNode* entry = search(positions, positions.next, nullptr, path);
   // A coder by hand may read fields in another order than the rows tell them: then it is looked for from the front.
   if (!entry) entry = search(positions, positions.first, positions.next, path);
-  if (!entry) return;
+  if (!entry) {
+    // Coders by hand read an alternative under the name of another one, as they do in headers: it is where its choice
+    // is.
+    if (node->parent && node->parent->kind == VELNOR3GPP_CHOICE) {
+      node->bitOffset = node->parent->bitOffset;
+      node->bits = node->parent->bits;
+    }
+    return;
+  }
   node->bitOffset = fieldOf(entry)->bitOffset;
   // From its first field to the last that lies in it: members may have been read with gaps between them.
   bool inside = node->step == VELNOR3GPP_ENTER;
