@@ -63,7 +63,7 @@ static void printHeading(Run& run, const Message& message, const std::vector<std
   text += counted(message.octets.size(), "octet");
   if (!run.options.view && !title.empty()) text += "  " + title;
   for (size_t i = 0; i < tried.size(); ++i) text += (i ? ", " : "; tried as ") + tried[i];
-  run.out.write(text + "\n");
+  run.out.write(run.options.view ? folded(run.style, text) : text + "\n");
 }
 
 static void printRecord(Run& run)
@@ -142,7 +142,8 @@ static void printText(Run& run, const Message& message, const std::vector<std::s
     printView(run.out, run.style, run.session.get());
   else
     printRecord(run);
-  run.out.write(endText(run.session.get(), !run.options.view)); // a view has the findings
+  std::string end = endText(run.session.get(), !run.options.view); // a view has the findings
+  run.out.write(run.options.view ? folded(run.style, end) : end);
   if (run.options.trace) printTrace(run);
   if (run.options.reencode && outcome <= Outcome::kRemarks) reencode(run, message);
 }

@@ -11,13 +11,15 @@
 #include "coding.h"
 #include "hex.h"
 #include "names.h"
+#include "viewValue.h"
 #include "words.h"
 
 namespace {
 
 constexpr size_t kMargin = 18; // octet and bits
 constexpr size_t kValueColumn = 48;
-constexpr size_t kLeastValue = 16; // columns that a value has in any case
+constexpr size_t kLeastValue = 11; // columns that a value has in any case
+constexpr size_t kLeastWidth = 40, kMostWidth = 200;
 constexpr size_t kOctetBits = 8;
 
 struct Note {
@@ -52,6 +54,9 @@ struct View {
   std::vector<size_t> open;   // the lines of the containers around
   std::vector<Unread> unread; // in the order of the wire; those before `keptDone` are shown
   size_t keptDone = 0;
+  uint64_t before = 0;        // the last number of the container
+  size_t typeLine = SIZE_MAX; // of a message type whose message has not been shown
+  unsigned typesNamed = 0;
 };
 
 } // namespace
@@ -111,11 +116,25 @@ static std::vector<std::string> wrapped(const std::string& text, size_t first, s
   return lines;
 }
 
+std::string folded(const ViewStyle& style, std::string_view text)
+{
+  std::string all;
+  for (size_t end; !text.empty(); text.remove_prefix(std::min(end + 1, text.size()))) {
+    end = std::min(text.find('\n'), text.size());
+    bool first = true;
+    for (const std::string& line : wrapped(std::string(text.substr(0, end)), style.width, style.width - 2)) {
+      all += (first ? "" : "  ") + line + "\n";
+      first = false;
+    }
+  }
+  return all;
+}
+
 static void printLine(const View& view, const Line& line)
 {
   char margin[32];
   snprintf(margin, sizeof margin, "%5s  %-9s  ", line.octet.c_str(), line.bits.c_str());
-  size_t width = std::max<size_t>(view.style.width, kMargin + 2 * kLeastValue);
+  size_t width = view.style.width;
   size_t indent = std::min<size_t>(2 * line.level, width / 2 - kMargin);
   size_t nameEnd = kMargin + indent + line.name.size();
   size_t column = std::min(kValueColumn, width - kLeastValue);
@@ -144,22 +163,27 @@ static void addLine(View& view, Line line)
 }
 
 // The margin of a field: its octet, and its bits there or its octets. A field across octets that does not fill them
-// has a line for each octet; those behind the first go to `more`.
+// has a line for each octet; those behind the first go to `more`. Of a long one, whole octets share a line.
 static void place(const View& view, size_t bit, size_t bits, Line& line, std::vector<Line>& more)
 {
   if (!isInside(view, bit, bits)) return;
   const uint8_t* octets = view.result.deciphered;
-  size_t octet = bit / kOctetBits, first = bit % kOctetBits;
+  size_t octet = bit / kOctetBits, first = bit % kOctetBits, end = bit + bits;
   line.octet = std::to_string(octet);
   if (!first && bits % kOctetBits == 0 && bits > kOctetBits) {
     line.bits = shortHex(octets + octet, bits / kOctetBits);
     return;
   }
   line.bits = bitsInOctet(octets[octet], first, bits);
-  if (bits > 8 * kOctetBits) return; // a string of bits, whose value shows them
-  for (size_t done = kOctetBits - first; done < bits; done += kOctetBits) {
-    ++octet;
-    more.push_back({std::to_string(octet), bitsInOctet(octets[octet], 0, bits - done), "", "", Paint::plain, 0});
+  bool isLong = bits > 8 * kOctetBits;
+  for (bit += kOctetBits - first; bit < end;) {
+    octet = bit / kOctetBits;
+    size_t whole = (end - bit) / kOctetBits;
+    bool together = isLong && whole > 1;
+    more.push_back({std::to_string(octet),
+                    together ? shortHex(octets + octet, whole) : bitsInOctet(octets[octet], 0, end - bit), "", "",
+                    Paint::plain, 0});
+    bit += together ? whole * kOctetBits : kOctetBits;
   }
 }
 
@@ -172,74 +196,33 @@ static void printPlaced(View& view, size_t bit, size_t bits, Line line)
   if (isInside(view, bit, bits)) view.next = bit + bits;
 }
 
-static std::string quoted(const uint8_t* text, size_t count)
-{
-  std::string result = "'";
-  for (size_t i = 0; i < count; ++i) result += text[i] >= 0x20 && text[i] < 0x7F ? static_cast<char>(text[i]) : '.';
-  return result + "'";
-}
-
-static bool isReadable(const uint8_t* octets, size_t count)
-{
-  return count > 3 && std::all_of(octets, octets + count, [](uint8_t c) { return c >= 0x20 && c < 0x7F; });
-}
-
-static std::string bitText(const uint8_t* bits, size_t count)
-{
-  std::string text;
-  for (size_t i = 0; i < count; ++i) text += bits[i / 8] >> (7 - i % 8) & 1 ? '1' : '0';
-  return text;
-}
-
 static std::string nameOf(const velnor3gpp_Node* node)
 {
   return node->name ? std::string(node->name, node->nameLength) : "";
 }
 
-static std::string numberText(const View& view, const velnor3gpp_Node* node)
-{
-  std::string text = std::to_string(node->number);
-  bool shown =
-      node->width > kOctetBits && node->bitOffset % kOctetBits == 0 && isInside(view, node->bitOffset, node->bits);
-  if (node->width >= kOctetBits && node->number > 9 && !shown) {
-    char hex[80];
-    snprintf(hex, sizeof hex, " (0x%0*llx)", (node->width + 3) / 4, static_cast<unsigned long long>(node->number));
-    text += hex;
-  }
-  if (nameOf(node) == "msgType" && *view.result.title) text += std::string("  ") + view.result.title;
-  return text;
-}
-
-static std::string valueText(const View& view, const velnor3gpp_Node* node)
-{
-  switch (node->kind) {
-    case VELNOR3GPP_NUMBER:
-      return numberText(view, node);
-    case VELNOR3GPP_FLAG:
-      return node->number ? "1  yes" : "0  no";
-    case VELNOR3GPP_ENUMERATED:
-      return std::to_string(node->number) + "  " + (node->valueName ? asWords(node->valueName) : "(no such value)");
-    case VELNOR3GPP_OCTETS:
-      return octetText(node->data, node->count) +
-             (isReadable(node->data, node->count) ? "  " + quoted(node->data, node->count) : "");
-    case VELNOR3GPP_BITS:
-      return bitText(node->data, node->count);
-    case VELNOR3GPP_TEXT:
-      return quoted(node->data, node->count);
-    default:
-      return "present";
-  }
-}
-
 static std::string labelOf(const velnor3gpp_Node* node)
 {
+  // An alternative that is called no more than that has its choice's name.
+  if (nameOf(node) == "value" && node->parent && node->parent->kind == VELNOR3GPP_CHOICE && node->parent->name)
+    return labelOf(node->parent);
   if (node->name) return asTitle(nameOf(node));
   return "[" + std::to_string(node->index) + "]";
 }
 
+// The name of a message behind its type, which stands in front of it. That of the whole is the result's: two messages
+// can share a type.
+static void nameMessage(View& view, const std::string& title)
+{
+  if (view.typeLine == SIZE_MAX) return;
+  const std::string& name = view.typesNamed++ ? title : view.result.title;
+  if (!name.empty()) view.lines[view.typeLine].value += "  " + name;
+  view.typeLine = SIZE_MAX;
+}
+
 // A message has the standard's name, and so has an element whose own name says less than that ("Mobile identity" and
 // "5GS mobile identity"). What says more ("Requested NSSAI") stays, with the standard's name behind it.
-static void nameContainer(const velnor3gpp_Node* node, Line& line)
+static void nameContainer(View& view, const velnor3gpp_Node* node, Line& line)
 {
   line.name = labelOf(node);
   line.nameInk = Paint::name;
@@ -249,6 +232,7 @@ static void nameContainer(const velnor3gpp_Node* node, Line& line)
   if (!type) return;
   velnor3gpp_TypeFacts facts = factsOf(type);
   std::string title = facts.title, clause = facts.clause;
+  if (facts.use == VELNOR3GPP_MESSAGE) nameMessage(view, title);
   size_t comma = clause.find(", ");
   if (comma != std::string::npos) clause.erase(0, comma + 2);
   bool says = facts.use == VELNOR3GPP_MESSAGE || lower(title).find(lower(line.name)) != std::string::npos;
@@ -302,7 +286,10 @@ static void printUnread(View& view, const Unread& unread)
   size_t octet = unread.bit / kOctetBits, count = unread.bits / kOctetBits;
   if (unread.bit % kOctetBits == 0 && count && isInside(view, unread.bit, unread.bits))
     line.value = octetText(view.result.deciphered + octet, count);
-  printPlaced(view, unread.bit, unread.bits, line);
+  if (unread.bit < view.next)
+    addLine(view, line); // padding and lengths that a field shows already
+  else
+    printPlaced(view, unread.bit, unread.bits, line);
 }
 
 // What stands between the last element and `end`: elements that were kept unread, in their places.
@@ -316,15 +303,21 @@ static void printUpTo(View& view, size_t end, const char* name)
   printBetween(view, end, name);
 }
 
+// The identifier of an element has 8 bits, or 4 that share an octet with the element.
+static bool isIdentifier(const velnor3gpp_Node* node, size_t bits)
+{
+  bool half = bits == kOctetBits / 2 && node->bitOffset % kOctetBits == kOctetBits / 2;
+  const velnor3gpp_Type* around = node->parent ? velnor3gpp_nodeType(node->parent) : nullptr;
+  return (half || bits == kOctetBits) && around && factsOf(around).use == VELNOR3GPP_MESSAGE;
+}
+
 static void printGap(View& view, const velnor3gpp_Node* node)
 {
-  if (!node->bits) return;
-  const velnor3gpp_Node* around = node->parent;
+  if (!node->bits || node->bitOffset < view.next) return;
   size_t start = view.next; // the identifier of an element stands right in front of it
   for (size_t i = view.keptDone; i < view.unread.size() && view.unread[i].bit < node->bitOffset; ++i)
     start = view.unread[i].bit + view.unread[i].bits;
-  bool option =
-      around && around->parent && around->parent->kind == VELNOR3GPP_CHOICE && node->bitOffset - start == kOctetBits;
+  bool option = isIdentifier(node, node->bitOffset - start);
   printUpTo(view, node->bitOffset, option ? "(element identifier)" : "(tells what follows)");
 }
 
@@ -334,7 +327,7 @@ static int enter(View& view, const velnor3gpp_Node* node)
   if (node->kind == VELNOR3GPP_CHOICE && node->name) return 0; // its alternative says it
   printGap(view, node);
   Line line;
-  nameContainer(node, line);
+  nameContainer(view, node, line);
   if (isInside(view, node->bitOffset, node->bits)) line.octet = std::to_string(node->bitOffset / kOctetBits);
   bool closed = view.style.depth && view.level + 1 > view.style.depth;
   view.open.push_back(view.lines.size());
@@ -346,6 +339,7 @@ static int enter(View& view, const velnor3gpp_Node* node)
   addLine(view, line);
   printNotes(view, node);
   ++view.level;
+  view.before = 0;
   return 0;
 }
 
@@ -355,10 +349,46 @@ static void leave(View& view, const velnor3gpp_Node* node)
   Line& line = view.lines[view.open.back()];
   view.open.pop_back();
   --view.level;
+  view.before = 0;
   if (!isInside(view, node->bitOffset, node->bits) || view.next > node->bitOffset) return;
+  bool unread = view.keptDone < view.unread.size() && view.unread[view.keptDone].bit < node->bitOffset + node->bits;
+  if (unread) return;
   std::vector<Line> more;
   place(view, node->bitOffset, node->bits, line, more);
-  if (more.empty()) view.next = node->bitOffset + node->bits;
+  for (const Line& next : more) addLine(view, next);
+  view.next = node->bitOffset + node->bits;
+}
+
+// Bits of a value's field that are not the value's own stand in front of it: a presence or extension bit, a length.
+static size_t bitsInFront(const velnor3gpp_Node* node)
+{
+  size_t own = node->kind == VELNOR3GPP_OCTETS ? node->count * kOctetBits
+               : node->kind == VELNOR3GPP_BITS ? node->count
+                                               : node->width;
+  bool known = node->kind != VELNOR3GPP_TEXT && node->kind != VELNOR3GPP_NOTHING;
+  return known && own < node->bits ? node->bits - own : 0;
+}
+
+static void showValue(View& view, const velnor3gpp_Node* node)
+{
+  if (node->kind == VELNOR3GPP_NOTHING && nameOf(node) == "noValue") return;
+  printGap(view, node);
+  size_t bit = node->bitOffset, bits = node->bits, front = bitsInFront(node);
+  if (front && isInside(view, bit, bits) && bit >= view.next) {
+    bool text = node->kind == VELNOR3GPP_OCTETS || node->kind == VELNOR3GPP_BITS;
+    printBetween(view, bit + front, text ? "(length)" : "(tells what follows)");
+    bit += front;
+    bits -= front;
+  }
+  Line line;
+  line.name = node->name || node->parent ? labelOf(node) : asTitle(factsOf(view.result.type).shortName);
+  bool inOctets = bits && bit % kOctetBits == 0 && isInside(view, bit, bits);
+  line.value = valueText(node, inOctets, view.before);
+  if (node->kind == VELNOR3GPP_NUMBER) view.before = node->number;
+  if (node->kind == VELNOR3GPP_NOTHING) nameMessage(view, line.name);
+  if (nameOf(node) == "msgType") view.typeLine = view.lines.size();
+  printPlaced(view, bit, bits, line);
+  printNotes(view, node);
 }
 
 static int showNode(const velnor3gpp_Node* node, void* arg)
@@ -370,12 +400,7 @@ static int showNode(const velnor3gpp_Node* node, void* arg)
     if (!whole && !passed) leave(view, node);
     return 0;
   }
-  printGap(view, node);
-  Line line;
-  line.name = node->name || node->parent ? labelOf(node) : asTitle(factsOf(view.result.type).shortName);
-  line.value = valueText(view, node);
-  printPlaced(view, node->bitOffset, node->bits, line);
-  printNotes(view, node);
+  showValue(view, node);
   return 0;
 }
 
@@ -388,8 +413,8 @@ ViewStyle styleFor(const Output& out, const std::string& colour, unsigned depth)
   style.colour = colour == "always" || (colour == "auto" && out.isTerminal() && !(none && *none) && !dumb);
   style.depth = depth;
   struct winsize size = {};
-  if (out.isTerminal() && ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col >= 60)
-    style.width = std::min<size_t>(size.ws_col, 120);
+  if (out.isTerminal() && ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col)
+    style.width = std::clamp<size_t>(size.ws_col, kLeastWidth, kMostWidth);
   return style;
 }
 
@@ -424,8 +449,20 @@ static void takeUnread(View& view)
   std::stable_sort(view.unread.begin(), view.unread.end(), [](auto& a, auto& b) { return a.bit < b.bit; });
 }
 
+// What a decoder that failed has not come to holds nothing that was read: its lines go, but for what was said there.
+static void dropUnread(View& view)
+{
+  if (view.result.status >= 0) return;
+  auto read =
+      std::find_if(view.lines.rbegin(), view.lines.rend(), [](const Line& line) { return !line.octet.empty(); });
+  view.lines.erase(
+      std::remove_if(read.base(), view.lines.end(), [](const Line& line) { return line.nameInk != Paint::bad; }),
+      view.lines.end());
+}
+
 static void printRest(View& view)
 {
+  dropUnread(view);
   view.level = 0;
   size_t all = view.result.count * kOctetBits;
   while (view.keptDone < view.unread.size())

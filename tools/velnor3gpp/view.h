@@ -14,6 +14,8 @@ struct ViewStyle {
 // The style for an output: colours and its width if it is a terminal and nobody has asked for none (NO_COLOR).
 // `colour` is "auto", "always" or "never".
 ViewStyle styleFor(const Output& out, const std::string& colour, unsigned depth);
+// Lines, each folded at the width and ended.
+std::string folded(const ViewStyle& style, std::string_view text);
 // Shows the session's record with the octets and bits of each element; findings stand at their elements.
 void printView(Output& out, const ViewStyle& style, velnor3gpp_Session* session);
 
