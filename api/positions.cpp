@@ -15,6 +15,7 @@ namespace {
 struct PathText {
   char chars[kPathRoom];
   size_t length;
+  bool value; // of a value, not of a container
 };
 
 } // namespace
@@ -59,11 +60,13 @@ static const RtxBitField* fieldOf(const RtxSListNode* entry)
   return static_cast<const RtxBitField*>(entry->data);
 }
 
-// Is the field the path's own, or one of something within? "a.b" holds "a.b", "a.b.c" and "a.b[0]", but not "a.bc".
+// Is the field the path's own, or one of something within? "a.b" holds "a.b", "a.b.c" and "a.b[0]", but not "a.bc". A
+// value holds no entries: those are of a list in front of it that is pushed under its name.
 static bool isWithin(const RtxBitField* field, const PathText& path)
 {
   if (!field->elemName || strncmp(field->elemName, path.chars, path.length)) return false;
   char behind = field->elemName[path.length];
+  if (path.value) return !behind || (behind == '.' && strncmp(field->elemName + path.length, ".elem[", 6));
   return !behind || behind == '.' || behind == '[';
 }
 
@@ -94,6 +97,7 @@ void locate(Positions& positions, velnor3gpp_Node* node, PushedName* pushed)
 {
   PathText path;
   path.length = 0;
+  path.value = node->step == VELNOR3GPP_VALUE;
   pushedPath(path, node, pushed);
   const RtxSListNode* entry = search(positions, positions.next, nullptr, path);
   // A coder by hand may read fields in another order than the rows tell them: then it is looked for from the front.
