@@ -207,7 +207,8 @@ static bool isLower(char c)
   return c >= 'a' && c <= 'z';
 }
 
-// Where the word that begins at `at` ends: "NASKeySet" has the words NAS, Key, Set; "x128-eea1" stays one.
+// Where the word that begins at `at` ends: "NASKeySet" has the words NAS, Key, Set; "x128-eea1" stays one, and so does
+// "IEs".
 static size_t wordEnd(std::string_view name, size_t at)
 {
   if (name.substr(at, 4) == "CIoT") return at + 4;
@@ -218,7 +219,8 @@ static size_t wordEnd(std::string_view name, size_t at)
     bool beforeLower = end + 1 < name.size() && isLower(name[end + 1]);
     bool startsWord = isUpper(c) && (isLower(name[end - 1]) || (isDigit(name[end - 1]) && beforeLower));
     bool endsLetters = letters && isLower(c) && end - at > 1 && isUpper(name[end - 1]);
-    if (endsLetters) return end - 1;
+    bool several = c == 's' && !beforeLower;
+    if (endsLetters) return several ? end + 1 : end - 1;
     if (startsWord) return end;
     ++end;
   }
@@ -289,6 +291,7 @@ static std::string makeWords(std::string_view name)
     if (!text.empty()) text += ' ';
     text += meaningOf(name.substr(at, end - at));
     at = end;
+    if (text == "number" && at < name.size()) text += " of"; // numEntries
   }
   return text;
 }
