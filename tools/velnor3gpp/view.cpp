@@ -343,14 +343,16 @@ static int enter(View& view, const velnor3gpp_Node* node)
   return 0;
 }
 
-// Where no element inside has a place of its own (MCC and MNC share octets), the container shows the octets.
+// Where no element inside has a place of its own (MCC and MNC share octets), the container shows the octets. An empty
+// list has none: its bits are the next one's.
 static void leave(View& view, const velnor3gpp_Node* node)
 {
   Line& line = view.lines[view.open.back()];
   view.open.pop_back();
   --view.level;
   view.before = 0;
-  if (!isInside(view, node->bitOffset, node->bits) || view.next > node->bitOffset) return;
+  bool empty = node->kind == VELNOR3GPP_LIST && !node->count;
+  if (empty || !isInside(view, node->bitOffset, node->bits) || view.next > node->bitOffset) return;
   bool unread = view.keptDone < view.unread.size() && view.unread[view.keptDone].bit < node->bitOffset + node->bits;
   if (unread) return;
   std::vector<Line> more;
