@@ -1,6 +1,6 @@
 // Messages a second of the program, of processor time, from a file into nothing: the 5GS mix of the corpus through the
 // filter, with a key in front of each message, as JSON and as values, by one worker, and as text, alone and with its
-// trace. The rate is that of the best of five runs.
+// trace, and as the view. The rate is that of the best of five runs.
 //   programRate PROGRAM   ends with 1 if a rate is less than its limit
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -32,6 +32,7 @@ const Work kWorks[] = {
     {"names", {"filter", "--names"}, 200000, 200000},
     {"values", {"filter", "--field", "message", "--field", "status"}, 200000, 200000},
     {"text", {"decode"}, 20000, 60000},
+    {"view", {"decode", "--view"}, 10000, 12000},
     {"trace", {"decode", "--trace"}, 5000, 20000},
 };
 
