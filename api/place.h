@@ -10,17 +10,22 @@
 struct L3Row;
 struct L3Type;
 
+// A flag of velnor3gpp_visit besides the public ones: `row` and `hidden` are told, which other visitors need not pay
+// for.
+constexpr unsigned kVisitPersons = 1U << 31;
+
 struct Place {
   velnor3gpp_Node node;
   const char* pushed;    // its name in element paths
+  uint32_t pathEnd;      // with positions: the length of its path
   const uint8_t* member; // of a number, its octets in the record
   uint8_t store;         // how many
   const L3Type* type;    // or null
   const uint8_t* record; // of a record
   const L3Type* bare;    // the bare type that is told as this node, or null
   const uint8_t* value;  // of the bare type
-  const L3Row* row;      // that told it, or null
-  bool hidden;           // it lies in something that tells of a person
+  const L3Row* row;      // with kVisitPersons: that told it, or null
+  bool hidden;           // with kVisitPersons: it lies in something that tells of a person
 };
 
 // Only for nodes that the walk has made; a caller's own node is no Place.

@@ -2,36 +2,26 @@
 // start of the message.
 #include "api/positions.h"
 
+#include "api/place.h"
 #include "api/session.h"
 #include "velnor3gpp/rtxDiagBitTrace.h"
 
-static constexpr size_t kPathRoom = 1024;
 // A message of nothing but tiny fields that no node asks for would make each search long. So many looks for each field
 // are more than real messages need (most nodes are found at the first); behind that, nodes have no place.
 static constexpr size_t kLooksPerField = 64;
 
-namespace {
-
-struct PathText {
-  char chars[kPathRoom];
-  size_t length;
-  bool value; // of a value, not of a container
-};
-
-} // namespace
-
 // Appends as much as fits. A path that is cut is not found, and its node has no place.
-static void append(PathText& path, const char* text)
+static void append(PositionPath& path, const char* text)
 {
   size_t length = strlen(text);
-  if (length >= kPathRoom - path.length) length = kPathRoom - path.length - 1;
+  if (length >= sizeof path.chars - path.length) length = sizeof path.chars - path.length - 1;
   memcpy(path.chars + path.length, text, length);
   path.length += length;
   path.chars[path.length] = 0;
 }
 
 // Writes the digits from the right.
-static void appendIndex(PathText& path, uint32_t index)
+static void appendIndex(PositionPath& path, uint32_t index)
 {
   char digits[14] = "]";
   size_t first = sizeof digits - 2;
@@ -43,16 +33,18 @@ static void appendIndex(PathText& path, uint32_t index)
   append(path, digits + first);
 }
 
-// "RegAccept.taiList.elem[0]": the path of a node in names as the decoder pushes them. Recursive by nesting, which the
-// walk bounds at 64.
-static void pushedPath(PathText& path, const velnor3gpp_Node* node, PushedName* pushed)
+// "RegAccept.taiList.elem[0]": the path of a node in names as the decoder pushes them. That of the container around
+// stands in front of it already: containers are located before what they hold, and what stood behind it is done.
+static void pushedPath(PositionPath& path, Place& place)
 {
-  if (node->parent) {
-    pushedPath(path, node->parent, pushed);
-    append(path, ".");
-  }
-  append(path, pushed(node) ? pushed(node) : "");
-  if (node->parent && !node->name) appendIndex(path, node->index);
+  const Place* around = reinterpret_cast<const Place*>(place.node.parent);
+  path.length = around ? around->pathEnd : 0;
+  path.chars[path.length] = 0;
+  if (around) append(path, ".");
+  append(path, place.pushed ? place.pushed : "");
+  if (around && !place.node.name) appendIndex(path, place.node.index);
+  path.value = place.node.step == VELNOR3GPP_VALUE;
+  place.pathEnd = static_cast<uint32_t>(path.length);
 }
 
 static const RtxBitField* fieldOf(const RtxSListNode* entry)
@@ -62,7 +54,7 @@ static const RtxBitField* fieldOf(const RtxSListNode* entry)
 
 // Is the field the path's own, or one of something within? "a.b" holds "a.b", "a.b.c" and "a.b[0]", but not "a.bc". A
 // value holds no entries: those are of a list in front of it that is pushed under its name.
-static bool isWithin(const RtxBitField* field, const PathText& path)
+static bool isWithin(const RtxBitField* field, const PositionPath& path)
 {
   if (!field->elemName || strncmp(field->elemName, path.chars, path.length)) return false;
   char behind = field->elemName[path.length];
@@ -72,7 +64,7 @@ static bool isWithin(const RtxBitField* field, const PathText& path)
 
 // The first entry under the path in from..to, counting the looks.
 static const RtxSListNode* search(Positions& positions, const RtxSListNode* from, const RtxSListNode* to,
-                                  const PathText& path)
+                                  const PositionPath& path)
 {
   for (const RtxSListNode* entry = from; entry && entry != to && positions.looks; entry = entry->next) {
     --positions.looks;
@@ -93,12 +85,11 @@ bool openPositions(Positions& positions, velnor3gpp_Session& session)
 
 // Finds the node's first field and sums up to the end of its last. A record's search leaves `next` at its first field,
 // since its members begin there; a value leaves it behind.
-void locate(Positions& positions, velnor3gpp_Node* node, PushedName* pushed)
+void locate(Positions& positions, Place& place)
 {
-  PathText path;
-  path.length = 0;
-  path.value = node->step == VELNOR3GPP_VALUE;
-  pushedPath(path, node, pushed);
+  PositionPath& path = positions.path;
+  pushedPath(path, place);
+  velnor3gpp_Node* node = &place.node;
   const RtxSListNode* entry = search(positions, positions.next, nullptr, path);
   // A coder by hand may read fields in another order than the rows tell them: then it is looked for from the front.
   if (!entry) entry = search(positions, positions.first, positions.next, path);

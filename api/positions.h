@@ -8,19 +8,25 @@
 #include "velnor3gpp/rtxSList.h"
 #include "velnor3gpp/velnor3gpp.h"
 
+struct Place;
+
+// A path as the decoder pushes it, ended by zero. One that has no room is cut, and its node has no place.
+struct PositionPath {
+  char chars[1024];
+  size_t length;
+  bool value; // of a value, not of a container
+};
+
 struct Positions {
   const RtxSListNode* first;
   const RtxSListNode* next; // where the search begins
   size_t looks;             // entries that may still be looked at: the work stays linear whatever the message
+  PositionPath path;        // of the node that was located last
 };
-
-using PushedName = const char*(const velnor3gpp_Node* node);
 
 // False if there are none: memory is out, or the record is not that of a decoded message.
 bool openPositions(Positions& positions, velnor3gpp_Session& session);
-// Gives the node its place, if it has one. `pushed` tells the name that the decoder has for a node.
-void locate(Positions& positions, velnor3gpp_Node* node, PushedName* pushed);
-// The name that the decoder pushes for a node of the walk.
-const char* pushedName(const velnor3gpp_Node* node);
+// Gives the node its place, if it has one. The node around it has been located before.
+void locate(Positions& positions, Place& place);
 
 #endif

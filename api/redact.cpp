@@ -72,7 +72,7 @@ int velnor3gpp_redact(velnor3gpp_Session* session)
 {
   if (!session) return RTX_E_NULL_POINTER;
   uint64_t before = 0;
-  int status = velnor3gpp_visit(session, 0, hide, &before);
+  int status = velnor3gpp_visit(session, kVisitPersons, hide, &before);
   clearAuthCode(*session);
   forgetOctets(*session);
   return status;
@@ -309,7 +309,7 @@ static int pseudonymise(velnor3gpp_Session& session, const Cipher& cipher, unsig
   velnor3gpp_Session* inside = nullptr;
   if (depth < kMaxInside && velnor3gpp_open(&inside) < 0) return RTX_E_NO_MEMORY;
   Replace replace = {cipher, inside, depth, {}, 0};
-  int status = velnor3gpp_visit(&session, 0, replaceNode, &replace);
+  int status = velnor3gpp_visit(&session, kVisitPersons, replaceNode, &replace);
   velnor3gpp_close(inside);
   forgetOctets(session);
   return status;

@@ -43,9 +43,10 @@ struct Walk {
   Positions* positions; // or null
   unsigned depth;
   int status;
-  unsigned hidden; // types and rows around that tell of a person
+  unsigned hidden; // with `persons`: types and rows around that tell of one
   const L3Row* row;
   bool names;
+  bool persons; // whether to tell what is private
   const RtxContext* ctxt;
 };
 
@@ -99,7 +100,7 @@ static void begin(Place& place, const Place* parent, const Name& name, velnor3gp
 // Hands a node to the visitor, with its position where they are asked for. The end of a record has none of its own.
 static int tell(Walk& walk, Place& place)
 {
-  if (walk.positions && place.node.step != VELNOR3GPP_LEAVE) locate(*walk.positions, &place.node, &pushedName);
+  if (walk.positions && place.node.step != VELNOR3GPP_LEAVE) locate(*walk.positions, place);
   place.hidden = walk.hidden != 0;
   place.row = walk.row;
   int answer = walk.visit(&place.node, walk.arg);
@@ -332,6 +333,7 @@ static bool isPrivate(const L3Row& row)
 
 static void visitElement(Walk& walk, const Place* parent, const L3Row& row, const Name& given, const uint8_t* record)
 {
+  if (!walk.persons) return visitContent(walk, parent, row, given, record);
   const L3Row* around = walk.row;
   unsigned hidden = isPrivate(row) ? 1 : 0;
   walk.row = &row;
@@ -406,21 +408,20 @@ const velnor3gpp_Type* velnor3gpp_nodeType(const velnor3gpp_Node* node)
   return type ? publicType(factsOf(*type)) : nullptr;
 }
 
-// Names in element paths differ from keys where a definition says so (`!name-as`).
-const char* pushedName(const Node* node)
-{
-  return reinterpret_cast<const Place*>(node)->pushed;
-}
-
 // Positions are left out where they cannot be had; the walk is the same without them.
 int velnor3gpp_visit(velnor3gpp_Session* session, unsigned flags, velnor3gpp_VisitFunc visit, void* arg)
 {
   if (!session || !visit) return RTX_E_NULL_POINTER;
   if (!hasRecord(*session)) return RTX_E_BAD_PARAMETER;
-  Positions positions = {};
+  Positions positions; // set where it is needed
   bool located = flags & VELNOR3GPP_POSITIONS && openPositions(positions, *session);
-  Walk walk = {visit,         arg, located ? &positions : nullptr, 0, 0, 0, nullptr, (flags & VELNOR3GPP_NAMES) != 0,
-               &session->ctxt};
+  Walk walk = {};
+  walk.visit = visit;
+  walk.arg = arg;
+  walk.positions = located ? &positions : nullptr;
+  walk.names = (flags & VELNOR3GPP_NAMES) != 0;
+  walk.persons = (flags & kVisitPersons) != 0;
+  walk.ctxt = &session->ctxt;
   const L3Type& type = typeOf(*session->known);
   visitType(walk, nullptr, type, {nullptr, l3NameOf(type), 0, 0, NameKind::whole}, session->record);
   return walk.status;
