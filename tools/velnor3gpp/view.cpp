@@ -16,11 +16,13 @@
 
 namespace {
 
-constexpr size_t kMargin = 18; // octet and bits
+constexpr size_t kOctetColumns = 5, kBitsColumns = 9;
+constexpr size_t kMargin = kOctetColumns + 2 + kBitsColumns + 2;
 constexpr size_t kValueColumn = 48;
 constexpr size_t kLeastValue = 11; // columns that a value has in any case
 constexpr size_t kLeastWidth = 40, kMostWidth = 200;
 constexpr size_t kOctetBits = 8;
+constexpr size_t kUsualLines = 64; // of a message
 
 struct Note {
   std::string path, text;
@@ -43,7 +45,6 @@ struct Unread {
 };
 
 struct View {
-  Output& out;
   const ViewStyle& style;
   velnor3gpp_Session* session;
   velnor3gpp_Result result;
@@ -61,16 +62,21 @@ struct View {
 
 } // namespace
 
-static const char* paintOf(const View& view, Paint paint)
+static constexpr std::string_view kPlain = "\033[0m";
+
+// Empty without colours.
+static std::string_view inkOf(const View& view, Paint paint)
 {
-  static constexpr const char* kCodes[] = {"", "\033[2m", "\033[1m", "\033[36m", "\033[1;31m"};
-  return view.style.colour ? kCodes[static_cast<size_t>(paint)] : "";
+  static constexpr std::string_view kCodes[] = {"", "\033[2m", "\033[1m", "\033[36m", "\033[1;31m"};
+  return view.style.colour ? kCodes[static_cast<size_t>(paint)] : std::string_view();
 }
 
-static std::string painted(const View& view, Paint paint, const std::string& text)
+static void append(std::string& all, std::string_view ink, std::string_view text)
 {
-  const char* code = paintOf(view, paint);
-  return *code && !text.empty() ? code + text + "\033[0m" : text;
+  bool inked = !ink.empty() && !text.empty();
+  if (inked) all += ink;
+  all += text;
+  if (inked) all += kPlain;
 }
 
 // The bits of a field where they stand in their octet, dots for the others: 4 bits from bit 4 on of 0x57 are
@@ -99,21 +105,24 @@ static bool isInside(const View& view, size_t bit, size_t bits)
   return bits && bit < all && bits <= all - bit;
 }
 
-// Cuts text into lines: the first of `first` columns, the others of `rest`. It breaks at blanks, and words that are
-// longer than a line anywhere.
-static std::vector<std::string> wrapped(const std::string& text, size_t first, size_t rest)
+// Appends text that begins in column `start`, and in column `indent` where it goes on in another line. It breaks at
+// blanks, and words that are longer than a line anywhere. Returns the column behind it.
+static size_t appendFolded(std::string& all, std::string_view ink, std::string_view text, size_t start, size_t indent,
+                           size_t width)
 {
-  std::vector<std::string> lines;
-  size_t at = 0, room = first;
-  while (text.size() - at > room) {
-    size_t cut = text.rfind(' ', at + room);
-    bool blank = cut != std::string::npos && cut > at;
-    lines.push_back(text.substr(at, blank ? cut - at : room));
-    at = blank ? cut + 1 : at + room;
-    room = rest;
+  for (;; start = indent) {
+    size_t room = width - start;
+    if (text.size() <= room) break;
+    size_t end = text.rfind(' ', room);
+    bool blank = end != std::string_view::npos && end;
+    if (!blank) end = room;
+    append(all, ink, text.substr(0, end));
+    text.remove_prefix(blank ? end + 1 : end);
+    all += '\n';
+    all.append(indent, ' ');
   }
-  lines.push_back(text.substr(at));
-  return lines;
+  append(all, ink, text);
+  return start + text.size();
 }
 
 std::string folded(const ViewStyle& style, std::string_view text)
@@ -121,39 +130,43 @@ std::string folded(const ViewStyle& style, std::string_view text)
   std::string all;
   for (size_t end; !text.empty(); text.remove_prefix(std::min(end + 1, text.size()))) {
     end = std::min(text.find('\n'), text.size());
-    bool first = true;
-    for (const std::string& line : wrapped(std::string(text.substr(0, end)), style.width, style.width - 2)) {
-      all += (first ? "" : "  ") + line + "\n";
-      first = false;
-    }
+    appendFolded(all, "", text.substr(0, end), 0, 2, style.width);
+    all += '\n';
   }
   return all;
 }
 
-static void printLine(const View& view, const Line& line)
+// "   12  0001 ....  ", of kMargin columns.
+static void appendMargin(std::string& all, std::string_view ink, const Line& line)
 {
-  char margin[32];
-  snprintf(margin, sizeof margin, "%5s  %-9s  ", line.octet.c_str(), line.bits.c_str());
+  all += ink;
+  all.append(kOctetColumns - std::min(kOctetColumns, line.octet.size()), ' ');
+  all += line.octet;
+  all += "  ";
+  all += line.bits;
+  all.append(kBitsColumns + 2 - std::min(kBitsColumns, line.bits.size()), ' ');
+  if (!ink.empty()) all += kPlain;
+}
+
+static void appendLine(const View& view, std::string& all, const Line& line)
+{
   size_t width = view.style.width;
-  size_t indent = std::min<size_t>(2 * line.level, width / 2 - kMargin);
-  size_t nameEnd = kMargin + indent + line.name.size();
+  size_t begin = std::min<size_t>(kMargin + 2 * line.level, width / 2);
   size_t column = std::min(kValueColumn, width - kLeastValue);
-  size_t start = line.value.empty() ? nameEnd : std::max(column, nameEnd + 2);
-  std::string text = painted(view, Paint::dim, margin) + std::string(indent, ' ');
-  std::vector<std::string> names = wrapped(line.name, width - kMargin - indent, width - kMargin - indent - 2);
-  for (size_t i = 0; i < names.size(); ++i)
-    text += (i ? "\n" + std::string(kMargin + indent + 2, ' ') : "") + painted(view, line.nameInk, names[i]);
-  if (names.size() > 1) nameEnd = kMargin + indent + 2 + names.back().size(), start = std::max(column, nameEnd + 2);
-  if (!line.value.empty() && start + std::min(line.value.size(), kLeastValue) > width) {
-    text += '\n';
-    nameEnd = 0;
-    start = column;
+  appendMargin(all, inkOf(view, Paint::dim), line);
+  all.append(begin - kMargin, ' ');
+  size_t at = appendFolded(all, inkOf(view, line.nameInk), line.name, begin, begin + 2, width);
+  if (!line.value.empty()) {
+    size_t start = std::max(column, at + 2);
+    if (start + std::min(line.value.size(), kLeastValue) > width) {
+      all += '\n';
+      at = 0;
+      start = column;
+    }
+    all.append(start - at, ' ');
+    appendFolded(all, inkOf(view, Paint::value), line.value, start, column, width);
   }
-  std::vector<std::string> values = wrapped(line.value, width - start, width - column);
-  for (size_t i = 0; i < values.size() && !line.value.empty(); ++i)
-    text += (i ? "\n" + std::string(column, ' ') : std::string(start - nameEnd, ' ')) +
-            painted(view, Paint::value, values[i]);
-  view.out.write(text + "\n");
+  all += '\n';
 }
 
 static void addLine(View& view, Line line)
@@ -191,8 +204,8 @@ static void printPlaced(View& view, size_t bit, size_t bits, Line line)
 {
   std::vector<Line> more;
   place(view, bit, bits, line, more);
-  addLine(view, line);
-  for (const Line& next : more) addLine(view, next);
+  addLine(view, std::move(line));
+  for (Line& next : more) addLine(view, std::move(next));
   if (isInside(view, bit, bits)) view.next = bit + bits;
 }
 
@@ -257,7 +270,7 @@ static void printNote(View& view, Note& note)
   Line line;
   line.name = (note.fatal ? "!! " : "! ") + note.text;
   line.nameInk = Paint::bad;
-  addLine(view, line);
+  addLine(view, std::move(line));
 }
 
 static void printNotes(View& view, const velnor3gpp_Node* node)
@@ -275,7 +288,7 @@ static void printBetween(View& view, size_t end, const char* name)
   Line line;
   line.name = name;
   line.nameInk = Paint::dim;
-  printPlaced(view, view.next, end - view.next, line);
+  printPlaced(view, view.next, end - view.next, std::move(line));
 }
 
 static void printUnread(View& view, const Unread& unread)
@@ -287,9 +300,9 @@ static void printUnread(View& view, const Unread& unread)
   if (unread.bit % kOctetBits == 0 && count && isInside(view, unread.bit, unread.bits))
     line.value = octetText(view.result.deciphered + octet, count);
   if (unread.bit < view.next)
-    addLine(view, line); // padding and lengths that a field shows already
+    addLine(view, std::move(line)); // padding and lengths that a field shows already
   else
-    printPlaced(view, unread.bit, unread.bits, line);
+    printPlaced(view, unread.bit, unread.bits, std::move(line));
 }
 
 // What stands between the last element and `end`: elements that were kept unread, in their places.
@@ -332,11 +345,11 @@ static int enter(View& view, const velnor3gpp_Node* node)
   bool closed = view.style.depth && view.level + 1 > view.style.depth;
   view.open.push_back(view.lines.size());
   if (closed) {
-    printPlaced(view, node->bitOffset, node->bits, line);
+    printPlaced(view, node->bitOffset, node->bits, std::move(line));
     ++view.level;
     return 1;
   }
-  addLine(view, line);
+  addLine(view, std::move(line));
   printNotes(view, node);
   ++view.level;
   view.before = 0;
@@ -357,7 +370,7 @@ static void leave(View& view, const velnor3gpp_Node* node)
   if (unread) return;
   std::vector<Line> more;
   place(view, node->bitOffset, node->bits, line, more);
-  for (const Line& next : more) addLine(view, next);
+  for (Line& next : more) addLine(view, std::move(next));
   view.next = node->bitOffset + node->bits;
 }
 
@@ -389,7 +402,7 @@ static void showValue(View& view, const velnor3gpp_Node* node)
   if (node->kind == VELNOR3GPP_NUMBER) view.before = node->number;
   if (node->kind == VELNOR3GPP_NOTHING) nameMessage(view, line.name);
   if (nameOf(node) == "msgType") view.typeLine = view.lines.size();
-  printPlaced(view, bit, bits, line);
+  printPlaced(view, bit, bits, std::move(line));
   printNotes(view, node);
 }
 
@@ -475,7 +488,7 @@ static void printRest(View& view)
     line.name = "(behind the last element)";
     line.nameInk = Paint::dim;
     if (aligned) line.value = octetText(view.result.deciphered + view.next / 8, view.result.count - view.next / 8);
-    printPlaced(view, view.next, all - view.next, line);
+    printPlaced(view, view.next, all - view.next, std::move(line));
   }
   for (Note& note : view.notes)
     if (!note.shown) printNote(view, note);
@@ -483,10 +496,13 @@ static void printRest(View& view)
 
 void printView(Output& out, const ViewStyle& style, velnor3gpp_Session* session)
 {
-  View view{out, style, session, resultOf(session), {}, 0, 0, {}, {}, {}};
+  View view{style, session, resultOf(session), {}, 0, 0, {}, {}, {}};
+  view.lines.reserve(kUsualLines);
   takeNotes(view);
   takeUnread(view);
   velnor3gpp_visit(session, VELNOR3GPP_NAMES | VELNOR3GPP_POSITIONS, showNode, &view);
   printRest(view);
-  for (const Line& line : view.lines) printLine(view, line);
+  std::string text;
+  for (const Line& line : view.lines) appendLine(view, text, line);
+  out.write(text);
 }
