@@ -368,8 +368,8 @@ VELNOR_API int velnor3gpp_redact(velnor3gpp_Session* session);
  *  same identity becomes the same other one, whatever message or element it stands in, and no two become the same.
  *  Digits stay digits, as many; an IMSI keeps country and network, an IMEI has the check digit that belongs to it. It
  *  looks into messages that other messages carry, where the definitions say that octets are one. A key of random octets
- * that is thrown away afterwards leaves no way back. Returns 0, RTX_E_NULL_POINTER, RTX_E_NO_MEMORY, or
- * RTX_E_BAD_PARAMETER without a record. */
+ *  that is thrown away afterwards leaves no way back. Elements kept as unusual, and octets that no type knows, fare as
+ * in `velnor3gpp_redact`. Returns 0, RTX_E_NULL_POINTER, RTX_E_NO_MEMORY, or RTX_E_BAD_PARAMETER without a record. */
 VELNOR_API int velnor3gpp_pseudonymise(velnor3gpp_Session* session, const uint8_t key[16]);
 
 /** Takes one step of building a record from named values: the mirror of `velnor3gpp_visit`. The first mistake is told
