@@ -200,6 +200,9 @@ static void checkInput(const Options& options)
 {
   if (options.inputs.empty() && isatty(STDIN_FILENO))
     throw UsageError("no records; give files of JSON, or - for standard input");
+  if (isCaptureName(options.fileName) && (options.binary || options.json))
+    throw UsageError(options.fileName + ": is a capture by its name; leave " + (options.json ? "--json" : "--binary") +
+                     " out");
   if (!options.fileName.empty()) refuseInput(options.fileName, options.inputs, options.session.keyFile);
 }
 
@@ -236,8 +239,9 @@ void addEncode(Command& app, Program& program)
       .valueName("TYPE");
   addKeyOption(command, options->session);
   addFormsOption(command, options->session);
-  command.addFlag("--binary", options->binary, "write the octets themselves instead of a line of hexadecimal each");
-  command.addFlag("--json", options->json, "an object of JSON for each message: type and octets");
+  Option binary =
+      command.addFlag("--binary", options->binary, "write the octets themselves instead of a line of hexadecimal each");
+  command.addFlag("--json", options->json, "an object of JSON for each message: type and octets").excludes(binary);
   command
       .addOption("-o,--output", options->fileName,
                  "write to this file, - for standard output; into a capture if it ends in .pcapng, .pcap or .cap")

@@ -175,7 +175,7 @@ void addRedact(Command& app, Program& program)
   auto options = std::make_shared<Options>();
   addInputs(command, options->inputs);
   addSessionOptions(command, options->session);
-  command.addFlag("--text", options->text, "the record as text instead of octets");
-  command.addFlag("--json", options->json, "an object of JSON for each message instead of octets");
+  Option text = command.addFlag("--text", options->text, "the record as text instead of octets");
+  command.addFlag("--json", options->json, "an object of JSON for each message instead of octets").excludes(text);
   command.callback([&program, options] { program.code = redact(*options, program.out); });
 }
