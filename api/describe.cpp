@@ -77,6 +77,7 @@ static Name nameOf(const L3Row& row, const Name& given)
 static void describeNumber(Describe& walk, const L3Row& row, const Name& name, bool optional, velnor3gpp_Kind kind)
 {
   velnor3gpp_Member member = memberOf(name, kind, optional);
+  if (row.type) member.is = publicType(factsOf(*row.type));
   member.width = row.op == kL3Unary ? uint8_t{8} : row.bits;
   if (member.width < name.width) member.width = name.width;
   bool spare = row.name && strncmp(row.name, "spare", 5) == 0;

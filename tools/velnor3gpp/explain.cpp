@@ -4,6 +4,7 @@
 
 #include "coding.h"
 #include "commands.h"
+#include "explainValues.h"
 #include "fieldPath.h"
 #include "forms.h"
 #include "hex.h"
@@ -166,6 +167,15 @@ static std::string headOf(const velnor3gpp_TypeFacts& facts)
   return text + (*facts.clause ? std::string(" (") + facts.clause + ")" : "");
 }
 
+static std::string valuesJson(const velnor3gpp_Type* type)
+{
+  std::string text;
+  for (const auto& [value, name] : valuesOf(type))
+    text +=
+        (text.empty() ? "{\"value\":" : ",{\"value\":") + std::to_string(value) + ",\"name\":" + jsonString(name) + "}";
+  return "[" + text + "]";
+}
+
 static void explainType(Output& out, const velnor3gpp_Type* type, bool json)
 {
   velnor3gpp_TypeFacts facts = factsOf(type);
@@ -174,10 +184,12 @@ static void explainType(Output& out, const velnor3gpp_Type* type, bool json)
     std::string text = factsJson(facts), rows;
     for (const Row& row : rowsOf(type).rows) rows += (rows.empty() ? "" : ",") + useJson({facts, row});
     text.pop_back();
-    return out.write(text + ",\"rows\":[" + rows + "],\"uses\":" + joined(uses) + "}\n");
+    return out.write(text + ",\"rows\":[" + rows + "],\"values\":" + valuesJson(type) + ",\"uses\":" + joined(uses) +
+                     "}\n");
   }
   out.write(headOf(facts) + "\n");
   printRows(out, type);
+  for (const auto& [value, name] : valuesOf(type)) out.print("  %5u  %s\n", static_cast<unsigned>(value), name.c_str());
   if (!uses.empty()) out.write("used in\n");
   for (const Use& use : uses) printUse(out, use);
 }
