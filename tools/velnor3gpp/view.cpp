@@ -23,6 +23,7 @@ constexpr size_t kLeastValue = 11; // columns that a value has in any case
 constexpr size_t kLeastWidth = 40, kMostWidth = 200;
 constexpr size_t kOctetBits = 8;
 constexpr size_t kUsualLines = 64; // of a message
+constexpr char kBehind[] = "(behind the last element)";
 
 struct Note {
   std::string path, text;
@@ -481,11 +482,11 @@ static void printRest(View& view)
   view.level = 0;
   size_t all = view.result.count * kOctetBits;
   while (view.keptDone < view.unread.size())
-    printUpTo(view, view.unread[view.keptDone].bit + 1, "(tells what follows)");
+    printUpTo(view, view.unread[view.keptDone].bit + 1, kBehind);
   if (view.next < all) {
     Line line;
     bool aligned = view.next % kOctetBits == 0;
-    line.name = "(behind the last element)";
+    line.name = kBehind;
     line.nameInk = Paint::dim;
     if (aligned) line.value = octetText(view.result.deciphered + view.next / 8, view.result.count - view.next / 8);
     printPlaced(view, view.next, all - view.next, std::move(line));
