@@ -400,7 +400,7 @@ static void showValue(View& view, const velnor3gpp_Node* node)
   line.name = node->name || node->parent ? labelOf(node) : asTitle(factsOf(view.result.type).shortName);
   bool inOctets = bits && bit % kOctetBits == 0 && isInside(view, bit, bits);
   line.value = valueText(node, inOctets, view.before);
-  if (node->kind == VELNOR3GPP_NUMBER) view.before = node->number;
+  if (node->kind == VELNOR3GPP_NUMBER || node->kind == VELNOR3GPP_ENUMERATED) view.before = node->number;
   if (node->kind == VELNOR3GPP_NOTHING) nameMessage(view, line.name);
   if (nameOf(node) == "msgType") view.typeLine = view.lines.size();
   printPlaced(view, bit, bits, std::move(line));
