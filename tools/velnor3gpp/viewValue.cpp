@@ -79,6 +79,97 @@ static std::string configurationText(const velnor3gpp_Node* node, uint64_t proto
   return (four && node->count == 4) || (six && node->count == 16) ? addressText(node, 0) : "";
 }
 
+static std::string rateText(uint64_t kbits)
+{
+  static constexpr const char* kUnits[] = {" kbit/s", " Mbit/s", " Gbit/s", " Tbit/s", " Pbit/s"};
+  size_t unit = 0;
+  for (; kbits && kbits % 1000 == 0 && unit + 1 < std::size(kUnits); ++unit) kbits /= 1000;
+  return std::to_string(kbits) + kUnits[unit];
+}
+
+// The first octet of a bit rate (TS 24.008, 10.5.6.5; TS 24.301, 9.9.4.2 and 9.9.4.3). Rates of 16 bits with the same
+// names have their unit elsewhere.
+static std::string bitRateText(const velnor3gpp_Node* node, uint64_t)
+{
+  uint64_t code = node->number;
+  if (node->width != kOctetBits || !code) return "";
+  if (code == 255) return rateText(0);
+  return rateText(code < 64 ? code : code < 128 ? 64 + (code - 64) * 8 : 576 + (code - 128) * 64);
+}
+
+static constexpr char kToldBefore[] = "the value told before";
+
+// The octet for what the first one cannot say.
+static std::string extendedRateText(const velnor3gpp_Node* node, uint64_t)
+{
+  uint64_t code = node->number;
+  if (!code) return kToldBefore;
+  if (code <= 74) return rateText(8600 + code * 100);
+  if (code <= 186) return rateText((16 + code - 74) * 1000);
+  return code <= 250 ? rateText((128 + (code - 186) * 2) * 1000) : "";
+}
+
+// The second such octet.
+static std::string extendedRate2Text(const velnor3gpp_Node* node, uint64_t)
+{
+  uint64_t code = node->number;
+  if (!code) return kToldBefore;
+  if (code <= 61) return rateText((256 + code * 4) * 1000);
+  if (code <= 161) return rateText((500 + (code - 61) * 10) * 1000);
+  return code <= 246 ? rateText((1500 + (code - 161) * 100) * 1000) : "";
+}
+
+// Four first extensions, then four second ones (TS 24.008, 10.5.6.5).
+static std::string listedRateText(const velnor3gpp_Node* node, uint64_t)
+{
+  return node->index < 4 ? extendedRateText(node, 0) : extendedRate2Text(node, 0);
+}
+
+// What of the rate of an APN goes beyond the other octets (TS 24.301, 9.9.4.2).
+static std::string furtherRateText(const velnor3gpp_Node* node, uint64_t)
+{
+  if (!node->number) return kToldBefore;
+  return node->number < 255 ? rateText(node->number * 256000) + " more" : "";
+}
+
+// Units 1, 2 ... are 1, 4, 16, 64 and 256 kbit/s, 1 Mbit/s and so on (TS 24.501, 9.11.4.14).
+static std::string scaledText(uint64_t count, uint64_t unit)
+{
+  static constexpr unsigned kUnits = 25;
+  if (!unit) return "";
+  unit = std::min<uint64_t>(unit, kUnits) - 1;
+  for (count <<= unit % 5 * 2; unit >= 5; unit -= 5) count *= 1000;
+  return rateText(count);
+}
+
+static std::string scaledRateText(const velnor3gpp_Node* node, uint64_t unit)
+{
+  return scaledText(node->number, unit);
+}
+
+// Units begin at 3 for 4 Mbit/s (TS 24.301, 9.9.4.29).
+static std::string scaledOctetsText(const velnor3gpp_Node* node, uint64_t unit)
+{
+  return node->count == 2 && unit >= 3 ? scaledText(node->data[0] << 8U | node->data[1], unit + 4) : "";
+}
+
+// TS 24.008, 10.5.6.5.
+static std::string sduSizeText(const velnor3gpp_Node* node, uint64_t)
+{
+  static constexpr unsigned kTens = 150, kLarger[] = {1502, 1510, 1520};
+  if (node->number <= kTens) return std::to_string(node->number * 10) + " octets";
+  uint64_t larger = node->number - kTens - 1;
+  return larger < std::size(kLarger) ? std::to_string(kLarger[larger]) + " octets" : "";
+}
+
+// Likewise.
+static std::string delayText(const velnor3gpp_Node* node, uint64_t)
+{
+  uint64_t code = node->number;
+  if (code > 62) return "";
+  return std::to_string(code < 16 ? code * 10 : code < 32 ? 200 + (code - 16) * 50 : 1000 + (code - 32) * 100) + " ms";
+}
+
 // Characters of the Basic Multilingual Plane. Controls, marks of direction and the like are shown as dots.
 static std::string wideText(const velnor3gpp_Node* node, uint64_t)
 {
@@ -121,6 +212,37 @@ static constexpr Derived kDerived[] = {
     {"TimeZoneAndTime", "second", digitsText},
     {"TimeZoneAndTime", "timeZone", zoneText},
     {"", "localTZ", zoneText},
+    {"", "maxUplinkBR", bitRateText},
+    {"", "maxDownlinkBR", bitRateText},
+    {"", "guaranteedUplinkBR", bitRateText},
+    {"", "guaranteedDownlinkBR", bitRateText},
+    {"", "maxBitRateForUL", bitRateText},
+    {"", "maxBitRateForDL", bitRateText},
+    {"", "guaranteedBitRateForUL", bitRateText},
+    {"", "guaranteedBitRateForDL", bitRateText},
+    {"", "apnAmbrforDL", bitRateText},
+    {"", "apnAmbrforUL", bitRateText},
+    {"", "extBitRate", listedRateText},
+    {"", "maxDownlinkBRExt", extendedRateText},
+    {"", "extMaxBitRateForUL", extendedRateText},
+    {"", "extMaxBitRateForDL", extendedRateText},
+    {"", "extGuaranteedBitRateForUL", extendedRateText},
+    {"", "extGuaranteedBitRateForDL", extendedRateText},
+    {"APNAggMaxBitRateExt", "extApnAmbrForDL", extendedRateText},
+    {"APNAggMaxBitRateExt", "extApnAmbrForUL", extendedRateText},
+    {"", "ext2ApnAmbrForDL", furtherRateText},
+    {"", "ext2ApnAmbrForUL", furtherRateText},
+    {"", "ext2MaxBitRateForUL", extendedRate2Text},
+    {"", "ext2MaxBitRateForDL", extendedRate2Text},
+    {"", "ext2GuaranteedBitRateForUL", extendedRate2Text},
+    {"", "ext2GuaranteedBitRateForDL", extendedRate2Text},
+    {"", "sessionAmbrDL", scaledRateText},
+    {"", "sessionAmbrUL", scaledRateText},
+    {"", "guarFlow", scaledRateText},
+    {"ExtAPNAggMaxBitRate", "extApnAmbrForDL", scaledOctetsText},
+    {"ExtAPNAggMaxBitRate", "extApnAmbrForUL", scaledOctetsText},
+    {"", "maxSDUSize", sduSizeText},
+    {"", "transferDelay", delayText},
     {"PCOUnit", "contents", configurationText},
     {"", "ucs2", wideText},
     {"", "ipv4", addressText},
@@ -132,13 +254,16 @@ static constexpr Derived kDerived[] = {
 
 static std::string derivedText(const velnor3gpp_Node* node, uint64_t before)
 {
-  const std::string_view name = nameOf(node);
+  // The entries of a list have its name.
+  const velnor3gpp_Node* named = node->name || !node->parent ? node : node->parent;
+  const std::string_view name = nameOf(named);
   const velnor3gpp_Type* around = nullptr;
   for (const Derived& derived : kDerived) {
     if (derived.member != name) continue;
-    bool octets = derived.text == addressText || derived.text == wideText || derived.text == configurationText;
+    bool octets = derived.text == addressText || derived.text == wideText || derived.text == configurationText ||
+                  derived.text == scaledOctetsText;
     if (octets != (node->kind == VELNOR3GPP_OCTETS)) continue;
-    if (!derived.type.empty() && !around) around = node->parent ? velnor3gpp_nodeType(node->parent) : nullptr;
+    if (!derived.type.empty() && !around) around = named->parent ? velnor3gpp_nodeType(named->parent) : nullptr;
     if (derived.type.empty() || (around && derived.type == factsOf(around).shortName))
       return derived.text(node, before);
   }
