@@ -481,8 +481,7 @@ static void printRest(View& view)
   dropUnread(view);
   view.level = 0;
   size_t all = view.result.count * kOctetBits;
-  while (view.keptDone < view.unread.size())
-    printUpTo(view, view.unread[view.keptDone].bit + 1, kBehind);
+  while (view.keptDone < view.unread.size()) printUpTo(view, view.unread[view.keptDone].bit + 1, kBehind);
   if (view.next < all) {
     Line line;
     bool aligned = view.next % kOctetBits == 0;

@@ -170,6 +170,20 @@ static std::string delayText(const velnor3gpp_Node* node, uint64_t)
   return std::to_string(code < 16 ? code * 10 : code < 32 ? 200 + (code - 16) * 50 : 1000 + (code - 32) * 100) + " ms";
 }
 
+// The end of an IMSI that is not concealed: two digits in an octet, the first one in the low half, a filler behind the
+// last (TS 24.501, 9.11.3.4).
+static std::string subscriberText(const velnor3gpp_Node* node, uint64_t)
+{
+  std::string text;
+  for (size_t i = 0; i < 2 * node->count; ++i) {
+    unsigned digit = node->data[i / 2] >> i % 2 * 4 & 15U;
+    if (digit == 15 && i + 1 == 2 * node->count) break;
+    if (digit > 9) return "";
+    text += static_cast<char>('0' + digit);
+  }
+  return text.empty() ? "" : "'" + text + "'";
+}
+
 // Characters of the Basic Multilingual Plane. Controls, marks of direction and the like are shown as dots.
 static std::string wideText(const velnor3gpp_Node* node, uint64_t)
 {
@@ -243,6 +257,7 @@ static constexpr Derived kDerived[] = {
     {"ExtAPNAggMaxBitRate", "extApnAmbrForUL", scaledOctetsText},
     {"", "maxSDUSize", sduSizeText},
     {"", "transferDelay", delayText},
+    {"", "schemeOutput", subscriberText},
     {"PCOUnit", "contents", configurationText},
     {"", "ucs2", wideText},
     {"", "ipv4", addressText},
@@ -260,8 +275,8 @@ static std::string derivedText(const velnor3gpp_Node* node, uint64_t before)
   const velnor3gpp_Type* around = nullptr;
   for (const Derived& derived : kDerived) {
     if (derived.member != name) continue;
-    bool octets = derived.text == addressText || derived.text == wideText || derived.text == configurationText ||
-                  derived.text == scaledOctetsText;
+    auto takes = [&](auto... texts) { return ((derived.text == texts) || ...); };
+    bool octets = takes(addressText, wideText, configurationText, scaledOctetsText, subscriberText);
     if (octets != (node->kind == VELNOR3GPP_OCTETS)) continue;
     if (!derived.type.empty() && !around) around = named->parent ? velnor3gpp_nodeType(named->parent) : nullptr;
     if (derived.type.empty() || (around && derived.type == factsOf(around).shortName))
