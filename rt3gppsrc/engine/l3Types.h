@@ -16,8 +16,8 @@
 
 #include "rt3gppsrc/engine/l3At.h"
 #include "rt3gppsrc/engine/l3Forms.h"
+#include "rt3gppsrc/engine/l3Values.h"
 #include "velnor3gpp/rtx3GPP.h"
-#include "velnor3gpp/rtxEnum.h"
 #include "velnor3gpp/rtxTypes.h"
 
 struct L3Call;
@@ -35,32 +35,6 @@ inline constexpr uint32_t kL3NoLimit = 0xFFFFFFFFU;
 struct L3Module {
   L3Run<char> decoder; // "TS24501IESSessionDec": TS24501IESSession.l3
   L3Run<char> encoder; // "TS24501IESSessionEnc"
-};
-
-// An enumeration. With the open flags set it is an integer some of whose values have names; only its width bounds it
-// then.
-struct L3Enum {
-  // Sorted by name. The `transformedIdx` of row i is the row that holds the i-th value in rising order, so one table
-  // serves the search by name and the search by value.
-  const RtxEnumItem* table;
-  // Rows of the table.
-  uint16_t rows;
-  // Width on the wire.
-  uint16_t bits;
-  // 1: the decoder takes any value of the width (`!open-decode`). 0: a value that is no member ends the decoding with
-  // -4.
-  uint8_t openDecode;
-  // The same for the encoder (`!open-encode`).
-  uint8_t openEncode;
-  // 1: a block `names`, whose field is an unsigned integer of L3Row.store octets; a value without a name prints as a
-  // number. 0: the field is a C enumeration of 32 bits, and a value without a name prints as "???".
-  uint8_t printOpen;
-  // 1: the values run without a gap from the lowest, so that value - lowest is an index and nothing has to be searched.
-  uint8_t gapless;
-  // One bit for each value from 0 to 255, 32 to a word: value 0x25 is bit 5 of members[1]. No larger value is a member.
-  uint32_t members[8];
-  // The standard's names of the values, "128-EEA2", in rising order of the values; null if no row has one.
-  const char* const* titles = nullptr;
 };
 
 // An earlier member of the same record on which something later depends.
@@ -207,23 +181,6 @@ struct L3Row {
   // What redacting does with it, and with how many octets.
   L3Privacy privacy = kL3Public;
   uint8_t privateOctets = 0;
-};
-
-// The values that the standard allows, both included. Decoders remark a value outside (-16, non-fatal), encoders refuse
-// it.
-struct L3Range {
-  uint32_t lo, hi;
-};
-
-// What the standard says that a value means. Values without words are as legal as others: only those who show values
-// look here.
-struct L3Meaning {
-  uint32_t value;
-  L3Run<char> text;
-};
-struct L3Meanings {
-  uint32_t count;
-  L3Run<L3Meaning> all; // in rising order of the values
 };
 
 // A string of octets. With `cap` the octets stand in the record: `numocts`, of one octet, then data[cap]. Without it

@@ -16,8 +16,8 @@ struct Options {
   bool json = false, namesOnly = false;
 };
 
-// A specification with the words that people have for its protocols, and the release that begins it. TS 24.007 and
-// TS 24.008 took over from the specifications of GSM with release 99, which counts as 3.
+// A standard with the words that people have for its protocols, and the release that begins it. TS 24.007 and
+// TS 24.008 took over from those of GSM with release 99, which counts as 3.
 struct Protocol {
   const char* module; // its first characters
   unsigned release;
@@ -76,7 +76,7 @@ static std::string protocolFault(const std::string& word)
   return wordFault(word, protocolWords());
 }
 
-// Releases of the specifications: 99, which counts as 3, and from 4 on.
+// Releases of the standards: 99, which counts as 3, and from 4 on.
 static std::string releaseFault(const std::string& word)
 {
   unsigned long release = std::stoul(word);
@@ -156,7 +156,7 @@ void addList(Command& app, Program& program)
       .valueName("P")
       .check(protocolFault);
   addDirection(command, "--direction", options->direction, "only messages that this side sends: up or down");
-  command.addOption("--release", options->release, "only specifications that this release has: 99 (or 3), 4, 8, 15 ...")
+  command.addOption("--release", options->release, "only standards that this release has: 99 (or 3), 4, 8, 15 ...")
       .valueName("R")
       .check(releaseFault);
   command.addOption("--use", options->use, "only one kind of types: form, message or element")
