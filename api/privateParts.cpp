@@ -101,7 +101,8 @@ static void tellEap(const Parts& parts)
 }
 
 // Tag, length and value, one behind the other and within each other (X.690, 8.1). Values of up to two octets are codes
-// and flags and stay; long tags and lengths without an end are not followed, and all behind them is one part.
+// and flags and stay; long tags and lengths above 255 or without an end are not followed, and all behind them is one
+// part. So values within values are 127 deep at most.
 static void tellBer(const Parts& parts, size_t at, size_t end)
 {
   while (at < end) {
