@@ -213,6 +213,7 @@ int velnor3gpp_kept(velnor3gpp_Session* session, size_t index, velnor3gpp_Kept* 
   all.iei = kept->iei;
   all.ieiBits = kept->ieiBits;
   all.octet = kept->position / 8;
+  all.bit = static_cast<unsigned>(8 - kept->position % 8);
   all.octets = kept->octets();
   all.count = (kept->bits + 7) / 8;
   all.bits = kept->bits;

@@ -170,6 +170,7 @@ typedef struct {
   const uint8_t* regular; /**< VELNOR3GPP_KEPT_OVER: what an encoder writes by itself, behind the identifier as `octets`
                                are. These stand over it for as long as it writes that. Null: it refuses the value. */
   size_t regularCount;    /**< Octets of it. */
+  unsigned bit;           /**< Its first bit in `octet`, 8 the topmost. */
 } velnor3gpp_Kept;
 
 /** Something that a message or an input is not in order with. */

@@ -461,7 +461,7 @@ static void takeUnread(View& view)
     if (kept.at == VELNOR3GPP_KEPT_OVER)
       noteUnusual(view, kept);
     else
-      view.unread.push_back({kept.octet * kOctetBits, kept.bits, kept.text});
+      view.unread.push_back({kept.octet * kOctetBits + kOctetBits - kept.bit, kept.bits, kept.text});
   std::stable_sort(view.unread.begin(), view.unread.end(), [](auto& a, auto& b) { return a.bit < b.bit; });
 }
 
