@@ -66,7 +66,7 @@ void Progress::show(size_t octets, size_t messages)
   if (!on || std::chrono::steady_clock::now() < next) return;
   next = std::chrono::steady_clock::now() + std::chrono::milliseconds(250);
   shown = true;
-  fprintf(stderr, "\r%zu messages, %zu MiB read ", messages, octets >> 20);
+  fprintf(stderr, "\r%s, %zu MiB read ", counted(messages, "message").c_str(), octets >> 20);
 }
 
 void Progress::clear()
