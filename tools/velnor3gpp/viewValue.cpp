@@ -184,6 +184,12 @@ static std::string subscriberText(const velnor3gpp_Node* node, uint64_t)
   return text.empty() ? "" : "'" + text + "'";
 }
 
+// TS 24.301, 9.9.3.33; TS 24.008, 10.5.4.5a.
+static std::string moreByOneText(const velnor3gpp_Node* node, uint64_t)
+{
+  return "that is " + std::to_string(node->number + 1);
+}
+
 // Characters of the Basic Multilingual Plane. Controls, marks of direction and the like are shown as dots.
 static std::string wideText(const velnor3gpp_Node* node, uint64_t)
 {
@@ -256,6 +262,8 @@ static constexpr Derived kDerived[] = {
     {"ExtAPNAggMaxBitRate", "extApnAmbrForDL", scaledOctetsText},
     {"ExtAPNAggMaxBitRate", "extApnAmbrForUL", scaledOctetsText},
     {"", "maxSDUSize", sduSizeText},
+    {"", "numElements", moreByOneText},
+    {"", "maxNumSupportedBearers", moreByOneText},
     {"", "transferDelay", delayText},
     {"", "schemeOutput", subscriberText},
     {"PCOUnit", "contents", configurationText},
@@ -318,9 +326,10 @@ static std::string numberText(const velnor3gpp_Node* node, bool inOctets)
   return text + hex;
 }
 
-// "locationMAX" fills the width of its enumeration and names nothing.
+// "locationMAX" fills the width of its enumeration and names nothing, "lbit" is a bit as it is on the wire.
 static bool isFiller(std::string_view name)
 {
+  if (name == "lbit" || name == "hbit") return true;
   return name.size() > 3 && (name.substr(name.size() - 3) == "MAX" || name.substr(name.size() - 3) == "Max");
 }
 
