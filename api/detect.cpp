@@ -90,12 +90,14 @@ static void add(Forms& forms, const char* name)
 }
 
 // The forms of a dedicated channel: of those that the direction allows the ones that have the message. If none has it,
-// all of them, so that the decoder can say what is wrong.
+// all of them, so that the decoder can say what is wrong. Captures tell the channel, but not the one that is slow and
+// associated with it, which has messages of its own.
 static void addDedicated(Forms& forms, const Asked& asked)
 {
   bool up = asked.direction != VELNOR3GPP_DOWN, down = asked.direction != VELNOR3GPP_UP;
   bool upHas = up && hasMessage(kUpDcch, asked), downHas = down && hasMessage(kDownDcch, asked);
   bool none = !upHas && !downHas;
+  if (none && up && hasMessage(kUpSacch, asked)) return add(forms, kUpSacch);
   if (none ? up : upHas) add(forms, kUpDcch);
   if (none ? down : downHas) add(forms, kDownDcch);
 }

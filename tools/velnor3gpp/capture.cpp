@@ -59,15 +59,15 @@ static bool redact(Run& run, velnor3gpp_CaptureFrame& frame)
   return true;
 }
 
-// A word of --only is a direction, a dissector's name, or a part of the message's name.
+// A word of --only is a direction, a dissector's name, or a part of the message's name, the standard's or the record's.
 static bool isChosen(const Run& run, const velnor3gpp_CaptureFrame& frame)
 {
   velnor3gpp_Result result = resultOf(run.session.get());
-  std::string name = lower(result.message ? result.message : "");
+  std::string name = lower(std::string(result.title) + "\n" + (result.message ? result.message : ""));
   return std::all_of(run.options.only.begin(), run.options.only.end(), [&](const std::string& word) {
     velnor3gpp_Direction direction = readDirection(word);
     if (direction != VELNOR3GPP_DIRECTION_UNKNOWN) return direction == frame.direction;
-    return word == frame.dissector || name.find(lower(word)) != std::string::npos;
+    return lower(word) == frame.dissector || name.find(lower(word)) != std::string::npos;
   });
 }
 
@@ -132,7 +132,7 @@ static int capture(const Options& options, Output& out)
     run.out.finish();
     tell(run);
   };
-  readMessages({options.in}, taker);
+  endWith(readMessages({options.in}, taker));
   if (!run.frames.empty()) return kExitDone;
   if (run.bad && !run.messages) throw UsageError(run.firstBad);
   run.out.finish();

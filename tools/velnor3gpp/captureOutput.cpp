@@ -22,18 +22,30 @@ bool isCaptureName(const std::string& name)
   return isPcapName(name) || endingOf(name) == ".pcapng";
 }
 
+// Radio channels have forms of one direction, by which a reader finds them.
+static velnor3gpp_Direction directionOf(const velnor3gpp_Result& result)
+{
+  if (result.direction) return result.direction;
+  if (isForm(result.type, "TS44018Msg_DL_DCCH_PDU")) return VELNOR3GPP_DOWN;
+  bool up = isForm(result.type, "TS44018Msg_UL_DCCH_PDU") || isForm(result.type, "TS44018Msg_UL_SACCH_PDU");
+  return up ? VELNOR3GPP_UP : VELNOR3GPP_DIRECTION_UNKNOWN;
+}
+
 velnor3gpp_CaptureFrame frameOf(velnor3gpp_Session* session, const uint8_t* octets, size_t count)
 {
   velnor3gpp_Result result = resultOf(session);
-  if (result.headerOnly) { // of a ciphered message: its octets tell the form
+  const velnor3gpp_Type* type = result.type;
+  const char* dissector = type ? velnor3gpp_captureDissector(type, octets, count) : nullptr;
+  if (isForm(type, "TS24007L3_SecProtMsgHeader") || isForm(type, "TS24501Msg_NAS5GSecProtMsgHdr")) {
+    // Of a ciphered message: its octets tell the form.
     std::vector<const velnor3gpp_Type*> forms = formsOf({octets, octets + count}, result.direction, {});
-    if (!forms.empty()) result.type = forms[0];
+    if (!forms.empty()) dissector = velnor3gpp_captureDissector(type = forms[0], octets, count);
   }
   velnor3gpp_CaptureFrame frame = {};
   frame.size = sizeof frame;
-  frame.type = result.type;
-  frame.direction = result.direction;
-  frame.dissector = result.type ? velnor3gpp_captureDissector(result.type, octets, count) : nullptr;
+  frame.type = type;
+  frame.direction = directionOf(result);
+  frame.dissector = dissector;
   frame.octets = octets;
   frame.count = count;
   if (!frame.dissector)

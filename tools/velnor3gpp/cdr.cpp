@@ -45,6 +45,7 @@ struct Source {
   Source& operator=(const Source&) = delete;
   ~Source() { rtFreeContext(&ctxt); }
   bool atEnd() { return rtxPeekByte(&ctxt, nullptr) <= 0; }
+  bool isBroken() const { return ferror(file.get()) != 0; }
 };
 
 struct Walk {
@@ -269,10 +270,19 @@ static FILE* openFile(const std::string& name)
   return file;
 }
 
+static void checkReading(const Walk& walk)
+{
+  const std::string& name = walk.options.file;
+  if (walk.source.isBroken())
+    throw InputError((name == "-" ? "standard input" : name) + ": cannot be read: " + strerror(errno));
+}
+
 static int walkFile(const Options& options, Output& out)
 {
   auto walk = std::unique_ptr<Walk>(new Walk{options, out, Source(openFile(options.file))});
-  if (walk->source.atEnd()) return kExitDone; // empty
+  bool empty = walk->source.atEnd();
+  checkReading(*walk);
+  if (empty) return kExitDone;
   if (!options.folder.empty()) {
     std::error_code error;
     fs::create_directories(options.folder, error);
@@ -280,6 +290,7 @@ static int walkFile(const Options& options, Output& out)
   }
   readHeader(*walk);
   while (!walk->source.atEnd()) readRecord(*walk);
+  checkReading(*walk);
   checkHeader(*walk);
   return kExitDone;
 }

@@ -187,14 +187,15 @@ static int decode(const Options& options, Output& out)
   Run run{options, out, openSession(options.session), styleFor(out, options.colour, options.depth), {}, {}};
   for (const std::string& path : options.fields) run.fields.push_back({readFieldPath(path), false});
   Progress progress(out);
-  readMessages(options.inputs,
-               {[&](const Message& message) { decodeOne(run, message); },
-                [&](const BadLine& bad) { printBadLine(run, bad); },
-                [&](size_t octets) { progress.show(octets, run.counts.messages); }, &options.session.links});
+  std::exception_ptr broken = readMessages(
+      options.inputs,
+      {[&](const Message& message) { decodeOne(run, message); }, [&](const BadLine& bad) { printBadLine(run, bad); },
+       [&](size_t octets) { progress.show(octets, run.counts.messages); }, &options.session.links});
   progress.clear();
   for (size_t i = 0; i < run.fields.size() && run.counts.messages > run.counts.noMessage; ++i)
     if (!run.fields[i].found) complain(out, "--field " + options.fields[i] + ": in no message");
   if (needsSummary(run.counts)) complain(out, summaryOf(run.counts));
+  endWith(broken);
   return options.failOnError && (run.counts.bad || run.different) ? kExitBadMessage : kExitDone;
 }
 

@@ -182,8 +182,9 @@ static void encodeAll(Run& run)
   reader.take = [&](const std::string& place, std::string_view line, bool whole) {
     takeLine(reader, place, line, whole);
   };
-  readLines(run.options.inputs, reader.take, {}, {}, VELNOR3GPP_JSON_MAX);
+  std::exception_ptr broken = readLines(run.options.inputs, reader.take, {}, {}, VELNOR3GPP_JSON_MAX);
   while (reader.cutter.isOpen()) giveUp(reader, "the object does not end");
+  endWith(broken);
 }
 
 // Where no object is encoded, nothing is made.

@@ -233,6 +233,9 @@ void readKeyFile(const std::string& fileName, Keys& keys)
   refuseDirectory(fileName);
   std::ifstream in(fileName);
   if (!in) throw InputError(fileName + ": cannot be opened: " + strerror(errno));
+  in.peek();
+  if (in.bad()) throw InputError(fileName + ": cannot be read: " + strerror(errno));
+  in.clear(); // an empty file has no line, which is another fault
   readKeys(in, fileName, keys);
   warnOfReaders(fileName);
 }

@@ -152,16 +152,17 @@ static int redact(const Options& options, Output& out)
   typeOf(options.session);
   Run run{options, out, openSession(options.session), {}, {}};
   makeKey(run.key);
-  readMessages(options.inputs, {[&](const Message& message) { redactOne(run, message); },
-                                [&](const BadLine& bad) {
-                                  ++run.counts.messages;
-                                  leaveOut(run, bad.place, RTX_E_BAD_HEX);
-                                },
-                                {},
-                                &options.session.links});
+  std::exception_ptr broken = readMessages(options.inputs, {[&](const Message& message) { redactOne(run, message); },
+                                                            [&](const BadLine& bad) {
+                                                              ++run.counts.messages;
+                                                              leaveOut(run, bad.place, RTX_E_BAD_HEX);
+                                                            },
+                                                            {},
+                                                            &options.session.links});
   explicit_bzero(run.key, sizeof run.key);
   if (run.counts.bad)
     complain(out, counted(run.counts.messages, "message") + ": " + std::to_string(run.counts.bad) + " left out");
+  endWith(broken);
   return kExitDone;
 }
 

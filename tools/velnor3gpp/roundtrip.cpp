@@ -62,15 +62,17 @@ static int roundtrip(const Options& options, Output& out)
 {
   typeOf(options.session);
   Run run{options, out, openSession(options.session)};
-  readMessages(options.inputs, {[&](const Message& message) { roundtripOne(run, message); },
-                                [&](const BadLine& bad) { tellBad(run, bad.place, bad.problem); },
-                                {},
-                                &options.session.links});
+  std::exception_ptr broken =
+      readMessages(options.inputs, {[&](const Message& message) { roundtripOne(run, message); },
+                                    [&](const BadLine& bad) { tellBad(run, bad.place, bad.problem); },
+                                    {},
+                                    &options.session.links});
   size_t bad = run.different + run.notDecoded;
   std::string text = counted(run.equal + run.sealed + bad, "message") + ": " + std::to_string(run.equal) + " equal, " +
                      std::to_string(run.different) + " different, ";
   if (run.sealed) text += std::to_string(run.sealed) + " ciphered (no keys), ";
   complain(out, text + std::to_string(run.notDecoded) + " not decoded");
+  endWith(broken);
   return options.failOnError && bad ? kExitBadMessage : kExitDone;
 }
 

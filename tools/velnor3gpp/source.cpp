@@ -84,6 +84,7 @@ static void readInput(const std::string& input, const TakeLine& take, const std:
     throw UsageError(input + ": is a directory; name a file in it");
   File file{open(input.c_str(), O_RDONLY | O_CLOEXEC), true};
   if (file.fd < 0) throw InputError(input + ": cannot be opened: " + strerror(errno));
+  if (isSameFile("/dev/stdout", input)) throw UsageError(input + ": is where standard output goes; name another one");
   readAll(file, printable(input), take, progress, capture, most);
 }
 
@@ -93,13 +94,37 @@ static bool isFile(const std::string& input)
   return input == "-" || stat(input.c_str(), &facts) == 0;
 }
 
-void readLines(const std::vector<std::string>& inputs, const TakeLine& take,
-               const std::function<void(size_t)>& progress, const TakeCapture& capture, size_t most)
+// Within a catch.
+static void keepFirst(std::exception_ptr& broken, const char* text)
 {
-  if (inputs.empty()) return readInput("-", take, progress, capture, most);
+  if (broken)
+    complain(text);
+  else
+    broken = std::current_exception();
+}
+
+std::exception_ptr readLines(std::vector<std::string> inputs, const TakeLine& take,
+                             const std::function<void(size_t)>& progress, const TakeCapture& capture, size_t most)
+{
+  if (inputs.empty()) inputs = {"-"};
   for (const std::string& input : inputs)
     if (!isFile(input)) throw UsageError("no file '" + input + "'");
-  for (const std::string& input : inputs) readInput(input, take, progress, capture, most);
+  std::exception_ptr broken;
+  for (const std::string& input : inputs) {
+    try {
+      readInput(input, take, progress, capture, most);
+    } catch (const DamageError& error) {
+      keepFirst(broken, error.what());
+    } catch (const InputError& error) {
+      keepFirst(broken, error.what());
+    }
+  }
+  return broken;
+}
+
+void endWith(const std::exception_ptr& broken)
+{
+  if (broken) std::rethrow_exception(broken);
 }
 
 // A word that is no octets is more often a mistyped file name, or a word that leads a line of a file, than mistyped
@@ -130,13 +155,16 @@ static void takeArguments(const std::vector<std::string>& inputs, const Taker& t
   taker.message(message);
 }
 
-void readMessages(const std::vector<std::string>& inputs, const Taker& taker)
+std::exception_ptr readMessages(const std::vector<std::string>& inputs, const Taker& taker)
 {
   bool piped = inputs.empty() && !isatty(STDIN_FILENO);
-  if (!piped && (inputs.empty() || !isFile(inputs.front()))) return takeArguments(inputs, taker);
+  if (!piped && (inputs.empty() || !isFile(inputs.front()))) {
+    takeArguments(inputs, taker);
+    return nullptr;
+  }
   for (const std::string& input : inputs)
     if (!isFile(input)) throw UsageError("no file '" + input + "'; behind a file only files can stand");
-  readLines(
+  return readLines(
       inputs,
       [&](const std::string& place, std::string_view line, bool whole) {
         readMessageLine(place, line, whole, taker.message, taker.bad);

@@ -105,10 +105,10 @@ static int trace(const Options& options, Output& out)
   typeOf(options.session);
   if (!options.page.empty()) refuseInput(options.page, options.inputs, options.session.keyFile);
   Run run{options, out, openSession(options.session), {}, {}};
-  readMessages(options.inputs, {[&](const Message& message) { traceOne(run, message); },
-                                [&](const BadLine& bad) { takeBadLine(run, bad); },
-                                {},
-                                &options.session.links});
+  std::exception_ptr broken = readMessages(options.inputs, {[&](const Message& message) { traceOne(run, message); },
+                                                            [&](const BadLine& bad) { takeBadLine(run, bad); },
+                                                            {},
+                                                            &options.session.links});
   if (!options.page.empty() && !run.counts.messages)
     throw UsageError("--html makes a page of one message, and there is none");
   if (options.page == "-")
@@ -119,6 +119,7 @@ static int trace(const Options& options, Output& out)
     file.close();
   }
   if (needsSummary(run.counts)) complain(out, summaryOf(run.counts));
+  endWith(broken);
   return kExitDone;
 }
 
