@@ -215,11 +215,11 @@ static std::string_view nameOf(const velnor3gpp_Node* node)
   return node->name ? std::string_view(node->name, node->nameLength) : std::string_view();
 }
 
-// Names that say less than they should where they stand, and of the entries of a list that have a meaning each: bit
-// rates go beyond those of TS 24.008, 10.5.6.5, in this order, twice.
+// Members whose names mislead in these types.
 static constexpr struct {
   std::string_view type, member, label;
 } kLabels[] = {{"ExtEmergencyNumberList", "catValue", "EENLV"}, {"Non3GPPNetPolicies", "emergencyNum", "N3EN"}};
+// Entries of extended bit rates are told apart by their places alone (TS 24.008, 10.5.6.5).
 static constexpr const char* kRates[] = {"[0] maximum downlink",  "[1] guaranteed downlink", "[2] maximum uplink",
                                          "[3] guaranteed uplink", "[4] maximum downlink",    "[5] guaranteed downlink",
                                          "[6] maximum uplink",    "[7] guaranteed uplink"};
