@@ -111,6 +111,12 @@ static Reason readEtherType(velnor3gpp_CaptureReader& reader, uint16_t type, Spa
   return type == kIpv4 || type == kIpv6 ? readIp(reader, span) : VELNOR3GPP_CAPTURE_PROTOCOL;
 }
 
+// Loopback interfaces of BSD systems: four octets of an address family, whose numbers differ between systems, then IP.
+static Reason readLoopback(velnor3gpp_CaptureReader& reader, Span span)
+{
+  return skip(span, 4) ? readIp(reader, span) : VELNOR3GPP_CAPTURE_MALFORMED;
+}
+
 // Two addresses of six octets, then the type.
 static Reason readEthernet(velnor3gpp_CaptureReader& reader, Span span)
 {
@@ -144,10 +150,12 @@ struct LinkType {
 
 } // namespace
 
-// Ethernet, IP in three kinds (raw, version 4, version 6), Linux cooked in two, GSMTAP, upper PDUs.
-static constexpr LinkType kLinkTypes[] = {{1, readEthernet, true},  {101, readIp, true},       {228, readIp, true},
-                                          {229, readIp, true},      {113, readCooked, true},   {276, readCooked2, true},
-                                          {217, readGsmtap, false}, {252, readUpperPdu, false}};
+// Ethernet, IP (raw under three numbers, version 4, version 6), loopback in two, Linux cooked in two, GSMTAP, upper
+// PDUs.
+static constexpr LinkType kLinkTypes[] = {
+    {1, readEthernet, true}, {101, readIp, true},      {12, readIp, true},       {14, readIp, true},
+    {228, readIp, true},     {229, readIp, true},      {0, readLoopback, true},  {108, readLoopback, true},
+    {113, readCooked, true}, {276, readCooked2, true}, {217, readGsmtap, false}, {252, readUpperPdu, false}};
 
 // A user link type holds GSMTAP, the messages of a protocol, or nothing that anybody has told.
 static Reason readUserType(velnor3gpp_CaptureReader& reader, uint32_t index, Span octets)

@@ -32,8 +32,10 @@ TEST(CaptureLayers, EveryLinkTypeLeadsToGsmtap)
   EXPECT_EQ(one(1, ethernet(ipv6(udp(kNas), hex("3C00 00*6 2C00 00*6 1100 0000 00*4"), 0), "86DD")), v6);
   EXPECT_EQ(one(113, hex("0000 0001 0006 00*8 0800") + kPacket), v4);
   EXPECT_EQ(one(276, hex("86DD 0000 00000001 0001 00 06 00*8") + ipv6(udp(kNas))), v6);
-  for (uint32_t linkType : {101, 228}) EXPECT_EQ(one(linkType, kPacket), v4);
-  for (uint32_t linkType : {101, 229}) EXPECT_EQ(one(linkType, ipv6(udp(kNas))), v6);
+  EXPECT_EQ(one(0, hex("02000000") + kPacket), v4); // loopback, with the family in either order
+  EXPECT_EQ(one(108, hex("0000001E") + ipv6(udp(kNas))), v6);
+  for (uint32_t linkType : {12, 14, 101, 228}) EXPECT_EQ(one(linkType, kPacket), v4);
+  for (uint32_t linkType : {12, 14, 101, 229}) EXPECT_EQ(one(linkType, ipv6(udp(kNas))), v6);
   EXPECT_EQ(one(217, kNas), std::string(kFound) + " arfcn 5/2");
   EXPECT_EQ(one(147, kNas, "gsmtap"), std::string(kFound) + " arfcn 5/2");
   EXPECT_EQ(one(252, upperPdu("gsmtap", kNas)), std::string(kFound) + " arfcn 5/2");
