@@ -83,10 +83,7 @@ static bool followsFromBody(const L3Type& type, const L3Row& row, const uint8_t*
 // Does the header name another message than this one? A message has a second type where the standard differs.
 static bool isOtherMessage(const L3Body& body, const L3BodyRow& message, const uint8_t* record, const L3Row& row)
 {
-  if (row.offset == body.msgType.offset) {
-    uint64_t given = l3Load(record + body.msgType.offset, body.msgType.store);
-    return given != message.msgType && !(message.standardType && given == message.standardType);
-  }
+  if (row.offset == body.msgType.offset) return !message.hasType(l3Load(record + row.offset, body.msgType.store));
   const L3Field& discriminator = body.discriminator;
   if (!discriminator.store || row.offset != discriminator.offset) return false;
   return l3Load(record + discriminator.offset, discriminator.store) != body.discriminatorOf(message);

@@ -45,7 +45,7 @@ static bool bodyHas(const L3Body& body, unsigned discriminator, unsigned msgType
 {
   bool column = body.discriminator.store && body.onlyDiscriminator == kL3NoLimit;
   for (const L3BodyRow* row = body.rows; row < body.rows + body.count; ++row)
-    if (row->msgType == msgType && (!column || row->discriminator == discriminator)) return true;
+    if (row->hasType(msgType) && (!column || row->discriminator == discriminator)) return true;
   return false;
 }
 

@@ -329,6 +329,8 @@ struct L3BodyRow {
   const char* objName() const { return elemName + sizeof "u." - 1; }              // "obj_RegRequest5G", as printed
   const char* name() const { return elemName + sizeof "u.obj_" - 1; }             // "RegRequest5G"
   const char* title() const { return elemName + __builtin_strlen(elemName) + 1; } // "Registration request", or ""
+  // Is this a message type of the row, in either form?
+  bool hasType(uint64_t type) const { return type == msgType || (standardType && type == standardType); }
 };
 
 // How a top-level form finds its message: by message type and, where the form carries several protocols, by
