@@ -136,18 +136,30 @@ std::string timeText(const velnor3gpp_CaptureFrame& frame)
   return text;
 }
 
-void readTime(const std::string& text, velnor3gpp_CaptureFrame& frame)
+// What stands behind the seconds: nothing, or a dot and one to nine digits.
+static bool readFraction(std::string text, unsigned long& nanoseconds)
 {
+  bool none = text.empty(), dot = text.size() > 1 && text.size() <= 10 && text[0] == '.';
+  if (!none && (!dot || text.find_first_not_of("0123456789", 1) != std::string::npos)) return false;
+  text.resize(10, '0');
+  nanoseconds = none ? 0 : std::stoul(text.substr(1));
+  return true;
+}
+
+// Dates that no calendar has, and blanks, are read too, but are not written so again.
+bool readTime(const std::string& text, velnor3gpp_CaptureFrame& frame)
+{
+  static constexpr size_t kFraction = sizeof "2023-11-14T22:13:20" - 1;
   struct tm parts = {};
-  char digits[10] = "";
-  if (text.size() > 30 || text.empty() || text.back() != 'Z') return;
-  const char* rest = strptime(text.c_str(), "%Y-%m-%dT%H:%M:%S", &parts);
-  if (!rest || (*rest != 'Z' && sscanf(rest, ".%9[0-9]Z", digits) != 1)) return;
-  std::string fraction = digits;
-  fraction.resize(9, '0');
+  unsigned long nanoseconds = 0;
+  if (text.size() <= kFraction || text.back() != 'Z' || !strptime(text.c_str(), "%Y-%m-%dT%H:%M:%S", &parts) ||
+      !readFraction(text.substr(kFraction, text.size() - 1 - kFraction), nanoseconds))
+    return false;
   time_t seconds = timegm(&parts);
-  frame.hasTime = seconds >= 0 && seconds < 18446744073; // as many nanoseconds have 64 bits
-  frame.time = frame.hasTime ? static_cast<uint64_t>(seconds) * 1000000000U + std::stoul(fraction) : 0;
+  if (seconds < 0 || seconds >= 18446744073) return false; // as many nanoseconds have 64 bits
+  frame.hasTime = true;
+  frame.time = static_cast<uint64_t>(seconds) * 1000000000U + nanoseconds;
+  return timeText(frame).compare(0, kFraction, text, 0, kFraction) == 0;
 }
 
 std::string countsText(const velnor3gpp_CaptureCounts& counts)

@@ -40,7 +40,8 @@ velnor3gpp_CaptureCounts readCapture(CaptureInput input, const LinkNames& names,
 // "2023-11-14T22:13:20.000005000Z", or "" if the capture tells no time.
 std::string timeText(const velnor3gpp_CaptureFrame& frame);
 // Reads such a text, with any number of digits behind the seconds up to nine, into the frame. It then has that time.
-void readTime(const std::string& text, velnor3gpp_CaptureFrame& frame);
+// False for any other text.
+bool readTime(const std::string& text, velnor3gpp_CaptureFrame& frame);
 // "12 frames: 9 messages, 2 another protocol, 1 a fill frame".
 std::string countsText(const velnor3gpp_CaptureCounts& counts);
 

@@ -65,20 +65,28 @@ static void refuse(Run& run, const std::string& place)
   });
 }
 
-// The message in a frame under the dissector of its form.
-static void writeFrame(Run& run, const std::string& place, const std::string& text, const uint8_t* octets, size_t count)
+// The time that the object tells, if any.
+static void takeTime(const std::string& text, velnor3gpp_CaptureFrame& frame)
+{
+  std::optional<std::string_view> time = memberOf(text, "time");
+  if (time && (!time->starts_with('"') || !readTime(std::string(time->substr(1, time->size() - 2)), frame)))
+    throw UsageError("time: write it as \"2023-11-14T22:13:20.5Z\", from 1970 to 2553, or leave it out");
+}
+
+// The message in a frame under the dissector of its form. Returns whether it is written.
+static bool writeFrame(Run& run, const std::string& place, const std::string& text, const uint8_t* octets, size_t count)
 {
   std::string fault = "the octets fit in no frame";
   try {
     velnor3gpp_CaptureFrame frame = frameOf(run.session.get(), octets, count);
-    std::string_view time = memberOf(text, "time").value_or("");
-    if (time.size() > 2) readTime(std::string(time.substr(1, time.size() - 2)), frame);
-    if (run.capture->write(frame) >= 0) return;
+    takeTime(text, frame);
+    if (run.capture->write(frame) >= 0) return true;
   } catch (const UsageError& error) {
     fault = error.what();
   }
   ++run.bad;
   complain(run.out, place + ": " + fault);
+  return false;
 }
 
 static void write(Run& run, const uint8_t* octets, size_t count)
@@ -112,10 +120,10 @@ static void encodeOne(Run& run, const std::string& place, const std::string& tex
   if (checkMemory(velnor3gpp_fromJson(session, run.type, text.data(), text.size())) < 0)
     return isError(text) ? pass(run) : refuse(run, place);
   if (checkMemory(velnor3gpp_encode(session, &octets, &count)) < 0) return refuse(run, place);
-  if (run.capture)
-    writeFrame(run, place, text, octets, count);
-  else
+  if (!run.capture)
     write(run, octets, count);
+  else if (!writeFrame(run, place, text, octets, count))
+    return;
   noteEncoded(session, run.options.session);
 }
 
