@@ -138,12 +138,17 @@ static Line splitLine(const Reader& reader, const std::string& text)
   return {name, text.substr(value, valueEnd == std::string::npos ? valueEnd : valueEnd - value)};
 }
 
-static void checkComplete(const Reader& reader)
+// A section is told by the line of its connection, the keys in front of all by the file.
+static void checkComplete(const Reader& reader, bool sections)
 {
   auto has = [&](const char* name) { return reader.seen.count(name) != 0; };
-  auto refuseWhole = [&](const std::string& reason) { throw UsageError(reader.fileName + ": " + reason); };
+  auto refuseWhole = [&](const std::string& reason) {
+    std::string line = reader.keys.line ? ":" + std::to_string(reader.keys.line) : "";
+    throw UsageError(reader.fileName + line + ": " + reason);
+  };
+  std::string where = reader.keys.line ? " behind this connection" : sections ? " in front of the connections" : "";
   for (const char* name : {"integrity-algorithm", "ciphering-algorithm"})
-    if (!has(name)) refuseWhole(std::string("no line ") + name + "; write 0 (null) or 2 (AES) behind it");
+    if (!has(name)) refuseWhole(std::string("no line ") + name + where + "; write 0 (null) or 2 (AES) behind its name");
   if (reader.keys.integrityAlg && !has("integrity-key"))
     refuseWhole("integrity-algorithm 2 needs a line integrity-key");
   if (reader.keys.cipherAlg && !has("ciphering-key")) refuseWhole("ciphering-algorithm 2 needs a line ciphering-key");
@@ -164,6 +169,7 @@ static Keys& addSection(const Reader& reader, Keys& all, const std::string& term
 {
   all.connections.push_back(std::make_unique<Keys>());
   Keys& section = *all.connections.back();
+  section.line = reader.lineNumber;
   std::string fault = readConnection(terms, section.connection);
   if (!fault.empty()) refuse(reader, fault);
   return section;
@@ -203,7 +209,7 @@ static Keys* readSection(std::istream& in, const std::string& fileName, Keys& ke
   }
   lineNumber = reader.lineNumber;
   keys.none = &keys == &all && next && reader.seen.empty();
-  if (!keys.none) checkComplete(reader);
+  if (!keys.none) checkComplete(reader, next);
   return next;
 }
 

@@ -24,6 +24,7 @@ struct Keys {
 
   // Of single connections in captures: sections of the file. `none`: there are no keys for the others.
   ConnectionTerms connection;
+  size_t line = 0; // of its "connection" in the file; 0: the keys in front of all sections
   std::vector<std::unique_ptr<Keys>> connections;
   bool none = false;
 

@@ -46,6 +46,7 @@ void addMessageOptions(Command& command, SessionOptions& options)
 
 void addSessionOptions(Command& command, SessionOptions& options)
 {
+  options.captures = true;
   addMessageOptions(command, options);
   addLinkOption(command, options.links);
 }
@@ -127,6 +128,16 @@ void noteEncoded(velnor3gpp_Session* session, const SessionOptions& options)
   checkMemory(status);
 }
 
+// Where no message tells its connection, sections would be passed over without a word.
+static void readSessionKeys(const SessionOptions& options, Keys& keys)
+{
+  readKeyFile(options.keyFile, keys);
+  if (options.captures || keys.connections.empty()) return;
+  throw UsageError(options.keyFile + ":" + std::to_string(keys.connections.front()->line) +
+                   ": connections are told apart in captures, which this command does not read; give a file with the "
+                   "keys of one, without the line 'connection'");
+}
+
 Session openSession(const SessionOptions& options)
 {
   velnor3gpp_Session* session = nullptr;
@@ -137,7 +148,7 @@ Session openSession(const SessionOptions& options)
   velnor3gpp_setOption(session, VELNOR3GPP_OPTION_STANDARD, !options.asSpecified);
   if (!options.keyFile.empty() && !options.keys) {
     options.keys = std::make_shared<Keys>();
-    readKeyFile(options.keyFile, *options.keys);
+    readSessionKeys(options, *options.keys);
   }
   setKeys(session, options);
   return opened;

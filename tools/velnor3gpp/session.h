@@ -24,6 +24,7 @@ struct SessionOptions {
   mutable std::shared_ptr<Keys> keys; // of the key file, which is read once
   mutable Keys* current = nullptr;    // those that the session has
   LinkNames links;                    // of captures
+  bool captures = false;              // the command reads them: the key file may have sections of connections
 };
 
 struct CloseSession {
