@@ -48,7 +48,7 @@ static void checkSummary(const FilterArguments& arguments)
   const std::string& file = arguments.summaryFile;
   if (file == "-") throw UsageError("--summary takes a file, not -; standard error has the counts anyway");
   refuseInput(file, {"-"}, arguments.session.keyFile);
-  if (isSameFile(file, "/dev/stdout")) throw UsageError(file + ": is where standard output goes; name another one");
+  refuseOutput(file);
 }
 
 static FilterOptions readOptions(const FilterArguments& arguments)
@@ -68,6 +68,7 @@ static FilterOptions readOptions(const FilterArguments& arguments)
   if (arguments.keyColumns != 1 && options.format != FilterFormat::kTsv)
     throw UsageError("--key-columns counts columns of --in tsv");
   checkSummary(arguments);
+  refuseOutput("-");
   typeOf(options.session); // a wrong name or key file is told before anything is read
   openSession(options.session);
   return options;

@@ -10,6 +10,7 @@
 #include "frame.h"
 #include "hex.h"
 #include "names.h"
+#include "source.h"
 
 namespace {
 
@@ -237,6 +238,7 @@ static void warnOfReaders(const std::string& fileName)
 void readKeyFile(const std::string& fileName, Keys& keys)
 {
   refuseDirectory(fileName);
+  refuseOutput(fileName);
   std::ifstream in(fileName);
   if (!in) throw InputError(fileName + ": cannot be opened: " + strerror(errno));
   in.peek();

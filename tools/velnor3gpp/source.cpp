@@ -84,7 +84,6 @@ static void readInput(const std::string& input, const TakeLine& take, const std:
     throw UsageError(input + ": is a directory; name a file in it");
   File file{open(input.c_str(), O_RDONLY | O_CLOEXEC), true};
   if (file.fd < 0) throw InputError(input + ": cannot be opened: " + strerror(errno));
-  if (isSameFile("/dev/stdout", input)) throw UsageError(input + ": is where standard output goes; name another one");
   readAll(file, printable(input), take, progress, capture, most);
 }
 
@@ -107,8 +106,10 @@ std::exception_ptr readLines(std::vector<std::string> inputs, const TakeLine& ta
                              const std::function<void(size_t)>& progress, const TakeCapture& capture, size_t most)
 {
   if (inputs.empty()) inputs = {"-"};
-  for (const std::string& input : inputs)
+  for (const std::string& input : inputs) {
     if (!isFile(input)) throw UsageError("no file '" + input + "'");
+    refuseOutput(input);
+  }
   std::exception_ptr broken;
   for (const std::string& input : inputs) {
     try {
@@ -201,6 +202,12 @@ bool isSameFile(const std::string& target, const std::string& input)
   if (stat(target.c_str(), &to) < 0 || !S_ISREG(to.st_mode)) return false;
   if ((input == "-" ? fstat(STDIN_FILENO, &from) : stat(input.c_str(), &from)) < 0) return false;
   return from.st_dev == to.st_dev && from.st_ino == to.st_ino;
+}
+
+void refuseOutput(const std::string& file)
+{
+  if (isSameFile("/dev/stdout", file))
+    throw UsageError((file == "-" ? "standard input" : file) + ": is where standard output goes; take another file");
 }
 
 void refuseInput(const std::string& target, std::vector<std::string> inputs, const std::string& keyFile)
