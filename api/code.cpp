@@ -299,10 +299,11 @@ static int decodeForm(velnor3gpp_Session& session, const L3Facts* known, velnor3
 // The form that reads the message without complaint, or else the likeliest. Forms are tried in the order
 // of velnor3gpp_forms; where elements are kept nearly everything reads, so a form that has to keep
 // nothing is looked for first.
-static const velnor3gpp_Type* formByTrial(velnor3gpp_Session& session, velnor3gpp_Direction direction)
+static const velnor3gpp_Type* formByTrial(velnor3gpp_Session& session, velnor3gpp_Channel channel,
+                                          velnor3gpp_Direction direction)
 {
   const velnor3gpp_Type* types[VELNOR3GPP_FORMS_MAX];
-  size_t forms = velnor3gpp_forms(session.octets.data, session.count, direction, VELNOR3GPP_CHANNEL_UNKNOWN, types);
+  size_t forms = velnor3gpp_forms(session.octets.data, session.count, direction, channel, types);
   if (forms < 2) return forms ? types[0] : nullptr;
   // First round: forms that have nothing to keep. Second round: any form that reads the octets.
   for (size_t most : {size_t{0}, SIZE_MAX})
@@ -318,18 +319,44 @@ static const velnor3gpp_Type* formByTrial(velnor3gpp_Session& session, velnor3gp
   return types[0];
 }
 
-// The octets are copied first; `octets` may be freed when the call returns. Without a type it is found by trial.
-int velnor3gpp_decode(velnor3gpp_Session* session, const velnor3gpp_Type* type, velnor3gpp_Direction direction,
-                      const uint8_t* octets, size_t count)
+namespace {
+
+// What is to be decoded. Without a type it is found by trial, among those of the channel.
+struct Given {
+  const velnor3gpp_Type* type;
+  velnor3gpp_Channel channel;
+  velnor3gpp_Direction direction;
+  const uint8_t* octets;
+  size_t count;
+};
+
+} // namespace
+
+// The octets are copied first; they may be freed when the call returns.
+static int decodeGiven(velnor3gpp_Session* session, const Given& given)
 {
-  if (!session || (!octets && count)) return RTX_E_NULL_POINTER;
+  if (!session || (!given.octets && given.count)) return RTX_E_NULL_POINTER;
   endJob(*session);
-  if (keepOctets(*session, octets, count) < 0) return velnor3gpp_report(session, RTX_E_NO_MEMORY, "", "out of memory");
-  if (!type) type = formByTrial(*session, direction);
+  if (keepOctets(*session, given.octets, given.count) < 0)
+    return velnor3gpp_report(session, RTX_E_NO_MEMORY, "", "out of memory");
+  const velnor3gpp_Type* type = given.type;
+  if (!type) type = formByTrial(*session, given.channel, given.direction);
   if (!type)
     return velnor3gpp_report(session, RTX_E_NO_PDU_TYPE, "",
                              "the octets do not tell what the message is; name its type or its direction");
-  return decodeForm(*session, factsOf(type), direction);
+  return decodeForm(*session, factsOf(type), given.direction);
+}
+
+int velnor3gpp_decode(velnor3gpp_Session* session, const velnor3gpp_Type* type, velnor3gpp_Direction direction,
+                      const uint8_t* octets, size_t count)
+{
+  return decodeGiven(session, {type, VELNOR3GPP_CHANNEL_UNKNOWN, direction, octets, count});
+}
+
+int velnor3gpp_decodeOn(velnor3gpp_Session* session, velnor3gpp_Channel channel, velnor3gpp_Direction direction,
+                        const uint8_t* octets, size_t count)
+{
+  return decodeGiven(session, {nullptr, channel, direction, octets, count});
 }
 
 const L3Row* bodyOf(const L3Type& form)

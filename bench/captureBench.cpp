@@ -58,7 +58,7 @@ void readAll(benchmark::State& state, const Octets& file, bool decode)
       ++packets;
       if (frame.reason != VELNOR3GPP_CAPTURE_MESSAGE) continue;
       ++messages;
-      if (decode) velnor3gpp_decode(session, frame.type, frame.direction, frame.octets, frame.count);
+      if (decode) velnor3gpp_decodeFrame(session, &frame);
     }
   }
   velnor3gpp_close(session);

@@ -19,7 +19,7 @@ static int writeMessages(velnor3gpp_CaptureReader* reader, velnor3gpp_Session* s
   frame.size = sizeof frame;
   while ((status = velnor3gpp_captureNext(reader, &frame)) == VELNOR3GPP_CAPTURE_FRAME) {
     if (frame.reason != VELNOR3GPP_CAPTURE_MESSAGE) continue;
-    velnor3gpp_decode(session, frame.type, frame.direction, frame.octets, frame.count);
+    velnor3gpp_decodeFrame(session, &frame);
     if (velnor3gpp_toJson(session, 0, &text, &count) == 0) printf("%s\n", text);
   }
   return status;

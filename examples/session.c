@@ -176,6 +176,8 @@ int main(void)
          (unsigned long)velnor3gpp_forms((const uint8_t*)"\x06\x16", 2, VELNOR3GPP_UP, VELNOR3GPP_DCCH, forms));
   if (velnor3gpp_open(&session) < 0) return 1;
   velnor3gpp_setOption(session, VELNOR3GPP_OPTION_RELEASE, 17);
+  velnor3gpp_decodeOn(session, VELNOR3GPP_DCCH, VELNOR3GPP_UP, (const uint8_t*)"\x06\x16\x03\x33\x19\xA6", 6);
+  showResult(session);
   velnor3gpp_decode(session, form, VELNOR3GPP_DOWN, identity, sizeof identity);
   showResult(session);
   velnor3gpp_visit(session, VELNOR3GPP_NAMES | VELNOR3GPP_POSITIONS, showValue, NULL);

@@ -315,6 +315,10 @@ VELNOR_API int velnor3gpp_setOption(velnor3gpp_Session* session, velnor3gpp_Opti
  * then the record holds what was read. */
 VELNOR_API int velnor3gpp_decode(velnor3gpp_Session* session, const velnor3gpp_Type* type,
                                  velnor3gpp_Direction direction, const uint8_t* octets, size_t count);
+/** The same without a type, for a message that came on a radio channel: the forms of that channel alone are tried.
+ *  Returns the status of the result. */
+VELNOR_API int velnor3gpp_decodeOn(velnor3gpp_Session* session, velnor3gpp_Channel channel,
+                                   velnor3gpp_Direction direction, const uint8_t* octets, size_t count);
 /** Encodes the session's record. A protected message is protected again with the keys, under the count that they
  *  gave it on decoding, else under the lowest one, from the next one of its direction on, that ends in the record's
  *  sequence number. The count stays: who sends the message sets keys with one more before the next is encoded.

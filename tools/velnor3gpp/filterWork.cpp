@@ -37,24 +37,6 @@ bool FilterWork::readNext(std::string_view& block)
   return true;
 }
 
-// The first form of the channel that reads all of the message, or else the first that reads it, or the likeliest.
-static const velnor3gpp_Type* formOnChannel(velnor3gpp_Session* session, velnor3gpp_Channel channel,
-                                            const FilterMessage& message)
-{
-  const velnor3gpp_Type* types[VELNOR3GPP_FORMS_MAX];
-  const uint8_t* octets = message.octets.data();
-  size_t count = message.octets.size(), forms = velnor3gpp_forms(octets, count, message.direction, channel, types);
-  const velnor3gpp_Type* best = forms ? types[0] : nullptr;
-  for (size_t i = forms; forms > 1 && i-- > 0;) {
-    if (velnor3gpp_decode(session, types[i], message.direction, octets, count) < 0) continue;
-    best = types[i];
-  }
-  for (size_t i = 0; forms > 1 && i < forms; ++i)
-    if (velnor3gpp_decode(session, types[i], message.direction, octets, count) == 0 && isAllRead(session))
-      return types[i];
-  return best;
-}
-
 // The first finding that ended decoding says what the message is not in order with.
 void FilterWork::takeFault(const velnor3gpp_Result& result)
 {
@@ -73,9 +55,11 @@ bool FilterWork::decode()
 {
   if (message.direction == VELNOR3GPP_DIRECTION_UNKNOWN) message.direction = direction;
   const velnor3gpp_Type* form = message.type ? message.type : type;
-  if (!form && channel != VELNOR3GPP_CHANNEL_UNKNOWN) form = formOnChannel(session.get(), channel, message);
-  if (velnor3gpp_decode(session.get(), form, message.direction, message.octets.data(), message.octets.size()) >= 0)
-    return true;
+  const uint8_t* octets = message.octets.data();
+  size_t count = message.octets.size();
+  int status = form ? velnor3gpp_decode(session.get(), form, message.direction, octets, count)
+                    : velnor3gpp_decodeOn(session.get(), channel, message.direction, octets, count);
+  if (status >= 0) return true;
   velnor3gpp_Result result = resultOf(session.get());
   if (result.headerOnly && result.status == RTX_E_NO_SECURITY) return true;
   takeFault(result);
