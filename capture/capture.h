@@ -13,7 +13,8 @@
 #include "velnor3gpp/velnor3gppCapture.h"
 
 inline constexpr size_t kFrameMax = VELNOR3GPP_CAPTURE_FRAME_MAX;
-inline constexpr size_t kOptionsMax = 131072; // of a packet's block that are looked at; two of the longest comments
+inline constexpr size_t kOptionsMax =
+    VELNOR3GPP_CAPTURE_COMMENTS_MAX * 65540 + 16; // of a packet's block: comments of all lengths, flags, the end
 inline constexpr size_t kInputSize = 65536;
 // Of one section; a file with more is refused (RTX_E_TOO_BIG).
 inline constexpr size_t kMaxInterfaces = 1024;
@@ -110,6 +111,7 @@ struct velnor3gpp_CaptureReader {
   bool userGsmtap[kUserTypes];
   const velnor3gpp_Type* forms[8]; // of the protocols, in the order of their table
   RadioLinks links;
+  uint16_t radioNumber; // of the frame, with its band; GSMTAP tells it
 
   CaptureInterface interfaces[kMaxInterfaces];
   uint8_t header[24];
@@ -127,8 +129,6 @@ int takeBlockStart(velnor3gpp_CaptureReader& reader);
 int takeSection(velnor3gpp_CaptureReader& reader);
 int takeBlockBody(velnor3gpp_CaptureReader& reader);
 int takeBlockEnd(velnor3gpp_CaptureReader& reader);
-// Nanoseconds since 1970 of a time stamp.
-uint64_t nanosecondsOf(const CaptureInterface& interface, uint64_t ticks);
 
 // Begins a frame. What it tells beside its octets is set between this and its end.
 void beginFrame(velnor3gpp_CaptureReader& reader, const CaptureInterface& interface, size_t number);

@@ -11,6 +11,8 @@
 #include "velnor3gpp/rtxStatus.h"
 
 static constexpr uint32_t kSectionBlock = 0x0A0D0D0A, kInterfaceBlock = 1, kSimpleBlock = 3, kPacketBlock = 6;
+static constexpr uint32_t kOldPacketBlock =
+    2; // of early writers: the interface has 16 bits, and a count of drops as many
 // A block of more than 16 MiB is taken for damage.
 static constexpr uint32_t kOrderMagic = 0x1A2B3C4D, kBlockMax = 1U << 24;
 // Options: of any block, of a packet, of an interface (the last two).
@@ -118,7 +120,7 @@ static int beginBody(velnor3gpp_CaptureReader& reader)
 {
   if (!isBlockLength(reader.blockLength)) return fail(reader, RTX_E_BAD_LENGTH);
   uint32_t type = reader.blockType;
-  reader.blockHeld = type == kInterfaceBlock || type == kSimpleBlock || type == kPacketBlock;
+  reader.blockHeld = type == kInterfaceBlock || type == kSimpleBlock || type == kPacketBlock || type == kOldPacketBlock;
   size_t body = reader.blockLength - 12, held = body < sizeof reader.data ? body : sizeof reader.data;
   gather(reader, ReadStep::kBlockBody, reader.data, reader.blockHeld ? held : 0);
   if (!reader.blockHeld) reader.skip = body;
@@ -171,6 +173,10 @@ struct Option {
   Span value;
 };
 
+struct Moment {
+  uint64_t seconds, nanoseconds;
+};
+
 } // namespace
 
 // The next option of a block; false behind the last. Values are padded to four octets: a comment "abc" takes 8.
@@ -208,21 +214,47 @@ static int takeInterface(velnor3gpp_CaptureReader& reader, Span body)
   return 0;
 }
 
-// A tick is 10^-n of a second, or with the top bit set 2^-n. Nanoseconds beyond 64 bits wrap around: no clock has them.
-uint64_t nanosecondsOf(const CaptureInterface& interface, uint64_t ticks)
+static constexpr uint64_t kNanoseconds = 1000000000;
+
+static uint64_t powerOf10(unsigned power)
 {
+  uint64_t value = 1;
+  while (power--) value *= 10;
+  return value;
+}
+
+// Ticks of 10^-n of a second. From 10^20 on a tick, all ticks of 64 bits are less than a second.
+static Moment decimalMoment(uint64_t ticks, unsigned power)
+{
+  uint64_t second = power < 20 ? powerOf10(power) : 0;
+  Moment moment = {second ? ticks / second : 0, second ? ticks % second : ticks};
+  if (power <= 9) moment.nanoseconds *= powerOf10(9 - power);
+  if (power > 9) moment.nanoseconds = power - 9 < 20 ? moment.nanoseconds / powerOf10(power - 9) : 0;
+  return moment;
+}
+
+// Ticks of 2^-n of a second. 32 bits of the part below a second are as fine as nanoseconds need.
+static Moment binaryMoment(uint64_t ticks, unsigned power)
+{
+  Moment moment = {power < 64 ? ticks >> power : 0, power < 64 ? ticks & ((uint64_t{1} << power) - 1) : ticks};
+  unsigned kept = power < 32 ? power : 32, lost = power - kept;
+  moment.nanoseconds = lost < 64 ? (moment.nanoseconds >> lost) * kNanoseconds >> kept : 0;
+  return moment;
+}
+
+// The top bit of a resolution says which. Returns 0 for a time that nanoseconds since 1970 do not hold in 64 bits: one
+// before, or behind July 2554.
+static int nanosecondsOf(const CaptureInterface& interface, uint64_t ticks, uint64_t& time)
+{
+  static constexpr uint64_t kLastSecond = UINT64_MAX / kNanoseconds - 1;
   unsigned power = interface.resolution & 0x7F;
-  uint64_t offset = static_cast<uint64_t>(interface.offset) * 1000000000U;
-  if (interface.resolution & 0x80) {
-    if (power >= 64) return offset;
-    uint64_t seconds = ticks >> power, part = ticks & ((uint64_t{1} << power) - 1);
-    // 32 bits of the part are as fine as nanoseconds need, and times 10^9 they fit into 64.
-    unsigned kept = power < 32 ? power : 32;
-    return offset + seconds * 1000000000U + ((part >> (power - kept)) * 1000000000U >> kept);
-  }
-  for (; power < 9; ++power) ticks *= 10;
-  for (; power > 9 && ticks; --power) ticks /= 10;
-  return offset + ticks;
+  Moment moment = interface.resolution & 0x80 ? binaryMoment(ticks, power) : decimalMoment(ticks, power);
+  uint64_t offset = static_cast<uint64_t>(interface.offset), seconds = moment.seconds + offset;
+  bool early = interface.offset < 0 && moment.seconds < 0 - offset;
+  bool late = interface.offset >= 0 && seconds < offset; // beyond 64 bits
+  bool known = !early && !late && seconds <= kLastSecond;
+  time = known ? seconds * kNanoseconds + moment.nanoseconds : 0;
+  return known;
 }
 
 // Outbound is from the mobile: this is how a mobile's own log sees it.
@@ -248,14 +280,15 @@ static int takePacket(velnor3gpp_CaptureReader& reader, Span body)
   bool little = reader.little;
   const uint8_t* at = body.data;
   if (!skip(body, 20)) return fail(reader, RTX_E_BAD_LENGTH);
-  uint32_t number = load32(at, little), count = load32(at + 12, little);
+  uint32_t number = reader.blockType == kPacketBlock ? load32(at, little) : load16(at, little);
+  uint32_t count = load32(at + 12, little);
   if (number >= reader.interfaceCount || count > kFrameMax) return fail(reader, RTX_E_BAD_VALUE);
   Span octets = {body.data, count};
   if (!skip(body, (count + 3U) & ~3U)) return fail(reader, RTX_E_BAD_LENGTH);
   const CaptureInterface& interface = reader.interfaces[number];
   beginFrame(reader, interface, number);
-  reader.frame.hasTime = 1;
-  reader.frame.time = nanosecondsOf(interface, uint64_t{load32(at + 4, little)} << 32 | load32(at + 8, little));
+  uint64_t ticks = uint64_t{load32(at + 4, little)} << 32 | load32(at + 8, little);
+  reader.frame.hasTime = nanosecondsOf(interface, ticks, reader.frame.time);
   for (Option option; nextOption(body, little, option);) takePacketOption(reader.frame, option, little);
   endFrame(reader, octets, load32(at + 16, little));
   return 0;
@@ -288,7 +321,7 @@ int takeBlockEnd(velnor3gpp_CaptureReader& reader)
   size_t body = reader.blockLength - 12;
   Span held = {reader.data, body < sizeof reader.data ? body : sizeof reader.data};
   if (reader.blockType == kInterfaceBlock) return takeInterface(reader, held);
-  return reader.blockType == kPacketBlock ? takePacket(reader, held) : takeSimplePacket(reader, held);
+  return reader.blockType == kSimpleBlock ? takeSimplePacket(reader, held) : takePacket(reader, held);
 }
 
 // The step that has been gathered is over when this returns; it has said what to gather next.

@@ -20,6 +20,7 @@ static Reason readUdp(velnor3gpp_CaptureReader& reader, Span span)
   connection.destinationPort = load16(span.data + 2);
   if (connection.sourcePort != kGsmtapPort && connection.destinationPort != kGsmtapPort)
     return VELNOR3GPP_CAPTURE_PROTOCOL;
+  reader.frame.direction = VELNOR3GPP_DIRECTION_UNKNOWN; // that of the capture's flags is the packet's
   size_t count = load16(span.data + 4);
   if (count < 8 || count > span.size) return VELNOR3GPP_CAPTURE_MALFORMED;
   return readGsmtap(reader, {span.data + 8, count - 8});

@@ -68,12 +68,12 @@ static void takeRadio(velnor3gpp_CaptureReader& reader, const uint8_t* at, Kind 
 {
   velnor3gpp_CaptureFrame& frame = reader.frame;
   unsigned number = load16(at + 4);
+  reader.radioNumber = static_cast<uint16_t>(number & ~kUplink);
   frame.connection.has |= VELNOR3GPP_CAPTURE_HAS_RADIO;
   frame.connection.arfcn = static_cast<uint16_t>(number & kArfcnMask);
   frame.connection.timeslot = at[3];
   frame.connection.subslot = at[14];
-  frame.direction = number & kUplink ? VELNOR3GPP_UP : VELNOR3GPP_DOWN;
-  if (!number && kind != Kind::kRadio) frame.direction = VELNOR3GPP_DIRECTION_UNKNOWN;
+  if (number || kind == Kind::kRadio) frame.direction = number & kUplink ? VELNOR3GPP_UP : VELNOR3GPP_DOWN;
 }
 
 // Sub-types of radio channels. 0x80 marks the slow associated channel of the one in the lower bits.
@@ -104,11 +104,9 @@ static Reason readNamed(velnor3gpp_CaptureReader& reader, const char* name, Span
   return readProtocol(reader, *protocolNamed(name, strlen(name)), octets);
 }
 
-// The direction that the capture's flags gave is the UDP packet's, not the message's: it is forgotten.
 Reason readGsmtap(velnor3gpp_CaptureReader& reader, Span span)
 {
   Header header = {};
-  reader.frame.direction = VELNOR3GPP_DIRECTION_UNKNOWN;
   if (!readHeader(span, header)) return VELNOR3GPP_CAPTURE_MALFORMED;
   Kind kind = kindOf(header);
   if (header.hasRadio) takeRadio(reader, span.data, kind);

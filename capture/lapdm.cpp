@@ -74,12 +74,12 @@ static Span withoutLayer1(Span block)
 }
 
 // A hash of who sent the frame and on which channel (FNV-1a), the same for both directions. `source` is
-// the receiver that sent the GSMTAP packet, which hears both sides.
-static uint64_t channelHash(const velnor3gpp_CaptureConnection& connection, uint8_t subType)
+// the receiver that sent the GSMTAP packet, which hears both sides; `radioNumber` has the band as well.
+static uint64_t channelHash(const velnor3gpp_CaptureConnection& connection, uint16_t radioNumber, uint8_t subType)
 {
   uint8_t where[32] = {};
   memcpy(where, connection.source, 16);
-  const uint32_t numbers[] = {connection.interfaceNumber, connection.arfcn, connection.timeslot};
+  const uint32_t numbers[] = {connection.interfaceNumber, radioNumber, connection.timeslot};
   memcpy(where + 16, numbers, sizeof numbers);
   where[28] = connection.subslot;
   where[29] = subType;
@@ -124,11 +124,13 @@ static bool isSlowBlock(const Frame& frame)
   return frame.slow && !frame.up && (pseudo || !(frame.lengthOctet & 0x83));
 }
 
-// An I frame. Its message is whole when the last segment has come.
+// An I frame. Its message is whole when the last segment has come. Where no channel is told, frames of several mobiles
+// may be mixed, so that segments are not joined.
 static Reason readSegment(velnor3gpp_CaptureReader& reader, const Frame& frame)
 {
-  RadioSegment segment = {static_cast<uint8_t>(frame.control >> 1 & 7), (frame.lengthOctet & 2) != 0, frame.info.data,
-                          frame.info.size};
+  bool joins = reader.frame.connection.has & VELNOR3GPP_CAPTURE_HAS_RADIO;
+  RadioSegment segment = {static_cast<uint8_t>(frame.control >> 1 & 7), (frame.lengthOctet & 2) != 0, joins,
+                          frame.info.data, frame.info.size};
   RadioLink* link = nullptr;
   switch (takeSegment(reader.links, frame.key, segment, &link)) {
     case SegmentResult::kMessage:
@@ -142,15 +144,23 @@ static Reason readSegment(velnor3gpp_CaptureReader& reader, const Frame& frame)
   }
 }
 
-// Frames without a number; EF takes the poll bit off. SABM (2F) and DM, DISC, UA (0F, 43, 63) begin or end a link,
-// whose numbers count from 0 again. SABM and UI (03) carry messages. The network repeats in UA what the mobile said in
-// SABM, so that is no message of the network's.
+// SABM begins a link and may carry its first message. It is sent again if no answer came.
+static Reason readBeginning(velnor3gpp_CaptureReader& reader, const Frame& frame)
+{
+  bool isNew = beginLink(reader.links, frame.key, frame.info.data, frame.info.size);
+  if (!frame.info.size) return VELNOR3GPP_CAPTURE_CONTROL;
+  return isNew ? readMessage(reader, frame, frame.info) : VELNOR3GPP_CAPTURE_REPEATED;
+}
+
+// Frames without a number; EF takes the poll bit off. SABM (2F) begins a link; UA (63) answers it, or as DM and DISC do
+// (0F, 43) stands at the end of one. Numbers count from 0 again. SABM and UI (03) carry messages. The network repeats
+// in UA what the mobile said in SABM, so that is no message of the network's.
 static Reason readUnnumbered(velnor3gpp_CaptureReader& reader, const Frame& frame)
 {
   uint8_t control = frame.control & 0xEF;
-  bool begins = control == 0x2F;
-  if (begins || control == 0x0F || control == 0x43 || control == 0x63) resetLinks(reader.links, frame.key);
-  if (begins) return frame.info.size ? readMessage(reader, frame, frame.info) : VELNOR3GPP_CAPTURE_CONTROL;
+  if (control == 0x2F) return readBeginning(reader, frame);
+  bool answered = control == 0x63 && answerLink(reader.links, frame.key);
+  if (!answered && (control == 0x0F || control == 0x43 || control == 0x63)) resetLinks(reader.links, frame.key);
   if (control != 0x03) return VELNOR3GPP_CAPTURE_CONTROL;
   return frame.info.size ? readMessage(reader, frame, frame.info) : VELNOR3GPP_CAPTURE_FILL;
 }
@@ -198,13 +208,9 @@ Reason readDedicatedChannel(velnor3gpp_CaptureReader& reader, uint8_t subType, S
   if (octets.size < 3) return VELNOR3GPP_CAPTURE_MALFORMED;
   findDirection(reader, address);
   bool up = reader.frame.direction == VELNOR3GPP_UP;
-  Frame frame = {{channelHash(reader.frame.connection, subType), static_cast<uint8_t>(address >> 2 & 7), up},
-                 slow,
-                 up,
-                 octets.data[1],
-                 0,
-                 {},
-                 {}};
+  bool hasRadio = reader.frame.connection.has & VELNOR3GPP_CAPTURE_HAS_RADIO;
+  uint64_t channel = channelHash(reader.frame.connection, hasRadio ? reader.radioNumber : uint16_t{0}, subType);
+  Frame frame = {{channel, static_cast<uint8_t>(address >> 2 & 7), up}, slow, up, octets.data[1], 0, {}, {}};
   skip(octets, 2); // address and control
   frame.rest = octets;
   return readFrame(reader, frame);

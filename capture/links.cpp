@@ -33,11 +33,11 @@ static RadioLink& open(RadioLinks& links, const RadioLinkKey& key, uint8_t numbe
   return *oldest;
 }
 
-// FNV-1a over the segment, to tell a frame that was sent again from the one seven numbers on.
-static uint32_t hashOf(const RadioSegment& segment)
+// FNV-1a over the octets of a frame and its kind, to tell one that was sent again from the one seven numbers on.
+static uint32_t hashOf(uint32_t kind, const uint8_t* octets, size_t count)
 {
-  uint32_t hash = 2166136261U ^ segment.more;
-  for (size_t i = 0; i < segment.count; ++i) hash = (hash ^ segment.octets[i]) * 16777619U;
+  uint32_t hash = 2166136261U ^ kind;
+  for (size_t i = 0; i < count; ++i) hash = (hash ^ octets[i]) * 16777619U;
   return hash | 1; // 0 is that of no frame
 }
 
@@ -62,9 +62,9 @@ SegmentResult takeSegment(RadioLinks& links, const RadioLinkKey& key, const Radi
   RadioLink& entry = found ? *found : open(links, key, segment.number);
   *link = &entry;
   entry.used = ++links.clock;
-  uint32_t hash = hashOf(segment);
+  uint32_t hash = hashOf(segment.more, segment.octets, segment.count);
   if (((segment.number + 1) & 7) == entry.next && hash == entry.lastFrame) return SegmentResult::kRepeated;
-  if (segment.number != entry.next) entry.lost = true;
+  if (segment.number != entry.next || (segment.more && !segment.joins)) entry.lost = true;
   entry.next = (segment.number + 1) & 7;
   entry.lastFrame = hash;
   if (!entry.lost) keep(entry, segment);
@@ -74,6 +74,30 @@ SegmentResult takeSegment(RadioLinks& links, const RadioLinkKey& key, const Radi
   if (!segment.more) entry.lost = false;
   if (!whole) return SegmentResult::kFragment;
   return segment.more ? SegmentResult::kSegment : SegmentResult::kMessage;
+}
+
+bool beginLink(RadioLinks& links, const RadioLinkKey& key, const uint8_t* octets, size_t count)
+{
+  static constexpr uint32_t kSabm = 2; // a kind that no numbered frame has
+  uint32_t hash = hashOf(kSabm, octets, count);
+  RadioLink* known = find(links, key);
+  bool repeated = known && known->lastFrame == hash;
+  bool begins = !repeated || !known->awaited; // one that was answered begins anew
+  if (begins) resetLinks(links, key);
+  RadioLink& entry = begins ? open(links, key, 0) : *known;
+  entry.used = ++links.clock;
+  entry.lastFrame = hash;
+  entry.awaited = true;
+  return !repeated;
+}
+
+bool answerLink(RadioLinks& links, RadioLinkKey key)
+{
+  key.up = !key.up;
+  RadioLink* asked = find(links, key);
+  if (!asked || !asked->awaited) return false;
+  asked->awaited = false;
+  return true;
 }
 
 void resetLinks(RadioLinks& links, RadioLinkKey key)

@@ -22,6 +22,7 @@ struct RadioLink {
   uint64_t used;      // when a frame of it came last; 0: the entry is free
   uint8_t next;       // the number N(S) that the next frame shall have
   bool inside;        // segments of a message are held
+  bool awaited;       // its SABM was there, and the answer was not
   bool lost;          // segments are missing: nothing is whole before the next last segment has passed
   uint32_t lastFrame; // a hash of the frame before, to know it when it is sent again
   size_t count;
@@ -37,6 +38,7 @@ struct RadioLinks {
 struct RadioSegment {
   uint8_t number;
   bool more;
+  bool joins; // false: no message is made of several segments
   const uint8_t* octets;
   size_t count;
 };
@@ -46,6 +48,12 @@ enum class SegmentResult { kMessage, kSegment, kFragment, kRepeated };
 
 // Takes a segment into its link. With kMessage the link holds the whole message.
 SegmentResult takeSegment(RadioLinks& links, const RadioLinkKey& key, const RadioSegment& segment, RadioLink** link);
+// A link begins with SABM, whose octets these are: both directions count from 0. Returns false if it is the same frame
+// sent again, before any other of its direction.
+bool beginLink(RadioLinks& links, const RadioLinkKey& key, const uint8_t* octets, size_t count);
+// Was a link of the other direction waiting for this answer? It may stand behind the first frames that follow SABM, as
+// receivers of the two directions are not in step.
+bool answerLink(RadioLinks& links, RadioLinkKey key);
 // A link begins or ends: both directions count from 0 and hold nothing.
 void resetLinks(RadioLinks& links, RadioLinkKey key);
 

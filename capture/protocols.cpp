@@ -43,7 +43,7 @@ const CaptureProtocol* protocolNamed(const char* name, size_t count)
 // bearer 5, 52, needs the latter.
 const char* epsDissector(Span octets)
 {
-  return octets.size && (octets.data[0] & 15) == 2 ? "nas-eps_plain" : "nas-eps";
+  return octets.data && octets.size && (octets.data[0] & 15) == 2 ? "nas-eps_plain" : "nas-eps";
 }
 
 // Null for a type that no dissector takes by itself, such as an element.
@@ -77,13 +77,19 @@ static velnor3gpp_Channel channelOf(const CaptureProtocol& protocol, Span octets
   return octets.data[0] & 0x83 ? VELNOR3GPP_CHANNEL_UNKNOWN : VELNOR3GPP_SHORT;
 }
 
-// Octets, dissector, channel and form of the message. A form that the octets leave open is the decoder's to find.
+static bool isEps(const CaptureProtocol& protocol)
+{
+  return protocol.form && strcmp(protocol.form, "TS24301Msg_PDU") == 0;
+}
+
+// Octets, dissector, channel and form of the message. A form that the octets leave open is the decoder's to find. EPS
+// has two names, and messages came under either: the right one is told.
 velnor3gpp_CaptureReason readProtocol(velnor3gpp_CaptureReader& reader, const CaptureProtocol& protocol, Span octets)
 {
   velnor3gpp_CaptureFrame& frame = reader.frame;
   frame.octets = octets.data;
   frame.count = octets.size;
-  frame.dissector = protocol.dissector;
+  frame.dissector = isEps(protocol) ? epsDissector(octets) : protocol.dissector;
   if (!octets.size) return VELNOR3GPP_CAPTURE_MALFORMED;
   frame.channel = protocol.channel;
   if (protocol.form) {
@@ -109,8 +115,9 @@ const char* velnor3gpp_captureReasonText(velnor3gpp_CaptureReason reason)
                                                                      "a segment without the rest of its message",
                                                                      "a fill frame",
                                                                      "a layer-2 frame without a message",
-                                                                     "a segment sent again",
+                                                                     "a layer-2 frame sent again",
                                                                      "a frame that was captured in part",
                                                                      "malformed headers"};
-  return reason < VELNOR3GPP_CAPTURE_REASONS ? kTexts[reason] : "";
+  size_t number = static_cast<size_t>(reason); // below 0 it is beyond all
+  return number < VELNOR3GPP_CAPTURE_REASONS ? kTexts[number] : "";
 }

@@ -170,17 +170,11 @@ static size_t commentsIn(const velnor3gpp_CaptureFrame& frame)
   return frame.commentCount < VELNOR3GPP_CAPTURE_COMMENTS_MAX ? frame.commentCount : VELNOR3GPP_CAPTURE_COMMENTS_MAX;
 }
 
-// An option's length has 16 bits: longer comments are cut.
-static size_t commentSize(const velnor3gpp_CaptureComment& comment)
-{
-  return comment.count < UINT16_MAX ? comment.count : UINT16_MAX;
-}
-
 // Octets of the options with the word that ends them; none if there are no options.
 static uint32_t optionsSize(const velnor3gpp_CaptureFrame& frame)
 {
   size_t size = frame.direction != VELNOR3GPP_DIRECTION_UNKNOWN ? 8 : 0;
-  for (size_t i = 0; i < commentsIn(frame); ++i) size += 4 + padded(commentSize(frame.comments[i]));
+  for (size_t i = 0; i < commentsIn(frame); ++i) size += 4 + padded(frame.comments[i].count);
   return static_cast<uint32_t>(size ? size + 4 : 0);
 }
 
@@ -188,7 +182,7 @@ static uint32_t optionsSize(const velnor3gpp_CaptureFrame& frame)
 static void putOptions(velnor3gpp_CaptureWriter& writer, const velnor3gpp_CaptureFrame& frame)
 {
   for (size_t i = 0; i < commentsIn(frame); ++i) {
-    size_t count = commentSize(frame.comments[i]);
+    size_t count = frame.comments[i].count;
     put2x16(writer, 1, static_cast<uint32_t>(count));
     putPadded(writer, frame.comments[i].text, count);
   }
@@ -197,6 +191,24 @@ static void putOptions(velnor3gpp_CaptureWriter& writer, const velnor3gpp_Captur
     put32(writer, frame.direction == VELNOR3GPP_UP ? 2 : 1); // outbound, inbound: the mobile's own view
   }
   if (optionsSize(frame)) put32(writer, 0);
+}
+
+// A frame without a time, comments apart, which no simple packet holds.
+static bool isTimeless(const velnor3gpp_CaptureFrame& frame)
+{
+  return !frame.hasTime && !frame.time && !frame.commentCount;
+}
+
+// A simple packet block has no time and no options: type, length, octets on the wire, octets, length.
+static void putSimpleBlock(velnor3gpp_CaptureWriter& writer, const velnor3gpp_CaptureFrame& frame, const Tags& tags)
+{
+  uint32_t count = static_cast<uint32_t>(tags.count + frame.count);
+  uint32_t length = 16 + static_cast<uint32_t>(padded(count));
+  const uint32_t head[] = {3, length, count};
+  for (uint32_t word : head) put32(writer, word);
+  put(writer, tags.octets, tags.count);
+  putPadded(writer, frame.octets, frame.count);
+  put32(writer, length);
 }
 
 // A packet block: 32 octets around tags, message and options. The length stands at both ends.
@@ -224,18 +236,33 @@ static void putRecord(velnor3gpp_CaptureWriter& writer, const velnor3gpp_Capture
   put(writer, frame.octets, frame.count);
 }
 
-// A name of up to 63 characters, as the room of the tags allows; a frame is no larger than what the reader takes.
+// A name of up to 63 characters, as the room of the tags allows. An option's length has 16 bits.
+static int checkFrame(const velnor3gpp_CaptureWriter& writer, const velnor3gpp_CaptureFrame& frame)
+{
+  if (!frame.dissector || !*frame.dissector || strlen(frame.dissector) > 63) return RTX_E_BAD_PARAMETER;
+  if (!frame.octets && frame.count) return RTX_E_NULL_POINTER;
+  if (writer.format == VELNOR3GPP_CAPTURE_PCAP) return frame.time / 1000000000U > UINT32_MAX ? RTX_E_BAD_VALUE : 0;
+  for (size_t i = 0; i < commentsIn(frame); ++i) {
+    if (!frame.comments[i].text && frame.comments[i].count) return RTX_E_NULL_POINTER;
+    if (frame.comments[i].count > UINT16_MAX) return RTX_E_TOO_BIG;
+  }
+  return 0;
+}
+
+// A frame is no larger than what the reader takes.
 int velnor3gpp_captureWrite(velnor3gpp_CaptureWriter* writer, const velnor3gpp_CaptureFrame* frame)
 {
   if (!writer || !frame) return RTX_E_NULL_POINTER;
   velnor3gpp_CaptureFrame known = {};
   memcpy(&known, frame, frame->size < sizeof known ? frame->size : sizeof known);
-  if (!known.dissector || !*known.dissector || strlen(known.dissector) > 63) return RTX_E_BAD_PARAMETER;
-  if (!known.octets && known.count) return RTX_E_NULL_POINTER;
+  int status = checkFrame(*writer, known);
+  if (status < 0) return status;
   Tags tags = tagsOf(known);
   if (known.count > VELNOR3GPP_CAPTURE_FRAME_MAX - tags.count) return RTX_E_TOO_BIG;
   if (writer->format == VELNOR3GPP_CAPTURE_PCAP)
     putRecord(*writer, known, tags);
+  else if (isTimeless(known))
+    putSimpleBlock(*writer, known, tags);
   else
     putBlock(*writer, known, tags);
   return writer->status;

@@ -4,7 +4,7 @@
  * any size or from a function that it calls, and gives back one frame after the other: the message in it, what kind of
  * message it is, when and which way it went; or why the frame holds none. A writer makes a capture that an independent
  * dissector opens without a setting. Both know no files and no clock, so they run wherever C does. A reader has all its
- * memory from the moment it is opened (700 KiB): no length in a file makes it allocate, and none makes it read beyond
+ * memory from the moment it is opened (1 MiB): no length in a file makes it allocate, and none makes it read beyond
  * what it was given. A reader or writer serves one thread at a time. Every failure is a status below 0 of rtxStatus.h.
  * What a call hands out belongs to the reader and is valid until its next call. Public structs begin with `size`, as
  * those of velnor3gpp.h do.
@@ -44,7 +44,7 @@ typedef enum {
   VELNOR3GPP_CAPTURE_FRAGMENT = 6,    /**< A segment that belongs to no whole message: others are missing. */
   VELNOR3GPP_CAPTURE_FILL = 7,        /**< A fill frame, or fill octets alone. */
   VELNOR3GPP_CAPTURE_CONTROL = 8,     /**< A frame of layer 2 without a message of its own. */
-  VELNOR3GPP_CAPTURE_REPEATED = 9,    /**< A segment that came before, sent again. */
+  VELNOR3GPP_CAPTURE_REPEATED = 9,    /**< A frame of layer 2 that came before, sent again. */
   VELNOR3GPP_CAPTURE_CUT = 10,        /**< The capture kept too few octets of the frame. */
   VELNOR3GPP_CAPTURE_MALFORMED = 11   /**< Headers that contradict themselves. */
 } velnor3gpp_CaptureReason;
@@ -78,23 +78,23 @@ typedef struct {
 
 /** A frame and the message in it. */
 typedef struct {
-  size_t size;                     /**< sizeof this struct. */
-  velnor3gpp_CaptureReason reason; /**< MESSAGE, or why it holds none. */
-  uint64_t frame;                  /**< The frame's number, from 1. */
-  uint64_t time;                   /**< Nanoseconds since 1970. */
-  int hasTime;                     /**< 0: the capture tells no time. */
-  uint32_t linkType;               /**< What the frame begins with. */
-  velnor3gpp_Direction direction;  /**< Which way it went. */
-  velnor3gpp_Channel channel;      /**< The radio channel, if one is told. */
-  const char* dissector;           /**< The dissector's name of the protocol, "nas-5gs", or "". */
-  const velnor3gpp_Type* type;     /**< The form of the message for `velnor3gpp_decode`; null: let it find out. */
-  const uint8_t* octets;           /**< The message, or null. */
-  size_t count;                    /**< Octets in it. */
-  const uint8_t* frameOctets;      /**< The frame as it was captured. */
-  size_t frameCount;               /**< Octets in it. */
-  size_t originalCount;            /**< Octets that it had when it was captured. */
-  velnor3gpp_CaptureConnection connection;                             /**< Whose message it is. */
-  size_t commentCount;                                                 /**< How many comments there are. */
+  size_t size;                             /**< sizeof this struct. */
+  velnor3gpp_CaptureReason reason;         /**< MESSAGE, or why it holds none. */
+  uint64_t frame;                          /**< The frame's number, from 1. */
+  uint64_t time;                           /**< Nanoseconds since 1970. */
+  int hasTime;                             /**< 0: the capture tells no time. */
+  uint32_t linkType;                       /**< What the frame begins with. */
+  velnor3gpp_Direction direction;          /**< Which way it went. */
+  velnor3gpp_Channel channel;              /**< The radio channel, if one is told. */
+  const char* dissector;                   /**< The dissector's name of the protocol, "nas-5gs", or "". */
+  const velnor3gpp_Type* type;             /**< The form of the message, or null: its channel has several. */
+  const uint8_t* octets;                   /**< The message, or null. */
+  size_t count;                            /**< Octets in it. */
+  const uint8_t* frameOctets;              /**< The frame as it was captured. */
+  size_t frameCount;                       /**< Octets in it. */
+  size_t originalCount;                    /**< Octets that it had when it was captured. */
+  velnor3gpp_CaptureConnection connection; /**< Whose message it is. */
+  size_t commentCount;                     /**< How many comments there are. */
   velnor3gpp_CaptureComment comments[VELNOR3GPP_CAPTURE_COMMENTS_MAX]; /**< Comments on the frame. */
 } velnor3gpp_CaptureFrame;
 
@@ -128,16 +128,20 @@ VELNOR_API void velnor3gpp_captureClose(velnor3gpp_CaptureReader* reader);
 VELNOR_API int velnor3gpp_captureMap(velnor3gpp_CaptureReader* reader, uint32_t linkType, const char* dissector);
 /** Feeds the next octets. They stay where they are, and have to until `velnor3gpp_captureNext` returns MORE. None
  *  (`count` 0) says that there are no more. Returns 0, RTX_E_NULL_POINTER, or RTX_E_BAD_PARAMETER for a reader that
- *  calls a function or has octets left. */
+ *  calls a function, has octets left, or was told that there are no more. */
 VELNOR_API int velnor3gpp_captureFeed(velnor3gpp_CaptureReader* reader, const uint8_t* octets, size_t count);
 /** Reads the next frame. Returns a velnor3gpp_CaptureStep; RTX_E_END_OF_FILE if the capture ends inside a record, which
  *  is left out; RTX_E_BAD_FORMAT if it is no capture; RTX_E_BAD_LENGTH or RTX_E_BAD_VALUE for a damaged record;
  *  RTX_E_TOO_BIG for more interfaces than a section may have (1024); RTX_E_READ if the function failed. After a failure
  * nothing more is read, and `velnor3gpp_captureCounts` tells where it is. */
 VELNOR_API int velnor3gpp_captureNext(velnor3gpp_CaptureReader* reader, velnor3gpp_CaptureFrame* frame);
+/** Decodes the message of a frame as `velnor3gpp_decode` does: as its form, or where the channel has several as the one
+ *  that reads it. Returns the status of the result, RTX_E_NULL_POINTER, or RTX_E_BAD_PARAMETER for a frame without a
+ *  message. */
+VELNOR_API int velnor3gpp_decodeFrame(velnor3gpp_Session* session, const velnor3gpp_CaptureFrame* frame);
 /** Tells what was read so far. Returns 0 or RTX_E_NULL_POINTER. */
 VELNOR_API int velnor3gpp_captureCounts(const velnor3gpp_CaptureReader* reader, velnor3gpp_CaptureCounts* counts);
-/** Returns a reason in words, "a fragment of an IP packet"; a constant. */
+/** Returns a reason in words, "a fragment of an IP packet", or "" for a number that is none; a constant. */
 VELNOR_API const char* velnor3gpp_captureReasonText(velnor3gpp_CaptureReason reason);
 /** Returns the name of the dissector that reads a message of a form, "nas-5gs" for TS24501Msg_PDU. Its octets tell it
  *  where a form has several: EPS session management, which no security header leads, is "nas-eps_plain", all else of
@@ -146,15 +150,19 @@ VELNOR_API const char* velnor3gpp_captureDissector(const velnor3gpp_Type* form, 
 /** Returns 1 if the octets, 4 or more, begin as a capture does, else 0. */
 VELNOR_API int velnor3gpp_isCapture(const uint8_t* octets, size_t count);
 
-/** Makes a writer and writes the head of the capture. End it with `velnor3gpp_captureFinish`. Returns 0,
- *  RTX_E_NULL_POINTER, RTX_E_BAD_PARAMETER for another format, RTX_E_NO_MEMORY, or RTX_E_WRITE. */
+/** Makes a writer. What it writes, the head of the capture first, goes to `write` in pieces of 64 KiB. End it with
+ *  `velnor3gpp_captureFinish`. Returns 0, RTX_E_NULL_POINTER, RTX_E_BAD_PARAMETER for another format, or
+ *  RTX_E_NO_MEMORY. */
 VELNOR_API int velnor3gpp_captureCreate(velnor3gpp_CaptureWriter** writer, velnor3gpp_CaptureFormat format,
                                         velnor3gpp_CaptureWriteFunc write, void* arg);
 /** Writes a message: `dissector`, `octets`, `count`, `time`, `direction`, the addresses of `connection` and, in pcapng,
- *  the comments. The other members are not looked at. Returns 0, RTX_E_NULL_POINTER, RTX_E_BAD_PARAMETER without a
- *  dissector, RTX_E_TOO_BIG if the frame would have too many octets, or RTX_E_WRITE. */
+ *  the comments. A frame with `time` and `hasTime` of 0 has none, as far as the format can say so: pcap cannot, nor can
+ *  pcapng with a comment, and both then tell 1970. The other members are not looked at. Returns 0; RTX_E_NULL_POINTER;
+ * RTX_E_BAD_PARAMETER without a dissector, or with a name of more than 63 characters; RTX_E_TOO_BIG if the frame or a
+ * comment (65,535) would have too many octets; RTX_E_BAD_VALUE for a time behind February 2106 in pcap, whose seconds
+ * have 32 bits; all these with nothing written; or RTX_E_WRITE, which stays. */
 VELNOR_API int velnor3gpp_captureWrite(velnor3gpp_CaptureWriter* writer, const velnor3gpp_CaptureFrame* frame);
-/** Writes what is left and ends the writer. Returns 0, RTX_E_WRITE, or RTX_E_NULL_POINTER. */
+/** Hands over what is left and ends the writer. Returns 0, RTX_E_WRITE, or RTX_E_NULL_POINTER. */
 VELNOR_API int velnor3gpp_captureFinish(velnor3gpp_CaptureWriter* writer);
 
 VELNOR_END_DECLS

@@ -137,9 +137,17 @@ inline void putSection(Octets& file, bool little)
   putBlock(file, 0x0A0D0D0A, body, little);
 }
 
-inline void putInterface(Octets& file, uint32_t linkType, unsigned resolution, bool little)
+inline void putOption(Octets& body, unsigned code, Octets value, bool little)
 {
-  Octets body;
+  put(body, code, 2, little);
+  put(body, value.size(), 2, little);
+  value.resize((value.size() + 3) / 4 * 4);
+  body = body + value;
+}
+
+inline void putInterface(Octets& file, uint32_t linkType, unsigned resolution, bool little, int64_t offset = 0)
+{
+  Octets body, shift;
   put(body, linkType, 2, little);
   put(body, 0, 2, little);
   put(body, 0, 4, little);
@@ -147,15 +155,9 @@ inline void putInterface(Octets& file, uint32_t linkType, unsigned resolution, b
   put(body, 1, 2, little);
   put(body, resolution, 1);
   body.resize(16);
+  put(shift, uint64_t(offset), 8, little);
+  if (offset) putOption(body, 14, shift, little);
   putBlock(file, 1, body, little);
-}
-
-inline void putOption(Octets& body, unsigned code, Octets value, bool little)
-{
-  put(body, code, 2, little);
-  put(body, value.size(), 2, little);
-  value.resize((value.size() + 3) / 4 * 4);
-  body = body + value;
 }
 
 // With the packet's flags and a comment.
@@ -221,8 +223,11 @@ inline std::string textOf(const velnor3gpp_CaptureFrame& frame)
   char line[200];
   auto facts = sized<velnor3gpp_TypeFacts>();
   if (frame.type) velnor3gpp_typeFacts(frame.type, &facts);
-  snprintf(line, sizeof line, "%llu %llu.%09llu %s", (unsigned long long)frame.frame,
-           (unsigned long long)frame.time / 1000000000, (unsigned long long)frame.time % 1000000000,
+  char time[40] = "timeless";
+  if (frame.hasTime)
+    snprintf(time, sizeof time, "%llu.%09llu", (unsigned long long)frame.time / 1000000000,
+             (unsigned long long)frame.time % 1000000000);
+  snprintf(line, sizeof line, "%llu %s %s", (unsigned long long)frame.frame, time,
            frame.direction == VELNOR3GPP_UP     ? "up"
            : frame.direction == VELNOR3GPP_DOWN ? "down"
                                                 : "-");

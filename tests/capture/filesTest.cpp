@@ -124,17 +124,21 @@ TEST(CaptureFiles, LengthsLeadNowhereElse)
   body = hex("00*12 00000004 00000004") + kIdentity + hex("0001 FFFF 616263");
   putBlock(file, 6, body, false);
   Octets longOptions = hex("00*12 00000004 00000004") + kIdentity;
-  for (int i = 0; i < 3; ++i) putOption(longOptions, 1, Octets(65535, 'x'), false);
+  for (int i = 0; i < VELNOR3GPP_CAPTURE_COMMENTS_MAX; ++i) putOption(longOptions, 1, Octets(65535, 'x'), false);
+  putOption(longOptions, 2, hex("00000002"), false);
   putBlock(file, 6, longOptions, false);
+  putBlock(file, 2, hex("0000 0007 00*8 00000004 00000004") + kIdentity, false); // as early writers have it
   putBlock(file, 3, hex("00000003") + hex("7E005C00"), false);
   putBlock(file, 77, Octets(300000, 7), false);
   putPacket(file, 0, 0, {151, kIdentity}, false);
   const Reading reading = read(file);
   EXPECT_EQ(reading.status, 0);
-  ASSERT_EQ(reading.lines.size(), 4U);
+  ASSERT_EQ(reading.lines.size(), 5U);
   EXPECT_EQ(reading.lines[0], "1 0.000000000 - nas-5gs TS24501Msg_PDU 7E005B01");
-  EXPECT_GT(reading.lines[1].size(), 65535U);
-  EXPECT_EQ(reading.lines[2], "3 0.000000000 - nas-5gs TS24501Msg_PDU 7E005C");
+  EXPECT_GT(reading.lines[1].size(), VELNOR3GPP_CAPTURE_COMMENTS_MAX * 65535U);
+  EXPECT_EQ(reading.lines[1].substr(0, 16), "2 0.000000000 up");
+  EXPECT_EQ(reading.lines[2], "3 0.000000000 - nas-5gs TS24501Msg_PDU 7E005B01");
+  EXPECT_EQ(reading.lines[3], "4 timeless - nas-5gs TS24501Msg_PDU 7E005C");
   for (int i = 0; i < 1024; ++i) putInterface(file, 151, 6, false);
   EXPECT_EQ(read(file).status, RTX_E_TOO_BIG);
 }
@@ -145,6 +149,7 @@ TEST(CaptureFiles, TimesHaveTheirInterfacesResolution)
     unsigned resolution;
     uint64_t ticks;
     const char* time;
+    int64_t offset = 0;
   };
   for (const Row& row : {Row{0, 1700000000, "1700000000.000000000"},
                          {3, 1700000000123, "1700000000.123000000"},
@@ -152,11 +157,18 @@ TEST(CaptureFiles, TimesHaveTheirInterfacesResolution)
                          {12, 1700000123456789012, "1700000.123456789"},
                          {0x8A, 1700000000ULL << 10 | 512, "1700000000.500000000"},
                          {0xA8, 1700000ULL << 40 | 1ULL << 38, "1700000.250000000"},
+                         {0xC0, 1ULL << 63, "0.500000000"},
                          {0xFF, 5, "0.000000000"},
-                         {0x7F, ~0ULL, "0.000000000"}}) {
+                         {0x7F, ~0ULL, "0.000000000"},
+                         {9, 1700000000123456789, "1699999999.123456789", -1},
+                         {9, 1700000000123456789, "timeless", -1700000001}, // before 1970
+                         {9, 5, "timeless", INT64_MIN},
+                         {6, 1700000000000000, "18446744072.000000000", 16746744072},
+                         {0, 18446744073, "timeless"}, // beyond 64 bits of nanoseconds
+                         {0, ~0ULL, "timeless", 5}}) {
     Octets file;
     putSection(file, true);
-    putInterface(file, 151, row.resolution, true);
+    putInterface(file, 151, row.resolution, true, row.offset);
     putPacket(file, 0, row.ticks, {151, kIdentity}, true);
     const Reading reading = read(file);
     ASSERT_EQ(reading.lines.size(), 1U);

@@ -46,6 +46,8 @@ TEST(CaptureLayers, NamesTellTheForm)
   const std::string attach = "07445203";
   EXPECT_EQ(one(148, kAttach), "- nas-eps TS24301Msg_PDU " + attach);
   EXPECT_EQ(one(151, hex("7E005B01")), "- nas-5gs TS24501Msg_PDU 7E005B01");
+  EXPECT_EQ(one(148, hex("5203C9")), "- nas-eps_plain TS24301Msg_PDU 5203C9"); // which nas-eps does not read
+  EXPECT_EQ(one(252, upperPdu("nas-eps_plain", kAttach)), "- nas-eps TS24301Msg_PDU " + attach);
   EXPECT_EQ(one(147, kAttach), "-: a link type that is not read");
   EXPECT_EQ(one(147, hex("0508 01"), "gsm_a_dtap"), "- gsm_a_dtap TS24008Msg_PDU 050801");
   EXPECT_EQ(one(147, hex("060D00"), "gsm_a_dtap"), "- gsm_a_dtap TS44018Msg_DL_DCCH_PDU 060D00");
@@ -67,6 +69,8 @@ TEST(CaptureLayers, NamesTellTheForm)
 TEST(CaptureLayers, GsmtapHasThreeLayouts)
 {
   EXPECT_EQ(one(217, gsmtap(0x12, 1, 0, kAttach)), "- nas-eps TS24301Msg_PDU 07445203 arfcn 0/2"); // nothing set
+  EXPECT_EQ(one(252, upperPdu("gsmtap", gsmtap(0x12, 0, 0, kAttach), 0)),                          // the tag tells
+            std::string(kFound) + " arfcn 0/2");
   EXPECT_EQ(one(217, gsmtap(0x12, 1, 0x8005, kAttach)), "down nas-eps TS24301Msg_PDU 07445203 arfcn 5/2");
   EXPECT_EQ(one(217, gsmtap(0x12, 0, 0x4005, kAttach, 5)), std::string(kFound) + " arfcn 5/2");
   EXPECT_EQ(one(217, gsmtap3(0x0404, 0, kAttach)), "- nas-eps TS24301Msg_PDU 07445203");
@@ -119,7 +123,7 @@ std::vector<std::string> radio(unsigned subType, const std::vector<std::string>&
 
 const char kFill[] = "a fill frame", kControl[] = "a layer-2 frame without a message",
            kGoesOn[] = "a segment of a message that goes on", kFragment[] = "a segment without the rest of its message",
-           kAgain[] = "a segment sent again";
+           kAgain[] = "a layer-2 frame sent again";
 using Lines = std::vector<std::string>;
 
 TEST(CaptureRadio, CommonChannelsHaveAPseudoLength)
@@ -144,9 +148,14 @@ TEST(CaptureRadio, SegmentsArePutTogether)
   // The same on a slow associated channel, with and without the header of layer 1.
   EXPECT_EQ(radio(0x87, {"up 0F00 0D00 0D 090400 2B*15", "up 0D02 0D 091000 2B*15"}),
             (Lines{"up gsm_a_dtap TS24011Msg_CP_PDU 090400", "up gsm_a_dtap TS24011Msg_CP_PDU 091000"}));
-  // Contention: the network repeats what the mobile said.
-  EXPECT_EQ(radio(8, {"up 013F 15 0524010300 2B*15", "down 0173 15 0524010300 2B*15"}),
-            (Lines{"up gsm_a_dtap TS24008Msg_PDU 0524010300", kControl}));
+  // Contention: the network repeats what the mobile said, who says it again if that was lost.
+  const std::string said = "up 013F 15 0524010300 2B*15", repeated = "down 0173 15 0524010300 2B*15";
+  EXPECT_EQ(radio(8, {said, repeated, said, repeated, first, said}),
+            (Lines{"up gsm_a_dtap TS24008Msg_PDU 0524010300", kControl, kAgain, kControl, kGoesOn,
+                   "up gsm_a_dtap TS24008Msg_PDU 0524010300"}));
+  // The receiver of the other direction may be late.
+  EXPECT_EQ(radio(6, {"up 013F 01", first, "down 0173 01", last}),
+            (Lines{kControl, kGoesOn, kControl, "up gsm_a_dtap TS24008Msg_PDU " + request}));
 }
 
 // Segments A, B and C of a message, then another message: whatever is lost, none of the rest is taken for a message.
@@ -167,6 +176,20 @@ TEST(CaptureRadio, ALostSegmentTellsFragments)
   EXPECT_EQ(lines[24], kGoesOn);
   EXPECT_EQ(lines[25], kFragment);
   EXPECT_EQ(lines[39], kFragment);
+}
+
+// Two mobiles: on channels of one number in two bands; and where no channel is told, which is no reason to join them.
+TEST(CaptureRadio, OtherChannelsHaveOtherLinks)
+{
+  const Octets first = hex("0100 53 0508700201F10000012308290150515253545556"), last = hex("0102 05 5B"),
+               whole = hex("0104 09 0508");
+  for (const auto& frames :
+       {std::vector<Frame>{{217, gsmtap(1, 6, 0x4258, first)}, {217, gsmtap(1, 6, 0xC258, last)}},
+        {{217, gsmtap3(0x0200, 6, first)}, {217, gsmtap3(0x0200, 6, last)}, {217, gsmtap3(0x0200, 6, whole)}}}) {
+    const Reading reading = read(pcap(frames));
+    EXPECT_EQ(reading.counts.reasons[VELNOR3GPP_CAPTURE_MESSAGE], frames.size() - 2);
+    EXPECT_NE(reading.lines[1].find(kFragment), std::string::npos);
+  }
 }
 
 // More links than are held: the one that was silent longest is given up, and its message with it.

@@ -61,7 +61,8 @@ TEST(CaptureWriter, TimesDirectionsAndCommentsAreReadAgain)
     ASSERT_EQ(reading.lines.size(), 2U);
     EXPECT_EQ(reading.lines[0], std::string("1 1700000000.123456789 down nas-5gs TS24501Msg_PDU 7E005B01") +
                                     (format == VELNOR3GPP_CAPTURE_PCAP ? "" : " \"one\" \"another one\""));
-    EXPECT_EQ(reading.lines[1], "2 0.000000000 up nas-eps TS24301Msg_PDU 0744520301 from 0A000000");
+    EXPECT_EQ(reading.lines[1], std::string(format == VELNOR3GPP_CAPTURE_PCAP ? "2 0.000000000" : "2 timeless") +
+                                    " up nas-eps TS24301Msg_PDU 0744520301 from 0A000000");
     EXPECT_EQ(reading.status, 0);
   }
 }
@@ -80,6 +81,20 @@ TEST(CaptureWriter, RefusesWhatItCannotWrite)
   EXPECT_EQ(status(frameOf(nullptr, {1})), RTX_E_BAD_PARAMETER);
   EXPECT_EQ(status(frameOf(std::string(64, 'x').c_str(), large)), RTX_E_BAD_PARAMETER);
   EXPECT_EQ(status(frameOf("nas-5gs", large)), RTX_E_TOO_BIG);
+  velnor3gpp_CaptureFrame noted = frameOf("nas-5gs", {1});
+  noted.commentCount = 1;
+  noted.comments[0] = {nullptr, 3};
+  EXPECT_EQ(status(noted), RTX_E_NULL_POINTER);
+  const std::string text(65536, 'x');
+  noted.comments[0] = {text.c_str(), text.size()};
+  EXPECT_EQ(status(noted), RTX_E_TOO_BIG);
+  velnor3gpp_CaptureWriter* pcap = nullptr;
+  ASSERT_EQ(velnor3gpp_captureCreate(&pcap, VELNOR3GPP_CAPTURE_PCAP, Output::write, &output), 0);
+  noted.time = 4294967296U * uint64_t{1000000000}; // its seconds have 32 bits
+  EXPECT_EQ(velnor3gpp_captureWrite(pcap, &noted), RTX_E_BAD_VALUE);
+  noted.time -= 1;
+  EXPECT_EQ(velnor3gpp_captureWrite(pcap, &noted), 0);
+  EXPECT_EQ(velnor3gpp_captureFinish(pcap), 0);
   output.room = 100; // the disk is full
   const Octets half(200000, 7);
   EXPECT_EQ(status(frameOf("nas-5gs", half)), RTX_E_WRITE);
