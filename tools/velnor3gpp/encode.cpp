@@ -11,6 +11,7 @@
 #include "hex.h"
 #include "names.h"
 #include "pretty.h"
+#include "sameFile.h"
 #include "velnor3gpp/velnor3gppJson.h"
 
 namespace {

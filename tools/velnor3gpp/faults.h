@@ -16,6 +16,11 @@ struct UsageError : std::runtime_error {
   }
 };
 
+// An input of a form that nobody here reads. It spoils no other input.
+struct FormError : UsageError {
+  using UsageError::UsageError;
+};
+
 // A container of messages whose framing is broken: nothing behind the fault can be found.
 struct DamageError : std::runtime_error {
   using std::runtime_error::runtime_error;

@@ -7,6 +7,7 @@
 #include "filterRun.h"
 #include "filterStop.h"
 #include "names.h"
+#include "sameFile.h"
 #include "source.h"
 #include "velnor3gpp/velnor3gppJson.h"
 

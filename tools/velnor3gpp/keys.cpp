@@ -10,7 +10,7 @@
 #include "frame.h"
 #include "hex.h"
 #include "names.h"
-#include "source.h"
+#include "sameFile.h"
 
 namespace {
 

@@ -14,8 +14,15 @@
 #include "hex.h"
 #include "names.h"
 #include "printable.h"
+#include "sameFile.h"
 
 namespace {
+
+// What a file begins with that another program has to turn into one that is read here.
+struct Mark {
+  std::string_view octets;
+  const char* what;
+};
 
 struct File {
   int fd;
@@ -28,10 +35,21 @@ struct File {
 
 } // namespace
 
-static void refuseWide(const std::string& name, std::string_view start)
+static constexpr char kWide[] = "is text in UTF-16; write it in UTF-8 ('iconv -f UTF-16 -t UTF-8' does)",
+                      kOldCapture[] =
+                          "is a capture of a form that is not read; write pcapng ('editcap -F pcapng' does)";
+static constexpr Mark kMarks[] = {{"\xFF\xFE", kWide},
+                                  {"\xFE\xFF", kWide},
+                                  {"\x1F\x8B", "is compressed; unpack it ('gzip -dc' does)"},
+                                  {"\x28\xB5\x2F\xFD", "is compressed; unpack it ('zstd -dc' does)"},
+                                  {"\xFD\x37zX", "is compressed; unpack it ('xz -dc' does)"},
+                                  {"\xA1\xB2\xCD\x34", kOldCapture},
+                                  {"\x34\xCD\xB2\xA1", kOldCapture}};
+
+static void refuseForm(const std::string& name, std::string_view start)
 {
-  if (start.substr(0, 2) == "\xFF\xFE" || start.substr(0, 2) == "\xFE\xFF")
-    throw UsageError(name + ": is text in UTF-16; write it in UTF-8 ('iconv -f UTF-16 -t UTF-8' does)");
+  for (const Mark& mark : kMarks)
+    if (start.starts_with(mark.octets)) throw FormError(name + ": " + mark.what);
 }
 
 // One read, as much as there is.
@@ -44,12 +62,12 @@ static size_t readSome(const File& file, const std::string& name, char* room, si
   }
 }
 
-// The first read, and more where captures and text in UTF-16 begin so: a pipe may give their mark octet by octet.
+// The first read, and more where captures and the marks above begin so: a pipe may give them octet by octet.
 static size_t readStart(const File& file, const std::string& name, char* room, size_t size)
 {
-  static constexpr std::string_view kMarks = "\xA1\xD4\x4D\x0A\xFF\xFE";
+  static constexpr std::string_view kFirst = "\xA1\xD4\x4D\x0A\xFF\xFE\x1F\x28\xFD\x34";
   size_t count = readSome(file, name, room, size);
-  while (count && count < 4 && kMarks.find(room[0]) != std::string_view::npos) {
+  while (count && count < 4 && kFirst.find(room[0]) != std::string_view::npos) {
     size_t more = readSome(file, name, room + count, size - count);
     if (!more) break;
     count += more;
@@ -67,7 +85,7 @@ static void readAll(const File& file, const std::string& name, const TakeLine& t
   while (size_t count = (done ? readSome : readStart)(file, name, room.get(), kPiece)) {
     std::string_view piece(room.get(), count);
     if (!done && capture && capture(name, file.fd, piece)) return;
-    if (!done) refuseWide(name, piece);
+    if (!done) refuseForm(name, piece);
     cutter.add(piece);
     done += piece.size();
     if (progress) progress(done);
@@ -79,9 +97,6 @@ static void readInput(const std::string& input, const TakeLine& take, const std:
                       const TakeCapture& capture, size_t most)
 {
   if (input == "-") return readAll({STDIN_FILENO, false}, "standard input", take, progress, capture, most);
-  struct stat facts = {};
-  if (stat(input.c_str(), &facts) == 0 && S_ISDIR(facts.st_mode))
-    throw UsageError(input + ": is a directory; name a file in it");
   File file{open(input.c_str(), O_RDONLY | O_CLOEXEC), true};
   if (file.fd < 0) throw InputError(input + ": cannot be opened: " + strerror(errno));
   readAll(file, printable(input), take, progress, capture, most);
@@ -91,6 +106,13 @@ static bool isFile(const std::string& input)
 {
   struct stat facts = {};
   return input == "-" || stat(input.c_str(), &facts) == 0;
+}
+
+static void refuseDirectory(const std::string& input)
+{
+  struct stat facts = {};
+  if (input != "-" && stat(input.c_str(), &facts) == 0 && S_ISDIR(facts.st_mode))
+    throw UsageError(input + ": is a directory; name a file in it");
 }
 
 // Within a catch.
@@ -108,6 +130,7 @@ std::exception_ptr readLines(std::vector<std::string> inputs, const TakeLine& ta
   if (inputs.empty()) inputs = {"-"};
   for (const std::string& input : inputs) {
     if (!isFile(input)) throw UsageError("no file '" + input + "'");
+    refuseDirectory(input);
     refuseOutput(input);
   }
   std::exception_ptr broken;
@@ -117,6 +140,8 @@ std::exception_ptr readLines(std::vector<std::string> inputs, const TakeLine& ta
     } catch (const DamageError& error) {
       keepFirst(broken, error.what());
     } catch (const InputError& error) {
+      keepFirst(broken, error.what());
+    } catch (const FormError& error) {
       keepFirst(broken, error.what());
     }
   }
@@ -193,28 +218,4 @@ std::string textOf(const BadLine& bad)
 std::string errorObject(const BadLine& bad)
 {
   return "{\"err\":{\"text\":" + jsonString(bad.place + ": " + bad.problem) + "}}\n";
-}
-
-// Devices and pipes can be read and written at the same time, files cannot: opening empties them.
-bool isSameFile(const std::string& target, const std::string& input)
-{
-  struct stat to = {}, from = {};
-  if (stat(target.c_str(), &to) < 0 || !S_ISREG(to.st_mode)) return false;
-  if ((input == "-" ? fstat(STDIN_FILENO, &from) : stat(input.c_str(), &from)) < 0) return false;
-  return from.st_dev == to.st_dev && from.st_ino == to.st_ino;
-}
-
-void refuseOutput(const std::string& file)
-{
-  if (isSameFile("/dev/stdout", file))
-    throw UsageError((file == "-" ? "standard input" : file) + ": is where standard output goes; take another file");
-}
-
-void refuseInput(const std::string& target, std::vector<std::string> inputs, const std::string& keyFile)
-{
-  if (inputs.empty()) inputs = {"-"};
-  inputs.push_back(keyFile);
-  for (const std::string& input : inputs)
-    if (target != "-" && isSameFile(target, input))
-      throw UsageError(target + ": is the file that is read; name another one");
 }

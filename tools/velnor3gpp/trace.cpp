@@ -4,6 +4,7 @@
 
 #include "coding.h"
 #include "commands.h"
+#include "sameFile.h"
 
 namespace {
 
