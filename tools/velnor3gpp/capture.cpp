@@ -4,10 +4,13 @@
 #include <cstring>
 
 #include "captureFile.h"
+#include "captureMessages.h"
 #include "captureOutput.h"
 #include "coding.h"
 #include "commands.h"
+#include "interrupt.h"
 #include "names.h"
+#include "sameFile.h"
 #include "session.h"
 
 namespace {
@@ -25,9 +28,9 @@ struct Run {
   CaptureOutput out;
   Session session;
   size_t messages = 0, written = 0, bad = 0;
-  size_t notChosen = 0, leftOut = 0; // messages that are not written
-  std::string frames = {};           // of a capture: what its frames were
-  std::string firstBad = {};         // the first line without a message, and why
+  size_t notChosen = 0, leftOut = 0, unfit = 0; // messages that are not written
+  std::string frames = {};                      // of a capture: what its frames were
+  std::string firstBad = {};                    // the first line without a message, and why
   std::vector<uint8_t> octets = {};
   uint8_t key[16] = {};
 
@@ -41,13 +44,6 @@ static void hideFrame(velnor3gpp_CaptureFrame& frame)
 {
   frame.commentCount = 0;
   frame.connection.has = 0;
-}
-
-static void decode(Run& run, const velnor3gpp_CaptureFrame& frame)
-{
-  velnor3gpp_Session* session = run.session.get();
-  selectKeys(session, run.options.session, &frame.connection);
-  checkMemory(velnor3gpp_decode(session, frame.type, frame.direction, frame.octets, frame.count));
 }
 
 static bool redact(Run& run, velnor3gpp_CaptureFrame& frame)
@@ -71,17 +67,35 @@ static bool isChosen(const Run& run, const velnor3gpp_CaptureFrame& frame)
   });
 }
 
+// Writes the message that was decoded, if that was asked for.
 static void convert(Run& run, velnor3gpp_CaptureFrame frame)
 {
   ++run.messages;
-  bool asked = run.options.redact || !run.options.only.empty();
-  if (asked) decode(run, frame);
-  if (!run.options.only.empty() && !isChosen(run, frame)) {
+  if (!run.options.only.empty() && !isChosen(run, frame))
     ++run.notChosen;
-    return;
+  else if (run.options.redact && !redact(run, frame))
+    ++run.leftOut;
+  else
+    ++(run.out.write(frame) >= 0 ? run.written : run.unfit);
+}
+
+// Decoded as every command decodes it. What no form has is not, and the session says so.
+static void decode(Run& run, const velnor3gpp_CaptureFrame& frame)
+{
+  try {
+    decodeMessage(run.session.get(), run.options.session, messageOf(frame));
+  } catch (const UsageError&) {
+    velnor3gpp_decodeFrame(run.session.get(), &frame);
   }
-  bool good = (!run.options.redact || redact(run, frame)) && run.out.write(frame) >= 0;
-  ++(good ? run.written : run.leftOut);
+}
+
+// A frame of a capture. It has the direction of the option if it tells none.
+static void convertFrame(Run& run, velnor3gpp_CaptureFrame frame)
+{
+  const SessionOptions& options = run.options.session;
+  if (frame.direction == VELNOR3GPP_DIRECTION_UNKNOWN) frame.direction = readDirection(options.direction);
+  if (run.options.redact || !run.options.only.empty()) decode(run, frame);
+  convert(run, frame);
 }
 
 static void refuse(Run& run, const std::string& place, const std::string& problem)
@@ -108,6 +122,7 @@ static void tell(const Run& run)
   std::string text = (run.frames.empty() ? counted(run.messages, "message") : run.frames) + "; " +
                      std::to_string(run.written) + " written";
   if (run.notChosen) text += ", " + std::to_string(run.notChosen) + " not chosen";
+  if (run.unfit) text += ", " + std::to_string(run.unfit) + " left out with a length or time beyond the format's";
   if (run.leftOut) text += ", " + std::to_string(run.leftOut) + " left out that cannot be read whole";
   if (run.bad) text += ", " + counted(run.bad, "line") + " without a message (" + run.firstBad + ")";
   complain(run.words, text);
@@ -125,16 +140,20 @@ static int capture(const Options& options, Output& out)
   taker.bad = [&](const BadLine& bad) { refuse(run, bad.place, "no message: " + bad.problem); };
   taker.links = &options.session.links;
   taker.frame = [&](const velnor3gpp_CaptureFrame& frame) {
-    if (frame.reason == VELNOR3GPP_CAPTURE_MESSAGE) convert(run, frame);
+    holdInterrupts(); // the frame is a live capture's for all that is known
+    if (frame.reason == VELNOR3GPP_CAPTURE_MESSAGE) convertFrame(run, frame);
   };
   taker.ended = [&](const velnor3gpp_CaptureCounts& counts) {
     run.frames = countsText(counts);
+    if (counts.octets) run.out.begin(); // none is made of a file that is damaged from the beginning
     run.out.finish();
     tell(run);
+    endIfInterrupted();
   };
   endWith(readMessages({options.in}, taker));
   if (!run.frames.empty()) return kExitDone;
   if (run.bad && !run.messages) throw UsageError(run.firstBad);
+  if (run.messages) run.out.begin();
   run.out.finish();
   tell(run);
   return kExitDone;

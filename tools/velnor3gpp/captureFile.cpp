@@ -9,6 +9,8 @@
 #include <ctime>
 
 #include "frame.h"
+#include "interrupt.h"
+#include "names.h"
 
 namespace {
 
@@ -46,11 +48,17 @@ static long readOctets(int descriptor, uint8_t* octets, size_t room)
 static long readInput(void* arg, uint8_t* octets, size_t room)
 {
   CaptureInput& input = *static_cast<CaptureInput*>(arg);
-  if (input.first.empty()) return readOctets(input.descriptor, octets, room);
+  if (input.first.empty()) return waitForInput(input.descriptor) ? readOctets(input.descriptor, octets, room) : 0;
   size_t count = std::min(room, input.first.size());
   std::copy_n(input.first.begin(), count, octets);
   input.first.erase(input.first.begin(), input.first.begin() + static_cast<std::ptrdiff_t>(count));
   return static_cast<long>(count);
+}
+
+// The name behind "147=", in any case.
+static std::string linkName(const std::string& word)
+{
+  return lower(word.substr(word.find('=') + 1));
 }
 
 static std::string linkFault(const std::string& word)
@@ -62,7 +70,7 @@ static std::string linkFault(const std::string& word)
   velnor3gpp_CaptureReader* reader = nullptr;
   if (!digits || velnor3gpp_captureOpen(&reader, nullptr, nullptr) < 0) return "'" + word + "'" + kHelp;
   Reader opened(reader);
-  int status = velnor3gpp_captureMap(reader, static_cast<uint32_t>(std::stoul(word)), word.c_str() + mark + 1);
+  int status = velnor3gpp_captureMap(reader, static_cast<uint32_t>(std::stoul(word)), linkName(word).c_str());
   return status < 0 || mark + 1 == word.size() ? "'" + word + "'" + kHelp : "";
 }
 
@@ -87,7 +95,7 @@ static Reader openReader(CaptureInput& input, const LinkNames& names)
   if (velnor3gpp_captureOpen(&reader, readInput, &input) < 0) throw std::bad_alloc();
   Reader opened(reader);
   for (const std::string& name : names.given)
-    velnor3gpp_captureMap(reader, static_cast<uint32_t>(std::stoul(name)), name.c_str() + name.find('=') + 1);
+    velnor3gpp_captureMap(reader, static_cast<uint32_t>(std::stoul(name)), linkName(name).c_str());
   return opened;
 }
 
@@ -95,8 +103,6 @@ static Reader openReader(CaptureInput& input, const LinkNames& names)
 [[noreturn]] static void fail(const std::string& name, int status, const velnor3gpp_CaptureCounts& counts)
 {
   if (status == RTX_E_READ) throw InputError(name + ": cannot be read: " + strerror(errno));
-  if (status == RTX_E_BAD_FORMAT && !counts.octets)
-    throw UsageError(name + ": is no capture; give a pcap or pcapng file");
   std::string what = "is damaged";
   if (status == RTX_E_END_OF_FILE) what = "is cut in the middle of a record";
   if (status == RTX_E_TOO_BIG) what = "has more than 1024 interfaces in a section";
@@ -117,10 +123,10 @@ velnor3gpp_CaptureCounts readCapture(CaptureInput input, const LinkNames& names,
   velnor3gpp_CaptureCounts counts = {};
   counts.size = sizeof counts;
   velnor3gpp_captureCounts(reader.get(), &counts);
-  bool isCapture = status != RTX_E_BAD_FORMAT || counts.octets;
-  if (ended && isCapture) ended(counts);
+  if (ended) ended(counts);
   errno = error;
-  if (status < 0) fail(input.name, status, counts);
+  bool isCut = status == RTX_E_END_OF_FILE && isInterrupted(); // that is no damage
+  if (status < 0 && !isCut) fail(input.name, status, counts);
   return counts;
 }
 

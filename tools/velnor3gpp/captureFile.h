@@ -30,9 +30,8 @@ struct CaptureInput {
   std::vector<uint8_t> first = {};
 };
 
-// Hands every frame of a capture to `take`, in order. Returns the counts. Throws UsageError if
-// it is no capture, InputError if it cannot be read, and DamageError behind the last whole frame of a damaged one,
-// after `ended` was called.
+// Hands every frame of a capture to `take`, in order. Returns the counts. Throws InputError if it cannot be read, and
+// DamageError behind the last whole frame of a damaged one, after `ended` was called.
 velnor3gpp_CaptureCounts readCapture(CaptureInput input, const LinkNames& names,
                                      const std::function<void(const velnor3gpp_CaptureFrame&)>& take,
                                      const std::function<void(const velnor3gpp_CaptureCounts&)>& ended = {});

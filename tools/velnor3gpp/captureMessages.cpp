@@ -18,17 +18,23 @@ static std::string leadOf(const velnor3gpp_CaptureFrame& frame)
   return time.empty() ? text : text + "\"time\":\"" + time + "\",";
 }
 
-static void takeFrame(const Taker& taker, const std::string& name, const velnor3gpp_CaptureFrame& frame)
+Message messageOf(const velnor3gpp_CaptureFrame& frame)
 {
-  if (frame.reason != VELNOR3GPP_CAPTURE_MESSAGE) return;
   Message message;
-  message.place = placeOf(name, frame);
   message.octets.assign(frame.octets, frame.octets + frame.count);
   message.direction = frame.direction;
   message.channel = frame.channel;
   if (frame.type) message.type = factsOf(frame.type).name;
-  message.lead = leadOf(frame);
   message.connection = &frame.connection;
+  return message;
+}
+
+static void takeFrame(const Taker& taker, const std::string& name, const velnor3gpp_CaptureFrame& frame)
+{
+  if (frame.reason != VELNOR3GPP_CAPTURE_MESSAGE) return;
+  Message message = messageOf(frame);
+  message.place = placeOf(name, frame);
+  message.lead = leadOf(frame);
   taker.message(message);
 }
 

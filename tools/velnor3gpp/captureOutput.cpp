@@ -53,7 +53,7 @@ velnor3gpp_CaptureFrame frameOf(velnor3gpp_Session* session, const uint8_t* octe
   return frame;
 }
 
-void CaptureOutput::open()
+void CaptureOutput::begin()
 {
   if (writer) return;
   if (name != "-") file.emplace(name);
@@ -63,7 +63,7 @@ void CaptureOutput::open()
 
 int CaptureOutput::write(const velnor3gpp_CaptureFrame& frame)
 {
-  open();
+  begin();
   int status = velnor3gpp_captureWrite(writer, &frame);
   if (status == RTX_E_WRITE) check(status);
   return status;
@@ -71,7 +71,7 @@ int CaptureOutput::write(const velnor3gpp_CaptureFrame& frame)
 
 void CaptureOutput::finish()
 {
-  open();
+  if (!writer) return;
   int status = velnor3gpp_captureFinish(writer);
   writer = nullptr;
   check(status);

@@ -18,7 +18,7 @@ bool isCaptureName(const std::string& name);
 velnor3gpp_CaptureFrame frameOf(velnor3gpp_Session* session, const uint8_t* octets, size_t count);
 
 // A capture under a name, "-" for an output that is open: pcap if the name ends in .pcap or .cap, else pcapng. Nothing
-// is made before the first message is written or the end is there, so that a mistake leaves no file behind.
+// is made before it is begun, so that a mistake leaves no file behind.
 class CaptureOutput {
 public:
   CaptureOutput(Output& standardOutput, std::string fileName) : out(standardOutput), name(std::move(fileName)) {}
@@ -26,8 +26,11 @@ public:
   CaptureOutput& operator=(const CaptureOutput&) = delete;
   ~CaptureOutput() { velnor3gpp_captureFinish(writer); }
 
-  // Returns 0, or the status of a message that no frame can hold. Throws OutputError.
+  // Begins the capture, if that was not done. Throws OutputError.
+  void begin();
+  // Returns 0, or the status of a message that no frame can hold; begins by itself. Throws OutputError.
   int write(const velnor3gpp_CaptureFrame& frame);
+  // Finishes what was begun.
   void finish();
 
 private:
@@ -38,7 +41,6 @@ private:
   std::exception_ptr fault; // exceptions may not cross the library, so they wait here
 
   Output& target() { return file ? *file : out; }
-  void open();
   void check(int status);
   static int take(void* arg, const uint8_t* octets, size_t count);
 };
