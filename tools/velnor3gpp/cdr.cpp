@@ -1,11 +1,14 @@
 // velnor3gpp cdr: a file of charging data records (TS 32.297) walked through: its header, and of each record where it
 // is, how large and of what kind. The records themselves are octets, which can be written to files.
+#include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 
 #include "commands.h"
+#include "sameFile.h"
 #include "source.h"
 #include "velnor3gpp/rt3GPPTS32297.h"
 #include "velnor3gpp/rtContext.h"
@@ -70,9 +73,9 @@ struct Encoding {
 
 } // namespace
 
-// By dataRecordFormat.
+// By dataRecordFormat; standards name no others.
 static constexpr Encoding kEncodings[] = {
-    {"unknown encoding", "bin"}, {"BER", "ber"}, {"unaligned PER", "per"}, {"aligned PER", "aper"}, {"XER", "xml"}};
+    {"", "bin"}, {"BER", "ber"}, {"unaligned PER", "per"}, {"aligned PER", "aper"}, {"XER", "xml"}};
 
 static const Encoding& encodingOf(const TS32297Hdr& header)
 {
@@ -110,13 +113,24 @@ static void printToOutput(void* arg, const char* format, va_list args)
     static_cast<std::string*>(arg)->append(text, std::min<size_t>(static_cast<size_t>(count), sizeof text - 1));
 }
 
-// What the library prints of a header, a line for each field.
+// How many fields a header of so many octets has: an older one ends earlier. Strings and extensions stand behind the
+// last of these.
+static size_t fieldsIn(size_t headerLength)
+{
+  static constexpr size_t kEnds[] = {4, 8, 9, 10, 14, 18, 22, 26, 27, 47, 48};
+  size_t count = static_cast<size_t>(std::upper_bound(kEnds, std::end(kEnds), headerLength) - kEnds);
+  return count < std::size(kEnds) ? count : SIZE_MAX;
+}
+
+// What the library prints of a header, a line for each field that the file has.
 static std::string headerText(Walk& walk)
 {
   std::string text;
   rtxSetPrintStream(&walk.source.ctxt, printToOutput, &text);
   rtPrtToStrmTS32297FileHdr(&walk.source.ctxt, &walk.header);
-  return text;
+  size_t end = 0, lines = fieldsIn(walk.header.headerLength);
+  while (lines-- && end < text.size()) end = text.find('\n', end) + 1;
+  return text.substr(0, end);
 }
 
 static std::string releaseText(const TS32297RelVers& release, uint8_t extension)
@@ -156,31 +170,69 @@ static std::string hexOf(const uint8_t* octets, size_t count)
 
 static std::string headerJson(const TS32297FileHdr& header)
 {
-  std::string text = "{\"file\":{";
-  text += number("fileLength", header.fileLength) + "," + number("headerLength", header.headerLength) + ",";
-  text += quoted("highRelease", releaseText(header.highReleaseVersionID, header.highReleaseExtension)) + ",";
-  text += quoted("lowRelease", releaseText(header.lowReleaseVersionID, header.lowReleaseExtension)) + ",";
-  text += quoted("opened", timeText(header.openTimestamp)) + ",";
-  text += quoted("lastAppended", timeText(header.lastAppendTimestamp)) + ",";
-  text += number("records", header.cdrCount) + "," + number("sequenceNumber", header.fileSequenceNumber) + ",";
-  text += number("closureReason", header.fileClosureReason) + ",";
-  text += quoted("address", hexOf(header.ipAddress, sizeof header.ipAddress)) + ",";
-  text += number("lostRecords", header.lostCDRIndicator) + ",";
-  text += quoted("routingFilter", hexOf(header.cdrRoutingFilter.data, header.cdrRoutingFilter.length)) + ",";
-  text += quoted("privateExtension", hexOf(header.privateExtension.data, header.privateExtension.length));
+  const std::string members[] = {
+      number("fileLength", header.fileLength),
+      number("headerLength", header.headerLength),
+      quoted("highRelease", releaseText(header.highReleaseVersionID, header.highReleaseExtension)),
+      quoted("lowRelease", releaseText(header.lowReleaseVersionID, header.lowReleaseExtension)),
+      quoted("opened", timeText(header.openTimestamp)),
+      quoted("lastAppended", timeText(header.lastAppendTimestamp)),
+      number("records", header.cdrCount),
+      number("sequenceNumber", header.fileSequenceNumber),
+      number("closureReason", header.fileClosureReason),
+      quoted("address", hexOf(header.ipAddress, sizeof header.ipAddress)),
+      number("lostRecords", header.lostCDRIndicator),
+      quoted("routingFilter", hexOf(header.cdrRoutingFilter.data, header.cdrRoutingFilter.length)),
+      quoted("privateExtension", hexOf(header.privateExtension.data, header.privateExtension.length))};
+  std::string text = "{\"file\":{" + members[0];
+  for (size_t i = 1; i < std::min(fieldsIn(header.headerLength), std::size(members)); ++i) text += "," + members[i];
   return text + "}}\n";
 }
 
-// The header has the octets that its length says; those that no field has are passed over.
+static size_t lengthAt(const std::vector<uint8_t>& octets, size_t at)
+{
+  return size_t{octets[at]} << 24 | size_t{octets[at + 1]} << 16 | size_t{octets[at + 2]} << 8 | octets[at + 3];
+}
+
+static void readOctets(Walk& walk, std::vector<uint8_t>& octets, size_t count, const std::string& what)
+{
+  size_t have = octets.size();
+  octets.resize(have + count);
+  advance(walk, rtxReadBytes(&walk.source.ctxt, octets.data() + have, count), 0, what);
+}
+
+// The octets of the header, as many as its length says; of those that no field has the first will do.
+static std::vector<uint8_t> headerOctets(Walk& walk)
+{
+  static constexpr size_t kLengths = 8, kMost = 52 + 2 * size_t{UINT16_MAX} + 2;
+  std::vector<uint8_t> octets;
+  readOctets(walk, octets, kLengths, "the file header");
+  size_t count = lengthAt(octets, 4), kept = std::min(count, kMost);
+  std::string what = "the file header, " + counted(count, "octet") + " by its length";
+  if (count < kLengths) damaged(walk, 4, what + ", has 8 at least: the two lengths");
+  readOctets(walk, octets, kept - kLengths, what);
+  advance(walk, rtxReadBytes(&walk.source.ctxt, nullptr, count - kept), 0, what);
+  walk.source.octets = count;
+  return octets;
+}
+
+// The library refuses strings that are longer than the file. A file that is still open has no length, so the largest
+// one stands in; strings are within the header.
 static void readHeader(Walk& walk)
 {
-  int status = rtDecTS32297FileHdr(&walk.source.ctxt, &walk.header);
-  size_t count = status < 0 ? 0 : static_cast<size_t>(status);
-  advance(walk, status, count, "the file header");
-  if (walk.header.headerLength > count) {
-    size_t rest = walk.header.headerLength - count;
-    advance(walk, rtxReadBytes(&walk.source.ctxt, nullptr, rest), rest, "the file header");
-  }
+  std::vector<uint8_t> octets = headerOctets(walk);
+  size_t fileLength = lengthAt(octets, 0), headerLength = lengthAt(octets, 4);
+  std::fill_n(octets.begin(), 4, uint8_t{255});
+  RtxContext ctxt;
+  if (rtInitContext(&ctxt) < 0) throw std::bad_alloc();
+  rtxInitContextBuffer(&ctxt, octets.data(), octets.size());
+  int status = rtDecTS32297FileHdr(&ctxt, &walk.header);
+  size_t at = ctxt.buffer.byteIndex;
+  rtFreeContext(&ctxt);
+  if (status == RTX_E_NO_MEMORY) throw std::bad_alloc();
+  walk.header.fileLength = static_cast<uint32_t>(fileLength);
+  if (status < 0)
+    damaged(walk, at, "the file header, " + counted(headerLength, "octet") + " by its length, ends inside a field");
   walk.out.write(walk.options.json ? headerJson(walk.header) : headerText(walk));
 }
 
@@ -203,19 +255,23 @@ static std::string tagText(const TS32297Hdr& header, const uint8_t* record)
 
 static void showRecord(Walk& walk, const TS32297Hdr& header, size_t at)
 {
-  char specification[20];
-  rtTS32297TSNumberToText(header.tsNumber, specification, sizeof specification);
+  char specification[20] = "";
+  unsigned tsNumber = header.tsNumber & 31U;
+  bool isKnown = rtTS32297TSNumberToText(header.tsNumber, specification, sizeof specification) >= 0;
   std::string release = releaseText(header.releaseVersionId, header.releaseExtension);
-  std::string tag = tagText(header, walk.record);
+  std::string tag = tagText(header, walk.record), encoding = encodingOf(header).name;
   if (walk.options.json) {
     std::string text = "{" + number("record", walk.records + 1) + "," + number("octet", at) + ",";
-    text += number("size", header.cdrLength) + "," + quoted("encoding", encodingOf(header).name) + ",";
-    text += quoted("specification", specification) + "," + quoted("release", release);
-    return walk.out.write(text + (tag.empty() ? "" : "," + quoted("tag", tag)) + "}\n");
+    text += number("size", header.cdrLength) + "," + number("dataRecordFormat", header.dataRecordFormat) + ",";
+    if (!encoding.empty()) text += quoted("encoding", encoding) + ",";
+    text += number("tsNumber", tsNumber) + ",";
+    if (isKnown) text += quoted("specification", specification) + ",";
+    return walk.out.write(text + quoted("release", release) + (tag.empty() ? "" : "," + quoted("tag", tag)) + "}\n");
   }
+  if (encoding.empty()) encoding = "encoding " + std::to_string(header.dataRecordFormat);
   walk.out.write(recordName(walk) + "  octet " + std::to_string(at) + "  " + counted(header.cdrLength, "octet") + "  " +
-                 encodingOf(header).name + (tag.empty() ? "" : " " + tag) + "  TS " + specification + "  " + release +
-                 "\n");
+                 encoding + (tag.empty() ? "" : " " + tag) + "  TS " +
+                 (isKnown ? specification : "number " + std::to_string(tsNumber)) + "  " + release + "\n");
 }
 
 static void extractRecord(const Walk& walk, const TS32297Hdr& header)
@@ -235,7 +291,6 @@ static void readRecord(Walk& walk)
   size_t at = walk.source.octets;
   int status = rtDecTS32297Hdr(&walk.source.ctxt, &header);
   advance(walk, status, status < 0 ? 0 : static_cast<size_t>(status), "the header of " + recordName(walk));
-  header.tsNumber &= 31;
   status = rtxReadBytes(&walk.source.ctxt, walk.record, header.cdrLength);
   advance(walk, status, header.cdrLength, recordName(walk) + ", whose length is " + std::to_string(header.cdrLength));
   showRecord(walk, header, at);
@@ -245,27 +300,41 @@ static void readRecord(Walk& walk)
 
 // The count and the length in the header are two witnesses of what was there. A file that is still open may have 0 or
 // all ones in both.
-static void checkHeader(const Walk& walk)
+static bool isTold(uint32_t value)
+{
+  return value && value != UINT32_MAX;
+}
+
+// Behind the length in the header there are no records, unless the count says that there are more.
+static bool isOver(const Walk& walk)
+{
+  const TS32297FileHdr& header = walk.header;
+  bool reached = isTold(header.fileLength) && walk.source.octets >= header.fileLength;
+  return reached && (!isTold(header.cdrCount) || walk.records >= header.cdrCount);
+}
+
+static void checkHeader(Walk& walk)
 {
   const TS32297FileHdr& header = walk.header;
   size_t at = walk.source.octets;
-  bool hasCount = header.cdrCount && header.cdrCount != UINT32_MAX;
-  bool hasLength = header.fileLength && header.fileLength != UINT32_MAX;
+  bool goesOn = !walk.source.atEnd(), hasLength = isTold(header.fileLength);
   if (hasLength && header.fileLength > at)
     damaged(walk, at, "the file ends here, and is " + counted(header.fileLength, "octet") + " long by its header");
-  if (hasCount && header.cdrCount != walk.records)
+  if (isTold(header.cdrCount) && header.cdrCount != walk.records)
     damaged(walk, at,
             "the file has " + counted(walk.records, "record") + ", its header says " + std::to_string(header.cdrCount));
-  if (hasLength && header.fileLength < at)
+  if (goesOn || (hasLength && header.fileLength < at))
     damaged(walk, header.fileLength, "the file goes on behind the length in its header");
 }
 
 static FILE* openFile(const std::string& name)
 {
+  refuseOutput(name);
   if (name == "-") return stdin;
-  if (fs::is_directory(name)) throw UsageError(name + ": is a directory; name a file in it");
-  if (!fs::exists(name)) throw UsageError("no file '" + name + "'");
+  std::error_code error;
+  if (fs::is_directory(name, error)) throw UsageError(name + ": is a directory; name a file in it");
   FILE* file = fopen(name.c_str(), "rb");
+  if (!file && errno == ENOENT) throw UsageError("no file '" + name + "'");
   if (!file) throw InputError(name + ": cannot be opened: " + strerror(errno));
   return file;
 }
@@ -289,7 +358,7 @@ static int walkFile(const Options& options, Output& out)
     if (error) throw OutputError(options.folder + ": cannot be made: " + error.message(), false);
   }
   readHeader(*walk);
-  while (!walk->source.atEnd()) readRecord(*walk);
+  while (!isOver(*walk) && !walk->source.atEnd()) readRecord(*walk);
   checkReading(*walk);
   checkHeader(*walk);
   return kExitDone;
