@@ -1,5 +1,5 @@
-// Promises: the program reads captures wherever it reads messages: connections have keys of their own, and memory does
-// not grow with the capture.
+// Promises: the program reads captures wherever it reads messages: connections have keys of their own, memory does not
+// grow with the capture, and of a file that is cut anywhere all comes that is whole.
 #include <gtest/gtest.h>
 
 #include "tests/capture/captures.h"
@@ -52,6 +52,43 @@ TEST(ProgramCaptures, EveryConnectionHasItsKeysAndCounts)
     EXPECT_NE(keys(wrong + std::string(kFirst)).find("keys:1: "), std::string::npos) << wrong;
   EXPECT_EQ(countOf(keys("connection interface 4294967295\n" + std::string(kFirst)), "no keys given"), 4U);
   EXPECT_NE(keys("connection port 1\nbearer 1\n").find("no line integrity-algorithm"), std::string::npos);
+}
+
+// What the program says of a file's first octets, and its exit code in a line behind it.
+std::string saidOf(const std::string& command, const std::string& file, size_t size)
+{
+  return outputOf("head -c " + std::to_string(size) + " " + file + " | { " VELNOR_PROGRAM " " + command +
+                  " 2>/dev/null; echo $?; }");
+}
+
+// pcap, pcapng and charging records, cut behind every octet: a line for each whole record, and the code of damage but
+// where the cut is between two. A charging file says how many records it has, so that none of its cuts is.
+TEST(ProgramCaptures, CutFilesGiveAllThatIsWhole)
+{
+  const Folder folder;
+  const std::string attach = VELNOR_SAMPLES "/attach.pcap", again = folder + "/attach.pcapng";
+  run("capture " + attach + " " + again);
+  struct Row {
+    std::string command, file;
+    std::vector<std::string> between; // what is said there
+  };
+  const std::vector<std::string> packets = {"0\n", "1\n0\n", "1\n2\n0\n"};
+  for (const Row& row : {Row{"decode --field frame -", attach, packets},
+                         {"decode --field frame -", again, {"0\n", "0\n", "1\n0\n", "1\n2\n0\n"}},
+                         {"cdr --json -", VELNOR_SAMPLES "/records.cdr", {}}}) {
+    std::vector<std::string> between;
+    std::string before;
+    for (size_t size = 4; size < std::filesystem::file_size(row.file); ++size) {
+      std::string said = saidOf(row.command, row.file, size), code = said.substr(said.size() - 2);
+      if (code == "0\n") between.push_back(said);
+      said.resize(said.size() - 2);
+      EXPECT_TRUE(said.starts_with(before) && (code == "0\n" || code == "3\n"))
+          << row.file << " " << size << ": " << said;
+      before = said;
+    }
+    EXPECT_EQ(between, row.between) << row.file;
+    EXPECT_EQ(countOf(before, "\n"), 2U); // two packets of three, or the header and one record of two
+  }
 }
 
 // A capture of large frames that are holes in the file. VELNOR_TEST_EFFORT=50 makes it one of 13 GiB.
