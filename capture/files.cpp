@@ -246,13 +246,14 @@ static Moment binaryMoment(uint64_t ticks, unsigned power)
 // before, or behind July 2554.
 static int nanosecondsOf(const CaptureInterface& interface, uint64_t ticks, uint64_t& time)
 {
-  static constexpr uint64_t kLastSecond = UINT64_MAX / kNanoseconds - 1;
+  static constexpr uint64_t kLastSecond = UINT64_MAX / kNanoseconds, kLastPart = UINT64_MAX % kNanoseconds;
   unsigned power = interface.resolution & 0x7F;
   Moment moment = interface.resolution & 0x80 ? binaryMoment(ticks, power) : decimalMoment(ticks, power);
   uint64_t offset = static_cast<uint64_t>(interface.offset), seconds = moment.seconds + offset;
   bool early = interface.offset < 0 && moment.seconds < 0 - offset;
   bool late = interface.offset >= 0 && seconds < offset; // beyond 64 bits
-  bool known = !early && !late && seconds <= kLastSecond;
+  late = late || seconds > kLastSecond || (seconds == kLastSecond && moment.nanoseconds > kLastPart);
+  bool known = !early && !late;
   time = known ? seconds * kNanoseconds + moment.nanoseconds : 0;
   return known;
 }

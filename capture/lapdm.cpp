@@ -159,7 +159,7 @@ static Reason readUnnumbered(velnor3gpp_CaptureReader& reader, const Frame& fram
 {
   uint8_t control = frame.control & 0xEF;
   if (control == 0x2F) return readBeginning(reader, frame);
-  bool answered = control == 0x63 && answerLink(reader.links, frame.key);
+  bool answered = control == 0x63 && isAnswer(reader.links, frame.key);
   if (!answered && (control == 0x0F || control == 0x43 || control == 0x63)) resetLinks(reader.links, frame.key);
   if (control != 0x03) return VELNOR3GPP_CAPTURE_CONTROL;
   return frame.info.size ? readMessage(reader, frame, frame.info) : VELNOR3GPP_CAPTURE_FILL;

@@ -20,23 +20,25 @@ static RadioLink* find(RadioLinks& links, const RadioLinkKey& key)
 }
 
 // Begins a link in a free entry, or in the one that was used longest ago: `used` is 0 or the least. A link begins at
-// N(S) 0; one whose beginning the capture does not have may stand in the middle of a message.
+// N(S) 0; one whose beginning the capture does not have, or whose entry was taken from it, may stand in the middle of a
+// message.
 static RadioLink& open(RadioLinks& links, const RadioLinkKey& key, uint8_t number)
 {
   RadioLink* oldest = links.links;
   for (RadioLink& link : links.links)
     if (link.used < oldest->used) oldest = &link;
+  links.full = links.full || oldest->used;
   *oldest = {};
   oldest->key = key;
   oldest->next = number;
-  oldest->lost = number != 0;
+  oldest->lost = number != 0 || links.full;
   return *oldest;
 }
 
 // FNV-1a over the octets of a frame and its kind, to tell one that was sent again from the one seven numbers on.
 static uint32_t hashOf(uint32_t kind, const uint8_t* octets, size_t count)
 {
-  uint32_t hash = 2166136261U ^ kind;
+  uint32_t hash = (2166136261U ^ kind) * 16777619U;
   for (size_t i = 0; i < count; ++i) hash = (hash ^ octets[i]) * 16777619U;
   return hash | 1; // 0 is that of no frame
 }
@@ -54,6 +56,35 @@ static void keep(RadioLink& link, const RadioSegment& segment)
   link.count += segment.count;
 }
 
+// Frames of several links, each with numbers of its own: a frame goes on with a message if one is open at its number.
+// It is the whole of one if none is.
+static SegmentResult takeMixed(RadioLink& link, const RadioSegment& segment)
+{
+  uint8_t& here = link.open[segment.number];
+  uint8_t& behind = link.open[(segment.number + 1) & 7];
+  bool goesOn = here != 0;
+  if (goesOn) --here;
+  if (segment.more && behind < UINT8_MAX) ++behind;
+  if (goesOn || segment.more) return SegmentResult::kFragment;
+  link.inside = false;
+  keep(link, segment);
+  return SegmentResult::kMessage;
+}
+
+// A frame in its turn, or behind a gap. `lost` ends with the last segment of the message that the gap was in, so that
+// the next one is whole again.
+static SegmentResult takeNext(RadioLink& link, const RadioSegment& segment)
+{
+  if (segment.number != link.next) link.lost = true;
+  link.next = (segment.number + 1) & 7;
+  if (!link.lost) keep(link, segment);
+  bool whole = !link.lost;
+  if (link.lost || !segment.more) link.inside = false;
+  if (!segment.more) link.lost = false;
+  if (!whole) return SegmentResult::kFragment;
+  return segment.more ? SegmentResult::kSegment : SegmentResult::kMessage;
+}
+
 // The number before the expected one with the same octets is a repetition. Any other number but the expected one is a
 // gap.
 SegmentResult takeSegment(RadioLinks& links, const RadioLinkKey& key, const RadioSegment& segment, RadioLink** link)
@@ -62,42 +93,34 @@ SegmentResult takeSegment(RadioLinks& links, const RadioLinkKey& key, const Radi
   RadioLink& entry = found ? *found : open(links, key, segment.number);
   *link = &entry;
   entry.used = ++links.clock;
+  if (!segment.joins) return takeMixed(entry, segment);
   uint32_t hash = hashOf(segment.more, segment.octets, segment.count);
   if (((segment.number + 1) & 7) == entry.next && hash == entry.lastFrame) return SegmentResult::kRepeated;
-  if (segment.number != entry.next || (segment.more && !segment.joins)) entry.lost = true;
-  entry.next = (segment.number + 1) & 7;
   entry.lastFrame = hash;
-  if (!entry.lost) keep(entry, segment);
-  // `lost` ends with the last segment of the message that the gap was in, so that the next one is whole again.
-  bool whole = !entry.lost;
-  if (entry.lost || !segment.more) entry.inside = false;
-  if (!segment.more) entry.lost = false;
-  if (!whole) return SegmentResult::kFragment;
-  return segment.more ? SegmentResult::kSegment : SegmentResult::kMessage;
+  return takeNext(entry, segment);
 }
 
 bool beginLink(RadioLinks& links, const RadioLinkKey& key, const uint8_t* octets, size_t count)
 {
   static constexpr uint32_t kSabm = 2; // a kind that no numbered frame has
   uint32_t hash = hashOf(kSabm, octets, count);
-  RadioLink* known = find(links, key);
-  bool repeated = known && known->lastFrame == hash;
-  bool begins = !repeated || !known->awaited; // one that was answered begins anew
-  if (begins) resetLinks(links, key);
-  RadioLink& entry = begins ? open(links, key, 0) : *known;
+  const RadioLinkKey other = {key.channel, key.point, !key.up};
+  const RadioLink* known = find(links, key);
+  bool repeated = known && known->lastFrame == hash && !find(links, other);
+  resetLinks(links, key);
+  RadioLink& entry = open(links, key, 0);
   entry.used = ++links.clock;
+  entry.lost = false;
   entry.lastFrame = hash;
-  entry.awaited = true;
+  entry.begun = true;
   return !repeated;
 }
 
-bool answerLink(RadioLinks& links, RadioLinkKey key)
+bool isAnswer(RadioLinks& links, RadioLinkKey key)
 {
   key.up = !key.up;
-  RadioLink* asked = find(links, key);
-  if (!asked || !asked->awaited) return false;
-  asked->awaited = false;
-  return true;
+  const RadioLink* asked = find(links, key);
+  return asked && asked->begun;
 }
 
 void resetLinks(RadioLinks& links, RadioLinkKey key)

@@ -22,8 +22,9 @@ struct RadioLink {
   uint64_t used;      // when a frame of it came last; 0: the entry is free
   uint8_t next;       // the number N(S) that the next frame shall have
   bool inside;        // segments of a message are held
-  bool awaited;       // its SABM was there, and the answer was not
+  bool begun;         // by SABM
   bool lost;          // segments are missing: nothing is whole before the next last segment has passed
+  uint8_t open[8];    // of links that are not told apart: how many messages go on at each number
   uint32_t lastFrame; // a hash of the frame before, to know it when it is sent again
   size_t count;
   uint8_t octets[kMaxMessage];
@@ -32,13 +33,14 @@ struct RadioLink {
 struct RadioLinks {
   RadioLink links[kMaxLinks];
   uint64_t clock;
+  bool full; // a link has given its place to another
 };
 
 // A numbered frame: its number, whether more segments follow, and its octets.
 struct RadioSegment {
   uint8_t number;
   bool more;
-  bool joins; // false: no message is made of several segments
+  bool joins; // false: several links may be mixed, so that no message is made of several segments
   const uint8_t* octets;
   size_t count;
 };
@@ -49,11 +51,11 @@ enum class SegmentResult { kMessage, kSegment, kFragment, kRepeated };
 // Takes a segment into its link. With kMessage the link holds the whole message.
 SegmentResult takeSegment(RadioLinks& links, const RadioLinkKey& key, const RadioSegment& segment, RadioLink** link);
 // A link begins with SABM, whose octets these are: both directions count from 0. Returns false if it is the same frame
-// sent again, before any other of its direction.
+// sent again, before any numbered one of the link.
 bool beginLink(RadioLinks& links, const RadioLinkKey& key, const uint8_t* octets, size_t count);
-// Was a link of the other direction waiting for this answer? It may stand behind the first frames that follow SABM, as
-// receivers of the two directions are not in step.
-bool answerLink(RadioLinks& links, RadioLinkKey key);
+// Has the other direction begun the link, so that this is an answer or its repetition? It may stand behind the first
+// frames that follow SABM, as receivers of the two directions are not in step.
+bool isAnswer(RadioLinks& links, RadioLinkKey key);
 // A link begins or ends: both directions count from 0 and hold nothing.
 void resetLinks(RadioLinks& links, RadioLinkKey key);
 

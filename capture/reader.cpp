@@ -160,9 +160,11 @@ int velnor3gpp_captureNext(velnor3gpp_CaptureReader* reader, velnor3gpp_CaptureF
 int velnor3gpp_decodeFrame(velnor3gpp_Session* session, const velnor3gpp_CaptureFrame* frame)
 {
   if (!session || !frame) return RTX_E_NULL_POINTER;
-  if (!isSized(*frame) || frame->reason != VELNOR3GPP_CAPTURE_MESSAGE || !frame->octets) return RTX_E_BAD_PARAMETER;
-  return frame->type ? velnor3gpp_decode(session, frame->type, frame->direction, frame->octets, frame->count)
-                     : velnor3gpp_decodeOn(session, frame->channel, frame->direction, frame->octets, frame->count);
+  velnor3gpp_CaptureFrame room;
+  const velnor3gpp_CaptureFrame& known = readStruct(frame, room);
+  if (!isSized(known) || known.reason != VELNOR3GPP_CAPTURE_MESSAGE || !known.octets) return RTX_E_BAD_PARAMETER;
+  return known.type ? velnor3gpp_decode(session, known.type, known.direction, known.octets, known.count)
+                    : velnor3gpp_decodeOn(session, known.channel, known.direction, known.octets, known.count);
 }
 
 // How far the reader has come, and how many frames there were for each reason.

@@ -1,10 +1,12 @@
 // The writer of captures: link type 252, where each frame names its dissector in tags in front of the message, so that
 // it opens without a setting. pcapng has the direction and the comments of a packet in options, pcap has neither; the
 // tags have the direction in both. Output is collected and handed to the caller's function in pieces of 64 KiB; its
-// first failure is kept and returned by every further call. Frames are read during the call and not changed.
+// first failure is kept and returned by every further frame that is in order. Frames are read during the call and not
+// changed.
 //
 //   000C 0008 "nas-5gs" 00   0023 0004 00000001   0000 0000   7E 00 5B 01
 //   tag 12: dissector        tag 35: received     end         message
+#include "api/session.h"
 #include "capture/capture.h"
 #include "velnor3gpp/rtxStatus.h"
 
@@ -253,8 +255,8 @@ static int checkFrame(const velnor3gpp_CaptureWriter& writer, const velnor3gpp_C
 int velnor3gpp_captureWrite(velnor3gpp_CaptureWriter* writer, const velnor3gpp_CaptureFrame* frame)
 {
   if (!writer || !frame) return RTX_E_NULL_POINTER;
-  velnor3gpp_CaptureFrame known = {};
-  memcpy(&known, frame, frame->size < sizeof known ? frame->size : sizeof known);
+  velnor3gpp_CaptureFrame room;
+  const velnor3gpp_CaptureFrame& known = readStruct(frame, room);
   int status = checkFrame(*writer, known);
   if (status < 0) return status;
   Tags tags = tagsOf(known);

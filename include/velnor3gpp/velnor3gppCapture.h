@@ -87,7 +87,7 @@ typedef struct {
   velnor3gpp_Direction direction;          /**< Which way it went. */
   velnor3gpp_Channel channel;              /**< The radio channel, if one is told. */
   const char* dissector;                   /**< The dissector's name of the protocol, "nas-5gs", or "". */
-  const velnor3gpp_Type* type;             /**< The form of the message, or null: its channel has several. */
+  const velnor3gpp_Type* type;             /**< The form of the message; null: its channel has several, or none. */
   const uint8_t* octets;                   /**< The message, or null. */
   size_t count;                            /**< Octets in it. */
   const uint8_t* frameOctets;              /**< The frame as it was captured. */
@@ -136,8 +136,8 @@ VELNOR_API int velnor3gpp_captureFeed(velnor3gpp_CaptureReader* reader, const ui
  * nothing more is read, and `velnor3gpp_captureCounts` tells where it is. */
 VELNOR_API int velnor3gpp_captureNext(velnor3gpp_CaptureReader* reader, velnor3gpp_CaptureFrame* frame);
 /** Decodes the message of a frame as `velnor3gpp_decode` does: as its form, or where the channel has several as the one
- *  that reads it. Returns the status of the result, RTX_E_NULL_POINTER, or RTX_E_BAD_PARAMETER for a frame without a
- *  message. */
+ *  that reads it. Returns the status of the result, which is RTX_E_NO_PDU_TYPE where it has none; RTX_E_NULL_POINTER;
+ *  or RTX_E_BAD_PARAMETER for a frame without a message, or without its `size`. */
 VELNOR_API int velnor3gpp_decodeFrame(velnor3gpp_Session* session, const velnor3gpp_CaptureFrame* frame);
 /** Tells what was read so far. Returns 0 or RTX_E_NULL_POINTER. */
 VELNOR_API int velnor3gpp_captureCounts(const velnor3gpp_CaptureReader* reader, velnor3gpp_CaptureCounts* counts);

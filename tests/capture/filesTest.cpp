@@ -164,7 +164,8 @@ TEST(CaptureFiles, TimesHaveTheirInterfacesResolution)
                          {9, 1700000000123456789, "timeless", -1700000001}, // before 1970
                          {9, 5, "timeless", INT64_MIN},
                          {6, 1700000000000000, "18446744072.000000000", 16746744072},
-                         {0, 18446744073, "timeless"}, // beyond 64 bits of nanoseconds
+                         {9, ~0ULL, "18446744073.709551615"},
+                         {0, 18446744074, "timeless"}, // beyond 64 bits of nanoseconds
                          {0, ~0ULL, "timeless", 5}}) {
     Octets file;
     putSection(file, true);
