@@ -162,10 +162,12 @@ size_t velnor3gpp_forms(const uint8_t* octets, size_t count, velnor3gpp_Directio
                         const velnor3gpp_Type** types)
 {
   if (!octets || !count || !types) return 0;
-  // `channel` is only asked about radio resource messages; on a known channel nothing else is looked for.
+  // `channel` is only asked about radio resource messages; on a known one nothing else is looked for, but that
+  // dedicated channels carry the messages of all others as well.
   Asked asked = {octets, count, direction};
   Forms forms = {};
-  if (channel == VELNOR3GPP_CHANNEL_UNKNOWN)
+  bool isOther = channel == VELNOR3GPP_DCCH && (octets[0] & 15) != 6;
+  if (channel == VELNOR3GPP_CHANNEL_UNKNOWN || isOther)
     addByDiscriminator(forms, asked);
   else
     addOfChannel(forms, asked, channel);
