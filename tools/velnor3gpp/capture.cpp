@@ -62,7 +62,8 @@ static bool isChosen(const Run& run, const velnor3gpp_CaptureFrame& frame)
   std::string name = lower(std::string(result.title) + "\n" + (result.message ? result.message : ""));
   return std::all_of(run.options.only.begin(), run.options.only.end(), [&](const std::string& word) {
     velnor3gpp_Direction direction = readDirection(word);
-    if (direction != VELNOR3GPP_DIRECTION_UNKNOWN) return direction == frame.direction;
+    if (direction != VELNOR3GPP_DIRECTION_UNKNOWN)
+      return direction == (frame.direction ? frame.direction : result.direction);
     return lower(word) == frame.dissector || name.find(lower(word)) != std::string::npos;
   });
 }
@@ -114,6 +115,7 @@ static void convertLine(Run& run, const Message& message)
   } catch (const UsageError& error) {
     return refuse(run, message.place, error.what());
   }
+  catchInterrupts();
   convert(run, frame);
 }
 
@@ -128,8 +130,8 @@ static void tell(const Run& run)
   complain(run.words, text);
 }
 
-// A capture is written to its end before damage of the one that is read is told. Where no line holds a message, none is
-// written.
+// What was read is written before damage of what is read is told. A capture without a message makes an empty one, but
+// nothing is made of lines without one, nor of what is damaged before the first message.
 static int capture(const Options& options, Output& out)
 {
   refuseInput(options.out, {options.in}, options.session.keyFile);
@@ -140,22 +142,19 @@ static int capture(const Options& options, Output& out)
   taker.bad = [&](const BadLine& bad) { refuse(run, bad.place, "no message: " + bad.problem); };
   taker.links = &options.session.links;
   taker.frame = [&](const velnor3gpp_CaptureFrame& frame) {
-    holdInterrupts(); // the frame is a live capture's for all that is known
+    catchInterrupts(); // the frame is a live capture's for all that is known
     if (frame.reason == VELNOR3GPP_CAPTURE_MESSAGE) convertFrame(run, frame);
   };
-  taker.ended = [&](const velnor3gpp_CaptureCounts& counts) {
-    run.frames = countsText(counts);
-    if (counts.octets) run.out.begin(); // none is made of a file that is damaged from the beginning
-    run.out.finish();
-    tell(run);
-    endIfInterrupted();
-  };
-  endWith(readMessages({options.in}, taker));
-  if (!run.frames.empty()) return kExitDone;
-  if (run.bad && !run.messages) throw UsageError(run.firstBad);
-  if (run.messages) run.out.begin();
+  taker.ended = [&](const velnor3gpp_CaptureCounts& counts) { run.frames = countsText(counts); };
+  std::exception_ptr broken = readMessages({options.in}, taker);
+  bool isCapture = !run.frames.empty();
+  if (!isCapture && !run.messages) endWith(broken);
+  if (!isCapture && run.bad && !run.messages) throw UsageError(run.firstBad);
+  if (!broken && (isCapture || run.messages)) run.out.begin();
   run.out.finish();
   tell(run);
+  endIfInterrupted();
+  endWith(broken);
   return kExitDone;
 }
 
@@ -170,7 +169,9 @@ void addCapture(Command& app, Program& program)
                    "lines of octets for the dissector"}});
   auto options = std::make_shared<Options>();
   command.addOption("in", options->in, "capture or lines of octets to read; - is standard input").required();
-  command.addOption("out", options->out, "capture to write: pcapng, or pcap if it ends in .pcap; - is standard output")
+  command
+      .addOption("out", options->out,
+                 "capture to write: pcapng, or pcap if it ends in .pcap or .cap; - is standard output")
       .required();
   command
       .addRepeated("--only", options->only, "by direction, dissector or a word of the name; several: all have to hold")

@@ -45,10 +45,20 @@ static long readOctets(int descriptor, uint8_t* octets, size_t room)
   return static_cast<long>(count);
 }
 
+static long readMore(CaptureInput& input, uint8_t* octets, size_t room)
+{
+  try {
+    return waitForInput(input.descriptor) ? readOctets(input.descriptor, octets, room) : 0;
+  } catch (...) {
+    input.fault = std::current_exception();
+    return -1;
+  }
+}
+
 static long readInput(void* arg, uint8_t* octets, size_t room)
 {
   CaptureInput& input = *static_cast<CaptureInput*>(arg);
-  if (input.first.empty()) return waitForInput(input.descriptor) ? readOctets(input.descriptor, octets, room) : 0;
+  if (input.first.empty()) return readMore(input, octets, room);
   size_t count = std::min(room, input.first.size());
   std::copy_n(input.first.begin(), count, octets);
   input.first.erase(input.first.begin(), input.first.begin() + static_cast<std::ptrdiff_t>(count));
@@ -126,6 +136,7 @@ velnor3gpp_CaptureCounts readCapture(CaptureInput input, const LinkNames& names,
   if (ended) ended(counts);
   errno = error;
   bool isCut = status == RTX_E_END_OF_FILE && isInterrupted(); // that is no damage
+  if (input.fault) std::rethrow_exception(input.fault);
   if (status < 0 && !isCut) fail(input.name, status, counts);
   return counts;
 }

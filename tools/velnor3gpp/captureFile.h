@@ -3,6 +3,7 @@
 #ifndef VELNOR3GPP_PROGRAM_CAPTURE_FILE_H
 #define VELNOR3GPP_PROGRAM_CAPTURE_FILE_H
 
+#include <exception>
 #include <functional>
 #include <memory>
 #include <string>
@@ -28,6 +29,7 @@ struct CaptureInput {
   std::string name;
   int descriptor;
   std::vector<uint8_t> first = {};
+  std::exception_ptr fault = {}; // exceptions may not cross the library, so they wait here
 };
 
 // Hands every frame of a capture to `take`, in order. Returns the counts. Throws InputError if it cannot be read, and

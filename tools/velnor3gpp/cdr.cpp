@@ -113,13 +113,13 @@ static void printToOutput(void* arg, const char* format, va_list args)
     static_cast<std::string*>(arg)->append(text, std::min<size_t>(static_cast<size_t>(count), sizeof text - 1));
 }
 
-// How many fields a header of so many octets has: an older one ends earlier. Strings and extensions stand behind the
-// last of these.
-static size_t fieldsIn(size_t headerLength)
+// How many fields the header has: an older one ends earlier. Extensions stand behind the last of these.
+static size_t fieldsIn(const TS32297FileHdr& header)
 {
-  static constexpr size_t kEnds[] = {4, 8, 9, 10, 14, 18, 22, 26, 27, 47, 48};
-  size_t count = static_cast<size_t>(std::upper_bound(kEnds, std::end(kEnds), headerLength) - kEnds);
-  return count < std::size(kEnds) ? count : SIZE_MAX;
+  size_t filter = 50U + header.cdrRoutingFilter.length, extension = filter + 2U + header.privateExtension.length;
+  const size_t ends[] = {4, 8, 9, 10, 14, 18, 22, 26, 27, 47, 48, filter, extension};
+  size_t count = static_cast<size_t>(std::upper_bound(ends, std::end(ends), header.headerLength) - ends);
+  return count < std::size(ends) ? count : SIZE_MAX;
 }
 
 // What the library prints of a header, a line for each field that the file has.
@@ -128,7 +128,7 @@ static std::string headerText(Walk& walk)
   std::string text;
   rtxSetPrintStream(&walk.source.ctxt, printToOutput, &text);
   rtPrtToStrmTS32297FileHdr(&walk.source.ctxt, &walk.header);
-  size_t end = 0, lines = fieldsIn(walk.header.headerLength);
+  size_t end = 0, lines = fieldsIn(walk.header);
   while (lines-- && end < text.size()) end = text.find('\n', end) + 1;
   return text.substr(0, end);
 }
@@ -185,7 +185,7 @@ static std::string headerJson(const TS32297FileHdr& header)
       quoted("routingFilter", hexOf(header.cdrRoutingFilter.data, header.cdrRoutingFilter.length)),
       quoted("privateExtension", hexOf(header.privateExtension.data, header.privateExtension.length))};
   std::string text = "{\"file\":{" + members[0];
-  for (size_t i = 1; i < std::min(fieldsIn(header.headerLength), std::size(members)); ++i) text += "," + members[i];
+  for (size_t i = 1; i < std::min(fieldsIn(header), std::size(members)); ++i) text += "," + members[i];
   return text + "}}\n";
 }
 

@@ -12,6 +12,7 @@
 #include "names.h"
 #include "pretty.h"
 #include "sameFile.h"
+#include "velnor3gpp/rtxStatus.h"
 #include "velnor3gpp/velnor3gppJson.h"
 
 namespace {
@@ -81,7 +82,9 @@ static bool writeFrame(Run& run, const std::string& place, const std::string& te
   try {
     velnor3gpp_CaptureFrame frame = frameOf(run.session.get(), octets, count);
     takeTime(text, frame);
-    if (run.capture->write(frame) >= 0) return true;
+    int status = run.capture->write(frame);
+    if (status >= 0) return true;
+    if (status == RTX_E_BAD_VALUE) fault = "time: pcap has seconds up to February 2106; write into a .pcapng file";
   } catch (const UsageError& error) {
     fault = error.what();
   }

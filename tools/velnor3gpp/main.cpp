@@ -5,6 +5,7 @@
 #include <new>
 
 #include "commands.h"
+#include "interrupt.h"
 #include "velnor3gpp/velnor3gpp.h"
 
 // Every command, in the order of the help.
@@ -34,6 +35,7 @@ static int runProgram(Output& out, int argc, char** argv)
                     {"velnor3gpp explain 0x77", "what an octet, a status or a type is"}});
   Command app = line.top();
   Program program{out};
+  beforeWaiting([&] { out.flush(); });
   for (auto add : kCommands) add(app, program);
   int code = line.run(program, argc, argv);
   out.flush();

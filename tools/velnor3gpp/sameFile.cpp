@@ -6,17 +6,24 @@
 #include "faults.h"
 
 // Devices and pipes can be read and written at the same time, files cannot: opening empties them.
-bool isSameFile(const std::string& target, const std::string& input)
+static bool isSame(const struct stat& to, const std::string& input)
 {
-  struct stat to = {}, from = {};
-  if (stat(target.c_str(), &to) < 0 || !S_ISREG(to.st_mode)) return false;
+  struct stat from = {};
+  if (!S_ISREG(to.st_mode)) return false;
   if ((input == "-" ? fstat(STDIN_FILENO, &from) : stat(input.c_str(), &from)) < 0) return false;
   return from.st_dev == to.st_dev && from.st_ino == to.st_ino;
 }
 
+bool isSameFile(const std::string& target, const std::string& input)
+{
+  struct stat to = {};
+  return stat(target.c_str(), &to) == 0 && isSame(to, input);
+}
+
 void refuseOutput(const std::string& file)
 {
-  if (isSameFile("/dev/stdout", file))
+  struct stat to = {};
+  if (fstat(STDOUT_FILENO, &to) == 0 && isSame(to, file))
     throw UsageError((file == "-" ? "standard input" : file) + ": is where standard output goes; take another file");
 }
 

@@ -12,6 +12,7 @@
 #include "captureMessages.h"
 #include "frame.h"
 #include "hex.h"
+#include "interrupt.h"
 #include "names.h"
 #include "printable.h"
 #include "sameFile.h"
@@ -41,6 +42,9 @@ static constexpr char kWide[] = "is text in UTF-16; write it in UTF-8 ('iconv -f
 static constexpr Mark kMarks[] = {{"\xFF\xFE", kWide},
                                   {"\xFE\xFF", kWide},
                                   {"\x1F\x8B", "is compressed; unpack it ('gzip -dc' does)"},
+                                  {"BZh", "is compressed; unpack it ('bzip2 -dc' does)"},
+                                  {"\x04\x22\x4D\x18", "is compressed; unpack it ('lz4 -dc' does)"},
+                                  {"snoop", kOldCapture},
                                   {"\x28\xB5\x2F\xFD", "is compressed; unpack it ('zstd -dc' does)"},
                                   {"\xFD\x37zX", "is compressed; unpack it ('xz -dc' does)"},
                                   {"\xA1\xB2\xCD\x34", kOldCapture},
@@ -56,6 +60,7 @@ static void refuseForm(const std::string& name, std::string_view start)
 static size_t readSome(const File& file, const std::string& name, char* room, size_t size)
 {
   for (;;) {
+    if (!waitForInput(file.fd)) return 0;
     ssize_t count = read(file.fd, room, size);
     if (count >= 0) return static_cast<size_t>(count);
     if (errno != EINTR) throw InputError(name + ": cannot be read: " + strerror(errno));
@@ -65,7 +70,8 @@ static size_t readSome(const File& file, const std::string& name, char* room, si
 // The first read, and more where captures and the marks above begin so: a pipe may give them octet by octet.
 static size_t readStart(const File& file, const std::string& name, char* room, size_t size)
 {
-  static constexpr std::string_view kFirst = "\xA1\xD4\x4D\x0A\xFF\xFE\x1F\x28\xFD\x34";
+  static constexpr std::string_view kFirst = "\xA1\xD4\x4D\x0A\xFF\xFE\x1F\x28\xFD\x34\x04"
+                                             "Bs";
   size_t count = readSome(file, name, room, size);
   while (count && count < 4 && kFirst.find(room[0]) != std::string_view::npos) {
     size_t more = readSome(file, name, room + count, size - count);
@@ -90,7 +96,7 @@ static void readAll(const File& file, const std::string& name, const TakeLine& t
     done += piece.size();
     if (progress) progress(done);
   }
-  cutter.finish();
+  if (!isInterrupted()) cutter.finish(); // what a signal cut off is no last line
 }
 
 static void readInput(const std::string& input, const TakeLine& take, const std::function<void(size_t)>& progress,
