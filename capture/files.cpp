@@ -11,8 +11,8 @@
 #include "velnor3gpp/rtxStatus.h"
 
 static constexpr uint32_t kSectionBlock = 0x0A0D0D0A, kInterfaceBlock = 1, kSimpleBlock = 3, kPacketBlock = 6;
-static constexpr uint32_t kOldPacketBlock =
-    2; // of early writers: the interface has 16 bits, and a count of drops as many
+// Of early writers: the interface has 16 bits, and a count of drops the others.
+static constexpr uint32_t kOldPacketBlock = 2;
 // A block of more than 16 MiB is taken for damage.
 static constexpr uint32_t kOrderMagic = 0x1A2B3C4D, kBlockMax = 1U << 24;
 // Options: of any block, of a packet, of an interface (the last two).
