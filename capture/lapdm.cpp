@@ -73,16 +73,25 @@ static Span withoutLayer1(Span block)
   return block;
 }
 
+// Where it is not told, frames of all channels come as one, and nothing begins or ends a link of its own.
+static bool hasChannel(const velnor3gpp_CaptureReader& reader)
+{
+  return reader.frame.connection.has & VELNOR3GPP_CAPTURE_HAS_RADIO;
+}
+
 // A hash of who sent the frame and on which channel (FNV-1a), the same for both directions. `source` is
 // the receiver that sent the GSMTAP packet, which hears both sides; `radioNumber` has the band as well.
-static uint64_t channelHash(const velnor3gpp_CaptureConnection& connection, uint16_t radioNumber, uint8_t subType)
+static uint64_t channelHash(const velnor3gpp_CaptureReader& reader, uint8_t subType)
 {
+  const velnor3gpp_CaptureConnection& connection = reader.frame.connection;
   uint8_t where[32] = {};
   memcpy(where, connection.source, 16);
+  uint16_t radioNumber = hasChannel(reader) ? reader.radioNumber : uint16_t{0};
   const uint32_t numbers[] = {connection.interfaceNumber, radioNumber, connection.timeslot};
   memcpy(where + 16, numbers, sizeof numbers);
   where[28] = connection.subslot;
   where[29] = subType;
+  where[30] = hasChannel(reader);
   uint64_t hash = 14695981039346656037U;
   for (uint8_t octet : where) hash = (hash ^ octet) * 1099511628211U;
   return hash;
@@ -128,9 +137,8 @@ static bool isSlowBlock(const Frame& frame)
 // may be mixed, so that segments are not joined.
 static Reason readSegment(velnor3gpp_CaptureReader& reader, const Frame& frame)
 {
-  bool joins = reader.frame.connection.has & VELNOR3GPP_CAPTURE_HAS_RADIO;
-  RadioSegment segment = {static_cast<uint8_t>(frame.control >> 1 & 7), (frame.lengthOctet & 2) != 0, joins,
-                          frame.info.data, frame.info.size};
+  RadioSegment segment = {static_cast<uint8_t>(frame.control >> 1 & 7), (frame.lengthOctet & 2) != 0,
+                          hasChannel(reader), frame.info.data, frame.info.size};
   RadioLink* link = nullptr;
   switch (takeSegment(reader.links, frame.key, segment, &link)) {
     case SegmentResult::kMessage:
@@ -147,7 +155,7 @@ static Reason readSegment(velnor3gpp_CaptureReader& reader, const Frame& frame)
 // SABM begins a link and may carry its first message. It is sent again if no answer came.
 static Reason readBeginning(velnor3gpp_CaptureReader& reader, const Frame& frame)
 {
-  bool isNew = beginLink(reader.links, frame.key, frame.info.data, frame.info.size);
+  bool isNew = !hasChannel(reader) || beginLink(reader.links, frame.key, frame.info.data, frame.info.size);
   if (!frame.info.size) return VELNOR3GPP_CAPTURE_CONTROL;
   return isNew ? readMessage(reader, frame, frame.info) : VELNOR3GPP_CAPTURE_REPEATED;
 }
@@ -159,8 +167,9 @@ static Reason readUnnumbered(velnor3gpp_CaptureReader& reader, const Frame& fram
 {
   uint8_t control = frame.control & 0xEF;
   if (control == 0x2F) return readBeginning(reader, frame);
-  bool answered = control == 0x63 && isAnswer(reader.links, frame.key);
-  if (!answered && (control == 0x0F || control == 0x43 || control == 0x63)) resetLinks(reader.links, frame.key);
+  bool answers = control == 0x63 && isAnswer(reader.links, frame.key, frame.info.data, frame.info.size);
+  bool ends = control == 0x0F || control == 0x43 || control == 0x63;
+  if (ends && !answers && hasChannel(reader)) resetLinks(reader.links, frame.key);
   if (control != 0x03) return VELNOR3GPP_CAPTURE_CONTROL;
   return frame.info.size ? readMessage(reader, frame, frame.info) : VELNOR3GPP_CAPTURE_FILL;
 }
@@ -208,9 +217,8 @@ Reason readDedicatedChannel(velnor3gpp_CaptureReader& reader, uint8_t subType, S
   if (octets.size < 3) return VELNOR3GPP_CAPTURE_MALFORMED;
   findDirection(reader, address);
   bool up = reader.frame.direction == VELNOR3GPP_UP;
-  bool hasRadio = reader.frame.connection.has & VELNOR3GPP_CAPTURE_HAS_RADIO;
-  uint64_t channel = channelHash(reader.frame.connection, hasRadio ? reader.radioNumber : uint16_t{0}, subType);
-  Frame frame = {{channel, static_cast<uint8_t>(address >> 2 & 7), up}, slow, up, octets.data[1], 0, {}, {}};
+  Frame frame = {
+      {channelHash(reader, subType), static_cast<uint8_t>(address >> 2 & 7), up}, slow, up, octets.data[1], 0, {}, {}};
   skip(octets, 2); // address and control
   frame.rest = octets;
   return readFrame(reader, frame);

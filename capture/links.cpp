@@ -19,20 +19,14 @@ static RadioLink* find(RadioLinks& links, const RadioLinkKey& key)
   return nullptr;
 }
 
-// Begins a link in a free entry, or in the one that was used longest ago: `used` is 0 or the least. A link begins at
-// N(S) 0; one whose beginning the capture does not have, or whose entry was taken from it, may stand in the middle of a
-// message.
-static RadioLink& open(RadioLinks& links, const RadioLinkKey& key, uint8_t number)
+static RadioLinkKey otherWay(const RadioLinkKey& key)
 {
-  RadioLink* oldest = links.links;
-  for (RadioLink& link : links.links)
-    if (link.used < oldest->used) oldest = &link;
-  links.full = links.full || oldest->used;
-  *oldest = {};
-  oldest->key = key;
-  oldest->next = number;
-  oldest->lost = number != 0 || links.full;
-  return *oldest;
+  return {key.channel, key.point, !key.up};
+}
+
+static bool isBegun(const RadioLink* link)
+{
+  return link && link->sabm;
 }
 
 // FNV-1a over the octets of a frame and its kind, to tell one that was sent again from the one seven numbers on.
@@ -41,6 +35,23 @@ static uint32_t hashOf(uint32_t kind, const uint8_t* octets, size_t count)
   uint32_t hash = (2166136261U ^ kind) * 16777619U;
   for (size_t i = 0; i < count; ++i) hash = (hash ^ octets[i]) * 16777619U;
   return hash | 1; // 0 is that of no frame
+}
+
+// Begins a link in a free entry, or in the one that was used longest ago: `used` is 0 or the least. A link begins at
+// N(S) 0; one whose beginning the capture does not have may stand in the middle of a message. So may any that SABM has
+// not begun, once entries were taken from others.
+static RadioLink& open(RadioLinks& links, const RadioLinkKey& key, uint8_t number)
+{
+  RadioLink* oldest = links.links;
+  for (RadioLink& link : links.links)
+    if (link.used < oldest->used) oldest = &link;
+  links.full = links.full || oldest->used;
+  bool begun = isBegun(find(links, otherWay(key)));
+  *oldest = {};
+  oldest->key = key;
+  oldest->next = number;
+  oldest->lost = number != 0 || (links.full && !begun);
+  return *oldest;
 }
 
 // Appends the segment to the message, which a last segment before it has ended.
@@ -100,27 +111,25 @@ SegmentResult takeSegment(RadioLinks& links, const RadioLinkKey& key, const Radi
   return takeNext(entry, segment);
 }
 
+static constexpr uint32_t kSabm = 2; // a kind that no numbered frame has
+
 bool beginLink(RadioLinks& links, const RadioLinkKey& key, const uint8_t* octets, size_t count)
 {
-  static constexpr uint32_t kSabm = 2; // a kind that no numbered frame has
   uint32_t hash = hashOf(kSabm, octets, count);
-  const RadioLinkKey other = {key.channel, key.point, !key.up};
   const RadioLink* known = find(links, key);
-  bool repeated = known && known->lastFrame == hash && !find(links, other);
+  bool repeated = known && known->sabm == hash && !known->lastFrame && !find(links, otherWay(key));
   resetLinks(links, key);
   RadioLink& entry = open(links, key, 0);
   entry.used = ++links.clock;
   entry.lost = false;
-  entry.lastFrame = hash;
-  entry.begun = true;
+  entry.sabm = hash;
   return !repeated;
 }
 
-bool isAnswer(RadioLinks& links, RadioLinkKey key)
+bool isAnswer(RadioLinks& links, const RadioLinkKey& key, const uint8_t* octets, size_t count)
 {
-  key.up = !key.up;
-  const RadioLink* asked = find(links, key);
-  return asked && asked->begun;
+  const RadioLink* asked = find(links, otherWay(key));
+  return isBegun(asked) && (!count || asked->sabm == hashOf(kSabm, octets, count));
 }
 
 void resetLinks(RadioLinks& links, RadioLinkKey key)

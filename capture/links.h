@@ -22,10 +22,10 @@ struct RadioLink {
   uint64_t used;      // when a frame of it came last; 0: the entry is free
   uint8_t next;       // the number N(S) that the next frame shall have
   bool inside;        // segments of a message are held
-  bool begun;         // by SABM
   bool lost;          // segments are missing: nothing is whole before the next last segment has passed
   uint8_t open[8];    // of links that are not told apart: how many messages go on at each number
-  uint32_t lastFrame; // a hash of the frame before, to know it when it is sent again
+  uint32_t lastFrame; // a hash of the numbered frame before, to know it when it is sent again; 0: there was none
+  uint32_t sabm;      // a hash of the frame that began the link; 0: the capture does not have it
   size_t count;
   uint8_t octets[kMaxMessage];
 };
@@ -53,9 +53,9 @@ SegmentResult takeSegment(RadioLinks& links, const RadioLinkKey& key, const Radi
 // A link begins with SABM, whose octets these are: both directions count from 0. Returns false if it is the same frame
 // sent again, before any numbered one of the link.
 bool beginLink(RadioLinks& links, const RadioLinkKey& key, const uint8_t* octets, size_t count);
-// Has the other direction begun the link, so that this is an answer or its repetition? It may stand behind the first
-// frames that follow SABM, as receivers of the two directions are not in step.
-bool isAnswer(RadioLinks& links, RadioLinkKey key);
+// Has the other direction begun the link, with the octets of this answer if it has any? The answer may come twice, and
+// behind the first frames that follow SABM, as receivers of the two directions are not in step.
+bool isAnswer(RadioLinks& links, const RadioLinkKey& key, const uint8_t* octets, size_t count);
 // A link begins or ends: both directions count from 0 and hold nothing.
 void resetLinks(RadioLinks& links, RadioLinkKey key);
 

@@ -270,6 +270,13 @@ int velnor3gpp_captureWrite(velnor3gpp_CaptureWriter* writer, const velnor3gpp_C
   return writer->status;
 }
 
+int velnor3gpp_captureFlush(velnor3gpp_CaptureWriter* writer)
+{
+  if (!writer) return RTX_E_NULL_POINTER;
+  flush(*writer);
+  return writer->status;
+}
+
 // Hands over the rest and frees the writer, also after a failure; the status tells whether all was written.
 int velnor3gpp_captureFinish(velnor3gpp_CaptureWriter* writer)
 {

@@ -162,6 +162,8 @@ VELNOR_API int velnor3gpp_captureCreate(velnor3gpp_CaptureWriter** writer, velno
  * comment (65,535) would have too many octets; RTX_E_BAD_VALUE for a time behind February 2106 in pcap, whose seconds
  * have 32 bits; all these with nothing written; or RTX_E_WRITE, which stays. */
 VELNOR_API int velnor3gpp_captureWrite(velnor3gpp_CaptureWriter* writer, const velnor3gpp_CaptureFrame* frame);
+/** Hands over what was written, for a reader that waits for it. Returns 0, RTX_E_WRITE, or RTX_E_NULL_POINTER. */
+VELNOR_API int velnor3gpp_captureFlush(velnor3gpp_CaptureWriter* writer);
 /** Hands over what is left and ends the writer. Returns 0, RTX_E_WRITE, or RTX_E_NULL_POINTER. */
 VELNOR_API int velnor3gpp_captureFinish(velnor3gpp_CaptureWriter* writer);
 

@@ -153,6 +153,9 @@ TEST(CaptureRadio, SegmentsArePutTogether)
   EXPECT_EQ(radio(8, {said, repeated, said, repeated, first, said}),
             (Lines{"up gsm_a_dtap TS24008Msg_PDU 0524010300", kControl, kAgain, kControl, kGoesOn,
                    "up gsm_a_dtap TS24008Msg_PDU 0524010300"}));
+  // An answer to another SABM, which is not in the capture, begins another link.
+  EXPECT_EQ(radio(8, {said, repeated, first, "down 0173 15 0524010301 2B*15", "up 0100 09 0508"})[4],
+            "up gsm_a_dtap TS24008Msg_PDU 0508");
   // The receiver of the other direction may be late.
   EXPECT_EQ(radio(6, {"up 013F 01", first, "down 0173 01", last}),
             (Lines{kControl, kGoesOn, kControl, "up gsm_a_dtap TS24008Msg_PDU " + request}));
@@ -187,10 +190,12 @@ TEST(CaptureRadio, OtherChannelsHaveOtherLinks)
   EXPECT_EQ(bands.counts.reasons[VELNOR3GPP_CAPTURE_FRAGMENT], 1U);
   EXPECT_EQ(bands.counts.reasons[VELNOR3GPP_CAPTURE_MESSAGE], 0U);
   std::vector<Frame> frames;
-  for (const Octets& octets : {first, whole, last, whole, whole, first, first, last, last, whole})
+  const Octets begins = hex("013F01"), ends = hex("035301");
+  for (const Octets& octets : {first, whole, last, whole, whole, first, begins, first, ends, last, last, whole})
     frames.push_back({217, gsmtap3(0x0200, 6, octets)});
   const Reading mixed = read(pcap(frames));
   EXPECT_EQ(mixed.counts.reasons[VELNOR3GPP_CAPTURE_FRAGMENT], 6U);
+  EXPECT_EQ(mixed.counts.reasons[VELNOR3GPP_CAPTURE_CONTROL], 2U);
   EXPECT_EQ(mixed.counts.reasons[VELNOR3GPP_CAPTURE_MESSAGE], 4U);
 }
 
@@ -207,6 +212,10 @@ TEST(CaptureRadio, ManyLinksAtATime)
   EXPECT_EQ(reading.counts.reasons[VELNOR3GPP_CAPTURE_SEGMENT], 128U);
   EXPECT_EQ(reading.counts.reasons[VELNOR3GPP_CAPTURE_FRAGMENT], 72U + 200U); // each took the place of one to come
   EXPECT_EQ(reading.counts.reasons[VELNOR3GPP_CAPTURE_MESSAGE], 0U);
+  // One that SABM begins is whole, in both directions.
+  add(999, "013F 01");
+  frames.push_back({217, gsmtap(1, 6, 999, hex("0300 09 0508"))});
+  EXPECT_EQ(read(pcap(frames)).counts.reasons[VELNOR3GPP_CAPTURE_MESSAGE], 1U);
 }
 
 TEST(CaptureRadio, SlowChannelsHaveFormsOfTheirOwn)

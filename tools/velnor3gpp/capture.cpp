@@ -137,6 +137,7 @@ static int capture(const Options& options, Output& out)
   refuseInput(options.out, {options.in}, options.session.keyFile);
   Run run{options, out, {out, options.out}, openSession(options.session)};
   if (options.redact) makeKey(run.key);
+  beforeWaiting([&] { run.out.flush(); });
   Taker taker;
   taker.message = [&](const Message& message) { convertLine(run, message); };
   taker.bad = [&](const BadLine& bad) { refuse(run, bad.place, "no message: " + bad.problem); };
@@ -150,7 +151,7 @@ static int capture(const Options& options, Output& out)
   bool isCapture = !run.frames.empty();
   if (!isCapture && !run.messages) endWith(broken);
   if (!isCapture && run.bad && !run.messages) throw UsageError(run.firstBad);
-  if (!broken && (isCapture || run.messages)) run.out.begin();
+  if (!broken && !isInterrupted() && (isCapture || run.messages)) run.out.begin();
   run.out.finish();
   tell(run);
   endIfInterrupted();

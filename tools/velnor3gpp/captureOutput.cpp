@@ -69,6 +69,13 @@ int CaptureOutput::write(const velnor3gpp_CaptureFrame& frame)
   return status;
 }
 
+void CaptureOutput::flush()
+{
+  if (!writer) return;
+  check(velnor3gpp_captureFlush(writer));
+  target().flush();
+}
+
 void CaptureOutput::finish()
 {
   if (!writer) return;

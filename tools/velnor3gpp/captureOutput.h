@@ -30,6 +30,8 @@ public:
   void begin();
   // Returns 0, or the status of a message that no frame can hold; begins by itself. Throws OutputError.
   int write(const velnor3gpp_CaptureFrame& frame);
+  // Hands on what was written. Throws OutputError.
+  void flush();
   // Finishes what was begun.
   void finish();
 

@@ -9,6 +9,7 @@
 #include "coding.h"
 #include "commands.h"
 #include "hex.h"
+#include "interrupt.h"
 #include "names.h"
 #include "pretty.h"
 #include "sameFile.h"
@@ -225,6 +226,7 @@ static int encode(const Options& options, Output& out)
   CaptureOutput capture(out, options.fileName);
   Run run{options, out, isCaptureName(options.fileName) ? &capture : nullptr, openSession(options.session),
           typeOf(options.session)};
+  beforeWaiting([&] { run.capture ? run.capture->flush() : target(run).flush(); });
   try {
     encodeAll(run);
   } catch (...) { // what was encoded before stays

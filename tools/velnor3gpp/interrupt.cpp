@@ -11,25 +11,29 @@ static volatile sig_atomic_t came = 0; // the number of the signal
 static std::function<void()> waits;
 static int wakeUp[2] = {-1, -1}; // a pipe that the handler writes to: no signal falls between a look and a wait
 
-// Calls nothing but what a handler may call. Nobody reads the pipe, so that it stays ready.
+static constexpr int kNumbers[] = {SIGINT, SIGTERM};
+static bool caught[] = {false, false};
+
+// Calls nothing but what a handler may call. Nobody reads the pipe, so that it stays ready. The next signal, whichever
+// it is, does what it does by itself.
 extern "C" void takeInterrupt(int number)
 {
   int error = errno;
-  came = number;
-  if (write(wakeUp[1], "", 1) != 1) came = 0; // the next signal ends the program
+  for (int i = 0; i < 2; ++i)
+    if (caught[i]) signal(kNumbers[i], SIG_DFL);
+  if (write(wakeUp[1], "", 1) == 1) came = number;
   errno = error;
 }
 
-// A signal that was ignored before, as in a shell's background, stays so. The second one does what it does by itself.
+// A signal that was ignored before, as in a shell's background, stays so.
 void catchInterrupts()
 {
-  static constexpr int kNumbers[] = {SIGINT, SIGTERM};
   if (wakeUp[0] >= 0 || pipe2(wakeUp, O_CLOEXEC) < 0) return;
-  for (int number : kNumbers) {
+  for (int i = 0; i < 2; ++i) {
     struct sigaction before = {}, action = {};
     action.sa_handler = takeInterrupt;
-    action.sa_flags = SA_RESETHAND;
-    if (sigaction(number, nullptr, &before) == 0 && before.sa_handler != SIG_IGN) sigaction(number, &action, nullptr);
+    caught[i] = sigaction(kNumbers[i], nullptr, &before) == 0 && before.sa_handler != SIG_IGN;
+    if (caught[i]) sigaction(kNumbers[i], &action, nullptr);
   }
 }
 
