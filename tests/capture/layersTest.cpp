@@ -2,6 +2,9 @@
 // put together or told as fragments; nothing else is taken for a message.
 #include <gtest/gtest.h>
 
+#include <random>
+#include <set>
+
 #include "tests/capture/captures.h"
 
 namespace {
@@ -216,6 +219,59 @@ TEST(CaptureRadio, ManyLinksAtATime)
   add(999, "013F 01");
   frames.push_back({217, gsmtap(1, 6, 999, hex("0300 09 0508"))});
   EXPECT_EQ(read(pcap(frames)).counts.reasons[VELNOR3GPP_CAPTURE_MESSAGE], 1U);
+}
+
+// What a side of a link sends: SABM or its answer, then messages that nobody else sends, in segments.
+std::vector<Frame> sent(unsigned channel, bool up, std::mt19937& random, std::set<Octets>& messages)
+{
+  const unsigned number = channel | (up ? 0x4000U : 0U);
+  const uint8_t address = up ? 1 : 3;
+  std::vector<Frame> frames = {{217, gsmtap(1, 6, number, {address, uint8_t(up ? 0x3F : 0x73), 1})}};
+  uint8_t next = 0;
+  for (uint8_t i = 0; i < 20; ++i) {
+    Octets message = {5, 8, uint8_t(channel), uint8_t(up), i};
+    message.resize(5 + random() % 45, i);
+    messages.insert(message);
+    for (size_t at = 0; at < message.size(); at += 20) {
+      const size_t count = std::min<size_t>(20, message.size() - at);
+      const uint8_t length = uint8_t(count << 2 | (at + count < message.size() ? 3 : 1));
+      const Octets segment(message.begin() + long(at), message.begin() + long(at + count));
+      frames.push_back({217, gsmtap(1, 6, number, Octets{address, uint8_t(next << 1), length} + segment)});
+      next = (next + 1) & 7;
+    }
+  }
+  return frames;
+}
+
+// Twelve sides talk at once; some frames are lost, some come twice.
+TEST(CaptureRadio, AllThatComesWasSent)
+{
+  for (unsigned seed = 0; seed < 60; ++seed) {
+    std::mt19937 random(seed);
+    const unsigned lost = seed % 3 * 4; // of a hundred
+    std::set<Octets> messages;
+    std::vector<std::vector<Frame>> sides;
+    for (unsigned side = 0; side < 12; ++side) sides.push_back(sent(side / 2, side % 2 == 0, random, messages));
+    std::vector<Frame> frames;
+    for (const auto& side : sides) frames.push_back(side[0]);
+    std::vector<size_t> at(sides.size(), 1);
+    for (size_t left = sides.size(); left > 0;) {
+      const size_t side = random() % sides.size();
+      if (at[side] == sides[side].size()) continue;
+      for (unsigned copies = random() % 100 < lost ? 0 : 1 + (random() % 10 == 0); copies > 0; --copies)
+        frames.push_back(sides[side][at[side]]);
+      left -= ++at[side] == sides[side].size();
+    }
+    size_t found = 0;
+    for (const std::string& line : read(pcap(frames)).lines) {
+      const size_t octets = line.find(" 0508");
+      if (octets == std::string::npos) continue;
+      const std::string text = line.substr(octets + 1, line.find(" arfcn") - octets - 1);
+      EXPECT_EQ(messages.erase(hex(text)), 1U) << seed << ": " << text;
+      ++found;
+    }
+    EXPECT_TRUE(found > 120 && (lost || messages.empty())) << seed << ": " << found;
+  }
 }
 
 TEST(CaptureRadio, SlowChannelsHaveFormsOfTheirOwn)
