@@ -81,7 +81,8 @@ TEST(CaptureWriter, RefusesWhatItCannotWrite)
   EXPECT_EQ(status(frameOf(nullptr, {1})), RTX_E_BAD_PARAMETER);
   EXPECT_EQ(status(frameOf(std::string(64, 'x').c_str(), large)), RTX_E_BAD_PARAMETER);
   EXPECT_EQ(status(frameOf("nas-5gs", large)), RTX_E_TOO_BIG);
-  velnor3gpp_CaptureFrame noted = frameOf("nas-5gs", {1});
+  const Octets octet = {1};
+  velnor3gpp_CaptureFrame noted = frameOf("nas-5gs", octet);
   noted.commentCount = 1;
   noted.comments[0] = {nullptr, 3};
   EXPECT_EQ(status(noted), RTX_E_NULL_POINTER);
