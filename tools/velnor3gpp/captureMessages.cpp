@@ -5,16 +5,16 @@
 #include "names.h"
 
 // "a.pcap:17  2023-11-14T22:13:20.000005000Z  up"
-static std::string placeOf(const std::string& name, const velnor3gpp_CaptureFrame& frame)
+static std::string placeOf(const std::string& name, const velnor3gpp_CaptureFrame& frame, const std::string& time)
 {
-  std::string text = name + ":" + std::to_string(frame.frame), time = timeText(frame);
+  std::string text = name + ":" + std::to_string(frame.frame);
   if (!time.empty()) text += "  " + time;
   return *directionName(frame.direction) ? text + "  " + directionName(frame.direction) : text;
 }
 
-static std::string leadOf(const velnor3gpp_CaptureFrame& frame)
+static std::string leadOf(const velnor3gpp_CaptureFrame& frame, const std::string& time)
 {
-  std::string text = "\"frame\":" + std::to_string(frame.frame) + ",", time = timeText(frame);
+  std::string text = "\"frame\":" + std::to_string(frame.frame) + ",";
   return time.empty() ? text : text + "\"time\":\"" + time + "\",";
 }
 
@@ -33,8 +33,9 @@ static void takeFrame(const Taker& taker, const std::string& name, const velnor3
 {
   if (frame.reason != VELNOR3GPP_CAPTURE_MESSAGE) return;
   Message message = messageOf(frame);
-  message.place = placeOf(name, frame);
-  message.lead = leadOf(frame);
+  std::string time = timeText(frame);
+  message.place = placeOf(name, frame, time);
+  message.lead = leadOf(frame, time);
   taker.message(message);
 }
 
