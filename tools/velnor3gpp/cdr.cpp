@@ -221,7 +221,7 @@ static std::vector<uint8_t> headerOctets(Walk& walk)
 static void readHeader(Walk& walk)
 {
   std::vector<uint8_t> octets = headerOctets(walk);
-  size_t fileLength = lengthAt(octets, 0), headerLength = lengthAt(octets, 4);
+  size_t fileLength = lengthAt(octets, 0);
   std::fill_n(octets.begin(), 4, uint8_t{255});
   RtxContext ctxt;
   if (rtInitContext(&ctxt) < 0) throw std::bad_alloc();
@@ -232,7 +232,8 @@ static void readHeader(Walk& walk)
   if (status == RTX_E_NO_MEMORY) throw std::bad_alloc();
   walk.header.fileLength = static_cast<uint32_t>(fileLength);
   if (status < 0)
-    damaged(walk, at, "the file header, " + counted(headerLength, "octet") + " by its length, ends inside a field");
+    damaged(walk, at,
+            "the file header, " + counted(walk.header.headerLength, "octet") + " by its length, ends inside a field");
   walk.out.write(walk.options.json ? headerJson(walk.header) : headerText(walk));
 }
 
