@@ -74,6 +74,7 @@ protected:
 
   void run(const Case& tested)
   {
+    EXPECT_FALSE(tested.commands.empty() && !tested.expectations.empty()) << tested.place << ": nothing is run for it";
     for (const std::string& command : tested.commands) {
       SCOPED_TRACE(tested.place + ": " + command);
       int status = system(("cd " + dir.string() + "; { " + command + "\n} >out 2>err </dev/null").c_str());
